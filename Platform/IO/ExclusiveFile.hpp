@@ -1,0 +1,36 @@
+#pragma once
+
+#include "IO/Location.hpp"
+
+#include <memory>
+#include <optional>
+
+namespace IO {
+
+/// A file that this process alone holds open, for lock files that several processes share. While it is
+/// held, no other process can open it this way or delete it through File::Delete. When the process ends,
+/// however it ends, the hold ends with it; a left-over file proves nothing. A child process does not
+/// inherit the hold.
+class ExclusiveFile {
+public:
+    /// Creates the file when missing and opens it; nothing when another holder has it. Other failures
+    /// throw IOException.
+    [[nodiscard]] static std::optional<ExclusiveFile> TryOpen(const Location& file);
+
+    ~ExclusiveFile();
+    ExclusiveFile(ExclusiveFile&&) noexcept;
+    ExclusiveFile& operator=(ExclusiveFile&&) noexcept;
+
+    [[nodiscard]] const Location& GetLocation() const noexcept;
+    /// Whether the path still names the file that is held.
+    [[nodiscard]] bool StillInPlace() const;
+    /// Deletes the file and lets go of it, in this order, so that nobody finds it free in between.
+    void DeleteAndClose();
+
+private:
+    struct State;
+    explicit ExclusiveFile(std::unique_ptr<State> state);
+    std::unique_ptr<State> state_;
+};
+
+}  // namespace IO

@@ -1,0 +1,30 @@
+#pragma once
+
+#include "IO/Location.hpp"
+
+#include <functional>
+
+/// Folders. Every failure throws IOException with the place.
+namespace IO::Folder {
+
+struct Entry {
+    OV::UniString name;
+    bool isFolder = false;
+};
+
+[[nodiscard]] bool Exists(const Location& folder);
+/// Creates the folder and every missing one above it; an existing one is fine.
+void CreateTree(const Location& folder);
+/// Calls `visit` for each entry, in no particular order, until it returns false.
+void Enumerate(const Location& folder, const std::function<bool(const Entry&)>& visit);
+/// Whether an entry of that name, file or folder, stands in the folder.
+[[nodiscard]] bool Contains(const Location& folder, OV::UniStringView name);
+/// A name derived from `wanted` that stands for nothing in `folder`: `wanted` itself, or with " 2",
+/// " 3", ... behind it.
+[[nodiscard]] OV::UniString GenerateUnusedName(const Location& folder, OV::UniStringView wanted);
+/// Bytes of all files below the folder; links are not followed.
+[[nodiscard]] std::uint64_t GetSize(const Location& folder);
+/// Deletes the folder with everything in it; an absent one counts as deleted.
+void DeleteTree(const Location& folder);
+
+}  // namespace IO::Folder

@@ -1,0 +1,34 @@
+#pragma once
+
+#include "IO/Location.hpp"
+#include "OVRoot/Exception.hpp"
+
+namespace IO {
+
+/// Codes of the file-system toolkit that callers tell apart.
+enum class ErrorCode : std::uint32_t {
+    Other = 0x81010001,
+    NotFound = 0x81010002,
+    AlreadyExists = 0x81010003,
+    AccessDenied = 0x81010004,
+    NoSpace = 0x81010005,
+    /// The file is held open by another process.
+    HeldByOther = 0x81010202,
+};
+
+/// A file-system operation failed; the message names the operation, the place and the system's reason.
+class IOException : public OV::Exception {
+public:
+    IOException(ErrorCode code, OV::UniStringView operation, const Location& place,
+                OV::StringView reason, OV::SourcePlace source = OV::SourcePlace::Here());
+
+    [[nodiscard]] ErrorCode GetCode() const noexcept { return code_; }
+    [[nodiscard]] const Location& GetLocation() const noexcept { return location_; }
+    OV_EXCEPTION_IDENTITY(IOException)
+
+private:
+    ErrorCode code_;
+    Location location_;
+};
+
+}  // namespace IO

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <cstdint>
+
+namespace OV {
+
+/// Time as the formats and the dialogs use it; a class so that a test can stand in for it.
+class Clock {
+public:
+    virtual ~Clock() = default;
+    /// Seconds since 1970-01-01 UTC.
+    [[nodiscard]] virtual std::int32_t Now() const = 0;
+    /// A steady count for measuring spans.
+    [[nodiscard]] virtual std::uint64_t Ticks() const = 0;
+    [[nodiscard]] virtual std::uint64_t TicksPerSecond() const = 0;
+
+    /// The system's clock unless another one was set.
+    [[nodiscard]] static const Clock& Current();
+    /// Sets the clock of the process; null restores the system's. The caller keeps it alive.
+    static void SetCurrent(const Clock* clock);
+};
+
+}  // namespace OV

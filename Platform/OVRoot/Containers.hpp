@@ -1,0 +1,27 @@
+#pragma once
+
+#include <deque>
+#include <unordered_map>
+#include <unordered_set>
+#include <utility>
+#include <vector>
+
+namespace OV {
+
+template <class T>
+using Array = std::vector<T>;
+
+/// Grows without moving its elements: references stay valid while elements are appended.
+template <class T>
+using PagedArray = std::deque<T>;
+
+template <class Key, class Value>
+using HashTable = std::unordered_map<Key, Value>;
+
+template <class T>
+using HashSet = std::unordered_set<T>;
+
+template <class First, class Second>
+using Pair = std::pair<First, Second>;
+
+}  // namespace OV

@@ -1,0 +1,91 @@
+#pragma once
+
+#include "OVRoot/UniString.hpp"
+
+#include <exception>
+#include <memory>
+
+namespace OV {
+
+/// The place in the source that raised an exception; the default argument of every constructor
+/// below fills it in at the throwing line. (clang 14 has no std::source_location.)
+struct SourcePlace {
+    const char* file;
+    int line;
+
+    static constexpr SourcePlace Here(const char* file = __builtin_FILE(),
+                                      int line = __builtin_LINE()) noexcept
+    {
+        return {file, line};
+    }
+};
+
+/// Base of the exception family: message, source name, line and an optional cause.
+/// A message says what failed, where, and what the user can do; it never holds a password.
+class Exception : public std::exception {
+public:
+    explicit Exception(UniString message, SourcePlace place = SourcePlace::Here(),
+                       std::shared_ptr<const Exception> cause = nullptr);
+    explicit Exception(StringView message, SourcePlace place = SourcePlace::Here(),
+                       std::shared_ptr<const Exception> cause = nullptr);
+
+    [[nodiscard]] const UniString& GetMessage() const noexcept { return message_; }
+    /// File name of the throwing source, without its folders.
+    [[nodiscard]] StringView GetSourceName() const noexcept;
+    [[nodiscard]] int GetLine() const noexcept { return place_.line; }
+    /// The exception that led to this one, or null.
+    [[nodiscard]] const Exception* GetCause() const noexcept { return cause_.get(); }
+
+    /// The message in UTF-8.
+    [[nodiscard]] const char* what() const noexcept override { return utf8_.c_str(); }
+    [[nodiscard]] virtual StringView GetName() const noexcept { return "Exception"; }
+    [[nodiscard]] virtual std::unique_ptr<Exception> Clone() const;
+
+private:
+    UniString message_;
+    String utf8_;
+    SourcePlace place_;
+    std::shared_ptr<const Exception> cause_;
+};
+
+/// Writes the two overrides that every member of the family needs.
+#define OV_EXCEPTION_IDENTITY(Class)                                                        \
+    [[nodiscard]] OV::StringView GetName() const noexcept override { return #Class; }       \
+    [[nodiscard]] std::unique_ptr<OV::Exception> Clone() const override                     \
+    {                                                                                       \
+        return std::make_unique<Class>(*this);                                              \
+    }
+
+class NullReferenceException : public Exception {
+public:
+    explicit NullReferenceException(SourcePlace place = SourcePlace::Here())
+        : Exception(StringView("Null reference."), place)
+    {
+    }
+    OV_EXCEPTION_IDENTITY(NullReferenceException)
+};
+
+class IllegalArgumentException : public Exception {
+public:
+    using Exception::Exception;
+    OV_EXCEPTION_IDENTITY(IllegalArgumentException)
+};
+
+/// A table was asked for a key that it does not hold.
+class IllegalReferenceException : public Exception {
+public:
+    using Exception::Exception;
+    OV_EXCEPTION_IDENTITY(IllegalReferenceException)
+};
+
+/// The thread was asked to stop while it waited.
+class InterruptedException : public Exception {
+public:
+    explicit InterruptedException(SourcePlace place = SourcePlace::Here())
+        : Exception(StringView("The operation was interrupted."), place)
+    {
+    }
+    OV_EXCEPTION_IDENTITY(InterruptedException)
+};
+
+}  // namespace OV

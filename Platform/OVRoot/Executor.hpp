@@ -1,0 +1,44 @@
+#pragma once
+
+#include "OVRoot/Ref.hpp"
+
+#include <functional>
+
+namespace OV {
+
+/// A piece of work. Run is called once, on the thread that the executor chooses.
+class Runnable {
+public:
+    virtual ~Runnable() = default;
+    virtual void Run() = 0;
+};
+
+/// A runnable in shared ownership, as executors take it.
+using RunnableTask = Ref<Runnable>;
+
+/// A runnable made of a function.
+[[nodiscard]] RunnableTask MakeTask(std::function<void()> work);
+
+/// Runs tasks, each at most once. Execute never blocks for the task and never runs it on the calling
+/// thread. A task that throws is logged and ends there: the executor goes on.
+class Executor {
+public:
+    virtual ~Executor() = default;
+
+    /// Takes the task unless the executor was shut down or cancelled; a task that is not taken is
+    /// released unrun. Returns whether it was taken.
+    virtual bool Execute(RunnableTask task) = 0;
+    /// Runs what was taken, takes nothing more.
+    virtual void Shutdown() = 0;
+    /// Drops what has not begun, asks running tasks to stop (see Thread.hpp), takes nothing more.
+    virtual void Cancel() = 0;
+    [[nodiscard]] virtual bool IsShutdown() const = 0;
+    [[nodiscard]] virtual bool IsCanceled() const = 0;
+    /// Shut down or cancelled, and no task is running or waiting.
+    [[nodiscard]] virtual bool IsTerminated() const = 0;
+    /// Waits at most `milliseconds` for IsTerminated; returns it.
+    virtual bool AwaitTermination(std::uint32_t milliseconds) = 0;
+    virtual void AwaitTermination() = 0;
+};
+
+}  // namespace OV

@@ -1,0 +1,39 @@
+#pragma once
+
+#include "OVRoot/UniString.hpp"
+
+#include <array>
+#include <compare>
+#include <cstddef>
+#include <functional>
+
+namespace OV {
+
+/// A 128-bit identity.
+class Guid {
+public:
+    /// All zero.
+    Guid() = default;
+    /// A random one (version 4).
+    [[nodiscard]] static Guid Generate();
+    /// Reads "xxxxxxxx-xxxx-xxxx-xxxx-xxxxxxxxxxxx" in either case; anything else throws
+    /// IllegalArgumentException.
+    [[nodiscard]] static Guid Parse(UniStringView text);
+
+    /// In capitals, with hyphens, without braces.
+    [[nodiscard]] UniString ToText() const;
+    [[nodiscard]] bool IsNull() const noexcept { return *this == Guid(); }
+    [[nodiscard]] const std::array<std::uint8_t, 16>& Bytes() const noexcept { return bytes_; }
+
+    friend auto operator<=>(const Guid&, const Guid&) = default;
+
+private:
+    std::array<std::uint8_t, 16> bytes_{};
+};
+
+}  // namespace OV
+
+template <>
+struct std::hash<OV::Guid> {
+    std::size_t operator()(const OV::Guid& guid) const noexcept;
+};

@@ -1,0 +1,40 @@
+#pragma once
+
+#include "OVRoot/Format.hpp"
+#include "OVRoot/UniString.hpp"
+
+#include <functional>
+
+namespace OV {
+
+enum class LogLevel { Debug, Info, Warning, Error };
+
+struct LogRecord {
+    LogLevel level;
+    String category;
+    UniString text;
+};
+
+/// The process-wide log. Lines go to the sink of the host; without one, lines from Warning up go to
+/// the standard error stream. Safe on any thread; the sink is called on the logging thread, one line
+/// at a time, and must not log itself. Nothing written here may hold a password.
+class Logger {
+public:
+    using Sink = std::function<void(const LogRecord&)>;
+
+    /// Replaces the sink and returns the former one. An empty sink restores the default.
+    static Sink SetSink(Sink sink);
+
+    static void Write(LogLevel level, StringView category, UniString text);
+    static void Info(StringView category, UniStringView format,
+                     std::initializer_list<FormatArgument> arguments = {});
+    static void Warning(StringView category, UniStringView format,
+                        std::initializer_list<FormatArgument> arguments = {});
+    static void Error(StringView category, UniStringView format,
+                      std::initializer_list<FormatArgument> arguments = {});
+    /// The debug output: level Debug, category "Debug".
+    static void DebugPrint(UniStringView format,
+                           std::initializer_list<FormatArgument> arguments = {});
+};
+
+}  // namespace OV

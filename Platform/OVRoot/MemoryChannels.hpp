@@ -1,0 +1,49 @@
+#pragma once
+
+#include "OVRoot/Channel.hpp"
+
+namespace OV {
+
+/// Reads from bytes that the caller keeps alive.
+class MemoryIChannel final : public IChannel {
+public:
+    explicit MemoryIChannel(StringView bytes) : rest_(bytes) {}
+    [[nodiscard]] ChannelStatus ReadBytes(std::span<std::byte> target) override;
+    [[nodiscard]] StringView Rest() const noexcept { return rest_; }
+
+private:
+    StringView rest_;
+};
+
+class MemoryOChannel final : public OChannel {
+public:
+    [[nodiscard]] ChannelStatus WriteBytes(std::span<const std::byte> source) override;
+    [[nodiscard]] const String& Bytes() const noexcept { return bytes_; }
+    [[nodiscard]] String TakeBytes() noexcept { return std::move(bytes_); }
+
+private:
+    String bytes_;
+};
+
+class MemoryIChannelX final : public IChannelX {
+public:
+    explicit MemoryIChannelX(StringView bytes) : rest_(bytes) {}
+    void ReadBytes(std::span<std::byte> target) override;
+    [[nodiscard]] bool AtEnd() override { return rest_.empty(); }
+    [[nodiscard]] StringView Rest() const noexcept { return rest_; }
+
+private:
+    StringView rest_;
+};
+
+class MemoryOChannelX final : public OChannelX {
+public:
+    void WriteBytes(std::span<const std::byte> source) override;
+    [[nodiscard]] const String& Bytes() const noexcept { return bytes_; }
+    [[nodiscard]] String TakeBytes() noexcept { return std::move(bytes_); }
+
+private:
+    String bytes_;
+};
+
+}  // namespace OV

@@ -1,0 +1,61 @@
+#pragma once
+
+#include "OVRoot/Exception.hpp"
+
+#include <memory>
+#include <type_traits>
+#include <utility>
+
+namespace OV {
+
+/// Shared ownership with an atomic counter; dereferencing an empty holder throws
+/// NullReferenceException instead of being undefined.
+template <class T>
+class Ref {
+public:
+    Ref() noexcept = default;
+    Ref(std::nullptr_t) noexcept {}
+    explicit Ref(std::shared_ptr<T> object) noexcept : object_(std::move(object)) {}
+    template <class U, class = std::enable_if_t<std::is_convertible_v<U*, T*>>>
+    Ref(const Ref<U>& other) noexcept : object_(other.Shared())
+    {
+    }
+    template <class U, class = std::enable_if_t<std::is_convertible_v<U*, T*>>>
+    Ref(std::unique_ptr<U> object) : object_(std::move(object))
+    {
+    }
+
+    [[nodiscard]] T& operator*() const { return Checked(); }
+    [[nodiscard]] T* operator->() const { return &Checked(); }
+    [[nodiscard]] explicit operator bool() const noexcept { return object_ != nullptr; }
+    [[nodiscard]] T* Get() const noexcept { return object_.get(); }
+    [[nodiscard]] const std::shared_ptr<T>& Shared() const noexcept { return object_; }
+    void Reset() noexcept { object_.reset(); }
+
+    friend bool operator==(const Ref& left, const Ref& right) noexcept
+    {
+        return left.object_ == right.object_;
+    }
+
+private:
+    T& Checked() const
+    {
+        if (!object_)
+            throw NullReferenceException();
+        return *object_;
+    }
+
+    std::shared_ptr<T> object_;
+};
+
+/// The same holder under the name used where a result is handed between threads.
+template <class T>
+using CountedPtr = Ref<T>;
+
+template <class T, class... Arguments>
+[[nodiscard]] Ref<T> MakeRef(Arguments&&... arguments)
+{
+    return Ref<T>(std::make_shared<T>(std::forward<Arguments>(arguments)...));
+}
+
+}  // namespace OV

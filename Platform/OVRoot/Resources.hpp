@@ -1,0 +1,42 @@
+#pragma once
+
+#include "OVRoot/Format.hpp"
+#include "OVRoot/UniString.hpp"
+
+#include <vector>
+
+namespace OV {
+
+/// A text of the library's own string lists: list number and 1-based index, as the resources number
+/// them. An unknown number throws IllegalReferenceException.
+[[nodiscard]] const UniString& GetStringListItem(int list, int index);
+
+/// An alert of the resources; texts still hold their placeholders.
+struct AlertResource {
+    int number = 0;
+    UniString title;
+    UniString message;
+    UniString detail;
+    std::vector<UniString> buttons;
+};
+
+[[nodiscard]] const AlertResource& GetAlertResource(int number);
+
+/// Shows alerts. The host's toolkit installs its own; without one an alert goes to the log and is
+/// answered with its last button, the one that changes nothing.
+class AlertPresenter {
+public:
+    virtual ~AlertPresenter() = default;
+    /// `alert` has its placeholders filled in. Returns the 1-based button.
+    virtual int Show(const AlertResource& alert) = 0;
+
+    /// Installs `presenter` for the process (null restores the default) and returns the former one.
+    /// The caller keeps it alive.
+    static AlertPresenter* SetCurrent(AlertPresenter* presenter);
+};
+
+/// Shows alert `number`, the placeholders of its message and detail filled with `arguments` in order,
+/// and returns the 1-based button. Safe on any thread as far as the installed presenter is.
+int ShowAlert(int number, std::initializer_list<FormatArgument> arguments = {});
+
+}  // namespace OV

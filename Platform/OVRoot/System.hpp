@@ -1,0 +1,21 @@
+#pragma once
+
+#include "OVRoot/UniString.hpp"
+
+#include <cstddef>
+#include <span>
+
+/// What the operating system is asked for beside files; one source file a system.
+namespace OV::System {
+
+/// The name of this computer, at most 512 code units; empty when the system has none.
+[[nodiscard]] UniString ComputerName();
+/// Value of an environment variable in UTF-8; empty when it is not set.
+[[nodiscard]] String EnvironmentVariable(StringView name);
+/// The user's home folder as the system names it.
+[[nodiscard]] String HomeFolder();
+[[nodiscard]] std::uint32_t ProcessId();
+/// Names the calling thread for debuggers; longer names are cut.
+void NameCurrentThread(StringView name);
+
+}  // namespace OV::System

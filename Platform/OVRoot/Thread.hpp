@@ -1,0 +1,48 @@
+#pragma once
+
+#include "OVRoot/Exception.hpp"
+
+#include <functional>
+#include <memory>
+#include <stop_token>
+
+namespace OV {
+
+/// A named thread with an interruption flag. The destructor interrupts and joins.
+class Thread {
+public:
+    /// Starts at once. An exception that leaves `body` is logged and ends the thread.
+    Thread(StringView name, std::function<void()> body);
+    ~Thread();
+    Thread(Thread&&) noexcept;
+    Thread& operator=(Thread&&) noexcept;
+
+    /// Sets the flag and wakes a sleep or an interruptible wait of that thread. Safe on any thread.
+    void Interrupt();
+    void Join();
+
+    /// Whether the calling thread, or the executor task it runs, was asked to stop.
+    [[nodiscard]] static bool IsInterrupted() noexcept;
+    /// The flag of the calling thread as a token; one that never stops outside our threads.
+    [[nodiscard]] static std::stop_token CurrentToken() noexcept;
+    /// Waits; throws InterruptedException as soon as the calling thread is asked to stop.
+    static void Sleep(std::uint32_t milliseconds);
+
+private:
+    struct State;
+    std::unique_ptr<State> state_;
+};
+
+/// Makes `token` the interruption flag of the calling thread while it lives; executors use it.
+class InterruptionScope {
+public:
+    explicit InterruptionScope(std::stop_token token);
+    ~InterruptionScope();
+    InterruptionScope(const InterruptionScope&) = delete;
+    InterruptionScope& operator=(const InterruptionScope&) = delete;
+
+private:
+    std::stop_token former_;
+};
+
+}  // namespace OV

@@ -1,0 +1,49 @@
+#pragma once
+
+#include "OVRoot/Exception.hpp"
+#include "OVRoot/UniString.hpp"
+
+#include <memory>
+
+namespace OV {
+
+/// A value document does not hold what was asked for. The message names the source of the document,
+/// the element and what was expected.
+class XMLChannelException : public Exception {
+public:
+    using Exception::Exception;
+    OV_EXCEPTION_IDENTITY(XMLChannelException)
+};
+
+/// Reads an XML value document strictly and in order: the next value must carry the asked name, its
+/// text must be a whole value of the asked type, numbers must be in range. Every failure throws
+/// XMLChannelException and leaves the position where it was. One thread at a time.
+class XMLIChannel {
+public:
+    /// `text` is UTF-8; `sourceName` is what messages call the document (a path, mostly).
+    XMLIChannel(String text, UniString sourceName);
+    ~XMLIChannel();
+    XMLIChannel(XMLIChannel&&) noexcept;
+    XMLIChannel& operator=(XMLIChannel&&) noexcept;
+
+    void EnterElement(StringView name);
+    /// Everything inside the element must have been read.
+    void LeaveElement(StringView name);
+
+    [[nodiscard]] UniString ReadString(StringView name);
+    [[nodiscard]] String Read8BitString(StringView name);
+    [[nodiscard]] bool ReadBool(StringView name);
+    [[nodiscard]] std::int16_t ReadInt16(StringView name);
+    [[nodiscard]] std::uint16_t ReadUInt16(StringView name);
+    [[nodiscard]] std::int32_t ReadInt32(StringView name);
+    [[nodiscard]] std::uint32_t ReadUInt32(StringView name);
+
+    /// Name of the next value or element at this level; empty at the end of the level.
+    [[nodiscard]] String PeekName() const;
+
+private:
+    struct State;
+    std::unique_ptr<State> state_;
+};
+
+}  // namespace OV

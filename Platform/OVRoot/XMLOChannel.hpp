@@ -1,0 +1,39 @@
+#pragma once
+
+#include "OVRoot/UniString.hpp"
+
+#include <memory>
+
+namespace OV {
+
+/// Builds an XML value document in memory: elements that hold named, typed values in the order of
+/// the calls. Any string survives (see EscapeForCarrier). One thread at a time.
+/// Misuse (leaving an element that is not open, a second root) throws IllegalArgumentException.
+class XMLOChannel {
+public:
+    XMLOChannel();
+    ~XMLOChannel();
+    XMLOChannel(XMLOChannel&&) noexcept;
+    XMLOChannel& operator=(XMLOChannel&&) noexcept;
+
+    void EnterElement(StringView name);
+    void LeaveElement(StringView name);
+
+    void WriteString(StringView name, UniStringView value);
+    /// An 8-bit string in the default code page.
+    void Write8BitString(StringView name, StringView value);
+    void WriteBool(StringView name, bool value);
+    void WriteInt16(StringView name, std::int16_t value);
+    void WriteUInt16(StringView name, std::uint16_t value);
+    void WriteInt32(StringView name, std::int32_t value);
+    void WriteUInt32(StringView name, std::uint32_t value);
+
+    /// The whole document in UTF-8 with its declaration; every element must have been left.
+    [[nodiscard]] String Text() const;
+
+private:
+    struct State;
+    std::unique_ptr<State> state_;
+};
+
+}  // namespace OV

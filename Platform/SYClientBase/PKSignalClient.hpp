@@ -1,0 +1,55 @@
+#pragma once
+
+#include "SYClientBase/PresenceService.hpp"
+#include "SyncraClient/SyncraClient.hpp"
+#include "SyncraProtocol/Signal.hpp"
+
+#include <functional>
+#include <memory>
+
+namespace SYCB {
+
+class PKSignalClientObserver {
+public:
+    virtual ~PKSignalClientObserver() = default;
+    /// Whether the observer wants signals of this kind.
+    [[nodiscard]] virtual bool _CheckSignalType(Syncra::Protocol::SignalId id) const = 0;
+    /// Called on the signal client's own thread.
+    virtual void _SignalReceived(const Syncra::Protocol::Signal& signal) = 0;
+};
+
+/// Listens for the signals of one opened project on a thread of its own and feeds its presence service:
+/// online while the server answers, offline when it does not, then tried again with growing pauses.
+/// After a reconnection every observer gets one signal of each kind, so that nothing that happened in
+/// between is missed. A server that refuses the user ends the listening (offline, with a log line).
+class PKSignalClient {
+public:
+    /// Makes the signed-in client for each connection; may throw as SyncraClient does.
+    using Connector = std::function<std::unique_ptr<Syncra::Client::SyncraClient>()>;
+
+    PKSignalClient();
+    ~PKSignalClient();
+    PKSignalClient(const PKSignalClient&) = delete;
+    PKSignalClient& operator=(const PKSignalClient&) = delete;
+
+    /// Begins to listen; a second call listens to the new project instead.
+    void Start(Connector connector, OV::UniString projectId);
+    /// Ends the held request at once and joins the thread. The presence becomes Unknown.
+    void Stop();
+
+    [[nodiscard]] PresenceService& GetPresenceService() noexcept { return presence_; }
+
+    /// The user chose to work offline: nothing sets the presence online until it is lifted.
+    [[nodiscard]] bool IsForcedOffline() const noexcept;
+    void SetForcedOffline(bool forced);
+
+    void Attach(PKSignalClientObserver& observer);
+    void Detach(PKSignalClientObserver& observer);
+
+private:
+    struct State;
+    PresenceService presence_;
+    std::unique_ptr<State> state_;
+};
+
+}  // namespace SYCB

@@ -1,0 +1,27 @@
+#pragma once
+
+#include "SYClientBase/ProjectConnectionManagerInterface.hpp"
+#include "SyncraClient/SyncraClient.hpp"
+
+#include <memory>
+
+namespace SYCB {
+
+/// The server's version is incompatible with this client. (The spelling is the platform's.)
+class IncopatibleServerVersionException : public OV::Exception {
+public:
+    using Exception::Exception;
+    OV_EXCEPTION_IDENTITY(IncopatibleServerVersionException)
+};
+
+/// A client signed in to the server of a project URL; the coded password is decoded here. Throws
+/// IncopatibleServerVersionException, and otherwise as Syncra::Client::Connect.
+[[nodiscard]] std::unique_ptr<Syncra::Client::SyncraClient> CreateSyncraClient(
+    const IO::Location& projectLocation);
+
+/// A client signed in beside the opened project of `manager`.
+[[nodiscard]] std::unique_ptr<Syncra::Client::SyncraClient> CreateSyncraClientOnOpenedProject(
+    const ProjectConnectionManagerInterface& manager, const OV::UniString& serverName,
+    std::uint16_t port, const OV::UniString& userName, const OV::UniString& password);
+
+}  // namespace SYCB

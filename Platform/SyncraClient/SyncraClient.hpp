@@ -1,0 +1,72 @@
+#pragma once
+
+#include "SYCommunication/HttpClient.hpp"
+#include "SyncraProtocol/Project.hpp"
+#include "SyncraProtocol/ServicePort.hpp"
+#include "SyncraProtocol/Session.hpp"
+#include "SyncraProtocol/Signal.hpp"
+
+#include <memory>
+
+namespace Syncra::Client {
+
+/// The project server as one signed-in user sees it. Every call is a request and blocks for its answer;
+/// one thread at a time, except Cancel. Failures: Communication::ResponseContentException when the
+/// server refuses, the other exceptions of Communication when it cannot be asked,
+/// OV::InterruptedException after Cancel or an interruption of the calling thread.
+class SyncraClient {
+public:
+    virtual ~SyncraClient() = default;
+
+    /// The projects that the user may see, in the server's order.
+    [[nodiscard]] virtual OV::Array<Protocol::Project> GetProjects() = 0;
+    /// Whether the user is a member of the project.
+    [[nodiscard]] virtual bool IsMember(const OV::UniString& projectId) = 0;
+    /// Whether a project of that name exists at all, visible to the user or not, in any letter case.
+    [[nodiscard]] virtual bool ProjectExists(const OV::UniString& projectName) = 0;
+    [[nodiscard]] virtual Protocol::ProjectState GetProjectState(const OV::UniString& projectId) = 0;
+
+    /// The user's sessions in the project.
+    [[nodiscard]] virtual OV::Array<Protocol::Session> GetSessions(const OV::UniString& projectId) = 0;
+    /// Refused with code 17 when the user has one already.
+    [[nodiscard]] virtual Protocol::Session StartSession(const OV::UniString& projectId) = 0;
+    virtual void CloseSession(const OV::UniString& sessionId) = 0;
+    /// Empty when the attribute was never set.
+    [[nodiscard]] virtual OV::UniString GetSessionAttribute(const OV::UniString& sessionId,
+                                                            OV::UniStringView name) = 0;
+    /// `value` is in the default code page.
+    virtual void SetSessionAttribute(const OV::UniString& sessionId, OV::UniStringView name,
+                                     const OV::String& value) = 0;
+
+    [[nodiscard]] virtual OV::Array<Protocol::ServicePort> GetServicePortList() = 0;
+
+    /// Waits on the server for signals after `after`, at most `waitMilliseconds`.
+    [[nodiscard]] virtual Protocol::SignalBatch WaitForSignals(const OV::UniString& projectId,
+                                                               std::uint64_t after,
+                                                               std::uint32_t waitMilliseconds) = 0;
+
+    /// Ends the request under way and every later one. Safe on any thread.
+    virtual void Cancel() = 0;
+};
+
+/// Who signs in where.
+struct SignInData {
+    OV::UniString serverName;
+    std::uint16_t port = 0;
+    OV::UniString userName;
+    OV::UniString password;
+};
+
+/// Connects and signs in. Throws as the requests do, and ServerVersionException when the server speaks
+/// another version of the protocol.
+[[nodiscard]] std::unique_ptr<SyncraClient> Connect(const SignInData& data,
+                                                    const Communication::HttpOptions& options = {});
+
+/// The server speaks another version of the protocol than this client.
+class ServerVersionException : public Communication::CommunicationException {
+public:
+    using CommunicationException::CommunicationException;
+    OV_EXCEPTION_IDENTITY(ServerVersionException)
+};
+
+}  // namespace Syncra::Client

@@ -1,0 +1,64 @@
+#pragma once
+
+#include "OVRoot/Exception.hpp"
+#include "SyncraProtocol/Project.hpp"
+#include "SyncraProtocol/ServicePort.hpp"
+#include "SyncraProtocol/Session.hpp"
+#include "SyncraProtocol/SignIn.hpp"
+#include "SyncraProtocol/Signal.hpp"
+
+#include <nlohmann/json_fwd.hpp>
+
+/// JSON form of the records. FromJson throws MalformedRecordException for whatever a peer may send
+/// (missing field, other type, number out of range); unknown fields are ignored.
+namespace Syncra::Protocol {
+
+class MalformedRecordException : public OV::Exception {
+public:
+    using Exception::Exception;
+    OV_EXCEPTION_IDENTITY(MalformedRecordException)
+};
+
+/// Parses a body: at most 64 levels deep, valid UTF-8, one value. Throws MalformedRecordException.
+[[nodiscard]] nlohmann::json ParseJson(OV::StringView body);
+/// One line of JSON. Never throws for records of ours.
+[[nodiscard]] OV::String DumpJson(const nlohmann::json& value);
+
+/// Text of the wire: UTF-8 with OV::EscapeForCarrier applied, so that any string of ours survives.
+[[nodiscard]] nlohmann::json TextToJson(OV::UniStringView text);
+[[nodiscard]] OV::UniString TextFromJson(const nlohmann::json& value);
+
+/// Field readers; `key` missing or of another type throws MalformedRecordException naming the key.
+[[nodiscard]] OV::UniString ReadText(const nlohmann::json& object, const char* key);
+[[nodiscard]] std::int64_t ReadInteger(const nlohmann::json& object, const char* key,
+                                       std::int64_t minimum, std::int64_t maximum);
+[[nodiscard]] bool ReadBool(const nlohmann::json& object, const char* key);
+/// The array under `key`.
+[[nodiscard]] const nlohmann::json& ReadArray(const nlohmann::json& object, const char* key);
+
+[[nodiscard]] nlohmann::json ToJson(const Project& project);
+[[nodiscard]] nlohmann::json ToJson(const Session& session);
+[[nodiscard]] nlohmann::json ToJson(const ServicePort& port);
+[[nodiscard]] nlohmann::json ToJson(const Signal& signal);
+[[nodiscard]] nlohmann::json ToJson(const SignalBatch& batch);
+[[nodiscard]] nlohmann::json ToJson(const SignInRequest& request);
+[[nodiscard]] nlohmann::json ToJson(const SignInAnswer& answer);
+
+template <class Record>
+[[nodiscard]] Record FromJson(const nlohmann::json& value);
+template <>
+Project FromJson<Project>(const nlohmann::json& value);
+template <>
+Session FromJson<Session>(const nlohmann::json& value);
+template <>
+ServicePort FromJson<ServicePort>(const nlohmann::json& value);
+template <>
+Signal FromJson<Signal>(const nlohmann::json& value);
+template <>
+SignalBatch FromJson<SignalBatch>(const nlohmann::json& value);
+template <>
+SignInRequest FromJson<SignInRequest>(const nlohmann::json& value);
+template <>
+SignInAnswer FromJson<SignInAnswer>(const nlohmann::json& value);
+
+}  // namespace Syncra::Protocol

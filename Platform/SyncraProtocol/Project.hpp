@@ -1,0 +1,27 @@
+#pragma once
+
+#include "OVRoot/UniString.hpp"
+
+namespace Syncra::Protocol {
+
+/// State of a project as the server stores it.
+enum class ProjectState : std::int32_t {
+    Locked = 1,       ///< may be opened and read, takes no changes
+    Maintenance = 2,  ///< the server refuses sessions with code 24
+    Active = 3,
+};
+
+/// A project in the project list of a user.
+struct Project {
+    OV::UniString id;
+    OV::UniString name;
+    OV::UniString location;  ///< server-side location of its data
+    OV::UniString category;
+    ProjectState state = ProjectState::Active;
+    OV::UniString version;   ///< version text of the project's data format
+    std::int32_t build = 0;  ///< build number of the project's data format
+
+    friend bool operator==(const Project&, const Project&) = default;
+};
+
+}  // namespace Syncra::Protocol

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "OVRoot/Containers.hpp"
+#include "OVRoot/UniString.hpp"
+
+namespace Syncra::Protocol {
+
+/// A user's working session in a project, with what the server grants him in it.
+struct Session {
+    OV::UniString id;
+    OV::UniString projectId;
+    OV::UniString userId;
+    OV::UniString loginName;
+    OV::UniString userName;       ///< display name
+    std::int32_t logonId = 0;     ///< short number of the user in this project, 1 to 32767
+    OV::UniString roleName;
+    OV::HashSet<OV::UniString> permissions;
+    std::int32_t startTime = 0;   ///< seconds since 1970-01-01 UTC
+
+    friend bool operator==(const Session&, const Session&) = default;
+};
+
+/// Names of the attributes that clients keep with a session; values are 8-bit strings (UTF-8).
+namespace SessionAttributeNames {
+inline constexpr OV::UniStringView ComputerName = u"ComputerName";
+}
+
+}  // namespace Syncra::Protocol

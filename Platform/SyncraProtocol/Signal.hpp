@@ -1,0 +1,31 @@
+#pragma once
+
+#include "OVRoot/Containers.hpp"
+#include "OVRoot/UniString.hpp"
+
+namespace Syncra::Protocol {
+
+enum class SignalId : std::int32_t {
+    ProjectStateChanged = 1,
+    SessionsChanged = 2,
+    MembersChanged = 3,
+    NewMail = 4,
+};
+
+/// One event of a project, in the order of its sequence.
+struct Signal {
+    std::uint64_t sequence = 0;
+    SignalId id = SignalId::ProjectStateChanged;
+    OV::UniString projectId;
+
+    friend bool operator==(const Signal&, const Signal&) = default;
+};
+
+/// Answer to a held signal request. `next` is what the next request passes on; a server that lost its
+/// place (restart) answers with a `next` below the one asked for, and the client starts from there.
+struct SignalBatch {
+    OV::Array<Signal> signals;
+    std::uint64_t next = 0;
+};
+
+}  // namespace Syncra::Protocol

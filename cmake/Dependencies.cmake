@@ -1,0 +1,6 @@
+find_package(Threads REQUIRED)
+find_package(PkgConfig REQUIRED)
+find_package(CURL 7.80 REQUIRED)
+find_package(nlohmann_json 3.11 REQUIRED)
+pkg_check_modules(pugixml REQUIRED IMPORTED_TARGET pugixml)
+pkg_check_modules(sodium REQUIRED IMPORTED_TARGET libsodium)

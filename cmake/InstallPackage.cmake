@@ -1,0 +1,25 @@
+# Installs the library as the CMake package SYClient and for pkg-config.
+include(CMakePackageConfigHelpers)
+set(package_dir "${CMAKE_INSTALL_LIBDIR}/cmake/SYClient")
+
+install(TARGETS SYClient SYClientStatic EXPORT SYClientTargets
+  RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}"
+  LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}"
+  ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}")
+install(EXPORT SYClientTargets NAMESPACE SYClient:: DESTINATION "${package_dir}")
+
+# Folders named Detail hold headers that include a third-party library; they stay inside.
+foreach(root Sources Platform)
+  install(DIRECTORY "${PROJECT_SOURCE_DIR}/${root}/" DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/SYClient-1"
+    FILES_MATCHING PATTERN "*.hpp" PATTERN "Detail" EXCLUDE)
+endforeach()
+
+configure_package_config_file("${PROJECT_SOURCE_DIR}/cmake/SYClientConfig.cmake.in"
+  "${PROJECT_BINARY_DIR}/SYClientConfig.cmake" INSTALL_DESTINATION "${package_dir}")
+write_basic_package_version_file("${PROJECT_BINARY_DIR}/SYClientConfigVersion.cmake"
+  COMPATIBILITY SameMajorVersion)
+install(FILES "${PROJECT_BINARY_DIR}/SYClientConfig.cmake"
+  "${PROJECT_BINARY_DIR}/SYClientConfigVersion.cmake" DESTINATION "${package_dir}")
+
+configure_file("${PROJECT_SOURCE_DIR}/cmake/SYClient.pc.in" "${PROJECT_BINARY_DIR}/SYClient.pc" @ONLY)
+install(FILES "${PROJECT_BINARY_DIR}/SYClient.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")

@@ -1,0 +1,40 @@
+# Options of our own targets. Nothing here reaches a consumer: a project that builds against the
+# installed package, or takes this one in by add_subdirectory, keeps its own warnings and flags.
+add_library(syc_options INTERFACE)
+target_compile_features(syc_options INTERFACE cxx_std_20)
+if(MSVC)
+  target_compile_options(syc_options INTERFACE /W4 /utf-8 $<$<BOOL:${SYCLIENT_WARNINGS_AS_ERRORS}>:/WX>)
+else()
+  target_compile_options(syc_options INTERFACE
+    -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Wcast-qual
+    $<$<CXX_COMPILER_ID:Clang>:-Wthread-safety>
+    $<$<BOOL:${SYCLIENT_WARNINGS_AS_ERRORS}>:-Werror>)
+endif()
+if(SYCLIENT_SANITIZERS)
+  target_compile_options(syc_options INTERFACE
+    -fsanitize=${SYCLIENT_SANITIZERS} -fno-omit-frame-pointer
+    $<$<AND:$<CXX_COMPILER_ID:GNU>,$<STREQUAL:${SYCLIENT_SANITIZERS},thread>>:-Wno-tsan>)
+  target_link_options(syc_options INTERFACE -fsanitize=${SYCLIENT_SANITIZERS})
+endif()
+
+# syc_layer(<name> FOLDER <dir> [SOURCES_OF <other folder>...] [USES <layer>...] [LIBRARIES <lib>...])
+# One folder as an object library. USES names the layers whose headers it may include and is checked
+# by Tests/Layers; LIBRARIES stay private, so that no third-party header reaches the layer above.
+# Sources named *_posix.cpp or *_windows.cpp are compiled on their system only.
+function(syc_layer name)
+  cmake_parse_arguments(arg "" "FOLDER" "USES;LIBRARIES" ${ARGN})
+  file(GLOB_RECURSE sources CONFIGURE_DEPENDS "${arg_FOLDER}/*.cpp")
+  if(WIN32)
+    list(FILTER sources EXCLUDE REGEX "_posix\\.cpp$")
+  else()
+    list(FILTER sources EXCLUDE REGEX "_windows\\.cpp$")
+  endif()
+  list(LENGTH sources count)
+  if(count EQUAL 0)
+    add_library(${name} INTERFACE)
+    return()
+  endif()
+  add_library(${name} OBJECT ${sources})
+  target_link_libraries(${name} PRIVATE syc_options ${arg_LIBRARIES})
+  target_include_directories(${name} PRIVATE "${PROJECT_SOURCE_DIR}/Platform")
+endfunction()

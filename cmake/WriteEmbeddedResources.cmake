@@ -1,0 +1,22 @@
+# Writes the XML texts of FOLDER as one source file, OUTPUT, with a function for each file:
+# Resources/Alerts.xml becomes OV::Embedded::Alerts().
+file(GLOB files "${FOLDER}/*.xml")
+set(text "// Made from Resources/ by cmake/WriteEmbeddedResources.cmake.\n#include <string_view>\n")
+string(APPEND text "namespace OV::Embedded {\n")
+foreach(file IN LISTS files)
+  get_filename_component(name "${file}" NAME_WE)
+  file(READ "${file}" hex HEX)
+  string(REGEX REPLACE "([0-9a-f][0-9a-f])" "\\\\x\\1" bytes "${hex}")
+  # 4,000 bytes a literal: compilers limit the length of a single one.
+  string(LENGTH "${bytes}" length)
+  string(APPEND text "std::string_view ${name}();\nstd::string_view ${name}()\n{\n    static constexpr char bytes[] =\n")
+  set(at 0)
+  while(at LESS length)
+    string(SUBSTRING "${bytes}" ${at} 16000 piece)
+    string(APPEND text "        \"${piece}\"\n")
+    math(EXPR at "${at} + 16000")
+  endwhile()
+  string(APPEND text "        ;\n    return {bytes, sizeof bytes - 1};\n}\n")
+endforeach()
+string(APPEND text "}  // namespace OV::Embedded\n")
+file(WRITE "${OUTPUT}" "${text}")
