@@ -1,0 +1,55 @@
+#pragma once
+
+#include "IO/File.hpp"
+#include "IO/IOException.hpp"
+#include "IO/Location.hpp"
+
+#include <cerrno>
+#include <sys/stat.h>
+#include <optional>
+#include <utility>
+
+/// What the POSIX sources of this folder share.
+namespace IO::Posix {
+
+/// Owns a file descriptor.
+class Descriptor {
+public:
+    explicit Descriptor(int number = -1) noexcept : number_(number) {}
+    ~Descriptor();
+    Descriptor(Descriptor&& other) noexcept : number_(std::exchange(other.number_, -1)) {}
+    Descriptor& operator=(Descriptor&& other) noexcept
+    {
+        std::swap(number_, other.number_);
+        return *this;
+    }
+
+    [[nodiscard]] int Number() const noexcept { return number_; }
+    [[nodiscard]] explicit operator bool() const noexcept { return number_ >= 0; }
+
+private:
+    int number_;
+};
+
+/// Throws the IOException of the system's error `number`.
+[[noreturn]] void Fail(OV::UniStringView operation, const Location& place, int number = errno,
+                       OV::SourcePlace source = OV::SourcePlace::Here());
+
+/// `call` again while a signal interrupts it.
+template <class Call>
+auto Retry(Call&& call)
+{
+    for (;;) {
+        const auto result = call();
+        if (result >= 0 || errno != EINTR)
+            return result;
+    }
+}
+
+[[nodiscard]] ChangeStamp StampOf(const struct stat& status) noexcept;
+[[nodiscard]] inline bool IsSameFile(const struct stat& left, const struct stat& right) noexcept
+{
+    return left.st_dev == right.st_dev && left.st_ino == right.st_ino;
+}
+
+}  // namespace IO::Posix

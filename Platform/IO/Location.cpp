@@ -1,0 +1,287 @@
+#include "IO/Location.hpp"
+
+#include "OVRoot/Exception.hpp"
+
+#include <algorithm>
+#include <charconv>
+#include <utility>
+
+namespace IO {
+
+namespace {
+
+using OV::String;
+using OV::StringView;
+using OV::UniString;
+using OV::UniStringView;
+
+constexpr char16_t Separator = u'/';
+
+bool IsUnreserved(char byte)
+{
+    return (byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z') ||
+           (byte >= '0' && byte <= '9') || StringView("-._~").find(byte) != StringView::npos;
+}
+
+int HexValue(char digit)
+{
+    if (digit >= '0' && digit <= '9')
+        return digit - '0';
+    const char capital = static_cast<char>(digit & ~0x20);
+    return capital >= 'A' && capital <= 'F' ? capital - 'A' + 10 : -1;
+}
+
+void AppendEncoded(String& url, UniStringView text)
+{
+    static constexpr char digits[] = "0123456789ABCDEF";
+    for (const char byte : OV::ToUtf8(text)) {
+        if (IsUnreserved(byte)) {
+            url.push_back(byte);
+            continue;
+        }
+        url.push_back('%');
+        url.push_back(digits[static_cast<unsigned char>(byte) >> 4]);
+        url.push_back(digits[static_cast<unsigned char>(byte) & 0xF]);
+    }
+}
+
+/// The message leaves the text out: it may hold a password.
+[[noreturn]] void FailUrl(StringView problem)
+{
+    throw OV::IllegalArgumentException("Not a URL: " + String(problem) +
+                                       ". One looks like scheme://user@host:port/name.");
+}
+
+UniString Decode(StringView text)
+{
+    String bytes;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (text[i] != '%') {
+            bytes.push_back(text[i]);
+            continue;
+        }
+        const int high = i + 2 < text.size() ? HexValue(text[i + 1]) : -1;
+        const int low = i + 2 < text.size() ? HexValue(text[i + 2]) : -1;
+        if (high < 0 || low < 0)
+            FailUrl("a percent sign without two hexadecimal digits");
+        bytes.push_back(static_cast<char>(high * 16 + low));
+        i += 2;
+    }
+    if (!OV::IsWellFormedUtf8(bytes))
+        FailUrl("a percent-encoded part is no UTF-8");
+    return OV::FromUtf8(bytes);
+}
+
+bool IsScheme(StringView text)
+{
+    return !text.empty() && !(text[0] >= '0' && text[0] <= '9') &&
+           std::all_of(text.begin(), text.end(), [](char byte) {
+               return (byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z') ||
+                      (byte >= '0' && byte <= '9') || byte == '+' || byte == '-' || byte == '.';
+           });
+}
+
+std::uint16_t ParsePort(StringView text)
+{
+    std::uint16_t port = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), port);
+    if (error != std::errc() || end != text.data() + text.size())
+        FailUrl("the port is no number from 0 to 65535");
+    return port;
+}
+
+std::vector<UniString> SplitPath(UniStringView path)
+{
+    std::vector<UniString> components;
+    while (!path.empty()) {
+        const auto cut = std::min(path.find(Separator), path.size());
+        const auto component = path.substr(0, cut);
+        if (!component.empty() && component != u".")
+            components.emplace_back(component);
+        path.remove_prefix(std::min(cut + 1, path.size()));
+    }
+    return components;
+}
+
+}  // namespace
+
+Location Location::FromPath(UniStringView path)
+{
+    Location location;
+    if (path.empty())
+        return location;
+    location.model_ = NetworkModel::Local;
+    location.absolute_ = path.front() == Separator;
+    location.components_ = SplitPath(path);
+    return location;
+}
+
+Location Location::MakeUrl(UniString scheme)
+{
+    Location location;
+    location.model_ = NetworkModel::Url;
+    location.scheme_ = std::move(scheme);
+    return location;
+}
+
+namespace {
+
+/// "user:password@host:port", all but the host optional.
+void ReadAuthority(StringView authority, Location& location)
+{
+    if (const auto at = authority.rfind('@'); at != StringView::npos) {
+        const auto login = authority.substr(0, at);
+        const auto colon = std::min(login.find(':'), login.size());
+        location.SetUserName(Decode(login.substr(0, colon)));
+        if (colon < login.size())
+            location.SetPassword(Decode(login.substr(colon + 1)));
+        authority.remove_prefix(at + 1);
+    }
+    std::size_t hostEnd = std::min(authority.find(':'), authority.size());
+    StringView host = authority.substr(0, hostEnd);
+    if (!authority.empty() && authority.front() == '[') {
+        const auto bracket = authority.find(']');
+        if (bracket == StringView::npos)
+            FailUrl("an address without its closing bracket");
+        host = authority.substr(1, bracket - 1);
+        hostEnd = bracket + 1;
+    }
+    if (host.empty())
+        FailUrl("the host is missing");
+    location.SetHost(Decode(host));
+    const auto rest = authority.substr(hostEnd);
+    if (rest.empty())
+        return;
+    if (rest.front() != ':')
+        FailUrl("unexpected text behind the host");
+    location.SetPort(rest.size() == 1 ? std::uint16_t(0) : ParsePort(rest.substr(1)));
+}
+
+}  // namespace
+
+Location Location::FromUrlText(UniStringView text)
+{
+    const String url = OV::ToUtf8(text);
+    const StringView whole = url;
+    const auto colon = whole.find("://");
+    if (colon == StringView::npos || !IsScheme(whole.substr(0, colon)))
+        FailUrl("the scheme is missing");
+    auto location = MakeUrl(OV::FromUtf8(whole.substr(0, colon)));
+    StringView rest = whole.substr(colon + 3);
+    const auto pathStart = std::min(rest.find('/'), rest.size());
+    ReadAuthority(rest.substr(0, pathStart), location);
+    rest.remove_prefix(pathStart);
+    while (rest.size() > 1) {
+        rest.remove_prefix(1);
+        const auto cut = std::min(rest.find('/'), rest.size());
+        location.components_.push_back(Decode(rest.substr(0, cut)));
+        rest.remove_prefix(cut);
+    }
+    return location;
+}
+
+bool Location::IsLegal() const
+{
+    const auto isGood = [this](const UniString& component) {
+        return !component.empty() && component.find(u'\0') == UniString::npos &&
+               (model_ == NetworkModel::Url || component.find(Separator) == UniString::npos);
+    };
+    if (!std::all_of(components_.begin(), components_.end(), isGood))
+        return false;
+    if (model_ == NetworkModel::Url)
+        return !scheme_.empty() && !host_.empty();
+    return model_ == NetworkModel::Local && (absolute_ || !components_.empty());
+}
+
+Location Location::Appended(UniStringView component) const
+{
+    Location longer = *this;
+    if (longer.model_ == NetworkModel::None)
+        longer.model_ = NetworkModel::Local;
+    longer.components_.emplace_back(component);
+    return longer;
+}
+
+Location Location::Parent() const
+{
+    Location parent = *this;
+    if (!parent.components_.empty())
+        parent.components_.pop_back();
+    return parent;
+}
+
+UniString Location::LastComponent() const
+{
+    return components_.empty() ? UniString() : components_.back();
+}
+
+UniString Location::ToPath() const
+{
+    UniString path;
+    if (model_ != NetworkModel::Local)
+        return path;
+    for (const auto& component : components_) {
+        if (absolute_ || !path.empty())
+            path.push_back(Separator);
+        path += component;
+    }
+    if (path.empty())
+        path = absolute_ ? u"/" : u".";
+    return path;
+}
+
+String Location::ToNativePath() const
+{
+    return OV::ToUtf8(ToPath());
+}
+
+UniString Location::ToUrlText() const
+{
+    if (model_ != NetworkModel::Url || !IsLegal())
+        throw OV::IllegalArgumentException(
+            OV::StringView("The location is no URL with scheme and host."));
+    String url = OV::ToUtf8(scheme_) + "://";
+    AppendEncoded(url, userName_);
+    if (!password_.empty()) {
+        url.push_back(':');
+        AppendEncoded(url, password_);
+    }
+    if (!userName_.empty() || !password_.empty())
+        url.push_back('@');
+    // Only an IPv6 address is all of these characters with a colon among them.
+    const bool isAddress = host_.find(u':') != UniString::npos &&
+                           host_.find_first_not_of(u"0123456789abcdefABCDEF:.") == UniString::npos;
+    if (isAddress)
+        url += "[" + OV::ToUtf8(host_) + "]";
+    else
+        AppendEncoded(url, host_);
+    if (port_ != 0)
+        url += ":" + std::to_string(port_);
+    for (const auto& component : components_) {
+        url.push_back('/');
+        AppendEncoded(url, component);
+    }
+    return OV::FromUtf8(url);
+}
+
+UniString Location::ToDisplayText() const
+{
+    if (model_ != NetworkModel::Url)
+        return ToPath();
+    Location shown = *this;
+    shown.password_.clear();
+    return shown.IsLegal() ? shown.ToUrlText() : u"an incomplete URL";
+}
+
+}  // namespace IO
+
+std::size_t std::hash<IO::Location>::operator()(const IO::Location& location) const noexcept
+{
+    const std::hash<OV::UniString> hashText;
+    std::size_t value = hashText(location.GetScheme()) ^ location.GetPort();
+    for (const auto* text : {&location.GetUserName(), &location.GetHost()})
+        value = value * 31 + hashText(*text);
+    for (const auto& component : location.GetComponents())
+        value = value * 31 + hashText(component);
+    return value;
+}

@@ -1,0 +1,62 @@
+#include "IO/Detail/Posix.hpp"
+
+#include <cstring>
+#include <unistd.h>
+
+namespace IO {
+
+std::int32_t ChangeStamp::ModificationTime() const noexcept
+{
+    return static_cast<std::int32_t>(modificationNanoseconds / 1'000'000'000);
+}
+
+namespace Posix {
+
+namespace {
+
+ErrorCode CodeOf(int number)
+{
+    switch (number) {
+    case ENOENT:
+    case ENOTDIR:
+        return ErrorCode::NotFound;
+    case EEXIST:
+        return ErrorCode::AlreadyExists;
+    case EACCES:
+    case EPERM:
+    case EROFS:
+        return ErrorCode::AccessDenied;
+    case ENOSPC:
+    case EDQUOT:
+    case EFBIG:
+        return ErrorCode::NoSpace;
+    default:
+        return ErrorCode::Other;
+    }
+}
+
+}  // namespace
+
+Descriptor::~Descriptor()
+{
+    if (number_ >= 0)
+        close(number_);
+}
+
+void Fail(OV::UniStringView operation, const Location& place, int number, OV::SourcePlace source)
+{
+    throw IOException(CodeOf(number), operation, place, std::strerror(number), source);
+}
+
+ChangeStamp StampOf(const struct stat& status) noexcept
+{
+    ChangeStamp stamp;
+    stamp.modificationNanoseconds =
+        std::int64_t{status.st_mtim.tv_sec} * 1'000'000'000 + status.st_mtim.tv_nsec;
+    stamp.size = static_cast<std::uint64_t>(status.st_size);
+    stamp.identity = static_cast<std::uint64_t>(status.st_ino);
+    return stamp;
+}
+
+}  // namespace Posix
+}  // namespace IO

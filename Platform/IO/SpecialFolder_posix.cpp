@@ -1,0 +1,42 @@
+#include "IO/SpecialFolder.hpp"
+
+#include "IO/Folder.hpp"
+#include "OVRoot/System.hpp"
+
+namespace IO {
+
+namespace {
+
+constexpr OV::UniStringView CompanyName = u"Orvant";
+
+/// The environment's folder when it names an absolute one (others are to be ignored), else `fallback`.
+Location FromEnvironment(OV::StringView variable, const OV::String& fallback)
+{
+    const OV::String value = OV::System::EnvironmentVariable(variable);
+    const bool isAbsolute = !value.empty() && value.front() == '/';
+    return Location::FromPath(OV::FromUtf8(isAbsolute ? value : fallback));
+}
+
+}  // namespace
+
+Location GetSpecialFolder(SpecialFolder folder)
+{
+    switch (folder) {
+    case SpecialFolder::ApplicationData:
+        return FromEnvironment("XDG_DATA_HOME", OV::System::HomeFolder() + "/.local/share");
+    case SpecialFolder::RoamingApplicationData:
+        return FromEnvironment("XDG_CONFIG_HOME", OV::System::HomeFolder() + "/.config");
+    case SpecialFolder::Temporary:
+        break;
+    }
+    return FromEnvironment("TMPDIR", "/tmp");
+}
+
+Location GetCompanyFolder(SpecialFolder folder)
+{
+    auto company = GetSpecialFolder(folder).Appended(CompanyName);
+    Folder::CreateTree(company);
+    return company;
+}
+
+}  // namespace IO

@@ -1,0 +1,48 @@
+#include "OVRoot/MemoryChannels.hpp"
+
+#include <cstring>
+
+namespace OV {
+
+namespace {
+
+bool Take(StringView& rest, std::span<std::byte> target)
+{
+    if (rest.size() < target.size())
+        return false;
+    if (!target.empty())
+        std::memcpy(target.data(), rest.data(), target.size());
+    rest.remove_prefix(target.size());
+    return true;
+}
+
+void Append(String& bytes, std::span<const std::byte> source)
+{
+    bytes.append(reinterpret_cast<const char*>(source.data()), source.size());
+}
+
+}  // namespace
+
+ChannelStatus MemoryIChannel::ReadBytes(std::span<std::byte> target)
+{
+    return Take(rest_, target) ? ChannelOk : ChannelFailed;
+}
+
+ChannelStatus MemoryOChannel::WriteBytes(std::span<const std::byte> source)
+{
+    Append(bytes_, source);
+    return ChannelOk;
+}
+
+void MemoryIChannelX::ReadBytes(std::span<std::byte> target)
+{
+    if (!Take(rest_, target))
+        throw ChannelException(StringView("The record ends before its data."));
+}
+
+void MemoryOChannelX::WriteBytes(std::span<const std::byte> source)
+{
+    Append(bytes_, source);
+}
+
+}  // namespace OV

@@ -1,0 +1,34 @@
+#pragma once
+
+#include "OVRoot/Executor.hpp"
+
+#include <memory>
+
+namespace OV {
+
+namespace Detail {
+class TaskPool;
+}
+
+/// What the executors share: a queue, and the threads that serve it. The destructor waits for them.
+class PoolBackedExecutor : public Executor {
+public:
+    ~PoolBackedExecutor() override;
+
+    bool Execute(RunnableTask task) override;
+    void Shutdown() override;
+    void Cancel() override;
+    [[nodiscard]] bool IsShutdown() const override;
+    [[nodiscard]] bool IsCanceled() const override;
+    [[nodiscard]] bool IsTerminated() const override;
+    bool AwaitTermination(std::uint32_t milliseconds) override;
+    void AwaitTermination() override;
+
+protected:
+    explicit PoolBackedExecutor(std::unique_ptr<Detail::TaskPool> pool);
+
+private:
+    std::unique_ptr<Detail::TaskPool> pool_;
+};
+
+}  // namespace OV

@@ -1,0 +1,44 @@
+#include "OVRoot/System.hpp"
+
+#include <cstdlib>
+#include <pthread.h>
+#include <pwd.h>
+#include <unistd.h>
+
+namespace OV::System {
+
+UniString ComputerName()
+{
+    char name[256] = {};
+    if (gethostname(name, sizeof name - 1) != 0)
+        return {};
+    return FromUtf8(name).substr(0, 512);
+}
+
+String EnvironmentVariable(StringView name)
+{
+    const char* value = std::getenv(String(name).c_str());
+    return value != nullptr ? value : "";
+}
+
+String HomeFolder()
+{
+    String home = EnvironmentVariable("HOME");
+    if (!home.empty())
+        return home;
+    const passwd* user = getpwuid(getuid());
+    return user != nullptr ? user->pw_dir : "/";
+}
+
+std::uint32_t ProcessId()
+{
+    return static_cast<std::uint32_t>(getpid());
+}
+
+void NameCurrentThread(StringView name)
+{
+    // Linux takes 15 characters.
+    pthread_setname_np(pthread_self(), String(name.substr(0, 15)).c_str());
+}
+
+}  // namespace OV::System

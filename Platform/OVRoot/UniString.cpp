@@ -1,0 +1,202 @@
+#include "OVRoot/UniString.hpp"
+
+#include <algorithm>
+#include <charconv>
+
+namespace OV {
+
+namespace {
+
+constexpr bool IsHigh(char16_t unit) { return unit >= 0xD800 && unit <= 0xDBFF; }
+constexpr bool IsLow(char16_t unit) { return unit >= 0xDC00 && unit <= 0xDFFF; }
+
+void AppendUtf8(String& out, char32_t code)
+{
+    const auto tail = [&](int shift) { out.push_back(static_cast<char>(0x80 | ((code >> shift) & 0x3F))); };
+    if (code < 0x80) {
+        out.push_back(static_cast<char>(code));
+    } else if (code < 0x800) {
+        out.push_back(static_cast<char>(0xC0 | (code >> 6)));
+        tail(0);
+    } else if (code < 0x10000) {
+        out.push_back(static_cast<char>(0xE0 | (code >> 12)));
+        tail(6);
+        tail(0);
+    } else {
+        out.push_back(static_cast<char>(0xF0 | (code >> 18)));
+        tail(12);
+        tail(6);
+        tail(0);
+    }
+}
+
+struct Decoded {
+    char32_t code = 0;
+    std::size_t length = 0;  ///< 0 for a malformed sequence
+};
+
+/// One code point at the front of `bytes`, which is not empty. Surrogates in three bytes are let through.
+Decoded DecodeOne(StringView bytes)
+{
+    const auto at = [&](std::size_t i) { return static_cast<unsigned char>(bytes[i]); };
+    const unsigned char lead = at(0);
+    if (lead < 0x80)
+        return {lead, 1};
+    const std::size_t length = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : 2;
+    if (lead < 0xC2 || lead > 0xF4 || bytes.size() < length)
+        return {};
+    char32_t code = lead & (0xFFu >> (length + 1));
+    for (std::size_t i = 1; i < length; ++i) {
+        if ((at(i) & 0xC0) != 0x80)
+            return {};
+        code = (code << 6) | (at(i) & 0x3Fu);
+    }
+    static constexpr char32_t smallest[] = {0, 0, 0x80, 0x800, 0x10000};
+    if (code < smallest[length] || code > 0x10FFFF)
+        return {};
+    return {code, length};
+}
+
+constexpr char16_t Replacement = 0xFFFD;
+
+int HexValue(char16_t unit)
+{
+    if (unit >= u'0' && unit <= u'9')
+        return unit - u'0';
+    if (unit >= u'A' && unit <= u'F')
+        return unit - u'A' + 10;
+    return -1;
+}
+
+char16_t LowerAscii(char16_t unit)
+{
+    return unit >= u'A' && unit <= u'Z' ? static_cast<char16_t>(unit + 32) : unit;
+}
+
+bool NeedsEscape(UniStringView text, std::size_t i)
+{
+    const char16_t unit = text[i];
+    if (unit < 0x20)
+        return unit != u'\t' && unit != u'\n';
+    if (unit == u'\\')
+        return i + 1 < text.size() && text[i + 1] == u'u';
+    if (IsHigh(unit))
+        return i + 1 >= text.size() || !IsLow(text[i + 1]);
+    if (IsLow(unit))
+        return i == 0 || !IsHigh(text[i - 1]);
+    return unit >= 0xFFFE || (unit >= 0x7F && unit < 0xA0);
+}
+
+void AppendEscape(UniString& out, char16_t unit)
+{
+    static constexpr char16_t digits[] = u"0123456789ABCDEF";
+    out += u"\\u";
+    for (int shift = 12; shift >= 0; shift -= 4)
+        out.push_back(digits[(unit >> shift) & 0xF]);
+}
+
+}  // namespace
+
+String ToUtf8(UniStringView text)
+{
+    String out;
+    out.reserve(text.size());
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        char32_t code = text[i];
+        if (code < 0x80) {
+            out.push_back(static_cast<char>(code));
+            continue;
+        }
+        if (IsHigh(text[i]) && i + 1 < text.size() && IsLow(text[i + 1]))
+            code = 0x10000 + ((code - 0xD800) << 10) + (text[++i] - 0xDC00);
+        AppendUtf8(out, code);
+    }
+    return out;
+}
+
+UniString FromUtf8(StringView bytes)
+{
+    UniString out;
+    out.reserve(bytes.size());
+    for (std::size_t i = 0; i < bytes.size();) {
+        const auto lead = static_cast<unsigned char>(bytes[i]);
+        if (lead < 0x80) {
+            out.push_back(lead);
+            ++i;
+            continue;
+        }
+        const Decoded decoded = DecodeOne(bytes.substr(i));
+        if (decoded.length == 0) {
+            out.push_back(Replacement);
+            ++i;
+            continue;
+        }
+        if (decoded.code < 0x10000) {
+            out.push_back(static_cast<char16_t>(decoded.code));
+        } else {
+            out.push_back(static_cast<char16_t>(0xD7C0 + (decoded.code >> 10)));
+            out.push_back(static_cast<char16_t>(0xDC00 + (decoded.code & 0x3FF)));
+        }
+        i += decoded.length;
+    }
+    return out;
+}
+
+bool IsWellFormedUtf8(StringView bytes) noexcept
+{
+    while (!bytes.empty()) {
+        const Decoded decoded = DecodeOne(bytes);
+        if (decoded.length == 0)
+            return false;
+        bytes.remove_prefix(decoded.length);
+    }
+    return true;
+}
+
+bool EqualsIgnoreCase(UniStringView left, UniStringView right) noexcept
+{
+    return std::equal(left.begin(), left.end(), right.begin(), right.end(),
+                      [](char16_t a, char16_t b) { return LowerAscii(a) == LowerAscii(b); });
+}
+
+UniString EscapeForCarrier(UniStringView text)
+{
+    UniString out;
+    out.reserve(text.size());
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (NeedsEscape(text, i))
+            AppendEscape(out, text[i]);
+        else
+            out.push_back(text[i]);
+    }
+    return out;
+}
+
+UniString UnescapeFromCarrier(UniStringView text)
+{
+    UniString out;
+    out.reserve(text.size());
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        int unit = -1;
+        if (text[i] == u'\\' && i + 5 < text.size() && text[i + 1] == u'u') {
+            unit = 0;
+            for (std::size_t digit = i + 2; digit < i + 6 && unit >= 0; ++digit) {
+                const int value = HexValue(text[digit]);
+                unit = value < 0 ? -1 : unit * 16 + value;
+            }
+        }
+        out.push_back(unit < 0 ? text[i] : static_cast<char16_t>(unit));
+        if (unit >= 0)
+            i += 5;
+    }
+    return out;
+}
+
+UniString ToText(std::int64_t number)
+{
+    char digits[24];
+    const auto end = std::to_chars(digits, digits + sizeof digits, number).ptr;
+    return UniString(digits, end);
+}
+
+}  // namespace OV

@@ -1,0 +1,176 @@
+#include "OVRoot/XMLIChannel.hpp"
+
+#include <pugixml.hpp>
+
+#include <charconv>
+#include <optional>
+#include <utility>
+
+namespace OV {
+
+namespace {
+
+/// The first element from `node` on; comments and blank text between values are passed over, any other
+/// content stands for itself.
+pugi::xml_node NextElement(pugi::xml_node node)
+{
+    const auto isBlank = [](pugi::xml_node text) {
+        return text.type() == pugi::node_pcdata &&
+               StringView(text.value()).find_first_not_of(" \t\r\n") == StringView::npos;
+    };
+    while (node && node.type() != pugi::node_element &&
+           (node.type() != pugi::node_pcdata || isBlank(node)))
+        node = node.next_sibling();
+    return node;
+}
+
+/// An element with no content or one text; a text cut in two by a comment is not guessed at.
+bool IsValue(pugi::xml_node element)
+{
+    const auto content = element.first_child();
+    return !content || ((content.type() == pugi::node_pcdata || content.type() == pugi::node_cdata) &&
+                        !content.next_sibling());
+}
+
+}  // namespace
+
+struct XMLIChannel::State {
+    String text;  ///< parsed in place
+    UniString sourceName;
+    pugi::xml_document document;
+    pugi::xml_node parent;
+    pugi::xml_node next;
+
+    [[noreturn]] void Fail(const String& problem, SourcePlace place = SourcePlace::Here()) const
+    {
+        throw XMLChannelException(u"\"" + sourceName + u"\": " + FromUtf8(problem), place);
+    }
+
+    [[nodiscard]] String Found() const
+    {
+        if (!next)
+            return "the end of \"" + String(parent.name()) + "\"";
+        return next.type() == pugi::node_element ? "\"" + String(next.name()) + "\"" : "bare text";
+    }
+
+    void Expect(StringView name) const
+    {
+        if (!next || next.type() != pugi::node_element || name != next.name())
+            Fail("\"" + String(name) + "\" expected, " + Found() + " found.");
+    }
+
+    void Parse()
+    {
+        const auto result = document.load_buffer_inplace(
+            text.data(), text.size(), pugi::parse_default | pugi::parse_ws_pcdata_single,
+            pugi::encoding_utf8);
+        if (!result)
+            Fail("no XML at byte " + std::to_string(result.offset) + ": " + result.description() + ".");
+        parent = document;
+        next = NextElement(document.first_child());
+        if (!next || NextElement(next.next_sibling()))
+            Fail("one root element expected.");
+    }
+
+    /// Text of the next value; the position moves only when `convert` took it.
+    template <class Convert>
+    auto Read(StringView name, const char* type, Convert&& convert)
+    {
+        Expect(name);
+        auto value = convert(StringView(next.child_value()));
+        if (!value || !IsValue(next))
+            Fail("\"" + String(name) + "\" does not hold " + type + ".");
+        next = NextElement(next.next_sibling());
+        return *std::move(value);
+    }
+
+    template <class Number>
+    Number ReadNumber(StringView name, const char* type)
+    {
+        return Read(name, type, [](StringView digits) -> std::optional<Number> {
+            Number number{};
+            const auto result =
+                std::from_chars(digits.data(), digits.data() + digits.size(), number);
+            const bool whole = result.ec == std::errc() && result.ptr == digits.data() + digits.size();
+            return whole ? std::optional(number) : std::nullopt;
+        });
+    }
+};
+
+XMLIChannel::XMLIChannel(String text, UniString sourceName) : state_(std::make_unique<State>())
+{
+    state_->text = std::move(text);
+    state_->sourceName = std::move(sourceName);
+    state_->Parse();
+}
+
+XMLIChannel::~XMLIChannel() = default;
+XMLIChannel::XMLIChannel(XMLIChannel&&) noexcept = default;
+XMLIChannel& XMLIChannel::operator=(XMLIChannel&&) noexcept = default;
+
+void XMLIChannel::EnterElement(StringView name)
+{
+    state_->Expect(name);
+    state_->parent = state_->next;
+    state_->next = NextElement(state_->parent.first_child());
+}
+
+void XMLIChannel::LeaveElement(StringView name)
+{
+    if (state_->parent == state_->document || name != state_->parent.name())
+        state_->Fail("\"" + String(name) + "\" is not open.");
+    if (state_->next)
+        state_->Fail("end of \"" + String(name) + "\" expected, " + state_->Found() + " found.");
+    state_->next = NextElement(state_->parent.next_sibling());
+    state_->parent = state_->parent.parent();
+}
+
+UniString XMLIChannel::ReadString(StringView name)
+{
+    return state_->Read(name, "a text", [](StringView text) -> std::optional<UniString> {
+        if (!IsWellFormedUtf8(text))
+            return std::nullopt;
+        return UnescapeFromCarrier(FromUtf8(text));
+    });
+}
+
+String XMLIChannel::Read8BitString(StringView name)
+{
+    return ToUtf8(ReadString(name));
+}
+
+bool XMLIChannel::ReadBool(StringView name)
+{
+    return state_->Read(name, "true or false", [](StringView text) -> std::optional<bool> {
+        if (text != "true" && text != "false")
+            return std::nullopt;
+        return text == "true";
+    });
+}
+
+std::int16_t XMLIChannel::ReadInt16(StringView name)
+{
+    return state_->ReadNumber<std::int16_t>(name, "a signed 16-bit number");
+}
+
+std::uint16_t XMLIChannel::ReadUInt16(StringView name)
+{
+    return state_->ReadNumber<std::uint16_t>(name, "an unsigned 16-bit number");
+}
+
+std::int32_t XMLIChannel::ReadInt32(StringView name)
+{
+    return state_->ReadNumber<std::int32_t>(name, "a signed 32-bit number");
+}
+
+std::uint32_t XMLIChannel::ReadUInt32(StringView name)
+{
+    return state_->ReadNumber<std::uint32_t>(name, "an unsigned 32-bit number");
+}
+
+String XMLIChannel::PeekName() const
+{
+    return state_->next ? String(state_->next.name()) : String();
+}
+
+}  // namespace OV

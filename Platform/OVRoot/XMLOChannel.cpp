@@ -1,0 +1,86 @@
+#include "OVRoot/XMLOChannel.hpp"
+
+#include "OVRoot/Exception.hpp"
+
+#include <pugixml.hpp>
+
+#include <sstream>
+
+namespace OV {
+
+struct XMLOChannel::State {
+    pugi::xml_document document;
+    pugi::xml_node current = document;
+
+    void WriteText(StringView name, const String& text)
+    {
+        if (current == document)
+            throw IllegalArgumentException("Value \"" + String(name) + "\" written outside the root.");
+        current.append_child(String(name).c_str()).text().set(text.c_str());
+    }
+};
+
+XMLOChannel::XMLOChannel() : state_(std::make_unique<State>()) {}
+XMLOChannel::~XMLOChannel() = default;
+XMLOChannel::XMLOChannel(XMLOChannel&&) noexcept = default;
+XMLOChannel& XMLOChannel::operator=(XMLOChannel&&) noexcept = default;
+
+void XMLOChannel::EnterElement(StringView name)
+{
+    if (state_->current == state_->document && state_->document.first_child())
+        throw IllegalArgumentException("Second root element \"" + String(name) + "\".");
+    state_->current = state_->current.append_child(String(name).c_str());
+}
+
+void XMLOChannel::LeaveElement(StringView name)
+{
+    if (state_->current == state_->document || name != state_->current.name())
+        throw IllegalArgumentException("Element \"" + String(name) + "\" left but not open.");
+    state_->current = state_->current.parent();
+}
+
+void XMLOChannel::WriteString(StringView name, UniStringView value)
+{
+    state_->WriteText(name, ToUtf8(EscapeForCarrier(value)));
+}
+
+void XMLOChannel::Write8BitString(StringView name, StringView value)
+{
+    WriteString(name, FromUtf8(value));
+}
+
+void XMLOChannel::WriteBool(StringView name, bool value)
+{
+    state_->WriteText(name, value ? "true" : "false");
+}
+
+void XMLOChannel::WriteInt16(StringView name, std::int16_t value)
+{
+    state_->WriteText(name, std::to_string(value));
+}
+
+void XMLOChannel::WriteUInt16(StringView name, std::uint16_t value)
+{
+    state_->WriteText(name, std::to_string(value));
+}
+
+void XMLOChannel::WriteInt32(StringView name, std::int32_t value)
+{
+    state_->WriteText(name, std::to_string(value));
+}
+
+void XMLOChannel::WriteUInt32(StringView name, std::uint32_t value)
+{
+    state_->WriteText(name, std::to_string(value));
+}
+
+String XMLOChannel::Text() const
+{
+    if (state_->current != state_->document || !state_->document.first_child())
+        throw IllegalArgumentException(StringView("The document is not finished."));
+    std::ostringstream text;
+    state_->document.save(text, "  ", pugi::format_indent, pugi::encoding_utf8);
+    return text.str();
+}
+
+}  // namespace OV

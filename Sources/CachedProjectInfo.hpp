@@ -1,0 +1,145 @@
+#pragma once
+
+#include "CacheInfoValues.hpp"
+#include "IO/File.hpp"
+#include "ProjectConnectionInfo.hpp"
+#include "SYClientBase/CachedProjectInfo.hpp"
+
+namespace SYC
+{
+
+/// The image in memory of one cache folder's "CacheInfo.xml": who the user is on which server, the
+/// session, role and permissions, and what is local to this machine.
+///
+/// A setter that really changes something writes the file at once, as a whole, and tells the
+/// observers (CachedProjectInfoObserver) on the calling thread. A write that fails is shown to the
+/// user as an alert and never thrown; the values in memory stay. Copies share nothing but the
+/// folder. One thread at a time for each object. The setters and getters that the client base needs
+/// are inherited.
+class CachedProjectInfo final : public SYCB::CachedProjectInfo
+{
+public:
+    /// The cache in an existing folder, read at once. Throws FileOpenningError or ErrorReadingFile
+    /// (ManagementTool/FileErrors.hpp) with the place of the file.
+    explicit CachedProjectInfo(const IO::Location& cacheFolder);
+    /// A new cache for that connection in a folder of its own below `parentFolder`, written at
+    /// once. Throws IO::IOException when no folder can be made.
+    CachedProjectInfo(const Inner::ProjectConnectionInfo& info, const IO::Location& parentFolder);
+    CachedProjectInfo(const CachedProjectInfo&) = default;
+    CachedProjectInfo& operator=(const CachedProjectInfo&) = default;
+
+    /// Whether the folder holds a file "CacheInfo.xml"; false when that cannot be found out.
+    [[nodiscard]] static bool CachedProjectInfoExist(const IO::Location& folder);
+    void GetCacheInfoFileLocation(IO::Location& out) const;
+
+    /// The connection that the cache belongs to. The password is the one set in this process. The
+    /// flag stays as it is.
+    void GetProjectConnectionInfo(Inner::ProjectConnectionInfo& out) const;
+    /// Takes over what differs (server names without regard to case) and writes once if anything
+    /// did. Returns whether anything did. The password is always taken over and by itself is no
+    /// change, for the file does not hold it.
+    bool SetProjectConnectionInfo(const Inner::ProjectConnectionInfo& info);
+
+    void SetUserName(const OV::UniString& name);
+    void SetUserId(const OV::UniString& id);
+    void SetProjectId(const OV::UniString& id);
+    void SetLogonId(std::int32_t id);
+    void SetRoleName(const OV::UniString& name);
+    void SetPermissions(const OV::HashSet<OV::UniString>& permissions);
+    void SetUnsentChanges(bool unsent) { SetChanges(unsent); }
+
+    [[nodiscard]] const OV::UniString& GetCategoryName() const;
+    void SetCategoryName(const OV::UniString& name);
+    [[nodiscard]] const OV::UniString& GetUserColorListString() const;
+    void SetUserColorListString(const OV::UniString& text);
+    [[nodiscard]] std::int16_t GetColorMode() const;
+    void SetColorMode(std::int16_t mode);
+    /// Times are seconds since 1970-01-01 UTC.
+    [[nodiscard]] std::int32_t GetLastOpenProjectTime() const;
+    void SetLastOpenProjectTime(std::int32_t time);
+    [[nodiscard]] std::int32_t GetTravelPackageCreationTime() const;
+    void SetTravelPackageCreationTime(std::int32_t time);
+    [[nodiscard]] bool IsTravelPackageCreated() const;
+    void SetTravelPackageCreated(bool created);
+    [[nodiscard]] bool ExtractedFromTravelPackage() const;
+    void SetExtractedFromTravelPackage(bool extracted);
+    [[nodiscard]] bool IsEnabledTravelPackageWarningAtClose() const;
+    void EnableTravelPackageWarningAtClose(bool enable);
+    [[nodiscard]] const OV::UniString& GetProjectVersion() const;
+    void SetProjectVersion(const OV::UniString& version);
+    [[nodiscard]] std::int32_t GetProjectBuildNum() const;
+    void SetProjectBuildNum(std::int32_t build);
+    [[nodiscard]] bool IsProjectDetached() const;
+    /// Marks the cache as detached from its project on the server, for good.
+    void ProjectDetached();
+    /// Clear text, in memory only; empty after reading.
+    [[nodiscard]] const OV::UniString& GetPassword() const;
+    /// Of "CacheInfo.xml" when it was last read or written here.
+    [[nodiscard]] std::int32_t GetModificationTime() const;
+    /// Moves the object, not the files, to another folder, and writes there.
+    void SetCacheFolder(const IO::Location& folder);
+    /// Last component of the cache folder.
+    [[nodiscard]] OV::UniString GetLocalFolderName() const;
+    /// Size of the cache folder in whole mebibytes, rounded down; 0 when it cannot be counted.
+    [[nodiscard]] std::uint32_t GetSpace_Mbyte() const;
+    /// Whether everything is there that working with the server's project needs.
+    [[nodiscard]] bool IsComplete() const;
+
+    /// Between the two, setters only mark a write as pending; EndUpdate then writes once. Brackets
+    /// do not nest: the first EndUpdate closes.
+    void BeginUpdate();
+    void EndUpdate();
+    /// Writes now, inside a bracket too.
+    void WriteToDisc();
+    /// Outside a bracket, or with `force`, writes now; else marks the write as pending. In spite of
+    /// its name it writes whether or not IsComplete: a new cache is written before its first
+    /// session.
+    void WriteToDiscIfComplete(bool force);
+    /// Replaces the values by those of the file, all of them or, when this throws as the
+    /// constructor does, none. A write that is pending in an open bracket is done first. `again`
+    /// says that the object was read before, for the log alone.
+    void ReadFromDisc(bool again);
+    /// Reads the file again if it was changed by somebody else. Every error leaves the values as
+    /// they are and is not reported: the next call tries again.
+    void Refresh();
+
+private:
+    IO::Location _GetCacheFolderLocation(Dummy) const override;
+    OV::Array<OV::UniString> _GetCacheEntryList(Dummy) const override;
+    std::int32_t _GetLastModificationTime(Dummy) const override;
+    OV::UniString _GetLoginName(Dummy) const override;
+    std::int32_t _GetLogonId(Dummy) const override;
+    OV::UniString _GetPassword(Dummy) const override;
+    OV::HashSet<OV::UniString> _GetPermissions(Dummy) const override;
+    std::int16_t _GetPort(Dummy) const override;
+    OV::UniString _GetProjectId(Dummy) const override;
+    OV::UniString _GetProjectName(Dummy) const override;
+    OV::UniString _GetRoleName(Dummy) const override;
+    OV::UniString _GetServerName(Dummy) const override;
+    OV::UniString _GetSessionId(Dummy) const override;
+    OV::UniString _GetUserId(Dummy) const override;
+    OV::UniString _GetUserName_(Dummy) const override;
+    bool _IsChanges(Dummy) const override;
+    bool _IsProjectForcedOffline(Dummy) const override;
+    bool _IsReservation(Dummy) const override;
+    void _SetChanges(bool changes, Dummy) override;
+    void _SetProjectForcedOffline(bool forced, Dummy) override;
+    void _SetSessionId(const OV::UniString& sessionId, Dummy) override;
+
+    [[nodiscard]] IO::Location FileLocation() const;
+    void SetStamp(const IO::ChangeStamp& stamp);
+    [[nodiscard]] bool Assign(const Inner::ProjectConnectionInfo& info);
+    template <class Value>
+    void Change(Value CacheInfoValues::*member, const Value& value);
+
+    CacheInfoValues values_;
+    IO::Location cacheFolder_;
+    std::int32_t modificationTime_ = 0;
+    /// The same moment in the file system's full resolution, for change detection.
+    IO::ChangeStamp stamp_;
+    bool updateOpen_ = false;
+    bool writePending_ = false;
+    OV::UniString password_;
+};
+
+}  // namespace SYC

@@ -1,0 +1,98 @@
+#pragma once
+
+#include "ClientProjectDataObserver.hpp"
+#include "IO/Location.hpp"
+#include "OVRoot/EventSource.hpp"
+#include "SyncraServerManagement/V2/Project.hpp"
+
+namespace SYC
+{
+
+/// A project to be created or shown before there is a connection to it. An observable value: every
+/// setter tells the observers which field was set, whether or not the new value differs. Observers
+/// belong to one object: a copy has none. One thread at a time.
+class ClientProjectData
+{
+public:
+    using ChangedField = ClientProjectDataObserver::ChangedField;
+    using ProjectStatus = Syncra::Server::Management::V1::ProjectStatus;
+    using ProjectMember = Syncra::Server::Management::V1::ProjectMember;
+    using Project = Syncra::Server::Management::V2::Project;
+
+    ClientProjectData() = default;
+    ClientProjectData(OV::UniString serverName, OV::UniString userName, OV::UniString password,
+                      std::int16_t port, OV::UniString projectName,
+                      OV::UniString projectDescription, ProjectStatus category,
+                      IO::Location templateLocation, bool useLatestSettings);
+    ClientProjectData(const ClientProjectData& other) : fields_(other.fields_) {}
+    /// Takes over every field, keeps its own observers and tells them once.
+    ClientProjectData& operator=(const ClientProjectData& other);
+
+    /// Observers must outlive this object or detach.
+    void Attach(ClientProjectDataObserver& observer) { observers_.Attach(observer); }
+    void Detach(ClientProjectDataObserver& observer) { observers_.Detach(observer); }
+    void NotifyFieldChanged(ChangedField field);
+
+    [[nodiscard]] const OV::UniString& GetServerName() const { return fields_.serverName; }
+    void SetServerName(const OV::UniString& name);
+    /// Ports above 32767 appear as negative numbers.
+    [[nodiscard]] std::int16_t GetServerPort() const { return fields_.port; }
+    void SetServerPort(std::int16_t port);
+    [[nodiscard]] const OV::UniString& GetUserName() const { return fields_.userName; }
+    void SetUserName(const OV::UniString& name);
+    /// Clear text, in memory only.
+    [[nodiscard]] const OV::UniString& GetPassword() const { return fields_.password; }
+    void SetPassword(const OV::UniString& password);
+    [[nodiscard]] const OV::UniString& GetProjectName() const { return fields_.projectName; }
+    void SetProjectName(const OV::UniString& name);
+    [[nodiscard]] const OV::UniString& GetProjectDescription() const
+    {
+        return fields_.projectDescription;
+    }
+    void SetProjectDescription(const OV::UniString& description);
+    [[nodiscard]] const ProjectStatus& GetCategory() const { return fields_.category; }
+    void SetCategory(const ProjectStatus& category);
+    /// The file or folder that a new project begins from.
+    [[nodiscard]] const IO::Location& GetTemplateLocation() const
+    {
+        return fields_.templateLocation;
+    }
+    void SetTemplateLocation(const IO::Location& location);
+    /// Whether a new project begins with the latest project settings.
+    [[nodiscard]] bool IsUsingLatestSettings() const { return fields_.useLatestSettings; }
+    void SetUseLatestSettings(bool use);
+    [[nodiscard]] const Project& GetProject() const { return fields_.project; }
+    void SetProject(const Project& project);
+
+    /// Prepares the project record for a project about to be created: name, description and
+    /// category come from the fields, everything that the server gives is empty, and so is the
+    /// member list.
+    void InitNewProject();
+    /// Fills the member list of the project record.
+    void InitMemberList(const OV::HashSet<ProjectMember>& members);
+
+    /// Writes the project URL, with the password coded. Throws SYCB::PasswordCodingException.
+    void ToSyncraLocation(IO::Location& location) const;
+
+private:
+    struct Fields {
+        OV::UniString serverName;
+        OV::UniString userName;
+        OV::UniString password;
+        std::int16_t port = 0;
+        OV::UniString projectName;
+        OV::UniString projectDescription;
+        ProjectStatus category;
+        IO::Location templateLocation;
+        bool useLatestSettings = false;
+        Project project;
+    };
+
+    template <class Field>
+    void Set(Field Fields::*field, const Field& value, ChangedField changed);
+
+    Fields fields_;
+    OV::EventSource<ClientProjectDataObserver> observers_;
+};
+
+}  // namespace SYC

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <cstdint>
+
+namespace SYC
+{
+
+class ClientProjectData;
+
+class ClientProjectDataObserver
+{
+public:
+    enum class ChangedField : std::int32_t {
+        ServerName,
+        ServerPort,
+        UserName,
+        Password,
+        ProjectName,
+        ProjectDescription,
+        Category,
+        TemplateLocation,
+        UseLatestSettings,
+        Project,
+        /// Every field at once: the data were assigned as a whole.
+        All,
+    };
+
+    virtual ~ClientProjectDataObserver() = default;
+    /// Called on the thread that called the setter, after the change.
+    virtual void _FieldChanged(const ClientProjectData& data, ChangedField field) = 0;
+};
+
+}  // namespace SYC

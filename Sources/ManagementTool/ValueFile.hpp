@@ -1,0 +1,31 @@
+#pragma once
+
+#include "IO/File.hpp"
+#include "OVRoot/XMLIChannel.hpp"
+#include "OVRoot/XMLOChannel.hpp"
+
+#include <functional>
+#include <optional>
+
+/// The library's XML value files: opened, read and replaced in one way, with one set of errors.
+namespace Syncra::Server::ManagementTool::Core
+{
+
+/// Alerts shown for a value file that cannot be written; both name its path.
+enum class FileAlert : int { CacheFileOpening = 31036, CacheFileWriting = 31037 };
+
+/// Hands the file's values to `read` and returns the stamp of what was read. Throws
+/// FileOpenningError when the file cannot be read at all, ErrorReadingFile when it is no XML or
+/// when `read` meets a value that is missing or of another type.
+IO::ChangeStamp ReadValueFile(const IO::Location& file,
+                              const std::function<void(OV::XMLIChannel&)>& read);
+
+/// Replaces the file as a whole: nobody ever sees a part of it. Throws FileOpenningError when
+/// nothing can be opened at that place, ErrorWritingFile when the writing fails later.
+IO::ChangeStamp ReplaceValueFile(const IO::Location& file, const OV::XMLOChannel& document);
+
+/// The same, with the errors shown to the user as alerts; nothing is returned then.
+[[nodiscard]] std::optional<IO::ChangeStamp>
+ReplaceValueFileOrAlert(const IO::Location& file, const OV::XMLOChannel& document);
+
+}  // namespace Syncra::Server::ManagementTool::Core

@@ -1,0 +1,26 @@
+#pragma once
+
+#include "OVRoot/UniString.hpp"
+
+namespace SYC::Inner
+{
+
+/// Names one user's connection to one project.
+struct ProjectConnectionInfo {
+    /// Host name or address of the project server.
+    OV::UniString serverName;
+    std::uint16_t port = 0;
+    OV::UniString projectName;
+    /// The login name.
+    OV::UniString userName;
+    /// Clear text, in memory only.
+    OV::UniString password;
+    /// Free for the owner of the value; no URL and no file carries it.
+    bool flag = false;
+
+    void Clear();
+
+    friend bool operator==(const ProjectConnectionInfo&, const ProjectConnectionInfo&) = default;
+};
+
+}  // namespace SYC::Inner

@@ -1,0 +1,64 @@
+#include "ProjectStatusText.hpp"
+
+#include "OVRoot/Resources.hpp"
+
+namespace SYC
+{
+
+namespace
+{
+
+constexpr int StatusWords = 31022;
+
+enum class Word : int {
+    None = 0,
+    JoinedUnsentChanges = 7,
+    OfflineSuffix = 8,
+    Joined = 9,
+    Detached = 10,
+    DeletedFromServer = 11,
+    Traveling = 12,
+    UnsentChanges = 13,
+};
+
+OV::UniString TextOf(Word word)
+{
+    if (word == Word::None)
+        return {};
+    return OV::GetStringListItem(StatusWords, static_cast<int>(word));
+}
+
+Word StateOf(const ProjectStatusFacts& facts)
+{
+    if (facts.deletedFromServer)
+        return Word::DeletedFromServer;
+    if (facts.detached)
+        return Word::Detached;
+    if (facts.travelPackageCreated)
+        return Word::Traveling;
+    return facts.joined ? Word::Joined : Word::None;
+}
+
+}  // namespace
+
+OV::UniString GetProjectStateWord(const ProjectStatusFacts& facts)
+{
+    return TextOf(StateOf(facts));
+}
+
+OV::UniString GetUnsentChangesText(const ProjectStatusFacts& facts)
+{
+    return TextOf(facts.unsentChanges ? Word::UnsentChanges : Word::None);
+}
+
+OV::UniString GetProjectStatusText(const ProjectStatusFacts& facts)
+{
+    const Word state = StateOf(facts);
+    if (state == Word::None)
+        return {};
+    const bool namesChanges = state == Word::Joined && facts.unsentChanges;
+    return TextOf(namesChanges ? Word::JoinedUnsentChanges : state) +
+           TextOf(facts.offline ? Word::OfflineSuffix : Word::None);
+}
+
+}  // namespace SYC

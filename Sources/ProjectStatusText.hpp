@@ -1,0 +1,36 @@
+#pragma once
+
+#include "OVRoot/UniString.hpp"
+
+namespace SYC
+{
+
+/// What is known of a project on this machine.
+struct ProjectStatusFacts {
+    /// The project has a cache here.
+    bool joined = false;
+    /// The cache is marked detached.
+    bool detached = false;
+    /// The project has a cache here and is gone from its server.
+    bool deletedFromServer = false;
+    bool travelPackageCreated = false;
+    /// The cache holds changes that were not sent yet.
+    bool unsentChanges = false;
+    bool offline = false;
+};
+
+/// The state word of project lists. Several facts may hold at once; the one after which the user
+/// can do least with the server is named, in this order:
+///   "Deleted from Server", "Detached", "Traveling", "Joined"; empty when none of them holds.
+[[nodiscard]] OV::UniString GetProjectStateWord(const ProjectStatusFacts& facts);
+
+/// "unsent changes" when there are any, else empty; for lists that show it apart from the state
+/// word.
+[[nodiscard]] OV::UniString GetUnsentChangesText(const ProjectStatusFacts& facts);
+
+/// The whole status in one text: the state word, where "Joined" becomes "Joined, unsent changes",
+/// and " (Offline)" behind any state of an offline project. A project that is not known here has no
+/// status: the text is empty, with or without a connection.
+[[nodiscard]] OV::UniString GetProjectStatusText(const ProjectStatusFacts& facts);
+
+}  // namespace SYC
