@@ -28,19 +28,23 @@ public:
     using Connector = std::function<std::unique_ptr<Syncra::Client::SyncraClient>()>;
 
     PKSignalClient();
+    /// Stops; not for the signal client's own thread.
     ~PKSignalClient();
     PKSignalClient(const PKSignalClient&) = delete;
     PKSignalClient& operator=(const PKSignalClient&) = delete;
 
     /// Begins to listen; a second call listens to the new project instead.
     void Start(Connector connector, OV::UniString projectId);
-    /// Ends the held request at once and joins the thread. The presence becomes Unknown.
+    /// Ends the held request at once and joins the thread. The presence becomes Unknown. Called by an
+    /// observer on the signal client's own thread, it ends the listening as soon as that call returns.
     void Stop();
 
     [[nodiscard]] PresenceService& GetPresenceService() noexcept { return presence_; }
 
     /// The user chose to work offline: nothing sets the presence online until it is lifted.
     [[nodiscard]] bool IsForcedOffline() const noexcept;
+    /// Forcing ends the held request, sets the presence offline and leaves the server alone; lifting
+    /// tries to connect at once.
     void SetForcedOffline(bool forced);
 
     void Attach(PKSignalClientObserver& observer);

@@ -14,14 +14,21 @@ public:
     OV_EXCEPTION_IDENTITY(IncopatibleServerVersionException)
 };
 
-/// A client signed in to the server of a project URL; the coded password is decoded here. Throws
-/// IncopatibleServerVersionException, and otherwise as Syncra::Client::Connect.
-[[nodiscard]] std::unique_ptr<Syncra::Client::SyncraClient> CreateSyncraClient(
-    const IO::Location& projectLocation);
+/// A client signed in with a login in clear text. Throws IncopatibleServerVersionException, and
+/// otherwise as Syncra::Client::Connect. A server that answered is remembered as a working
+/// connection (see ConnectionValidator.hpp).
+[[nodiscard]] std::unique_ptr<Syncra::Client::SyncraClient>
+CreateSyncraClient(const Syncra::Client::SignInData& data);
+
+/// A client signed in to the server of a project URL; the coded password is decoded here, which may
+/// throw PasswordCodingException.
+[[nodiscard]] std::unique_ptr<Syncra::Client::SyncraClient>
+CreateSyncraClient(const IO::Location& projectLocation);
 
 /// A client signed in beside the opened project of `manager`.
-[[nodiscard]] std::unique_ptr<Syncra::Client::SyncraClient> CreateSyncraClientOnOpenedProject(
-    const ProjectConnectionManagerInterface& manager, const OV::UniString& serverName,
-    std::uint16_t port, const OV::UniString& userName, const OV::UniString& password);
+[[nodiscard]] std::unique_ptr<Syncra::Client::SyncraClient>
+CreateSyncraClientOnOpenedProject(const ProjectConnectionManagerInterface& manager,
+                                  const OV::UniString& serverName, std::uint16_t port,
+                                  const OV::UniString& userName, const OV::UniString& password);
 
 }  // namespace SYCB

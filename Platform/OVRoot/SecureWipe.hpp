@@ -1,0 +1,25 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+namespace OV
+{
+
+/// Overwrites memory that held a secret, in a way that the compiler may not leave out.
+inline void SecureWipe(void* memory, std::size_t bytes) noexcept
+{
+    volatile unsigned char* const place = static_cast<unsigned char*>(memory);
+    for (std::size_t at = 0; at < bytes; ++at)
+        place[at] = 0;
+}
+
+/// Overwrites the text and empties it. Copies that were made of it are not reached.
+template <class Character>
+void SecureWipe(std::basic_string<Character>& text) noexcept
+{
+    SecureWipe(text.data(), text.size() * sizeof(Character));
+    text.clear();
+}
+
+}  // namespace OV

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <sodium.h>
+
+#include <array>
+
+namespace SYCB::Detail {
+
+using PasswordKey = std::array<unsigned char, crypto_kdf_KEYBYTES>;
+
+/// Sets libsodium up once for the process.
+void InitialiseSodium();
+
+/// The user's key, read from "SYPassword.key" in his roaming application data and made on first
+/// use. Processes that need it at the same time get the same one. Kept in memory as long as the
+/// file's place stays the same. Throws PasswordCodingException naming the file; never replaces one
+/// that exists, since that would lose every stored password. Safe on any thread.
+[[nodiscard]] PasswordKey GetPasswordKey();
+
+}  // namespace SYCB::Detail

@@ -1,0 +1,215 @@
+#include "SYClientBase/Detail/SignalListener.hpp"
+
+#include "OVRoot/Logger.hpp"
+#include "OVRoot/Thread.hpp"
+#include "SyncraProtocol/ErrorCode.hpp"
+
+#include <chrono>
+#include <random>
+
+namespace SYCB::Detail {
+
+using Syncra::Protocol::ErrorCode;
+using Syncra::Protocol::Signal;
+using Syncra::Protocol::SignalBatch;
+using Syncra::Protocol::SignalId;
+
+namespace {
+
+constexpr const char* LogCategory = "SYClient";
+/// Short enough for the boxes on the way, which drop what is silent for a minute.
+constexpr std::uint32_t HeldRequestMilliseconds = 25'000;
+/// A server that does not hold the request, or gets no further, must not be asked without a pause.
+constexpr std::uint32_t NotHeldPauseMilliseconds = 500;
+
+constexpr SignalId EverySignal[] = {SignalId::ProjectStateChanged, SignalId::SessionsChanged,
+                                    SignalId::MembersChanged, SignalId::NewMail};
+
+/// Asking again would not help: the user has to do something first.
+bool RefusesUser(std::int32_t code)
+{
+    const auto refusal = static_cast<ErrorCode>(code);
+    return refusal == ErrorCode::BadCredentials || refusal == ErrorCode::AccessDenied ||
+           refusal == ErrorCode::UserDisabled;
+}
+
+std::function<double()> MakeRandom()
+{
+    return [engine = std::minstd_rand(std::random_device()())]() mutable {
+        return std::uniform_real_distribution<double>()(engine);
+    };
+}
+
+/// Lets SetForcedOffline reach the client while it lives.
+class ReachableClient {
+public:
+    ReachableClient(SignalState& state, Syncra::Client::SyncraClient& client) : state_(state)
+    {
+        state_.SetClient(&client);
+    }
+    ~ReachableClient() { state_.SetClient(nullptr); }
+    ReachableClient(const ReachableClient&) = delete;
+    ReachableClient& operator=(const ReachableClient&) = delete;
+
+private:
+    SignalState& state_;
+};
+
+}  // namespace
+
+void SignalState::SetForcedOffline(bool forced)
+{
+    const OV::LockGuard guard(lock_);
+    forcedOffline_ = forced;
+    ++changes_;
+    if (forced && client_)
+        client_->Cancel();
+    changed_.notify_all();
+}
+
+void SignalState::SetClient(Syncra::Client::SyncraClient* client)
+{
+    const OV::LockGuard guard(lock_);
+    client_ = client;
+    if (client && forcedOffline_)
+        client->Cancel();
+}
+
+/// The analysis does not follow a lock into the condition variable; the same holds for Pause.
+void SignalState::AwaitOnlineWish() OV_NO_ANALYSIS
+{
+    std::unique_lock guard(lock_);
+    if (!changed_.wait(guard, OV::Thread::CurrentToken(),
+                       [this] { return !forcedOffline_.load(); }))
+        throw OV::InterruptedException();
+}
+
+void SignalState::Pause(std::uint32_t milliseconds) OV_NO_ANALYSIS
+{
+    std::unique_lock guard(lock_);
+    changed_.wait_for(guard, OV::Thread::CurrentToken(), std::chrono::milliseconds(milliseconds),
+                      [this, before = changes_]() OV_NO_ANALYSIS { return changes_ != before; });
+    if (OV::Thread::IsInterrupted())
+        throw OV::InterruptedException();
+}
+
+SignalListener::SignalListener(SignalState& state, PresenceService& presence,
+                               PKSignalClient::Connector connector, OV::UniString projectId)
+    : state_(state), presence_(presence), connector_(std::move(connector)),
+      projectId_(std::move(projectId)), backoff_(MakeRandom())
+{}
+
+void SignalListener::Run()
+{
+    thread_ = std::this_thread::get_id();
+    try {
+        do
+            state_.AwaitOnlineWish();
+        while (TryOnce());
+    } catch (const OV::InterruptedException&) {
+        // Stop was called.
+    }
+}
+
+/// Listens until something fails. Returns whether to try again, after a pause.
+bool SignalListener::TryOnce()
+{
+    try {
+        Listen();
+    } catch (const OV::InterruptedException&) {
+        if (OV::Thread::IsInterrupted())
+            throw;
+        return true;  // the user chose to work offline
+    } catch (const Communication::ResponseContentException& refusal) {
+        NoteLoss(refusal.what());
+        if (RefusesUser(refusal.GetErrorCode())) {
+            OV::Logger::Warning(LogCategory,
+                                u"SYCB::PKSignalClient: the server refuses the user (code %); "
+                                u"signals are not listened for any more",
+                                {refusal.GetErrorCode()});
+            return false;
+        }
+    } catch (const std::exception& failure) {
+        NoteLoss(failure.what());
+    }
+    state_.Pause(backoff_.NextMilliseconds());
+    return true;
+}
+
+void SignalListener::Listen()
+{
+    const std::unique_ptr<Syncra::Client::SyncraClient> client = connector_();
+    if (!client)
+        throw OV::NullReferenceException();
+    const ReachableClient reachable(state_, *client);
+    ListenWith(*client);
+}
+
+void SignalListener::ListenWith(Syncra::Client::SyncraClient& client)
+{
+    std::uint64_t after = client.WaitForSignals(projectId_, 0, 0).next;
+    SetOnline();
+    if (std::exchange(wasConnected_, true))
+        DeliverEveryKind();
+    for (;;) {
+        const auto begin = std::chrono::steady_clock::now();
+        const SignalBatch batch = client.WaitForSignals(projectId_, after, HeldRequestMilliseconds);
+        // Not before: a server that takes the sign-in and fails here is to be asked less and less.
+        backoff_.Reset();
+        SetOnline();
+        if (batch.next < after) {
+            DeliverEveryKind();  // the server lost its place, so what came in between is not known
+        } else {
+            for (const Signal& signal : batch.signals)
+                Deliver(signal);
+        }
+        const auto held = std::chrono::steady_clock::now() - begin;
+        if ((batch.signals.empty() || batch.next <= after) &&
+            held < std::chrono::milliseconds(NotHeldPauseMilliseconds))
+            state_.Pause(NotHeldPauseMilliseconds);
+        after = batch.next;
+    }
+}
+
+void SignalListener::Deliver(const Signal& signal)
+{
+    state_.observers.Notify([&signal](PKSignalClientObserver& observer) {
+        try {
+            if (observer._CheckSignalType(signal.id))
+                observer._SignalReceived(signal);
+        } catch (const std::exception& failure) {
+            OV::Logger::Error(LogCategory, u"SYCB::PKSignalClient: an observer failed: %",
+                              {failure.what()});
+        }
+    });
+    if (OV::Thread::IsInterrupted())
+        throw OV::InterruptedException();
+}
+
+void SignalListener::DeliverEveryKind()
+{
+    for (const SignalId id : EverySignal)
+        Deliver({0, id, projectId_});
+}
+
+void SignalListener::SetOnline()
+{
+    if (OV::Thread::IsInterrupted() || state_.IsForcedOffline())
+        throw OV::InterruptedException();
+    lossWasLogged_ = false;
+    presence_.SetState(PresenceState::Online);
+    // The wish to work offline may have come in between, and its "offline" been overtaken.
+    if (state_.IsForcedOffline())
+        presence_.SetState(PresenceState::Offline);
+}
+
+void SignalListener::NoteLoss(const char* reason)
+{
+    if (OV::Thread::IsInterrupted())
+        throw OV::InterruptedException();
+    if (!std::exchange(lossWasLogged_, true))
+        OV::Logger::Info(LogCategory, u"SYCB::PKSignalClient: offline: %", {reason});
+    presence_.SetState(PresenceState::Offline);
+}
+
+}  // namespace SYCB::Detail

@@ -1,0 +1,73 @@
+#pragma once
+
+#include "OVRoot/EventSource.hpp"
+#include "OVRoot/Lock.hpp"
+#include "SYClientBase/Backoff.hpp"
+#include "SYClientBase/PKSignalClient.hpp"
+
+#include <condition_variable>
+#include <memory>
+#include <thread>
+
+namespace SYCB::Detail {
+
+/// What outlives a single listening: the observers and the wish to work offline.
+class SignalState {
+public:
+    OV::EventSource<PKSignalClientObserver> observers;
+
+    [[nodiscard]] bool IsForcedOffline() const noexcept { return forcedOffline_; }
+    /// Ends the request under way when `forced`; wakes who waits for the end of it otherwise.
+    void SetForcedOffline(bool forced);
+    /// Waits on the calling thread until working offline is not wished; throws
+    /// InterruptedException.
+    void AwaitOnlineWish();
+    /// Waits `milliseconds`, or shorter when the wish to work offline changes.
+    void Pause(std::uint32_t milliseconds);
+
+    /// The client whose request SetForcedOffline ends; null for none.
+    void SetClient(Syncra::Client::SyncraClient* client);
+
+private:
+    std::atomic<bool> forcedOffline_ = false;
+    OV::Lock lock_;
+    std::condition_variable_any changed_;
+    std::uint64_t changes_ OV_GUARDED_BY(lock_) = 0;
+    Syncra::Client::SyncraClient* client_ OV_GUARDED_BY(lock_) = nullptr;
+};
+
+/// One listening, from Start to Stop: what its thread does and holds.
+class SignalListener {
+public:
+    SignalListener(SignalState& state, PresenceService& presence,
+                   PKSignalClient::Connector connector, OV::UniString projectId);
+
+    /// Returns when the calling thread is interrupted or the server refuses the user.
+    void Run();
+
+    /// The thread that Run is on.
+    [[nodiscard]] bool IsOnThisThread() const noexcept
+    {
+        return thread_ == std::this_thread::get_id();
+    }
+
+private:
+    bool TryOnce();
+    void Listen();
+    void ListenWith(Syncra::Client::SyncraClient& client);
+    void Deliver(const Syncra::Protocol::Signal& signal);
+    void DeliverEveryKind();
+    void SetOnline();
+    void NoteLoss(const char* reason);
+
+    SignalState& state_;
+    PresenceService& presence_;
+    PKSignalClient::Connector connector_;
+    OV::UniString projectId_;
+    Backoff backoff_;
+    bool wasConnected_ = false;
+    bool lossWasLogged_ = false;
+    std::atomic<std::thread::id> thread_;
+};
+
+}  // namespace SYCB::Detail

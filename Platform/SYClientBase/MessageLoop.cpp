@@ -1,0 +1,119 @@
+#include "SYClientBase/MessageLoop.hpp"
+
+#include "OVRoot/Lock.hpp"
+#include "OVRoot/Logger.hpp"
+#include "OVRoot/Thread.hpp"
+
+#include <chrono>
+#include <condition_variable>
+#include <deque>
+
+namespace SYCB {
+
+namespace {
+
+/// The queue of a process whose host has no message loop of its own.
+struct Queue {
+    OV::Lock lock;
+    std::condition_variable_any posted;
+    std::deque<OV::RunnableTask> tasks OV_GUARDED_BY(lock);
+    MessageLoop::Poster poster OV_GUARDED_BY(lock);
+};
+
+/// Never destroyed: a thread may still post while the process ends.
+Queue& TheQueue()
+{
+    static Queue* const queue = new Queue;
+    return *queue;
+}
+
+OV::RunnableTask TakeFirst()
+{
+    Queue& queue = TheQueue();
+    const OV::LockGuard guard(queue.lock);
+    if (queue.tasks.empty())
+        return {};
+    OV::RunnableTask task = std::move(queue.tasks.front());
+    queue.tasks.pop_front();
+    return task;
+}
+
+void RunOne(const OV::RunnableTask& task)
+{
+    try {
+        task->Run();
+    } catch (const std::exception& failure) {
+        OV::Logger::Error("MessageLoop", u"A task of the main thread failed: %", {failure.what()});
+    }
+}
+
+/// The analysis does not follow a lock into the condition variable.
+bool WaitForTask(std::chrono::steady_clock::time_point until) OV_NO_ANALYSIS
+{
+    Queue& queue = TheQueue();
+    std::unique_lock guard(queue.lock);
+    return queue.posted.wait_until(guard, OV::Thread::CurrentToken(), until,
+                                   [&queue]() OV_NO_ANALYSIS { return !queue.tasks.empty(); });
+}
+
+}  // namespace
+
+void MessageLoop::Post(OV::RunnableTask task)
+{
+    if (!task)
+        return;
+    Queue& queue = TheQueue();
+    Poster poster;
+    {
+        const OV::LockGuard guard(queue.lock);
+        poster = queue.poster;
+        if (!poster)
+            queue.tasks.push_back(std::move(task));
+    }
+    if (poster)
+        poster(std::move(task));
+    else
+        queue.posted.notify_all();
+}
+
+MessageLoop::Poster MessageLoop::SetPoster(Poster poster)
+{
+    Queue& queue = TheQueue();
+    const OV::LockGuard guard(queue.lock);
+    std::swap(queue.poster, poster);
+    return poster;
+}
+
+std::size_t MessageLoop::RunPending()
+{
+    std::size_t waiting = 0;
+    {
+        Queue& queue = TheQueue();
+        const OV::LockGuard guard(queue.lock);
+        waiting = queue.tasks.size();
+    }
+    std::size_t ran = 0;
+    for (; ran < waiting; ++ran) {
+        const OV::RunnableTask task = TakeFirst();
+        if (!task)  // a task that ran the loop itself took the rest
+            break;
+        RunOne(task);
+    }
+    return ran;
+}
+
+bool MessageLoop::RunUntil(const std::function<bool()>& done, std::uint32_t milliseconds)
+{
+    const auto until = std::chrono::steady_clock::now() + std::chrono::milliseconds(milliseconds);
+    while (!done()) {
+        if (OV::Thread::IsInterrupted())
+            throw OV::InterruptedException();
+        if (const OV::RunnableTask task = TakeFirst())
+            RunOne(task);
+        else if (!WaitForTask(until) && std::chrono::steady_clock::now() >= until)
+            return done();
+    }
+    return true;
+}
+
+}  // namespace SYCB

@@ -1,0 +1,44 @@
+#pragma once
+
+#include "OVRoot/Executor.hpp"
+
+#include <cstdint>
+#include <functional>
+
+namespace SYCB {
+
+/// The way to the host's main thread. A host with a message loop of its own installs a poster;
+/// without one, tasks wait in a queue of the process until its main thread runs them here. One a
+/// process.
+class MessageLoop {
+public:
+    using Poster = std::function<void(OV::RunnableTask)>;
+
+    /// Hands the task to the main thread and returns at once. Safe on any thread. Tasks posted by
+    /// one thread run in its order.
+    static void Post(OV::RunnableTask task);
+    /// Installs `poster` and returns the former one; an empty one restores the queue. The poster is
+    /// called on the posting thread, must not block and must not run the task before it returns.
+    static Poster SetPoster(Poster poster);
+
+    /// Runs the tasks that wait in the queue now, not those that they post. Returns their number.
+    /// For the main thread; a task may call it again. A task that throws is logged and ends there.
+    static std::size_t RunPending();
+    /// Runs tasks as they come until `done` holds, which is looked at after each of them, or
+    /// `milliseconds` have passed; returns whether it holds. Throws OV::InterruptedException when
+    /// the calling thread is asked to stop.
+    [[nodiscard]] static bool RunUntil(const std::function<bool()>& done,
+                                       std::uint32_t milliseconds);
+};
+
+/// Delivers a runnable to the main thread: Run posts it to the message loop.
+class MessageLoopRunnable final : public OV::Runnable {
+public:
+    explicit MessageLoopRunnable(OV::RunnableTask task) : task_(std::move(task)) {}
+    void Run() override { MessageLoop::Post(task_); }
+
+private:
+    OV::RunnableTask task_;
+};
+
+}  // namespace SYCB

@@ -1,0 +1,66 @@
+#include "SYClientBase/ServicePortCache.hpp"
+
+#include "SYClientBase/Detail/ServerKey.hpp"
+#include "SYClientBase/SyncraClientFactory.hpp"
+
+namespace SYCB {
+
+namespace {
+
+OV::UniStringView ServiceName(ServiceType service)
+{
+    return service == ServiceType::Management ? Syncra::Protocol::ServiceNames::Management
+                                              : Syncra::Protocol::ServiceNames::Messaging;
+}
+
+std::uint16_t PortOf(const OV::Array<Syncra::Protocol::ServicePort>& ports, ServiceType service)
+{
+    for (const Syncra::Protocol::ServicePort& port : ports)
+        if (port.service == ServiceName(service))
+            return port.port;
+    return 0;
+}
+
+}  // namespace
+
+ServicePortCache& ServicePortCache::GetInstance()
+{
+    static ServicePortCache instance;
+    return instance;
+}
+
+std::optional<ServicePortCache::Ports> ServicePortCache::Known(const OV::UniString& key) const
+{
+    const OV::LockGuard guard(lock_);
+    const auto found = ports_.find(key);
+    if (found == ports_.end())
+        return std::nullopt;
+    return found->second;
+}
+
+std::uint16_t ServicePortCache::GetServicePort(const OV::UniString& serverName,
+                                               std::uint16_t modelPort,
+                                               const OV::UniString& userName,
+                                               const OV::UniString& password, ServiceType service,
+                                               bool mayAsk)
+{
+    const OV::UniString key = Detail::ServerKey(serverName, modelPort);
+    if (const std::optional<Ports> known = Known(key))
+        return PortOf(*known, service);
+    if (!mayAsk)
+        return 0;
+    Ports ports =
+        CreateSyncraClient({serverName, modelPort, userName, password})->GetServicePortList();
+    const std::uint16_t port = PortOf(ports, service);
+    const OV::LockGuard guard(lock_);
+    ports_[key] = std::move(ports);
+    return port;
+}
+
+void ServicePortCache::Forget(OV::UniStringView serverName, std::uint16_t modelPort)
+{
+    const OV::LockGuard guard(lock_);
+    ports_.erase(Detail::ServerKey(serverName, modelPort));
+}
+
+}  // namespace SYCB

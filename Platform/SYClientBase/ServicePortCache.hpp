@@ -1,0 +1,39 @@
+#pragma once
+
+#include "OVRoot/Containers.hpp"
+#include "OVRoot/Lock.hpp"
+#include "SyncraProtocol/ServicePort.hpp"
+
+#include <optional>
+
+namespace SYCB {
+
+/// The services beside the model service; the numbers are the platform's.
+enum class ServiceType : std::int32_t { Management = 0, Messaging = 1 };
+
+/// Where the services of the servers listen, asked once a server and process. Safe on any thread; a
+/// request is made on the calling thread without holding up the others.
+class ServicePortCache {
+public:
+    [[nodiscard]] static ServicePortCache& GetInstance();
+
+    /// The port of the service; 0 when the server lists none. When the server's ports are not known
+    /// yet, they are asked with the given login if `mayAsk`, and 0 is returned otherwise.
+    /// Throws as CreateSyncraClient does.
+    [[nodiscard]] std::uint16_t GetServicePort(const OV::UniString& serverName,
+                                               std::uint16_t modelPort,
+                                               const OV::UniString& userName,
+                                               const OV::UniString& password, ServiceType service,
+                                               bool mayAsk);
+    /// For who found nobody at a port: the next question goes to the server.
+    void Forget(OV::UniStringView serverName, std::uint16_t modelPort);
+
+private:
+    using Ports = OV::Array<Syncra::Protocol::ServicePort>;
+    std::optional<Ports> Known(const OV::UniString& key) const;
+
+    mutable OV::Lock lock_;
+    OV::HashTable<OV::UniString, Ports> ports_ OV_GUARDED_BY(lock_);
+};
+
+}  // namespace SYCB

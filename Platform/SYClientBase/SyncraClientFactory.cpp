@@ -1,0 +1,40 @@
+#include "SYClientBase/SyncraClientFactory.hpp"
+
+#include "SYClientBase/ConnectionValidator.hpp"
+#include "SYClientBase/PasswordCoding.hpp"
+#include "SYClientBase/ProjectURL.hpp"
+
+namespace SYCB {
+
+std::unique_ptr<Syncra::Client::SyncraClient>
+CreateSyncraClient(const Syncra::Client::SignInData& data)
+{
+    try {
+        auto client = Syncra::Client::Connect(data);
+        ConnectionValidator::GetInstance().SetWorkingConnectionForServer(
+            {data.serverName, data.port}, true);
+        return client;
+    } catch (const Syncra::Client::ServerVersionException& version) {
+        throw IncopatibleServerVersionException(version.GetMessage(), OV::SourcePlace::Here(),
+                                                version.Clone());
+    }
+}
+
+std::unique_ptr<Syncra::Client::SyncraClient>
+CreateSyncraClient(const IO::Location& projectLocation)
+{
+    return CreateSyncraClient({GetServerName(projectLocation), projectLocation.GetPort(),
+                               projectLocation.GetUserName(),
+                               DecodePassword(projectLocation.GetPassword())});
+}
+
+/// Signs in on a connection of its own: the opened project's is busy with its held request.
+std::unique_ptr<Syncra::Client::SyncraClient>
+CreateSyncraClientOnOpenedProject(const ProjectConnectionManagerInterface&,
+                                  const OV::UniString& serverName, std::uint16_t port,
+                                  const OV::UniString& userName, const OV::UniString& password)
+{
+    return CreateSyncraClient({serverName, port, userName, password});
+}
+
+}  // namespace SYCB

@@ -1,0 +1,270 @@
+#include "SYCommunication/HttpClient.hpp"
+
+#include "OVRoot/System.hpp"
+#include "OVRoot/Thread.hpp"
+#include "SYCommunication/Detail/Curl.hpp"
+#include "SYCommunication/Detail/TransferFailure.hpp"
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+
+namespace Communication
+{
+
+namespace
+{
+
+/// curl bounds a single header line only, and keeps every line of an answer in memory.
+constexpr std::size_t MaximumHeaderBytes = 64u << 10;
+/// Servers and the boxes in between drop idle connections after about a minute. A connection that
+/// has been idle for longer than this is not used again, so that a request rarely meets its end.
+constexpr long MaximumIdleSeconds = 50;
+/// How long one wait for the socket lasts at most; interruptions wake it.
+constexpr int WaitMilliseconds = 60'000;
+
+/// Whether `host` can stand in a URL without becoming another part of it.
+bool IsPlainHost(const OV::UniString& host)
+{
+    constexpr OV::UniStringView forbidden = u"/?#@\\[]<>\"^`{|}";
+    const bool isAddress = host.find(u':') != OV::UniString::npos;
+    return !host.empty() && std::none_of(host.begin(), host.end(), [&](char16_t unit) {
+        return unit <= u' ' || unit == 0x7F || forbidden.find(unit) != OV::UniStringView::npos ||
+               (unit == u'%' && !isAddress);
+    });
+}
+
+OV::String AuthoritiesFile(const HttpOptions& options)
+{
+    return options.authoritiesFile.empty() ? OV::System::EnvironmentVariable("SYCLIENT_CA_FILE")
+                                           : options.authoritiesFile;
+}
+
+}  // namespace
+
+struct HttpClient::State {
+    State(const ServerAddress& server, const HttpOptions& wanted);
+
+    void Prepare(const HttpRequest& request);
+    void UseToken(const OV::String& wanted);
+    /// Runs the transfer that Prepare described to its end.
+    CURLcode Drive(const std::stop_token& token);
+    void ThrowIfStopped(const std::stop_token& token) const;
+
+    static std::size_t TakeBody(char* bytes, std::size_t, std::size_t count, void* self);
+    static std::size_t TakeHeader(char* bytes, std::size_t, std::size_t count, void* self);
+    static int BeforeSending(void* self, char*, char*, int, int);
+
+    const HttpOptions options;
+    const OV::String baseUrl;
+    std::atomic<bool> canceled = false;
+
+    // The list must outlive the handle that points to it, and the handle the one it is added to.
+    Detail::HeaderList headers;
+    Detail::MultiHandle multi;
+    Detail::EasyHandle easy;
+    OV::String headerToken;
+
+    // Of the request under way.
+    OV::String url;
+    OV::String body;
+    std::size_t headerBytes = 0;
+    unsigned sends = 0;
+    bool mayBeSentAgain = false;
+    Detail::TransferNotes notes;
+    std::array<char, CURL_ERROR_SIZE> errorText{};
+};
+
+HttpClient::State::State(const ServerAddress& server, const HttpOptions& wanted)
+    : options(wanted), baseUrl(server.BaseUrl())
+{
+    Detail::InitialiseCurl();
+    multi.reset(curl_multi_init());
+    easy.reset(curl_easy_init());
+    if (!multi || !easy)
+        throw std::bad_alloc();
+    curl_multi_setopt(multi.get(), CURLMOPT_MAXCONNECTS, 1L);
+
+    CURL* const handle = easy.get();
+    curl_easy_setopt(handle, CURLOPT_NOSIGNAL, 1L);
+    curl_easy_setopt(handle, CURLOPT_TCP_NODELAY, 1L);
+    curl_easy_setopt(handle, CURLOPT_HTTP_VERSION, CURL_HTTP_VERSION_1_1);
+    curl_easy_setopt(handle, CURLOPT_PATH_AS_IS, 1L);  // an identifier may be ".."
+    curl_easy_setopt(handle, CURLOPT_FOLLOWLOCATION, 0L);
+#if LIBCURL_VERSION_NUM >= 0x075500
+    curl_easy_setopt(handle, CURLOPT_PROTOCOLS_STR, "http,https");
+#else
+    curl_easy_setopt(handle, CURLOPT_PROTOCOLS, CURLPROTO_HTTP | CURLPROTO_HTTPS);
+#endif
+#if LIBCURL_VERSION_NUM >= 0x075700
+    curl_easy_setopt(handle, CURLOPT_QUICK_EXIT, 1L);  // do not wait for a name server on Cancel
+#endif
+    curl_easy_setopt(handle, CURLOPT_MAXAGE_CONN, MaximumIdleSeconds);
+    curl_easy_setopt(handle, CURLOPT_CONNECTTIMEOUT_MS,
+                     static_cast<long>(options.connectTimeoutMilliseconds));
+    curl_easy_setopt(handle, CURLOPT_MAXFILESIZE_LARGE,
+                     static_cast<curl_off_t>(options.maximumAnswerBytes));
+    curl_easy_setopt(handle, CURLOPT_SSL_VERIFYPEER, 1L);
+    curl_easy_setopt(handle, CURLOPT_SSL_VERIFYHOST, 2L);
+    if (const OV::String file = AuthoritiesFile(options); !file.empty())
+        curl_easy_setopt(handle, CURLOPT_CAINFO, file.c_str());
+    if (!options.proxy.empty())
+        curl_easy_setopt(handle, CURLOPT_PROXY, options.proxy.c_str());
+
+    curl_easy_setopt(handle, CURLOPT_ERRORBUFFER, errorText.data());
+    curl_easy_setopt(handle, CURLOPT_WRITEFUNCTION, &State::TakeBody);
+    curl_easy_setopt(handle, CURLOPT_WRITEDATA, this);
+    curl_easy_setopt(handle, CURLOPT_HEADERFUNCTION, &State::TakeHeader);
+    curl_easy_setopt(handle, CURLOPT_HEADERDATA, this);
+    curl_easy_setopt(handle, CURLOPT_PREREQFUNCTION, &State::BeforeSending);
+    curl_easy_setopt(handle, CURLOPT_PREREQDATA, this);
+}
+
+void HttpClient::State::UseToken(const OV::String& wanted)
+{
+    if (headers && headerToken == wanted)
+        return;
+    Detail::HeaderList list;
+    const auto add = [&list](const char* line) {
+        curl_slist* const longer = curl_slist_append(list.get(), line);
+        if (!longer)
+            throw std::bad_alloc();
+        (void)list.release();
+        list.reset(longer);
+    };
+    add("Content-Type: application/json");
+    add("Expect:");  // or curl waits a second for a server's leave to send a large body
+    if (!wanted.empty())
+        add(("Authorization: Bearer " + wanted).c_str());
+    curl_easy_setopt(easy.get(), CURLOPT_HTTPHEADER, list.get());
+    headers = std::move(list);
+    headerToken = wanted;
+}
+
+void HttpClient::State::Prepare(const HttpRequest& request)
+{
+    CURL* const handle = easy.get();
+    UseToken(request.token);
+    url.assign(baseUrl).append(request.target);
+    curl_easy_setopt(handle, CURLOPT_URL, url.c_str());
+
+    const bool sendsBody = request.method == HttpMethod::Post || request.method == HttpMethod::Put;
+    if (sendsBody) {
+        curl_easy_setopt(handle, CURLOPT_POST, 1L);
+        curl_easy_setopt(handle, CURLOPT_POSTFIELDS, request.body.c_str());
+        curl_easy_setopt(handle, CURLOPT_POSTFIELDSIZE_LARGE,
+                         static_cast<curl_off_t>(request.body.size()));
+    } else {
+        curl_easy_setopt(handle, CURLOPT_HTTPGET, 1L);
+    }
+    const char* const method = request.method == HttpMethod::Put      ? "PUT"
+                               : request.method == HttpMethod::Delete ? "DELETE"
+                                                                      : nullptr;
+    curl_easy_setopt(handle, CURLOPT_CUSTOMREQUEST, method);
+
+    const std::uint32_t timeout = request.timeoutMilliseconds ? request.timeoutMilliseconds
+                                                              : options.requestTimeoutMilliseconds;
+    curl_easy_setopt(handle, CURLOPT_TIMEOUT_MS, static_cast<long>(timeout));
+
+    body.clear();
+    headerBytes = 0;
+    sends = 0;
+    mayBeSentAgain = request.method == HttpMethod::Get;
+    notes = {};
+    errorText[0] = '\0';
+}
+
+std::size_t HttpClient::State::TakeBody(char* bytes, std::size_t, std::size_t count, void* self)
+{
+    State& state = *static_cast<State*>(self);
+    if (count > state.options.maximumAnswerBytes - state.body.size()) {
+        state.notes.bodyTooLarge = true;
+        return 0;
+    }
+    state.body.append(bytes, count);
+    return count;
+}
+
+std::size_t HttpClient::State::TakeHeader(char*, std::size_t, std::size_t count, void* self)
+{
+    State& state = *static_cast<State*>(self);
+    state.headerBytes += count;
+    state.notes.headersTooLarge = state.headerBytes > MaximumHeaderBytes;
+    return state.notes.headersTooLarge ? 0 : count;
+}
+
+/// curl looks whether a kept connection is still open before it uses it, and so takes a new one for
+/// every request when the server closed the old one meanwhile. When the connection breaks after the
+/// request went out, without a byte of an answer, curl sends whatever it was again. The server may
+/// have acted on it by then, so only a GET may pass here a second time.
+int HttpClient::State::BeforeSending(void* self, char*, char*, int, int)
+{
+    State& state = *static_cast<State*>(self);
+    if (++state.sends == 1 || state.mayBeSentAgain)
+        return CURL_PREREQFUNC_OK;
+    state.notes.refusedToSendAgain = true;
+    return CURL_PREREQFUNC_ABORT;
+}
+
+void HttpClient::State::ThrowIfStopped(const std::stop_token& token) const
+{
+    if (canceled || token.stop_requested())
+        throw OV::InterruptedException();
+}
+
+CURLcode HttpClient::State::Drive(const std::stop_token& token)
+{
+    for (int running = 1;;) {
+        if (curl_multi_perform(multi.get(), &running) != CURLM_OK)
+            return CURLE_OUT_OF_MEMORY;
+        if (running == 0)
+            break;
+        ThrowIfStopped(token);
+        // A wake-up that comes before the wait ends it at once.
+        if (curl_multi_poll(multi.get(), nullptr, 0, WaitMilliseconds, nullptr) != CURLM_OK)
+            return CURLE_OUT_OF_MEMORY;
+    }
+    int left = 0;
+    const CURLMsg* const message = curl_multi_info_read(multi.get(), &left);
+    return message ? message->data.result : CURLE_OUT_OF_MEMORY;
+}
+
+HttpClient::HttpClient(ServerAddress address, HttpOptions options)
+    : address_(std::move(address)), state_(std::make_unique<State>(address_, options))
+{
+}
+
+HttpClient::~HttpClient() = default;
+
+HttpResponse HttpClient::Perform(const HttpRequest& request)
+{
+    if (!IsPlainHost(address_.host) || address_.port == 0)
+        throw ConnectionException(u"\"" + address_.host + u"\" with port " +
+                                  OV::ToText(address_.port) +
+                                  u" is no server. Check the server's name and port.");
+    State& state = *state_;
+    CURLM* const multi = state.multi.get();
+    const std::stop_token token = OV::Thread::CurrentToken();
+    state.ThrowIfStopped(token);
+    const std::stop_callback wake(token, [multi] { curl_multi_wakeup(multi); });
+
+    state.Prepare(request);
+    curl_multi_add_handle(multi, state.easy.get());
+    // Removing the handle in the middle of a transfer closes its connection.
+    const auto remove = [multi](CURL* easy) { curl_multi_remove_handle(multi, easy); };
+    const std::unique_ptr<CURL, decltype(remove)> added(state.easy.get(), remove);
+
+    if (const CURLcode code = state.Drive(token); code != CURLE_OK)
+        Detail::ThrowTransferFailure(code, state.notes, address_, request, state.errorText.data());
+    long status = 0;
+    curl_easy_getinfo(state.easy.get(), CURLINFO_RESPONSE_CODE, &status);
+    return {static_cast<int>(status), std::move(state.body)};
+}
+
+void HttpClient::Cancel()
+{
+    state_->canceled = true;
+    curl_multi_wakeup(state_->multi.get());
+}
+
+}  // namespace Communication

@@ -1,0 +1,64 @@
+#pragma once
+
+#include "SYCommunication/HttpClient.hpp"
+#include "SyncraClient/SyncraClient.hpp"
+#include "SyncraProtocol/Detail/Json.hpp"
+
+#include <nlohmann/json.hpp>
+
+#include <functional>
+
+namespace Syncra::Client::Detail
+{
+
+/// Requests of one signed-in user to one service: carries the token, renews it once when the server
+/// no longer knows it, turns refusals into ResponseContentException and answers into records.
+class SignedInChannel
+{
+public:
+    /// Signs in; throws as Connect does.
+    SignedInChannel(const SignInData& data, const Communication::HttpOptions& options);
+    ~SignedInChannel();
+    SignedInChannel(const SignedInChannel&) = delete;
+    SignedInChannel& operator=(const SignedInChannel&) = delete;
+
+    /// The answer's JSON, turned into a record by `convert`. An answer that is none, or that
+    /// `convert` refuses, throws Communication::MalformedResponseException.
+    template <class Convert>
+    [[nodiscard]] auto Ask(Communication::HttpRequest request, Convert&& convert)
+    {
+        const Communication::HttpResponse response = Send(request);
+        return Read(request, response, std::forward<Convert>(convert));
+    }
+
+    void Cancel() { http_.Cancel(); }
+
+private:
+    void SignIn();
+    Communication::HttpResponse Send(Communication::HttpRequest& request);
+
+    template <class Convert>
+    auto Read(const Communication::HttpRequest& request,
+              const Communication::HttpResponse& response, Convert&& convert) const
+    {
+        try {
+            return std::invoke(std::forward<Convert>(convert), Protocol::ParseJson(response.body));
+        } catch (const Protocol::MalformedRecordException& malformed) {
+            ThrowMalformed(request, response, malformed);
+        }
+    }
+
+    void ThrowIfRefused(const Communication::HttpRequest& request,
+                        const Communication::HttpResponse& response) const;
+    [[noreturn]] void ThrowMalformed(const Communication::HttpRequest& request,
+                                     const Communication::HttpResponse& response,
+                                     const OV::Exception& reason) const;
+
+    Communication::HttpClient http_;
+    /// The whole body of the sign-in, kept to renew the token: the one place that holds the
+    /// password.
+    OV::String signInBody_;
+    OV::String token_;
+};
+
+}  // namespace Syncra::Client::Detail

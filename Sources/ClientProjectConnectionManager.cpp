@@ -1,0 +1,74 @@
+#include "ClientProjectConnectionManager.hpp"
+
+#include "CacheFolders.hpp"
+#include "OVRoot/Exception.hpp"
+#include "OVRoot/Logger.hpp"
+#include "SYClientBase/SyncraClientFactory.hpp"
+#include "SyncraURL.hpp"
+
+#include <utility>
+
+namespace SYC {
+
+ClientProjectConnectionManager::ClientProjectConnectionManager(IO::Location projectLocation,
+                                                               IO::Location dataFolder,
+                                                               EventSink eventSink)
+    : projectLocation_(std::move(projectLocation)), dataFolder_(std::move(dataFolder)),
+      eventSink_(std::move(eventSink))
+{
+    if (!IsSyncraURL(projectLocation_))
+        throw OV::IllegalArgumentException(
+            u"\"" + projectLocation_.ToDisplayText() +
+            u"\" is no project URL. One looks like syncra://user@server:port/project.");
+}
+
+ClientProjectConnectionManager::~ClientProjectConnectionManager()
+{
+    signalClient_.Stop();
+}
+
+std::shared_ptr<CachedProjectInfo> ClientProjectConnectionManager::FindCache() const
+{
+    if (!cache_)
+        cache_ = CacheFolders::FindCache(dataFolder_, ToConnectionInfo(projectLocation_));
+    return cache_;
+}
+
+std::shared_ptr<SYCB::CachedProjectInfo> ClientProjectConnectionManager::GetCachedProjectInfo()
+{
+    if (!FindCache())
+        cache_ = std::make_shared<CachedProjectInfo>(ToConnectionInfo(projectLocation_),
+                                                     dataFolder_);
+    return cache_;
+}
+
+OV::UniString ClientProjectConnectionManager::GetSessionId() const
+{
+    const auto cache = FindCache();
+    return cache ? cache->GetSessionId() : OV::UniString();
+}
+
+void ClientProjectConnectionManager::PostEvent(std::int32_t eventCode, const OV::UniString& text)
+{
+    if (!eventSink_)
+        return;
+    try {
+        eventSink_(eventCode, text);
+    } catch (const std::exception& error) {
+        OV::Logger::Error("SYClient", u"The host failed to take event %: %",
+                          {eventCode, error.what()});
+    }
+}
+
+void ClientProjectConnectionManager::StartSignals(const OV::UniString& projectId)
+{
+    signalClient_.Start([location = projectLocation_] { return SYCB::CreateSyncraClient(location); },
+                        projectId);
+}
+
+void ClientProjectConnectionManager::StopSignals()
+{
+    signalClient_.Stop();
+}
+
+}  // namespace SYC

@@ -1,0 +1,47 @@
+#pragma once
+
+#include "CachedProjectInfo.hpp"
+#include "SYClientBase/ProjectConnectionManagerInterface.hpp"
+
+#include <functional>
+#include <memory>
+
+namespace SYC {
+
+/// The connection manager for a host that has none of its own: one opened project, its cache below a
+/// data folder, its signal client, and a sink for the events that the user must hear about.
+/// Used on the thread that made it; the event sink is called on the thread that posts.
+class ClientProjectConnectionManager final : public SYCB::ProjectConnectionManagerInterface {
+public:
+    using EventSink = std::function<void(std::int32_t eventCode, const OV::UniString& text)>;
+
+    /// `projectLocation` is a project URL (OV::IllegalArgumentException otherwise); caches stand below
+    /// `dataFolder`, which is made with the first of them.
+    ClientProjectConnectionManager(IO::Location projectLocation, IO::Location dataFolder,
+                                   EventSink eventSink);
+    ~ClientProjectConnectionManager() override;
+
+    [[nodiscard]] IO::Location GetProjectLocation() const override { return projectLocation_; }
+    /// The project's cache: found below the data folder, or made on the first call. Throws what the
+    /// disk throws.
+    [[nodiscard]] std::shared_ptr<SYCB::CachedProjectInfo> GetCachedProjectInfo() override;
+    [[nodiscard]] SYCB::PKSignalClient& GetSignalClient() override { return signalClient_; }
+    [[nodiscard]] OV::UniString GetSessionId() const override;
+    void PostEvent(std::int32_t eventCode, const OV::UniString& text) override;
+
+    /// The cache when there is one; null otherwise. Makes nothing.
+    [[nodiscard]] std::shared_ptr<CachedProjectInfo> FindCache() const;
+
+    /// Begins to listen for the signals of the opened project, after a check that passed.
+    void StartSignals(const OV::UniString& projectId);
+    void StopSignals();
+
+private:
+    IO::Location projectLocation_;
+    IO::Location dataFolder_;
+    EventSink eventSink_;
+    mutable std::shared_ptr<CachedProjectInfo> cache_;
+    SYCB::PKSignalClient signalClient_;
+};
+
+}  // namespace SYC

@@ -1,0 +1,110 @@
+#pragma once
+
+#include "CachedProjectInfo.hpp"
+#include "CheckResult.hpp"
+#include "ClientProjectData.hpp"
+#include "SYClientBase/ProjectConnectionManagerInterface.hpp"
+#include "SyncraClient/SyncraClient.hpp"
+
+#include <memory>
+
+namespace SYC {
+
+/// Makes sure, before the host reads or writes a shared project, that the server can be reached, that
+/// the user may use the project, that it is still the cached one, and that this computer holds a session
+/// for it. Synchronous, on the caller's thread; one thread at a time.
+///
+/// The primary connection works on the project that the host has open; a secondary one is made from a
+/// project URL of its own, asks nothing of the presence state, and leaves the computer of the session
+/// alone.
+class ProjectConnectionBase {
+public:
+    virtual ~ProjectConnectionBase();
+    ProjectConnectionBase(const ProjectConnectionBase&) = delete;
+    ProjectConnectionBase& operator=(const ProjectConnectionBase&) = delete;
+
+    /// Runs all steps. Never throws: every failure is a result and, where the user must hear about it,
+    /// one event posted through the manager.
+    /// @param firstCheck    remembered for the host (IsFirstCheck); it changes no step
+    /// @param newSession    forget the cached session and take or start the server's
+    /// @param forceOnline   check even while the presence state says offline
+    /// @param allowTakeover take the session over from another computer
+    [[nodiscard]] CheckResult Check(bool firstCheck, bool newSession, bool forceOnline,
+                                    bool allowTakeover);
+
+    /// The steps of Check in their order. Each does nothing when the result is not 0 already (the first
+    /// one begins anew), returns the updated result, and throws what the server or the disk throws.
+    CheckResult ConnectAndAuthenticateToServer();
+    CheckResult AuthenticateToProject(bool forceOnline);
+    CheckResult GetCachedProjectInfo();
+    CheckResult CheckProjectAvailability();
+    CheckResult StartAndCheckSession(bool forceOnline, bool newSession, bool allowTakeover,
+                                     Syncra::Protocol::Session& sessionInfo);
+    CheckResult FillCache(const Syncra::Protocol::Session& sessionInfo);
+    CheckResult CheckProjectState();
+
+    /// The last check passed and its client is still there.
+    [[nodiscard]] bool IsOpen() const;
+    [[nodiscard]] bool IsFirstCheck() const noexcept { return firstCheck_; }
+    [[nodiscard]] bool IsSecondary() const noexcept { return secondary_; }
+    [[nodiscard]] OV::UniString GetSessionId() const { return _GetSessionId(); }
+    /// Null when there is none.
+    [[nodiscard]] Syncra::Client::SyncraClient* GetSyncraClient() const { return _GetSyncraClient(); }
+    [[nodiscard]] SYCB::ProjectConnectionManagerInterface* GetProjectConnectionManager() const
+    {
+        return _GetProjectConnectionManager();
+    }
+    [[nodiscard]] const OV::UniString& GetProjectId() const noexcept { return project_.id; }
+    /// The project's place on the server, as its project list names it.
+    [[nodiscard]] const OV::UniString& GetServerLocation() const noexcept { return project_.location; }
+    /// Null before the step that obtains it.
+    [[nodiscard]] const std::shared_ptr<CachedProjectInfo>& GetCache() const noexcept { return cache_; }
+
+    /// The computer that the server notes for the session; empty when none. Asks the server.
+    [[nodiscard]] OV::UniString GetSessionComputerAttribute() const;
+    /// Reads the user's session in the project anew; false when the server has none.
+    [[nodiscard]] bool ReceiveSession(Syncra::Protocol::Session& sessionInfo) const;
+    /// Whether somebody else may have worked in this session since the check: the server's session is
+    /// another one, or another computer took it over. For the host, before it sends.
+    [[nodiscard]] bool IsEditConflict() const;
+
+protected:
+    enum class Kind { Reading, Writing };
+
+    /// The primary connection, to the opened project of the manager.
+    explicit ProjectConnectionBase(Kind kind);
+    /// A secondary connection to `projectLocation` with the cache to keep current; `cache` may be null,
+    /// and the check then ends with result 1.
+    ProjectConnectionBase(Kind kind, IO::Location projectLocation,
+                          std::shared_ptr<CachedProjectInfo> cache);
+
+    [[nodiscard]] virtual Syncra::Client::SyncraClient* _GetSyncraClient() const = 0;
+    virtual void _SetSyncraClient(std::unique_ptr<Syncra::Client::SyncraClient> client) = 0;
+    [[nodiscard]] virtual SYCB::ProjectConnectionManagerInterface*
+    _GetProjectConnectionManager() const = 0;
+    [[nodiscard]] virtual OV::UniString _GetSessionId() const = 0;
+
+    [[nodiscard]] const OV::UniString& SessionId() const noexcept { return sessionId_; }
+
+private:
+    void RunSteps(bool newSession, bool forceOnline, bool allowTakeover);
+    CheckResult ResultOfCurrentException();
+    CheckResult Fail(CheckResult result, HostEvent event, const OV::UniString& text = {});
+    [[nodiscard]] Syncra::Client::SyncraClient& Client() const;
+    [[nodiscard]] bool IsMemberOfProject() const;
+    void TakeOrStartSession(Syncra::Protocol::Session& sessionInfo);
+    void CheckSessionComputer(bool allowTakeover);
+
+    const Kind kind_;
+    const bool secondary_;
+    CheckResult result_ = CheckResult::Passed;
+    bool checked_ = false;
+    bool firstCheck_ = false;
+    IO::Location projectLocation_;
+    ClientProjectData description_;
+    Syncra::Protocol::Project project_;
+    OV::UniString sessionId_;
+    std::shared_ptr<CachedProjectInfo> cache_;
+};
+
+}  // namespace SYC

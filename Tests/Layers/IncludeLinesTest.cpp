@@ -1,0 +1,147 @@
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <regex>
+#include <set>
+#include <string>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+const fs::path root = SYCLIENT_TEST_SOURCE_DIR;
+
+struct Include {
+    fs::path file;  ///< relative to the root
+    std::string header;
+    bool angled;
+};
+
+std::vector<Include> IncludesBelow(const std::string& folder)
+{
+    static const std::regex line(R"(^\s*#\s*include\s*([<"])([^>"]+)[>"])");
+    std::vector<Include> includes;
+    for (const auto& entry : fs::recursive_directory_iterator(root / folder)) {
+        const auto extension = entry.path().extension();
+        if (extension != ".hpp" && extension != ".cpp")
+            continue;
+        std::ifstream source(entry.path());
+        std::smatch match;
+        for (std::string text; std::getline(source, text);)
+            if (std::regex_search(text, match, line))
+                includes.push_back(
+                    {fs::relative(entry.path(), root), match[2], match[1] == "<"});
+    }
+    return includes;
+}
+
+std::string FirstFolder(const std::string& header)
+{
+    const auto slash = header.find('/');
+    return slash == std::string::npos ? std::string() : header.substr(0, slash);
+}
+
+bool IsStandardHeader(const std::string& header)
+{
+    return header.find('.') == std::string::npos && header.find('/') == std::string::npos;
+}
+
+std::set<std::string> PlatformFolders()
+{
+    std::set<std::string> names;
+    for (const auto& entry : fs::directory_iterator(root / "Platform"))
+        if (entry.is_directory())
+            names.insert(entry.path().filename());
+    return names;
+}
+
+/// The USES lists of Platform/CMakeLists.txt: what each folder may include beside itself.
+std::map<std::string, std::set<std::string>> DeclaredUses()
+{
+    std::ifstream file(root / "Platform" / "CMakeLists.txt");
+    const std::string text{std::istreambuf_iterator<char>(file), {}};
+    static const std::regex call(R"(syc_layer\(([^)]*)\))");
+    std::map<std::string, std::set<std::string>> uses;
+    for (std::sregex_iterator it(text.begin(), text.end(), call), end; it != end; ++it) {
+        std::istringstream words((*it)[1].str());
+        std::string folder, word, section;
+        for (words >> folder; words >> word;) {
+            if (word == "FOLDER" || word == "USES" || word == "LIBRARIES")
+                section = word;
+            else if (section == "USES")
+                uses[folder].insert(word);
+        }
+        uses[folder].insert(folder);
+    }
+    return uses;
+}
+
+}  // namespace
+
+TEST(LayersTest, SourcesNameOnlyTheStandardLibraryAndOurHeaders)
+{
+    const auto platform = PlatformFolders();
+    const auto includes = IncludesBelow("Sources");
+    ASSERT_GT(includes.size(), 50u);
+    for (const auto& include : includes) {
+        if (include.angled)
+            EXPECT_TRUE(IsStandardHeader(include.header)) << include.file << ": " << include.header;
+        else
+            EXPECT_TRUE(fs::exists(root / "Sources" / include.header) ||
+                        platform.count(FirstFolder(include.header)) == 1)
+                << include.file << ": " << include.header;
+    }
+}
+
+TEST(LayersTest, PlatformFoldersIncludeOnlyWhatTheyDeclare)
+{
+    const auto uses = DeclaredUses();
+    for (const auto& folder : PlatformFolders()) {
+        const auto declared = uses.find(folder);
+        ASSERT_NE(declared, uses.end()) << folder << " is no layer of Platform/CMakeLists.txt";
+        for (const auto& include : IncludesBelow("Platform/" + folder))
+            if (!include.angled)
+                EXPECT_EQ(declared->second.count(FirstFolder(include.header)), 1u)
+                    << include.file << ": " << include.header;
+    }
+}
+
+TEST(LayersTest, ThirdPartyHeadersStayInSourcesAndDetail)
+{
+    for (const auto& include : IncludesBelow("Platform")) {
+        const bool isPublic = include.file.extension() == ".hpp" &&
+                              include.file.string().find("/Detail/") == std::string::npos;
+        if (isPublic && include.angled)
+            EXPECT_TRUE(IsStandardHeader(include.header)) << include.file << ": " << include.header;
+        if (isPublic && !include.angled)
+            EXPECT_EQ(include.header.find("/Detail/"), std::string::npos)
+                << include.file << " would not compile from the installed package";
+    }
+}
+
+TEST(LayersTest, OperatingSystemCallsStandInOneFileASystem)
+{
+    static const std::set<std::string> systemHeaders = {
+        "unistd.h", "fcntl.h", "sys/stat.h", "sys/file.h", "sys/types.h", "dirent.h", "termios.h",
+        "pthread.h", "signal.h", "windows.h", "sys/utsname.h", "pwd.h", "sys/wait.h"};
+    for (const char* folder : {"Platform", "Sources", "Tools"})
+        for (const auto& include : IncludesBelow(folder))
+            if (systemHeaders.count(include.header) == 1)
+                EXPECT_NE(include.file.string().find("_posix."), std::string::npos)
+                    << include.file << ": " << include.header;
+}
+
+TEST(LayersTest, ServerAndToolsStayOnTheirSide)
+{
+    for (const auto& include : IncludesBelow("Server"))
+        if (!include.angled && FirstFolder(include.header) != "")
+            EXPECT_TRUE(fs::exists(root / "Server" / include.header) ||
+                        std::set<std::string>({"OVRoot", "IO", "SyncraProtocol"})
+                            .count(FirstFolder(include.header)))
+                << include.file << ": " << include.header;
+    for (const auto& include : IncludesBelow("Tools"))
+        EXPECT_EQ(include.header.find("Detail/"), std::string::npos)
+            << include.file << ": " << include.header << " is not installed";
+}

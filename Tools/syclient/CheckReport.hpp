@@ -1,0 +1,31 @@
+#pragma once
+
+#include "CachedProjectInfo.hpp"
+#include "CheckResult.hpp"
+#include "Output.hpp"
+#include "ProjectConnectionInfo.hpp"
+
+#include <memory>
+#include <vector>
+
+/// What a check found out, in words and as JSON.
+struct CheckReport {
+    struct Event {
+        std::int32_t code;
+        OV::UniString text;
+    };
+
+    SYC::Inner::ProjectConnectionInfo connection;
+    SYC::CheckResult result = SYC::CheckResult::Offline;
+    std::vector<Event> events;
+    OV::UniString projectId;
+    OV::UniString serverLocation;
+    OV::UniString sessionId;
+    std::shared_ptr<SYC::CachedProjectInfo> cache;
+
+    void Print(const Output& output) const;
+    /// What happened and what the user can do about it.
+    [[nodiscard]] std::string Explanation() const;
+    /// One word for scripts.
+    [[nodiscard]] std::string Word() const;
+};

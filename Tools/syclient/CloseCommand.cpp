@@ -1,0 +1,49 @@
+#include "Commands.hpp"
+
+#include "ClientProjectConnectionManager.hpp"
+#include "CloseSession.hpp"
+#include "ProjectArguments.hpp"
+#include "SyncraURL.hpp"
+
+#include <CLI/CLI.hpp>
+
+#include <memory>
+
+namespace {
+
+void RunClose(const ProjectArguments& arguments, Context& context)
+{
+    // The URL is taken apart before anybody is asked for a password.
+    const auto described = arguments.Describe();
+    SYC::ClientProjectConnectionManager lookUp(SYC::ToSyncraLocation(described), context.DataFolder(), {});
+    if (lookUp.GetSessionId().empty()) {
+        context.exitCode = ExitCode::NotFound;
+        context.output.Error("There is no session to close: no cache in \"" +
+                             ForDisplay(context.DataFolder().ToPath()) + "\" holds one for " +
+                             DescribeLogin(described) + ".");
+        return;
+    }
+    SYC::ClientProjectConnectionManager manager(SYC::ToSyncraLocation(arguments.Read()),
+                                                context.DataFolder(), {});
+    const auto session = manager.GetSessionId();
+    context.output.Progress("Closing the session of " + DescribeLogin(described) + " ...");
+    const bool closed = SYC::CloseSession(manager);
+    context.exitCode = closed ? ExitCode::Success : ExitCode::Failure;
+    if (context.output.json)
+        context.output.PrintJson({{"closed", closed}, {"session", ForJson(session)}});
+    else if (closed)
+        context.output.PrintLine("Closed \"" + ForDisplay(described.projectName) + "\".");
+    else
+        context.output.Error("The session could not be closed; the line above says why. "
+                             "It stays in the cache, so that you can try again.");
+}
+
+}  // namespace
+
+void AddCloseCommand(CLI::App& app, Context& context)
+{
+    auto* command = app.add_subcommand("close", "End the server session of an opened project");
+    const auto arguments = std::make_shared<ProjectArguments>();
+    arguments->AddOptions(*command);
+    command->callback([arguments, &context] { RunClose(*arguments, context); });
+}

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "ExitCode.hpp"
+#include "IO/Location.hpp"
+#include "Output.hpp"
+
+#include <string>
+
+namespace CLI {
+class App;
+}
+
+/// What all commands share.
+struct Context {
+    Output output;
+    std::string dataFolder;
+    ExitCode exitCode = ExitCode::Success;
+
+    /// Where the caches stand.
+    [[nodiscard]] IO::Location DataFolder() const;
+};
+
+/// Each adds its command to `app`; the command leaves its exit code in `context`, which outlives the app.
+void AddOpenCommand(CLI::App& app, Context& context);
+void AddCloseCommand(CLI::App& app, Context& context);
+void AddStatusCommand(CLI::App& app, Context& context);
+void AddCacheCommand(CLI::App& app, Context& context);
+void AddUrlCommand(CLI::App& app, Context& context);

@@ -1,0 +1,26 @@
+#pragma once
+
+#include "CheckResult.hpp"
+
+/// What a script learns from the end of syclient; listed in --help and Docs/Commands.md.
+enum class ExitCode : int {
+    Success = 0,
+    Failure = 1,  ///< the message says what, where and what to do
+    Usage = 2,
+    NotFound = 3,  ///< no such cache, folder or key
+    Offline = 11,
+    AccessDenied = 12,
+    SessionInUse = 13,
+    ProjectMismatch = 15,
+    ProjectNotFound = 16,
+    ForbiddenByState = 17,
+    IncompatibleVersion = 18,
+};
+
+/// Each result of a check has an exit code of its own: ten above its number, 0 for a check that passed.
+[[nodiscard]] constexpr ExitCode ExitCodeOf(SYC::CheckResult result)
+{
+    return result == SYC::CheckResult::Passed
+               ? ExitCode::Success
+               : static_cast<ExitCode>(10 + static_cast<int>(result));
+}

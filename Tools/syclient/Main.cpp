@@ -1,0 +1,76 @@
+#include "Commands.hpp"
+
+#include "CacheFolders.hpp"
+#include "OVRoot/Exception.hpp"
+#include "OVRoot/Logger.hpp"
+
+#include <CLI/CLI.hpp>
+
+#include <iostream>
+
+namespace {
+
+constexpr const char* Version = "syclient " SYCLIENT_VERSION;
+
+void SendLogToStandardError(bool verbose)
+{
+    OV::Logger::SetSink([verbose](const OV::LogRecord& record) {
+        if (verbose || record.level >= OV::LogLevel::Warning)
+            std::cerr << "syclient: " << ForDisplay(record.text) << '\n';
+    });
+}
+
+void AddGlobalOptions(CLI::App& app, Context& context, bool& verbose)
+{
+    app.set_version_flag("--version", Version);
+    app.add_flag("--json", context.output.json, "Print one JSON value for scripts");
+    app.add_flag("-v,--verbose", verbose, "Show the library's log on standard error");
+    app.add_flag("-q,--quiet", context.output.quiet, "Show no progress");
+    app.add_option("--data-folder", context.dataFolder,
+                   "Where the caches stand (default: Orvant/Projects in your application data)")
+        ->option_text("DIR");
+    app.footer("A password comes from a prompt, from --password-file or from --password-stdin.\n"
+               "Exit codes: 0 done, 1 failed, 2 wrong usage, 3 nothing of that name, and those of "
+               "\"syclient open --help\".");
+    app.require_subcommand(1);
+    app.fallthrough();
+}
+
+int Run(CLI::App& app, Context& context, int argc, char** argv)
+{
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error) == 0 ? 0 : static_cast<int>(ExitCode::Usage);
+    } catch (const OV::IllegalArgumentException& error) {
+        context.output.Error(ForDisplay(error.GetMessage()));
+        return static_cast<int>(ExitCode::Usage);
+    } catch (const std::exception& error) {
+        context.output.Error(ForDisplay(OV::FromUtf8(error.what())));
+        return static_cast<int>(ExitCode::Failure);
+    }
+    return static_cast<int>(context.exitCode);
+}
+
+}  // namespace
+
+IO::Location Context::DataFolder() const
+{
+    return dataFolder.empty() ? SYC::CacheFolders::GetDefaultDataFolder()
+                              : IO::Location::FromPath(OV::FromUtf8(dataFolder));
+}
+
+int main(int argc, char** argv)
+{
+    CLI::App app("Work with shared projects on a Nexar Server from a shell.", "syclient");
+    Context context;
+    bool verbose = false;
+    AddGlobalOptions(app, context, verbose);
+    app.parse_complete_callback([&verbose] { SendLogToStandardError(verbose); });
+    AddOpenCommand(app, context);
+    AddCloseCommand(app, context);
+    AddStatusCommand(app, context);
+    AddCacheCommand(app, context);
+    AddUrlCommand(app, context);
+    return Run(app, context, argc, argv);
+}

@@ -1,0 +1,70 @@
+#include "Commands.hpp"
+
+#include "CheckReport.hpp"
+#include "ClientProjectConnectionManager.hpp"
+#include "ProjectArguments.hpp"
+#include "ReadProjectConnection.hpp"
+#include "SyncraURL.hpp"
+#include "WriteProjectConnection.hpp"
+
+#include <CLI/CLI.hpp>
+
+#include <memory>
+
+namespace {
+
+struct OpenArguments {
+    ProjectArguments project;
+    bool forWriting = false;
+    bool newSession = false;
+    bool forceOnline = false;
+    bool takeOver = false;
+};
+
+void RunOpen(const OpenArguments& arguments, Context& context)
+{
+    CheckReport report;
+    report.connection = arguments.project.Read();
+    SYC::ClientProjectConnectionManager manager(
+        SYC::ToSyncraLocation(report.connection), context.DataFolder(),
+        [&](std::int32_t code, const OV::UniString& text) { report.events.push_back({code, text}); });
+    std::unique_ptr<SYC::ProjectConnectionBase> connection;
+    if (arguments.forWriting)
+        connection = std::make_unique<SYC::WriteProjectConnection>(&manager);
+    else
+        connection = std::make_unique<SYC::ReadProjectConnection>(&manager);
+
+    context.output.Progress("Checking \"" + ForDisplay(report.connection.projectName) + "\" as " +
+                            DescribeLogin(report.connection) + " ...");
+    report.result = connection->Check(true, arguments.newSession, arguments.forceOnline,
+                                      arguments.takeOver);
+    report.projectId = connection->GetProjectId();
+    report.serverLocation = connection->GetServerLocation();
+    report.sessionId = connection->GetSessionId();
+    report.cache = manager.FindCache();
+    report.Print(context.output);
+    context.exitCode = ExitCodeOf(report.result);
+}
+
+}  // namespace
+
+void AddOpenCommand(CLI::App& app, Context& context)
+{
+    auto* command = app.add_subcommand(
+        "open", "Check a project and take or start its session: server, membership, replaced "
+                "projects, session, cache");
+    const auto arguments = std::make_shared<OpenArguments>();
+    arguments->project.AddOptions(*command);
+    command->add_flag("-w,--write", arguments->forWriting,
+                      "For sending changes: a locked project does not pass");
+    command->add_flag("--new-session", arguments->newSession,
+                      "Forget the session of the cache and take or start the server's");
+    command->add_flag("--take-over", arguments->takeOver,
+                      "Take the session over from another computer");
+    command->add_flag("--force-online", arguments->forceOnline,
+                      "Check even while the project is known to be offline");
+    command->footer("Exit codes: 0 passed, 11 offline, 12 access denied, 13 session in use on another "
+                    "computer,\n15 another project or session than expected, 16 no such project or "
+                    "replaced, 17 state of the\nproject forbids it, 18 incompatible version.");
+    command->callback([arguments, &context] { RunOpen(*arguments, context); });
+}

@@ -1,0 +1,42 @@
+#pragma once
+
+#include "OVRoot/UniString.hpp"
+
+#include <nlohmann/json.hpp>
+
+#include <string>
+#include <vector>
+
+using Json = nlohmann::ordered_json;
+
+/// What the user reads: text with aligned columns, or one JSON object for scripts, on standard output;
+/// progress and messages on standard error. Colours only where a terminal shows them and NO_COLOR is
+/// not set.
+class Output {
+public:
+    bool json = false;
+    bool quiet = false;
+
+    enum class Style { Plain, Strong, Good, Bad, Dim };
+
+    [[nodiscard]] std::string Styled(Style style, const std::string& text) const;
+
+    void PrintJson(const Json& value) const;
+    void PrintLine(const std::string& text) const;
+    /// Pairs of label and value, the values aligned; pairs with an empty value are left out.
+    void PrintFields(const std::vector<std::pair<std::string, std::string>>& fields) const;
+    /// The first row is the heading.
+    void PrintTable(const std::vector<std::vector<std::string>>& rows) const;
+
+    /// What is being waited for; shown to a person only.
+    void Progress(const std::string& text) const;
+    void Error(const std::string& text) const;
+};
+
+/// UTF-8 for the terminal: lone surrogates as U+FFFD, control characters as "?" so that no text of a
+/// server or a file can steer the terminal.
+[[nodiscard]] std::string ForDisplay(OV::UniStringView text);
+/// A JSON string of any text.
+[[nodiscard]] Json ForJson(OV::UniStringView text);
+/// Local date and time, or "never" for 0.
+[[nodiscard]] std::string TimeForDisplay(std::int32_t secondsSinceEpoch);

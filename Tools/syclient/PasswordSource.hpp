@@ -1,0 +1,21 @@
+#pragma once
+
+#include "OVRoot/UniString.hpp"
+
+#include <string>
+
+namespace CLI {
+class App;
+}
+
+/// Where a command takes a password from: a file, standard input, or a prompt without echo. Never the
+/// command line, which every process of the machine can read.
+struct PasswordSource {
+    std::string file;
+    bool fromStandardInput = false;
+
+    void AddOptions(CLI::App& command);
+    /// `promptFor` is shown to a person ("anna.novak on nexar.example:19001"). Throws
+    /// OV::IllegalArgumentException when there is no way to ask.
+    [[nodiscard]] OV::UniString Read(const std::string& promptFor) const;
+};

@@ -1,0 +1,30 @@
+#pragma once
+
+#include "IO/Location.hpp"
+#include "PasswordSource.hpp"
+#include "ProjectConnectionInfo.hpp"
+
+#include <string>
+
+namespace CLI {
+class App;
+}
+
+/// How a command is told which project, as which user: by a project URL, or by its parts.
+struct ProjectArguments {
+    std::string url;
+    std::string server;
+    std::uint16_t port = 0;
+    std::string project;
+    std::string user;
+    PasswordSource password;
+
+    void AddOptions(CLI::App& command);
+    /// Everything but the password. Throws OV::IllegalArgumentException when something is missing.
+    [[nodiscard]] SYC::Inner::ProjectConnectionInfo Describe() const;
+    /// With the password, asked for when a URL does not carry one.
+    [[nodiscard]] SYC::Inner::ProjectConnectionInfo Read() const;
+};
+
+/// "user on server:port" for prompts and messages.
+[[nodiscard]] std::string DescribeLogin(const SYC::Inner::ProjectConnectionInfo& info);

@@ -1,0 +1,157 @@
+#include "Commands.hpp"
+
+#include "CacheFolders.hpp"
+#include "CacheStatus.hpp"
+#include "OVRoot/Logger.hpp"
+#include "ProjectArguments.hpp"
+#include "SYClientBase/SyncraClientFactory.hpp"
+#include "SYCommunication/CommunicationException.hpp"
+#include "SyncraProtocol/ErrorCode.hpp"
+#include "SyncraURL.hpp"
+
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <memory>
+#include <optional>
+
+namespace {
+
+using Syncra::Protocol::Project;
+using Syncra::Protocol::ProjectState;
+using Syncra::Protocol::Session;
+
+/// What the server tells of a project without a session being taken or started.
+struct ServerView {
+    ServerSays says = ServerSays::Unreachable;
+    std::string problem;
+    std::optional<Project> project;
+    bool member = false;
+    std::optional<Session> session;
+    OV::UniString computer;
+};
+
+const char* StateWord(ProjectState state)
+{
+    switch (state) {
+    case ProjectState::Locked:
+        return "locked";
+    case ProjectState::Maintenance:
+        return "under maintenance";
+    case ProjectState::Active:
+        return "active";
+    }
+    return "unknown";
+}
+
+void AskAboutProject(Syncra::Client::SyncraClient& client, const OV::UniString& name,
+                     ServerView& view)
+{
+    const auto projects = client.GetProjects();
+    const auto found = std::find_if(projects.begin(), projects.end(),
+                                    [&](const Project& project) { return project.name == name; });
+    view.says = found == projects.end() && !client.ProjectExists(name) ? ServerSays::Deleted
+                                                                       : ServerSays::Present;
+    if (found == projects.end())
+        return;
+    view.project = *found;
+    view.member = client.IsMember(found->id);
+    if (!view.member)
+        return;
+    const auto sessions = client.GetSessions(found->id);
+    if (sessions.empty())
+        return;
+    view.session = sessions.front();
+    view.computer = client.GetSessionAttribute(
+        view.session->id, Syncra::Protocol::SessionAttributeNames::ComputerName);
+}
+
+ExitCode ExitCodeOfRefusal(std::int32_t code)
+{
+    using Syncra::Protocol::ErrorCode;
+    const auto error = static_cast<ErrorCode>(code);
+    const bool denied = error == ErrorCode::BadCredentials || error == ErrorCode::AccessDenied ||
+                        error == ErrorCode::UserDisabled;
+    return denied ? ExitCode::AccessDenied : ExitCode::Failure;
+}
+
+ServerView AskServer(const SYC::Inner::ProjectConnectionInfo& info, Context& context)
+{
+    ServerView view;
+    try {
+        const auto client = SYCB::CreateSyncraClient(SYC::ToSyncraLocation(info));
+        AskAboutProject(*client, info.projectName, view);
+        if (view.says == ServerSays::Deleted)
+            context.exitCode = ExitCode::ProjectNotFound;
+    } catch (const Communication::ResponseContentException& error) {
+        view.says = ServerSays::NotAsked;
+        view.problem = ForDisplay(error.GetMessage());
+        context.exitCode = ExitCodeOfRefusal(error.GetErrorCode());
+    } catch (const SYCB::IncopatibleServerVersionException& error) {
+        view.problem = ForDisplay(error.GetMessage());
+        context.exitCode = ExitCode::IncompatibleVersion;
+    } catch (const Communication::CommunicationException& error) {
+        view.problem = ForDisplay(error.GetMessage());
+        context.exitCode = ExitCode::Offline;
+    }
+    return view;
+}
+
+void PrintJson(const ServerView& view, const std::string& status,
+               const SYC::CachedProjectInfo* cache, const Output& output)
+{
+    Json json{{"reachable", view.says != ServerSays::Unreachable},
+              {"problem", view.problem},
+              {"status", status},
+              {"cached", cache != nullptr},
+              {"onServer", view.project.has_value()},
+              {"member", view.member}};
+    if (view.project) {
+        json["projectId"] = ForJson(view.project->id);
+        json["state"] = static_cast<int>(view.project->state);
+    }
+    json["session"] = view.session ? ForJson(view.session->id) : Json(nullptr);
+    json["computer"] = ForJson(view.computer);
+    output.PrintJson(json);
+}
+
+void PrintText(const ServerView& view, const std::string& status, const Output& output)
+{
+    if (!view.problem.empty())
+        output.Error(view.problem);
+    std::vector<std::pair<std::string, std::string>> fields{{"status", status}};
+    if (view.says == ServerSays::Present || view.says == ServerSays::Deleted) {
+        fields.emplace_back("on server", view.project ? StateWord(view.project->state)
+                                         : view.says == ServerSays::Deleted
+                                             ? "no such project"
+                                             : "exists, but not for you");
+        fields.emplace_back("member", view.member ? "yes" : "no");
+        fields.emplace_back("session", view.session ? ForDisplay(view.session->id) : "none");
+        fields.emplace_back("held by", ForDisplay(view.computer));
+    }
+    output.PrintFields(fields);
+}
+
+void RunStatus(const ProjectArguments& arguments, Context& context)
+{
+    const auto info = arguments.Read();
+    const auto cache = SYC::CacheFolders::FindCache(context.DataFolder(), info);
+    context.output.Progress("Asking " + DescribeLogin(info) + " ...");
+    const ServerView view = AskServer(info, context);
+    const std::string status = cache ? CacheStatus(*cache, view.says) : "not cached here";
+    if (context.output.json)
+        PrintJson(view, status, cache.get(), context.output);
+    else
+        PrintText(view, status, context.output);
+}
+
+}  // namespace
+
+void AddStatusCommand(CLI::App& app, Context& context)
+{
+    auto* command = app.add_subcommand(
+        "status", "Tell how a project stands, here and on its server, without touching its session");
+    const auto arguments = std::make_shared<ProjectArguments>();
+    arguments->AddOptions(*command);
+    command->callback([arguments, &context] { RunStatus(*arguments, context); });
+}
