@@ -9,11 +9,9 @@
 #include <array>
 #include <atomic>
 
-namespace Communication
-{
+namespace Communication {
 
-namespace
-{
+namespace {
 
 /// curl bounds a single header line only, and keeps every line of an answer in memory.
 constexpr std::size_t MaximumHeaderBytes = 64u << 10;
@@ -231,8 +229,7 @@ CURLcode HttpClient::State::Drive(const std::stop_token& token)
 
 HttpClient::HttpClient(ServerAddress address, HttpOptions options)
     : address_(std::move(address)), state_(std::make_unique<State>(address_, options))
-{
-}
+{}
 
 HttpClient::~HttpClient() = default;
 
