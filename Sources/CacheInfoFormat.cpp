@@ -2,28 +2,23 @@
 
 #include <variant>
 
-namespace SYC::CacheInfoFormat
-{
+namespace SYC::CacheInfoFormat {
 
-namespace
-{
+namespace {
 
 constexpr const char* Root = "Cache";
 
 template <class Type>
 using Member = Type CacheInfoValues::*;
 
-struct VersionOfFile {
-};
+struct VersionOfFile {};
 /// Kept as 8-bit text in the file, because hosts made it so.
 struct EightBitText {
     Member<OV::UniString> member;
 };
-struct PermissionCount {
-};
+struct PermissionCount {};
 /// As many elements as the count before them says.
-struct Permissions {
-};
+struct Permissions {};
 
 using Kind = std::variant<VersionOfFile, Member<OV::UniString>, EightBitText, Member<bool>,
                           Member<std::int16_t>, Member<std::int32_t>, PermissionCount, Permissions>;

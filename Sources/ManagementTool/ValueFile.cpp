@@ -6,11 +6,9 @@
 #include "ManagementTool/FileErrors.hpp"
 #include "OVRoot/Resources.hpp"
 
-namespace Syncra::Server::ManagementTool::Core
-{
+namespace Syncra::Server::ManagementTool::Core {
 
-namespace
-{
+namespace {
 
 /// A file is written beside its place and renamed, so the system does not say "open" where a user
 /// would: what is in the way of the file itself, or of anything in its folder, counts as not

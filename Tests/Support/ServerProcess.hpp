@@ -24,7 +24,7 @@ class ServerProcess {
 public:
     static constexpr int EndedBySignal = -1;
     /// Everybody of the sample team signs in with it.
-    static constexpr const char* SamplePassword = "nexar-sample";
+    static constexpr const char* Password = "nexar-sample";
 
     /// Returns once the server listens. `options` follow those for the store, the ports and cheap
     /// password hashes. Throws std::runtime_error with what the server said when it does not start.
@@ -41,13 +41,13 @@ public:
     [[nodiscard]] std::uint16_t ModelPort() const { return ports_[0]; }
     [[nodiscard]] std::uint16_t ManagementPort() const { return ports_[1]; }
     [[nodiscard]] std::uint16_t MessagingPort() const { return ports_[2]; }
-    [[nodiscard]] pid_t Id() const { return id_; }
-    [[nodiscard]] std::filesystem::path StorePath() const { return folder_ / "nexar.db"; }
-    [[nodiscard]] const std::string& ReadyLine() const { return readyLine_; }
+    [[nodiscard]] std::filesystem::path StorePath() const { return folder_ / "store.db"; }
     /// All that it wrote to standard error, over every start.
-    [[nodiscard]] std::string Errors() const
+    [[nodiscard]] std::filesystem::path LogPath() const { return folder_ / "server.log"; }
+    [[nodiscard]] const std::string& ReadyLine() const { return readyLine_; }
+    [[nodiscard]] std::string Log() const
     {
-        std::ifstream file(ErrorPath(), std::ios::binary);
+        std::ifstream file(LogPath(), std::ios::binary);
         return {std::istreambuf_iterator<char>(file), {}};
     }
 
@@ -56,14 +56,34 @@ public:
     /// Asks it to end and waits; its exit code, or EndedBySignal.
     int Terminate() { return End(SIGTERM); }
     /// Asks it to end and does not wait.
-    void Ask(int signal) const { kill(id_, signal); }
-    /// Ends it if it still runs, and starts it with the same store on the same ports.
-    void Restart()
+    void Ask(int signal) const
     {
-        Kill();
-        Start();
+        // An id of 0 would mean this very process and its group.
+        if (id_ > 0)
+            kill(id_, signal);
     }
-
+    void Pause() const { Ask(SIGSTOP); }
+    void Resume() const { Ask(SIGCONT); }
+    /// Starts it again, after its end, with the same store on the same ports.
+    void Start()
+    {
+        std::vector<std::string> arguments{
+            "--data", StorePath(), "--hash", "minimum", "--port", std::to_string(ports_[0]),
+            // 0 follows the model port, which is itself 0 the first time.
+            "--management-port", std::to_string(ports_[1]), "--messaging-port",
+            std::to_string(ports_[2])};
+        arguments.insert(arguments.end(), options_.begin(), options_.end());
+        int output[2];
+        if (pipe2(output, O_CLOEXEC) != 0)
+            throw std::runtime_error("no pipe can be made");
+        const int errors = open(LogPath().c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
+        id_ = Spawn(arguments, -1, output[1], errors);
+        close(output[1]);
+        close(errors);
+        readyLine_ = ReadLine(output[0]);
+        close(output[0]);
+        TakePorts();
+    }
     /// Runs the program with these arguments to its end; the exit code.
     static int Run(const std::vector<std::string>& arguments, const std::filesystem::path& input,
                    const std::filesystem::path& output)
@@ -78,29 +98,6 @@ public:
 
 private:
     static constexpr int StartMilliseconds = 60'000;
-
-    [[nodiscard]] std::filesystem::path ErrorPath() const { return folder_ / "nexar-errors.txt"; }
-
-    void Start()
-    {
-        std::vector<std::string> arguments{
-            "--data", StorePath(), "--hash", "minimum", "--port", std::to_string(ports_[0]),
-            // 0 follows the model port, which is itself 0 the first time.
-            "--management-port", std::to_string(ports_[1]), "--messaging-port",
-            std::to_string(ports_[2])};
-        arguments.insert(arguments.end(), options_.begin(), options_.end());
-        int output[2];
-        if (pipe2(output, O_CLOEXEC) != 0)
-            throw std::runtime_error("no pipe can be made");
-        const int errors =
-            open(ErrorPath().c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
-        id_ = Spawn(arguments, -1, output[1], errors);
-        close(output[1]);
-        close(errors);
-        readyLine_ = ReadLine(output[0]);
-        close(output[0]);
-        TakePorts();
-    }
 
     static pid_t Spawn(const std::vector<std::string>& arguments, int input, int output, int errors)
     {
@@ -142,7 +139,7 @@ private:
                         "127.0.0.1:%u",
                         &model, &management, &messaging) != 3) {
             Kill();
-            throw std::runtime_error("nexar-server did not start: " + Errors());
+            throw std::runtime_error("nexar-server did not start: " + Log());
         }
         ports_[0] = static_cast<std::uint16_t>(model);
         ports_[1] = static_cast<std::uint16_t>(management);
@@ -153,6 +150,7 @@ private:
     {
         if (id_ <= 0)
             return EndedBySignal;
+        kill(id_, SIGCONT);
         kill(id_, signal);
         return WaitFor(std::exchange(id_, 0));
     }
