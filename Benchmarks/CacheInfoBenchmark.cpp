@@ -16,14 +16,12 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-namespace
-{
+namespace {
 
 using Seconds = std::chrono::duration<double>;
 
 /// A folder with one cache as a member of a medium-sized team has it.
-class Workplace
-{
+class Workplace {
 public:
     Workplace()
     {
@@ -90,7 +88,7 @@ void ReadBesideBareParse(benchmark::State& state)
     info.GetCacheInfoFileLocation(file);
     const std::string path = file.ToNativePath();
     Compare(
-        state, [&] { info.ReadFromDisc(true); },
+        state, [&] { info.ReadFromDisc(false); },
         [&] {
             pugi::xml_document document;
             if (!document.load_file(path.c_str()))
