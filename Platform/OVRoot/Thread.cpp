@@ -1,6 +1,6 @@
 #include "OVRoot/Thread.hpp"
 
-#include "OVRoot/Logger.hpp"
+#include "OVRoot/Detail/RunLogged.hpp"
 #include "OVRoot/System.hpp"
 
 #include <condition_variable>
@@ -14,17 +14,6 @@ namespace {
 
 thread_local std::stop_token currentToken;
 
-void RunLogged(const std::function<void()>& body)
-{
-    try {
-        body();
-    } catch (const InterruptedException&) {
-        // The thread was asked to stop, and did.
-    } catch (const std::exception& error) {
-        Logger::Error("Thread", u"A thread ended by an exception: %", {error.what()});
-    }
-}
-
 }  // namespace
 
 struct Thread::State {
@@ -33,11 +22,12 @@ struct Thread::State {
 
 Thread::Thread(StringView name, std::function<void()> body) : state_(std::make_unique<State>())
 {
-    state_->thread = std::jthread([name = String(name), body = std::move(body)](std::stop_token token) {
-        System::NameCurrentThread(name);
-        const InterruptionScope scope(std::move(token));
-        RunLogged(body);
-    });
+    state_->thread =
+        std::jthread([name = String(name), body = std::move(body)](std::stop_token token) {
+            System::NameCurrentThread(name);
+            const InterruptionScope scope(std::move(token));
+            Detail::RunLogged("Thread", body);
+        });
 }
 
 Thread::~Thread() = default;
@@ -70,15 +60,15 @@ void Thread::Sleep(std::uint32_t milliseconds)
     std::mutex lock;
     std::condition_variable_any wake;
     std::unique_lock guard(lock);
-    wake.wait_for(guard, currentToken, std::chrono::milliseconds(milliseconds), [] { return false; });
+    wake.wait_for(guard, currentToken, std::chrono::milliseconds(milliseconds),
+                  [] { return false; });
     if (IsInterrupted())
         throw InterruptedException();
 }
 
 InterruptionScope::InterruptionScope(std::stop_token token)
     : former_(std::exchange(currentToken, std::move(token)))
-{
-}
+{}
 
 InterruptionScope::~InterruptionScope()
 {

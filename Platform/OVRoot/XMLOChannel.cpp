@@ -4,9 +4,21 @@
 
 #include <pugixml.hpp>
 
-#include <sstream>
+#include <utility>
 
 namespace OV {
+
+namespace {
+
+struct StringWriter final : pugi::xml_writer {
+    String text;
+    void write(const void* data, std::size_t size) override
+    {
+        text.append(static_cast<const char*>(data), size);
+    }
+};
+
+}  // namespace
 
 struct XMLOChannel::State {
     pugi::xml_document document;
@@ -15,7 +27,8 @@ struct XMLOChannel::State {
     void WriteText(StringView name, const String& text)
     {
         if (current == document)
-            throw IllegalArgumentException("Value \"" + String(name) + "\" written outside the root.");
+            throw IllegalArgumentException("Value \"" + String(name) +
+                                           "\" written outside the root.");
         current.append_child(String(name).c_str()).text().set(text.c_str());
     }
 };
@@ -78,9 +91,9 @@ String XMLOChannel::Text() const
 {
     if (state_->current != state_->document || !state_->document.first_child())
         throw IllegalArgumentException(StringView("The document is not finished."));
-    std::ostringstream text;
-    state_->document.save(text, "  ", pugi::format_indent, pugi::encoding_utf8);
-    return text.str();
+    StringWriter writer;
+    state_->document.save(writer, "  ", pugi::format_indent, pugi::encoding_utf8);
+    return std::move(writer.text);
 }
 
 }  // namespace OV
