@@ -1,29 +1,25 @@
 #include "CacheInfoFormat.hpp"
 
+#include <algorithm>
 #include <variant>
 
-namespace SYC::CacheInfoFormat
-{
+namespace SYC::CacheInfoFormat {
 
-namespace
-{
+namespace {
 
 constexpr const char* Root = "Cache";
 
 template <class Type>
 using Member = Type CacheInfoValues::*;
 
-struct VersionOfFile {
-};
+struct VersionOfFile {};
 /// Kept as 8-bit text in the file, because hosts made it so.
 struct EightBitText {
     Member<OV::UniString> member;
 };
-struct PermissionCount {
-};
+struct PermissionCount {};
 /// As many elements as the count before them says.
-struct Permissions {
-};
+struct Permissions {};
 
 using Kind = std::variant<VersionOfFile, Member<OV::UniString>, EightBitText, Member<bool>,
                           Member<std::int16_t>, Member<std::int32_t>, PermissionCount, Permissions>;
@@ -73,6 +69,9 @@ constexpr std::uint16_t FirstVersionWithProjectVersion = 6;
 constexpr OV::UniStringView ProjectVersion13 = u"13.0.0.0";
 constexpr OV::UniStringView ProjectVersion14 = u"14.0.0.0 (C-107)";
 
+/// Room made at once; a file that says more makes its set grow as it goes.
+constexpr std::uint32_t MostPermissionsForeseen = 64;
+
 struct Reader {
     OV::XMLIChannel& channel;
     Content& content;
@@ -102,6 +101,7 @@ struct Reader {
     {
         // The count is not trusted for an allocation: a false one ends at the first missing
         // element.
+        content.values.permissions.reserve(std::min(permissionCount, MostPermissionsForeseen));
         for (std::uint32_t i = 0; i < permissionCount; ++i)
             content.values.permissions.insert(channel.ReadString(name));
     }

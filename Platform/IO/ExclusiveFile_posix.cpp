@@ -1,6 +1,6 @@
 #include "IO/ExclusiveFile.hpp"
 
-#include "IO/Detail/Posix.hpp"
+#include "IO/Detail/Descriptor_posix.hpp"
 #include "OVRoot/Lock.hpp"
 
 #include <fcntl.h>

@@ -1,6 +1,6 @@
 #include "IO/File.hpp"
 
-#include "IO/Detail/Posix.hpp"
+#include "IO/Detail/Descriptor_posix.hpp"
 #include "OVRoot/System.hpp"
 
 #include <atomic>

@@ -1,6 +1,6 @@
 #include "IO/Folder.hpp"
 
-#include "IO/Detail/Posix.hpp"
+#include "IO/Detail/Descriptor_posix.hpp"
 
 #include <dirent.h>
 #include <fcntl.h>

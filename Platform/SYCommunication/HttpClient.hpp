@@ -1,6 +1,7 @@
 #pragma once
 
 #include "SYCommunication/CommunicationException.hpp"
+#include "SYCommunication/HttpOptions.hpp"
 #include "SYCommunication/ServerAddress.hpp"
 
 #include <memory>
@@ -9,18 +10,6 @@
 namespace Communication {
 
 enum class HttpMethod { Get, Post, Put, Delete };
-
-struct HttpOptions {
-    std::uint32_t connectTimeoutMilliseconds = 10'000;
-    /// From the request to the last byte of the answer; a held request passes its own.
-    std::uint32_t requestTimeoutMilliseconds = 30'000;
-    /// An answer beyond this ends the request with MalformedResponseException.
-    std::size_t maximumAnswerBytes = 64u << 20;
-    /// PEM file with the authorities to trust for TLS; empty for the system's.
-    OV::String authoritiesFile;
-    /// Proxy as curl writes it; empty follows the environment of the user.
-    OV::String proxy;
-};
 
 struct HttpRequest {
     HttpMethod method = HttpMethod::Get;
@@ -38,9 +27,9 @@ struct HttpResponse {
     OV::String body;
 };
 
-/// One keep-alive connection to one service. Perform is synchronous; one thread at a time, but Cancel
-/// may be called from any. A request whose kept connection turned out dead before it was sent is sent
-/// once more on a new one.
+/// One keep-alive connection to one service. Perform is synchronous; one thread at a time, but
+/// Cancel may be called from any. A request whose kept connection turned out dead before it was
+/// sent is sent once more on a new one.
 class HttpClient {
 public:
     HttpClient(ServerAddress address, HttpOptions options = {});
@@ -49,8 +38,8 @@ public:
     HttpClient& operator=(const HttpClient&) = delete;
 
     /// Any status is an answer, not an error. Throws ConnectionException, TimeoutException,
-    /// MalformedResponseException, and OV::InterruptedException when the calling thread's interruption
-    /// flag is set or Cancel is called, within 100 ms.
+    /// MalformedResponseException, and OV::InterruptedException when the calling thread's
+    /// interruption flag is set or Cancel is called, within 100 ms.
     [[nodiscard]] HttpResponse Perform(const HttpRequest& request);
 
     /// Ends the request under way, and every later one, with OV::InterruptedException.

@@ -1,8 +1,8 @@
 #include "Commands.hpp"
 
 #include "CacheFolders.hpp"
-#include "CachedProjectInfo.hpp"
 #include "CacheStatus.hpp"
+#include "CachedProjectInfo.hpp"
 #include "IO/Folder.hpp"
 #include "OVRoot/Exception.hpp"
 
@@ -50,6 +50,13 @@ Json AsJson(const CachedProjectInfo& cache)
             {"sizeMiB", cache.GetSpace_Mbyte()}};
 }
 
+std::string FieldText(const std::string& key, const Json& value)
+{
+    if (key == "lastOpened" || key == "travelPackageTime")
+        return TimeForDisplay(value.get<std::int32_t>());
+    return value.is_string() ? value.get<std::string>() : value.dump();
+}
+
 void ShowText(const CachedProjectInfo& cache, const Output& output)
 {
     output.PrintLine(output.Styled(Output::Style::Strong, ForDisplay(cache.GetProjectName())));
@@ -57,11 +64,12 @@ void ShowText(const CachedProjectInfo& cache, const Output& output)
     std::vector<std::pair<std::string, std::string>> fields;
     for (const auto& [key, value] : json.items())
         if (key != "project")
-            fields.emplace_back(key, value.is_string() ? value.get<std::string>() : value.dump());
+            fields.emplace_back(key, FieldText(key, value));
     output.PrintFields(fields);
 }
 
-/// One line for each cache; one that cannot be read is named on standard error and costs its line only.
+/// One line for each cache; one that cannot be read is named on standard error and costs its line
+/// only.
 void List(Context& context)
 {
     Json json = Json::array();
@@ -96,8 +104,7 @@ void List(Context& context)
 IO::Location FindFolder(const std::string& text, const Context& context)
 {
     const OV::UniString name = OV::FromUtf8(text);
-    for (const auto& folder :
-         {context.DataFolder().Appended(name), IO::Location::FromPath(name)})
+    for (const auto& folder : {context.DataFolder().Appended(name), IO::Location::FromPath(name)})
         if (folder.IsLegal() && CachedProjectInfo::CachedProjectInfoExist(folder))
             return folder;
     return {};
