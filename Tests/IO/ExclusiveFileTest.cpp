@@ -21,7 +21,7 @@ protected:
     [[nodiscard]] IO::Location Lock() const { return Place(u"@\u4e2d.Lock"); }
     [[nodiscard]] ExclusiveFile Hold() const
     {
-        for (;;)
+        for (;; std::this_thread::yield())
             if (auto held = ExclusiveFile::TryOpen(Lock()))
                 return std::move(*held);
     }
@@ -171,7 +171,7 @@ TEST_F(ExclusiveFileTest, NoIncrementIsLostBetweenProcessesThatDeleteTheirLock)
                 for (int round = 0; round < increments; ++round) {
                     auto held = Hold();
                     Increment();
-                    // All the ways that a hold ends, so that each meets each in another process.
+                    // Both ways that a hold ends, so that each meets each in another process.
                     if ((round + i) % 3 != 0)
                         held.DeleteAndClose();
                 }
@@ -191,8 +191,10 @@ TEST_F(ExclusiveFileTest, NoIncrementIsLostWhileOthersDeleteStaleLocks)
     for (int i = 0; i < processes; ++i)
         children.emplace_back([&] {
             for (int round = 0; round < increments; ++round) {
-                const auto held = Hold();
+                auto held = Hold();
                 Increment();
+                // The deleter must notice that what it opened is not what stands there now.
+                held.DeleteAndClose();
             }
             return 0;
         });
