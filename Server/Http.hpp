@@ -33,12 +33,18 @@ public:
     {}
     void operator()(HttpResponse response) const { state_->Complete(std::move(response)); }
 
+    /// Runs `work` when the client goes before it has its answer: for requests that are held long.
+    void OnGone(std::function<void()> work) const;
+    /// For the connection: tells that the client has gone. Does not keep the reply waiting.
+    [[nodiscard]] std::function<void()> GoneNotice() const;
+
 private:
     struct State {
         explicit State(Completion complete) : completion(std::move(complete)) {}
         ~State();
         void Complete(HttpResponse response);
-        Completion completion;
+        Completion completion;  ///< empty once the answer is there
+        std::function<void()> gone;
     };
     std::shared_ptr<State> state_;
 };

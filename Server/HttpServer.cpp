@@ -17,6 +17,7 @@
 #include <boost/beast/core.hpp>
 #include <boost/beast/http.hpp>
 
+#include <array>
 #include <csignal>
 #include <list>
 #include <stdexcept>
@@ -38,6 +39,7 @@ constexpr std::uint32_t MaximumHeaderBytes = 16u << 10;
 constexpr std::size_t MaximumConnections = 2000;
 constexpr seconds IdleTime{120};
 constexpr seconds DeliveryTime{30};
+constexpr seconds DrainTime{3};
 constexpr seconds LongestStop{10};
 
 using Parser = http::request_parser<http::string_body>;
@@ -86,29 +88,6 @@ std::string BearerToken(beast::string_view header)
     return header.starts_with(scheme) ? std::string(header.substr(scheme.size())) : std::string();
 }
 
-asio::awaitable<HttpResponse> Handle(const HttpHandler& handler, Parser::value_type message)
-{
-    HttpRequest request;
-    if (!ParseTarget({message.target().data(), message.target().size()}, request))
-        co_return ErrorResponse(400, static_cast<std::int32_t>(ErrorCode::BadRequest),
-                                "The path or the query is damaged.");
-    request.method = std::string(message.method_string());
-    request.token = BearerToken(message[http::field::authorization]);
-    request.body = std::move(message.body());
-    co_return co_await asio::async_initiate<const asio::use_awaitable_t<>&, void(HttpResponse)>(
-        [&handler, &request](auto completion) {
-            auto shared = std::make_shared<decltype(completion)>(std::move(completion));
-            handler(std::move(request), Reply([shared](HttpResponse response) {
-                        // Posted: a handler that answers at once must not resume inside itself.
-                        auto executor = asio::get_associated_executor(*shared);
-                        asio::post(executor, [shared, response = std::move(response)]() mutable {
-                            (*shared)(std::move(response));
-                        });
-                    }));
-        },
-        asio::use_awaitable);
-}
-
 class Connection {
 public:
     Connection(Shared& shared, tcp::socket socket, const HttpHandler& handler)
@@ -136,15 +115,18 @@ public:
                                                                asio::as_tuple(asio::use_awaitable));
             (void)size;
             if (readError) {
-                if (!IsGone(readError))
-                    co_await Write(ToBeast(RefusalOf(readError), 11, false));
+                if (!IsGone(readError) && co_await Write(ToBeast(RefusalOf(readError), 11, false)))
+                    co_await Drain();
                 break;
             }
             keepAlive = parser.get().keep_alive();
             const unsigned version = parser.get().version();
             // A held request waits longer than any delivery; its handler bounds it.
             stream_.expires_never();
-            HttpResponse response = co_await Handle(handler_, parser.release());
+            const bool headOnly = parser.get().method() == http::verb::head;
+            HttpResponse response = co_await Handle(parser.release());
+            if (headOnly)
+                response.body.clear();  // it would be taken for the next answer
             keepAlive = keepAlive && !shared_.stopping;
             if (!co_await Write(ToBeast(std::move(response), version, keepAlive)))
                 break;
@@ -154,6 +136,79 @@ public:
     }
 
 private:
+    asio::awaitable<HttpResponse> Handle(Parser::value_type message)
+    {
+        HttpRequest request;
+        if (!ParseTarget({message.target().data(), message.target().size()}, request))
+            co_return ErrorResponse(400, static_cast<std::int32_t>(ErrorCode::BadRequest),
+                                    "The path or the query is damaged.");
+        request.method = std::string(message.method_string());
+        request.token = BearerToken(message[http::field::authorization]);
+        request.body = std::move(message.body());
+        std::shared_ptr<void> watch;
+        HttpResponse response =
+            co_await asio::async_initiate<const asio::use_awaitable_t<>&, void(HttpResponse)>(
+                [&](auto completion) {
+                    const Reply reply = MakeReply(std::move(completion));
+                    watch = Watch(reply.GoneNotice());
+                    handler_(std::move(request), reply);
+                },
+                asio::use_awaitable);
+        watch.reset();
+        beast::error_code ignored;
+        stream_.socket().cancel(ignored);
+        co_return response;
+    }
+
+    template <class Completion>
+    static Reply MakeReply(Completion completion)
+    {
+        auto shared = std::make_shared<Completion>(std::move(completion));
+        return Reply([shared](HttpResponse response) {
+            // Posted: a handler that answers at once must not resume inside itself.
+            auto executor = asio::get_associated_executor(*shared);
+            asio::post(executor, [shared, response = std::move(response)]() mutable {
+                (*shared)(std::move(response));
+            });
+        });
+    }
+
+    /// Calls `gone` when the client closes while its request is held, so that the request does not
+    /// wait for nobody. A client that sends more meanwhile is not watched further. Ends with the
+    /// returned handle.
+    [[nodiscard]] std::shared_ptr<void> Watch(std::function<void()> gone)
+    {
+        auto handle = std::make_shared<char>();
+        stream_.socket().async_wait(tcp::socket::wait_read,
+                                    [this, weak = std::weak_ptr(handle),
+                                     gone = std::move(gone)](const beast::error_code& error) {
+                                        if (error || weak.expired())
+                                            return;
+                                        beast::error_code failure;
+                                        if (stream_.socket().available(failure) == 0)
+                                            gone();
+                                    });
+        return handle;
+    }
+
+    /// Reads on for a while and forgets: closing with unread bytes would reset the connection, and
+    /// the client might never see why it was refused.
+    asio::awaitable<void> Drain()
+    {
+        beast::error_code ignored;
+        stream_.socket().shutdown(tcp::socket::shutdown_send, ignored);
+        const auto place = shared_.idle.insert(shared_.idle.end(), &stream_);
+        stream_.expires_after(DrainTime);
+        std::array<char, 16384> block;
+        bool more = !shared_.stopping;
+        while (more) {
+            auto [error, size] = co_await stream_.async_read_some(
+                asio::buffer(block), asio::as_tuple(asio::use_awaitable));
+            more = !error && size > 0;
+        }
+        shared_.idle.erase(place);
+    }
+
     asio::awaitable<bool> WaitForRequest()
     {
         const auto place = shared_.idle.insert(shared_.idle.end(), &stream_);
@@ -307,12 +362,14 @@ std::shared_ptr<void> HttpServer::HoldOpen()
 
 std::shared_ptr<void> HttpServer::After(std::chrono::milliseconds time, std::function<void()> work)
 {
-    // Dropping the timer cancels its wait, which then ends with an error.
+    // Dropping the timer cancels its wait, but an end that is queued already stays a success: only
+    // the handle itself tells whether somebody still wants it.
     auto timer = std::make_shared<asio::steady_timer>(state_->shared.context, time);
-    timer->async_wait([work = std::move(work)](const beast::error_code& error) {
-        if (!error)
-            work();
-    });
+    timer->async_wait(
+        [weak = std::weak_ptr(timer), work = std::move(work)](const beast::error_code& error) {
+            if (!error && !weak.expired())
+                work();
+        });
     return timer;
 }
 

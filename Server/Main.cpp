@@ -70,9 +70,13 @@ void AddOptions(CLI::App& app, Options& options)
 void SendLogToStandardError()
 {
     OV::Logger::SetSink([](const OV::LogRecord& record) {
-        if (record.level != OV::LogLevel::Debug)
-            std::cerr << "nexar-server: " << OV::ToUtf8(OV::EscapeForCarrier(record.text))
-                      << std::endl;
+        if (record.level == OV::LogLevel::Debug)
+            return;
+        // A user name may hold line feeds, and what follows must not pose as a line of the log.
+        std::string line;
+        for (const char byte : OV::ToUtf8(OV::EscapeForCarrier(record.text)))
+            line += byte == '\n' ? std::string("\\n") : std::string(1, byte);
+        std::cerr << "nexar-server: " << line << std::endl;
     });
 }
 

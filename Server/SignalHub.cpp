@@ -29,21 +29,30 @@ void SignalHub::Raise(const std::string& projectId, SignalId id)
     Release(project);
 }
 
-void SignalHub::Wait(const std::string& projectId, std::uint64_t after,
-                     std::chrono::milliseconds wait, Answer answer)
+std::function<void()> SignalHub::Wait(const std::string& projectId, std::uint64_t after,
+                                      std::chrono::milliseconds wait, Answer answer)
 {
     Project& project = projects_[projectId];
+    if (after == 0 && wait.count() == 0) {
+        answer({{}, sequence_});  // asks for the place only
+        return {};
+    }
     if (stopping_ || wait.count() == 0 || after > sequence_ || HasNews(project, after)) {
         answer(BatchAfter(project, after));
-        return;
+        return {};
     }
     const auto place =
         project.waiters.insert(project.waiters.end(), {after, std::move(answer), {}});
-    place->timer = server_.After(wait, [this, &project, place] {
-        const Waiter waiter = std::move(*place);
-        project.waiters.erase(place);
-        waiter.answer(BatchAfter(project, waiter.after));
-    });
+    auto finish = [this, &project, place] { Finish(project, place); };
+    place->timer = server_.After(wait, finish);
+    return finish;
+}
+
+void SignalHub::Finish(Project& project, Waiters::iterator place)
+{
+    const Waiter waiter = std::move(*place);
+    project.waiters.erase(place);
+    waiter.answer(BatchAfter(project, waiter.after));
 }
 
 void SignalHub::ReleaseAll()
@@ -62,8 +71,8 @@ SignalBatch SignalHub::BatchAfter(const Project& project, std::uint64_t after) c
 {
     SignalBatch batch;
     batch.next = sequence_;
-    // 0 asks for the place, a sequence beyond ours is from another life: both begin from here.
-    if (after == 0 || after > sequence_)
+    // A sequence beyond ours is from another life: the client begins from here.
+    if (after > sequence_)
         return batch;
     // Who missed more than is kept gets one of each kind instead.
     if (after < project.forgotten)

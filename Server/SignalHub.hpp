@@ -19,9 +19,10 @@ public:
 
     void Raise(const std::string& projectId, Syncra::Protocol::SignalId id);
     /// Answers at once when there is something after `after`, when `after` is from another life or
-    /// `wait` is 0, otherwise with the next signal or after `wait`.
-    void Wait(const std::string& projectId, std::uint64_t after, std::chrono::milliseconds wait,
-              Answer answer);
+    /// `wait` is 0, otherwise with the next signal or after `wait`. What is returned answers at
+    /// once; it may be called until the answer was given.
+    std::function<void()> Wait(const std::string& projectId, std::uint64_t after,
+                               std::chrono::milliseconds wait, Answer answer);
     /// Answers every waiting request, and later ones at once: the server stops.
     void ReleaseAll();
 
@@ -42,6 +43,7 @@ private:
     [[nodiscard]] Syncra::Protocol::SignalBatch BatchAfter(const Project& project,
                                                            std::uint64_t after) const;
     void Release(Project& project);
+    void Finish(Project& project, Waiters::iterator place);
 
     HttpServer& server_;
     std::map<std::string, Project> projects_;
