@@ -33,17 +33,18 @@ public:
     {}
     void operator()(HttpResponse response) const { state_->Complete(std::move(response)); }
 
-    /// Runs `work` when the client goes before it has its answer: for requests that are held long.
-    void OnGone(std::function<void()> work) const;
-    /// For the connection: tells that the client has gone. Does not keep the reply waiting.
-    [[nodiscard]] std::function<void()> GoneNotice() const;
+    /// Runs `gone` when the client goes before it was answered, so that nothing is kept for it.
+    void WhenGone(std::function<void()> gone) const { state_->gone = std::move(gone); }
+    /// For the server: what it calls when the client has gone. Does not keep the reply alive.
+    [[nodiscard]] std::function<void()> MakeAbandon() const;
 
 private:
     struct State {
         explicit State(Completion complete) : completion(std::move(complete)) {}
         ~State();
         void Complete(HttpResponse response);
-        Completion completion;  ///< empty once the answer is there
+        void Abandon();
+        Completion completion;
         std::function<void()> gone;
     };
     std::shared_ptr<State> state_;

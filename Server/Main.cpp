@@ -12,6 +12,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <iostream>
 #include <optional>
 
@@ -73,11 +74,10 @@ void SendLogToStandardError()
     OV::Logger::SetSink([](const OV::LogRecord& record) {
         if (record.level == OV::LogLevel::Debug)
             return;
-        // A user name may hold line feeds, and what follows must not pose as a line of the log.
-        std::string line;
-        for (const char byte : OV::ToUtf8(OV::EscapeForCarrier(record.text)))
-            line += byte == '\n' ? std::string("\\n") : std::string(1, byte);
-        std::cerr << "nexar-server: " << line << std::endl;
+        // One line a record, whatever a client put into it.
+        std::string line = OV::ToUtf8(OV::EscapeForCarrier(record.text));
+        std::replace(line.begin(), line.end(), '\n', ' ');
+        std::cerr << "nexar-server: " + line + '\n' << std::flush;
     });
 }
 
@@ -159,9 +159,9 @@ private:
     SignalHub signals_;
     SignInService signIn_;
     ModelService model_;
-    Router modelRouter_{tokens_};
-    Router managementRouter_{tokens_};
-    Router messagingRouter_{tokens_};
+    Router modelRouter_{tokens_, users_};
+    Router managementRouter_{tokens_, users_};
+    Router messagingRouter_{tokens_, users_};
 };
 
 void Serve(const Options& options)
@@ -180,6 +180,7 @@ void Serve(const Options& options)
     }
     Services services(database, hash);
     services.Listen(options);
+    OV::Logger::Info("nexar-server", u"Started.");
     services.Run();
     OV::Logger::Info("nexar-server", u"Stopped.");
 }

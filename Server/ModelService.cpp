@@ -135,7 +135,7 @@ void ModelService::WaitForSignals(const Call& call, const Reply& reply)
     const auto projectId = call.QueryText("project");
     RequireMembership(call, projectId);
     const auto wait = std::min(call.QueryNumber("wait", 0), LongestWaitMilliseconds);
-    reply.OnGone(
+    reply.WhenGone(
         signals_.Wait(projectId, call.QueryNumber("after", 0), std::chrono::milliseconds(wait),
                       [reply](const SignalBatch& batch) { reply(JsonResponse(ToJson(batch))); }));
 }

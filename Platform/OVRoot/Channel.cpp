@@ -1,6 +1,8 @@
 #include "OVRoot/Channel.hpp"
 
+#include <algorithm>
 #include <array>
+#include <bit>
 #include <concepts>
 #include <limits>
 
@@ -8,7 +10,7 @@ namespace OV {
 
 namespace {
 
-constexpr std::uint32_t Step = 64 * 1024;
+constexpr std::size_t Step = 64 * 1024;
 
 template <std::integral Number>
 auto Encode(Number value)
@@ -48,13 +50,14 @@ std::span<const std::byte> AsBytes(StringView text)
 }
 
 /// Calls `read` for pieces of `target` of at most one step, growing it only as bytes arrive.
-template <class Read>
-auto GrowAndRead(String& target, std::uint32_t count, Read&& read)
+template <class Text, class Read>
+auto GrowAndRead(Text& target, std::size_t count, Read&& read)
 {
+    constexpr std::size_t step = Step / sizeof(typename Text::value_type);
     target.clear();
     decltype(read(std::span<std::byte>{})) status = 0;
     while (count > 0 && status == 0) {
-        const std::uint32_t piece = std::min(count, Step);
+        const std::size_t piece = std::min(count, step);
         const std::size_t at = target.size();
         target.resize(at + piece);
         status = read(std::as_writable_bytes(std::span(target.data() + at, piece)));
@@ -62,6 +65,14 @@ auto GrowAndRead(String& target, std::uint32_t count, Read&& read)
     }
     return status;
 }
+
+/// From the order of the channels to the machine's or back; nothing to do on most machines.
+[[maybe_unused]] void SwapBytes(UniString& text)
+{
+    for (char16_t& unit : text)
+        unit = static_cast<char16_t>(unit << 8 | unit >> 8);
+}
+constexpr bool IsLittleEndian = std::endian::native == std::endian::little;
 
 }  // namespace
 
@@ -100,14 +111,11 @@ ChannelStatus IChannel::Read(UniString& value)
         return status;
     if (count % 2 != 0)
         return ChannelFailed;
-    String bytes;
-    if (const auto status = ReadBlock(bytes, count); status != ChannelOk)
-        return status;
-    value.resize(count / 2);
-    for (std::size_t i = 0; i < value.size(); ++i)
-        value[i] = static_cast<char16_t>(static_cast<unsigned char>(bytes[2 * i]) |
-                                         static_cast<unsigned char>(bytes[2 * i + 1]) << 8);
-    return ChannelOk;
+    const auto status =
+        GrowAndRead(value, count / 2, [&](std::span<std::byte> piece) { return ReadBytes(piece); });
+    if constexpr (!IsLittleEndian)
+        SwapBytes(value);
+    return status;
 }
 
 ChannelStatus IChannel::ReadBlock(String& value, std::uint32_t count)
@@ -142,14 +150,14 @@ ChannelStatus OChannel::Write(UniStringView value)
 {
     if (value.size() > std::numeric_limits<std::uint32_t>::max() / 2)
         return ChannelFailed;
-    String bytes(value.size() * 2, '\0');
-    for (std::size_t i = 0; i < value.size(); ++i) {
-        bytes[2 * i] = static_cast<char>(value[i] & 0xFF);
-        bytes[2 * i + 1] = static_cast<char>(value[i] >> 8);
-    }
-    if (const auto status = Write(static_cast<std::uint32_t>(bytes.size())); status != ChannelOk)
+    const auto count = static_cast<std::uint32_t>(value.size() * 2);
+    if (const auto status = Write(count); status != ChannelOk)
         return status;
-    return WriteBytes(AsBytes(bytes));
+    if constexpr (IsLittleEndian)
+        return WriteBytes(std::as_bytes(std::span(value)));
+    UniString swapped(value);
+    SwapBytes(swapped);
+    return WriteBytes(std::as_bytes(std::span(swapped)));
 }
 
 bool IChannelX::ReadBool()

@@ -1,7 +1,7 @@
 #pragma once
 
 #include <arpa/inet.h>
-#include <chrono>
+#include <cstdint>
 #include <cstdlib>
 #include <netinet/tcp.h>
 #include <poll.h>
@@ -12,16 +12,12 @@
 #include <unistd.h>
 #include <utility>
 
-/// A connection to a port of 127.0.0.1 that sends whatever bytes a test likes, right or wrong, and
-/// reads HTTP answers. Nothing waits longer than TimeLimit.
+/// A TCP connection to 127.0.0.1 that sends bytes as they are, so that a test can say what no HTTP
+/// library would. Reading waits at most 30 s.
 class RawHttp {
 public:
-    static constexpr std::chrono::seconds TimeLimit{30};
-    static constexpr int Closed = 0;     ///< status when the server closed instead of answering
-    static constexpr int TimedOut = -1;  ///< status when it did neither
-
-    struct Answer {
-        int status = Closed;
+    struct Response {
+        int status = 0;  ///< 0 when the connection ended before an answer
         std::string head;
         std::string body;
     };
@@ -32,29 +28,25 @@ public:
         address.sin_family = AF_INET;
         address.sin_port = htons(port);
         address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        if (connect(socket_, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0)
-            throw std::runtime_error("nobody listens on port " + std::to_string(port));
         const int on = 1;
         setsockopt(socket_, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
-        const timeval limit{TimeLimit.count(), 0};
-        setsockopt(socket_, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit);
+        if (connect(socket_, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) {
+            close(socket_);
+            throw std::runtime_error("no connection to port " + std::to_string(port));
+        }
     }
-    ~RawHttp() { Close(); }
+    ~RawHttp()
+    {
+        if (socket_ >= 0)
+            close(socket_);
+    }
     RawHttp(RawHttp&& other) noexcept
-        : socket_(std::exchange(other.socket_, -1)), unread_(std::move(other.unread_))
+        : socket_(std::exchange(other.socket_, -1)), buffer_(std::move(other.buffer_))
     {}
     RawHttp& operator=(RawHttp&&) = delete;
 
-    void Close()
-    {
-        if (socket_ >= 0)
-            close(std::exchange(socket_, -1));
-    }
-    /// Sends nothing more but goes on reading.
-    void HalfClose() const { shutdown(socket_, SHUT_WR); }
-
-    /// False when the server takes no more.
-    bool Send(std::string_view bytes) const
+    /// False when the server has closed the connection.
+    bool Send(std::string_view bytes)
     {
         while (!bytes.empty()) {
             const ssize_t sent = send(socket_, bytes.data(), bytes.size(), MSG_NOSIGNAL);
@@ -64,61 +56,57 @@ public:
         }
         return true;
     }
+    void HalfClose() { shutdown(socket_, SHUT_WR); }
 
-    bool SendRequest(std::string_view method, std::string_view target, std::string_view token = {},
-                     std::string_view body = {}) const
+    /// The next answer, by its Content-Length.
+    Response Read()
     {
-        std::string request =
-            std::string(method) + " " + std::string(target) +
-            " HTTP/1.1\r\nHost: 127.0.0.1\r\nContent-Length: " + std::to_string(body.size()) +
-            "\r\n";
-        if (!token.empty())
-            request += "Authorization: Bearer " + std::string(token) + "\r\n";
-        return Send(request + "\r\n" + std::string(body));
-    }
-
-    /// Whether an answer, or its end, can be read within the time.
-    [[nodiscard]] bool HasAnswer(std::chrono::milliseconds time) const
-    {
-        pollfd ready{socket_, POLLIN, 0};
-        return !unread_.empty() || poll(&ready, 1, static_cast<int>(time.count())) > 0;
-    }
-
-    Answer Receive()
-    {
-        Answer answer;
         std::size_t end = 0;
-        while ((end = unread_.find("\r\n\r\n")) == std::string::npos)
-            if (const int failure = ReadMore(); failure != 1)
-                return {failure, unread_, {}};
-        answer.head = unread_.substr(0, end + 2);
-        unread_.erase(0, end + 4);
-        answer.status = std::atoi(answer.head.c_str() + answer.head.find(' '));
-        std::size_t length = 0;
-        if (const auto at = answer.head.find("\r\nContent-Length: "); at != std::string::npos)
-            length = std::strtoul(answer.head.c_str() + at + 18, nullptr, 10);
-        while (unread_.size() < length)
-            if (const int failure = ReadMore(); failure != 1)
-                return {failure, std::move(answer.head), unread_};
-        answer.body = unread_.substr(0, length);
-        unread_.erase(0, length);
-        return answer;
+        while ((end = buffer_.find("\r\n\r\n")) == std::string::npos)
+            if (!Fill())
+                return {};
+        Response response;
+        response.head = Take(end + 4);
+        response.status = std::atoi(response.head.c_str() + std::string_view("HTTP/1.1 ").size());
+        const auto size = ContentLength(response.head);
+        while (buffer_.size() < size)
+            if (!Fill())
+                return {};
+        response.body = Take(size);
+        return response;
     }
+    /// Whether the server closes the connection without another byte.
+    bool IsClosedByServer() { return buffer_.empty() && !Fill(); }
 
 private:
-    int ReadMore()
+    static constexpr int ReadMilliseconds = 30'000;
+
+    bool Fill()
     {
-        char block[16384];
-        pollfd ready{socket_, POLLIN, 0};
-        if (poll(&ready, 1, static_cast<int>(1000 * TimeLimit.count())) <= 0)
-            return TimedOut;
-        const ssize_t count = recv(socket_, block, sizeof block, 0);
-        if (count <= 0)
-            return Closed;
-        unread_.append(block, static_cast<std::size_t>(count));
-        return 1;
+        pollfd waiting{socket_, POLLIN, 0};
+        if (poll(&waiting, 1, ReadMilliseconds) <= 0)
+            throw std::runtime_error("the server sends nothing and does not close");
+        char bytes[65536];
+        const ssize_t size = recv(socket_, bytes, sizeof bytes, 0);
+        if (size > 0)
+            buffer_.append(bytes, static_cast<std::size_t>(size));
+        return size > 0;
+    }
+    std::string Take(std::size_t size)
+    {
+        std::string taken = buffer_.substr(0, size);
+        buffer_.erase(0, size);
+        return taken;
+    }
+    static std::size_t ContentLength(const std::string& head)
+    {
+        constexpr std::string_view name = "\r\nContent-Length: ";
+        const auto at = head.find(name);
+        return at == std::string::npos
+                   ? 0
+                   : static_cast<std::size_t>(std::atol(head.c_str() + at + name.size()));
     }
 
     int socket_;
-    std::string unread_;
+    std::string buffer_;
 };
