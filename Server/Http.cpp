@@ -93,22 +93,6 @@ std::function<void()> Reply::MakeAbandon() const
     };
 }
 
-void Reply::OnGone(std::function<void()> work) const
-{
-    if (state_->completion)
-        state_->gone = std::move(work);
-}
-
-std::function<void()> Reply::GoneNotice() const
-{
-    return [weak = std::weak_ptr(state_)] {
-        const auto state = weak.lock();
-        // Taken out first: the work mostly answers, and that clears the place it runs from.
-        if (auto work = state ? std::exchange(state->gone, nullptr) : nullptr)
-            work();
-    };
-}
-
 HttpResponse ErrorResponse(int status, std::int32_t code, std::string_view message)
 {
     return {status,

@@ -42,7 +42,6 @@ constexpr std::uint32_t MaximumHeaderBytes = 16u << 10;
 constexpr std::size_t MaximumConnections = 2000;
 constexpr seconds IdleTime{120};
 constexpr seconds DeliveryTime{30};
-constexpr seconds DrainTime{3};
 constexpr seconds LongestStop{10};
 /// What a client has begun to send when the server stops may still arrive for so long.
 constexpr seconds LateDelivery{1};

@@ -44,7 +44,6 @@ private:
     [[nodiscard]] Syncra::Protocol::SignalBatch BatchAfter(const Project& project,
                                                            std::uint64_t after) const;
     void Release(Project& project);
-    void Finish(Project& project, Waiters::iterator place);
 
     HttpServer& server_;
     std::map<std::string, Project> projects_;

@@ -9,8 +9,8 @@ namespace Syncra::Protocol {
 enum class ErrorCode : std::int32_t {
     BadRequest = 1,            ///< the request is malformed; HTTP 400
     InternalError = 2,         ///< the server failed; HTTP 500
-    NoSuchRoute = 3,           ///< unknown path or method; HTTP 404
-    TooLarge = 4,              ///< a body or a field is over its limit; HTTP 413, a header 431
+    NoSuchRoute = 3,           ///< unknown path or method; HTTP 404 or 405
+    TooLarge = 4,              ///< a body or a field is over its limit; HTTP 413
     BadCredentials = 10,       ///< wrong user name or password; HTTP 401
     NotFound = 12,             ///< the object does not exist; HTTP 404
     AccessDenied = 13,         ///< the user has no right to it; HTTP 403
