@@ -41,7 +41,6 @@ public:
     [[nodiscard]] std::uint16_t ModelPort() const { return ports_[0]; }
     [[nodiscard]] std::uint16_t ManagementPort() const { return ports_[1]; }
     [[nodiscard]] std::uint16_t MessagingPort() const { return ports_[2]; }
-    [[nodiscard]] pid_t ProcessId() const { return id_; }
     [[nodiscard]] std::filesystem::path StorePath() const { return folder_ / "store.db"; }
     /// All that it wrote to standard error, over every start.
     [[nodiscard]] std::filesystem::path LogPath() const { return folder_ / "server.log"; }

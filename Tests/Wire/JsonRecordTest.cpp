@@ -3,188 +3,177 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-#include <limits>
+#include <functional>
+#include <string>
+#include <vector>
 
 using namespace Syncra::Protocol;
+using nlohmann::json;
 
 namespace {
 
-/// Everything that one carrier or another is known to damage.
-const OV::UniString NastyTexts[] = {
-    u"",
-    u" blank at both ends ",
-    u"\"quoted\" \\ / \b\f",
-    u"\r\n\t",
-    OV::UniString(u"\0null", 5),
-    u"\xD800 alone",
-    u"\xDC00\xD800 the wrong way round",
-    u"\xD83D\xDE00",
-    u"\xFFFE\xFFFF\xFEFF",
-    u"\\u0041 is no A",
-    u"\\\\u0041\\",
-    u"\x7530\x4E2D \x96EA \x0301\x202E",
-    OV::UniString(70'000, u'\x00E4'),
-};
-
-/// Through the bytes that really travel.
-nlohmann::json Travel(const nlohmann::json& value)
+std::string Nested(int levels)
 {
-    return ParseJson(DumpJson(value));
+    return std::string(static_cast<std::size_t>(levels), '[') +
+           std::string(static_cast<std::size_t>(levels), ']');
 }
 
-TEST(JsonRecordTest, AnyTextSurvivesInEveryField)
+Session ExampleSession()
 {
-    for (const OV::UniString& text : NastyTexts) {
-        const std::string shown = OV::ToUtf8(text.substr(0, 40));
-        const Project project{text, text, text, text, ProjectState::Maintenance, text, -1};
-        EXPECT_EQ(FromJson<Project>(Travel(ToJson(project))), project) << shown;
-        const Session session{text, text, text, text, text, 32767, text, {text, u"Read"}, 1};
-        EXPECT_EQ(FromJson<Session>(Travel(ToJson(session))), session) << shown;
-        const ServicePort port{text, 65535};
-        EXPECT_EQ(FromJson<ServicePort>(Travel(ToJson(port))), port) << shown;
-        const Signal signal{std::numeric_limits<std::uint64_t>::max(), SignalId::NewMail, text};
-        const auto batch = FromJson<SignalBatch>(Travel(ToJson(SignalBatch{{signal, signal}, 7})));
-        EXPECT_EQ(batch.signals, (OV::Array<Signal>{signal, signal})) << shown;
-        EXPECT_EQ(batch.next, 7u);
-        const auto request = FromJson<SignInRequest>(Travel(ToJson(SignInRequest{text, text, 9})));
-        EXPECT_TRUE(request.userName == text && request.password == text && request.protocol == 9)
-            << shown;
-        const auto answer =
-            FromJson<SignInAnswer>(Travel(ToJson(SignInAnswer{"t-_", text, text, 1, 1400})));
-        EXPECT_TRUE(answer.token == "t-_" && answer.userId == text && answer.userName == text &&
-                    answer.protocol == 1 && answer.serverVersion == 1400)
-            << shown;
-    }
-}
-
-TEST(JsonRecordTest, WritesTheBytesThatOtherServersExpect)
-{
-    const Project project{u"p1", u"a\\u\x4E2D\r", u"/x", u"", ProjectState::Locked, u"14.0", 2113};
-    EXPECT_EQ(DumpJson(ToJson(project)),
-              "{\"build\":2113,\"category\":\"\",\"id\":\"p1\",\"location\":\"/x\","
-              "\"name\":\"a\\\\u005Cu\xE4\xB8\xAD\\\\u000D\",\"state\":1,\"version\":\"14.0\"}");
-    EXPECT_EQ(DumpJson(ToJson(SignalBatch{{{3, SignalId::SessionsChanged, u"p1"}}, 3})),
-              R"({"next":3,"signals":[{"id":2,"projectId":"p1","sequence":3}]})");
-    const auto known =
-        FromJson<Signal>(ParseJson(R"({"sequence":1,"id":77,"projectId":"p","added later":[{}]})"));
-    EXPECT_EQ(static_cast<int>(known.id), 77) << "a later kind of signal must not break the batch";
-}
-
-/// The message of the refusal, or "" when the body was taken.
-template <class Record>
-std::string Refusal(const std::string& body)
-{
-    try {
-        (void)FromJson<Record>(ParseJson(body));
-        return {};
-    } catch (const MalformedRecordException& error) {
-        return error.what();
-    }
-}
-
-TEST(JsonRecordTest, RefusesBodiesThatAreNoJsonWithoutQuotingThem)
-{
-    const std::string secret = "S3cret";
-    const std::string head = R"({"userName":"u","protocol":1,"password":"S3cret)";
-    const std::string bodies[] = {
-        "",
-        secret,
-        head,
-        head + "\"",
-        head + "\"}}",
-        head + "\"} x",
-        head + "\"}{}",
-        head + "\x01\"}",
-        head + "\n\"}",
-        head + "\xFF\"}",
-        head + "\xC0\xAF\"}",
-        head + "\xED\xA0\x80\"}",
-        head + "\xF4\x90\x80\x80\"}",
-        head + "\\uD800\"}",
-        head + "\\x\"}",
-        head + "\\",
-        head + "\",\"n\":1e999}",
-        head + "\",\"n\":-1e999}",
-        head + "\",\"n\":01}",
-        head + "\",\"n\":NaN}",
-        head + "\",\"n\":" + std::string(64, '[') + std::string(64, ']') + "}",
-        head + "\",\"n\":" + std::string(200'000, '['),
-    };
-    for (const std::string& body : bodies) {
-        const std::string message = Refusal<SignInRequest>(body);
-        EXPECT_NE(message, "") << body.substr(0, 80);
-        EXPECT_EQ(message.find(secret), std::string::npos) << message;
-    }
-    EXPECT_EQ(Refusal<SignInRequest>(head + "\",\"n\":" + std::string(63, '[') +
-                                     std::string(63, ']') + "}"),
-              "")
-        << "64 levels are allowed, and unknown fields may use them";
-    EXPECT_EQ(Refusal<SignInRequest>(head + std::string(100, '[') + "\\\"{{\"}"), "")
-        << "brackets in a text are no levels";
-}
-
-struct BadField {
-    const char* key;
-    const char* value;  ///< null removes the field
-};
-
-/// `record` is good; each change alone must make it bad, with the key named and the value not.
-template <class Record>
-void ExpectRefused(const nlohmann::json& record, const std::vector<BadField>& changes)
-{
-    ASSERT_EQ(Refusal<Record>(record.dump()), "");
-    for (const BadField& change : changes) {
-        nlohmann::json bad = record;
-        if (change.value != nullptr)
-            bad[change.key] = nlohmann::json::parse(change.value);
-        else
-            bad.erase(change.key);
-        const std::string message = Refusal<Record>(bad.dump());
-        EXPECT_NE(message.find(change.key), std::string::npos) << bad << ": " << message;
-        EXPECT_EQ(message.find("S3cret"), std::string::npos) << message;
-    }
-}
-
-TEST(JsonRecordTest, RefusesMissingWrongAndUnreasonableFieldsByName)
-{
-    ExpectRefused<SignInRequest>(ToJson(SignInRequest{u"u", u"p", 1}),
-                                 {{"password", nullptr},
-                                  {"password", "[\"S3cret\"]"},
-                                  {"userName", "null"},
-                                  {"protocol", "\"1\""},
-                                  {"protocol", "1.0"},
-                                  {"protocol", "-1"},
-                                  {"protocol", "4294967296"},
-                                  {"protocol", "18446744073709551615"},
-                                  {"protocol", "18446744073709551616"}});
-    ExpectRefused<Project>(ToJson(Project{}), {{"id", "7"},
-                                               {"name", nullptr},
-                                               {"state", "0"},
-                                               {"state", "4"},
-                                               {"state", "true"},
-                                               {"build", "2147483648"},
-                                               {"build", "-2147483649"},
-                                               {"version", "{}"}});
     Session session;
-    session.logonId = 1;
-    ExpectRefused<Session>(ToJson(session), {{"logonId", "0"},
-                                             {"logonId", "32768"},
-                                             {"permissions", nullptr},
-                                             {"permissions", "\"Read\""},
-                                             {"permissions", "{\"0\":\"Read\"}"},
-                                             {"permissions", "[\"Read\",1]"},
-                                             {"startTime", "1e3"}});
-    ExpectRefused<ServicePort>(ToJson(ServicePort{u"s", 1}),
-                               {{"port", "-1"}, {"port", "65536"}, {"service", "[]"}});
-    ExpectRefused<SignalBatch>(
-        ToJson(SignalBatch{}),
-        {{"next", "-1"}, {"next", "0.5"}, {"next", nullptr}, {"signals", "{}"}});
-    ExpectRefused<Signal>(ToJson(Signal{1, SignalId::NewMail, u"p"}),
-                          {{"sequence", "-1"}, {"id", "2147483648"}, {"projectId", nullptr}});
-    for (const char* body : {"[]", "null", "1", "\"text\"", "[{}]"})
-        EXPECT_NE(Refusal<SignInAnswer>(body), "") << body;
-    for (const char* body : {R"({"signals":[{}],"next":1})", R"({"signals":[1],"next":1})"})
-        EXPECT_NE(Refusal<SignalBatch>(body), "") << body;
+    session.id = u"s";
+    session.projectId = u"p";
+    session.userId = u"u";
+    session.loginName = u"anna";
+    session.userName = u"Anna Nov\u00e1k";
+    session.logonId = 32767;
+    session.roleName = u"Architect";
+    session.permissions = {u"Read"};
+    session.startTime = -1;
+    return session;
 }
 
 }  // namespace
+
+TEST(JsonRecordTest, RefusesBodiesThatAreNotOneShallowValue)
+{
+    const std::string bodies[] = {"",
+                                  "{",
+                                  "{}x",
+                                  "{} {}",
+                                  "nul",
+                                  "{'a':1}",
+                                  "{\"a\":01}",
+                                  "[1,]",
+                                  "NaN",
+                                  "1e999",
+                                  "[-1e999]",
+                                  "/**/1",
+                                  "\"\xff\"",
+                                  "\"\xc0\x80\"",
+                                  "\"\xed\xa0\x80\"",
+                                  R"("\ud800")",
+                                  "\"a\nb\"",
+                                  std::string("{}\0{}", 5),
+                                  Nested(65),
+                                  std::string(2'000'000, '['),
+                                  std::string(2'000'000, '{'),
+                                  "\"" + std::string(100, '[')};
+    for (const auto& body : bodies)
+        EXPECT_THROW((void)ParseJson(body), MalformedRecordException) << body.substr(0, 40);
+    // Brackets in a text are no nesting.
+    EXPECT_NO_THROW((void)ParseJson(Nested(64)));
+    EXPECT_NO_THROW(
+        (void)ParseJson("[\"" + std::string(100, '[') + "\\\"" + std::string(100, '{') + "\"]"));
+}
+
+TEST(JsonRecordTest, TheMessageOfABadBodyDoesNotRepeatIt)
+{
+    try {
+        (void)ParseJson(R"({"password":"hunter2)");
+        FAIL();
+    } catch (const MalformedRecordException& error) {
+        EXPECT_EQ(std::string(error.what()).find("hunter2"), std::string::npos);
+    }
+}
+
+TEST(JsonRecordTest, AnyTextSurvivesTheWire)
+{
+    const std::u16string texts[] = {u"",
+                                    u"Anna \u4e2d \U0001F600",
+                                    std::u16string(u"\0\x01\t\n\r\x1f\x7f", 7),
+                                    {0xD800},
+                                    {0xDC00, 0xD800, u'u'},
+                                    {0xFFFE, 0xFFFF, 0xFEFF},
+                                    u"\\u0041 \\\\u0041 \\ \\u",
+                                    u"\"\\/"};
+    for (const auto& text : texts) {
+        const auto line = DumpJson(TextToJson(text));
+        EXPECT_TRUE(OV::IsWellFormedUtf8(line));
+        EXPECT_EQ(line.find('\n'), std::string::npos);
+        EXPECT_EQ(TextFromJson(ParseJson(line)), text) << line;
+    }
+    EXPECT_EQ(DumpJson(TextToJson(std::u16string{0xD800, u'\r'})), R"("\\uD800\\u000D")");
+}
+
+TEST(JsonRecordTest, RecordsHaveTheDocumentedFields)
+{
+    EXPECT_EQ(DumpJson(ToJson(ExampleSession())),
+              "{\"id\":\"s\",\"loginName\":\"anna\",\"logonId\":32767,\"permissions\":[\"Read\"],"
+              "\"projectId\":\"p\",\"roleName\":\"Architect\",\"startTime\":-1,\"userId\":\"u\","
+              "\"userName\":\"Anna Nov\xc3\xa1k\"}");
+    EXPECT_EQ(FromJson<Session>(ToJson(ExampleSession())), ExampleSession());
+    const Project project{u"p", u"n", u"l", u"c", ProjectState::Maintenance, u"14", -5};
+    EXPECT_EQ(ToJson(project), json::parse(R"({"id":"p","name":"n","location":"l","category":"c",
+                                              "state":2,"version":"14","build":-5})"));
+    EXPECT_EQ(FromJson<Project>(ToJson(project)), project);
+    EXPECT_EQ(ToJson(SignInRequest{u"a", u"b", 1}),
+              json::parse(R"({"userName":"a","password":"b","protocol":1})"));
+    EXPECT_EQ(ToJson(ServicePort{u"s", 65535}), json::parse(R"({"service":"s","port":65535})"));
+    const SignalBatch batch{{{~std::uint64_t{0}, SignalId::NewMail, u"p"}}, ~std::uint64_t{0}};
+    const auto read = FromJson<SignalBatch>(ParseJson(DumpJson(ToJson(batch))));
+    EXPECT_EQ(read.signals, batch.signals);
+    EXPECT_EQ(read.next, batch.next);
+}
+
+TEST(JsonRecordTest, EveryMissingOrMistypedFieldIsNamed)
+{
+    const std::pair<json, std::function<void(const json&)>> records[] = {
+        {ToJson(ExampleSession()), [](const json& j) { (void)FromJson<Session>(j); }},
+        {ToJson(Project{}), [](const json& j) { (void)FromJson<Project>(j); }},
+        {ToJson(ServicePort{}), [](const json& j) { (void)FromJson<ServicePort>(j); }},
+        {ToJson(Signal{}), [](const json& j) { (void)FromJson<Signal>(j); }},
+        {ToJson(SignalBatch{}), [](const json& j) { (void)FromJson<SignalBatch>(j); }},
+        {ToJson(SignInRequest{}), [](const json& j) { (void)FromJson<SignInRequest>(j); }},
+        {ToJson(SignInAnswer{}), [](const json& j) { (void)FromJson<SignInAnswer>(j); }},
+    };
+    const json wrong[] = {nullptr, true, -1.5, json::object(), json::array({json::object()})};
+    for (const auto& [record, read] : records) {
+        EXPECT_NO_THROW(read(record)) << record;
+        EXPECT_THROW(read(json::array()), MalformedRecordException);
+        for (const auto& [key, value] : record.items()) {
+            std::vector<json> broken(std::size(wrong) + 1, record);
+            broken[0].erase(key);
+            for (std::size_t i = 0; i < std::size(wrong); ++i)
+                broken[i + 1][key] = wrong[i];
+            for (const auto& damaged : broken)
+                EXPECT_THROW(read(damaged), MalformedRecordException) << damaged;
+        }
+        json extended = record;
+        extended["unknown"] = {{"of", "a later version"}};
+        EXPECT_NO_THROW(read(extended));
+    }
+}
+
+TEST(JsonRecordTest, NumbersOutOfRangeAreRefused)
+{
+    const auto integer = [](const char* text, std::int64_t low, std::int64_t high) {
+        return ReadInteger(json{{"n", ParseJson(text)}}, "n", low, high);
+    };
+    constexpr auto lowest = std::numeric_limits<std::int64_t>::min();
+    constexpr auto highest = std::numeric_limits<std::int64_t>::max();
+    EXPECT_EQ(integer("-9223372036854775808", lowest, highest), lowest);
+    EXPECT_EQ(integer("9223372036854775807", lowest, highest), highest);
+    for (const char* text : {"9223372036854775808", "18446744073709551615", "18446744073709551616",
+                             "-9223372036854775809", "1.0", "1e3", "\"1\"", "true"})
+        EXPECT_THROW((void)integer(text, lowest, highest), MalformedRecordException) << text;
+    for (const char* text : {"0", "4", "-1"})
+        EXPECT_THROW((void)integer(text, 1, 3), MalformedRecordException) << text;
+
+    const auto with = [](json record, const char* key, json value) {
+        record[key] = std::move(value);
+        return record;
+    };
+    for (const auto& state : {json(0), json(4), json(std::int64_t{1} << 32 | 1)})
+        EXPECT_THROW((void)FromJson<Project>(with(ToJson(Project{}), "state", state)),
+                     MalformedRecordException)
+            << state;
+    for (const auto& logon : {json(0), json(32768), json(-1)})
+        EXPECT_THROW((void)FromJson<Session>(with(ToJson(ExampleSession()), "logonId", logon)),
+                     MalformedRecordException)
+            << logon;
+    EXPECT_THROW((void)FromJson<ServicePort>(with(ToJson(ServicePort{}), "port", 65536)),
+                 MalformedRecordException);
+    EXPECT_THROW((void)FromJson<Signal>(with(ToJson(Signal{}), "sequence", -1)),
+                 MalformedRecordException);
+}
