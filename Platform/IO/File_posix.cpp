@@ -25,10 +25,11 @@ OV::String FolderOf(const OV::String& path)
     return slash == OV::String::npos ? "." : slash == 0 ? "/" : path.substr(0, slash);
 }
 
-/// The file that a link at `path` stands for, present or not, so that replacing keeps the link.
-OV::String ResolveLink(OV::String path)
+/// The file that a link at `place` stands for, present or not, so that replacing keeps the link.
+OV::String ResolveLink(const Location& place)
 {
     constexpr int mostLinks = 40;
+    OV::String path = place.ToNativePath();
     for (int links = 0; links < mostLinks; ++links) {
         char target[PATH_MAX];
         const ssize_t length = readlink(path.c_str(), target, sizeof target);
@@ -37,7 +38,7 @@ OV::String ResolveLink(OV::String path)
         const OV::StringView name(target, static_cast<std::size_t>(length));
         path = name.starts_with('/') ? OV::String(name) : FolderOf(path) + "/" + OV::String(name);
     }
-    return path;
+    Posix::Fail(u"Cannot replace", place, ELOOP);
 }
 
 /// Marks a file that is being written for whoever else comes to its name; false with errno set when
@@ -229,7 +230,7 @@ OV::String ReadAll(const Location& file)
 
 ChangeStamp Replace(const Location& file, OV::StringView bytes, bool isPrivate)
 {
-    Replacement replacement(file, ResolveLink(file.ToNativePath()), isPrivate);
+    Replacement replacement(file, ResolveLink(file), isPrivate);
     replacement.Write(bytes);
     return replacement.Commit();
 }

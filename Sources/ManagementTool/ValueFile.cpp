@@ -11,8 +11,7 @@ namespace Syncra::Server::ManagementTool::Core {
 namespace {
 
 /// A file is written beside its place and renamed, so the system does not say "open" where a user
-/// would: what is in the way of the file itself, or of anything in its folder, counts as not
-/// opened.
+/// would: no way to the place, and a folder in that place, count as not opened.
 bool IsOpeningFailure(const IO::IOException& error, const IO::Location& file)
 {
     switch (error.GetCode()) {
@@ -26,11 +25,7 @@ bool IsOpeningFailure(const IO::IOException& error, const IO::Location& file)
     case IO::ErrorCode::Other:
         break;
     }
-    try {
-        return !IO::Folder::Exists(file.Parent()) || IO::Folder::Exists(file);
-    } catch (const IO::IOException&) {
-        return true;
-    }
+    return IO::Folder::Exists(file);
 }
 
 void ShowFileAlert(FileAlert alert, const IO::Location& file)

@@ -1,195 +1,275 @@
+#include "FileTest.hpp"
+
 #include "IO/ExclusiveFile.hpp"
 #include "IO/File.hpp"
-#include "IO/IOException.hpp"
 #include "Support/ChildProcess.hpp"
-#include "Support/TemporaryFolder.hpp"
 
-#include <gtest/gtest.h>
-
-#include <array>
 #include <atomic>
-#include <filesystem>
-#include <fstream>
-#include <memory>
-#include <string>
+#include <fcntl.h>
+#include <sys/file.h>
 #include <thread>
-#include <unistd.h>
 #include <vector>
 
 namespace {
 
+namespace fs = std::filesystem;
+using IO::ErrorCode;
 using IO::ExclusiveFile;
 
-/// Two processes that wait for each other at agreed points.
-class Gate {
-public:
-    Gate()
+class ExclusiveFileTest : public FileTest {
+protected:
+    [[nodiscard]] IO::Location Lock() const { return Place(u"@\u4e2d.Lock"); }
+    [[nodiscard]] ExclusiveFile Hold() const
     {
-        if (pipe(ends_.data()) != 0)
+        for (;;)
+            if (auto held = ExclusiveFile::TryOpen(Lock()))
+                return std::move(*held);
+    }
+    [[nodiscard]] bool IsFree() const { return ExclusiveFile::TryOpen(Lock()).has_value(); }
+    /// What another process finds.
+    [[nodiscard]] bool IsFreeForOthers() const
+    {
+        return ChildProcess([&] { return IsFree() ? 0 : 1; }).Wait() == 0;
+    }
+    [[nodiscard]] int Counter() const
+    {
+        int number = 0;
+        std::ifstream(Path() / "counter") >> number;
+        return number;
+    }
+    /// Not atomic on purpose: only the hold keeps an increment from being lost.
+    void Increment() const
+    {
+        const int number = Counter();
+        std::ofstream(Path() / "counter") << number + 1;
+    }
+};
+
+/// Tells the other process by the end of a pipe, and only so: no times, no signals.
+class Pipe {
+public:
+    Pipe()
+    {
+        if (pipe2(ends_, O_CLOEXEC) != 0)
             throw std::runtime_error("no pipe can be made");
     }
-    ~Gate()
+    ~Pipe()
     {
         close(ends_[0]);
         close(ends_[1]);
     }
-    Gate(const Gate&) = delete;
-    Gate& operator=(const Gate&) = delete;
+    Pipe(const Pipe&) = delete;
+    Pipe& operator=(const Pipe&) = delete;
 
-    void Open() const { ASSERT_EQ(write(ends_[1], "x", 1), 1); }
-    void Pass() const
+    void Tell() const { EXPECT_EQ(write(ends_[1], "x", 1), 1); }
+    void Await() const
     {
         char byte = 0;
-        ASSERT_EQ(read(ends_[0], &byte, 1), 1);
+        while (read(ends_[0], &byte, 1) < 0 && errno == EINTR) {
+        }
     }
 
 private:
-    std::array<int, 2> ends_{};
+    int ends_[2] = {-1, -1};
 };
 
-ExclusiveFile OpenPatiently(const IO::Location& file)
+TEST_F(ExclusiveFileTest, IsHeldByOneAndFreeWhenItIsLetGo)
 {
-    for (;;) {
-        if (auto held = ExclusiveFile::TryOpen(file))
-            return *std::move(held);
-        std::this_thread::yield();
+    {
+        auto held = ExclusiveFile::TryOpen(Lock());
+        ASSERT_TRUE(held);
+        EXPECT_FALSE(IsFree()) << "not even for this process";
+        EXPECT_FALSE(IsFreeForOthers());
+        EXPECT_EQ(CodeOf([&] { IO::File::Delete(Lock()); }), ErrorCode::HeldByOther);
+        const ExclusiveFile moved = std::move(*held);
+        held.reset();
+        EXPECT_FALSE(IsFreeForOthers());
     }
+    EXPECT_TRUE(IO::File::Exists(Lock())) << "a left-over file proves nothing";
+    EXPECT_TRUE(IsFreeForOthers());
+    auto held = Hold();
+    EXPECT_TRUE(held.StillInPlace());
+    held.DeleteAndClose();
+    EXPECT_FALSE(IO::File::Exists(Lock()));
+    EXPECT_FALSE(held.StillInPlace());
+    held.DeleteAndClose();
+    EXPECT_EQ(CodeOf([&] { (void)ExclusiveFile::TryOpen(Place(u"none").Appended(u"x")); }),
+              ErrorCode::NotFound);
 }
 
-IO::ErrorCode CodeOfDeletion(const IO::Location& file)
+TEST_F(ExclusiveFileTest, NeverDeletesTheFileThatTookItsPlace)
 {
-    try {
-        IO::File::Delete(file);
-    } catch (const IO::IOException& error) {
-        return error.GetCode();
-    }
-    return {};
+    auto held = Hold();
+    // By a program that knows nothing of holds.
+    fs::remove(Path() / "@\u4e2d.Lock");
+    const auto second = ExclusiveFile::TryOpen(Lock());
+    ASSERT_TRUE(second) << "the former hold is on no file that anybody finds";
+    EXPECT_FALSE(held.StillInPlace());
+    held.DeleteAndClose();
+    EXPECT_TRUE(second->StillInPlace());
 }
 
-class ExclusiveFileTest : public testing::Test {
-protected:
-    TemporaryFolder folder_;
-    IO::Location lock_ = folder_.GetLocation().Appended(u"@\u00dcbung.Lock");
-};
+TEST_F(ExclusiveFileTest, HoldsNothingThatIsNoFileOfItsOwn)
+{
+    EXPECT_TRUE(CodeOf([&] { (void)ExclusiveFile::TryOpen(Place(u"")); }).has_value());
+    // The hold would be on whatever the link stands for.
+    Write("target", "content");
+    fs::create_symlink("target", Path() / "@\u4e2d.Lock");
+    EXPECT_TRUE(CodeOf([&] { (void)ExclusiveFile::TryOpen(Lock()); }).has_value());
+}
 
-}  // namespace
+TEST_F(ExclusiveFileTest, AKilledHolderLeavesItFree)
+{
+    const Pipe isHeld;
+    ChildProcess holder([&] {
+        const auto held = Hold();
+        isHeld.Tell();
+        pause();
+        return 0;
+    });
+    isHeld.Await();
+    EXPECT_FALSE(IsFree());
+    EXPECT_EQ(CodeOf([&] { IO::File::Delete(Lock()); }), ErrorCode::HeldByOther);
+    holder.Kill();
+    EXPECT_TRUE(IsFree());
+    IO::File::Delete(Lock());
+    EXPECT_FALSE(IO::File::Exists(Lock()));
+}
 
-TEST_F(ExclusiveFileTest, ProcessesThatDeleteTheFileAtReleaseLoseNoUpdate)
+TEST_F(ExclusiveFileTest, AChildDoesNotKeepTheHoldOfADeadParent)
+{
+    const Pipe isForked;
+    const Pipe end;
+    ChildProcess parent([&] {
+        const auto held = Hold();
+        ChildProcess child([&] {
+            isForked.Tell();
+            end.Await();
+            return 0;
+        });
+        pause();
+        return 0;
+    });
+    isForked.Await();
+    EXPECT_FALSE(IsFree()) << "the fork takes nothing from its parent";
+    parent.Kill();
+    EXPECT_TRUE(IsFree()) << "though the grandchild lives";
+    end.Tell();
+}
+
+TEST_F(ExclusiveFileTest, AChildThatLetsGoOfItsCopyTakesNothingFromItsParent)
+{
+    auto held = Hold();
+    ChildProcess child([&] {
+        held.DeleteAndClose();
+        return held.StillInPlace() || !IO::File::Exists(Lock()) ? 1 : 0;
+    });
+    EXPECT_EQ(child.Wait(), 0);
+    EXPECT_TRUE(held.StillInPlace());
+    EXPECT_FALSE(IsFreeForOthers());
+}
+
+TEST_F(ExclusiveFileTest, NoIncrementIsLostBetweenProcessesThatDeleteTheirLock)
 {
     constexpr int processes = 4;
-    constexpr int rounds = 250;
-    const auto counter = (folder_.Path() / "counter").string();
-    std::ofstream(counter) << 0;
+    constexpr int increments = 250;
+    {
+        std::vector<ChildProcess> children;
+        for (int i = 0; i < processes; ++i)
+            children.emplace_back([&, i] {
+                for (int round = 0; round < increments; ++round) {
+                    auto held = Hold();
+                    Increment();
+                    // All the ways that a hold ends, so that each meets each in another process.
+                    if ((round + i) % 3 != 0)
+                        held.DeleteAndClose();
+                }
+                return 0;
+            });
+        for (auto& child : children)
+            EXPECT_EQ(child.Wait(), 0);
+    }
+    EXPECT_EQ(Counter(), processes * increments);
+}
+
+TEST_F(ExclusiveFileTest, NoIncrementIsLostWhileOthersDeleteStaleLocks)
+{
+    constexpr int processes = 3;
+    constexpr int increments = 250;
     std::vector<ChildProcess> children;
-    for (int child = 0; child < processes; ++child)
+    for (int i = 0; i < processes; ++i)
         children.emplace_back([&] {
-            for (int round = 0; round < rounds; ++round) {
-                auto held = OpenPatiently(lock_);
-                int count = -1;
-                std::ifstream(counter) >> count;
-                // In place and unflushed to the disk: whoever overlaps sees a part of it.
-                std::ofstream(counter) << count + 1;
-                held.DeleteAndClose();
+            for (int round = 0; round < increments; ++round) {
+                const auto held = Hold();
+                Increment();
             }
             return 0;
         });
+    ChildProcess deleter([&] {
+        for (;;) {
+            const auto code = CodeOf([&] { IO::File::Delete(Lock()); });
+            if (code && code != ErrorCode::HeldByOther)
+                return 1;
+        }
+    });
     for (auto& child : children)
         EXPECT_EQ(child.Wait(), 0);
-    int count = 0;
-    std::ifstream(counter) >> count;
-    EXPECT_EQ(count, processes * rounds);
-    EXPECT_FALSE(IO::File::Exists(lock_));
+    EXPECT_EQ(Counter(), processes * increments);
 }
 
-TEST_F(ExclusiveFileTest, AHoldKeepsOthersOutUntilItsProcessIsKilled)
+TEST_F(ExclusiveFileTest, ThreadsExcludeEachOther)
 {
-    const Gate held;
-    const Gate never;
-    ChildProcess holder([&] {
-        const auto mine = ExclusiveFile::TryOpen(lock_);
-        held.Open();
-        never.Pass();
-        return 0;
-    });
-    held.Pass();
-    EXPECT_FALSE(ExclusiveFile::TryOpen(lock_));
-    EXPECT_EQ(CodeOfDeletion(lock_), IO::ErrorCode::HeldByOther);
-    EXPECT_EQ(static_cast<std::uint32_t>(CodeOfDeletion(lock_)), 0x81010202u);
-    EXPECT_TRUE(IO::File::Exists(lock_));
-
-    holder.Kill();
-    ASSERT_TRUE(IO::File::Exists(lock_)) << "left over, and it blocks nobody";
-    {
-        auto next = ExclusiveFile::TryOpen(lock_);
-        ASSERT_TRUE(next);
-        EXPECT_TRUE(next->StillInPlace());
-    }
-    EXPECT_EQ(CodeOfDeletion(lock_), IO::ErrorCode{});
-    EXPECT_FALSE(IO::File::Exists(lock_));
-    EXPECT_EQ(CodeOfDeletion(lock_), IO::ErrorCode{}) << "an absent file counts as deleted";
-}
-
-TEST_F(ExclusiveFileTest, AForkedChildNeitherKeepsNorDisturbsTheHold)
-{
-    const Gate forked;
-    const Gate never;
-    auto held = std::make_unique<ExclusiveFile>(OpenPatiently(lock_));
-    ChildProcess child([&] {
-        const bool isOut = !held->StillInPlace() && !ExclusiveFile::TryOpen(lock_);
-        if (isOut)
-            held->DeleteAndClose();
-        forked.Open();
-        never.Pass();
-        return 0;
-    });
-    forked.Pass();
-    EXPECT_TRUE(held->StillInPlace()) << "the child let go of its copy alone";
-    EXPECT_FALSE(ExclusiveFile::TryOpen(lock_));
-    held.reset();
-    EXPECT_TRUE(ExclusiveFile::TryOpen(lock_)) << "while the child still lives";
-}
-
-TEST_F(ExclusiveFileTest, AFileThatWasReplacedUnderTheHolderIsNotDeletedByIt)
-{
-    auto first = ExclusiveFile::TryOpen(lock_);
-    ASSERT_TRUE(first);
-    // By hand, as no holder of ours would.
-    std::filesystem::remove(lock_.ToNativePath());
-    EXPECT_FALSE(first->StillInPlace());
-    const auto second = ExclusiveFile::TryOpen(lock_);
-    ASSERT_TRUE(second);
-    first->DeleteAndClose();
-    EXPECT_TRUE(second->StillInPlace());
-    EXPECT_FALSE(ExclusiveFile::TryOpen(lock_));
-}
-
-TEST_F(ExclusiveFileTest, OpensNothingThatIsNoFileOfItsOwn)
-{
-    EXPECT_THROW((void)ExclusiveFile::TryOpen(folder_.GetLocation()), IO::IOException);
-    EXPECT_THROW((void)ExclusiveFile::TryOpen(folder_.GetLocation().Appended(u"no").Appended(u"x")),
-                 IO::IOException);
-    // The lock would be on whatever the link stands for.
-    std::ofstream(folder_.Path() / "target") << "content";
-    std::filesystem::create_symlink("target", lock_.ToNativePath());
-    EXPECT_THROW((void)ExclusiveFile::TryOpen(lock_), IO::IOException);
-}
-
-TEST_F(ExclusiveFileTest, ThreadsShutEachOtherOutLikeProcesses)
-{
-    std::atomic<bool> inside{false};
+    std::atomic<int> inside{0};
     std::atomic<int> overlaps{0};
     {
         std::vector<std::jthread> threads;
-        for (int thread = 0; thread < 3; ++thread)
+        for (int i = 0; i < 3; ++i)
             threads.emplace_back([&] {
-                for (int round = 0; round < 200; ++round) {
-                    auto held = OpenPatiently(lock_);
-                    overlaps += inside.exchange(true) ? 1 : 0;
-                    inside = false;
-                    if (round % 2 == 0)
-                        held.DeleteAndClose();
+                for (int round = 0; round < 100; ++round) {
+                    auto held = Hold();
+                    overlaps += inside++;
+                    --inside;
+                    held.DeleteAndClose();
                 }
             });
     }
     EXPECT_EQ(overlaps, 0);
 }
+
+TEST_F(ExclusiveFileTest, DeleteTakesWhatNobodyHolds)
+{
+    fs::create_directory(Path() / "folder");
+    Write("folder/file", "x");
+    fs::create_symlink("folder/file", Path() / "link");
+    IO::File::Delete(Place(u"link"));
+    EXPECT_TRUE(fs::exists(Path() / "folder/file")) << "the link, not its target";
+    IO::File::Delete(Place(u"none"));
+    EXPECT_TRUE(CodeOf([&] { IO::File::Delete(Place(u"folder")); }).has_value());
+
+    // One that its owner cannot read; for root there is none such.
+    Write("unreadable", "x");
+    fs::permissions(Path() / "unreadable", fs::perms::none);
+    fs::permissions(Path(), fs::perms::all);
+    ChildProcess user([&] {
+        if (geteuid() == 0 && seteuid(65534) != 0)
+            return 1;
+        IO::File::Delete(Place(u"unreadable"));
+        return 0;
+    });
+    EXPECT_EQ(user.Wait(), 0);
+    EXPECT_FALSE(fs::exists(Path() / "unreadable"));
+}
+
+TEST_F(ExclusiveFileTest, DeleteDoesNotTakeLackOfDescriptorsForLackOfAHolder)
+{
+    ChildProcess exhausted([&] {
+        Write("file", "x");
+        while (open("/dev/null", O_RDONLY) >= 0) {
+        }
+        const bool failed = CodeOf([&] { IO::File::Delete(Place(u"file")); }).has_value();
+        return failed && fs::exists(Path() / "file") ? 0 : 1;
+    });
+    EXPECT_EQ(exhausted.Wait(), 0);
+}
+
+}  // namespace

@@ -1,156 +1,113 @@
-#include "IO/Folder.hpp"
+#include "FileTest.hpp"
+
 #include "IO/File.hpp"
-#include "IO/FileChannels.hpp"
-#include "IO/IOException.hpp"
+#include "IO/Folder.hpp"
 #include "IO/SpecialFolder.hpp"
-#include "OVRoot/System.hpp"
-#include "Support/ChildProcess.hpp"
-#include "Support/TemporaryFolder.hpp"
 
-#include <gtest/gtest.h>
-
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <map>
+#include <thread>
 #include <vector>
 
 namespace {
 
 namespace fs = std::filesystem;
+using IO::ErrorCode;
+namespace Folder = IO::Folder;
 
-class FolderTest : public testing::Test {
-protected:
-    [[nodiscard]] IO::Location Place(OV::UniStringView name) const
-    {
-        return folder_.GetLocation().Appended(name);
-    }
+class FolderTest : public FileTest {};
 
-    TemporaryFolder folder_;
-};
-
-}  // namespace
-
-TEST_F(FolderTest, ProcessesMayCreateOneTreeAtOnce)
+TEST_F(FolderTest, CreatesATreeBesideOthersThatDoTheSame)
 {
-    for (int round = 0; round < 20; ++round) {
-        const auto tree =
-            Place(OV::ToText(round)).Appended(u"\u4e2d").Appended(u"c").Appended(u"d");
-        std::vector<ChildProcess> children;
-        for (int child = 0; child < 3; ++child)
-            children.emplace_back([&] {
-                IO::Folder::CreateTree(tree);
-                return IO::Folder::Exists(tree) ? 0 : 1;
-            });
-        for (auto& child : children)
-            EXPECT_EQ(child.Wait(), 0);
+    const auto deep = Place(u"a").Appended(u"\u4e2d").Appended(u"c");
+    {
+        std::vector<std::jthread> threads;
+        for (int i = 0; i < 4; ++i)
+            threads.emplace_back([&] { Folder::CreateTree(deep); });
     }
-    IO::File::Replace(Place(u"file"), "");
-    EXPECT_THROW(IO::Folder::CreateTree(Place(u"file")), IO::IOException);
-    EXPECT_THROW(IO::Folder::CreateTree(Place(u"file").Appended(u"below")), IO::IOException);
+    EXPECT_TRUE(Folder::Exists(deep));
+    Write("file", "");
+    EXPECT_EQ(CodeOf([&] { Folder::CreateTree(Place(u"file")); }), ErrorCode::AlreadyExists);
+    EXPECT_TRUE(CodeOf([&] { Folder::CreateTree(Place(u"file").Appended(u"x")); }).has_value());
 }
 
-TEST_F(FolderTest, DeletingATreeTakesEveryNameButNothingBehindALink)
+TEST_F(FolderTest, ListsEveryEntryUntilToldToStop)
 {
-    const auto kept = folder_.Path() / "kept";
-    const auto tree = folder_.Path() / "tree";
-    fs::create_directories(tree / "a" / "b");
-    fs::create_directory(kept);
-    std::ofstream(kept / "file") << "content";
-    std::ofstream(tree / "a" / "not UTF-8 \xff\xfe") << "1234567";
-    fs::create_directory_symlink(kept, tree / "link to a folder");
-    fs::create_symlink("nowhere", tree / "a" / "dangling");
-    EXPECT_EQ(IO::Folder::GetSize(Place(u"tree")), 7u) << "links are not followed";
+    fs::create_directory(Path() / "folder");
+    Write(".hidden", "");
+    Write("\u4e2d", "");
+    fs::create_directory_symlink("folder", Path() / "link");
+    fs::create_symlink("none", Path() / "dangling");
+    std::map<OV::UniString, bool> found;
+    Folder::Enumerate(Place(u""), [&](const Folder::Entry& entry) {
+        found[entry.name] = entry.isFolder;
+        return true;
+    });
+    const std::map<OV::UniString, bool> expected = {{u"folder", true},
+                                                    {u".hidden", false},
+                                                    {u"\u4e2d", false},
+                                                    {u"link", true},
+                                                    {u"dangling", false}};
+    EXPECT_EQ(found, expected);
+    int visits = 0;
+    Folder::Enumerate(Place(u""), [&](const Folder::Entry&) { return ++visits < 2; });
+    EXPECT_EQ(visits, 2);
+    EXPECT_EQ(CodeOf([&] { Folder::Enumerate(Place(u"none"), [](const auto&) { return true; }); }),
+              ErrorCode::NotFound);
+    EXPECT_EQ(Folder::GenerateUnusedName(Place(u""), u"dangling"), u"dangling 2")
+        << "a name that leads nowhere is taken";
+    Write("folder 2", "");
+    EXPECT_EQ(Folder::GenerateUnusedName(Place(u""), u"folder"), u"folder 3");
+}
 
-    IO::Folder::DeleteTree(Place(u"tree"));
-    EXPECT_FALSE(fs::exists(tree));
-    EXPECT_TRUE(fs::exists(kept / "file"));
-    EXPECT_NO_THROW(IO::Folder::DeleteTree(Place(u"tree"))) << "an absent one counts as deleted";
+TEST_F(FolderTest, MeasuresAndDeletesATreeButNothingBehindItsLinks)
+{
+    fs::create_directories(Path() / "outside");
+    Write("outside/kept", "kept");
+    fs::create_directories(Path() / "tree/a/b");
+    Write("tree/one", std::string(1000, 'x'));
+    Write("tree/a/b/two", std::string(234, 'x'));
+    Write("tree/not UTF-8 \xff\xfe", "x");
+    fs::create_directory_symlink(Path() / "outside", Path() / "tree/a/link");
+    fs::create_symlink("none", Path() / "tree/dangling");
+    EXPECT_EQ(Folder::GetSize(Place(u"tree")), 1235u);
+    Folder::DeleteTree(Place(u"tree"));
+    EXPECT_FALSE(fs::exists(Path() / "tree"));
 
-    // Far longer than any path that the system takes at once.
-    fs::path deepest = tree;
-    fs::create_directory(tree);
+    fs::create_directory_symlink("outside", Path() / "link");
+    Folder::DeleteTree(Place(u"link"));
+    EXPECT_FALSE(fs::is_symlink(Path() / "link"));
+    EXPECT_TRUE(fs::exists(Path() / "outside/kept"));
+    EXPECT_NO_THROW(Folder::DeleteTree(Place(u"none").Appended(u"none")));
+}
+
+TEST_F(FolderTest, DeletesATreeWhosePathsTheSystemDoesNotTake)
+{
     const auto former = fs::current_path();
-    fs::current_path(tree);
+    fs::create_directory(Path() / "tree");
+    fs::current_path(Path() / "tree");
+    const std::string name(200, 'n');
     for (int level = 0; level < 40; ++level) {
-        const OV::String name(200, 'n');
         fs::create_directory(name);
         fs::current_path(name);
     }
     fs::current_path(former);
-    IO::Folder::DeleteTree(Place(u"tree"));
-    EXPECT_FALSE(fs::exists(tree));
+    Folder::DeleteTree(Place(u"tree"));
+    EXPECT_FALSE(fs::exists(Path() / "tree"));
 }
 
-TEST_F(FolderTest, EnumeratesEveryEntryAndStopsWhenToldTo)
+TEST_F(FolderTest, FollowsTheEnvironmentToTheUsersFolders)
 {
-    fs::create_directory(folder_.Path() / "sub");
-    fs::create_directory_symlink("sub", folder_.Path() / "link");
-    fs::create_symlink("nowhere", folder_.Path() / "dangling");
-    IO::File::Replace(Place(u".hidden \u4e2d"), "");
-    std::map<OV::UniString, bool> seen;
-    IO::Folder::Enumerate(folder_.GetLocation(), [&](const IO::Folder::Entry& entry) {
-        seen[entry.name] = entry.isFolder;
-        return true;
-    });
-    EXPECT_EQ(
-        seen,
-        (std::map<OV::UniString, bool>{
-            {u"sub", true}, {u"link", true}, {u"dangling", false}, {u".hidden \u4e2d", false}}));
-    int calls = 0;
-    IO::Folder::Enumerate(folder_.GetLocation(), [&](const auto&) { return ++calls < 2; });
-    EXPECT_EQ(calls, 2);
-    EXPECT_THROW(IO::Folder::Enumerate(Place(u"none"), [](const auto&) { return true; }),
-                 IO::IOException);
-
-    EXPECT_EQ(IO::Folder::GenerateUnusedName(folder_.GetLocation(), u"new"), u"new");
-    EXPECT_EQ(IO::Folder::GenerateUnusedName(folder_.GetLocation(), u"dangling"), u"dangling 2")
-        << "a link to nothing has its name as well";
-    IO::File::Replace(Place(u"sub 2"), "");
-    EXPECT_EQ(IO::Folder::GenerateUnusedName(folder_.GetLocation(), u"sub"), u"sub 3");
+    using IO::SpecialFolder;
+    const auto company = IO::GetCompanyFolder(SpecialFolder::RoamingApplicationData);
+    EXPECT_EQ(company.ToNativePath(), (Path() / "config/Orvant").string());
+    EXPECT_TRUE(Folder::Exists(company));
+    EXPECT_EQ(IO::GetSpecialFolder(SpecialFolder::ApplicationData).ToNativePath(),
+              (Path() / "data").string());
+    setenv("XDG_CONFIG_HOME", "relative", 1);
+    setenv("HOME", Path().c_str(), 1);
+    EXPECT_EQ(IO::GetSpecialFolder(SpecialFolder::RoamingApplicationData).ToNativePath(),
+              (Path() / ".config").string())
+        << "a relative one is to be ignored";
 }
 
-TEST_F(FolderTest, ValueFilesNameTheirPlaceInEveryMessage)
-{
-    const auto file = Place(u"f\u00fcr.xml");
-    OV::XMLOChannel out;
-    out.EnterElement("Root");
-    out.WriteString("Text", u" \r\xD800");
-    out.LeaveElement("Root");
-    const auto stamp = IO::ReplaceWithXML(file, out);
-    auto in = IO::OpenXMLInput(file);
-    EXPECT_EQ(in.stamp, stamp);
-    in.channel.EnterElement("Root");
-    EXPECT_EQ(in.channel.ReadString("Text"), u" \r\xD800");
-
-    const auto path = file.ToNativePath();
-    for (const OV::StringView damaged : {"", "<Root>", "\xff\xfe<\0R\0"}) {
-        IO::File::Replace(file, damaged);
-        try {
-            (void)IO::OpenXMLInput(file);
-            ADD_FAILURE() << damaged;
-        } catch (const OV::XMLChannelException& error) {
-            EXPECT_NE(OV::String(error.what()).find(path), OV::String::npos) << error.what();
-        }
-    }
-    IO::File::Delete(file);
-    EXPECT_THROW((void)IO::OpenXMLInput(file), IO::IOException);
-}
-
-TEST_F(FolderTest, UserFoldersFollowTheEnvironmentAtEachCall)
-{
-    const auto company = IO::GetCompanyFolder(IO::SpecialFolder::RoamingApplicationData);
-    EXPECT_EQ(company, Place(u"config").Appended(u"Orvant"));
-    EXPECT_TRUE(IO::Folder::Exists(company));
-    EXPECT_EQ(IO::GetSpecialFolder(IO::SpecialFolder::ApplicationData), Place(u"data"));
-
-    // A relative one would depend on where the program was started.
-    const OV::String former = OV::System::EnvironmentVariable("HOME");
-    setenv("HOME", folder_.Path().c_str(), 1);
-    setenv("XDG_DATA_HOME", "relative", 1);
-    unsetenv("XDG_CONFIG_HOME");
-    EXPECT_EQ(IO::GetSpecialFolder(IO::SpecialFolder::ApplicationData),
-              Place(u".local").Appended(u"share"));
-    EXPECT_EQ(IO::GetSpecialFolder(IO::SpecialFolder::RoamingApplicationData), Place(u".config"));
-    setenv("HOME", former.c_str(), 1);
-}
+}  // namespace

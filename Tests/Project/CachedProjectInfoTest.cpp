@@ -8,16 +8,14 @@
 #include <csignal>
 #include <sys/resource.h>
 
-namespace
-{
+namespace {
 
 using SYC::CachedProjectInfo;
 using SYC::Inner::ProjectConnectionInfo;
 
 const ProjectConnectionInfo Connection{u"nexar", 8080, u"Bridge", u"me", u"secret"};
 
-class CountingObserver : public SYC::CachedProjectInfoObserver
-{
+class CountingObserver : public SYC::CachedProjectInfoObserver {
 public:
     CountingObserver() { Attach(); }
     void ContentWrittenToDisc(const CachedProjectInfo& info) override
@@ -30,8 +28,7 @@ public:
     const CachedProjectInfo* last = nullptr;
 };
 
-class AlertRecorder : public OV::AlertPresenter
-{
+class AlertRecorder : public OV::AlertPresenter {
 public:
     AlertRecorder() : former_(SetCurrent(this)) {}
     ~AlertRecorder() override { SetCurrent(former_); }
@@ -47,9 +44,7 @@ private:
     OV::AlertPresenter* former_;
 };
 
-class CachedProjectInfoTest : public ProjectTest
-{
-};
+class CachedProjectInfoTest : public ProjectTest {};
 
 TEST_F(CachedProjectInfoTest, EverySetterWritesOnceAndOnlyOnAChange)
 {
@@ -190,8 +185,7 @@ TEST_F(CachedProjectInfoTest, AFailedWriteIsAnAlertAndLosesNothingInMemory)
     CountingObserver observer;
 
     // No disk left, as far as this process can tell.
-    struct rlimit limit {
-    };
+    struct rlimit limit {};
     getrlimit(RLIMIT_FSIZE, &limit);
     const auto handler = std::signal(SIGXFSZ, SIG_IGN);
     const struct rlimit none {
@@ -211,7 +205,12 @@ TEST_F(CachedProjectInfoTest, AFailedWriteIsAnAlertAndLosesNothingInMemory)
     info.EndUpdate();
     info.EndUpdate();
 
-    ASSERT_EQ(alerts.shown.size(), 2u);
+    // A folder stands where the file should be.
+    IO::File::Delete(folder);
+    IO::Folder::CreateTree(folder.Appended(u"CacheInfo.xml"));
+    info.WriteToDisc();
+
+    ASSERT_EQ(alerts.shown.size(), 3u);
     EXPECT_EQ(alerts.shown[0].number, 31037);
     EXPECT_EQ(alerts.shown[0].title, u"Cache File Writing Error");
     EXPECT_EQ(alerts.shown[0].message, u"Error occurred while writing the file: " + path);
@@ -219,11 +218,12 @@ TEST_F(CachedProjectInfoTest, AFailedWriteIsAnAlertAndLosesNothingInMemory)
     EXPECT_EQ(alerts.shown[1].title, u"Cache File Opening Error");
     EXPECT_EQ(alerts.shown[1].message, u"Error occurred while opening the file: " + path);
     EXPECT_EQ(alerts.shown[1].buttons, std::vector<OV::UniString>{u"OK"});
-    EXPECT_EQ(observer.count, 2);
+    EXPECT_EQ(alerts.shown[2].number, 31036);
+    EXPECT_EQ(observer.count, 3);
     EXPECT_EQ(info.GetUserId(), u"u-1");
 
     info.SetCacheFolder(Folder());
-    EXPECT_EQ(alerts.shown.size(), 2u);
+    EXPECT_EQ(alerts.shown.size(), 3u);
     EXPECT_EQ(CachedProjectInfo(Folder()).GetUserName(), u"Me");
 }
 
