@@ -109,6 +109,15 @@ TEST_F(ExclusiveFileTest, NeverDeletesTheFileThatTookItsPlace)
     EXPECT_TRUE(second->StillInPlace());
 }
 
+TEST_F(ExclusiveFileTest, HoldsNothingThatIsNoFileOfItsOwn)
+{
+    EXPECT_TRUE(CodeOf([&] { (void)ExclusiveFile::TryOpen(Place(u"")); }).has_value());
+    // The hold would be on whatever the link stands for.
+    Write("target", "content");
+    fs::create_symlink("target", Path() / "@\u4e2d.Lock");
+    EXPECT_TRUE(CodeOf([&] { (void)ExclusiveFile::TryOpen(Lock()); }).has_value());
+}
+
 TEST_F(ExclusiveFileTest, AKilledHolderLeavesItFree)
 {
     const Pipe isHeld;

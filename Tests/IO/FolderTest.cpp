@@ -80,6 +80,21 @@ TEST_F(FolderTest, MeasuresAndDeletesATreeButNothingBehindItsLinks)
     EXPECT_NO_THROW(Folder::DeleteTree(Place(u"none").Appended(u"none")));
 }
 
+TEST_F(FolderTest, DeletesATreeWhosePathsTheSystemDoesNotTake)
+{
+    const auto former = fs::current_path();
+    fs::create_directory(Path() / "tree");
+    fs::current_path(Path() / "tree");
+    const std::string name(200, 'n');
+    for (int level = 0; level < 40; ++level) {
+        fs::create_directory(name);
+        fs::current_path(name);
+    }
+    fs::current_path(former);
+    Folder::DeleteTree(Place(u"tree"));
+    EXPECT_FALSE(fs::exists(Path() / "tree"));
+}
+
 TEST_F(FolderTest, FollowsTheEnvironmentToTheUsersFolders)
 {
     using IO::SpecialFolder;

@@ -1,12 +1,15 @@
-#include "IO/Location.hpp"
+#include "FileTest.hpp"
+
+#include "IO/File.hpp"
+#include "IO/Folder.hpp"
 #include "OVRoot/Exception.hpp"
 
-#include <gtest/gtest.h>
-
+#include <random>
 #include <unordered_set>
 
 namespace {
 
+namespace fs = std::filesystem;
 using IO::Location;
 using OV::UniString;
 
@@ -18,6 +21,24 @@ struct Url {
     UniString host;
     std::uint16_t port;
     std::vector<UniString> components;
+};
+
+/// Texts made of what the coding treats apart: separators, percent signs, surrogates, non-ASCII.
+class RandomTexts {
+public:
+    UniString Next(std::size_t least)
+    {
+        static constexpr OV::UniStringView special = u"/:@%?#[]. +~\\aZ09\u00e9\u4e2d\xD83D\xDE00";
+        UniString text(least + random_() % 8, u' ');
+        for (auto& unit : text)
+            unit = random_() % 5 == 0 ? static_cast<char16_t>(1 + random_() % 0xFFFE)
+                                      : special[random_() % special.size()];
+        return text;
+    }
+    std::uint32_t Number(std::uint32_t below) { return random_() % below; }
+
+private:
+    std::mt19937 random_{20261124};
 };
 
 }  // namespace
@@ -138,8 +159,14 @@ TEST(LocationTest, ReadsPathsAndKnowsWhichAreLegal)
     EXPECT_TRUE(url.Appended(u"a/b").IsLegal());
     for (const auto& location :
          {Location(), Location::FromPath(u""), folder.Appended(u""), folder.Appended(u"a/b"),
-          folder.Appended(UniString(1, u'\0')), url.Appended(u""), Location::MakeUrl(u"")})
+          folder.Appended(UniString(1, u'\0')), url.Appended(u""), Location::MakeUrl(u""),
+          // Read as a C string, it would name another host.
+          Location::FromUrlText(u"s://good%00.evil/x")})
         EXPECT_FALSE(location.IsLegal()) << OV::ToUtf8(location.ToDisplayText());
+    // It would come back with another host.
+    url.SetScheme(u"s://elsewhere/");
+    EXPECT_FALSE(url.IsLegal());
+    url.SetScheme(u"s");
     EXPECT_THROW((void)folder.ToUrlText(), OV::IllegalArgumentException);
     EXPECT_THROW((void)url.Appended(u"").ToUrlText(), OV::IllegalArgumentException);
 }
@@ -161,4 +188,38 @@ TEST(LocationTest, ShowsNoPasswordAndTellsPlacesApart)
     places.insert(Location::FromPath(u"h/a"));
     EXPECT_EQ(places.size(), 11u);
     EXPECT_TRUE(places.contains(url));
+}
+
+TEST(LocationTest, AnyTextsComeBackFromTheUrl)
+{
+    RandomTexts texts;
+    for (int round = 0; round < 3000; ++round) {
+        auto location = Location::MakeUrl(u"syncra");
+        location.SetUserName(texts.Next(0));
+        location.SetPassword(texts.Next(0));
+        location.SetHost(texts.Next(1));
+        location.SetPort(static_cast<std::uint16_t>(texts.Number(0x10000)));
+        for (std::uint32_t count = texts.Number(4); count > 0; --count)
+            location = location.Appended(texts.Next(1));
+        const auto url = location.ToUrlText();
+        ASSERT_EQ(Location::FromUrlText(url), location) << OV::ToUtf8(url);
+        for (const char16_t unit : url)
+            ASSERT_TRUE(unit > 0x20 && unit < 0x7F) << OV::ToUtf8(url);
+    }
+}
+
+class LocationFileTest : public FileTest {};
+
+TEST_F(LocationFileTest, WhatTheSystemWouldReadAsAnotherPlaceIsRefused)
+{
+    Write("victim", "content");
+    fs::create_directory(Path() / "folder");
+    const auto behind = [&](OV::UniStringView name) {
+        return Place(UniString(name) + u'\0' + u".tmp");
+    };
+    EXPECT_TRUE(CodeOf([&] { (void)IO::File::Replace(behind(u"victim"), "x"); }).has_value());
+    EXPECT_TRUE(CodeOf([&] { IO::File::Delete(behind(u"victim")); }).has_value());
+    EXPECT_TRUE(CodeOf([&] { IO::Folder::DeleteTree(behind(u"folder")); }).has_value());
+    EXPECT_EQ(IO::File::ReadAll(Place(u"victim")), "content");
+    EXPECT_TRUE(fs::exists(Path() / "folder"));
 }

@@ -62,14 +62,14 @@ TEST_F(ReplaceTest, GivesTheModeThatIsAskedForOrThatWasThere)
     (void)IO::File::Replace(Place(u"new"), "");
     (void)IO::File::Replace(Place(u"private"), "", true);
     Write("former", "");
-    fs::permissions(Path() / "former", fs::perms(0604));
+    fs::permissions(Path() / "former", fs::perms(0404));
     (void)IO::File::Replace(Place(u"former"), "");
     Write("closed", "");
     fs::permissions(Path() / "closed", fs::perms(0644));
     (void)IO::File::Replace(Place(u"closed"), "", true);
     EXPECT_EQ(ModeOf(Path() / "new"), fs::perms(0640));
     EXPECT_EQ(ModeOf(Path() / "private"), fs::perms(0600));
-    EXPECT_EQ(ModeOf(Path() / "former"), fs::perms(0604));
+    EXPECT_EQ(ModeOf(Path() / "former"), fs::perms(0404));
     EXPECT_EQ(ModeOf(Path() / "closed"), fs::perms(0600)) << "a secret closes an open file";
 }
 
@@ -119,11 +119,11 @@ TEST_F(ReplaceTest, AFailureLeavesTheOldFileAndNothingElse)
 
 TEST_F(ReplaceTest, WritesNothingIntoALeftOverFile)
 {
-    // What a killed process with our number left, linked elsewhere by someone who means harm.
+    // Linked elsewhere by someone who means harm.
     Write("victim", "untouched");
-    const auto prefix = "file.new-" + std::to_string(getpid()) + "-";
-    for (int number = 0; number < 100; ++number)
-        fs::create_symlink(Path() / "victim", Path() / (prefix + std::to_string(number)));
+    fs::create_hard_link(Path() / "victim", Path() / "file.new-0");
+    for (int number = 1; number < 100; ++number)
+        fs::create_symlink(Path() / "victim", Path() / ("file.new-" + std::to_string(number)));
     (void)IO::File::Replace(Place(u"file"), "new");
     EXPECT_EQ(IO::File::ReadAll(Place(u"file")), "new");
     EXPECT_EQ(IO::File::ReadAll(Place(u"victim")), "untouched");
@@ -164,13 +164,31 @@ TEST_F(ReplaceTest, AKilledWriterLeavesTheOldFileOrTheNewOne)
             (void)IO::File::Replace(Place(u"file"), OV::String(i % 2 == 0 ? 300'000 : 200'000,
                                                                static_cast<char>('a' + i % 26)));
     };
-    KillAtRandomInstants(replaceForever, std::chrono::milliseconds(10),
-                         [&] { ASSERT_TRUE(IsWhole(IO::File::ReadAll(Place(u"file")))); });
-    for (const auto& entry : fs::directory_iterator(Path())) {
-        const auto name = entry.path().filename().string();
-        EXPECT_TRUE(name == "file" || name.starts_with("file.new-")) << name;
-    }
-    EXPECT_NO_THROW((void)IO::File::Replace(Place(u"file"), "after"));
+    KillAtRandomInstants(replaceForever, std::chrono::milliseconds(10), [&] {
+        ASSERT_TRUE(IsWhole(IO::File::ReadAll(Place(u"file"))));
+        ASSERT_LE(EntryCount(), 2u) << "left-overs pile up";
+    });
+    (void)IO::File::Replace(Place(u"file"), "after");
+    EXPECT_EQ(EntryCount(), 1u) << "the next writer takes the place of what was left";
+}
+
+TEST_F(ReplaceTest, ProcessesThatWriteAtOnceNeverTakeEachOthersFiles)
+{
+    std::vector<ChildProcess> writers;
+    for (int process = 0; process < 3; ++process)
+        writers.emplace_back([&] {
+            const auto replaceOften = [&] {
+                for (int i = 0; i < 100; ++i)
+                    (void)IO::File::Replace(Place(u"file"), OV::String(200'000, 'x'));
+            };
+            std::jthread second(replaceOften);
+            replaceOften();
+            return 0;
+        });
+    for (auto& writer : writers)
+        EXPECT_EQ(writer.Wait(), 0) << "a replacement failed";
+    EXPECT_TRUE(IsWhole(IO::File::ReadAll(Place(u"file"))));
+    EXPECT_EQ(EntryCount(), 1u);
 }
 
 TEST_F(ReplaceTest, AValueFileNamesItselfInItsErrors)
