@@ -21,9 +21,11 @@ protected:
     [[nodiscard]] IO::Location Lock() const { return Place(u"@\u4e2d.Lock"); }
     [[nodiscard]] ExclusiveFile Hold() const
     {
-        for (;; std::this_thread::yield())
+        for (;;) {
             if (auto held = ExclusiveFile::TryOpen(Lock()))
                 return std::move(*held);
+            std::this_thread::yield();
+        }
     }
     [[nodiscard]] bool IsFree() const { return ExclusiveFile::TryOpen(Lock()).has_value(); }
     /// What another process finds.

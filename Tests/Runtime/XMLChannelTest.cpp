@@ -122,6 +122,22 @@ TEST(XMLChannelTest, ReadsNumbersAndFlagsStrictly)
     EXPECT_THROW((void)OpenRoot("<V>a<b/></V>").ReadString("V"), XMLChannelException);
 }
 
+TEST(XMLChannelTest, ReadsTheFormsThatAnotherWriterMayChoose)
+{
+    const std::pair<OV::String, OV::UniString> forms[] = {
+        {"<V/>", u""},
+        {"<V></V>", u""},
+        {"<V a='1'> x </V>", u" x "},
+        {"<V><![CDATA[a<b&amp;]]></V>", u"a<b&amp;"},
+        {"<V>&lt;&gt;&amp;&quot;&apos;&#13;&#x4e2D;</V>", u"<>&\"'\r\u4e2d"},
+        {"<V>a\r\nb\rc\n</V>", u"a\nb\nc\n"},
+        {"<V>\\u00E9\\u00e9</V>", u"\u00e9\\u00e9"},
+        {"<!-- a -->\t<?b c?>\n<V>d</V>", u"d"},
+    };
+    for (const auto& [text, value] : forms)
+        EXPECT_EQ(OpenRoot(text).ReadString("V"), value) << text;
+}
+
 TEST(XMLChannelTest, RefusesADocumentThatIsNotOneWholeRoot)
 {
     using namespace std::string_literals;
