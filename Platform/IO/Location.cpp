@@ -1,5 +1,6 @@
 #include "IO/Location.hpp"
 
+#include "IO/IOException.hpp"
 #include "OVRoot/Exception.hpp"
 
 #include <algorithm>
@@ -189,7 +190,7 @@ bool Location::IsLegal() const
     if (!std::all_of(components_.begin(), components_.end(), isGood))
         return false;
     if (model_ == NetworkModel::Url)
-        return !scheme_.empty() && !host_.empty();
+        return IsScheme(OV::ToUtf8(scheme_)) && isGood(host_);
     return model_ == NetworkModel::Local && (absolute_ || !components_.empty());
 }
 
@@ -232,7 +233,12 @@ UniString Location::ToPath() const
 
 String Location::ToNativePath() const
 {
-    return OV::ToUtf8(ToPath());
+    String path = OV::ToUtf8(ToPath());
+    // The system would take it for the end, and open or delete another file.
+    if (path.find('\0') != String::npos)
+        throw IOException(ErrorCode::NotFound, u"Cannot use", *this,
+                          "a name holds a null character");
+    return path;
 }
 
 UniString Location::ToUrlText() const

@@ -154,6 +154,35 @@ TEST(XMLChannelTest, RefusesADocumentThatIsNotOneWholeRoot)
     EXPECT_THROW(XMLIChannel(deep, u"x"), XMLChannelException) << "and no overflow of the stack";
 }
 
+TEST(XMLChannelTest, ADocumentCutAnywhereIsRefusedOrWhole)
+{
+    OV::XMLOChannel out;
+    out.EnterElement("Root");
+    out.WriteString("Text", u"\u4e2d & \\u \r]]>");
+    out.EnterElement("Inner");
+    out.WriteInt32("Number", -5);
+    out.LeaveElement("Inner");
+    out.LeaveElement("Root");
+    const auto whole = out.Text();
+    for (std::size_t length = 0; length + 1 < whole.size(); ++length)
+        EXPECT_THROW(XMLIChannel(whole.substr(0, length), u"x"), XMLChannelException) << length;
+    EXPECT_NO_THROW(XMLIChannel(whole.substr(0, whole.size() - 1), u"x")) << "the last line feed";
+    // Any one byte damaged: refused or read, but never past the end.
+    for (std::size_t at = 0; at < whole.size(); ++at)
+        for (const char byte : {'<', '>', '&', '"', '\0', '\xff'}) {
+            auto damaged = whole;
+            damaged[at] = byte;
+            try {
+                XMLIChannel in(damaged, u"x");
+                in.EnterElement("Root");
+                (void)in.ReadString("Text");
+                in.EnterElement("Inner");
+                EXPECT_EQ(in.ReadInt32("Number"), -5) << damaged;
+            } catch (const XMLChannelException&) {
+            }
+        }
+}
+
 TEST(XMLChannelTest, AFailureSaysWhatWasFoundAndMovesNothing)
 {
     auto in = OpenRoot("<!-- comment --><Secret extra='1'>hunter2</Secret><Inner><A>1</A></Inner>");
