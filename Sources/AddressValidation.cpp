@@ -2,11 +2,9 @@
 
 #include <algorithm>
 
-namespace SYC
-{
+namespace SYC {
 
-namespace
-{
+namespace {
 
 constexpr std::size_t ShortestAddress = 5;
 constexpr OV::UniStringView SpecialCharacters = u"()<>@,;:\\\"[]";

@@ -2,8 +2,7 @@
 
 #include "OVRoot/UniString.hpp"
 
-namespace SYC
-{
+namespace SYC {
 
 /// Whether every character is an ASCII letter, a digit, "-" or ".". Deliberately nothing more: the
 /// empty name, leading hyphens and labels of any length pass, for only the network knows what

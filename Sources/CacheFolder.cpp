@@ -4,11 +4,9 @@
 #include "IO/Folder.hpp"
 #include "IO/IOException.hpp"
 
-namespace SYC
-{
+namespace SYC {
 
-namespace
-{
+namespace {
 
 constexpr std::size_t LongestName = 128;
 /// File systems take 255 bytes a name; the rest is for the number behind an unused name.

@@ -3,8 +3,7 @@
 #include "IO/ExclusiveFile.hpp"
 #include "ProjectConnectionInfo.hpp"
 
-namespace SYC
-{
+namespace SYC {
 
 /// Folder name of a connection's cache: server, project and login name with "_" between them, cut
 /// to 128 code units. Characters that cannot stand in a folder name on every system (control
@@ -14,8 +13,7 @@ namespace SYC
 
 /// A cache folder being set up. While this object lives, no other process takes the same folder for
 /// another connection, although the folder holds no "CacheInfo.xml" yet.
-class NewCacheFolder
-{
+class NewCacheFolder {
 public:
     /// Takes the folder `name` below `parent`, or one with an unused name derived from it when that
     /// one is somebody's cache already. A folder without a "CacheInfo.xml" is taken as it is.

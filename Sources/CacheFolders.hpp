@@ -16,8 +16,9 @@ namespace SYC::CacheFolders {
 /// Every cache folder directly below `dataFolder`, sorted by name; none when it does not exist.
 [[nodiscard]] OV::Array<IO::Location> Find(const IO::Location& dataFolder);
 
-/// The cache of this user's connection to this project, or null. The server name is compared without
-/// regard to letter case, all else exactly. A cache that cannot be read is passed over with a log line.
+/// The cache of this user's connection to this project, or null. The server name is compared
+/// without regard to letter case, all else exactly. A cache that cannot be read is passed over with
+/// a log line.
 [[nodiscard]] std::shared_ptr<CachedProjectInfo>
 FindCache(const IO::Location& dataFolder, const Inner::ProjectConnectionInfo& connection);
 

@@ -5,8 +5,7 @@
 #include "OVRoot/XMLOChannel.hpp"
 
 /// The layout of "CacheInfo.xml"; see Docs/Formats.md.
-namespace SYC::CacheInfoFormat
-{
+namespace SYC::CacheInfoFormat {
 
 inline constexpr OV::UniStringView FileName = u"CacheInfo.xml";
 /// The version that is written, and the last one whose values are known.

@@ -3,8 +3,7 @@
 #include "OVRoot/Containers.hpp"
 #include "OVRoot/UniString.hpp"
 
-namespace SYC
-{
+namespace SYC {
 
 /// What a "CacheInfo.xml" holds, in the order of the file. The password is not among it.
 struct CacheInfoValues {

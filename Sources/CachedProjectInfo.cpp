@@ -8,13 +8,11 @@
 #include "OVRoot/Exception.hpp"
 #include "OVRoot/Logger.hpp"
 
-namespace SYC
-{
+namespace SYC {
 
 namespace Core = Syncra::Server::ManagementTool::Core;
 
-namespace
-{
+namespace {
 
 constexpr unsigned BytesToMebibytes = 20;
 

@@ -5,8 +5,7 @@
 #include "ProjectConnectionInfo.hpp"
 #include "SYClientBase/CachedProjectInfo.hpp"
 
-namespace SYC
-{
+namespace SYC {
 
 /// The image in memory of one cache folder's "CacheInfo.xml": who the user is on which server, the
 /// session, role and permissions, and what is local to this machine.
@@ -16,8 +15,7 @@ namespace SYC
 /// user as an alert and never thrown; the values in memory stay. Copies share nothing but the
 /// folder. One thread at a time for each object. The setters and getters that the client base needs
 /// are inherited.
-class CachedProjectInfo final : public SYCB::CachedProjectInfo
-{
+class CachedProjectInfo final : public SYCB::CachedProjectInfo {
 public:
     /// The cache in an existing folder, read at once. Throws FileOpenningError or ErrorReadingFile
     /// (ManagementTool/FileErrors.hpp) with the place of the file.

@@ -2,11 +2,9 @@
 
 #include "OVRoot/EventSource.hpp"
 
-namespace SYC
-{
+namespace SYC {
 
-namespace
-{
+namespace {
 
 OV::EventSource<CachedProjectInfoObserver>& Observers()
 {

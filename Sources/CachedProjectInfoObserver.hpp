@@ -1,14 +1,12 @@
 #pragma once
 
-namespace SYC
-{
+namespace SYC {
 
 class CachedProjectInfo;
 
 /// Hears of every cache descriptor that this process writes. There is one list of observers for all
 /// CachedProjectInfo objects. Attaching and detaching are safe on any thread.
-class CachedProjectInfoObserver
-{
+class CachedProjectInfoObserver {
 public:
     CachedProjectInfoObserver() = default;
     CachedProjectInfoObserver(const CachedProjectInfoObserver&) = delete;

@@ -37,8 +37,8 @@ std::shared_ptr<CachedProjectInfo> ClientProjectConnectionManager::FindCache() c
 std::shared_ptr<SYCB::CachedProjectInfo> ClientProjectConnectionManager::GetCachedProjectInfo()
 {
     if (!FindCache())
-        cache_ = std::make_shared<CachedProjectInfo>(ToConnectionInfo(projectLocation_),
-                                                     dataFolder_);
+        cache_ =
+            std::make_shared<CachedProjectInfo>(ToConnectionInfo(projectLocation_), dataFolder_);
     return cache_;
 }
 
@@ -62,8 +62,8 @@ void ClientProjectConnectionManager::PostEvent(std::int32_t eventCode, const OV:
 
 void ClientProjectConnectionManager::StartSignals(const OV::UniString& projectId)
 {
-    signalClient_.Start([location = projectLocation_] { return SYCB::CreateSyncraClient(location); },
-                        projectId);
+    signalClient_.Start(
+        [location = projectLocation_] { return SYCB::CreateSyncraClient(location); }, projectId);
 }
 
 void ClientProjectConnectionManager::StopSignals()

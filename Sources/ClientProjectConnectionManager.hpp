@@ -8,15 +8,15 @@
 
 namespace SYC {
 
-/// The connection manager for a host that has none of its own: one opened project, its cache below a
-/// data folder, its signal client, and a sink for the events that the user must hear about.
-/// Used on the thread that made it; the event sink is called on the thread that posts.
+/// The connection manager for a host that has none of its own: one opened project, its cache below
+/// a data folder, its signal client, and a sink for the events that the user must hear about. Used
+/// on the thread that made it; the event sink is called on the thread that posts.
 class ClientProjectConnectionManager final : public SYCB::ProjectConnectionManagerInterface {
 public:
     using EventSink = std::function<void(std::int32_t eventCode, const OV::UniString& text)>;
 
-    /// `projectLocation` is a project URL (OV::IllegalArgumentException otherwise); caches stand below
-    /// `dataFolder`, which is made with the first of them.
+    /// `projectLocation` is a project URL (OV::IllegalArgumentException otherwise); caches stand
+    /// below `dataFolder`, which is made with the first of them.
     ClientProjectConnectionManager(IO::Location projectLocation, IO::Location dataFolder,
                                    EventSink eventSink);
     ~ClientProjectConnectionManager() override;

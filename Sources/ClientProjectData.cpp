@@ -2,8 +2,7 @@
 
 #include "SyncraURL.hpp"
 
-namespace SYC
-{
+namespace SYC {
 
 ClientProjectData::ClientProjectData(OV::UniString serverName, OV::UniString userName,
                                      OV::UniString password, std::int16_t port,
@@ -15,8 +14,7 @@ ClientProjectData::ClientProjectData(OV::UniString serverName, OV::UniString use
               std::move(projectName), std::move(projectDescription),
               std::move(category),    std::move(templateLocation),
               useLatestSettings,      {}}
-{
-}
+{}
 
 ClientProjectData& ClientProjectData::operator=(const ClientProjectData& other)
 {

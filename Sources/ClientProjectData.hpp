@@ -5,14 +5,12 @@
 #include "OVRoot/EventSource.hpp"
 #include "SyncraServerManagement/V2/Project.hpp"
 
-namespace SYC
-{
+namespace SYC {
 
 /// A project to be created or shown before there is a connection to it. An observable value: every
 /// setter tells the observers which field was set, whether or not the new value differs. Observers
 /// belong to one object: a copy has none. One thread at a time.
-class ClientProjectData
-{
+class ClientProjectData {
 public:
     using ChangedField = ClientProjectDataObserver::ChangedField;
     using ProjectStatus = Syncra::Server::Management::V1::ProjectStatus;

@@ -2,13 +2,11 @@
 
 #include <cstdint>
 
-namespace SYC
-{
+namespace SYC {
 
 class ClientProjectData;
 
-class ClientProjectDataObserver
-{
+class ClientProjectDataObserver {
 public:
     enum class ChangedField : std::int32_t {
         ServerName,

@@ -2,8 +2,7 @@
 
 #include "OVRoot/System.hpp"
 
-namespace SYC
-{
+namespace SYC {
 
 void GetClientComputerName(OV::UniString& out)
 {

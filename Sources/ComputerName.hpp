@@ -2,8 +2,7 @@
 
 #include "OVRoot/UniString.hpp"
 
-namespace SYC
-{
+namespace SYC {
 
 /// Empties `out`, then fills it with the name of this computer, at most 512 code units. It stays
 /// empty when the system has none. Sessions are held against this name.

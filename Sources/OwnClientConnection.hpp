@@ -4,19 +4,18 @@
 
 namespace SYC {
 
-/// The four slots that a concrete connection fills, against a manager of the host and a client of its own.
+/// The four slots that a concrete connection fills, against a manager of the host and a client of
+/// its own.
 class OwnClientConnection : public ProjectConnectionBase {
 protected:
     OwnClientConnection(Kind kind, SYCB::ProjectConnectionManagerInterface* manager)
         : ProjectConnectionBase(kind), manager_(manager)
-    {
-    }
+    {}
     OwnClientConnection(Kind kind, SYCB::ProjectConnectionManagerInterface* manager,
                         IO::Location projectLocation, std::shared_ptr<CachedProjectInfo> cache)
         : ProjectConnectionBase(kind, std::move(projectLocation), std::move(cache)),
           manager_(manager)
-    {
-    }
+    {}
 
     [[nodiscard]] Syncra::Client::SyncraClient* _GetSyncraClient() const override
     {

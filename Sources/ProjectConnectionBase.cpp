@@ -247,7 +247,8 @@ void ProjectConnectionBase::TakeOrStartSession(Syncra::Protocol::Session& sessio
     try {
         sessionInfo = Client().StartSession(project_.id);
     } catch (const Communication::ResponseContentException& error) {
-        if (error.GetErrorCode() != static_cast<std::int32_t>(Syncra::Protocol::ErrorCode::SessionExists))
+        if (error.GetErrorCode() !=
+            static_cast<std::int32_t>(Syncra::Protocol::ErrorCode::SessionExists))
             throw;
         // Another client of this user was quicker; its session is ours too.
         if (!ReceiveSession(sessionInfo))
@@ -266,7 +267,8 @@ void ProjectConnectionBase::CheckSessionComputer(bool allowTakeover)
         return;
     }
     if (holder != thisComputer)
-        Client().SetSessionAttribute(sessionId_, Syncra::Protocol::SessionAttributeNames::ComputerName,
+        Client().SetSessionAttribute(sessionId_,
+                                     Syncra::Protocol::SessionAttributeNames::ComputerName,
                                      OV::ToUtf8(thisComputer));
 }
 

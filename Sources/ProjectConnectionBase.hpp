@@ -10,21 +10,21 @@
 
 namespace SYC {
 
-/// Makes sure, before the host reads or writes a shared project, that the server can be reached, that
-/// the user may use the project, that it is still the cached one, and that this computer holds a session
-/// for it. Synchronous, on the caller's thread; one thread at a time.
+/// Makes sure, before the host reads or writes a shared project, that the server can be reached,
+/// that the user may use the project, that it is still the cached one, and that this computer holds
+/// a session for it. Synchronous, on the caller's thread; one thread at a time.
 ///
-/// The primary connection works on the project that the host has open; a secondary one is made from a
-/// project URL of its own, asks nothing of the presence state, and leaves the computer of the session
-/// alone.
+/// The primary connection works on the project that the host has open; a secondary one is made from
+/// a project URL of its own, asks nothing of the presence state, and leaves the computer of the
+/// session alone.
 class ProjectConnectionBase {
 public:
     virtual ~ProjectConnectionBase();
     ProjectConnectionBase(const ProjectConnectionBase&) = delete;
     ProjectConnectionBase& operator=(const ProjectConnectionBase&) = delete;
 
-    /// Runs all steps. Never throws: every failure is a result and, where the user must hear about it,
-    /// one event posted through the manager.
+    /// Runs all steps. Never throws: every failure is a result and, where the user must hear about
+    /// it, one event posted through the manager.
     /// @param firstCheck    remembered for the host (IsFirstCheck); it changes no step
     /// @param newSession    forget the cached session and take or start the server's
     /// @param forceOnline   check even while the presence state says offline
@@ -32,8 +32,9 @@ public:
     [[nodiscard]] CheckResult Check(bool firstCheck, bool newSession, bool forceOnline,
                                     bool allowTakeover);
 
-    /// The steps of Check in their order. Each does nothing when the result is not 0 already (the first
-    /// one begins anew), returns the updated result, and throws what the server or the disk throws.
+    /// The steps of Check in their order. Each does nothing when the result is not 0 already (the
+    /// first one begins anew), returns the updated result, and throws what the server or the disk
+    /// throws.
     CheckResult ConnectAndAuthenticateToServer();
     CheckResult AuthenticateToProject(bool forceOnline);
     CheckResult GetCachedProjectInfo();
@@ -49,23 +50,32 @@ public:
     [[nodiscard]] bool IsSecondary() const noexcept { return secondary_; }
     [[nodiscard]] OV::UniString GetSessionId() const { return _GetSessionId(); }
     /// Null when there is none.
-    [[nodiscard]] Syncra::Client::SyncraClient* GetSyncraClient() const { return _GetSyncraClient(); }
+    [[nodiscard]] Syncra::Client::SyncraClient* GetSyncraClient() const
+    {
+        return _GetSyncraClient();
+    }
     [[nodiscard]] SYCB::ProjectConnectionManagerInterface* GetProjectConnectionManager() const
     {
         return _GetProjectConnectionManager();
     }
     [[nodiscard]] const OV::UniString& GetProjectId() const noexcept { return project_.id; }
     /// The project's place on the server, as its project list names it.
-    [[nodiscard]] const OV::UniString& GetServerLocation() const noexcept { return project_.location; }
+    [[nodiscard]] const OV::UniString& GetServerLocation() const noexcept
+    {
+        return project_.location;
+    }
     /// Null before the step that obtains it.
-    [[nodiscard]] const std::shared_ptr<CachedProjectInfo>& GetCache() const noexcept { return cache_; }
+    [[nodiscard]] const std::shared_ptr<CachedProjectInfo>& GetCache() const noexcept
+    {
+        return cache_;
+    }
 
     /// The computer that the server notes for the session; empty when none. Asks the server.
     [[nodiscard]] OV::UniString GetSessionComputerAttribute() const;
     /// Reads the user's session in the project anew; false when the server has none.
     [[nodiscard]] bool ReceiveSession(Syncra::Protocol::Session& sessionInfo) const;
-    /// Whether somebody else may have worked in this session since the check: the server's session is
-    /// another one, or another computer took it over. For the host, before it sends.
+    /// Whether somebody else may have worked in this session since the check: the server's session
+    /// is another one, or another computer took it over. For the host, before it sends.
     [[nodiscard]] bool IsEditConflict() const;
 
 protected:
@@ -73,8 +83,8 @@ protected:
 
     /// The primary connection, to the opened project of the manager.
     explicit ProjectConnectionBase(Kind kind);
-    /// A secondary connection to `projectLocation` with the cache to keep current; `cache` may be null,
-    /// and the check then ends with result 1.
+    /// A secondary connection to `projectLocation` with the cache to keep current; `cache` may be
+    /// null, and the check then ends with result 1.
     ProjectConnectionBase(Kind kind, IO::Location projectLocation,
                           std::shared_ptr<CachedProjectInfo> cache);
 

@@ -1,7 +1,6 @@
 #include "ProjectConnectionInfo.hpp"
 
-namespace SYC::Inner
-{
+namespace SYC::Inner {
 
 void ProjectConnectionInfo::Clear()
 {

@@ -2,8 +2,7 @@
 
 #include "OVRoot/UniString.hpp"
 
-namespace SYC::Inner
-{
+namespace SYC::Inner {
 
 /// Names one user's connection to one project.
 struct ProjectConnectionInfo {

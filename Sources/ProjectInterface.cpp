@@ -3,11 +3,9 @@
 #include <algorithm>
 #include <utility>
 
-namespace SYC
-{
+namespace SYC {
 
-namespace
-{
+namespace {
 
 /// What getters answer with when there is nothing to refer to; one object for each type.
 template <class Value>
@@ -56,14 +54,12 @@ ProjectInterface::ProjectInterface(Version version)
 ProjectInterface::ProjectInterface(V1Project project)
     : versionString_(VersionName(Version::V1)), version_(Version::V1),
       v1Project_(std::move(project))
-{
-}
+{}
 
 ProjectInterface::ProjectInterface(V2Project project)
     : versionString_(VersionName(Version::V2)), version_(Version::V2),
       v2Project_(std::move(project))
-{
-}
+{}
 
 ProjectInterface& ProjectInterface::operator=(const ProjectInterface& other)
 {

@@ -2,15 +2,13 @@
 
 #include "SyncraServerManagement/V2/Project.hpp"
 
-namespace SYC
-{
+namespace SYC {
 
 /// One project record for both generations of servers. The version says which of the two records is
 /// live; with any other version none is, and then getters answer with empty values, setters do
 /// nothing and queries are false. References that getters return stay valid as long as the
 /// interface does.
-class ProjectInterface
-{
+class ProjectInterface {
 public:
     enum class Version : std::int32_t { V1 = 1, V2 = 2 };
     /// The state of a project; servers store these as 1, 2 and 3.

@@ -2,11 +2,9 @@
 
 #include "OVRoot/Resources.hpp"
 
-namespace SYC
-{
+namespace SYC {
 
-namespace
-{
+namespace {
 
 constexpr int StatusWords = 31022;
 

@@ -2,8 +2,7 @@
 
 #include "OVRoot/UniString.hpp"
 
-namespace SYC
-{
+namespace SYC {
 
 /// What is known of a project on this machine.
 struct ProjectStatusFacts {

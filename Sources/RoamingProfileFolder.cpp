@@ -2,8 +2,7 @@
 
 #include "ManagementTool/RoamingProfile.hpp"
 
-namespace SYC
-{
+namespace SYC {
 
 IO::Location GetRoamingProfileFolderLocation()
 {

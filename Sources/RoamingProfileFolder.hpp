@@ -2,8 +2,7 @@
 
 #include "IO/Location.hpp"
 
-namespace SYC
-{
+namespace SYC {
 
 /// The user's roaming profile folder; see
 /// Syncra::Server::ManagementTool::Core::GetRoamingProfileFolderLocation, which answers.

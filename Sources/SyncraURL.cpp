@@ -4,8 +4,7 @@
 #include "SYClientBase/PasswordCoding.hpp"
 #include "SYClientBase/ProjectURL.hpp"
 
-namespace SYC
-{
+namespace SYC {
 
 OV::UniString GetSyncraURLScheme()
 {

@@ -3,8 +3,7 @@
 #include "IO/Location.hpp"
 #include "ProjectConnectionInfo.hpp"
 
-namespace SYC
-{
+namespace SYC {
 
 /// "syncra", the scheme of project URLs.
 [[nodiscard]] OV::UniString GetSyncraURLScheme();

@@ -7,14 +7,14 @@
 
 namespace IO {
 
-/// A file that this process alone holds open, for lock files that several processes share. While it is
-/// held, no other process can open it this way or delete it through File::Delete. When the process ends,
-/// however it ends, the hold ends with it; a left-over file proves nothing. A child process does not
-/// inherit the hold.
+/// A file that this process alone holds open, for lock files that several processes share. While it
+/// is held, no other process can open it this way or delete it through File::Delete. When the
+/// process ends, however it ends, the hold ends with it; a left-over file proves nothing. A child
+/// process does not inherit the hold.
 class ExclusiveFile {
 public:
-    /// Creates the file when missing and opens it; nothing when another holder has it. Other failures
-    /// throw IOException.
+    /// Creates the file when missing and opens it; nothing when another holder has it. Other
+    /// failures throw IOException.
     [[nodiscard]] static std::optional<ExclusiveFile> TryOpen(const Location& file);
 
     ~ExclusiveFile();

@@ -1,6 +1,6 @@
 #include "IO/ExclusiveFile.hpp"
 
-#include "IO/Detail/Posix.hpp"
+#include "IO/Detail/Descriptor_posix.hpp"
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -11,15 +11,16 @@ namespace IO {
 
 using Posix::Descriptor;
 
-/// `flock`, not `fcntl`: the latter's hold is lost when any second descriptor of the file is closed.
+/// `flock`, not `fcntl`: the latter's hold is lost when any second descriptor of the file is
+/// closed.
 struct ExclusiveFile::State {
     Location location;
     Descriptor file;
 
     [[nodiscard]] bool StillInPlace() const
     {
-        struct stat named{};
-        struct stat opened{};
+        struct stat named {};
+        struct stat opened {};
         return lstat(location.ToNativePath().c_str(), &named) == 0 &&
                fstat(file.Number(), &opened) == 0 && Posix::IsSameFile(named, opened);
     }
@@ -40,8 +41,8 @@ std::optional<ExclusiveFile> ExclusiveFile::TryOpen(const Location& file)
                 return std::nullopt;
             Posix::Fail(u"Cannot lock", file);
         }
-        // Its former holder may have deleted it between our open and our lock; then this hold is on a
-        // file that nobody else will find.
+        // Its former holder may have deleted it between our open and our lock; then this hold is on
+        // a file that nobody else will find.
         if (state->StillInPlace())
             return ExclusiveFile(std::move(state));
     }

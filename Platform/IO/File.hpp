@@ -34,8 +34,9 @@ struct Content {
 [[nodiscard]] OV::String ReadAll(const Location& file);
 
 /// Replaces the file as a whole: written beside the target, flushed to the disk, renamed over it.
-/// Whoever reads meanwhile, and whatever happens to this process, sees the old content or the new one.
-/// A new file is readable by its user alone when `isPrivate`. Returns the stamp of the new file.
+/// Whoever reads meanwhile, and whatever happens to this process, sees the old content or the new
+/// one. A new file is readable by its user alone when `isPrivate`. Returns the stamp of the new
+/// file.
 ChangeStamp Replace(const Location& file, OV::StringView bytes, bool isPrivate = false);
 
 /// An absent file counts as deleted; a file that another process holds by OpenExclusive throws

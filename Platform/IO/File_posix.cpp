@@ -1,6 +1,6 @@
 #include "IO/File.hpp"
 
-#include "IO/Detail/Posix.hpp"
+#include "IO/Detail/Descriptor_posix.hpp"
 #include "OVRoot/System.hpp"
 
 #include <atomic>
@@ -23,7 +23,7 @@ constexpr mode_t OrdinaryMode = PrivateMode | S_IRGRP | S_IROTH | S_IWGRP | S_IW
 /// The file that a link at `path` stands for, so that replacing keeps the link.
 OV::String ResolveLink(const OV::String& path)
 {
-    struct stat status{};
+    struct stat status {};
     if (lstat(path.c_str(), &status) != 0 || !S_ISLNK(status.st_mode))
         return path;
     char* resolved = realpath(path.c_str(), nullptr);
@@ -47,11 +47,11 @@ public:
         static std::atomic<unsigned> counter{0};
         path_ = target_ + ".new-" + std::to_string(OV::System::ProcessId()) + "-" +
                 std::to_string(counter++);
-        struct stat former{};
+        struct stat former {};
         const bool exists = stat(target_.c_str(), &former) == 0;
         const mode_t mode = isPrivate ? PrivateMode : OrdinaryMode;
-        file_ = Descriptor(
-            Retry([&] { return open(path_.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, mode); }));
+        file_ = Descriptor(Retry(
+            [&] { return open(path_.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, mode); }));
         if (!file_)
             Posix::Fail(u"Cannot open for writing", place_);
         if (exists && !isPrivate)
@@ -68,7 +68,8 @@ public:
     void Write(OV::StringView bytes)
     {
         while (!bytes.empty()) {
-            const auto written = Retry([&] { return write(file_.Number(), bytes.data(), bytes.size()); });
+            const auto written =
+                Retry([&] { return write(file_.Number(), bytes.data(), bytes.size()); });
             if (written < 0)
                 Posix::Fail(u"Cannot write", place_);
             bytes.remove_prefix(static_cast<std::size_t>(written));
@@ -77,13 +78,15 @@ public:
 
     ChangeStamp Commit()
     {
-        struct stat status{};
-        if (Retry([&] { return fsync(file_.Number()); }) != 0 || fstat(file_.Number(), &status) != 0)
+        struct stat status {};
+        if (Retry([&] { return fsync(file_.Number()); }) != 0 ||
+            fstat(file_.Number(), &status) != 0)
             Posix::Fail(u"Cannot flush", place_);
         if (std::rename(path_.c_str(), target_.c_str()) != 0)
             Posix::Fail(u"Cannot replace", place_);
         path_.clear();
-        const Descriptor folder(open(FolderOf(target_).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+        const Descriptor folder(
+            open(FolderOf(target_).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
         if (folder)
             fsync(folder.Number());
         return Posix::StampOf(status);
@@ -99,7 +102,8 @@ private:
 /// A hold on the file at `path` that nobody else has; throws HeldByOther when somebody does.
 Descriptor HoldForDeletion(const Location& place, const OV::String& path)
 {
-    Descriptor file(Retry([&] { return open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK); }));
+    Descriptor file(
+        Retry([&] { return open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK); }));
     if (file && flock(file.Number(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK)
         throw IOException(ErrorCode::HeldByOther, u"Cannot delete", place,
                           "another process holds the file open");
@@ -109,8 +113,8 @@ Descriptor HoldForDeletion(const Location& place, const OV::String& path)
 /// Whether `path` still names the file behind `held`.
 bool StillNames(const OV::String& path, const Descriptor& held)
 {
-    struct stat named{};
-    struct stat opened{};
+    struct stat named {};
+    struct stat opened {};
     return lstat(path.c_str(), &named) == 0 && fstat(held.Number(), &opened) == 0 &&
            Posix::IsSameFile(named, opened);
 }
@@ -119,13 +123,13 @@ bool StillNames(const OV::String& path, const Descriptor& held)
 
 bool Exists(const Location& file)
 {
-    struct stat status{};
+    struct stat status {};
     return stat(file.ToNativePath().c_str(), &status) == 0 && !S_ISDIR(status.st_mode);
 }
 
 std::optional<ChangeStamp> GetChangeStamp(const Location& file)
 {
-    struct stat status{};
+    struct stat status {};
     if (stat(file.ToNativePath().c_str(), &status) == 0)
         return Posix::StampOf(status);
     if (errno != ENOENT && errno != ENOTDIR)
@@ -135,8 +139,9 @@ std::optional<ChangeStamp> GetChangeStamp(const Location& file)
 
 Content Read(const Location& file)
 {
-    const Descriptor opened(Retry([&] { return open(file.ToNativePath().c_str(), O_RDONLY | O_CLOEXEC); }));
-    struct stat status{};
+    const Descriptor opened(
+        Retry([&] { return open(file.ToNativePath().c_str(), O_RDONLY | O_CLOEXEC); }));
+    struct stat status {};
     if (!opened || fstat(opened.Number(), &status) != 0)
         Posix::Fail(u"Cannot open", file);
     if (S_ISDIR(status.st_mode))
@@ -148,7 +153,8 @@ Content Read(const Location& file)
         if (filled == content.bytes.size())
             content.bytes.resize(filled + 4096);
         const auto count = Retry([&] {
-            return read(opened.Number(), content.bytes.data() + filled, content.bytes.size() - filled);
+            return read(opened.Number(), content.bytes.data() + filled,
+                        content.bytes.size() - filled);
         });
         if (count < 0)
             Posix::Fail(u"Cannot read", file);

@@ -1,6 +1,6 @@
 #include "IO/Folder.hpp"
 
-#include "IO/Detail/Posix.hpp"
+#include "IO/Detail/Descriptor_posix.hpp"
 
 #include <dirent.h>
 #include <fcntl.h>
@@ -28,7 +28,7 @@ bool IsFolder(const OpenFolder& parent, const dirent& entry, bool followLinks)
 {
     if (entry.d_type != DT_UNKNOWN && (entry.d_type != DT_LNK || !followLinks))
         return entry.d_type == DT_DIR;
-    struct stat status{};
+    struct stat status {};
     return fstatat(dirfd(parent.get()), entry.d_name, &status,
                    followLinks ? 0 : AT_SYMLINK_NOFOLLOW) == 0 &&
            S_ISDIR(status.st_mode);
@@ -60,7 +60,7 @@ void Visit(const Location& folder, bool followLinks, const std::function<bool(co
 
 bool Exists(const Location& folder)
 {
-    struct stat status{};
+    struct stat status {};
     return stat(folder.ToNativePath().c_str(), &status) == 0 && S_ISDIR(status.st_mode);
 }
 
@@ -81,7 +81,7 @@ void Enumerate(const Location& folder, const std::function<bool(const Entry&)>& 
 
 bool Contains(const Location& folder, OV::UniStringView name)
 {
-    struct stat status{};
+    struct stat status {};
     return lstat(folder.Appended(name).ToNativePath().c_str(), &status) == 0;
 }
 
@@ -98,7 +98,7 @@ std::uint64_t GetSize(const Location& folder)
     std::uint64_t size = 0;
     Visit(folder, false, [&](const Entry& entry) {
         const auto place = folder.Appended(entry.name);
-        struct stat status{};
+        struct stat status {};
         if (entry.isFolder)
             size += GetSize(place);
         else if (lstat(place.ToNativePath().c_str(), &status) == 0 && S_ISREG(status.st_mode))

@@ -8,7 +8,6 @@ IOException::IOException(ErrorCode code, OV::UniStringView operation, const Loca
                     OV::FromUtf8(reason) + u".",
                 source),
       code_(code), location_(place)
-{
-}
+{}
 
 }  // namespace IO

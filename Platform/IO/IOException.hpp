@@ -16,7 +16,8 @@ enum class ErrorCode : std::uint32_t {
     HeldByOther = 0x81010202,
 };
 
-/// A file-system operation failed; the message names the operation, the place and the system's reason.
+/// A file-system operation failed; the message names the operation, the place and the system's
+/// reason.
 class IOException : public OV::Exception {
 public:
     IOException(ErrorCode code, OV::UniStringView operation, const Location& place,

@@ -18,7 +18,8 @@ public:
     /// An empty location, which is not legal.
     Location() = default;
 
-    /// A local path in the system's syntax, absolute or relative; "." and empty components are dropped,
+    /// A local path in the system's syntax, absolute or relative; "." and empty components are
+    /// dropped,
     /// ".." is kept. An empty text gives an empty location.
     [[nodiscard]] static Location FromPath(OV::UniStringView path);
     /// Throws OV::IllegalArgumentException when `text` is not a URL with scheme and host. User and
@@ -40,14 +41,20 @@ public:
     [[nodiscard]] const OV::UniString& GetHost() const noexcept { return host_; }
     [[nodiscard]] std::uint16_t GetPort() const noexcept { return port_; }
     /// The local part.
-    [[nodiscard]] const std::vector<OV::UniString>& GetComponents() const noexcept { return components_; }
+    [[nodiscard]] const std::vector<OV::UniString>& GetComponents() const noexcept
+    {
+        return components_;
+    }
 
     void SetScheme(OV::UniString scheme) { scheme_ = std::move(scheme); }
     void SetUserName(OV::UniString name) { userName_ = std::move(name); }
     void SetPassword(OV::UniString password) { password_ = std::move(password); }
     void SetHost(OV::UniString host) { host_ = std::move(host); }
     void SetPort(std::uint16_t port) { port_ = port; }
-    void SetComponents(std::vector<OV::UniString> components) { components_ = std::move(components); }
+    void SetComponents(std::vector<OV::UniString> components)
+    {
+        components_ = std::move(components);
+    }
 
     /// This location with one more component.
     [[nodiscard]] Location Appended(OV::UniStringView component) const;
@@ -60,7 +67,8 @@ public:
     [[nodiscard]] OV::UniString ToPath() const;
     /// The same for system calls.
     [[nodiscard]] OV::String ToNativePath() const;
-    /// The URL text. Throws OV::IllegalArgumentException unless the model is Url and the location legal.
+    /// The URL text. Throws OV::IllegalArgumentException unless the model is Url and the location
+    /// legal.
     [[nodiscard]] OV::UniString ToUrlText() const;
     /// What a message may show: the path, or the URL without its password.
     [[nodiscard]] OV::UniString ToDisplayText() const;

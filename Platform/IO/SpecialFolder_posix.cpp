@@ -9,7 +9,8 @@ namespace {
 
 constexpr OV::UniStringView CompanyName = u"Orvant";
 
-/// The environment's folder when it names an absolute one (others are to be ignored), else `fallback`.
+/// The environment's folder when it names an absolute one (others are to be ignored), else
+/// `fallback`.
 Location FromEnvironment(OV::StringView variable, const OV::String& fallback)
 {
     const OV::String value = OV::System::EnvironmentVariable(variable);

@@ -27,8 +27,8 @@ Number Decode(const std::array<std::byte, sizeof(Number)>& bytes)
 {
     std::make_unsigned_t<Number> value = 0;
     for (std::size_t i = sizeof(Number); i-- > 0;)
-        value = static_cast<std::make_unsigned_t<Number>>(
-            static_cast<std::uint64_t>(value) << 8 | static_cast<std::uint64_t>(bytes[i]));
+        value = static_cast<std::make_unsigned_t<Number>>(static_cast<std::uint64_t>(value) << 8 |
+                                                          static_cast<std::uint64_t>(bytes[i]));
     return static_cast<Number>(value);
 }
 
@@ -76,10 +76,22 @@ ChannelStatus IChannel::Read(bool& value)
     return ChannelOk;
 }
 
-ChannelStatus IChannel::Read(std::int16_t& value) { return ReadNumber(*this, value); }
-ChannelStatus IChannel::Read(std::uint16_t& value) { return ReadNumber(*this, value); }
-ChannelStatus IChannel::Read(std::int32_t& value) { return ReadNumber(*this, value); }
-ChannelStatus IChannel::Read(std::uint32_t& value) { return ReadNumber(*this, value); }
+ChannelStatus IChannel::Read(std::int16_t& value)
+{
+    return ReadNumber(*this, value);
+}
+ChannelStatus IChannel::Read(std::uint16_t& value)
+{
+    return ReadNumber(*this, value);
+}
+ChannelStatus IChannel::Read(std::int32_t& value)
+{
+    return ReadNumber(*this, value);
+}
+ChannelStatus IChannel::Read(std::uint32_t& value)
+{
+    return ReadNumber(*this, value);
+}
 
 ChannelStatus IChannel::Read(UniString& value)
 {
@@ -109,10 +121,22 @@ ChannelStatus OChannel::Write(bool value)
     return WriteBytes({&byte, 1});
 }
 
-ChannelStatus OChannel::Write(std::int16_t value) { return WriteBytes(Encode(value)); }
-ChannelStatus OChannel::Write(std::uint16_t value) { return WriteBytes(Encode(value)); }
-ChannelStatus OChannel::Write(std::int32_t value) { return WriteBytes(Encode(value)); }
-ChannelStatus OChannel::Write(std::uint32_t value) { return WriteBytes(Encode(value)); }
+ChannelStatus OChannel::Write(std::int16_t value)
+{
+    return WriteBytes(Encode(value));
+}
+ChannelStatus OChannel::Write(std::uint16_t value)
+{
+    return WriteBytes(Encode(value));
+}
+ChannelStatus OChannel::Write(std::int32_t value)
+{
+    return WriteBytes(Encode(value));
+}
+ChannelStatus OChannel::Write(std::uint32_t value)
+{
+    return WriteBytes(Encode(value));
+}
 
 ChannelStatus OChannel::Write(UniStringView value)
 {
@@ -139,7 +163,10 @@ bool IChannelX::ReadBool()
     return byte == std::byte{1};
 }
 
-std::int32_t IChannelX::ReadInt() { return static_cast<std::int32_t>(ReadUInt()); }
+std::int32_t IChannelX::ReadInt()
+{
+    return static_cast<std::int32_t>(ReadUInt());
+}
 
 std::uint32_t IChannelX::ReadUInt()
 {
@@ -164,8 +191,14 @@ void OChannelX::WriteBool(bool value)
     WriteBytes({&byte, 1});
 }
 
-void OChannelX::WriteInt(std::int32_t value) { WriteBytes(Encode(value)); }
-void OChannelX::WriteUInt(std::uint32_t value) { WriteBytes(Encode(value)); }
+void OChannelX::WriteInt(std::int32_t value)
+{
+    WriteBytes(Encode(value));
+}
+void OChannelX::WriteUInt(std::uint32_t value)
+{
+    WriteBytes(Encode(value));
+}
 
 void OBinaryChannelUtilities::WriteUniStringAsUTF8(OChannelX& channel, UniStringView text)
 {

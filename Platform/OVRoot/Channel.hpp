@@ -8,16 +8,17 @@
 
 namespace OV {
 
-/// Status of a channel operation: 0 for success, otherwise an error code that callers hand on as it is.
+/// Status of a channel operation: 0 for success, otherwise an error code that callers hand on as it
+/// is.
 using ChannelStatus = int;
 inline constexpr ChannelStatus ChannelOk = 0;
 /// A failed read or write, an unknown version or an unknown type id.
 inline constexpr ChannelStatus ChannelFailed = -7003;
 
 /// Binary input. Numbers are little-endian, a bool is one byte (0 or 1, anything else fails), a
-/// string is an unsigned 32-bit count of bytes followed by that many bytes of UTF-16LE (an odd count
-/// fails). After a failure the values of later reads are unspecified, but the channel stays usable and
-/// never allocates more than the bytes that really arrived, plus one step of 64 KiB.
+/// string is an unsigned 32-bit count of bytes followed by that many bytes of UTF-16LE (an odd
+/// count fails). After a failure the values of later reads are unspecified, but the channel stays
+/// usable and never allocates more than the bytes that really arrived, plus one step of 64 KiB.
 class IChannel {
 public:
     virtual ~IChannel() = default;

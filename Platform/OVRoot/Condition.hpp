@@ -7,8 +7,8 @@
 
 namespace OV {
 
-/// An event: Notify is kept until a wait has seen it, whichever comes first, and wakes every waiter.
-/// Once notified it stays so until Reset. Safe on any thread.
+/// An event: Notify is kept until a wait has seen it, whichever comes first, and wakes every
+/// waiter. Once notified it stays so until Reset. Safe on any thread.
 class Condition {
 public:
     void Notify();

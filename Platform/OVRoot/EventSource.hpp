@@ -25,8 +25,8 @@ public:
         std::erase(observers_, &observer);
     }
 
-    /// Calls `tell(observer)` in order of attachment, without holding the lock. An observer that was
-    /// detached by one called before it is left out.
+    /// Calls `tell(observer)` in order of attachment, without holding the lock. An observer that
+    /// was detached by one called before it is left out.
     template <class Tell>
     void Notify(Tell&& tell)
     {

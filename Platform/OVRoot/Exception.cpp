@@ -6,13 +6,11 @@ namespace OV {
 
 Exception::Exception(UniString message, SourcePlace place, std::shared_ptr<const Exception> cause)
     : message_(std::move(message)), utf8_(ToUtf8(message_)), place_(place), cause_(std::move(cause))
-{
-}
+{}
 
 Exception::Exception(StringView message, SourcePlace place, std::shared_ptr<const Exception> cause)
     : Exception(FromUtf8(message), place, std::move(cause))
-{
-}
+{}
 
 StringView Exception::GetSourceName() const noexcept
 {

@@ -49,19 +49,21 @@ private:
 };
 
 /// Writes the two overrides that every member of the family needs.
-#define OV_EXCEPTION_IDENTITY(Class)                                                        \
-    [[nodiscard]] OV::StringView GetName() const noexcept override { return #Class; }       \
-    [[nodiscard]] std::unique_ptr<OV::Exception> Clone() const override                     \
-    {                                                                                       \
-        return std::make_unique<Class>(*this);                                              \
+#define OV_EXCEPTION_IDENTITY(Class)                                                               \
+    [[nodiscard]] OV::StringView GetName() const noexcept override                                 \
+    {                                                                                              \
+        return #Class;                                                                             \
+    }                                                                                              \
+    [[nodiscard]] std::unique_ptr<OV::Exception> Clone() const override                            \
+    {                                                                                              \
+        return std::make_unique<Class>(*this);                                                     \
     }
 
 class NullReferenceException : public Exception {
 public:
     explicit NullReferenceException(SourcePlace place = SourcePlace::Here())
         : Exception(StringView("Null reference."), place)
-    {
-    }
+    {}
     OV_EXCEPTION_IDENTITY(NullReferenceException)
 };
 
@@ -83,8 +85,7 @@ class InterruptedException : public Exception {
 public:
     explicit InterruptedException(SourcePlace place = SourcePlace::Here())
         : Exception(StringView("The operation was interrupted."), place)
-    {
-    }
+    {}
     OV_EXCEPTION_IDENTITY(InterruptedException)
 };
 

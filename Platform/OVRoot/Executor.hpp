@@ -19,8 +19,8 @@ using RunnableTask = Ref<Runnable>;
 /// A runnable made of a function.
 [[nodiscard]] RunnableTask MakeTask(std::function<void()> work);
 
-/// Runs tasks, each at most once. Execute never blocks for the task and never runs it on the calling
-/// thread. A task that throws is logged and ends there: the executor goes on.
+/// Runs tasks, each at most once. Execute never blocks for the task and never runs it on the
+/// calling thread. A task that throws is logged and ends there: the executor goes on.
 class Executor {
 public:
     virtual ~Executor() = default;

@@ -24,7 +24,8 @@ class OV_CAPABILITY("mutex") Lock {
 public:
     void Acquire() OV_ACQUIRE() { mutex_.lock(); }
     void Release() OV_RELEASE() { mutex_.unlock(); }
-    /// The names of the standard's BasicLockable, so that std::condition_variable_any can wait on it.
+    /// The names of the standard's BasicLockable, so that std::condition_variable_any can wait on
+    /// it.
     void lock() OV_ACQUIRE() { mutex_.lock(); }
     void unlock() OV_RELEASE() { mutex_.unlock(); }
 

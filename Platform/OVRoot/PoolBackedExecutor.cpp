@@ -8,8 +8,7 @@ namespace OV {
 
 PoolBackedExecutor::PoolBackedExecutor(std::unique_ptr<Detail::TaskPool> pool)
     : pool_(std::move(pool))
-{
-}
+{}
 
 PoolBackedExecutor::~PoolBackedExecutor() = default;
 

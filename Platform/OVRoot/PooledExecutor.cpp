@@ -11,8 +11,7 @@ PooledExecutor::PooledExecutor(std::uint32_t coreThreads, std::uint32_t maximumT
     : PoolBackedExecutor(std::make_unique<Detail::TaskPool>(
           coreThreads, std::max({coreThreads, maximumThreads, 1u}),
           std::chrono::milliseconds(keepAliveMilliseconds)))
-{
-}
+{}
 
 PooledExecutor::~PooledExecutor()
 {

@@ -4,12 +4,12 @@
 
 namespace OV {
 
-/// A queue served by threads that come with the first task and go after a time without work. With one
-/// thread, tasks run in the order in which they were given. The destructor cancels and waits.
+/// A queue served by threads that come with the first task and go after a time without work. With
+/// one thread, tasks run in the order in which they were given. The destructor cancels and waits.
 class PooledExecutor final : public PoolBackedExecutor {
 public:
-    /// Up to `maximumThreads` run at once; `coreThreads` of them are kept for `keepAliveMilliseconds`
-    /// without work, the others go with the last waiting task.
+    /// Up to `maximumThreads` run at once; `coreThreads` of them are kept for
+    /// `keepAliveMilliseconds` without work, the others go with the last waiting task.
     PooledExecutor(std::uint32_t coreThreads, std::uint32_t maximumThreads,
                    std::uint32_t keepAliveMilliseconds);
     ~PooledExecutor() override;

@@ -18,12 +18,10 @@ public:
     explicit Ref(std::shared_ptr<T> object) noexcept : object_(std::move(object)) {}
     template <class U, class = std::enable_if_t<std::is_convertible_v<U*, T*>>>
     Ref(const Ref<U>& other) noexcept : object_(other.Shared())
-    {
-    }
+    {}
     template <class U, class = std::enable_if_t<std::is_convertible_v<U*, T*>>>
     Ref(std::unique_ptr<U> object) : object_(std::move(object))
-    {
-    }
+    {}
 
     [[nodiscard]] T& operator*() const { return Checked(); }
     [[nodiscard]] T* operator->() const { return &Checked(); }

@@ -35,8 +35,8 @@ public:
     static AlertPresenter* SetCurrent(AlertPresenter* presenter);
 };
 
-/// Shows alert `number`, the placeholders of its message and detail filled with `arguments` in order,
-/// and returns the 1-based button. Safe on any thread as far as the installed presenter is.
+/// Shows alert `number`, the placeholders of its message and detail filled with `arguments` in
+/// order, and returns the 1-based button. Safe on any thread as far as the installed presenter is.
 int ShowAlert(int number, std::initializer_list<FormatArgument> arguments = {});
 
 }  // namespace OV

@@ -3,8 +3,7 @@
 #include <cstddef>
 #include <string>
 
-namespace OV
-{
+namespace OV {
 
 /// Overwrites memory that held a secret, in a way that the compiler may not leave out.
 inline void SecureWipe(void* memory, std::size_t bytes) noexcept

@@ -12,9 +12,9 @@ enum class Stream { Input, Output, Error };
 /// Whether a person sits at the other end.
 [[nodiscard]] bool IsTerminal(Stream stream) noexcept;
 
-/// Shows `prompt` on the controlling terminal and reads one line from it without echo; the terminal is
-/// restored whatever happens, an interrupt included. Nothing when there is no terminal or the input
-/// ended. The caller wipes the text.
+/// Shows `prompt` on the controlling terminal and reads one line from it without echo; the terminal
+/// is restored whatever happens, an interrupt included. Nothing when there is no terminal or the
+/// input ended. The caller wipes the text.
 [[nodiscard]] std::optional<String> ReadPassword(StringView prompt);
 
 }  // namespace OV::Terminal

@@ -33,11 +33,12 @@ struct Thread::State {
 
 Thread::Thread(StringView name, std::function<void()> body) : state_(std::make_unique<State>())
 {
-    state_->thread = std::jthread([name = String(name), body = std::move(body)](std::stop_token token) {
-        System::NameCurrentThread(name);
-        const InterruptionScope scope(std::move(token));
-        RunLogged(body);
-    });
+    state_->thread =
+        std::jthread([name = String(name), body = std::move(body)](std::stop_token token) {
+            System::NameCurrentThread(name);
+            const InterruptionScope scope(std::move(token));
+            RunLogged(body);
+        });
 }
 
 Thread::~Thread() = default;
@@ -70,15 +71,15 @@ void Thread::Sleep(std::uint32_t milliseconds)
     std::mutex lock;
     std::condition_variable_any wake;
     std::unique_lock guard(lock);
-    wake.wait_for(guard, currentToken, std::chrono::milliseconds(milliseconds), [] { return false; });
+    wake.wait_for(guard, currentToken, std::chrono::milliseconds(milliseconds),
+                  [] { return false; });
     if (IsInterrupted())
         throw InterruptedException();
 }
 
 InterruptionScope::InterruptionScope(std::stop_token token)
     : former_(std::exchange(currentToken, std::move(token)))
-{
-}
+{}
 
 InterruptionScope::~InterruptionScope()
 {

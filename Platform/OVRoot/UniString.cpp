@@ -7,12 +7,20 @@ namespace OV {
 
 namespace {
 
-constexpr bool IsHigh(char16_t unit) { return unit >= 0xD800 && unit <= 0xDBFF; }
-constexpr bool IsLow(char16_t unit) { return unit >= 0xDC00 && unit <= 0xDFFF; }
+constexpr bool IsHigh(char16_t unit)
+{
+    return unit >= 0xD800 && unit <= 0xDBFF;
+}
+constexpr bool IsLow(char16_t unit)
+{
+    return unit >= 0xDC00 && unit <= 0xDFFF;
+}
 
 void AppendUtf8(String& out, char32_t code)
 {
-    const auto tail = [&](int shift) { out.push_back(static_cast<char>(0x80 | ((code >> shift) & 0x3F))); };
+    const auto tail = [&](int shift) {
+        out.push_back(static_cast<char>(0x80 | ((code >> shift) & 0x3F)));
+    };
     if (code < 0x80) {
         out.push_back(static_cast<char>(code));
     } else if (code < 0x800) {
@@ -35,7 +43,8 @@ struct Decoded {
     std::size_t length = 0;  ///< 0 for a malformed sequence
 };
 
-/// One code point at the front of `bytes`, which is not empty. Surrogates in three bytes are let through.
+/// One code point at the front of `bytes`, which is not empty. Surrogates in three bytes are let
+/// through.
 Decoded DecodeOne(StringView bytes)
 {
     const auto at = [&](std::size_t i) { return static_cast<unsigned char>(bytes[i]); };

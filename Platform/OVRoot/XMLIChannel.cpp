@@ -10,8 +10,8 @@ namespace OV {
 
 namespace {
 
-/// The first element from `node` on; comments and blank text between values are passed over, any other
-/// content stands for itself.
+/// The first element from `node` on; comments and blank text between values are passed over, any
+/// other content stands for itself.
 pugi::xml_node NextElement(pugi::xml_node node)
 {
     const auto isBlank = [](pugi::xml_node text) {
@@ -28,8 +28,9 @@ pugi::xml_node NextElement(pugi::xml_node node)
 bool IsValue(pugi::xml_node element)
 {
     const auto content = element.first_child();
-    return !content || ((content.type() == pugi::node_pcdata || content.type() == pugi::node_cdata) &&
-                        !content.next_sibling());
+    return !content ||
+           ((content.type() == pugi::node_pcdata || content.type() == pugi::node_cdata) &&
+            !content.next_sibling());
 }
 
 }  // namespace
@@ -65,7 +66,8 @@ struct XMLIChannel::State {
             text.data(), text.size(), pugi::parse_default | pugi::parse_ws_pcdata_single,
             pugi::encoding_utf8);
         if (!result)
-            Fail("no XML at byte " + std::to_string(result.offset) + ": " + result.description() + ".");
+            Fail("no XML at byte " + std::to_string(result.offset) + ": " + result.description() +
+                 ".");
         parent = document;
         next = NextElement(document.first_child());
         if (!next || NextElement(next.next_sibling()))
@@ -91,7 +93,8 @@ struct XMLIChannel::State {
             Number number{};
             const auto result =
                 std::from_chars(digits.data(), digits.data() + digits.size(), number);
-            const bool whole = result.ec == std::errc() && result.ptr == digits.data() + digits.size();
+            const bool whole =
+                result.ec == std::errc() && result.ptr == digits.data() + digits.size();
             return whole ? std::optional(number) : std::nullopt;
         });
     }

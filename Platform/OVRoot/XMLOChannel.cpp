@@ -15,7 +15,8 @@ struct XMLOChannel::State {
     void WriteText(StringView name, const String& text)
     {
         if (current == document)
-            throw IllegalArgumentException("Value \"" + String(name) + "\" written outside the root.");
+            throw IllegalArgumentException("Value \"" + String(name) +
+                                           "\" written outside the root.");
         current.append_child(String(name).c_str()).text().set(text.c_str());
     }
 };

@@ -7,15 +7,25 @@
 
 namespace SYCB {
 
-/// What the client base asks of a project's cache. The protected queries take a dummy value whose only
-/// job is to make an override exact: a signature that differs does not compile instead of hiding one.
+/// What the client base asks of a project's cache. The protected queries take a dummy value whose
+/// only job is to make an override exact: a signature that differs does not compile instead of
+/// hiding one.
 class CachedProjectInfo {
 public:
     virtual ~CachedProjectInfo() = default;
 
-    [[nodiscard]] IO::Location GetCacheFolderLocation() const { return _GetCacheFolderLocation({}); }
-    [[nodiscard]] OV::Array<OV::UniString> GetCacheEntryList() const { return _GetCacheEntryList({}); }
-    [[nodiscard]] std::int32_t GetLastModificationTime() const { return _GetLastModificationTime({}); }
+    [[nodiscard]] IO::Location GetCacheFolderLocation() const
+    {
+        return _GetCacheFolderLocation({});
+    }
+    [[nodiscard]] OV::Array<OV::UniString> GetCacheEntryList() const
+    {
+        return _GetCacheEntryList({});
+    }
+    [[nodiscard]] std::int32_t GetLastModificationTime() const
+    {
+        return _GetLastModificationTime({});
+    }
     [[nodiscard]] OV::UniString GetLoginName() const { return _GetLoginName({}); }
     [[nodiscard]] std::int32_t GetLogonId() const { return _GetLogonId({}); }
     [[nodiscard]] OV::HashSet<OV::UniString> GetPermissions() const { return _GetPermissions({}); }

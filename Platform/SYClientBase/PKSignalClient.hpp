@@ -18,10 +18,11 @@ public:
     virtual void _SignalReceived(const Syncra::Protocol::Signal& signal) = 0;
 };
 
-/// Listens for the signals of one opened project on a thread of its own and feeds its presence service:
-/// online while the server answers, offline when it does not, then tried again with growing pauses.
-/// After a reconnection every observer gets one signal of each kind, so that nothing that happened in
-/// between is missed. A server that refuses the user ends the listening (offline, with a log line).
+/// Listens for the signals of one opened project on a thread of its own and feeds its presence
+/// service: online while the server answers, offline when it does not, then tried again with
+/// growing pauses. After a reconnection every observer gets one signal of each kind, so that
+/// nothing that happened in between is missed. A server that refuses the user ends the listening
+/// (offline, with a log line).
 class PKSignalClient {
 public:
     /// Makes the signed-in client for each connection; may throw as SyncraClient does.
@@ -35,16 +36,17 @@ public:
 
     /// Begins to listen; a second call listens to the new project instead.
     void Start(Connector connector, OV::UniString projectId);
-    /// Ends the held request at once and joins the thread. The presence becomes Unknown. Called by an
-    /// observer on the signal client's own thread, it ends the listening as soon as that call returns.
+    /// Ends the held request at once and joins the thread. The presence becomes Unknown. Called by
+    /// an observer on the signal client's own thread, it ends the listening as soon as that call
+    /// returns.
     void Stop();
 
     [[nodiscard]] PresenceService& GetPresenceService() noexcept { return presence_; }
 
     /// The user chose to work offline: nothing sets the presence online until it is lifted.
     [[nodiscard]] bool IsForcedOffline() const noexcept;
-    /// Forcing ends the held request, sets the presence offline and leaves the server alone; lifting
-    /// tries to connect at once.
+    /// Forcing ends the held request, sets the presence offline and leaves the server alone;
+    /// lifting tries to connect at once.
     void SetForcedOffline(bool forced);
 
     void Attach(PKSignalClientObserver& observer);

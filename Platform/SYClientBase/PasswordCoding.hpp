@@ -5,18 +5,19 @@
 
 namespace SYCB {
 
-/// A coded password cannot be turned back: it was coded for another user or machine, or was changed.
+/// A coded password cannot be turned back: it was coded for another user or machine, or was
+/// changed.
 class PasswordCodingException : public OV::Exception {
 public:
     using Exception::Exception;
     OV_EXCEPTION_IDENTITY(PasswordCodingException)
 };
 
-/// Keeps a password out of clear text in URLs and files. The result holds letters, digits, "-" and "_"
-/// only, is the same for the same password (so that equal logins give equal URLs), can be read back on
-/// this machine by this user alone, and cannot be changed unnoticed. An empty password stays empty.
-/// The key is made on first use, in a file that only the user can read; a key file that is damaged or
-/// cannot be made throws PasswordCodingException naming it. Safe on any thread.
+/// Keeps a password out of clear text in URLs and files. The result holds letters, digits, "-" and
+/// "_" only, is the same for the same password (so that equal logins give equal URLs), can be read
+/// back on this machine by this user alone, and cannot be changed unnoticed. An empty password
+/// stays empty. The key is made on first use, in a file that only the user can read; a key file
+/// that is damaged or cannot be made throws PasswordCodingException naming it. Safe on any thread.
 [[nodiscard]] OV::UniString CodePassword(OV::UniStringView password);
 
 /// The exact inverse. Throws PasswordCodingException for anything that CodePassword did not return.

@@ -40,8 +40,7 @@ public:
     ResponseContentException(std::int32_t code, OV::UniString message,
                              OV::SourcePlace place = OV::SourcePlace::Here())
         : CommunicationException(std::move(message), place), code_(code)
-    {
-    }
+    {}
     [[nodiscard]] std::int32_t GetErrorCode() const noexcept { return code_; }
     OV_EXCEPTION_IDENTITY(ResponseContentException)
 

@@ -9,11 +9,9 @@
 #include <array>
 #include <atomic>
 
-namespace Communication
-{
+namespace Communication {
 
-namespace
-{
+namespace {
 
 /// curl bounds a single header line only, and keeps every line of an answer in memory.
 constexpr std::size_t MaximumHeaderBytes = 64u << 10;
@@ -69,6 +67,7 @@ struct HttpClient::State {
     OV::String url;
     OV::String body;
     std::size_t headerBytes = 0;
+    bool headEnded = false;
     unsigned sends = 0;
     bool mayBeSentAgain = false;
     Detail::TransferNotes notes;
@@ -168,6 +167,7 @@ void HttpClient::State::Prepare(const HttpRequest& request)
 
     body.clear();
     headerBytes = 0;
+    headEnded = false;
     sends = 0;
     mayBeSentAgain = request.method == HttpMethod::Get;
     notes = {};
@@ -185,9 +185,14 @@ std::size_t HttpClient::State::TakeBody(char* bytes, std::size_t, std::size_t co
     return count;
 }
 
-std::size_t HttpClient::State::TakeHeader(char*, std::size_t, std::size_t count, void* self)
+std::size_t HttpClient::State::TakeHeader(char* bytes, std::size_t, std::size_t count, void* self)
 {
     State& state = *static_cast<State*>(self);
+    const OV::StringView line(bytes, count);
+    if (line.starts_with("HTTP/"))
+        state.headEnded = false;  // the real answer after an interim one
+    else if (line == "\r\n" || line == "\n")
+        state.headEnded = true;
     state.headerBytes += count;
     state.notes.headersTooLarge = state.headerBytes > MaximumHeaderBytes;
     return state.notes.headersTooLarge ? 0 : count;
@@ -226,13 +231,14 @@ CURLcode HttpClient::State::Drive(const std::stop_token& token)
     }
     int left = 0;
     const CURLMsg* const message = curl_multi_info_read(multi.get(), &left);
-    return message ? message->data.result : CURLE_OUT_OF_MEMORY;
+    const CURLcode result = message ? message->data.result : CURLE_OUT_OF_MEMORY;
+    // curl takes an answer that breaks off between two header lines for one without a body.
+    return result == CURLE_OK && !headEnded ? CURLE_PARTIAL_FILE : result;
 }
 
 HttpClient::HttpClient(ServerAddress address, HttpOptions options)
     : address_(std::move(address)), state_(std::make_unique<State>(address_, options))
-{
-}
+{}
 
 HttpClient::~HttpClient() = default;
 

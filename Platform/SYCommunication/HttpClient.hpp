@@ -38,9 +38,9 @@ struct HttpResponse {
     OV::String body;
 };
 
-/// One keep-alive connection to one service. Perform is synchronous; one thread at a time, but Cancel
-/// may be called from any. A request whose kept connection turned out dead before it was sent is sent
-/// once more on a new one.
+/// One keep-alive connection to one service. Perform is synchronous; one thread at a time, but
+/// Cancel may be called from any. A request whose kept connection turned out dead before it was
+/// sent is sent once more on a new one.
 class HttpClient {
 public:
     HttpClient(ServerAddress address, HttpOptions options = {});
@@ -49,8 +49,8 @@ public:
     HttpClient& operator=(const HttpClient&) = delete;
 
     /// Any status is an answer, not an error. Throws ConnectionException, TimeoutException,
-    /// MalformedResponseException, and OV::InterruptedException when the calling thread's interruption
-    /// flag is set or Cancel is called, within 100 ms.
+    /// MalformedResponseException, and OV::InterruptedException when the calling thread's
+    /// interruption flag is set or Cancel is called, within 100 ms.
     [[nodiscard]] HttpResponse Perform(const HttpRequest& request);
 
     /// Ends the request under way, and every later one, with OV::InterruptedException.

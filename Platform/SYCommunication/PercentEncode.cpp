@@ -1,10 +1,8 @@
 #include "SYCommunication/HttpClient.hpp"
 
-namespace Communication
-{
+namespace Communication {
 
-namespace
-{
+namespace {
 
 bool IsUnreserved(unsigned char byte)
 {

@@ -1,10 +1,8 @@
 #include "SYCommunication/ServerAddress.hpp"
 
-namespace Communication
-{
+namespace Communication {
 
-namespace
-{
+namespace {
 
 /// Cuts `prefix` off in any letter case; tells whether it was there.
 bool CutPrefix(OV::UniStringView& text, OV::UniStringView prefix)

@@ -4,15 +4,16 @@
 
 namespace Communication {
 
-/// Where a service listens. A server name that begins with "https://" asks for TLS; "http://" or nothing
-/// before the host does not.
+/// Where a service listens. A server name that begins with "https://" asks for TLS; "http://" or
+/// nothing before the host does not.
 struct ServerAddress {
     OV::UniString host;
     std::uint16_t port = 0;
     bool secure = false;
 
     /// Takes the server name as users and project URLs write it.
-    [[nodiscard]] static ServerAddress FromServerName(OV::UniStringView serverName, std::uint16_t port);
+    [[nodiscard]] static ServerAddress FromServerName(OV::UniStringView serverName,
+                                                      std::uint16_t port);
     /// "http://host:port" in UTF-8, an IPv6 host in brackets.
     [[nodiscard]] OV::String BaseUrl() const;
 

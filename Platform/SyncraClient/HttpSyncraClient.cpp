@@ -3,11 +3,9 @@
 #include <algorithm>
 #include <limits>
 
-namespace Syncra::Client
-{
+namespace Syncra::Client {
 
-namespace
-{
+namespace {
 
 using Communication::HttpMethod;
 using Communication::HttpRequest;
@@ -39,13 +37,11 @@ void Nothing(const json&) {}
 
 /// The client that talks the documented protocol. Each operation is one line of the table that
 /// Docs/Protocol.md holds.
-class HttpSyncraClient final : public SyncraClient
-{
+class HttpSyncraClient final : public SyncraClient {
 public:
     HttpSyncraClient(const SignInData& data, const Communication::HttpOptions& options)
         : channel_(data, options), requestTimeout_(options.requestTimeoutMilliseconds)
-    {
-    }
+    {}
 
     OV::Array<Protocol::Project> GetProjects() override
     {

@@ -10,9 +10,9 @@
 
 namespace Syncra::Client {
 
-/// The project server as one signed-in user sees it. Every call is a request and blocks for its answer;
-/// one thread at a time, except Cancel. Failures: Communication::ResponseContentException when the
-/// server refuses, the other exceptions of Communication when it cannot be asked,
+/// The project server as one signed-in user sees it. Every call is a request and blocks for its
+/// answer; one thread at a time, except Cancel. Failures: Communication::ResponseContentException
+/// when the server refuses, the other exceptions of Communication when it cannot be asked,
 /// OV::InterruptedException after Cancel or an interruption of the calling thread.
 class SyncraClient {
 public:
@@ -22,12 +22,15 @@ public:
     [[nodiscard]] virtual OV::Array<Protocol::Project> GetProjects() = 0;
     /// Whether the user is a member of the project.
     [[nodiscard]] virtual bool IsMember(const OV::UniString& projectId) = 0;
-    /// Whether a project of that name exists at all, visible to the user or not, in any letter case.
+    /// Whether a project of that name exists at all, visible to the user or not, in any letter
+    /// case.
     [[nodiscard]] virtual bool ProjectExists(const OV::UniString& projectName) = 0;
-    [[nodiscard]] virtual Protocol::ProjectState GetProjectState(const OV::UniString& projectId) = 0;
+    [[nodiscard]] virtual Protocol::ProjectState
+    GetProjectState(const OV::UniString& projectId) = 0;
 
     /// The user's sessions in the project.
-    [[nodiscard]] virtual OV::Array<Protocol::Session> GetSessions(const OV::UniString& projectId) = 0;
+    [[nodiscard]] virtual OV::Array<Protocol::Session>
+    GetSessions(const OV::UniString& projectId) = 0;
     /// Refused with code 17 when the user has one already.
     [[nodiscard]] virtual Protocol::Session StartSession(const OV::UniString& projectId) = 0;
     virtual void CloseSession(const OV::UniString& sessionId) = 0;
@@ -57,8 +60,8 @@ struct SignInData {
     OV::UniString password;
 };
 
-/// Connects and signs in. Throws as the requests do, and ServerVersionException when the server speaks
-/// another version of the protocol.
+/// Connects and signs in. Throws as the requests do, and ServerVersionException when the server
+/// speaks another version of the protocol.
 [[nodiscard]] std::unique_ptr<SyncraClient> Connect(const SignInData& data,
                                                     const Communication::HttpOptions& options = {});
 

@@ -11,11 +11,11 @@ struct Session {
     OV::UniString projectId;
     OV::UniString userId;
     OV::UniString loginName;
-    OV::UniString userName;       ///< display name
-    std::int32_t logonId = 0;     ///< short number of the user in this project, 1 to 32767
+    OV::UniString userName;    ///< display name
+    std::int32_t logonId = 0;  ///< short number of the user in this project, 1 to 32767
     OV::UniString roleName;
     OV::HashSet<OV::UniString> permissions;
-    std::int32_t startTime = 0;   ///< seconds since 1970-01-01 UTC
+    std::int32_t startTime = 0;  ///< seconds since 1970-01-01 UTC
 
     friend bool operator==(const Session&, const Session&) = default;
 };

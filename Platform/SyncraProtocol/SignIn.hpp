@@ -4,8 +4,8 @@
 
 namespace Syncra::Protocol {
 
-/// The version of the protocol that this build speaks. An answer or a request with another number is
-/// incompatible.
+/// The version of the protocol that this build speaks. An answer or a request with another number
+/// is incompatible.
 inline constexpr std::uint32_t ProtocolVersion = 1;
 
 /// A request of the user to be known to a service. The password goes over the wire as it is, so a
@@ -17,9 +17,9 @@ struct SignInRequest {
 };
 
 struct SignInAnswer {
-    OV::String token;              ///< goes into the header "Authorization: Bearer ..." of every request
+    OV::String token;  ///< goes into the header "Authorization: Bearer ..." of every request
     OV::UniString userId;
-    OV::UniString userName;        ///< display name
+    OV::UniString userName;  ///< display name
     std::uint32_t protocol = 0;
     std::uint32_t serverVersion = 0;  ///< product version as major * 100 + minor
 };

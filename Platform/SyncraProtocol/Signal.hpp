@@ -21,8 +21,9 @@ struct Signal {
     friend bool operator==(const Signal&, const Signal&) = default;
 };
 
-/// Answer to a held signal request. `next` is what the next request passes on; a server that lost its
-/// place (restart) answers with a `next` below the one asked for, and the client starts from there.
+/// Answer to a held signal request. `next` is what the next request passes on; a server that lost
+/// its place (restart) answers with a `next` below the one asked for, and the client starts from
+/// there.
 struct SignalBatch {
     OV::Array<Signal> signals;
     std::uint64_t next = 0;

@@ -2,11 +2,9 @@
 
 #include <algorithm>
 
-namespace Syncra::Server::Management
-{
+namespace Syncra::Server::Management {
 
-namespace
-{
+namespace {
 
 bool AreContentsEqual(const OV::HashSet<V1::ProjectBackupSchedule>& left,
                       const OV::HashSet<V1::ProjectBackupSchedule>& right)

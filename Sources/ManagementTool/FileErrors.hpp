@@ -3,13 +3,11 @@
 #include "IO/Location.hpp"
 #include "OVRoot/Exception.hpp"
 
-namespace Syncra::Server::ManagementTool::Core
-{
+namespace Syncra::Server::ManagementTool::Core {
 
 /// Something went wrong with one of the library's own files. The message names the file and holds
 /// the reason; the cause is the exception of the layer below.
-class FileError : public OV::Exception
-{
+class FileError : public OV::Exception {
 public:
     [[nodiscard]] const IO::Location& GetLocation() const noexcept { return location_; }
 
@@ -22,8 +20,7 @@ private:
 };
 
 /// The file cannot be opened, for reading or for writing. (The spelling is the family's.)
-class FileOpenningError : public FileError
-{
+class FileOpenningError : public FileError {
 public:
     FileOpenningError(const IO::Location& file, const OV::Exception& cause,
                       OV::SourcePlace source = OV::SourcePlace::Here());
@@ -31,8 +28,7 @@ public:
 };
 
 /// The file was opened, and does not hold the values that it should.
-class ErrorReadingFile : public FileError
-{
+class ErrorReadingFile : public FileError {
 public:
     ErrorReadingFile(const IO::Location& file, const OV::Exception& cause,
                      OV::SourcePlace source = OV::SourcePlace::Here());
@@ -40,8 +36,7 @@ public:
 };
 
 /// The file could be opened for writing, and writing it failed. The former content stands.
-class ErrorWritingFile : public FileError
-{
+class ErrorWritingFile : public FileError {
 public:
     ErrorWritingFile(const IO::Location& file, const OV::Exception& cause,
                      OV::SourcePlace source = OV::SourcePlace::Here());

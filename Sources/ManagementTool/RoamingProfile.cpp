@@ -2,8 +2,7 @@
 
 #include "IO/SpecialFolder.hpp"
 
-namespace Syncra::Server::ManagementTool::Core
-{
+namespace Syncra::Server::ManagementTool::Core {
 
 IO::Location GetRoamingProfileFolderLocation()
 {

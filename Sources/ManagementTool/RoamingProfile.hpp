@@ -2,8 +2,7 @@
 
 #include "IO/Location.hpp"
 
-namespace Syncra::Server::ManagementTool::Core
-{
+namespace Syncra::Server::ManagementTool::Core {
 
 /// The folder whose content follows the user from computer to computer, itself without the company
 /// folder "Orvant" below it. Nothing is created; the environment is read at each call.

@@ -8,8 +8,7 @@
 #include <optional>
 
 /// The library's XML value files: opened, read and replaced in one way, with one set of errors.
-namespace Syncra::Server::ManagementTool::Core
-{
+namespace Syncra::Server::ManagementTool::Core {
 
 /// Alerts shown for a value file that cannot be written; both name its path.
 enum class FileAlert : int { CacheFileOpening = 31036, CacheFileWriting = 31037 };

@@ -31,8 +31,7 @@ std::vector<Include> IncludesBelow(const std::string& folder)
         std::smatch match;
         for (std::string text; std::getline(source, text);)
             if (std::regex_search(text, match, line))
-                includes.push_back(
-                    {fs::relative(entry.path(), root), match[2], match[1] == "<"});
+                includes.push_back({fs::relative(entry.path(), root), match[2], match[1] == "<"});
     }
     return includes;
 }
@@ -86,12 +85,13 @@ TEST(LayersTest, SourcesNameOnlyTheStandardLibraryAndOurHeaders)
     const auto includes = IncludesBelow("Sources");
     ASSERT_GT(includes.size(), 50u);
     for (const auto& include : includes) {
-        if (include.angled)
+        if (include.angled) {
             EXPECT_TRUE(IsStandardHeader(include.header)) << include.file << ": " << include.header;
-        else
+        } else {
             EXPECT_TRUE(fs::exists(root / "Sources" / include.header) ||
                         platform.count(FirstFolder(include.header)) == 1)
                 << include.file << ": " << include.header;
+        }
     }
 }
 
@@ -102,9 +102,10 @@ TEST(LayersTest, PlatformFoldersIncludeOnlyWhatTheyDeclare)
         const auto declared = uses.find(folder);
         ASSERT_NE(declared, uses.end()) << folder << " is no layer of Platform/CMakeLists.txt";
         for (const auto& include : IncludesBelow("Platform/" + folder))
-            if (!include.angled)
+            if (!include.angled) {
                 EXPECT_EQ(declared->second.count(FirstFolder(include.header)), 1u)
                     << include.file << ": " << include.header;
+            }
     }
 }
 
@@ -113,34 +114,39 @@ TEST(LayersTest, ThirdPartyHeadersStayInSourcesAndDetail)
     for (const auto& include : IncludesBelow("Platform")) {
         const bool isPublic = include.file.extension() == ".hpp" &&
                               include.file.string().find("/Detail/") == std::string::npos;
-        if (isPublic && include.angled)
+        if (isPublic && include.angled) {
             EXPECT_TRUE(IsStandardHeader(include.header)) << include.file << ": " << include.header;
-        if (isPublic && !include.angled)
+        }
+        if (isPublic && !include.angled) {
             EXPECT_EQ(include.header.find("/Detail/"), std::string::npos)
                 << include.file << " would not compile from the installed package";
+        }
     }
 }
 
 TEST(LayersTest, OperatingSystemCallsStandInOneFileASystem)
 {
     static const std::set<std::string> systemHeaders = {
-        "unistd.h", "fcntl.h", "sys/stat.h", "sys/file.h", "sys/types.h", "dirent.h", "termios.h",
-        "pthread.h", "signal.h", "windows.h", "sys/utsname.h", "pwd.h", "sys/wait.h"};
+        "unistd.h",      "fcntl.h",   "sys/stat.h", "sys/file.h", "sys/types.h",
+        "dirent.h",      "termios.h", "pthread.h",  "signal.h",   "windows.h",
+        "sys/utsname.h", "pwd.h",     "sys/wait.h"};
     for (const char* folder : {"Platform", "Sources", "Tools"})
         for (const auto& include : IncludesBelow(folder))
-            if (systemHeaders.count(include.header) == 1)
+            if (systemHeaders.count(include.header) == 1) {
                 EXPECT_NE(include.file.string().find("_posix."), std::string::npos)
                     << include.file << ": " << include.header;
+            }
 }
 
 TEST(LayersTest, ServerAndToolsStayOnTheirSide)
 {
     for (const auto& include : IncludesBelow("Server"))
-        if (!include.angled && FirstFolder(include.header) != "")
+        if (!include.angled && FirstFolder(include.header) != "") {
             EXPECT_TRUE(fs::exists(root / "Server" / include.header) ||
                         std::set<std::string>({"OVRoot", "IO", "SyncraProtocol"})
                             .count(FirstFolder(include.header)))
                 << include.file << ": " << include.header;
+        }
     for (const auto& include : IncludesBelow("Tools"))
         EXPECT_EQ(include.header.find("Detail/"), std::string::npos)
             << include.file << ": " << include.header << " is not installed";

@@ -1,8 +1,8 @@
 #include "Commands.hpp"
 
 #include "CacheFolders.hpp"
-#include "CachedProjectInfo.hpp"
 #include "CacheStatus.hpp"
+#include "CachedProjectInfo.hpp"
 #include "IO/Folder.hpp"
 #include "OVRoot/Exception.hpp"
 
@@ -61,7 +61,8 @@ void ShowText(const CachedProjectInfo& cache, const Output& output)
     output.PrintFields(fields);
 }
 
-/// One line for each cache; one that cannot be read is named on standard error and costs its line only.
+/// One line for each cache; one that cannot be read is named on standard error and costs its line
+/// only.
 void List(Context& context)
 {
     Json json = Json::array();
@@ -96,8 +97,7 @@ void List(Context& context)
 IO::Location FindFolder(const std::string& text, const Context& context)
 {
     const OV::UniString name = OV::FromUtf8(text);
-    for (const auto& folder :
-         {context.DataFolder().Appended(name), IO::Location::FromPath(name)})
+    for (const auto& folder : {context.DataFolder().Appended(name), IO::Location::FromPath(name)})
         if (folder.IsLegal() && CachedProjectInfo::CachedProjectInfoExist(folder))
             return folder;
     return {};

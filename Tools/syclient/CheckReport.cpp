@@ -21,15 +21,17 @@ constexpr std::array meanings{
     Meaning{SYC::CheckResult::AccessDenied, "access-denied",
             "You may not use this project: the login is wrong or you are no member of it. Ask its "
             "manager to add you."},
-    Meaning{SYC::CheckResult::SessionInUse, "session-in-use",
-            "Your session in this project is in use on another computer. Close it there, or take it "
-            "over with --take-over."},
+    Meaning{
+        SYC::CheckResult::SessionInUse, "session-in-use",
+        "Your session in this project is in use on another computer. Close it there, or take it "
+        "over with --take-over."},
     Meaning{SYC::CheckResult::ProjectMismatch, "mismatch",
             "The project or your session in it is not the expected one. A lost session is replaced "
             "with --new-session."},
-    Meaning{SYC::CheckResult::ProjectNotFound, "not-found",
-            "The project does not exist on the server, or another project carries its name now. Your "
-            "cache is kept."},
+    Meaning{
+        SYC::CheckResult::ProjectNotFound, "not-found",
+        "The project does not exist on the server, or another project carries its name now. Your "
+        "cache is kept."},
     Meaning{SYC::CheckResult::ForbiddenByState, "forbidden-by-state",
             "The state of the project on the server forbids this. A locked project can be opened "
             "for reading, without --write."},
@@ -60,6 +62,9 @@ std::string CheckReport::Word() const
 
 std::string CheckReport::Explanation() const
 {
+    // A locked project comes with its event; a server that refuses every session does not.
+    if (result == SYC::CheckResult::ForbiddenByState && events.empty())
+        return "The project is under maintenance on its server. Try again when that is over.";
     std::string text = MeaningOf(result).explanation;
     for (const auto& event : events)
         if (!event.text.empty())

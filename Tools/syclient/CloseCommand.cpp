@@ -15,7 +15,8 @@ void RunClose(const ProjectArguments& arguments, Context& context)
 {
     // The URL is taken apart before anybody is asked for a password.
     const auto described = arguments.Describe();
-    SYC::ClientProjectConnectionManager lookUp(SYC::ToSyncraLocation(described), context.DataFolder(), {});
+    SYC::ClientProjectConnectionManager lookUp(SYC::ToSyncraLocation(described),
+                                               context.DataFolder(), {});
     if (lookUp.GetSessionId().empty()) {
         context.exitCode = ExitCode::NotFound;
         context.output.Error("There is no session to close: no cache in \"" +

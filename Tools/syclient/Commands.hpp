@@ -20,7 +20,8 @@ struct Context {
     [[nodiscard]] IO::Location DataFolder() const;
 };
 
-/// Each adds its command to `app`; the command leaves its exit code in `context`, which outlives the app.
+/// Each adds its command to `app`; the command leaves its exit code in `context`, which outlives
+/// the app.
 void AddOpenCommand(CLI::App& app, Context& context);
 void AddCloseCommand(CLI::App& app, Context& context);
 void AddStatusCommand(CLI::App& app, Context& context);

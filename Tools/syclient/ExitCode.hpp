@@ -17,7 +17,8 @@ enum class ExitCode : int {
     IncompatibleVersion = 18,
 };
 
-/// Each result of a check has an exit code of its own: ten above its number, 0 for a check that passed.
+/// Each result of a check has an exit code of its own: ten above its number, 0 for a check that
+/// passed.
 [[nodiscard]] constexpr ExitCode ExitCodeOf(SYC::CheckResult result)
 {
     return result == SYC::CheckResult::Passed

@@ -25,9 +25,11 @@ void RunOpen(const OpenArguments& arguments, Context& context)
 {
     CheckReport report;
     report.connection = arguments.project.Read();
-    SYC::ClientProjectConnectionManager manager(
-        SYC::ToSyncraLocation(report.connection), context.DataFolder(),
-        [&](std::int32_t code, const OV::UniString& text) { report.events.push_back({code, text}); });
+    SYC::ClientProjectConnectionManager manager(SYC::ToSyncraLocation(report.connection),
+                                                context.DataFolder(),
+                                                [&](std::int32_t code, const OV::UniString& text) {
+                                                    report.events.push_back({code, text});
+                                                });
     std::unique_ptr<SYC::ProjectConnectionBase> connection;
     if (arguments.forWriting)
         connection = std::make_unique<SYC::WriteProjectConnection>(&manager);
@@ -36,8 +38,8 @@ void RunOpen(const OpenArguments& arguments, Context& context)
 
     context.output.Progress("Checking \"" + ForDisplay(report.connection.projectName) + "\" as " +
                             DescribeLogin(report.connection) + " ...");
-    report.result = connection->Check(true, arguments.newSession, arguments.forceOnline,
-                                      arguments.takeOver);
+    report.result =
+        connection->Check(true, arguments.newSession, arguments.forceOnline, arguments.takeOver);
     report.projectId = connection->GetProjectId();
     report.serverLocation = connection->GetServerLocation();
     report.sessionId = connection->GetSessionId();
@@ -63,8 +65,9 @@ void AddOpenCommand(CLI::App& app, Context& context)
                       "Take the session over from another computer");
     command->add_flag("--force-online", arguments->forceOnline,
                       "Check even while the project is known to be offline");
-    command->footer("Exit codes: 0 passed, 11 offline, 12 access denied, 13 session in use on another "
-                    "computer,\n15 another project or session than expected, 16 no such project or "
-                    "replaced, 17 state of the\nproject forbids it, 18 incompatible version.");
+    command->footer(
+        "Exit codes: 0 passed, 11 offline, 12 access denied, 13 session in use on another "
+        "computer,\n15 another project or session than expected, 16 no such project or "
+        "replaced, 17 state of the\nproject forbids it, 18 incompatible version.");
     command->callback([arguments, &context] { RunOpen(*arguments, context); });
 }

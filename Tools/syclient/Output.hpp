@@ -9,9 +9,9 @@
 
 using Json = nlohmann::ordered_json;
 
-/// What the user reads: text with aligned columns, or one JSON object for scripts, on standard output;
-/// progress and messages on standard error. Colours only where a terminal shows them and NO_COLOR is
-/// not set.
+/// What the user reads: text with aligned columns, or one JSON object for scripts, on standard
+/// output; progress and messages on standard error. Colours only where a terminal shows them and
+/// NO_COLOR is not set.
 class Output {
 public:
     bool json = false;
@@ -33,8 +33,8 @@ public:
     void Error(const std::string& text) const;
 };
 
-/// UTF-8 for the terminal: lone surrogates as U+FFFD, control characters as "?" so that no text of a
-/// server or a file can steer the terminal.
+/// UTF-8 for the terminal: lone surrogates as U+FFFD, control characters as "?" so that no text of
+/// a server or a file can steer the terminal.
 [[nodiscard]] std::string ForDisplay(OV::UniStringView text);
 /// A JSON string of any text.
 [[nodiscard]] Json ForJson(OV::UniStringView text);

@@ -20,10 +20,10 @@ OV::UniString FirstLine(std::string text)
 
 void PasswordSource::AddOptions(CLI::App& command)
 {
-    auto* fileOption = command
-                           .add_option("--password-file", file,
-                                       "Take the password from the first line of FILE")
-                           ->option_text("FILE");
+    auto* fileOption =
+        command
+            .add_option("--password-file", file, "Take the password from the first line of FILE")
+            ->option_text("FILE");
     command
         .add_flag("--password-stdin", fromStandardInput,
                   "Take the password from the first line of standard input")
@@ -41,7 +41,8 @@ OV::UniString PasswordSource::Read(const std::string& promptFor) const
     }
     const auto typed = OV::Terminal::ReadPassword("Password of " + promptFor + ": ");
     if (!typed)
-        throw OV::IllegalArgumentException(OV::StringView(
-            "No password: there is no terminal to ask on. Use --password-file or --password-stdin."));
+        throw OV::IllegalArgumentException(
+            OV::StringView("No password: there is no terminal to ask on. Use --password-file or "
+                           "--password-stdin."));
     return OV::FromUtf8(*typed);
 }

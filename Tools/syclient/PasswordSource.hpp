@@ -8,8 +8,8 @@ namespace CLI {
 class App;
 }
 
-/// Where a command takes a password from: a file, standard input, or a prompt without echo. Never the
-/// command line, which every process of the machine can read.
+/// Where a command takes a password from: a file, standard input, or a prompt without echo. Never
+/// the command line, which every process of the machine can read.
 struct PasswordSource {
     std::string file;
     bool fromStandardInput = false;

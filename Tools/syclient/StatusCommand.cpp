@@ -150,7 +150,8 @@ void RunStatus(const ProjectArguments& arguments, Context& context)
 void AddStatusCommand(CLI::App& app, Context& context)
 {
     auto* command = app.add_subcommand(
-        "status", "Tell how a project stands, here and on its server, without touching its session");
+        "status",
+        "Tell how a project stands, here and on its server, without touching its session");
     const auto arguments = std::make_shared<ProjectArguments>();
     arguments->AddOptions(*command);
     command->callback([arguments, &context] { RunStatus(*arguments, context); });

@@ -15,11 +15,12 @@ namespace OV::Detail {
 /// Threads that take tasks from one queue; both executors are made of it.
 class TaskPool {
 public:
-    /// A thread beyond `coreThreads` goes as soon as the queue is empty, the others after `keepAlive`.
-    TaskPool(std::size_t coreThreads, std::size_t maximumThreads, std::chrono::milliseconds keepAlive)
+    /// A thread beyond `coreThreads` goes as soon as the queue is empty, the others after
+    /// `keepAlive`.
+    TaskPool(std::size_t coreThreads, std::size_t maximumThreads,
+             std::chrono::milliseconds keepAlive)
         : coreThreads_(coreThreads), maximumThreads_(maximumThreads), keepAlive_(keepAlive)
-    {
-    }
+    {}
     /// Waits for every thread.
     ~TaskPool();
 

@@ -2,11 +2,9 @@
 
 #include "OVRoot/Format.hpp"
 
-namespace Communication::Detail
-{
+namespace Communication::Detail {
 
-namespace
-{
+namespace {
 
 OV::StringView MethodName(HttpMethod method)
 {

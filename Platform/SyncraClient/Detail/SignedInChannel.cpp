@@ -6,14 +6,12 @@
 
 #include <algorithm>
 
-namespace Syncra::Client::Detail
-{
+namespace Syncra::Client::Detail {
 
 using Communication::HttpRequest;
 using Communication::HttpResponse;
 
-namespace
-{
+namespace {
 
 constexpr std::size_t MaximumTokenLength = 4096;
 /// A server's message is shown to people; what is longer helps nobody.

@@ -8,13 +8,11 @@
 
 #include <functional>
 
-namespace Syncra::Client::Detail
-{
+namespace Syncra::Client::Detail {
 
 /// Requests of one signed-in user to one service: carries the token, renews it once when the server
 /// no longer knows it, turns refusals into ResponseContentException and answers into records.
-class SignedInChannel
-{
+class SignedInChannel {
 public:
     /// Signs in; throws as Connect does.
     SignedInChannel(const SignInData& data, const Communication::HttpOptions& options);

@@ -5,8 +5,7 @@
 #include "SyncraServerManagement/V1/ProjectMember.hpp"
 #include "SyncraServerManagement/V1/ProjectStatus.hpp"
 
-namespace Syncra::Server::Management::V1
-{
+namespace Syncra::Server::Management::V1 {
 
 /// A project as servers of the first generation administer it.
 struct Project {

@@ -4,8 +4,7 @@
 
 #include <functional>
 
-namespace Syncra::Server::Management::V1
-{
+namespace Syncra::Server::Management::V1 {
 
 /// When the server backs a project up by itself.
 struct ProjectBackupSchedule {

@@ -4,8 +4,7 @@
 
 #include <functional>
 
-namespace Syncra::Server::Management::V1
-{
+namespace Syncra::Server::Management::V1 {
 
 /// A user's place in a project.
 struct ProjectMember {

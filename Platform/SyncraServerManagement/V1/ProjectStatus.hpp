@@ -2,8 +2,7 @@
 
 #include "OVRoot/UniString.hpp"
 
-namespace Syncra::Server::Management::V1
-{
+namespace Syncra::Server::Management::V1 {
 
 /// Where a project stands on its server: the category that lists show it under, and its state.
 struct ProjectStatus {

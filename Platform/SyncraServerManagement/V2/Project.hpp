@@ -2,8 +2,7 @@
 
 #include "SyncraServerManagement/V1/Project.hpp"
 
-namespace Syncra::Server::Management::V2
-{
+namespace Syncra::Server::Management::V2 {
 
 /// A project as servers of the second generation administer it: they also tell the version of its
 /// data format. Members and backup schedules are those of the first generation.

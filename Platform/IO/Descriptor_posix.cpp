@@ -1,4 +1,4 @@
-#include "IO/Detail/Posix.hpp"
+#include "IO/Detail/Descriptor_posix.hpp"
 
 #include <cstring>
 #include <unistd.h>

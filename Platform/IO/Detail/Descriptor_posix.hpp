@@ -5,8 +5,8 @@
 #include "IO/Location.hpp"
 
 #include <cerrno>
-#include <sys/stat.h>
 #include <optional>
+#include <sys/stat.h>
 #include <utility>
 
 /// What the POSIX sources of this folder share.

@@ -1,0 +1,284 @@
+#include "SyncraProtocol/Detail/Json.hpp"
+
+#include <nlohmann/json.hpp>
+
+#include <limits>
+
+namespace Syncra::Protocol {
+
+using nlohmann::json;
+
+namespace {
+
+constexpr int MaximumDepth = 64;
+
+/// Before the parser sees it: deep nesting costs it stack.
+bool IsTooDeep(OV::StringView body)
+{
+    int depth = 0;
+    bool inString = false;
+    for (std::size_t i = 0; i < body.size(); ++i) {
+        const char byte = body[i];
+        if (inString) {
+            if (byte == '\\')
+                ++i;
+            else if (byte == '"')
+                inString = false;
+        } else if (byte == '"') {
+            inString = true;
+        } else if ((byte == '[' || byte == '{') && ++depth > MaximumDepth) {
+            return true;
+        } else if (byte == ']' || byte == '}') {
+            --depth;
+        }
+    }
+    return false;
+}
+
+[[noreturn]] void Fail(const char* key, const char* expected)
+{
+    throw MalformedRecordException("Field \"" + OV::String(key) + "\" is not " + expected + ".");
+}
+
+const json& Field(const json& object, const char* key)
+{
+    if (!object.is_object())
+        throw MalformedRecordException(OV::StringView("An object is expected."));
+    const auto found = object.find(key);
+    if (found == object.end())
+        throw MalformedRecordException("Field \"" + OV::String(key) + "\" is missing.");
+    return *found;
+}
+
+template <class Number>
+Number ReadNumber(const json& object, const char* key,
+                  Number minimum = std::numeric_limits<Number>::min(),
+                  Number maximum = std::numeric_limits<Number>::max())
+{
+    return static_cast<Number>(ReadInteger(object, key, minimum, maximum));
+}
+
+/// Sequences are unsigned and use the whole range.
+std::uint64_t ReadSequence(const json& object, const char* key)
+{
+    const json& value = Field(object, key);
+    if (!value.is_number_unsigned())
+        Fail(key, "a whole number from 0");
+    return value.get<std::uint64_t>();
+}
+
+}  // namespace
+
+json ParseJson(OV::StringView body)
+{
+    if (IsTooDeep(body))
+        throw MalformedRecordException(
+            OV::StringView("The JSON is nested more than 64 levels deep."));
+    try {
+        return json::parse(body);
+    } catch (const json::parse_error& error) {
+        // The parser's own text quotes the body, which may hold a password.
+        throw MalformedRecordException("The body is no JSON from byte " +
+                                       std::to_string(error.byte) + ".");
+    }
+}
+
+OV::String DumpJson(const json& value)
+{
+    return value.dump();
+}
+
+json TextToJson(OV::UniStringView text)
+{
+    return OV::ToUtf8(OV::EscapeForCarrier(text));
+}
+
+OV::UniString TextFromJson(const json& value)
+{
+    if (!value.is_string())
+        throw MalformedRecordException(OV::StringView("A text is expected."));
+    return OV::UnescapeFromCarrier(OV::FromUtf8(value.get_ref<const json::string_t&>()));
+}
+
+OV::UniString ReadText(const json& object, const char* key)
+{
+    const json& value = Field(object, key);
+    if (!value.is_string())
+        Fail(key, "a text");
+    return TextFromJson(value);
+}
+
+std::int64_t ReadInteger(const json& object, const char* key, std::int64_t minimum,
+                         std::int64_t maximum)
+{
+    const json& value = Field(object, key);
+    if (!value.is_number_integer())
+        Fail(key, "a whole number");
+    const bool tooLarge = value.is_number_unsigned() &&
+                          value.get<std::uint64_t>() >
+                              static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max());
+    const auto number = tooLarge ? 0 : value.get<std::int64_t>();
+    if (tooLarge || number < minimum || number > maximum)
+        Fail(key, "in range");
+    return number;
+}
+
+bool ReadBool(const json& object, const char* key)
+{
+    const json& value = Field(object, key);
+    if (!value.is_boolean())
+        Fail(key, "true or false");
+    return value.get<bool>();
+}
+
+const json& ReadArray(const json& object, const char* key)
+{
+    const json& value = Field(object, key);
+    if (!value.is_array())
+        Fail(key, "an array");
+    return value;
+}
+
+json ToJson(const Project& project)
+{
+    return {{"id", TextToJson(project.id)},
+            {"name", TextToJson(project.name)},
+            {"location", TextToJson(project.location)},
+            {"category", TextToJson(project.category)},
+            {"state", static_cast<std::int32_t>(project.state)},
+            {"version", TextToJson(project.version)},
+            {"build", project.build}};
+}
+
+template <>
+Project FromJson<Project>(const json& value)
+{
+    Project project;
+    project.id = ReadText(value, "id");
+    project.name = ReadText(value, "name");
+    project.location = ReadText(value, "location");
+    project.category = ReadText(value, "category");
+    project.state = static_cast<ProjectState>(ReadNumber<std::int32_t>(value, "state", 1, 3));
+    project.version = ReadText(value, "version");
+    project.build = ReadNumber<std::int32_t>(value, "build");
+    return project;
+}
+
+json ToJson(const Session& session)
+{
+    json permissions = json::array();
+    for (const auto& permission : session.permissions)
+        permissions.push_back(TextToJson(permission));
+    return {{"id", TextToJson(session.id)},
+            {"projectId", TextToJson(session.projectId)},
+            {"userId", TextToJson(session.userId)},
+            {"loginName", TextToJson(session.loginName)},
+            {"userName", TextToJson(session.userName)},
+            {"logonId", session.logonId},
+            {"roleName", TextToJson(session.roleName)},
+            {"permissions", std::move(permissions)},
+            {"startTime", session.startTime}};
+}
+
+template <>
+Session FromJson<Session>(const json& value)
+{
+    Session session;
+    session.id = ReadText(value, "id");
+    session.projectId = ReadText(value, "projectId");
+    session.userId = ReadText(value, "userId");
+    session.loginName = ReadText(value, "loginName");
+    session.userName = ReadText(value, "userName");
+    session.logonId = ReadNumber<std::int32_t>(value, "logonId", 1, 32767);
+    session.roleName = ReadText(value, "roleName");
+    for (const auto& permission : ReadArray(value, "permissions"))
+        session.permissions.insert(TextFromJson(permission));
+    session.startTime = ReadNumber<std::int32_t>(value, "startTime");
+    return session;
+}
+
+json ToJson(const ServicePort& port)
+{
+    return {{"service", TextToJson(port.service)}, {"port", port.port}};
+}
+
+template <>
+ServicePort FromJson<ServicePort>(const json& value)
+{
+    return {ReadText(value, "service"), ReadNumber<std::uint16_t>(value, "port")};
+}
+
+json ToJson(const Signal& signal)
+{
+    return {{"sequence", signal.sequence},
+            {"id", static_cast<std::int32_t>(signal.id)},
+            {"projectId", TextToJson(signal.projectId)}};
+}
+
+template <>
+Signal FromJson<Signal>(const json& value)
+{
+    Signal signal;
+    signal.sequence = ReadSequence(value, "sequence");
+    signal.id = static_cast<SignalId>(ReadNumber<std::int32_t>(value, "id"));
+    signal.projectId = ReadText(value, "projectId");
+    return signal;
+}
+
+json ToJson(const SignalBatch& batch)
+{
+    json signals = json::array();
+    for (const auto& signal : batch.signals)
+        signals.push_back(ToJson(signal));
+    return {{"signals", std::move(signals)}, {"next", batch.next}};
+}
+
+template <>
+SignalBatch FromJson<SignalBatch>(const json& value)
+{
+    SignalBatch batch;
+    for (const auto& signal : ReadArray(value, "signals"))
+        batch.signals.push_back(FromJson<Signal>(signal));
+    batch.next = ReadSequence(value, "next");
+    return batch;
+}
+
+json ToJson(const SignInRequest& request)
+{
+    return {{"userName", TextToJson(request.userName)},
+            {"password", TextToJson(request.password)},
+            {"protocol", request.protocol}};
+}
+
+template <>
+SignInRequest FromJson<SignInRequest>(const json& value)
+{
+    SignInRequest request;
+    request.userName = ReadText(value, "userName");
+    request.password = ReadText(value, "password");
+    request.protocol = ReadNumber<std::uint32_t>(value, "protocol");
+    return request;
+}
+
+json ToJson(const SignInAnswer& answer)
+{
+    return {{"token", answer.token},
+            {"userId", TextToJson(answer.userId)},
+            {"userName", TextToJson(answer.userName)},
+            {"protocol", answer.protocol},
+            {"serverVersion", answer.serverVersion}};
+}
+
+template <>
+SignInAnswer FromJson<SignInAnswer>(const json& value)
+{
+    SignInAnswer answer;
+    answer.token = OV::ToUtf8(ReadText(value, "token"));
+    answer.userId = ReadText(value, "userId");
+    answer.userName = ReadText(value, "userName");
+    answer.protocol = ReadNumber<std::uint32_t>(value, "protocol");
+    answer.serverVersion = ReadNumber<std::uint32_t>(value, "serverVersion");
+    return answer;
+}
+
+}  // namespace Syncra::Protocol

@@ -1,0 +1,167 @@
+#include "Database.hpp"
+
+#include "Schema.hpp"
+
+#include <fcntl.h>
+#include <sqlite3.h>
+#include <unistd.h>
+
+namespace Nexar {
+
+namespace {
+
+[[noreturn]] void Fail(sqlite3* database, const char* what)
+{
+    const int code = database != nullptr ? sqlite3_extended_errcode(database) : SQLITE_NOMEM;
+    const char* reason = database != nullptr ? sqlite3_errmsg(database) : "out of memory";
+    throw DatabaseError(std::string(what) + ": " + reason + ".",
+                        (code & 0xFF) == SQLITE_CONSTRAINT);
+}
+
+}  // namespace
+
+Statement::~Statement()
+{
+    sqlite3_reset(statement_);
+    sqlite3_clear_bindings(statement_);
+}
+
+Statement& Statement::Bind(int position, std::string_view text)
+{
+    if (sqlite3_bind_text64(statement_, position, text.data(), text.size(), SQLITE_TRANSIENT,
+                            SQLITE_UTF8) != SQLITE_OK)
+        Fail(database_, "Cannot bind a text");
+    return *this;
+}
+
+Statement& Statement::Bind(int position, std::int64_t number)
+{
+    if (sqlite3_bind_int64(statement_, position, number) != SQLITE_OK)
+        Fail(database_, "Cannot bind a number");
+    return *this;
+}
+
+Statement& Statement::BindBlob(int position, std::string_view bytes)
+{
+    if (sqlite3_bind_blob64(statement_, position, bytes.data(), bytes.size(), SQLITE_TRANSIENT) !=
+        SQLITE_OK)
+        Fail(database_, "Cannot bind data");
+    return *this;
+}
+
+bool Statement::Step()
+{
+    const int result = sqlite3_step(statement_);
+    if (result != SQLITE_ROW && result != SQLITE_DONE)
+        Fail(database_, "The store refused a statement");
+    return result == SQLITE_ROW;
+}
+
+int Statement::Run()
+{
+    Step();
+    return sqlite3_changes(database_);
+}
+
+std::string Statement::Text(int column) const
+{
+    const auto* bytes = static_cast<const char*>(sqlite3_column_blob(statement_, column));
+    const auto size = static_cast<std::size_t>(sqlite3_column_bytes(statement_, column));
+    return bytes != nullptr ? std::string(bytes, size) : std::string();
+}
+
+std::int64_t Statement::Number(int column) const
+{
+    return sqlite3_column_int64(statement_, column);
+}
+
+Database::Database(const std::string& path)
+{
+    // Made here first: SQLite would make it readable for everybody, and its side files copy its
+    // mode.
+    const int file = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+    if (file >= 0)
+        close(file);
+    if (sqlite3_open_v2(path.c_str(), &database_, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE,
+                        nullptr) != SQLITE_OK) {
+        const std::string reason = sqlite3_errmsg(database_);
+        sqlite3_close(database_);
+        throw DatabaseError("Cannot open the store \"" + path + "\": " + reason + ".", false);
+    }
+    sqlite3_busy_timeout(database_, 5000);
+    try {
+        Execute("PRAGMA journal_mode = WAL");
+        Execute("PRAGMA synchronous = FULL");
+        Execute("PRAGMA foreign_keys = ON");
+        Migrate();
+    } catch (...) {
+        sqlite3_close(database_);
+        throw;
+    }
+}
+
+Database::~Database()
+{
+    for (const auto& [sql, statement] : statements_)
+        sqlite3_finalize(statement);
+    // The last connection that closes writes the log back into the file.
+    sqlite3_close(database_);
+}
+
+Statement Database::Prepare(const char* sql)
+{
+    sqlite3_stmt*& statement = statements_[sql];
+    if (statement == nullptr && sqlite3_prepare_v3(database_, sql, -1, SQLITE_PREPARE_PERSISTENT,
+                                                   &statement, nullptr) != SQLITE_OK)
+        Fail(database_, "Cannot prepare a statement");
+    return {database_, statement};
+}
+
+void Database::Execute(const char* sql)
+{
+    if (sqlite3_exec(database_, sql, nullptr, nullptr, nullptr) != SQLITE_OK)
+        Fail(database_, "The store refused a statement");
+}
+
+std::int64_t Database::LastRowId() const
+{
+    return sqlite3_last_insert_rowid(database_);
+}
+
+void Database::Migrate()
+{
+    std::int64_t version = 0;
+    {
+        Statement query = Prepare("PRAGMA user_version");
+        if (query.Step())
+            version = query.Number(0);
+    }
+    if (version > SchemaVersion)
+        throw DatabaseError("The store was written by a newer nexar-server; use that one.", false);
+    if (version == SchemaVersion)
+        return;
+    Transaction transaction(*this);
+    for (auto step = version; step < SchemaVersion; ++step)
+        Execute(SchemaSteps[static_cast<std::size_t>(step)]);
+    Execute(("PRAGMA user_version = " + std::to_string(SchemaVersion)).c_str());
+    transaction.Commit();
+}
+
+Transaction::~Transaction()
+{
+    if (done_)
+        return;
+    try {
+        database_.Execute("ROLLBACK");
+    } catch (const DatabaseError&) {
+        // SQLite has rolled back by itself already.
+    }
+}
+
+void Transaction::Commit()
+{
+    database_.Execute("COMMIT");
+    done_ = true;
+}
+
+}  // namespace Nexar

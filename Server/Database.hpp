@@ -1,0 +1,94 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+struct sqlite3;
+struct sqlite3_stmt;
+
+namespace Nexar {
+
+/// The store refused a statement; `IsConstraint` tells a broken rule of the data from a broken
+/// store.
+class DatabaseError : public std::runtime_error {
+public:
+    DatabaseError(const std::string& message, bool isConstraint)
+        : std::runtime_error(message), isConstraint_(isConstraint)
+    {}
+    [[nodiscard]] bool IsConstraint() const noexcept { return isConstraint_; }
+
+private:
+    bool isConstraint_;
+};
+
+/// A prepared statement on loan: bind by position from 1, step, read columns from 0. Reset when it
+/// goes.
+class Statement {
+public:
+    Statement(sqlite3* database, sqlite3_stmt* statement)
+        : database_(database), statement_(statement)
+    {}
+    ~Statement();
+    Statement(const Statement&) = delete;
+    Statement& operator=(const Statement&) = delete;
+
+    Statement& Bind(int position, std::string_view text);
+    Statement& Bind(int position, std::int64_t number);
+    Statement& BindBlob(int position, std::string_view bytes);
+    /// True while there is a row.
+    bool Step();
+    /// Runs a statement without rows; returns how many rows it changed.
+    int Run();
+
+    [[nodiscard]] std::string Text(int column) const;
+    [[nodiscard]] std::int64_t Number(int column) const;
+
+private:
+    sqlite3* database_;
+    sqlite3_stmt* statement_;
+};
+
+/// One SQLite file in WAL mode. Used on one thread; other processes may read and write it
+/// meanwhile.
+class Database {
+public:
+    /// Opens or creates the file, readable by its user alone, and brings its tables up to date.
+    explicit Database(const std::string& path);
+    ~Database();
+    Database(const Database&) = delete;
+    Database& operator=(const Database&) = delete;
+
+    /// The statement, prepared once; `sql` must be a literal. Not to be asked for while on loan.
+    [[nodiscard]] Statement Prepare(const char* sql);
+    void Execute(const char* sql);
+    [[nodiscard]] std::int64_t LastRowId() const;
+
+private:
+    void Migrate();
+
+    sqlite3* database_ = nullptr;
+    std::map<const char*, sqlite3_stmt*> statements_;
+};
+
+/// Everything until Commit happens or nothing.
+class Transaction {
+public:
+    explicit Transaction(Database& database) : database_(database)
+    {
+        database_.Execute("BEGIN IMMEDIATE");
+    }
+    ~Transaction();
+    Transaction(const Transaction&) = delete;
+    Transaction& operator=(const Transaction&) = delete;
+    void Commit();
+
+private:
+    Database& database_;
+    bool done_ = false;
+};
+
+}  // namespace Nexar

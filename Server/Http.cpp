@@ -1,0 +1,100 @@
+#include "Http.hpp"
+
+#include "SyncraProtocol/Detail/Json.hpp"
+#include "SyncraProtocol/ErrorCode.hpp"
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <optional>
+#include <utility>
+
+namespace Nexar {
+
+namespace {
+
+int HexValue(char digit)
+{
+    if (digit >= '0' && digit <= '9')
+        return digit - '0';
+    const char capital = static_cast<char>(digit & ~0x20);
+    return capital >= 'A' && capital <= 'F' ? capital - 'A' + 10 : -1;
+}
+
+std::optional<std::string> Decode(std::string_view text)
+{
+    std::string bytes;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (text[i] != '%') {
+            bytes.push_back(text[i]);
+            continue;
+        }
+        const int high = i + 2 < text.size() ? HexValue(text[i + 1]) : -1;
+        const int low = i + 2 < text.size() ? HexValue(text[i + 2]) : -1;
+        if (high < 0 || low < 0)
+            return std::nullopt;
+        bytes.push_back(static_cast<char>(high * 16 + low));
+        i += 2;
+    }
+    if (!OV::IsWellFormedUtf8(bytes))
+        return std::nullopt;
+    return bytes;
+}
+
+std::string_view TakeUntil(std::string_view& rest, char separator)
+{
+    const auto cut = std::min(rest.find(separator), rest.size());
+    const auto piece = rest.substr(0, cut);
+    rest.remove_prefix(std::min(cut + 1, rest.size()));
+    return piece;
+}
+
+bool ParseQuery(std::string_view query, HttpRequest& request)
+{
+    while (!query.empty()) {
+        std::string_view value = TakeUntil(query, '&');
+        const auto key = Decode(TakeUntil(value, '='));
+        const auto decoded = Decode(value);
+        if (!key || !decoded)
+            return false;
+        request.query[*key] = *decoded;
+    }
+    return true;
+}
+
+}  // namespace
+
+Reply::State::~State()
+{
+    Complete(ErrorResponse(500, static_cast<int>(Syncra::Protocol::ErrorCode::InternalError),
+                           "The server failed to answer this request."));
+}
+
+void Reply::State::Complete(HttpResponse response)
+{
+    if (auto complete = std::exchange(completion, nullptr))
+        complete(std::move(response));
+}
+
+HttpResponse ErrorResponse(int status, std::int32_t code, std::string_view message)
+{
+    return {status,
+            Syncra::Protocol::DumpJson({{"code", code}, {"message", std::string(message)}})};
+}
+
+bool ParseTarget(std::string_view target, HttpRequest& request)
+{
+    std::string_view path = TakeUntil(target, '?');
+    if (path.empty() || path.front() != '/')
+        return false;
+    path.remove_prefix(1);
+    while (!path.empty()) {
+        const auto component = Decode(TakeUntil(path, '/'));
+        if (!component || component->empty())
+            return false;
+        request.path.push_back(*component);
+    }
+    return ParseQuery(target, request);
+}
+
+}  // namespace Nexar

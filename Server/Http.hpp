@@ -1,0 +1,54 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Nexar {
+
+struct HttpRequest {
+    std::string method;
+    std::vector<std::string> path;             ///< percent-decoded components
+    std::map<std::string, std::string> query;  ///< percent-decoded
+    std::string token;                         ///< of "Authorization: Bearer"
+    std::string body;
+};
+
+struct HttpResponse {
+    int status = 200;
+    std::string body;
+};
+
+/// Answers one request, now or later, on the server's thread. Copies share the one answer: the
+/// first call counts. When the last copy goes without a call, the client gets an internal error.
+class Reply {
+public:
+    using Completion = std::function<void(HttpResponse)>;
+
+    explicit Reply(Completion completion) : state_(std::make_shared<State>(std::move(completion)))
+    {}
+    void operator()(HttpResponse response) const { state_->Complete(std::move(response)); }
+
+private:
+    struct State {
+        explicit State(Completion complete) : completion(std::move(complete)) {}
+        ~State();
+        void Complete(HttpResponse response);
+        Completion completion;
+    };
+    std::shared_ptr<State> state_;
+};
+
+using HttpHandler = std::function<void(HttpRequest, Reply)>;
+
+/// {"code": n, "message": "..."} with the given status.
+[[nodiscard]] HttpResponse ErrorResponse(int status, std::int32_t code, std::string_view message);
+
+/// Takes "/a/b%20c?d=e" apart; false when the encoding is damaged.
+[[nodiscard]] bool ParseTarget(std::string_view target, HttpRequest& request);
+
+}  // namespace Nexar

@@ -1,0 +1,195 @@
+#include "Database.hpp"
+#include "HttpServer.hpp"
+#include "ModelService.hpp"
+#include "PasswordHash.hpp"
+#include "Sample.hpp"
+#include "SignInService.hpp"
+
+#include "IO/File.hpp"
+#include "IO/SpecialFolder.hpp"
+#include "OVRoot/Guid.hpp"
+#include "OVRoot/Logger.hpp"
+
+#include <CLI/CLI.hpp>
+
+#include <iostream>
+
+namespace {
+
+using namespace Nexar;
+
+struct Options {
+    std::string data;
+    std::string address = "127.0.0.1";
+    std::uint16_t port = 19001;
+    std::uint16_t managementPort = 0;
+    std::uint16_t messagingPort = 0;
+    bool sample = false;
+    std::string newUser;
+    std::string passwordFile;
+    PasswordHash::Cost cost = PasswordHash::Cost::Interactive;
+};
+
+void AddOptions(CLI::App& app, Options& options)
+{
+    app.set_version_flag("--version", "nexar-server " SYCLIENT_VERSION);
+    app.add_option("--data", options.data,
+                   "The store, an SQLite file (default: Orvant/nexar.db in your application data)")
+        ->option_text("FILE");
+    app.add_option("--listen", options.address, "Address to listen on")
+        ->option_text("ADDRESS")
+        ->capture_default_str();
+    app.add_option("--port", options.port,
+                   "Port of the model service; the other two follow it. 0 picks free ones")
+        ->option_text("N")
+        ->capture_default_str();
+    app.add_option("--management-port", options.managementPort, "Port of the management service")
+        ->option_text("N");
+    app.add_option("--messaging-port", options.messagingPort, "Port of the messaging service")
+        ->option_text("N");
+    app.add_flag("--sample", options.sample, "Fill an empty store with a sample team");
+    auto* user =
+        app.add_option("--add-user", options.newUser,
+                       "Add a user to the store and end; the password is the first line of "
+                       "--password-file or of standard input")
+            ->option_text("LOGIN");
+    app.add_option("--password-file", options.passwordFile, "File with the password of --add-user")
+        ->needs(user)
+        ->option_text("FILE");
+    app.add_option("--hash", options.cost,
+                   "Cost of new password hashes: interactive, or minimum for tests")
+        ->option_text("COST")
+        ->transform(CLI::CheckedTransformer(std::map<std::string, PasswordHash::Cost>{
+            {"minimum", PasswordHash::Cost::Minimum},
+            {"interactive", PasswordHash::Cost::Interactive}}));
+    app.footer(
+        "Once it listens, one line on standard output names the ports. SIGTERM and Ctrl-C answer "
+        "what is under\nway and end it. Plain HTTP: beyond this machine it belongs behind TLS.");
+}
+
+void SendLogToStandardError()
+{
+    OV::Logger::SetSink([](const OV::LogRecord& record) {
+        if (record.level != OV::LogLevel::Debug)
+            std::cerr << "nexar-server: " << OV::ToUtf8(OV::EscapeForCarrier(record.text))
+                      << std::endl;
+    });
+}
+
+std::string StorePath(const Options& options)
+{
+    if (!options.data.empty())
+        return options.data;
+    return IO::GetCompanyFolder(IO::SpecialFolder::ApplicationData)
+        .Appended(u"nexar.db")
+        .ToNativePath();
+}
+
+void AddUser(Database& database, const PasswordHash& hash, const Options& options)
+{
+    std::string password;
+    if (options.passwordFile.empty())
+        std::getline(std::cin, password);
+    else
+        password = IO::File::ReadAll(IO::Location::FromPath(OV::FromUtf8(options.passwordFile)));
+    password.resize(std::min(password.size(), password.find_first_of("\r\n")));
+    if (password.empty())
+        throw std::runtime_error(
+            "The password is empty. Give it in --password-file or on standard input.");
+    UserStore users(database);
+    if (users.FindByLogin(options.newUser))
+        throw std::runtime_error("There is a user \"" + options.newUser + "\" already.");
+    users.Add({OV::ToUtf8(OV::Guid::Generate().ToText()), options.newUser, options.newUser,
+               hash.Make(password)});
+}
+
+/// The three services on their ports; lives as long as the process.
+class Services {
+public:
+    Services(Database& database, PasswordHash& hash)
+        : users_(database), projects_(database), sessions_(database), signals_(server_),
+          signIn_(server_, users_, hash, tokens_), model_(projects_, sessions_, signals_)
+    {
+        for (Router* router : {&modelRouter_, &managementRouter_, &messagingRouter_})
+            signIn_.AddRoutes(*router);
+        model_.AddRoutes(modelRouter_);
+        server_.SetBeforeStop([this] { signals_.ReleaseAll(); });
+    }
+
+    void Listen(const Options& options)
+    {
+        const auto listen = [&](Router& router, std::uint16_t port) {
+            return server_.Listen(options.address, port,
+                                  [&router](HttpRequest request, const Reply& reply) {
+                                      router(std::move(request), reply);
+                                  });
+        };
+        const auto follow = [&](std::uint16_t asked, int distance) {
+            return asked != 0 || options.port == 0
+                       ? asked
+                       : static_cast<std::uint16_t>(options.port + distance);
+        };
+        const auto model = listen(modelRouter_, options.port);
+        const auto management = listen(managementRouter_, follow(options.managementPort, 1));
+        const auto messaging = listen(messagingRouter_, follow(options.messagingPort, 2));
+        namespace Names = Syncra::Protocol::ServiceNames;
+        model_.SetPorts({{OV::UniString(Names::Model), model},
+                         {OV::UniString(Names::Management), management},
+                         {OV::UniString(Names::Messaging), messaging}});
+        std::cout << "nexar-server ready: model " << options.address << ':' << model
+                  << " management " << options.address << ':' << management << " messaging "
+                  << options.address << ':' << messaging << std::endl;
+    }
+
+    void Run() { server_.Run(); }
+
+private:
+    HttpServer server_;
+    TokenTable tokens_;
+    UserStore users_;
+    ProjectStore projects_;
+    SessionStore sessions_;
+    SignalHub signals_;
+    SignInService signIn_;
+    ModelService model_;
+    Router modelRouter_{tokens_};
+    Router managementRouter_{tokens_};
+    Router messagingRouter_{tokens_};
+};
+
+void Serve(const Options& options)
+{
+    SendLogToStandardError();
+    PasswordHash hash(options.cost);
+    Database database(StorePath(options));
+    if (!options.newUser.empty()) {
+        AddUser(database, hash, options);
+        return;
+    }
+    if (options.sample) {
+        FillWithSample(database, hash);
+        std::cerr << "nexar-server: sample team ready; every password is \"" << SamplePassword
+                  << "\"\n";
+    }
+    Services services(database, hash);
+    services.Listen(options);
+    services.Run();
+    OV::Logger::Info("nexar-server", u"Stopped.");
+}
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    CLI::App app("A small project server for teams that use SYClient.", "nexar-server");
+    Options options;
+    AddOptions(app, options);
+    CLI11_PARSE(app, argc, argv);
+    try {
+        Serve(options);
+        return 0;
+    } catch (const std::exception& error) {
+        std::cerr << "nexar-server: " << error.what() << '\n';
+        return 1;
+    }
+}

@@ -1,0 +1,142 @@
+#include "ModelService.hpp"
+
+#include "SyncraProtocol/Detail/Json.hpp"
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+
+namespace Nexar {
+
+using namespace Syncra::Protocol;
+using nlohmann::json;
+
+namespace {
+
+constexpr std::uint64_t LongestWaitMilliseconds = 60'000;
+constexpr std::size_t MaximumAttributeBytes = 4096;
+
+template <class Records>
+json ListOf(const char* key, const Records& records)
+{
+    json list = json::array();
+    for (const auto& record : records)
+        list.push_back(ToJson(record));
+    return json{{key, std::move(list)}};
+}
+
+}  // namespace
+
+void ModelService::AddRoutes(Router& router)
+{
+    AddProjectRoutes(router);
+    AddSessionRoutes(router);
+    AddAttributeRoutes(router);
+    router.AddAsync("GET", "/syncra/v1/signals",
+                    [this](const Call& call, const Reply& reply) { WaitForSignals(call, reply); });
+}
+
+void ModelService::AddProjectRoutes(Router& router)
+{
+    router.Add("GET", "/syncra/v1/ports", [this](const Call&) { return ListOf("ports", ports_); });
+    router.Add("GET", "/syncra/v1/projects", [this](const Call& call) {
+        return ListOf("projects", projects_.VisibleTo(call.user.userId));
+    });
+    router.Add("GET", "/syncra/v1/projects/exists", [this](const Call& call) {
+        return json{{"exists", projects_.NameExists(call.QueryText("name"))}};
+    });
+    router.Add("GET", "/syncra/v1/projects/{}/membership", [this](const Call& call) {
+        (void)FindProject(call.parameters[0]);
+        return json{{"member", projects_.IsMember(call.parameters[0], call.user.userId)}};
+    });
+    router.Add("GET", "/syncra/v1/projects/{}/state", [this](const Call& call) {
+        const auto project = RequireMembership(call, call.parameters[0]);
+        return json{{"state", static_cast<std::int32_t>(project.state)}};
+    });
+}
+
+void ModelService::AddSessionRoutes(Router& router)
+{
+    router.Add("GET", "/syncra/v1/projects/{}/sessions", [this](const Call& call) {
+        RequireMembership(call, call.parameters[0]);
+        std::vector<Session> own;
+        if (auto session = sessions_.Find(call.parameters[0], call.user.userId))
+            own.push_back(std::move(*session));
+        return ListOf("sessions", own);
+    });
+    router.Add("POST", "/syncra/v1/projects/{}/sessions",
+               [this](const Call& call) { return StartSession(call); });
+    router.Add("DELETE", "/syncra/v1/sessions/{}", [this](const Call& call) {
+        const auto projectId = sessions_.Close(call.parameters[0], call.user.userId);
+        if (!projectId)
+            throw Refusal(ErrorCode::NotFound,
+                          "You have no such session; it may have ended already.");
+        signals_.Raise(*projectId, SignalId::SessionsChanged);
+        return json::object();
+    });
+}
+
+void ModelService::AddAttributeRoutes(Router& router)
+{
+    router.Add("GET", "/syncra/v1/sessions/{}/attributes/{}", [this](const Call& call) {
+        RequireOwnSession(call, call.parameters[0]);
+        const auto value = sessions_.GetAttribute(call.parameters[0], call.parameters[1]);
+        return json{{"value", TextToJson(OV::FromUtf8(value))}};
+    });
+    router.Add("PUT", "/syncra/v1/sessions/{}/attributes/{}", [this](const Call& call) {
+        RequireOwnSession(call, call.parameters[0]);
+        const auto value = OV::ToUtf8(ReadText(call.Body(), "value"));
+        if (std::max(value.size(), call.parameters[1].size()) > MaximumAttributeBytes)
+            throw Refusal(ErrorCode::TooLarge, "A session attribute holds at most 4096 bytes.");
+        sessions_.SetAttribute(call.parameters[0], call.parameters[1], value);
+        return json::object();
+    });
+}
+
+Project ModelService::FindProject(const std::string& projectId)
+{
+    auto project = projects_.Find(projectId);
+    if (!project)
+        throw Refusal(ErrorCode::NotFound, "There is no such project; it may have been deleted.");
+    return *std::move(project);
+}
+
+Project ModelService::RequireMembership(const Call& call, const std::string& projectId)
+{
+    auto project = FindProject(projectId);
+    if (!projects_.IsMember(projectId, call.user.userId))
+        throw Refusal(ErrorCode::AccessDenied,
+                      "You are no member of this project. Ask its manager to add you.");
+    return project;
+}
+
+void ModelService::RequireOwnSession(const Call& call, const std::string& sessionId)
+{
+    if (!sessions_.IsOwner(sessionId, call.user.userId))
+        throw Refusal(ErrorCode::NotFound, "You have no such session; it may have ended already.");
+}
+
+json ModelService::StartSession(const Call& call)
+{
+    const auto& projectId = call.parameters[0];
+    const auto project = RequireMembership(call, projectId);
+    if (project.state == ProjectState::Maintenance)
+        throw Refusal(ErrorCode::ProjectUnavailable,
+                      "The project is under maintenance. Try again when it is over.");
+    const auto session = sessions_.Start(projectId, call.user.userId);
+    if (!session)
+        throw Refusal(ErrorCode::SessionExists, "You have a session in this project already.");
+    signals_.Raise(projectId, SignalId::SessionsChanged);
+    return ToJson(*session);
+}
+
+void ModelService::WaitForSignals(const Call& call, const Reply& reply)
+{
+    const auto projectId = call.QueryText("project");
+    RequireMembership(call, projectId);
+    const auto wait = std::min(call.QueryNumber("wait", 0), LongestWaitMilliseconds);
+    signals_.Wait(projectId, call.QueryNumber("after", 0), std::chrono::milliseconds(wait),
+                  [reply](const SignalBatch& batch) { reply(JsonResponse(ToJson(batch))); });
+}
+
+}  // namespace Nexar

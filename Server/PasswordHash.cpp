@@ -1,0 +1,75 @@
+#include "PasswordHash.hpp"
+
+#include <sodium.h>
+
+#include <stdexcept>
+
+namespace Nexar {
+
+namespace {
+
+constexpr std::size_t MaximumRemembered = 10'000;
+
+}  // namespace
+
+PasswordHash::PasswordHash(Cost cost) : cost_(cost)
+{
+    if (sodium_init() < 0)
+        throw std::runtime_error("libsodium cannot be started.");
+    randombytes_buf(key_.data(), key_.size());
+    std::string secret(32, '\0');
+    randombytes_buf(secret.data(), secret.size());
+    nobody_ = Make(secret);
+}
+
+std::string PasswordHash::Make(const std::string& password) const
+{
+    const bool small = cost_ == Cost::Minimum;
+    char hash[crypto_pwhash_STRBYTES];
+    if (crypto_pwhash_str(hash, password.data(), password.size(),
+                          small ? crypto_pwhash_OPSLIMIT_MIN : crypto_pwhash_OPSLIMIT_INTERACTIVE,
+                          small ? crypto_pwhash_MEMLIMIT_MIN
+                                : crypto_pwhash_MEMLIMIT_INTERACTIVE) != 0)
+        throw std::runtime_error("There is not enough memory to hash a password.");
+    return hash;
+}
+
+bool PasswordHash::Check(const std::string& hash, const std::string& password)
+{
+    if (IsRemembered(hash, password))
+        return true;
+    const std::string& known = hash.empty() ? nobody_ : hash;
+    if (crypto_pwhash_str_verify(known.c_str(), password.data(), password.size()) != 0 ||
+        hash.empty())
+        return false;
+    const std::lock_guard guard(lock_);
+    if (remembered_.size() >= MaximumRemembered)
+        remembered_.clear();
+    remembered_[hash] = DigestOf(hash, password);
+    return true;
+}
+
+bool PasswordHash::IsRemembered(const std::string& hash, const std::string& password)
+{
+    const std::lock_guard guard(lock_);
+    const auto found = remembered_.find(hash);
+    if (found == remembered_.end())
+        return false;
+    const Digest digest = DigestOf(hash, password);
+    return sodium_memcmp(found->second.data(), digest.data(), digest.size()) == 0;
+}
+
+PasswordHash::Digest PasswordHash::DigestOf(const std::string& hash,
+                                            const std::string& password) const
+{
+    // The hash holds the salt, and a changed password changes it: what is remembered then fits no
+    // more.
+    Digest digest{};
+    const std::string input = hash + '\0' + password;
+    crypto_generichash(digest.data(), digest.size(),
+                       reinterpret_cast<const unsigned char*>(input.data()), input.size(),
+                       key_.data(), key_.size());
+    return digest;
+}
+
+}  // namespace Nexar

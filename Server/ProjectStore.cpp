@@ -1,0 +1,111 @@
+#include "ProjectStore.hpp"
+
+#include "OVRoot/UniString.hpp"
+
+namespace Nexar {
+
+namespace {
+
+Syncra::Protocol::Project ReadProject(const Statement& row)
+{
+    Syncra::Protocol::Project project;
+    project.id = OV::FromUtf8(row.Text(0));
+    project.name = OV::FromUtf8(row.Text(1));
+    project.location = OV::FromUtf8(row.Text(2));
+    project.category = OV::FromUtf8(row.Text(3));
+    project.state = static_cast<Syncra::Protocol::ProjectState>(row.Number(4));
+    project.version = OV::FromUtf8(row.Text(5));
+    project.build = static_cast<std::int32_t>(row.Number(6));
+    return project;
+}
+
+}  // namespace
+
+std::vector<Syncra::Protocol::Project> ProjectStore::VisibleTo(const std::string& userId)
+{
+    auto query = database_.Prepare(
+        "SELECT id, name, location, category, state, version, build FROM projects "
+        "WHERE is_public OR id IN (SELECT project_id FROM members WHERE user_id = ?1) "
+        "ORDER BY number");
+    query.Bind(1, userId);
+    std::vector<Syncra::Protocol::Project> projects;
+    while (query.Step())
+        projects.push_back(ReadProject(query));
+    return projects;
+}
+
+bool ProjectStore::NameExists(const std::string& name)
+{
+    return database_.Prepare("SELECT 1 FROM projects WHERE name = ?1 COLLATE NOCASE")
+        .Bind(1, name)
+        .Step();
+}
+
+std::optional<Syncra::Protocol::Project> ProjectStore::Find(const std::string& projectId)
+{
+    auto query = database_.Prepare("SELECT id, name, location, category, state, version, build "
+                                   "FROM projects WHERE id = ?1");
+    if (!query.Bind(1, projectId).Step())
+        return std::nullopt;
+    return ReadProject(query);
+}
+
+bool ProjectStore::IsMember(const std::string& projectId, const std::string& userId)
+{
+    return database_.Prepare("SELECT 1 FROM members WHERE project_id = ?1 AND user_id = ?2")
+        .Bind(1, projectId)
+        .Bind(2, userId)
+        .Step();
+}
+
+void ProjectStore::Add(const StoredProject& project)
+{
+    const auto& record = project.record;
+    database_
+        .Prepare(
+            "INSERT INTO projects (id, name, location, category, state, version, build, is_public) "
+            "VALUES (?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8)")
+        .Bind(1, OV::ToUtf8(record.id))
+        .Bind(2, OV::ToUtf8(record.name))
+        .Bind(3, OV::ToUtf8(record.location))
+        .Bind(4, OV::ToUtf8(record.category))
+        .Bind(5, static_cast<std::int64_t>(record.state))
+        .Bind(6, OV::ToUtf8(record.version))
+        .Bind(7, std::int64_t{record.build})
+        .Bind(8, std::int64_t{project.isPublic})
+        .Run();
+}
+
+void ProjectStore::AddRole(const std::string& role, const std::vector<std::string>& permissions)
+{
+    database_.Prepare("INSERT INTO roles (name) VALUES (?1)").Bind(1, role).Run();
+    for (const auto& permission : permissions)
+        database_.Prepare("INSERT INTO role_permissions (role, permission) VALUES (?1, ?2)")
+            .Bind(1, role)
+            .Bind(2, permission)
+            .Run();
+}
+
+std::int64_t ProjectStore::AddMember(const std::string& projectId, const std::string& userId,
+                                     const std::string& role)
+{
+    std::int64_t logonId = 1;
+    {
+        auto taken = database_.Prepare(
+            "SELECT logon_id FROM members WHERE project_id = ?1 ORDER BY logon_id");
+        taken.Bind(1, projectId);
+        while (taken.Step() && taken.Number(0) == logonId)
+            ++logonId;
+    }
+    database_
+        .Prepare(
+            "INSERT INTO members (project_id, user_id, role, logon_id) VALUES (?1, ?2, ?3, ?4)")
+        .Bind(1, projectId)
+        .Bind(2, userId)
+        .Bind(3, role)
+        .Bind(4, logonId)
+        .Run();
+    return logonId;
+}
+
+}  // namespace Nexar

@@ -1,0 +1,38 @@
+#pragma once
+
+#include "Database.hpp"
+#include "SyncraProtocol/Project.hpp"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace Nexar {
+
+/// A project as the store holds it.
+struct StoredProject {
+    Syncra::Protocol::Project record;
+    bool isPublic = false;
+};
+
+class ProjectStore {
+public:
+    explicit ProjectStore(Database& database) : database_(database) {}
+
+    /// In order of creation: those the user is a member of, and the public ones.
+    [[nodiscard]] std::vector<Syncra::Protocol::Project> VisibleTo(const std::string& userId);
+    [[nodiscard]] bool NameExists(const std::string& name);
+    [[nodiscard]] std::optional<Syncra::Protocol::Project> Find(const std::string& projectId);
+    [[nodiscard]] bool IsMember(const std::string& projectId, const std::string& userId);
+
+    void Add(const StoredProject& project);
+    void AddRole(const std::string& role, const std::vector<std::string>& permissions);
+    /// Gives the member the lowest free logon id of the project and returns it.
+    std::int64_t AddMember(const std::string& projectId, const std::string& userId,
+                           const std::string& role);
+
+private:
+    Database& database_;
+};
+
+}  // namespace Nexar

@@ -1,0 +1,188 @@
+#include "Router.hpp"
+
+#include "Database.hpp"
+#include "OVRoot/Logger.hpp"
+#include "SyncraProtocol/Detail/Json.hpp"
+
+#include <nlohmann/json.hpp>
+
+#include <charconv>
+#include <utility>
+
+namespace Nexar {
+
+using Syncra::Protocol::ErrorCode;
+
+int Refusal::Status() const noexcept
+{
+    switch (code_) {
+    case ErrorCode::InternalError:
+        return 500;
+    case ErrorCode::NoSuchRoute:
+    case ErrorCode::NotFound:
+        return 404;
+    case ErrorCode::TooLarge:
+        return 413;
+    case ErrorCode::BadCredentials:
+    case ErrorCode::TokenExpired:
+        return 401;
+    case ErrorCode::AccessDenied:
+    case ErrorCode::UserDisabled:
+        return 403;
+    case ErrorCode::SessionExists:
+    case ErrorCode::NameAlreadyExists:
+    case ErrorCode::ObjectInUse:
+        return 409;
+    case ErrorCode::ProjectUnavailable:
+        return 423;
+    case ErrorCode::IncompatibleVersion:
+        return 426;
+    case ErrorCode::BadRequest:
+        break;
+    }
+    return 400;
+}
+
+nlohmann::json Call::Body() const
+{
+    auto body = Syncra::Protocol::ParseJson(request.body);
+    if (!body.is_object())
+        throw Refusal(ErrorCode::BadRequest, "The body must be a JSON object.");
+    return body;
+}
+
+std::uint64_t Call::QueryNumber(const std::string& name, std::uint64_t fallback) const
+{
+    const auto found = request.query.find(name);
+    if (found == request.query.end())
+        return fallback;
+    std::uint64_t number = 0;
+    const auto& text = found->second;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    if (error != std::errc() || end != text.data() + text.size())
+        throw Refusal(ErrorCode::BadRequest, "\"" + name + "\" in the query is no whole number.");
+    return number;
+}
+
+std::string Call::QueryText(const std::string& name) const
+{
+    const auto found = request.query.find(name);
+    if (found == request.query.end())
+        throw Refusal(ErrorCode::BadRequest, "\"" + name + "\" is missing in the query.");
+    return OV::ToUtf8(OV::UnescapeFromCarrier(OV::FromUtf8(found->second)));
+}
+
+namespace {
+
+std::vector<std::string> SplitPattern(const std::string& pattern)
+{
+    HttpRequest request;
+    (void)ParseTarget(pattern, request);
+    return request.path;
+}
+
+bool Fits(const std::vector<std::string>& pattern, const std::vector<std::string>& path,
+          std::vector<std::string>& parameters)
+{
+    if (pattern.size() != path.size())
+        return false;
+    parameters.clear();
+    for (std::size_t i = 0; i < path.size(); ++i) {
+        if (pattern[i] == "{}")
+            parameters.push_back(OV::ToUtf8(OV::UnescapeFromCarrier(OV::FromUtf8(path[i]))));
+        else if (pattern[i] != path[i])
+            return false;
+    }
+    return true;
+}
+
+HttpResponse AnswerOfCurrentException()
+{
+    try {
+        throw;
+    } catch (const Refusal& refusal) {
+        return ErrorResponse(refusal);
+    } catch (const Syncra::Protocol::MalformedRecordException& error) {
+        return ErrorResponse(Refusal(ErrorCode::BadRequest, error.what()));
+    } catch (const std::exception& error) {
+        OV::Logger::Error("nexar-server", u"A request failed: %", {error.what()});
+        return ErrorResponse(Refusal(ErrorCode::InternalError,
+                                     "The server failed; its log says why. Try again later."));
+    }
+}
+
+}  // namespace
+
+void Router::Add(const std::string& method, const std::string& pattern, Handler handler)
+{
+    AddAsync(method, pattern, [handler = std::move(handler)](const Call& call, const Reply& reply) {
+        reply(JsonResponse(handler(call)));
+    });
+}
+
+void Router::AddAsync(const std::string& method, const std::string& pattern, AsyncHandler handler)
+{
+    Insert(method, pattern, std::move(handler), false);
+}
+
+void Router::AddOpen(const std::string& method, const std::string& pattern, AsyncHandler handler)
+{
+    Insert(method, pattern, std::move(handler), true);
+}
+
+void Router::Insert(const std::string& method, const std::string& pattern, AsyncHandler handler,
+                    bool open)
+{
+    routes_.push_back({method, SplitPattern(pattern), std::move(handler), open, allowBuiltIn_});
+}
+
+void Router::operator()(HttpRequest request, const Reply& reply) const
+{
+    try {
+        Call call{std::move(request), {}, {}};
+        const Route& route = Match(call);
+        Admit(route, call);
+        route.handler(std::move(call), reply);
+    } catch (...) {
+        reply(AnswerOfCurrentException());
+    }
+}
+
+const Router::Route& Router::Match(Call& call) const
+{
+    bool pathExists = false;
+    for (const auto& route : routes_) {
+        if (!Fits(route.pattern, call.request.path, call.parameters))
+            continue;
+        if (route.method == call.request.method)
+            return route;
+        pathExists = true;
+    }
+    throw Refusal(ErrorCode::NoSuchRoute, pathExists ? "This path does not take this method."
+                                                     : "There is no such path on this service.");
+}
+
+void Router::Admit(const Route& route, Call& call) const
+{
+    if (route.open)
+        return;
+    const auto login = tokens_.Find(call.request.token);
+    if (!login)
+        throw Refusal(ErrorCode::TokenExpired, "The token is unknown or too old. Sign in again.");
+    if (login->isBuiltIn && !route.builtIn)
+        throw Refusal(ErrorCode::AccessDenied, "This account may only read presence.");
+    call.user = *login;
+}
+
+HttpResponse ErrorResponse(const Refusal& refusal)
+{
+    return ErrorResponse(refusal.Status(), static_cast<std::int32_t>(refusal.Code()),
+                         refusal.what());
+}
+
+HttpResponse JsonResponse(const nlohmann::json& value)
+{
+    return {200, Syncra::Protocol::DumpJson(value)};
+}
+
+}  // namespace Nexar

@@ -1,0 +1,72 @@
+#pragma once
+
+#include "Http.hpp"
+#include "Refusal.hpp"
+#include "TokenTable.hpp"
+
+#include <nlohmann/json_fwd.hpp>
+
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace Nexar {
+
+/// One request on its way through a handler.
+struct Call {
+    HttpRequest request;
+    std::vector<std::string> parameters;  ///< what stood for each {} of the pattern, in order
+    TokenTable::Login user;
+
+    /// The body as a JSON object. Throws MalformedRecordException.
+    [[nodiscard]] nlohmann::json Body() const;
+    /// A query value as a whole number; `fallback` when absent. Throws Refusal.
+    [[nodiscard]] std::uint64_t QueryNumber(const std::string& name, std::uint64_t fallback) const;
+    /// A query value that must be there. Throws Refusal.
+    [[nodiscard]] std::string QueryText(const std::string& name) const;
+};
+
+/// Finds the handler of a request, checks its token, and turns whatever a handler throws into an
+/// answer: nothing that a client sends ends the process.
+class Router {
+public:
+    /// Answers at once with the returned JSON, or throws.
+    using Handler = std::function<nlohmann::json(const Call&)>;
+    /// Answers through `reply`, later if need be.
+    using AsyncHandler = std::function<void(Call, Reply)>;
+
+    explicit Router(TokenTable& tokens) : tokens_(tokens) {}
+
+    /// `pattern` is like "/syncra/v1/projects/{}/state".
+    void Add(const std::string& method, const std::string& pattern, Handler handler);
+    void AddAsync(const std::string& method, const std::string& pattern, AsyncHandler handler);
+    /// A route for which nobody needs to be signed in.
+    void AddOpen(const std::string& method, const std::string& pattern, AsyncHandler handler);
+    /// Lets the built-in presence account use the routes added from here on.
+    void AllowBuiltIn(bool allow) { allowBuiltIn_ = allow; }
+
+    void operator()(HttpRequest request, const Reply& reply) const;
+
+private:
+    struct Route {
+        std::string method;
+        std::vector<std::string> pattern;
+        AsyncHandler handler;
+        bool open;
+        bool builtIn;
+    };
+    void Insert(const std::string& method, const std::string& pattern, AsyncHandler handler,
+                bool open);
+    [[nodiscard]] const Route& Match(Call& call) const;
+    void Admit(const Route& route, Call& call) const;
+
+    TokenTable& tokens_;
+    std::vector<Route> routes_;
+    bool allowBuiltIn_ = false;
+};
+
+/// The answer for a caught refusal.
+[[nodiscard]] HttpResponse ErrorResponse(const Refusal& refusal);
+[[nodiscard]] HttpResponse JsonResponse(const nlohmann::json& value);
+
+}  // namespace Nexar

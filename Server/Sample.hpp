@@ -1,0 +1,17 @@
+#pragma once
+
+#include "PasswordHash.hpp"
+#include "ProjectStore.hpp"
+#include "SessionStore.hpp"
+#include "UserStore.hpp"
+
+namespace Nexar {
+
+/// Every user of the sample team signs in with this.
+inline constexpr const char* SamplePassword = "nexar-sample";
+
+/// Fills an empty store with a believable team; Docs/Commands.md tells who and what. Does nothing
+/// when there are users already.
+void FillWithSample(Database& database, const PasswordHash& hash);
+
+}  // namespace Nexar

@@ -1,0 +1,92 @@
+#include "SessionStore.hpp"
+
+#include "OVRoot/Clock.hpp"
+#include "OVRoot/Guid.hpp"
+
+namespace Nexar {
+
+std::optional<Syncra::Protocol::Session> SessionStore::Find(const std::string& projectId,
+                                                            const std::string& userId)
+{
+    Syncra::Protocol::Session session;
+    {
+        auto query = database_.Prepare(
+            "SELECT s.id, u.login, u.full_name, m.logon_id, m.role, s.start_time FROM sessions s "
+            "JOIN members m USING (project_id, user_id) JOIN users u ON u.id = s.user_id "
+            "WHERE s.project_id = ?1 AND s.user_id = ?2");
+        if (!query.Bind(1, projectId).Bind(2, userId).Step())
+            return std::nullopt;
+        session.id = OV::FromUtf8(query.Text(0));
+        session.projectId = OV::FromUtf8(projectId);
+        session.userId = OV::FromUtf8(userId);
+        session.loginName = OV::FromUtf8(query.Text(1));
+        session.userName = OV::FromUtf8(query.Text(2));
+        session.logonId = static_cast<std::int32_t>(query.Number(3));
+        session.roleName = OV::FromUtf8(query.Text(4));
+        session.startTime = static_cast<std::int32_t>(query.Number(5));
+    }
+    auto permissions = database_.Prepare("SELECT permission FROM role_permissions WHERE role = ?1");
+    permissions.Bind(1, OV::ToUtf8(session.roleName));
+    while (permissions.Step())
+        session.permissions.insert(OV::FromUtf8(permissions.Text(0)));
+    return session;
+}
+
+std::optional<Syncra::Protocol::Session> SessionStore::Start(const std::string& projectId,
+                                                             const std::string& userId)
+{
+    // The unique key decides between two clients that start at once.
+    const int added =
+        database_
+            .Prepare("INSERT INTO sessions (id, project_id, user_id, start_time) "
+                     "VALUES (?1, ?2, ?3, ?4) ON CONFLICT (project_id, user_id) DO NOTHING")
+            .Bind(1, OV::ToUtf8(OV::Guid::Generate().ToText()))
+            .Bind(2, projectId)
+            .Bind(3, userId)
+            .Bind(4, std::int64_t{OV::Clock::Current().Now()})
+            .Run();
+    return added == 1 ? Find(projectId, userId) : std::nullopt;
+}
+
+std::optional<std::string> SessionStore::Close(const std::string& sessionId,
+                                               const std::string& userId)
+{
+    auto statement = database_.Prepare(
+        "DELETE FROM sessions WHERE id = ?1 AND user_id = ?2 RETURNING project_id");
+    if (!statement.Bind(1, sessionId).Bind(2, userId).Step())
+        return std::nullopt;
+    std::string projectId = statement.Text(0);
+    // Stepped to its end: only then is the row gone for good.
+    while (statement.Step()) {
+    }
+    return projectId;
+}
+
+bool SessionStore::IsOwner(const std::string& sessionId, const std::string& userId)
+{
+    return database_.Prepare("SELECT 1 FROM sessions WHERE id = ?1 AND user_id = ?2")
+        .Bind(1, sessionId)
+        .Bind(2, userId)
+        .Step();
+}
+
+std::string SessionStore::GetAttribute(const std::string& sessionId, const std::string& name)
+{
+    auto query = database_.Prepare(
+        "SELECT value FROM session_attributes WHERE session_id = ?1 AND name = ?2");
+    return query.Bind(1, sessionId).Bind(2, name).Step() ? query.Text(0) : std::string();
+}
+
+void SessionStore::SetAttribute(const std::string& sessionId, const std::string& name,
+                                const std::string& value)
+{
+    database_
+        .Prepare("INSERT INTO session_attributes (session_id, name, value) VALUES (?1, ?2, ?3) "
+                 "ON CONFLICT (session_id, name) DO UPDATE SET value = excluded.value")
+        .Bind(1, sessionId)
+        .Bind(2, name)
+        .Bind(3, value)
+        .Run();
+}
+
+}  // namespace Nexar

@@ -1,0 +1,36 @@
+#pragma once
+
+#include "Database.hpp"
+#include "SyncraProtocol/Session.hpp"
+
+#include <optional>
+#include <string>
+
+namespace Nexar {
+
+/// Working sessions: at most one a user and project, which outlives the server's process.
+class SessionStore {
+public:
+    explicit SessionStore(Database& database) : database_(database) {}
+
+    [[nodiscard]] std::optional<Syncra::Protocol::Session> Find(const std::string& projectId,
+                                                                const std::string& userId);
+    /// The new session, or nothing when the user has one already. The user must be a member.
+    [[nodiscard]] std::optional<Syncra::Protocol::Session> Start(const std::string& projectId,
+                                                                 const std::string& userId);
+    /// Ends the user's own session; returns its project, or nothing when it is not his or has
+    /// ended.
+    [[nodiscard]] std::optional<std::string> Close(const std::string& sessionId,
+                                                   const std::string& userId);
+
+    [[nodiscard]] bool IsOwner(const std::string& sessionId, const std::string& userId);
+    /// Empty when the attribute was never set.
+    [[nodiscard]] std::string GetAttribute(const std::string& sessionId, const std::string& name);
+    void SetAttribute(const std::string& sessionId, const std::string& name,
+                      const std::string& value);
+
+private:
+    Database& database_;
+};
+
+}  // namespace Nexar

@@ -1,0 +1,84 @@
+#include "SignInService.hpp"
+
+#include "OVRoot/Logger.hpp"
+#include "SyncraProtocol/Detail/Json.hpp"
+
+#include <nlohmann/json.hpp>
+
+namespace Nexar {
+
+using namespace Syncra::Protocol;
+
+namespace {
+
+constexpr std::uint32_t ProductVersion = 1400;
+constexpr std::size_t MaximumPasswordUnits = 1024;
+
+}  // namespace
+
+SignInService::SignInService(HttpServer& server, UserStore& users, PasswordHash& hash,
+                             TokenTable& tokens)
+    : server_(server), users_(users), hash_(hash), tokens_(tokens)
+{}
+
+void SignInService::AddRoutes(Router& router)
+{
+    router.AddOpen("GET", "/syncra/version", [](const Call&, const Reply& reply) {
+        reply(JsonResponse({{"protocol", ProtocolVersion}, {"serverVersion", ProductVersion}}));
+    });
+    router.AddOpen("POST", "/syncra/v1/sign-in",
+                   [this](const Call& call, const Reply& reply) { SignIn(call, reply); });
+    router.AllowBuiltIn(true);
+    router.Add("POST", "/syncra/v1/sign-out", [this](const Call& call) {
+        tokens_.Remove(call.request.token);
+        return nlohmann::json::object();
+    });
+    router.AllowBuiltIn(false);
+}
+
+void SignInService::SignIn(const Call& call, const Reply& reply)
+{
+    const auto request = FromJson<SignInRequest>(call.Body());
+    if (request.protocol != ProtocolVersion)
+        throw Refusal(ErrorCode::IncompatibleVersion,
+                      "This server speaks version 1 of the protocol. Update the older side.");
+    if (request.password.size() > MaximumPasswordUnits)
+        throw Refusal(ErrorCode::TooLarge, "The password is longer than 1024 characters.");
+    const std::string login = OV::ToUtf8(request.userName);
+    const std::string password = OV::ToUtf8(request.password);
+    const auto user = users_.FindByLogin(login);
+    if (user && hash_.IsRemembered(user->passwordHash, password)) {
+        Finish(user, true, login, reply);
+        return;
+    }
+    worker_.Execute(OV::MakeTask([this, open = server_.HoldOpen(), user, login, password, reply] {
+        const bool right = hash_.Check(user ? user->passwordHash : std::string(), password);
+        server_.Post([this, user, right, login, reply] { Finish(user, right, login, reply); });
+    }));
+}
+
+void SignInService::Finish(const std::optional<User>& user, bool passwordIsRight,
+                           const std::string& login, const Reply& reply)
+{
+    if (!user || !passwordIsRight) {
+        OV::Logger::Warning("nexar-server", u"Sign-in refused: user \"%\"", {login});
+        reply(ErrorResponse(
+            Refusal(ErrorCode::BadCredentials, "The user name or the password is wrong.")));
+        return;
+    }
+    if (!user->enabled) {
+        OV::Logger::Warning("nexar-server", u"Sign-in refused, account off: user \"%\"", {login});
+        reply(ErrorResponse(Refusal(ErrorCode::UserDisabled,
+                                    "This account is switched off. Ask your administrator.")));
+        return;
+    }
+    SignInAnswer answer;
+    answer.token = tokens_.Add({user->id, user->login});
+    answer.userId = OV::FromUtf8(user->id);
+    answer.userName = OV::FromUtf8(user->fullName);
+    answer.protocol = ProtocolVersion;
+    answer.serverVersion = ProductVersion;
+    reply(JsonResponse(ToJson(answer)));
+}
+
+}  // namespace Nexar

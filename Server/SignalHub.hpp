@@ -1,0 +1,52 @@
+#pragma once
+
+#include "HttpServer.hpp"
+#include "SyncraProtocol/Signal.hpp"
+
+#include <deque>
+#include <list>
+#include <map>
+
+namespace Nexar {
+
+/// The signals of all projects within one life of the server, and the requests that wait for them.
+/// A waiting request is a completion and a timer, not a thread.
+class SignalHub {
+public:
+    using Answer = std::function<void(Syncra::Protocol::SignalBatch)>;
+
+    explicit SignalHub(HttpServer& server) : server_(server) {}
+
+    void Raise(const std::string& projectId, Syncra::Protocol::SignalId id);
+    /// Answers at once when there is something after `after`, when `after` is from another life or
+    /// `wait` is 0, otherwise with the next signal or after `wait`.
+    void Wait(const std::string& projectId, std::uint64_t after, std::chrono::milliseconds wait,
+              Answer answer);
+    /// Answers every waiting request, and later ones at once: the server stops.
+    void ReleaseAll();
+
+private:
+    struct Waiter {
+        std::uint64_t after;
+        Answer answer;
+        std::shared_ptr<void> timer;
+    };
+    using Waiters = std::list<Waiter>;
+    struct Project {
+        std::deque<Syncra::Protocol::Signal> recent;
+        std::uint64_t forgotten = 0;  ///< sequence of the newest signal that is kept no more
+        Waiters waiters;
+    };
+
+    [[nodiscard]] bool HasNews(const Project& project, std::uint64_t after) const;
+    [[nodiscard]] Syncra::Protocol::SignalBatch BatchAfter(const Project& project,
+                                                           std::uint64_t after) const;
+    void Release(Project& project);
+
+    HttpServer& server_;
+    std::map<std::string, Project> projects_;
+    std::uint64_t sequence_ = 0;
+    bool stopping_ = false;
+};
+
+}  // namespace Nexar

@@ -1,0 +1,34 @@
+#include "UserStore.hpp"
+
+namespace Nexar {
+
+std::optional<User> UserStore::FindByLogin(const std::string& login)
+{
+    auto query = database_.Prepare(
+        "SELECT id, login, full_name, password_hash, enabled, color FROM users WHERE login = ?1");
+    if (!query.Bind(1, login).Step())
+        return std::nullopt;
+    return User{query.Text(0), query.Text(1),        query.Text(2),
+                query.Text(3), query.Number(4) != 0, query.Number(5)};
+}
+
+void UserStore::Add(const User& user)
+{
+    database_
+        .Prepare("INSERT INTO users (id, login, full_name, password_hash, enabled, color) "
+                 "VALUES (?1, ?2, ?3, ?4, ?5, ?6)")
+        .Bind(1, user.id)
+        .Bind(2, user.login)
+        .Bind(3, user.fullName)
+        .Bind(4, user.passwordHash)
+        .Bind(5, std::int64_t{user.enabled})
+        .Bind(6, user.color)
+        .Run();
+}
+
+bool UserStore::IsEmpty()
+{
+    return !database_.Prepare("SELECT 1 FROM users LIMIT 1").Step();
+}
+
+}  // namespace Nexar

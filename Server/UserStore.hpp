@@ -1,0 +1,31 @@
+#pragma once
+
+#include "Database.hpp"
+
+#include <optional>
+#include <string>
+
+namespace Nexar {
+
+struct User {
+    std::string id;
+    std::string login;
+    std::string fullName;
+    std::string passwordHash;
+    bool enabled = true;
+    std::int64_t color = 0;
+};
+
+class UserStore {
+public:
+    explicit UserStore(Database& database) : database_(database) {}
+
+    [[nodiscard]] std::optional<User> FindByLogin(const std::string& login);
+    void Add(const User& user);
+    [[nodiscard]] bool IsEmpty();
+
+private:
+    Database& database_;
+};
+
+}  // namespace Nexar

@@ -1,0 +1,306 @@
+#include "SYCommunication/HttpClient.hpp"
+#include "OVRoot/Thread.hpp"
+#include "Support/ScriptedServer.hpp"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <future>
+
+using namespace Communication;
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+/// For everything that must end "at once"; generous, since the machine may be busy.
+constexpr std::chrono::seconds Soon(10);
+
+HttpOptions ShortOptions()
+{
+    HttpOptions options;
+    options.requestTimeoutMilliseconds = 400;
+    options.maximumAnswerBytes = 100'000;
+    return options;
+}
+
+HttpClient ClientOf(const ScriptedServer& server, HttpOptions options = {})
+{
+    return HttpClient(ServerAddress{u"127.0.0.1", server.Port(), false}, std::move(options));
+}
+
+HttpRequest Request(HttpMethod method, OV::String body = {})
+{
+    return {method, "/x", std::move(body), {}, 0};
+}
+
+/// The name of the exception that ends a GET, or the status of its answer.
+std::string Outcome(HttpClient& client, HttpMethod method = HttpMethod::Get, OV::String body = {})
+{
+    try {
+        return std::to_string(client.Perform(Request(method, std::move(body))).status);
+    } catch (const OV::Exception& failure) {
+        return std::string(failure.GetName());
+    }
+}
+
+void StreamForEver(const ScriptedServer::Peer& peer, std::string_view head, std::string_view piece)
+{
+    std::string block;
+    while (block.size() < 64 * 1024)
+        block += piece;
+    for (bool there = peer.Send(head); there && !peer.IsEnding();)
+        there = peer.Send(block);
+}
+
+}  // namespace
+
+TEST(HttpClientTest, EveryMisbehaviourHasItsException)
+{
+    struct Case {
+        const char* name;
+        const char* expected;
+        ScriptedServer::Script script;
+    };
+    using Peer = ScriptedServer::Peer;
+    using Asked = ScriptedServer::Request;
+    const auto sending = [](std::string text) {
+        return [text](Peer& peer, const Asked&) {
+            peer.Send(text);
+            peer.Close();
+        };
+    };
+    const Case cases[] = {
+        {"a whole answer", "200", [](Peer& p, const Asked&) { p.Answer(200, "{}"); }},
+        {"no content", "204", sending("HTTP/1.1 204 No Content\r\n\r\n")},
+        {"a redirect is not followed", "302",
+         [](Peer& p, const Asked&) { p.Answer(302, "", "Location: http://127.0.0.1:1/\r\n"); }},
+        {"a body up to the limit", "200",
+         [](Peer& p, const Asked&) { p.Answer(200, std::string(100'000, 'x')); }},
+        {"closed before a byte", "ConnectionException", sending("")},
+        {"closed in the status line", "ConnectionException", sending("HTTP/1.1 2")},
+        {"closed in the headers", "ConnectionException", sending("HTTP/1.1 200 OK\r\nA: b\r\n")},
+        {"closed in the body", "ConnectionException",
+         sending("HTTP/1.1 200 OK\r\nContent-Length: 10\r\n\r\n{\"a\"")},
+        {"closed in a chunk", "ConnectionException",
+         sending("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\nff\r\nabc")},
+        {"chunks that are none", "ConnectionException",
+         sending("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\nzz\r\nabc")},
+        {"something other than HTTP", "MalformedResponseException", sending("SSH-2.0-x\r\n\r\n")},
+        {"zeros", "MalformedResponseException", sending(std::string(5000, '\0'))},
+        {"a declared body over the limit", "MalformedResponseException",
+         sending("HTTP/1.1 200 OK\r\nContent-Length: 99999999999\r\n\r\n")},
+        {"a body one byte over the limit", "MalformedResponseException",
+         [](Peer& p, const Asked&) { p.Answer(200, std::string(100'001, 'x')); }},
+        {"an endless body", "MalformedResponseException",
+         [](Peer& p, const Asked&) { StreamForEver(p, "HTTP/1.1 200 OK\r\n\r\n", "x"); }},
+        {"endless chunks", "MalformedResponseException",
+         [](Peer& p, const Asked&) {
+             StreamForEver(p, "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n",
+                           "4\r\nabcd\r\n");
+         }},
+        {"endless header lines", "MalformedResponseException",
+         [](Peer& p, const Asked&) { StreamForEver(p, "HTTP/1.1 200 OK\r\n", "A: b\r\n"); }},
+        {"endless interim answers", "MalformedResponseException",
+         [](Peer& p, const Asked&) { StreamForEver(p, "", "HTTP/1.1 100 Continue\r\n\r\n"); }},
+        {"never an answer", "TimeoutException", [](Peer& p, const Asked&) { p.HoldUntilGone(); }},
+        {"never the end of the body", "TimeoutException",
+         [](Peer& p, const Asked&) {
+             p.Send("HTTP/1.1 200 OK\r\nContent-Length: 10\r\n\r\nabc");
+             p.HoldUntilGone();
+         }},
+    };
+    for (const Case& one : cases) {
+        SCOPED_TRACE(one.name);
+        const ScriptedServer server(one.script);
+        HttpClient client = ClientOf(server, ShortOptions());
+        const auto begin = Clock::now();
+        EXPECT_EQ(Outcome(client), one.expected);
+        EXPECT_LT(Clock::now() - begin, Soon);
+    }
+}
+
+TEST(HttpClientTest, AnUnreachableServerIsNamedWithItsPort)
+{
+    std::uint16_t freePort = 0;
+    {
+        const ScriptedServer gone([](ScriptedServer::Peer&, const ScriptedServer::Request&) {});
+        freePort = gone.Port();
+    }
+    HttpClient client(ServerAddress{u"127.0.0.1", freePort, false}, {});
+    HttpRequest request = Request(HttpMethod::Get);
+    request.target = "/path?name=geheim";
+    request.token = "TOKEN";
+    try {
+        (void)client.Perform(request);
+        FAIL() << "nobody listens there";
+    } catch (const ConnectionException& failure) {
+        const std::string text = failure.what();
+        EXPECT_NE(text.find("127.0.0.1:" + std::to_string(freePort)), std::string::npos) << text;
+        EXPECT_NE(text.find("GET /path"), std::string::npos) << text;
+        EXPECT_EQ(text.find("geheim"), std::string::npos) << text;
+        EXPECT_EQ(text.find("TOKEN"), std::string::npos) << text;
+    }
+}
+
+TEST(HttpClientTest, AHostThatWouldBecomeAnotherPartOfTheUrlIsRefused)
+{
+    const ScriptedServer server(
+        [](ScriptedServer::Peer& peer, const ScriptedServer::Request&) { peer.Answer(200, "{}"); });
+    for (const char16_t* host : {u"", u"user@127.0.0.1", u"127.0.0.1/x", u"127.0.0.1?x",
+                                 u"127.0.0.1#", u"127.0.0.1\r\nA: b", u"12%37.0.0.1", u"a b"}) {
+        HttpClient client(ServerAddress{host, server.Port(), false}, {});
+        EXPECT_EQ(Outcome(client), "ConnectionException") << OV::ToUtf8(host);
+    }
+    EXPECT_EQ(server.Connections(), 0);
+}
+
+TEST(HttpClientTest, MethodBodyAndTokenReachTheServerAsTheyAre)
+{
+    std::vector<ScriptedServer::Request> seen;
+    const ScriptedServer server(
+        [&seen](ScriptedServer::Peer& peer, const ScriptedServer::Request& request) {
+            seen.push_back(request);
+            peer.Answer(200, request.method);
+        });
+    HttpClient client = ClientOf(server);
+    const OV::String large(3'000'000, 'b');  // over what curl would first ask leave for
+    const OV::String zero("{\"a\":\0}", 7);
+    const auto perform = [&client](HttpMethod method, OV::String body, OV::String token) {
+        return client
+            .Perform({method, "/a/../%2e%2E/b?c=%20", std::move(body), std::move(token), 0})
+            .body;
+    };
+    EXPECT_EQ(perform(HttpMethod::Post, large, "one"), "POST");
+    EXPECT_EQ(perform(HttpMethod::Delete, "", "one"), "DELETE");
+    EXPECT_EQ(perform(HttpMethod::Put, zero, "two"), "PUT");
+    EXPECT_EQ(perform(HttpMethod::Get, "", ""), "GET");
+    EXPECT_EQ(perform(HttpMethod::Post, "", "two"), "POST");
+
+    ASSERT_EQ(seen.size(), 5u);
+    EXPECT_EQ(seen[0].body, large);
+    EXPECT_EQ(seen[0].head.find("expect"), std::string::npos);
+    EXPECT_NE(seen[0].head.find("authorization: bearer one\r\n"), std::string::npos);
+    EXPECT_EQ(seen[0].target, "/a/../%2e%2E/b?c=%20");
+    EXPECT_EQ(seen[1].body, "");
+    EXPECT_EQ(seen[2].body, zero);
+    EXPECT_NE(seen[2].head.find("authorization: bearer two\r\n"), std::string::npos);
+    EXPECT_EQ(seen[3].head.find("authorization"), std::string::npos);
+    EXPECT_EQ(server.Connections(), 1);
+}
+
+TEST(HttpClientTest, AConnectionIsKeptAndReplacedWhenTheServerDroppedIt)
+{
+    std::atomic<int> closed = 0;
+    ScriptedServer server([&](ScriptedServer::Peer& peer, const ScriptedServer::Request& request) {
+        peer.Answer(200, "{}");
+        if (request.number % 50 == 0) {
+            request.number == 50 ? peer.Close() : peer.HalfClose();
+            ++closed;
+        }
+    });
+    HttpClient client = ClientOf(server);
+    for (int request = 1; request <= 150; ++request) {
+        ASSERT_EQ(Outcome(client, request % 2 ? HttpMethod::Get : HttpMethod::Post, "{}"), "200");
+        while (closed < request / 50)
+            std::this_thread::yield();
+    }
+    EXPECT_EQ(Outcome(client, HttpMethod::Post, "{}"), "200");
+    EXPECT_EQ(server.Connections(), 4);
+    EXPECT_EQ(server.Requests(), 151);
+}
+
+TEST(HttpClientTest, OnlyARequestThatChangesNothingIsSentAgainOnANewConnection)
+{
+    // The server takes the second request of each connection in full and closes without an answer:
+    // it may have acted on it.
+    struct Case {
+        HttpMethod method;
+        const char* body;
+        const char* expected;
+        int requests;
+    };
+    const Case cases[] = {
+        {HttpMethod::Get, "", "200", 3},
+        {HttpMethod::Post, "{}", "ConnectionException", 2},
+        {HttpMethod::Post, "", "ConnectionException", 2},
+        {HttpMethod::Put, "{}", "ConnectionException", 2},
+        {HttpMethod::Delete, "", "ConnectionException", 2},
+    };
+    for (const Case& one : cases) {
+        const ScriptedServer server(
+            [](ScriptedServer::Peer& peer, const ScriptedServer::Request& request) {
+                if (request.number == 2)
+                    peer.Close();
+                else
+                    peer.Answer(200, "{}");
+            });
+        HttpClient client = ClientOf(server);
+        ASSERT_EQ(Outcome(client), "200");
+        EXPECT_EQ(Outcome(client, one.method, one.body), one.expected)
+            << static_cast<int>(one.method);
+        EXPECT_EQ(server.Requests(), one.requests) << static_cast<int>(one.method);
+        EXPECT_EQ(Outcome(client, HttpMethod::Post, "{}"), "200") << "usable afterwards";
+    }
+}
+
+TEST(HttpClientTest, AHeldRequestEndsWhenItsThreadIsInterrupted)
+{
+    std::atomic<bool> arrived = false;
+    const ScriptedServer server([&](ScriptedServer::Peer& peer, const ScriptedServer::Request& r) {
+        arrived = r.number == 1;
+        r.number == 1 ? peer.HoldUntilGone() : void(peer.Answer(200, "{}"));
+    });
+    HttpClient client = ClientOf(server);
+    std::promise<std::string> outcome;
+    OV::Thread thread("Held", [&] { outcome.set_value(Outcome(client)); });
+    while (!arrived)
+        std::this_thread::yield();
+    const auto begin = Clock::now();
+    thread.Interrupt();
+    EXPECT_EQ(outcome.get_future().get(), "InterruptedException");
+    EXPECT_LT(Clock::now() - begin, std::chrono::seconds(1));
+    thread.Join();
+    EXPECT_EQ(Outcome(client), "200") << "the client outlives an interruption";
+}
+
+TEST(HttpClientTest, CancelEndsTheRequestUnderWayAndEveryLaterOne)
+{
+    std::atomic<bool> arrived = false;
+    const ScriptedServer server([&](ScriptedServer::Peer& peer, const ScriptedServer::Request&) {
+        arrived = true;
+        peer.HoldUntilGone();
+    });
+    HttpClient client = ClientOf(server);
+    auto outcome = std::async(std::launch::async, [&] { return Outcome(client); });
+    while (!arrived)
+        std::this_thread::yield();
+    const auto begin = Clock::now();
+    client.Cancel();
+    EXPECT_EQ(outcome.get(), "InterruptedException");
+    EXPECT_LT(Clock::now() - begin, std::chrono::seconds(1));
+    EXPECT_EQ(Outcome(client), "InterruptedException");
+    EXPECT_EQ(server.Requests(), 1);
+}
+
+TEST(ServerAddressTest, ServerNamesAsUsersWriteThem)
+{
+    struct Case {
+        const char16_t* name;
+        const char* url;
+    };
+    const Case cases[] = {
+        {u"nexar", "http://nexar:80"},          {u" HTTP://Nexar/ ", "http://Nexar:80"},
+        {u"HttpS://nexar", "https://nexar:80"}, {u"[::1]", "http://[::1]:80"},
+        {u"https://::1", "https://[::1]:80"},   {u"fe80::1%eth0", "http://[fe80::1%25eth0]:80"},
+        {u"https", "http://https:80"},          {u"server-\u00FC", "http://server-\xC3\xBC:80"},
+    };
+    for (const Case& one : cases)
+        EXPECT_EQ(ServerAddress::FromServerName(one.name, 80).BaseUrl(), one.url);
+}
+
+TEST(PercentEncodeTest, CodesEveryByteThatIsNotUnreserved)
+{
+    EXPECT_EQ(PercentEncode("AZaz09-._~"), "AZaz09-._~");
+    EXPECT_EQ(PercentEncode(OV::StringView("a/b?c&d=e+f% \0\xC3\xBC", 16)),
+              "a%2Fb%3Fc%26d%3De%2Bf%25%20%00%C3%BC");
+}
