@@ -1,6 +1,7 @@
 #include "OVRoot/Channel.hpp"
 
 #include <array>
+#include <bit>
 #include <concepts>
 #include <limits>
 
@@ -48,19 +49,30 @@ std::span<const std::byte> AsBytes(StringView text)
 }
 
 /// Calls `read` for pieces of `target` of at most one step, growing it only as bytes arrive.
-template <class Read>
-auto GrowAndRead(String& target, std::uint32_t count, Read&& read)
+/// `count` is in bytes and a multiple of the element size.
+template <class Text, class Read>
+auto GrowAndRead(Text& target, std::uint32_t count, Read&& read)
 {
     target.clear();
     decltype(read(std::span<std::byte>{})) status = 0;
     while (count > 0 && status == 0) {
         const std::uint32_t piece = std::min(count, Step);
         const std::size_t at = target.size();
-        target.resize(at + piece);
-        status = read(std::as_writable_bytes(std::span(target.data() + at, piece)));
+        target.resize(at + piece / sizeof(typename Text::value_type));
+        status = read(std::as_writable_bytes(std::span(target).subspan(at)));
         count -= piece;
     }
     return status;
+}
+
+constexpr bool IsLittleEndian = std::endian::native == std::endian::little;
+
+[[maybe_unused]] UniString SwapBytes(UniStringView text)
+{
+    UniString swapped(text);
+    for (auto& unit : swapped)
+        unit = static_cast<char16_t>(unit >> 8 | unit << 8);
+    return swapped;
 }
 
 }  // namespace
@@ -100,14 +112,11 @@ ChannelStatus IChannel::Read(UniString& value)
         return status;
     if (count % 2 != 0)
         return ChannelFailed;
-    String bytes;
-    if (const auto status = ReadBlock(bytes, count); status != ChannelOk)
-        return status;
-    value.resize(count / 2);
-    for (std::size_t i = 0; i < value.size(); ++i)
-        value[i] = static_cast<char16_t>(static_cast<unsigned char>(bytes[2 * i]) |
-                                         static_cast<unsigned char>(bytes[2 * i + 1]) << 8);
-    return ChannelOk;
+    const auto status =
+        GrowAndRead(value, count, [&](std::span<std::byte> piece) { return ReadBytes(piece); });
+    if constexpr (!IsLittleEndian)
+        value = SwapBytes(value);
+    return status;
 }
 
 ChannelStatus IChannel::ReadBlock(String& value, std::uint32_t count)
@@ -142,14 +151,13 @@ ChannelStatus OChannel::Write(UniStringView value)
 {
     if (value.size() > std::numeric_limits<std::uint32_t>::max() / 2)
         return ChannelFailed;
-    String bytes(value.size() * 2, '\0');
-    for (std::size_t i = 0; i < value.size(); ++i) {
-        bytes[2 * i] = static_cast<char>(value[i] & 0xFF);
-        bytes[2 * i + 1] = static_cast<char>(value[i] >> 8);
-    }
-    if (const auto status = Write(static_cast<std::uint32_t>(bytes.size())); status != ChannelOk)
+    const auto size = static_cast<std::uint32_t>(value.size() * sizeof(char16_t));
+    if (const auto status = Write(size); status != ChannelOk)
         return status;
-    return WriteBytes(AsBytes(bytes));
+    if constexpr (IsLittleEndian)
+        return WriteBytes(std::as_bytes(std::span(value)));
+    const UniString swapped = SwapBytes(value);
+    return WriteBytes(std::as_bytes(std::span(swapped)));
 }
 
 bool IChannelX::ReadBool()
