@@ -72,8 +72,25 @@ Reply::State::~State()
 
 void Reply::State::Complete(HttpResponse response)
 {
-    if (auto complete = std::exchange(completion, nullptr))
+    if (auto complete = std::exchange(completion, nullptr)) {
+        gone = nullptr;
         complete(std::move(response));
+    }
+}
+
+void Reply::State::Abandon()
+{
+    completion = nullptr;
+    if (auto run = std::exchange(gone, nullptr))
+        run();
+}
+
+std::function<void()> Reply::MakeAbandon() const
+{
+    return [state = std::weak_ptr(state_)] {
+        if (const auto alive = state.lock())
+            alive->Abandon();
+    };
 }
 
 HttpResponse ErrorResponse(int status, std::int32_t code, std::string_view message)

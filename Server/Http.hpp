@@ -33,12 +33,19 @@ public:
     {}
     void operator()(HttpResponse response) const { state_->Complete(std::move(response)); }
 
+    /// Runs `gone` when the client goes before it was answered, so that nothing is kept for it.
+    void WhenGone(std::function<void()> gone) const { state_->gone = std::move(gone); }
+    /// For the server: what it calls when the client has gone. Does not keep the reply alive.
+    [[nodiscard]] std::function<void()> MakeAbandon() const;
+
 private:
     struct State {
         explicit State(Completion complete) : completion(std::move(complete)) {}
         ~State();
         void Complete(HttpResponse response);
+        void Abandon();
         Completion completion;
+        std::function<void()> gone;
     };
     std::shared_ptr<State> state_;
 };

@@ -14,12 +14,16 @@
 #include <boost/asio/signal_set.hpp>
 #include <boost/asio/steady_timer.hpp>
 #include <boost/asio/use_awaitable.hpp>
+#include <boost/asio/write.hpp>
 #include <boost/beast/core.hpp>
 #include <boost/beast/http.hpp>
 
+#include <array>
 #include <csignal>
 #include <list>
+#include <memory>
 #include <stdexcept>
+#include <tuple>
 #include <utility>
 
 namespace Nexar {
@@ -39,16 +43,45 @@ constexpr std::size_t MaximumConnections = 2000;
 constexpr seconds IdleTime{120};
 constexpr seconds DeliveryTime{30};
 constexpr seconds LongestStop{10};
+/// What a client has begun to send when the server stops may still arrive for so long.
+constexpr seconds LateDelivery{1};
+/// How long a refused client may go on sending before the connection is cut.
+constexpr seconds DrainTime{5};
 
 using Parser = http::request_parser<http::string_body>;
 
-/// What the connections share with their server.
+using Streams = std::list<beast::tcp_stream*>;
+
+/// What the connections share with their server. The context comes last: it goes first, and with it
+/// the connections.
 struct Shared {
-    asio::io_context context{1};
-    std::list<beast::tcp_stream*> idle;  ///< wait for a request, may be closed at any time
+    Streams idle;       ///< wait for a request, may be closed at any time
+    Streams receiving;  ///< have begun a request, or drain a refused one
     std::size_t connections = 0;
     bool stopping = false;
+    asio::io_context context{1};
 };
+
+/// Keeps a stream in a list while it lives.
+class Listed {
+public:
+    Listed(Streams& list, beast::tcp_stream& stream)
+        : list_(list), place_(list.insert(list.end(), &stream))
+    {}
+    ~Listed() { list_.erase(place_); }
+    Listed(const Listed&) = delete;
+    Listed& operator=(const Listed&) = delete;
+
+private:
+    Streams& list_;
+    Streams::iterator place_;
+};
+
+void CancelAll(const Streams& streams)
+{
+    for (auto* stream : streams)
+        stream->cancel();
+}
 
 HttpResponse RefusalOf(const beast::error_code& error)
 {
@@ -62,11 +95,10 @@ HttpResponse RefusalOf(const beast::error_code& error)
     return refuse(400, ErrorCode::BadRequest, "This is no HTTP/1.1 request.");
 }
 
-/// Errors after which nobody listens for an answer.
+/// Errors after which nobody listens for an answer: all that are not about what the request says.
 bool IsGone(const beast::error_code& error)
 {
     return error == http::error::end_of_stream || error == http::error::partial_message ||
-           error == beast::error::timeout ||
            error.category() != http::make_error_code(http::error::bad_value).category();
 }
 
@@ -83,31 +115,83 @@ http::response<http::string_body> ToBeast(HttpResponse response, unsigned versio
 std::string BearerToken(beast::string_view header)
 {
     constexpr beast::string_view scheme = "Bearer ";
-    return header.starts_with(scheme) ? std::string(header.substr(scheme.size())) : std::string();
+    return beast::iequals(header.substr(0, scheme.size()), scheme)
+               ? std::string(header.substr(scheme.size()))
+               : std::string();
 }
 
-asio::awaitable<HttpResponse> Handle(const HttpHandler& handler, Parser::value_type message)
+bool ReadMessage(Parser::value_type message, HttpRequest& request)
 {
-    HttpRequest request;
     if (!ParseTarget({message.target().data(), message.target().size()}, request))
-        co_return ErrorResponse(400, static_cast<std::int32_t>(ErrorCode::BadRequest),
-                                "The path or the query is damaged.");
+        return false;
     request.method = std::string(message.method_string());
     request.token = BearerToken(message[http::field::authorization]);
     request.body = std::move(message.body());
-    co_return co_await asio::async_initiate<const asio::use_awaitable_t<>&, void(HttpResponse)>(
-        [&handler, &request](auto completion) {
-            auto shared = std::make_shared<decltype(completion)>(std::move(completion));
-            handler(std::move(request), Reply([shared](HttpResponse response) {
-                        // Posted: a handler that answers at once must not resume inside itself.
-                        auto executor = asio::get_associated_executor(*shared);
-                        asio::post(executor, [shared, response = std::move(response)]() mutable {
-                            (*shared)(std::move(response));
-                        });
-                    }));
-        },
-        asio::use_awaitable);
+    return true;
 }
+
+/// One request with its handler. Whichever comes first ends it: the answer, or the client's going.
+class Exchange : public std::enable_shared_from_this<Exchange> {
+public:
+    using Outcome = std::shared_ptr<HttpResponse>;  ///< empty when the client has gone
+
+    explicit Exchange(tcp::socket& socket) : socket_(socket) {}
+
+    /// `watch`: whether to notice the client's going. Not possible when it has sent more already.
+    asio::awaitable<Outcome> Run(const HttpHandler& handler, HttpRequest request, bool watch)
+    {
+        // Not a temporary of the call below: the compiler would end it too early.
+        auto begin = [this, &handler, &request, watch](auto completion) {
+            auto shared = std::make_shared<decltype(completion)>(std::move(completion));
+            finish_ = [shared](Outcome outcome) { (*shared)(std::move(outcome)); };
+            const Reply reply([self = shared_from_this()](HttpResponse response) {
+                self->Finish(std::make_shared<HttpResponse>(std::move(response)));
+            });
+            if (watch)
+                Watch(reply.MakeAbandon());
+            try {
+                handler(std::move(request), reply);
+            } catch (...) {
+                // Must not leave here while the reply may still resume the coroutine. Dropping the
+                // reply answers with an internal error.
+            }
+        };
+        auto outcome = co_await asio::async_initiate<const asio::use_awaitable_t<>&, void(Outcome)>(
+            std::move(begin), asio::use_awaitable);
+        beast::error_code ignored;
+        socket_.cancel(ignored);
+        co_return outcome;
+    }
+
+private:
+    void Finish(Outcome outcome)
+    {
+        // Posted: a handler that answers at once must not resume inside itself.
+        if (auto finish = std::exchange(finish_, nullptr))
+            asio::post(socket_.get_executor(),
+                       [finish = std::move(finish), outcome = std::move(outcome)]() mutable {
+                           finish(std::move(outcome));
+                       });
+    }
+
+    void Watch(std::function<void()> abandon)
+    {
+        socket_.async_wait(tcp::socket::wait_read,
+                           [self = shared_from_this(),
+                            abandon = std::move(abandon)](const beast::error_code& error) {
+                               // Once finished, the socket may be gone. Readable and nothing there
+                               // is its end.
+                               beast::error_code ignored;
+                               if (error || !self->finish_ || self->socket_.available(ignored) > 0)
+                                   return;
+                               abandon();
+                               self->Finish(nullptr);
+                           });
+    }
+
+    tcp::socket& socket_;
+    std::function<void(Outcome)> finish_;
+};
 
 class Connection {
 public:
@@ -124,45 +208,83 @@ public:
 
     asio::awaitable<void> Serve()
     {
-        bool keepAlive = true;
-        while (keepAlive && !shared_.stopping) {
-            if (buffer_.size() == 0 && !co_await WaitForRequest())
-                break;
-            Parser parser;
-            parser.body_limit(MaximumBodyBytes);
-            parser.header_limit(MaximumHeaderBytes);
-            stream_.expires_after(DeliveryTime);
-            auto [readError, size] = co_await http::async_read(stream_, buffer_, parser,
-                                                               asio::as_tuple(asio::use_awaitable));
-            (void)size;
-            if (readError) {
-                if (!IsGone(readError))
-                    co_await Write(ToBeast(RefusalOf(readError), 11, false));
-                break;
-            }
-            keepAlive = parser.get().keep_alive();
-            const unsigned version = parser.get().version();
-            // A held request waits longer than any delivery; its handler bounds it.
-            stream_.expires_never();
-            HttpResponse response = co_await Handle(handler_, parser.release());
-            keepAlive = keepAlive && !shared_.stopping;
-            if (!co_await Write(ToBeast(std::move(response), version, keepAlive)))
-                break;
+        while (co_await ServeOne()) {
         }
         beast::error_code ignored;
         stream_.socket().shutdown(tcp::socket::shutdown_send, ignored);
     }
 
 private:
+    /// Whether another request may follow.
+    asio::awaitable<bool> ServeOne()
+    {
+        if (shared_.stopping || (buffer_.size() == 0 && !co_await WaitForRequest()))
+            co_return false;
+        Parser parser;
+        if (const auto error = co_await Receive(parser)) {
+            if (!IsGone(error))
+                co_await Refuse(RefusalOf(error));
+            co_return false;
+        }
+        const bool isHead = parser.get().method() == http::verb::head;
+        const bool keepAlive = parser.get().keep_alive() && !isHead;
+        const unsigned version = parser.get().version();
+        auto response = co_await Answer(parser.release());
+        if (!response)
+            co_return false;
+        // An answer to HEAD carries no body, or the client takes it for the next answer.
+        if (isHead)
+            response->body.clear();
+        const bool goOn = keepAlive && !shared_.stopping;
+        co_return co_await Write(ToBeast(std::move(*response), version, goOn)) && goOn;
+    }
+
     asio::awaitable<bool> WaitForRequest()
     {
-        const auto place = shared_.idle.insert(shared_.idle.end(), &stream_);
+        const Listed listed(shared_.idle, stream_);
         stream_.expires_after(IdleTime);
         auto [error, size] = co_await stream_.async_read_some(buffer_.prepare(4096),
                                                               asio::as_tuple(asio::use_awaitable));
-        shared_.idle.erase(place);
         buffer_.commit(size);
         co_return !error && size > 0;
+    }
+
+    asio::awaitable<beast::error_code> Receive(Parser& parser)
+    {
+        const Listed listed(shared_.receiving, stream_);
+        parser.body_limit(MaximumBodyBytes);
+        parser.header_limit(MaximumHeaderBytes);
+        stream_.expires_after(DeliveryTime);
+        auto [error, size] = co_await http::async_read_header(stream_, buffer_, parser,
+                                                              asio::as_tuple(asio::use_awaitable));
+        if (error || parser.is_done())
+            co_return error;
+        // Without this a client waits a second or more before it sends a large body.
+        if (beast::iequals(parser.get()[http::field::expect], "100-continue"))
+            co_await SendContinue();
+        std::tie(error, size) = co_await http::async_read(stream_, buffer_, parser,
+                                                          asio::as_tuple(asio::use_awaitable));
+        co_return error;
+    }
+
+    asio::awaitable<void> SendContinue()
+    {
+        constexpr std::string_view line = "HTTP/1.1 100 Continue\r\n\r\n";
+        co_await asio::async_write(stream_, asio::buffer(line),
+                                   asio::as_tuple(asio::use_awaitable));
+    }
+
+    asio::awaitable<Exchange::Outcome> Answer(Parser::value_type message)
+    {
+        HttpRequest request;
+        if (!ReadMessage(std::move(message), request))
+            co_return std::make_shared<HttpResponse>(
+                ErrorResponse(400, static_cast<std::int32_t>(ErrorCode::BadRequest),
+                              "The path or the query is damaged."));
+        // A held request waits longer than any delivery; its handler bounds it.
+        stream_.expires_never();
+        const auto exchange = std::make_shared<Exchange>(stream_.socket());
+        co_return co_await exchange->Run(handler_, std::move(request), buffer_.size() == 0);
     }
 
     asio::awaitable<bool> Write(http::response<http::string_body> message)
@@ -172,6 +294,26 @@ private:
             co_await http::async_write(stream_, message, asio::as_tuple(asio::use_awaitable));
         (void)size;
         co_return !error;
+    }
+
+    /// Answers and reads on for a while: closing with unread data would reset the connection, and
+    /// the client would never see the answer.
+    asio::awaitable<void> Refuse(HttpResponse response)
+    {
+        if (!co_await Write(ToBeast(std::move(response), 11, false)))
+            co_return;
+        beast::error_code ignored;
+        stream_.socket().shutdown(tcp::socket::shutdown_send, ignored);
+        const Listed listed(shared_.receiving, stream_);
+        stream_.expires_after(DrainTime);
+        std::array<char, 16384> dropped;
+        for (std::size_t total = 0; total < 2 * MaximumBodyBytes;) {
+            auto [error, size] = co_await stream_.async_read_some(
+                asio::buffer(dropped), asio::as_tuple(asio::use_awaitable));
+            if (error)
+                break;
+            total += size;
+        }
     }
 
     Shared& shared_;
@@ -222,6 +364,7 @@ struct HttpServer::State {
     Shared shared;
     std::list<Listener> listeners;
     asio::signal_set signals{shared.context, SIGTERM, SIGINT};
+    asio::steady_timer lateDelivery{shared.context};
     asio::steady_timer stopLimit{shared.context};
     std::function<void()> beforeStop;
 
@@ -234,8 +377,12 @@ struct HttpServer::State {
             listener.acceptor.close();
         if (beforeStop)
             beforeStop();
-        for (auto* stream : shared.idle)
-            stream->cancel();
+        CancelAll(shared.idle);
+        lateDelivery.expires_after(LateDelivery);
+        lateDelivery.async_wait([this](const beast::error_code& error) {
+            if (!error)
+                CancelAll(shared.receiving);
+        });
         stopLimit.expires_after(LongestStop);
         stopLimit.async_wait([this](const beast::error_code& error) {
             if (!error)
@@ -244,10 +391,11 @@ struct HttpServer::State {
         WaitForEnd();
     }
 
-    /// The limit must not keep an idle server alive.
+    /// The limits must not keep an idle server alive.
     void WaitForEnd()
     {
         if (shared.connections == 0) {
+            lateDelivery.cancel();
             stopLimit.cancel();
             return;
         }
@@ -307,12 +455,13 @@ std::shared_ptr<void> HttpServer::HoldOpen()
 
 std::shared_ptr<void> HttpServer::After(std::chrono::milliseconds time, std::function<void()> work)
 {
-    // Dropping the timer cancels its wait, which then ends with an error.
+    // Dropping the timer cancels its wait; one that has just run out is told by the handle alone.
     auto timer = std::make_shared<asio::steady_timer>(state_->shared.context, time);
-    timer->async_wait([work = std::move(work)](const beast::error_code& error) {
-        if (!error)
-            work();
-    });
+    timer->async_wait(
+        [handle = std::weak_ptr(timer), work = std::move(work)](const beast::error_code& error) {
+            if (!error && !handle.expired())
+                work();
+        });
     return timer;
 }
 

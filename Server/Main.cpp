@@ -12,6 +12,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <iostream>
 
 namespace {
@@ -70,9 +71,12 @@ void AddOptions(CLI::App& app, Options& options)
 void SendLogToStandardError()
 {
     OV::Logger::SetSink([](const OV::LogRecord& record) {
-        if (record.level != OV::LogLevel::Debug)
-            std::cerr << "nexar-server: " << OV::ToUtf8(OV::EscapeForCarrier(record.text))
-                      << std::endl;
+        if (record.level == OV::LogLevel::Debug)
+            return;
+        // One line a record, whatever a client put into it.
+        std::string line = OV::ToUtf8(OV::EscapeForCarrier(record.text));
+        std::replace(line.begin(), line.end(), '\n', ' ');
+        std::cerr << "nexar-server: " + line + '\n' << std::flush;
     });
 }
 
@@ -152,9 +156,9 @@ private:
     SignalHub signals_;
     SignInService signIn_;
     ModelService model_;
-    Router modelRouter_{tokens_};
-    Router managementRouter_{tokens_};
-    Router messagingRouter_{tokens_};
+    Router modelRouter_{tokens_, users_};
+    Router managementRouter_{tokens_, users_};
+    Router messagingRouter_{tokens_, users_};
 };
 
 void Serve(const Options& options)
@@ -173,6 +177,7 @@ void Serve(const Options& options)
     }
     Services services(database, hash);
     services.Listen(options);
+    OV::Logger::Info("nexar-server", u"Started.");
     services.Run();
     OV::Logger::Info("nexar-server", u"Stopped.");
 }

@@ -135,8 +135,9 @@ void ModelService::WaitForSignals(const Call& call, const Reply& reply)
     const auto projectId = call.QueryText("project");
     RequireMembership(call, projectId);
     const auto wait = std::min(call.QueryNumber("wait", 0), LongestWaitMilliseconds);
-    signals_.Wait(projectId, call.QueryNumber("after", 0), std::chrono::milliseconds(wait),
-                  [reply](const SignalBatch& batch) { reply(JsonResponse(ToJson(batch))); });
+    reply.WhenGone(
+        signals_.Wait(projectId, call.QueryNumber("after", 0), std::chrono::milliseconds(wait),
+                      [reply](const SignalBatch& batch) { reply(JsonResponse(ToJson(batch))); }));
 }
 
 }  // namespace Nexar

@@ -11,14 +11,21 @@ namespace Nexar {
 class Refusal : public std::runtime_error {
 public:
     Refusal(Syncra::Protocol::ErrorCode code, const std::string& message)
-        : std::runtime_error(message), code_(code)
+        : Refusal(code, message, StatusOf(code))
+    {}
+    /// With another HTTP status than the usual one of the code.
+    Refusal(Syncra::Protocol::ErrorCode code, const std::string& message, int status)
+        : std::runtime_error(message), code_(code), status_(status)
     {}
     [[nodiscard]] Syncra::Protocol::ErrorCode Code() const noexcept { return code_; }
-    /// The HTTP status that goes with the code.
-    [[nodiscard]] int Status() const noexcept;
+    [[nodiscard]] int Status() const noexcept { return status_; }
 
 private:
+    /// The HTTP status that usually goes with a code.
+    [[nodiscard]] static int StatusOf(Syncra::Protocol::ErrorCode code) noexcept;
+
     Syncra::Protocol::ErrorCode code_;
+    int status_;
 };
 
 }  // namespace Nexar

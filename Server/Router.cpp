@@ -13,9 +13,9 @@ namespace Nexar {
 
 using Syncra::Protocol::ErrorCode;
 
-int Refusal::Status() const noexcept
+int Refusal::StatusOf(ErrorCode code) noexcept
 {
-    switch (code_) {
+    switch (code) {
     case ErrorCode::InternalError:
         return 500;
     case ErrorCode::NoSuchRoute:
@@ -150,16 +150,17 @@ void Router::operator()(HttpRequest request, const Reply& reply) const
 
 const Router::Route& Router::Match(Call& call) const
 {
-    bool pathExists = false;
+    std::string allowed;
     for (const auto& route : routes_) {
         if (!Fits(route.pattern, call.request.path, call.parameters))
             continue;
         if (route.method == call.request.method)
             return route;
-        pathExists = true;
+        allowed += (allowed.empty() ? "" : ", ") + route.method;
     }
-    throw Refusal(ErrorCode::NoSuchRoute, pathExists ? "This path does not take this method."
-                                                     : "There is no such path on this service.");
+    if (allowed.empty())
+        throw Refusal(ErrorCode::NoSuchRoute, "There is no such path on this service.");
+    throw Refusal(ErrorCode::NoSuchRoute, "This path takes " + allowed + " alone.", 405);
 }
 
 void Router::Admit(const Route& route, Call& call) const
@@ -171,7 +172,21 @@ void Router::Admit(const Route& route, Call& call) const
         throw Refusal(ErrorCode::TokenExpired, "The token is unknown or too old. Sign in again.");
     if (login->isBuiltIn && !route.builtIn)
         throw Refusal(ErrorCode::AccessDenied, "This account may only read presence.");
+    if (!login->isBuiltIn)
+        RequireAccount(*login, call.request.token);
     call.user = *login;
+}
+
+/// A token is worth nothing once its user was deleted or switched off.
+void Router::RequireAccount(const TokenTable::Login& login, const std::string& token) const
+{
+    const auto enabled = users_.IsEnabled(login.userId);
+    if (enabled == true)
+        return;
+    tokens_.Remove(token);
+    if (!enabled)
+        throw Refusal(ErrorCode::TokenExpired, "The token is void: its user was deleted.");
+    throw Refusal(ErrorCode::UserDisabled, "This account is switched off. Ask your administrator.");
 }
 
 HttpResponse ErrorResponse(const Refusal& refusal)

@@ -3,6 +3,7 @@
 #include "Http.hpp"
 #include "Refusal.hpp"
 #include "TokenTable.hpp"
+#include "UserStore.hpp"
 
 #include <nlohmann/json_fwd.hpp>
 
@@ -35,7 +36,7 @@ public:
     /// Answers through `reply`, later if need be.
     using AsyncHandler = std::function<void(Call, Reply)>;
 
-    explicit Router(TokenTable& tokens) : tokens_(tokens) {}
+    Router(TokenTable& tokens, UserStore& users) : tokens_(tokens), users_(users) {}
 
     /// `pattern` is like "/syncra/v1/projects/{}/state".
     void Add(const std::string& method, const std::string& pattern, Handler handler);
@@ -59,8 +60,10 @@ private:
                 bool open);
     [[nodiscard]] const Route& Match(Call& call) const;
     void Admit(const Route& route, Call& call) const;
+    void RequireAccount(const TokenTable::Login& login, const std::string& token) const;
 
     TokenTable& tokens_;
+    UserStore& users_;
     std::vector<Route> routes_;
     bool allowBuiltIn_ = false;
 };

@@ -5,6 +5,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
+
 namespace Nexar {
 
 using namespace Syncra::Protocol;
@@ -12,7 +14,7 @@ using namespace Syncra::Protocol;
 namespace {
 
 constexpr std::uint32_t ProductVersion = 1400;
-constexpr std::size_t MaximumPasswordUnits = 1024;
+constexpr std::size_t MaximumCredentialUnits = 1024;
 
 }  // namespace
 
@@ -38,12 +40,15 @@ void SignInService::AddRoutes(Router& router)
 
 void SignInService::SignIn(const Call& call, const Reply& reply)
 {
-    const auto request = FromJson<SignInRequest>(call.Body());
-    if (request.protocol != ProtocolVersion)
+    const auto body = call.Body();
+    // First: the rest of the record may look different in another version.
+    if (ReadInteger(body, "protocol", 0, 0xFFFF'FFFF) != ProtocolVersion)
         throw Refusal(ErrorCode::IncompatibleVersion,
                       "This server speaks version 1 of the protocol. Update the older side.");
-    if (request.password.size() > MaximumPasswordUnits)
-        throw Refusal(ErrorCode::TooLarge, "The password is longer than 1024 characters.");
+    const auto request = FromJson<SignInRequest>(body);
+    if (std::max(request.userName.size(), request.password.size()) > MaximumCredentialUnits)
+        throw Refusal(ErrorCode::TooLarge,
+                      "The user name or the password is longer than 1024 characters.");
     const std::string login = OV::ToUtf8(request.userName);
     const std::string password = OV::ToUtf8(request.password);
     const auto user = users_.FindByLogin(login);

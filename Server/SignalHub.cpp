@@ -29,21 +29,29 @@ void SignalHub::Raise(const std::string& projectId, SignalId id)
     Release(project);
 }
 
-void SignalHub::Wait(const std::string& projectId, std::uint64_t after,
-                     std::chrono::milliseconds wait, Answer answer)
+std::function<void()> SignalHub::Wait(const std::string& projectId, std::uint64_t after,
+                                      std::chrono::milliseconds wait, Answer answer)
 {
     Project& project = projects_[projectId];
-    if (stopping_ || wait.count() == 0 || after > sequence_ || HasNews(project, after)) {
-        answer(BatchAfter(project, after));
-        return;
+    // 0 asks for the place alone, and gets no signals.
+    const bool asksForPlace = after == 0 && wait.count() == 0;
+    if (asksForPlace || stopping_ || wait.count() == 0 || after > sequence_ ||
+        HasNews(project, after)) {
+        answer(asksForPlace ? SignalBatch{{}, sequence_} : BatchAfter(project, after));
+        return [] {};
     }
-    const auto place =
-        project.waiters.insert(project.waiters.end(), {after, std::move(answer), {}});
-    place->timer = server_.After(wait, [this, &project, place] {
-        const Waiter waiter = std::move(*place);
-        project.waiters.erase(place);
-        waiter.answer(BatchAfter(project, waiter.after));
+    const auto waiter = std::make_shared<Waiter>(Waiter{after, std::move(answer), {}});
+    project.waiters.push_back(waiter);
+    const auto forget = [&project, weak = std::weak_ptr(waiter)] {
+        std::erase(project.waiters, weak.lock());
+    };
+    waiter->timer = server_.After(wait, [this, &project, forget, waiting = waiter.get()] {
+        const Answer late = std::move(waiting->answer);
+        const SignalBatch batch = BatchAfter(project, waiting->after);
+        forget();
+        late(batch);
     });
+    return forget;
 }
 
 void SignalHub::ReleaseAll()
@@ -62,8 +70,8 @@ SignalBatch SignalHub::BatchAfter(const Project& project, std::uint64_t after) c
 {
     SignalBatch batch;
     batch.next = sequence_;
-    // 0 asks for the place, a sequence beyond ours is from another life: both begin from here.
-    if (after == 0 || after > sequence_)
+    // A sequence beyond ours is from another life of the server: its client begins from here.
+    if (after > sequence_)
         return batch;
     // Who missed more than is kept gets one of each kind instead.
     if (after < project.forgotten)
@@ -81,8 +89,8 @@ void SignalHub::Release(Project& project)
 {
     Waiters waiters;
     waiters.swap(project.waiters);
-    for (auto& waiter : waiters)
-        waiter.answer(BatchAfter(project, waiter.after));
+    for (const auto& waiter : waiters)
+        waiter->answer(BatchAfter(project, waiter->after));
 }
 
 }  // namespace Nexar

@@ -4,8 +4,9 @@
 #include "SyncraProtocol/Signal.hpp"
 
 #include <deque>
-#include <list>
 #include <map>
+#include <memory>
+#include <vector>
 
 namespace Nexar {
 
@@ -19,9 +20,10 @@ public:
 
     void Raise(const std::string& projectId, Syncra::Protocol::SignalId id);
     /// Answers at once when there is something after `after`, when `after` is from another life or
-    /// `wait` is 0, otherwise with the next signal or after `wait`.
-    void Wait(const std::string& projectId, std::uint64_t after, std::chrono::milliseconds wait,
-              Answer answer);
+    /// `wait` is 0, otherwise with the next signal or after `wait`. Returns what forgets the
+    /// waiting request unanswered; it does nothing once that is answered.
+    [[nodiscard]] std::function<void()> Wait(const std::string& projectId, std::uint64_t after,
+                                             std::chrono::milliseconds wait, Answer answer);
     /// Answers every waiting request, and later ones at once: the server stops.
     void ReleaseAll();
 
@@ -31,7 +33,7 @@ private:
         Answer answer;
         std::shared_ptr<void> timer;
     };
-    using Waiters = std::list<Waiter>;
+    using Waiters = std::vector<std::shared_ptr<Waiter>>;
     struct Project {
         std::deque<Syncra::Protocol::Signal> recent;
         std::uint64_t forgotten = 0;  ///< sequence of the newest signal that is kept no more

@@ -12,6 +12,14 @@ std::optional<User> UserStore::FindByLogin(const std::string& login)
                 query.Text(3), query.Number(4) != 0, query.Number(5)};
 }
 
+std::optional<bool> UserStore::IsEnabled(const std::string& userId)
+{
+    auto query = database_.Prepare("SELECT enabled FROM users WHERE id = ?1");
+    if (!query.Bind(1, userId).Step())
+        return std::nullopt;
+    return query.Number(0) != 0;
+}
+
 void UserStore::Add(const User& user)
 {
     database_

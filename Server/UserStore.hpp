@@ -21,6 +21,8 @@ public:
     explicit UserStore(Database& database) : database_(database) {}
 
     [[nodiscard]] std::optional<User> FindByLogin(const std::string& login);
+    /// Nothing when there is no such user.
+    [[nodiscard]] std::optional<bool> IsEnabled(const std::string& userId);
     void Add(const User& user);
     [[nodiscard]] bool IsEmpty();
 

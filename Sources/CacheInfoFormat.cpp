@@ -69,6 +69,7 @@ constexpr std::uint16_t FirstVersionWithProjectVersion = 6;
 constexpr OV::UniStringView ProjectVersion13 = u"13.0.0.0";
 constexpr OV::UniStringView ProjectVersion14 = u"14.0.0.0 (C-107)";
 
+/// Room made at once; a file that says more makes its set grow as it goes.
 constexpr std::uint32_t MostPermissionsForeseen = 64;
 
 struct Reader {
@@ -100,6 +101,7 @@ struct Reader {
     {
         // The count is not trusted for an allocation: a false one ends at the first missing
         // element.
+        content.values.permissions.reserve(std::min(permissionCount, MostPermissionsForeseen));
         for (std::uint32_t i = 0; i < permissionCount; ++i)
             content.values.permissions.insert(channel.ReadString(name));
     }

@@ -55,8 +55,9 @@ OV::UniString GetProjectStatusText(const ProjectStatusFacts& facts)
     if (state == Word::None)
         return {};
     const bool namesChanges = state == Word::Joined && facts.unsentChanges;
+    const bool namesOffline = state != Word::DeletedFromServer && facts.offline;
     return TextOf(namesChanges ? Word::JoinedUnsentChanges : state) +
-           TextOf(facts.offline ? Word::OfflineSuffix : Word::None);
+           TextOf(namesOffline ? Word::OfflineSuffix : Word::None);
 }
 
 }  // namespace SYC

@@ -28,8 +28,9 @@ struct ProjectStatusFacts {
 [[nodiscard]] OV::UniString GetUnsentChangesText(const ProjectStatusFacts& facts);
 
 /// The whole status in one text: the state word, where "Joined" becomes "Joined, unsent changes",
-/// and " (Offline)" behind any state of an offline project. A project that is not known here has no
-/// status: the text is empty, with or without a connection.
+/// and " (Offline)" behind it for an offline project; not behind "Deleted from Server", which only
+/// a server can say. A project that is not known here has no status: the text is empty, offline or
+/// not.
 [[nodiscard]] OV::UniString GetProjectStatusText(const ProjectStatusFacts& facts);
 
 }  // namespace SYC

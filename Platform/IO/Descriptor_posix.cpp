@@ -58,5 +58,13 @@ ChangeStamp StampOf(const struct stat& status) noexcept
     return stamp;
 }
 
+bool StillNames(const OV::String& path, const Descriptor& opened)
+{
+    struct stat named {};
+    struct stat held {};
+    return lstat(path.c_str(), &named) == 0 && fstat(opened.Number(), &held) == 0 &&
+           IsSameFile(named, held);
+}
+
 }  // namespace Posix
 }  // namespace IO

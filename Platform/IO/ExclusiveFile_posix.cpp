@@ -1,51 +1,106 @@
 #include "IO/ExclusiveFile.hpp"
 
 #include "IO/Detail/Descriptor_posix.hpp"
+#include "OVRoot/Lock.hpp"
 
 #include <fcntl.h>
+#include <pthread.h>
 #include <sys/file.h>
 #include <unistd.h>
+#include <unordered_set>
 #include <utility>
 
 namespace IO {
 
 using Posix::Descriptor;
 
+namespace {
+
+/// Every descriptor that carries a hold. A forked child shares the holds of its parent until it
+/// closes its copies, and would keep them beyond the parent's death; so it closes them first of
+/// all. Opening and closing happen under the lock, for a fork in between would leave a copy that
+/// nobody knows.
+class HeldDescriptors {
+public:
+    static HeldDescriptors& Get()
+    {
+        // Never destroyed: files that static objects hold are released at the very end.
+        static auto* const all = new HeldDescriptors;
+        return *all;
+    }
+
+    void Open(Descriptor& file, const OV::String& path)
+    {
+        constexpr int flags = O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW;
+        const OV::LockGuard guard(lock_);
+        files_.insert(&file);
+        file = Descriptor(Posix::Retry([&] { return open(path.c_str(), flags, 0666); }));
+    }
+    void Close(Descriptor& file) noexcept
+    {
+        const OV::LockGuard guard(lock_);
+        files_.erase(&file);
+        file = Descriptor();
+    }
+
+private:
+    HeldDescriptors() { pthread_atfork(BeforeFork, AfterForkInParent, AfterForkInChild); }
+
+    static void BeforeFork() OV_NO_ANALYSIS { Get().lock_.Acquire(); }
+    static void AfterForkInParent() OV_NO_ANALYSIS { Get().lock_.Release(); }
+    static void AfterForkInChild() OV_NO_ANALYSIS
+    {
+        for (Descriptor* file : Get().files_)
+            *file = Descriptor();
+        Get().lock_.Release();
+    }
+
+    OV::Lock lock_;
+    std::unordered_set<Descriptor*> files_ OV_GUARDED_BY(lock_);
+};
+
+}  // namespace
+
 /// `flock`, not `fcntl`: the latter's hold is lost when any second descriptor of the file is
 /// closed.
 struct ExclusiveFile::State {
-    Location location;
-    Descriptor file;
+    explicit State(const Location& place) : location(place), path(place.ToNativePath()) {}
+    ~State() { HeldDescriptors::Get().Close(file); }
+    State(const State&) = delete;
+    State& operator=(const State&) = delete;
 
-    [[nodiscard]] bool StillInPlace() const
+    /// False when another one has the lock.
+    [[nodiscard]] bool OpenAndLock()
     {
-        struct stat named {};
-        struct stat opened {};
-        return lstat(location.ToNativePath().c_str(), &named) == 0 &&
-               fstat(file.Number(), &opened) == 0 && Posix::IsSameFile(named, opened);
+        HeldDescriptors::Get().Open(file, path);
+        if (!file)
+            Posix::Fail(u"Cannot open for exclusive use", location);
+        if (flock(file.Number(), LOCK_EX | LOCK_NB) == 0)
+            return true;
+        if (errno != EWOULDBLOCK)
+            Posix::Fail(u"Cannot lock", location);
+        return false;
     }
+
+    [[nodiscard]] bool StillInPlace() const { return file && Posix::StillNames(path, file); }
+
+    Location location;
+    OV::String path;
+    Descriptor file;
 };
 
 std::optional<ExclusiveFile> ExclusiveFile::TryOpen(const Location& file)
 {
-    const OV::String path = file.ToNativePath();
-    for (;;) {
-        auto state = std::make_unique<State>();
-        state->location = file;
-        state->file = Descriptor(Posix::Retry(
-            [&] { return open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0666); }));
-        if (!state->file)
-            Posix::Fail(u"Cannot open for exclusive use", file);
-        if (flock(state->file.Number(), LOCK_EX | LOCK_NB) != 0) {
-            if (errno == EWOULDBLOCK)
-                return std::nullopt;
-            Posix::Fail(u"Cannot lock", file);
-        }
+    auto state = std::make_unique<State>(file);
+    for (int round = 0; round < Posix::MostRounds; ++round) {
+        if (!state->OpenAndLock())
+            return std::nullopt;
         // Its former holder may have deleted it between our open and our lock; then this hold is on
         // a file that nobody else will find.
         if (state->StillInPlace())
             return ExclusiveFile(std::move(state));
     }
+    return std::nullopt;
 }
 
 ExclusiveFile::ExclusiveFile(std::unique_ptr<State> state) : state_(std::move(state)) {}
@@ -65,10 +120,9 @@ bool ExclusiveFile::StillInPlace() const
 
 void ExclusiveFile::DeleteAndClose()
 {
-    if (state_->StillInPlace() && unlink(state_->location.ToNativePath().c_str()) != 0 &&
-        errno != ENOENT)
+    if (state_->StillInPlace() && unlink(state_->path.c_str()) != 0 && errno != ENOENT)
         Posix::Fail(u"Cannot delete", state_->location);
-    state_->file = Descriptor();
+    HeldDescriptors::Get().Close(state_->file);
 }
 
 }  // namespace IO

@@ -6,6 +6,7 @@
 #include <fcntl.h>
 #include <memory>
 #include <unistd.h>
+#include <vector>
 
 namespace IO::Folder {
 
@@ -24,14 +25,20 @@ OpenFolder Open(const Location& folder)
     return opened;
 }
 
-bool IsFolder(const OpenFolder& parent, const dirent& entry, bool followLinks)
+/// The folder `name` in `parent`, never one that a link leads to; empty with errno set when it is
+/// none.
+OpenFolder OpenBelow(int parent, const char* name)
 {
-    if (entry.d_type != DT_UNKNOWN && (entry.d_type != DT_LNK || !followLinks))
+    const int opened = openat(parent, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+    return OpenFolder(opened < 0 ? nullptr : fdopendir(opened));
+}
+
+bool IsFolder(const OpenFolder& parent, const dirent& entry)
+{
+    if (entry.d_type != DT_UNKNOWN && entry.d_type != DT_LNK)
         return entry.d_type == DT_DIR;
     struct stat status {};
-    return fstatat(dirfd(parent.get()), entry.d_name, &status,
-                   followLinks ? 0 : AT_SYMLINK_NOFOLLOW) == 0 &&
-           S_ISDIR(status.st_mode);
+    return fstatat(dirfd(parent.get()), entry.d_name, &status, 0) == 0 && S_ISDIR(status.st_mode);
 }
 
 bool IsSelfOrParent(const char* name)
@@ -39,21 +46,60 @@ bool IsSelfOrParent(const char* name)
     return name[0] == '.' && (name[1] == '\0' || (name[1] == '.' && name[2] == '\0'));
 }
 
-void Visit(const Location& folder, bool followLinks, const std::function<bool(const Entry&)>& visit)
+/// Calls `visit(entry)` for each entry of an open folder until it returns false.
+template <class VisitEntry>
+void Visit(const OpenFolder& opened, const Location& folder, VisitEntry&& visit)
 {
-    const OpenFolder opened = Open(folder);
     for (;;) {
         errno = 0;
         const dirent* entry = readdir(opened.get());
         if (entry == nullptr)
             break;
-        if (IsSelfOrParent(entry->d_name))
-            continue;
-        if (!visit({OV::FromUtf8(entry->d_name), IsFolder(opened, *entry, followLinks)}))
+        if (!IsSelfOrParent(entry->d_name) && !visit(*entry))
             return;
     }
     if (errno != 0)
         Posix::Fail(u"Cannot read the folder", folder);
+}
+
+// What goes through a whole tree uses the names as the system has them: not every name is UTF-8,
+// and a path may be longer than the system takes.
+
+std::uint64_t SizeBelow(const OpenFolder& opened, const Location& folder)
+{
+    std::uint64_t size = 0;
+    const int parent = dirfd(opened.get());
+    Visit(opened, folder, [&](const dirent& entry) {
+        struct stat status {};
+        if (fstatat(parent, entry.d_name, &status, AT_SYMLINK_NOFOLLOW) != 0)
+            return true;  // deleted meanwhile
+        if (S_ISREG(status.st_mode))
+            size += static_cast<std::uint64_t>(status.st_size);
+        else if (S_ISDIR(status.st_mode))
+            if (const auto below = OpenBelow(parent, entry.d_name))
+                size += SizeBelow(below, folder);
+        return true;
+    });
+    return size;
+}
+
+/// Deletes the entry `name` of `parent` with all below it. `place` is what a message names.
+void DeleteEntry(int parent, const char* name, const Location& place)
+{
+    const OpenFolder folder = OpenBelow(parent, name);
+    if (!folder && errno != ENOTDIR && errno != ELOOP && errno != ENOENT)
+        Posix::Fail(u"Cannot delete what is in", place);
+    // All names first: what a folder lists while it is being emptied is not defined.
+    std::vector<OV::String> names;
+    if (folder)
+        Visit(folder, place, [&](const dirent& entry) {
+            names.emplace_back(entry.d_name);
+            return true;
+        });
+    for (const auto& below : names)
+        DeleteEntry(dirfd(folder.get()), below.c_str(), place);
+    if (unlinkat(parent, name, folder ? AT_REMOVEDIR : 0) != 0 && errno != ENOENT)
+        Posix::Fail(u"Cannot delete", place);
 }
 
 }  // namespace
@@ -76,7 +122,10 @@ void CreateTree(const Location& folder)
 
 void Enumerate(const Location& folder, const std::function<bool(const Entry&)>& visit)
 {
-    Visit(folder, true, visit);
+    const OpenFolder opened = Open(folder);
+    Visit(opened, folder, [&](const dirent& entry) {
+        return visit({OV::FromUtf8(entry.d_name), IsFolder(opened, entry)});
+    });
 }
 
 bool Contains(const Location& folder, OV::UniStringView name)
@@ -95,37 +144,16 @@ OV::UniString GenerateUnusedName(const Location& folder, OV::UniStringView wante
 
 std::uint64_t GetSize(const Location& folder)
 {
-    std::uint64_t size = 0;
-    Visit(folder, false, [&](const Entry& entry) {
-        const auto place = folder.Appended(entry.name);
-        struct stat status {};
-        if (entry.isFolder)
-            size += GetSize(place);
-        else if (lstat(place.ToNativePath().c_str(), &status) == 0 && S_ISREG(status.st_mode))
-            size += static_cast<std::uint64_t>(status.st_size);
-        return true;
-    });
-    return size;
+    return SizeBelow(Open(folder), folder);
 }
 
 void DeleteTree(const Location& folder)
 {
-    if (!Exists(folder))
+    const OV::String path = folder.ToNativePath();
+    struct stat status {};
+    if (lstat(path.c_str(), &status) != 0 && (errno == ENOENT || errno == ENOTDIR))
         return;
-    std::vector<Entry> entries;
-    Visit(folder, false, [&](const Entry& entry) {
-        entries.push_back(entry);
-        return true;
-    });
-    for (const auto& entry : entries) {
-        const auto place = folder.Appended(entry.name);
-        if (entry.isFolder)
-            DeleteTree(place);
-        else if (unlink(place.ToNativePath().c_str()) != 0 && errno != ENOENT)
-            Posix::Fail(u"Cannot delete", place);
-    }
-    if (rmdir(folder.ToNativePath().c_str()) != 0 && errno != ENOENT)
-        Posix::Fail(u"Cannot delete the folder", folder);
+    DeleteEntry(AT_FDCWD, path.c_str(), folder);
 }
 
 }  // namespace IO::Folder

@@ -1,5 +1,6 @@
 #include "OVRoot/Channel.hpp"
 
+#include <algorithm>
 #include <array>
 #include <bit>
 #include <concepts>
@@ -9,7 +10,7 @@ namespace OV {
 
 namespace {
 
-constexpr std::uint32_t Step = 64 * 1024;
+constexpr std::size_t Step = 64 * 1024;
 
 template <std::integral Number>
 auto Encode(Number value)
@@ -49,31 +50,29 @@ std::span<const std::byte> AsBytes(StringView text)
 }
 
 /// Calls `read` for pieces of `target` of at most one step, growing it only as bytes arrive.
-/// `count` is in bytes and a multiple of the element size.
 template <class Text, class Read>
-auto GrowAndRead(Text& target, std::uint32_t count, Read&& read)
+auto GrowAndRead(Text& target, std::size_t count, Read&& read)
 {
+    constexpr std::size_t step = Step / sizeof(typename Text::value_type);
     target.clear();
     decltype(read(std::span<std::byte>{})) status = 0;
     while (count > 0 && status == 0) {
-        const std::uint32_t piece = std::min(count, Step);
+        const std::size_t piece = std::min(count, step);
         const std::size_t at = target.size();
-        target.resize(at + piece / sizeof(typename Text::value_type));
-        status = read(std::as_writable_bytes(std::span(target).subspan(at)));
+        target.resize(at + piece);
+        status = read(std::as_writable_bytes(std::span(target.data() + at, piece)));
         count -= piece;
     }
     return status;
 }
 
-constexpr bool IsLittleEndian = std::endian::native == std::endian::little;
-
-[[maybe_unused]] UniString SwapBytes(UniStringView text)
+/// From the order of the channels to the machine's or back; nothing to do on most machines.
+[[maybe_unused]] void SwapBytes(UniString& text)
 {
-    UniString swapped(text);
-    for (auto& unit : swapped)
-        unit = static_cast<char16_t>(unit >> 8 | unit << 8);
-    return swapped;
+    for (char16_t& unit : text)
+        unit = static_cast<char16_t>(unit << 8 | unit >> 8);
 }
+constexpr bool IsLittleEndian = std::endian::native == std::endian::little;
 
 }  // namespace
 
@@ -113,9 +112,9 @@ ChannelStatus IChannel::Read(UniString& value)
     if (count % 2 != 0)
         return ChannelFailed;
     const auto status =
-        GrowAndRead(value, count, [&](std::span<std::byte> piece) { return ReadBytes(piece); });
+        GrowAndRead(value, count / 2, [&](std::span<std::byte> piece) { return ReadBytes(piece); });
     if constexpr (!IsLittleEndian)
-        value = SwapBytes(value);
+        SwapBytes(value);
     return status;
 }
 
@@ -151,12 +150,13 @@ ChannelStatus OChannel::Write(UniStringView value)
 {
     if (value.size() > std::numeric_limits<std::uint32_t>::max() / 2)
         return ChannelFailed;
-    const auto size = static_cast<std::uint32_t>(value.size() * sizeof(char16_t));
-    if (const auto status = Write(size); status != ChannelOk)
+    const auto count = static_cast<std::uint32_t>(value.size() * 2);
+    if (const auto status = Write(count); status != ChannelOk)
         return status;
     if constexpr (IsLittleEndian)
         return WriteBytes(std::as_bytes(std::span(value)));
-    const UniString swapped = SwapBytes(value);
+    UniString swapped(value);
+    SwapBytes(swapped);
     return WriteBytes(std::as_bytes(std::span(swapped)));
 }
 

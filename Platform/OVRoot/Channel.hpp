@@ -18,7 +18,8 @@ inline constexpr ChannelStatus ChannelFailed = -7003;
 /// Binary input. Numbers are little-endian, a bool is one byte (0 or 1, anything else fails), a
 /// string is an unsigned 32-bit count of bytes followed by that many bytes of UTF-16LE (an odd
 /// count fails). After a failure the values of later reads are unspecified, but the channel stays
-/// usable and never allocates more than the bytes that really arrived, plus one step of 64 KiB.
+/// usable and memory grows only with bytes that really arrived: to twice them at most, plus one
+/// step of 64 KiB.
 class IChannel {
 public:
     virtual ~IChannel() = default;

@@ -20,13 +20,15 @@ using RunnableTask = Ref<Runnable>;
 [[nodiscard]] RunnableTask MakeTask(std::function<void()> work);
 
 /// Runs tasks, each at most once. Execute never blocks for the task and never runs it on the
-/// calling thread. A task that throws is logged and ends there: the executor goes on.
+/// calling thread. A task that throws is logged and ends there: the executor goes on. No task may
+/// be the last owner of its executor, whose destructor would wait for that very task.
 class Executor {
 public:
     virtual ~Executor() = default;
 
-    /// Takes the task unless the executor was shut down or cancelled; a task that is not taken is
-    /// released unrun. Returns whether it was taken.
+    /// Takes the task unless the executor was shut down or cancelled, or the system gives it no
+    /// thread at all; a task that is not taken is released unrun. Returns whether it was taken. An
+    /// empty task throws NullReferenceException.
     virtual bool Execute(RunnableTask task) = 0;
     /// Runs what was taken, takes nothing more.
     virtual void Shutdown() = 0;

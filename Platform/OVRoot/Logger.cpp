@@ -43,10 +43,15 @@ void Logger::Write(LogLevel level, StringView category, UniString text)
     const LogRecord record{level, String(category), std::move(text)};
     Shared& log = TheLog();
     const LockGuard guard(log.lock);
-    if (log.sink)
+    if (!log.sink)
+        return WriteToStandardError(record);
+    try {
         log.sink(record);
-    else
+    } catch (...) {
+        // Callers log from destructors and while they handle an error; the line is better kept
+        // here.
         WriteToStandardError(record);
+    }
 }
 
 void Logger::Info(StringView category, UniStringView format,

@@ -1,92 +1,94 @@
 #include "OVRoot/Detail/TaskPool.hpp"
 
-#include "OVRoot/Logger.hpp"
+#include "OVRoot/Detail/RunLogged.hpp"
 #include "OVRoot/Thread.hpp"
 
+#include <system_error>
 #include <utility>
 
 namespace OV::Detail {
 
-namespace {
-
-void RunLogged(Runnable& task)
-{
-    try {
-        task.Run();
-    } catch (const InterruptedException&) {
-        // Cancelled while it waited.
-    } catch (const std::exception& error) {
-        Logger::Error("Executor", u"A task ended by an exception: %", {error.what()});
-    }
-}
-
-}  // namespace
-
 TaskPool::~TaskPool()
 {
     Shutdown();
-    AwaitTermination();
-    // No thread takes a task any more; each leaves its loop and is joined by its jthread.
-    std::unique_lock guard(lock_);
-    ended_.wait(guard, [this] { return threads_.empty(); });
-    JoinFinished(guard);
+    Threads finished;
+    const LockGuard guard(lock_);
+    ended_.wait(lock_, [this]() OV_REQUIRES(lock_) { return threads_.empty(); });
+    finished.swap(finished_);
+    // The guard lets go before `finished` joins: a thread needs the lock to leave Take.
 }
 
 bool TaskPool::Execute(RunnableTask task)
 {
-    std::unique_lock guard(lock_);
+    if (!task)
+        throw NullReferenceException();
+    Threads finished;  // joined when the lock is free again
+    const LockGuard guard(lock_);
     if (shutdown_)
         return false;
+    finished.swap(finished_);
+    const bool isThreadMissing = idle_ <= queue_.size() && threads_.size() < maximumThreads_;
+    if (isThreadMissing && !StartThread() && threads_.empty())
+        return false;
     queue_.push_back(std::move(task));
-    if (idle_ >= queue_.size() || threads_.size() >= maximumThreads_) {
-        work_.notify_one();
-        return true;
-    }
-    JoinFinished(guard);
-    const auto self = threads_.emplace(threads_.end());
-    *self = std::jthread([this, self] { Serve(self); });
+    work_.notify_one();
     return true;
 }
 
-void TaskPool::Serve(std::list<std::jthread>::iterator self)
+bool TaskPool::StartThread()
 {
-    const InterruptionScope interruption(stop_.get_token());
-    std::unique_lock guard(lock_);
-    for (;;) {
-        ++idle_;
-        const auto patience = threads_.size() > coreThreads_ ? decltype(keepAlive_)(0) : keepAlive_;
-        work_.wait_for(guard, patience, [this] { return shutdown_ || !queue_.empty(); });
-        --idle_;
-        if (queue_.empty())
-            break;
-        RunnableTask task = std::move(queue_.front());
-        queue_.pop_front();
-        ++running_;
-        guard.unlock();
-        RunLogged(*task);
-        // Released before the executor counts as terminated: its owner may rely on that.
-        task.Reset();
-        guard.lock();
-        --running_;
-        if (Terminated())
-            ended_.notify_all();
+    const auto self = threads_.emplace(threads_.end());
+    try {
+        *self = std::jthread([this, self] { Serve(self); });
+        return true;
+    } catch (const std::system_error& error) {
+        Logger::Error("Executor", u"The system gives no further thread: %", {error.what()});
+        threads_.erase(self);
+        return false;
     }
-    finished_.splice(finished_.end(), threads_, self);
-    ended_.notify_all();
 }
 
-void TaskPool::JoinFinished(std::unique_lock<std::mutex>& guard)
+void TaskPool::Serve(Threads::iterator self)
 {
-    std::list<std::jthread> finished;
-    finished.swap(finished_);
-    guard.unlock();
-    finished.clear();
-    guard.lock();
+    const InterruptionScope interruption(stop_.get_token());
+    while (RunnableTask task = Take(self)) {
+        RunLogged("Executor", [&] { task->Run(); });
+        // Released before the executor counts as terminated: its owner may rely on that.
+        task.Reset();
+        CountDone();
+    }
+}
+
+RunnableTask TaskPool::Take(Threads::iterator self)
+{
+    const LockGuard guard(lock_);
+    ++idle_;
+    const auto patience = threads_.size() > coreThreads_ ? decltype(keepAlive_)(0) : keepAlive_;
+    work_.wait_for(lock_, patience,
+                   [this]() OV_REQUIRES(lock_) { return shutdown_ || !queue_.empty(); });
+    --idle_;
+    if (queue_.empty()) {
+        finished_.splice(finished_.end(), threads_, self);
+        ended_.notify_all();
+        return {};
+    }
+    RunnableTask task = std::move(queue_.front());
+    queue_.pop_front();
+    ++running_;
+    return task;
+}
+
+void TaskPool::CountDone()
+{
+    const LockGuard guard(lock_);
+    --running_;
+    if (Terminated())
+        ended_.notify_all();
 }
 
 void TaskPool::Shutdown()
 {
-    const std::lock_guard guard(lock_);
+    const LockGuard guard(lock_);
     shutdown_ = true;
     work_.notify_all();
     ended_.notify_all();
@@ -94,9 +96,9 @@ void TaskPool::Shutdown()
 
 void TaskPool::Cancel()
 {
-    std::deque<RunnableTask> dropped;
+    std::deque<RunnableTask> dropped;  // released when the lock is free again
     {
-        const std::lock_guard guard(lock_);
+        const LockGuard guard(lock_);
         shutdown_ = true;
         dropped.swap(queue_);
         work_.notify_all();
@@ -107,7 +109,7 @@ void TaskPool::Cancel()
 
 bool TaskPool::IsShutdown() const
 {
-    const std::lock_guard guard(lock_);
+    const LockGuard guard(lock_);
     return shutdown_;
 }
 
@@ -118,20 +120,20 @@ bool TaskPool::IsCanceled() const
 
 bool TaskPool::IsTerminated() const
 {
-    const std::lock_guard guard(lock_);
+    const LockGuard guard(lock_);
     return Terminated();
 }
 
 bool TaskPool::AwaitTermination(std::chrono::milliseconds time)
 {
-    std::unique_lock guard(lock_);
-    return ended_.wait_for(guard, time, [this] { return Terminated(); });
+    const LockGuard guard(lock_);
+    return ended_.wait_for(lock_, time, [this]() OV_REQUIRES(lock_) { return Terminated(); });
 }
 
 void TaskPool::AwaitTermination()
 {
-    std::unique_lock guard(lock_);
-    ended_.wait(guard, [this] { return Terminated(); });
+    const LockGuard guard(lock_);
+    ended_.wait(lock_, [this]() OV_REQUIRES(lock_) { return Terminated(); });
 }
 
 }  // namespace OV::Detail

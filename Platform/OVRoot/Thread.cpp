@@ -1,6 +1,6 @@
 #include "OVRoot/Thread.hpp"
 
-#include "OVRoot/Logger.hpp"
+#include "OVRoot/Detail/RunLogged.hpp"
 #include "OVRoot/System.hpp"
 
 #include <condition_variable>
@@ -14,17 +14,6 @@ namespace {
 
 thread_local std::stop_token currentToken;
 
-void RunLogged(const std::function<void()>& body)
-{
-    try {
-        body();
-    } catch (const InterruptedException&) {
-        // The thread was asked to stop, and did.
-    } catch (const std::exception& error) {
-        Logger::Error("Thread", u"A thread ended by an exception: %", {error.what()});
-    }
-}
-
 }  // namespace
 
 struct Thread::State {
@@ -37,7 +26,7 @@ Thread::Thread(StringView name, std::function<void()> body) : state_(std::make_u
         std::jthread([name = String(name), body = std::move(body)](std::stop_token token) {
             System::NameCurrentThread(name);
             const InterruptionScope scope(std::move(token));
-            RunLogged(body);
+            Detail::RunLogged("Thread", body);
         });
 }
 

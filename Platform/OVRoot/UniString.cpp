@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <type_traits>
 
 namespace OV {
 
@@ -68,6 +69,26 @@ Decoded DecodeOne(StringView bytes)
 
 constexpr char16_t Replacement = 0xFFFD;
 
+/// Length of the ASCII text at the front, which is all of most texts. Blocks without a branch
+/// inside are what compilers turn into vector instructions.
+template <class Text>
+std::size_t AsciiLength(Text text)
+{
+    constexpr std::size_t block = 16;
+    std::size_t length = 0;
+    for (; length + block <= text.size(); length += block) {
+        unsigned bits = 0;
+        for (std::size_t i = length; i < length + block; ++i)
+            bits |= static_cast<std::make_unsigned_t<typename Text::value_type>>(text[i]);
+        if (bits >= 0x80)
+            break;
+    }
+    while (length < text.size() &&
+           static_cast<std::make_unsigned_t<typename Text::value_type>>(text[length]) < 0x80)
+        ++length;
+    return length;
+}
+
 int HexValue(char16_t unit)
 {
     if (unit >= u'0' && unit <= u'9')
@@ -104,18 +125,35 @@ void AppendEscape(UniString& out, char16_t unit)
         out.push_back(digits[(unit >> shift) & 0xF]);
 }
 
+constexpr std::size_t EscapeLength = 6;
+
+/// The code unit that the escape at the front of `text` stands for, or -1.
+int EscapedUnit(UniStringView text)
+{
+    if (text.size() < EscapeLength)
+        return -1;
+    int unit = 0;
+    for (const char16_t digit : text.substr(2, 4)) {
+        const int value = HexValue(digit);
+        if (value < 0)
+            return -1;
+        unit = unit * 16 + value;
+    }
+    return unit;
+}
+
 }  // namespace
 
 String ToUtf8(UniStringView text)
 {
-    String out;
-    out.reserve(text.size());
-    for (std::size_t i = 0; i < text.size(); ++i) {
+    const std::size_t ascii = AsciiLength(text);
+    String out(ascii, '\0');
+    std::transform(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(ascii), out.begin(),
+                   [](char16_t unit) { return static_cast<char>(unit); });
+    if (ascii < text.size())
+        out.reserve(text.size() + text.size() / 2);
+    for (std::size_t i = ascii; i < text.size(); ++i) {
         char32_t code = text[i];
-        if (code < 0x80) {
-            out.push_back(static_cast<char>(code));
-            continue;
-        }
         if (IsHigh(text[i]) && i + 1 < text.size() && IsLow(text[i + 1]))
             code = 0x10000 + ((code - 0xD800) << 10) + (text[++i] - 0xDC00);
         AppendUtf8(out, code);
@@ -125,34 +163,27 @@ String ToUtf8(UniStringView text)
 
 UniString FromUtf8(StringView bytes)
 {
-    UniString out;
+    const std::size_t ascii = AsciiLength(bytes);
+    UniString out(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(ascii));
     out.reserve(bytes.size());
-    for (std::size_t i = 0; i < bytes.size();) {
-        const auto lead = static_cast<unsigned char>(bytes[i]);
-        if (lead < 0x80) {
-            out.push_back(lead);
-            ++i;
-            continue;
-        }
-        const Decoded decoded = DecodeOne(bytes.substr(i));
+    for (bytes.remove_prefix(ascii); !bytes.empty();) {
+        const Decoded decoded = DecodeOne(bytes);
         if (decoded.length == 0) {
             out.push_back(Replacement);
-            ++i;
-            continue;
-        }
-        if (decoded.code < 0x10000) {
+        } else if (decoded.code < 0x10000) {
             out.push_back(static_cast<char16_t>(decoded.code));
         } else {
             out.push_back(static_cast<char16_t>(0xD7C0 + (decoded.code >> 10)));
             out.push_back(static_cast<char16_t>(0xDC00 + (decoded.code & 0x3FF)));
         }
-        i += decoded.length;
+        bytes.remove_prefix(std::max<std::size_t>(decoded.length, 1));
     }
     return out;
 }
 
 bool IsWellFormedUtf8(StringView bytes) noexcept
 {
+    bytes.remove_prefix(AsciiLength(bytes));
     while (!bytes.empty()) {
         const Decoded decoded = DecodeOne(bytes);
         if (decoded.length == 0)
@@ -185,20 +216,16 @@ UniString UnescapeFromCarrier(UniStringView text)
 {
     UniString out;
     out.reserve(text.size());
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        int unit = -1;
-        if (text[i] == u'\\' && i + 5 < text.size() && text[i + 1] == u'u') {
-            unit = 0;
-            for (std::size_t digit = i + 2; digit < i + 6 && unit >= 0; ++digit) {
-                const int value = HexValue(text[digit]);
-                unit = value < 0 ? -1 : unit * 16 + value;
-            }
-        }
-        out.push_back(unit < 0 ? text[i] : static_cast<char16_t>(unit));
-        if (unit >= 0)
-            i += 5;
+    for (;;) {
+        const std::size_t escape = std::min(text.find(u"\\u"), text.size());
+        out += text.substr(0, escape);
+        text.remove_prefix(escape);
+        if (text.empty())
+            return out;
+        const int unit = EscapedUnit(text);
+        out.push_back(unit < 0 ? text[0] : static_cast<char16_t>(unit));
+        text.remove_prefix(unit < 0 ? 1 : EscapeLength);
     }
-    return out;
 }
 
 UniString ToText(std::int64_t number)

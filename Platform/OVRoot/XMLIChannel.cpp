@@ -62,15 +62,20 @@ struct XMLIChannel::State {
 
     void Parse()
     {
+        // The parser takes a null character for the end, and skips text beside the root unless it
+        // is told that this is a fragment; either would hide a damaged end of the file.
+        if (const auto null = text.find('\0'); null != String::npos)
+            Fail("no XML at byte " + std::to_string(null) + ": a null character.");
         const auto result = document.load_buffer_inplace(
-            text.data(), text.size(), pugi::parse_default | pugi::parse_ws_pcdata_single,
+            text.data(), text.size(),
+            pugi::parse_default | pugi::parse_ws_pcdata_single | pugi::parse_fragment,
             pugi::encoding_utf8);
         if (!result)
             Fail("no XML at byte " + std::to_string(result.offset) + ": " + result.description() +
                  ".");
         parent = document;
         next = NextElement(document.first_child());
-        if (!next || NextElement(next.next_sibling()))
+        if (next.type() != pugi::node_element || NextElement(next.next_sibling()))
             Fail("one root element expected.");
     }
 
@@ -133,7 +138,8 @@ UniString XMLIChannel::ReadString(StringView name)
     return state_->Read(name, "a text", [](StringView text) -> std::optional<UniString> {
         if (!IsWellFormedUtf8(text))
             return std::nullopt;
-        return UnescapeFromCarrier(FromUtf8(text));
+        const bool hasEscapes = text.find('\\') != StringView::npos;
+        return hasEscapes ? UnescapeFromCarrier(FromUtf8(text)) : FromUtf8(text);
     });
 }
 

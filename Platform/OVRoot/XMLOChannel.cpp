@@ -4,9 +4,21 @@
 
 #include <pugixml.hpp>
 
-#include <sstream>
+#include <utility>
 
 namespace OV {
+
+namespace {
+
+struct StringWriter final : pugi::xml_writer {
+    String text;
+    void write(const void* data, std::size_t size) override
+    {
+        text.append(static_cast<const char*>(data), size);
+    }
+};
+
+}  // namespace
 
 struct XMLOChannel::State {
     pugi::xml_document document;
@@ -79,9 +91,9 @@ String XMLOChannel::Text() const
 {
     if (state_->current != state_->document || !state_->document.first_child())
         throw IllegalArgumentException(StringView("The document is not finished."));
-    std::ostringstream text;
-    state_->document.save(text, "  ", pugi::format_indent, pugi::encoding_utf8);
-    return text.str();
+    StringWriter writer;
+    state_->document.save(writer, "  ", pugi::format_indent, pugi::encoding_utf8);
+    return std::move(writer.text);
 }
 
 }  // namespace OV

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "SYCommunication/CommunicationException.hpp"
+#include "SYCommunication/HttpOptions.hpp"
 #include "SYCommunication/ServerAddress.hpp"
 
 #include <memory>
@@ -9,18 +10,6 @@
 namespace Communication {
 
 enum class HttpMethod { Get, Post, Put, Delete };
-
-struct HttpOptions {
-    std::uint32_t connectTimeoutMilliseconds = 10'000;
-    /// From the request to the last byte of the answer; a held request passes its own.
-    std::uint32_t requestTimeoutMilliseconds = 30'000;
-    /// An answer beyond this ends the request with MalformedResponseException.
-    std::size_t maximumAnswerBytes = 64u << 20;
-    /// PEM file with the authorities to trust for TLS; empty for the system's.
-    OV::String authoritiesFile;
-    /// Proxy as curl writes it; empty follows the environment of the user.
-    OV::String proxy;
-};
 
 struct HttpRequest {
     HttpMethod method = HttpMethod::Get;

@@ -62,8 +62,9 @@ struct SignInData {
 
 /// Connects and signs in. Throws as the requests do, and ServerVersionException when the server
 /// speaks another version of the protocol.
-[[nodiscard]] std::unique_ptr<SyncraClient> Connect(const SignInData& data,
-                                                    const Communication::HttpOptions& options = {});
+[[nodiscard]] std::unique_ptr<SyncraClient>
+Connect(const SignInData& data,
+        const Communication::HttpOptions& options = Communication::DefaultHttpOptions());
 
 /// The server speaks another version of the protocol than this client.
 class ServerVersionException : public Communication::CommunicationException {

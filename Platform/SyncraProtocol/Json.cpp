@@ -76,6 +76,8 @@ json ParseJson(OV::StringView body)
             OV::StringView("The JSON is nested more than 64 levels deep."));
     try {
         return json::parse(body);
+    } catch (const json::out_of_range&) {
+        throw MalformedRecordException(OV::StringView("A number of the body is out of range."));
     } catch (const json::parse_error& error) {
         // The parser's own text quotes the body, which may hold a password.
         throw MalformedRecordException("The body is no JSON from byte " +
@@ -85,7 +87,7 @@ json ParseJson(OV::StringView body)
 
 OV::String DumpJson(const json& value)
 {
-    return value.dump();
+    return value.dump(-1, ' ', false, json::error_handler_t::replace);
 }
 
 json TextToJson(OV::UniStringView text)

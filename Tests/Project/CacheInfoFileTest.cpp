@@ -4,8 +4,7 @@
 
 #include <functional>
 
-namespace
-{
+namespace {
 
 namespace Core = Syncra::Server::ManagementTool::Core;
 
@@ -64,8 +63,7 @@ std::string Document(
     return text + "</Cache>\n";
 }
 
-class CacheInfoFileTest : public ProjectTest
-{
+class CacheInfoFileTest : public ProjectTest {
 protected:
     SYC::CachedProjectInfo Read(const std::string& text)
     {

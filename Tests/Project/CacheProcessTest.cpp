@@ -8,16 +8,13 @@
 #include <set>
 #include <thread>
 
-namespace
-{
+namespace {
 
 using SYC::CachedProjectInfo;
 
 const SYC::Inner::ProjectConnectionInfo Connection{u"nexar", 8080, u"Bridge", u"me", u""};
 
-class CacheProcessTest : public ProjectTest
-{
-};
+class CacheProcessTest : public ProjectTest {};
 
 TEST_F(CacheProcessTest, AKilledWriterLeavesAWholeFile)
 {

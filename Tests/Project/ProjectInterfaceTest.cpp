@@ -4,8 +4,7 @@
 
 #include <gmock/gmock.h>
 
-namespace
-{
+namespace {
 
 using SYC::ProjectInterface;
 using Version = ProjectInterface::Version;
@@ -104,8 +103,7 @@ TEST(ProjectInterfaceTest, ComparesRecordsAndVersions)
     EXPECT_EQ(assigned, project);
 }
 
-class MockObserver : public SYC::ClientProjectDataObserver
-{
+class MockObserver : public SYC::ClientProjectDataObserver {
 public:
     MOCK_METHOD(void, _FieldChanged, (const SYC::ClientProjectData&, ChangedField), (override));
 };

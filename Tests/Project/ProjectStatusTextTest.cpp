@@ -2,8 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace
-{
+namespace {
 
 TEST(ProjectStatusTextTest, NamesTheStateThatLeavesLeastToDo)
 {
@@ -24,6 +23,7 @@ TEST(ProjectStatusTextTest, NamesTheStateThatLeavesLeastToDo)
         {{true, true, false, true, true}, "Detached", "Detached"},
         {{true, true, false, true, true, true}, "Detached", "Detached (Offline)"},
         {{true, true, true, true, true}, "Deleted from Server", "Deleted from Server"},
+        {{true, false, true, false, false, true}, "Deleted from Server", "Deleted from Server"},
     };
     for (const Case& c : cases) {
         EXPECT_EQ(OV::ToUtf8(SYC::GetProjectStateWord(c.facts)), c.word);

@@ -9,8 +9,7 @@
 #include <iterator>
 
 /// A folder of its own for every test, with the user's folders redirected into it.
-class ProjectTest : public testing::Test
-{
+class ProjectTest : public testing::Test {
 protected:
     [[nodiscard]] const IO::Location& Folder() const { return folder_; }
 

@@ -4,14 +4,11 @@
 #include "SYClientBase/PasswordCoding.hpp"
 #include "SyncraURL.hpp"
 
-namespace
-{
+namespace {
 
 using SYC::Inner::ProjectConnectionInfo;
 
-class SyncraURLTest : public ProjectTest
-{
-};
+class SyncraURLTest : public ProjectTest {};
 
 TEST_F(SyncraURLTest, RecognisesProjectUrls)
 {

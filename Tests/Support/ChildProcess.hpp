@@ -10,8 +10,7 @@
 
 /// A forked child that runs a function and ends with its result, without the exit handlers of the
 /// test program. Killed and waited for by the destructor. Fork before starting threads.
-class ChildProcess
-{
+class ChildProcess {
 public:
     static constexpr int EndedByException = 99;
     static constexpr int EndedBySignal = -1;

@@ -25,7 +25,8 @@ public:
     struct Request {
         std::string method;
         std::string target;
-        std::string head;  ///< all header lines, in small letters
+        std::string head;     ///< all header lines, in small letters
+        std::string rawHead;  ///< the same as they came
         std::string body;
         int connection = 0;  ///< number of its connection, from 1
         int number = 0;      ///< number of the request on the server, from 1
@@ -161,6 +162,7 @@ private:
                 return false;
         std::string head = unread.substr(0, end + 2);
         unread.erase(0, end + 4);
+        request.rawHead = head;
         const std::size_t first = head.find(' ');
         const std::size_t second = head.find(' ', first + 1);
         request.method = head.substr(0, first);

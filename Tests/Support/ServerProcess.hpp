@@ -1,27 +1,39 @@
 #pragma once
 
-#include <array>
-#include <chrono>
+#include <cerrno>
 #include <csignal>
 #include <cstdint>
 #include <cstdio>
 #include <fcntl.h>
 #include <filesystem>
-#include <regex>
+#include <fstream>
+#include <iterator>
+#include <poll.h>
 #include <stdexcept>
 #include <string>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 
-/// A real nexar-server with the sample team, on free loopback ports and a store of its own; ended by its
-/// process id with this object.
+/// A real nexar-server on free ports of 127.0.0.1 with its store, and what it writes to standard
+/// error, in a folder of the test. It is ended with this object, and with the test program however
+/// that ends: the starting thread must outlive it.
 class ServerProcess {
 public:
+    static constexpr int EndedBySignal = -1;
+    /// Everybody of the sample team signs in with it.
     static constexpr const char* Password = "nexar-sample";
 
-    /// The store stands in `folder`, and so does "server.log" with what the server says.
-    explicit ServerProcess(std::filesystem::path folder) : folder_(std::move(folder)) { Start(); }
+    /// Returns once the server listens. `options` follow those for the store, the ports and cheap
+    /// password hashes. Throws std::runtime_error with what the server said when it does not start.
+    explicit ServerProcess(const std::filesystem::path& folder,
+                           std::vector<std::string> options = {"--sample"})
+        : folder_(folder), options_(std::move(options))
+    {
+        Start();
+    }
     ~ServerProcess() { Kill(); }
     ServerProcess(const ServerProcess&) = delete;
     ServerProcess& operator=(const ServerProcess&) = delete;
@@ -30,80 +42,130 @@ public:
     [[nodiscard]] std::uint16_t ManagementPort() const { return ports_[1]; }
     [[nodiscard]] std::uint16_t MessagingPort() const { return ports_[2]; }
     [[nodiscard]] std::filesystem::path StorePath() const { return folder_ / "store.db"; }
+    /// All that it wrote to standard error, over every start.
     [[nodiscard]] std::filesystem::path LogPath() const { return folder_ / "server.log"; }
+    [[nodiscard]] const std::string& ReadyLine() const { return readyLine_; }
+    [[nodiscard]] std::string Log() const
+    {
+        std::ifstream file(LogPath(), std::ios::binary);
+        return {std::istreambuf_iterator<char>(file), {}};
+    }
 
-    /// Starts again on the same ports and store.
+    /// Ends it at once, as a crash would.
+    void Kill() { (void)End(SIGKILL); }
+    /// Asks it to end and waits; its exit code, or EndedBySignal.
+    int Terminate() { return End(SIGTERM); }
+    /// Asks it to end and does not wait.
+    void Ask(int signal) const
+    {
+        // An id of 0 would mean this very process and its group.
+        if (id_ > 0)
+            kill(id_, signal);
+    }
+    void Pause() const { Ask(SIGSTOP); }
+    void Resume() const { Ask(SIGCONT); }
+    /// Starts it again, after its end, with the same store on the same ports.
     void Start()
     {
-        std::array<int, 2> pipe{};
-        if (pipe2(pipe.data(), O_CLOEXEC) != 0)
-            throw std::runtime_error("no pipe");
-        const auto arguments = Arguments();
-        id_ = fork();
-        if (id_ == 0)
-            Execute(pipe[1], arguments);
-        close(pipe[1]);
-        ReadPorts(pipe[0]);
-        close(pipe[0]);
+        std::vector<std::string> arguments{
+            "--data", StorePath(), "--hash", "minimum", "--port", std::to_string(ports_[0]),
+            // 0 follows the model port, which is itself 0 the first time.
+            "--management-port", std::to_string(ports_[1]), "--messaging-port",
+            std::to_string(ports_[2])};
+        arguments.insert(arguments.end(), options_.begin(), options_.end());
+        int output[2];
+        if (pipe2(output, O_CLOEXEC) != 0)
+            throw std::runtime_error("no pipe can be made");
+        const int errors = open(LogPath().c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
+        id_ = Spawn(arguments, -1, output[1], errors);
+        close(output[1]);
+        close(errors);
+        readyLine_ = ReadLine(output[0]);
+        close(output[0]);
+        TakePorts();
     }
-
-    void Kill() { End(SIGKILL); }
-    /// Asks it to end; its exit code, or -1.
-    int Terminate() { return End(SIGTERM); }
-    void Pause() const { kill(id_, SIGSTOP); }
-    void Resume() const { kill(id_, SIGCONT); }
+    /// Runs the program with these arguments to its end; the exit code.
+    static int Run(const std::vector<std::string>& arguments, const std::filesystem::path& input,
+                   const std::filesystem::path& output)
+    {
+        const int in = open(input.c_str(), O_RDONLY | O_CLOEXEC);
+        const int out = open(output.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
+        const pid_t id = Spawn(arguments, in, out, out);
+        close(in);
+        close(out);
+        return WaitFor(id);
+    }
 
 private:
-    [[nodiscard]] std::vector<std::string> Arguments() const
-    {
-        return {SYCLIENT_TEST_SERVER, "--data", StorePath(), "--sample", "--hash", "minimum",
-                "--port", std::to_string(ports_[0]), "--management-port", std::to_string(ports_[1]),
-                "--messaging-port", std::to_string(ports_[2])};
-    }
+    static constexpr int StartMilliseconds = 60'000;
 
-    [[noreturn]] void Execute(int output, const std::vector<std::string>& arguments) const
+    static pid_t Spawn(const std::vector<std::string>& arguments, int input, int output, int errors)
     {
-        std::vector<char*> pointers;
+        std::vector<char*> pointers{const_cast<char*>(SYCLIENT_TEST_SERVER)};
         for (const auto& argument : arguments)
             pointers.push_back(const_cast<char*>(argument.c_str()));
         pointers.push_back(nullptr);
-        const int log = open(LogPath().c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
-        dup2(output, STDOUT_FILENO);
-        dup2(log, STDERR_FILENO);
-        execv(pointers[0], pointers.data());
-        _exit(127);
+        const pid_t id = fork();
+        if (id < 0)
+            throw std::runtime_error("no process can be made");
+        if (id == 0) {
+            prctl(PR_SET_PDEATHSIG, SIGKILL);
+            if (input >= 0)
+                dup2(input, STDIN_FILENO);
+            dup2(output, STDOUT_FILENO);
+            dup2(errors, STDERR_FILENO);
+            execv(SYCLIENT_TEST_SERVER, pointers.data());
+            _exit(127);
+        }
+        return id;
     }
 
-    void ReadPorts(int input)
+    static std::string ReadLine(int input)
     {
         std::string line;
-        char letter = 0;
-        while (read(input, &letter, 1) == 1 && letter != '\n')
-            line.push_back(letter);
-        static const std::regex ready(
-            R"(nexar-server ready: model \S+:(\d+) management \S+:(\d+) messaging \S+:(\d+))");
-        std::smatch match;
-        if (!std::regex_match(line, match, ready)) {
+        pollfd waiting{input, POLLIN, 0};
+        char byte = 0;
+        while (poll(&waiting, 1, StartMilliseconds) > 0 && read(input, &byte, 1) == 1 &&
+               byte != '\n')
+            line.push_back(byte);
+        return line;
+    }
+
+    void TakePorts()
+    {
+        unsigned model = 0, management = 0, messaging = 0;
+        if (std::sscanf(readyLine_.c_str(),
+                        "nexar-server ready: model 127.0.0.1:%u management 127.0.0.1:%u messaging "
+                        "127.0.0.1:%u",
+                        &model, &management, &messaging) != 3) {
             Kill();
-            throw std::runtime_error("nexar-server did not start: \"" + line + "\"");
+            throw std::runtime_error("nexar-server did not start: " + Log());
         }
-        for (std::size_t i = 0; i < ports_.size(); ++i)
-            ports_[i] = static_cast<std::uint16_t>(std::stoi(match[i + 1]));
+        ports_[0] = static_cast<std::uint16_t>(model);
+        ports_[1] = static_cast<std::uint16_t>(management);
+        ports_[2] = static_cast<std::uint16_t>(messaging);
     }
 
     int End(int signal)
     {
         if (id_ <= 0)
-            return -1;
+            return EndedBySignal;
         kill(id_, SIGCONT);
         kill(id_, signal);
+        return WaitFor(std::exchange(id_, 0));
+    }
+
+    static int WaitFor(pid_t id)
+    {
         int status = 0;
-        waitpid(id_, &status, 0);
-        id_ = 0;
-        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+        while (waitpid(id, &status, 0) < 0 && errno == EINTR) {
+        }
+        return WIFEXITED(status) ? WEXITSTATUS(status) : EndedBySignal;
     }
 
     std::filesystem::path folder_;
+    std::vector<std::string> options_;
+    std::uint16_t ports_[3] = {0, 0, 0};
+    std::string readyLine_;
     pid_t id_ = 0;
-    std::array<std::uint16_t, 3> ports_{};
 };

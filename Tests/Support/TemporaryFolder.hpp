@@ -9,8 +9,7 @@
 
 /// A folder of its own with a non-ASCII name, deleted with everything in it. When asked to, it is
 /// also where the user's folders are while it lives.
-class TemporaryFolder
-{
+class TemporaryFolder {
 public:
     enum class UserFolders { Leave, Redirect };
 

@@ -50,6 +50,13 @@ Json AsJson(const CachedProjectInfo& cache)
             {"sizeMiB", cache.GetSpace_Mbyte()}};
 }
 
+std::string FieldText(const std::string& key, const Json& value)
+{
+    if (key == "lastOpened" || key == "travelPackageTime")
+        return TimeForDisplay(value.get<std::int32_t>());
+    return value.is_string() ? value.get<std::string>() : value.dump();
+}
+
 void ShowText(const CachedProjectInfo& cache, const Output& output)
 {
     output.PrintLine(output.Styled(Output::Style::Strong, ForDisplay(cache.GetProjectName())));
@@ -57,7 +64,7 @@ void ShowText(const CachedProjectInfo& cache, const Output& output)
     std::vector<std::pair<std::string, std::string>> fields;
     for (const auto& [key, value] : json.items())
         if (key != "project")
-            fields.emplace_back(key, value.is_string() ? value.get<std::string>() : value.dump());
+            fields.emplace_back(key, FieldText(key, value));
     output.PrintFields(fields);
 }
 

@@ -2,6 +2,7 @@
 
 #include "CheckReport.hpp"
 #include "ClientProjectConnectionManager.hpp"
+#include "OVRoot/Clock.hpp"
 #include "ProjectArguments.hpp"
 #include "ReadProjectConnection.hpp"
 #include "SyncraURL.hpp"
@@ -44,6 +45,8 @@ void RunOpen(const OpenArguments& arguments, Context& context)
     report.serverLocation = connection->GetServerLocation();
     report.sessionId = connection->GetSessionId();
     report.cache = manager.FindCache();
+    if (report.result == SYC::CheckResult::Passed)
+        report.cache->SetLastOpenProjectTime(OV::Clock::Current().Now());
     report.Print(context.output);
     context.exitCode = ExitCodeOf(report.result);
 }

@@ -51,5 +51,11 @@ auto Retry(Call&& call)
 {
     return left.st_dev == right.st_dev && left.st_ino == right.st_ino;
 }
+/// Whether `path` itself, not what a link there stands for, still names the file behind `opened`.
+[[nodiscard]] bool StillNames(const OV::String& path, const Descriptor& opened);
+
+/// Each lost round of opening and finding the file replaced means that another process won it; so
+/// many in a row count as a file that others hold.
+inline constexpr int MostRounds = 1000;
 
 }  // namespace IO::Posix

@@ -1,12 +1,12 @@
 #pragma once
 
 #include "OVRoot/Executor.hpp"
+#include "OVRoot/Lock.hpp"
 
 #include <chrono>
 #include <condition_variable>
 #include <deque>
 #include <list>
-#include <mutex>
 #include <stop_token>
 #include <thread>
 
@@ -34,22 +34,32 @@ public:
     void AwaitTermination();
 
 private:
-    void Serve(std::list<std::jthread>::iterator self);
-    void JoinFinished(std::unique_lock<std::mutex>& guard);
-    [[nodiscard]] bool Terminated() const { return shutdown_ && queue_.empty() && running_ == 0; }
+    using Threads = std::list<std::jthread>;
+
+    /// Body of the thread `self`.
+    void Serve(Threads::iterator self);
+    /// The next task; empty when `self` has to go, and then it is among the finished already, so
+    /// that Execute never counts on a thread that will not look at the queue again.
+    RunnableTask Take(Threads::iterator self);
+    void CountDone();
+    [[nodiscard]] bool StartThread() OV_REQUIRES(lock_);
+    [[nodiscard]] bool Terminated() const OV_REQUIRES(lock_)
+    {
+        return shutdown_ && queue_.empty() && running_ == 0;
+    }
 
     const std::size_t coreThreads_;
     const std::size_t maximumThreads_;
     const std::chrono::milliseconds keepAlive_;
-    mutable std::mutex lock_;
-    std::condition_variable work_;
-    std::condition_variable ended_;
-    std::deque<RunnableTask> queue_;
-    std::list<std::jthread> threads_;
-    std::list<std::jthread> finished_;  ///< left their loop, to be joined
-    std::size_t idle_ = 0;
-    std::size_t running_ = 0;
-    bool shutdown_ = false;
+    mutable Lock lock_;
+    std::condition_variable_any work_;
+    std::condition_variable_any ended_;
+    std::deque<RunnableTask> queue_ OV_GUARDED_BY(lock_);
+    Threads threads_ OV_GUARDED_BY(lock_);
+    Threads finished_ OV_GUARDED_BY(lock_);  ///< took their last task, to be joined
+    std::size_t idle_ OV_GUARDED_BY(lock_) = 0;
+    std::size_t running_ OV_GUARDED_BY(lock_) = 0;
+    bool shutdown_ OV_GUARDED_BY(lock_) = false;
     std::stop_source stop_;
 };
 

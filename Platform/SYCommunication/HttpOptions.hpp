@@ -1,0 +1,26 @@
+#pragma once
+
+#include "OVRoot/UniString.hpp"
+
+#include <cstddef>
+
+namespace Communication {
+
+struct HttpOptions {
+    std::uint32_t connectTimeoutMilliseconds = 10'000;
+    /// From the request to the last byte of the answer; a held request passes its own.
+    std::uint32_t requestTimeoutMilliseconds = 30'000;
+    /// An answer beyond this ends the request with MalformedResponseException.
+    std::size_t maximumAnswerBytes = 64u << 20;
+    /// PEM file with the authorities to trust for TLS; empty for the system's.
+    OV::String authoritiesFile;
+    /// Proxy as curl writes it; empty follows the environment of the user.
+    OV::String proxy;
+};
+
+/// What a client is made with when nothing else is said. A host that knows its network sets them once,
+/// before its first connection; safe on any thread.
+[[nodiscard]] HttpOptions DefaultHttpOptions();
+void SetDefaultHttpOptions(HttpOptions options);
+
+}  // namespace Communication

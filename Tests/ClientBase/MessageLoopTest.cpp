@@ -1,0 +1,129 @@
+#include "SYClientBase/MessageLoop.hpp"
+#include "OVRoot/Thread.hpp"
+#include "SYClientBase/Identified.hpp"
+
+#include <gtest/gtest.h>
+
+#include <thread>
+#include <vector>
+
+using SYCB::MessageLoop;
+
+TEST(MessageLoopTest, TasksOfManyThreadsRunHereInTheOrderOfEachThread)
+{
+    constexpr int threadCount = 4;
+    constexpr int taskCount = 500;
+    std::vector<std::vector<int>> ran(threadCount);  // touched by this thread alone
+    int total = 0;
+    const auto main = std::this_thread::get_id();
+    {
+        std::vector<std::jthread> threads;
+        for (int thread = 0; thread < threadCount; ++thread)
+            threads.emplace_back([&, thread] {
+                for (int task = 0; task < taskCount; ++task)
+                    SYCB::MessageLoopRunnable(OV::MakeTask([&, thread, task] {
+                        EXPECT_EQ(std::this_thread::get_id(), main);
+                        ran[static_cast<std::size_t>(thread)].push_back(task);
+                        ++total;
+                    })).Run();
+            });
+        EXPECT_TRUE(
+            MessageLoop::RunUntil([&] { return total == threadCount * taskCount; }, 30'000));
+    }
+    for (const std::vector<int>& order : ran)
+        EXPECT_TRUE(std::is_sorted(order.begin(), order.end()));
+}
+
+TEST(MessageLoopTest, OnePassRunsWhatWaitsNowAndOutlivesATaskThatThrows)
+{
+    int runs = 0;
+    std::function<void()> again = [&] {
+        ++runs;
+        MessageLoop::Post(OV::MakeTask(again));
+        throw std::runtime_error("expected by the test");
+    };
+    MessageLoop::Post(OV::MakeTask(again));
+    EXPECT_EQ(MessageLoop::RunPending(), 1u);
+    EXPECT_EQ(MessageLoop::RunPending(), 1u);
+    again = [&] { ++runs; };
+    EXPECT_EQ(MessageLoop::RunPending(), 1u);
+    EXPECT_EQ(MessageLoop::RunPending(), 1u) << "the last task of the former kind";
+    EXPECT_EQ(MessageLoop::RunPending(), 0u);
+    EXPECT_EQ(runs, 4);
+}
+
+TEST(MessageLoopTest, ATaskMayRunTheLoopItself)
+{
+    std::vector<int> order;
+    MessageLoop::Post(OV::MakeTask([&] {
+        order.push_back(1);
+        MessageLoop::RunPending();
+        order.push_back(3);
+    }));
+    MessageLoop::Post(OV::MakeTask([&] { order.push_back(2); }));
+    MessageLoop::RunPending();
+    EXPECT_EQ(order, (std::vector<int>{1, 2, 3}));
+}
+
+TEST(MessageLoopTest, AWaitEndsByTimeByItsConditionAndByInterruption)
+{
+    EXPECT_FALSE(MessageLoop::RunUntil([] { return false; }, 20));
+    EXPECT_TRUE(MessageLoop::RunUntil([] { return true; }, 0));
+    bool interrupted = false;
+    OV::Thread thread("Waiting", [&] {
+        try {
+            (void)MessageLoop::RunUntil([] { return false; }, 60'000);
+        } catch (const OV::InterruptedException&) {
+            interrupted = true;
+        }
+    });
+    thread.Interrupt();
+    thread.Join();
+    EXPECT_TRUE(interrupted);
+}
+
+TEST(MessageLoopTest, AHostsPosterTakesTheTasksWhileItIsInstalled)
+{
+    std::vector<OV::RunnableTask> taken;
+    bool ran = false;
+    MessageLoop::SetPoster([&](OV::RunnableTask task) { taken.push_back(std::move(task)); });
+    MessageLoop::Post(OV::MakeTask([&] { ran = true; }));
+    MessageLoop::SetPoster({});
+    EXPECT_EQ(MessageLoop::RunPending(), 0u);
+    ASSERT_EQ(taken.size(), 1u);
+    taken.front()->Run();
+    EXPECT_TRUE(ran);
+}
+
+TEST(IdentifiedTest, ANotificationOnItsWayDoesNotReachADestroyedObserver)
+{
+    struct Observer : SYCB::Identified {
+        explicit Observer(bool& inDestructor) : seen(inDestructor) {}
+        ~Observer()
+        {
+            ToDestroy();
+            seen = InstanceExist(GetIdentity());
+        }
+        bool& seen;
+    };
+    bool existedWhileDying = true;
+    SYCB::Identified::Identity identity = 0;
+    int calls = 0;
+    const auto notify = [&] {
+        MessageLoop::Post(OV::MakeTask(
+            [&, identity] { calls += SYCB::Identified::InstanceExist(identity) ? 1 : 0; }));
+    };
+    {
+        Observer observer(existedWhileDying);
+        identity = observer.GetIdentity();
+        const Observer copy(observer);
+        EXPECT_NE(copy.GetIdentity(), identity);
+        notify();
+        MessageLoop::RunPending();
+        EXPECT_EQ(calls, 1);
+        notify();
+    }
+    MessageLoop::RunPending();
+    EXPECT_EQ(calls, 1);
+    EXPECT_FALSE(existedWhileDying);
+}

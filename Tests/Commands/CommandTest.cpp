@@ -1,0 +1,173 @@
+#include "Support/ServerProcess.hpp"
+#include "Support/TemporaryFolder.hpp"
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <cstdlib>
+#include <fstream>
+
+namespace {
+
+struct Result {
+    int code = -1;
+    std::string output;
+    std::string errors;
+};
+
+std::string ReadFile(const std::filesystem::path& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+std::string Quoted(const std::string& argument)
+{
+    return "'" + argument + "'";
+}
+
+}  // namespace
+
+/// syclient as a shell runs it, against a real server.
+class CommandTest : public testing::Test {
+protected:
+    CommandTest() { std::ofstream(PasswordFile()) << ServerProcess::Password << "\n"; }
+
+    [[nodiscard]] std::filesystem::path PasswordFile() const { return folder.Path() / "password"; }
+
+    Result Run(const std::vector<std::string>& arguments, const std::string& input = "") const
+    {
+        const auto in = folder.Path() / "in";
+        std::ofstream(in) << input;
+        std::string command = Quoted(SYCLIENT_TEST_CLI);
+        for (const auto& argument : arguments)
+            command += " " + Quoted(argument);
+        command += " <" + Quoted(in) + " >" + Quoted(folder.Path() / "out") + " 2>" +
+                   Quoted(folder.Path() / "err");
+        const int status = std::system(command.c_str());
+        return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, ReadFile(folder.Path() / "out"),
+                ReadFile(folder.Path() / "err")};
+    }
+
+    /// The options that name a project, with the password from a file.
+    [[nodiscard]] std::vector<std::string> On(const std::string& user, const std::string& project,
+                                              std::vector<std::string> command) const
+    {
+        for (const std::string& option :
+             {std::string("--server"), std::string("127.0.0.1"), std::string("--port"),
+              std::to_string(server.ModelPort()), std::string("--user"), user, std::string("--project"),
+              project, std::string("--password-file"), PasswordFile().string()})
+            command.push_back(option);
+        return command;
+    }
+
+    TemporaryFolder folder;
+    ServerProcess server{folder.Path()};
+};
+
+TEST_F(CommandTest, EachCheckResultHasItsExitCodeAndJson)
+{
+    struct Case {
+        const char* user;
+        const char* project;
+        std::vector<std::string> extra;
+        int code;
+        int result;
+        const char* meaning;
+    };
+    const std::vector<Case> cases = {
+        {"anna.novak", "Harbour Bridge", {}, 0, 0, "passed"},
+        {"anna.novak", "Open House 2026", {}, 12, 2, "access-denied"},
+        {"marco.rossi", "Harbour Bridge", {}, 13, 3, "session-in-use"},
+        {"anna.novak", "harbour bridge", {}, 15, 5, "mismatch"},
+        {"anna.novak", "Nowhere", {}, 16, 6, "not-found"},
+        {"anna.novak", "Riverside Tower", {"--write"}, 17, 7, "forbidden-by-state"},
+    };
+    for (const auto& each : cases) {
+        SCOPED_TRACE(each.meaning);
+        auto command = On(each.user, each.project, {"open", "--json"});
+        command.insert(command.end(), each.extra.begin(), each.extra.end());
+        const auto run = Run(command);
+        EXPECT_EQ(run.code, each.code);
+        const auto json = nlohmann::json::parse(run.output);
+        EXPECT_EQ(json.at("result"), each.result);
+        EXPECT_EQ(json.at("meaning"), each.meaning);
+    }
+    server.Kill();
+    EXPECT_EQ(Run(On("anna.novak", "Harbour Bridge", {"open"})).code, 11);
+}
+
+TEST_F(CommandTest, UrlBuiltHereOpensTheProjectWithoutAskingAgain)
+{
+    const auto built = Run(On("anna.novak", "Harbour Bridge", {"url", "build"}));
+    ASSERT_EQ(built.code, 0) << built.errors;
+    const std::string url = built.output.substr(0, built.output.find('\n'));
+    EXPECT_EQ(url.find(ServerProcess::Password), std::string::npos);
+    const auto opened = Run({"open", url, "--json"});
+    EXPECT_EQ(opened.code, 0) << opened.errors;
+
+    const auto parsed = nlohmann::json::parse(Run({"url", "parse", url, "--json"}).output);
+    EXPECT_EQ(parsed.at("isProjectUrl"), true);
+    EXPECT_EQ(parsed.at("project"), "Harbour Bridge");
+    EXPECT_EQ(parsed.at("hasPassword"), true);
+    EXPECT_EQ(Run({"url", "parse", "http://a.b/c"}).code, 1);
+    EXPECT_EQ(Run({"url", "parse", "no url"}).code, 2);
+}
+
+TEST_F(CommandTest, PasswordComesFromStandardInputAndIsShownNowhere)
+{
+    const std::string port = std::to_string(server.ModelPort());
+    const auto run = Run({"open", "--verbose", "-s", "127.0.0.1", "-p", port, "-u", "anna.novak", "-n",
+                          "Harbour Bridge", "--password-stdin"},
+                         std::string(ServerProcess::Password) + "\n");
+    EXPECT_EQ(run.code, 0) << run.errors;
+    const auto wrong = Run({"open", "-s", "127.0.0.1", "-p", port, "-u", "anna.novak", "-n",
+                            "Harbour Bridge", "--password-stdin"},
+                           "not-my-passw0rd\n");
+    EXPECT_EQ(wrong.code, 12);
+    for (const auto& text : {run.output, run.errors, wrong.output, wrong.errors}) {
+        EXPECT_EQ(text.find(ServerProcess::Password), std::string::npos);
+        EXPECT_EQ(text.find("not-my-passw0rd"), std::string::npos);
+    }
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(folder.Path() / "data"))
+        if (entry.is_regular_file()) {
+            EXPECT_EQ(ReadFile(entry.path()).find(ServerProcess::Password), std::string::npos)
+                << entry.path();
+        }
+}
+
+TEST_F(CommandTest, CacheIsListedShownAndClosed)
+{
+    ASSERT_EQ(Run(On("anna.novak", "Harbour Bridge", {"open"})).code, 0);
+    const auto list = nlohmann::json::parse(Run({"cache", "list", "--json"}).output);
+    ASSERT_EQ(list.size(), 1u);
+    EXPECT_EQ(list[0].at("status"), "Joined");
+    EXPECT_NE(list[0].at("session"), "");
+    const std::string path = list[0].at("folder");
+    const auto shown = nlohmann::json::parse(Run({"cache", "show", path, "--json"}).output);
+    EXPECT_EQ(shown, list[0]);
+
+    const auto status = nlohmann::json::parse(
+        Run(On("anna.novak", "Harbour Bridge", {"status", "--json"})).output);
+    EXPECT_EQ(status.at("session"), shown.at("session"));
+
+    EXPECT_EQ(Run(On("anna.novak", "Harbour Bridge", {"close"})).code, 0);
+    EXPECT_EQ(Run(On("anna.novak", "Harbour Bridge", {"close"})).code, 3) << "nothing left to close";
+    EXPECT_EQ(Run({"cache", "show", "no such folder"}).code, 3);
+
+    std::ofstream(std::filesystem::path(path) / "CacheInfo.xml") << "<Cache><DataVersion>x";
+    const auto damaged = Run({"cache", "list"});
+    EXPECT_EQ(damaged.code, 1);
+    EXPECT_NE(damaged.errors.find("CacheInfo.xml"), std::string::npos) << "says which file";
+}
+
+TEST_F(CommandTest, WrongUsageAndAMissingTerminalAreToldApart)
+{
+    EXPECT_EQ(Run({}).code, 2);
+    EXPECT_EQ(Run({"frobnicate"}).code, 2);
+    EXPECT_EQ(Run({"open", "--server", "a"}).code, 2);
+    EXPECT_EQ(Run({"--help"}).code, 0);
+    EXPECT_EQ(Run({"open", "--help"}).code, 0);
+    const auto colours = Run({"cache", "list"});
+    EXPECT_EQ(colours.output.find('\x1b'), std::string::npos) << "no colours into a file";
+}

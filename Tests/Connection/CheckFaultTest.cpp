@@ -1,0 +1,115 @@
+#include "Connection/ConnectionTest.hpp"
+#include "Support/FaultProxy.hpp"
+
+#include <sys/resource.h>
+
+using SYC::CheckResult;
+using Fault = FaultProxy::Fault;
+
+namespace {
+
+/// Peak resident memory of this process in MiB.
+long PeakMemory()
+{
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    return usage.ru_maxrss / 1024;
+}
+
+}  // namespace
+
+class CheckFaultTest : public ConnectionTest {
+protected:
+    CheckFaultTest()
+    {
+        Communication::HttpOptions quick;
+        quick.requestTimeoutMilliseconds = 300;
+        Communication::SetDefaultHttpOptions(quick);
+    }
+    ~CheckFaultTest() override { Communication::SetDefaultHttpOptions({}); }
+
+    /// Lets one request after the other meet the fault until a check meets none; every failed check must
+    /// be told as one, and the next one must pass.
+    void FailEachRequestInTurn(Fault fault, bool andAllLater)
+    {
+        FaultProxy proxy(server.ModelPort());
+        int number = 0;
+        for (;; ++number) {
+            SCOPED_TRACE("request " + std::to_string(number));
+            ASSERT_LT(number, 20) << "a check takes fewer requests";
+            Sql("DELETE FROM sessions");
+            TemporaryFolder caches(TemporaryFolder::UserFolders::Leave);
+            Host host(Url("anna.novak", u"Harbour Bridge", proxy.Port()), caches.GetLocation());
+            SYC::WriteProjectConnection connection(&host.manager);
+            proxy.FailAt(number, fault, andAllLater);
+            const auto result = connection.Check(true, false, false, false);
+            const bool failed = proxy.HasFailed();
+            proxy.FailNever();
+            if (!failed) {
+                EXPECT_EQ(result, CheckResult::Passed);
+                break;
+            }
+            // Any answer of status 200 says that the write was done.
+            if (fault != Fault::WrongJson || !proxy.HasFailedAtWrite())
+                ExpectTold(result, host.events);
+            EXPECT_EQ(connection.Check(true, false, true, false), CheckResult::Passed);
+        }
+        EXPECT_GE(number, 7) << "sign-in, projects, membership, sessions, start, attribute, state";
+    }
+
+    /// Offline without a word, or a membership that could not be asked for.
+    static void ExpectTold(CheckResult result, const Events& events)
+    {
+        if (result == CheckResult::AccessDenied) {
+            EXPECT_EQ(events, (Events{{11, u""}}));
+        } else {
+            EXPECT_EQ(result, CheckResult::Offline);
+            EXPECT_TRUE(events.empty());
+        }
+    }
+};
+
+TEST_F(CheckFaultTest, ServerThatDiesInAnyStepIsOffline)
+{
+    FailEachRequestInTurn(Fault::Close, true);
+    FailEachRequestInTurn(Fault::CloseInAnswer, true);
+}
+
+TEST_F(CheckFaultTest, AnswerLostOnceIsMendedByTheNextCheck)
+{
+    FailEachRequestInTurn(Fault::CloseInAnswer, false);
+}
+
+TEST_F(CheckFaultTest, GarbageWrongRecordsAndServerErrorsAreOffline)
+{
+    FailEachRequestInTurn(Fault::Garbage, false);
+    FailEachRequestInTurn(Fault::WrongJson, false);
+    FailEachRequestInTurn(Fault::ServerError, false);
+}
+
+TEST_F(CheckFaultTest, ServerThatNeverAnswersIsOfflineAfterTheTimeOut)
+{
+    FailEachRequestInTurn(Fault::Silence, false);
+}
+
+TEST_F(CheckFaultTest, GigabyteOfAnswerIsCutWithinBoundedMemory)
+{
+    Communication::SetDefaultHttpOptions({});
+    FaultProxy proxy(server.ModelPort());
+    Host host(Url("anna.novak", u"Harbour Bridge", proxy.Port()), DataFolder());
+    const long before = PeakMemory();
+    proxy.FailAt(1, Fault::Flood);
+    EXPECT_EQ(SYC::ReadProjectConnection(&host.manager).Check(true, false, false, false),
+              CheckResult::Offline);
+    EXPECT_LT(PeakMemory() - before, 300);
+}
+
+TEST_F(CheckFaultTest, FrozenServerIsOfflineAndThenWorkedWithAgain)
+{
+    Host host(Url("anna.novak", u"Harbour Bridge"), DataFolder());
+    SYC::ReadProjectConnection connection(&host.manager);
+    server.Pause();
+    EXPECT_EQ(connection.Check(true, false, false, false), CheckResult::Offline);
+    server.Resume();
+    EXPECT_EQ(connection.Check(true, false, false, false), CheckResult::Passed);
+}

@@ -1,0 +1,240 @@
+#include "CachedProjectInfoObserver.hpp"
+#include "Connection/ConnectionTest.hpp"
+#include "Support/ScriptedServer.hpp"
+
+#include <memory>
+
+using SYC::CheckResult;
+
+namespace {
+
+const Events none;
+
+struct Outcome {
+    const char* what;
+    const char* user;
+    const char16_t* project;
+    bool writing;
+    CheckResult result;
+    Events events;
+};
+
+std::unique_ptr<SYC::ProjectConnectionBase> Connect(Host& host, bool writing)
+{
+    if (writing)
+        return std::make_unique<SYC::WriteProjectConnection>(&host.manager);
+    return std::make_unique<SYC::ReadProjectConnection>(&host.manager);
+}
+
+OV::UniString ThisComputer()
+{
+    return OV::System::ComputerName();
+}
+
+}  // namespace
+
+class CheckOutcomeTest : public ConnectionTest {
+protected:
+    /// A check of a fresh host with the arguments first, new session, force online, take over.
+    CheckResult Check(Host& host, bool newSession = false, bool takeOver = false)
+    {
+        return SYC::ReadProjectConnection(&host.manager).Check(true, newSession, false, takeOver);
+    }
+};
+
+TEST_F(CheckOutcomeTest, EveryAnswerOfTheServerHasItsResultAndEvent)
+{
+    const std::vector<Outcome> outcomes = {
+        {"member reads", "anna.novak", u"Harbour Bridge", false, CheckResult::Passed, none},
+        {"member writes", "anna.novak", u"Harbour Bridge", true, CheckResult::Passed, none},
+        {"public, but no member", "anna.novak", u"Open House 2026", false, CheckResult::AccessDenied,
+         {{11, u""}}},
+        {"account switched off", "former.member", u"Harbour Bridge", false, CheckResult::AccessDenied,
+         {{11, u""}}},
+        {"unknown user", "nobody", u"Harbour Bridge", false, CheckResult::AccessDenied, {{11, u""}}},
+        {"held elsewhere", "marco.rossi", u"Harbour Bridge", false, CheckResult::SessionInUse,
+         {{8, u"STUDIO-07"}}},
+        {"other letter case", "anna.novak", u"harbour bridge", false, CheckResult::ProjectMismatch,
+         {{9, u""}}},
+        {"not visible", "jonas.berg", u"City Library", false, CheckResult::ProjectMismatch, {{9, u""}}},
+        {"no such project", "anna.novak", u"Nowhere", false, CheckResult::ProjectNotFound, {{12, u""}}},
+        {"locked, read", "anna.novak", u"Riverside Tower", false, CheckResult::Passed, none},
+        {"locked, written", "anna.novak", u"Riverside Tower", true, CheckResult::ForbiddenByState,
+         {{13, u""}}},
+        {"maintenance answers code 24", "anna.novak", u"Old Mill Conversion", false,
+         CheckResult::ForbiddenByState, none},
+    };
+    for (const auto& outcome : outcomes) {
+        SCOPED_TRACE(outcome.what);
+        Host host(Url(outcome.user, outcome.project), DataFolder());
+        const auto connection = Connect(host, outcome.writing);
+        EXPECT_EQ(connection->Check(true, false, false, false), outcome.result);
+        EXPECT_EQ(host.events, outcome.events);
+        EXPECT_EQ(connection->IsOpen(), outcome.result == CheckResult::Passed);
+        const bool online =
+            host.manager.GetSignalClient().GetPresenceService().GetState() == SYCB::PresenceState::Online;
+        EXPECT_EQ(online, outcome.result == CheckResult::Passed);
+    }
+}
+
+TEST_F(CheckOutcomeTest, WrongPasswordIsDeniedAndStaysOutOfTheLog)
+{
+    const LogCapture log;
+    Host host(Url("anna.novak", u"Harbour Bridge", 0, "s3cret-guess"), DataFolder());
+    EXPECT_EQ(Check(host), CheckResult::AccessDenied);
+    EXPECT_EQ(host.events, (Events{{11, u""}}));
+    EXPECT_TRUE(log.Has("SYClient: SYC::ProjectConnection::Check result : 2"));
+    EXPECT_FALSE(log.Mentions("s3cret-guess"));
+}
+
+TEST_F(CheckOutcomeTest, FillsTheCacheInOneWrite)
+{
+    struct Counter : SYC::CachedProjectInfoObserver {
+        void ContentWrittenToDisc(const SYC::CachedProjectInfo&) override { ++writes; }
+        int writes = 0;
+    } counter;
+    Host host(Url("anna.novak", u"Harbour Bridge"), DataFolder());
+    (void)host.manager.GetCachedProjectInfo();
+    counter.Attach();
+    SYC::ReadProjectConnection connection(&host.manager);
+    EXPECT_EQ(connection.Check(true, false, false, false), CheckResult::Passed);
+    EXPECT_EQ(connection.Check(false, false, false, false), CheckResult::Passed);
+    counter.Detach();
+    EXPECT_EQ(counter.writes, 1) << "the second check changed nothing";
+
+    const SYC::CachedProjectInfo read(SYC::CacheFolders::Find(DataFolder()).at(0));
+    EXPECT_TRUE(read.IsComplete());
+    EXPECT_EQ(read.GetUserName(), u"Anna Nov\u00e1k");
+    EXPECT_EQ(read.GetRoleName(), u"Project Manager");
+    EXPECT_EQ(read.GetSessionId(), connection.GetSessionId());
+    EXPECT_EQ(read.GetProjectId(), connection.GetProjectId());
+    EXPECT_EQ(read.GetPermissions().count(u"ManageMembers"), 1u);
+    EXPECT_EQ(connection.GetServerLocation(), u"/projects/" + connection.GetProjectId());
+}
+
+TEST_F(CheckOutcomeTest, ReplacedProjectIsReportedAndItsCacheKept)
+{
+    Host host(Url("anna.novak", u"North Station"), DataFolder());
+    const auto cache = std::dynamic_pointer_cast<SYC::CachedProjectInfo>(
+        host.manager.GetCachedProjectInfo());
+    const OV::UniString formerId = u"6B1F0C52-8A5D-4B1E-9B6A-0D3C7E5A1906";
+    cache->SetProjectId(formerId);
+    EXPECT_EQ(Check(host), CheckResult::ProjectNotFound);
+    EXPECT_EQ(host.events, (Events{{12, u""}}));
+    EXPECT_EQ(cache->GetProjectId(), formerId);
+    cache->SetProjectId({});
+    EXPECT_EQ(Check(host), CheckResult::Passed) << "an empty cached id passes";
+}
+
+TEST_F(CheckOutcomeTest, LostSessionIsAMismatchUntilANewOneIsWanted)
+{
+    Host host(Url("anna.novak", u"Harbour Bridge"), DataFolder());
+    EXPECT_EQ(Check(host), CheckResult::Passed);
+    Sql("DELETE FROM sessions");
+    EXPECT_EQ(Check(host), CheckResult::ProjectMismatch);
+    EXPECT_EQ(host.events, (Events{{9, u""}}));
+    EXPECT_EQ(Check(host, true), CheckResult::Passed);
+    EXPECT_EQ(Check(host), CheckResult::Passed) << "the cache holds the new session";
+}
+
+TEST_F(CheckOutcomeTest, TakeoverWritesThisComputerIntoTheSession)
+{
+    Host host(Url("marco.rossi", u"Harbour Bridge"), DataFolder());
+    SYC::ReadProjectConnection connection(&host.manager);
+    EXPECT_EQ(connection.Check(true, false, false, false), CheckResult::SessionInUse);
+    EXPECT_EQ(connection.Check(true, false, false, true), CheckResult::Passed);
+    EXPECT_EQ(connection.GetSessionComputerAttribute(), ThisComputer());
+    EXPECT_EQ(connection.Check(true, false, false, false), CheckResult::Passed);
+    EXPECT_FALSE(connection.IsEditConflict());
+    Sql("UPDATE session_attributes SET value = 'STUDIO-07'");
+    EXPECT_TRUE(connection.IsEditConflict());
+}
+
+TEST_F(CheckOutcomeTest, SecondaryConnectionLeavesComputerAndPresenceAlone)
+{
+    const LogCapture log;
+    Host host(Url("marco.rossi", u"Harbour Bridge"), DataFolder());
+    host.manager.GetSignalClient().GetPresenceService().SetState(SYCB::PresenceState::Offline);
+    const auto cache = std::dynamic_pointer_cast<SYC::CachedProjectInfo>(
+        host.manager.GetCachedProjectInfo());
+    SYC::ReadProjectConnection connection(&host.manager, Url("marco.rossi", u"Harbour Bridge"), cache);
+    EXPECT_EQ(connection.Check(true, false, false, false), CheckResult::Passed);
+    EXPECT_FALSE(connection.IsFirstCheck());
+    EXPECT_EQ(connection.GetSessionComputerAttribute(), u"STUDIO-07");
+    EXPECT_TRUE(log.Has("SYClient: Secondary SYC::ProjectConnection created"));
+}
+
+TEST_F(CheckOutcomeTest, KnownToBeOfflineAsksNoServerUnlessForced)
+{
+    const LogCapture log;
+    Host host(Url("anna.novak", u"Harbour Bridge"), DataFolder());
+    auto& presence = host.manager.GetSignalClient().GetPresenceService();
+    presence.SetState(SYCB::PresenceState::Offline);
+    SYC::ReadProjectConnection connection(&host.manager);
+    EXPECT_EQ(connection.Check(true, false, false, false), CheckResult::Offline);
+    EXPECT_EQ(connection.GetSyncraClient(), nullptr);
+    EXPECT_TRUE(
+        log.Has("SYClient: SYC::ProjectConnection::Check return Offline about presenceState."));
+    EXPECT_EQ(connection.Check(true, false, true, false), CheckResult::Passed);
+    EXPECT_TRUE(presence.IsOnline());
+}
+
+TEST_F(CheckOutcomeTest, ForcedOfflineSignalClientIsNotSetOnline)
+{
+    Host host(Url("anna.novak", u"Harbour Bridge"), DataFolder());
+    host.manager.GetSignalClient().SetForcedOffline(true);
+    SYC::ReadProjectConnection connection(&host.manager);
+    EXPECT_EQ(connection.Check(true, false, true, false), CheckResult::Passed);
+    EXPECT_FALSE(host.manager.GetSignalClient().GetPresenceService().IsOnline());
+}
+
+TEST_F(CheckOutcomeTest, NoManagerAndNoServerAreOffline)
+{
+    SYC::ReadProjectConnection orphan(nullptr);
+    EXPECT_EQ(orphan.Check(true, true, true, true), CheckResult::Offline);
+    const auto url = Url("anna.novak", u"Harbour Bridge");
+    server.Kill();
+    Host host(url, DataFolder());
+    EXPECT_EQ(Check(host), CheckResult::Offline);
+    EXPECT_EQ(host.events, none);
+    EXPECT_TRUE(SYC::CacheFolders::Find(DataFolder()).empty()) << "nothing was cached";
+}
+
+TEST_F(CheckOutcomeTest, ServerOfAnotherVersionIsIncompatible)
+{
+    for (const auto& [status, body] :
+         {std::pair{200, R"({"token":"t","userId":"u","userName":"n","protocol":99,"serverVersion":9900})"},
+          std::pair{426, R"({"code":30,"message":"other version"})"}}) {
+        ScriptedServer other([&](auto& peer, const auto&) { peer.Answer(status, body); });
+        Host host(Url("anna.novak", u"Harbour Bridge", other.Port()), DataFolder());
+        EXPECT_EQ(Check(host), CheckResult::IncompatibleVersion);
+        EXPECT_EQ(host.events, (Events{{14, u""}}));
+    }
+}
+
+TEST_F(CheckOutcomeTest, RestartedServerIsWorkedWithAgain)
+{
+    Host host(Url("anna.novak", u"Harbour Bridge"), DataFolder());
+    SYC::ReadProjectConnection connection(&host.manager);
+    EXPECT_EQ(connection.Check(true, false, false, false), CheckResult::Passed);
+    EXPECT_EQ(server.Terminate(), 0);
+    EXPECT_EQ(connection.Check(false, false, false, false), CheckResult::Offline);
+    server.Start();
+    EXPECT_EQ(connection.Check(false, false, false, false), CheckResult::Passed)
+        << "a new token, the same session";
+}
+
+TEST_F(CheckOutcomeTest, ClosingLogsItsOutcomeAndForgetsTheSession)
+{
+    const LogCapture log;
+    const std::string tail = ", Host: 127.0.0.1, Port: " + std::to_string(server.ModelPort()) +
+                             ", User: anna.novak";
+    Host host(Url("anna.novak", u"Harbour Bridge"), DataFolder());
+    EXPECT_EQ(Check(host), CheckResult::Passed);
+    EXPECT_TRUE(SYC::CloseSession(host.manager));
+    EXPECT_TRUE(log.Has("SYClient: SYC::CloseSession Succeeded" + tail));
+    EXPECT_EQ(host.manager.GetSessionId(), u"");
+    EXPECT_FALSE(SYC::CloseSession(host.manager));
+    EXPECT_TRUE(log.Has("SYClient: SYC::CloseSession Failed" + tail));
+    EXPECT_EQ(Check(host), CheckResult::Passed) << "the next check starts a new one";
+}

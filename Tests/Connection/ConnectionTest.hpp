@@ -1,0 +1,87 @@
+#pragma once
+
+#include "CacheFolders.hpp"
+#include "ClientProjectConnectionManager.hpp"
+#include "CloseSession.hpp"
+#include "OVRoot/Logger.hpp"
+#include "OVRoot/System.hpp"
+#include "ReadProjectConnection.hpp"
+#include "Support/ServerProcess.hpp"
+#include "Support/StoreEdit.hpp"
+#include "Support/TemporaryFolder.hpp"
+#include "SyncraURL.hpp"
+#include "WriteProjectConnection.hpp"
+
+#include <gtest/gtest.h>
+
+#include <mutex>
+#include <vector>
+
+/// The events that a check posted, in order.
+using Events = std::vector<std::pair<std::int32_t, OV::UniString>>;
+
+/// One host process's view of one project: a manager and the events it was told.
+class Host {
+public:
+    Host(const IO::Location& url, const IO::Location& dataFolder)
+        : manager(url, dataFolder,
+                  [this](std::int32_t code, const OV::UniString& text) { events.emplace_back(code, text); })
+    {
+    }
+
+    Events events;
+    SYC::ClientProjectConnectionManager manager;
+};
+
+/// The library's log lines while it lives.
+class LogCapture {
+public:
+    LogCapture()
+    {
+        former_ = OV::Logger::SetSink([this](const OV::LogRecord& record) {
+            const std::lock_guard guard(lock_);
+            lines_.push_back(record.category + ": " + OV::ToUtf8(record.text));
+        });
+    }
+    ~LogCapture() { OV::Logger::SetSink(std::move(former_)); }
+
+    [[nodiscard]] bool Has(const std::string& line) const
+    {
+        const std::lock_guard guard(lock_);
+        return std::find(lines_.begin(), lines_.end(), line) != lines_.end();
+    }
+    [[nodiscard]] bool Mentions(const std::string& text) const
+    {
+        const std::lock_guard guard(lock_);
+        return std::any_of(lines_.begin(), lines_.end(), [&](const auto& line) {
+            return line.find(text) != std::string::npos;
+        });
+    }
+
+private:
+    mutable std::mutex lock_;
+    std::vector<std::string> lines_;
+    OV::Logger::Sink former_;
+};
+
+/// A real server, and hosts on it.
+class ConnectionTest : public testing::Test {
+protected:
+    [[nodiscard]] IO::Location Url(const std::string& user, const std::u16string& project,
+                                   std::uint16_t port = 0,
+                                   const std::string& password = ServerProcess::Password) const
+    {
+        SYC::Inner::ProjectConnectionInfo info;
+        info.serverName = u"127.0.0.1";
+        info.port = port != 0 ? port : server.ModelPort();
+        info.userName = OV::FromUtf8(user);
+        info.password = OV::FromUtf8(password);
+        info.projectName = project;
+        return SYC::ToSyncraLocation(info);
+    }
+    [[nodiscard]] IO::Location DataFolder() const { return folder.GetLocation().Appended(u"Caches"); }
+    void Sql(const std::string& sql) const { EditStore(server.StorePath(), sql); }
+
+    TemporaryFolder folder;
+    ServerProcess server{folder.Path()};
+};

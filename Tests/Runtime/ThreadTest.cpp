@@ -1,0 +1,138 @@
+#include "OVRoot/Thread.hpp"
+#include "OVRoot/Condition.hpp"
+#include "OVRoot/EventSource.hpp"
+#include "OVRoot/Logger.hpp"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <stdexcept>
+#include <thread>
+#include <vector>
+
+namespace {
+
+constexpr std::uint32_t TooLong = 60'000;
+
+}  // namespace
+
+TEST(ConditionTest, KeepsANotificationUntilReset)
+{
+    OV::Condition condition;
+    EXPECT_FALSE(condition.Wait(1));
+    condition.Notify();
+    condition.Wait();
+    EXPECT_TRUE(condition.Wait(0)) << "a second waiter sees it too";
+    condition.Reset();
+    EXPECT_FALSE(condition.Wait(0));
+
+    std::atomic<int> woken{0};
+    std::vector<std::jthread> waiters;
+    for (int i = 0; i < 4; ++i)
+        waiters.emplace_back([&] { woken += condition.Wait(TooLong) ? 1 : 0; });
+    condition.Notify();
+    waiters.clear();
+    EXPECT_EQ(woken, 4);
+}
+
+TEST(ConditionTest, AWaiterMayDestroyItAtOnce)
+{
+    for (int round = 0; round < 500; ++round) {
+        auto condition = std::make_unique<OV::Condition>();
+        std::jthread notifier([&shared = *condition] { shared.Notify(); });
+        condition->Wait();
+        condition.reset();
+    }
+}
+
+TEST(ThreadTest, AnInterruptEndsAWaitThatBeganOrWillBegin)
+{
+    OV::Condition begun;
+    OV::Condition never;
+    std::atomic<int> interrupted{0};
+    const auto count = [&](auto&& wait) {
+        try {
+            wait();
+        } catch (const OV::InterruptedException&) {
+            ++interrupted;
+        }
+    };
+    {
+        OV::Thread thread("a name longer than the system takes", [&] {
+            begun.Notify();
+            count([] { OV::Thread::Sleep(TooLong); });
+            // The flag stays: whatever waits next ends at once.
+            count([&] { (void)never.Wait(TooLong); });
+            count([&] { never.Wait(); });
+            never.Notify();
+            count([&] { never.Wait(); });
+        });
+        begun.Wait();
+        thread.Interrupt();
+        thread.Join();
+        thread.Join();
+    }
+    EXPECT_EQ(interrupted, 3) << "what happened already is not lost to an interruption";
+    OV::Thread destroyed("", [] { OV::Thread::Sleep(TooLong); });
+}
+
+TEST(ThreadTest, AnExceptionEndsTheThreadAlone)
+{
+    std::vector<OV::UniString> lines;
+    auto former =
+        OV::Logger::SetSink([&](const OV::LogRecord& record) { lines.push_back(record.text); });
+    OV::Thread("", [] { throw std::runtime_error("on purpose"); }).Join();
+    OV::Logger::SetSink(std::move(former));
+    ASSERT_EQ(lines.size(), 1u);
+    EXPECT_NE(lines[0].find(u"on purpose"), OV::UniString::npos);
+}
+
+TEST(LoggerTest, ChangesItsSinkUnderWriters)
+{
+    std::atomic<int> lines{0};
+    std::atomic<bool> inside{false};
+    std::atomic<bool> overlapped{false};
+    const auto sink = [&](const OV::LogRecord&) {
+        if (inside.exchange(true))
+            overlapped = true;
+        ++lines;
+        inside = false;
+    };
+    auto former = OV::Logger::SetSink(sink);
+    {
+        std::vector<std::jthread> writers;
+        for (int writer = 0; writer < 3; ++writer)
+            writers.emplace_back([] {
+                for (int i = 0; i < 1000; ++i)
+                    OV::Logger::Info("Test", u"% of %", {i, 1000});
+            });
+        for (int i = 0; i < 200; ++i)
+            OV::Logger::SetSink(sink);
+    }
+    OV::Logger::SetSink([](const OV::LogRecord&) { throw std::runtime_error("a broken sink"); });
+    EXPECT_NO_THROW(OV::Logger::Info("Test", u"line"));
+    OV::Logger::SetSink(std::move(former));
+    EXPECT_EQ(lines, 3000);
+    EXPECT_FALSE(overlapped);
+}
+
+TEST(EventSourceTest, ObserversMayLeaveAndComeWhileTheyAreTold)
+{
+    OV::EventSource<int> source;
+    int first = 1;
+    int second = 2;
+    int third = 3;
+    source.Attach(first);
+    source.Attach(second);
+    source.Attach(first);
+    std::vector<int> told;
+    const auto tell = [&](int& observer) {
+        told.push_back(observer);
+        source.Detach(second);
+        source.Attach(third);
+    };
+    source.Notify(tell);
+    EXPECT_EQ(told, std::vector({1})) << "the second has left, the third comes too late";
+    source.Notify(tell);
+    EXPECT_EQ(told, std::vector({1, 1, 3}));
+}

@@ -1,0 +1,126 @@
+#pragma once
+
+#include "ScriptedServer.hpp"
+
+#include "SYCommunication/HttpClient.hpp"
+
+#include <regex>
+
+/// Stands before a real server and passes every request on, but for one that meets a fault.
+class FaultProxy {
+public:
+    enum class Fault { Close, CloseInAnswer, Garbage, WrongJson, Silence, Flood, ServerError };
+
+    explicit FaultProxy(std::uint16_t serverPort)
+        : serverPort_(serverPort),
+          server_([this](auto& peer, const auto& request) { Pass(peer, request); })
+    {
+    }
+
+    [[nodiscard]] std::uint16_t Port() const { return server_.Port(); }
+    /// The `number`th request from here on (from 0) meets `fault`; with `andAllLater`, the later ones too.
+    void FailAt(int number, Fault fault, bool andAllLater = false)
+    {
+        fault_ = fault;
+        andAllLater_ = andAllLater;
+        seen_ = 0;
+        failAt_ = number;
+    }
+    void FailNever() { failAt_ = -1; }
+    /// Whether the fault met a request whose answer says nothing but its status.
+    [[nodiscard]] bool HasFailedAtWrite() const { return failedAtWrite_; }
+    /// Whether the fault was met.
+    [[nodiscard]] bool HasFailed() const { return failAt_ >= 0 && seen_ > failAt_; }
+
+private:
+    using Peer = ScriptedServer::Peer;
+    using Request = ScriptedServer::Request;
+
+    void Pass(Peer& peer, const Request& request)
+    {
+        const int number = seen_++;
+        const int failAt = failAt_;
+        if (failAt >= 0 && (number == failAt || (andAllLater_ && number > failAt)))
+            Misbehave(peer, request);
+        else
+            Forward(peer, request);
+    }
+
+    void Misbehave(Peer& peer, const Request& request)
+    {
+        failedAtWrite_ = request.method == "PUT";
+        switch (fault_.load()) {
+        case Fault::Close:
+            peer.Close();
+            break;
+        case Fault::CloseInAnswer:
+            // The server acted; only its answer is lost.
+            (void)Ask(request);
+            peer.Send("HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\n{\"half\": ");
+            peer.Close();
+            break;
+        case Fault::Garbage:
+            peer.Send("\x01\x02 this is no HTTP \xff\xfe\r\n\r\n");
+            peer.Close();
+            break;
+        case Fault::WrongJson:
+            peer.Answer(200, R"({"projects": 7, "member": "yes", "sessions": {}, "value": []})");
+            break;
+        case Fault::Silence:
+            peer.HoldUntilGone();
+            break;
+        case Fault::Flood:
+            Flood(peer);
+            break;
+        case Fault::ServerError:
+            peer.Answer(500, R"({"code": 2, "message": "broken"})");
+            break;
+        }
+    }
+
+    static void Flood(Peer& peer)
+    {
+        constexpr std::size_t gigabyte = std::size_t{1} << 30;
+        const std::string piece(1 << 20, ' ');
+        peer.Send("HTTP/1.1 200 OK\r\nContent-Length: " + std::to_string(gigabyte) + "\r\n\r\n");
+        for (std::size_t sent = 0; sent < gigabyte && !peer.IsEnding(); sent += piece.size())
+            if (!peer.Send(piece))
+                break;
+        peer.Close();
+    }
+
+    Communication::HttpResponse Ask(const Request& request) const
+    {
+        Communication::HttpClient client({u"127.0.0.1", serverPort_, false});
+        Communication::HttpRequest passed;
+        passed.method = request.method == "POST"     ? Communication::HttpMethod::Post
+                        : request.method == "PUT"    ? Communication::HttpMethod::Put
+                        : request.method == "DELETE" ? Communication::HttpMethod::Delete
+                                                     : Communication::HttpMethod::Get;
+        passed.target = request.target;
+        passed.body = request.body;
+        static const std::regex bearer(R"(Authorization: Bearer (\S+))", std::regex::icase);
+        std::smatch match;
+        if (std::regex_search(request.rawHead, match, bearer))
+            passed.token = match[1];
+        return client.Perform(passed);
+    }
+
+    void Forward(Peer& peer, const Request& request) const
+    {
+        try {
+            const auto answer = Ask(request);
+            peer.Answer(answer.status, answer.body);
+        } catch (const OV::Exception&) {
+            peer.Close();
+        }
+    }
+
+    std::uint16_t serverPort_;
+    std::atomic<int> failAt_ = -1;
+    std::atomic<int> seen_ = 0;
+    std::atomic<Fault> fault_ = Fault::Close;
+    std::atomic<bool> andAllLater_ = false;
+    std::atomic<bool> failedAtWrite_ = false;
+    ScriptedServer server_;
+};

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <filesystem>
+#include <sqlite3.h>
+#include <stdexcept>
+#include <string>
+
+/// Changes a server's store behind its back, as an administrator's script would.
+inline void EditStore(const std::filesystem::path& store, const std::string& sql)
+{
+    sqlite3* database = nullptr;
+    sqlite3_open_v2(store.c_str(), &database, SQLITE_OPEN_READWRITE, nullptr);
+    sqlite3_busy_timeout(database, 5000);
+    char* message = nullptr;
+    const int result = sqlite3_exec(database, ("PRAGMA foreign_keys = ON; " + sql).c_str(), nullptr,
+                                    nullptr, &message);
+    const std::string problem = message != nullptr ? message : "";
+    sqlite3_free(message);
+    sqlite3_close(database);
+    if (result != SQLITE_OK)
+        throw std::runtime_error("the store refused: " + problem);
+}

@@ -1,0 +1,237 @@
+#include "SyncraClient/SyncraClient.hpp"
+#include "SYClientBase/SyncraClientFactory.hpp"
+#include "Support/ScriptedServer.hpp"
+
+#include <gtest/gtest.h>
+
+#include <map>
+
+using Syncra::Client::Connect;
+using Syncra::Client::SyncraClient;
+
+namespace {
+
+using Asked = ScriptedServer::Request;
+using Peer = ScriptedServer::Peer;
+
+constexpr const char* Token =
+    R"({"token":"T1","userId":"u","userName":"U","protocol":1,"serverVersion":1400})";
+
+std::unique_ptr<SyncraClient> SignedIn(const ScriptedServer& server)
+{
+    Communication::HttpOptions options;
+    options.requestTimeoutMilliseconds = 20'000;
+    return Connect({u"127.0.0.1", server.Port(), u"anna", u"geheim"}, options);
+}
+
+/// Answers the sign-in with `signIn` and every other request with `answer`.
+struct Answers {
+    std::string signIn = Token;
+    int status = 200;
+    std::string answer = "{}";
+
+    void operator()(Peer& peer, const Asked& request) const
+    {
+        if (request.target == "/syncra/v1/sign-in")
+            peer.Answer(200, signIn);
+        else
+            peer.Answer(status, answer);
+    }
+};
+
+/// The name of the exception that `action` ends with, and its code for a refusal; "-" for none.
+template <class Action>
+std::string Outcome(Action action)
+{
+    try {
+        action();
+        return "-";
+    } catch (const Communication::ResponseContentException& refusal) {
+        return "refused " + std::to_string(refusal.GetErrorCode());
+    } catch (const OV::Exception& failure) {
+        EXPECT_EQ(std::string(failure.what()).find("geheim"), std::string::npos) << failure.what();
+        return std::string(failure.GetName());
+    }
+}
+
+}  // namespace
+
+TEST(SyncraClientTest, EveryOperationIsItsDocumentedRequest)
+{
+    struct Case {
+        std::function<void(SyncraClient&)> operation;
+        const char* method;
+        const char* target;
+        const char* body;
+        const char* answer;
+    };
+    const char* const session =
+        R"({"id":"s","projectId":"p","userId":"u","loginName":"l","userName":"n","logonId":7,)"
+        R"("roleName":"r","permissions":["a","b"],"startTime":5})";
+    const std::string sessions = std::string(R"({"sessions":[)") + session + "]}";
+    const Case cases[] = {
+        {[](SyncraClient& c) { EXPECT_TRUE(c.GetProjects().empty()); }, "GET", "/projects", "",
+         R"({"projects":[]})"},
+        {[](SyncraClient& c) { EXPECT_TRUE(c.IsMember(u"..")); }, "GET", "/projects/../membership",
+         "", R"({"member":true})"},
+        {[](SyncraClient& c) { EXPECT_FALSE(c.ProjectExists(u"a&b=\u00FC/\xD800\\u")); }, "GET",
+         "/projects/exists?name=a%26b%3D%C3%BC%2F%5CuD800%5Cu005Cu", "", R"({"exists":false})"},
+        {[](SyncraClient& c) {
+             EXPECT_EQ(c.GetProjectState(u"p/q"), Syncra::Protocol::ProjectState::Maintenance);
+         },
+         "GET", "/projects/p%2Fq/state", "", R"({"state":2})"},
+        {[](SyncraClient& c) { EXPECT_EQ(c.GetSessions(u"p").at(0).permissions.size(), 2u); },
+         "GET", "/projects/p/sessions", "", sessions.c_str()},
+        {[](SyncraClient& c) { EXPECT_EQ(c.StartSession(u"p").logonId, 7); }, "POST",
+         "/projects/p/sessions", "{}", session},
+        {[](SyncraClient& c) { c.CloseSession(u"s"); }, "DELETE", "/sessions/s", "", "{}"},
+        {[](SyncraClient& c) { EXPECT_EQ(c.GetSessionAttribute(u"s", u"A b"), u"\xD800"); }, "GET",
+         "/sessions/s/attributes/A%20b", "", R"({"value":"\\uD800"})"},
+        {[](SyncraClient& c) { c.SetSessionAttribute(u"s", u"A", "M\xC3\xBC\r"); }, "PUT",
+         "/sessions/s/attributes/A", "{\"value\":\"M\xC3\xBC\\\\u000D\"}", "{}"},
+        {[](SyncraClient& c) { EXPECT_EQ(c.GetServicePortList().at(0).port, 65535); }, "GET",
+         "/ports", "", R"({"ports":[{"service":"ModelService","port":65535}]})"},
+        {[](SyncraClient& c) { EXPECT_EQ(c.WaitForSignals(u"p", 3, 25'000).next, 4u); }, "GET",
+         "/signals?project=p&after=3&wait=25000", "", R"({"signals":[],"next":4})"},
+    };
+    for (const Case& one : cases) {
+        SCOPED_TRACE(one.target);
+        Asked last;
+        const ScriptedServer server([&](Peer& peer, const Asked& request) {
+            last = request;
+            peer.Answer(200, request.number == 1 ? Token : one.answer);
+        });
+        const auto client = SignedIn(server);
+        EXPECT_EQ(last.body, R"({"password":"geheim","protocol":1,"userName":"anna"})");
+        one.operation(*client);
+        EXPECT_EQ(last.method, one.method);
+        EXPECT_EQ(last.target, std::string("/syncra/v1") + one.target);
+        EXPECT_EQ(last.body, one.body);
+        EXPECT_NE(last.head.find("\r\nauthorization: bearer t1\r\n"), std::string::npos);
+        EXPECT_EQ(server.Connections(), 1);
+    }
+}
+
+TEST(SyncraClientTest, AnAnswerThatIsNoneAndARefusalAreToldApart)
+{
+    struct Case {
+        int status;
+        std::string body;
+        const char* expected;
+    };
+    const Case cases[] = {
+        {204, "", "MalformedResponseException"},
+        {200, "", "MalformedResponseException"},
+        {200, "{", "MalformedResponseException"},
+        {200, "[]", "MalformedResponseException"},
+        {200, "{}", "MalformedResponseException"},
+        {200, R"({"projects":{}})", "MalformedResponseException"},
+        {200, R"({"projects":[7]})", "MalformedResponseException"},
+        {200, R"({"projects":[]} x)", "MalformedResponseException"},
+        {200, "{\"projects\":[],\"a\":\"\xFF\"}", "MalformedResponseException"},
+        {200, std::string(1'000'000, '['), "MalformedResponseException"},
+        {200,
+         std::string(R"({"projects":)") + std::string(100'000, '[') + std::string(100'000, ']') +
+             "}",
+         "MalformedResponseException"},
+        {302, "", "MalformedResponseException"},
+        {500, "<html>busy</html>", "MalformedResponseException"},
+        {500, R"({"code":"2","message":"m"})", "MalformedResponseException"},
+        {500, R"({"code":99999999999,"message":"m"})", "MalformedResponseException"},
+        {500, R"({"message":"m"})", "MalformedResponseException"},
+        {500, R"({"code":2,"message":"m"})", "refused 2"},
+        {403, R"({"code":13,"message":"m"})", "refused 13"},
+        {423, R"({"code":24,"message":"m","more":[]})", "refused 24"},
+        {418, R"({"code":777,"message":"m"})", "refused 777"},
+    };
+    for (const Case& one : cases) {
+        SCOPED_TRACE(std::to_string(one.status) + " " + one.body.substr(0, 60));
+        const ScriptedServer server(Answers{Token, one.status, one.body});
+        const auto client = SignedIn(server);
+        EXPECT_EQ(Outcome([&] { (void)client->GetProjects(); }), one.expected);
+    }
+}
+
+TEST(SyncraClientTest, TheStatusAndTheServerAreNamedWhenAnAnswerIsNone)
+{
+    const ScriptedServer server(Answers{Token, 502, "<html>"});
+    const auto client = SignedIn(server);
+    try {
+        (void)client->ProjectExists(u"geheim");
+        FAIL();
+    } catch (const Communication::MalformedResponseException& failure) {
+        const std::string text = failure.what();
+        EXPECT_NE(text.find("502"), std::string::npos) << text;
+        EXPECT_NE(text.find("127.0.0.1:" + std::to_string(server.Port())), std::string::npos)
+            << text;
+        EXPECT_EQ(text.find("geheim"), std::string::npos) << text;
+    }
+}
+
+TEST(SyncraClientTest, ASignInThatCannotBeUsedIsRefused)
+{
+    struct Case {
+        int status;
+        std::string body;
+        const char* expected;
+    };
+    const auto withToken = [](const std::string& token) {
+        return R"({"token":")" + token +
+               R"(","userId":"u","userName":"U","protocol":1,"serverVersion":1400})";
+    };
+    const Case cases[] = {
+        {401, R"({"code":10,"message":"m"})", "refused 10"},
+        {401, R"({"code":15,"message":"m"})", "refused 15"},
+        {426, R"({"code":30,"message":"m"})", "IncopatibleServerVersionException"},
+        {200, R"({"protocol":2})", "IncopatibleServerVersionException"},
+        {200, R"({"token":"T"})", "MalformedResponseException"},
+        {200, withToken(""), "MalformedResponseException"},
+        {200, withToken("a b"), "MalformedResponseException"},
+        {200, withToken(R"(a\r\nHost: evil)"), "MalformedResponseException"},
+        {200, withToken(R"(a\\u000D\nHost:evil)"), "MalformedResponseException"},
+        {200, withToken(std::string(5000, 'a')), "MalformedResponseException"},
+    };
+    for (const Case& one : cases) {
+        SCOPED_TRACE(one.body.substr(0, 60));
+        const ScriptedServer server(
+            [&](Peer& peer, const Asked&) { peer.Answer(one.status, one.body); });
+        EXPECT_EQ(
+            Outcome([&] {
+                (void)SYCB::CreateSyncraClient({u"127.0.0.1", server.Port(), u"u", u"geheim"});
+            }),
+            one.expected);
+        EXPECT_EQ(server.Requests(), 1);
+    }
+}
+
+TEST(SyncraClientTest, AnExpiredTokenIsRenewedOnceARequest)
+{
+    // Tokens are "1", "2", ...; the server knows those from `oldest` on.
+    std::atomic<int> signIns = 0;
+    std::atomic<int> oldest = 1;
+    std::atomic<int> sessions = 0;
+    const ScriptedServer server([&](Peer& peer, const Asked& request) {
+        if (request.target == "/syncra/v1/sign-in") {
+            peer.Answer(200,
+                        R"({"token":")" + std::to_string(++signIns) +
+                            R"(","userId":"u","userName":"U","protocol":1,"serverVersion":1400})");
+            return;
+        }
+        const std::size_t at = request.head.find("bearer ");
+        if (std::stoi(request.head.substr(at + 7)) < oldest)
+            peer.Answer(401, R"({"code":15,"message":"too old"})");
+        else if (++sessions)
+            peer.Answer(200, "{}");
+    });
+    const auto client = SignedIn(server);
+    client->CloseSession(u"s");
+    EXPECT_EQ(signIns, 1);
+    oldest = 2;
+    client->CloseSession(u"s");
+    client->CloseSession(u"s");
+    EXPECT_EQ(signIns, 2);
+    EXPECT_EQ(sessions, 3);
+    oldest = 1000;
+    EXPECT_EQ(Outcome([&] { client->CloseSession(u"s"); }), "refused 15");
+    EXPECT_EQ(signIns, 3) << "not again and again";
+}
