@@ -71,6 +71,10 @@ std::uint64_t ReadSequence(const json& object, const char* key)
 
 json ParseJson(OV::StringView body)
 {
+    // The parser takes one for the end and would let anything stand behind it.
+    if (const auto zero = body.find('\0'); zero != body.npos)
+        throw MalformedRecordException("The body is no JSON from byte " + std::to_string(zero + 1) +
+                                       ".");
     if (IsTooDeep(body))
         throw MalformedRecordException(
             OV::StringView("The JSON is nested more than 64 levels deep."));

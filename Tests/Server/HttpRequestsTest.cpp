@@ -1,0 +1,169 @@
+#include "ServerTest.hpp"
+
+#include <vector>
+
+namespace {
+
+using HttpRequestsTest = ServerTest;
+
+const std::string VersionRequest = RequestText("GET", "/syncra/version");
+
+std::string SignInWith(const std::string& body)
+{
+    return RequestText("POST", "/syncra/v1/sign-in", "", body);
+}
+
+std::string Repeated(std::string_view text, std::size_t count)
+{
+    std::string result;
+    for (std::size_t i = 0; i < count; ++i)
+        result += text;
+    return result;
+}
+
+}  // namespace
+
+TEST_F(HttpRequestsTest, RefusesDamagedRequestsAndGoesOn)
+{
+    const std::string begin = "POST /syncra/v1/sign-in HTTP/1.1\r\nHost: h\r\n";
+    struct Case {
+        const char* name;
+        std::string bytes;
+        int status;
+        int code;
+    };
+    const std::vector<Case> cases = {
+        {"no HTTP", "hello\r\n\r\n", 400, 1},
+        {"TLS", std::string("\x16\x03\x01\x02\x00\x01\x00\x01\xfc\x03\x03\r\n\r\n", 15), 400, 1},
+        {"HTTP/3.0", "GET /syncra/version HTTP/3.0\r\n\r\n", 400, 1},
+        {"no path", "GET syncra/version HTTP/1.1\r\n\r\n", 400, 1},
+        {"empty component", RequestText("GET", "/syncra//version"), 400, 1},
+        {"cut escape", RequestText("GET", "/syncra/versio%6"), 400, 1},
+        {"wrong escape", RequestText("GET", "/syncra/versio%6g"), 400, 1},
+        {"bytes that are no UTF-8", RequestText("GET", "/syncra/%ff%fe"), 400, 1},
+        {"damaged query", RequestText("GET", "/syncra/version?a=%"), 400, 1},
+        {"escaped slash is no separator", RequestText("GET", "/syncra%2Fversion"), 404, 3},
+        {"dots are no way up", RequestText("GET", "/syncra/v1/../version"), 404, 3},
+        {"unknown path", RequestText("GET", "/"), 404, 3},
+        {"wrong method", RequestText("DELETE", "/syncra/version"), 405, 3},
+        {"unknown method", RequestText("BREW", "/syncra/version"), 405, 3},
+        {"header over 16 KiB",
+         "GET /syncra/version HTTP/1.1\r\nX: " + std::string(20'000, 'x') + "\r\n\r\n", 431, 4},
+        {"path over 16 KiB", RequestText("GET", "/" + std::string(20'000, 'x')), 431, 4},
+        {"body announced over 16 MiB", begin + "Content-Length: 16777217\r\n\r\n", 413, 4},
+        {"length beyond 64 bits", begin + "Content-Length: 99999999999999999999\r\n\r\n", 400, 1},
+        {"negative length", begin + "Content-Length: -1\r\n\r\n", 400, 1},
+        {"two lengths", begin + "Content-Length: 1\r\nContent-Length: 2\r\n\r\nab", 400, 1},
+        {"length and chunks",
+         begin + "Content-Length: 3\r\nTransfer-Encoding: chunked\r\n\r\n0\r\n\r\n", 400, 1},
+        {"chunk of no size", begin + "Transfer-Encoding: chunked\r\n\r\nzz\r\nab\r\n0\r\n\r\n", 400,
+         1},
+        {"chunk over 16 MiB", begin + "Transfer-Encoding: chunked\r\n\r\nfffffffff\r\n", 413, 4},
+        {"no body", SignInWith(""), 400, 1},
+        {"no JSON", SignInWith("user=a"), 400, 1},
+        {"no object", SignInWith("[1]"), 400, 1},
+        {"two values", SignInWith("{}{}"), 400, 1},
+        {"no UTF-8", SignInWith("{\"userName\":\"\xff\"}"), 400, 1},
+        {"deep arrays", SignInWith(Repeated("[", 1'000'000)), 400, 1},
+        {"deep objects", SignInWith(Repeated("{\"a\":", 200'000)), 400, 1},
+        {"number beyond a double", SignInWith("{\"protocol\":1e999}"), 400, 1},
+        {"missing field", SignInWith("{\"userName\":\"a\",\"protocol\":1}"), 400, 1},
+        {"wrong type", SignInWith("{\"userName\":[],\"password\":\"b\",\"protocol\":1}"), 400, 1},
+        {"protocol as a fraction", SignInWith("{\"protocol\":1.5}"), 400, 1},
+        {"name over 1024 units",
+         SignInWith("{\"userName\":\"" + std::string(1025, 'x') +
+                    "\",\"password\":\"b\",\"protocol\":1}"),
+         413, 4},
+        {"no token", RequestText("GET", "/syncra/v1/projects"), 401, 15},
+        {"unknown token", RequestText("GET", "/syncra/v1/projects", "abc"), 401, 15},
+        {"token of another scheme",
+         "GET /syncra/v1/projects HTTP/1.1\r\nAuthorization: Basic YTpi\r\n\r\n", 401, 15},
+    };
+    for (const auto& [name, bytes, status, code] : cases) {
+        RawHttp connection(server.ModelPort());
+        (void)connection.Send(bytes);
+        const auto answer = ReadAnswer(connection);
+        EXPECT_EQ(answer.status, status) << name;
+        EXPECT_EQ(answer.Code(), code) << name;
+        EXPECT_FALSE(answer.json.value("message", "").empty()) << name;
+    }
+    EXPECT_EQ(Client(server.ModelPort()).Ask("GET", "/syncra/version").status, 200);
+    EXPECT_EQ(server.Terminate(), 0);
+}
+
+TEST_F(HttpRequestsTest, SurvivesClientsThatLeaveInTheMiddle)
+{
+    const std::string whole =
+        SignInWith("{\"userName\":\"anna.novak\",\"password\":\"x\",\"protocol\":1}");
+    for (std::size_t length = 0; length <= whole.size(); length += 7) {
+        RawHttp leaving(server.ModelPort());
+        (void)leaving.Send(std::string_view(whole).substr(0, length));
+    }
+    for (const std::string_view half :
+         {"", "GET /syncra/ver", "POST / HTTP/1.1\r\nContent-Length: 9\r\n\r\nab"}) {
+        RawHttp closing(server.ModelPort());
+        (void)closing.Send(half);
+        closing.HalfClose();
+        EXPECT_TRUE(closing.IsClosedByServer()) << half;
+    }
+    EXPECT_EQ(Client(server.ModelPort()).Ask("GET", "/syncra/version").status, 200);
+}
+
+TEST_F(HttpRequestsTest, AnswersPipelinedRequestsInOrderHoweverTheBytesArrive)
+{
+    const std::string bytes = VersionRequest + RequestText("GET", "/nowhere") + SignInWith("{}") +
+                              RequestText("GET", "/syncra/v1/projects", "abc") + VersionRequest;
+    for (const std::size_t step : {bytes.size(), std::size_t{1}, std::size_t{11}}) {
+        RawHttp connection(server.ModelPort());
+        for (std::size_t at = 0; at < bytes.size(); at += step)
+            ASSERT_TRUE(connection.Send(std::string_view(bytes).substr(at, step)));
+        for (const int status : {200, 404, 400, 401, 200})
+            EXPECT_EQ(connection.Read().status, status) << step;
+    }
+}
+
+TEST_F(HttpRequestsTest, TakesChunkedBodiesAndSendsContinueForThem)
+{
+    RawHttp connection(server.ModelPort());
+    ASSERT_TRUE(connection.Send("POST /syncra/v1/sign-in HTTP/1.1\r\nTransfer-Encoding: chunked\r\n"
+                                "Expect: 100-continue\r\n\r\n"));
+    EXPECT_EQ(connection.Read().status, 100);
+    const std::string body = R"({"userName":"anna.novak","password":"nexar-sample","protocol":1})";
+    for (const char byte : body)
+        ASSERT_TRUE(connection.Send(std::string("1\r\n") + byte + "\r\n"));
+    ASSERT_TRUE(connection.Send("0\r\n\r\n"));
+    EXPECT_EQ(connection.Read().status, 200);
+}
+
+TEST_F(HttpRequestsTest, ARefusedBodyIsAnsweredThoughTheClientIsStillSending)
+{
+    RawHttp connection(server.ModelPort());
+    (void)connection.Send("POST /syncra/v1/sign-in HTTP/1.1\r\nContent-Length: 20000000\r\n\r\n");
+    // Libraries give up when sending fails, and never look for the answer.
+    EXPECT_TRUE(connection.Send(std::string(20'000'000, ' ')));
+    connection.HalfClose();
+    EXPECT_EQ(connection.Read().status, 413);
+    EXPECT_TRUE(connection.IsClosedByServer());
+}
+
+TEST_F(HttpRequestsTest, AnAnswerToHeadCarriesNoBody)
+{
+    RawHttp connection(server.ModelPort());
+    ASSERT_TRUE(connection.Send(RequestText("HEAD", "/syncra/version")));
+    const auto answer = connection.Read();
+    EXPECT_EQ(answer.status, 405);
+    EXPECT_EQ(answer.body, "");
+    EXPECT_TRUE(connection.IsClosedByServer());
+}
+
+TEST_F(HttpRequestsTest, KeepsOrClosesTheConnectionAsTheClientAsks)
+{
+    for (const std::string_view request :
+         {"GET /syncra/version HTTP/1.0\r\n\r\n",
+          "GET /syncra/version HTTP/1.1\r\nConnection: close\r\n\r\n"}) {
+        RawHttp connection(server.ModelPort());
+        ASSERT_TRUE(connection.Send(request));
+        EXPECT_EQ(connection.Read().status, 200);
+        EXPECT_TRUE(connection.IsClosedByServer()) << request;
+    }
+}

@@ -1,0 +1,256 @@
+#include "ServerTest.hpp"
+
+#include <algorithm>
+#include <set>
+#include <thread>
+#include <vector>
+
+namespace {
+
+using ModelServiceTest = ServerTest;
+
+std::string SessionPath(const std::string& session)
+{
+    return "/syncra/v1/sessions/" + session;
+}
+
+/// The id of a new session.
+std::string Start(Client& client, const std::string& project)
+{
+    return client.Ask("POST", "/syncra/v1/projects/" + project + "/sessions", "{}")
+        .json.value("id", "");
+}
+
+}  // namespace
+
+TEST_F(ModelServiceTest, EveryRequestIsAnsweredOrRefusedByItsRule)
+{
+    struct Case {
+        const char* user;
+        const char* method;
+        std::string target;
+        const char* body;
+        int status;
+        int code;
+    };
+    const auto path = [](const std::string& project, const char* what) {
+        return ProjectPath(project, what);
+    };
+    const std::vector<Case> cases = {
+        {"anna.novak", "GET", "/syncra/v1/ports", "", 200, 0},
+        {"anna.novak", "GET", "/syncra/v1/projects", "", 200, 0},
+        {"anna.novak", "GET", "/syncra/v1/projects/exists", "", 400, 1},
+        {"anna.novak", "GET", path(Sample::HarbourBridge, "membership"), "", 200, 0},
+        {"anna.novak", "GET", path(Sample::Nowhere, "membership"), "", 404, 12},
+        {"anna.novak", "GET", path("%00", "membership"), "", 404, 12},
+        {"anna.novak", "GET", path("'%20OR%201=1--", "membership"), "", 404, 12},
+        {"liam.walsh", "GET", path(Sample::HarbourBridge, "membership"), "", 200, 0},
+        {"anna.novak", "GET", path(Sample::HarbourBridge, "state"), "", 200, 0},
+        {"anna.novak", "GET", path(Sample::Nowhere, "state"), "", 404, 12},
+        {"liam.walsh", "GET", path(Sample::HarbourBridge, "state"), "", 403, 13},
+        {"anna.novak", "GET", path(Sample::OpenHouse, "state"), "", 403, 13},
+        {"anna.novak", "GET", path(Sample::Nowhere, "sessions"), "", 404, 12},
+        {"liam.walsh", "GET", path(Sample::HarbourBridge, "sessions"), "", 403, 13},
+        {"liam.walsh", "POST", path(Sample::HarbourBridge, "sessions"), "{}", 403, 13},
+        {"anna.novak", "POST", path(Sample::Nowhere, "sessions"), "{}", 404, 12},
+        {"anna.novak", "POST", path(Sample::OldMill, "sessions"), "{}", 423, 24},
+        {"marco.rossi", "POST", path(Sample::HarbourBridge, "sessions"), "{}", 409, 17},
+        {"anna.novak", "DELETE", SessionPath("nothing"), "", 404, 12},
+        {"anna.novak", "GET", SessionPath("nothing/attributes/a"), "", 404, 12},
+        {"anna.novak", "PUT", SessionPath("nothing/attributes/a"), "{\"value\":\"\"}", 404, 12},
+        {"anna.novak", "GET", SignalPath(Sample::HarbourBridge, 0, 0), "", 200, 0},
+        {"anna.novak", "GET", SignalPath(Sample::Nowhere, 0, 0), "", 404, 12},
+        {"liam.walsh", "GET", SignalPath(Sample::HarbourBridge, 0, 0), "", 403, 13},
+        {"anna.novak", "GET", "/syncra/v1/signals", "", 400, 1},
+        {"anna.novak", "GET", "/syncra/v1/signals?after=-1&project=" + Sample::HarbourBridge, "",
+         400, 1},
+        {"anna.novak", "GET", "/syncra/v1/signals?wait=1e3&project=" + Sample::HarbourBridge, "",
+         400, 1},
+        {"anna.novak", "GET",
+         "/syncra/v1/signals?after=18446744073709551616&project=" + Sample::HarbourBridge, "", 400,
+         1},
+    };
+    for (const auto& [user, method, target, body, status, code] : cases) {
+        const auto answer = SignedIn(user).Ask(method, target, body);
+        EXPECT_EQ(answer.status, status) << user << ' ' << method << ' ' << target;
+        EXPECT_EQ(answer.Code(), code) << user << ' ' << method << ' ' << target;
+    }
+}
+
+TEST_F(ModelServiceTest, SignInTellsWrongCredentialsOtherVersionsAndClosedAccountsApart)
+{
+    Client client(server.ModelPort());
+    EXPECT_EQ(client.SignIn("anna.novak", "wrong").Code(), 10);
+    EXPECT_EQ(client.SignIn("nobody", "nexar-sample").Code(), 10);
+    EXPECT_EQ(client.SignIn("' OR 1=1--", "").Code(), 10);
+    EXPECT_EQ(client.SignIn("anna.novak", std::string("nexar-sample\0x", 14)).Code(), 10);
+    EXPECT_EQ(client.SignIn("former.member", "wrong").Code(), 10);
+    EXPECT_EQ(client.SignIn("former.member", "nexar-sample").Code(), 16);
+    EXPECT_EQ(client.SignIn("anna.novak", "nexar-sample", 2).Code(), 30);
+    // Another version may have other fields.
+    EXPECT_EQ(client.Ask("POST", "/syncra/v1/sign-in", R"({"protocol":9,"ticket":"x"})").status,
+              426);
+    EXPECT_EQ(client.SignIn("anna.novak", "nexar-sample").status, 200);
+}
+
+TEST_F(ModelServiceTest, ARememberedPasswordIsForgottenWhenItChanges)
+{
+    Client client(server.ModelPort());
+    EXPECT_EQ(client.SignIn("anna.novak", "nexar-sample").status, 200);
+    EXPECT_EQ(client.SignIn("anna.novak", "nexar-sample").status, 200);
+    EXPECT_EQ(client.SignIn("anna.novak", "nexar-sampl").status, 401);
+    // Each hash of the same password has a salt of its own.
+    Sql("UPDATE users SET password_hash = '' WHERE login = 'anna.novak'");
+    EXPECT_EQ(client.SignIn("anna.novak", "nexar-sample").Code(), 10);
+    EXPECT_EQ(client.SignIn("anna.novak", "").Code(), 10);
+}
+
+TEST_F(ModelServiceTest, ATokenEndsWithItsSignOutItsAccountAndItsUser)
+{
+    auto leaving = SignedIn("anna.novak");
+    auto other = SignedIn("anna.novak");
+    EXPECT_EQ(leaving.Ask("POST", "/syncra/v1/sign-out", "{}").status, 200);
+    EXPECT_EQ(leaving.Ask("GET", "/syncra/v1/projects").Code(), 15);
+    EXPECT_EQ(other.Ask("GET", "/syncra/v1/projects").status, 200);
+    Sql("UPDATE users SET enabled = 0 WHERE login = 'anna.novak'");
+    EXPECT_EQ(other.Ask("GET", "/syncra/v1/projects").Code(), 16);
+    auto deleted = SignedIn("liam.walsh");
+    Sql("DELETE FROM users WHERE login = 'liam.walsh'");
+    EXPECT_EQ(deleted.Ask("GET", "/syncra/v1/projects").Code(), 15);
+}
+
+TEST_F(ModelServiceTest, TheOtherServicesSignInWithTheSameAccountsAndHaveNoModel)
+{
+    for (const auto port : {server.ManagementPort(), server.MessagingPort()}) {
+        Client client(port, "anna.novak", ServerProcess::Password);
+        EXPECT_EQ(client.Ask("GET", "/syncra/version").status, 200);
+        EXPECT_FALSE(client.Token().empty());
+        EXPECT_EQ(client.Ask("GET", "/syncra/v1/projects").Code(), 3);
+    }
+    const auto ports = SignedIn("anna.novak").Ask("GET", "/syncra/v1/ports").json.at("ports");
+    EXPECT_EQ(ports, nlohmann::json::parse(R"([{"service":"ModelService","port":)" +
+                                           std::to_string(server.ModelPort()) +
+                                           R"(},{"service":"ManagementService","port":)" +
+                                           std::to_string(server.ManagementPort()) +
+                                           R"(},{"service":"MessagingService","port":)" +
+                                           std::to_string(server.MessagingPort()) + "}]"));
+}
+
+TEST_F(ModelServiceTest, AUserSeesHisProjectsAndThePublicOnesInOrderOfCreation)
+{
+    const auto projects =
+        SignedIn("liam.walsh").Ask("GET", "/syncra/v1/projects").json.at("projects");
+    ASSERT_EQ(projects.size(), 2u);
+    EXPECT_EQ(projects[0].at("name"), "Open House 2026");
+    EXPECT_EQ(projects[1].at("name"), "North Station");
+    const auto foreign =
+        SignedIn("jonas.berg").Ask("GET", "/syncra/v1/projects").json.at("projects");
+    ASSERT_EQ(foreign.size(), 2u);
+    EXPECT_EQ(foreign[1].at("name"), "Open House 2026");
+}
+
+TEST_F(ModelServiceTest, AProjectIsFoundByNameInAnyLetterCaseAndEncoding)
+{
+    Sql("UPDATE projects SET name = 'L\xc3\xa4ngs' || char(7) || '/& \\u0041%' WHERE id = '" +
+        Sample::OldMill + "'");
+    auto client = SignedIn("liam.walsh");
+    const std::pair<const char*, bool> cases[] = {
+        {"Harbour%20Bridge", true},
+        {"hARBOUR%20bridge", true},
+        {"Harbour+Bridge", false},
+        {"Harbour%20Bridg", false},
+        {"Harbour%20Bridge%20", false},
+        {"Harbour%20Bridge%00", false},
+        {"%25", false},
+        {"", false},
+        // A bell and a backslash before a "u" travel as escapes.
+        {"L%C3%A4ngs%5Cu0007%2F%26%20%5Cu005Cu0041%25", true},
+    };
+    for (const auto& [name, exists] : cases) {
+        const auto answer =
+            client.Ask("GET", std::string("/syncra/v1/projects/exists?name=") + name);
+        EXPECT_EQ(answer.json, (nlohmann::json{{"exists", exists}})) << name;
+    }
+}
+
+TEST_F(ModelServiceTest, OneOfManyClientsStartsTheSessionAndTheOthersAreTold)
+{
+    constexpr int Clients = 16;
+    std::vector<int> codes(Clients, -1);
+    {
+        std::vector<std::jthread> threads;
+        for (auto& code : codes)
+            threads.emplace_back([this, &code] {
+                code = SignedIn("anna.novak")
+                           .Ask("POST", ProjectPath(Sample::HarbourBridge, "sessions"), "{}")
+                           .Code();
+            });
+    }
+    EXPECT_EQ(std::count(codes.begin(), codes.end(), 0), 1);
+    EXPECT_EQ(std::count(codes.begin(), codes.end(), 17), Clients - 1);
+}
+
+TEST_F(ModelServiceTest, ASessionTellsWhatItsUserMayDoAndBelongsToHimAlone)
+{
+    auto anna = SignedIn("anna.novak");
+    const auto session =
+        anna.Ask("POST", ProjectPath(Sample::HarbourBridge, "sessions"), "{}").json;
+    EXPECT_EQ(session.at("loginName"), "anna.novak");
+    EXPECT_EQ(session.at("roleName"), "Project Manager");
+    EXPECT_EQ(session.at("projectId"), Sample::HarbourBridge);
+    EXPECT_GE(session.at("logonId").get<int>(), 1);
+    const auto permissions = session.at("permissions").get<std::set<std::string>>();
+    EXPECT_TRUE(permissions.contains("ManageMembers"));
+    EXPECT_EQ(anna.Ask("GET", ProjectPath(Sample::HarbourBridge, "sessions")).json,
+              (nlohmann::json{{"sessions", {session}}}));
+
+    const std::string id = session.at("id");
+    auto lena = SignedIn("lena.fischer");
+    EXPECT_EQ(
+        lena.Ask("PUT", SessionPath(id) + "/attributes/ComputerName", R"({"value":"x"})").Code(),
+        12);
+    EXPECT_EQ(lena.Ask("DELETE", SessionPath(id)).Code(), 12);
+    EXPECT_EQ(lena.Ask("GET", ProjectPath(Sample::HarbourBridge, "sessions")).json,
+              nlohmann::json::parse(R"({"sessions":[]})"));
+    EXPECT_EQ(anna.Ask("DELETE", SessionPath(id)).status, 200);
+    EXPECT_EQ(anna.Ask("DELETE", SessionPath(id)).Code(), 12);
+
+    const auto next = anna.Ask("POST", ProjectPath(Sample::HarbourBridge, "sessions"), "{}").json;
+    EXPECT_NE(next.at("id"), id);
+    EXPECT_EQ(next.at("logonId"), session.at("logonId"));
+}
+
+TEST_F(ModelServiceTest, AttributesKeepAnyTextAndEndWithTheSession)
+{
+    auto anna = SignedIn("anna.novak");
+    const auto id = Start(anna, Sample::HarbourBridge);
+    const std::string path = SessionPath(id) + "/attributes/";
+    const std::string values[] = {"", "STUDIO-07", " \xe4\xb8\xad\"\\ ",
+                                  R"(bell \u0007 lone \uD800)", std::string(4096, 'x')};
+    for (const auto& value : values) {
+        const nlohmann::json body{{"value", value}};
+        EXPECT_EQ(anna.Ask("PUT", path + "Computer%20Name%2F1", body.dump()).status, 200);
+        EXPECT_EQ(anna.Ask("GET", path + "Computer%20Name%2F1").json, body);
+    }
+    EXPECT_EQ(anna.Ask("GET", path + "Other").json, (nlohmann::json{{"value", ""}}));
+    EXPECT_EQ(anna.Ask("PUT", path + "a", nlohmann::json{{"value", std::string(4097, 'x')}}.dump())
+                  .Code(),
+              4);
+    EXPECT_EQ(anna.Ask("PUT", path + "a", R"({"value":1})").Code(), 1);
+    EXPECT_EQ(anna.Ask("DELETE", SessionPath(id)).status, 200);
+    EXPECT_EQ(anna.Ask("GET", path + "a").Code(), 12);
+}
+
+TEST_F(ModelServiceTest, ChangesOfTheStoreFromOutsideAreSeenAtOnce)
+{
+    auto anna = SignedIn("anna.novak");
+    const auto state = ProjectPath(Sample::HarbourBridge, "state");
+    EXPECT_EQ(anna.Ask("GET", state).json, (nlohmann::json{{"state", 3}}));
+    Sql("UPDATE projects SET state = 2");
+    EXPECT_EQ(anna.Ask("GET", state).json, (nlohmann::json{{"state", 2}}));
+    EXPECT_EQ(anna.Ask("POST", ProjectPath(Sample::HarbourBridge, "sessions"), "{}").Code(), 24);
+    Sql("DELETE FROM members");
+    EXPECT_EQ(anna.Ask("GET", state).Code(), 13);
+    EXPECT_EQ(anna.Ask("GET", ProjectPath(Sample::HarbourBridge, "membership")).json,
+              (nlohmann::json{{"member", false}}));
+}

@@ -1,0 +1,160 @@
+#include "ServerTest.hpp"
+
+#include <chrono>
+#include <list>
+
+namespace {
+
+using namespace std::chrono_literals;
+using Clock = std::chrono::steady_clock;
+
+constexpr int Long = 60'000;
+
+class SignalsTest : public ServerTest {
+protected:
+    /// Starts a session of the user, or ends the one started before.
+    void Raise(Client& client)
+    {
+        if (session_.empty()) {
+            const auto path = ProjectPath(Sample::HarbourBridge, "sessions");
+            session_ = client.Ask("POST", path, "{}").json.at("id");
+        } else {
+            ASSERT_EQ(client.Ask("DELETE", "/syncra/v1/sessions/" + session_).status, 200);
+            session_.clear();
+        }
+    }
+    static std::string Held(std::uint64_t after)
+    {
+        return SignalPath(Sample::HarbourBridge, after, Long);
+    }
+    static void ExpectSessionSignal(const Answer& answer, std::uint64_t sequence)
+    {
+        EXPECT_EQ(answer.json,
+                  (nlohmann::json{
+                      {"signals",
+                       {{{"sequence", sequence}, {"id", 2}, {"projectId", Sample::HarbourBridge}}}},
+                      {"next", sequence}}));
+    }
+    static nlohmann::json Nothing(std::uint64_t next)
+    {
+        return {{"signals", nlohmann::json::array()}, {"next", next}};
+    }
+
+private:
+    std::string session_;
+};
+
+}  // namespace
+
+TEST_F(SignalsTest, TheFirstSignalOfAFreshServerReachesWhoAskedForHisPlaceBefore)
+{
+    auto listener = SignedIn("anna.novak");
+    auto actor = SignedIn("lena.fischer");
+    EXPECT_EQ(listener.Ask("GET", SignalPath(Sample::HarbourBridge, 0, 0)).json, Nothing(0));
+    listener.Begin("GET", Held(0));
+    Raise(actor);
+    ExpectSessionSignal(listener.End(), 1);
+    // In between: an answered listener misses nothing until he asks again.
+    Raise(actor);
+    ExpectSessionSignal(listener.Ask("GET", Held(1)), 2);
+    EXPECT_EQ(listener.Ask("GET", SignalPath(Sample::HarbourBridge, 0, 0)).json, Nothing(2));
+}
+
+TEST_F(SignalsTest, AHeldRequestEndsAfterItsTimeAndIgnoresOtherProjects)
+{
+    auto listener = SignedIn("anna.novak");
+    auto actor = SignedIn("grace.okoro");
+    const auto begin = Clock::now();
+    listener.Begin("GET", SignalPath(Sample::HarbourBridge, 0, 300));
+    ASSERT_EQ(actor.Ask("POST", ProjectPath(Sample::CityLibrary, "sessions"), "{}").status, 200);
+    EXPECT_EQ(listener.End().json, Nothing(1));
+    EXPECT_GE(Clock::now() - begin, 290ms);
+}
+
+TEST_F(SignalsTest, APlaceThatTheServerHasNotReachedIsAnsweredAtOnce)
+{
+    auto listener = SignedIn("anna.novak");
+    EXPECT_EQ(listener.Ask("GET", Held(1'000'000)).json, Nothing(0));
+    EXPECT_EQ(listener.Ask("GET", Held(~std::uint64_t{0})).json, Nothing(0));
+}
+
+TEST_F(SignalsTest, WhoMissedMoreThanIsKeptIsToldOfEveryKind)
+{
+    auto listener = SignedIn("anna.novak");
+    auto actor = SignedIn("lena.fischer");
+    for (int i = 0; i < 1003; ++i)
+        Raise(actor);
+    EXPECT_EQ(listener.Ask("GET", Held(3)).json.at("signals").size(), 1000u);
+    const auto signals = listener.Ask("GET", Held(2)).json.at("signals");
+    ASSERT_EQ(signals.size(), 4u);
+    for (int id = 1; id <= 4; ++id)
+        EXPECT_EQ(signals[static_cast<std::size_t>(id) - 1].at("id"), id);
+}
+
+TEST_F(SignalsTest, HundredsOfHeldRequestsAreAnsweredByOneSignalWhileTheServerWorksOn)
+{
+    constexpr int Listeners = 400;
+    auto actor = SignedIn("lena.fischer");
+    const auto token = SignedIn("anna.novak").Token();
+    std::list<Client> listeners;
+    for (int i = 0; i < Listeners; ++i)
+        listeners.emplace_back(server.ModelPort(), token).Begin("GET", Held(0));
+    EXPECT_EQ(actor.Ask("GET", "/syncra/v1/projects").status, 200);
+    Raise(actor);
+    for (auto& listener : listeners)
+        ExpectSessionSignal(listener.End(), 1);
+}
+
+TEST_F(SignalsTest, SignalsAndTimeLimitsThatMeetAnswerEachRequestOnce)
+{
+    auto actor = SignedIn("lena.fischer");
+    const auto token = SignedIn("anna.novak").Token();
+    std::list<Client> listeners;
+    for (int i = 0; i < 20; ++i)
+        listeners.emplace_back(server.ModelPort(), token);
+    std::uint64_t next = 0;
+    for (int round = 0; round < 60; ++round) {
+        for (auto& listener : listeners)
+            listener.Begin("GET", SignalPath(Sample::HarbourBridge, next, 1 + round % 4));
+        Raise(actor);
+        for (auto& listener : listeners)
+            EXPECT_EQ(listener.End().status, 200);
+        next = actor.Ask("GET", SignalPath(Sample::HarbourBridge, 0, 0)).json.at("next");
+    }
+    EXPECT_EQ(next, 60u);
+}
+
+TEST_F(SignalsTest, AClientThatLeavesItsHeldRequestLeavesNothingBehind)
+{
+    const auto token = SignedIn("anna.novak").Token();
+    // More than the server takes at once: it would run out if it kept them until their time is
+    // over.
+    for (int round = 0; round < 5; ++round) {
+        std::list<Client> leaving;
+        for (int i = 0; i < 500; ++i)
+            leaving.emplace_back(server.ModelPort(), token).Begin("GET", Held(0));
+    }
+    auto actor = SignedIn("lena.fischer");
+    Raise(actor);
+    ExpectSessionSignal(Client(server.ModelPort(), token).Ask("GET", Held(0)), 1);
+}
+
+TEST_F(SignalsTest, AtTheEndHeldRequestsAreAnsweredEmpty)
+{
+    const auto token = SignedIn("anna.novak").Token();
+    std::list<Client> listeners;
+    for (int i = 0; i < 200; ++i)
+        listeners.emplace_back(server.ModelPort(), token).Begin("GET", Held(0));
+    // Its answer tells that the server has read all that was sent before.
+    EXPECT_EQ(
+        listeners.emplace_back(server.ModelPort(), token).Ask("GET", "/syncra/v1/ports").status,
+        200);
+    listeners.pop_back();
+    RawHttp half(server.ModelPort());
+    ASSERT_TRUE(half.Send("POST /syncra/v1/sign-in HTTP/1.1\r\nContent-Length: 9\r\n\r\nab"));
+    const auto begin = Clock::now();
+    EXPECT_EQ(server.Terminate(), 0);
+    EXPECT_LT(Clock::now() - begin, 9s);
+    for (auto& listener : listeners)
+        EXPECT_EQ(listener.End().json, Nothing(0));
+}

@@ -1,0 +1,118 @@
+#include "ServerTest.hpp"
+
+#include <fstream>
+#include <sstream>
+
+namespace {
+
+namespace fs = std::filesystem;
+using StoreTest = ServerTest;
+
+std::string ReadFile(const fs::path& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    std::ostringstream text;
+    text << file.rdbuf();
+    return text.str();
+}
+
+void WriteFile(const fs::path& path, const std::string& text)
+{
+    std::ofstream(path, std::ios::binary) << text;
+}
+
+}  // namespace
+
+TEST_F(StoreTest, SessionsSurviveTheEndAndACrashOfTheServer)
+{
+    const auto path = ProjectPath(Sample::HarbourBridge, "sessions");
+    const auto session = SignedIn("anna.novak").Ask("POST", path, "{}").json;
+    const std::string attribute =
+        "/syncra/v1/sessions/" + session.at("id").get<std::string>() + "/attributes/ComputerName";
+    ASSERT_EQ(SignedIn("anna.novak").Ask("PUT", attribute, R"({"value":"desk"})").status, 200);
+    for (const bool crash : {false, true}) {
+        if (crash)
+            server.Kill();
+        else
+            EXPECT_EQ(server.Terminate(), 0);
+        server.Start();
+        auto anna = SignedIn("anna.novak");
+        EXPECT_EQ(anna.Ask("POST", path, "{}").Code(), 17) << crash;
+        EXPECT_EQ(anna.Ask("GET", path).json, (nlohmann::json{{"sessions", {session}}})) << crash;
+        EXPECT_EQ(anna.Ask("GET", attribute).json, (nlohmann::json{{"value", "desk"}})) << crash;
+    }
+}
+
+TEST_F(StoreTest, OnlyItsUserMayReadTheStoreAndNothingSecretIsInReach)
+{
+    const std::string secret = "correct-horse-\xc3\xa4";
+    WriteFile(folder.Path() / "password", secret + "\r\nsecond line");
+    ASSERT_EQ(ServerProcess::Run({"--data", server.StorePath(), "--hash", "minimum", "--add-user",
+                                  "new.user", "--password-file", folder.Path() / "password"},
+                                 "/dev/null", server.LogPath()),
+              0);
+    Client client(server.ModelPort());
+    const std::string token = client.SignIn("new.user", secret).json.at("token");
+    EXPECT_EQ(client.SignIn("new.user\nnexar-server: forged line", secret + "x").Code(), 10);
+    for (const char* ending : {"", "-wal", "-shm"}) {
+        const fs::path file = server.StorePath().string() + ending;
+        EXPECT_EQ(fs::status(file).permissions(), fs::perms::owner_read | fs::perms::owner_write)
+            << file;
+        const auto bytes = ReadFile(file);
+        for (const auto& text : {secret, std::string(ServerProcess::Password), token})
+            EXPECT_EQ(bytes.find(text), std::string::npos) << file;
+    }
+    EXPECT_EQ(server.Terminate(), 0);
+    EXPECT_FALSE(fs::exists(server.StorePath().string() + "-wal"));
+    const auto log = server.Log();
+    EXPECT_NE(log.find("Sign-in refused"), std::string::npos);
+    EXPECT_EQ(log.find("\nnexar-server: forged"), std::string::npos);
+    for (const auto& text : {secret, token})
+        EXPECT_EQ(log.find(text), std::string::npos);
+}
+
+TEST_F(StoreTest, AFirstUserComesFromStandardInputAndOnlyOnce)
+{
+    const auto store = folder.Path() / "fresh.db";
+    const std::vector<std::string> add = {"--data",  store,        "--hash",
+                                          "minimum", "--add-user", "first"};
+    WriteFile(folder.Path() / "input", "pass word\n");
+    WriteFile(folder.Path() / "empty", "\n");
+    EXPECT_EQ(ServerProcess::Run(add, folder.Path() / "empty", server.LogPath()), 1);
+    EXPECT_EQ(ServerProcess::Run(add, folder.Path() / "input", server.LogPath()), 0);
+    EXPECT_EQ(ServerProcess::Run(add, folder.Path() / "input", server.LogPath()), 1);
+    ASSERT_EQ(server.Terminate(), 0);
+    fs::remove(server.StorePath());
+    fs::rename(store, server.StorePath());
+    server.Start();
+    Client client(server.ModelPort(), "first", "pass word");
+    // The sample is for an empty store only.
+    EXPECT_EQ(client.Ask("GET", "/syncra/v1/projects").json,
+              nlohmann::json::parse(R"({"projects":[]})"));
+}
+
+TEST_F(StoreTest, AStoreThatCannotBeUsedOrAPortInUseEndsTheStartWithAReason)
+{
+    WriteFile(folder.Path() / "text.db", std::string(5000, 'x'));
+    EditStore(server.StorePath(), "PRAGMA wal_checkpoint(TRUNCATE)");
+    const auto newer = folder.Path() / "newer.db";
+    fs::copy_file(server.StorePath(), newer);
+    EditStore(newer, "PRAGMA user_version = 99");
+    const std::string port = std::to_string(server.ModelPort());
+    const std::vector<std::vector<std::string>> starts = {
+        {"--data", folder.Path() / "text.db", "--port", "0"},
+        {"--data", newer, "--port", "0"},
+        {"--data", folder.Path() / "no folder" / "a.db", "--port", "0"},
+        {"--data", folder.Path() / "other.db", "--port", port},
+        {"--data", folder.Path() / "other.db", "--port", "0", "--listen", "nowhere"},
+        {"--port", "70000"},
+        {"--hash", "none"},
+    };
+    for (const auto& arguments : starts) {
+        const auto output = folder.Path() / "output";
+        fs::remove(output);
+        EXPECT_NE(ServerProcess::Run(arguments, "/dev/null", output), 0) << arguments[1];
+        EXPECT_FALSE(ReadFile(output).empty()) << arguments[1];
+        EXPECT_EQ(ReadFile(output).find("server ready"), std::string::npos) << arguments[1];
+    }
+}
