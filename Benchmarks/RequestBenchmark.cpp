@@ -91,28 +91,46 @@ void Compare(benchmark::State& state, BareRequest& bare, Ours&& ours)
     state.counters["ratio"] = microseconds(ourTime) / microseconds(bareTime);
 }
 
-/// GET of the project list: the transport alone, and the whole client with its records.
-void BM_ProjectListRequest(benchmark::State& state)
+/// A server with the sample team, and a user of it who is signed in both ways.
+struct SignedInUser {
+    TemporaryFolder folder;
+    ServerProcess server{folder.Path()};
+    std::string token = SignIn(server.ModelPort());
+    std::unique_ptr<Syncra::Client::SyncraClient> client = Syncra::Client::Connect(
+        {u"127.0.0.1", server.ModelPort(), u"anna.novak", OV::FromUtf8(ServerProcess::Password)});
+};
+
+/// The project list through the transport alone.
+void BM_TransportRequest(benchmark::State& state)
 {
-    const bool wholeClient = state.range(0) != 0;
-    const TemporaryFolder folder;
-    const ServerProcess server(folder.Path());
-    const std::string token = SignIn(server.ModelPort());
+    const SignedInUser user;
     const std::string path = "/syncra/v1/projects";
-    BareRequest bare(server.ModelPort(), path, token);
-    state.SetLabel(wholeClient ? "client with records" : "transport");
-    if (wholeClient) {
-        const auto client =
-            Syncra::Client::Connect({u"127.0.0.1", server.ModelPort(), u"anna.novak",
-                                     OV::FromUtf8(ServerProcess::Password)});
-        Compare(state, bare, [&] { benchmark::DoNotOptimize(client->GetProjects()); });
-    } else {
-        Communication::HttpClient http({u"127.0.0.1", server.ModelPort(), false});
-        const Communication::HttpRequest request{
-            Communication::HttpMethod::Get, path, {}, token, 0};
-        Compare(state, bare, [&] { benchmark::DoNotOptimize(http.Perform(request)); });
-    }
+    BareRequest bare(user.server.ModelPort(), path, user.token);
+    Communication::HttpClient http({u"127.0.0.1", user.server.ModelPort(), false});
+    const Communication::HttpRequest request{
+        Communication::HttpMethod::Get, path, {}, user.token, 0};
+    Compare(state, bare, [&] { benchmark::DoNotOptimize(http.Perform(request)); });
 }
-BENCHMARK(BM_ProjectListRequest)->Arg(0)->Arg(1)->UseManualTime()->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_TransportRequest)->UseManualTime()->Unit(benchmark::kMicrosecond);
+
+/// The project list as records, which the bare request does not make.
+void BM_ProjectList(benchmark::State& state)
+{
+    const SignedInUser user;
+    BareRequest bare(user.server.ModelPort(), "/syncra/v1/projects", user.token);
+    Compare(state, bare, [&] { benchmark::DoNotOptimize(user.client->GetProjects()); });
+}
+BENCHMARK(BM_ProjectList)->UseManualTime()->Unit(benchmark::kMicrosecond);
+
+/// A small answer, as most steps of opening a project get.
+void BM_Membership(benchmark::State& state)
+{
+    const SignedInUser user;
+    const OV::UniString project = user.client->GetProjects().at(0).id;
+    BareRequest bare(user.server.ModelPort(),
+                     "/syncra/v1/projects/" + OV::ToUtf8(project) + "/membership", user.token);
+    Compare(state, bare, [&] { benchmark::DoNotOptimize(user.client->IsMember(project)); });
+}
+BENCHMARK(BM_Membership)->UseManualTime()->Unit(benchmark::kMicrosecond);
 
 }  // namespace

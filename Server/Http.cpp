@@ -1,45 +1,17 @@
 #include "Http.hpp"
 
+#include "OVRoot/PercentCoding.hpp"
 #include "SyncraProtocol/Detail/Json.hpp"
 #include "SyncraProtocol/ErrorCode.hpp"
 
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
-#include <optional>
 #include <utility>
 
 namespace Nexar {
 
 namespace {
-
-int HexValue(char digit)
-{
-    if (digit >= '0' && digit <= '9')
-        return digit - '0';
-    const char capital = static_cast<char>(digit & ~0x20);
-    return capital >= 'A' && capital <= 'F' ? capital - 'A' + 10 : -1;
-}
-
-std::optional<std::string> Decode(std::string_view text)
-{
-    std::string bytes;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        if (text[i] != '%') {
-            bytes.push_back(text[i]);
-            continue;
-        }
-        const int high = i + 2 < text.size() ? HexValue(text[i + 1]) : -1;
-        const int low = i + 2 < text.size() ? HexValue(text[i + 2]) : -1;
-        if (high < 0 || low < 0)
-            return std::nullopt;
-        bytes.push_back(static_cast<char>(high * 16 + low));
-        i += 2;
-    }
-    if (!OV::IsWellFormedUtf8(bytes))
-        return std::nullopt;
-    return bytes;
-}
 
 std::string_view TakeUntil(std::string_view& rest, char separator)
 {
@@ -53,8 +25,8 @@ bool ParseQuery(std::string_view query, HttpRequest& request)
 {
     while (!query.empty()) {
         std::string_view value = TakeUntil(query, '&');
-        const auto key = Decode(TakeUntil(value, '='));
-        const auto decoded = Decode(value);
+        const auto key = OV::PercentDecode(TakeUntil(value, '='));
+        const auto decoded = OV::PercentDecode(value);
         if (!key || !decoded)
             return false;
         request.query[*key] = *decoded;
@@ -106,7 +78,7 @@ bool ParseTarget(std::string_view target, HttpRequest& request)
         return false;
     path.remove_prefix(1);
     while (!path.empty()) {
-        const auto component = Decode(TakeUntil(path, '/'));
+        const auto component = OV::PercentDecode(TakeUntil(path, '/'));
         if (!component || component->empty())
             return false;
         request.path.push_back(*component);

@@ -1,5 +1,6 @@
 #include "ClientProjectData.hpp"
 
+#include "ClientProjectConnectionManager.hpp"
 #include "SyncraURL.hpp"
 
 namespace SYC {
@@ -15,6 +16,22 @@ ClientProjectData::ClientProjectData(OV::UniString serverName, OV::UniString use
               std::move(category),    std::move(templateLocation),
               useLatestSettings,      {}}
 {}
+
+ClientProjectData::ClientProjectData(const ClientProjectConnectionManager& manager)
+{
+    const auto connection = ToConnectionInfo(manager.GetProjectLocation());
+    fields_.serverName = connection.serverName;
+    fields_.userName = connection.userName;
+    fields_.password = connection.password;
+    fields_.port = static_cast<std::int16_t>(connection.port);
+    fields_.projectName = connection.projectName;
+    fields_.project.name = connection.projectName;
+    if (const auto cache = manager.FindCache()) {
+        fields_.category.category = cache->GetCategoryName();
+        fields_.project.id = cache->GetProjectId();
+        fields_.project.version = cache->GetProjectVersion();
+    }
+}
 
 ClientProjectData& ClientProjectData::operator=(const ClientProjectData& other)
 {

@@ -7,6 +7,8 @@
 
 namespace SYC {
 
+class ClientProjectConnectionManager;
+
 /// A project to be created or shown before there is a connection to it. An observable value: every
 /// setter tells the observers which field was set, whether or not the new value differs. Observers
 /// belong to one object: a copy has none. One thread at a time.
@@ -22,6 +24,9 @@ public:
                       std::int16_t port, OV::UniString projectName,
                       OV::UniString projectDescription, ProjectStatus category,
                       IO::Location templateLocation, bool useLatestSettings);
+    /// The opened project of `manager`: server, user, password and project from its location, the
+    /// rest from its cache when there is one. Throws SYCB::PasswordCodingException.
+    explicit ClientProjectData(const ClientProjectConnectionManager& manager);
     ClientProjectData(const ClientProjectData& other) : fields_(other.fields_) {}
     /// Takes over every field, keeps its own observers and tells them once.
     ClientProjectData& operator=(const ClientProjectData& other);

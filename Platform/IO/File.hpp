@@ -39,7 +39,7 @@ struct Content {
 /// file.
 ChangeStamp Replace(const Location& file, OV::StringView bytes, bool isPrivate = false);
 
-/// An absent file counts as deleted; a file that another process holds by OpenExclusive throws
+/// An absent file counts as deleted; a file that another process holds as ExclusiveFile throws
 /// IOException with ErrorCode::HeldByOther.
 void Delete(const Location& file);
 /// Renames over whatever stands at `target`.

@@ -1,12 +1,11 @@
 #include "IO/File.hpp"
 
 #include "IO/Detail/Descriptor_posix.hpp"
-#include "OVRoot/System.hpp"
 
-#include <atomic>
 #include <climits>
 #include <cstdio>
 #include <fcntl.h>
+#include <optional>
 #include <sys/file.h>
 #include <unistd.h>
 
@@ -26,10 +25,11 @@ OV::String FolderOf(const OV::String& path)
     return slash == OV::String::npos ? "." : slash == 0 ? "/" : path.substr(0, slash);
 }
 
-/// The file that a link at `path` stands for, present or not, so that replacing keeps the link.
-OV::String ResolveLink(OV::String path)
+/// The file that a link at `place` stands for, present or not, so that replacing keeps the link.
+OV::String ResolveLink(const Location& place)
 {
     constexpr int mostLinks = 40;
+    OV::String path = place.ToNativePath();
     for (int links = 0; links < mostLinks; ++links) {
         char target[PATH_MAX];
         const ssize_t length = readlink(path.c_str(), target, sizeof target);
@@ -38,11 +38,30 @@ OV::String ResolveLink(OV::String path)
         const OV::StringView name(target, static_cast<std::size_t>(length));
         path = name.starts_with('/') ? OV::String(name) : FolderOf(path) + "/" + OV::String(name);
     }
-    return path;
+    Posix::Fail(u"Cannot replace", place, ELOOP);
+}
+
+/// Marks a file that is being written for whoever else comes to its name; false with errno set when
+/// somebody did before. Not `flock`: under its final name that would be an exclusive hold.
+bool Claim(const Descriptor& file)
+{
+    struct flock whole {};
+    whole.l_type = F_WRLCK;
+    whole.l_whence = SEEK_SET;
+    return fcntl(file.Number(), F_OFD_SETLK, &whole) == 0;
+}
+
+/// Deletes what a killed process left at `path`; false when its writer lives or it is not ours.
+bool DeleteLeftOver(const OV::String& path)
+{
+    constexpr int flags = O_WRONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK;
+    const Descriptor file(Retry([&] { return open(path.c_str(), flags); }));
+    return file && Claim(file) && Posix::StillNames(path, file) && unlink(path.c_str()) == 0;
 }
 
 /// The new content beside its target until it is renamed over it; deleted when that never happens.
-/// What a killed process left is called "<target>.new-<process>-<number>".
+/// It is called "<target>.new-<number>" with the least number that no living writer uses, so that
+/// killed ones never leave more files than there were writers at once.
 class Replacement {
 public:
     Replacement(const Location& place, OV::String target, bool isPrivate)
@@ -52,12 +71,10 @@ public:
         const bool exists = stat(target_.c_str(), &former) == 0;
         if (exists && !S_ISREG(former.st_mode))
             Posix::Fail(u"Cannot replace", place_, S_ISDIR(former.st_mode) ? EISDIR : EINVAL);
+        if (exists && !isPrivate)
+            mode_ = former.st_mode & 07777;
         // Closed to others until it has the mode of its predecessor.
         Create(exists || isPrivate ? PrivateMode : OrdinaryMode);
-        if (exists && !isPrivate && fchmod(file_.Number(), former.st_mode & 07777) != 0) {
-            Discard();
-            Posix::Fail(u"Cannot give the mode of its predecessor to", place_);
-        }
     }
     ~Replacement() { Discard(); }
     Replacement(const Replacement&) = delete;
@@ -76,10 +93,14 @@ public:
 
     ChangeStamp Commit()
     {
-        struct stat status {};
-        if (Retry([&] { return fsync(file_.Number()); }) != 0 ||
-            fstat(file_.Number(), &status) != 0)
+        if (Retry([&] { return fsync(file_.Number()); }) != 0)
             Posix::Fail(u"Cannot flush", place_);
+        // Last of all: what nobody may write to, nobody can claim after a killed process.
+        if (mode_ && fchmod(file_.Number(), *mode_) != 0)
+            Posix::Fail(u"Cannot give the mode of its predecessor to", place_);
+        struct stat status {};
+        if (fstat(file_.Number(), &status) != 0)
+            Posix::Fail(u"Cannot look at", place_);
         if (std::rename(path_.c_str(), target_.c_str()) != 0)
             Posix::Fail(u"Cannot replace", place_);
         path_.clear();
@@ -93,19 +114,32 @@ public:
 private:
     void Create(mode_t mode)
     {
-        static std::atomic<unsigned> counter{0};
-        do {
-            path_ = target_ + ".new-" + std::to_string(OV::System::ProcessId()) + "-" +
-                    std::to_string(counter++);
-            file_ = Descriptor(Retry([&] {
-                return open(path_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);
-            }));
-            // A left-over of a process that had our number is not ours to write to.
-        } while (!file_ && errno == EEXIST);
-        if (!file_) {
-            path_.clear();
-            Posix::Fail(u"Cannot open for writing", place_);
+        constexpr int flags = O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC;
+        for (int number = 0; !file_;) {
+            path_ = target_ + ".new-" + std::to_string(number);
+            file_ = Descriptor(Retry([&] { return open(path_.c_str(), flags, mode); }));
+            if (!file_ && errno != EEXIST)
+                FailToCreate();
+            if (!file_ && DeleteLeftOver(path_))
+                continue;
+            if (file_ && IsTakenForLeftOver())
+                file_ = Descriptor();
+            ++number;
         }
+    }
+
+    /// Between its creation and its claim, the file looks like one that a killed process left.
+    [[nodiscard]] bool IsTakenForLeftOver() const
+    {
+        if (!Claim(file_) && (errno == EAGAIN || errno == EACCES))
+            return true;
+        return !Posix::StillNames(path_, file_);
+    }
+
+    [[noreturn]] void FailToCreate()
+    {
+        path_.clear();
+        Posix::Fail(u"Cannot open for writing", place_);
     }
 
     void Discard() noexcept
@@ -120,6 +154,7 @@ private:
     const Location& place_;
     OV::String target_;
     OV::String path_;
+    std::optional<mode_t> mode_;
     Descriptor file_;
 };
 
@@ -195,7 +230,7 @@ OV::String ReadAll(const Location& file)
 
 ChangeStamp Replace(const Location& file, OV::StringView bytes, bool isPrivate)
 {
-    Replacement replacement(file, ResolveLink(file.ToNativePath()), isPrivate);
+    Replacement replacement(file, ResolveLink(file), isPrivate);
     replacement.Write(bytes);
     return replacement.Commit();
 }

@@ -1,6 +1,8 @@
 #include "IO/Location.hpp"
 
+#include "IO/IOException.hpp"
 #include "OVRoot/Exception.hpp"
+#include "OVRoot/PercentCoding.hpp"
 
 #include <algorithm>
 #include <charconv>
@@ -17,32 +19,9 @@ using OV::UniStringView;
 
 constexpr char16_t Separator = u'/';
 
-bool IsUnreserved(char byte)
-{
-    return (byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z') ||
-           (byte >= '0' && byte <= '9') || StringView("-._~").find(byte) != StringView::npos;
-}
-
-int HexValue(char digit)
-{
-    if (digit >= '0' && digit <= '9')
-        return digit - '0';
-    const char capital = static_cast<char>(digit & ~0x20);
-    return capital >= 'A' && capital <= 'F' ? capital - 'A' + 10 : -1;
-}
-
 void AppendEncoded(String& url, UniStringView text)
 {
-    static constexpr char digits[] = "0123456789ABCDEF";
-    for (const char byte : OV::ToUtf8(text)) {
-        if (IsUnreserved(byte)) {
-            url.push_back(byte);
-            continue;
-        }
-        url.push_back('%');
-        url.push_back(digits[static_cast<unsigned char>(byte) >> 4]);
-        url.push_back(digits[static_cast<unsigned char>(byte) & 0xF]);
-    }
+    url += OV::PercentEncode(OV::ToUtf8(text));
 }
 
 /// The message leaves the text out: it may hold a password.
@@ -54,22 +33,10 @@ void AppendEncoded(String& url, UniStringView text)
 
 UniString Decode(StringView text)
 {
-    String bytes;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        if (text[i] != '%') {
-            bytes.push_back(text[i]);
-            continue;
-        }
-        const int high = i + 2 < text.size() ? HexValue(text[i + 1]) : -1;
-        const int low = i + 2 < text.size() ? HexValue(text[i + 2]) : -1;
-        if (high < 0 || low < 0)
-            FailUrl("a percent sign without two hexadecimal digits");
-        bytes.push_back(static_cast<char>(high * 16 + low));
-        i += 2;
-    }
-    if (!OV::IsWellFormedUtf8(bytes))
-        FailUrl("a percent-encoded part is no UTF-8");
-    return OV::FromUtf8(bytes);
+    const auto bytes = OV::PercentDecode(text);
+    if (!bytes)
+        FailUrl("a percent-encoded part is damaged or no UTF-8");
+    return OV::FromUtf8(*bytes);
 }
 
 bool IsScheme(StringView text)
@@ -189,7 +156,7 @@ bool Location::IsLegal() const
     if (!std::all_of(components_.begin(), components_.end(), isGood))
         return false;
     if (model_ == NetworkModel::Url)
-        return !scheme_.empty() && !host_.empty();
+        return IsScheme(OV::ToUtf8(scheme_)) && isGood(host_);
     return model_ == NetworkModel::Local && (absolute_ || !components_.empty());
 }
 
@@ -232,7 +199,12 @@ UniString Location::ToPath() const
 
 String Location::ToNativePath() const
 {
-    return OV::ToUtf8(ToPath());
+    String path = OV::ToUtf8(ToPath());
+    // The system would take it for the end, and open or delete another file.
+    if (path.find('\0') != String::npos)
+        throw IOException(ErrorCode::NotFound, u"Cannot use", *this,
+                          "a name holds a null character");
+    return path;
 }
 
 UniString Location::ToUrlText() const

@@ -28,8 +28,9 @@ public:
     /// An empty location of the URL model, to be filled by the setters.
     [[nodiscard]] static Location MakeUrl(OV::UniString scheme);
 
-    /// A local path with at least one component or the root, or a URL with scheme and host; no
-    /// component may be empty or hold a null character, and a local one no separator.
+    /// A local path with at least one component or the root, or a URL with scheme and host; neither
+    /// the host nor a component may be empty or hold a null character, and a local one no
+    /// separator.
     [[nodiscard]] bool IsLegal() const;
     [[nodiscard]] NetworkModel GetNetworkModel() const noexcept { return model_; }
     [[nodiscard]] bool IsEmpty() const noexcept { return model_ == NetworkModel::None; }
@@ -65,7 +66,7 @@ public:
 
     /// The path in the system's syntax; empty unless the model is Local.
     [[nodiscard]] OV::UniString ToPath() const;
-    /// The same for system calls.
+    /// The same for system calls. Throws IOException when it holds a null character.
     [[nodiscard]] OV::String ToNativePath() const;
     /// The URL text. Throws OV::IllegalArgumentException unless the model is Url and the location
     /// legal.

@@ -21,4 +21,17 @@ void SecureWipe(std::basic_string<Character>& text) noexcept
     text.clear();
 }
 
+/// Wipes a text when its scope ends, however it ends. The text must outlive it.
+template <class Character>
+class SecureWipeGuard {
+public:
+    explicit SecureWipeGuard(std::basic_string<Character>& text) noexcept : text_(text) {}
+    ~SecureWipeGuard() { SecureWipe(text_); }
+    SecureWipeGuard(const SecureWipeGuard&) = delete;
+    SecureWipeGuard& operator=(const SecureWipeGuard&) = delete;
+
+private:
+    std::basic_string<Character>& text_;
+};
+
 }  // namespace OV

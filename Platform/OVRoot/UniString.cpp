@@ -17,26 +17,29 @@ constexpr bool IsLow(char16_t unit)
     return unit >= 0xDC00 && unit <= 0xDFFF;
 }
 
-void AppendUtf8(String& out, char32_t code)
+constexpr std::size_t MostBytesPerUnit = 3;
+
+/// Writes the bytes of `code` at `out`; returns the place behind them.
+char* PutUtf8(char* out, char32_t code)
 {
-    const auto tail = [&](int shift) {
-        out.push_back(static_cast<char>(0x80 | ((code >> shift) & 0x3F)));
-    };
+    const auto put = [&](char32_t bits) { *out++ = static_cast<char>(bits); };
+    const auto tail = [&](int shift) { put(0x80 | ((code >> shift) & 0x3F)); };
     if (code < 0x80) {
-        out.push_back(static_cast<char>(code));
+        put(code);
     } else if (code < 0x800) {
-        out.push_back(static_cast<char>(0xC0 | (code >> 6)));
+        put(0xC0 | (code >> 6));
         tail(0);
     } else if (code < 0x10000) {
-        out.push_back(static_cast<char>(0xE0 | (code >> 12)));
+        put(0xE0 | (code >> 12));
         tail(6);
         tail(0);
     } else {
-        out.push_back(static_cast<char>(0xF0 | (code >> 18)));
+        put(0xF0 | (code >> 18));
         tail(12);
         tail(6);
         tail(0);
     }
+    return out;
 }
 
 struct Decoded {
@@ -150,14 +153,17 @@ String ToUtf8(UniStringView text)
     String out(ascii, '\0');
     std::transform(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(ascii), out.begin(),
                    [](char16_t unit) { return static_cast<char>(unit); });
-    if (ascii < text.size())
-        out.reserve(text.size() + text.size() / 2);
+    if (ascii == text.size())
+        return out;
+    out.resize(ascii + MostBytesPerUnit * (text.size() - ascii));
+    char* end = out.data() + ascii;
     for (std::size_t i = ascii; i < text.size(); ++i) {
         char32_t code = text[i];
         if (IsHigh(text[i]) && i + 1 < text.size() && IsLow(text[i + 1]))
             code = 0x10000 + ((code - 0xD800) << 10) + (text[++i] - 0xDC00);
-        AppendUtf8(out, code);
+        end = PutUtf8(end, code);
     }
+    out.resize(static_cast<std::size_t>(end - out.data()));
     return out;
 }
 

@@ -10,27 +10,33 @@ namespace OV {
 
 namespace {
 
-/// The first element from `node` on; comments and blank text between values are passed over, any
-/// other content stands for itself.
+bool IsText(pugi::xml_node node)
+{
+    return node.type() == pugi::node_pcdata || node.type() == pugi::node_cdata;
+}
+
+bool IsBlank(StringView text)
+{
+    return text.find_first_not_of(" \t\r\n") == StringView::npos;
+}
+
+/// The first element from `node` on; comments and blank text between values are passed over, other
+/// text stands for itself.
 pugi::xml_node NextElement(pugi::xml_node node)
 {
-    const auto isBlank = [](pugi::xml_node text) {
-        return text.type() == pugi::node_pcdata &&
-               StringView(text.value()).find_first_not_of(" \t\r\n") == StringView::npos;
-    };
-    while (node && node.type() != pugi::node_element &&
-           (node.type() != pugi::node_pcdata || isBlank(node)))
+    while (node.type() != pugi::node_element && node && !(IsText(node) && !IsBlank(node.value())))
         node = node.next_sibling();
     return node;
 }
 
-/// An element with no content or one text; a text cut in two by a comment is not guessed at.
-bool IsValue(pugi::xml_node element)
+/// Text of an element that holds nothing else; null when it holds more. A text cut in two by a
+/// comment is not guessed at.
+const char* TextOf(pugi::xml_node element)
 {
     const auto content = element.first_child();
-    return !content ||
-           ((content.type() == pugi::node_pcdata || content.type() == pugi::node_cdata) &&
-            !content.next_sibling());
+    if (!content)
+        return "";
+    return IsText(content) && !content.next_sibling() ? content.value() : nullptr;
 }
 
 }  // namespace
@@ -56,7 +62,7 @@ struct XMLIChannel::State {
 
     void Expect(StringView name) const
     {
-        if (!next || next.type() != pugi::node_element || name != next.name())
+        if (name != next.name() || next.type() != pugi::node_element)
             Fail("\"" + String(name) + "\" expected, " + Found() + " found.");
     }
 
@@ -84,8 +90,11 @@ struct XMLIChannel::State {
     auto Read(StringView name, const char* type, Convert&& convert)
     {
         Expect(name);
-        auto value = convert(StringView(next.child_value()));
-        if (!value || !IsValue(next))
+        const char* content = TextOf(next);
+        decltype(convert(StringView())) value;
+        if (content != nullptr)
+            value = convert(StringView(content));
+        if (!value)
             Fail("\"" + String(name) + "\" does not hold " + type + ".");
         next = NextElement(next.next_sibling());
         return *std::move(value);

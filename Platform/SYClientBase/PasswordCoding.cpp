@@ -47,18 +47,15 @@ struct Keys {
     Keys& operator=(const Keys&) = delete;
 };
 
-/// Clear text that does not outlive its use.
-struct ClearText {
-    OV::String bytes;
-    ~ClearText() { OV::SecureWipe(bytes); }
-};
-
-void Pad(OV::String& bytes)
+/// A new text, since growing the old one could leave a copy of it behind.
+OV::String Padded(const OV::String& text)
 {
-    std::size_t length = bytes.size();
-    bytes.resize(length + PaddingBlock);
-    sodium_pad(&length, Bytes(bytes), length, PaddingBlock, bytes.size());
-    bytes.resize(length);
+    OV::String padded(text.size() + PaddingBlock, '\0');
+    std::copy(text.begin(), text.end(), padded.begin());
+    std::size_t length = 0;
+    sodium_pad(&length, Bytes(padded), text.size(), PaddingBlock, padded.size());
+    padded.resize(length);
+    return padded;
 }
 
 [[noreturn]] void ThrowUnreadable()
@@ -92,20 +89,22 @@ OV::UniString CodePassword(OV::UniStringView password)
     if (password.empty())
         return {};
     const Keys keys;
-    ClearText clear{OV::ToUtf8(password)};
-    Pad(clear.bytes);
+    OV::String text = OV::ToUtf8(password);
+    const OV::SecureWipeGuard<char> wipeText(text);
+    OV::String clear = Padded(text);
+    const OV::SecureWipeGuard<char> wipeClear(clear);
 
-    OV::String sealed(OverheadBytes + clear.bytes.size(), '\0');
+    OV::String sealed(OverheadBytes + clear.size(), '\0');
     unsigned char* const nonce = Bytes(sealed);
-    crypto_generichash(nonce, NonceBytes, Bytes(clear.bytes), clear.bytes.size(), keys.nonce.data(),
+    crypto_generichash(nonce, NonceBytes, Bytes(clear), clear.size(), keys.nonce.data(),
                        keys.nonce.size());
-    crypto_secretbox_xchacha20poly1305_easy(nonce + NonceBytes, Bytes(clear.bytes),
-                                            clear.bytes.size(), nonce, keys.cipher.data());
+    crypto_secretbox_xchacha20poly1305_easy(nonce + NonceBytes, Bytes(clear), clear.size(), nonce,
+                                            keys.cipher.data());
 
-    OV::String text(sodium_base64_encoded_len(sealed.size(), Base64Variant), '\0');
-    sodium_bin2base64(text.data(), text.size(), Bytes(sealed), sealed.size(), Base64Variant);
-    text.pop_back();  // the terminating null character
-    return OV::FromUtf8(VersionCharacter + text);
+    OV::String coded(sodium_base64_encoded_len(sealed.size(), Base64Variant), '\0');
+    sodium_bin2base64(coded.data(), coded.size(), Bytes(sealed), sealed.size(), Base64Variant);
+    coded.pop_back();  // the terminating null character
+    return OV::FromUtf8(VersionCharacter + coded);
 }
 
 OV::UniString DecodePassword(OV::UniStringView coded)
@@ -114,14 +113,15 @@ OV::UniString DecodePassword(OV::UniStringView coded)
         return {};
     const OV::String sealed = SealedBytes(coded);
     const Keys keys;
-    ClearText clear{OV::String(sealed.size() - OverheadBytes, '\0')};
+    OV::String clear(sealed.size() - OverheadBytes, '\0');
+    const OV::SecureWipeGuard<char> wipe(clear);
     std::size_t length = 0;
-    if (crypto_secretbox_xchacha20poly1305_open_easy(Bytes(clear.bytes), Bytes(sealed) + NonceBytes,
+    if (crypto_secretbox_xchacha20poly1305_open_easy(Bytes(clear), Bytes(sealed) + NonceBytes,
                                                      sealed.size() - NonceBytes, Bytes(sealed),
                                                      keys.cipher.data()) != 0 ||
-        sodium_unpad(&length, Bytes(clear.bytes), clear.bytes.size(), PaddingBlock) != 0)
+        sodium_unpad(&length, Bytes(clear), clear.size(), PaddingBlock) != 0)
         ThrowUnreadable();
-    return OV::FromUtf8(OV::StringView(clear.bytes).substr(0, length));
+    return OV::FromUtf8(OV::StringView(clear).substr(0, length));
 }
 
 }  // namespace SYCB

@@ -53,7 +53,4 @@ private:
     std::unique_ptr<State> state_;
 };
 
-/// Percent-encodes one path component or query value.
-[[nodiscard]] OV::String PercentEncode(OV::StringView text);
-
 }  // namespace Communication

@@ -1,3 +1,4 @@
+#include "OVRoot/PercentCoding.hpp"
 #include "SyncraClient/Detail/SignedInChannel.hpp"
 
 #include <algorithm>
@@ -14,7 +15,7 @@ using nlohmann::json;
 /// One component of a path, or one value of a query.
 OV::String Coded(OV::UniStringView text)
 {
-    return Communication::PercentEncode(OV::ToUtf8(OV::EscapeForCarrier(text)));
+    return OV::PercentEncode(OV::ToUtf8(OV::EscapeForCarrier(text)));
 }
 
 template <class Record>

@@ -26,11 +26,13 @@ protected:
     [[nodiscard]] std::unique_ptr<Syncra::Client::SyncraClient> SignIn(const OV::UniString& user)
     {
         return CreateSyncraClient(
-            {u"127.0.0.1", server_.ModelPort(), user, OV::FromUtf8(ServerProcess::Password)});
+            {u"127.0.0.1", port_, user, OV::FromUtf8(ServerProcess::Password)});
     }
 
     TemporaryFolder folder_;
     ServerProcess server_{folder_.Path()};
+    /// Stays the same over restarts; read by other threads while the server starts.
+    const std::uint16_t port_ = server_.ModelPort();
 };
 
 /// The kinds that arrived since the last look, and the presence.
@@ -119,20 +121,19 @@ TEST_F(RealServerTest, PortsAreAskedOnceAndServersThatAnsweredAreRemembered)
     const OV::UniString password = OV::FromUtf8(ServerProcess::Password);
     ServicePortCache cache;
     const auto port = [&](const OV::UniString& server, ServiceType service, bool mayAsk) {
-        return cache.GetServicePort(server, server_.ModelPort(), u"anna.novak", password, service,
-                                    mayAsk);
+        return cache.GetServicePort(server, port_, u"anna.novak", password, service, mayAsk);
     };
     ConnectionValidator& validator = ConnectionValidator::GetInstance();
     EXPECT_EQ(port(u"localhost", ServiceType::Management, false), 0);
-    EXPECT_THROW((void)cache.GetServicePort(u"localhost", server_.ModelPort(), u"anna.novak", u"?",
+    EXPECT_THROW((void)cache.GetServicePort(u"localhost", port_, u"anna.novak", u"?",
                                             ServiceType::Management, true),
                  Communication::ResponseContentException);
-    EXPECT_FALSE(validator.GetWorkingConnectionForServer(u"localhost", server_.ModelPort()));
+    EXPECT_FALSE(validator.GetWorkingConnectionForServer(u"localhost", port_));
     EXPECT_EQ(port(u"localhost", ServiceType::Management, true), server_.ManagementPort());
-    EXPECT_TRUE(validator.GetWorkingConnectionForServer(u"LocalHost", server_.ModelPort()));
+    EXPECT_TRUE(validator.GetWorkingConnectionForServer(u"LocalHost", port_));
     server_.Kill();
     EXPECT_EQ(port(u"LOCALHOST", ServiceType::Messaging, true), server_.MessagingPort());
-    cache.Forget(u"localhost", server_.ModelPort());
+    cache.Forget(u"localhost", port_);
     EXPECT_THROW((void)port(u"localhost", ServiceType::Messaging, true),
                  Communication::ConnectionException);
 }

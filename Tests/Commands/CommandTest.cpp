@@ -55,8 +55,9 @@ protected:
     {
         for (const std::string& option :
              {std::string("--server"), std::string("127.0.0.1"), std::string("--port"),
-              std::to_string(server.ModelPort()), std::string("--user"), user, std::string("--project"),
-              project, std::string("--password-file"), PasswordFile().string()})
+              std::to_string(server.ModelPort()), std::string("--user"), user,
+              std::string("--project"), project, std::string("--password-file"),
+              PasswordFile().string()})
             command.push_back(option);
         return command;
     }
@@ -117,8 +118,8 @@ TEST_F(CommandTest, UrlBuiltHereOpensTheProjectWithoutAskingAgain)
 TEST_F(CommandTest, PasswordComesFromStandardInputAndIsShownNowhere)
 {
     const std::string port = std::to_string(server.ModelPort());
-    const auto run = Run({"open", "--verbose", "-s", "127.0.0.1", "-p", port, "-u", "anna.novak", "-n",
-                          "Harbour Bridge", "--password-stdin"},
+    const auto run = Run({"open", "--verbose", "-s", "127.0.0.1", "-p", port, "-u", "anna.novak",
+                          "-n", "Harbour Bridge", "--password-stdin"},
                          std::string(ServerProcess::Password) + "\n");
     EXPECT_EQ(run.code, 0) << run.errors;
     const auto wrong = Run({"open", "-s", "127.0.0.1", "-p", port, "-u", "anna.novak", "-n",
@@ -147,12 +148,13 @@ TEST_F(CommandTest, CacheIsListedShownAndClosed)
     const auto shown = nlohmann::json::parse(Run({"cache", "show", path, "--json"}).output);
     EXPECT_EQ(shown, list[0]);
 
-    const auto status = nlohmann::json::parse(
-        Run(On("anna.novak", "Harbour Bridge", {"status", "--json"})).output);
+    const auto status =
+        nlohmann::json::parse(Run(On("anna.novak", "Harbour Bridge", {"status", "--json"})).output);
     EXPECT_EQ(status.at("session"), shown.at("session"));
 
     EXPECT_EQ(Run(On("anna.novak", "Harbour Bridge", {"close"})).code, 0);
-    EXPECT_EQ(Run(On("anna.novak", "Harbour Bridge", {"close"})).code, 3) << "nothing left to close";
+    EXPECT_EQ(Run(On("anna.novak", "Harbour Bridge", {"close"})).code, 3)
+        << "nothing left to close";
     EXPECT_EQ(Run({"cache", "show", "no such folder"}).code, 3);
 
     std::ofstream(std::filesystem::path(path) / "CacheInfo.xml") << "<Cache><DataVersion>x";

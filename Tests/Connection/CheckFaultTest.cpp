@@ -28,8 +28,8 @@ protected:
     }
     ~CheckFaultTest() override { Communication::SetDefaultHttpOptions({}); }
 
-    /// Lets one request after the other meet the fault until a check meets none; every failed check must
-    /// be told as one, and the next one must pass.
+    /// Lets one request after the other meet the fault until a check meets none; every failed check
+    /// must be told as one, and the next one must pass.
     void FailEachRequestInTurn(Fault fault, bool andAllLater)
     {
         FaultProxy proxy(server.ModelPort());

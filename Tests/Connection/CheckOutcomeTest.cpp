@@ -47,19 +47,54 @@ TEST_F(CheckOutcomeTest, EveryAnswerOfTheServerHasItsResultAndEvent)
     const std::vector<Outcome> outcomes = {
         {"member reads", "anna.novak", u"Harbour Bridge", false, CheckResult::Passed, none},
         {"member writes", "anna.novak", u"Harbour Bridge", true, CheckResult::Passed, none},
-        {"public, but no member", "anna.novak", u"Open House 2026", false, CheckResult::AccessDenied,
+        {"public, but no member",
+         "anna.novak",
+         u"Open House 2026",
+         false,
+         CheckResult::AccessDenied,
          {{11, u""}}},
-        {"account switched off", "former.member", u"Harbour Bridge", false, CheckResult::AccessDenied,
+        {"account switched off",
+         "former.member",
+         u"Harbour Bridge",
+         false,
+         CheckResult::AccessDenied,
          {{11, u""}}},
-        {"unknown user", "nobody", u"Harbour Bridge", false, CheckResult::AccessDenied, {{11, u""}}},
-        {"held elsewhere", "marco.rossi", u"Harbour Bridge", false, CheckResult::SessionInUse,
+        {"unknown user",
+         "nobody",
+         u"Harbour Bridge",
+         false,
+         CheckResult::AccessDenied,
+         {{11, u""}}},
+        {"held elsewhere",
+         "marco.rossi",
+         u"Harbour Bridge",
+         false,
+         CheckResult::SessionInUse,
          {{8, u"STUDIO-07"}}},
-        {"other letter case", "anna.novak", u"harbour bridge", false, CheckResult::ProjectMismatch,
+        {"other letter case",
+         "anna.novak",
+         u"harbour bridge",
+         false,
+         CheckResult::ProjectMismatch,
          {{9, u""}}},
-        {"not visible", "jonas.berg", u"City Library", false, CheckResult::ProjectMismatch, {{9, u""}}},
-        {"no such project", "anna.novak", u"Nowhere", false, CheckResult::ProjectNotFound, {{12, u""}}},
+        {"not visible",
+         "jonas.berg",
+         u"City Library",
+         false,
+         CheckResult::ProjectMismatch,
+         {{9, u""}}},
+        {"no such project",
+         "anna.novak",
+         u"Nowhere",
+         false,
+         CheckResult::ProjectNotFound,
+         {{12, u""}}},
         {"locked, read", "anna.novak", u"Riverside Tower", false, CheckResult::Passed, none},
-        {"locked, written", "anna.novak", u"Riverside Tower", true, CheckResult::ForbiddenByState,
+        {"locked, written",
+         "anna.novak",
+         u"Riverside Tower",
+         true,
+         CheckResult::ForbiddenByState,
          {{13, u""}}},
         {"maintenance answers code 24", "anna.novak", u"Old Mill Conversion", false,
          CheckResult::ForbiddenByState, none},
@@ -71,8 +106,8 @@ TEST_F(CheckOutcomeTest, EveryAnswerOfTheServerHasItsResultAndEvent)
         EXPECT_EQ(connection->Check(true, false, false, false), outcome.result);
         EXPECT_EQ(host.events, outcome.events);
         EXPECT_EQ(connection->IsOpen(), outcome.result == CheckResult::Passed);
-        const bool online =
-            host.manager.GetSignalClient().GetPresenceService().GetState() == SYCB::PresenceState::Online;
+        const bool online = host.manager.GetSignalClient().GetPresenceService().GetState() ==
+                            SYCB::PresenceState::Online;
         EXPECT_EQ(online, outcome.result == CheckResult::Passed);
     }
 }
@@ -102,6 +137,11 @@ TEST_F(CheckOutcomeTest, FillsTheCacheInOneWrite)
     counter.Detach();
     EXPECT_EQ(counter.writes, 1) << "the second check changed nothing";
 
+    const SYC::ClientProjectData described(host.manager);
+    EXPECT_EQ(described.GetProject().id, connection.GetProjectId());
+    EXPECT_EQ(described.GetCategory().category, u"Infrastructure");
+    EXPECT_EQ(described.GetPassword(), OV::FromUtf8(ServerProcess::Password));
+
     const SYC::CachedProjectInfo read(SYC::CacheFolders::Find(DataFolder()).at(0));
     EXPECT_TRUE(read.IsComplete());
     EXPECT_EQ(read.GetUserName(), u"Anna Nov\u00e1k");
@@ -115,8 +155,8 @@ TEST_F(CheckOutcomeTest, FillsTheCacheInOneWrite)
 TEST_F(CheckOutcomeTest, ReplacedProjectIsReportedAndItsCacheKept)
 {
     Host host(Url("anna.novak", u"North Station"), DataFolder());
-    const auto cache = std::dynamic_pointer_cast<SYC::CachedProjectInfo>(
-        host.manager.GetCachedProjectInfo());
+    const auto cache =
+        std::dynamic_pointer_cast<SYC::CachedProjectInfo>(host.manager.GetCachedProjectInfo());
     const OV::UniString formerId = u"6B1F0C52-8A5D-4B1E-9B6A-0D3C7E5A1906";
     cache->SetProjectId(formerId);
     EXPECT_EQ(Check(host), CheckResult::ProjectNotFound);
@@ -155,9 +195,10 @@ TEST_F(CheckOutcomeTest, SecondaryConnectionLeavesComputerAndPresenceAlone)
     const LogCapture log;
     Host host(Url("marco.rossi", u"Harbour Bridge"), DataFolder());
     host.manager.GetSignalClient().GetPresenceService().SetState(SYCB::PresenceState::Offline);
-    const auto cache = std::dynamic_pointer_cast<SYC::CachedProjectInfo>(
-        host.manager.GetCachedProjectInfo());
-    SYC::ReadProjectConnection connection(&host.manager, Url("marco.rossi", u"Harbour Bridge"), cache);
+    const auto cache =
+        std::dynamic_pointer_cast<SYC::CachedProjectInfo>(host.manager.GetCachedProjectInfo());
+    SYC::ReadProjectConnection connection(&host.manager, Url("marco.rossi", u"Harbour Bridge"),
+                                          cache);
     EXPECT_EQ(connection.Check(true, false, false, false), CheckResult::Passed);
     EXPECT_FALSE(connection.IsFirstCheck());
     EXPECT_EQ(connection.GetSessionComputerAttribute(), u"STUDIO-07");
@@ -203,7 +244,9 @@ TEST_F(CheckOutcomeTest, NoManagerAndNoServerAreOffline)
 TEST_F(CheckOutcomeTest, ServerOfAnotherVersionIsIncompatible)
 {
     for (const auto& [status, body] :
-         {std::pair{200, R"({"token":"t","userId":"u","userName":"n","protocol":99,"serverVersion":9900})"},
+         {std::pair{
+              200,
+              R"({"token":"t","userId":"u","userName":"n","protocol":99,"serverVersion":9900})"},
           std::pair{426, R"({"code":30,"message":"other version"})"}}) {
         ScriptedServer other([&](auto& peer, const auto&) { peer.Answer(status, body); });
         Host host(Url("anna.novak", u"Harbour Bridge", other.Port()), DataFolder());
@@ -227,8 +270,8 @@ TEST_F(CheckOutcomeTest, RestartedServerIsWorkedWithAgain)
 TEST_F(CheckOutcomeTest, ClosingLogsItsOutcomeAndForgetsTheSession)
 {
     const LogCapture log;
-    const std::string tail = ", Host: 127.0.0.1, Port: " + std::to_string(server.ModelPort()) +
-                             ", User: anna.novak";
+    const std::string tail =
+        ", Host: 127.0.0.1, Port: " + std::to_string(server.ModelPort()) + ", User: anna.novak";
     Host host(Url("anna.novak", u"Harbour Bridge"), DataFolder());
     EXPECT_EQ(Check(host), CheckResult::Passed);
     EXPECT_TRUE(SYC::CloseSession(host.manager));

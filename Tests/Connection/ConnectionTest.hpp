@@ -24,10 +24,10 @@ using Events = std::vector<std::pair<std::int32_t, OV::UniString>>;
 class Host {
 public:
     Host(const IO::Location& url, const IO::Location& dataFolder)
-        : manager(url, dataFolder,
-                  [this](std::int32_t code, const OV::UniString& text) { events.emplace_back(code, text); })
-    {
-    }
+        : manager(url, dataFolder, [this](std::int32_t code, const OV::UniString& text) {
+              events.emplace_back(code, text);
+          })
+    {}
 
     Events events;
     SYC::ClientProjectConnectionManager manager;
@@ -53,9 +53,8 @@ public:
     [[nodiscard]] bool Mentions(const std::string& text) const
     {
         const std::lock_guard guard(lock_);
-        return std::any_of(lines_.begin(), lines_.end(), [&](const auto& line) {
-            return line.find(text) != std::string::npos;
-        });
+        return std::any_of(lines_.begin(), lines_.end(),
+                           [&](const auto& line) { return line.find(text) != std::string::npos; });
     }
 
 private:
@@ -79,7 +78,10 @@ protected:
         info.projectName = project;
         return SYC::ToSyncraLocation(info);
     }
-    [[nodiscard]] IO::Location DataFolder() const { return folder.GetLocation().Appended(u"Caches"); }
+    [[nodiscard]] IO::Location DataFolder() const
+    {
+        return folder.GetLocation().Appended(u"Caches");
+    }
     void Sql(const std::string& sql) const { EditStore(server.StorePath(), sql); }
 
     TemporaryFolder folder;

@@ -6,8 +6,8 @@
 
 using SYC::CheckResult;
 
-/// Two clients of one user start at once; whoever comes second is answered code 17 and takes the other's
-/// session.
+/// Two clients of one user start at once; whoever comes second is answered code 17 and takes the
+/// other's session.
 TEST_F(ConnectionTest, ClientsThatStartAtOnceShareOneSession)
 {
     const int rounds = std::getenv("SYCLIENT_LONG") != nullptr ? 500 : 60;

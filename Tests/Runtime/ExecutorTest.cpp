@@ -177,6 +177,27 @@ TEST(ExecutorTest, OneThreadKeepsTheOrderFromEveryCaller)
     }
 }
 
+TEST(ExecutorTest, EveryTaskOfEveryCallerRunsOnce)
+{
+    constexpr std::size_t callers = 4;
+    constexpr std::size_t tasks = 500;
+    std::vector<std::atomic<int>> runs(callers * tasks);
+    // One thread stays and three come and go, so that tasks meet threads in every state.
+    OV::PooledExecutor executor(1, 4, 1);
+    {
+        std::vector<std::jthread> threads;
+        for (std::size_t caller = 0; caller < callers; ++caller)
+            threads.emplace_back([&, caller] {
+                for (std::size_t i = 0; i < tasks; ++i)
+                    executor.Execute(MakeTask([&run = runs[caller * tasks + i]] { ++run; }));
+            });
+    }
+    executor.Shutdown();
+    ASSERT_TRUE(executor.AwaitTermination(TooLong));
+    for (const auto& run : runs)
+        ASSERT_EQ(run, 1);
+}
+
 TEST(ExecutorTest, APoolGrowsToItsMaximumAndGivesItsThreadsBack)
 {
     const std::size_t before = ThreadCount();

@@ -122,6 +122,22 @@ TEST(XMLChannelTest, ReadsNumbersAndFlagsStrictly)
     EXPECT_THROW((void)OpenRoot("<V>a<b/></V>").ReadString("V"), XMLChannelException);
 }
 
+TEST(XMLChannelTest, ReadsTheFormsThatAnotherWriterMayChoose)
+{
+    const std::pair<OV::String, OV::UniString> forms[] = {
+        {"<V/>", u""},
+        {"<V></V>", u""},
+        {"<V a='1'> x </V>", u" x "},
+        {"<V><![CDATA[a<b&amp;]]></V>", u"a<b&amp;"},
+        {"<V>&lt;&gt;&amp;&quot;&apos;&#13;&#x4e2D;</V>", u"<>&\"'\r\u4e2d"},
+        {"<V>a\r\nb\rc\n</V>", u"a\nb\nc\n"},
+        {"<V>\\u00E9\\u00e9</V>", u"\u00e9\\u00e9"},
+        {"<!-- a -->\t<?b c?>\n<V>d</V>", u"d"},
+    };
+    for (const auto& [text, value] : forms)
+        EXPECT_EQ(OpenRoot(text).ReadString("V"), value) << text;
+}
+
 TEST(XMLChannelTest, RefusesADocumentThatIsNotOneWholeRoot)
 {
     using namespace std::string_literals;
@@ -154,6 +170,35 @@ TEST(XMLChannelTest, RefusesADocumentThatIsNotOneWholeRoot)
     EXPECT_THROW(XMLIChannel(deep, u"x"), XMLChannelException) << "and no overflow of the stack";
 }
 
+TEST(XMLChannelTest, ADocumentCutAnywhereIsRefusedOrWhole)
+{
+    OV::XMLOChannel out;
+    out.EnterElement("Root");
+    out.WriteString("Text", u"\u4e2d & \\u \r]]>");
+    out.EnterElement("Inner");
+    out.WriteInt32("Number", -5);
+    out.LeaveElement("Inner");
+    out.LeaveElement("Root");
+    const auto whole = out.Text();
+    for (std::size_t length = 0; length + 1 < whole.size(); ++length)
+        EXPECT_THROW(XMLIChannel(whole.substr(0, length), u"x"), XMLChannelException) << length;
+    EXPECT_NO_THROW(XMLIChannel(whole.substr(0, whole.size() - 1), u"x")) << "the last line feed";
+    // Any one byte damaged: refused or read, but never past the end.
+    for (std::size_t at = 0; at < whole.size(); ++at)
+        for (const char byte : {'<', '>', '&', '"', '\0', '\xff'}) {
+            auto damaged = whole;
+            damaged[at] = byte;
+            try {
+                XMLIChannel in(damaged, u"x");
+                in.EnterElement("Root");
+                (void)in.ReadString("Text");
+                in.EnterElement("Inner");
+                EXPECT_EQ(in.ReadInt32("Number"), -5) << damaged;
+            } catch (const XMLChannelException&) {
+            }
+        }
+}
+
 TEST(XMLChannelTest, AFailureSaysWhatWasFoundAndMovesNothing)
 {
     auto in = OpenRoot("<!-- comment --><Secret extra='1'>hunter2</Secret><Inner><A>1</A></Inner>");
@@ -175,7 +220,9 @@ TEST(XMLChannelTest, AFailureSaysWhatWasFoundAndMovesNothing)
     in.LeaveElement("Inner");
     in.LeaveElement("Root");
     EXPECT_THROW(in.LeaveElement("Root"), XMLChannelException);
-    EXPECT_THROW((void)OpenRoot("bare<A>1</A>").ReadInt32("A"), XMLChannelException);
+    for (const OV::String bare : {"bare", "<![CDATA[bare]]>"})
+        EXPECT_THROW((void)OpenRoot(bare + "<A>1</A>").ReadInt32("A"), XMLChannelException);
+    EXPECT_EQ(OpenRoot("<A><![CDATA[1]]></A>").ReadInt32("A"), 1);
 }
 
 TEST(XMLChannelTest, RefusesMisuseOfTheWriter)

@@ -139,7 +139,9 @@ TEST_F(HttpRequestsTest, ARefusedBodyIsAnsweredThoughTheClientIsStillSending)
 {
     RawHttp connection(server.ModelPort());
     (void)connection.Send("POST /syncra/v1/sign-in HTTP/1.1\r\nContent-Length: 20000000\r\n\r\n");
-    (void)connection.Send(std::string(20'000'000, ' '));
+    // Libraries give up when sending fails, and never look for the answer.
+    EXPECT_TRUE(connection.Send(std::string(20'000'000, ' ')));
+    connection.HalfClose();
     EXPECT_EQ(connection.Read().status, 413);
     EXPECT_TRUE(connection.IsClosedByServer());
 }
@@ -148,7 +150,9 @@ TEST_F(HttpRequestsTest, AnAnswerToHeadCarriesNoBody)
 {
     RawHttp connection(server.ModelPort());
     ASSERT_TRUE(connection.Send(RequestText("HEAD", "/syncra/version")));
-    EXPECT_EQ(connection.Read().status, 405);
+    const auto answer = connection.Read();
+    EXPECT_EQ(answer.status, 405);
+    EXPECT_EQ(answer.body, "");
     EXPECT_TRUE(connection.IsClosedByServer());
 }
 

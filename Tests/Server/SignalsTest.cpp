@@ -12,15 +12,16 @@ constexpr int Long = 60'000;
 
 class SignalsTest : public ServerTest {
 protected:
-    /// Starts a session of the user, or ends the one he has.
+    /// Starts a session of the user, or ends the one started before.
     void Raise(Client& client)
     {
-        const auto path = ProjectPath(Sample::HarbourBridge, "sessions");
-        const auto started = client.Ask("POST", path, "{}");
-        if (started.status == 200)
-            return;
-        const std::string id = client.Ask("GET", path).json.at("sessions")[0].at("id");
-        ASSERT_EQ(client.Ask("DELETE", "/syncra/v1/sessions/" + id).status, 200);
+        if (session_.empty()) {
+            const auto path = ProjectPath(Sample::HarbourBridge, "sessions");
+            session_ = client.Ask("POST", path, "{}").json.at("id");
+        } else {
+            ASSERT_EQ(client.Ask("DELETE", "/syncra/v1/sessions/" + session_).status, 200);
+            session_.clear();
+        }
     }
     static std::string Held(std::uint64_t after)
     {
@@ -38,6 +39,9 @@ protected:
     {
         return {{"signals", nlohmann::json::array()}, {"next", next}};
     }
+
+private:
+    std::string session_;
 };
 
 }  // namespace

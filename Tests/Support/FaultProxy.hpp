@@ -14,11 +14,11 @@ public:
     explicit FaultProxy(std::uint16_t serverPort)
         : serverPort_(serverPort),
           server_([this](auto& peer, const auto& request) { Pass(peer, request); })
-    {
-    }
+    {}
 
     [[nodiscard]] std::uint16_t Port() const { return server_.Port(); }
-    /// The `number`th request from here on (from 0) meets `fault`; with `andAllLater`, the later ones too.
+    /// The `number`th request from here on (from 0) meets `fault`; with `andAllLater`, the later
+    /// ones too.
     void FailAt(int number, Fault fault, bool andAllLater = false)
     {
         fault_ = fault;

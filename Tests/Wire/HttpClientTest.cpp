@@ -297,10 +297,3 @@ TEST(ServerAddressTest, ServerNamesAsUsersWriteThem)
     for (const Case& one : cases)
         EXPECT_EQ(ServerAddress::FromServerName(one.name, 80).BaseUrl(), one.url);
 }
-
-TEST(PercentEncodeTest, CodesEveryByteThatIsNotUnreserved)
-{
-    EXPECT_EQ(PercentEncode("AZaz09-._~"), "AZaz09-._~");
-    EXPECT_EQ(PercentEncode(OV::StringView("a/b?c&d=e+f% \0\xC3\xBC", 16)),
-              "a%2Fb%3Fc%26d%3De%2Bf%25%20%00%C3%BC");
-}

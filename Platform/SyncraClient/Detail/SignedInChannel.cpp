@@ -1,7 +1,6 @@
 #include "SyncraClient/Detail/SignedInChannel.hpp"
 
 #include "OVRoot/Format.hpp"
-#include "OVRoot/SecureWipe.hpp"
 #include "SyncraProtocol/ErrorCode.hpp"
 
 #include <algorithm>
@@ -63,20 +62,7 @@ SignedInChannel::SignedInChannel(const SignInData& data, const Communication::Ht
     : http_(Communication::ServerAddress::FromServerName(data.serverName, data.port), options),
       signInBody_(SignInBody(data))
 {
-    try {
-        SignIn();
-    } catch (...) {
-        OV::SecureWipe(signInBody_);
-        throw;
-    }
-}
-
-/// Does not sign out: that would cost a request for every client, and hold up whoever closes a
-/// project whose server is gone. A token that is not used dies on the server by itself.
-SignedInChannel::~SignedInChannel()
-{
-    OV::SecureWipe(signInBody_);
-    OV::SecureWipe(token_);
+    SignIn();
 }
 
 void SignedInChannel::SignIn()
@@ -85,8 +71,8 @@ void SignedInChannel::SignIn()
     request.method = Communication::HttpMethod::Post;
     request.target = "/syncra/v1/sign-in";
     request.body = signInBody_;
+    const OV::SecureWipeGuard<char> wipe(request.body);
     const HttpResponse response = http_.Perform(request);
-    OV::SecureWipe(request.body);
     try {
         ThrowIfRefused(request, response);
     } catch (const Communication::ResponseContentException& refusal) {

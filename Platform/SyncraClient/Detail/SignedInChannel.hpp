@@ -1,5 +1,6 @@
 #pragma once
 
+#include "OVRoot/SecureWipe.hpp"
 #include "SYCommunication/HttpClient.hpp"
 #include "SyncraClient/SyncraClient.hpp"
 #include "SyncraProtocol/Detail/Json.hpp"
@@ -14,9 +15,10 @@ namespace Syncra::Client::Detail {
 /// no longer knows it, turns refusals into ResponseContentException and answers into records.
 class SignedInChannel {
 public:
-    /// Signs in; throws as Connect does.
+    /// Signs in; throws as Connect does. Never signs out: that would cost every client a request,
+    /// and hold up whoever closes a project whose server is gone. An unused token dies on the
+    /// server.
     SignedInChannel(const SignInData& data, const Communication::HttpOptions& options);
-    ~SignedInChannel();
     SignedInChannel(const SignedInChannel&) = delete;
     SignedInChannel& operator=(const SignedInChannel&) = delete;
 
@@ -56,6 +58,7 @@ private:
     /// The whole body of the sign-in, kept to renew the token: the one place that holds the
     /// password.
     OV::String signInBody_;
+    OV::SecureWipeGuard<char> signInBodyWipe_{signInBody_};
     OV::String token_;
 };
 

@@ -1,0 +1,59 @@
+#include "OVRoot/PercentCoding.hpp"
+
+namespace OV {
+
+namespace {
+
+bool IsUnreserved(char byte)
+{
+    return (byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z') ||
+           (byte >= '0' && byte <= '9') || StringView("-._~").find(byte) != StringView::npos;
+}
+
+int HexValue(char digit)
+{
+    if (digit >= '0' && digit <= '9')
+        return digit - '0';
+    const char capital = static_cast<char>(digit & ~0x20);
+    return capital >= 'A' && capital <= 'F' ? capital - 'A' + 10 : -1;
+}
+
+}  // namespace
+
+String PercentEncode(StringView bytes)
+{
+    static constexpr char digits[] = "0123456789ABCDEF";
+    String text;
+    text.reserve(bytes.size());
+    for (const char byte : bytes) {
+        if (IsUnreserved(byte)) {
+            text.push_back(byte);
+            continue;
+        }
+        text.push_back('%');
+        text.push_back(digits[static_cast<unsigned char>(byte) >> 4]);
+        text.push_back(digits[static_cast<unsigned char>(byte) & 0xF]);
+    }
+    return text;
+}
+
+std::optional<String> PercentDecode(StringView text)
+{
+    String bytes;
+    bytes.reserve(text.size());
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (text[i] != '%') {
+            bytes.push_back(text[i]);
+            continue;
+        }
+        const int high = i + 2 < text.size() ? HexValue(text[i + 1]) : -1;
+        const int low = i + 2 < text.size() ? HexValue(text[i + 2]) : -1;
+        if (high < 0 || low < 0)
+            return std::nullopt;
+        bytes.push_back(static_cast<char>(high * 16 + low));
+        i += 2;
+    }
+    return IsWellFormedUtf8(bytes) ? std::optional(std::move(bytes)) : std::nullopt;
+}
+
+}  // namespace OV

@@ -1,0 +1,24 @@
+#pragma once
+
+#include "OVRoot/Containers.hpp"
+#include "OVRoot/UniString.hpp"
+
+namespace Syncra::Protocol {
+
+/// A mail as the project server keeps it for one user. The server reads nothing of header and body.
+struct Message {
+    /// The most bytes of body data that a message may carry.
+    static constexpr std::size_t MaximumBodySize = 8 * 1024 * 1024;
+
+    OV::UniString mailId;
+    bool read = false;
+    bool copy = false;  ///< the sender's copy of what he sent
+    bool historical = false;
+    std::int32_t timeStamp = 0;  ///< the server's, in seconds since 1970-01-01 UTC
+    OV::HashTable<OV::UniString, OV::UniString> header;
+    OV::String bodyData;
+
+    friend bool operator==(const Message&, const Message&) = default;
+};
+
+}  // namespace Syncra::Protocol

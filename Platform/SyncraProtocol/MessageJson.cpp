@@ -1,0 +1,80 @@
+#include "SyncraProtocol/Detail/MessageJson.hpp"
+
+#include "OVRoot/Base64.hpp"
+
+#include <nlohmann/json.hpp>
+
+#include <limits>
+
+namespace Syncra::Protocol {
+
+using nlohmann::json;
+
+namespace {
+
+using Header = decltype(Message::header);
+
+json HeaderToJson(const Header& header)
+{
+    json object = json::object();
+    for (const auto& [key, text] : header)
+        object[OV::ToUtf8(OV::EscapeForCarrier(key))] = TextToJson(text);
+    return object;
+}
+
+Header ReadHeader(const json& value)
+{
+    const auto found = value.find("header");
+    if (found == value.end() || !found->is_object())
+        throw MalformedRecordException(OV::StringView("Field \"header\" is not an object."));
+    Header header;
+    for (const auto& [key, text] : found->items())
+        header.insert_or_assign(OV::UnescapeFromCarrier(OV::FromUtf8(key)), TextFromJson(text));
+    return header;
+}
+
+OV::String ReadBody(const json& value)
+{
+    const auto found = value.find("body");
+    if (found == value.end() || !found->is_string())
+        throw MalformedRecordException(OV::StringView("Field \"body\" is not a text."));
+    const auto& text = found->get_ref<const json::string_t&>();
+    // Looked at first, so that an oversized body is not decoded just to be refused.
+    if (text.size() / 4 * 3 > Message::MaximumBodySize + 2)
+        throw MalformedRecordException(OV::StringView("The body of a mail is too long."));
+    auto bytes = OV::DecodeBase64(text);
+    if (!bytes || bytes->size() > Message::MaximumBodySize)
+        throw MalformedRecordException(OV::StringView("The body of a mail is no base64."));
+    return *std::move(bytes);
+}
+
+}  // namespace
+
+json ToJson(const Message& message)
+{
+    return {{"id", TextToJson(message.mailId)},
+            {"read", message.read},
+            {"copy", message.copy},
+            {"historical", message.historical},
+            {"timeStamp", message.timeStamp},
+            {"header", HeaderToJson(message.header)},
+            {"body", OV::EncodeBase64(message.bodyData)}};
+}
+
+template <>
+Message FromJson<Message>(const json& value)
+{
+    using Seconds = std::numeric_limits<std::int32_t>;
+    Message message;
+    message.mailId = ReadText(value, "id");
+    message.read = ReadBool(value, "read");
+    message.copy = ReadBool(value, "copy");
+    message.historical = ReadBool(value, "historical");
+    message.timeStamp =
+        static_cast<std::int32_t>(ReadInteger(value, "timeStamp", Seconds::min(), Seconds::max()));
+    message.header = ReadHeader(value);
+    message.bodyData = ReadBody(value);
+    return message;
+}
+
+}  // namespace Syncra::Protocol

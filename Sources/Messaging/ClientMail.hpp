@@ -1,0 +1,138 @@
+#pragma once
+
+#include "Messaging/Importance.hpp"
+#include "Messaging/MailAction.hpp"
+#include "Messaging/MailType.hpp"
+#include "OVRoot/ClassFrame.hpp"
+#include "SyncraProtocol/Message.hpp"
+
+namespace SYC {
+
+/// One message between members of a shared project: a note, a request for ownership, or the answer
+/// to one. A value type, except that copies share the action list. Times are in seconds since
+/// 1970-01-01 UTC. Docs/Formats.md shows the encodings byte by byte.
+class ClientMail {
+public:
+    using NameList = OV::Array<OV::UniString>;
+    using ActionList = OV::Array<OV::Ref<MailAction>>;
+
+    static constexpr OV::ClassInfo ClassInformation{u"Mail", 1, 0};
+
+    ClientMail() = default;
+    /// Reads the compact form. Throws OV::ChannelException for data that is cut off, damaged or
+    /// carries an unknown kind of action.
+    explicit ClientMail(OV::IChannelX& channel);
+    /// Takes over a message of the older format, the one without "Version" in its header. Never
+    /// refuses one: what is missing or unreadable gets a sensible value. The sender's login name
+    /// stands in for his full name, the time stamp for the sending time, the body data (UTF-8) for
+    /// the text; a list of recipients may lack the last comma. Actions of that format are not taken
+    /// over.
+    explicit ClientMail(const Syncra::Protocol::Message& message);
+
+    /// The form of the files. Reading stops at the first error and returns it; the fields before it
+    /// are then set.
+    [[nodiscard]] OV::ChannelStatus Read(OV::IChannel& channel);
+    [[nodiscard]] OV::ChannelStatus Write(OV::OChannel& channel) const;
+    /// The same without the class frame.
+    [[nodiscard]] OV::ChannelStatus ReadVersion1(OV::IChannel& channel);
+    [[nodiscard]] OV::ChannelStatus WriteVersion1(OV::OChannel& channel) const;
+
+    /// Writes the compact form. Marks the mail historical first when it is the sender's copy of
+    /// anything but a request. Throws OV::ChannelException.
+    void Serialize(OV::OChannelX& channel);
+
+    /// Fills this mail from a message of the current format; what it held before is gone. Returns 0
+    /// or the error of an action. Throws OV::IllegalReferenceException for a missing header field
+    /// and MailConversionException for a number that is none.
+    [[nodiscard]] OV::ChannelStatus
+    SyncraMessageConvertTo(const Syncra::Protocol::Message& message);
+    /// Fills `message` from this mail, and marks the mail historical as Serialize does. Returns 0
+    /// or the error of an action.
+    [[nodiscard]] OV::ChannelStatus SyncraMessageConvertFrom(Syncra::Protocol::Message& message);
+    /// The same as a new message; the error of an action is thrown as MailConversionException.
+    [[nodiscard]] Syncra::Protocol::Message ConvertToSyncraMessage();
+
+    /// All fields; action lists are equal when their actions are, absent and empty ones alike.
+    friend bool operator==(const ClientMail& left, const ClientMail& right);
+
+    /// The server's identifier of the mail.
+    [[nodiscard]] const OV::UniString& GetId() const noexcept { return id_; }
+    void SetId(OV::UniString id) { id_ = std::move(id); }
+    /// The mail that this one answers; empty for a first mail.
+    [[nodiscard]] const OV::UniString& GetParentMailId() const noexcept { return parentMailId_; }
+    void SetParentMailId(OV::UniString id) { parentMailId_ = std::move(id); }
+    [[nodiscard]] Importance GetImportance() const noexcept { return importance_; }
+    void SetImportance(Importance importance) noexcept { importance_ = importance; }
+    [[nodiscard]] MailType GetType() const noexcept { return type_; }
+    void SetType(MailType type) noexcept { type_ = type; }
+    [[nodiscard]] bool IsRead() const noexcept { return read_; }
+    void SetRead() noexcept { read_ = true; }
+    /// Login name.
+    [[nodiscard]] const OV::UniString& GetSender() const noexcept { return sender_; }
+    void SetSender(OV::UniString name) { sender_ = std::move(name); }
+    [[nodiscard]] const OV::UniString& GetSenderFullName() const noexcept
+    {
+        return senderFullName_;
+    }
+    void SetSenderFullName(OV::UniString name) { senderFullName_ = std::move(name); }
+    /// A comma in a login name does not survive the compact form and the way over the server.
+    [[nodiscard]] const NameList& GetRecipientsLoginName() const noexcept
+    {
+        return recipientsLoginName_;
+    }
+    void SetRecipientsLoginName(NameList names) { recipientsLoginName_ = std::move(names); }
+    /// One text that shows all recipients.
+    [[nodiscard]] const OV::UniString& GetRecipientsFullName() const noexcept
+    {
+        return recipientsFullName_;
+    }
+    void SetRecipientsFullName(OV::UniString names) { recipientsFullName_ = std::move(names); }
+    /// By the sender's clock.
+    [[nodiscard]] std::int32_t GetSendingTime() const noexcept { return sendingTime_; }
+    void SetSendingTime(std::int32_t time) noexcept { sendingTime_ = time; }
+    /// By the server's clock.
+    [[nodiscard]] std::int32_t GetRepositoryTime() const noexcept { return repositoryTime_; }
+    [[nodiscard]] const OV::UniString& GetBodyText() const noexcept { return bodyText_; }
+    void SetBodyText(OV::UniString text) { bodyText_ = std::move(text); }
+    /// May be an empty holder.
+    [[nodiscard]] const OV::Ref<ActionList>& GetActionList() const noexcept { return actionList_; }
+    void SetActionList(OV::Ref<ActionList> actions) { actionList_ = std::move(actions); }
+    /// Whether this is the sender's copy of what he sent.
+    [[nodiscard]] bool IsCopy() const noexcept { return copy_; }
+    /// Whether the mail waits in the outbox.
+    [[nodiscard]] bool IsOut() const noexcept { return out_; }
+    void SetOut(bool out) noexcept { out_ = out; }
+    [[nodiscard]] bool IsHistorical() const noexcept { return historical_; }
+    void SetHistorical() noexcept { historical_ = true; }
+    /// Whether the server has not heard of a change of this record yet.
+    [[nodiscard]] bool IsModify() const noexcept { return modify_; }
+    void SetModify(bool modify) noexcept { modify_ = modify; }
+
+private:
+    friend struct MailFields;
+    friend class MailMessageConversion;
+
+    /// The sender's copy is history at once, for nothing is left to do with it; only the copy of a
+    /// request waits for its answer. Returns whether the mail is such a copy.
+    bool MarkDoneCopyHistorical() noexcept;
+
+    OV::UniString id_;
+    OV::UniString parentMailId_;
+    Importance importance_ = Importance::Low;
+    MailType type_ = MailType::None;
+    bool read_ = false;
+    OV::UniString sender_;
+    OV::UniString senderFullName_;
+    NameList recipientsLoginName_;
+    OV::UniString recipientsFullName_;
+    std::int32_t sendingTime_ = 0;
+    std::int32_t repositoryTime_ = 0;
+    OV::UniString bodyText_;
+    OV::Ref<ActionList> actionList_;
+    bool copy_ = false;
+    bool out_ = false;
+    bool historical_ = false;
+    bool modify_ = false;
+};
+
+}  // namespace SYC

@@ -1,0 +1,36 @@
+#include "Messaging/DummyAction.hpp"
+
+namespace SYC {
+
+OV::Ref<MailAction> DummyAction::Make()
+{
+    return OV::MakeRef<DummyAction>();
+}
+
+void DummyAction::Serialize(OV::OChannelX& channel)
+{
+    OV::OBinaryChannelUtilities::WriteUniStringAsUTF8(channel, data_);
+}
+
+void DummyAction::Deserialize(OV::IChannelX& channel)
+{
+    data_ = OV::IBinaryChannelUtilities::ReadUniStringFromUTF8(channel);
+}
+
+OV::ChannelStatus DummyAction::Write(OV::OChannel& channel) const
+{
+    const OV::OutputClassFrame frame(channel, ClassInformation);
+    return frame.Status() == OV::ChannelOk ? channel.Write(data_) : frame.Status();
+}
+
+OV::ChannelStatus DummyAction::Read(OV::IChannel& channel)
+{
+    const OV::InputClassFrame frame(channel, ClassInformation);
+    if (frame.Status() != OV::ChannelOk)
+        return frame.Status();
+    return frame.MainVersion() == 1 ? channel.Read(data_) : OV::ChannelFailed;
+}
+
+void DummyAction::GetActionItems(ClientMail&, OV::Array<Item>&) {}
+
+}  // namespace SYC

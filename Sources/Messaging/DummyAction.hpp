@@ -1,0 +1,30 @@
+#pragma once
+
+#include "Messaging/MailAction.hpp"
+#include "OVRoot/ClassFrame.hpp"
+
+namespace SYC {
+
+/// An action that carries one text and offers the user nothing.
+class DummyAction final : public MailAction {
+public:
+    static constexpr OV::UniStringView Id = u"Dummy";
+    static constexpr OV::ClassInfo ClassInformation{u"DummyAction", 1, 0};
+
+    DummyAction() : MailAction(OV::UniString(Id)) {}
+    [[nodiscard]] static OV::Ref<MailAction> Make();
+
+    void Serialize(OV::OChannelX& channel) override;
+    void Deserialize(OV::IChannelX& channel) override;
+    [[nodiscard]] OV::ChannelStatus Write(OV::OChannel& channel) const override;
+    [[nodiscard]] OV::ChannelStatus Read(OV::IChannel& channel) override;
+    void GetActionItems(ClientMail& mail, OV::Array<Item>& items) override;
+
+    [[nodiscard]] const OV::UniString& GetData() const noexcept { return data_; }
+    void SetData(OV::UniString data) { data_ = std::move(data); }
+
+private:
+    OV::UniString data_;
+};
+
+}  // namespace SYC

@@ -1,0 +1,73 @@
+#include "Messaging/MailFile.hpp"
+
+#include "IO/File.hpp"
+#include "IO/IOException.hpp"
+#include "OVRoot/MemoryChannels.hpp"
+
+#include <limits>
+
+namespace SYC::MailFile {
+
+namespace {
+
+void RequireOk(OV::ChannelStatus status)
+{
+    if (status != OV::ChannelOk)
+        throw OV::ChannelException(OV::StringView("A mail cannot be written."));
+}
+
+OV::ChannelStatus ReadMails(MailList& mails, OV::IChannel& channel)
+{
+    std::uint32_t count = 0;
+    auto status = channel.Read(count);
+    for (; count > 0 && status == OV::ChannelOk; --count) {
+        auto mail = OV::MakeRef<ClientMail>();
+        status = mail->Read(channel);
+        if (status == OV::ChannelOk)
+            mails.push_back(std::move(mail));
+    }
+    return status;
+}
+
+}  // namespace
+
+Content Decode(OV::StringView bytes)
+{
+    Content content;
+    OV::MemoryIChannel channel(bytes);
+    content.status = ReadMails(content.mails, channel);
+    if (content.status != OV::ChannelOk)
+        content.outcome = Outcome::Damaged;
+    else if (!channel.Rest().empty())
+        content.outcome = Outcome::LeftOver;
+    return content;
+}
+
+Content Read(const IO::Location& file)
+{
+    try {
+        return Decode(IO::File::ReadAll(file));
+    } catch (const IO::IOException& error) {
+        if (error.GetCode() != IO::ErrorCode::NotFound)
+            throw;
+        return {{}, Outcome::Absent, OV::ChannelOk};
+    }
+}
+
+OV::String Encode(const MailList& mails)
+{
+    if (mails.size() > std::numeric_limits<std::uint32_t>::max())
+        throw OV::ChannelException(OV::StringView("The mails are too many for one file."));
+    OV::MemoryOChannel channel;
+    RequireOk(channel.Write(static_cast<std::uint32_t>(mails.size())));
+    for (const auto& mail : mails)
+        RequireOk(mail->Write(channel));
+    return channel.TakeBytes();
+}
+
+void Write(const IO::Location& file, const MailList& mails)
+{
+    IO::File::Replace(file, Encode(mails), true);
+}
+
+}  // namespace SYC::MailFile

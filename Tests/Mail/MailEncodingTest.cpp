@@ -1,0 +1,265 @@
+#include "AllocationMeter.hpp"
+#include "MailTest.hpp"
+#include "Messaging/MailFile.hpp"
+#include "SyncraProtocol/Detail/MessageJson.hpp"
+
+#include <nlohmann/json.hpp>
+
+#include <functional>
+#include <optional>
+
+using namespace MailTest;
+
+namespace {
+
+/// One way to keep a mail, decoding what may be anything: nothing when it is refused.
+struct Encoding {
+    const char* ending;
+    std::function<std::optional<ClientMail>(const std::string&)> decode;
+    std::function<std::string(ClientMail)> encode;
+};
+
+std::optional<ClientMail> DecodeDisk(const std::string& bytes)
+{
+    ClientMail mail;
+    return ReadDisk(bytes, mail) == OV::ChannelOk ? std::optional(mail) : std::nullopt;
+}
+
+std::optional<ClientMail> DecodeCompact(const std::string& bytes)
+{
+    try {
+        return ReadCompact(bytes);
+    } catch (const OV::ChannelException&) {
+        return std::nullopt;
+    }
+}
+
+std::optional<ClientMail> DecodeMessage(const std::string& bytes)
+{
+    using namespace Syncra::Protocol;
+    try {
+        ClientMail mail;
+        const auto status = mail.SyncraMessageConvertTo(FromJson<Message>(ParseJson(bytes)));
+        return status == OV::ChannelOk ? std::optional(mail) : std::nullopt;
+    } catch (const OV::Exception&) {
+        return std::nullopt;
+    }
+}
+
+std::string EncodeMessage(ClientMail mail)
+{
+    return Syncra::Protocol::DumpJson(ToJson(mail.ConvertToSyncraMessage()));
+}
+
+const Encoding Encodings[] = {
+    {"disk", DecodeDisk, WriteDisk},
+    {"compact", DecodeCompact, WriteCompact},
+    {"message.json", DecodeMessage, EncodeMessage},
+};
+
+/// The marks of this machine do not travel with a message.
+ClientMail AsCarried(ClientMail mail, const Encoding& encoding)
+{
+    if (encoding.ending == std::string("message.json")) {
+        mail.SetOut(false);
+        mail.SetModify(false);
+    }
+    return mail;
+}
+
+/// Whatever was let in can be written, and comes back from there as it is.
+void ExpectRoundTrip(const Encoding& encoding, const ClientMail& mail)
+{
+    const auto bytes = encoding.encode(mail);
+    const auto again = encoding.decode(bytes);
+    ASSERT_TRUE(again.has_value()) << encoding.ending;
+    EXPECT_EQ(encoding.encode(*again), bytes) << encoding.ending;
+}
+
+constexpr std::size_t Step = 64 * 1024 + 64;
+
+}  // namespace
+
+TEST(MailEncodingTest, ReadsAndWritesTheBytesOfTheGoldenFiles)
+{
+    for (const auto& encoding : Encodings)
+        for (const auto& [name, mail] :
+             {std::pair<std::string, ClientMail>("full.", MakeFullMail()), {"empty.", {}}}) {
+            SCOPED_TRACE(name + encoding.ending);
+            const auto golden = ReadGolden(name + encoding.ending);
+            const auto read = encoding.decode(golden);
+            ASSERT_TRUE(read.has_value());
+            EXPECT_EQ(*read, AsCarried(mail, encoding));
+            EXPECT_EQ(encoding.encode(mail), golden);
+        }
+}
+
+TEST(MailEncodingTest, RefusesEveryTruncationWithoutAskingForMuchMemory)
+{
+    for (const auto& encoding : Encodings) {
+        const auto golden = ReadGolden(std::string("full.") + encoding.ending);
+        // The compact form may leave out its last flag: before it the record is whole.
+        const auto whole = encoding.ending == std::string("compact")
+                               ? golden.rfind(std::string("\x01\x26\0\0\0", 5))
+                               : golden.size();
+        for (std::size_t length = 0; length < golden.size(); ++length) {
+            const AllocationMeter meter;
+            const auto mail = encoding.decode(golden.substr(0, length));
+            EXPECT_EQ(mail.has_value(), length == whole) << encoding.ending << " at " << length;
+            EXPECT_LE(meter.Largest(), Step) << encoding.ending << " at " << length;
+        }
+    }
+}
+
+TEST(MailEncodingTest, SurvivesEveryChangedByte)
+{
+    for (const auto& encoding : Encodings) {
+        const auto golden = ReadGolden(std::string("full.") + encoding.ending);
+        for (std::size_t at = 0; at < golden.size(); ++at)
+            for (const int change : {0x01, 0x20, 0x80, 0xFF}) {
+                auto bytes = golden;
+                bytes[at] = static_cast<char>(bytes[at] ^ change);
+                const AllocationMeter meter;
+                const auto mail = encoding.decode(bytes);
+                EXPECT_LE(meter.Largest(), Step) << encoding.ending << " at " << at;
+                if (mail)
+                    ExpectRoundTrip(encoding, *mail);
+            }
+    }
+}
+
+TEST(MailEncodingTest, ReplacesUnknownImportancesAndTypesWhenReading)
+{
+    for (const std::int32_t number : {-1, 0, 1, 2, 3, 4, 5, 6, 7, 9, 0x7FFFFFFF}) {
+        ClientMail mail;
+        mail.SetImportance(static_cast<SYC::Importance>(number));
+        mail.SetType(static_cast<SYC::MailType>(number));
+        for (const auto& encoding : Encodings) {
+            const auto read = encoding.decode(encoding.encode(mail));
+            ASSERT_TRUE(read.has_value());
+            EXPECT_EQ(static_cast<int>(read->GetImportance()),
+                      number >= 1 && number <= 3 ? number : 1);
+            EXPECT_EQ(static_cast<int>(read->GetType()), number >= 1 && number <= 5 ? number : 0);
+        }
+    }
+}
+
+TEST(MailEncodingTest, MarksTheCopyOfAnythingButARequestHistorical)
+{
+    using Write = std::function<void(ClientMail&)>;
+    const std::pair<const char*, Write> writers[] = {
+        {"compact",
+         [](ClientMail& mail) {
+             OV::MemoryOChannelX channel;
+             mail.Serialize(channel);
+         }},
+        {"message",
+         [](ClientMail& mail) {
+             const bool historical = mail.ConvertToSyncraMessage().historical;
+             EXPECT_EQ(historical, mail.IsHistorical());
+         }},
+    };
+    for (const bool copy : {false, true})
+        for (int type = 0; type <= 5; ++type) {
+            ClientMail mail = MakeMail(copy);
+            mail.SetType(static_cast<SYC::MailType>(type));
+            const bool expected = copy && type != 2;
+            WriteDisk(mail);
+            EXPECT_FALSE(mail.IsHistorical()) << "the form of the files changes nothing";
+            for (const auto& [name, write] : writers) {
+                ClientMail written = mail;
+                write(written);
+                EXPECT_EQ(written.IsHistorical(), expected) << name << ", type " << type;
+                EXPECT_FALSE(written.IsModify());
+            }
+            ClientMail received;
+            ASSERT_EQ(received.SyncraMessageConvertTo(mail.ConvertToSyncraMessage()), 0);
+            EXPECT_EQ(received.IsHistorical(), expected);
+            EXPECT_EQ(received.IsModify(), expected);
+        }
+}
+
+TEST(MailEncodingTest, KeepsTheFieldsBeforeAnErrorAndLeavesSharedActionsAlone)
+{
+    ClientMail mail = MakeFullMail();
+    const ClientMail copy = mail;
+    const auto golden = ReadGolden("full.disk");
+    ASSERT_EQ(ReadDisk(golden.substr(0, golden.size() - 1), mail), OV::ChannelFailed);
+    EXPECT_EQ(mail.GetBodyText(), copy.GetBodyText());
+    EXPECT_EQ(mail.GetActionList()->size(), 2u);
+    EXPECT_EQ(copy.GetActionList()->size(), 2u) << "a copy shares its list";
+    ASSERT_EQ(ReadDisk(golden.substr(0, 300), mail), OV::ChannelFailed);
+    EXPECT_EQ(copy.GetActionList()->size(), 2u);
+}
+
+TEST(MailEncodingTest, RefusesOtherClassesAndVersions)
+{
+    const auto golden = ReadGolden("full.disk");
+    const std::pair<std::size_t, char> changes[] = {
+        {4, 'N'}, {12, 2}, {12, 0}, {golden.rfind(std::string("A\0c\0t\0i\0o\0n\0", 12)) + 12, 2}};
+    for (const auto& [at, byte] : changes) {
+        auto bytes = golden;
+        bytes[at] = byte;
+        ClientMail mail;
+        EXPECT_EQ(ReadDisk(bytes, mail), OV::ChannelFailed) << at;
+    }
+    auto newer = golden;
+    newer[14] = 9;  // the sub version alone
+    ClientMail mail;
+    EXPECT_EQ(ReadDisk(newer, mail), OV::ChannelOk);
+}
+
+TEST(MailEncodingTest, DoesNotTrustCounts)
+{
+    // Texts of zero bytes, recipients and actions without end.
+    const std::string frame("\x08\0\0\0M\0a\0i\0l\0\x01\0\0\0", 16);
+    const std::string huge = "\xFF\xFF\xFF\xFF";
+    const std::string upToRecipients = frame + std::string(4 + 4 + 4 + 4, '\0');
+    const std::string upToActions = upToRecipients + std::string(4 + 4 + 16 + 4, '\0');
+    for (const auto& bytes : {huge, frame + huge, upToRecipients + huge,
+                              upToRecipients + huge + std::string(4000, '\0'), upToActions + huge,
+                              upToActions + huge + std::string(4000, '\0')}) {
+        const AllocationMeter meter;
+        ClientMail mail;
+        EXPECT_EQ(ReadDisk(bytes, mail), OV::ChannelFailed);
+        EXPECT_LE(meter.Largest(), Step + 64 * bytes.size());
+    }
+    const AllocationMeter meter;
+    EXPECT_EQ(SYC::MailFile::Decode(huge).outcome, SYC::MailFile::Outcome::Damaged);
+    EXPECT_LE(meter.Largest(), Step);
+}
+
+TEST(MailEncodingTest, ComparesEveryField)
+{
+    const std::function<void(ClientMail&)> changes[] = {
+        [](ClientMail& m) { m.SetId(u"x"); },
+        [](ClientMail& m) { m.SetParentMailId(u"x"); },
+        [](ClientMail& m) { m.SetImportance(SYC::Importance::Medium); },
+        [](ClientMail& m) { m.SetType(SYC::MailType::Normal); },
+        [](ClientMail& m) { m.SetRead(); },
+        [](ClientMail& m) { m.SetSender(u"x"); },
+        [](ClientMail& m) { m.SetSenderFullName(u"x"); },
+        [](ClientMail& m) { m.SetRecipientsLoginName({u""}); },
+        [](ClientMail& m) { m.SetRecipientsFullName(u"x"); },
+        [](ClientMail& m) { m.SetSendingTime(1); },
+        [](ClientMail& m) { m = MakeMail(false, 1); },
+        [](ClientMail& m) { m.SetBodyText(u"x"); },
+        [](ClientMail& m) { m.SetActionList(MakeActions({MakeDummy(u"")})); },
+        [](ClientMail& m) { m.SetActionList(MakeActions({MakeDummy(u"x")})); },
+        [](ClientMail& m) { m.SetActionList(MakeActions({nullptr})); },
+        [](ClientMail& m) { m = MakeMail(true); },
+        [](ClientMail& m) { m.SetOut(true); },
+        [](ClientMail& m) { m.SetHistorical(); },
+        [](ClientMail& m) { m.SetModify(true); },
+    };
+    std::vector<ClientMail> mails(1);
+    for (const auto& change : changes)
+        change(mails.emplace_back());
+    for (std::size_t i = 0; i < mails.size(); ++i)
+        for (std::size_t j = 0; j < mails.size(); ++j)
+            EXPECT_EQ(mails[i] == mails[j], i == j) << i << ", " << j;
+    ClientMail emptyList;
+    emptyList.SetActionList(MakeActions({}));
+    EXPECT_EQ(emptyList, ClientMail());
+    EXPECT_EQ(MakeFullMail(), MakeFullMail()) << "actions are compared by what they hold";
+}

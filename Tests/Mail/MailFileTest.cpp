@@ -1,0 +1,81 @@
+#include "Messaging/MailFile.hpp"
+#include "MailTest.hpp"
+#include "Support/TemporaryFolder.hpp"
+
+#include "IO/File.hpp"
+#include "IO/IOException.hpp"
+
+using namespace MailTest;
+using SYC::MailFile::MailList;
+using SYC::MailFile::Outcome;
+
+namespace {
+
+MailList GoldenMails()
+{
+    const auto full = OV::MakeRef<ClientMail>(MakeFullMail());
+    return {full, OV::MakeRef<ClientMail>(), full};
+}
+
+void ExpectMails(const MailList& mails, std::size_t count)
+{
+    const auto golden = GoldenMails();
+    ASSERT_EQ(mails.size(), count);
+    for (std::size_t i = 0; i < count; ++i)
+        EXPECT_EQ(*mails[i], *golden[i]) << i;
+}
+
+}  // namespace
+
+TEST(MailFileTest, ReadsAndWritesTheGoldenFiles)
+{
+    const auto mails = ReadGolden(OV::ToUtf8(SYC::MailFile::MailsName));
+    const auto content = SYC::MailFile::Decode(mails);
+    EXPECT_EQ(content.outcome, Outcome::Complete);
+    ExpectMails(content.mails, 3);
+    EXPECT_EQ(SYC::MailFile::Encode(GoldenMails()), mails);
+    const auto outbox = ReadGolden(OV::ToUtf8(SYC::MailFile::OutboxName));
+    EXPECT_EQ(SYC::MailFile::Decode(outbox).outcome, Outcome::Complete);
+    EXPECT_EQ(SYC::MailFile::Encode({}), outbox);
+}
+
+TEST(MailFileTest, SavesWhatCanBeReadOfADamagedFile)
+{
+    const auto golden = ReadGolden("Mails.dat");
+    const std::size_t ends[] = {4, 4 + 435, 4 + 435 + 69, golden.size()};
+    for (std::size_t length = 0; length < golden.size(); ++length) {
+        const auto content = SYC::MailFile::Decode(golden.substr(0, length));
+        EXPECT_EQ(content.outcome, Outcome::Damaged) << length;
+        EXPECT_EQ(content.status, OV::ChannelFailed) << length;
+        const auto whole =
+            std::count_if(ends + 1, std::end(ends), [&](auto end) { return length >= end; });
+        ExpectMails(content.mails, static_cast<std::size_t>(whole));
+    }
+    const auto more = SYC::MailFile::Decode(golden + '\0');
+    EXPECT_EQ(more.outcome, Outcome::LeftOver);
+    ExpectMails(more.mails, 3);
+}
+
+TEST(MailFileTest, TellsAnAbsentFileFromOneThatCannotBeRead)
+{
+    const TemporaryFolder folder;
+    const auto place = folder.GetLocation();
+    EXPECT_EQ(SYC::MailFile::Read(place.Appended(u"Mails.dat")).outcome, Outcome::Absent);
+    EXPECT_THROW(static_cast<void>(SYC::MailFile::Read(place)), IO::IOException);
+    IO::File::Replace(place.Appended(u"Mails.dat"), "");
+    EXPECT_EQ(SYC::MailFile::Read(place.Appended(u"Mails.dat")).outcome, Outcome::Damaged);
+}
+
+TEST(MailFileTest, LeavesTheFileAsItWasWhenAMailCannotBeWritten)
+{
+    const TemporaryFolder folder;
+    const auto file = folder.GetLocation().Appended(u"Mails.dat");
+    SYC::MailFile::Write(file, GoldenMails());
+    auto broken = OV::MakeRef<ClientMail>();
+    broken->SetActionList(MakeActions({nullptr}));
+    EXPECT_THROW(SYC::MailFile::Write(file, {broken}), OV::NullReferenceException);
+    EXPECT_THROW(SYC::MailFile::Write(file, {nullptr}), OV::NullReferenceException);
+    const auto content = SYC::MailFile::Read(file);
+    EXPECT_EQ(content.outcome, Outcome::Complete);
+    ExpectMails(content.mails, 3);
+}
