@@ -14,6 +14,7 @@
 
 #include <algorithm>
 #include <iostream>
+#include <optional>
 
 namespace {
 
@@ -26,7 +27,7 @@ struct Options {
     std::uint16_t managementPort = 0;
     std::uint16_t messagingPort = 0;
     bool sample = false;
-    std::string newUser;
+    std::optional<std::string> newUser;
     std::string passwordFile;
     PasswordHash::Cost cost = PasswordHash::Cost::Interactive;
 };
@@ -100,11 +101,13 @@ void AddUser(Database& database, const PasswordHash& hash, const Options& option
     if (password.empty())
         throw std::runtime_error(
             "The password is empty. Give it in --password-file or on standard input.");
+    const std::string& login = *options.newUser;
+    if (login.empty())
+        throw std::runtime_error("The login name is empty. Give one with --add-user.");
     UserStore users(database);
-    if (users.FindByLogin(options.newUser))
-        throw std::runtime_error("There is a user \"" + options.newUser + "\" already.");
-    users.Add({OV::ToUtf8(OV::Guid::Generate().ToText()), options.newUser, options.newUser,
-               hash.Make(password)});
+    if (users.FindByLogin(login))
+        throw std::runtime_error("There is a user \"" + login + "\" already.");
+    users.Add({OV::ToUtf8(OV::Guid::Generate().ToText()), login, login, hash.Make(password)});
 }
 
 /// The three services on their ports; lives as long as the process.
@@ -166,7 +169,7 @@ void Serve(const Options& options)
     SendLogToStandardError();
     PasswordHash hash(options.cost);
     Database database(StorePath(options));
-    if (!options.newUser.empty()) {
+    if (options.newUser) {
         AddUser(database, hash, options);
         return;
     }

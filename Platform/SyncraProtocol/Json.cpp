@@ -197,8 +197,11 @@ Session FromJson<Session>(const json& value)
     session.userName = ReadText(value, "userName");
     session.logonId = ReadNumber<std::int32_t>(value, "logonId", 1, 32767);
     session.roleName = ReadText(value, "roleName");
-    for (const auto& permission : ReadArray(value, "permissions"))
+    for (const auto& permission : ReadArray(value, "permissions")) {
+        if (!permission.is_string())
+            Fail("permissions", "an array of texts");
         session.permissions.insert(TextFromJson(permission));
+    }
     session.startTime = ReadNumber<std::int32_t>(value, "startTime");
     return session;
 }

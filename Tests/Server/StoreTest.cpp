@@ -1,7 +1,9 @@
 #include "ServerTest.hpp"
 
+#include <atomic>
 #include <fstream>
 #include <sstream>
+#include <thread>
 
 namespace {
 
@@ -94,6 +96,7 @@ TEST_F(StoreTest, AFirstUserComesFromStandardInputAndOnlyOnce)
 TEST_F(StoreTest, AStoreThatCannotBeUsedOrAPortInUseEndsTheStartWithAReason)
 {
     WriteFile(folder.Path() / "text.db", std::string(5000, 'x'));
+    WriteFile(folder.Path() / "password", "p");
     EditStore(server.StorePath(), "PRAGMA wal_checkpoint(TRUNCATE)");
     const auto newer = folder.Path() / "newer.db";
     fs::copy_file(server.StorePath(), newer);
@@ -106,6 +109,8 @@ TEST_F(StoreTest, AStoreThatCannotBeUsedOrAPortInUseEndsTheStartWithAReason)
         {"--data", folder.Path() / "other.db", "--port", port},
         {"--data", folder.Path() / "other.db", "--port", "0", "--listen", "nowhere"},
         {"--port", "70000"},
+        {"--data", folder.Path() / "other.db", "--port", "0", "--add-user", "", "--password-file",
+         folder.Path() / "password"},
         {"--hash", "none"},
     };
     for (const auto& arguments : starts) {
@@ -114,5 +119,46 @@ TEST_F(StoreTest, AStoreThatCannotBeUsedOrAPortInUseEndsTheStartWithAReason)
         EXPECT_NE(ServerProcess::Run(arguments, "/dev/null", output), 0) << arguments[1];
         EXPECT_FALSE(ReadFile(output).empty()) << arguments[1];
         EXPECT_EQ(ReadFile(output).find("server ready"), std::string::npos) << arguments[1];
+    }
+}
+
+TEST_F(StoreTest, AnotherStartWithTheSampleTeamWritesNothing)
+{
+    const auto path = ProjectPath(Sample::HarbourBridge, "sessions");
+    ASSERT_EQ(SignedIn("anna.novak").Ask("POST", path, "{}").status, 200);
+    ASSERT_EQ(server.Terminate(), 0);
+    const auto before = ReadFile(server.StorePath());
+    server.Start();
+    ASSERT_EQ(server.Terminate(), 0);
+    EXPECT_TRUE(ReadFile(server.StorePath()) == before);
+}
+
+TEST_F(StoreTest, WhatWasAnsweredSurvivesAKillInTheMiddleOfWrites)
+{
+    const auto path = ProjectPath(Sample::HarbourBridge, "sessions");
+    const std::string session = SignedIn("anna.novak").Ask("POST", path, "{}").json.at("id");
+    const auto attribute = "/syncra/v1/sessions/" + session + "/attributes/count";
+    for (int round = 0; round < 5; ++round) {
+        Client writing = SignedIn("anna.novak");
+        std::atomic<int> answered = 0;
+        std::atomic<bool> ended = false;
+        std::thread writer([&] {
+            for (int i = 1;
+                 writing.Ask("PUT", attribute, nlohmann::json{{"value", std::to_string(i)}}.dump())
+                     .status == 200;
+                 ++i)
+                answered = i;
+            ended = true;
+        });
+        while (answered < 20 + round && !ended)
+            std::this_thread::yield();
+        EXPECT_FALSE(ended);
+        server.Kill();
+        writer.join();
+        server.Start();
+        const auto value = SignedIn("anna.novak").Ask("GET", attribute).json.at("value");
+        // The write that was under way may have happened; nothing else may differ.
+        EXPECT_TRUE(value == std::to_string(answered) || value == std::to_string(answered + 1))
+            << value << " after " << answered;
     }
 }
