@@ -1,10 +1,9 @@
 #include "Database.hpp"
 
+#include "IO/File.hpp"
 #include "Schema.hpp"
 
-#include <fcntl.h>
 #include <sqlite3.h>
-#include <unistd.h>
 
 namespace Nexar {
 
@@ -77,11 +76,10 @@ std::int64_t Statement::Number(int column) const
 
 Database::Database(const std::string& path)
 {
-    // Made here first: SQLite would make it readable for everybody, and its side files copy its
-    // mode.
-    const int file = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
-    if (file >= 0)
-        close(file);
+    // Made here first: SQLite would make it readable for everybody, and its side files copy its mode.
+    const auto place = IO::Location::FromPath(OV::FromUtf8(path));
+    if (!IO::File::Exists(place))
+        IO::File::Replace(place, {}, true);
     if (sqlite3_open_v2(path.c_str(), &database_, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE,
                         nullptr) != SQLITE_OK) {
         const std::string reason = sqlite3_errmsg(database_);

@@ -17,6 +17,8 @@ private:
 
 class MemoryOChannel final : public OChannel {
 public:
+    /// Makes room for `size` bytes in all, for a writer that knows how many come.
+    void Reserve(std::size_t size) { bytes_.reserve(size); }
     [[nodiscard]] ChannelStatus WriteBytes(std::span<const std::byte> source) override;
     [[nodiscard]] const String& Bytes() const noexcept { return bytes_; }
     [[nodiscard]] String TakeBytes() noexcept { return std::move(bytes_); }

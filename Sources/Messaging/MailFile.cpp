@@ -16,6 +16,27 @@ void RequireOk(OV::ChannelStatus status)
         throw OV::ChannelException(OV::StringView("A mail cannot be written."));
 }
 
+/// Takes bytes and keeps their number alone.
+class ByteCounter final : public OV::OChannel {
+public:
+    [[nodiscard]] OV::ChannelStatus WriteBytes(std::span<const std::byte> source) override
+    {
+        count_ += source.size();
+        return OV::ChannelOk;
+    }
+    [[nodiscard]] std::size_t Count() const noexcept { return count_; }
+
+private:
+    std::size_t count_ = 0;
+};
+
+void WriteMails(const MailList& mails, OV::OChannel& channel)
+{
+    RequireOk(channel.Write(static_cast<std::uint32_t>(mails.size())));
+    for (const auto& mail : mails)
+        RequireOk(mail->Write(channel));
+}
+
 OV::ChannelStatus ReadMails(MailList& mails, OV::IChannel& channel)
 {
     std::uint32_t count = 0;
@@ -58,10 +79,12 @@ OV::String Encode(const MailList& mails)
 {
     if (mails.size() > std::numeric_limits<std::uint32_t>::max())
         throw OV::ChannelException(OV::StringView("The mails are too many for one file."));
+    // A box of many megabytes that grows by doubling is copied and held twice on the way.
+    ByteCounter counter;
+    WriteMails(mails, counter);
     OV::MemoryOChannel channel;
-    RequireOk(channel.Write(static_cast<std::uint32_t>(mails.size())));
-    for (const auto& mail : mails)
-        RequireOk(mail->Write(channel));
+    channel.Reserve(counter.Count());
+    WriteMails(mails, channel);
     return channel.TakeBytes();
 }
 

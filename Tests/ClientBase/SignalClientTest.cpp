@@ -66,6 +66,12 @@ public:
         std::unique_lock guard(lock_);
         EXPECT_TRUE(changed_.wait_for(guard, Patience, [&] { return held_ > 0; }));
     }
+    /// Far sooner than a held request would end by itself.
+    void AwaitNoHeldRequest()
+    {
+        std::unique_lock guard(lock_);
+        EXPECT_TRUE(changed_.wait_for(guard, Patience / 3, [&] { return held_ == 0; }));
+    }
     [[nodiscard]] int Connects()
     {
         const std::lock_guard guard(lock_);
@@ -137,6 +143,7 @@ private:
             return canceled || !reachable_ || refusal_ != 0 || sequence_ != after;
         });
         --held_;
+        changed_.notify_all();
         if (canceled || OV::Thread::IsInterrupted())
             throw OV::InterruptedException();
         ThrowIfAway();
@@ -308,6 +315,7 @@ TEST_F(SignalClientTest, WorkingOfflineEndsTheRequestAndLastsUntilLifted)
     server_.AwaitHeldRequest();
     client_.SetForcedOffline(true);
     EXPECT_EQ(client_.GetPresenceService().GetState(), PresenceState::Offline);
+    server_.AwaitNoHeldRequest();
     server_.Emit(SignalId::NewMail);
     std::this_thread::sleep_for(std::chrono::milliseconds(100));
     EXPECT_EQ(server_.Connects(), 1);

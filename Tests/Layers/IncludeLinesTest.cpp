@@ -130,7 +130,7 @@ TEST(LayersTest, OperatingSystemCallsStandInOneFileASystem)
         "unistd.h",      "fcntl.h",   "sys/stat.h", "sys/file.h", "sys/types.h",
         "dirent.h",      "termios.h", "pthread.h",  "signal.h",   "windows.h",
         "sys/utsname.h", "pwd.h",     "sys/wait.h"};
-    for (const char* folder : {"Platform", "Sources", "Tools"})
+    for (const char* folder : {"Platform", "Sources", "Server", "Tools"})
         for (const auto& include : IncludesBelow(folder))
             if (systemHeaders.count(include.header) == 1) {
                 EXPECT_NE(include.file.string().find("_posix."), std::string::npos)

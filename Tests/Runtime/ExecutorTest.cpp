@@ -200,6 +200,8 @@ TEST(ExecutorTest, EveryTaskOfEveryCallerRunsOnce)
 
 TEST(ExecutorTest, APoolGrowsToItsMaximumAndGivesItsThreadsBack)
 {
+    // The thread sanitizer starts one of its own with the first that we start.
+    std::thread([] {}).join();
     const std::size_t before = ThreadCount();
     OV::PooledExecutor executor(1, 3, 50);
     EXPECT_EQ(ThreadCount(), before) << "threads come with the first task";
@@ -212,7 +214,7 @@ TEST(ExecutorTest, APoolGrowsToItsMaximumAndGivesItsThreadsBack)
             --running;
         }));
     EXPECT_TRUE(Eventually([&] { return running == 3; }));
-    EXPECT_EQ(ThreadCount(), before + 3);
+    EXPECT_TRUE(Eventually([&] { return ThreadCount() == before + 3; }));
     go.Notify();
     EXPECT_TRUE(Eventually([&] { return ThreadCount() == before; })) << "after the keep-alive";
 

@@ -43,6 +43,15 @@ std::string Outcome(HttpClient& client, HttpMethod method = HttpMethod::Get, OV:
     }
 }
 
+/// Until the request is there and curl's own timers of a new connection, which would wake it too,
+/// are over.
+void AwaitQuietWait(const std::atomic<bool>& arrived)
+{
+    while (!arrived)
+        std::this_thread::yield();
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+}
+
 void StreamForEver(const ScriptedServer::Peer& peer, std::string_view head, std::string_view piece)
 {
     std::string block;
@@ -253,8 +262,7 @@ TEST(HttpClientTest, AHeldRequestEndsWhenItsThreadIsInterrupted)
     HttpClient client = ClientOf(server);
     std::promise<std::string> outcome;
     OV::Thread thread("Held", [&] { outcome.set_value(Outcome(client)); });
-    while (!arrived)
-        std::this_thread::yield();
+    AwaitQuietWait(arrived);
     const auto begin = Clock::now();
     thread.Interrupt();
     EXPECT_EQ(outcome.get_future().get(), "InterruptedException");
@@ -272,8 +280,7 @@ TEST(HttpClientTest, CancelEndsTheRequestUnderWayAndEveryLaterOne)
     });
     HttpClient client = ClientOf(server);
     auto outcome = std::async(std::launch::async, [&] { return Outcome(client); });
-    while (!arrived)
-        std::this_thread::yield();
+    AwaitQuietWait(arrived);
     const auto begin = Clock::now();
     client.Cancel();
     EXPECT_EQ(outcome.get(), "InterruptedException");

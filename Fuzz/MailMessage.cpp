@@ -1,0 +1,55 @@
+#include "Targets.hpp"
+
+#include "Messaging/MailMessageConversion.hpp"
+#include "SyncraProtocol/Detail/MessageJson.hpp"
+
+#include <nlohmann/json.hpp>
+
+#include <optional>
+
+namespace {
+
+using Syncra::Protocol::Message;
+
+std::optional<SYC::ClientMail> ToMail(const Message& message)
+{
+    if (!SYC::MailMessageConversion::IsCurrentFormat(message))
+        return SYC::ClientMail(message);
+    try {
+        SYC::ClientMail mail;
+        if (mail.SyncraMessageConvertTo(message) == OV::ChannelOk)
+            return mail;
+    } catch (const OV::IllegalReferenceException&) {
+    } catch (const SYC::MailConversionException&) {
+    }
+    return std::nullopt;
+}
+
+std::optional<Message> ToMessage(OV::StringView body)
+{
+    using namespace Syncra::Protocol;
+    try {
+        return FromJson<Message>(ParseJson(body));
+    } catch (const MalformedRecordException&) {
+        return std::nullopt;
+    }
+}
+
+}  // namespace
+
+// The bytes are a message as a server sends it.
+void Fuzz::MailMessage(OV::StringView bytes)
+{
+    const auto message = ToMessage(bytes);
+    if (!message)
+        return;
+    const auto onTheWire = Syncra::Protocol::DumpJson(ToJson(*message));
+    Promise(ToMessage(onTheWire) == message, "a message comes back as it was");
+    auto mail = ToMail(*message);
+    if (!mail)
+        return;
+    const auto sent = mail->ConvertToSyncraMessage();
+    auto received = ToMail(sent);
+    Promise(received.has_value(), "what was received can be sent and received");
+    Promise(received->ConvertToSyncraMessage() == sent, "equal mails are equal messages");
+}

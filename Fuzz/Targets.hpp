@@ -1,0 +1,21 @@
+#pragma once
+
+#include "OVRoot/UniString.hpp"
+
+#include <stdexcept>
+
+/// What the fuzzers run, one function a target, and the corpus tests too. Bytes that are refused
+/// are fine; a broken promise about accepted ones throws std::logic_error.
+namespace Fuzz {
+
+void MailDisk(OV::StringView bytes);
+void MailCompact(OV::StringView bytes);
+void MailMessage(OV::StringView bytes);
+
+inline void Promise(bool isKept, const char* promise)
+{
+    if (!isKept)
+        throw std::logic_error(promise);
+}
+
+}  // namespace Fuzz
