@@ -93,13 +93,19 @@ Database::Database(const std::string& path)
         Execute("PRAGMA foreign_keys = ON");
         Migrate();
     } catch (...) {
-        sqlite3_close(database_);
+        Close();
         throw;
     }
 }
 
 Database::~Database()
 {
+    Close();
+}
+
+void Database::Close() noexcept
+{
+    // SQLite does not close, and leaks, while a statement is open.
     for (const auto& [sql, statement] : statements_)
         sqlite3_finalize(statement);
     // The last connection that closes writes the log back into the file.

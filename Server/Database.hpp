@@ -69,6 +69,7 @@ public:
 
 private:
     void Migrate();
+    void Close() noexcept;
 
     sqlite3* database_ = nullptr;
     std::map<const char*, sqlite3_stmt*> statements_;

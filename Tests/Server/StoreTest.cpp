@@ -119,6 +119,8 @@ TEST_F(StoreTest, AStoreThatCannotBeUsedOrAPortInUseEndsTheStartWithAReason)
         EXPECT_NE(ServerProcess::Run(arguments, "/dev/null", output), 0) << arguments[1];
         EXPECT_FALSE(ReadFile(output).empty()) << arguments[1];
         EXPECT_EQ(ReadFile(output).find("server ready"), std::string::npos) << arguments[1];
+        // Its exit code would hide among those of the refusals.
+        EXPECT_EQ(ReadFile(output).find("Sanitizer"), std::string::npos) << ReadFile(output);
     }
 }
 
