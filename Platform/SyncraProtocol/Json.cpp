@@ -1,7 +1,10 @@
 #include "SyncraProtocol/Detail/Json.hpp"
 
+#include "OVRoot/Base64.hpp"
+
 #include <nlohmann/json.hpp>
 
+#include <iterator>
 #include <limits>
 
 namespace Syncra::Protocol {
@@ -58,13 +61,11 @@ Number ReadNumber(const json& object, const char* key,
     return static_cast<Number>(ReadInteger(object, key, minimum, maximum));
 }
 
-/// Sequences are unsigned and use the whole range.
-std::uint64_t ReadSequence(const json& object, const char* key)
+/// Permissions, whose order says nothing.
+OV::HashSet<OV::UniString> ReadTextSet(const json& object, const char* key)
 {
-    const json& value = Field(object, key);
-    if (!value.is_number_unsigned())
-        Fail(key, "a whole number from 0");
-    return value.get<std::uint64_t>();
+    auto texts = ReadTexts(object, key);
+    return {std::make_move_iterator(texts.begin()), std::make_move_iterator(texts.end())};
 }
 
 }  // namespace
@@ -148,6 +149,50 @@ const json& ReadArray(const json& object, const char* key)
     return value;
 }
 
+OV::String ReadBytes(const json& object, const char* key, std::size_t maximumSize)
+{
+    const json& value = Field(object, key);
+    if (!value.is_string())
+        Fail(key, "a text");
+    const auto& text = value.get_ref<const json::string_t&>();
+    if (text.size() / 4 * 3 > maximumSize + 2)
+        Fail(key, "within its size");
+    auto bytes = OV::DecodeBase64(text);
+    if (!bytes || bytes->size() > maximumSize)
+        Fail(key, "base64 within its size");
+    return *std::move(bytes);
+}
+
+std::uint64_t ReadSequence(const json& object, const char* key)
+{
+    const json& value = Field(object, key);
+    if (!value.is_number_unsigned())
+        Fail(key, "a whole number from 0");
+    return value.get<std::uint64_t>();
+}
+
+OV::Array<OV::UniString> ReadTexts(const json& object, const char* key)
+{
+    OV::Array<OV::UniString> texts;
+    for (const json& text : ReadArray(object, key)) {
+        if (!text.is_string())
+            Fail(key, "an array of texts");
+        texts.push_back(TextFromJson(text));
+    }
+    return texts;
+}
+
+template <class Texts>
+json TextsToJson(const Texts& texts)
+{
+    json array = json::array();
+    for (const auto& text : texts)
+        array.push_back(TextToJson(text));
+    return array;
+}
+template json TextsToJson(const OV::Array<OV::UniString>& texts);
+template json TextsToJson(const OV::HashSet<OV::UniString>& texts);
+
 json ToJson(const Project& project)
 {
     return {{"id", TextToJson(project.id)},
@@ -175,9 +220,6 @@ Project FromJson<Project>(const json& value)
 
 json ToJson(const Session& session)
 {
-    json permissions = json::array();
-    for (const auto& permission : session.permissions)
-        permissions.push_back(TextToJson(permission));
     return {{"id", TextToJson(session.id)},
             {"projectId", TextToJson(session.projectId)},
             {"userId", TextToJson(session.userId)},
@@ -185,7 +227,7 @@ json ToJson(const Session& session)
             {"userName", TextToJson(session.userName)},
             {"logonId", session.logonId},
             {"roleName", TextToJson(session.roleName)},
-            {"permissions", std::move(permissions)},
+            {"permissions", TextsToJson(session.permissions)},
             {"startTime", session.startTime}};
 }
 
@@ -200,13 +242,49 @@ Session FromJson<Session>(const json& value)
     session.userName = ReadText(value, "userName");
     session.logonId = ReadNumber<std::int32_t>(value, "logonId", 1, 32767);
     session.roleName = ReadText(value, "roleName");
-    for (const auto& permission : ReadArray(value, "permissions")) {
-        if (!permission.is_string())
-            Fail("permissions", "an array of texts");
-        session.permissions.insert(TextFromJson(permission));
-    }
+    session.permissions = ReadTextSet(value, "permissions");
     session.startTime = ReadNumber<std::int32_t>(value, "startTime");
     return session;
+}
+
+json ToJson(const Member& member)
+{
+    return {{"id", member.id},
+            {"loginName", TextToJson(member.loginName)},
+            {"fullName", TextToJson(member.fullName)},
+            {"guid", TextToJson(member.guid.ToText())},
+            {"color", member.color},
+            {"roleName", TextToJson(member.roleName)},
+            {"permissions", TextsToJson(member.permissions)}};
+}
+
+template <>
+Member FromJson<Member>(const json& value)
+{
+    Member member;
+    member.id = ReadNumber<std::int16_t>(value, "id", 1, 32767);
+    member.loginName = ReadText(value, "loginName");
+    member.fullName = ReadText(value, "fullName");
+    try {
+        member.guid = OV::Guid::Parse(ReadText(value, "guid"));
+    } catch (const OV::IllegalArgumentException&) {
+        Fail("guid", "an identity");
+    }
+    member.color = ReadNumber<std::uint32_t>(value, "color", 0, 0xFFFFFF);
+    member.roleName = ReadText(value, "roleName");
+    member.permissions = ReadTextSet(value, "permissions");
+    return member;
+}
+
+json ToJson(const Photo& photo)
+{
+    return {{"type", TextToJson(photo.type)}, {"data", OV::EncodeBase64(photo.data)}};
+}
+
+template <>
+Photo FromJson<Photo>(const json& value)
+{
+    return {ReadText(value, "type"), ReadBytes(value, "data", Photo::MaximumSize)};
 }
 
 json ToJson(const ServicePort& port)

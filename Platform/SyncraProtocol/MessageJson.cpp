@@ -33,21 +33,6 @@ Header ReadHeader(const json& value)
     return header;
 }
 
-OV::String ReadBody(const json& value)
-{
-    const auto found = value.find("body");
-    if (found == value.end() || !found->is_string())
-        throw MalformedRecordException(OV::StringView("Field \"body\" is not a text."));
-    const auto& text = found->get_ref<const json::string_t&>();
-    // Looked at first, so that an oversized body is not decoded just to be refused.
-    if (text.size() / 4 * 3 > Message::MaximumBodySize + 2)
-        throw MalformedRecordException(OV::StringView("The body of a mail is too long."));
-    auto bytes = OV::DecodeBase64(text);
-    if (!bytes || bytes->size() > Message::MaximumBodySize)
-        throw MalformedRecordException(OV::StringView("The body of a mail is no base64."));
-    return *std::move(bytes);
-}
-
 }  // namespace
 
 json ToJson(const Message& message)
@@ -73,7 +58,7 @@ Message FromJson<Message>(const json& value)
     message.timeStamp =
         static_cast<std::int32_t>(ReadInteger(value, "timeStamp", Seconds::min(), Seconds::max()));
     message.header = ReadHeader(value);
-    message.bodyData = ReadBody(value);
+    message.bodyData = ReadBytes(value, "body", Message::MaximumBodySize);
     return message;
 }
 

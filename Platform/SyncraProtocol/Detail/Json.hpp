@@ -1,6 +1,7 @@
 #pragma once
 
 #include "OVRoot/Exception.hpp"
+#include "SyncraProtocol/Member.hpp"
 #include "SyncraProtocol/Project.hpp"
 #include "SyncraProtocol/ServicePort.hpp"
 #include "SyncraProtocol/Session.hpp"
@@ -35,9 +36,22 @@ public:
 [[nodiscard]] bool ReadBool(const nlohmann::json& object, const char* key);
 /// The array under `key`.
 [[nodiscard]] const nlohmann::json& ReadArray(const nlohmann::json& object, const char* key);
+/// The bytes that the text under `key` holds in base64; no base64 and more than `maximumSize` bytes
+/// are refused, the latter before anything is decoded.
+[[nodiscard]] OV::String ReadBytes(const nlohmann::json& object, const char* key,
+                                   std::size_t maximumSize);
+/// A number of the whole unsigned range, as sequences are.
+[[nodiscard]] std::uint64_t ReadSequence(const nlohmann::json& object, const char* key);
+/// The array of texts under `key`.
+[[nodiscard]] OV::Array<OV::UniString> ReadTexts(const nlohmann::json& object, const char* key);
+/// An array of such texts.
+template <class Texts>
+[[nodiscard]] nlohmann::json TextsToJson(const Texts& texts);
 
 [[nodiscard]] nlohmann::json ToJson(const Project& project);
 [[nodiscard]] nlohmann::json ToJson(const Session& session);
+[[nodiscard]] nlohmann::json ToJson(const Member& member);
+[[nodiscard]] nlohmann::json ToJson(const Photo& photo);
 [[nodiscard]] nlohmann::json ToJson(const ServicePort& port);
 [[nodiscard]] nlohmann::json ToJson(const Signal& signal);
 [[nodiscard]] nlohmann::json ToJson(const SignalBatch& batch);
@@ -50,6 +64,11 @@ template <>
 Project FromJson<Project>(const nlohmann::json& value);
 template <>
 Session FromJson<Session>(const nlohmann::json& value);
+template <>
+Member FromJson<Member>(const nlohmann::json& value);
+/// Data that is no base64 or longer than Photo::MaximumSize is refused as well.
+template <>
+Photo FromJson<Photo>(const nlohmann::json& value);
 template <>
 ServicePort FromJson<ServicePort>(const nlohmann::json& value);
 template <>

@@ -1,0 +1,33 @@
+#pragma once
+
+#include "OVRoot/Containers.hpp"
+#include "OVRoot/Guid.hpp"
+#include "OVRoot/UniString.hpp"
+
+namespace Syncra::Protocol {
+
+/// A member of a project as its model service lists him.
+struct Member {
+    std::int16_t id = 0;  ///< short number of the user in this project, 1 to 32767
+    OV::UniString loginName;
+    OV::UniString fullName;
+    OV::Guid guid;
+    std::uint32_t color = 0;  ///< 0xRRGGBB
+    OV::UniString roleName;
+    OV::HashSet<OV::UniString> permissions;
+
+    friend bool operator==(const Member&, const Member&) = default;
+};
+
+/// A user's photo as the management service keeps it. Type and data are empty when there is none.
+struct Photo {
+    /// The most bytes of an encoded picture.
+    static constexpr std::size_t MaximumSize = 4 * 1024 * 1024;
+
+    OV::UniString type;  ///< media type: "image/png" or "image/jpeg"
+    OV::String data;
+
+    friend bool operator==(const Photo&, const Photo&) = default;
+};
+
+}  // namespace Syncra::Protocol
