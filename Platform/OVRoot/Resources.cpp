@@ -14,6 +14,7 @@ namespace OV {
 namespace Embedded {
 std::string_view StringLists();
 std::string_view Alerts();
+std::string_view Picture(int number);
 }  // namespace Embedded
 
 namespace {
@@ -91,6 +92,14 @@ const AlertResource& GetAlertResource(int number)
     if (found == alerts.end())
         throw IllegalReferenceException("There is no alert " + std::to_string(number) + ".");
     return found->second;
+}
+
+StringView GetPictureResource(int number)
+{
+    const StringView picture = Embedded::Picture(number);
+    if (picture.empty())
+        throw IllegalReferenceException("There is no picture " + std::to_string(number) + ".");
+    return picture;
 }
 
 AlertPresenter* AlertPresenter::SetCurrent(AlertPresenter* presenter)

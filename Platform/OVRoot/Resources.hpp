@@ -22,6 +22,10 @@ struct AlertResource {
 
 [[nodiscard]] const AlertResource& GetAlertResource(int number);
 
+/// The PNG bytes of a picture of the library, by number; they stay for the life of the process. An
+/// unknown number throws IllegalReferenceException.
+[[nodiscard]] StringView GetPictureResource(int number);
+
 /// Shows alerts. The host's toolkit installs its own; without one an alert goes to the log and is
 /// answered with its last button, the one that changes nothing.
 class AlertPresenter {
