@@ -42,7 +42,7 @@ MailClient::MailClient(SYCB::PKSignalClient& signalClient,
 {
     if (m_instance != nullptr)
         throw OV::IllegalArgumentException(
-            OV::UniStringView(u"A mail client exists already; a process has one at a time."));
+            OV::UniString(u"A mail client exists already; a process has one at a time."));
     m_instance = this;
     signalClient_.Attach(*this);
     signalClient_.GetPresenceService().Attach(*this);
@@ -109,7 +109,7 @@ void MailClient::SendMail(const OV::Array<OV::UniString>& recipients, ClientMail
                           MailClientActionResultObserver* observer)
 {
     if (recipients.empty())
-        throw OV::IllegalArgumentException(OV::UniStringView(u"The mail has no recipient."));
+        throw OV::IllegalArgumentException(OV::UniString(u"The mail has no recipient."));
     mail.SetId(OV::Guid::Generate().ToText());
     mail.SetSendingTime(OV::Clock::Current().Now());
     mail.SetRecipientsLoginName(recipients);
