@@ -9,6 +9,7 @@
 #include <fstream>
 #include <iterator>
 #include <ostream>
+#include <random>
 
 using NewDisplay::NativeImage;
 using Pixel = NativeImage::Pixel;
@@ -24,6 +25,16 @@ inline OV::String Golden(const OV::String& name)
     std::ifstream file(SYCLIENT_TEST_SOURCE_DIR "/Tests/Display/Golden/" + name, std::ios::binary);
     EXPECT_TRUE(file) << name;
     return {std::istreambuf_iterator<char>(file), {}};
+}
+
+/// An opaque picture that no encoder makes smaller.
+inline NativeImage Noise(int width, int height)
+{
+    std::mt19937 random(1);
+    std::vector<Pixel> pixels(static_cast<std::size_t>(width) * static_cast<std::size_t>(height));
+    for (auto& pixel : pixels)
+        pixel = random() | 0xFF000000;
+    return NativeImage::FromPixels(width, height, std::move(pixels));
 }
 
 /// Whether no byte of the two differs by more than `tolerance`.

@@ -155,14 +155,8 @@ TEST(ImageCodingTest, PutsTransparencyOnWhiteInAJpeg)
     EXPECT_TRUE(Near(image.GetPixel(8, 4), 0xFFBF7F7F, 2)) << std::hex << image.GetPixel(8, 4);
 }
 
-TEST(ImageCodingTest, EncodesNothingThatItWouldNotDecode)
+TEST(ImageCodingTest, EncodesNoEmptyImageAndNoUnknownFormat)
 {
     EXPECT_THROW((void)EncodeImage({}, ImageFormat::Png), ImageException);
     EXPECT_THROW((void)EncodeImage(Uniform(1, 1, 0), ImageFormat(3)), ImageException);
-    std::vector<Pixel> noise(2400 * 2400);
-    Pixel state = 1;
-    for (auto& pixel : noise)
-        pixel = (state = state * 1664525 + 1013904223) | 0xFF000000;
-    const auto image = NativeImage::FromPixels(2400, 2400, std::move(noise));
-    EXPECT_THROW((void)EncodeImage(image, ImageFormat::Png), ImageException);
 }

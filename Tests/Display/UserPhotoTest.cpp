@@ -40,42 +40,46 @@ constexpr Geometry Geometries[] = {
     {100, 10, 50, 60, 0, 27.5, 50, 32.5}, {7, 49, 1, 7, 0, 0, 1, 7},
 };
 
+/// Whether a pixel is what it has to be under the veil and the badge. Those that an edge cuts are
+/// only bound to show something.
+bool IsDimmed(const Geometry& g, const NativeImage& badge, int x, int y, Pixel pixel)
+{
+    const double covered = Covered(x, g.left, g.right) * Covered(y, g.top, g.bottom);
+    const double badgeX = x - (g.right - BadgeSide);
+    const double badgeY = y - (g.bottom - BadgeSide);
+    if (covered < 1)
+        return (pixel == 0) == (covered == 0);
+    const auto veiled = Over(Veil, Red);
+    if (badgeX < 0 || badgeY <= -1)
+        return Near(pixel, veiled, 2);
+    if (badgeY != std::floor(badgeY))
+        return true;
+    return badgeY < 0 ? Near(pixel, veiled, 2)
+                      : Near(pixel, Over(badge.GetPixel(int(badgeX), int(badgeY)), veiled), 2);
+}
+
 }  // namespace
 
 TEST(UserPhotoTest, CentresThePhotoAndDimsItAndNothingElse)
 {
     const auto badge = Resource(SYC::Picture::DimmedBadge);
-    ASSERT_EQ(badge.GetWidth(), BadgeSide);
-    ASSERT_EQ(badge.GetHeight(), BadgeSide);
+    ASSERT_EQ(std::pair(badge.GetWidth(), badge.GetHeight()), std::pair(BadgeSide, BadgeSide));
     for (const auto& g : Geometries) {
         const auto photo = Uniform(g.photoWidth, g.photoHeight, Red);
         const auto plain = GetUserPhoto(photo, g.width, g.height, false, false);
         const auto dimmed = GetUserPhoto(photo, g.width, g.height, true, true);
         ASSERT_EQ(plain.GetWidth(), g.width);
         ASSERT_EQ(plain.GetHeight(), g.height);
-        const double badgeLeft = g.right - BadgeSide, badgeTop = g.bottom - BadgeSide;
-        int badged = 0;
         for (int y = 0; y < g.height; ++y)
             for (int x = 0; x < g.width; ++x) {
                 const double covered = Covered(x, g.left, g.right) * Covered(y, g.top, g.bottom);
                 const auto alpha = static_cast<Pixel>(std::lround(255 * covered));
                 EXPECT_TRUE(Near(plain.GetPixel(x, y), alpha << 24 | alpha << 16, 1))
                     << x << ' ' << y << ' ' << std::hex << plain.GetPixel(x, y);
-                if (covered == 0)
-                    EXPECT_EQ(dimmed.GetPixel(x, y), 0u) << x << ' ' << y;
-                if (covered < 1 || badgeTop != std::floor(badgeTop))
-                    continue;
-                auto expected = Over(Veil, Red);
-                if (x >= badgeLeft && y >= badgeTop) {
-                    expected =
-                        Over(badge.GetPixel(x - int(badgeLeft), y - int(badgeTop)), expected);
-                    ++badged;
-                }
-                EXPECT_TRUE(Near(dimmed.GetPixel(x, y), expected, 2))
-                    << x << ' ' << y << ' ' << std::hex << dimmed.GetPixel(x, y);
+                EXPECT_TRUE(IsDimmed(g, badge, x, y, dimmed.GetPixel(x, y)))
+                    << g.photoWidth << ": " << x << ' ' << y << std::hex << ' '
+                    << dimmed.GetPixel(x, y);
             }
-        if (badgeTop == std::floor(badgeTop))
-            EXPECT_EQ(badged, std::min(BadgeSide, g.width) * std::min(BadgeSide, g.height));
     }
 }
 

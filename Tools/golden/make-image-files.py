@@ -92,6 +92,10 @@ def scan(components, blocks, ac):
     return marker(0xDA, bytes([components]) + selectors + bytes([0, 63 if ac else 0, 0])) + data
 
 
+# Says of two grey blocks that all their other coefficients are 0.
+REST_OF_PROGRESSION = marker(0xDA, bytes([1, 1, 0, 1, 63, 0])) + b"\x3f"
+
+
 def jpeg(blocks, extra=b"", progressive=False, scans=1):
     components = len(blocks[0])
     frame = struct.pack(">BHHB", 8, 8, 16, components)
@@ -100,7 +104,8 @@ def jpeg(blocks, extra=b"", progressive=False, scans=1):
             marker(0xC2 if progressive else 0xC0, frame) +
             marker(0xC4, bytes([0x00, 0, 0, 0, 12] + [0] * 12 + list(range(12)))) +
             marker(0xC4, bytes([0x10, 1] + [0] * 15 + [0])) +
-            scan(components, blocks, not progressive) * scans + b"\xff\xd9")
+            scan(components, blocks, not progressive) * scans +
+            (REST_OF_PROGRESSION if progressive else b"") + b"\xff\xd9")
 
 
 def adobe(transform):
