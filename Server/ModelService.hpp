@@ -23,10 +23,6 @@ private:
     void AddSessionRoutes(Router& router);
     void AddAttributeRoutes(Router& router);
 
-    /// The project, or a refusal.
-    [[nodiscard]] Syncra::Protocol::Project FindProject(const std::string& projectId);
-    /// The same for members only.
-    Syncra::Protocol::Project RequireMembership(const Call& call, const std::string& projectId);
     void RequireOwnSession(const Call& call, const std::string& sessionId);
     [[nodiscard]] nlohmann::json StartSession(const Call& call);
     void WaitForSignals(const Call& call, const Reply& reply);
