@@ -115,9 +115,9 @@ void AddUser(Database& database, const PasswordHash& hash, const Options& option
 class Services {
 public:
     Services(Database& database, PasswordHash& hash)
-        : users_(database), projects_(database), sessions_(database), mailStore_(database),
-          signals_(server_), signIn_(server_, users_, hash, tokens_),
-          model_(projects_, sessions_, signals_), mails_(projects_, mailStore_, signals_)
+        : users_(database), projects_(database), members_(database), sessions_(database),
+          mailStore_(database), signals_(server_), signIn_(server_, users_, hash, tokens_),
+          model_(projects_, members_, sessions_, signals_), mails_(projects_, mailStore_, signals_)
     {
         for (Router* router : {&modelRouter_, &managementRouter_, &messagingRouter_})
             signIn_.AddRoutes(*router);
@@ -158,6 +158,7 @@ private:
     TokenTable tokens_;
     UserStore users_;
     ProjectStore projects_;
+    MemberStore members_;
     SessionStore sessions_;
     MailStore mailStore_;
     SignalHub signals_;

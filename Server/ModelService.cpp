@@ -54,17 +54,16 @@ void ModelService::AddProjectRoutes(Router& router)
         const auto project = RequireMembership(projects_, call, call.parameters[0]);
         return json{{"state", static_cast<std::int32_t>(project.state)}};
     });
+    router.Add("GET", "/syncra/v1/projects/{}/members", [this](const Call& call) {
+        RequireMembership(projects_, call, call.parameters[0]);
+        return ListOf("members", members_.List(call.parameters[0]));
+    });
 }
 
 void ModelService::AddSessionRoutes(Router& router)
 {
-    router.Add("GET", "/syncra/v1/projects/{}/sessions", [this](const Call& call) {
-        RequireMembership(projects_, call, call.parameters[0]);
-        std::vector<Session> own;
-        if (auto session = sessions_.Find(call.parameters[0], call.user.userId))
-            own.push_back(std::move(*session));
-        return ListOf("sessions", own);
-    });
+    router.Add("GET", "/syncra/v1/projects/{}/sessions",
+               [this](const Call& call) { return ListOf("sessions", ListSessions(call)); });
     router.Add("POST", "/syncra/v1/projects/{}/sessions",
                [this](const Call& call) { return StartSession(call); });
     router.Add("DELETE", "/syncra/v1/sessions/{}", [this](const Call& call) {
@@ -80,7 +79,9 @@ void ModelService::AddSessionRoutes(Router& router)
 void ModelService::AddAttributeRoutes(Router& router)
 {
     router.Add("GET", "/syncra/v1/sessions/{}/attributes/{}", [this](const Call& call) {
-        RequireOwnSession(call, call.parameters[0]);
+        if (!sessions_.IsVisibleTo(call.parameters[0], call.user.userId))
+            throw Refusal(ErrorCode::NotFound,
+                          "There is no such session in a project of yours; it may have ended.");
         const auto value = sessions_.GetAttribute(call.parameters[0], call.parameters[1]);
         return json{{"value", TextToJson(OV::FromUtf8(value))}};
     });
@@ -98,6 +99,22 @@ void ModelService::RequireOwnSession(const Call& call, const std::string& sessio
 {
     if (!sessions_.IsOwner(sessionId, call.user.userId))
         throw Refusal(ErrorCode::NotFound, "You have no such session; it may have ended already.");
+}
+
+std::vector<Session> ModelService::ListSessions(const Call& call)
+{
+    const auto& projectId = call.parameters[0];
+    RequireMembership(projects_, call, projectId);
+    const auto scope = call.request.query.find("scope");
+    if (scope != call.request.query.end()) {
+        if (scope->second != "all")
+            throw Refusal(ErrorCode::BadRequest, "\"scope\" is \"all\" or is left out.");
+        return sessions_.List(projectId);
+    }
+    std::vector<Session> own;
+    if (auto session = sessions_.Find(projectId, call.user.userId))
+        own.push_back(std::move(*session));
+    return own;
 }
 
 json ModelService::StartSession(const Call& call)

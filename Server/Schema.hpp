@@ -103,6 +103,12 @@ CREATE TABLE mail_keys (
     mail_id TEXT NOT NULL,
     PRIMARY KEY (project_id, sender_id, key)
 ) WITHOUT ROWID;
+)",
+    // The highest short number that a member of the project ever had.
+    R"(
+ALTER TABLE projects ADD COLUMN last_logon_id INTEGER NOT NULL DEFAULT 0;
+UPDATE projects SET last_logon_id =
+    coalesce((SELECT max(logon_id) FROM members WHERE project_id = projects.id), 0);
 )"};
 
 inline constexpr auto SchemaVersion = static_cast<std::int64_t>(SchemaSteps.size());
