@@ -46,7 +46,7 @@ TEST(NativeContextTest, AveragesAllOfALargePictureWhenItIsMadeSmall)
     const int side = 1024;
     std::vector<Pixel> stripes(static_cast<std::size_t>(side) * side);
     for (std::size_t i = 0; i < stripes.size(); ++i)
-        stripes[i] = i % side / 16 % 2 == 0 ? 0xFFFFFFFF : 0xFF000000;
+        stripes[i] = (i % side + 8) / 16 % 2 == 0 ? 0xFFFFFFFF : 0xFF000000;
     auto image = NativeImage::Create(8, 8);
     NativeContext context(image);
     context.DrawImage(NativeImage::FromPixels(side, side, std::move(stripes)), 0, 0, 1.0 / 128,
