@@ -62,11 +62,21 @@ int Statement::Run()
     return sqlite3_changes(database_);
 }
 
+void Statement::Again()
+{
+    sqlite3_reset(statement_);
+}
+
 std::string Statement::Text(int column) const
+{
+    return std::string(View(column));
+}
+
+std::string_view Statement::View(int column) const
 {
     const auto* bytes = static_cast<const char*>(sqlite3_column_blob(statement_, column));
     const auto size = static_cast<std::size_t>(sqlite3_column_bytes(statement_, column));
-    return bytes != nullptr ? std::string(bytes, size) : std::string();
+    return bytes != nullptr ? std::string_view(bytes, size) : std::string_view();
 }
 
 std::int64_t Statement::Number(int column) const
@@ -76,7 +86,8 @@ std::int64_t Statement::Number(int column) const
 
 Database::Database(const std::string& path)
 {
-    // Made here first: SQLite would make it readable for everybody, and its side files copy its mode.
+    // Made here first: SQLite would make it readable for everybody, and its side files copy its
+    // mode.
     const auto place = IO::Location::FromPath(OV::FromUtf8(path));
     if (!IO::File::Exists(place))
         IO::File::Replace(place, {}, true);

@@ -43,8 +43,12 @@ public:
     bool Step();
     /// Runs a statement without rows; returns how many rows it changed.
     int Run();
+    /// Makes it ready to run once more; what is bound stays bound.
+    void Again();
 
     [[nodiscard]] std::string Text(int column) const;
+    /// The same without a copy; good until the next step.
+    [[nodiscard]] std::string_view View(int column) const;
     [[nodiscard]] std::int64_t Number(int column) const;
 
 private:

@@ -1,5 +1,6 @@
 #include "Database.hpp"
 #include "HttpServer.hpp"
+#include "MailService.hpp"
 #include "ModelService.hpp"
 #include "PasswordHash.hpp"
 #include "Sample.hpp"
@@ -114,12 +115,14 @@ void AddUser(Database& database, const PasswordHash& hash, const Options& option
 class Services {
 public:
     Services(Database& database, PasswordHash& hash)
-        : users_(database), projects_(database), sessions_(database), signals_(server_),
-          signIn_(server_, users_, hash, tokens_), model_(projects_, sessions_, signals_)
+        : users_(database), projects_(database), members_(database), sessions_(database),
+          mailStore_(database), signals_(server_), signIn_(server_, users_, hash, tokens_),
+          model_(projects_, members_, sessions_, signals_), mails_(projects_, mailStore_, signals_)
     {
         for (Router* router : {&modelRouter_, &managementRouter_, &messagingRouter_})
             signIn_.AddRoutes(*router);
         model_.AddRoutes(modelRouter_);
+        mails_.AddRoutes(modelRouter_);
         server_.SetBeforeStop([this] { signals_.ReleaseAll(); });
     }
 
@@ -155,10 +158,13 @@ private:
     TokenTable tokens_;
     UserStore users_;
     ProjectStore projects_;
+    MemberStore members_;
     SessionStore sessions_;
+    MailStore mailStore_;
     SignalHub signals_;
     SignInService signIn_;
     ModelService model_;
+    MailService mails_;
     Router modelRouter_{tokens_, users_};
     Router managementRouter_{tokens_, users_};
     Router messagingRouter_{tokens_, users_};

@@ -1,5 +1,6 @@
 #include "ModelService.hpp"
 
+#include "ProjectAccess.hpp"
 #include "SyncraProtocol/Detail/Json.hpp"
 
 #include <nlohmann/json.hpp>
@@ -46,24 +47,23 @@ void ModelService::AddProjectRoutes(Router& router)
         return json{{"exists", projects_.NameExists(call.QueryText("name"))}};
     });
     router.Add("GET", "/syncra/v1/projects/{}/membership", [this](const Call& call) {
-        (void)FindProject(call.parameters[0]);
+        (void)RequireProject(projects_, call.parameters[0]);
         return json{{"member", projects_.IsMember(call.parameters[0], call.user.userId)}};
     });
     router.Add("GET", "/syncra/v1/projects/{}/state", [this](const Call& call) {
-        const auto project = RequireMembership(call, call.parameters[0]);
+        const auto project = RequireMembership(projects_, call, call.parameters[0]);
         return json{{"state", static_cast<std::int32_t>(project.state)}};
+    });
+    router.Add("GET", "/syncra/v1/projects/{}/members", [this](const Call& call) {
+        RequireMembership(projects_, call, call.parameters[0]);
+        return ListOf("members", members_.List(call.parameters[0]));
     });
 }
 
 void ModelService::AddSessionRoutes(Router& router)
 {
-    router.Add("GET", "/syncra/v1/projects/{}/sessions", [this](const Call& call) {
-        RequireMembership(call, call.parameters[0]);
-        std::vector<Session> own;
-        if (auto session = sessions_.Find(call.parameters[0], call.user.userId))
-            own.push_back(std::move(*session));
-        return ListOf("sessions", own);
-    });
+    router.Add("GET", "/syncra/v1/projects/{}/sessions",
+               [this](const Call& call) { return ListOf("sessions", ListSessions(call)); });
     router.Add("POST", "/syncra/v1/projects/{}/sessions",
                [this](const Call& call) { return StartSession(call); });
     router.Add("DELETE", "/syncra/v1/sessions/{}", [this](const Call& call) {
@@ -79,7 +79,9 @@ void ModelService::AddSessionRoutes(Router& router)
 void ModelService::AddAttributeRoutes(Router& router)
 {
     router.Add("GET", "/syncra/v1/sessions/{}/attributes/{}", [this](const Call& call) {
-        RequireOwnSession(call, call.parameters[0]);
+        if (!sessions_.IsVisibleTo(call.parameters[0], call.user.userId))
+            throw Refusal(ErrorCode::NotFound,
+                          "There is no such session in a project of yours; it may have ended.");
         const auto value = sessions_.GetAttribute(call.parameters[0], call.parameters[1]);
         return json{{"value", TextToJson(OV::FromUtf8(value))}};
     });
@@ -93,33 +95,32 @@ void ModelService::AddAttributeRoutes(Router& router)
     });
 }
 
-Project ModelService::FindProject(const std::string& projectId)
-{
-    auto project = projects_.Find(projectId);
-    if (!project)
-        throw Refusal(ErrorCode::NotFound, "There is no such project; it may have been deleted.");
-    return *std::move(project);
-}
-
-Project ModelService::RequireMembership(const Call& call, const std::string& projectId)
-{
-    auto project = FindProject(projectId);
-    if (!projects_.IsMember(projectId, call.user.userId))
-        throw Refusal(ErrorCode::AccessDenied,
-                      "You are no member of this project. Ask its manager to add you.");
-    return project;
-}
-
 void ModelService::RequireOwnSession(const Call& call, const std::string& sessionId)
 {
     if (!sessions_.IsOwner(sessionId, call.user.userId))
         throw Refusal(ErrorCode::NotFound, "You have no such session; it may have ended already.");
 }
 
+std::vector<Session> ModelService::ListSessions(const Call& call)
+{
+    const auto& projectId = call.parameters[0];
+    RequireMembership(projects_, call, projectId);
+    const auto scope = call.request.query.find("scope");
+    if (scope != call.request.query.end()) {
+        if (scope->second != "all")
+            throw Refusal(ErrorCode::BadRequest, "\"scope\" is \"all\" or is left out.");
+        return sessions_.List(projectId);
+    }
+    std::vector<Session> own;
+    if (auto session = sessions_.Find(projectId, call.user.userId))
+        own.push_back(std::move(*session));
+    return own;
+}
+
 json ModelService::StartSession(const Call& call)
 {
     const auto& projectId = call.parameters[0];
-    const auto project = RequireMembership(call, projectId);
+    const auto project = RequireMembership(projects_, call, projectId);
     if (project.state == ProjectState::Maintenance)
         throw Refusal(ErrorCode::ProjectUnavailable,
                       "The project is under maintenance. Try again when it is over.");
@@ -133,11 +134,11 @@ json ModelService::StartSession(const Call& call)
 void ModelService::WaitForSignals(const Call& call, const Reply& reply)
 {
     const auto projectId = call.QueryText("project");
-    RequireMembership(call, projectId);
+    RequireMembership(projects_, call, projectId);
     const auto wait = std::min(call.QueryNumber("wait", 0), LongestWaitMilliseconds);
-    reply.WhenGone(
-        signals_.Wait(projectId, call.QueryNumber("after", 0), std::chrono::milliseconds(wait),
-                      [reply](const SignalBatch& batch) { reply(JsonResponse(ToJson(batch))); }));
+    reply.WhenGone(signals_.Wait(
+        projectId, call.user.userId, call.QueryNumber("after", 0), std::chrono::milliseconds(wait),
+        [reply](const SignalBatch& batch) { reply(JsonResponse(ToJson(batch))); }));
 }
 
 }  // namespace Nexar

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "MemberStore.hpp"
 #include "ProjectStore.hpp"
 #include "Router.hpp"
 #include "SessionStore.hpp"
@@ -8,11 +9,12 @@
 
 namespace Nexar {
 
-/// Projects, sessions and signals.
+/// Projects, their members, sessions and signals.
 class ModelService {
 public:
-    ModelService(ProjectStore& projects, SessionStore& sessions, SignalHub& signals)
-        : projects_(projects), sessions_(sessions), signals_(signals)
+    ModelService(ProjectStore& projects, MemberStore& members, SessionStore& sessions,
+                 SignalHub& signals)
+        : projects_(projects), members_(members), sessions_(sessions), signals_(signals)
     {}
 
     void SetPorts(std::vector<Syncra::Protocol::ServicePort> ports) { ports_ = std::move(ports); }
@@ -23,15 +25,13 @@ private:
     void AddSessionRoutes(Router& router);
     void AddAttributeRoutes(Router& router);
 
-    /// The project, or a refusal.
-    [[nodiscard]] Syncra::Protocol::Project FindProject(const std::string& projectId);
-    /// The same for members only.
-    Syncra::Protocol::Project RequireMembership(const Call& call, const std::string& projectId);
     void RequireOwnSession(const Call& call, const std::string& sessionId);
+    [[nodiscard]] std::vector<Syncra::Protocol::Session> ListSessions(const Call& call);
     [[nodiscard]] nlohmann::json StartSession(const Call& call);
     void WaitForSignals(const Call& call, const Reply& reply);
 
     ProjectStore& projects_;
+    MemberStore& members_;
     SessionStore& sessions_;
     SignalHub& signals_;
     std::vector<Syncra::Protocol::ServicePort> ports_;

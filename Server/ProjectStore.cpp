@@ -86,26 +86,4 @@ void ProjectStore::AddRole(const std::string& role, const std::vector<std::strin
             .Run();
 }
 
-std::int64_t ProjectStore::AddMember(const std::string& projectId, const std::string& userId,
-                                     const std::string& role)
-{
-    std::int64_t logonId = 1;
-    {
-        auto taken = database_.Prepare(
-            "SELECT logon_id FROM members WHERE project_id = ?1 ORDER BY logon_id");
-        taken.Bind(1, projectId);
-        while (taken.Step() && taken.Number(0) == logonId)
-            ++logonId;
-    }
-    database_
-        .Prepare(
-            "INSERT INTO members (project_id, user_id, role, logon_id) VALUES (?1, ?2, ?3, ?4)")
-        .Bind(1, projectId)
-        .Bind(2, userId)
-        .Bind(3, role)
-        .Bind(4, logonId)
-        .Run();
-    return logonId;
-}
-
 }  // namespace Nexar

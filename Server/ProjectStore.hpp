@@ -27,9 +27,6 @@ public:
 
     void Add(const StoredProject& project);
     void AddRole(const std::string& role, const std::vector<std::string>& permissions);
-    /// Gives the member the lowest free logon id of the project and returns it.
-    std::int64_t AddMember(const std::string& projectId, const std::string& userId,
-                           const std::string& role);
 
 private:
     Database& database_;

@@ -144,7 +144,7 @@ void AddUsers(UserStore& store, const PasswordHash& hash)
                    hash.Make(SamplePassword), user.enabled, user.color});
 }
 
-void AddProjects(ProjectStore& store, UserStore& userStore)
+void AddProjects(ProjectStore& store, MemberStore& memberStore, UserStore& userStore)
 {
     for (const auto& role : Roles())
         store.AddRole(role.name, role.permissions);
@@ -159,7 +159,7 @@ void AddProjects(ProjectStore& store, UserStore& userStore)
         record.build = 2113;
         store.Add({record, project.isPublic});
         for (const auto& [login, role] : project.members)
-            store.AddMember(OV::ToUtf8(record.id), userStore.FindByLogin(login)->id, role);
+            memberStore.Add(OV::ToUtf8(record.id), userStore.FindByLogin(login)->id, role);
     }
 }
 
@@ -182,10 +182,11 @@ void FillWithSample(Database& database, const PasswordHash& hash)
     if (!userStore.IsEmpty())
         return;
     ProjectStore projectStore(database);
+    MemberStore memberStore(database);
     SessionStore sessionStore(database);
     Transaction transaction(database);
     AddUsers(userStore, hash);
-    AddProjects(projectStore, userStore);
+    AddProjects(projectStore, memberStore, userStore);
     AddSessions(sessionStore, userStore);
     transaction.Commit();
 }

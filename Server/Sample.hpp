@@ -1,5 +1,6 @@
 #pragma once
 
+#include "MemberStore.hpp"
 #include "PasswordHash.hpp"
 #include "ProjectStore.hpp"
 #include "SessionStore.hpp"

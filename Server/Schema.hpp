@@ -58,6 +58,57 @@ CREATE TABLE session_attributes (
     value TEXT NOT NULL,
     PRIMARY KEY (session_id, name)
 );
+)",
+    // A mail's number is its order of delivery and is never given twice, so that a place in a list
+    // stays good whatever is deleted. Header and body stand as the answers carry them. A mail goes
+    // with its last entry; its key stays, for a sender who repeats his request after that. Each
+    // index more is a page more to write for every entry of a mail: one finds both flags' changes.
+    R"(
+ALTER TABLE projects ADD COLUMN last_mail_time INTEGER NOT NULL DEFAULT 0;
+ALTER TABLE projects ADD COLUMN last_mail_change INTEGER NOT NULL DEFAULT 0;
+CREATE INDEX users_by_login ON users(login COLLATE NOCASE);
+CREATE TABLE mails (
+    number INTEGER PRIMARY KEY AUTOINCREMENT,
+    id TEXT NOT NULL UNIQUE,
+    project_id TEXT NOT NULL REFERENCES projects(id) ON DELETE CASCADE,
+    time_stamp INTEGER NOT NULL,
+    header TEXT NOT NULL,
+    body TEXT NOT NULL
+);
+CREATE TABLE mail_entries (
+    user_id TEXT NOT NULL,
+    project_id TEXT NOT NULL,
+    time_stamp INTEGER NOT NULL,
+    mail INTEGER NOT NULL REFERENCES mails(number) ON DELETE CASCADE,
+    is_copy INTEGER NOT NULL,
+    is_read INTEGER NOT NULL,
+    is_historical INTEGER NOT NULL DEFAULT 0,
+    read_change INTEGER NOT NULL,
+    historical_change INTEGER NOT NULL,
+    PRIMARY KEY (user_id, project_id, time_stamp, mail),
+    FOREIGN KEY (project_id, user_id) REFERENCES members(project_id, user_id) ON DELETE CASCADE
+) WITHOUT ROWID;
+CREATE INDEX mail_entries_by_mail ON mail_entries(mail);
+CREATE INDEX mail_entries_by_change
+    ON mail_entries(user_id, project_id, max(read_change, historical_change));
+CREATE TRIGGER mail_goes_with_its_last_entry AFTER DELETE ON mail_entries
+WHEN NOT EXISTS (SELECT 1 FROM mail_entries WHERE mail = OLD.mail)
+BEGIN
+    DELETE FROM mails WHERE number = OLD.mail;
+END;
+CREATE TABLE mail_keys (
+    project_id TEXT NOT NULL REFERENCES projects(id) ON DELETE CASCADE,
+    sender_id TEXT NOT NULL REFERENCES users(id) ON DELETE CASCADE,
+    key TEXT NOT NULL,
+    mail_id TEXT NOT NULL,
+    PRIMARY KEY (project_id, sender_id, key)
+) WITHOUT ROWID;
+)",
+    // The highest short number that a member of the project ever had.
+    R"(
+ALTER TABLE projects ADD COLUMN last_logon_id INTEGER NOT NULL DEFAULT 0;
+UPDATE projects SET last_logon_id =
+    coalesce((SELECT max(logon_id) FROM members WHERE project_id = projects.id), 0);
 )"};
 
 inline constexpr auto SchemaVersion = static_cast<std::int64_t>(SchemaSteps.size());

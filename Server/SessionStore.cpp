@@ -1,39 +1,58 @@
 #include "SessionStore.hpp"
 
+#include "MemberStore.hpp"
+
 #include "OVRoot/Clock.hpp"
 #include "OVRoot/Guid.hpp"
 
 namespace Nexar {
 
-std::optional<Syncra::Protocol::Session> SessionStore::Find(const std::string& projectId,
-                                                            const std::string& userId)
+using Syncra::Protocol::Session;
+
+namespace {
+
+Session ReadSession(Database& database, const Statement& row)
 {
-    Syncra::Protocol::Session session;
-    {
-        auto query = database_.Prepare(
-            "SELECT s.id, u.login, u.full_name, m.logon_id, m.role, s.start_time FROM sessions s "
-            "JOIN members m USING (project_id, user_id) JOIN users u ON u.id = s.user_id "
-            "WHERE s.project_id = ?1 AND s.user_id = ?2");
-        if (!query.Bind(1, projectId).Bind(2, userId).Step())
-            return std::nullopt;
-        session.id = OV::FromUtf8(query.Text(0));
-        session.projectId = OV::FromUtf8(projectId);
-        session.userId = OV::FromUtf8(userId);
-        session.loginName = OV::FromUtf8(query.Text(1));
-        session.userName = OV::FromUtf8(query.Text(2));
-        session.logonId = static_cast<std::int32_t>(query.Number(3));
-        session.roleName = OV::FromUtf8(query.Text(4));
-        session.startTime = static_cast<std::int32_t>(query.Number(5));
-    }
-    auto permissions = database_.Prepare("SELECT permission FROM role_permissions WHERE role = ?1");
-    permissions.Bind(1, OV::ToUtf8(session.roleName));
-    while (permissions.Step())
-        session.permissions.insert(OV::FromUtf8(permissions.Text(0)));
+    Session session;
+    session.id = OV::FromUtf8(row.Text(0));
+    session.projectId = OV::FromUtf8(row.Text(1));
+    session.userId = OV::FromUtf8(row.Text(2));
+    session.loginName = OV::FromUtf8(row.Text(3));
+    session.userName = OV::FromUtf8(row.Text(4));
+    session.logonId = static_cast<std::int32_t>(row.Number(5));
+    session.roleName = OV::FromUtf8(row.Text(6));
+    session.startTime = static_cast<std::int32_t>(row.Number(7));
+    session.permissions = PermissionsOf(database, row.Text(6));
     return session;
 }
 
-std::optional<Syncra::Protocol::Session> SessionStore::Start(const std::string& projectId,
-                                                             const std::string& userId)
+}  // namespace
+
+std::optional<Session> SessionStore::Find(const std::string& projectId, const std::string& userId)
+{
+    auto query = database_.Prepare(
+        "SELECT s.id, s.project_id, s.user_id, u.login, u.full_name, m.logon_id, m.role, "
+        "s.start_time FROM sessions s JOIN members m USING (project_id, user_id) "
+        "JOIN users u ON u.id = s.user_id WHERE s.project_id = ?1 AND s.user_id = ?2");
+    if (!query.Bind(1, projectId).Bind(2, userId).Step())
+        return std::nullopt;
+    return ReadSession(database_, query);
+}
+
+std::vector<Session> SessionStore::List(const std::string& projectId)
+{
+    auto query = database_.Prepare(
+        "SELECT s.id, s.project_id, s.user_id, u.login, u.full_name, m.logon_id, m.role, "
+        "s.start_time FROM sessions s JOIN members m USING (project_id, user_id) "
+        "JOIN users u ON u.id = s.user_id WHERE s.project_id = ?1 ORDER BY m.logon_id");
+    query.Bind(1, projectId);
+    std::vector<Session> sessions;
+    while (query.Step())
+        sessions.push_back(ReadSession(database_, query));
+    return sessions;
+}
+
+std::optional<Session> SessionStore::Start(const std::string& projectId, const std::string& userId)
 {
     // The unique key decides between two clients that start at once.
     const int added =
@@ -65,6 +84,16 @@ std::optional<std::string> SessionStore::Close(const std::string& sessionId,
 bool SessionStore::IsOwner(const std::string& sessionId, const std::string& userId)
 {
     return database_.Prepare("SELECT 1 FROM sessions WHERE id = ?1 AND user_id = ?2")
+        .Bind(1, sessionId)
+        .Bind(2, userId)
+        .Step();
+}
+
+bool SessionStore::IsVisibleTo(const std::string& sessionId, const std::string& userId)
+{
+    return database_
+        .Prepare("SELECT 1 FROM sessions s JOIN members m USING (project_id) "
+                 "WHERE s.id = ?1 AND m.user_id = ?2")
         .Bind(1, sessionId)
         .Bind(2, userId)
         .Step();

@@ -5,6 +5,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace Nexar {
 
@@ -15,6 +16,8 @@ public:
 
     [[nodiscard]] std::optional<Syncra::Protocol::Session> Find(const std::string& projectId,
                                                                 const std::string& userId);
+    /// Those of every member, by his short number.
+    [[nodiscard]] std::vector<Syncra::Protocol::Session> List(const std::string& projectId);
     /// The new session, or nothing when the user has one already. The user must be a member.
     [[nodiscard]] std::optional<Syncra::Protocol::Session> Start(const std::string& projectId,
                                                                  const std::string& userId);
@@ -24,6 +27,8 @@ public:
                                                    const std::string& userId);
 
     [[nodiscard]] bool IsOwner(const std::string& sessionId, const std::string& userId);
+    /// Whether he is a member of the session's project.
+    [[nodiscard]] bool IsVisibleTo(const std::string& sessionId, const std::string& userId);
     /// Empty when the attribute was never set.
     [[nodiscard]] std::string GetAttribute(const std::string& sessionId, const std::string& name);
     void SetAttribute(const std::string& sessionId, const std::string& name,

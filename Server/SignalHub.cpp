@@ -1,5 +1,7 @@
 #include "SignalHub.hpp"
 
+#include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace Nexar {
@@ -16,38 +18,50 @@ constexpr std::size_t MaximumRecent = 1000;
 
 void SignalHub::Raise(const std::string& projectId, SignalId id)
 {
+    Raise(projectId, id, std::shared_ptr<const UserIds>());
+}
+
+void SignalHub::Raise(const std::string& projectId, SignalId id, UserIds audience)
+{
+    Raise(projectId, id, std::make_shared<const UserIds>(std::move(audience)));
+}
+
+void SignalHub::Raise(const std::string& projectId, SignalId id,
+                      std::shared_ptr<const UserIds> audience)
+{
     Project& project = projects_[projectId];
     Signal signal;
     signal.sequence = ++sequence_;
     signal.id = id;
     signal.projectId = OV::FromUtf8(projectId);
-    project.recent.push_back(std::move(signal));
+    const Raised& raised = project.recent.emplace_back(Raised{std::move(signal), audience});
+    Release(project, [&](const Waiter& waiter) { return raised.IsFor(waiter.userId); });
     if (project.recent.size() > MaximumRecent) {
-        project.forgotten = project.recent.front().sequence;
+        project.forgotten = project.recent.front().signal.sequence;
         project.recent.pop_front();
     }
-    Release(project);
 }
 
-std::function<void()> SignalHub::Wait(const std::string& projectId, std::uint64_t after,
-                                      std::chrono::milliseconds wait, Answer answer)
+std::function<void()> SignalHub::Wait(const std::string& projectId, const std::string& userId,
+                                      std::uint64_t after, std::chrono::milliseconds wait,
+                                      Answer answer)
 {
     Project& project = projects_[projectId];
     // 0 asks for the place alone, and gets no signals.
     const bool asksForPlace = after == 0 && wait.count() == 0;
     if (asksForPlace || stopping_ || wait.count() == 0 || after > sequence_ ||
-        HasNews(project, after)) {
-        answer(asksForPlace ? SignalBatch{{}, sequence_} : BatchAfter(project, after));
+        HasNews(project, userId, after)) {
+        answer(asksForPlace ? SignalBatch{{}, sequence_} : BatchAfter(project, userId, after));
         return [] {};
     }
-    const auto waiter = std::make_shared<Waiter>(Waiter{after, std::move(answer), {}});
+    const auto waiter = std::make_shared<Waiter>(Waiter{userId, after, std::move(answer), {}});
     project.waiters.push_back(waiter);
     const auto forget = [&project, weak = std::weak_ptr(waiter)] {
         std::erase(project.waiters, weak.lock());
     };
     waiter->timer = server_.After(wait, [this, &project, forget, waiting = waiter.get()] {
         const Answer late = std::move(waiting->answer);
-        const SignalBatch batch = BatchAfter(project, waiting->after);
+        const SignalBatch batch = BatchAfter(project, waiting->userId, waiting->after);
         forget();
         late(batch);
     });
@@ -58,15 +72,20 @@ void SignalHub::ReleaseAll()
 {
     stopping_ = true;
     for (auto& [id, project] : projects_)
-        Release(project);
+        Release(project, [](const Waiter&) { return true; });
 }
 
-bool SignalHub::HasNews(const Project& project, std::uint64_t after) const
+bool SignalHub::HasNews(const Project& project, const std::string& userId, std::uint64_t after)
 {
-    return !project.recent.empty() && project.recent.back().sequence > after;
+    for (auto raised = project.recent.rbegin();
+         raised != project.recent.rend() && raised->signal.sequence > after; ++raised)
+        if (raised->IsFor(userId))
+            return true;
+    return after < project.forgotten;
 }
 
-SignalBatch SignalHub::BatchAfter(const Project& project, std::uint64_t after) const
+SignalBatch SignalHub::BatchAfter(const Project& project, const std::string& userId,
+                                  std::uint64_t after) const
 {
     SignalBatch batch;
     batch.next = sequence_;
@@ -77,20 +96,23 @@ SignalBatch SignalHub::BatchAfter(const Project& project, std::uint64_t after) c
     if (after < project.forgotten)
         for (const auto id : {SignalId::ProjectStateChanged, SignalId::SessionsChanged,
                               SignalId::MembersChanged, SignalId::NewMail})
-            batch.signals.push_back({sequence_, id, project.recent.front().projectId});
+            batch.signals.push_back({sequence_, id, project.recent.front().signal.projectId});
     else
-        for (const auto& signal : project.recent)
-            if (signal.sequence > after)
-                batch.signals.push_back(signal);
+        for (const auto& raised : project.recent)
+            if (raised.signal.sequence > after && raised.IsFor(userId))
+                batch.signals.push_back(raised.signal);
     return batch;
 }
 
-void SignalHub::Release(Project& project)
+void SignalHub::Release(Project& project, const std::function<bool(const Waiter&)>& chosen)
 {
-    Waiters waiters;
-    waiters.swap(project.waiters);
-    for (const auto& waiter : waiters)
-        waiter->answer(BatchAfter(project, waiter->after));
+    const auto first = std::stable_partition(project.waiters.begin(), project.waiters.end(),
+                                             [&](const auto& waiter) { return !chosen(*waiter); });
+    const Waiters released(std::make_move_iterator(first),
+                           std::make_move_iterator(project.waiters.end()));
+    project.waiters.erase(first, project.waiters.end());
+    for (const auto& waiter : released)
+        waiter->answer(BatchAfter(project, waiter->userId, waiter->after));
 }
 
 }  // namespace Nexar

@@ -6,6 +6,7 @@
 #include <deque>
 #include <map>
 #include <memory>
+#include <set>
 #include <vector>
 
 namespace Nexar {
@@ -15,35 +16,53 @@ namespace Nexar {
 class SignalHub {
 public:
     using Answer = std::function<void(Syncra::Protocol::SignalBatch)>;
+    using UserIds = std::set<std::string>;
 
     explicit SignalHub(HttpServer& server) : server_(server) {}
 
+    /// For every member of the project.
     void Raise(const std::string& projectId, Syncra::Protocol::SignalId id);
+    /// For these users alone.
+    void Raise(const std::string& projectId, Syncra::Protocol::SignalId id, UserIds audience);
     /// Answers at once when there is something after `after`, when `after` is from another life or
     /// `wait` is 0, otherwise with the next signal or after `wait`. Returns what forgets the
     /// waiting request unanswered; it does nothing once that is answered.
-    [[nodiscard]] std::function<void()> Wait(const std::string& projectId, std::uint64_t after,
+    [[nodiscard]] std::function<void()> Wait(const std::string& projectId,
+                                             const std::string& userId, std::uint64_t after,
                                              std::chrono::milliseconds wait, Answer answer);
     /// Answers every waiting request, and later ones at once: the server stops.
     void ReleaseAll();
 
 private:
+    struct Raised {
+        Syncra::Protocol::Signal signal;
+        std::shared_ptr<const UserIds> audience;  ///< none: everybody
+        [[nodiscard]] bool IsFor(const std::string& userId) const
+        {
+            return !audience || audience->contains(userId);
+        }
+    };
     struct Waiter {
+        std::string userId;
         std::uint64_t after;
         Answer answer;
         std::shared_ptr<void> timer;
     };
     using Waiters = std::vector<std::shared_ptr<Waiter>>;
     struct Project {
-        std::deque<Syncra::Protocol::Signal> recent;
+        std::deque<Raised> recent;
         std::uint64_t forgotten = 0;  ///< sequence of the newest signal that is kept no more
         Waiters waiters;
     };
 
-    [[nodiscard]] bool HasNews(const Project& project, std::uint64_t after) const;
-    [[nodiscard]] Syncra::Protocol::SignalBatch BatchAfter(const Project& project,
-                                                           std::uint64_t after) const;
-    void Release(Project& project);
+    void Raise(const std::string& projectId, Syncra::Protocol::SignalId id,
+               std::shared_ptr<const UserIds> audience);
+    [[nodiscard]] static bool HasNews(const Project& project, const std::string& userId,
+                                      std::uint64_t after);
+    [[nodiscard]] Syncra::Protocol::SignalBatch
+    BatchAfter(const Project& project, const std::string& userId, std::uint64_t after) const;
+    /// Answers the waiting requests that `chosen` picks.
+    void Release(Project& project, const std::function<bool(const Waiter&)>& chosen);
 
     HttpServer& server_;
     std::map<std::string, Project> projects_;

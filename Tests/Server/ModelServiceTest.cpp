@@ -51,6 +51,10 @@ TEST_F(ModelServiceTest, EveryRequestIsAnsweredOrRefusedByItsRule)
         {"anna.novak", "GET", path(Sample::OpenHouse, "state"), "", 403, 13},
         {"anna.novak", "GET", path(Sample::Nowhere, "sessions"), "", 404, 12},
         {"liam.walsh", "GET", path(Sample::HarbourBridge, "sessions"), "", 403, 13},
+        {"liam.walsh", "GET", path(Sample::HarbourBridge, "sessions?scope=all"), "", 403, 13},
+        {"anna.novak", "GET", path(Sample::HarbourBridge, "sessions?scope=mine"), "", 400, 1},
+        {"anna.novak", "GET", path(Sample::Nowhere, "members"), "", 404, 12},
+        {"liam.walsh", "GET", path(Sample::HarbourBridge, "members"), "", 403, 13},
         {"liam.walsh", "POST", path(Sample::HarbourBridge, "sessions"), "{}", 403, 13},
         {"anna.novak", "POST", path(Sample::Nowhere, "sessions"), "{}", 404, 12},
         {"anna.novak", "POST", path(Sample::OldMill, "sessions"), "{}", 423, 24},
@@ -229,6 +233,30 @@ TEST_F(ModelServiceTest, ASessionTellsWhatItsUserMayDoAndBelongsToHimAlone)
     const auto next = anna.Ask("POST", ProjectPath(Sample::HarbourBridge, "sessions"), "{}").json;
     EXPECT_NE(next.at("id"), id);
     EXPECT_EQ(next.at("logonId"), session.at("logonId"));
+}
+
+TEST_F(ModelServiceTest, MembersAndTheirSessionsAreSeenByMembersAlone)
+{
+    auto anna = SignedIn("anna.novak");
+    const auto members =
+        anna.Ask("GET", ProjectPath(Sample::HarbourBridge, "members")).json.at("members");
+    ASSERT_EQ(members.size(), 8u);
+    const auto session =
+        anna.Ask("POST", ProjectPath(Sample::HarbourBridge, "sessions"), "{}").json;
+    EXPECT_EQ(members[0].at("guid"), session.at("userId"));
+    EXPECT_EQ(members[2].at("fullName"), "\xe7\x94\xb0\xe4\xb8\xad \xe9\x9b\xaa");
+    EXPECT_EQ(members[6].at("permissions"), nlohmann::json::array({"Read"}));
+    for (std::size_t i = 0; i < members.size(); ++i)
+        EXPECT_EQ(members[i].at("id"), i + 1);
+
+    const auto all = ProjectPath(Sample::HarbourBridge, "sessions?scope=all");
+    const auto sessions = SignedIn("lena.fischer").Ask("GET", all).json.at("sessions");
+    ASSERT_EQ(sessions.size(), 2u);
+    EXPECT_EQ(sessions[0], session);
+    const auto marcos = SessionPath(sessions[1].at("id")) + "/attributes/ComputerName";
+    EXPECT_EQ(anna.Ask("GET", marcos).json, (nlohmann::json{{"value", "STUDIO-07"}}));
+    EXPECT_EQ(anna.Ask("PUT", marcos, R"({"value":"x"})").Code(), 12);
+    EXPECT_EQ(SignedIn("liam.walsh").Ask("GET", marcos).Code(), 12);
 }
 
 TEST_F(ModelServiceTest, AttributesKeepAnyTextAndEndWithTheSession)

@@ -43,7 +43,12 @@ public:
     RawHttp(RawHttp&& other) noexcept
         : socket_(std::exchange(other.socket_, -1)), buffer_(std::move(other.buffer_))
     {}
-    RawHttp& operator=(RawHttp&&) = delete;
+    RawHttp& operator=(RawHttp&& other) noexcept
+    {
+        std::swap(socket_, other.socket_);
+        std::swap(buffer_, other.buffer_);
+        return *this;
+    }
 
     /// False when the server has closed the connection.
     bool Send(std::string_view bytes)

@@ -1,0 +1,30 @@
+#pragma once
+
+#include "MailStore.hpp"
+#include "ProjectStore.hpp"
+#include "Router.hpp"
+#include "SignalHub.hpp"
+
+namespace Nexar {
+
+/// Mail between the members of a project, part of the model service.
+class MailService {
+public:
+    MailService(ProjectStore& projects, MailStore& mails, SignalHub& signals)
+        : projects_(projects), mails_(mails), signals_(signals)
+    {}
+
+    void AddRoutes(Router& router);
+
+private:
+    void AddFlagRoutes(Router& router, const std::string& name, MailFlag flag);
+    /// The box of the user in the project of the path. Throws Refusal when he is no member.
+    [[nodiscard]] MailBox BoxOf(const Call& call);
+    [[nodiscard]] nlohmann::json Send(const Call& call);
+
+    ProjectStore& projects_;
+    MailStore& mails_;
+    SignalHub& signals_;
+};
+
+}  // namespace Nexar

@@ -1,0 +1,15 @@
+#pragma once
+
+#include "ProjectStore.hpp"
+#include "Router.hpp"
+
+namespace Nexar {
+
+/// The project, or a refusal that says why not.
+[[nodiscard]] Syncra::Protocol::Project RequireProject(ProjectStore& projects,
+                                                       const std::string& projectId);
+/// The same for its members alone.
+Syncra::Protocol::Project RequireMembership(ProjectStore& projects, const Call& call,
+                                            const std::string& projectId);
+
+}  // namespace Nexar
