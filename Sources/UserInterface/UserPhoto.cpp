@@ -41,12 +41,16 @@ struct Placement {
 /// In single precision: it decides at which of two nearly equal ratios bands appear.
 Placement Fit(const NativeImage& image, int width, int height)
 {
-    const float rx = static_cast<float>(width) / static_cast<float>(image.GetWidth());
-    const float ry = static_cast<float>(height) / static_cast<float>(image.GetHeight());
+    const auto across = static_cast<float>(width);
+    const auto down = static_cast<float>(height);
+    const auto imageWidth = static_cast<float>(image.GetWidth());
+    const auto imageHeight = static_cast<float>(image.GetHeight());
+    const float rx = across / imageWidth;
+    const float ry = down / imageHeight;
     const float scale = std::min(rx, ry);
     if (ry > rx)
-        return {scale, 0, (height - scale * static_cast<float>(image.GetHeight())) * 0.5};
-    return {scale, (width - scale * static_cast<float>(image.GetWidth())) * 0.5, 0};
+        return {scale, 0, (down - scale * imageHeight) * 0.5};
+    return {scale, (across - scale * imageWidth) * 0.5, 0};
 }
 
 void Dim(NativeContext& context, const NewDisplay::Rectangle& photo)
@@ -66,7 +70,7 @@ NativeImage GetUserPhoto(const NativeImage& photo, int width, int height, bool u
     NativeImage result = NativeImage::Create(width, height);
     const NativeImage image = photo.IsEmpty() && useDefault ? StandInPhoto() : photo;
     if (image.IsEmpty())
-        return image;
+        return {};
     const auto [scale, x, y] = Fit(image, width, height);
     NativeContext context(result);
     context.DrawImage(image, x, y, scale, scale);
