@@ -53,8 +53,9 @@ void Outbox::ReadIfChanged()
     if (stamp == stamp_)
         return;
     MailFile::Content content = MailFile::ReadKeepingDamage(file_);
+    const auto& delivered = delivered_;
     std::erase_if(content.mails,
-                  [this](const auto& mail) { return delivered_.contains(mail->GetId()); });
+                  [&](const auto& mail) { return delivered.contains(mail->GetId()); });
     mails_ = std::move(content.mails);
     stamp_ = content.stamp;
 }

@@ -119,7 +119,8 @@ private:
                 OV::Thread::Sleep(backoff.NextMilliseconds());
             }
         } catch (const OV::InterruptedException&) {
-            Settle(PresenceManagerException(OV::StringView("Could not connect to the server")));
+            // Stopped; whoever waits for the first attempt must not wait for ever.
+            Note(PresenceManagerException(OV::StringView("Could not connect to the server")));
         }
     }
 
@@ -161,6 +162,11 @@ private:
                                 {failure->GetMessage(), failure->GetCause()
                                                             ? failure->GetCause()->GetMessage()
                                                             : OV::UniString()});
+        Note(std::move(failure));
+    }
+
+    void Note(std::optional<PresenceManagerException> failure)
+    {
         const OV::LockGuard guard(lock_);
         failure_ = std::move(failure);
         settled_.Notify();
