@@ -1,6 +1,7 @@
 #include "Database.hpp"
 #include "HttpServer.hpp"
 #include "MailService.hpp"
+#include "ManagementService.hpp"
 #include "ModelService.hpp"
 #include "PasswordHash.hpp"
 #include "Sample.hpp"
@@ -106,9 +107,16 @@ void AddUser(Database& database, const PasswordHash& hash, const Options& option
     if (login.empty())
         throw std::runtime_error("The login name is empty. Give one with --add-user.");
     UserStore users(database);
-    if (users.FindByLogin(login))
+    if (users.LoginExists(login))
         throw std::runtime_error("There is a user \"" + login + "\" already.");
-    users.Add({OV::ToUtf8(OV::Guid::Generate().ToText()), login, login, hash.Make(password)});
+    const User user{OV::ToUtf8(OV::Guid::Generate().ToText()), login, login, hash.Make(password)};
+    Transaction transaction(database);
+    // Somebody must be able to manage the server.
+    const bool isFirst = users.IsEmpty();
+    users.Add(user);
+    if (isFirst)
+        GroupStore(database).Add(user.id, UserGroups::Administrators);
+    transaction.Commit();
 }
 
 /// The three services on their ports; lives as long as the process.
@@ -116,13 +124,15 @@ class Services {
 public:
     Services(Database& database, PasswordHash& hash)
         : users_(database), projects_(database), members_(database), sessions_(database),
-          mailStore_(database), signals_(server_), signIn_(server_, users_, hash, tokens_),
-          model_(projects_, members_, sessions_, signals_), mails_(projects_, mailStore_, signals_)
+          mailStore_(database), groups_(database), photos_(database), signals_(server_),
+          signIn_(server_, users_, hash, tokens_), model_(projects_, members_, sessions_, signals_),
+          mails_(projects_, mailStore_, signals_), management_(users_, groups_, photos_)
     {
         for (Router* router : {&modelRouter_, &managementRouter_, &messagingRouter_})
             signIn_.AddRoutes(*router);
         model_.AddRoutes(modelRouter_);
         mails_.AddRoutes(modelRouter_);
+        management_.AddRoutes(managementRouter_);
         server_.SetBeforeStop([this] { signals_.ReleaseAll(); });
     }
 
@@ -161,10 +171,13 @@ private:
     MemberStore members_;
     SessionStore sessions_;
     MailStore mailStore_;
+    GroupStore groups_;
+    PhotoStore photos_;
     SignalHub signals_;
     SignInService signIn_;
     ModelService model_;
     MailService mails_;
+    ManagementService management_;
     Router modelRouter_{tokens_, users_};
     Router managementRouter_{tokens_, users_};
     Router messagingRouter_{tokens_, users_};
