@@ -20,6 +20,13 @@ std::optional<bool> UserStore::IsEnabled(const std::string& userId)
     return query.Number(0) != 0;
 }
 
+bool UserStore::LoginExists(const std::string& login)
+{
+    return database_.Prepare("SELECT 1 FROM users WHERE login = ?1 COLLATE NOCASE")
+        .Bind(1, login)
+        .Step();
+}
+
 void UserStore::Add(const User& user)
 {
     database_

@@ -23,6 +23,8 @@ public:
     [[nodiscard]] std::optional<User> FindByLogin(const std::string& login);
     /// Nothing when there is no such user.
     [[nodiscard]] std::optional<bool> IsEnabled(const std::string& userId);
+    /// Whether a login name is taken, in any ASCII letter case.
+    [[nodiscard]] bool LoginExists(const std::string& login);
     void Add(const User& user);
     [[nodiscard]] bool IsEmpty();
 
