@@ -11,6 +11,7 @@ namespace Fuzz {
 void MailDisk(OV::StringView bytes);
 void MailCompact(OV::StringView bytes);
 void MailMessage(OV::StringView bytes);
+void PhotoStream(OV::StringView bytes);
 
 inline void Promise(bool isKept, const char* promise)
 {

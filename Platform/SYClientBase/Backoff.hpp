@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <functional>
+#include <random>
 #include <utility>
 
 namespace SYCB {
@@ -18,6 +19,9 @@ public:
     /// `random` returns numbers from 0 up to, not including, 1.
     explicit Backoff(std::function<double()> random) : random_(std::move(random)) {}
 
+    /// With randomness of its own.
+    Backoff() : Backoff(MakeRandom()) {}
+
     /// The next pause.
     [[nodiscard]] std::uint32_t NextMilliseconds()
     {
@@ -29,6 +33,13 @@ public:
     void Reset() noexcept { step_ = FirstStepMilliseconds; }
 
 private:
+    static std::function<double()> MakeRandom()
+    {
+        return [engine = std::minstd_rand(std::random_device()())]() mutable {
+            return std::uniform_real_distribution<double>()(engine);
+        };
+    }
+
     std::function<double()> random_;
     std::uint32_t step_ = FirstStepMilliseconds;
 };

@@ -1,5 +1,6 @@
 #include "OVRoot/PercentCoding.hpp"
 #include "SyncraClient/Detail/SignedInChannel.hpp"
+#include "SyncraProtocol/Detail/MessageJson.hpp"
 
 #include <algorithm>
 #include <limits>
@@ -35,6 +36,27 @@ auto BoolOf(const char* key)
 }
 
 void Nothing(const json&) {}
+
+/// Entries of a flag table: `[id, flag]`.
+json FlagsToJson(const SyncraClient::FlagTable& flags)
+{
+    json entries = json::array();
+    for (const auto& [id, flag] : flags)
+        entries.push_back(json::array({Protocol::TextToJson(id), flag}));
+    return json{{"entries", std::move(entries)}};
+}
+
+SyncraClient::FlagTable ReadFlags(const json& answer)
+{
+    SyncraClient::FlagTable flags;
+    for (const json& entry : Protocol::ReadArray(answer, "entries")) {
+        if (!entry.is_array() || entry.size() != 2 || !entry[1].is_boolean())
+            throw Protocol::MalformedRecordException(
+                OV::StringView("an entry is not [id, true or false]"));
+        flags.insert_or_assign(Protocol::TextFromJson(entry[0]), entry[1].get<bool>());
+    }
+    return flags;
+}
 
 /// The client that talks the documented protocol. Each operation is one line of the table that
 /// Docs/Protocol.md holds.
@@ -105,6 +127,75 @@ public:
         return channel_.Ask(Get("/ports"), RecordsOf<Protocol::ServicePort>("ports"));
     }
 
+    OV::Array<Protocol::Member> GetProjectMembersEx(const OV::UniString& projectId) override
+    {
+        return channel_.Ask(Get(Project(projectId) + "/members"),
+                            RecordsOf<Protocol::Member>("members"));
+    }
+
+    OV::Array<Protocol::Session> GetAllSessions(const OV::UniString& projectId) override
+    {
+        return channel_.Ask(Get(Project(projectId) + "/sessions?scope=all"),
+                            RecordsOf<Protocol::Session>("sessions"));
+    }
+
+    void GetMails(const OV::UniString& projectId, std::int32_t sinceTime,
+                  OV::PagedArray<Protocol::Message>& mails) override
+    {
+        const OV::String first = Mails(projectId) + "?since=" + std::to_string(sinceTime);
+        OV::UniString cursor;
+        do {
+            cursor =
+                channel_.Ask(Get(cursor.empty() ? first : first + "&cursor=" + Coded(cursor)),
+                             [&](const json& answer) {
+                                 for (const json& mail : Protocol::ReadArray(answer, "mails"))
+                                     mails.push_back(Protocol::FromJson<Protocol::Message>(mail));
+                                 auto next = Protocol::ReadText(answer, "cursor");
+                                 if (!next.empty() && next == cursor)
+                                     throw Protocol::MalformedRecordException(
+                                         OV::StringView("the pages of mails do not advance"));
+                                 return next;
+                             });
+        } while (!cursor.empty());
+    }
+
+    OV::UniString SendMail(const OV::UniString& projectId,
+                           const OV::Array<OV::UniString>& recipients,
+                           const Protocol::Message& message, const OV::UniString& key) override
+    {
+        json body = json::object();
+        body["key"] = Protocol::TextToJson(key);
+        body["recipients"] = Protocol::TextsToJson(recipients);
+        body["message"] = Protocol::ToJson(message);
+        return channel_.Ask(Change(HttpMethod::Post, Mails(projectId), Protocol::DumpJson(body)),
+                            [](const json& answer) { return Protocol::ReadText(answer, "id"); });
+    }
+
+    void DeleteMails(const OV::UniString& projectId, const OV::Array<OV::UniString>& ids) override
+    {
+        const json body{{"ids", Protocol::TextsToJson(ids)}};
+        channel_.Ask(
+            Change(HttpMethod::Post, Mails(projectId) + "/delete", Protocol::DumpJson(body)),
+            Nothing);
+    }
+
+    FlagTable GetMailStatus(const OV::UniString& projectId, std::uint64_t& after) override
+    {
+        return GetFlags(Mails(projectId) + "/status", after);
+    }
+    FlagTable GetMailHistorical(const OV::UniString& projectId, std::uint64_t& after) override
+    {
+        return GetFlags(Mails(projectId) + "/historical", after);
+    }
+    void SetMailStatus(const OV::UniString& projectId, const FlagTable& flags) override
+    {
+        SetFlags(Mails(projectId) + "/status", flags);
+    }
+    void SetMailHistorical(const OV::UniString& projectId, const FlagTable& flags) override
+    {
+        SetFlags(Mails(projectId) + "/historical", flags);
+    }
+
     Protocol::SignalBatch WaitForSignals(const OV::UniString& projectId, std::uint64_t after,
                                          std::uint32_t waitMilliseconds) override
     {
@@ -135,6 +226,23 @@ private:
     static OV::String Attribute(OV::UniStringView sessionId, OV::UniStringView name)
     {
         return "/sessions/" + Coded(sessionId) + "/attributes/" + Coded(name);
+    }
+
+    static OV::String Mails(OV::UniStringView projectId) { return Project(projectId) + "/mails"; }
+
+    FlagTable GetFlags(const OV::String& path, std::uint64_t& after)
+    {
+        return channel_.Ask(Get(path + "?after=" + std::to_string(after)),
+                            [&after](const json& answer) {
+                                FlagTable flags = ReadFlags(answer);
+                                after = Protocol::ReadSequence(answer, "change");
+                                return flags;
+                            });
+    }
+    void SetFlags(const OV::String& path, const FlagTable& flags)
+    {
+        channel_.Ask(Change(HttpMethod::Put, path, Protocol::DumpJson(FlagsToJson(flags))),
+                     Nothing);
     }
 
     Detail::SignedInChannel channel_;

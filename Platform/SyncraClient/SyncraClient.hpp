@@ -1,6 +1,8 @@
 #pragma once
 
 #include "SYCommunication/HttpClient.hpp"
+#include "SyncraProtocol/Member.hpp"
+#include "SyncraProtocol/Message.hpp"
 #include "SyncraProtocol/Project.hpp"
 #include "SyncraProtocol/ServicePort.hpp"
 #include "SyncraProtocol/Session.hpp"
@@ -43,6 +45,41 @@ public:
 
     [[nodiscard]] virtual OV::Array<Protocol::ServicePort> GetServicePortList() = 0;
 
+    /// The members of the project; the user must be one.
+    [[nodiscard]] virtual OV::Array<Protocol::Member>
+    GetProjectMembersEx(const OV::UniString& projectId) = 0;
+    /// The sessions of all members.
+    [[nodiscard]] virtual OV::Array<Protocol::Session>
+    GetAllSessions(const OV::UniString& projectId) = 0;
+
+    /// Appends the user's mails with a time stamp of `sinceTime` or later, oldest first, in as many
+    /// requests as it takes. Mails of that very second come again: the caller knows their ids.
+    virtual void GetMails(const OV::UniString& projectId, std::int32_t sinceTime,
+                          OV::PagedArray<Protocol::Message>& mails) = 0;
+    /// Delivers a mail to its recipients' login names and returns its id. `key` is 1 to 64
+    /// characters, one for each mail: who does not know whether his request arrived repeats it with
+    /// the same key, and the mail arrives once.
+    [[nodiscard]] virtual OV::UniString SendMail(const OV::UniString& projectId,
+                                                 const OV::Array<OV::UniString>& recipients,
+                                                 const Protocol::Message& message,
+                                                 const OV::UniString& key) = 0;
+    /// Deletes the user's own entries; unknown ids count as deleted.
+    virtual void DeleteMails(const OV::UniString& projectId,
+                             const OV::Array<OV::UniString>& ids) = 0;
+
+    /// Flags by mail id.
+    using FlagTable = OV::HashTable<OV::UniString, bool>;
+    /// The read flags that changed after change `after`; with 0, those of every mail. `after`
+    /// becomes the newest change.
+    [[nodiscard]] virtual FlagTable GetMailStatus(const OV::UniString& projectId,
+                                                  std::uint64_t& after) = 0;
+    /// The same for the historical flags.
+    [[nodiscard]] virtual FlagTable GetMailHistorical(const OV::UniString& projectId,
+                                                      std::uint64_t& after) = 0;
+    /// Ids that the server does not know are passed over.
+    virtual void SetMailStatus(const OV::UniString& projectId, const FlagTable& flags) = 0;
+    virtual void SetMailHistorical(const OV::UniString& projectId, const FlagTable& flags) = 0;
+
     /// Waits on the server for signals after `after`, at most `waitMilliseconds`.
     [[nodiscard]] virtual Protocol::SignalBatch WaitForSignals(const OV::UniString& projectId,
                                                                std::uint64_t after,
@@ -58,6 +95,9 @@ struct SignInData {
     std::uint16_t port = 0;
     OV::UniString userName;
     OV::UniString password;
+    /// Takes an answer of another version of the protocol, as long as it can be read at all. A
+    /// server that itself refuses this version stays incompatible.
+    bool withoutVersionCheck = false;
 };
 
 /// Connects and signs in. Throws as the requests do, and ServerVersionException when the server

@@ -23,6 +23,11 @@ struct Session {
 /// Names of the attributes that clients keep with a session; values are 8-bit strings (UTF-8).
 namespace SessionAttributeNames {
 inline constexpr OV::UniStringView ComputerName = u"ComputerName";
-}
+/// Empty or NormalSessionType for a person at work; anything else for a session that a service
+/// holds.
+inline constexpr OV::UniStringView SessionType = u"SessionType";
+}  // namespace SessionAttributeNames
+
+inline constexpr OV::UniStringView NormalSessionType = u"Normal";
 
 }  // namespace Syncra::Protocol

@@ -2,6 +2,7 @@
 
 #include "IO/File.hpp"
 #include "IO/IOException.hpp"
+#include "OVRoot/Logger.hpp"
 #include "OVRoot/MemoryChannels.hpp"
 
 #include <limits>
@@ -50,6 +51,17 @@ OV::ChannelStatus ReadMails(MailList& mails, OV::IChannel& channel)
     return status;
 }
 
+/// "Mails.dat.damaged-1" and so on.
+IO::Location FreeNameBeside(const IO::Location& file)
+{
+    for (int number = 1;; ++number) {
+        const IO::Location candidate = file.Parent().Appended(file.LastComponent() + u".damaged-" +
+                                                              OV::FromUtf8(std::to_string(number)));
+        if (!IO::File::Exists(candidate))
+            return candidate;
+    }
+}
+
 }  // namespace
 
 Content Decode(OV::StringView bytes)
@@ -67,12 +79,31 @@ Content Decode(OV::StringView bytes)
 Content Read(const IO::Location& file)
 {
     try {
-        return Decode(IO::File::ReadAll(file));
+        const IO::File::Content read = IO::File::Read(file);
+        Content content = Decode(read.bytes);
+        content.stamp = read.stamp;
+        return content;
     } catch (const IO::IOException& error) {
         if (error.GetCode() != IO::ErrorCode::NotFound)
             throw;
-        return {{}, Outcome::Absent, OV::ChannelOk};
+        return {{}, Outcome::Absent, OV::ChannelOk, {}};
     }
+}
+
+Content ReadKeepingDamage(const IO::Location& file)
+{
+    Content content = Read(file);
+    if (content.outcome != Outcome::Damaged && content.outcome != Outcome::LeftOver)
+        return content;
+    const IO::Location kept = FreeNameBeside(file);
+    IO::File::Replace(kept, IO::File::ReadAll(file), true);
+    OV::Logger::Warning(
+        "SYClient",
+        u"The mail file % is damaged (status %). % mails of it could be read and are "
+        u"used; the whole file is kept as %.",
+        {file.ToDisplayText(), content.status, content.mails.size(), kept.ToDisplayText()});
+    content.stamp = Write(file, content.mails);
+    return content;
 }
 
 OV::String Encode(const MailList& mails)
@@ -88,9 +119,9 @@ OV::String Encode(const MailList& mails)
     return channel.TakeBytes();
 }
 
-void Write(const IO::Location& file, const MailList& mails)
+IO::ChangeStamp Write(const IO::Location& file, const MailList& mails)
 {
-    IO::File::Replace(file, Encode(mails), true);
+    return IO::File::Replace(file, Encode(mails), true);
 }
 
 }  // namespace SYC::MailFile

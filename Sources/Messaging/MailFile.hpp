@@ -1,7 +1,9 @@
 #pragma once
 
-#include "IO/Location.hpp"
+#include "IO/File.hpp"
 #include "Messaging/ClientMail.hpp"
+
+#include <optional>
 
 /// "Mails.dat" and "Outbox.dat": a count and that many mails.
 namespace SYC::MailFile {
@@ -26,6 +28,8 @@ struct Content {
     Outcome outcome = Outcome::Complete;
     /// The error that ended the reading of a damaged file, otherwise 0.
     OV::ChannelStatus status = OV::ChannelOk;
+    /// Of the file that was read; nothing for an absent one and for bytes.
+    std::optional<IO::ChangeStamp> stamp;
 };
 
 /// Reads what can be read. Memory grows with the file's size, whatever count it claims. Throws
@@ -33,9 +37,14 @@ struct Content {
 [[nodiscard]] Content Read(const IO::Location& file);
 [[nodiscard]] Content Decode(OV::StringView bytes);
 
-/// Replaces the file as a whole, readable by its user alone. Throws IO::IOException, or
-/// OV::ChannelException when an action cannot be written; the file then stays as it was.
-void Write(const IO::Location& file, const MailList& mails);
+/// As Read; when the file is damaged or something follows its mails, keeps all of it under another
+/// name beside it, then replaces it by what could be read, and logs both. The outcome still tells.
+[[nodiscard]] Content ReadKeepingDamage(const IO::Location& file);
+
+/// Replaces the file as a whole, readable by its user alone, and returns its new stamp. Throws
+/// IO::IOException, or OV::ChannelException when an action cannot be written; the file then stays
+/// as it was.
+IO::ChangeStamp Write(const IO::Location& file, const MailList& mails);
 [[nodiscard]] OV::String Encode(const MailList& mails);
 
 }  // namespace SYC::MailFile

@@ -2,6 +2,7 @@
 #include "OVRoot/Thread.hpp"
 #include "SYClientBase/Backoff.hpp"
 #include "SYClientBase/PKSignalClient.hpp"
+#include "Support/IdleSyncraClient.hpp"
 
 #include <gtest/gtest.h>
 
@@ -79,7 +80,7 @@ public:
     }
 
 private:
-    class Client final : public Syncra::Client::SyncraClient {
+    class Client final : public IdleSyncraClient {
     public:
         explicit Client(FakeServer& server) : server_(server) {}
         SignalBatch WaitForSignals(const OV::UniString&, std::uint64_t after,
@@ -91,25 +92,6 @@ private:
         {
             server_.Change([this] { canceled_ = true; });
         }
-
-        OV::Array<Syncra::Protocol::Project> GetProjects() override { return {}; }
-        bool IsMember(const OV::UniString&) override { return false; }
-        bool ProjectExists(const OV::UniString&) override { return false; }
-        Syncra::Protocol::ProjectState GetProjectState(const OV::UniString&) override { return {}; }
-        OV::Array<Syncra::Protocol::Session> GetSessions(const OV::UniString&) override
-        {
-            return {};
-        }
-        Syncra::Protocol::Session StartSession(const OV::UniString&) override { return {}; }
-        void CloseSession(const OV::UniString&) override {}
-        OV::UniString GetSessionAttribute(const OV::UniString&, OV::UniStringView) override
-        {
-            return {};
-        }
-        void SetSessionAttribute(const OV::UniString&, OV::UniStringView,
-                                 const OV::String&) override
-        {}
-        OV::Array<Syncra::Protocol::ServicePort> GetServicePortList() override { return {}; }
 
     private:
         FakeServer& server_;

@@ -17,6 +17,7 @@ constexpr Target Targets[] = {
     {"mail_disk", Fuzz::MailDisk},
     {"mail_compact", Fuzz::MailCompact},
     {"mail_message", Fuzz::MailMessage},
+    {"photo_stream", Fuzz::PhotoStream},
 };
 
 }  // namespace

@@ -26,4 +26,6 @@ void AddOpenCommand(CLI::App& app, Context& context);
 void AddCloseCommand(CLI::App& app, Context& context);
 void AddStatusCommand(CLI::App& app, Context& context);
 void AddCacheCommand(CLI::App& app, Context& context);
+void AddMailCommand(CLI::App& app, Context& context);
+void AddMembersCommand(CLI::App& app, Context& context);
 void AddUrlCommand(CLI::App& app, Context& context);

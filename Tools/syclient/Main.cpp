@@ -71,6 +71,8 @@ int main(int argc, char** argv)
     AddCloseCommand(app, context);
     AddStatusCommand(app, context);
     AddCacheCommand(app, context);
+    AddMembersCommand(app, context);
+    AddMailCommand(app, context);
     AddUrlCommand(app, context);
     return Run(app, context, argc, argv);
 }

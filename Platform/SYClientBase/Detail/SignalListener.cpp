@@ -5,7 +5,6 @@
 #include "SyncraProtocol/ErrorCode.hpp"
 
 #include <chrono>
-#include <random>
 
 namespace SYCB::Detail {
 
@@ -31,13 +30,6 @@ bool RefusesUser(std::int32_t code)
     const auto refusal = static_cast<ErrorCode>(code);
     return refusal == ErrorCode::BadCredentials || refusal == ErrorCode::AccessDenied ||
            refusal == ErrorCode::UserDisabled;
-}
-
-std::function<double()> MakeRandom()
-{
-    return [engine = std::minstd_rand(std::random_device()())]() mutable {
-        return std::uniform_real_distribution<double>()(engine);
-    };
 }
 
 /// Lets SetForcedOffline reach the client while it lives.
@@ -96,7 +88,7 @@ void SignalState::Pause(std::uint32_t milliseconds) OV_NO_ANALYSIS
 SignalListener::SignalListener(SignalState& state, PresenceService& presence,
                                PKSignalClient::Connector connector, OV::UniString projectId)
     : state_(state), presence_(presence), connector_(std::move(connector)),
-      projectId_(std::move(projectId)), backoff_(MakeRandom())
+      projectId_(std::move(projectId))
 {}
 
 void SignalListener::Run()

@@ -1,0 +1,32 @@
+#pragma once
+
+#include "OVRoot/Executor.hpp"
+
+#include <memory>
+
+namespace SYCB {
+
+/// Runs its tasks on the host's main thread, through the message loop, in the order given. Shutdown
+/// and Cancel both take nothing more; Cancel also drops what has not begun. The destructor cancels
+/// and waits for nothing: a task that runs is the main thread's own.
+class MessageLoopExecutor final : public OV::Executor {
+public:
+    MessageLoopExecutor();
+    ~MessageLoopExecutor() override;
+
+    bool Execute(OV::RunnableTask task) override;
+    void Shutdown() override;
+    void Cancel() override;
+    [[nodiscard]] bool IsShutdown() const override;
+    [[nodiscard]] bool IsCanceled() const override;
+    [[nodiscard]] bool IsTerminated() const override;
+    /// On the main thread these run the loop while they wait.
+    bool AwaitTermination(std::uint32_t milliseconds) override;
+    void AwaitTermination() override;
+
+private:
+    struct State;
+    std::shared_ptr<State> state_;
+};
+
+}  // namespace SYCB

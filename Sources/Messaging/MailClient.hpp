@@ -1,0 +1,165 @@
+#pragma once
+
+#include "Messaging/MailBox.hpp"
+#include "Messaging/MailClientActionResultObserver.hpp"
+#include "Messaging/MailClientObserver.hpp"
+#include "Messaging/Outbox.hpp"
+#include "Messaging/ProjectMembers.hpp"
+#include "OVRoot/PooledExecutor.hpp"
+#include "SYClientBase/PKSignalClient.hpp"
+#include "SYClientBase/ProjectConnectionManagerInterface.hpp"
+
+#include <atomic>
+
+namespace SYC {
+
+class OpenedProject;
+
+/// The user's mail box in the opened project: fetches mails when the server signals, delivers the
+/// outbox while the project is online, and tells the server what was read and what is history.
+///
+/// Made, used and destroyed on one thread, the one that its executor runs on; observers are told
+/// there. Requests run on worker threads. One at a time in a process. Not to be destroyed by an
+/// observer that it is telling something.
+class MailClient final : public MailClientActionResultObserverOverExecutor,
+                         private SYCB::PKSignalClientObserver,
+                         private SYCB::PresenceServiceObserver,
+                         private ProjectMembersObserver {
+public:
+    using MailList = MailFile::MailList;
+    using IdList = OV::PagedArray<OV::UniString>;
+
+    /// The one that exists, or null. For its own thread.
+    static MailClient* m_instance;
+
+    /// Loads "Mails.dat" and "Outbox.dat" from `dataFolder`, begins to deliver what the outbox
+    /// holds when the project is online, and fetches the mails. Everything given outlives the
+    /// client. Throws IO::IOException for a file that cannot be read, and
+    /// OV::IllegalArgumentException for a project that was never checked or when a client exists
+    /// already.
+    MailClient(SYCB::PKSignalClient& signalClient, SYCB::ProjectConnectionManagerInterface& manager,
+               ProjectMembers& members, const IO::Location& dataFolder, OV::Executor& executor);
+    /// Ends requests under way, within 100 ms each, and writes what is outstanding.
+    ~MailClient() override;
+
+    /// In the order received; the last one has the newest repository time.
+    [[nodiscard]] const MailList& GetMails() const noexcept { return box_.GetMails(); }
+    /// False when there is none with that id; `mail` then stays.
+    [[nodiscard]] bool GetMail(const OV::UniString& id, OV::Ref<ClientMail>& mail) const;
+    [[nodiscard]] MailList GetOutboxMails() const { return outbox_.GetMails(); }
+    [[nodiscard]] ProjectMembers& GetProjectMembers() const noexcept { return members_; }
+    [[nodiscard]] bool IsOnline() const;
+    [[nodiscard]] bool IsLogOut() const noexcept { return loggedOut_; }
+
+    /// Puts the mail into the outbox for these login names, and delivers it as soon as the project
+    /// is online. It is safe on the disk when this returns; IO::IOException otherwise, and the mail
+    /// is not in the outbox. `mail` gets its id, its sending time and its recipients, and the user
+    /// as sender when it names none. OV::IllegalArgumentException without a recipient. `observer`
+    /// may be null; it is told of each attempt.
+    void SendMail(const OV::Array<OV::UniString>& recipients, ClientMail& mail,
+                  MailClientActionResultObserver* observer);
+
+    /// Delete mails on the server, then here. `observer` may be null. A failure is also shown as an
+    /// alert.
+    void DeleteMails(const IdList& ids, MailClientActionResultObserver* observer);
+    void DeleteMail(const OV::UniString& id, MailClientActionResultObserver* observer);
+
+    /// Tell the server, then mark here. A mark that is set is never taken back here. A failure is
+    /// shown as an alert.
+    void SetMailsRead(const IdList& ids, bool read);
+    void SetMailRead(const OV::UniString& id, bool read);
+    void SetMailsHistorical(const IdList& ids, bool historical);
+    void SetMailHistorical(const OV::UniString& id, bool historical);
+
+    /// Mark a mail of the list here alone; the server hears of it at log-out. The file is written
+    /// with every sixth mark: the marks between are few, and a crash may cost them. Throw
+    /// IO::IOException when that write fails; the mark stays.
+    void SetMailReadMessage(ClientMail& mail);
+    void SetMailHistoricalMessage(ClientMail& mail);
+
+    /// Throw IO::IOException; then nothing changed. A mail that is being sent may still arrive.
+    void DeleteOutboxMails(const OV::Array<OV::UniString>& ids);
+    void SetOutboxMailsHistorical(const OV::Array<OV::UniString>& ids);
+
+    /// Sends the local marks to the server, waits at most five seconds for that, and ends fetching
+    /// and sending. Whether the server has them; those that it has not go with the next log-out.
+    bool SynchronizeLogOut();
+    /// In place of the one in the project's location, for later requests.
+    void SetPassword(const OV::UniString& password);
+    /// Empties the list here.
+    void Clear();
+
+    /// Fetches what is new.
+    void RefreshMails(RefreshMailListReason::Value reason);
+
+    void Attach(MailClientObserver& observer) { observers_.Attach(observer); }
+    void Detach(MailClientObserver& observer) { observers_.Detach(observer); }
+    void AttachOutbox(OutboxObserver& observer) { outbox_.Attach(observer); }
+    void DetachOutbox(OutboxObserver& observer) { outbox_.Detach(observer); }
+
+private:
+    using FlagTable = OV::HashTable<OV::UniString, bool>;
+    /// A mark that goes both to the server and into the list.
+    struct Mark;
+    /// What a refresh brings to the list.
+    struct Refreshed;
+    /// How far the flag tables of the server are known.
+    struct FlagChanges {
+        std::uint64_t read = 0;
+        std::uint64_t historical = 0;
+    };
+
+    bool _CheckSignalType(Syncra::Protocol::SignalId id) const override;
+    void _SignalReceived(const Syncra::Protocol::Signal& signal) override;
+    void _ServiceStateChanged(SYCB::PresenceService& service, SYCB::PresenceState state) override;
+    void _ProjectMembersChanged(ProjectMembers& members) override;
+    void _SendMailCompletedFromExecutor(const ClientMail& mail, const NameList& recipients,
+                                        int result) override;
+    void _DeleteMailCompletedFromExecutor(const IdList& ids, int result) override;
+
+    void WriteToDisc();
+    void TellListChanged();
+
+    void ApplyRefresh(Refreshed& refreshed, RefreshMailListReason::Value reason);
+    void FinishRefresh();
+    [[nodiscard]] bool ApplyFlags(const FlagTable& flags, const Mark& mark);
+    void SetMails(const IdList& ids, bool flag, const Mark& mark);
+    void MarkLocally(ClientMail& mail, const Mark& mark);
+    void RetireMailsOfFormerMembers(const MailList& mails);
+    void StartSending();
+
+    // On worker threads.
+    [[nodiscard]] Refreshed FetchMails(std::int32_t sinceTime, FlagChanges known);
+    void SendOutbox();
+    void SendWhileOnline(OV::HashSet<OV::UniString>& passed);
+    [[nodiscard]] int SendOne(Syncra::Client::SyncraClient& client, ClientMail& mail);
+    void ReportSent(const ClientMail& mail, int result);
+    [[nodiscard]] bool ProcessSendTask();
+    [[nodiscard]] bool SendTaskFinished();
+
+    SYCB::PKSignalClient& signalClient_;
+    SYCB::ProjectConnectionManagerInterface& manager_;
+    ProjectMembers& members_;
+    const std::unique_ptr<OpenedProject> project_;
+    MailBox box_;
+    Outbox outbox_;
+    OV::EventSource<MailClientObserver> observers_;
+    int unsavedChanges_ = 0;
+    FlagChanges flagChanges_;
+    bool isRefreshing_ = false;
+    bool isRefreshWanted_ = false;
+    std::atomic<bool> loggedOut_ = false;
+
+    OV::Lock sendLock_;
+    bool isSending_ OV_GUARDED_BY(sendLock_) = false;
+    /// Something happened since the send task looked last.
+    bool isSendWanted_ OV_GUARDED_BY(sendLock_) = false;
+    OV::HashTable<OV::UniString, ActionResultTarget> senders_ OV_GUARDED_BY(sendLock_);
+
+    /// Fetching and sending.
+    OV::PooledExecutor worker_;
+    /// Marks and deletions, in the order given.
+    OV::PooledExecutor orderedWorker_;
+};
+
+}  // namespace SYC

@@ -1,0 +1,67 @@
+#pragma once
+
+#include "Messaging/ClientMail.hpp"
+#include "Messaging/OverExecutor.hpp"
+
+namespace SYC {
+
+/// How a request about mails ended: 0, the server's own error code (Syncra::Protocol::ErrorCode),
+/// or one of these.
+namespace MailResult {
+inline constexpr int Succeeded = 0;
+/// The server could not be asked or did not answer.
+inline constexpr int NotReached = -1;
+/// The mail itself cannot be put into a message.
+inline constexpr int NotConverted = -2;
+}  // namespace MailResult
+
+/// Hears what became of the sending and deleting that it was given with. One that is no
+/// OverExecutor is told on the mail client's own executor and outlives what it waits for.
+class MailClientActionResultObserver {
+public:
+    using NameList = OV::PagedArray<OV::UniString>;
+
+    virtual ~MailClientActionResultObserver() = default;
+    virtual void SendMailCompleted(const ClientMail& mail, const NameList& recipients,
+                                   int result) = 0;
+    virtual void DeleteMailCompleted(const OV::PagedArray<OV::UniString>& ids, int result) = 0;
+};
+
+/// The same, told on an executor of the observer's choice.
+class MailClientActionResultObserverOverExecutor : public MailClientActionResultObserver,
+                                                   public OverExecutor {
+public:
+    explicit MailClientActionResultObserverOverExecutor(OV::Executor* executor)
+        : OverExecutor(executor)
+    {}
+    ~MailClientActionResultObserverOverExecutor() override { ToDestroy(); }
+
+    void SendMailCompleted(const ClientMail& mail, const NameList& recipients, int result) final;
+    void DeleteMailCompleted(const OV::PagedArray<OV::UniString>& ids, int result) final;
+
+protected:
+    friend class ActionResultTarget;
+    virtual void _SendMailCompletedFromExecutor(const ClientMail& mail, const NameList& recipients,
+                                                int result) = 0;
+    virtual void _DeleteMailCompletedFromExecutor(const OV::PagedArray<OV::UniString>& ids,
+                                                  int result) = 0;
+};
+
+/// Who is told of a result, kept with the work under way: never touches an observer that has gone.
+class ActionResultTarget {
+public:
+    /// `plain` is how an observer that is no OverExecutor is told. `observer` may be null: nobody.
+    ActionResultTarget(MailClientActionResultObserver* observer, const OverExecutor::Target& plain);
+
+    void SendMailCompleted(const ClientMail& mail,
+                           const MailClientActionResultObserver::NameList& recipients,
+                           int result) const;
+    void DeleteMailCompleted(const OV::PagedArray<OV::UniString>& ids, int result) const;
+
+private:
+    MailClientActionResultObserver* observer_;
+    MailClientActionResultObserverOverExecutor* overExecutor_;
+    OverExecutor::Target target_;
+};
+
+}  // namespace SYC

@@ -1,0 +1,43 @@
+#pragma once
+
+#include "Messaging/ClientMail.hpp"
+#include "Messaging/OverExecutor.hpp"
+#include "Messaging/RefreshMailListReason.hpp"
+
+namespace SYC {
+
+class MailClient;
+
+/// Told on the mail client's own executor.
+class MailClientObserver {
+public:
+    using MailList = OV::Array<OV::Ref<ClientMail>>;
+
+    virtual ~MailClientObserver() = default;
+    /// Mails were marked or deleted.
+    virtual void MailListChanged(MailClient& client) = 0;
+    /// A refresh is done. `newMails` are those that came with it, oldest first; there may be none.
+    virtual void NewMailExists(MailClient& client, OV::Ref<MailList> newMails,
+                               RefreshMailListReason::Value reason) = 0;
+    /// A refresh failed; `problem` tells why, for people. It is tried again when the server is
+    /// back.
+    virtual void RefreshMailsFailed(MailClient& /*client*/, const OV::UniString& /*problem*/) {}
+};
+
+/// The same, told on an executor of the observer's choice.
+class MailClientObserverOverExecutor : public MailClientObserver, public OverExecutor {
+public:
+    explicit MailClientObserverOverExecutor(OV::Executor* executor) : OverExecutor(executor) {}
+    ~MailClientObserverOverExecutor() override { ToDestroy(); }
+
+    void MailListChanged(MailClient& client) final;
+    void NewMailExists(MailClient& client, OV::Ref<MailList> newMails,
+                       RefreshMailListReason::Value reason) final;
+
+protected:
+    virtual void _MailListChanged(MailClient& client) = 0;
+    virtual void _NewMailExists(MailClient& client, OV::Ref<MailList> newMails,
+                                RefreshMailListReason::Value reason) = 0;
+};
+
+}  // namespace SYC

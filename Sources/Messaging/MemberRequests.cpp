@@ -1,0 +1,139 @@
+#include "Messaging/Detail/MemberRequests.hpp"
+
+#include "Display/ImageCoding.hpp"
+#include "Messaging/Detail/OpenedProject.hpp"
+#include "OVRoot/Logger.hpp"
+#include "OVRoot/SecureWipe.hpp"
+#include "OVRoot/Thread.hpp"
+#include "SYClientBase/ConnectionValidator.hpp"
+#include "SYClientBase/ProjectURL.hpp"
+#include "SYClientBase/ServicePortCache.hpp"
+#include "SYCommunication/ServerAddress.hpp"
+#include "SyncraProtocol/ErrorCode.hpp"
+#include "SyncraServerManagement/UserRepository.hpp"
+
+namespace SYC {
+
+namespace {
+
+using Syncra::Client::SyncraClient;
+using Syncra::Protocol::Member;
+using Syncra::Server::Management::CreateUserRepository;
+using Syncra::Server::Management::UserRepository;
+namespace PropertyNames = Syncra::Server::Management::PropertyNames;
+
+/// A session is a person at work unless a service says otherwise.
+bool IsNormalSession(SyncraClient& client, const OV::UniString& sessionId)
+{
+    try {
+        const auto type = client.GetSessionAttribute(
+            sessionId, Syncra::Protocol::SessionAttributeNames::SessionType);
+        return type.empty() || type == Syncra::Protocol::NormalSessionType;
+    } catch (const Communication::ResponseContentException& refusal) {
+        if (refusal.GetErrorCode() != static_cast<int>(Syncra::Protocol::ErrorCode::NotFound))
+            throw;
+        return false;  // it ended since it was listed
+    }
+}
+
+OV::HashSet<OV::UniString> LoginsAtWork(SyncraClient& client, const OV::UniString& projectId)
+{
+    OV::HashSet<OV::UniString> logins;
+    for (const auto& session : client.GetAllSessions(projectId))
+        if (IsNormalSession(client, session.id))
+            logins.insert(session.loginName);
+    return logins;
+}
+
+/// The user repository of the opened project's server; null when the server lists none.
+std::unique_ptr<UserRepository> OpenUserRepository(const OpenedProject& project)
+{
+    const auto& location = project.GetLocation();
+    OV::UniString host = SYCB::GetServerName(location);
+    if (const auto working = SYCB::ConnectionValidator::GetInstance().GetWorkingConnectionForServer(
+            host, location.GetPort());
+        working && !working->validatedHost.empty())
+        host = working->validatedHost;
+    OV::UniString password = project.GetPassword();
+    const OV::SecureWipeGuard<char16_t> wipe(password);
+    const auto port = SYCB::ServicePortCache::GetInstance().GetServicePort(
+        host, location.GetPort(), project.GetLoginName(), password, SYCB::ServiceType::Management,
+        true);
+    if (port == 0)
+        return nullptr;
+    const auto address = Communication::ServerAddress::FromServerName(host, port);
+    return CreateUserRepository(
+        u"WBEM",
+        {{PropertyNames::UserRepositoryUrl, OV::FromUtf8(address.BaseUrl() + "/root/syncrav2")},
+         {PropertyNames::UserRepositoryPrincipal, project.GetLoginName()},
+         {PropertyNames::UserRepositoryCredentials, password}});
+}
+
+NewDisplay::NativeImage FetchPhoto(UserRepository& users, const OV::UniString& loginName)
+{
+    try {
+        const auto photo = users.GetUserPhoto(loginName);
+        if (photo.type == u"image/png" || photo.type == u"image/jpeg")
+            return NewDisplay::DecodeImage(photo.data, photo.type);
+    } catch (const OV::InterruptedException&) {
+        throw;
+    } catch (const Communication::ConnectionException&) {
+        throw;
+    } catch (const std::exception& error) {
+        OV::Logger::Warning("SYClient", u"SYC::ProjectMembers: no photo of %: %",
+                            {loginName, error.what()});
+    }
+    return {};
+}
+
+/// Completes `photos` with those of `members` that it lacks.
+void FetchPhotos(OpenedProject& project, const OV::Array<Member>& members, PhotoTable& photos)
+{
+    std::unique_ptr<UserRepository> users;
+    try {
+        for (const auto& member : members) {
+            if (photos.contains(member.guid))
+                continue;
+            if (!users)
+                users = OpenUserRepository(project);
+            if (!users)
+                return;
+            photos.emplace(member.guid, FetchPhoto(*users, member.loginName));
+        }
+    } catch (const OV::InterruptedException&) {
+        throw;
+    } catch (const std::exception& error) {
+        // The members count without their photos.
+        const auto& location = project.GetLocation();
+        SYCB::ServicePortCache::GetInstance().Forget(SYCB::GetServerName(location),
+                                                     location.GetPort());
+        OV::Logger::Warning("SYClient", u"SYC::ProjectMembers: no photos: %", {error.what()});
+    }
+}
+
+}  // namespace
+
+OV::Array<ProjectMember> FetchMembers(OpenedProject& project, const PhotoTable& knownPhotos)
+{
+    OV::Array<Member> records;
+    OV::HashSet<OV::UniString> atWork;
+    project.Ask([&](SyncraClient& client) {
+        records = client.GetProjectMembersEx(project.GetProjectId());
+        atWork = LoginsAtWork(client, project.GetProjectId());
+    });
+    PhotoTable photos = knownPhotos;
+    FetchPhotos(project, records, photos);
+    OV::Array<ProjectMember> members;
+    members.reserve(records.size());
+    for (auto& record : records) {
+        ProjectMember member{record.id,
+                             UserData(record.loginName, record.fullName, record.guid,
+                                      photos[record.guid], record.color),
+                             {record.roleName, std::move(record.permissions)}};
+        member.data.SetNormalSession(atWork.contains(record.loginName));
+        members.push_back(std::move(member));
+    }
+    return members;
+}
+
+}  // namespace SYC

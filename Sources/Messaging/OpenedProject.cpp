@@ -1,0 +1,78 @@
+#include "Messaging/Detail/OpenedProject.hpp"
+
+#include "SYClientBase/PasswordCoding.hpp"
+#include "SYClientBase/ProjectURL.hpp"
+#include "SYClientBase/SyncraClientFactory.hpp"
+
+namespace SYC {
+
+namespace {
+
+OV::UniString RequireProjectId(SYCB::ProjectConnectionManagerInterface& manager)
+{
+    const auto cache = manager.GetCachedProjectInfo();
+    OV::UniString id = cache ? cache->GetProjectId() : OV::UniString();
+    if (id.empty())
+        throw OV::IllegalArgumentException(
+            u"Project " + manager.GetProjectLocation().ToDisplayText() +
+            u" has not been opened on this machine yet. Open it first.");
+    return id;
+}
+
+}  // namespace
+
+OpenedProject::OpenedProject(SYCB::ProjectConnectionManagerInterface& manager)
+    : manager_(manager), location_(manager.GetProjectLocation()),
+      projectId_(RequireProjectId(manager))
+{}
+
+OpenedProject::~OpenedProject()
+{
+    const OV::LockGuard guard(lock_);
+    if (password_)
+        OV::SecureWipe(*password_);
+}
+
+void OpenedProject::SetPassword(const OV::UniString& password)
+{
+    Client former;
+    const OV::LockGuard guard(lock_);
+    if (password_)
+        OV::SecureWipe(*password_);
+    password_ = password;
+    former = std::move(idle_);
+}
+
+OV::UniString OpenedProject::GetPassword() const
+{
+    {
+        const OV::LockGuard guard(lock_);
+        if (password_)
+            return *password_;
+    }
+    return SYCB::DecodePassword(location_.GetPassword());
+}
+
+OpenedProject::Client OpenedProject::Take()
+{
+    {
+        const OV::LockGuard guard(lock_);
+        if (idle_)
+            return std::move(idle_);
+    }
+    OV::UniString password = GetPassword();
+    const OV::SecureWipeGuard<char16_t> wipe(password);
+    return SYCB::CreateSyncraClientOnOpenedProject(manager_, SYCB::GetServerName(location_),
+                                                   location_.GetPort(), location_.GetUserName(),
+                                                   password);
+}
+
+void OpenedProject::Ask(const std::function<void(Syncra::Client::SyncraClient&)>& ask)
+{
+    Client client = Take();
+    ask(*client);
+    const OV::LockGuard guard(lock_);
+    idle_ = std::move(client);
+}
+
+}  // namespace SYC

@@ -1,0 +1,72 @@
+#pragma once
+
+#include "IO/File.hpp"
+#include "Messaging/MailFile.hpp"
+#include "Messaging/OutboxObserver.hpp"
+#include "OVRoot/EventSource.hpp"
+#include "OVRoot/Lock.hpp"
+
+#include <chrono>
+#include <optional>
+
+namespace SYC {
+
+/// The mails that wait for delivery, in "Outbox.dat". Every mail has an id made here, under which
+/// the server recognises it, so that sending it twice delivers it once.
+///
+/// A mail is on the disk before Add returns. Delivered mails leave the file in groups: what a crash
+/// brings back is sent again and recognised. Several processes may share the file: each takes the
+/// others' changes over before it writes its own. Safe on any thread.
+class Outbox {
+public:
+    using MailList = MailFile::MailList;
+
+    /// Reads the file in `folder`. A damaged one is kept under another name. Throws
+    /// IO::IOException.
+    explicit Outbox(const IO::Location& folder);
+    /// Writes what is outstanding.
+    ~Outbox();
+    Outbox(const Outbox&) = delete;
+    Outbox& operator=(const Outbox&) = delete;
+
+    [[nodiscard]] MailList GetMails() const;
+    [[nodiscard]] bool IsEmpty() const;
+    /// The first mail that is not among `passed`; empty when there is none.
+    [[nodiscard]] OV::Ref<ClientMail> First(const OV::HashSet<OV::UniString>& passed) const;
+
+    /// Throws IO::IOException when the disk does not take it; the mail is then not in the outbox.
+    void Add(const OV::Ref<ClientMail>& mail);
+    /// Forgets a mail that the server has; the file follows within a group or with Save.
+    void Delivered(const OV::UniString& id);
+    /// Throw IO::IOException; then nothing changed.
+    void Remove(const OV::Array<OV::UniString>& ids);
+    void SetHistorical(const OV::Array<OV::UniString>& ids);
+    /// Writes what is outstanding. A disk that refuses is logged and tried again with the next
+    /// change.
+    void Save() noexcept;
+
+    void Attach(OutboxObserver& observer) { observers_.Attach(observer); }
+    void Detach(OutboxObserver& observer) { observers_.Detach(observer); }
+    /// For the mail client, on its executor.
+    void TellObservers();
+
+private:
+    /// Takes the place of the file's content, does `change` to it and writes it.
+    template <class Change>
+    void Write(Change change) OV_REQUIRES(lock_);
+    void ReadIfChanged() OV_REQUIRES(lock_);
+    /// For mails of a file that was written without.
+    void GiveIds() OV_REQUIRES(lock_);
+
+    const IO::Location file_;
+    const IO::Location lockFile_;
+    mutable OV::Lock lock_;
+    MailList mails_ OV_GUARDED_BY(lock_);
+    /// Out of `mails_`, but not yet out of the file.
+    OV::HashSet<OV::UniString> delivered_ OV_GUARDED_BY(lock_);
+    std::optional<IO::ChangeStamp> stamp_ OV_GUARDED_BY(lock_);
+    std::chrono::steady_clock::time_point written_ OV_GUARDED_BY(lock_);
+    OV::EventSource<OutboxObserver> observers_;
+};
+
+}  // namespace SYC

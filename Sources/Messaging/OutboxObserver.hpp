@@ -1,0 +1,12 @@
+#pragma once
+
+namespace SYC {
+
+class OutboxObserver {
+public:
+    virtual ~OutboxObserver() = default;
+    /// Mails came into the outbox or left it. Told on the mail client's own executor.
+    virtual void OutboxChanged() = 0;
+};
+
+}  // namespace SYC

@@ -1,0 +1,43 @@
+#pragma once
+
+#include "OVRoot/Executor.hpp"
+#include "SYClientBase/Identified.hpp"
+
+#include <atomic>
+#include <functional>
+
+namespace SYC {
+
+/// An observer that is told on an executor of its choice, and not at all once it has gone. The
+/// executor is one that runs on the thread that destroys the observer, and outlives what was posted
+/// to it. A class that is told begins its destructor with ToDestroy.
+class OverExecutor : public SYCB::Identified {
+public:
+    /// For the notifications from now on. Null drops them.
+    void SetExecutor(OV::Executor* executor) noexcept { executor_ = executor; }
+    [[nodiscard]] OV::Executor* GetExecutor() const noexcept { return executor_; }
+
+    /// The way to an observer as it was when it was asked for, good for any thread and any time.
+    class Target {
+    public:
+        /// Runs `work` on the executor unless the observer has gone by then.
+        void Post(std::function<void()> work) const;
+
+    private:
+        friend class OverExecutor;
+        Target(OV::Executor* executor, Identity identity) : executor_(executor), identity_(identity)
+        {}
+        OV::Executor* executor_;
+        Identity identity_;
+    };
+    [[nodiscard]] Target GetTarget() const { return {executor_, GetIdentity()}; }
+
+protected:
+    explicit OverExecutor(OV::Executor* executor) noexcept : executor_(executor) {}
+    ~OverExecutor() = default;
+
+private:
+    std::atomic<OV::Executor*> executor_;
+};
+
+}  // namespace SYC

@@ -1,0 +1,202 @@
+#include "Messaging/ProjectMembers.hpp"
+
+#include "Messaging/Detail/MemberRequests.hpp"
+#include "Messaging/Detail/OpenedProject.hpp"
+#include "OVRoot/Logger.hpp"
+
+#include <algorithm>
+
+namespace SYC {
+
+namespace {
+
+constexpr std::uint32_t KeepAliveMilliseconds = 30'000;
+
+/// The value under `key` through `get`; false when there is none.
+template <class Table, class Result, class Get>
+bool LookUp(const Table& table, const typename Table::key_type& key, Result& result, Get get)
+{
+    const auto found = table.find(key);
+    if (found == table.end())
+        return false;
+    result = get(found->second);
+    return true;
+}
+
+}  // namespace
+
+ProjectMembers::ProjectMembers(SYCB::PKSignalClient& signalClient,
+                               SYCB::ProjectConnectionManagerInterface& manager,
+                               OV::Executor& executor)
+    : OverExecutor(&executor), signalClient_(signalClient), manager_(manager),
+      worker_(1, 1, KeepAliveMilliseconds)
+{
+    signalClient_.Attach(*this);
+}
+
+ProjectMembers::~ProjectMembers()
+{
+    ToDestroy();
+    signalClient_.Detach(*this);
+    worker_.Cancel();
+    worker_.AwaitTermination();
+}
+
+void ProjectMembers::Init()
+{
+    project_ = std::make_shared<OpenedProject>(manager_);
+    StartRefresh(true);
+}
+
+void ProjectMembers::Clear()
+{
+    ++generation_;
+    isKnown_ = false;
+    ClearUserDataTable();
+    ClearPermissionTable();
+}
+
+void ProjectMembers::ClearUserDataTable()
+{
+    users_.clear();
+    loginNames_.clear();
+}
+
+void ProjectMembers::ClearPermissionTable()
+{
+    permissions_.clear();
+}
+
+bool ProjectMembers::IsMember(const OV::UniString& loginName) const
+{
+    return loginNames_.contains(loginName);
+}
+
+bool ProjectMembers::GetFullNameFromId(MemberId id, OV::UniString& fullName) const
+{
+    return LookUp(users_, id, fullName, [](const UserData& user) { return user.GetFullName(); });
+}
+
+bool ProjectMembers::GetLoginNameFromId(MemberId id, OV::UniString& loginName) const
+{
+    return LookUp(users_, id, loginName, [](const UserData& user) { return user.GetLoginName(); });
+}
+
+bool ProjectMembers::GetUserGuidFromId(MemberId id, OV::Guid& guid) const
+{
+    return LookUp(users_, id, guid, [](const UserData& user) { return user.GetUserGuid(); });
+}
+
+bool ProjectMembers::GetUserIdFromGuid(const OV::Guid& guid, MemberId& id) const
+{
+    const auto found = std::find_if(users_.begin(), users_.end(), [&](const auto& entry) {
+        return entry.second.GetUserGuid() == guid;
+    });
+    if (found == users_.end())
+        return false;
+    id = found->first;
+    return true;
+}
+
+bool ProjectMembers::GetUserIdFromLoginName(const OV::UniString& loginName, MemberId& id) const
+{
+    return LookUp(loginNames_, loginName, id, [](MemberId found) { return found; });
+}
+
+bool ProjectMembers::GetFullNameFromLoginName(const OV::UniString& loginName,
+                                              OV::UniString& fullName) const
+{
+    MemberId id = 0;
+    return GetUserIdFromLoginName(loginName, id) && GetFullNameFromId(id, fullName);
+}
+
+bool ProjectMembers::GetUserAttributesFromId(MemberId id,
+                                             const SYCB::UserAttributes*& attributes) const
+{
+    return LookUp(permissions_, id, attributes,
+                  [](const SYCB::UserAttributes& found) { return &found; });
+}
+
+NewDisplay::NativeImage ProjectMembers::GetImageFromId(MemberId id) const
+{
+    const auto found = users_.find(id);
+    return found == users_.end() ? NewDisplay::NativeImage() : found->second.GetImage();
+}
+
+void ProjectMembers::Insert(const ProjectMember& member)
+{
+    const auto& loginName = member.data.GetLoginName();
+    if (users_.contains(member.id) || !loginNames_.emplace(loginName, member.id).second)
+        return;
+    users_.emplace(member.id, member.data);
+    permissions_.emplace(member.id, member.attributes);
+}
+
+void ProjectMembers::RefreshProjectMembers(const OV::Array<ProjectMember>& members)
+{
+    ClearUserDataTable();
+    ClearPermissionTable();
+    for (const auto& member : members)
+        Insert(member);
+    isKnown_ = true;
+    observers_.Notify(
+        [this](ProjectMembersObserver& observer) { observer._ProjectMembersChanged(*this); });
+}
+
+bool ProjectMembers::_CheckSignalType(Syncra::Protocol::SignalId id) const
+{
+    using Syncra::Protocol::SignalId;
+    return id == SignalId::MembersChanged || id == SignalId::SessionsChanged;
+}
+
+void ProjectMembers::_SignalReceived(const Syncra::Protocol::Signal& signal)
+{
+    const bool withPhotos = signal.id == Syncra::Protocol::SignalId::MembersChanged;
+    GetTarget().Post([this, withPhotos] { StartRefresh(withPhotos); });
+}
+
+void ProjectMembers::StartRefresh(bool withPhotos)
+{
+    if (!project_)
+        return;
+    if (isRefreshing_) {
+        wanted_ = std::max(wanted_, withPhotos ? Wanted::Photos : Wanted::Members);
+        return;
+    }
+    PhotoTable known;
+    if (!withPhotos)
+        for (const auto& [id, user] : users_)
+            known.emplace(user.GetUserGuid(), user.GetImage());
+    const auto fetch = [this, project = project_, known, generation = generation_,
+                        target = GetTarget()] {
+        try {
+            const auto members =
+                std::make_shared<OV::Array<ProjectMember>>(FetchMembers(*project, known));
+            target.Post([this, members, generation] {
+                if (generation == generation_)
+                    RefreshProjectMembers(*members);
+                FinishRefresh();
+            });
+        } catch (const std::exception& error) {
+            const OV::UniString problem = OV::FromUtf8(error.what());
+            OV::Logger::Warning("SYClient", u"SYC::ProjectMembers: not refreshed: %", {problem});
+            target.Post([this, problem] {
+                observers_.Notify([&](ProjectMembersObserver& observer) {
+                    observer._ProjectMembersNotRefreshed(*this, problem);
+                });
+                FinishRefresh();
+            });
+        }
+    };
+    isRefreshing_ = worker_.Execute(OV::MakeTask(fetch));
+}
+
+void ProjectMembers::FinishRefresh()
+{
+    isRefreshing_ = false;
+    const Wanted wanted = std::exchange(wanted_, Wanted::Nothing);
+    if (wanted != Wanted::Nothing)
+        StartRefresh(wanted == Wanted::Photos);
+}
+
+}  // namespace SYC

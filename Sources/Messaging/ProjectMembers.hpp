@@ -1,0 +1,122 @@
+#pragma once
+
+#include "Messaging/OverExecutor.hpp"
+#include "Messaging/UserData.hpp"
+#include "OVRoot/EventSource.hpp"
+#include "OVRoot/PooledExecutor.hpp"
+#include "SYClientBase/PKSignalClient.hpp"
+#include "SYClientBase/ProjectConnectionManagerInterface.hpp"
+#include "SYClientBase/UserAttributes.hpp"
+
+#include <memory>
+
+namespace SYC {
+
+class OpenedProject;
+class ProjectMembers;
+
+class ProjectMembersObserver {
+public:
+    virtual ~ProjectMembersObserver() = default;
+    /// The tables were replaced. Told on the members' own executor.
+    virtual void _ProjectMembersChanged(ProjectMembers& members) = 0;
+    /// The server could not be asked; the tables stay. `problem` tells why, for people.
+    virtual void _ProjectMembersNotRefreshed(ProjectMembers& /*members*/,
+                                             const OV::UniString& /*problem*/)
+    {}
+};
+
+/// One member as a refresh found him.
+struct ProjectMember {
+    std::int16_t id = 0;
+    UserData data;
+    SYCB::UserAttributes attributes;
+};
+
+/// The members of the opened project: who they are, what they may do, who works in it now.
+///
+/// Made, used and destroyed on one thread, the one that its executor runs on. The server is asked
+/// on a worker thread; the tables change on the own thread alone. Short ids are the server's
+/// numbers of the users in this project.
+class ProjectMembers final : public OverExecutor, private SYCB::PKSignalClientObserver {
+public:
+    static constexpr OV::ClassInfo ClassInformation{u"ProjectMembers", 1, 0};
+
+    using MemberId = std::int16_t;
+    using UserData = SYC::UserData;
+    using UserDataTable = OV::HashTable<MemberId, UserData>;
+    using LoginNameTable = OV::HashTable<OV::UniString, MemberId>;
+
+    /// Everything given outlives the members.
+    ProjectMembers(SYCB::PKSignalClient& signalClient,
+                   SYCB::ProjectConnectionManagerInterface& manager, OV::Executor& executor);
+    /// Ends a request under way, within 100 ms.
+    ~ProjectMembers();
+
+    /// Asks the server for the members, and again with every signal of a change. Throws
+    /// OV::IllegalArgumentException for a project that was never checked.
+    void Init();
+    /// Forgets everything; a refresh under way is not applied.
+    void Clear();
+    void ClearUserDataTable();
+    void ClearPermissionTable();
+    /// Whether there was a refresh since Init or Clear, or a Read.
+    [[nodiscard]] bool IsKnown() const noexcept { return isKnown_; }
+
+    [[nodiscard]] bool IsMember(const OV::UniString& loginName) const;
+    /// Each gives false for an unknown key and then leaves the result as it is.
+    [[nodiscard]] bool GetFullNameFromId(MemberId id, OV::UniString& fullName) const;
+    [[nodiscard]] bool GetLoginNameFromId(MemberId id, OV::UniString& loginName) const;
+    [[nodiscard]] bool GetUserGuidFromId(MemberId id, OV::Guid& guid) const;
+    [[nodiscard]] bool GetUserIdFromGuid(const OV::Guid& guid, MemberId& id) const;
+    [[nodiscard]] bool GetUserIdFromLoginName(const OV::UniString& loginName, MemberId& id) const;
+    [[nodiscard]] bool GetFullNameFromLoginName(const OV::UniString& loginName,
+                                                OV::UniString& fullName) const;
+    /// The attributes belong to the members and go with the next refresh.
+    [[nodiscard]] bool GetUserAttributesFromId(MemberId id,
+                                               const SYCB::UserAttributes*& attributes) const;
+    /// The photo, or an empty image.
+    [[nodiscard]] NewDisplay::NativeImage GetImageFromId(MemberId id) const;
+
+    [[nodiscard]] const UserDataTable& GetUserDataTable() const noexcept { return users_; }
+    [[nodiscard]] const LoginNameTable& GetLoginNameTable() const noexcept { return loginNames_; }
+
+    /// Puts `members` in the place of what is known and tells the observers. A short id or a login
+    /// name that stands twice counts once, the first time.
+    void RefreshProjectMembers(const OV::Array<ProjectMember>& members);
+
+    /// The tables without the photos, and the photos of the members that are known, by short id.
+    /// Return 0 or an error of the channel; after a failed Read everything is as before.
+    [[nodiscard]] OV::ChannelStatus Read(OV::IChannel& channel);
+    [[nodiscard]] OV::ChannelStatus Write(OV::OChannel& channel) const;
+    [[nodiscard]] OV::ChannelStatus ReadPhotos(OV::IChannel& channel);
+    [[nodiscard]] OV::ChannelStatus WritePhotos(OV::OChannel& channel) const;
+
+    void Attach(ProjectMembersObserver& observer) { observers_.Attach(observer); }
+    void Detach(ProjectMembersObserver& observer) { observers_.Detach(observer); }
+
+private:
+    bool _CheckSignalType(Syncra::Protocol::SignalId id) const override;
+    void _SignalReceived(const Syncra::Protocol::Signal& signal) override;
+
+    /// Photos are asked for when `withPhotos`; otherwise those of the members known stay.
+    void StartRefresh(bool withPhotos);
+    void FinishRefresh();
+    void Insert(const ProjectMember& member);
+
+    SYCB::PKSignalClient& signalClient_;
+    SYCB::ProjectConnectionManagerInterface& manager_;
+    std::shared_ptr<OpenedProject> project_;  ///< from Init on
+    UserDataTable users_;
+    LoginNameTable loginNames_;
+    OV::HashTable<MemberId, SYCB::UserAttributes> permissions_;
+    bool isKnown_ = false;
+    /// Tells a refresh that began before Clear from one after it.
+    std::uint64_t generation_ = 0;
+    bool isRefreshing_ = false;
+    enum class Wanted { Nothing, Members, Photos } wanted_ = Wanted::Nothing;
+    OV::EventSource<ProjectMembersObserver> observers_;
+    OV::PooledExecutor worker_;
+};
+
+}  // namespace SYC

@@ -1,0 +1,49 @@
+#pragma once
+
+#include "Display/NativeImage.hpp"
+#include "OVRoot/Channel.hpp"
+#include "OVRoot/ClassFrame.hpp"
+#include "OVRoot/Guid.hpp"
+
+namespace SYC {
+
+/// A member of the opened project, as its dialogs show him.
+class UserData {
+public:
+    static constexpr OV::ClassInfo ClassInformation{u"UserData", 1, 0};
+
+    UserData() = default;
+    /// `color` is 0xRRGGBB.
+    UserData(OV::UniString loginName, OV::UniString fullName, const OV::Guid& guid,
+             NewDisplay::NativeImage image, std::uint32_t color)
+        : loginName_(std::move(loginName)), fullName_(std::move(fullName)), guid_(guid),
+          image_(std::move(image)), color_(color)
+    {}
+
+    [[nodiscard]] const OV::UniString& GetLoginName() const noexcept { return loginName_; }
+    [[nodiscard]] const OV::UniString& GetFullName() const noexcept { return fullName_; }
+    [[nodiscard]] const OV::Guid& GetUserGuid() const noexcept { return guid_; }
+    /// The photo; may be empty.
+    [[nodiscard]] const NewDisplay::NativeImage& GetImage() const noexcept { return image_; }
+    [[nodiscard]] std::uint32_t GetUserColor() const noexcept { return color_; }
+    /// Whether he has a normal working session open.
+    [[nodiscard]] bool HasNormalSession() const noexcept { return normalSession_; }
+    void SetNormalSession(bool normal) noexcept { normalSession_ = normal; }
+
+    /// Everything but the photo. Return 0 or the channel's error.
+    [[nodiscard]] OV::ChannelStatus Read(OV::IChannel& channel);
+    [[nodiscard]] OV::ChannelStatus Write(OV::OChannel& channel) const;
+    /// The photo alone, see PhotoStream.hpp. Always return 0.
+    OV::ChannelStatus ReadPhoto(OV::IChannel& channel);
+    OV::ChannelStatus WritePhoto(OV::OChannel& channel) const;
+
+private:
+    OV::UniString loginName_;
+    OV::UniString fullName_;
+    OV::Guid guid_;
+    NewDisplay::NativeImage image_;
+    std::uint32_t color_ = 0;
+    bool normalSession_ = false;
+};
+
+}  // namespace SYC

@@ -1,0 +1,282 @@
+#include "PresenceManager/PresenceManager.hpp"
+
+#include "OVRoot/Condition.hpp"
+#include "OVRoot/Logger.hpp"
+#include "OVRoot/SecureWipe.hpp"
+#include "OVRoot/Thread.hpp"
+#include "SYClientBase/Backoff.hpp"
+#include "SYClientBase/SyncraClientFactory.hpp"
+
+#include <algorithm>
+#include <optional>
+
+namespace SYC {
+
+namespace {
+
+using Syncra::Client::SignInData;
+using Syncra::Client::SyncraClient;
+using Syncra::Messaging::MessagingClient;
+
+/// The account that the messaging service has built in; it may read presence and nothing else.
+constexpr OV::UniStringView LookoutName = u"lookout";
+constexpr OV::UniStringView LookoutPassword = u"lookout";
+
+/// Short enough for the boxes on the way, which drop what is silent for a minute.
+constexpr std::uint32_t ReceiveMilliseconds = 25'000;
+constexpr std::uint32_t NoProjectsPauseMilliseconds = 30'000;
+
+/// Runs one step of the check; its failure becomes one of `message`.
+template <class Work>
+auto Step(const char* message, const Work& work)
+{
+    try {
+        return work();
+    } catch (const OV::InterruptedException&) {
+        throw;
+    } catch (const OV::Exception& error) {
+        throw PresenceManagerException(OV::StringView(message), OV::SourcePlace::Here(),
+                                       error.Clone());
+    }
+}
+
+std::uint16_t FindMessagingPort(SyncraClient& client)
+{
+    const auto ports =
+        Step("Could not get the messaging port", [&] { return client.GetServicePortList(); });
+    const auto found = std::find_if(ports.begin(), ports.end(), [](const auto& port) {
+        return port.service == Syncra::Protocol::ServiceNames::Messaging;
+    });
+    if (found == ports.end() || found->port == 0)
+        throw PresenceManagerException(OV::StringView("Could not get the messaging port"));
+    return found->port;
+}
+
+OV::Array<OV::UniString> GetProjectIds(SyncraClient& client)
+{
+    OV::Array<OV::UniString> ids;
+    for (auto& project : Step("Could not get projects", [&] { return client.GetProjects(); }))
+        ids.push_back(std::move(project.id));
+    return ids;
+}
+
+bool IsSameTarget(const SignInData& left, const SignInData& right)
+{
+    return left.serverName == right.serverName && left.port == right.port &&
+           left.userName == right.userName && left.password == right.password;
+}
+
+}  // namespace
+
+/// Follows one target on a thread of its own. Destroying it interrupts and joins.
+class PresenceManager::Check {
+public:
+    Check(PresenceManager& owner, SignInData target)
+        : owner_(owner), target_(std::move(target)), thread_("PresenceCheck", [this] { Run(); })
+    {}
+    ~Check()
+    {
+        Stop();
+        OV::SecureWipe(target_.password);
+    }
+
+    void Stop()
+    {
+        thread_.Interrupt();
+        thread_.Join();
+    }
+
+    /// Waits for the first attempt and throws what the newest one threw.
+    void AwaitOutcome()
+    {
+        settled_.Wait();
+        settled_.Notify();  // for whoever else waits
+        const OV::LockGuard guard(lock_);
+        if (failure_)
+            throw PresenceManagerException(*failure_);
+    }
+
+private:
+    void Run()
+    {
+        SYCB::Backoff backoff;
+        try {
+            for (;;) {
+                try {
+                    Follow(backoff);
+                } catch (const OV::InterruptedException&) {
+                    throw;
+                } catch (const PresenceManagerException& failure) {
+                    Settle(failure);
+                } catch (const OV::Exception& error) {
+                    Settle(
+                        PresenceManagerException(OV::StringView("Could not connect to the server"),
+                                                 OV::SourcePlace::Here(), error.Clone()));
+                }
+                owner_.SetMessagingClient(nullptr);
+                // Who was present is not known any more; an old answer would be shown as a new one.
+                owner_.SetActivePresenceIds({});
+                OV::Thread::Sleep(backoff.NextMilliseconds());
+            }
+        } catch (const OV::InterruptedException&) {
+            // Stopped; whoever waits for the first attempt must not wait for ever.
+            Note(PresenceManagerException(OV::StringView("Could not connect to the server")));
+        }
+    }
+
+    /// Never returns: ends with what ends the connection.
+    void Follow(SYCB::Backoff& backoff)
+    {
+        const auto server = Step("Could not connect to the server",
+                                 [&] { return SYCB::CreateSyncraClient(target_); });
+        const std::uint16_t port = FindMessagingPort(*server);
+        const std::shared_ptr<MessagingClient> client =
+            Step("Could not create messaging client", [&] {
+                return Syncra::Messaging::Connect({target_.serverName, port,
+                                                   OV::UniString(LookoutName),
+                                                   OV::UniString(LookoutPassword)});
+            });
+        owner_.SetMessagingClient(client);
+        auto projects = GetProjectIds(*server);
+        while (projects.empty()) {
+            Settle({});
+            OV::Thread::Sleep(NoProjectsPauseMilliseconds);
+            projects = GetProjectIds(*server);
+        }
+        Step("Could not subscribe to receive presence", [&] {
+            client->SetReceiveTimeout(ReceiveMilliseconds);
+            client->SubscribeToReceivePresence(projects);
+        });
+        for (;;) {
+            auto ids = client->ReceivePresence();
+            owner_.SetActivePresenceIds(std::move(ids));
+            backoff.Reset();
+            Settle({});
+        }
+    }
+
+    void Settle(std::optional<PresenceManagerException> failure)
+    {
+        if (failure)
+            OV::Logger::Warning("SYClient", u"PresenceManager: %: %",
+                                {failure->GetMessage(), failure->GetCause()
+                                                            ? failure->GetCause()->GetMessage()
+                                                            : OV::UniString()});
+        Note(std::move(failure));
+    }
+
+    void Note(std::optional<PresenceManagerException> failure)
+    {
+        const OV::LockGuard guard(lock_);
+        failure_ = std::move(failure);
+        settled_.Notify();
+    }
+
+    PresenceManager& owner_;
+    SignInData target_;
+    OV::Lock lock_;
+    std::optional<PresenceManagerException> failure_ OV_GUARDED_BY(lock_);
+    OV::Condition settled_;
+    OV::Thread thread_;  ///< last, since it uses the others
+};
+
+PresenceManager::PresenceManager() = default;
+
+PresenceManager::~PresenceManager()
+{
+    StopPresenceCheck();
+}
+
+PresenceManager& PresenceManager::GetInstance()
+{
+    static PresenceManager instance;
+    return instance;
+}
+
+void PresenceManager::SetTargetServer(const OV::UniString& host, std::uint16_t port,
+                                      const OV::UniString& user, const OV::UniString& password)
+{
+    if (host.empty() || port == 0)
+        throw OV::IllegalArgumentException(OV::UniString(u"Invalid host name or port number"));
+    StartCheck({host, port, user, password})->AwaitOutcome();
+}
+
+std::shared_ptr<PresenceManager::Check> PresenceManager::StartCheck(SignInData target)
+{
+    const OV::LockGuard change(changeLock_);
+    std::shared_ptr<Check> former;
+    {
+        const OV::LockGuard guard(lock_);
+        if (check_ && IsSameTarget(target_, target))
+            return check_;
+        former = std::move(check_);
+    }
+    // Joined without the lock, which its thread may be waiting for.
+    if (former)
+        former->Stop();
+    SetMessagingClient(nullptr);
+    SetActivePresenceIds({});
+    const OV::LockGuard guard(lock_);
+    OV::SecureWipe(target_.password);
+    target_ = std::move(target);
+    check_ = std::make_shared<Check>(*this, target_);
+    return check_;
+}
+
+OV::UniString PresenceManager::GetHost() const
+{
+    const OV::LockGuard guard(lock_);
+    return target_.serverName;
+}
+
+PresenceManager::PresenceIds PresenceManager::GetActivePresenceIds() const
+{
+    const OV::LockGuard guard(lock_);
+    return activeIds_;
+}
+
+void PresenceManager::SetActivePresenceIds(PresenceIds ids)
+{
+    const OV::LockGuard guard(lock_);
+    activeIds_ = std::move(ids);
+}
+
+std::shared_ptr<MessagingClient> PresenceManager::GetMessagingClient() const
+{
+    const OV::LockGuard guard(lock_);
+    return client_;
+}
+
+void PresenceManager::SetMessagingClient(std::shared_ptr<MessagingClient> client)
+{
+    const OV::LockGuard guard(lock_);
+    client_ = std::move(client);
+}
+
+void PresenceManager::StopPresenceCheck()
+{
+    const OV::LockGuard change(changeLock_);
+    std::shared_ptr<Check> former;
+    {
+        const OV::LockGuard guard(lock_);
+        former = std::move(check_);
+    }
+    if (former)
+        former->Stop();
+    SetMessagingClient(nullptr);
+    SetActivePresenceIds({});
+}
+
+void PresenceManager::BeforeShutdown()
+{
+    StopPresenceCheck();
+}
+
+void PresenceManager::AfterShutdown()
+{
+    const OV::LockGuard guard(lock_);
+    OV::SecureWipe(target_.password);
+    target_ = {};
+}
+
+}  // namespace SYC

@@ -1,0 +1,323 @@
+#include "Messaging/MessagingTest.hpp"
+
+#include "IO/File.hpp"
+#include "IO/IOException.hpp"
+#include "OVRoot/Guid.hpp"
+#include "OVRoot/Resources.hpp"
+#include "Support/ChildProcess.hpp"
+
+#include <csignal>
+#include <sys/resource.h>
+
+using SYCB::PresenceState;
+
+namespace {
+
+/// Collects the alerts while it lives.
+class AlertLog final : public OV::AlertPresenter {
+public:
+    AlertLog() { former_ = SetCurrent(this); }
+    ~AlertLog() override { SetCurrent(former_); }
+    int Show(const OV::AlertResource& alert) override
+    {
+        numbers.push_back(alert.number);
+        return 1;
+    }
+    std::vector<int> numbers;
+
+private:
+    OV::AlertPresenter* former_;
+};
+
+constexpr int Ok = SYC::MailResult::Succeeded;
+
+}  // namespace
+
+TEST_F(MessagingTest, DeliversWhileOnlineAndReportsEachMailOnce)
+{
+    const auto anna = MakeHost("anna.novak");
+    anna->Open();
+    EXPECT_EQ(anna->lastReason, SYC::RefreshMailListReason::ClientStarted);
+    anna->SetPresence(PresenceState::Online);
+    anna->Send(u"first", {u"yuki.tanaka"});
+    anna->Send(u"second", {u"yuki.tanaka", u"lena.fischer"});
+    anna->Await([&] { return anna->sent.size() == 2; }, "two results");
+    EXPECT_EQ(anna->sent, (decltype(anna->sent){{u"first", Ok}, {u"second", Ok}}));
+    EXPECT_TRUE(anna->client->GetOutboxMails().empty());
+    EXPECT_GE(anna->outboxChanges, 3);
+    EXPECT_EQ(TextsOf("yuki.tanaka"),
+              (std::map<OV::UniString, int>{{u"first", 1}, {u"second", 1}}));
+
+    // The recipient's box, and what is found by id.
+    const auto lena = MakeHost("lena.fischer");
+    anna->client.reset();
+    lena->Open();
+    ASSERT_EQ(lena->newMails.size(), 1u);
+    OV::Ref<ClientMail> mail;
+    ASSERT_TRUE(lena->client->GetMail(lena->newMails[0]->GetId(), mail));
+    EXPECT_EQ(mail->GetBodyText(), u"second");
+    EXPECT_EQ(mail->GetSender(), u"anna.novak");
+    EXPECT_EQ(mail->GetRecipientsLoginName(),
+              (ClientMail::NameList{u"yuki.tanaka", u"lena.fischer"}));
+    EXPECT_FALSE(lena->client->GetMail(u"another", mail));
+}
+
+TEST_F(MessagingTest, StopsTheFlushOfflineAndResumesItOnline)
+{
+    const auto anna = MakeHost("anna.novak");
+    anna->Open();
+    anna->SetPresence(PresenceState::Online);
+    anna->Send(u"0", {u"yuki.tanaka"});
+    anna->Await([&] { return anna->sent.size() == 1; }, "a signed-in client");
+    server.Pause();
+    for (const auto* text : {u"1", u"2", u"3", u"4"})
+        anna->Send(text, {u"yuki.tanaka"});
+    anna->Idle(200);  // the first of them is on its way
+    anna->SetPresence(PresenceState::Offline);
+    server.Resume();
+    anna->Await([&] { return anna->sent.size() == 2; }, "the mail under way");
+    anna->Idle(200);
+    EXPECT_EQ(anna->sent.size(), 2u);
+    EXPECT_EQ(anna->client->GetOutboxMails().size(), 3u);
+    anna->SetPresence(PresenceState::Online);
+    anna->Await([&] { return anna->sent.size() == 5; }, "the rest");
+    const auto texts = TextsOf("yuki.tanaka");
+    EXPECT_EQ(texts.size(), 5u);
+    for (const auto& [text, count] : texts)
+        EXPECT_EQ(count, 1) << OV::ToUtf8(text);
+}
+
+TEST_F(MessagingTest, ARefusedMailWaitsAndHoldsUpNoOther)
+{
+    const auto anna = MakeHost("anna.novak");
+    anna->Open();
+    const auto refused = anna->Send(u"to nobody", {u"sofia.costa"});  // of another project
+    anna->Send(u"to Yuki", {u"yuki.tanaka"});
+    anna->SetPresence(PresenceState::Online);
+    anna->Await([&] { return anna->sent.size() == 2; }, "both results");
+    EXPECT_EQ(anna->sent, (decltype(anna->sent){{u"to nobody", 12}, {u"to Yuki", Ok}}));
+    ASSERT_EQ(anna->client->GetOutboxMails().size(), 1u);
+    anna->client->DeleteOutboxMails({refused});
+    EXPECT_TRUE(anna->client->GetOutboxMails().empty());
+    ClientMail toNobody;
+    EXPECT_THROW(anna->client->SendMail({}, toNobody, nullptr), OV::IllegalArgumentException);
+}
+
+TEST_F(MessagingTest, KeepsAnUnsentMailOverItsEndAndAnotherProcess)
+{
+    const auto anna = MakeHost("anna.novak");
+    anna->Open();
+    anna->Send(u"written offline", {u"yuki.tanaka"});
+    const auto url = Url("anna.novak", Project);
+    ChildProcess other([&] {
+        MailClient::m_instance = nullptr;  // a process that was not forked has none
+        MailHost host(url, DataFolder());
+        host.Open();
+        host.Send(u"of another process", {u"yuki.tanaka"});
+        return host.client->GetOutboxMails().size() == 2 ? 0 : 1;
+    });
+    EXPECT_EQ(other.Wait(), 0);
+    anna->Send(u"written after it", {u"yuki.tanaka"});
+    EXPECT_EQ(anna->client->GetOutboxMails().size(), 3u);
+    anna->client.reset();
+    anna->SetPresence(PresenceState::Online);
+    anna->Open();  // online already: what is left goes at once
+    anna->Await([&] { return anna->client->GetOutboxMails().empty(); }, "an empty outbox");
+    EXPECT_EQ(TextsOf("yuki.tanaka").size(), 3u);
+}
+
+TEST_F(MessagingTest, AMailThatTheDiskRefusesIsNotInTheOutbox)
+{
+    const auto anna = MakeHost("anna.novak");
+    anna->Open();
+    anna->Send(u"kept", {u"yuki.tanaka"});
+    const auto file = anna->Folder().Appended(u"Outbox.dat");
+    const auto before = IO::File::ReadAll(file);
+    rlimit former;
+    getrlimit(RLIMIT_FSIZE, &former);
+    std::signal(SIGXFSZ, SIG_IGN);
+    const rlimit none{0, former.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &none);
+    EXPECT_THROW(anna->Send(u"lost", {u"yuki.tanaka"}), IO::IOException);
+    setrlimit(RLIMIT_FSIZE, &former);
+    EXPECT_EQ(anna->client->GetOutboxMails().size(), 1u);
+    EXPECT_EQ(IO::File::ReadAll(file), before);
+}
+
+TEST_F(MessagingTest, WritesEverySixthMarkAndSendsTheMarksAtLogOut)
+{
+    for (int number = 0; number < 7; ++number)
+        Deliver("anna.novak", {u"yuki.tanaka"}, OV::ToText(number));
+    const auto yuki = MakeHost("yuki.tanaka");
+    yuki->Open();
+    const auto& mails = yuki->client->GetMails();
+    ASSERT_EQ(mails.size(), 7u);
+    const auto before = IO::File::ReadAll(yuki->MailsFile());
+    for (int mark = 0; mark < 5; ++mark) {
+        yuki->client->SetMailReadMessage(*mails[mark]);
+        yuki->client->SetMailReadMessage(*mails[mark]);  // counts once
+    }
+    EXPECT_EQ(IO::File::ReadAll(yuki->MailsFile()), before);
+    EXPECT_EQ(yuki->listChanges, 5);
+    yuki->client->SetMailHistoricalMessage(*mails[0]);
+    EXPECT_NE(IO::File::ReadAll(yuki->MailsFile()), before);
+    yuki->client->SetMailReadMessage(*mails[5]);
+    yuki->client->SetMailReadMessage(*mails[6]);
+    // Two marks are in memory alone now; log-out takes them to the server all the same.
+    ASSERT_TRUE(yuki->client->SynchronizeLogOut());
+    EXPECT_TRUE(yuki->client->IsLogOut());
+    std::uint64_t after = 0;
+    for (const auto& [id, read] : Connect("yuki.tanaka")->GetMailStatus(ProjectId(), after))
+        EXPECT_TRUE(read) << OV::ToUtf8(id);
+    after = 0;
+    auto historical = Connect("yuki.tanaka")->GetMailHistorical(ProjectId(), after);
+    EXPECT_TRUE(historical.at(mails[0]->GetId()));
+    EXPECT_FALSE(historical.at(mails[1]->GetId()));
+    for (const auto& mail : mails)
+        EXPECT_FALSE(mail->IsModify());
+}
+
+TEST_F(MessagingTest, MarksThatDoNotReachTheServerWaitForTheNextLogOut)
+{
+    Deliver("anna.novak", {u"yuki.tanaka"}, u"text");
+    const auto yuki = MakeHost("yuki.tanaka");
+    yuki->Open();
+    yuki->client->SetMailReadMessage(*yuki->client->GetMails()[0]);
+    server.Terminate();
+    EXPECT_FALSE(yuki->client->SynchronizeLogOut());
+    yuki->client.reset();
+    server.Start();
+    yuki->Open();
+    EXPECT_TRUE(yuki->client->GetMails()[0]->IsModify());
+    EXPECT_TRUE(yuki->client->SynchronizeLogOut());
+    std::uint64_t after = 0;
+    EXPECT_TRUE(Connect("yuki.tanaka")->GetMailStatus(ProjectId(), after).begin()->second);
+}
+
+TEST_F(MessagingTest, MarksAndDeletesOnTheServerAndShowsFailures)
+{
+    AlertLog alerts;
+    const auto first = Deliver("anna.novak", {u"yuki.tanaka"}, u"first");
+    const auto second = Deliver("anna.novak", {u"yuki.tanaka"}, u"second");
+    const auto yuki = MakeHost("yuki.tanaka");
+    yuki->Open();
+    OV::Ref<ClientMail> mail;
+    ASSERT_TRUE(yuki->client->GetMail(first, mail));
+    yuki->client->SetMailRead(first, true);
+    yuki->client->SetMailHistorical(first, true);
+    yuki->client->DeleteMail(second, yuki.get());
+    yuki->Await([&] { return !yuki->deletions.empty(); }, "the deletion");
+    EXPECT_EQ(yuki->deletions, std::vector<int>{Ok});
+    EXPECT_TRUE(mail->IsRead());
+    EXPECT_TRUE(mail->IsHistorical());
+    EXPECT_FALSE(mail->IsModify());
+    EXPECT_FALSE(yuki->client->GetMail(second, mail));
+    EXPECT_EQ(TextsOf("yuki.tanaka").size(), 1u);
+    EXPECT_TRUE(alerts.numbers.empty());
+
+    server.Terminate();
+    yuki->client->DeleteMail(first, yuki.get());
+    yuki->client->SetMailRead(first, false);
+    yuki->Await([&] { return alerts.numbers.size() == 2; }, "two alerts");
+    EXPECT_EQ(alerts.numbers, (std::vector<int>{31041, 31049}));
+    EXPECT_EQ(yuki->deletions.back(), SYC::MailResult::NotReached);
+    EXPECT_TRUE(yuki->client->GetMail(first, mail));
+}
+
+TEST_F(MessagingTest, TakesOverTheFlagsOfTheServerAndFetchesEachMailOnce)
+{
+    const auto id = Deliver("anna.novak", {u"yuki.tanaka"}, u"first");
+    const auto yuki = MakeHost("yuki.tanaka");
+    yuki->Open();
+    Connect("yuki.tanaka")->SetMailStatus(ProjectId(), {{id, true}});
+    Deliver("anna.novak", {u"yuki.tanaka"}, u"second");
+    yuki->client->RefreshMails(SYC::RefreshMailListReason::ServerSignal);
+    yuki->client->RefreshMails(SYC::RefreshMailListReason::ServerSignal);  // joins the next one
+    yuki->Await([&] { return yuki->refreshes == 3; }, "two refreshes");
+    EXPECT_EQ(yuki->lastReason, SYC::RefreshMailListReason::ServerSignal);
+    ASSERT_EQ(yuki->client->GetMails().size(), 2u);
+    EXPECT_EQ(yuki->newMails.size(), 2u);
+    EXPECT_TRUE(yuki->client->GetMails()[0]->IsRead());
+    EXPECT_GE(yuki->listChanges, 1);
+    // Mails of the same second as the last one come again and are known.
+    yuki->client.reset();
+    yuki->Open();
+    EXPECT_EQ(yuki->client->GetMails().size(), 2u);
+}
+
+TEST_F(MessagingTest, RequestsOfFormerMembersBecomeHistory)
+{
+    const auto request = Deliver("omar.haddad", {u"anna.novak"}, u"r", MailType::Request);
+    const auto note = Deliver("omar.haddad", {u"anna.novak"}, u"n", MailType::Normal);
+    const auto stays = Deliver("yuki.tanaka", {u"anna.novak"}, u"r", MailType::Request);
+    const auto copy = Deliver("anna.novak", {u"omar.haddad"}, u"c", MailType::Request);
+    const auto anna = MakeHost("anna.novak");
+    anna->Open();
+    anna->members.Init();
+    anna->Await([&] { return anna->members.IsKnown(); }, "the members");
+    EXPECT_TRUE(anna->members.IsMember(u"omar.haddad"));
+    anna->Idle(100);
+    const auto isHistory = [&](const OV::UniString& id) {
+        OV::Ref<ClientMail> mail;
+        return anna->client->GetMail(id, mail) && mail->IsHistorical();
+    };
+    EXPECT_FALSE(isHistory(request));
+    Sql("DELETE FROM members WHERE user_id = (SELECT id FROM users WHERE login = 'omar.haddad')");
+    anna->members.Init();
+    anna->Await([&] { return isHistory(request); }, "the request to become history");
+    EXPECT_FALSE(anna->members.IsMember(u"omar.haddad"));
+    EXPECT_FALSE(isHistory(note));
+    EXPECT_FALSE(isHistory(stays));
+    EXPECT_FALSE(isHistory(copy));
+    std::uint64_t after = 0;
+    EXPECT_TRUE(Connect("anna.novak")->GetMailHistorical(ProjectId(), after).at(request));
+}
+
+TEST_F(MessagingTest, AnObserverThatHasGoneIsNotTold)
+{
+    struct Told final : SYC::MailClientActionResultObserverOverExecutor {
+        Told(OV::Executor* executor, int& count)
+            : MailClientActionResultObserverOverExecutor(executor), results(count)
+        {}
+        ~Told() override { ToDestroy(); }
+        void _SendMailCompletedFromExecutor(const ClientMail&, const NameList&, int) override
+        {
+            ++results;
+        }
+        void _DeleteMailCompletedFromExecutor(const OV::PagedArray<OV::UniString>&, int) override {}
+        int& results;
+    };
+    int results = 0;
+    const auto anna = MakeHost("anna.novak");
+    anna->Open();
+    auto gone = std::make_unique<Told>(&anna->executor, results);
+    Told stays(&anna->executor, results);
+    anna->SetPresence(PresenceState::Online);
+    ClientMail mail;
+    anna->client->SendMail({u"yuki.tanaka"}, mail, gone.get());
+    anna->client->SendMail({u"yuki.tanaka"}, mail, &stays);
+    gone.reset();
+    anna->Await([&] { return anna->client->GetOutboxMails().empty() && results > 0; }, "results");
+    anna->Idle(100);
+    EXPECT_EQ(results, 1);
+}
+
+TEST_F(MessagingTest, KeepsADamagedFileAndUsesWhatCouldBeRead)
+{
+    const auto anna = MakeHost("anna.novak");
+    anna->Open();
+    anna->Send(u"first", {u"yuki.tanaka"});
+    anna->Send(u"second", {u"yuki.tanaka"});
+    anna->client.reset();
+    const auto file = anna->Folder().Appended(u"Outbox.dat");
+    const auto damaged = IO::File::ReadAll(file).substr(0, IO::File::ReadAll(file).size() - 3);
+    IO::File::Replace(file, damaged);
+    LogCapture log;
+    anna->Open();
+    ASSERT_EQ(anna->client->GetOutboxMails().size(), 1u);
+    EXPECT_EQ(anna->client->GetOutboxMails()[0]->GetBodyText(), u"first");
+    EXPECT_EQ(IO::File::ReadAll(anna->Folder().Appended(u"Outbox.dat.damaged-1")), damaged);
+    EXPECT_TRUE(log.Mentions("Outbox.dat.damaged-1"));
+    EXPECT_EQ(MailClient::m_instance, anna->client.get());
+    EXPECT_THROW(anna->Open(), OV::IllegalArgumentException);  // one at a time
+}

@@ -1,0 +1,200 @@
+#include "MailCommands.hpp"
+#include "MailView.hpp"
+
+#include <CLI/CLI.hpp>
+
+#include <csignal>
+
+namespace {
+
+volatile std::sig_atomic_t stopAsked = 0;
+
+/// Ctrl-C and SIGTERM end a watch in order.
+void StopOnSignal()
+{
+    std::signal(SIGINT, [](int) { stopAsked = 1; });
+    std::signal(SIGTERM, [](int) { stopAsked = 1; });
+}
+
+void List(ProjectHost& host, Context& context, bool withHistory)
+{
+    (void)host.RefreshMails();
+    SYC::MailClient::MailList mails;
+    for (const auto& mail : host.Mails().GetMails())
+        if (withHistory || !mail->IsHistorical())
+            mails.push_back(mail);
+    PrintMails(mails, "mails",
+               withHistory ? "No mails." : "No mails, history apart; --all shows that too.",
+               context.output);
+}
+
+void Read(ProjectHost& host, Context& context, const std::string& id, bool keepUnread)
+{
+    const bool isOnline = host.RefreshMails();
+    const auto mail = FindMail(host, context, id);
+    if (!mail)
+        return;
+    PrintMail(*mail, context.output);
+    if (keepUnread || mail->IsRead())
+        return;
+    host.Mails().SetMailReadMessage(*mail);
+    if (isOnline && !host.Mails().SynchronizeLogOut())
+        context.output.Error("The server could not be told that the mail was read; it will be with "
+                             "the next mail that is read.");
+}
+
+/// Waits for one deletion.
+class DeleteResult final : public SYC::MailClientActionResultObserverOverExecutor {
+public:
+    using MailClientActionResultObserverOverExecutor::MailClientActionResultObserverOverExecutor;
+    ~DeleteResult() override { ToDestroy(); }
+    std::optional<int> result;
+
+private:
+    void _SendMailCompletedFromExecutor(const SYC::ClientMail&, const NameList&, int) override {}
+    void _DeleteMailCompletedFromExecutor(const OV::PagedArray<OV::UniString>&, int code) override
+    {
+        result = code;
+    }
+};
+
+void Delete(ProjectHost& host, Context& context, const std::vector<std::string>& ids)
+{
+    if (!host.RefreshMails())
+        return;
+    OV::PagedArray<OV::UniString> chosen;
+    for (const auto& id : ids) {
+        if (!FindMail(host, context, id))
+            return;
+        chosen.push_back(OV::FromUtf8(id));
+    }
+    DeleteResult deletion(&host.Executor());
+    host.Mails().DeleteMails(chosen, &deletion);
+    (void)ProjectHost::WaitUntil([&] { return deletion.result.has_value(); });
+    const bool isDone = deletion.result == SYC::MailResult::Succeeded;
+    if (!isDone)
+        context.exitCode = ExitCode::Failure;
+    if (context.output.json)
+        context.output.PrintJson({{"deleted", isDone ? chosen.size() : 0}});
+    else if (isDone)
+        context.output.PrintLine("Deleted " + std::to_string(chosen.size()) + " mail(s).");
+    else
+        context.output.Error("Nothing was deleted; the line above says why.");
+}
+
+void ShowOutbox(ProjectHost& host, Context& context, const std::vector<std::string>& drop,
+                bool flush)
+{
+    host.OpenMails();
+    OV::Array<OV::UniString> ids;
+    for (const auto& id : drop)
+        ids.push_back(OV::FromUtf8(id));
+    if (!ids.empty())
+        host.Mails().DeleteOutboxMails(ids);
+    if (flush && host.GoOnline())
+        (void)ProjectHost::WaitUntil(
+            [&] { return !host.IsOnline() || host.Mails().GetOutboxMails().empty(); });
+    PrintMails(host.Mails().GetOutboxMails(), "outbox", "The outbox is empty.", context.output);
+}
+
+/// Prints each mail that comes.
+class Watcher final : public SYC::MailClientObserverOverExecutor {
+public:
+    Watcher(OV::Executor* executor, const Output& output)
+        : MailClientObserverOverExecutor(executor), output_(output)
+    {}
+    ~Watcher() override { ToDestroy(); }
+    std::size_t seen = 0;
+
+private:
+    void _MailListChanged(SYC::MailClient&) override {}
+    void _NewMailExists(SYC::MailClient&, OV::Ref<MailList> newMails,
+                        SYC::RefreshMailListReason::Value) override
+    {
+        for (const auto& mail : *newMails) {
+            if (mail->IsCopy())
+                continue;
+            ++seen;
+            if (output_.json)
+                output_.PrintJson(MailJson(*mail));
+            else
+                output_.PrintLine(MailLine(*mail));
+        }
+    }
+
+    const Output& output_;
+};
+
+void Watch(ProjectHost& host, Context& context, std::size_t count, double seconds)
+{
+    if (!host.RefreshMails() || !host.GoOnline())
+        return;
+    StopOnSignal();
+    Watcher watcher(&host.Executor(), context.output);
+    host.Mails().Attach(watcher);
+    context.output.Progress("Waiting for mail; Ctrl-C ends it.");
+    const auto isEnough = [&] { return stopAsked || (count != 0 && watcher.seen >= count); };
+    constexpr std::uint32_t step = 100;  // a signal wakes nobody
+    const auto steps = seconds * 1000 / step;
+    for (double waited = 0; !isEnough() && (seconds == 0 || waited < steps); ++waited)
+        (void)ProjectHost::WaitUntil(isEnough, step);
+    host.Mails().Detach(watcher);
+    if (count != 0 && watcher.seen < count && !stopAsked)
+        context.exitCode = ExitCode::NotFound;
+}
+
+}  // namespace
+
+void AddMailReadCommands(CLI::App& mail, Context& context)
+{
+    const auto all = std::make_shared<bool>(false);
+    AddMailAction(mail, context, "list", "The mails received and sent, fetched anew",
+                  [all](ProjectHost& host, Context& c) { List(host, c, *all); })
+        ->add_flag("-a,--all", *all, "History too");
+
+    struct ReadArguments {
+        std::string id;
+        bool keepUnread = false;
+    };
+    const auto read = std::make_shared<ReadArguments>();
+    auto* readCommand = AddMailAction(
+        mail, context, "read", "Show one mail and mark it read",
+        [read](ProjectHost& host, Context& c) { Read(host, c, read->id, read->keepUnread); });
+    readCommand->add_option("-i,--id", read->id, "Id of the mail")->required()->option_text("ID");
+    readCommand->add_flag("--keep-unread", read->keepUnread, "Do not mark it");
+
+    const auto ids = std::make_shared<std::vector<std::string>>();
+    AddMailAction(mail, context, "delete", "Delete mails, for this user alone",
+                  [ids](ProjectHost& host, Context& c) { Delete(host, c, *ids); })
+        ->add_option("-i,--id", *ids, "Id of a mail; may be given again")
+        ->required()
+        ->option_text("ID");
+
+    struct OutboxArguments {
+        std::vector<std::string> drop;
+        bool flush = false;
+    };
+    const auto outbox = std::make_shared<OutboxArguments>();
+    auto* outboxCommand = AddMailAction(mail, context, "outbox", "The mails that wait for delivery",
+                                        [outbox](ProjectHost& host, Context& c) {
+                                            ShowOutbox(host, c, outbox->drop, outbox->flush);
+                                        });
+    outboxCommand->add_flag("--flush", outbox->flush, "Deliver them now");
+    outboxCommand
+        ->add_option("--drop", outbox->drop, "Take a mail out undelivered; may be given again")
+        ->option_text("ID");
+
+    struct WatchArguments {
+        std::size_t count = 0;
+        double seconds = 0;
+    };
+    const auto watch = std::make_shared<WatchArguments>();
+    auto* watchCommand = AddMailAction(
+        mail, context, "watch", "Print new mails as the server signals them",
+        [watch](ProjectHost& host, Context& c) { Watch(host, c, watch->count, watch->seconds); });
+    watchCommand->add_option("--count", watch->count, "End after so many mails")->option_text("N");
+    watchCommand
+        ->add_option("--seconds", watch->seconds,
+                     "End after this time; exit code 3 when --count was not reached")
+        ->option_text("S");
+}

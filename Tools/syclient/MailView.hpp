@@ -1,0 +1,32 @@
+#pragma once
+
+#include "Messaging/ClientMail.hpp"
+#include "Output.hpp"
+
+/// A mail as a line of a table, as text, and for scripts.
+[[nodiscard]] std::vector<std::string> MailTableHeading();
+[[nodiscard]] std::vector<std::string> MailTableRow(const SYC::ClientMail& mail);
+[[nodiscard]] Json MailJson(const SYC::ClientMail& mail);
+void PrintMail(const SYC::ClientMail& mail, const Output& output);
+/// One line for a mail that arrives.
+[[nodiscard]] std::string MailLine(const SYC::ClientMail& mail);
+
+template <class Mails>
+void PrintMails(const Mails& mails, const char* key, const std::string& none, const Output& output)
+{
+    if (output.json) {
+        Json list = Json::array();
+        for (const auto& mail : mails)
+            list.push_back(MailJson(*mail));
+        output.PrintJson({{key, std::move(list)}});
+        return;
+    }
+    if (mails.empty()) {
+        output.PrintLine(none);
+        return;
+    }
+    std::vector<std::vector<std::string>> rows{MailTableHeading()};
+    for (const auto& mail : mails)
+        rows.push_back(MailTableRow(*mail));
+    output.PrintTable(rows);
+}

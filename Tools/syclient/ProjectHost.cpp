@@ -1,0 +1,132 @@
+#include "ProjectHost.hpp"
+
+#include "OVRoot/Exception.hpp"
+#include "SYClientBase/MessageLoop.hpp"
+#include "SyncraURL.hpp"
+
+namespace {
+
+constexpr std::uint32_t ConnectMilliseconds = 30'000;
+
+/// Everything but the password is looked at before anybody is asked for one.
+SYC::Inner::ProjectConnectionInfo ReadOpened(const Context& context,
+                                             const ProjectArguments& arguments)
+{
+    const auto described = arguments.Describe();
+    const SYC::ClientProjectConnectionManager lookUp(SYC::ToSyncraLocation(described),
+                                                     context.DataFolder(), {});
+    const auto cache = lookUp.FindCache();
+    if (!cache || cache->GetProjectId().empty())
+        throw OV::IllegalArgumentException(u"\"" + described.projectName +
+                                           u"\" has not been opened by this user on this machine "
+                                           u"yet. Run \"syclient open\" first.");
+    return arguments.Read();
+}
+
+}  // namespace
+
+ProjectHost::ProjectHost(Context& context, const ProjectArguments& arguments)
+    : context_(context), info_(ReadOpened(context, arguments)),
+      manager_(SYC::ToSyncraLocation(info_), context.DataFolder(), {}),
+      members_(manager_.GetSignalClient(), manager_, executor_)
+{
+    members_.Attach(*this);
+}
+
+ProjectHost::~ProjectHost()
+{
+    if (mails_)
+        mails_->Detach(*this);
+    mails_.reset();
+    members_.Detach(*this);
+    manager_.StopSignals();
+    info_.Clear();
+}
+
+bool ProjectHost::WaitUntil(const std::function<bool()>& done, std::uint32_t milliseconds)
+{
+    return SYCB::MessageLoop::RunUntil(done, milliseconds);
+}
+
+bool ProjectHost::IsOnline()
+{
+    return manager_.GetSignalClient().GetPresenceService().IsOnline();
+}
+
+OV::UniString ProjectHost::UserFullName() const
+{
+    return manager_.FindCache()->GetUserName();
+}
+
+bool ProjectHost::GoOnline()
+{
+    context_.output.Progress("Connecting as " + DescribeLogin(info_) + " ...");
+    manager_.StartSignals(manager_.FindCache()->GetProjectId());
+    auto& presence = manager_.GetSignalClient().GetPresenceService();
+    // The presence changes on another thread, which posts nothing: look again now and then.
+    for (std::uint32_t waited = 0; waited < ConnectMilliseconds; waited += 20)
+        if (WaitUntil([&] { return presence.GetState() != SYCB::PresenceState::Unknown; }, 20))
+            break;
+    if (presence.IsOnline())
+        return true;
+    context_.exitCode = ExitCode::Offline;
+    context_.output.Error("The project is offline: " + DescribeLogin(info_) +
+                          " cannot be worked with now; --verbose tells why.");
+    return false;
+}
+
+bool ProjectHost::Report(const Outcome& outcome, const std::string& what)
+{
+    if (outcome && outcome->empty())
+        return true;
+    context_.exitCode = ExitCode::Offline;
+    context_.output.Error(what +
+                          (outcome ? ": " + ForDisplay(*outcome) : ": the server takes too long."));
+    return false;
+}
+
+bool ProjectHost::RefreshMembers()
+{
+    context_.output.Progress("Asking for the members ...");
+    membersOutcome_.reset();
+    members_.Init();
+    (void)WaitUntil([this] { return membersOutcome_.has_value(); });
+    return Report(membersOutcome_, "The members cannot be had");
+}
+
+void ProjectHost::OpenMails()
+{
+    mails_ = std::make_unique<SYC::MailClient>(manager_.GetSignalClient(), manager_, members_,
+                                               manager_.FindCache()->GetCacheFolderLocation(),
+                                               executor_);
+    mails_->Attach(*this);
+}
+
+bool ProjectHost::RefreshMails()
+{
+    context_.output.Progress("Fetching mails ...");
+    OpenMails();
+    (void)WaitUntil([this] { return mailsOutcome_.has_value(); });
+    return Report(mailsOutcome_, "New mails cannot be fetched");
+}
+
+void ProjectHost::_ProjectMembersChanged(SYC::ProjectMembers&)
+{
+    membersOutcome_.emplace();
+}
+
+void ProjectHost::_ProjectMembersNotRefreshed(SYC::ProjectMembers&, const OV::UniString& problem)
+{
+    membersOutcome_ = problem;
+}
+
+void ProjectHost::NewMailExists(SYC::MailClient&, OV::Ref<MailList>,
+                                SYC::RefreshMailListReason::Value)
+{
+    mailsOutcome_.emplace();
+}
+
+void ProjectHost::RefreshMailsFailed(SYC::MailClient&, const OV::UniString& problem)
+{
+    mailsOutcome_ = problem;
+}
