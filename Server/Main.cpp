@@ -137,7 +137,8 @@ public:
           presence_(server_, presenceGrace), signals_(server_),
           signIn_(server_, users_, hash, tokens_),
           model_(projects_, members_, sessions_, signals_, presence_),
-          mails_(projects_, mailStore_, signals_), management_(users_, groups_, photos_),
+          mails_(projects_, mailStore_, signals_),
+          management_(users_, groups_, photos_, projects_, members_, sessions_, signals_),
           messaging_(server_, projects_, presence_)
     {
         for (Router* router : {&modelRouter_, &managementRouter_})

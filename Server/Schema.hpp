@@ -104,11 +104,16 @@ CREATE TABLE mail_keys (
     PRIMARY KEY (project_id, sender_id, key)
 ) WITHOUT ROWID;
 )",
-    // The highest short number that a member of the project ever had.
+    // The highest short number that a member of the project ever had: none is given to a second
+    // one.
     R"(
 ALTER TABLE projects ADD COLUMN last_logon_id INTEGER NOT NULL DEFAULT 0;
 UPDATE projects SET last_logon_id =
     coalesce((SELECT max(logon_id) FROM members WHERE project_id = projects.id), 0);
+CREATE TRIGGER logon_ids_are_counted AFTER INSERT ON members
+BEGIN
+    UPDATE projects SET last_logon_id = max(last_logon_id, NEW.logon_id) WHERE id = NEW.project_id;
+END;
 )",
     // A store must not be without an administrator: its first user becomes one.
     R"(

@@ -26,9 +26,26 @@ bool IsPictureOf(const Photo& photo)
     return photo.type.empty() && photo.data.empty();
 }
 
+json RecordOf(const User& user)
+{
+    return {{"id", user.id},
+            {"loginName", TextToJson(OV::FromUtf8(user.login))},
+            {"fullName", TextToJson(OV::FromUtf8(user.fullName))},
+            {"enabled", user.enabled},
+            {"color", user.color}};
+}
+
 }  // namespace
 
 void UserManagement::AddRoutes(Router& router)
+{
+    router.Add("GET", "/root/syncrav2/users", [this](const Call& call) { return List(call); });
+    router.Add("GET", "/root/syncrav2/users/{}/groups",
+               [this](const Call& call) { return Groups(call); });
+    AddPhotoRoutes(router);
+}
+
+void UserManagement::AddPhotoRoutes(Router& router)
 {
     router.Add("GET", "/root/syncrav2/users/{}/photo",
                [this](const Call& call) { return ToJson(photos_.Get(FindUser(call).id)); });
@@ -46,10 +63,27 @@ User UserManagement::FindUser(const Call& call)
     return *std::move(user);
 }
 
+json UserManagement::List(const Call& call)
+{
+    rights_.RequireAnyManager(call);
+    json users = json::array();
+    for (const auto& user : users_.List())
+        users.push_back(RecordOf(user));
+    return {{"users", std::move(users)}};
+}
+
+json UserManagement::Groups(const Call& call)
+{
+    const auto user = FindUser(call);
+    if (user.id != call.user.userId)
+        rights_.RequireAnyManager(call);
+    return {{"groups", groups_.GroupsOf(user.id)}};
+}
+
 void UserManagement::SetPhoto(const Call& call)
 {
     const auto user = FindUser(call);
-    if (user.id != call.user.userId && !groups_.IsIn(call.user.userId, UserGroups::Administrators))
+    if (user.id != call.user.userId && !rights_.IsAdministrator(call))
         throw Refusal(ErrorCode::AccessDenied,
                       "Only the user himself and administrators change a photo.");
     const auto body = call.Body();

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "GroupStore.hpp"
+#include "ManagementRights.hpp"
 #include "PhotoStore.hpp"
 #include "Router.hpp"
 #include "UserStore.hpp"
@@ -10,8 +11,9 @@ namespace Nexar {
 /// The management service's users and what belongs to them.
 class UserManagement {
 public:
-    UserManagement(UserStore& users, GroupStore& groups, PhotoStore& photos)
-        : users_(users), groups_(groups), photos_(photos)
+    UserManagement(UserStore& users, GroupStore& groups, PhotoStore& photos,
+                   ManagementRights& rights)
+        : users_(users), groups_(groups), photos_(photos), rights_(rights)
     {}
 
     void AddRoutes(Router& router);
@@ -19,11 +21,15 @@ public:
 private:
     /// The user of the path, or a refusal.
     [[nodiscard]] User FindUser(const Call& call);
+    void AddPhotoRoutes(Router& router);
+    [[nodiscard]] nlohmann::json List(const Call& call);
+    [[nodiscard]] nlohmann::json Groups(const Call& call);
     void SetPhoto(const Call& call);
 
     UserStore& users_;
     GroupStore& groups_;
     PhotoStore& photos_;
+    ManagementRights& rights_;
 };
 
 }  // namespace Nexar
