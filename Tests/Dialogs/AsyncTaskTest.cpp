@@ -200,6 +200,22 @@ TEST_F(AsyncTaskDialogTest, CancelReturnsAtOnceAndTheFinishedResultChangesNothin
     EXPECT_TRUE(Execute(MakeTask([] { return true; }), 0)) << "and dialogs may come up again";
 }
 
+TEST_F(AsyncTaskDialogTest, TheEndOfTheProcessStopsWorkThatWasGivenUp)
+{
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_EXIT(
+        {
+            HeldTask held;
+            toolkit_.AddScript(DialogNumber, [&](Dlg::HeadlessDialog& user) {
+                held.started.Wait();
+                user.Press(CancelButton);
+            });
+            std::exit(Execute(held.task, 1) ? 1 : 0);
+        },
+        testing::ExitedWithCode(0), "");
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(Patience / 2));
+}
+
 TEST_F(AsyncTaskDialogTest, ASecondDialogIsRefusedWhileOneIsUp)
 {
     HeldTask outer, inner;
