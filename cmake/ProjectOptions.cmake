@@ -22,17 +22,20 @@ if(SYCLIENT_SANITIZERS)
   endif()
 endif()
 
-# syc_layer(<name> FOLDER <dir> [SOURCES_OF <other folder>...] [USES <layer>...] [LIBRARIES <lib>...])
-# One folder as an object library. USES names the layers whose headers it may include and is checked
+# syc_layer(<name> FOLDER <dir> [EXCEPT <dir>] [USES <layer>...] [LIBRARIES <lib>...])
+# One folder as an object library, without what EXCEPT names below it. USES names the layers whose headers it may include and is checked
 # by Tests/Layers; LIBRARIES stay private, so that no third-party header reaches the layer above.
 # Sources named *_posix.cpp or *_windows.cpp are compiled on their system only.
 function(syc_layer name)
-  cmake_parse_arguments(arg "" "FOLDER" "USES;LIBRARIES" ${ARGN})
+  cmake_parse_arguments(arg "" "FOLDER;EXCEPT" "USES;LIBRARIES" ${ARGN})
   file(GLOB_RECURSE sources CONFIGURE_DEPENDS "${arg_FOLDER}/*.cpp")
   if(WIN32)
     list(FILTER sources EXCLUDE REGEX "_posix\\.cpp$")
   else()
     list(FILTER sources EXCLUDE REGEX "_windows\\.cpp$")
+  endif()
+  if(arg_EXCEPT)
+    list(FILTER sources EXCLUDE REGEX "/${arg_EXCEPT}/")
   endif()
   list(LENGTH sources count)
   if(count EQUAL 0)

@@ -1,12 +1,12 @@
 #include "OVRoot/Resources.hpp"
 
+#include "OVRoot/Detail/ResourceDocument.hpp"
 #include "OVRoot/Exception.hpp"
 #include "OVRoot/Logger.hpp"
 
-#include <pugixml.hpp>
-
 #include <algorithm>
 #include <atomic>
+#include <map>
 #include <unordered_map>
 
 namespace OV {
@@ -19,47 +19,38 @@ std::string_view Picture(int number);
 
 namespace {
 
-/// "\r" and "\n" as two characters stand for a carriage return and a line feed.
-UniString TextOf(const char* source)
-{
-    String text = source;
-    for (const auto& [escape, character] : {std::pair{"\\r", '\r'}, std::pair{"\\n", '\n'}})
-        for (auto at = text.find(escape); at != String::npos; at = text.find(escape, at))
-            text.replace(at, 2, 1, character);
-    return FromUtf8(text);
-}
+using Detail::ParseResource;
+using Detail::ResourceText;
 
-pugi::xml_document Parse(std::string_view text)
+/// By list and index. An item without an index of its own follows the one before it, so that a list
+/// may leave out items that nobody uses.
+std::map<std::pair<int, int>, UniString> ReadStringLists()
 {
-    pugi::xml_document document;
-    if (!document.load_buffer(text.data(), text.size(),
-                              pugi::parse_default | pugi::parse_ws_pcdata_single))
-        throw Exception(StringView("The resources of the library are damaged."));
-    return document;
-}
-
-std::unordered_map<int, std::vector<UniString>> ReadStringLists()
-{
-    std::unordered_map<int, std::vector<UniString>> lists;
-    const auto document = Parse(Embedded::StringLists());
-    for (const auto list : document.child("StringLists").children("StringList"))
-        for (const auto item : list.children("Item"))
-            lists[list.attribute("number").as_int()].push_back(TextOf(item.child_value()));
-    return lists;
+    std::map<std::pair<int, int>, UniString> items;
+    const auto document = ParseResource(Embedded::StringLists());
+    for (const auto list : document.child("StringLists").children("StringList")) {
+        const int number = list.attribute("number").as_int();
+        int index = 0;
+        for (const auto item : list.children("Item")) {
+            index = item.attribute("index").as_int(index + 1);
+            items.emplace(std::pair(number, index), ResourceText(item.child_value()));
+        }
+    }
+    return items;
 }
 
 std::unordered_map<int, AlertResource> ReadAlerts()
 {
     std::unordered_map<int, AlertResource> alerts;
-    const auto document = Parse(Embedded::Alerts());
+    const auto document = ParseResource(Embedded::Alerts());
     for (const auto node : document.child("Alerts").children("Alert")) {
         AlertResource alert;
         alert.number = node.attribute("number").as_int();
-        alert.title = TextOf(node.child_value("Title"));
-        alert.message = TextOf(node.child_value("Message"));
-        alert.detail = TextOf(node.child_value("Detail"));
+        alert.title = ResourceText(node.child_value("Title"));
+        alert.message = ResourceText(node.child_value("Message"));
+        alert.detail = ResourceText(node.child_value("Detail"));
         for (const auto button : node.children("Button"))
-            alert.buttons.push_back(TextOf(button.child_value()));
+            alert.buttons.push_back(ResourceText(button.child_value()));
         alerts.emplace(alert.number, std::move(alert));
     }
     return alerts;
@@ -77,12 +68,12 @@ int ShowInLog(const AlertResource& alert)
 
 const UniString& GetStringListItem(int list, int index)
 {
-    static const auto lists = ReadStringLists();
-    const auto found = lists.find(list);
-    if (found == lists.end() || index < 1 || static_cast<std::size_t>(index) > found->second.size())
+    static const auto items = ReadStringLists();
+    const auto found = items.find(std::pair(list, index));
+    if (found == items.end())
         throw IllegalReferenceException("There is no item " + std::to_string(index) +
                                         " in string list " + std::to_string(list) + ".");
-    return found->second[static_cast<std::size_t>(index) - 1];
+    return found->second;
 }
 
 const AlertResource& GetAlertResource(int number)
@@ -112,6 +103,11 @@ int ShowAlert(int number, std::initializer_list<FormatArgument> arguments)
     AlertResource alert = GetAlertResource(number);
     alert.message = FormatText(alert.message, arguments);
     alert.detail = FormatText(alert.detail, arguments);
+    return ShowAlert(alert);
+}
+
+int ShowAlert(const AlertResource& alert)
+{
     AlertPresenter* presenter = currentPresenter;
     return presenter != nullptr ? presenter->Show(alert) : ShowInLog(alert);
 }

@@ -8,7 +8,7 @@
 namespace OV {
 
 /// A text of the library's own string lists: list number and 1-based index, as the resources number
-/// them. An unknown number throws IllegalReferenceException.
+/// them. An unknown number or index throws IllegalReferenceException.
 [[nodiscard]] const UniString& GetStringListItem(int list, int index);
 
 /// An alert of the resources; texts still hold their placeholders.
@@ -42,5 +42,7 @@ public:
 /// Shows alert `number`, the placeholders of its message and detail filled with `arguments` in
 /// order, and returns the 1-based button. Safe on any thread as far as the installed presenter is.
 int ShowAlert(int number, std::initializer_list<FormatArgument> arguments = {});
+/// The same for an alert that is ready to be shown, of the resources or not.
+int ShowAlert(const AlertResource& alert);
 
 }  // namespace OV

@@ -95,6 +95,9 @@ struct SignInData {
     std::uint16_t port = 0;
     OV::UniString userName;
     OV::UniString password;
+    /// Takes an answer of another version of the protocol, as long as it can be read at all. A
+    /// server that itself refuses this version stays incompatible.
+    bool withoutVersionCheck = false;
 };
 
 /// Connects and signs in. Throws as the requests do, and ServerVersionException when the server

@@ -45,7 +45,7 @@ TEST(ResourcesTest, KeepsTextsToTheLetterAndReportsUnknownNumbers)
 {
     EXPECT_EQ(OV::GetStringListItem(31022, 8), u" (Offline)") << "with its leading blank";
     EXPECT_EQ(OV::GetStringListItem(31022, 13), u"unsent changes");
-    for (const auto& [list, index] : {std::pair{31022, 0}, {31022, -1}, {31022, 14}, {1, 1}})
+    for (const auto& [list, index] : {std::pair{31022, 0}, {31022, -1}, {31022, 14}, {1, 1}, {32100, 25}})
         EXPECT_THROW((void)OV::GetStringListItem(list, index), OV::IllegalReferenceException);
     EXPECT_THROW(OV::ShowAlert(1), OV::IllegalReferenceException);
 }

@@ -60,7 +60,7 @@ bool Is(const Communication::ResponseContentException& refusal, Protocol::ErrorC
 
 SignedInChannel::SignedInChannel(const SignInData& data, const Communication::HttpOptions& options)
     : http_(Communication::ServerAddress::FromServerName(data.serverName, data.port), options),
-      signInBody_(SignInBody(data))
+      signInBody_(SignInBody(data)), withoutVersionCheck_(data.withoutVersionCheck)
 {
     SignIn();
 }
@@ -82,7 +82,8 @@ void SignedInChannel::SignIn()
     }
     token_ = Read(request, response, [this](const nlohmann::json& json) {
         // First, since the rest of the record may look different in another version.
-        if (Protocol::ReadInteger(json, "protocol", 0, 0xFFFF'FFFF) != Protocol::ProtocolVersion)
+        if (!withoutVersionCheck_ &&
+            Protocol::ReadInteger(json, "protocol", 0, 0xFFFF'FFFF) != Protocol::ProtocolVersion)
             ThrowIncompatible(http_.GetAddress());
         const auto answer = Protocol::FromJson<Protocol::SignInAnswer>(json);
         if (!IsToken(answer.token))

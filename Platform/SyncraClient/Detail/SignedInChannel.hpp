@@ -60,6 +60,7 @@ private:
     OV::String signInBody_;
     OV::SecureWipeGuard<char> signInBodyWipe_{signInBody_};
     OV::String token_;
+    bool withoutVersionCheck_;
 };
 
 }  // namespace Syncra::Client::Detail

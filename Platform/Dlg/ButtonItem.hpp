@@ -1,0 +1,24 @@
+#pragma once
+
+#include "Dlg/ButtonItemObserver.hpp"
+#include "Dlg/Item.hpp"
+
+namespace Dlg {
+
+class ButtonItem final : public Item {
+public:
+    ButtonItem(Panel& panel, int number) : Item(panel, number, {ItemType::Button}) {}
+
+    void SetText(const OV::UniString& text) { Window().SetText(GetNumber(), text); }
+    void Attach(ButtonItemObserver& observer) { observers_.Attach(observer); }
+
+private:
+    void Used() override
+    {
+        observers_.Notify([this](ButtonItemObserver& observer) { observer._ButtonClicked(*this); });
+    }
+
+    OV::EventSource<ButtonItemObserver> observers_;
+};
+
+}  // namespace Dlg

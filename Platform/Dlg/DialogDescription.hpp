@@ -1,0 +1,29 @@
+#pragma once
+
+#include "Dlg/ItemDescription.hpp"
+#include "OVRoot/Containers.hpp"
+
+namespace Dlg {
+
+/// A dialog as the resources describe it.
+struct DialogDescription {
+    int number = 0;
+    OV::UniString title;
+    int width = 0;
+    int height = 0;
+    /// In the order in which the keyboard goes through them.
+    OV::Array<ItemDescription> items;
+
+    /// Throws IllegalReferenceException when there is no such item.
+    [[nodiscard]] const ItemDescription& GetItem(int item) const;
+    /// Whether the user may change its size: some item has a rule for that.
+    [[nodiscard]] bool IsResizable() const;
+};
+
+/// A dialog of the library's resources. An unknown number throws IllegalReferenceException.
+[[nodiscard]] const DialogDescription& GetDialogDescription(int number);
+
+/// The numbers of all dialogs, in no particular order.
+[[nodiscard]] OV::Array<int> GetDialogNumbers();
+
+}  // namespace Dlg

@@ -1,0 +1,52 @@
+#pragma once
+
+#include "Dlg/Date.hpp"
+#include "Dlg/ListColumn.hpp"
+
+#include <memory>
+
+namespace Dlg {
+
+/// The back end of one dialog: what a toolkit has to be able to do. Items go by their number in the
+/// dialog's description, and are asked only for what their type can do; entries and rows count
+/// from 1, and 0 is none. What the program sets causes no event. For the main thread.
+class DialogWindow {
+public:
+    virtual ~DialogWindow() = default;
+
+    virtual void SetTitle(const OV::UniString& title) = 0;
+    virtual void SetEnabled(int item, bool enabled) = 0;
+
+    /// Of texts, edit texts and buttons. Shown to the letter: no mark-up, no mnemonics.
+    virtual void SetText(int item, const OV::UniString& text) = 0;
+    [[nodiscard]] virtual OV::UniString GetText(int item) const = 0;
+
+    virtual void ClearEntries(int popUp) = 0;
+    virtual void AppendEntry(int popUp, const OV::UniString& text) = 0;
+    /// It counts as an entry that cannot be selected.
+    virtual void AppendSeparator(int popUp) = 0;
+
+    virtual void SetColumns(int listBox, const OV::Array<ListColumn>& columns) = 0;
+    /// Replaces all rows and selects none. They are shared with the caller, who does not change
+    /// them.
+    virtual void SetRows(int listBox, std::shared_ptr<const OV::Array<ListRow>> rows) = 0;
+
+    /// The entry of a pop-up or the row of a list box.
+    virtual void SetSelection(int item, int number) = 0;
+    [[nodiscard]] virtual int GetSelection(int item) const = 0;
+
+    virtual void SetDate(int item, Date date) = 0;
+    [[nodiscard]] virtual Date GetDate(int item) const = 0;
+
+    /// Idle events come several times a second while the window runs and nothing else happens.
+    virtual void EnableIdleEvents() = 0;
+
+    /// Shows the window and runs the message loop until EndModal; other windows take no input
+    /// meanwhile.
+    virtual void RunModal() = 0;
+    /// RunModal returns once everything that was begun in it has ended. Does nothing for a window
+    /// that does not run.
+    virtual void EndModal() noexcept = 0;
+};
+
+}  // namespace Dlg

@@ -1,0 +1,18 @@
+#pragma once
+
+#include "Dlg/Item.hpp"
+
+namespace Dlg {
+
+/// A line to be typed into, which a password edit shows as dots.
+class EditItem final : public Item {
+public:
+    EditItem(Panel& panel, int number) : Item(panel, number, {ItemType::Edit, ItemType::Password})
+    {}
+
+    void SetText(const OV::UniString& text) { Window().SetText(GetNumber(), text); }
+    /// A copy: who asks for a password wipes what he got.
+    [[nodiscard]] OV::UniString GetText() const { return Window().GetText(GetNumber()); }
+};
+
+}  // namespace Dlg

@@ -1,0 +1,34 @@
+#pragma once
+
+#include "Dlg/Panel.hpp"
+
+namespace Dlg {
+
+/// The program's hand on one item of a panel, which outlives it. One a number.
+class Item {
+public:
+    virtual ~Item();
+    Item(const Item&) = delete;
+    Item& operator=(const Item&) = delete;
+
+    [[nodiscard]] int GetNumber() const noexcept { return number_; }
+    void Enable() { Window().SetEnabled(number_, true); }
+    void Disable() { Window().SetEnabled(number_, false); }
+
+protected:
+    /// Throws OV::IllegalReferenceException when the panel has no such item, and
+    /// OV::IllegalArgumentException when it is of none of these types.
+    Item(Panel& panel, int number, std::initializer_list<ItemType> types);
+
+    [[nodiscard]] DialogWindow& Window() const { return panel_.Window(); }
+
+private:
+    friend class Panel;
+    /// The user did with it what items of its type are for.
+    virtual void Used() {}
+
+    Panel& panel_;
+    int number_;
+};
+
+}  // namespace Dlg

@@ -1,0 +1,57 @@
+#include "Dlg/ModalDialog.hpp"
+
+#include "OVRoot/Exception.hpp"
+#include "SYClientBase/MessageLoop.hpp"
+
+namespace Dlg {
+
+ModalDialog::ModalDialog(const DialogDescription& description)
+    : Panel(description), self_(std::make_shared<ModalDialog*>(this))
+{}
+
+bool ModalDialog::Invoke()
+{
+    if (isOpen_)
+        throw OV::IllegalArgumentException(OV::StringView("The dialog is open already."));
+    result_ = DialogResult::Cancel;
+    isOpen_ = true;
+    Guarded([this] {
+        Notify([this](PanelObserver& observer) { observer._PanelOpened(*this); });
+        Window().RunModal();
+    });
+    Guarded([this] { NotifyClosed(); });
+    ThrowFailure();
+    return result_ == DialogResult::Accept;
+}
+
+void ModalDialog::NotifyClosed()
+{
+    isOpen_ = false;
+    isCloseRequested_ = false;
+    Notify([this](PanelObserver& observer) { observer._PanelClosed(*this); });
+}
+
+void ModalDialog::PostCloseRequest(DialogResult result)
+{
+    if (std::exchange(isCloseRequested_, true))
+        return;
+    SYCB::MessageLoop::Post(OV::MakeTask([dialog = std::weak_ptr<ModalDialog*>(self_), result] {
+        if (const auto self = dialog.lock())
+            (*self)->Close(result);
+    }));
+}
+
+void ModalDialog::Close(DialogResult result)
+{
+    if (!isOpen_) {
+        isCloseRequested_ = false;
+        return;
+    }
+    Guarded([this, result] {
+        Notify([&](PanelObserver& observer) { observer._PanelCloseRequested(*this, result); });
+        result_ = result;
+        Window().EndModal();
+    });
+}
+
+}  // namespace Dlg

@@ -1,0 +1,36 @@
+#pragma once
+
+#include "Dlg/Panel.hpp"
+
+namespace Dlg {
+
+/// A dialog that the caller waits for.
+class ModalDialog : public Panel {
+public:
+    explicit ModalDialog(int number) : ModalDialog(GetDialogDescription(number)) {}
+    explicit ModalDialog(const DialogDescription& description);
+
+    /// Shows the dialog and runs the message loop until it is closed; true when it was accepted.
+    /// Throws what an observer threw. An open dialog cannot be invoked again
+    /// (OV::IllegalArgumentException).
+    virtual bool Invoke();
+
+    /// Closes the dialog as soon as the message loop comes to it, so that whoever asks may still
+    /// use it until he returns. Any code on the main thread may ask, whether the dialog is open or
+    /// not; the first request of an opening counts, and one that comes when it is closed is
+    /// dropped.
+    void PostCloseRequest(DialogResult result);
+
+private:
+    void LeaveRequested() override { PostCloseRequest(DialogResult::Cancel); }
+    void Close(DialogResult result);
+    void NotifyClosed();
+
+    bool isOpen_ = false;
+    bool isCloseRequested_ = false;
+    DialogResult result_ = DialogResult::Cancel;
+    /// A request on its way must not reach a dialog that is gone.
+    std::shared_ptr<ModalDialog*> self_;
+};
+
+}  // namespace Dlg

@@ -1,0 +1,55 @@
+#pragma once
+
+#include "Dlg/PanelObserver.hpp"
+#include "Dlg/Toolkit.hpp"
+#include "OVRoot/EventSource.hpp"
+
+#include <exception>
+#include <functional>
+
+namespace Dlg {
+
+class Item;
+
+/// A dialog's window, its items and its observers. For the main thread.
+class Panel : private WindowEvents {
+public:
+    /// Makes dialog `number` of the resources with the current toolkit.
+    explicit Panel(int number) : Panel(GetDialogDescription(number)) {}
+    /// The same for a dialog that is not of the resources; `description` outlives the panel.
+    explicit Panel(const DialogDescription& description);
+    ~Panel() override;
+    Panel(const Panel&) = delete;
+    Panel& operator=(const Panel&) = delete;
+
+    void Attach(PanelObserver& observer) { observers_.Attach(observer); }
+    void Detach(PanelObserver& observer) { observers_.Detach(observer); }
+    void SetTitle(const OV::UniString& title) { window_->SetTitle(title); }
+    void EnableIdleEvents() { window_->EnableIdleEvents(); }
+
+protected:
+    void Notify(const std::function<void(PanelObserver&)>& tell) { observers_.Notify(tell); }
+    [[nodiscard]] DialogWindow& Window() { return *window_; }
+    /// Runs `handler`; an exception is kept for ThrowFailure, and ends the window.
+    void Guarded(const std::function<void()>& handler) noexcept;
+    /// Throws what a handler threw, once.
+    void ThrowFailure();
+    /// Escape or the close box.
+    virtual void LeaveRequested() = 0;
+
+private:
+    friend class Item;
+
+    void _ItemUsed(int item) noexcept override;
+    void _Idle() noexcept override;
+    void _LeaveRequested() noexcept override;
+    void _Resized() noexcept override;
+
+    const DialogDescription& description_;
+    OV::HashTable<int, Item*> items_;
+    OV::EventSource<PanelObserver> observers_;
+    std::exception_ptr failure_;
+    std::unique_ptr<DialogWindow> window_;
+};
+
+}  // namespace Dlg

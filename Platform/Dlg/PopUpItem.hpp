@@ -1,0 +1,34 @@
+#pragma once
+
+#include "Dlg/Item.hpp"
+#include "Dlg/PopUpItemObserver.hpp"
+
+namespace Dlg {
+
+/// A menu of entries, counted from 1, of which at most one is selected.
+class PopUpItem final : public Item {
+public:
+    PopUpItem(Panel& panel, int number) : Item(panel, number, {ItemType::PopUp}) {}
+
+    void Attach(PopUpItemObserver& observer) { observers_.Attach(observer); }
+    /// Drops the entries, and with them the selection.
+    void Clear();
+    void Append(const OV::UniString& text);
+    /// It counts as an entry with an empty text, which cannot be selected.
+    void AppendSeparator();
+    [[nodiscard]] int GetCount() const noexcept { return static_cast<int>(texts_.size()); }
+    /// Throws std::out_of_range.
+    [[nodiscard]] const OV::UniString& GetText(int entry) const;
+
+    /// 0: none.
+    void Select(int entry) { Window().SetSelection(GetNumber(), entry); }
+    [[nodiscard]] int GetSelected() const { return Window().GetSelection(GetNumber()); }
+
+private:
+    void Used() override;
+
+    OV::Array<OV::UniString> texts_;
+    OV::EventSource<PopUpItemObserver> observers_;
+};
+
+}  // namespace Dlg

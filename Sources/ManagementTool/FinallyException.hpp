@@ -1,0 +1,16 @@
+#pragma once
+
+#include "OVRoot/Exception.hpp"
+
+namespace Syncra::Server::ManagementTool::Core {
+
+/// Leaves a guarded block so that its clean-up runs; it has no message and no cause.
+class FinallyException : public OV::Exception {
+public:
+    explicit FinallyException(OV::SourcePlace place = OV::SourcePlace::Here())
+        : OV::Exception(OV::UniString(), place)
+    {}
+    OV_EXCEPTION_IDENTITY(FinallyException)
+};
+
+}  // namespace Syncra::Server::ManagementTool::Core

@@ -1,0 +1,14 @@
+#pragma once
+
+#include "ManagementTool/UserGroupType.hpp"
+#include "OVRoot/UniString.hpp"
+
+namespace Syncra::Server::ManagementTool::Core {
+
+/// Whether the user belongs to the group on the server; everybody belongs to AnyUser, without a
+/// request. `port` is the model service's. Blocks for a request on the calling thread.
+[[nodiscard]] bool IsUserInGroup(const OV::UniString& hostName, short port,
+                                 const OV::UniString& userName, const OV::UniString& password,
+                                 UserGroupType::Value group);
+
+}  // namespace Syncra::Server::ManagementTool::Core

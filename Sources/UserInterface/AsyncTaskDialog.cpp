@@ -1,0 +1,97 @@
+#include "UserInterface/AsyncTaskDialog.hpp"
+
+#include "ManagementTool/RunAtScopeEnd.hpp"
+#include "OVRoot/Clock.hpp"
+#include "OVRoot/Resources.hpp"
+
+namespace Syncra::Server::ManagementTool::GUI {
+
+namespace {
+
+constexpr int DialogNumber = 32420;
+constexpr int TextNumber = 1;
+constexpr int CancelNumber = 2;
+
+constexpr int TextList = 32100;
+constexpr int Communicating = 37;
+constexpr int PleaseWait = 38;
+constexpr std::uint64_t SecondsOfAText = 3;
+
+/// Any of these dialogs is in its modal loop; only the main thread looks.
+bool hasDialogInvoked = false;
+
+}  // namespace
+
+AsyncTaskDialog::AsyncTaskDialog(OV::Ref<Core::AsyncTaskExecuting::Task> task,
+                                 std::uint32_t delayMilliseconds, OV::Executor* executor)
+    : ModalDialog(DialogNumber), task_(std::move(task)), delayMilliseconds_(delayMilliseconds),
+      executor_(executor), text_(*this, TextNumber), cancelButton_(*this, CancelNumber),
+      lastTextSwitch_(OV::Clock::Current().Ticks())
+{
+    Attach(*this);
+    cancelButton_.Attach(*this);
+    EnableIdleEvents();
+    ShowText(Communicating);
+}
+
+AsyncTaskDialog::~AsyncTaskDialog()
+{
+    // A dialog that was refused was never closed, and its task is still to answer.
+    if (response_)
+        response_->SetDialog(nullptr);
+}
+
+bool AsyncTaskDialog::Invoke()
+{
+    response_ = OV::MakeRef<AsyncDialogResponse>(this);
+    Core::AsyncTaskExecuting executing(task_, response_, executor_);
+    if (!executing.IsStarted())
+        return false;
+    if (delayMilliseconds_ != 0 && response_->Wait(delayMilliseconds_)) {
+        executing.CancelTask();
+        return response_->HasSucceeded();
+    }
+    if (hasDialogInvoked)
+        return false;
+    hasDialogInvoked = true;
+    executing_ = &executing;
+    const Core::RunAtScopeEnd atEnd(OV::MakeTask([this] {
+        executing_ = nullptr;
+        hasDialogInvoked = false;
+    }));
+    return ModalDialog::Invoke();
+}
+
+void AsyncTaskDialog::_PanelIdle(Dlg::Panel&)
+{
+    const OV::Clock& clock = OV::Clock::Current();
+    const std::uint64_t now = clock.Ticks();
+    if (now - lastTextSwitch_ <= SecondsOfAText * clock.TicksPerSecond())
+        return;
+    lastTextSwitch_ = now;
+    ShowText(shownText_ == Communicating ? PleaseWait : Communicating);
+}
+
+void AsyncTaskDialog::_PanelCloseRequested(Dlg::Panel&, Dlg::DialogResult result)
+{
+    if (result == Dlg::DialogResult::Cancel && executing_ != nullptr)
+        executing_->CancelTask();
+}
+
+void AsyncTaskDialog::_PanelClosed(Dlg::Panel&)
+{
+    response_->SetDialog(nullptr);
+}
+
+void AsyncTaskDialog::_ButtonClicked(Dlg::ButtonItem&)
+{
+    PostCloseRequest(Dlg::DialogResult::Cancel);
+}
+
+void AsyncTaskDialog::ShowText(int listItem)
+{
+    shownText_ = listItem;
+    text_.SetText(OV::GetStringListItem(TextList, listItem));
+}
+
+}  // namespace Syncra::Server::ManagementTool::GUI

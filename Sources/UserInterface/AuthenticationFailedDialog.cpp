@@ -1,0 +1,66 @@
+#include "UserInterface/AuthenticationFailedDialog.hpp"
+
+namespace Syncra::Server::ManagementTool::GUI {
+
+namespace {
+
+constexpr int DialogNumber = 32433;
+enum Item {
+    OkButton = 1,
+    CancelButton = 2,
+    ServerText = 6,
+    ProjectText = 8,
+    UserText = 10,
+    PasswordEdit = 12,
+};
+
+}  // namespace
+
+AuthenticationFailedDialog::AuthenticationFailedDialog(const OV::UniString& serverName,
+                                                       const OV::UniString& projectName,
+                                                       const OV::UniString& loginName,
+                                                       std::int16_t port)
+    : ModalDialog(DialogNumber), okButton_(*this, OkButton), cancelButton_(*this, CancelButton),
+      server_(*this, ServerText), project_(*this, ProjectText), user_(*this, UserText),
+      passwordEdit_(*this, PasswordEdit)
+{
+    Attach(*this);
+    okButton_.Attach(*this);
+    cancelButton_.Attach(*this);
+    FillIn(server_, {serverName, static_cast<std::uint16_t>(port)});
+    FillIn(project_, {projectName});
+    FillIn(user_, {loginName});
+}
+
+void AuthenticationFailedDialog::FillIn(Dlg::TextItem& text,
+                                        std::initializer_list<OV::FormatArgument> arguments)
+{
+    text.SetText(OV::FormatText(text.GetText(), arguments));
+}
+
+void AuthenticationFailedDialog::_PanelOpened(Dlg::Panel&)
+{
+    OV::SecureWipe(password_);
+}
+
+void AuthenticationFailedDialog::_PanelCloseRequested(Dlg::Panel&, Dlg::DialogResult result)
+{
+    if (result != Dlg::DialogResult::Accept)
+        return;
+    OV::UniString typed = passwordEdit_.GetText();
+    const OV::SecureWipeGuard<char16_t> wipe(typed);
+    password_ = typed;
+}
+
+void AuthenticationFailedDialog::_PanelClosed(Dlg::Panel&)
+{
+    passwordEdit_.SetText({});
+}
+
+void AuthenticationFailedDialog::_ButtonClicked(Dlg::ButtonItem& button)
+{
+    PostCloseRequest(button.GetNumber() == OkButton ? Dlg::DialogResult::Accept
+                                                    : Dlg::DialogResult::Cancel);
+}
+
+}  // namespace Syncra::Server::ManagementTool::GUI

@@ -1,0 +1,23 @@
+#pragma once
+
+#include "Dlg/ButtonItem.hpp"
+#include "Dlg/ModalDialog.hpp"
+#include "Dlg/TextItem.hpp"
+
+namespace SYC {
+
+/// Warns that a project whose changes are discarded cannot be worked on until its server is there
+/// again. Invoke is true when the user discards all the same.
+class DiscardWarningDialog final : public Dlg::ModalDialog, private Dlg::ButtonItemObserver {
+public:
+    DiscardWarningDialog();
+
+private:
+    void _ButtonClicked(Dlg::ButtonItem& button) override;
+
+    Dlg::ButtonItem discardButton_;
+    Dlg::ButtonItem cancelButton_;
+    Dlg::TextItem text_;
+};
+
+}  // namespace SYC
