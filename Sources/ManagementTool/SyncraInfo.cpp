@@ -4,7 +4,9 @@
 #include "ManagementTool/InfoFileLock.hpp"
 #include "ManagementTool/RoamingProfile.hpp"
 #include "ManagementTool/ValueFile.hpp"
+#include "OVRoot/SecretCompare.hpp"
 #include "SYClientBase/ConnectionValidator.hpp"
+#include "SyncraURL.hpp"
 
 namespace Syncra::Server::ManagementTool::GUI {
 
@@ -172,6 +174,20 @@ void SyncraInfo::SetLastUserNameAndPassword(const OV::UniString& user,
         return;
     SetUserDefaultPassword(user, password);
     lastUserName_ = user;
+}
+
+bool SyncraInfo::UserToBeChecked(const IO::Location& projectLocation) const
+{
+    try {
+        SYC::Inner::ProjectConnectionInfo connection =
+            SYC::ToCheckedConnectionInfo(projectLocation);
+        const OV::SecureWipeGuard<char16_t> wipe(connection.password);
+        return GetUserNumber() != 0 &&
+               !OV::IsSameSecret(GetUserPassword(connection.userName, connection.serverName),
+                                 connection.password);
+    } catch (const std::exception&) {
+        return true;
+    }
 }
 
 }  // namespace Syncra::Server::ManagementTool::GUI

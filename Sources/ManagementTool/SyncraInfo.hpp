@@ -105,6 +105,10 @@ public:
         return passwordStore_.GetServerList(user);
     }
 
+    /// Whether the user of a project must type his password before the project is opened from its
+    /// cache: unless the password of the location is the stored one, or no user is stored at all.
+    [[nodiscard]] bool UserToBeChecked(const IO::Location& projectLocation) const;
+
     /// Whether the server is of the one version that serves the projects of this client. A newer
     /// one does not: it would have to be known first.
     [[nodiscard]] static bool
