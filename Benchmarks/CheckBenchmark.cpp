@@ -1,64 +1,16 @@
 // A whole check of a project connection beside the same requests made with bare libcurl.
+#include "BareClient.hpp"
 #include "ClientProjectConnectionManager.hpp"
 #include "ReadProjectConnection.hpp"
-#include "Support/ServerProcess.hpp"
 #include "Support/TemporaryFolder.hpp"
 #include "SyncraURL.hpp"
 
 #include <benchmark/benchmark.h>
-#include <curl/curl.h>
 
 #include <chrono>
 #include <memory>
 
 namespace {
-
-constexpr const char* SignInBody =
-    R"({"password":"nexar-sample","protocol":1,"userName":"anna.novak"})";
-
-std::size_t Append(char* bytes, std::size_t size, std::size_t count, void* target)
-{
-    static_cast<std::string*>(target)->append(bytes, size * count);
-    return size * count;
-}
-
-/// One easy handle with its kept connection.
-class BareClient {
-public:
-    explicit BareClient(std::uint16_t port) : base_("http://127.0.0.1:" + std::to_string(port))
-    {
-        curl_easy_setopt(handle_.get(), CURLOPT_WRITEFUNCTION, Append);
-        curl_easy_setopt(handle_.get(), CURLOPT_WRITEDATA, &answer_);
-        curl_easy_setopt(handle_.get(), CURLOPT_NOSIGNAL, 1L);
-    }
-    ~BareClient() { curl_slist_free_all(headers_); }
-    BareClient(const BareClient&) = delete;
-    BareClient& operator=(const BareClient&) = delete;
-
-    void SignIn()
-    {
-        curl_easy_setopt(handle_.get(), CURLOPT_POSTFIELDS, SignInBody);
-        Get("/syncra/v1/sign-in");
-        curl_easy_setopt(handle_.get(), CURLOPT_HTTPGET, 1L);
-        const auto at = answer_.find("\"token\":\"") + 9;
-        const auto token = answer_.substr(at, answer_.find('"', at) - at);
-        headers_ = curl_slist_append(nullptr, ("Authorization: Bearer " + token).c_str());
-        curl_easy_setopt(handle_.get(), CURLOPT_HTTPHEADER, headers_);
-    }
-    void Get(const std::string& target)
-    {
-        answer_.clear();
-        curl_easy_setopt(handle_.get(), CURLOPT_URL, (base_ + target).c_str());
-        if (curl_easy_perform(handle_.get()) != CURLE_OK)
-            std::abort();
-    }
-
-private:
-    std::string base_;
-    std::string answer_;
-    std::unique_ptr<CURL, decltype(&curl_easy_cleanup)> handle_{curl_easy_init(), curl_easy_cleanup};
-    curl_slist* headers_ = nullptr;
-};
 
 /// A server, a project that was opened before, and what a check asks about it.
 struct Scene {

@@ -1,8 +1,8 @@
 #include "MailService.hpp"
 
+#include "Base64Field.hpp"
 #include "ProjectAccess.hpp"
 
-#include "OVRoot/Base64.hpp"
 #include "SyncraProtocol/Detail/Json.hpp"
 #include "SyncraProtocol/Message.hpp"
 
@@ -64,16 +64,8 @@ std::string ReadHeader(const json& message)
 
 std::string ReadBody(const json& message)
 {
-    const auto found = message.find("body");
-    if (found == message.end() || !found->is_string())
-        Malformed("The body of the message is no text.");
-    const auto& text = found->get_ref<const std::string&>();
-    const auto bytes = OV::DecodeBase64(text);
-    if (!bytes)
-        Malformed("The body of the message is no base64.");
-    if (bytes->size() > Message::MaximumBodySize)
-        throw Refusal(ErrorCode::TooLarge, "The body of a message holds at most 8 MiB.");
-    return text;
+    (void)ReadBase64(message, "body", Message::MaximumBodySize);
+    return message.at("body").get<std::string>();
 }
 
 FlagEntries ReadFlagEntries(const json& body)

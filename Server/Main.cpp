@@ -1,8 +1,10 @@
 #include "Database.hpp"
 #include "HttpServer.hpp"
 #include "MailService.hpp"
+#include "ManagementService.hpp"
 #include "ModelService.hpp"
 #include "PasswordHash.hpp"
+#include "PresenceService.hpp"
 #include "Sample.hpp"
 #include "SignInService.hpp"
 
@@ -30,6 +32,7 @@ struct Options {
     bool sample = false;
     std::optional<std::string> newUser;
     std::string passwordFile;
+    std::uint32_t presenceGrace = 10'000;
     PasswordHash::Cost cost = PasswordHash::Cost::Interactive;
 };
 
@@ -59,6 +62,11 @@ void AddOptions(CLI::App& app, Options& options)
     app.add_option("--password-file", options.passwordFile, "File with the password of --add-user")
         ->needs(user)
         ->option_text("FILE");
+    app.add_option("--presence-grace", options.presenceGrace,
+                   "How long a user counts as present after his client's last request, in "
+                   "milliseconds")
+        ->option_text("MS")
+        ->capture_default_str();
     app.add_option("--hash", options.cost,
                    "Cost of new password hashes: interactive, or minimum for tests")
         ->option_text("COST")
@@ -105,25 +113,46 @@ void AddUser(Database& database, const PasswordHash& hash, const Options& option
     const std::string& login = *options.newUser;
     if (login.empty())
         throw std::runtime_error("The login name is empty. Give one with --add-user.");
+    if (login == SignInService::BuiltInLogin)
+        throw std::runtime_error("\"" + login + "\" is the server's own account.");
     UserStore users(database);
-    if (users.FindByLogin(login))
+    if (users.LoginExists(login))
         throw std::runtime_error("There is a user \"" + login + "\" already.");
-    users.Add({OV::ToUtf8(OV::Guid::Generate().ToText()), login, login, hash.Make(password)});
+    const User user{OV::ToUtf8(OV::Guid::Generate().ToText()), login, login, hash.Make(password)};
+    Transaction transaction(database);
+    // Somebody must be able to manage the server.
+    const bool isFirst = users.IsEmpty();
+    users.Add(user);
+    if (isFirst)
+        GroupStore(database).Add(user.id, UserGroups::Administrators);
+    transaction.Commit();
 }
 
 /// The three services on their ports; lives as long as the process.
 class Services {
 public:
-    Services(Database& database, PasswordHash& hash)
+    Services(Database& database, PasswordHash& hash, std::chrono::milliseconds presenceGrace)
         : users_(database), projects_(database), members_(database), sessions_(database),
-          mailStore_(database), signals_(server_), signIn_(server_, users_, hash, tokens_),
-          model_(projects_, members_, sessions_, signals_), mails_(projects_, mailStore_, signals_)
+          mailStore_(database), groups_(database), photos_(database),
+          presence_(server_, presenceGrace), signals_(server_),
+          signIn_(server_, users_, hash, tokens_),
+          model_(projects_, members_, sessions_, signals_, presence_),
+          mails_(projects_, mailStore_, signals_),
+          management_(users_, groups_, photos_, projects_, members_, sessions_, signals_),
+          messaging_(server_, projects_, presence_)
     {
-        for (Router* router : {&modelRouter_, &managementRouter_, &messagingRouter_})
+        for (Router* router : {&modelRouter_, &managementRouter_})
             signIn_.AddRoutes(*router);
+        signIn_.AddRoutesWithBuiltIn(messagingRouter_);
         model_.AddRoutes(modelRouter_);
         mails_.AddRoutes(modelRouter_);
-        server_.SetBeforeStop([this] { signals_.ReleaseAll(); });
+        management_.AddRoutes(managementRouter_);
+        messaging_.AddRoutes(messagingRouter_);
+        server_.SetBeforeStop([this] {
+            signals_.ReleaseAll();
+            presence_.Stop();
+            messaging_.ReleaseAll();
+        });
     }
 
     void Listen(const Options& options)
@@ -161,10 +190,15 @@ private:
     MemberStore members_;
     SessionStore sessions_;
     MailStore mailStore_;
+    GroupStore groups_;
+    PhotoStore photos_;
+    PresenceBoard presence_;
     SignalHub signals_;
     SignInService signIn_;
     ModelService model_;
     MailService mails_;
+    ManagementService management_;
+    PresenceService messaging_;
     Router modelRouter_{tokens_, users_};
     Router managementRouter_{tokens_, users_};
     Router messagingRouter_{tokens_, users_};
@@ -184,7 +218,7 @@ void Serve(const Options& options)
         std::cerr << "nexar-server: sample team ready; every password is \"" << SamplePassword
                   << "\"\n";
     }
-    Services services(database, hash);
+    Services services(database, hash, std::chrono::milliseconds(options.presenceGrace));
     services.Listen(options);
     OV::Logger::Info("nexar-server", u"Started.");
     services.Run();

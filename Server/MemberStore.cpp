@@ -38,23 +38,64 @@ std::vector<Member> MemberStore::List(const std::string& projectId)
     return members;
 }
 
-void MemberStore::Add(const std::string& projectId, const std::string& userId,
+bool MemberStore::Add(const std::string& projectId, const std::string& userId,
                       const std::string& role)
 {
-    database_.Prepare("UPDATE projects SET last_logon_id = last_logon_id + 1 WHERE id = ?1")
-        .Bind(1, projectId)
-        .Run();
-    auto last = database_.Prepare("SELECT last_logon_id FROM projects WHERE id = ?1");
-    if (last.Bind(1, projectId).Step() && last.Number(0) > LastLogonId)
-        throw Refusal(Syncra::Protocol::ErrorCode::TooLarge,
-                      "This project has had 32767 members; it takes no more.");
-    database_
-        .Prepare("INSERT INTO members (project_id, user_id, role, logon_id) "
-                 "VALUES (?1, ?2, ?3, (SELECT last_logon_id FROM projects WHERE id = ?1))")
+    {
+        auto last = database_.Prepare("SELECT last_logon_id FROM projects WHERE id = ?1");
+        if (last.Bind(1, projectId).Step() && last.Number(0) >= LastLogonId)
+            throw Refusal(Syncra::Protocol::ErrorCode::TooLarge,
+                          "This project has had 32767 members; it takes no more.");
+    }
+    // A trigger of the table counts the numbers.
+    return database_
+               .Prepare("INSERT INTO members (project_id, user_id, role, logon_id) VALUES (?1, ?2, "
+                        "?3, (SELECT last_logon_id + 1 FROM projects WHERE id = ?1)) "
+                        "ON CONFLICT (project_id, user_id) DO NOTHING")
+               .Bind(1, projectId)
+               .Bind(2, userId)
+               .Bind(3, role)
+               .Run() == 1;
+}
+
+bool MemberStore::SetRole(const std::string& projectId, const std::string& userId,
+                          const std::string& role)
+{
+    return database_.Prepare("UPDATE members SET role = ?3 WHERE project_id = ?1 AND user_id = ?2")
+               .Bind(1, projectId)
+               .Bind(2, userId)
+               .Bind(3, role)
+               .Run() == 1;
+}
+
+bool MemberStore::Remove(const std::string& projectId, const std::string& userId)
+{
+    return database_.Prepare("DELETE FROM members WHERE project_id = ?1 AND user_id = ?2")
+               .Bind(1, projectId)
+               .Bind(2, userId)
+               .Run() == 1;
+}
+
+bool MemberStore::HasPermission(const std::string& projectId, const std::string& userId,
+                                const std::string& permission)
+{
+    return database_
+        .Prepare("SELECT 1 FROM members m JOIN role_permissions p ON p.role = m.role "
+                 "WHERE m.project_id = ?1 AND m.user_id = ?2 AND p.permission = ?3")
         .Bind(1, projectId)
         .Bind(2, userId)
-        .Bind(3, role)
-        .Run();
+        .Bind(3, permission)
+        .Step();
+}
+
+bool MemberStore::HasPermissionAnywhere(const std::string& userId, const std::string& permission)
+{
+    return database_
+        .Prepare("SELECT 1 FROM members m JOIN role_permissions p ON p.role = m.role "
+                 "WHERE m.user_id = ?1 AND p.permission = ?2")
+        .Bind(1, userId)
+        .Bind(2, permission)
+        .Step();
 }
 
 OV::HashSet<OV::UniString> PermissionsOf(Database& database, const std::string& role)

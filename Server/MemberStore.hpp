@@ -16,8 +16,20 @@ public:
     /// By short number.
     [[nodiscard]] std::vector<Syncra::Protocol::Member> List(const std::string& projectId);
     /// Gives the member a short number that nobody had in this project before: data and mails of a
-    /// former member name him by his. Needs a transaction.
-    void Add(const std::string& projectId, const std::string& userId, const std::string& role);
+    /// former member name him by his. False when he is a member already. Throws Refusal when the
+    /// numbers are used up.
+    bool Add(const std::string& projectId, const std::string& userId, const std::string& role);
+    /// False when he is no member.
+    [[nodiscard]] bool SetRole(const std::string& projectId, const std::string& userId,
+                               const std::string& role);
+    /// With his sessions and his mail. False when he is no member.
+    [[nodiscard]] bool Remove(const std::string& projectId, const std::string& userId);
+
+    [[nodiscard]] bool HasPermission(const std::string& projectId, const std::string& userId,
+                                     const std::string& permission);
+    /// In any project.
+    [[nodiscard]] bool HasPermissionAnywhere(const std::string& userId,
+                                             const std::string& permission);
 
 private:
     Database& database_;

@@ -136,9 +136,13 @@ void ModelService::WaitForSignals(const Call& call, const Reply& reply)
     const auto projectId = call.QueryText("project");
     RequireMembership(projects_, call, projectId);
     const auto wait = std::min(call.QueryNumber("wait", 0), LongestWaitMilliseconds);
+    // Who only asks for his place holds nothing. The handle goes with the answer's closure.
+    std::shared_ptr<void> presence;
+    if (wait > 0)
+        presence = presence_.Enter(projectId, call.user.userLogin);
     reply.WhenGone(signals_.Wait(
         projectId, call.user.userId, call.QueryNumber("after", 0), std::chrono::milliseconds(wait),
-        [reply](const SignalBatch& batch) { reply(JsonResponse(ToJson(batch))); }));
+        [reply, presence](const SignalBatch& batch) { reply(JsonResponse(ToJson(batch))); }));
 }
 
 }  // namespace Nexar

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "MemberStore.hpp"
+#include "PresenceBoard.hpp"
 #include "ProjectStore.hpp"
 #include "Router.hpp"
 #include "SessionStore.hpp"
@@ -13,8 +14,9 @@ namespace Nexar {
 class ModelService {
 public:
     ModelService(ProjectStore& projects, MemberStore& members, SessionStore& sessions,
-                 SignalHub& signals)
-        : projects_(projects), members_(members), sessions_(sessions), signals_(signals)
+                 SignalHub& signals, PresenceBoard& presence)
+        : projects_(projects), members_(members), sessions_(sessions), signals_(signals),
+          presence_(presence)
     {}
 
     void SetPorts(std::vector<Syncra::Protocol::ServicePort> ports) { ports_ = std::move(ports); }
@@ -34,6 +36,7 @@ private:
     MemberStore& members_;
     SessionStore& sessions_;
     SignalHub& signals_;
+    PresenceBoard& presence_;
     std::vector<Syncra::Protocol::ServicePort> ports_;
 };
 

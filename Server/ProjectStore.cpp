@@ -76,6 +76,19 @@ void ProjectStore::Add(const StoredProject& project)
         .Run();
 }
 
+void ProjectStore::SetState(const std::string& projectId, Syncra::Protocol::ProjectState state)
+{
+    database_.Prepare("UPDATE projects SET state = ?2 WHERE id = ?1")
+        .Bind(1, projectId)
+        .Bind(2, static_cast<std::int64_t>(state))
+        .Run();
+}
+
+bool ProjectStore::RoleExists(const std::string& role)
+{
+    return database_.Prepare("SELECT 1 FROM roles WHERE name = ?1").Bind(1, role).Step();
+}
+
 void ProjectStore::AddRole(const std::string& role, const std::vector<std::string>& permissions)
 {
     database_.Prepare("INSERT INTO roles (name) VALUES (?1)").Bind(1, role).Run();

@@ -26,6 +26,8 @@ public:
     [[nodiscard]] bool IsMember(const std::string& projectId, const std::string& userId);
 
     void Add(const StoredProject& project);
+    void SetState(const std::string& projectId, Syncra::Protocol::ProjectState state);
+    [[nodiscard]] bool RoleExists(const std::string& role);
     void AddRole(const std::string& role, const std::vector<std::string>& permissions);
 
 private:

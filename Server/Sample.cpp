@@ -1,5 +1,9 @@
 #include "Sample.hpp"
 
+#include "GroupStore.hpp"
+#include "PhotoStore.hpp"
+#include "SamplePhotos.hpp"
+
 #include "OVRoot/Guid.hpp"
 
 #include <array>
@@ -174,6 +178,19 @@ void AddSessions(SessionStore& store, UserStore& userStore)
     }
 }
 
+void AddPhotos(PhotoStore& store, UserStore& userStore)
+{
+    for (const auto& [login, type, data] : SamplePhotos())
+        if (const auto user = userStore.FindByLogin(std::string(login)))
+            store.Set(user->id, {OV::FromUtf8(type), OV::String(data)});
+}
+
+void AddToGroups(GroupStore& store, UserStore& userStore)
+{
+    store.Add(userStore.FindByLogin("admin")->id, UserGroups::Administrators);
+    store.Add(userStore.FindByLogin("anna.novak")->id, UserGroups::ProjectManagers);
+}
+
 }  // namespace
 
 void FillWithSample(Database& database, const PasswordHash& hash)
@@ -188,6 +205,10 @@ void FillWithSample(Database& database, const PasswordHash& hash)
     AddUsers(userStore, hash);
     AddProjects(projectStore, memberStore, userStore);
     AddSessions(sessionStore, userStore);
+    PhotoStore photoStore(database);
+    AddPhotos(photoStore, userStore);
+    GroupStore groupStore(database);
+    AddToGroups(groupStore, userStore);
     transaction.Commit();
 }
 

@@ -104,11 +104,36 @@ CREATE TABLE mail_keys (
     PRIMARY KEY (project_id, sender_id, key)
 ) WITHOUT ROWID;
 )",
-    // The highest short number that a member of the project ever had.
+    // The highest short number that a member of the project ever had: none is given to a second
+    // one.
     R"(
 ALTER TABLE projects ADD COLUMN last_logon_id INTEGER NOT NULL DEFAULT 0;
 UPDATE projects SET last_logon_id =
     coalesce((SELECT max(logon_id) FROM members WHERE project_id = projects.id), 0);
+CREATE TRIGGER logon_ids_are_counted AFTER INSERT ON members
+BEGIN
+    UPDATE projects SET last_logon_id = max(last_logon_id, NEW.logon_id) WHERE id = NEW.project_id;
+END;
+)",
+    // A store must not be without an administrator: its first user becomes one.
+    R"(
+CREATE TABLE photos (
+    user_id TEXT PRIMARY KEY REFERENCES users(id) ON DELETE CASCADE,
+    type TEXT NOT NULL,
+    data BLOB NOT NULL
+);
+CREATE TABLE user_groups (
+    name TEXT PRIMARY KEY
+);
+INSERT INTO user_groups (name) VALUES
+    ('Administrators'), ('ProjectManagers'), ('ProjectWorkflowManagers');
+CREATE TABLE user_group_members (
+    user_id TEXT NOT NULL REFERENCES users(id) ON DELETE CASCADE,
+    group_name TEXT NOT NULL REFERENCES user_groups(name) ON DELETE CASCADE ON UPDATE CASCADE,
+    PRIMARY KEY (user_id, group_name)
+);
+INSERT INTO user_group_members (user_id, group_name)
+    SELECT id, 'Administrators' FROM users ORDER BY login <> 'admin', rowid LIMIT 1;
 )"};
 
 inline constexpr auto SchemaVersion = static_cast<std::int64_t>(SchemaSteps.size());

@@ -6,6 +6,7 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <utility>
 
 namespace Nexar {
 
@@ -16,6 +17,20 @@ namespace {
 constexpr std::uint32_t ProductVersion = 1400;
 constexpr std::size_t MaximumCredentialUnits = 1024;
 
+SignInRequest ReadCredentials(const Call& call)
+{
+    const auto body = call.Body();
+    // First: the rest of the record may look different in another version.
+    if (ReadInteger(body, "protocol", 0, 0xFFFF'FFFF) != ProtocolVersion)
+        throw Refusal(ErrorCode::IncompatibleVersion,
+                      "This server speaks version 1 of the protocol. Update the older side.");
+    auto request = FromJson<SignInRequest>(body);
+    if (std::max(request.userName.size(), request.password.size()) > MaximumCredentialUnits)
+        throw Refusal(ErrorCode::TooLarge,
+                      "The user name or the password is longer than 1024 characters.");
+    return request;
+}
+
 }  // namespace
 
 SignInService::SignInService(HttpServer& server, UserStore& users, PasswordHash& hash,
@@ -25,11 +40,27 @@ SignInService::SignInService(HttpServer& server, UserStore& users, PasswordHash&
 
 void SignInService::AddRoutes(Router& router)
 {
+    AddCommonRoutes(router);
+    router.AddOpen("POST", "/syncra/v1/sign-in",
+                   [this](const Call& call, const Reply& reply) { SignIn(call, reply); });
+}
+
+void SignInService::AddRoutesWithBuiltIn(Router& router)
+{
+    AddCommonRoutes(router);
+    router.AddOpen("POST", "/syncra/v1/sign-in", [this](const Call& call, const Reply& reply) {
+        if (ReadCredentials(call).userName == OV::FromUtf8(BuiltInLogin))
+            SignInBuiltIn(call, reply);
+        else
+            SignIn(call, reply);
+    });
+}
+
+void SignInService::AddCommonRoutes(Router& router)
+{
     router.AddOpen("GET", "/syncra/version", [](const Call&, const Reply& reply) {
         reply(JsonResponse({{"protocol", ProtocolVersion}, {"serverVersion", ProductVersion}}));
     });
-    router.AddOpen("POST", "/syncra/v1/sign-in",
-                   [this](const Call& call, const Reply& reply) { SignIn(call, reply); });
     router.AllowBuiltIn(true);
     router.Add("POST", "/syncra/v1/sign-out", [this](const Call& call) {
         tokens_.Remove(call.request.token);
@@ -40,15 +71,7 @@ void SignInService::AddRoutes(Router& router)
 
 void SignInService::SignIn(const Call& call, const Reply& reply)
 {
-    const auto body = call.Body();
-    // First: the rest of the record may look different in another version.
-    if (ReadInteger(body, "protocol", 0, 0xFFFF'FFFF) != ProtocolVersion)
-        throw Refusal(ErrorCode::IncompatibleVersion,
-                      "This server speaks version 1 of the protocol. Update the older side.");
-    const auto request = FromJson<SignInRequest>(body);
-    if (std::max(request.userName.size(), request.password.size()) > MaximumCredentialUnits)
-        throw Refusal(ErrorCode::TooLarge,
-                      "The user name or the password is longer than 1024 characters.");
+    const auto request = ReadCredentials(call);
     const std::string login = OV::ToUtf8(request.userName);
     const std::string password = OV::ToUtf8(request.password);
     const auto user = users_.FindByLogin(login);
@@ -60,6 +83,13 @@ void SignInService::SignIn(const Call& call, const Reply& reply)
         const bool right = hash_.Check(user ? user->passwordHash : std::string(), password);
         server_.Post([this, user, right, login, reply] { Finish(user, right, login, reply); });
     }));
+}
+
+void SignInService::SignInBuiltIn(const Call& call, const Reply& reply)
+{
+    if (ReadCredentials(call).password != OV::FromUtf8(BuiltInLogin))
+        throw Refusal(ErrorCode::BadCredentials, "The user name or the password is wrong.");
+    Grant({"", BuiltInLogin, true}, BuiltInLogin, reply);
 }
 
 void SignInService::Finish(const std::optional<User>& user, bool passwordIsRight,
@@ -77,10 +107,15 @@ void SignInService::Finish(const std::optional<User>& user, bool passwordIsRight
                                     "This account is switched off. Ask your administrator.")));
         return;
     }
+    Grant({user->id, user->login}, user->fullName, reply);
+}
+
+void SignInService::Grant(TokenTable::Login login, const std::string& userName, const Reply& reply)
+{
     SignInAnswer answer;
-    answer.token = tokens_.Add({user->id, user->login});
-    answer.userId = OV::FromUtf8(user->id);
-    answer.userName = OV::FromUtf8(user->fullName);
+    answer.userId = OV::FromUtf8(login.userId);
+    answer.userName = OV::FromUtf8(userName);
+    answer.token = tokens_.Add(std::move(login));
     answer.protocol = ProtocolVersion;
     answer.serverVersion = ProductVersion;
     reply(JsonResponse(ToJson(answer)));

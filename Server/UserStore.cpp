@@ -2,14 +2,32 @@
 
 namespace Nexar {
 
+namespace {
+
+User ReadUser(const Statement& row)
+{
+    return {row.Text(0), row.Text(1), row.Text(2), row.Text(3), row.Number(4) != 0, row.Number(5)};
+}
+
+}  // namespace
+
 std::optional<User> UserStore::FindByLogin(const std::string& login)
 {
     auto query = database_.Prepare(
         "SELECT id, login, full_name, password_hash, enabled, color FROM users WHERE login = ?1");
     if (!query.Bind(1, login).Step())
         return std::nullopt;
-    return User{query.Text(0), query.Text(1),        query.Text(2),
-                query.Text(3), query.Number(4) != 0, query.Number(5)};
+    return ReadUser(query);
+}
+
+std::vector<User> UserStore::List()
+{
+    auto query = database_.Prepare("SELECT id, login, full_name, password_hash, enabled, color "
+                                   "FROM users ORDER BY login");
+    std::vector<User> users;
+    while (query.Step())
+        users.push_back(ReadUser(query));
+    return users;
 }
 
 std::optional<bool> UserStore::IsEnabled(const std::string& userId)
@@ -18,6 +36,13 @@ std::optional<bool> UserStore::IsEnabled(const std::string& userId)
     if (!query.Bind(1, userId).Step())
         return std::nullopt;
     return query.Number(0) != 0;
+}
+
+bool UserStore::LoginExists(const std::string& login)
+{
+    return database_.Prepare("SELECT 1 FROM users WHERE login = ?1 COLLATE NOCASE")
+        .Bind(1, login)
+        .Step();
 }
 
 void UserStore::Add(const User& user)

@@ -1,5 +1,4 @@
 #include "CachedProjectInfo.hpp"
-#include "Support/ChildProcess.hpp"
 #include "Support/TemporaryFolder.hpp"
 #include "Support/TerminalRun.hpp"
 
@@ -120,22 +119,6 @@ TEST_F(ServersCommandTest, ACachedProjectIsOpenedByWhoTypesTheStoredPassword)
         for (const auto& answer : each.answers)
             EXPECT_EQ(run.output.find(answer + "\r"), std::string::npos) << "typed without echo";
     }
-}
-
-TEST_F(ServersCommandTest, CommandsAtOnceLoseNothing)
-{
-    const std::string file = (folder.Path() / "password").string();
-    std::ofstream(file) << "right\n";
-    std::vector<ChildProcess> commands;
-    for (int number = 0; number < 6; ++number)
-        commands.emplace_back([&, number] {
-            return Run({"servers", "add", "-s", "nexar", "-u", "user" + std::to_string(number),
-                        "--password-file", file})
-                .code;
-        });
-    for (ChildProcess& command : commands)
-        EXPECT_EQ(command.Wait(), 0);
-    EXPECT_EQ(List().at("users").size(), 6u);
 }
 
 }  // namespace

@@ -35,6 +35,10 @@ public:
 /// A real server, and hosts on it.
 class ConnectionTest : public testing::Test {
 protected:
+    explicit ConnectionTest(std::vector<std::string> options = {"--sample"})
+        : server(folder.Path(), std::move(options))
+    {}
+
     [[nodiscard]] IO::Location Url(const std::string& user, const std::u16string& project,
                                    std::uint16_t port = 0,
                                    const std::string& password = ServerProcess::Password) const
@@ -54,5 +58,5 @@ protected:
     void Sql(const std::string& sql) const { EditStore(server.StorePath(), sql); }
 
     TemporaryFolder folder;
-    ServerProcess server{folder.Path()};
+    ServerProcess server;
 };

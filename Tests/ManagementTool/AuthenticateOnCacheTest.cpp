@@ -143,18 +143,4 @@ TEST_F(AuthenticateOnCacheTest, EveryWayIn)
     EXPECT_EQ(Authenticate(nullptr, false), OtherError);
 }
 
-TEST_F(AuthenticateOnCacheTest, ADamagedFileOrALostKeyLetsNobodyIn)
-{
-    OpenedProject project(Url(u"anna", u"nexar.example", u""));
-    Remember(u"right");
-    const TemporaryFolder elsewhere;  // with a key of its own
-    const auto place = elsewhere.Path() / "config" / "Orvant";
-    std::filesystem::create_directories(place);
-    std::filesystem::copy(Path("SyncraInfo_v2.xml"), place / "SyncraInfo_v2.xml");
-    EXPECT_EQ(Authenticate(&project, true), Refused);
-    EXPECT_EQ(Authenticate(&project, false), UserIsMissing);
-    std::ofstream(place / "SyncraInfo_v2.xml") << "<SyncraInfo>";
-    EXPECT_EQ(Authenticate(&project, true), OtherError) << "the file names itself";
-}
-
 }  // namespace

@@ -17,6 +17,13 @@ std::string Replaced(std::string text, const std::string& from, const std::strin
     return text.replace(at, from.size(), to);
 }
 
+/// The last element of that name goes by another one.
+std::string WithoutLast(std::string text, const std::string& element)
+{
+    text.insert(text.rfind("</" + element + ">") + 2, "x");
+    return text.insert(text.rfind("<" + element + ">") + 1, "x");
+}
+
 TEST_F(SyncraInfoTest, AFileOfThisVersionIsReadAndWrittenToTheByte)
 {
     const std::string golden = Golden("SyncraInfo_v2.xml");
@@ -68,14 +75,14 @@ TEST_F(SyncraInfoTest, WhatCannotBeReadIsAnErrorThatNamesTheFileAndLeavesNoData)
 {
     const std::string current = Golden("SyncraInfo_v2.xml");
     const std::string previous = Golden("SyncraInfo-1.xml");
-    const struct {
+    struct Case {
         const char* file;
         std::string bytes;
-    } cases[] = {
+    };
+    std::vector<Case> cases = {
         {"SyncraInfo_v2.xml", ""},
         {"SyncraInfo_v2.xml", current.substr(0, current.size() / 2)},
         {"SyncraInfo_v2.xml", Replaced(current, ">true<", ">yes<")},
-        {"SyncraInfo_v2.xml", Replaced(current, "<LastUserName>zo\xc3\xab</LastUserName>", "")},
         {"SyncraInfo_v2.xml", Replaced(current, "<DataVersion>1<", "<DataVersion>70000<")},
         {"SyncraInfo_v2.xml", Replaced(current, "</WebServers>", "</WebServers><More></More>")},
         {"SyncraInfo.xml", Replaced(previous, "<LastPort>-25536<", "<LastPort>40000<")},
@@ -84,6 +91,13 @@ TEST_F(SyncraInfoTest, WhatCannotBeReadIsAnErrorThatNamesTheFileAndLeavesNoData)
         {"SyncraInfo.xml",
          Replaced(previous, "<WebServers>\n    <Size>2<", "<WebServers><Size>3<")},
     };
+    for (const char* element : {"SyncraInfo", "DataVersion", "SYMessageSetting", "LastServerName",
+                                "LastUserName", "UserPasswordArray", "Size", "Item", "UserName",
+                                "DefaultPassword", "Password", "ServerName"})
+        cases.push_back({"SyncraInfo_v2.xml", WithoutLast(current, element)});
+    for (const char* size : {"4294967295", "2", "-1"})
+        cases.push_back({"SyncraInfo_v2.xml",
+                         Replaced(current, "<Size>3<", "<Size>" + std::string(size) + "<")});
     SyncraInfo info;
     int number = 0;
     for (const auto& each : cases) {

@@ -252,9 +252,10 @@ TEST_F(MessagingTest, RequestsOfFormerMembersBecomeHistory)
     const auto stays = Deliver("yuki.tanaka", {u"anna.novak"}, u"r", MailType::Request);
     const auto copy = Deliver("anna.novak", {u"omar.haddad"}, u"c", MailType::Request);
     const auto anna = MakeHost("anna.novak");
-    anna->Open();
+    anna->manager.StartSignals(ProjectId());
     anna->members.Init();
-    anna->Await([&] { return anna->members.IsKnown(); }, "the members");
+    anna->Open();
+    anna->Await([&] { return anna->members.IsKnown() && anna->client->IsOnline(); }, "the members");
     EXPECT_TRUE(anna->members.IsMember(u"omar.haddad"));
     anna->Idle(100);
     const auto isHistory = [&](const OV::UniString& id) {
@@ -262,8 +263,7 @@ TEST_F(MessagingTest, RequestsOfFormerMembersBecomeHistory)
         return anna->client->GetMail(id, mail) && mail->IsHistorical();
     };
     EXPECT_FALSE(isHistory(request));
-    Sql("DELETE FROM members WHERE user_id = (SELECT id FROM users WHERE login = 'omar.haddad')");
-    anna->members.Init();
+    RemoveMember(u"omar.haddad");
     anna->Await([&] { return isHistory(request); }, "the request to become history");
     EXPECT_FALSE(anna->members.IsMember(u"omar.haddad"));
     EXPECT_FALSE(isHistory(note));

@@ -5,6 +5,7 @@
 #include "SYClientBase/MessageLoop.hpp"
 #include "SYClientBase/MessageLoopExecutor.hpp"
 #include "SYClientBase/SyncraClientFactory.hpp"
+#include "Server/ServerTest.hpp"
 
 #include <map>
 
@@ -21,10 +22,12 @@ class MailHost : public Host,
 public:
     MailHost(const IO::Location& url, const IO::Location& dataFolder) : Host(url, dataFolder)
     {
-        if (manager.FindCache() && !manager.FindCache()->GetProjectId().empty())
-            return;
-        SYC::ReadProjectConnection connection(&manager);
-        EXPECT_EQ(connection.Check(true, false, false, false), SYC::CheckResult::Passed);
+        if (!manager.FindCache() || manager.FindCache()->GetProjectId().empty()) {
+            SYC::ReadProjectConnection connection(&manager);
+            EXPECT_EQ(connection.Check(true, false, false, false), SYC::CheckResult::Passed);
+        }
+        // A check that passed says online; here the tests say so.
+        SetPresence(SYCB::PresenceState::Offline);
     }
 
     /// Makes the mail box and waits for its first refresh.
@@ -97,6 +100,8 @@ public:
 
 class MessagingTest : public ConnectionTest {
 protected:
+    using ConnectionTest::ConnectionTest;
+
     static constexpr const char16_t* Project = u"Harbour Bridge";
 
     std::unique_ptr<MailHost> MakeHost(const std::string& user)
@@ -122,6 +127,15 @@ protected:
         mail.SetBodyText(text);
         return Connect(sender)->SendMail(ProjectId(), to, mail.ConvertToSyncraMessage(),
                                          OV::Guid::Generate().ToText());
+    }
+
+    void RemoveMember(const OV::UniString& login)
+    {
+        Client admin(server.ManagementPort(), "admin", ServerProcess::Password);
+        const auto answer =
+            admin.Ask("DELETE", "/root/syncrav2/projects/" + OV::ToUtf8(ProjectId()) + "/members/" +
+                                    OV::ToUtf8(login));
+        ASSERT_EQ(answer.status, 200) << answer.json;
     }
 
     /// How often each text stands in the user's box on the server.

@@ -10,6 +10,8 @@
 
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 /// Projects of the sample team, and their state.
 namespace Sample {
@@ -85,6 +87,9 @@ private:
 /// A server with the sample team.
 class ServerTest : public testing::Test {
 protected:
+    explicit ServerTest(std::vector<std::string> options = {"--sample"})
+        : server(folder.Path(), std::move(options))
+    {}
     Client SignedIn(const std::string& user)
     {
         return {server.ModelPort(), user, ServerProcess::Password};
@@ -101,5 +106,5 @@ protected:
     void Sql(const std::string& sql) const { EditStore(server.StorePath(), sql); }
 
     TemporaryFolder folder;
-    ServerProcess server{folder.Path()};
+    ServerProcess server;
 };

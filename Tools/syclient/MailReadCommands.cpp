@@ -28,6 +28,18 @@ void List(ProjectHost& host, Context& context, bool withHistory)
                context.output);
 }
 
+/// An answer that was read leaves nothing to do about the request.
+void CloseAnsweredRequest(ProjectHost& host, const SYC::ClientMail& answer)
+{
+    using SYC::MailType;
+    const auto type = answer.GetType();
+    OV::Ref<SYC::ClientMail> request;
+    if ((type == MailType::RequestAccepted || type == MailType::RequestDenied ||
+         type == MailType::RequestRevoked) &&
+        host.Mails().GetMail(answer.GetParentMailId(), request))
+        host.Mails().SetMailHistoricalMessage(*request);
+}
+
 void Read(ProjectHost& host, Context& context, const std::string& id, bool keepUnread)
 {
     const bool isOnline = host.RefreshMails();
@@ -38,6 +50,7 @@ void Read(ProjectHost& host, Context& context, const std::string& id, bool keepU
     if (keepUnread || mail->IsRead())
         return;
     host.Mails().SetMailReadMessage(*mail);
+    CloseAnsweredRequest(host, *mail);
     if (isOnline && !host.Mails().SynchronizeLogOut())
         context.output.Error("The server could not be told that the mail was read; it will be with "
                              "the next mail that is read.");

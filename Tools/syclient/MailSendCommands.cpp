@@ -180,9 +180,10 @@ void SendAnswer(ProjectHost& host, Context& context, const Letter& letter, const
                              original->IsCopy() ? original->GetRecipientsLoginName()
                                                 : OV::Array<OV::UniString>{original->GetSender()},
                              mail);
+    host.Mails().SetMailReadMessage(*original);
     if (answer.answersRequest)
         host.Mails().SetMailHistoricalMessage(*original);
-    if (isSent && answer.answersRequest)
+    if (isSent)
         (void)host.Mails().SynchronizeLogOut();
 }
 

@@ -1,0 +1,206 @@
+// The mail client beside bare requests of the same content: delivering the outbox, fetching a box.
+#include "BareClient.hpp"
+#include "ClientProjectConnectionManager.hpp"
+#include "Messaging/MailClient.hpp"
+#include "OVRoot/Guid.hpp"
+#include "ReadProjectConnection.hpp"
+#include "SYClientBase/MessageLoop.hpp"
+#include "SYClientBase/MessageLoopExecutor.hpp"
+#include "Support/StoreEdit.hpp"
+#include "Support/TemporaryFolder.hpp"
+#include "SyncraProtocol/Detail/MessageJson.hpp"
+#include "SyncraURL.hpp"
+
+#include <benchmark/benchmark.h>
+#include <nlohmann/json.hpp>
+
+#include <chrono>
+#include <malloc.h>
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using SYC::ClientMail;
+using SYC::MailClient;
+using SYCB::PresenceState;
+
+constexpr std::size_t FlushedMails = 1000;
+constexpr std::size_t FetchedMails = 100'000;
+constexpr const char* MailsPath = "/syncra/v1/projects/6B1F0C52-8A5D-4B1E-9B6A-0D3C7E5A1001/mails";
+
+double Seconds(Clock::duration time)
+{
+    return std::chrono::duration<double>(time).count();
+}
+
+/// A note of a few lines.
+OV::Ref<ClientMail> MakeMail(const OV::UniString& sender, const OV::UniString& recipient)
+{
+    auto mail = OV::MakeRef<ClientMail>();
+    mail->SetId(OV::Guid::Generate().ToText());
+    mail->SetSender(sender);
+    mail->SetRecipientsLoginName({recipient});
+    mail->SetSendingTime(1'700'000'000);
+    mail->SetType(SYC::MailType::Normal);
+    OV::UniString text;
+    for (int line = 0; line < 4; ++line)
+        text += u"The north wall moves by two bricks, please look at the drain below it.\n";
+    mail->SetBodyText(std::move(text));
+    return mail;
+}
+
+/// What the client sends for that mail.
+std::string BodyOf(ClientMail& mail)
+{
+    return Syncra::Protocol::DumpJson(
+        {{"key", OV::ToUtf8(mail.GetId())},
+         {"recipients", Syncra::Protocol::TextsToJson(mail.GetRecipientsLoginName())},
+         {"message", Syncra::Protocol::ToJson(mail.ConvertToSyncraMessage())}});
+}
+
+/// A server, and hosts of the sample team's "Harbour Bridge" on it.
+struct Scene {
+    std::unique_ptr<SYC::ClientProjectConnectionManager> Open(const OV::UniString& user)
+    {
+        SYC::Inner::ProjectConnectionInfo info;
+        info.serverName = u"127.0.0.1";
+        info.port = server.ModelPort();
+        info.userName = user;
+        info.password = OV::FromUtf8(ServerProcess::Password);
+        info.projectName = u"Harbour Bridge";
+        auto manager = std::make_unique<SYC::ClientProjectConnectionManager>(
+            SYC::ToSyncraLocation(info), folder.GetLocation(), nullptr);
+        SYC::ReadProjectConnection connection(manager.get());
+        if (connection.Check(true, false, false, false) != SYC::CheckResult::Passed)
+            throw std::runtime_error("the project cannot be opened");
+        return manager;
+    }
+
+    TemporaryFolder folder;
+    ServerProcess server{folder.Path()};
+    SYCB::MessageLoopExecutor executor;
+};
+
+/// The outbox of a thousand mails, safe on the disk throughout, until it is empty on the disk.
+void FlushOutbox(benchmark::State& state)
+{
+    Scene scene;
+    const auto manager = scene.Open(u"anna.novak");
+    auto& presence = manager->GetSignalClient().GetPresenceService();
+    SYC::ProjectMembers members(manager->GetSignalClient(), *manager, scene.executor);
+    const auto folder = manager->FindCache()->GetCacheFolderLocation();
+    BareClient bare(scene.server.ModelPort());
+    bare.SignIn();
+    Clock::duration oursTime{}, bareTime{};
+    for (auto _ : state) {
+        presence.SetState(PresenceState::Offline);
+        SYC::MailFile::MailList mails;
+        std::vector<std::string> bodies;
+        for (std::size_t count = 0; count < FlushedMails; ++count) {
+            mails.push_back(MakeMail(u"anna.novak", u"yuki.tanaka"));
+            bodies.push_back(BodyOf(*MakeMail(u"anna.novak", u"yuki.tanaka")));
+        }
+        SYC::MailFile::Write(folder.Appended(SYC::MailFile::OutboxName), mails);
+        const auto outboxFile = folder.Appended(SYC::MailFile::OutboxName);
+        MailClient client(manager->GetSignalClient(), *manager, members, folder, scene.executor);
+        (void)SYCB::MessageLoop::RunUntil([] { return false; }, 200);  // the first refresh
+
+        const auto start = Clock::now();
+        presence.SetState(PresenceState::Online);
+        while (IO::File::GetChangeStamp(outboxFile)->size > 4)
+            (void)SYCB::MessageLoop::RunUntil([] { return false; }, 1);
+        const auto middle = Clock::now();
+        for (const auto& body : bodies)
+            bare.Post(MailsPath, body);
+        const auto end = Clock::now();
+        state.SetIterationTime(Seconds(middle - start));
+        oursTime += middle - start;
+        bareTime += end - middle;
+    }
+    const auto perSecond = [&](Clock::duration time) {
+        return static_cast<double>(FlushedMails * state.iterations()) / Seconds(time);
+    };
+    state.counters["ours_per_s"] = perSecond(oursTime);
+    state.counters["bare_per_s"] = perSecond(bareTime);
+    state.counters["rate_ratio"] = perSecond(oursTime) / perSecond(bareTime);
+}
+BENCHMARK(FlushOutbox)->UseManualTime()->Iterations(5)->Unit(benchmark::kMillisecond);
+
+/// Takes the pages of the box as they come and reads nothing but the cursor.
+std::size_t FetchBare(BareClient& bare)
+{
+    std::size_t bytes = 0;
+    std::string cursor;
+    do {
+        const auto& page = bare.Get(std::string(MailsPath) + "?since=0" +
+                                    (cursor.empty() ? std::string() : "&cursor=" + cursor));
+        bytes += page.size();
+        const std::string key = "\"cursor\":\"";
+        const auto at = page.find(key) + key.size();
+        cursor = page.substr(at, page.find('"', at) - at);
+    } while (!cursor.empty());
+    return bytes;
+}
+
+struct Refreshed final : SYC::MailClientObserver {
+    void MailListChanged(MailClient&) override {}
+    void NewMailExists(MailClient&, OV::Ref<MailList> mails,
+                       SYC::RefreshMailListReason::Value) override
+    {
+        isDone = true;
+        count = mails->size();
+    }
+    bool isDone = false;
+    std::size_t count = 0;
+};
+
+/// A box of 100,000 mails into an empty client, marks and file included.
+void RefreshBox(benchmark::State& state)
+{
+    Scene scene;
+    BareClient sender(scene.server.ModelPort());
+    sender.SignIn();
+    sender.Post(MailsPath, BodyOf(*MakeMail(u"anna.novak", u"yuki.tanaka")));
+    // The others in the store itself: delivering each takes a flush of the disk.
+    EditStore(scene.server.StorePath(),
+              "WITH RECURSIVE copies(i) AS (SELECT 2 UNION ALL SELECT i + 1 FROM copies WHERE i < " +
+                  std::to_string(FetchedMails) +
+                  ") INSERT INTO mails (id, project_id, time_stamp, header, body) "
+                  "SELECT id || i, project_id, time_stamp, header, body FROM mails, copies;"
+                  "INSERT INTO mail_entries SELECT e.user_id, e.project_id, e.time_stamp, m.number, "
+                  "e.is_copy, e.is_read, e.is_historical, e.read_change, e.historical_change "
+                  "FROM mail_entries e JOIN mails m ON m.number != e.mail WHERE e.is_copy = 0");
+    BareClient bare(scene.server.ModelPort());
+    bare.SignIn("yuki.tanaka");
+    Clock::duration oursTime{}, bareTime{};
+    double heldBytes = 0;
+    int round = 0;
+    for (auto _ : state) {
+        const auto manager = scene.Open(u"yuki.tanaka");
+        SYC::ProjectMembers members(manager->GetSignalClient(), *manager, scene.executor);
+        const TemporaryFolder folder;
+        const auto before = mallinfo2().uordblks;
+        Refreshed refreshed;
+        const auto start = Clock::now();
+        MailClient client(manager->GetSignalClient(), *manager, members, folder.GetLocation(),
+                          scene.executor);
+        client.Attach(refreshed);
+        (void)SYCB::MessageLoop::RunUntil([&] { return refreshed.isDone; }, 300'000);
+        const auto middle = Clock::now();
+        if (refreshed.count != FetchedMails)
+            state.SkipWithError("mails are missing");
+        heldBytes = static_cast<double>(mallinfo2().uordblks - before) / FetchedMails;
+        const auto end = Clock::now();
+        benchmark::DoNotOptimize(FetchBare(bare));
+        bareTime += Clock::now() - end;
+        oursTime += middle - start;
+        state.SetIterationTime(Seconds(middle - start));
+        ++round;
+    }
+    state.counters["bare_s"] = Seconds(bareTime) / round;
+    state.counters["ratio"] = Seconds(oursTime) / Seconds(bareTime);
+    state.counters["bytes_a_mail"] = heldBytes;
+}
+BENCHMARK(RefreshBox)->UseManualTime()->Iterations(3)->Unit(benchmark::kMillisecond);
+
+}  // namespace

@@ -1,0 +1,286 @@
+#include "Dlg/Qt/Detail/QtDialogWindow.hpp"
+
+#include "Dlg/Qt/Detail/QtItemWidgets.hpp"
+#include "Dlg/Qt/Detail/QtListModel.hpp"
+#include "Dlg/Qt/Detail/QtText.hpp"
+
+#include <QApplication>
+#include <QComboBox>
+#include <QDateEdit>
+#include <QHeaderView>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QResizeEvent>
+#include <QScopedValueRollback>
+#include <QScreen>
+#include <QTableView>
+#include <QWindow>
+
+#include <algorithm>
+
+namespace Dlg::Detail {
+
+namespace {
+
+constexpr int LineUnits = 16;
+constexpr int IdleMilliseconds = 200;
+
+/// The length of the descriptions in pixels. Controls have a least size that small letters do not
+/// lower.
+double Unit()
+{
+    constexpr double smallestLine = 14;
+    return std::max(QFontMetricsF(QApplication::font()).lineSpacing(), smallestLine) / LineUnits;
+}
+
+int Scaled(int length, double unit)
+{
+    return static_cast<int>(length * unit + 0.5);
+}
+
+}  // namespace
+
+QtDialogWindow::QtDialogWindow(const DialogDescription& description, WindowEvents& events)
+    : QDialog(nullptr, Qt::Dialog | Qt::WindowTitleHint | Qt::WindowSystemMenuHint |
+                           Qt::WindowCloseButtonHint),
+      description_(description), events_(events), unit_(Unit()),
+      ownSize_(Scaled(description.width, unit_), Scaled(description.height, unit_))
+{
+    setWindowModality(Qt::ApplicationModal);
+    SetTitle(description.title);
+    for (const ItemDescription& item : description.items)
+        AddItem(item);
+    for (auto& [number, place] : places_)
+        FitText(place);
+    ApplySize();
+    idleTimer_.setInterval(IdleMilliseconds);
+    QObject::connect(&idleTimer_, &QTimer::timeout, this, [this] {
+        if (isRunning_)
+            events_._Idle();
+    });
+}
+
+QtDialogWindow::~QtDialogWindow()
+{
+    // As far as the toolkit lets go of a password: it keeps no other copy of the text.
+    for (QLineEdit* edit : findChildren<QLineEdit*>())
+        edit->setText({});
+}
+
+void QtDialogWindow::AddItem(const ItemDescription& item)
+{
+    Place& place = places_[item.number];
+    place.rectangle = {Scaled(item.place.x, unit_), Scaled(item.place.y, unit_),
+                       Scaled(item.place.width, unit_), Scaled(item.place.height, unit_)};
+    place.resize = item.resize;
+    place.widget = MakeItemWidget(item, *this, unit_);
+    place.text = item.label;
+    Connect(item, *place.widget);
+}
+
+void QtDialogWindow::Connect(const ItemDescription& item, QWidget& widget)
+{
+    const auto used = [this, number = item.number] {
+        if (isRunning_ && !isSetting_)
+            events_._ItemUsed(number);
+    };
+    if (auto* const button = qobject_cast<QPushButton*>(&widget)) {
+        const bool isReturnOfUse = std::any_of(description_.items.begin(), description_.items.end(),
+                                               [](const auto& each) { return each.isDefault; });
+        button->setAutoDefault(isReturnOfUse);
+        QObject::connect(button, &QPushButton::clicked, this, used);
+    } else if (auto* const popUp = qobject_cast<QComboBox*>(&widget)) {
+        QObject::connect(popUp, &QComboBox::activated, this, used);
+    } else if (auto* const list = qobject_cast<QTableView*>(&widget)) {
+        QObject::connect(list->selectionModel(), &QItemSelectionModel::selectionChanged, this,
+                         used);
+    } else if (auto* const date = qobject_cast<QDateEdit*>(&widget)) {
+        QObject::connect(date, &QDateEdit::dateChanged, this, used);
+    }
+}
+
+void QtDialogWindow::SetTitle(const OV::UniString& title)
+{
+    setWindowTitle(ToQt(title));
+}
+
+void QtDialogWindow::SetEnabled(int item, bool enabled)
+{
+    places_.at(item).widget->setEnabled(enabled);
+}
+
+void QtDialogWindow::SetText(int item, const OV::UniString& text)
+{
+    Place& place = places_.at(item);
+    if (auto* const edit = qobject_cast<QLineEdit*>(place.widget)) {
+        edit->setText(ToQt(text));
+        return;
+    }
+    place.text = text;
+    if (auto* const button = qobject_cast<QPushButton*>(place.widget)) {
+        button->setText(ToQtLabel(text));
+    } else if (auto* const label = qobject_cast<QLabel*>(place.widget)) {
+        label->setText(Breakable(ToQt(text)));
+        FitText(place);
+        ApplySize();
+    }
+}
+
+OV::UniString QtDialogWindow::GetText(int item) const
+{
+    const Place& place = places_.at(item);
+    const auto* const edit = qobject_cast<QLineEdit*>(place.widget);
+    return edit != nullptr ? FromQt(edit->text()) : place.text;
+}
+
+/// Texts may be as high as half a screen; what is longer is cut off.
+void QtDialogWindow::FitText(Place& place)
+{
+    auto* const label = qobject_cast<QLabel*>(place.widget);
+    if (label == nullptr || label->text().isEmpty())
+        return;
+    const int needed = std::min(label->heightForWidth(place.rectangle.width()),
+                                screen()->availableGeometry().height() / 2);
+    const int more = needed - place.rectangle.height();
+    if (more <= 0)
+        return;
+    const int below = place.rectangle.bottom();
+    for (auto& [number, other] : places_)
+        if (other.rectangle.top() > below)
+            other.rectangle.translate(0, more);
+    place.rectangle.setHeight(needed);
+    ownSize_.rheight() += more;
+}
+
+void QtDialogWindow::ApplySize()
+{
+    if (description_.IsResizable()) {
+        setMinimumSize(ownSize_);
+        if (!isRunning_)
+            resize(ownSize_);
+    } else {
+        setFixedSize(ownSize_);
+    }
+    PlaceItems();
+}
+
+void QtDialogWindow::PlaceItems()
+{
+    const QSize more = size() - ownSize_;
+    for (const auto& [number, place] : places_) {
+        const ResizeBehaviour& resize = place.resize;
+        QRect rectangle = place.rectangle;
+        rectangle.translate(resize.moveX ? more.width() : 0, resize.moveY ? more.height() : 0);
+        rectangle.adjust(0, 0, resize.growX ? more.width() : 0, resize.growY ? more.height() : 0);
+        place.widget->setGeometry(rectangle);
+    }
+}
+
+void QtDialogWindow::resizeEvent(QResizeEvent* event)
+{
+    QDialog::resizeEvent(event);
+    PlaceItems();
+    const bool isFirstShow = !event->oldSize().isValid();
+    if (isRunning_ && !isFirstShow)
+        events_._Resized();
+}
+
+void QtDialogWindow::ClearEntries(int popUp)
+{
+    As<QComboBox>(popUp)->clear();
+}
+
+void QtDialogWindow::AppendEntry(int popUp, const OV::UniString& text)
+{
+    auto* const widget = As<QComboBox>(popUp);
+    const int selected = widget->currentIndex();
+    widget->addItem(ToQt(text));
+    widget->setCurrentIndex(selected);  // Qt selects the first entry of its own accord
+}
+
+void QtDialogWindow::AppendSeparator(int popUp)
+{
+    auto* const widget = As<QComboBox>(popUp);
+    widget->insertSeparator(widget->count());
+}
+
+void QtDialogWindow::SetColumns(int listBox, const OV::Array<ListColumn>& columns)
+{
+    auto* const list = As<QTableView>(listBox);
+    static_cast<QtListModel*>(list->model())->SetColumns(columns);
+    for (std::size_t column = 0; column < columns.size(); ++column)
+        list->setColumnWidth(static_cast<int>(column), Scaled(columns[column].width, unit_));
+}
+
+void QtDialogWindow::SetRows(int listBox, std::shared_ptr<const OV::Array<ListRow>> rows)
+{
+    const QScopedValueRollback setting(isSetting_, true);
+    static_cast<QtListModel*>(As<QTableView>(listBox)->model())->SetRows(std::move(rows));
+}
+
+void QtDialogWindow::SetSelection(int item, int number)
+{
+    const QScopedValueRollback setting(isSetting_, true);
+    if (auto* const popUp = As<QComboBox>(item))
+        popUp->setCurrentIndex(number - 1);
+    else if (auto* const list = As<QTableView>(item))
+        number > 0 ? list->selectRow(number - 1) : list->clearSelection();
+}
+
+int QtDialogWindow::GetSelection(int item) const
+{
+    if (const auto* const popUp = As<QComboBox>(item))
+        return popUp->currentIndex() + 1;
+    const auto* const list = As<QTableView>(item);
+    const auto rows = list != nullptr ? list->selectionModel()->selectedRows() : QModelIndexList();
+    return rows.isEmpty() ? 0 : rows.first().row() + 1;
+}
+
+void QtDialogWindow::SetDate(int item, Date date)
+{
+    const QScopedValueRollback setting(isSetting_, true);
+    As<QDateEdit>(item)->setDate({date.year, date.month, date.day});
+}
+
+Date QtDialogWindow::GetDate(int item) const
+{
+    const QDate date = As<QDateEdit>(item)->date();
+    return {date.year(), date.month(), date.day()};
+}
+
+/// A wait dialog comes up while the user types elsewhere: a key must not press its only button, so
+/// without an edit text or a default button the window itself has the focus.
+void QtDialogWindow::FocusFirst()
+{
+    setFocus();
+    for (const ItemDescription& item : description_.items)
+        if (item.type == ItemType::Edit || item.type == ItemType::Password)
+            return places_.at(item.number).widget->setFocus();
+    for (const ItemDescription& item : description_.items)
+        if (item.isDefault)
+            return places_.at(item.number).widget->setFocus();
+}
+
+void QtDialogWindow::RunModal()
+{
+    if (const QWidget* const active = QApplication::activeWindow()) {
+        (void)winId();  // makes the window that can be tied to the other one
+        windowHandle()->setTransientParent(active->windowHandle());
+    }
+    isRunning_ = true;
+    show();
+    FocusFirst();
+    if (isRunning_)
+        loop_.exec();
+    isRunning_ = false;
+    hide();
+}
+
+void QtDialogWindow::EndModal() noexcept
+{
+    isRunning_ = false;
+    loop_.exit();
+}
+
+}  // namespace Dlg::Detail

@@ -1,0 +1,32 @@
+#pragma once
+
+#include "GroupStore.hpp"
+#include "MemberStore.hpp"
+#include "Router.hpp"
+
+namespace Nexar {
+
+/// Who may ask what of the management service. Administrators may everything. Looked up at each
+/// request: a right that was taken away is gone at once.
+class ManagementRights {
+public:
+    ManagementRights(GroupStore& groups, MemberStore& members) : groups_(groups), members_(members)
+    {}
+
+    [[nodiscard]] bool IsAdministrator(const Call& call);
+    /// Each of these throws Refusal for who has not the right.
+    /// Every project: project managers.
+    void RequireProjectManager(const Call& call);
+    /// The members of one project: project managers, and members whose role manages members.
+    void RequireMemberManager(const Call& call, const std::string& projectId);
+    /// What is needed to choose a member: who manages those of any project.
+    void RequireAnyManager(const Call& call);
+
+private:
+    [[nodiscard]] bool IsProjectManager(const Call& call);
+
+    GroupStore& groups_;
+    MemberStore& members_;
+};
+
+}  // namespace Nexar

@@ -1,0 +1,56 @@
+#include "PresenceBoard.hpp"
+
+#include <utility>
+
+namespace Nexar {
+
+std::shared_ptr<void> PresenceBoard::Enter(const std::string& projectId, const std::string& login)
+{
+    const auto [place, isNew] = projects_[projectId].try_emplace(login);
+    ++place->second.requests;
+    place->second.leaving.reset();
+    if (isNew && observer_)
+        observer_(projectId);
+    // The pointer is only there to be dropped.
+    return {this, [projectId, login](PresenceBoard* board) { board->Leave(projectId, login); }};
+}
+
+void PresenceBoard::Leave(const std::string& projectId, const std::string& login)
+{
+    Presence& presence = projects_[projectId][login];
+    if (--presence.requests > 0 || stopping_)
+        return;
+    presence.leaving =
+        server_.After(grace_, [this, projectId, login] { TakeOff(projectId, login); });
+}
+
+void PresenceBoard::TakeOff(const std::string& projectId, const std::string& login)
+{
+    projects_[projectId].erase(login);
+    if (observer_)
+        observer_(projectId);
+}
+
+void PresenceBoard::Collect(const std::string& projectId, std::set<std::string>& logins) const
+{
+    const auto project = projects_.find(projectId);
+    if (project == projects_.end())
+        return;
+    for (const auto& [login, presence] : project->second)
+        logins.insert(login);
+}
+
+void PresenceBoard::SetObserver(std::function<void(const std::string& projectId)> observer)
+{
+    observer_ = std::move(observer);
+}
+
+void PresenceBoard::Stop()
+{
+    stopping_ = true;
+    for (auto& [id, project] : projects_)
+        for (auto& [login, presence] : project)
+            presence.leaving.reset();
+}
+
+}  // namespace Nexar

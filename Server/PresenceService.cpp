@@ -1,0 +1,166 @@
+#include "PresenceService.hpp"
+
+#include "SyncraProtocol/Detail/Json.hpp"
+
+#include "OVRoot/Guid.hpp"
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <utility>
+
+namespace Nexar {
+
+using namespace Syncra::Protocol;
+using nlohmann::json;
+
+namespace {
+
+constexpr std::uint64_t LongestWaitMilliseconds = 60'000;
+constexpr std::chrono::seconds SubscriptionLife{90};
+// Everybody can sign in as the built-in account: what it leaves here is bounded.
+constexpr std::size_t MaximumSubscriptions = 10'000;
+constexpr std::size_t MaximumProjects = 10'000;
+
+}  // namespace
+
+PresenceService::PresenceService(HttpServer& server, ProjectStore& projects, PresenceBoard& board)
+    : server_(server), projects_(projects), board_(board)
+{
+    board_.SetObserver([this](const std::string& projectId) { Update(projectId); });
+}
+
+void PresenceService::AddRoutes(Router& router)
+{
+    router.AllowBuiltIn(true);
+    router.Add("POST", "/syncra/v1/presence/subscriptions",
+               [this](const Call& call) { return Subscribe(call); });
+    router.AddAsync("GET", "/syncra/v1/presence",
+                    [this](const Call& call, const Reply& reply) { WaitForChange(call, reply); });
+    router.AllowBuiltIn(false);
+}
+
+json PresenceService::Subscribe(const Call& call)
+{
+    const auto asked = ReadTexts(call.Body(), "projects");
+    if (asked.size() > MaximumProjects)
+        throw Refusal(ErrorCode::TooLarge, "A subscription takes at most 10000 projects.");
+    MakeRoom();
+    Subscription subscription;
+    for (const auto& project : asked)
+        if (const auto id = OV::ToUtf8(project); projects_.Find(id))
+            subscription.projects.insert(id);
+    subscription.present = PresentIn(subscription.projects);
+    subscription.lastRequest = Clock::now();
+    const auto id = OV::ToUtf8(OV::Guid::Generate().ToText());
+    subscriptions_.emplace(id, std::move(subscription));
+    return {{"subscription", id}};
+}
+
+void PresenceService::WaitForChange(const Call& call, const Reply& reply)
+{
+    const auto id = call.QueryText("subscription");
+    const auto after = call.QueryNumber("after", 0);
+    const auto wait = std::min(call.QueryNumber("wait", 0), LongestWaitMilliseconds);
+    auto& subscription = FindSubscription(id);
+    if (after != subscription.number || wait == 0 || stopping_)
+        reply(AnswerOf(subscription));
+    else
+        Hold(id, reply, std::chrono::milliseconds(wait));
+}
+
+void PresenceService::Hold(const std::string& id, const Reply& reply,
+                           std::chrono::milliseconds wait)
+{
+    const auto waiter = std::make_shared<Waiter>(Waiter{reply, {}});
+    subscriptions_.at(id).waiters.push_back(waiter);
+    const std::weak_ptr weak(waiter);
+    waiter->timer = server_.After(wait, [this, id, weak] { AnswerLate(id, weak.lock()); });
+    reply.WhenGone([this, id, weak] { Forget(id, weak.lock()); });
+}
+
+void PresenceService::AnswerLate(const std::string& id, const std::shared_ptr<Waiter>& waiter)
+{
+    Forget(id, waiter);
+    waiter->reply(AnswerOf(subscriptions_.at(id)));
+}
+
+void PresenceService::Forget(const std::string& id, const std::shared_ptr<Waiter>& waiter)
+{
+    if (const auto found = subscriptions_.find(id); found != subscriptions_.end())
+        std::erase(found->second.waiters, waiter);
+}
+
+PresenceService::Subscription& PresenceService::FindSubscription(const std::string& id)
+{
+    const auto found = subscriptions_.find(id);
+    if (found == subscriptions_.end() || HasEnded(found->second))
+        throw Refusal(ErrorCode::NotFound,
+                      "There is no such subscription any more. Make a new one.");
+    return found->second;
+}
+
+bool PresenceService::HasEnded(const Subscription& subscription)
+{
+    return subscription.waiters.empty() &&
+           Clock::now() - subscription.lastRequest > SubscriptionLife;
+}
+
+/// For one more: the ended ones go; when none has, the one that was unused longest.
+void PresenceService::MakeRoom()
+{
+    std::erase_if(subscriptions_, [](const auto& entry) { return HasEnded(entry.second); });
+    if (subscriptions_.size() < MaximumSubscriptions)
+        return;
+    const auto oldest = std::min_element(
+        subscriptions_.begin(), subscriptions_.end(),
+        [](const auto& a, const auto& b) { return a.second.lastRequest < b.second.lastRequest; });
+    Release(oldest->second);
+    subscriptions_.erase(oldest);
+}
+
+void PresenceService::Update(const std::string& projectId)
+{
+    for (auto& [id, subscription] : subscriptions_) {
+        if (!subscription.projects.contains(projectId))
+            continue;
+        auto present = PresentIn(subscription.projects);
+        if (present == subscription.present)
+            continue;
+        subscription.present = std::move(present);
+        ++subscription.number;
+        Release(subscription);
+    }
+}
+
+std::set<std::string> PresenceService::PresentIn(const std::set<std::string>& projects) const
+{
+    std::set<std::string> logins;
+    for (const auto& projectId : projects)
+        board_.Collect(projectId, logins);
+    return logins;
+}
+
+void PresenceService::ReleaseAll()
+{
+    stopping_ = true;
+    for (auto& [id, subscription] : subscriptions_)
+        Release(subscription);
+}
+
+void PresenceService::Release(Subscription& subscription)
+{
+    for (const auto& waiter : std::exchange(subscription.waiters, {}))
+        waiter->reply(AnswerOf(subscription));
+}
+
+HttpResponse PresenceService::AnswerOf(Subscription& subscription)
+{
+    subscription.lastRequest = Clock::now();
+    json present = json::array();
+    for (const auto& login : subscription.present)
+        present.push_back(TextToJson(OV::FromUtf8(login)));
+    return JsonResponse({{"present", std::move(present)}, {"next", subscription.number}});
+}
+
+}  // namespace Nexar

@@ -1,0 +1,20 @@
+# Writes the pictures of FOLDER as one source file, OUTPUT. A picture is named after its user.
+file(GLOB files "${FOLDER}/*.png" "${FOLDER}/*.jpg")
+set(text "// Made from Server/SamplePhotos by Embed.cmake.\n#include \"SamplePhotos.hpp\"\n\n")
+string(APPEND text "namespace Nexar {\n\nconst std::vector<SamplePhoto>& SamplePhotos()\n{\n")
+string(APPEND text "    using namespace std::string_view_literals;\n")
+string(APPEND text "    static const std::vector<SamplePhoto> photos = {\n")
+foreach(file IN LISTS files)
+  get_filename_component(login "${file}" NAME_WLE)
+  get_filename_component(ending "${file}" LAST_EXT)
+  string(REPLACE ".jpg" "image/jpeg" type "${ending}")
+  string(REPLACE ".png" "image/png" type "${type}")
+  file(READ "${file}" hex HEX)
+  string(REGEX REPLACE "([0-9a-f][0-9a-f])" "\\\\x\\1" bytes "${hex}")
+  # Compilers limit the length of a single literal.
+  string(REGEX REPLACE "(................................................................)"
+         "\\1\"\n         \"" bytes "${bytes}")
+  string(APPEND text "        {\"${login}\", \"${type}\",\n         \"${bytes}\"sv},\n")
+endforeach()
+string(APPEND text "    };\n    return photos;\n}\n\n}  // namespace Nexar\n")
+file(WRITE "${OUTPUT}" "${text}")

@@ -1,0 +1,100 @@
+#include "Messaging/MessagingTest.hpp"
+
+#include "OVRoot/MemoryChannels.hpp"
+
+#include <thread>
+
+using SYC::ProjectMembers;
+
+namespace {
+
+struct Changes final : SYC::ProjectMembersObserver {
+    void _ProjectMembersChanged(ProjectMembers&) override { ++count; }
+    int count = 0;
+};
+
+template <class Write>
+std::string Written(Write write)
+{
+    OV::MemoryOChannel channel;
+    EXPECT_EQ(write(channel), OV::ChannelOk);
+    return channel.TakeBytes();
+}
+
+}  // namespace
+
+TEST_F(MessagingTest, MembersAreLookedUpAndSurviveAChannel)
+{
+    const auto anna = MakeHost("anna.novak");
+    anna->members.Init();
+    anna->Await([&] { return anna->members.IsKnown(); }, "the members");
+    auto& members = anna->members;
+    OV::UniString text;
+    OV::Guid guid;
+    ProjectMembers::MemberId id = 0;
+    const SYCB::UserAttributes* attributes = nullptr;
+    ASSERT_TRUE(members.GetUserIdFromLoginName(u"yuki.tanaka", id));
+    EXPECT_TRUE(members.GetFullNameFromId(id, text));
+    EXPECT_EQ(text, u"田中 雪");
+    ASSERT_TRUE(members.GetUserGuidFromId(id, guid));
+    ProjectMembers::MemberId found = 0;
+    EXPECT_TRUE(members.GetUserIdFromGuid(guid, found));
+    EXPECT_EQ(found, id);
+    ASSERT_TRUE(members.GetUserAttributesFromId(id, attributes));
+    EXPECT_EQ(attributes->roleName, u"Architect");
+    EXPECT_FALSE(members.GetImageFromId(id).IsEmpty());
+    EXPECT_TRUE(members.GetImageFromId(99).IsEmpty());
+    EXPECT_FALSE(members.GetFullNameFromId(99, text));
+    EXPECT_FALSE(members.GetUserIdFromGuid(OV::Guid(), found));
+    EXPECT_FALSE(members.GetFullNameFromLoginName(u"Yuki.Tanaka", text));
+
+    const auto table = Written([&](OV::OChannel& channel) { return members.Write(channel); });
+    const auto photos =
+        Written([&](OV::OChannel& channel) { return members.WritePhotos(channel); });
+    const auto other = MakeHost("lena.fischer");
+    const auto read = [&](OV::StringView bytes) {
+        OV::MemoryIChannel channel(bytes);
+        return other->members.Read(channel);
+    };
+    for (std::size_t length = 0; length < table.size(); length += 7)
+        EXPECT_NE(read(OV::StringView(table).substr(0, length)), OV::ChannelOk);
+    EXPECT_FALSE(other->members.IsKnown());
+    ASSERT_EQ(read(table), OV::ChannelOk);
+    OV::MemoryIChannel channel(photos);
+    EXPECT_EQ(other->members.ReadPhotos(channel), OV::ChannelOk);
+    EXPECT_EQ(other->members.GetLoginNameTable(), members.GetLoginNameTable());
+    EXPECT_EQ(other->members.GetImageFromId(id), members.GetImageFromId(id));
+    ASSERT_TRUE(other->members.GetUserAttributesFromId(id, attributes));
+    EXPECT_TRUE(attributes->permissions.contains(u"Reserve"));
+}
+
+TEST_F(MessagingTest, SessionsAndMembershipsAreFollowed)
+{
+    const auto anna = MakeHost("anna.novak");
+    Changes changes;
+    anna->members.Attach(changes);
+    anna->manager.StartSignals(ProjectId());
+    anna->members.Init();
+    const auto isAtWork = [&](const OV::UniString& login) {
+        ProjectMembers::MemberId id = 0;
+        return anna->members.GetUserIdFromLoginName(login, id) &&
+               anna->members.GetUserDataTable().at(id).HasNormalSession();
+    };
+    anna->Await([&] { return isAtWork(u"anna.novak"); }, "the members");
+    EXPECT_FALSE(isAtWork(u"lena.fischer"));
+    const auto lena = MakeHost("lena.fischer");
+    anna->Await([&] { return isAtWork(u"lena.fischer"); }, "Lena's session");
+    // A session that a service holds is nobody at work.
+    auto client = Connect("omar.haddad");
+    const auto session = client->StartSession(ProjectId());
+    client->SetSessionAttribute(session.id, u"SessionType", "Backup");
+    anna->members.Init();
+    const int before = changes.count;
+    anna->Await([&] { return changes.count > before; }, "a refresh");
+    EXPECT_FALSE(isAtWork(u"omar.haddad"));
+    RemoveMember(u"lena.fischer");
+    anna->Await([&] { return !anna->members.IsMember(u"lena.fischer"); }, "Lena to leave");
+    anna->members.Clear();
+    EXPECT_FALSE(anna->members.IsMember(u"anna.novak"));
+    anna->members.Detach(changes);
+}
