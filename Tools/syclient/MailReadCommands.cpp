@@ -129,7 +129,7 @@ private:
                 continue;
             ++seen;
             if (output_.json)
-                output_.PrintJson(MailJson(*mail));
+                output_.PrintJsonLine(MailJson(*mail));
             else
                 output_.PrintLine(MailLine(*mail));
         }

@@ -66,9 +66,15 @@ void Output::PrintJson(const Json& value) const
     std::cout << value.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
 }
 
+void Output::PrintJsonLine(const Json& value) const
+{
+    std::cout << value.dump(-1, ' ', false, Json::error_handler_t::replace) << std::endl;
+}
+
 void Output::PrintLine(const std::string& text) const
 {
-    std::cout << text << '\n';
+    // A pipe would keep it back otherwise, and somebody may be waiting for the line.
+    std::cout << text << std::endl;
 }
 
 void Output::PrintFields(const std::vector<std::pair<std::string, std::string>>& fields) const

@@ -22,6 +22,8 @@ public:
     [[nodiscard]] std::string Styled(Style style, const std::string& text) const;
 
     void PrintJson(const Json& value) const;
+    /// On one line, out at once, for a script that reads values as they come.
+    void PrintJsonLine(const Json& value) const;
     void PrintLine(const std::string& text) const;
     /// Pairs of label and value, the values aligned; pairs with an empty value are left out.
     void PrintFields(const std::vector<std::pair<std::string, std::string>>& fields) const;
