@@ -73,6 +73,8 @@ int main(int argc, char** argv)
     AddCacheCommand(app, context);
     AddMembersCommand(app, context);
     AddMailCommand(app, context);
+    AddServersCommand(app, context);
+    AddAuthenticateCommand(app, context);
     AddUrlCommand(app, context);
     return Run(app, context, argc, argv);
 }
