@@ -33,6 +33,8 @@ int Refusal::StatusOf(ErrorCode code) noexcept
     case ErrorCode::NameAlreadyExists:
     case ErrorCode::ObjectInUse:
         return 409;
+    case ErrorCode::RuleBroken:
+        return 422;
     case ErrorCode::ProjectUnavailable:
         return 423;
     case ErrorCode::IncompatibleVersion:

@@ -19,6 +19,7 @@ enum class ErrorCode : std::int32_t {
     SessionExists = 17,        ///< the user has a session in this project already; HTTP 409
     NameAlreadyExists = 18,    ///< HTTP 409
     ObjectInUse = 19,          ///< HTTP 409
+    RuleBroken = 20,           ///< a record or a change that a rule forbids; HTTP 422
     ProjectUnavailable = 24,   ///< the project is under maintenance; HTTP 423
     IncompatibleVersion = 30,  ///< the client speaks another version of the protocol; HTTP 426
 };

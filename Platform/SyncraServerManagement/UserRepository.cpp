@@ -1,17 +1,11 @@
 #include "SyncraServerManagement/UserRepository.hpp"
 
 #include "IO/Location.hpp"
-#include "OVRoot/PercentCoding.hpp"
-#include "SyncraClient/Detail/SignedInChannel.hpp"
+#include "SyncraServerManagement/Detail/HttpRecordFamily.hpp"
 
 namespace Syncra::Server::Management {
 
 namespace {
-
-using Communication::HttpMethod;
-using Communication::HttpRequest;
-
-constexpr const char* BasePath = "/root/syncrav2";
 
 const OV::UniString& Require(const Properties& properties, const OV::UniString& name)
 {
@@ -41,38 +35,91 @@ Client::SignInData SignInOf(const Properties& properties)
 
 class HttpUserRepository final : public UserRepository {
 public:
-    explicit HttpUserRepository(const Client::SignInData& data)
-        : channel_(data, Communication::DefaultHttpOptions())
-    {}
+    explicit HttpUserRepository(const Client::SignInData& data) : channel_(data) {}
 
-    Protocol::Photo GetUserPhoto(const OV::UniString& loginName) override
+    RecordFamily<User>& Users() override { return users_; }
+    RecordFamily<Role>& Roles() override { return roles_; }
+    RecordFamily<Group>& Groups() override { return groups_; }
+    RecordFamily<Permission>& Permissions() override { return permissions_; }
+    RecordFamily<PermissionSet>& PermissionSets() override { return permissionSets_; }
+    RecordFamily<CustomPropertyDefinition>& CustomProperties() override
     {
-        return channel_.Ask(Request(HttpMethod::Get, User(loginName) + "/photo"),
-                            Protocol::FromJson<Protocol::Photo>);
+        return customProperties_;
     }
 
-    void SetUserPhoto(const OV::UniString& loginName, const Protocol::Photo& photo) override
+    std::optional<User> FindUserByLoginName(const OV::UniString& loginName) override
     {
-        channel_.Ask(Request(HttpMethod::Put, User(loginName) + "/photo",
-                             Protocol::DumpJson(Protocol::ToJson(photo))),
-                     [](const nlohmann::json&) {});
+        return users_.FindBy("loginName", loginName);
     }
+    User InsertUser(const User& user, const OV::UniString& password) override
+    {
+        auto body = ToJson(user);
+        body["password"] = Protocol::TextToJson(password);
+        return users_.Insert(body);
+    }
+    void SetUserPassword(const OV::UniString& user, const OV::UniString& password) override
+    {
+        channel_.Tell(Method::Put, users_.PathOf(user) + "/password",
+                      Protocol::DumpJson({{"password", Protocol::TextToJson(password)}}));
+    }
+
+    OV::Array<OV::UniString> GetUserGroups(const OV::UniString& user) override
+    {
+        return channel_.Ask(
+            Method::Get, users_.PathOf(user) + "/groups", {},
+            [](const nlohmann::json& json) { return Protocol::ReadTexts(json, "groups"); });
+    }
+    void AddToGroup(const OV::UniString& groupId, const OV::UniString& user) override
+    {
+        channel_.Tell(Method::Put, MembershipPath(groupId, user));
+    }
+    void RemoveFromGroup(const OV::UniString& groupId, const OV::UniString& user) override
+    {
+        channel_.Tell(Method::Delete, MembershipPath(groupId, user));
+    }
+
+    Role DuplicateRole(const OV::UniString& roleId, const OV::UniString& newName) override
+    {
+        return channel_.Ask(Method::Post, roles_.PathOf(roleId) + "/duplicate",
+                            Protocol::DumpJson({{"name", Protocol::TextToJson(newName)}}),
+                            Protocol::FromJson<Role>);
+    }
+    void Merge(const RepositoryContents& contents) override
+    {
+        channel_.Tell(Method::Post, "/merge", Protocol::DumpJson(ToJson(contents)));
+    }
+
+    Protocol::Photo GetUserPhoto(const OV::UniString& user) override
+    {
+        return channel_.AskPlain(Method::Get, users_.PathOf(user) + "/photo", {},
+                                 Protocol::FromJson<Protocol::Photo>);
+    }
+    void SetUserPhoto(const OV::UniString& user, const Protocol::Photo& photo) override
+    {
+        channel_.AskPlain(Method::Put, users_.PathOf(user) + "/photo",
+                          Protocol::DumpJson(Protocol::ToJson(photo)),
+                          [](const nlohmann::json&) {});
+    }
+
+    bool IsUsable() const override { return channel_.IsUsable(); }
+    void Close() override { channel_.Close(); }
 
 private:
-    static HttpRequest Request(HttpMethod method, const OV::String& path, OV::String body = {})
+    using Method = Detail::RepositoryChannel::Method;
+
+    OV::String MembershipPath(const OV::UniString& groupId, const OV::UniString& user) const
     {
-        HttpRequest request;
-        request.method = method;
-        request.target = BasePath + path;
-        request.body = std::move(body);
-        return request;
-    }
-    static OV::String User(OV::UniStringView loginName)
-    {
-        return "/users/" + OV::PercentEncode(OV::ToUtf8(OV::EscapeForCarrier(loginName)));
+        return groups_.PathOf(groupId) + users_.PathOf(user);
     }
 
-    Client::Detail::SignedInChannel channel_;
+    Detail::RepositoryChannel channel_;
+    Detail::HttpRecordFamily<User> users_{channel_, "/users"};
+    Detail::HttpRecordFamily<Role> roles_{channel_, "/roles"};
+    Detail::HttpRecordFamily<Group> groups_{channel_, "/groups"};
+    Detail::HttpRecordFamily<Permission> permissions_{channel_, "/permissions"};
+    Detail::HttpRecordFamily<PermissionSet> permissionSets_{channel_, "/permission-sets"};
+    Detail::HttpRecordFamily<CustomPropertyDefinition> customProperties_{channel_,
+                                                                         "/custom-properties"};
 };
 
 }  // namespace

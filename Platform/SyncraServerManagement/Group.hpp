@@ -1,0 +1,29 @@
+#pragma once
+
+#include "OVRoot/Containers.hpp"
+#include "OVRoot/UniString.hpp"
+
+namespace Syncra::Server::Management {
+
+/// Users who may do the same on a server, whatever their projects.
+struct Group {
+    /// The server's identifier; empty for a group that the server has not seen yet.
+    OV::UniString id;
+    OV::UniString name;
+    OV::UniString description;
+    /// Identifiers of its users. The server's: changed by adding and removing one user.
+    OV::HashSet<OV::UniString> users;
+    /// The server's: such a group can be neither renamed nor deleted.
+    bool builtIn = false;
+
+    friend bool operator==(const Group&, const Group&) = default;
+};
+
+/// Identifiers of the built-in groups, the same on every server.
+namespace BuiltInGroups {
+inline const OV::UniString Administrators = u"Administrators";
+inline const OV::UniString ProjectManagers = u"ProjectManagers";
+inline const OV::UniString ProjectWorkflowManagers = u"ProjectWorkflowManagers";
+}  // namespace BuiltInGroups
+
+}  // namespace Syncra::Server::Management

@@ -1,0 +1,16 @@
+#pragma once
+
+#include "OVRoot/UniString.hpp"
+
+namespace Syncra::Server::Management {
+
+/// A heading that lists show projects under. A project names it by its name.
+struct ProjectCategory {
+    /// The server's identifier; empty for a category that the server has not seen yet.
+    OV::UniString id;
+    OV::UniString name;
+
+    friend bool operator==(const ProjectCategory&, const ProjectCategory&) = default;
+};
+
+}  // namespace Syncra::Server::Management

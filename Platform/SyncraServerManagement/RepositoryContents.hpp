@@ -1,0 +1,21 @@
+#pragma once
+
+#include "SyncraServerManagement/CustomPropertyDefinition.hpp"
+#include "SyncraServerManagement/Permission.hpp"
+#include "SyncraServerManagement/PermissionSet.hpp"
+#include "SyncraServerManagement/Role.hpp"
+
+namespace Syncra::Server::Management {
+
+/// What one server's user repository can hand to another: everything but users and groups. The
+/// identifiers are those of the server that it comes from.
+struct RepositoryContents {
+    OV::Array<Permission> permissions;
+    OV::Array<PermissionSet> permissionSets;
+    OV::Array<Role> roles;
+    OV::Array<CustomPropertyDefinition> customProperties;
+
+    friend bool operator==(const RepositoryContents&, const RepositoryContents&) = default;
+};
+
+}  // namespace Syncra::Server::Management
