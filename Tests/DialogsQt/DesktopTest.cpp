@@ -6,6 +6,7 @@
 
 #include <QLineEdit>
 #include <QListWidget>
+#include <QPalette>
 #include <QPushButton>
 #include <QSpinBox>
 #include <QStatusBar>
@@ -88,6 +89,24 @@ TEST_F(DesktopTest, AProjectIsOpenedShownAndClosedFromTheKeyboard)
     EXPECT_EQ(Status(), "Closed.");
     EXPECT_EQ(members.count(), 0);
     EXPECT_FALSE(Find<QPushButton>("close").isEnabled());
+}
+
+TEST_F(DesktopTest, FollowsTheColoursOfADarkDesktop)
+{
+    const QPalette former = QApplication::palette();
+    QPalette dark(QColor(45, 45, 48));
+    dark.setColor(QPalette::Base, QColor(30, 30, 30));
+    QApplication::setPalette(dark);
+    QTest::qWait(20);
+    Connect();
+    Select("City Library");
+    TakePicture("DesktopDark");
+    // Light on dark: nothing in the window brings colours of its own.
+    for (const QWidget* widget : window.findChildren<QWidget*>())
+        EXPECT_GT(widget->palette().color(QPalette::Active, QPalette::WindowText).lightness(),
+                  widget->palette().color(QPalette::Active, QPalette::Window).lightness())
+            << widget->objectName().toStdString();
+    QApplication::setPalette(former);
 }
 
 TEST_F(DesktopTest, FailuresAreToldAndCanBeTriedAgain)

@@ -295,6 +295,10 @@ void MainWindow::Follow(const ServerTasks::OpenProject& opened, OpenedManager ma
     opened_->members->Attach(*this);
     opened_->members->Init();
     Say("Open: " + ::ToQt(opened_->name));
+    for (QTableWidgetItem* item :
+         projects_->findItems(::ToQt(opened_->name), Qt::MatchExactly | Qt::MatchCaseSensitive))
+        if (item->column() == 0)
+            projects_->item(item->row(), 3)->setText("joined");
     UpdateButtons();
 }
 
