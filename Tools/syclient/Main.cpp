@@ -69,6 +69,7 @@ int main(int argc, char** argv)
     app.parse_complete_callback([&verbose] { SendLogToStandardError(verbose); });
     AddOpenCommand(app, context);
     AddCloseCommand(app, context);
+    AddCloseProjectCommand(app, context);
     AddStatusCommand(app, context);
     AddCacheCommand(app, context);
     AddMembersCommand(app, context);
