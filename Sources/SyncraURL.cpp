@@ -1,6 +1,7 @@
 #include "SyncraURL.hpp"
 
 #include "CachedProjectInfo.hpp"
+#include "OVRoot/Exception.hpp"
 #include "SYClientBase/PasswordCoding.hpp"
 #include "SYClientBase/ProjectURL.hpp"
 
@@ -54,6 +55,14 @@ Inner::ProjectConnectionInfo ToConnectionInfo(const IO::Location& location)
     info.serverName = SYCB::GetServerName(location);
     info.projectName = SYCB::GetProjectName(location);
     return info;
+}
+
+Inner::ProjectConnectionInfo ToCheckedConnectionInfo(const IO::Location& location)
+{
+    if (!IsSyncraURL(location))
+        throw OV::IllegalArgumentException(u"\"" + location.ToDisplayText() +
+                                           u"\" is no project URL.");
+    return ToConnectionInfo(location);
 }
 
 }  // namespace SYC

@@ -25,5 +25,7 @@ namespace SYC {
 /// carried.
 [[nodiscard]] IO::Location ToSyncraLocation(const Inner::ProjectConnectionInfo& info);
 [[nodiscard]] Inner::ProjectConnectionInfo ToConnectionInfo(const IO::Location& location);
+/// The same for a location that need not be a project URL: OV::IllegalArgumentException then.
+[[nodiscard]] Inner::ProjectConnectionInfo ToCheckedConnectionInfo(const IO::Location& location);
 
 }  // namespace SYC

@@ -7,10 +7,17 @@
 namespace Dlg {
 
 Panel::Panel(const DialogDescription& description)
-    : description_(description), window_(Toolkit::Current().MakeWindow(description_, *this))
+    : description_(description), toolkit_(Toolkit::Current())
 {}
 
 Panel::~Panel() = default;
+
+DialogWindow& Panel::Window()
+{
+    if (!window_)
+        window_ = toolkit_.MakeWindow(description_, *this);
+    return *window_;
+}
 
 void Panel::Guarded(const std::function<void()>& handler) noexcept
 {
@@ -19,7 +26,8 @@ void Panel::Guarded(const std::function<void()>& handler) noexcept
     } catch (...) {
         if (!failure_)
             failure_ = std::current_exception();
-        window_->EndModal();
+        if (window_)
+            window_->EndModal();
     }
 }
 

@@ -11,7 +11,8 @@ namespace Dlg {
 
 class Item;
 
-/// A dialog's window, its items and its observers. For the main thread.
+/// A dialog's window, its items and its observers. The window is made when it is first needed, so
+/// that a dialog which is prepared and never opened costs little. For the main thread.
 class Panel : private WindowEvents {
 public:
     /// Makes dialog `number` of the resources with the current toolkit.
@@ -24,12 +25,12 @@ public:
 
     void Attach(PanelObserver& observer) { observers_.Attach(observer); }
     void Detach(PanelObserver& observer) { observers_.Detach(observer); }
-    void SetTitle(const OV::UniString& title) { window_->SetTitle(title); }
-    void EnableIdleEvents() { window_->EnableIdleEvents(); }
+    void SetTitle(const OV::UniString& title) { Window().SetTitle(title); }
+    void EnableIdleEvents() { Window().EnableIdleEvents(); }
 
 protected:
     void Notify(const std::function<void(PanelObserver&)>& tell) { observers_.Notify(tell); }
-    [[nodiscard]] DialogWindow& Window() { return *window_; }
+    [[nodiscard]] DialogWindow& Window();
     /// Runs `handler`; an exception is kept for ThrowFailure, and ends the window.
     void Guarded(const std::function<void()>& handler) noexcept;
     /// Throws what a handler threw, once.
@@ -46,6 +47,7 @@ private:
     void _Resized() noexcept override;
 
     const DialogDescription& description_;
+    Toolkit& toolkit_;
     OV::HashTable<int, Item*> items_;
     OV::EventSource<PanelObserver> observers_;
     std::exception_ptr failure_;

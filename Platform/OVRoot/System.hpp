@@ -10,6 +10,9 @@ namespace OV::System {
 
 /// The name of this computer, at most 512 code units; empty when the system has none.
 [[nodiscard]] UniString ComputerName();
+/// Whether the text is an address itself (IPv4 in any form that the system takes, IPv6), not a name
+/// that would have to be looked up. Asks no network.
+[[nodiscard]] bool IsNumericHostAddress(StringView host);
 /// Value of an environment variable in UTF-8; empty when it is not set.
 [[nodiscard]] String EnvironmentVariable(StringView name);
 /// The user's home folder as the system names it.

@@ -1,6 +1,7 @@
 #include "OVRoot/System.hpp"
 
 #include <cstdlib>
+#include <netdb.h>
 #include <pthread.h>
 #include <pwd.h>
 #include <unistd.h>
@@ -13,6 +14,17 @@ UniString ComputerName()
     if (gethostname(name, sizeof name - 1) != 0)
         return {};
     return FromUtf8(name).substr(0, 512);
+}
+
+bool IsNumericHostAddress(StringView host)
+{
+    addrinfo wanted{};
+    wanted.ai_flags = AI_NUMERICHOST;
+    addrinfo* found = nullptr;
+    if (getaddrinfo(String(host).c_str(), nullptr, &wanted, &found) != 0)
+        return false;
+    freeaddrinfo(found);
+    return true;
 }
 
 String EnvironmentVariable(StringView name)

@@ -1,11 +1,17 @@
 #include "ManagementTool/BackgroundExecutors.hpp"
 
+#include "SYClientBase/ConnectionValidator.hpp"
+#include "SYClientBase/ServicePortCache.hpp"
+
 #include <algorithm>
 
 namespace Syncra::Server::ManagementTool::Core {
 
 BackgroundExecutors& BackgroundExecutors::GetInstance()
 {
+    // What a request writes to when it ends has to be there until it has ended.
+    (void)SYCB::ConnectionValidator::GetInstance();
+    (void)SYCB::ServicePortCache::GetInstance();
     static BackgroundExecutors instance;
     return instance;
 }

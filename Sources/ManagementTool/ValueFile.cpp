@@ -49,10 +49,11 @@ IO::ChangeStamp ReadValueFile(const IO::Location& file,
     }
 }
 
-IO::ChangeStamp ReplaceValueFile(const IO::Location& file, const OV::XMLOChannel& document)
+IO::ChangeStamp ReplaceValueFile(const IO::Location& file, const OV::XMLOChannel& document,
+                                 bool isPrivate)
 {
     try {
-        return IO::ReplaceWithXML(file, document);
+        return IO::ReplaceWithXML(file, document, isPrivate);
     } catch (const IO::IOException& error) {
         if (IsOpeningFailure(error, file))
             throw FileOpenningError(file, error);

@@ -19,9 +19,11 @@ enum class FileAlert : int { CacheFileOpening = 31036, CacheFileWriting = 31037 
 IO::ChangeStamp ReadValueFile(const IO::Location& file,
                               const std::function<void(OV::XMLIChannel&)>& read);
 
-/// Replaces the file as a whole: nobody ever sees a part of it. Throws FileOpenningError when
+/// Replaces the file as a whole: nobody ever sees a part of it; nobody but the user sees any of it
+/// when `isPrivate`. Throws FileOpenningError when
 /// nothing can be opened at that place, ErrorWritingFile when the writing fails later.
-IO::ChangeStamp ReplaceValueFile(const IO::Location& file, const OV::XMLOChannel& document);
+IO::ChangeStamp ReplaceValueFile(const IO::Location& file, const OV::XMLOChannel& document,
+                                 bool isPrivate = false);
 
 /// The same, with the errors shown to the user as alerts; nothing is returned then.
 [[nodiscard]] std::optional<IO::ChangeStamp>

@@ -9,9 +9,8 @@ using OV::ChannelStatus;
 
 ChannelStatus WriteAttributes(const SYCB::UserAttributes& attributes, OV::OChannel& channel)
 {
-    auto status = channel.Write(attributes.roleName);
-    if (status == ChannelOk)
-        status = channel.Write(static_cast<std::uint32_t>(attributes.permissions.size()));
+    auto status = OV::WriteInOrder(channel, attributes.roleName,
+                                   static_cast<std::uint32_t>(attributes.permissions.size()));
     for (const auto& permission : attributes.permissions)
         if (status == ChannelOk)
             status = channel.Write(permission);
@@ -21,13 +20,20 @@ ChannelStatus WriteAttributes(const SYCB::UserAttributes& attributes, OV::OChann
 ChannelStatus ReadAttributes(SYCB::UserAttributes& attributes, OV::IChannel& channel)
 {
     std::uint32_t count = 0;
-    auto status = channel.Read(attributes.roleName);
-    if (status == ChannelOk)
-        status = channel.Read(count);
+    auto status = OV::ReadInOrder(channel, attributes.roleName, count);
     for (; count > 0 && status == ChannelOk; --count)
         if (OV::UniString permission; (status = channel.Read(permission)) == ChannelOk)
             attributes.permissions.insert(std::move(permission));
     return status;
+}
+
+ChannelStatus WriteMember(ProjectMembers::MemberId id, const UserData& user,
+                          const SYCB::UserAttributes& attributes, OV::OChannel& channel)
+{
+    auto status = channel.Write(id);
+    if (status == ChannelOk)
+        status = user.Write(channel);
+    return status == ChannelOk ? WriteAttributes(attributes, channel) : status;
 }
 
 ChannelStatus ReadMember(ProjectMember& member, OV::IChannel& channel)
@@ -47,15 +53,12 @@ ChannelStatus ProjectMembers::Write(OV::OChannel& channel) const
     if (status == ChannelOk)
         status = channel.Write(static_cast<std::uint32_t>(users_.size()));
     for (const auto& [id, user] : users_) {
-        if (status == ChannelOk)
-            status = channel.Write(id);
-        if (status == ChannelOk)
-            status = user.Write(channel);
         const auto attributes = permissions_.find(id);
         if (status == ChannelOk)
-            status = WriteAttributes(attributes == permissions_.end() ? SYCB::UserAttributes()
-                                                                      : attributes->second,
-                                     channel);
+            status = WriteMember(id, user,
+                                 attributes == permissions_.end() ? SYCB::UserAttributes()
+                                                                  : attributes->second,
+                                 channel);
     }
     return status;
 }

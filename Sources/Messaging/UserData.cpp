@@ -15,15 +15,8 @@ ChannelStatus UserData::Read(OV::IChannel& channel)
     if (frame.MainVersion() != 1)
         return OV::ChannelFailed;
     OV::UniString guid;
-    auto status = channel.Read(loginName_);
-    if (status == ChannelOk)
-        status = channel.Read(fullName_);
-    if (status == ChannelOk)
-        status = channel.Read(guid);
-    if (status == ChannelOk)
-        status = channel.Read(color_);
-    if (status == ChannelOk)
-        status = channel.Read(normalSession_);
+    const auto status =
+        OV::ReadInOrder(channel, loginName_, fullName_, guid, color_, normalSession_);
     if (status != ChannelOk)
         return status;
     try {
@@ -37,16 +30,9 @@ ChannelStatus UserData::Read(OV::IChannel& channel)
 ChannelStatus UserData::Write(OV::OChannel& channel) const
 {
     const OV::OutputClassFrame frame(channel, ClassInformation);
-    auto status = frame.Status();
-    if (status == ChannelOk)
-        status = channel.Write(loginName_);
-    if (status == ChannelOk)
-        status = channel.Write(fullName_);
-    if (status == ChannelOk)
-        status = channel.Write(guid_.ToText());
-    if (status == ChannelOk)
-        status = channel.Write(color_);
-    return status == ChannelOk ? channel.Write(normalSession_) : status;
+    return frame.Status() == ChannelOk ? OV::WriteInOrder(channel, loginName_, fullName_,
+                                                          guid_.ToText(), color_, normalSession_)
+                                       : frame.Status();
 }
 
 ChannelStatus UserData::ReadPhoto(OV::IChannel& channel)

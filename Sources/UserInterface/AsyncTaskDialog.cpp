@@ -30,8 +30,6 @@ AsyncTaskDialog::AsyncTaskDialog(OV::Ref<Core::AsyncTaskExecuting::Task> task,
 {
     Attach(*this);
     cancelButton_.Attach(*this);
-    EnableIdleEvents();
-    ShowText(Communicating);
 }
 
 AsyncTaskDialog::~AsyncTaskDialog()
@@ -60,6 +58,12 @@ bool AsyncTaskDialog::Invoke()
         hasDialogInvoked = false;
     }));
     return ModalDialog::Invoke();
+}
+
+void AsyncTaskDialog::_PanelOpened(Dlg::Panel&)
+{
+    EnableIdleEvents();
+    ShowText(Communicating);
 }
 
 void AsyncTaskDialog::_PanelIdle(Dlg::Panel&)

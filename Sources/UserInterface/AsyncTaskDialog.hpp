@@ -24,6 +24,7 @@ public:
     bool Invoke() override;
 
 private:
+    void _PanelOpened(Dlg::Panel&) override;
     void _PanelIdle(Dlg::Panel&) override;
     void _PanelCloseRequested(Dlg::Panel&, Dlg::DialogResult result) override;
     void _PanelClosed(Dlg::Panel&) override;

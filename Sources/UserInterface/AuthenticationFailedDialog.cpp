@@ -2,25 +2,11 @@
 
 namespace Syncra::Server::ManagementTool::GUI {
 
-namespace {
-
-constexpr int DialogNumber = 32433;
-enum Item {
-    OkButton = 1,
-    CancelButton = 2,
-    ServerText = 6,
-    ProjectText = 8,
-    UserText = 10,
-    PasswordEdit = 12,
-};
-
-}  // namespace
-
 AuthenticationFailedDialog::AuthenticationFailedDialog(const OV::UniString& serverName,
                                                        const OV::UniString& projectName,
                                                        const OV::UniString& loginName,
                                                        std::int16_t port)
-    : ModalDialog(DialogNumber), okButton_(*this, OkButton), cancelButton_(*this, CancelButton),
+    : ModalDialog(Number), okButton_(*this, OkButton), cancelButton_(*this, CancelButton),
       server_(*this, ServerText), project_(*this, ProjectText), user_(*this, UserText),
       passwordEdit_(*this, PasswordEdit)
 {

@@ -14,6 +14,17 @@ class AuthenticationFailedDialog final : public Dlg::ModalDialog,
                                          private Dlg::PanelObserver,
                                          private Dlg::ButtonItemObserver {
 public:
+    /// The dialog and its items in the resources, for who answers it without a window.
+    static constexpr int Number = 32433;
+    enum Item {
+        OkButton = 1,
+        CancelButton,
+        ServerText = 6,
+        ProjectText = 8,
+        UserText = 10,
+        PasswordEdit = 12
+    };
+
     /// `port` above 32767 is a negative number.
     AuthenticationFailedDialog(const OV::UniString& serverName, const OV::UniString& projectName,
                                const OV::UniString& loginName, std::int16_t port);

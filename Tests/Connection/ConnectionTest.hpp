@@ -3,9 +3,9 @@
 #include "CacheFolders.hpp"
 #include "ClientProjectConnectionManager.hpp"
 #include "CloseSession.hpp"
-#include "OVRoot/Logger.hpp"
 #include "OVRoot/System.hpp"
 #include "ReadProjectConnection.hpp"
+#include "Support/LogCapture.hpp"
 #include "Support/ServerProcess.hpp"
 #include "Support/StoreEdit.hpp"
 #include "Support/TemporaryFolder.hpp"
@@ -14,7 +14,6 @@
 
 #include <gtest/gtest.h>
 
-#include <mutex>
 #include <vector>
 
 /// The events that a check posted, in order.
@@ -31,36 +30,6 @@ public:
 
     Events events;
     SYC::ClientProjectConnectionManager manager;
-};
-
-/// The library's log lines while it lives.
-class LogCapture {
-public:
-    LogCapture()
-    {
-        former_ = OV::Logger::SetSink([this](const OV::LogRecord& record) {
-            const std::lock_guard guard(lock_);
-            lines_.push_back(record.category + ": " + OV::ToUtf8(record.text));
-        });
-    }
-    ~LogCapture() { OV::Logger::SetSink(std::move(former_)); }
-
-    [[nodiscard]] bool Has(const std::string& line) const
-    {
-        const std::lock_guard guard(lock_);
-        return std::find(lines_.begin(), lines_.end(), line) != lines_.end();
-    }
-    [[nodiscard]] bool Mentions(const std::string& text) const
-    {
-        const std::lock_guard guard(lock_);
-        return std::any_of(lines_.begin(), lines_.end(),
-                           [&](const auto& line) { return line.find(text) != std::string::npos; });
-    }
-
-private:
-    mutable std::mutex lock_;
-    std::vector<std::string> lines_;
-    OV::Logger::Sink former_;
 };
 
 /// A real server, and hosts on it.

@@ -41,9 +41,11 @@ OV::Ref<AsyncTaskExecuting::Task> MakeTask(std::function<bool()> work)
 struct HeldTask {
     OV::Condition started;
     OV::Condition released;
+    std::atomic<bool> isFinished = false;
     OV::Ref<AsyncTaskExecuting::Task> task = MakeTask([this] {
         started.Notify();
         (void)released.Wait(Patience);
+        isFinished = true;
         return true;
     });
 
@@ -193,11 +195,28 @@ TEST_F(AsyncTaskDialogTest, CancelReturnsAtOnceAndTheFinishedResultChangesNothin
             held.started.Wait();
             byButton ? user.Press(CancelButton) : user.Leave();
         });
-        EXPECT_FALSE(Execute(held.task, 1)) << "although its work is still under way";
+        EXPECT_FALSE(Execute(held.task, 1));
+        EXPECT_FALSE(held.isFinished) << "nobody waited for the work";
         held.Release();
     }
     toolkit_.AddScript(DialogNumber, DoNothing);
     EXPECT_TRUE(Execute(MakeTask([] { return true; }), 0)) << "and dialogs may come up again";
+}
+
+TEST_F(AsyncTaskDialogTest, TheEndOfTheProcessStopsWorkThatWasGivenUp)
+{
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_EXIT(
+        {
+            HeldTask held;
+            toolkit_.AddScript(DialogNumber, [&](Dlg::HeadlessDialog& user) {
+                held.started.Wait();
+                user.Press(CancelButton);
+            });
+            std::exit(Execute(held.task, 1) ? 1 : 0);
+        },
+        testing::ExitedWithCode(0), "");
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(Patience / 2));
 }
 
 TEST_F(AsyncTaskDialogTest, ASecondDialogIsRefusedWhileOneIsUp)
@@ -206,6 +225,7 @@ TEST_F(AsyncTaskDialogTest, ASecondDialogIsRefusedWhileOneIsUp)
     toolkit_.AddScript(DialogNumber, [&](Dlg::HeadlessDialog&) {
         EXPECT_TRUE(Execute(MakeTask([] { return true; }), Patience)) << "quick ones need none";
         EXPECT_FALSE(Execute(inner.task, 1));
+        EXPECT_FALSE(inner.isFinished);
         inner.Release();
         outer.released.Notify();
     });
@@ -217,19 +237,21 @@ TEST_F(AsyncTaskDialogTest, TheTextAlternatesWhenMoreThanThreeSecondsHavePassed)
 {
     ManualClock clock;
     HeldTask held;
+    const OV::UniString communicating = u"Communicating with Server...";
+    const OV::UniString wait = u"Please Wait...";
     toolkit_.AddScript(DialogNumber, [&](Dlg::HeadlessDialog& user) {
-        for (const std::uint64_t ticks : {30, 1, 30, 1, 500}) {
+        const std::pair<std::uint64_t, OV::UniString> steps[] = {
+            {30, communicating}, {1, wait}, {30, wait}, {1, communicating}, {500, wait}};
+        for (const auto& [ticks, text] : steps) {
             clock.ticks += ticks;
             user.SendIdle();
+            EXPECT_EQ(user.GetText(TextItem), text);
         }
         held.released.Notify();
     });
     EXPECT_TRUE(Execute(held.task, 0));
-    const OV::UniString communicating = u"Communicating with Server...";
-    const OV::UniString wait = u"Please Wait...";
-    Texts shown = toolkit_.GetTextsShown(DialogNumber, TextItem);
-    shown.erase(shown.begin());  // the label of the resources
-    EXPECT_EQ(shown, (Texts{communicating, wait, communicating, wait}));
+    EXPECT_EQ(toolkit_.GetTextsShown(DialogNumber, TextItem),
+              (Texts{u"", communicating, wait, communicating, wait}));
 }
 
 TEST_F(AsyncTaskDialogTest, FailuresAreToldByTheAlertOfTheirKind)

@@ -4,10 +4,12 @@
 #include "IO/IOException.hpp"
 #include "OVRoot/Guid.hpp"
 #include "OVRoot/Resources.hpp"
-#include "Support/ChildProcess.hpp"
 
 #include <csignal>
+#include <cstdlib>
+#include <fstream>
 #include <sys/resource.h>
+#include <sys/wait.h>
 
 using SYCB::PresenceState;
 
@@ -108,15 +110,17 @@ TEST_F(MessagingTest, KeepsAnUnsentMailOverItsEndAndAnotherProcess)
     const auto anna = MakeHost("anna.novak");
     anna->Open();
     anna->Send(u"written offline", {u"yuki.tanaka"});
-    const auto url = Url("anna.novak", Project);
-    ChildProcess other([&] {
-        MailClient::m_instance = nullptr;  // a process that was not forked has none
-        MailHost host(url, DataFolder());
-        host.Open();
-        host.Send(u"of another process", {u"yuki.tanaka"});
-        return host.client->GetOutboxMails().size() == 2 ? 0 : 1;
-    });
-    EXPECT_EQ(other.Wait(), 0);
+    server.Terminate();
+    std::ofstream(folder.Path() / "password") << ServerProcess::Password << '\n';
+    const auto command =
+        std::string(SYCLIENT_TEST_CLI) +
+        " mail send --to yuki.tanaka --text 'of another process' -s 127.0.0.1 -p " +
+        std::to_string(server.ModelPort()) +
+        " -u anna.novak -n 'Harbour Bridge' --password-file '" +
+        (folder.Path() / "password").string() + "' --data-folder '" +
+        OV::ToUtf8(DataFolder().ToPath()) + "' 2>/dev/null";
+    EXPECT_EQ(WEXITSTATUS(std::system(command.c_str())), 11);
+    server.Start();
     anna->Send(u"written after it", {u"yuki.tanaka"});
     EXPECT_EQ(anna->client->GetOutboxMails().size(), 3u);
     anna->client.reset();

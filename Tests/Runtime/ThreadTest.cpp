@@ -136,3 +136,26 @@ TEST(EventSourceTest, ObserversMayLeaveAndComeWhileTheyAreTold)
     source.Notify(tell);
     EXPECT_EQ(told, std::vector({1, 1, 3}));
 }
+
+TEST(EventSourceTest, AnObserverThatWasDetachedMayBeDestroyed)
+{
+    OV::EventSource<std::atomic<int>> source;
+    std::atomic<bool> stop = false;
+    std::jthread teller([&] {
+        while (!stop)
+            source.Notify([&](std::atomic<int>& observer) {
+                observer = 1;
+                std::this_thread::yield();
+                observer = 2;
+            });
+    });
+    for (int round = 0; round < 200; ++round) {
+        auto observer = std::make_unique<std::atomic<int>>(0);
+        source.Attach(*observer);
+        while (*observer == 0)
+            std::this_thread::yield();
+        source.Detach(*observer);
+        EXPECT_EQ(*observer, 2) << "detached in the middle of a call";
+    }
+    stop = true;
+}

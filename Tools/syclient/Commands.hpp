@@ -24,8 +24,11 @@ struct Context {
 /// the app.
 void AddOpenCommand(CLI::App& app, Context& context);
 void AddCloseCommand(CLI::App& app, Context& context);
+void AddCloseProjectCommand(CLI::App& app, Context& context);
 void AddStatusCommand(CLI::App& app, Context& context);
 void AddCacheCommand(CLI::App& app, Context& context);
 void AddMailCommand(CLI::App& app, Context& context);
 void AddMembersCommand(CLI::App& app, Context& context);
+void AddServersCommand(CLI::App& app, Context& context);
+void AddAuthenticateCommand(CLI::App& app, Context& context);
 void AddUrlCommand(CLI::App& app, Context& context);

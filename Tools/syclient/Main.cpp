@@ -69,10 +69,13 @@ int main(int argc, char** argv)
     app.parse_complete_callback([&verbose] { SendLogToStandardError(verbose); });
     AddOpenCommand(app, context);
     AddCloseCommand(app, context);
+    AddCloseProjectCommand(app, context);
     AddStatusCommand(app, context);
     AddCacheCommand(app, context);
     AddMembersCommand(app, context);
     AddMailCommand(app, context);
+    AddServersCommand(app, context);
+    AddAuthenticateCommand(app, context);
     AddUrlCommand(app, context);
     return Run(app, context, argc, argv);
 }

@@ -2,6 +2,7 @@
 
 #include "IO/File.hpp"
 #include "OVRoot/Exception.hpp"
+#include "OVRoot/SecureWipe.hpp"
 #include "OVRoot/Terminal.hpp"
 
 #include <CLI/CLI.hpp>
@@ -10,10 +11,11 @@
 
 namespace {
 
-OV::UniString FirstLine(std::string text)
+/// The text is wiped.
+OV::UniString FirstLine(std::string& text)
 {
-    text.resize(std::min(text.size(), text.find_first_of("\r\n")));
-    return OV::FromUtf8(text);
+    const OV::SecureWipeGuard<char> wipe(text);
+    return OV::FromUtf8(OV::StringView(text).substr(0, text.find_first_of("\r\n")));
 }
 
 }  // namespace
@@ -32,17 +34,19 @@ void PasswordSource::AddOptions(CLI::App& command)
 
 OV::UniString PasswordSource::Read(const std::string& promptFor) const
 {
-    if (!file.empty())
-        return FirstLine(IO::File::ReadAll(IO::Location::FromPath(OV::FromUtf8(file))));
+    if (!file.empty()) {
+        auto text = IO::File::ReadAll(IO::Location::FromPath(OV::FromUtf8(file)));
+        return FirstLine(text);
+    }
     if (fromStandardInput) {
         std::string line;
         std::getline(std::cin, line);
-        return FirstLine(std::move(line));
+        return FirstLine(line);
     }
-    const auto typed = OV::Terminal::ReadPassword("Password of " + promptFor + ": ");
+    auto typed = OV::Terminal::ReadPassword("Password of " + promptFor + ": ");
     if (!typed)
         throw OV::IllegalArgumentException(
             OV::StringView("No password: there is no terminal to ask on. Use --password-file or "
                            "--password-stdin."));
-    return OV::FromUtf8(*typed);
+    return FirstLine(*typed);
 }

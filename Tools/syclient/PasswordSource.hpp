@@ -15,7 +15,9 @@ struct PasswordSource {
     bool fromStandardInput = false;
 
     void AddOptions(CLI::App& command);
-    /// `promptFor` is shown to a person ("anna.novak on nexar.example:19001"). Throws
-    /// OV::IllegalArgumentException when there is no way to ask.
+    /// Whether an option named the place, so that nobody is asked.
+    [[nodiscard]] bool IsGiven() const noexcept { return !file.empty() || fromStandardInput; }
+    /// `promptFor` is shown to a person ("anna.novak on nexar.example:19001"). The
+    /// caller wipes the text. Throws OV::IllegalArgumentException when there is no way to ask.
     [[nodiscard]] OV::UniString Read(const std::string& promptFor) const;
 };

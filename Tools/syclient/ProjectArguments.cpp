@@ -48,8 +48,7 @@ SYC::Inner::ProjectConnectionInfo ProjectArguments::Describe() const
 SYC::Inner::ProjectConnectionInfo ProjectArguments::Read() const
 {
     auto info = Describe();
-    const bool givenHere = !password.file.empty() || password.fromStandardInput;
-    if (info.password.empty() || givenHere)
+    if (info.password.empty() || password.IsGiven())
         info.password = password.Read(DescribeLogin(info));
     return info;
 }

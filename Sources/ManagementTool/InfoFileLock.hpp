@@ -1,0 +1,25 @@
+#pragma once
+
+#include "IO/ExclusiveFile.hpp"
+
+namespace Syncra::Server::ManagementTool::Core {
+
+/// Keeps the other processes of the user from writing a shared file while it lives: it holds a lock
+/// file open and deletes it at the end. What a process that died left behind locks nobody out.
+class InfoFileLock {
+public:
+    /// Waits for another holder, for as long as that takes; throws OV::InterruptedException as soon
+    /// as the calling thread is asked to stop. Where no lock file can be made and nobody holds one
+    /// (a folder of an administrator), there is no lock, and the caller goes on without.
+    explicit InfoFileLock(const IO::Location& lockFile);
+    ~InfoFileLock();
+    InfoFileLock(const InfoFileLock&) = delete;
+    InfoFileLock& operator=(const InfoFileLock&) = delete;
+
+    static constexpr std::uint32_t PauseMilliseconds = 50;
+
+private:
+    std::optional<IO::ExclusiveFile> file_;
+};
+
+}  // namespace Syncra::Server::ManagementTool::Core

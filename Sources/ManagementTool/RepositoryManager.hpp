@@ -1,0 +1,20 @@
+#pragma once
+
+#include "OVRoot/UniString.hpp"
+
+namespace Syncra::Server::ManagementTool::Core {
+
+/// What the connection manager asks of each of its repository managers.
+class RepositoryManager {
+public:
+    virtual ~RepositoryManager() = default;
+
+    /// Connects to the repository of that server, in place of any former one; returns whether it is
+    /// connected. The port is the management service's, above 32767 a negative number. Called on
+    /// the thread that changes the server or brings it back; copies what it keeps.
+    virtual bool SetConnection(const OV::UniString& serverName, short managementPort,
+                               const OV::UniString& userName, const OV::UniString& password,
+                               bool flag) = 0;
+};
+
+}  // namespace Syncra::Server::ManagementTool::Core

@@ -1,0 +1,96 @@
+#pragma once
+
+#include "ManagementTool/ConnectionType.hpp"
+#include "ManagementTool/ErrorType.hpp"
+#include "ManagementTool/ObjectType.hpp"
+#include "ManagementTool/RepositoryManager.hpp"
+#include "ManagementTool/ServerConnectionObserver.hpp"
+#include "OVRoot/EventSource.hpp"
+#include "OVRoot/Lock.hpp"
+#include "OVRoot/PooledExecutor.hpp"
+#include "OVRoot/SecureWipe.hpp"
+#include "SYClientBase/PresenceService.hpp"
+
+namespace Syncra::Server::ManagementTool::Core {
+
+/// The server that the management tool works against, the credentials used on it, and the two
+/// repository managers that talk to it. Failures to connect are not thrown: they go to the debug
+/// output, and the repository managers' requests tell the user.
+///
+/// For the main thread, but the presence of an attached service reconnects on the thread that tells
+/// it; every single operation is safe beside that one. Ports above 32767 are negative numbers.
+class ServerConnectionManager final : private SYCB::PresenceServiceObserver {
+public:
+    using ErrorType = Core::ErrorType;
+    using ObjectType = Core::ObjectType;
+
+    /// The one of the process. It has no repository managers yet: connecting says so in the debug
+    /// output.
+    [[nodiscard]] static ServerConnectionManager& GetInstance();
+
+    ServerConnectionManager(OV::Ref<RepositoryManager> users, OV::Ref<RepositoryManager> projects)
+        : userManager_(std::move(users)), projectManager_(std::move(projects))
+    {}
+    /// Stops the executor. Presence services that are attached must be gone or detached.
+    ~ServerConnectionManager() override;
+    ServerConnectionManager(const ServerConnectionManager&) = delete;
+    ServerConnectionManager& operator=(const ServerConnectionManager&) = delete;
+
+    /// Makes the server the current one: asks its model service at `port` for the management port,
+    /// tells the observers, connects the repository managers of `type`. Nothing happens for
+    /// NoConnection. Blocks for the requests.
+    void SetConnection(const OV::UniString& serverName, short port, ConnectionType type);
+    /// Connects to the current server again; NoConnection stands for the type of SetConnection.
+    /// Nothing happens when there is no current server.
+    void ReConnect(ConnectionType type);
+    /// Reconnects both repositories whenever the service comes online; null is ignored.
+    void AttachConnection(SYCB::PresenceService* presence);
+    void DetachConnection(SYCB::PresenceService* presence);
+
+    [[nodiscard]] OV::UniString GetServerName() const;
+    /// The name under which the server was reached; its own when none is known.
+    [[nodiscard]] OV::UniString GetValidatedServerName() const;
+    [[nodiscard]] short GetManagementPort() const;
+    [[nodiscard]] short GetModelPort() const;
+    [[nodiscard]] ConnectionType GetConnectionType() const;
+    [[nodiscard]] OV::UniString GetUserName() const;
+    /// Clear text; the caller wipes his copy.
+    [[nodiscard]] OV::UniString GetPassword() const;
+    void SetUserName(const OV::UniString& name);
+    void SetPassword(const OV::UniString& password);
+
+    /// For background work against the server. It takes none after StopExecutor.
+    [[nodiscard]] OV::PooledExecutor& GetExecutor() noexcept { return executor_; }
+    /// At shutdown: lets the work finish for half a second, then asks it to stop, and waits until
+    /// it did. Not for a task of this executor.
+    void StopExecutor();
+
+    void Attach(ServerConnectionObserver& observer) { observers_.Attach(observer); }
+    void Detach(ServerConnectionObserver& observer) { observers_.Detach(observer); }
+    void SendServerChangedNotification();
+    void SendServerLostNotification();
+
+private:
+    struct Connection {
+        OV::UniString serverName;
+        short managementPort = 0;
+        short modelPort = 0;
+        OV::UniString userName;
+        OV::UniString password;
+        ConnectionType type = ConnectionType::NoConnection;
+    };
+
+    void _ServiceStateChanged(SYCB::PresenceService&, SYCB::PresenceState state) override;
+    [[nodiscard]] Connection Current() const;
+    void FindManagementPort();
+    void Connect(ConnectionType type);
+
+    const OV::Ref<RepositoryManager> userManager_;
+    const OV::Ref<RepositoryManager> projectManager_;
+    mutable OV::Lock lock_;
+    Connection connection_ OV_GUARDED_BY(lock_);
+    OV::EventSource<ServerConnectionObserver> observers_;
+    OV::PooledExecutor executor_{1, 1, 300'000};
+};
+
+}  // namespace Syncra::Server::ManagementTool::Core

@@ -1,0 +1,15 @@
+#pragma once
+
+namespace Syncra::Server::ManagementTool::Core {
+
+/// Hears of the management tool's current server, on the thread that changed it.
+class ServerConnectionObserver {
+public:
+    virtual ~ServerConnectionObserver() = default;
+    /// There is another current server, or a new connection to the same one. The repository
+    /// managers are connected after this, not yet.
+    virtual void ServerChanged() {}
+    virtual void ServerLost() {}
+};
+
+}  // namespace Syncra::Server::ManagementTool::Core

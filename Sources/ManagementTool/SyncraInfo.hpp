@@ -1,0 +1,134 @@
+#pragma once
+
+#include "IO/Location.hpp"
+#include "ManagementTool/UserPasswordStore.hpp"
+#include "SYClientBase/ServerConnectionInfo.hpp"
+
+#include <functional>
+
+namespace Syncra::Server::ManagementTool::GUI {
+
+/// What the management tool remembers of its user from one run to the next: the last server and
+/// user name, the message setting and the stored passwords, in "SyncraInfo_v2.xml" of the company's
+/// folder in the roaming profile. All processes of the user share the file; readers see it whole at
+/// any time, writers keep each other off by "@SYInfo.Lock" beside it. One thread at a time.
+///
+/// Reading throws Core::FileOpenningError and Core::ErrorReadingFile, writing
+/// Core::FileOpenningError, Core::ErrorWritingFile and SYCB::PasswordCodingException. Writing waits
+/// while another process holds the lock, without a limit; who must be able to get out writes on an
+/// OV::Thread or in an executor's task, or below an OV::InterruptionScope, and is thrown
+/// OV::InterruptedException, with the file untouched, when asked to stop.
+class SyncraInfo {
+public:
+    /// Makes the folder when it is missing (IO::IOException when it cannot be) and reads the file.
+    SyncraInfo();
+    SyncraInfo(const SyncraInfo&) = delete;
+    SyncraInfo& operator=(const SyncraInfo&) = delete;
+
+    /// Replaces the data by those of the file, or of the previous version's file when there is none
+    /// of this version. Nothing is left when it throws.
+    void ReadFromDisc();
+    void WriteToDisc() const;
+    /// WriteToDisc, without a last user who is not in the default list.
+    void SaveSyncraInfo();
+    /// Reads the file, lets `change` work on the data and saves them, all under one lock: nothing
+    /// that another process saved meanwhile is lost. `change` must not save itself; when it throws,
+    /// nothing is written.
+    void Update(const std::function<void(SyncraInfo&)>& change);
+    void ClearData();
+    /// Reads "SyncraInfo.xml" of the previous version, if there is one. Its servers become working
+    /// connections of SYCB::ConnectionValidator, the rest data of this object.
+    void ConvertFromPrevVersion();
+
+    [[nodiscard]] const IO::Location& GetFileLocation() const noexcept { return fileLocation_; }
+    [[nodiscard]] bool GetMessageSetting() const noexcept { return messageSetting_; }
+    void SetMessageSetting(bool setting) noexcept { messageSetting_ = setting; }
+    [[nodiscard]] const OV::UniString& GetLastServerName() const noexcept
+    {
+        return lastServerName_;
+    }
+    void SetLastServerName(const OV::UniString& name) { lastServerName_ = name; }
+    [[nodiscard]] const OV::UniString& GetLastUserName() const noexcept { return lastUserName_; }
+    void SetLastUserName(const OV::UniString& name) { lastUserName_ = name; }
+    /// Sets the default password of a user in the default list and makes him the last one; nothing
+    /// changes for anybody else.
+    void SetLastUserNameAndPassword(const OV::UniString& user, const OV::UniString& password);
+
+    /// The password store's operations; see UserPasswordStore.hpp.
+    void AddUser(const OV::UniString& user, const OV::UniString& server,
+                 const OV::UniString& password)
+    {
+        passwordStore_.AddUser(user, server, password);
+    }
+    void RemoveUser(const OV::UniString& user) { passwordStore_.RemoveUser(user); }
+    [[nodiscard]] const OV::UniString& GetUserPassword(const OV::UniString& user,
+                                                       const OV::UniString& server) const
+    {
+        return passwordStore_.GetUserPassword(user, server);
+    }
+    void SetUserPassword(const OV::UniString& user, const OV::UniString& server,
+                         const OV::UniString& password)
+    {
+        passwordStore_.SetUserPassword(user, server, password);
+    }
+    [[nodiscard]] const OV::UniString& GetUserDefaultPassword(const OV::UniString& user) const
+    {
+        return passwordStore_.GetUserDefaultPassword(user);
+    }
+    void SetUserDefaultPassword(const OV::UniString& user, const OV::UniString& password)
+    {
+        passwordStore_.SetUserDefaultPassword(user, password);
+    }
+    [[nodiscard]] bool IsUserInList(const OV::UniString& user) const
+    {
+        return passwordStore_.IsUserInList(user);
+    }
+    [[nodiscard]] bool IsUserInServerList(const OV::UniString& user,
+                                          const OV::UniString& server) const
+    {
+        return passwordStore_.IsUserInServerList(user, server);
+    }
+    [[nodiscard]] bool IsUserInDefaultList(const OV::UniString& user) const
+    {
+        return passwordStore_.IsUserInDefaultList(user);
+    }
+    [[nodiscard]] OV::Array<OV::UniString> GetUserList() const
+    {
+        return passwordStore_.GetUserList();
+    }
+    [[nodiscard]] std::size_t GetUserNumber() const noexcept
+    {
+        return passwordStore_.GetUserNumber();
+    }
+    [[nodiscard]] OV::Array<OV::UniString> GetServerList(const OV::UniString& user) const
+    {
+        return passwordStore_.GetServerList(user);
+    }
+
+    /// Whether the user of a project must type his password before the project is opened from its
+    /// cache: unless the password of the location is the stored one, or no user is stored at all.
+    [[nodiscard]] bool UserToBeChecked(const IO::Location& projectLocation) const;
+
+    /// Whether the server is of the one version that serves the projects of this client. A newer
+    /// one does not: it would have to be known first.
+    [[nodiscard]] static bool
+    IsAvailableVersionForProjects(const SYCB::ServerConnectionInfo& server)
+    {
+        constexpr std::uint32_t versionForProjects = 1400;
+        return server.serverVersion == versionForProjects;
+    }
+
+private:
+    [[nodiscard]] IO::Location LockLocation() const;
+    void ReadCurrentVersion();
+    void DropUnknownLastUser();
+    void WriteUnderLock() const;
+
+    IO::Location fileLocation_;
+    bool messageSetting_ = false;
+    OV::UniString lastServerName_;
+    OV::UniString lastUserName_;
+    Core::UserPasswordStore passwordStore_;
+};
+
+}  // namespace Syncra::Server::ManagementTool::GUI

@@ -1,0 +1,14 @@
+#pragma once
+
+#include "OVRoot/Exception.hpp"
+
+namespace Syncra::Server::ManagementTool::Core {
+
+/// The object that a request names does not exist on the server.
+class TargetNotFoundException : public OV::Exception {
+public:
+    using Exception::Exception;
+    OV_EXCEPTION_IDENTITY(TargetNotFoundException)
+};
+
+}  // namespace Syncra::Server::ManagementTool::Core

@@ -1,0 +1,91 @@
+#pragma once
+
+#include "OVRoot/Containers.hpp"
+#include "OVRoot/SecureWipe.hpp"
+#include "OVRoot/XMLIChannel.hpp"
+#include "OVRoot/XMLOChannel.hpp"
+
+namespace Syncra::Server::ManagementTool::Core {
+
+/// The passwords that each user has used on each server, and one default password a user. Servers
+/// are compared by the first label of their host name in any letter case, so that "nexar" and
+/// "nexar.example" are one; numeric addresses are compared whole. Clear text in memory, which is
+/// overwritten when it goes; coded in files. One thread at a time.
+class UserPasswordStore {
+public:
+    /// No password is stored for that user on that server.
+    class UserIsNotInListException : public OV::Exception {
+    public:
+        using Exception::Exception;
+        OV_EXCEPTION_IDENTITY(UserIsNotInListException)
+    };
+
+    UserPasswordStore() = default;
+    UserPasswordStore(const UserPasswordStore&) = delete;
+    UserPasswordStore& operator=(const UserPasswordStore&) = delete;
+
+    /// Adds or replaces the password of the user on the server. Nothing changes when one of the
+    /// three is empty.
+    void AddUser(const OV::UniString& user, const OV::UniString& server,
+                 const OV::UniString& password);
+    void SetUserPassword(const OV::UniString& user, const OV::UniString& server,
+                         const OV::UniString& password)
+    {
+        AddUser(user, server, password);
+    }
+    /// Forgets all passwords of the user, the default one too.
+    void RemoveUser(const OV::UniString& user);
+    /// Throws UserIsNotInListException. The reference holds until the store changes.
+    [[nodiscard]] const OV::UniString& GetUserPassword(const OV::UniString& user,
+                                                       const OV::UniString& server) const;
+    /// Empty when the user has none. The reference holds until the store changes.
+    [[nodiscard]] const OV::UniString& GetUserDefaultPassword(const OV::UniString& user) const;
+    /// Nothing changes when one of the two is empty. A user who has nothing but a default password
+    /// is not written to files.
+    void SetUserDefaultPassword(const OV::UniString& user, const OV::UniString& password);
+
+    [[nodiscard]] bool IsUserInList(const OV::UniString& user) const;
+    [[nodiscard]] bool IsUserInDefaultList(const OV::UniString& user) const;
+    /// Whether GetUserPassword has an answer.
+    [[nodiscard]] bool IsUserInServerList(const OV::UniString& user,
+                                          const OV::UniString& server) const;
+    /// All users but those who have nothing but a default password, sorted by name.
+    [[nodiscard]] OV::Array<OV::UniString> GetUserList() const;
+    [[nodiscard]] std::size_t GetUserNumber() const noexcept { return userTable_.size(); }
+    /// The servers for which the user has a password, in the order in which they were added.
+    [[nodiscard]] OV::Array<OV::UniString> GetServerList(const OV::UniString& user) const;
+    void Clear();
+
+    /// Throws SYCB::PasswordCodingException.
+    void WriteToChannel(OV::XMLOChannel& channel) const;
+    /// Replaces the content. Throws OV::XMLChannelException and then changes nothing. A password
+    /// that cannot be decoded (its key is gone) is kept as it is, for the next writing, and counts
+    /// as not stored.
+    void ReadFromChannel(OV::XMLIChannel& channel);
+
+private:
+    /// Never copied or moved, so that no trace of it stays behind.
+    struct Password {
+        OV::UniString text;
+        OV::UniString unreadable;  ///< the coded form of what cannot be decoded
+        OV::SecureWipeGuard<char16_t> wipe{text};
+
+        void Set(const OV::UniString& newText);
+        void Write(OV::XMLOChannel& channel, OV::StringView name) const;
+        void Read(OV::XMLIChannel& channel, OV::StringView name);
+    };
+    struct Entry {
+        Password password;
+        OV::UniString serverName;
+    };
+    using Entries = OV::PagedArray<Entry>;
+
+    [[nodiscard]] const Entry* FindEntry(const OV::UniString& user,
+                                         const OV::UniString& server) const;
+    void ReadUser(OV::XMLIChannel& channel);
+
+    OV::HashTable<OV::UniString, Entries> userTable_;
+    OV::HashTable<OV::UniString, Password> defaultTable_;
+};
+
+}  // namespace Syncra::Server::ManagementTool::Core
