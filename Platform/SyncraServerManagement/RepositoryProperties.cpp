@@ -22,9 +22,13 @@ Properties MakeProperties(OV::UniStringView serverName, std::uint16_t management
                           const OV::UniString& userName, const OV::UniString& password)
 {
     const auto address = Communication::ServerAddress::FromServerName(serverName, managementPort);
-    return {{PropertyNames::UserRepositoryUrl, OV::FromUtf8(address.BaseUrl() + Detail::RootPath)},
-            {PropertyNames::UserRepositoryPrincipal, userName},
-            {PropertyNames::UserRepositoryCredentials, password}};
+    // One by one: a list would keep another copy of the password.
+    Properties properties;
+    properties[PropertyNames::UserRepositoryUrl] =
+        OV::FromUtf8(address.BaseUrl() + Detail::RootPath);
+    properties[PropertyNames::UserRepositoryPrincipal] = userName;
+    properties[PropertyNames::UserRepositoryCredentials] = password;
+    return properties;
 }
 
 Client::SignInData Detail::SignInOf(OV::UniStringView factoryName, const Properties& properties)
