@@ -60,4 +60,18 @@ OV::UniString GetProjectStatusText(const ProjectStatusFacts& facts)
            TextOf(namesOffline ? Word::OfflineSuffix : Word::None);
 }
 
+OV::UniString GetServerStateText(Syncra::Protocol::ProjectState state)
+{
+    using Syncra::Protocol::ProjectState;
+    switch (state) {
+    case ProjectState::Locked:
+        return u"locked";
+    case ProjectState::Maintenance:
+        return u"under maintenance";
+    case ProjectState::Active:
+        return u"active";
+    }
+    return u"unknown";
+}
+
 }  // namespace SYC

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "OVRoot/UniString.hpp"
+#include "SyncraProtocol/Project.hpp"
 
 namespace SYC {
 
@@ -32,5 +33,8 @@ struct ProjectStatusFacts {
 /// a server can say. A project that is not known here has no status: the text is empty, offline or
 /// not.
 [[nodiscard]] OV::UniString GetProjectStatusText(const ProjectStatusFacts& facts);
+
+/// The state of a project on its server in a word or two: "locked", "under maintenance", "active".
+[[nodiscard]] OV::UniString GetServerStateText(Syncra::Protocol::ProjectState state);
 
 }  // namespace SYC

@@ -100,7 +100,12 @@ protected:
             if (record.builtIn)
                 Rules::Break("What is built in cannot be deleted.");
     }
-    /// Tells those whom a change concerns; `projects` are the store's ProjectsOf.
+    /// The projects whose members see a change of the record.
+    [[nodiscard]] std::vector<std::string> ProjectsOf(const std::string& id)
+    {
+        return store_.ProjectsOf(id);
+    }
+    /// Tells those whom a change concerns; `projects` are ProjectsOf.
     virtual void Updated(const Record& before, const Record& after,
                          const std::vector<std::string>& projects)
     {

@@ -124,6 +124,8 @@ void UserManagement::SetPhoto(const Call& call)
         throw Refusal(ErrorCode::BadRequest,
                       "The data is no picture of its type: \"image/png\" or \"image/jpeg\".");
     photos_.Set(id, photo);
+    for (const auto& project : ProjectsOf(id))
+        context_.signals.Raise(project, SignalId::MembersChanged);
 }
 
 void UserManagement::InsertWithPassword(const Call& call, const Reply& reply)

@@ -14,6 +14,9 @@ namespace {
 /// up its host with every mail that comes.
 constexpr int WriteSoonShare = 20;
 
+/// The file is written when there are more marks than these.
+constexpr int MaximumUnsavedMarks = 5;
+
 /// Mails are looked up by their own id; a table of ids beside them would cost memory twice.
 struct IdHash {
     using is_transparent = void;
@@ -119,8 +122,16 @@ void MailBox::Write()
     TakeMarksOfOthers();
     stamp_ = MailFile::Write(file_, mails_);
     isChanged_ = false;
+    unsavedMarks_ = 0;
     lastWrite_ = std::chrono::steady_clock::now();
     lastWriteCost_ = lastWrite_ - start;
+}
+
+void MailBox::NoteMark()
+{
+    isChanged_ = true;
+    if (++unsavedMarks_ > MaximumUnsavedMarks)
+        Write();
 }
 
 void MailBox::WriteSoon() noexcept

@@ -31,6 +31,9 @@ public:
     bool Remove(const OV::PagedArray<OV::UniString>& ids);
     void Clear();
 
+    /// Notes that a mail was marked here alone, and writes the box with the sixth mark since it was
+    /// last written. Throws as Write does.
+    void NoteMark();
     /// Writes the box whole. Marks that another process wrote meanwhile are taken over. Throws
     /// IO::IOException; the file then stays as it was.
     void Write();
@@ -50,6 +53,7 @@ private:
     std::unique_ptr<Index> index_;
     std::optional<IO::ChangeStamp> stamp_;
     bool isChanged_ = false;
+    int unsavedMarks_ = 0;
     std::chrono::steady_clock::time_point lastWrite_;
     std::chrono::steady_clock::duration lastWriteCost_{};
 };

@@ -17,8 +17,6 @@ enum Alert : int {
     MessageStatusSettingError = 31049,
 };
 
-/// The file is written when there are more unsaved changes than these.
-constexpr int MaximumUnsavedChanges = 5;
 constexpr std::uint32_t LogOutMilliseconds = 5000;
 constexpr std::uint32_t KeepAliveMilliseconds = 30'000;
 
@@ -63,8 +61,6 @@ MailClient::~MailClient()
     orderedWorker_.Cancel();
     worker_.AwaitTermination();
     orderedWorker_.AwaitTermination();
-    if (unsavedChanges_ > 0)
-        box_.WriteSoon();
     box_.WriteRest();
 }
 
@@ -95,12 +91,6 @@ void MailClient::Clear()
 void MailClient::TellListChanged()
 {
     observers_.Notify([this](MailClientObserver& observer) { observer.MailListChanged(*this); });
-}
-
-void MailClient::WriteToDisc()
-{
-    box_.Write();
-    unsavedChanges_ = 0;
 }
 
 // Sending
@@ -269,8 +259,12 @@ void MailClient::MarkLocally(ClientMail& mail, const Mark& mark)
         return;
     (mail.*mark.set)();
     mail.SetModify(true);
-    if (++unsavedChanges_ > MaximumUnsavedChanges)
-        WriteToDisc();
+    try {
+        box_.NoteMark();
+    } catch (...) {
+        TellListChanged();  // the mark stands, on the disk or not
+        throw;
+    }
     TellListChanged();
 }
 

@@ -117,7 +117,6 @@ private:
                                         int result) override;
     void _DeleteMailCompletedFromExecutor(const IdList& ids, int result) override;
 
-    void WriteToDisc();
     void TellListChanged();
 
     void ApplyRefresh(Refreshed& refreshed, RefreshMailListReason::Value reason);
@@ -144,7 +143,6 @@ private:
     MailBox box_;
     Outbox outbox_;
     OV::EventSource<MailClientObserver> observers_;
-    int unsavedChanges_ = 0;
     FlagChanges flagChanges_;
     bool isRefreshing_ = false;
     bool isRefreshWanted_ = false;

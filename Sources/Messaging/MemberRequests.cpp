@@ -8,7 +8,6 @@
 #include "SYClientBase/ConnectionValidator.hpp"
 #include "SYClientBase/ProjectURL.hpp"
 #include "SYClientBase/ServicePortCache.hpp"
-#include "SYCommunication/ServerAddress.hpp"
 #include "SyncraProtocol/ErrorCode.hpp"
 #include "SyncraServerManagement/UserRepository.hpp"
 
@@ -61,12 +60,11 @@ std::unique_ptr<UserRepository> OpenUserRepository(const OpenedProject& project)
         true);
     if (port == 0)
         return nullptr;
-    const auto address = Communication::ServerAddress::FromServerName(host, port);
-    return CreateUserRepository(
-        u"WBEM",
-        {{PropertyNames::UserRepositoryUrl, OV::FromUtf8(address.BaseUrl() + "/root/syncrav2")},
-         {PropertyNames::UserRepositoryPrincipal, project.GetLoginName()},
-         {PropertyNames::UserRepositoryCredentials, password}});
+    auto properties =
+        Syncra::Server::Management::MakeProperties(host, port, project.GetLoginName(), password);
+    const OV::SecureWipeGuard<char16_t> wipeCopy(
+        properties[PropertyNames::UserRepositoryCredentials]);
+    return CreateUserRepository(u"WBEM", properties);
 }
 
 NewDisplay::NativeImage FetchPhoto(UserRepository& users, const OV::UniString& loginName)

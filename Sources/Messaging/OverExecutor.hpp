@@ -15,7 +15,6 @@ class OverExecutor : public SYCB::Identified {
 public:
     /// For the notifications from now on. Null drops them.
     void SetExecutor(OV::Executor* executor) noexcept { executor_ = executor; }
-    [[nodiscard]] OV::Executor* GetExecutor() const noexcept { return executor_; }
 
     /// The way to an observer as it was when it was asked for, good for any thread and any time.
     class Target {

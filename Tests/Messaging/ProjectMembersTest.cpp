@@ -92,6 +92,12 @@ TEST_F(MessagingTest, SessionsAndMembershipsAreFollowed)
     const int before = changes.count;
     anna->Await([&] { return changes.count > before; }, "a refresh");
     EXPECT_FALSE(isAtWork(u"omar.haddad"));
+    ProjectMembers::MemberId lenaId = 0;
+    ASSERT_TRUE(anna->members.GetUserIdFromLoginName(u"lena.fischer", lenaId));
+    EXPECT_FALSE(anna->members.GetImageFromId(lenaId).IsEmpty());
+    Client(server.ManagementPort(), "lena.fischer", ServerProcess::Password)
+        .Ask("PUT", "/root/syncrav2/users/lena.fischer/photo", R"({"type":"","data":""})");
+    anna->Await([&] { return anna->members.GetImageFromId(lenaId).IsEmpty(); }, "her photo to go");
     RemoveMember(u"lena.fischer");
     anna->Await([&] { return !anna->members.IsMember(u"lena.fischer"); }, "Lena to leave");
     anna->members.Clear();

@@ -1,7 +1,6 @@
 #include "MainWindow.hpp"
 
 #include "AuthenticateOnCache.hpp"
-#include "Dlg/WarningAlert.hpp"
 #include "ManagementTool/UserAsyncTaskExecutingImplementation.hpp"
 #include "ProjectStatusText.hpp"
 #include "QtText.hpp"
@@ -27,23 +26,9 @@
 namespace {
 
 namespace Core = Syncra::Server::ManagementTool::Core;
-using Syncra::Protocol::ProjectState;
 
 constexpr int PhotoWidth = 50;
 constexpr int PhotoHeight = 60;
-
-QString StateWord(ProjectState state)
-{
-    switch (state) {
-    case ProjectState::Locked:
-        return "locked";
-    case ProjectState::Maintenance:
-        return "under maintenance";
-    case ProjectState::Active:
-        return "active";
-    }
-    return {};
-}
 
 QString ReasonOf(SYC::CheckResult result)
 {
@@ -239,7 +224,7 @@ void MainWindow::ShowProjects(const OV::Array<Syncra::Protocol::Project>& projec
         const SYC::ClientProjectConnectionManager lookUp(SYC::ToSyncraLocation(info), dataFolder_,
                                                          {});
         const QString cells[] = {::ToQt(project.name), ::ToQt(project.category),
-                                 StateWord(project.state),
+                                 ::ToQt(SYC::GetServerStateText(project.state)),
                                  lookUp.FindCache() ? "joined" : "not yet"};
         for (int column = 0; column < 4; ++column)
             projects_->setItem(row, column, new QTableWidgetItem(cells[column]));

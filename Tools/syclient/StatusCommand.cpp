@@ -4,6 +4,7 @@
 #include "CacheStatus.hpp"
 #include "OVRoot/Logger.hpp"
 #include "ProjectArguments.hpp"
+#include "ProjectStatusText.hpp"
 #include "SYClientBase/SyncraClientFactory.hpp"
 #include "SYCommunication/CommunicationException.hpp"
 #include "SyncraProtocol/ErrorCode.hpp"
@@ -18,7 +19,6 @@
 namespace {
 
 using Syncra::Protocol::Project;
-using Syncra::Protocol::ProjectState;
 using Syncra::Protocol::Session;
 
 /// What the server tells of a project without a session being taken or started.
@@ -30,19 +30,6 @@ struct ServerView {
     std::optional<Session> session;
     OV::UniString computer;
 };
-
-const char* StateWord(ProjectState state)
-{
-    switch (state) {
-    case ProjectState::Locked:
-        return "locked";
-    case ProjectState::Maintenance:
-        return "under maintenance";
-    case ProjectState::Active:
-        return "active";
-    }
-    return "unknown";
-}
 
 void AskAboutProject(Syncra::Client::SyncraClient& client, const OV::UniString& name,
                      ServerView& view)
@@ -121,10 +108,10 @@ void PrintText(const ServerView& view, const std::string& status, const Output& 
         output.Error(view.problem);
     std::vector<std::pair<std::string, std::string>> fields{{"status", status}};
     if (view.says == ServerSays::Present || view.says == ServerSays::Deleted) {
-        fields.emplace_back("on server", view.project ? StateWord(view.project->state)
-                                         : view.says == ServerSays::Deleted
-                                             ? "no such project"
-                                             : "exists, but not for you");
+        fields.emplace_back("on server",
+                            view.project ? ForDisplay(SYC::GetServerStateText(view.project->state))
+                            : view.says == ServerSays::Deleted ? "no such project"
+                                                               : "exists, but not for you");
         fields.emplace_back("member", view.member ? "yes" : "no");
         fields.emplace_back("session", view.session ? ForDisplay(view.session->id) : "none");
         fields.emplace_back("held by", ForDisplay(view.computer));
