@@ -59,9 +59,11 @@ bool ConnectedRepositoryManager<Repository>::SetConnection(const OV::UniString& 
 {
     {
         const OV::LockGuard guard(lock_);
+        if (connection_.serverName != serverName || connection_.managementPort != managementPort ||
+            connection_.userName != userName || connection_.password != password)
+            repository_.Reset();
         OV::SecureWipe(connection_.password);
         connection_ = {serverName, managementPort, userName, password, connection_.number + 1};
-        repository_.Reset();
     }
     if (!mayAsk) {
         Strategy withoutUserInterface;

@@ -38,8 +38,9 @@ public:
 
     ~ConnectedRepositoryManager() override;
 
-    /// Leaves the former repository, connected or not. With `mayAsk` on the main thread, by the
-    /// strategy, which tells a failure and may try again; otherwise on any thread, without a word.
+    /// Leaves the repository of another server or login at once, connected or not; one of the same
+    /// serves until the new one is there. With `mayAsk` on the main thread, by the strategy, which
+    /// tells a failure and may try again; otherwise on any thread, without a word.
     bool SetConnection(const OV::UniString& serverName, short managementPort,
                        const OV::UniString& userName, const OV::UniString& password,
                        bool mayAsk) override;

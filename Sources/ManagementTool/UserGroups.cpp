@@ -1,5 +1,6 @@
 #include "ManagementTool/UserGroups.hpp"
 
+#include "OVRoot/Exception.hpp"
 #include "OVRoot/SecureWipe.hpp"
 #include "SYClientBase/ServicePortCache.hpp"
 #include "SyncraServerManagement/UserRepository.hpp"

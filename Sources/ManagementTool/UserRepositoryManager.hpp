@@ -112,7 +112,8 @@ public:
     /// When nobody has the login name, the user is told nothing.
     bool FindUserByLoginName(const Text& loginName, User& user);
     /// Without a password the new user cannot sign in yet.
-    bool InsertUser(User& user, const Text& password = {})
+    bool InsertUser(User& user) { return InsertUser(user, {}); }
+    bool InsertUser(User& user, const Text& password)
     {
         return Read<InsertUserTask>(OfUser, user, user, Secret(password));
     }
