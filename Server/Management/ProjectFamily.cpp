@@ -117,7 +117,9 @@ void Family<Project>::Check(Database& database, const Project& project)
         project.status.state > Records::V1::ProjectStatus::Active)
         Rules::Break("The state is 1 (locked), 2 (maintenance) or 3 (active).");
     if (!project.status.category.empty())
-        Rules::CheckReferences(database, "SELECT 1 FROM project_categories WHERE name = ?1",
+        // To the letter: what follows a category compares so.
+        Rules::CheckReferences(database,
+                               "SELECT 1 FROM project_categories WHERE name = ?1 COLLATE BINARY",
                                OV::Array<OV::UniString>{project.status.category}, "category");
     OV::HashSet<OV::UniString> users, roles;
     for (const auto& member : project.members) {

@@ -70,8 +70,10 @@ bool IsNumber(OV::UniStringView text)
 
 bool IsPort(OV::UniStringView text)
 {
-    return IsNumber(text) && text.front() != u'-' && text.size() <= 5 &&
-           std::stoi(OV::ToUtf8(text)) - 1 < 0xFFFF;
+    if (!IsNumber(text) || text.size() > 5)
+        return false;
+    const int number = std::stoi(OV::ToUtf8(text));
+    return number >= 1 && number <= 0xFFFF;
 }
 
 }  // namespace

@@ -232,15 +232,31 @@ TEST_F(FamiliesTest, NoRecordThatBreaksARuleIsTaken)
         {"modules", {{"address", "host:65536"}}},
         {"modules", {{"address", ":80"}}},
     };
+    const std::vector<std::pair<const char*, json>> malformed = {
+        {"users", {{"color", 0x1000000}}},
+        {"users", {{"properties", json::array()}}},
+        {"users", {{"properties", {{choice, 7}}}}},
+        {"users", {{"password", 12345678}}},
+        {"roles", {{"permissions", {1}}}},
+        {"custom-properties", {{"type", 5}}},
+        {"projects", {{"members", {"x"}}}},
+        {"projects", {{"backupSchedules", {{{"id", ""}, {"frequency", 4}}}}}},
+        {"projects", {{"maximumBackups", -1}}},
+        {"modules", {{"enabled", 1}}},
+    };
     std::map<std::string, int> counts;
     for (const auto& [family, record] : NewRecords())
         counts[family] = Count(admin, family);
-    for (const auto& [family, patch] : cases) {
-        const auto answer =
-            admin.Ask("POST", Root + family, Patched(NewRecords().at(family), patch).dump());
-        EXPECT_EQ(answer.Code(), 20) << family << ' ' << patch;
-        EXPECT_EQ(answer.status, 422) << family << ' ' << patch;
-    }
+    const auto expect = [&](const auto& patches, int status, int code) {
+        for (const auto& [family, patch] : patches) {
+            const auto body = Patched(NewRecords().at(family), patch).dump();
+            const auto answer = admin.Ask("POST", Root + family, body);
+            EXPECT_EQ(answer.Code(), code) << family << ' ' << patch;
+            EXPECT_EQ(answer.status, status) << family << ' ' << patch;
+        }
+    };
+    expect(cases, 422, 20);
+    expect(malformed, 400, 1);
     for (const auto& [family, count] : counts)
         EXPECT_EQ(Count(admin, family), count) << family;
 }
@@ -410,12 +426,14 @@ TEST_F(FamiliesTest, MergingPutsTogetherOrChangesNothing)
     EXPECT_EQ(Count(admin, "categories"), 5);
     ASSERT_EQ(admin.Ask("POST", merge, json{{"categories", {housing, competitions}}}.dump()).Code(),
               0);
+    const auto games = json{{"name", "Games"}}.dump();
+    ASSERT_EQ(admin.Ask("PUT", Root + "categories/" + sports, games).Code(), 0);
     std::map<std::string, int> projects;
     const auto list = admin.Ask("GET", Root + "projects").json;
     for (const auto& project : list.at("items"))
         ++projects[project.at("category")];
     EXPECT_EQ(projects, (std::map<std::string, int>{
-                            {"Infrastructure", 2}, {"Public Buildings", 1}, {"Sports", 3}}));
+                            {"Infrastructure", 2}, {"Public Buildings", 1}, {"Games", 3}}));
 
     json contents = {
         {"permissions",

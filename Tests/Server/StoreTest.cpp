@@ -115,6 +115,8 @@ TEST_F(StoreTest, AStoreThatCannotBeUsedOrAPortInUseEndsTheStartWithAReason)
         {"--port", "70000"},
         {"--data", folder.Path() / "other.db", "--port", "0", "--add-user", "", "--password-file",
          folder.Path() / "password"},
+        {"--data", folder.Path() / "other.db", "--port", "0", "--add-user", "two,names",
+         "--password-file", folder.Path() / "password"},
         {"--hash", "none"},
     };
     for (const auto& arguments : starts) {
