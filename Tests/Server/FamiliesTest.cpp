@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <fstream>
 #include <map>
+#include <thread>
 
 namespace {
 
@@ -389,8 +390,11 @@ TEST_F(FamiliesTest, AProjectIsMadeChangedAndDeletedUnderTheEyesOfItsMembers)
     EXPECT_EQ(signals, (std::vector<int>{1, 3, 2}));
 
     jonas.Begin("GET", SignalPath(id, batch.at("next"), 60'000));
+    std::this_thread::sleep_for(std::chrono::milliseconds(200));
     ASSERT_EQ(anna.Ask("DELETE", path).Code(), 0);
-    EXPECT_EQ(jonas.End().json.at("signals").at(0).at("id"), 1);
+    // A busy machine may bring the deletion first; it is then told in the other way.
+    const auto heard = jonas.End();
+    EXPECT_TRUE(heard.Code() == 12 || heard.json.at("signals").at(0).at("id") == 1) << heard.json;
     EXPECT_EQ(jonas.Ask("GET", SignalPath(id, batch.at("next"), 60'000)).Code(), 12);
 }
 
