@@ -46,7 +46,9 @@ std::uint16_t FindPort(const ServerArguments& server, const OV::UniString& passw
 void End(Context& context, ExitCode exitCode, const OV::Exception& reason)
 {
     context.exitCode = exitCode;
-    context.output.Error(ForDisplay(reason.GetMessage()));
+    // What was cancelled has been told, and has no words.
+    if (!reason.GetMessage().empty())
+        context.output.Error(ForDisplay(reason.GetMessage()));
 }
 
 void Run(Context& context, const ServerArguments& server,
@@ -174,7 +176,6 @@ ProjectRepositoryManager& AdminSession::Projects()
 
 void AdminSession::Fail(const ManagementCore::RequestFailure& failure)
 {
-    // Without words it was cancelled, which has been told.
     throw AdminFailure(ExitCodeOf(failure), failure.message);
 }
 
