@@ -33,6 +33,7 @@ protected:
     }
     void Answer(ScriptedServer::Peer& peer, const ScriptedServer::Request& request)
     {
+        const std::lock_guard guard(lock);
         if (request.target == "/syncra/v1/sign-in") {
             ++signIns;
             peer.Answer(signInStatus, signInStatus == 200 ? SignInAnswer : refusal);
@@ -52,10 +53,12 @@ protected:
     }
     void Refuse(int withStatus, int code)
     {
+        const std::lock_guard guard(lock);
         status = withStatus;
         refusal = R"({"code":)" + std::to_string(code) + R"(,"message":"Said by the server."})";
     }
 
+    std::mutex lock;  ///< of what connections that end and begin share
     std::string body, refusal;
     std::atomic<int> status = 200, signInStatus = 200;
     /// How many more requests fail; 0 for all.

@@ -30,5 +30,6 @@ void AddCacheCommand(CLI::App& app, Context& context);
 void AddMailCommand(CLI::App& app, Context& context);
 void AddMembersCommand(CLI::App& app, Context& context);
 void AddServersCommand(CLI::App& app, Context& context);
+void AddAdminCommand(CLI::App& app, Context& context);
 void AddAuthenticateCommand(CLI::App& app, Context& context);
 void AddUrlCommand(CLI::App& app, Context& context);

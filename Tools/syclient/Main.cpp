@@ -77,6 +77,7 @@ int main(int argc, char** argv)
     AddMembersCommand(app, context);
     AddMailCommand(app, context);
     AddServersCommand(app, context);
+    AddAdminCommand(app, context);
     AddAuthenticateCommand(app, context);
     AddUrlCommand(app, context);
     return Run(app, context, argc, argv);

@@ -20,15 +20,15 @@ OV::UniString FirstLine(std::string& text)
 
 }  // namespace
 
-void PasswordSource::AddOptions(CLI::App& command)
+void PasswordSource::AddOptions(CLI::App& command, const std::string& kind)
 {
-    auto* fileOption =
-        command
-            .add_option("--password-file", file, "Take the password from the first line of FILE")
-            ->option_text("FILE");
+    auto* fileOption = command
+                           .add_option("--" + kind + "password-file", file,
+                                       "Take the " + kind + "password from the first line of FILE")
+                           ->option_text("FILE");
     command
-        .add_flag("--password-stdin", fromStandardInput,
-                  "Take the password from the first line of standard input")
+        .add_flag("--" + kind + "password-stdin", fromStandardInput,
+                  "Take the " + kind + "password from a line of standard input")
         ->excludes(fileOption);
 }
 

@@ -14,7 +14,9 @@ struct PasswordSource {
     std::string file;
     bool fromStandardInput = false;
 
-    void AddOptions(CLI::App& command);
+    /// "--password-file" and "--password-stdin"; with `kind`, as "new-", those of another password
+    /// of the same command. Two that come from standard input are its lines in turn.
+    void AddOptions(CLI::App& command, const std::string& kind = "");
     /// Whether an option named the place, so that nobody is asked.
     [[nodiscard]] bool IsGiven() const noexcept { return !file.empty() || fromStandardInput; }
     /// `promptFor` is shown to a person ("anna.novak on nexar.example:19001"). The

@@ -8,7 +8,7 @@
 /// communicating dialog on standard error, Ctrl-C in the place of its Cancel button, and the alerts
 /// as lines, "Try again" asked for where there is a terminal. Installs itself for the process while
 /// it lives.
-class TerminalWait final
+class TerminalWait
     : public Syncra::Server::ManagementTool::Core::UserAsyncTaskExecutingImplementation,
       private OV::AlertPresenter {
 public:

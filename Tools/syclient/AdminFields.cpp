@@ -1,0 +1,90 @@
+#include "AdminFields.hpp"
+
+#include "OVRoot/Exception.hpp"
+
+#include <charconv>
+#include <cstdio>
+
+namespace {
+
+/// The whole text as an unsigned number of that base.
+bool ReadNumber(std::string_view text, int base, std::uint32_t& number)
+{
+    const char* const end = text.data() + text.size();
+    const auto result = std::from_chars(text.data(), end, number, base);
+    return result.ec == std::errc() && result.ptr == end && !text.empty();
+}
+
+}  // namespace
+
+std::string LabelOf(const std::string& name)
+{
+    std::string label;
+    for (const char each : name) {
+        const bool isCapital = each >= 'A' && each <= 'Z';
+        if (isCapital)
+            label += ' ';
+        label += isCapital ? static_cast<char>(each - 'A' + 'a') : each;
+    }
+    return label;
+}
+
+std::string PlainText(const Json& value)
+{
+    if (value.is_string())
+        return ForDisplay(OV::FromUtf8(value.get_ref<const std::string&>()));
+    if (value.is_boolean())
+        return value.get<bool>() ? "yes" : "no";
+    if (!value.is_structured())
+        return value.is_null() ? "" : value.dump();
+    std::string text;
+    for (const auto& [name, item] : value.items())
+        text += (text.empty() ? "" : ", ") +
+                (value.is_object() ? ForDisplay(OV::FromUtf8(name)) + "=" : std::string()) +
+                PlainText(item);
+    return text;
+}
+
+namespace AdminFields {
+
+void ThrowBadValue(const std::string& name, const std::string& value,
+                   const std::string& placeholder)
+{
+    throw OV::IllegalArgumentException(
+        OV::StringView("--" + name + " takes " + placeholder + ", not \"" + value + "\"."));
+}
+
+std::pair<std::string, std::string> SplitPair(const std::string& name, const std::string& value,
+                                              const std::string& placeholder)
+{
+    const auto at = value.find('=');
+    if (at == std::string::npos || at == 0)
+        ThrowBadValue(name, value, placeholder);
+    return {value.substr(0, at), value.substr(at + 1)};
+}
+
+std::string ColourText(std::uint32_t colour)
+{
+    char text[8];
+    std::snprintf(text, sizeof text, "#%06X", static_cast<unsigned>(colour & 0xFFFFFF));
+    return text;
+}
+
+std::uint32_t ParseColour(const std::string& text)
+{
+    std::uint32_t colour = 0;
+    if (text.size() != 7 || text[0] != '#' ||
+        !ReadNumber(std::string_view(text).substr(1), 16, colour))
+        ThrowBadValue("colour", text, "#RRGGBB");
+    return colour;
+}
+
+std::uint32_t ParseNumber(const std::string& name, const std::string& text)
+{
+    std::uint32_t number = 0;
+    if (!ReadNumber(text, 10, number))
+        ThrowBadValue(name, text, "a number");
+    return number;
+}
+
+}  // namespace AdminFields

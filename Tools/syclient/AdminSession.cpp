@@ -1,0 +1,191 @@
+#include "AdminSession.hpp"
+
+#include "SYClientBase/ServicePortCache.hpp"
+#include "SYClientBase/SyncraClientFactory.hpp"
+#include "SyncraProtocol/ErrorCode.hpp"
+
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+
+using ManagementCore::ProjectRepositoryManager;
+using ManagementCore::UserRepositoryManager;
+
+namespace {
+
+ExitCode ExitCodeOf(const ManagementCore::RequestFailure& failure)
+{
+    switch (failure.type) {
+    case ManagementCore::ErrorType::CannotConnect:
+        return ExitCode::Offline;
+    case ManagementCore::ErrorType::ObjectRemoved:
+    case ManagementCore::ErrorType::ObjectMissing:
+        return ExitCode::NotFound;
+    default:
+        return ExitCodeOfRefusal(failure.code);
+    }
+}
+
+ManagementCore::ServerConnectionManager& Tool()
+{
+    return ManagementCore::ServerConnectionManager::GetInstance();
+}
+
+/// The port of the management service, which the model service tells.
+std::uint16_t FindPort(const ServerArguments& server, const OV::UniString& password)
+{
+    const std::uint16_t port = SYCB::ServicePortCache::GetInstance().GetServicePort(
+        OV::FromUtf8(server.server), server.port, OV::FromUtf8(server.user), password,
+        SYCB::ServiceType::Management, true);
+    if (port == 0)
+        throw AdminFailure(ExitCode::Failure,
+                           u"The server lists no management service; it cannot be administered.");
+    return port;
+}
+
+void End(Context& context, ExitCode exitCode, const OV::Exception& reason)
+{
+    context.exitCode = exitCode;
+    // What was cancelled has been told, and has no words.
+    if (!reason.GetMessage().empty())
+        context.output.Error(ForDisplay(reason.GetMessage()));
+}
+
+void Run(Context& context, const ServerArguments& server,
+         const std::function<void(AdminSession&)>& action)
+{
+    try {
+        AdminSession session(context, server);
+        action(session);
+    } catch (const AdminFailure& failure) {
+        End(context, failure.GetExitCode(), failure);
+    } catch (const SYCB::IncopatibleServerVersionException& version) {
+        End(context, ExitCode::IncompatibleVersion, version);
+    } catch (const Communication::ResponseContentException& refusal) {
+        End(context, ExitCodeOfRefusal(refusal.GetErrorCode()), refusal);
+    } catch (const Communication::CommunicationException& failure) {
+        End(context, ExitCode::Offline, failure);
+    }
+}
+
+}  // namespace
+
+ExitCode ExitCodeOfRefusal(std::int32_t code)
+{
+    using Syncra::Protocol::ErrorCode;
+    switch (static_cast<ErrorCode>(code)) {
+    case ErrorCode::BadCredentials:
+    case ErrorCode::AccessDenied:
+    case ErrorCode::UserDisabled:
+        return ExitCode::AccessDenied;
+    default:
+        return ExitCode::Failure;
+    }
+}
+
+const NameTable::Names& NameTable::Known()
+{
+    if (!isFetched_)
+        names_ = fetch_();
+    isFetched_ = true;
+    return names_;
+}
+
+OV::UniString NameTable::NameOf(const OV::UniString& id)
+{
+    const auto found = Known().find(id);
+    return found == Known().end() ? id : found->second;
+}
+
+OV::UniString NameTable::IdOf(const std::string& name)
+{
+    const auto wanted = OV::FromUtf8(name);
+    const auto found = std::find_if(Known().begin(), Known().end(), [&wanted](const auto& known) {
+        return OV::EqualsIgnoreCase(known.second, wanted);
+    });
+    if (found == Known().end())
+        throw AdminFailure(ExitCode::NotFound, u"There is no " + kind_ + u" \"" + wanted +
+                                                   u"\" on the server, or you may not see it.");
+    return found->first;
+}
+
+void ServerArguments::AddOptions(CLI::App& command)
+{
+    command.add_option("-s,--server", server, "Server: host name or address; https://HOST for TLS")
+        ->required()
+        ->option_text("HOST");
+    command.add_option("-p,--port", port, "Model port of the server")->required()->option_text("N");
+    command.add_option("-u,--user", user, "Your login name")->required()->option_text("NAME");
+    password.AddOptions(command);
+}
+
+std::string ServerArguments::Describe() const
+{
+    return ForDisplay(OV::FromUtf8(user)) + " on " + ForDisplay(OV::FromUtf8(server)) + ":" +
+           std::to_string(port);
+}
+
+AdminSession::AdminSession(Context& context, const ServerArguments& server)
+    : users(u"user", Fetch(&UserRepositoryManager::GetUsers, &Management::User::loginName)),
+      groups(u"group", Fetch(&UserRepositoryManager::GetGroups, &Management::Group::name)),
+      roles(u"role", Fetch(&UserRepositoryManager::GetRoles, &Management::Role::name)),
+      permissions(u"permission",
+                  Fetch(&UserRepositoryManager::GetPermissions, &Management::Permission::name)),
+      permissionSets(u"permission set", Fetch(&UserRepositoryManager::GetPermissionSets,
+                                              &Management::PermissionSet::name)),
+      properties(u"property", Fetch(&UserRepositoryManager::GetCustomPropertyDefinitions,
+                                    &Management::CustomPropertyDefinition::name)),
+      context_(context), server_(server), wait_(context.output),
+      password_(server.password.Read(server.Describe())),
+      managementPort_(FindPort(server, password_))
+{}
+
+template <class Record>
+std::function<NameTable::Names()>
+AdminSession::Fetch(bool (UserRepositoryManager::*list)(OV::Array<Record>&),
+                    OV::UniString Record::*name)
+{
+    return [this, list, name] {
+        OV::Array<Record> records;
+        Do(Users(), list, records);
+        NameTable::Names names;
+        for (const Record& record : records)
+            names[record.id] = record.*name;
+        return names;
+    };
+}
+
+template <class Manager>
+Manager& AdminSession::Connected(Manager& manager)
+{
+    if (!manager.IsConnected())
+        Do(manager, &Manager::SetConnection, OV::FromUtf8(server_.server),
+           static_cast<short>(managementPort_), OV::FromUtf8(server_.user), password_, true);
+    return manager;
+}
+
+UserRepositoryManager& AdminSession::Users()
+{
+    return Connected(*Tool().GetUserManager());
+}
+
+ProjectRepositoryManager& AdminSession::Projects()
+{
+    return Connected(*Tool().GetProjectManager());
+}
+
+void AdminSession::Fail(const ManagementCore::RequestFailure& failure)
+{
+    throw AdminFailure(ExitCodeOf(failure), failure.message);
+}
+
+CLI::App* AddAdminAction(CLI::App& parent, Context& context, const std::string& name,
+                         const std::string& description, std::function<void(AdminSession&)> action)
+{
+    auto* command = parent.add_subcommand(name, description);
+    const auto server = std::make_shared<ServerArguments>();
+    server->AddOptions(*command);
+    command->callback(
+        [server, &context, action = std::move(action)] { Run(context, *server, action); });
+    return command;
+}

@@ -1,0 +1,116 @@
+#pragma once
+
+#include "Commands.hpp"
+#include "ManagementTool/ServerConnectionManager.hpp"
+#include "PasswordSource.hpp"
+#include "TerminalWait.hpp"
+
+#include <functional>
+#include <map>
+
+namespace ManagementCore = Syncra::Server::ManagementTool::Core;
+namespace Management = Syncra::Server::Management;
+
+/// Why an admin command ends: what to say, and its exit code.
+class AdminFailure : public OV::Exception {
+public:
+    AdminFailure(ExitCode exitCode, OV::UniString message)
+        : Exception(std::move(message)), exitCode_(exitCode)
+    {}
+    [[nodiscard]] ExitCode GetExitCode() const noexcept { return exitCode_; }
+    OV_EXCEPTION_IDENTITY(AdminFailure)
+
+private:
+    ExitCode exitCode_;
+};
+
+/// Names of a server's objects of one kind by their identifiers, and back; asked when first needed.
+class NameTable {
+public:
+    using Names = std::map<OV::UniString, OV::UniString>;
+
+    NameTable(OV::UniString kind, std::function<Names()> fetch)
+        : kind_(std::move(kind)), fetch_(std::move(fetch))
+    {}
+    /// The identifier itself when the user may not see the object.
+    [[nodiscard]] OV::UniString NameOf(const OV::UniString& id);
+    /// In any ASCII letter case. Throws AdminFailure.
+    [[nodiscard]] OV::UniString IdOf(const std::string& name);
+
+private:
+    const Names& Known();
+
+    OV::UniString kind_;
+    std::function<Names()> fetch_;
+    bool isFetched_ = false;
+    Names names_;
+};
+
+/// The server that an admin command works on, and as whom.
+struct ServerArguments {
+    std::string server;
+    std::uint16_t port = 0;
+    std::string user;
+    PasswordSource password;
+
+    void AddOptions(CLI::App& command);
+    /// "user on server:port" for prompts.
+    [[nodiscard]] std::string Describe() const;
+};
+
+/// The management service of a server for one command. A repository is connected when it is first
+/// asked for. Failures throw AdminFailure.
+class AdminSession {
+public:
+    AdminSession(Context& context, const ServerArguments& server);
+    AdminSession(const AdminSession&) = delete;
+    AdminSession& operator=(const AdminSession&) = delete;
+
+    [[nodiscard]] Context& GetContext() const noexcept { return context_; }
+    [[nodiscard]] const ServerArguments& Server() const noexcept { return server_; }
+    [[nodiscard]] ManagementCore::UserRepositoryManager& Users();
+    [[nodiscard]] ManagementCore::ProjectRepositoryManager& Projects();
+
+    /// An operation of `manager` that has to succeed.
+    template <class Manager, class Operation, class... Arguments>
+    void Do(Manager& manager, Operation operation, Arguments&&... arguments)
+    {
+        if (!std::invoke(operation, manager, std::forward<Arguments>(arguments)...))
+            Fail(manager.GetLastFailure());
+    }
+
+    NameTable users, groups, roles, permissions, permissionSets, properties;
+
+private:
+    /// Waits as every command does; tells a lost connection alone, the command tells the rest.
+    struct Wait final : TerminalWait {
+        using TerminalWait::TerminalWait;
+        short ShowAlert(ErrorType error, ObjectType object, const OV::UniString* name) override
+        {
+            return error == ErrorType::CannotConnect ? TerminalWait::ShowAlert(error, object, name)
+                                                     : short(0);
+        }
+    };
+
+    [[noreturn]] static void Fail(const ManagementCore::RequestFailure& failure);
+    template <class Manager>
+    Manager& Connected(Manager& manager);
+    template <class Record>
+    std::function<NameTable::Names()>
+    Fetch(bool (ManagementCore::UserRepositoryManager::*list)(OV::Array<Record>&),
+          OV::UniString Record::*name);
+
+    Context& context_;
+    const ServerArguments& server_;
+    Wait wait_;
+    OV::UniString password_;
+    OV::SecureWipeGuard<char16_t> passwordWipe_{password_};
+    std::uint16_t managementPort_;
+};
+
+/// Adds a command that runs `action` in a session with the server of its options.
+CLI::App* AddAdminAction(CLI::App& parent, Context& context, const std::string& name,
+                         const std::string& description, std::function<void(AdminSession&)> action);
+
+/// The exit code of a server's refusal.
+[[nodiscard]] ExitCode ExitCodeOfRefusal(std::int32_t code);
