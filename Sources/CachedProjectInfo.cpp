@@ -1,6 +1,6 @@
 #include "CachedProjectInfo.hpp"
 
-#include "CacheFolder.hpp"
+#include "CacheFolders.hpp"
 #include "CacheInfoFormat.hpp"
 #include "CachedProjectInfoObserver.hpp"
 #include "IO/Folder.hpp"
@@ -37,7 +37,7 @@ CachedProjectInfo::CachedProjectInfo(const Inner::ProjectConnectionInfo& info,
                                      const IO::Location& parentFolder)
 {
     // Held until the file is there, which tells every other process that the folder is taken.
-    const NewCacheFolder folder(parentFolder, MakeCacheFolderName(info));
+    const CacheFolders::NewFolder folder(parentFolder, CacheFolders::MakeName(info));
     cacheFolder_ = folder.GetLocation();
     (void)Assign(info);
     WriteToDisc();
