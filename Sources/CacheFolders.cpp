@@ -1,12 +1,9 @@
-#include "CacheFolders.hpp"
+#include "Detail/CacheFolders.hpp"
 
+#include "CacheInfoFormat.hpp"
+#include "CachedProjectInfo.hpp"
 #include "IO/Folder.hpp"
 #include "IO/IOException.hpp"
-#include "IO/SpecialFolder.hpp"
-#include "OVRoot/Exception.hpp"
-#include "OVRoot/Logger.hpp"
-
-#include <algorithm>
 
 namespace SYC::CacheFolders {
 
@@ -17,6 +14,7 @@ constexpr std::size_t LongestName = 128;
 constexpr std::size_t LongestNameInBytes = 240;
 constexpr OV::UniStringView ForbiddenCharacters = u"/\\:*?\"<>|\x7f";
 constexpr OV::UniStringView HoldFileName = u"@CacheInfo.Lock";
+constexpr OV::UniStringView RemovedSuffix = u".removed";
 /// Each round that is lost means that another process won it; so many at once is an error.
 constexpr int MostRounds = 1000;
 
@@ -45,15 +43,6 @@ bool IsFree(const IO::Location& parent, const OV::UniString& name)
     }
 }
 
-bool IsCacheOf(const CachedProjectInfo& cache, const Inner::ProjectConnectionInfo& connection)
-{
-    Inner::ProjectConnectionInfo cached;
-    cache.GetProjectConnectionInfo(cached);
-    return OV::EqualsIgnoreCase(cached.serverName, connection.serverName) &&
-           cached.port == connection.port && cached.projectName == connection.projectName &&
-           cached.userName == connection.userName;
-}
-
 }  // namespace
 
 OV::UniString MakeName(const Inner::ProjectConnectionInfo& info)
@@ -67,6 +56,31 @@ OV::UniString MakeName(const Inner::ProjectConnectionInfo& info)
     while (OV::ToUtf8(name).size() > LongestNameInBytes)
         Cut(name, name.size() - 1);
     return name;
+}
+
+OV::Array<Found> Find(const IO::Location& dataFolder)
+{
+    OV::Array<Found> found;
+    if (IO::Folder::Exists(dataFolder))
+        IO::Folder::EnumerateHolding(dataFolder, CacheInfoFormat::FileName,
+                                     [&](OV::UniString name, const IO::ChangeStamp& stamp) {
+                                         found.push_back({std::move(name), stamp});
+                                     });
+    return found;
+}
+
+void Remove(const IO::Location& folder)
+{
+    auto hold = IO::ExclusiveFile::TryOpen(folder.Appended(HoldFileName));
+    if (!hold)
+        throw IO::IOException(IO::ErrorCode::HeldByOther, u"Cannot remove the cache", folder,
+                              "another program is setting it up");
+    const IO::Location parent = folder.Parent();
+    // Under another name first: what is half deleted must not be opened, nor taken for a new cache.
+    const IO::Location removed = parent.Appended(
+        IO::Folder::GenerateUnusedName(parent, folder.LastComponent().append(RemovedSuffix)));
+    IO::File::Rename(folder, removed);
+    IO::Folder::DeleteTree(removed);
 }
 
 NewFolder::NewFolder(const IO::Location& parent, const OV::UniString& name)
@@ -113,45 +127,6 @@ bool NewFolder::TryTake(const IO::Location& folder)
     hold_->DeleteAndClose();
     hold_.reset();
     return false;
-}
-
-IO::Location GetDefaultDataFolder()
-{
-    return IO::GetCompanyFolder(IO::SpecialFolder::ApplicationData).Appended(u"Projects");
-}
-
-OV::Array<IO::Location> Find(const IO::Location& dataFolder)
-{
-    OV::Array<IO::Location> folders;
-    if (!IO::Folder::Exists(dataFolder))
-        return folders;
-    IO::Folder::Enumerate(dataFolder, [&](const IO::Folder::Entry& entry) {
-        if (entry.isFolder) {
-            auto folder = dataFolder.Appended(entry.name);
-            if (CachedProjectInfo::CachedProjectInfoExist(folder))
-                folders.push_back(std::move(folder));
-        }
-        return true;
-    });
-    std::sort(folders.begin(), folders.end(), [](const auto& left, const auto& right) {
-        return left.LastComponent() < right.LastComponent();
-    });
-    return folders;
-}
-
-std::shared_ptr<CachedProjectInfo> FindCache(const IO::Location& dataFolder,
-                                             const Inner::ProjectConnectionInfo& connection)
-{
-    for (const auto& folder : Find(dataFolder)) {
-        try {
-            auto cache = std::make_shared<CachedProjectInfo>(folder);
-            if (IsCacheOf(*cache, connection))
-                return cache;
-        } catch (const OV::Exception& error) {
-            OV::Logger::Warning("SYClient", u"Cache folder passed over: %", {error.GetMessage()});
-        }
-    }
-    return nullptr;
 }
 
 }  // namespace SYC::CacheFolders

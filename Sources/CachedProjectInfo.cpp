@@ -1,8 +1,8 @@
 #include "CachedProjectInfo.hpp"
 
-#include "CacheFolders.hpp"
 #include "CacheInfoFormat.hpp"
 #include "CachedProjectInfoObserver.hpp"
+#include "Detail/CacheFolders.hpp"
 #include "IO/Folder.hpp"
 #include "ManagementTool/ValueFile.hpp"
 #include "OVRoot/Exception.hpp"
@@ -233,6 +233,10 @@ const OV::UniString& CachedProjectInfo::GetPassword() const
 std::int32_t CachedProjectInfo::GetModificationTime() const
 {
     return modificationTime_;
+}
+const IO::ChangeStamp& CachedProjectInfo::GetChangeStamp() const
+{
+    return stamp_;
 }
 
 void CachedProjectInfo::SetCacheFolder(const IO::Location& folder)

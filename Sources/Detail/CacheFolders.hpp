@@ -1,14 +1,12 @@
 #pragma once
 
-#include "CachedProjectInfo.hpp"
 #include "IO/ExclusiveFile.hpp"
+#include "IO/File.hpp"
+#include "OVRoot/Containers.hpp"
 #include "ProjectConnectionInfo.hpp"
 
-#include <functional>
-#include <memory>
-
-/// The cache folders below a data folder: how they are named, made and found. A subfolder counts
-/// when it holds a "CacheInfo.xml".
+/// The folders of caches on the disk: how they are named, made, found and removed. What stands in
+/// them is for CachedProjectInfo, which of them are known for RegisteredProjects.
 namespace SYC::CacheFolders {
 
 /// Folder name of a connection's cache: server, project and login name with "_" between them, cut
@@ -16,6 +14,20 @@ namespace SYC::CacheFolders {
 /// characters and / \ : * ? " < > |) become "_". A cut never leaves half a character at the end,
 /// and goes further where the name would be longer than file systems take (240 bytes of UTF-8).
 [[nodiscard]] OV::UniString MakeName(const Inner::ProjectConnectionInfo& info);
+
+struct Found {
+    OV::UniString name;
+    /// Of its "CacheInfo.xml".
+    IO::ChangeStamp stamp;
+};
+
+/// Every folder directly below `dataFolder` that holds a "CacheInfo.xml", in no particular order;
+/// none when there is no such data folder. Costs one look at the disk an entry.
+[[nodiscard]] OV::Array<Found> Find(const IO::Location& dataFolder);
+
+/// Deletes a cache folder with all that it holds. It goes at once under its name, for which a new
+/// cache may be made meanwhile. Throws IO::IOException, with HeldByOther while it is being set up.
+void Remove(const IO::Location& folder);
 
 /// A cache folder being set up. While this object lives, no other process takes the same folder for
 /// another connection, although the folder holds no "CacheInfo.xml" yet.
@@ -37,18 +49,5 @@ private:
     IO::Location folder_;
     std::optional<IO::ExclusiveFile> hold_;
 };
-
-/// Where a host keeps its caches unless its user chose another folder: "Projects" in the company's
-/// application-data folder; not created here.
-[[nodiscard]] IO::Location GetDefaultDataFolder();
-
-/// Every cache folder directly below `dataFolder`, sorted by name; none when it does not exist.
-[[nodiscard]] OV::Array<IO::Location> Find(const IO::Location& dataFolder);
-
-/// The cache of this user's connection to this project, or null. The server name is compared
-/// without regard to letter case, all else exactly. A cache that cannot be read is passed over with
-/// a log line.
-[[nodiscard]] std::shared_ptr<CachedProjectInfo>
-FindCache(const IO::Location& dataFolder, const Inner::ProjectConnectionInfo& connection);
 
 }  // namespace SYC::CacheFolders
