@@ -36,3 +36,4 @@ void AddAuthenticateCommand(CLI::App& app, Context& context);
 void AddUrlCommand(CLI::App& app, Context& context);
 void AddProjectsCommand(CLI::App& app, Context& context);
 void AddOptionsCommand(CLI::App& app, Context& context);
+void AddPhotoCommand(CLI::App& app, Context& context);

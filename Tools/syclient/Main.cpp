@@ -89,5 +89,6 @@ int main(int argc, char** argv)
     AddUrlCommand(app, context);
     AddProjectsCommand(app, context);
     AddOptionsCommand(app, context);
+    AddPhotoCommand(app, context);
     return Run(app, context, argc, argv);
 }
