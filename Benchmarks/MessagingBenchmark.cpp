@@ -178,7 +178,7 @@ void RefreshBox(benchmark::State& state)
     for (auto _ : state) {
         const auto manager = scene.Open(u"yuki.tanaka");
         SYC::ProjectMembers members(manager->GetSignalClient(), *manager, scene.executor);
-        const TemporaryFolder folder;
+        const TemporaryFolder folder(TemporaryFolder::UserFolders::Leave);
         const auto before = mallinfo2().uordblks;
         Refreshed refreshed;
         const auto start = Clock::now();

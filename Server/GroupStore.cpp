@@ -32,4 +32,13 @@ void GroupStore::Add(const std::string& userId, const std::string& group)
         .Run();
 }
 
+bool GroupStore::Remove(const std::string& userId, const std::string& group)
+{
+    return database_
+               .Prepare("DELETE FROM user_group_members WHERE user_id = ?1 AND group_name = ?2")
+               .Bind(1, userId)
+               .Bind(2, group)
+               .Run() == 1;
+}
+
 }  // namespace Nexar

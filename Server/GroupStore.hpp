@@ -23,6 +23,8 @@ public:
     [[nodiscard]] bool IsIn(const std::string& userId, const std::string& group);
     /// Does nothing when he is in it already.
     void Add(const std::string& userId, const std::string& group);
+    /// False when he is not in it.
+    [[nodiscard]] bool Remove(const std::string& userId, const std::string& group);
 
 private:
     Database& database_;

@@ -1,7 +1,8 @@
 #include "Database.hpp"
 #include "HttpServer.hpp"
 #include "MailService.hpp"
-#include "ManagementService.hpp"
+#include "Management/ManagementService.hpp"
+#include "Management/Rules.hpp"
 #include "ModelService.hpp"
 #include "PasswordHash.hpp"
 #include "PresenceService.hpp"
@@ -111,14 +112,12 @@ void AddUser(Database& database, const PasswordHash& hash, const Options& option
         throw std::runtime_error(
             "The password is empty. Give it in --password-file or on standard input.");
     const std::string& login = *options.newUser;
-    if (login.empty())
-        throw std::runtime_error("The login name is empty. Give one with --add-user.");
-    if (login == SignInService::BuiltInLogin)
-        throw std::runtime_error("\"" + login + "\" is the server's own account.");
+    Rules::CheckLoginName(OV::FromUtf8(login));
     UserStore users(database);
     if (users.LoginExists(login))
         throw std::runtime_error("There is a user \"" + login + "\" already.");
-    const User user{OV::ToUtf8(OV::Guid::Generate().ToText()), login, login, hash.Make(password)};
+    const StoredUser user{OV::ToUtf8(OV::Guid::Generate().ToText()), login, login,
+                          hash.Make(password)};
     Transaction transaction(database);
     // Somebody must be able to manage the server.
     const bool isFirst = users.IsEmpty();
@@ -134,11 +133,12 @@ public:
     Services(Database& database, PasswordHash& hash, std::chrono::milliseconds presenceGrace)
         : users_(database), projects_(database), members_(database), sessions_(database),
           mailStore_(database), groups_(database), photos_(database),
-          presence_(server_, presenceGrace), signals_(server_),
-          signIn_(server_, users_, hash, tokens_),
+          presence_(server_, presenceGrace), signals_(server_), passwords_(server_, hash),
+          signIn_(users_, passwords_, tokens_),
           model_(projects_, members_, sessions_, signals_, presence_),
           mails_(projects_, mailStore_, signals_),
-          management_(users_, groups_, photos_, projects_, members_, sessions_, signals_),
+          management_(database, users_, groups_, photos_, projects_, members_, sessions_, signals_,
+                      passwords_, tokens_),
           messaging_(server_, projects_, presence_)
     {
         for (Router* router : {&modelRouter_, &managementRouter_})
@@ -172,9 +172,12 @@ public:
         const auto management = listen(managementRouter_, follow(options.managementPort, 1));
         const auto messaging = listen(messagingRouter_, follow(options.messagingPort, 2));
         namespace Names = Syncra::Protocol::ServiceNames;
-        model_.SetPorts({{OV::UniString(Names::Model), model},
-                         {OV::UniString(Names::Management), management},
-                         {OV::UniString(Names::Messaging), messaging}});
+        const std::vector<Syncra::Protocol::ServicePort> ports = {
+            {OV::UniString(Names::Model), model},
+            {OV::UniString(Names::Management), management},
+            {OV::UniString(Names::Messaging), messaging}};
+        model_.SetPorts(ports);
+        management_.SetPorts(ports);
         std::cout << "nexar-server ready: model " << options.address << ':' << model
                   << " management " << options.address << ':' << management << " messaging "
                   << options.address << ':' << messaging << std::endl;
@@ -194,6 +197,7 @@ private:
     PhotoStore photos_;
     PresenceBoard presence_;
     SignalHub signals_;
+    PasswordWorker passwords_;
     SignInService signIn_;
     ModelService model_;
     MailService mails_;

@@ -89,14 +89,4 @@ bool ProjectStore::RoleExists(const std::string& role)
     return database_.Prepare("SELECT 1 FROM roles WHERE name = ?1").Bind(1, role).Step();
 }
 
-void ProjectStore::AddRole(const std::string& role, const std::vector<std::string>& permissions)
-{
-    database_.Prepare("INSERT INTO roles (name) VALUES (?1)").Bind(1, role).Run();
-    for (const auto& permission : permissions)
-        database_.Prepare("INSERT INTO role_permissions (role, permission) VALUES (?1, ?2)")
-            .Bind(1, role)
-            .Bind(2, permission)
-            .Run();
-}
-
 }  // namespace Nexar

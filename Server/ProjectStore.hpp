@@ -28,7 +28,6 @@ public:
     void Add(const StoredProject& project);
     void SetState(const std::string& projectId, Syncra::Protocol::ProjectState state);
     [[nodiscard]] bool RoleExists(const std::string& role);
-    void AddRole(const std::string& role, const std::vector<std::string>& permissions);
 
 private:
     Database& database_;

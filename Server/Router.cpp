@@ -150,6 +150,15 @@ void Router::operator()(HttpRequest request, const Reply& reply) const
     }
 }
 
+void Router::Answer(const Reply& reply, const std::function<nlohmann::json()>& work)
+{
+    try {
+        reply(JsonResponse(work()));
+    } catch (...) {
+        reply(AnswerOfCurrentException());
+    }
+}
+
 const Router::Route& Router::Match(Call& call) const
 {
     std::string allowed;
@@ -169,7 +178,7 @@ void Router::Admit(const Route& route, Call& call) const
 {
     if (route.open)
         return;
-    const auto login = tokens_.Find(call.request.token);
+    auto login = tokens_.Find(call.request.token);
     if (!login)
         throw Refusal(ErrorCode::TokenExpired, "The token is unknown or too old. Sign in again.");
     if (login->isBuiltIn && !route.builtIn)
@@ -179,14 +188,17 @@ void Router::Admit(const Route& route, Call& call) const
     call.user = *login;
 }
 
-/// A token is worth nothing once its user was deleted or switched off.
-void Router::RequireAccount(const TokenTable::Login& login, const std::string& token) const
+/// A token is worth nothing once its user was deleted or switched off. Its login name may be
+/// another one by now.
+void Router::RequireAccount(TokenTable::Login& login, const std::string& token) const
 {
-    const auto enabled = users_.IsEnabled(login.userId);
-    if (enabled == true)
+    auto account = users_.FindAccount(login.userId);
+    if (account && account->enabled) {
+        login.userLogin = std::move(account->login);
         return;
+    }
     tokens_.Remove(token);
-    if (!enabled)
+    if (!account)
         throw Refusal(ErrorCode::TokenExpired, "The token is void: its user was deleted.");
     throw Refusal(ErrorCode::UserDisabled, "This account is switched off. Ask your administrator.");
 }

@@ -47,6 +47,8 @@ public:
     void AllowBuiltIn(bool allow) { allowBuiltIn_ = allow; }
 
     void operator()(HttpRequest request, const Reply& reply) const;
+    /// Answers with what `work` returns, or with what it throws: for a handler that answers later.
+    static void Answer(const Reply& reply, const std::function<nlohmann::json()>& work);
 
 private:
     struct Route {
@@ -60,7 +62,7 @@ private:
                 bool open);
     [[nodiscard]] const Route& Match(Call& call) const;
     void Admit(const Route& route, Call& call) const;
-    void RequireAccount(const TokenTable::Login& login, const std::string& token) const;
+    void RequireAccount(TokenTable::Login& login, const std::string& token) const;
 
     TokenTable& tokens_;
     UserStore& users_;

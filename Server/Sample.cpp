@@ -1,6 +1,7 @@
 #include "Sample.hpp"
 
 #include "GroupStore.hpp"
+#include "Management/SampleRecords.hpp"
 #include "PhotoStore.hpp"
 #include "SamplePhotos.hpp"
 
@@ -39,23 +40,6 @@ constexpr std::array users{
     SampleUser{"admin", "Site Administrator", 0x000000},
     SampleUser{"former.member", "Former Member", 0x757575, false},
 };
-
-struct SampleRole {
-    const char* name;
-    std::vector<std::string> permissions;
-};
-
-const std::vector<SampleRole>& Roles()
-{
-    static const std::vector<SampleRole> roles = {
-        {"Project Manager",
-         {"Read", "Write", "Reserve", "Release", "ManageMembers", "CloseProject", "ReadLog"}},
-        {"Architect", {"Read", "Write", "Reserve", "Release", "ChangeSettings"}},
-        {"Engineer", {"Read", "Write", "Reserve", "Release"}},
-        {"Viewer", {"Read"}},
-    };
-    return roles;
-}
 
 struct SampleProject {
     const char16_t* id;
@@ -150,8 +134,6 @@ void AddUsers(UserStore& store, const PasswordHash& hash)
 
 void AddProjects(ProjectStore& store, MemberStore& memberStore, UserStore& userStore)
 {
-    for (const auto& role : Roles())
-        store.AddRole(role.name, role.permissions);
     for (const auto& project : Projects()) {
         Syncra::Protocol::Project record;
         record.id = project.id;
@@ -203,6 +185,7 @@ void FillWithSample(Database& database, const PasswordHash& hash)
     SessionStore sessionStore(database);
     Transaction transaction(database);
     AddUsers(userStore, hash);
+    AddSampleRecords(database);
     AddProjects(projectStore, memberStore, userStore);
     AddSessions(sessionStore, userStore);
     PhotoStore photoStore(database);

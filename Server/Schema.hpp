@@ -134,6 +134,138 @@ CREATE TABLE user_group_members (
 );
 INSERT INTO user_group_members (user_id, group_name)
     SELECT id, 'Administrators' FROM users ORDER BY login <> 'admin', rowid LIMIT 1;
+)",
+    // Names become records with ids. The id of what is built in is its name; a role or permission
+    // of such a name that is there already becomes the built-in one and keeps what it has. Texts of
+    // the new tables that a user made up freely stand in the form of the wire.
+    R"(
+ALTER TABLE users ADD COLUMN email TEXT NOT NULL DEFAULT '';
+
+CREATE TABLE permissions (
+    id TEXT PRIMARY KEY,
+    name TEXT NOT NULL UNIQUE COLLATE NOCASE,
+    description TEXT NOT NULL DEFAULT '',
+    built_in INTEGER NOT NULL DEFAULT 0
+);
+INSERT INTO permissions (id, name, description, built_in) VALUES
+    ('Read', 'Read', 'Open the project and read it', 1),
+    ('Write', 'Write', 'Change what is reserved', 1),
+    ('Reserve', 'Reserve', 'Reserve parts of the project', 1),
+    ('Release', 'Release', 'Release what is reserved', 1),
+    ('ChangeSettings', 'ChangeSettings', 'Change the settings of the project', 1),
+    ('ManageMembers', 'ManageMembers', 'Add and remove members and change their roles', 1),
+    ('CloseProject', 'CloseProject', 'Close the project for everybody', 1),
+    ('ReadLog', 'ReadLog', 'Read the activity log', 1);
+INSERT OR IGNORE INTO permissions (id, name)
+    SELECT 'permission-' || hex(randomblob(16)), permission
+    FROM (SELECT DISTINCT permission FROM role_permissions);
+
+CREATE TABLE permission_sets (
+    id TEXT PRIMARY KEY,
+    name TEXT NOT NULL UNIQUE COLLATE NOCASE,
+    description TEXT NOT NULL DEFAULT ''
+);
+CREATE TABLE permission_set_grants (
+    set_id TEXT NOT NULL REFERENCES permission_sets(id) ON DELETE CASCADE,
+    permission_id TEXT NOT NULL REFERENCES permissions(id),
+    PRIMARY KEY (set_id, permission_id)
+) WITHOUT ROWID;
+
+ALTER TABLE roles ADD COLUMN id TEXT NOT NULL DEFAULT '';
+ALTER TABLE roles ADD COLUMN description TEXT NOT NULL DEFAULT '';
+ALTER TABLE roles ADD COLUMN permission_set TEXT REFERENCES permission_sets(id);
+ALTER TABLE roles ADD COLUMN built_in INTEGER NOT NULL DEFAULT 0;
+INSERT OR IGNORE INTO roles (name, id) VALUES
+    ('Project Manager', 'Project Manager'), ('Viewer', 'Viewer');
+INSERT INTO role_permissions (role, permission)
+    SELECT r.name, p.name FROM roles r, permissions p
+    WHERE p.built_in AND (r.id = 'Viewer' AND p.id = 'Read'
+        OR r.id = 'Project Manager' AND p.id <> 'ChangeSettings');
+UPDATE roles SET built_in = name IN ('Project Manager', 'Viewer');
+UPDATE roles SET id = iif(built_in, name, 'role-' || hex(randomblob(16)));
+CREATE UNIQUE INDEX roles_by_id ON roles(id);
+CREATE UNIQUE INDEX roles_by_name ON roles(name COLLATE NOCASE);
+CREATE INDEX members_by_role ON members(role);
+CREATE INDEX members_by_user ON members(user_id);
+
+CREATE TABLE role_grants (
+    role_id TEXT NOT NULL REFERENCES roles(id) ON DELETE CASCADE,
+    permission_id TEXT NOT NULL REFERENCES permissions(id),
+    PRIMARY KEY (role_id, permission_id)
+) WITHOUT ROWID;
+INSERT OR IGNORE INTO role_grants (role_id, permission_id)
+    SELECT r.id, p.id FROM role_permissions g
+    JOIN roles r ON r.name = g.role JOIN permissions p ON p.name = g.permission COLLATE NOCASE;
+DROP TABLE role_permissions;
+CREATE VIEW role_permissions (role, permission) AS
+    SELECT r.name, p.name FROM roles r
+    JOIN role_grants g ON g.role_id = r.id JOIN permissions p ON p.id = g.permission_id
+    UNION
+    SELECT r.name, p.name FROM roles r
+    JOIN permission_set_grants g ON g.set_id = r.permission_set
+    JOIN permissions p ON p.id = g.permission_id;
+
+ALTER TABLE user_groups ADD COLUMN id TEXT NOT NULL DEFAULT '';
+ALTER TABLE user_groups ADD COLUMN description TEXT NOT NULL DEFAULT '';
+ALTER TABLE user_groups ADD COLUMN built_in INTEGER NOT NULL DEFAULT 0;
+UPDATE user_groups SET id = name, built_in = 1;
+CREATE UNIQUE INDEX user_groups_by_id ON user_groups(id);
+CREATE UNIQUE INDEX user_groups_by_name ON user_groups(name COLLATE NOCASE);
+
+CREATE TABLE custom_properties (
+    id TEXT PRIMARY KEY,
+    name TEXT NOT NULL UNIQUE COLLATE NOCASE,
+    description TEXT NOT NULL,
+    type INTEGER NOT NULL,
+    choices TEXT NOT NULL
+);
+CREATE TABLE user_properties (
+    user_id TEXT NOT NULL REFERENCES users(id) ON DELETE CASCADE,
+    property_id TEXT NOT NULL REFERENCES custom_properties(id),
+    value TEXT NOT NULL,
+    PRIMARY KEY (user_id, property_id)
+) WITHOUT ROWID;
+CREATE INDEX user_properties_by_property ON user_properties(property_id);
+
+CREATE TABLE project_categories (
+    id TEXT PRIMARY KEY,
+    name TEXT NOT NULL UNIQUE COLLATE NOCASE
+);
+INSERT OR IGNORE INTO project_categories (id, name)
+    SELECT 'category-' || hex(randomblob(16)), category
+    FROM (SELECT DISTINCT category FROM projects WHERE category <> '');
+UPDATE projects SET category =
+    coalesce((SELECT name FROM project_categories c WHERE c.name = projects.category), '');
+CREATE TRIGGER projects_follow_the_name_of_their_category
+AFTER UPDATE OF name ON project_categories
+BEGIN
+    UPDATE projects SET category = NEW.name WHERE category = OLD.name;
+END;
+
+ALTER TABLE projects ADD COLUMN description TEXT NOT NULL DEFAULT '';
+ALTER TABLE projects ADD COLUMN maximum_backups INTEGER NOT NULL DEFAULT 0;
+CREATE TABLE backup_schedules (
+    id TEXT PRIMARY KEY,
+    project_id TEXT NOT NULL REFERENCES projects(id) ON DELETE CASCADE,
+    frequency INTEGER NOT NULL,
+    start_time INTEGER NOT NULL,
+    enabled INTEGER NOT NULL
+);
+CREATE INDEX backup_schedules_by_project ON backup_schedules(project_id);
+
+CREATE TABLE modules (
+    id TEXT PRIMARY KEY,
+    name TEXT NOT NULL UNIQUE COLLATE NOCASE,
+    version TEXT NOT NULL,
+    address TEXT NOT NULL,
+    enabled INTEGER NOT NULL
+);
+CREATE TABLE configuration (
+    one INTEGER PRIMARY KEY CHECK (one = 1),
+    server_name TEXT NOT NULL,
+    minimum_password_length INTEGER NOT NULL
+);
+INSERT INTO configuration VALUES (1, '', 8);
 )"};
 
 inline constexpr auto SchemaVersion = static_cast<std::int64_t>(SchemaSteps.size());

@@ -33,9 +33,8 @@ SignInRequest ReadCredentials(const Call& call)
 
 }  // namespace
 
-SignInService::SignInService(HttpServer& server, UserStore& users, PasswordHash& hash,
-                             TokenTable& tokens)
-    : server_(server), users_(users), hash_(hash), tokens_(tokens)
+SignInService::SignInService(UserStore& users, PasswordWorker& passwords, TokenTable& tokens)
+    : users_(users), passwords_(passwords), tokens_(tokens)
 {}
 
 void SignInService::AddRoutes(Router& router)
@@ -75,14 +74,8 @@ void SignInService::SignIn(const Call& call, const Reply& reply)
     const std::string login = OV::ToUtf8(request.userName);
     const std::string password = OV::ToUtf8(request.password);
     const auto user = users_.FindByLogin(login);
-    if (user && hash_.IsRemembered(user->passwordHash, password)) {
-        Finish(user, true, login, reply);
-        return;
-    }
-    worker_.Execute(OV::MakeTask([this, open = server_.HoldOpen(), user, login, password, reply] {
-        const bool right = hash_.Check(user ? user->passwordHash : std::string(), password);
-        server_.Post([this, user, right, login, reply] { Finish(user, right, login, reply); });
-    }));
+    passwords_.Check(user ? user->passwordHash : std::string(), password,
+                     [this, user, login, reply](bool right) { Finish(user, right, login, reply); });
 }
 
 void SignInService::SignInBuiltIn(const Call& call, const Reply& reply)
@@ -92,7 +85,7 @@ void SignInService::SignInBuiltIn(const Call& call, const Reply& reply)
     Grant({"", BuiltInLogin, true}, BuiltInLogin, reply);
 }
 
-void SignInService::Finish(const std::optional<User>& user, bool passwordIsRight,
+void SignInService::Finish(const std::optional<StoredUser>& user, bool passwordIsRight,
                            const std::string& login, const Reply& reply)
 {
     if (!user || !passwordIsRight) {

@@ -96,11 +96,11 @@ SignalBatch SignalHub::BatchAfter(const Project& project, const std::string& use
     if (after < project.forgotten)
         for (const auto id : {SignalId::ProjectStateChanged, SignalId::SessionsChanged,
                               SignalId::MembersChanged, SignalId::NewMail})
-            batch.signals.push_back({sequence_, id, project.recent.front().signal.projectId});
+            batch.events.push_back({sequence_, id, project.recent.front().signal.projectId});
     else
         for (const auto& raised : project.recent)
             if (raised.signal.sequence > after && raised.IsFor(userId))
-                batch.signals.push_back(raised.signal);
+                batch.events.push_back(raised.signal);
     return batch;
 }
 

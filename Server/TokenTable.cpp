@@ -53,6 +53,13 @@ void TokenTable::Remove(const std::string& token)
     entries_.erase(token);
 }
 
+void TokenTable::RemoveUser(const std::string& userId, const std::string& keptToken)
+{
+    std::erase_if(entries_, [&](const auto& entry) {
+        return entry.second.login.userId == userId && entry.first != keptToken;
+    });
+}
+
 /// The expired ones; when none is, the one that was unused longest.
 void TokenTable::DropOld()
 {

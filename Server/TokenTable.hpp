@@ -20,6 +20,8 @@ public:
     [[nodiscard]] std::string Add(Login login);
     [[nodiscard]] std::optional<Login> Find(const std::string& token);
     void Remove(const std::string& token);
+    /// Every token of the user, but for one.
+    void RemoveUser(const std::string& userId, const std::string& keptToken = {});
 
 private:
     using Clock = std::chrono::steady_clock;

@@ -1,17 +1,19 @@
 #include "UserStore.hpp"
 
+#include "Refusal.hpp"
+
 namespace Nexar {
 
 namespace {
 
-User ReadUser(const Statement& row)
+StoredUser ReadUser(const Statement& row)
 {
     return {row.Text(0), row.Text(1), row.Text(2), row.Text(3), row.Number(4) != 0, row.Number(5)};
 }
 
 }  // namespace
 
-std::optional<User> UserStore::FindByLogin(const std::string& login)
+std::optional<StoredUser> UserStore::FindByLogin(const std::string& login)
 {
     auto query = database_.Prepare(
         "SELECT id, login, full_name, password_hash, enabled, color FROM users WHERE login = ?1");
@@ -20,32 +22,44 @@ std::optional<User> UserStore::FindByLogin(const std::string& login)
     return ReadUser(query);
 }
 
-std::vector<User> UserStore::List()
+std::string UserStore::FindIdByLogin(const std::string& login)
 {
-    auto query = database_.Prepare("SELECT id, login, full_name, password_hash, enabled, color "
-                                   "FROM users ORDER BY login");
-    std::vector<User> users;
-    while (query.Step())
-        users.push_back(ReadUser(query));
-    return users;
+    auto query = database_.Prepare("SELECT id FROM users WHERE login = ?1 COLLATE NOCASE");
+    return query.Bind(1, login).Step() ? query.Text(0) : std::string();
 }
 
-std::optional<bool> UserStore::IsEnabled(const std::string& userId)
+std::string UserStore::RequireId(const std::string& idOrLogin)
 {
-    auto query = database_.Prepare("SELECT enabled FROM users WHERE id = ?1");
+    // No login name has the form of an id.
+    auto query = database_.Prepare("SELECT id FROM users WHERE id = ?1 OR login = ?1");
+    if (!query.Bind(1, idOrLogin).Step())
+        throw Refusal(Syncra::Protocol::ErrorCode::NotFound,
+                      "There is no such user; he may have been deleted.");
+    return query.Text(0);
+}
+
+std::optional<UserStore::Account> UserStore::FindAccount(const std::string& userId)
+{
+    auto query = database_.Prepare("SELECT login, enabled FROM users WHERE id = ?1");
     if (!query.Bind(1, userId).Step())
         return std::nullopt;
-    return query.Number(0) != 0;
+    return Account{query.Text(0), query.Number(1) != 0};
 }
 
 bool UserStore::LoginExists(const std::string& login)
 {
-    return database_.Prepare("SELECT 1 FROM users WHERE login = ?1 COLLATE NOCASE")
-        .Bind(1, login)
-        .Step();
+    return !FindIdByLogin(login).empty();
 }
 
-void UserStore::Add(const User& user)
+void UserStore::SetPasswordHash(const std::string& userId, const std::string& hash)
+{
+    database_.Prepare("UPDATE users SET password_hash = ?2 WHERE id = ?1")
+        .Bind(1, userId)
+        .Bind(2, hash)
+        .Run();
+}
+
+void UserStore::Add(const StoredUser& user)
 {
     database_
         .Prepare("INSERT INTO users (id, login, full_name, password_hash, enabled, color) "

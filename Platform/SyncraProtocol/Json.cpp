@@ -318,7 +318,7 @@ Signal FromJson<Signal>(const json& value)
 json ToJson(const SignalBatch& batch)
 {
     json signals = json::array();
-    for (const auto& signal : batch.signals)
+    for (const auto& signal : batch.events)
         signals.push_back(ToJson(signal));
     return {{"signals", std::move(signals)}, {"next", batch.next}};
 }
@@ -328,7 +328,7 @@ SignalBatch FromJson<SignalBatch>(const json& value)
 {
     SignalBatch batch;
     for (const auto& signal : ReadArray(value, "signals"))
-        batch.signals.push_back(FromJson<Signal>(signal));
+        batch.events.push_back(FromJson<Signal>(signal));
     batch.next = ReadSequence(value, "next");
     return batch;
 }

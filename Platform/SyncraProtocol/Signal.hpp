@@ -25,7 +25,7 @@ struct Signal {
 /// its place (restart) answers with a `next` below the one asked for, and the client starts from
 /// there.
 struct SignalBatch {
-    OV::Array<Signal> signals;
+    OV::Array<Signal> events;  ///< not "signals", which is a keyword to hosts with Qt
     std::uint64_t next = 0;
 };
 

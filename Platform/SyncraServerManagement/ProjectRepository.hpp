@@ -4,8 +4,11 @@
 #include "SyncraServerManagement/ConnectedModule.hpp"
 #include "SyncraServerManagement/ProjectCategory.hpp"
 #include "SyncraServerManagement/RecordFamily.hpp"
+#include "SyncraServerManagement/RepositoryProperties.hpp"
 #include "SyncraServerManagement/ServerConfiguration.hpp"
 #include "SyncraServerManagement/V2/Project.hpp"
+
+#include <memory>
 
 namespace Syncra::Server::Management {
 
@@ -35,5 +38,9 @@ public:
     /// thread.
     virtual void Close() = 0;
 };
+
+/// As CreateUserRepository, for the project repository beside it.
+[[nodiscard]] std::unique_ptr<ProjectRepository>
+CreateProjectRepository(OV::UniStringView factoryName, const Properties& properties);
 
 }  // namespace Syncra::Server::Management

@@ -2,6 +2,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <concepts>
 #include <limits>
 
@@ -175,6 +176,9 @@ public:
         json array = json::array();
         for (const auto& item : items)
             array.push_back(ItemOf(item));
+        // Equal sets make equal texts.
+        if constexpr (std::same_as<List<Item, Rest...>, OV::HashSet<Item>>)
+            std::sort(array.begin(), array.end());
         Put(key, std::move(array));
     }
 

@@ -1,37 +1,11 @@
 #include "SyncraServerManagement/UserRepository.hpp"
 
-#include "IO/Location.hpp"
 #include "SyncraServerManagement/Detail/HttpRecordFamily.hpp"
+#include "SyncraServerManagement/Detail/SignInProperties.hpp"
 
 namespace Syncra::Server::Management {
 
 namespace {
-
-const OV::UniString& Require(const Properties& properties, const OV::UniString& name)
-{
-    const auto found = properties.find(name);
-    if (found == properties.end())
-        throw OV::IllegalArgumentException(u"The property \"" + name + u"\" is missing.");
-    return found->second;
-}
-
-Client::SignInData SignInOf(const Properties& properties)
-{
-    const auto& url = Require(properties, PropertyNames::UserRepositoryUrl);
-    const IO::Location location = IO::Location::FromUrlText(url);
-    const bool isPlace =
-        (location.GetScheme() == u"http" || location.GetScheme() == u"https") &&
-        location.GetPort() != 0 &&
-        location.GetComponents() == std::vector<OV::UniString>{u"root", u"syncrav2"};
-    if (!isPlace)
-        throw OV::IllegalArgumentException(
-            u"\"" + url +
-            u"\" is no user repository. One looks like http://server:port/root/syncrav2.");
-    return {location.GetScheme() == u"https" ? u"https://" + location.GetHost()
-                                             : location.GetHost(),
-            location.GetPort(), Require(properties, PropertyNames::UserRepositoryPrincipal),
-            Require(properties, PropertyNames::UserRepositoryCredentials)};
-}
 
 class HttpUserRepository final : public UserRepository {
 public:
@@ -127,10 +101,7 @@ private:
 std::unique_ptr<UserRepository> CreateUserRepository(OV::UniStringView factoryName,
                                                      const Properties& properties)
 {
-    if (factoryName != u"WBEM")
-        throw OV::IllegalArgumentException(u"There is no user repository factory \"" +
-                                           OV::UniString(factoryName) + u"\".");
-    return std::make_unique<HttpUserRepository>(SignInOf(properties));
+    return std::make_unique<HttpUserRepository>(Detail::SignInOf(factoryName, properties));
 }
 
 }  // namespace Syncra::Server::Management

@@ -7,6 +7,7 @@
 #include "SyncraServerManagement/PermissionSet.hpp"
 #include "SyncraServerManagement/RecordFamily.hpp"
 #include "SyncraServerManagement/RepositoryContents.hpp"
+#include "SyncraServerManagement/RepositoryProperties.hpp"
 #include "SyncraServerManagement/Role.hpp"
 #include "SyncraServerManagement/User.hpp"
 
@@ -63,15 +64,6 @@ public:
     /// thread.
     virtual void Close() = 0;
 };
-
-/// How a repository is told where it is and who asks.
-using Properties = OV::HashTable<OV::UniString, OV::UniString>;
-namespace PropertyNames {
-/// "http://host:port/root/syncrav2", or with "https".
-inline const OV::UniString UserRepositoryUrl = u"UserRepositoryUrl";
-inline const OV::UniString UserRepositoryPrincipal = u"UserRepositoryPrincipal";  ///< login name
-inline const OV::UniString UserRepositoryCredentials = u"UserRepositoryCredentials";  ///< password
-}  // namespace PropertyNames
 
 /// A signed-in repository of the kind that the factory of that name makes; "WBEM" is the one there
 /// is. Throws OV::IllegalArgumentException for another name and for properties that are missing or

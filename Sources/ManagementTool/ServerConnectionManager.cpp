@@ -31,9 +31,14 @@ void RunPrintingFailures(OV::UniStringView operation, Work&& work)
 
 ServerConnectionManager& ServerConnectionManager::GetInstance()
 {
-    static ServerConnectionManager instance({}, {});
+    static ServerConnectionManager instance;
     return instance;
 }
+
+ServerConnectionManager::ServerConnectionManager()
+    : userManager_(OV::MakeRef<UserRepositoryManager>(executor_)),
+      projectManager_(OV::MakeRef<ProjectRepositoryManager>(executor_))
+{}
 
 ServerConnectionManager::~ServerConnectionManager()
 {
@@ -89,7 +94,7 @@ void ServerConnectionManager::Connect(ConnectionType type)
     SendServerChangedNotification();
     Connection current = Current();
     const OV::SecureWipeGuard<char16_t> wipe(current.password);
-    const auto connect = [&current](const OV::Ref<RepositoryManager>& manager) {
+    const auto connect = [&current](const auto& manager) {
         // Whether it is connected shows in its next request.
         (void)manager->SetConnection(current.serverName, current.managementPort, current.userName,
                                      current.password, false);

@@ -3,8 +3,9 @@
 #include "ManagementTool/ConnectionType.hpp"
 #include "ManagementTool/ErrorType.hpp"
 #include "ManagementTool/ObjectType.hpp"
-#include "ManagementTool/RepositoryManager.hpp"
+#include "ManagementTool/ProjectRepositoryManager.hpp"
 #include "ManagementTool/ServerConnectionObserver.hpp"
+#include "ManagementTool/UserRepositoryManager.hpp"
 #include "OVRoot/EventSource.hpp"
 #include "OVRoot/Lock.hpp"
 #include "OVRoot/PooledExecutor.hpp"
@@ -24,11 +25,13 @@ public:
     using ErrorType = Core::ErrorType;
     using ObjectType = Core::ObjectType;
 
-    /// The one of the process. It has no repository managers yet: connecting says so in the debug
-    /// output.
     [[nodiscard]] static ServerConnectionManager& GetInstance();
 
-    ServerConnectionManager(OV::Ref<RepositoryManager> users, OV::Ref<RepositoryManager> projects)
+    /// With repository managers of its own, whose requests run on its executor.
+    ServerConnectionManager();
+    /// With these managers.
+    ServerConnectionManager(OV::Ref<UserRepositoryManager> users,
+                            OV::Ref<ProjectRepositoryManager> projects)
         : userManager_(std::move(users)), projectManager_(std::move(projects))
     {}
     /// Stops the executor. Presence services that are attached must be gone or detached.
@@ -59,6 +62,16 @@ public:
     void SetUserName(const OV::UniString& name);
     void SetPassword(const OV::UniString& password);
 
+    /// Not to be used after this object is gone.
+    [[nodiscard]] const OV::Ref<UserRepositoryManager>& GetUserManager() const noexcept
+    {
+        return userManager_;
+    }
+    [[nodiscard]] const OV::Ref<ProjectRepositoryManager>& GetProjectManager() const noexcept
+    {
+        return projectManager_;
+    }
+
     /// For background work against the server. It takes none after StopExecutor.
     [[nodiscard]] OV::PooledExecutor& GetExecutor() noexcept { return executor_; }
     /// At shutdown: lets the work finish for half a second, then asks it to stop, and waits until
@@ -85,12 +98,13 @@ private:
     void FindManagementPort();
     void Connect(ConnectionType type);
 
-    const OV::Ref<RepositoryManager> userManager_;
-    const OV::Ref<RepositoryManager> projectManager_;
+    // Before the managers, which run their requests on it.
+    OV::PooledExecutor executor_{1, 1, 300'000};
+    const OV::Ref<UserRepositoryManager> userManager_;
+    const OV::Ref<ProjectRepositoryManager> projectManager_;
     mutable OV::Lock lock_;
     Connection connection_ OV_GUARDED_BY(lock_);
     OV::EventSource<ServerConnectionObserver> observers_;
-    OV::PooledExecutor executor_{1, 1, 300'000};
 };
 
 }  // namespace Syncra::Server::ManagementTool::Core

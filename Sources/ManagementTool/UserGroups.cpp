@@ -1,23 +1,43 @@
 #include "ManagementTool/UserGroups.hpp"
 
-#include "OVRoot/Logger.hpp"
+#include "OVRoot/Exception.hpp"
+#include "OVRoot/SecureWipe.hpp"
+#include "SYClientBase/ServicePortCache.hpp"
+#include "SyncraServerManagement/UserRepository.hpp"
+
+#include <algorithm>
 
 namespace Syncra::Server::ManagementTool::Core {
 
 namespace {
 
-/// The one place that asks the server's user repository for membership. There is no such repository
-/// yet, so nobody is known to belong to a group, and who needs one is refused.
+const OV::UniString& NameOf(UserGroupType::Value group)
+{
+    switch (group) {
+    case UserGroupType::ProjectManagers:
+        return Management::BuiltInGroups::ProjectManagers;
+    case UserGroupType::Administrators:
+        return Management::BuiltInGroups::Administrators;
+    case UserGroupType::ProjectWorkflowManagers:
+        return Management::BuiltInGroups::ProjectWorkflowManagers;
+    default:
+        throw OV::IllegalArgumentException(OV::StringView("There is no such group of users."));
+    }
+}
+
 bool IsMemberInUserRepository(const OV::UniString& hostName, short port,
-                              const OV::UniString& userName, const OV::UniString&,
+                              const OV::UniString& userName, const OV::UniString& password,
                               UserGroupType::Value group)
 {
-    OV::Logger::Warning(
-        "SYClient",
-        u"IsUserInGroup: group % of user % on %:% is not known: this version "
-        u"cannot ask the user repository.",
-        {static_cast<std::int32_t>(group), userName, hostName, static_cast<std::uint16_t>(port)});
-    return false;
+    const std::uint16_t managementPort = SYCB::ServicePortCache::GetInstance().GetServicePort(
+        hostName, static_cast<std::uint16_t>(port), userName, password,
+        SYCB::ServiceType::Management, true);
+    auto properties = Management::MakeProperties(hostName, managementPort, userName, password);
+    const OV::SecureWipeGuard<char16_t> wipe(
+        properties[Management::PropertyNames::UserRepositoryCredentials]);
+    const auto groups =
+        Management::CreateUserRepository(u"WBEM", properties)->GetUserGroups(userName);
+    return std::find(groups.begin(), groups.end(), NameOf(group)) != groups.end();
 }
 
 }  // namespace

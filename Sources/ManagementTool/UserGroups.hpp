@@ -6,7 +6,8 @@
 namespace Syncra::Server::ManagementTool::Core {
 
 /// Whether the user belongs to the group on the server; everybody belongs to AnyUser, without a
-/// request. `port` is the model service's. Blocks for a request on the calling thread.
+/// request. `port` is the model service's. Blocks for requests on the calling thread. Throws what
+/// Management::CreateUserRepository and UserRepository::GetUserGroups do.
 [[nodiscard]] bool IsUserInGroup(const OV::UniString& hostName, short port,
                                  const OV::UniString& userName, const OV::UniString& password,
                                  UserGroupType::Value group);

@@ -7,9 +7,6 @@ namespace SYC {
 
 namespace {
 
-constexpr int DialogNumber = 31040;
-enum Item { MainButton = 1, CancelButton, DiscardButton, Icon, QuestionText, PopUp };
-
 constexpr int TextList = 31033;
 enum Text {
     Title = 1,
@@ -24,8 +21,6 @@ enum Text {
     AskSendAndReleaseAll,
 };
 
-enum PopUpEntry { OtherRelease = 1, Separator, SaveLocally };
-
 constexpr int DiscardAlert = 32040;
 constexpr int DiscardAlertCancel = 2;
 
@@ -39,11 +34,12 @@ const OV::UniString& GetText(Text text)
 CloseProjectDialog::CloseProjectDialog(bool online, bool second, bool discardNeedsWarning,
                                        bool saveOnly, bool offlineWork, bool releaseAllDefault,
                                        const OV::UniString& projectName)
-    : ModalDialog(DialogNumber), online_(online), second_(second),
+    : ModalDialog(Number), online_(online), second_(second),
       discardNeedsWarning_(discardNeedsWarning), saveOnly_(saveOnly), offlineWork_(offlineWork),
       releaseAllDefault_(releaseAllDefault), projectName_(projectName),
       mainButton_(*this, MainButton), cancelButton_(*this, CancelButton),
-      discardButton_(*this, DiscardButton), question_(*this, QuestionText), popUp_(*this, PopUp)
+      discardButton_(*this, DiscardButton), question_(*this, QuestionText),
+      popUp_(*this, OtherChoices)
 {
     Attach(*this);
     mainButton_.Attach(*this);
@@ -116,7 +112,7 @@ void CloseProjectDialog::_PopUpSelected(Dlg::PopUpItem&)
     // The first entry offers the release choice that the main button does not.
     if (popUp_.GetSelected() == OtherRelease)
         CloseWith(releaseAllDefault_ ? Result::SendAndSave : Result::SendSaveAndReleaseAll);
-    else if (popUp_.GetSelected() == SaveLocally)
+    else if (popUp_.GetSelected() == SaveLocallyEntry)
         CloseWith(Result::SaveLocally);
 }
 

@@ -14,6 +14,11 @@ class CloseProjectDialog final : public Dlg::ModalDialog,
                                  private Dlg::ButtonItemObserver,
                                  private Dlg::PopUpItemObserver {
 public:
+    static constexpr int Number = 31040;
+    enum Item { MainButton = 1, CancelButton, DiscardButton, Icon, QuestionText, OtherChoices };
+    /// Of the other choices; each is there while they are enabled.
+    enum PopUpEntry { OtherRelease = 1, Separator, SaveLocallyEntry };
+
     struct Result {
         enum Value : std::int32_t {
             Cancelled = 0,  ///< keep the project open

@@ -6,17 +6,14 @@ namespace SYC {
 
 namespace {
 
-constexpr int DialogNumber = 31041;
-enum Item { DiscardButton = 1, CancelButton, Icon, WarningText };
-
 constexpr int TextList = 31034;
 constexpr int Warning = 1;
 
 }  // namespace
 
 DiscardWarningDialog::DiscardWarningDialog()
-    : ModalDialog(DialogNumber), discardButton_(*this, DiscardButton),
-      cancelButton_(*this, CancelButton), text_(*this, WarningText)
+    : ModalDialog(Number), discardButton_(*this, DiscardButton), cancelButton_(*this, CancelButton),
+      text_(*this, WarningText)
 {
     discardButton_.Attach(*this);
     cancelButton_.Attach(*this);

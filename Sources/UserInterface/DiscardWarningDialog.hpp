@@ -10,6 +10,9 @@ namespace SYC {
 /// again. Invoke is true when the user discards all the same.
 class DiscardWarningDialog final : public Dlg::ModalDialog, private Dlg::ButtonItemObserver {
 public:
+    static constexpr int Number = 31041;
+    enum Item { DiscardButton = 1, CancelButton, Icon, WarningText };
+
     DiscardWarningDialog();
 
 private:

@@ -133,7 +133,7 @@ private:
         if (after <= sequence_)
             for (const Signal& signal : signals_)
                 if (signal.sequence > after)
-                    batch.signals.push_back(signal);
+                    batch.events.push_back(signal);
         return batch;
     }
 

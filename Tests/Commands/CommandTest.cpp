@@ -97,6 +97,27 @@ TEST_F(CommandTest, CacheIsListedShownAndClosed)
     EXPECT_NE(damaged.errors.find("CacheInfo.xml"), std::string::npos) << "says which file";
 }
 
+TEST_F(CommandTest, ClosingAsksWhatBecomesOfChanges)
+{
+    const auto close = [&](std::vector<std::string> more, const std::string& input = "") {
+        auto command = On("anna.novak", "Harbour Bridge", {"close-project", "--json"});
+        command.insert(command.end(), more.begin(), more.end());
+        return Run(command, input);
+    };
+    EXPECT_EQ(close({}).code, 3) << "not cached yet";
+    ASSERT_EQ(Run(On("anna.novak", "Harbour Bridge", {"open"})).code, 0);
+    const auto asked = close({}, "cancel\n");
+    EXPECT_EQ(asked.code, 1);
+    EXPECT_NE(asked.errors.find("Do you want to send changes to the server"), std::string::npos);
+    EXPECT_EQ(nlohmann::json::parse(close({}, "").output).at("result"), 0) << "end of input";
+    EXPECT_EQ(nlohmann::json::parse(close({}, "other\n").output).at("result"), 3);
+    EXPECT_EQ(Run(On("anna.novak", "Harbour Bridge", {"close"})).code, 3) << "the session ended";
+    server.Kill();
+    const auto offline = close({"--choice", "main"});
+    EXPECT_EQ(nlohmann::json::parse(offline.output).at("result"), 2);
+    EXPECT_EQ(offline.code, 0);
+}
+
 TEST_F(CommandTest, WrongUsageAndAMissingTerminalAreToldApart)
 {
     EXPECT_EQ(Run({}).code, 2);

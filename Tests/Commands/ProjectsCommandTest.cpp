@@ -46,7 +46,7 @@ TEST_F(ProjectsCommandTest, ListsFiltersAndForgets)
         {{"--user", "marco.rossi"}, 1},
         {{"--server", "127.0.0.1"}, 3},
         {{"--server", "x"}, 0},
-        {{"--name", "Harbour"}, 2},
+        {{"--name", "harbour"}, 2},
         {{"--unsent"}, 1},
     };
     for (const auto& [filter, count] : filters)

@@ -147,6 +147,40 @@ TEST(AsyncTaskTest, ATaskAnswersOnceHoweverItEnds)
     SYCB::MessageLoop::RunPending();
 }
 
+/// Started, and cancelled, waited for or left alone at once: each task runs once, each response
+/// that was not cancelled reacts once, and nothing is left.
+TEST(AsyncTaskTest, TenThousandTasksComeAndGo)
+{
+    constexpr int count = 10'000;
+    OV::PooledExecutor pool(1, 2, 1000);
+    for (OV::Executor* executor :
+         {static_cast<OV::Executor*>(nullptr), static_cast<OV::Executor*>(&pool)}) {
+        std::atomic<int> ran = 0;
+        std::vector<OV::Ref<CountingResponse>> responses;
+        for (int number = 0; number < count; ++number) {
+            responses.push_back(OV::MakeRef<CountingResponse>());
+            AsyncTaskExecuting executing(MakeTask([&ran] { return ++ran % 2 == 0; }),
+                                         responses.back(), executor);
+            if (number % 3 == 0) {
+                executing.CancelTask();
+            } else if (number % 3 == 1) {
+                EXPECT_TRUE(responses.back()->Wait(Patience));
+            }
+        }
+        EXPECT_TRUE(SYCB::MessageLoop::RunUntil(
+            [&] {
+                std::this_thread::sleep_for(std::chrono::milliseconds(1));
+                return ran == count && Core::BackgroundExecutors::GetInstance().Collect() == 0;
+            },
+            Patience));
+        for (const auto& response : responses)
+            EXPECT_TRUE(response->Wait(Patience));
+        SYCB::MessageLoop::RunPending();
+        for (int number = 0; number < count; ++number)
+            ASSERT_EQ(responses[number]->runs, number % 3 == 0 ? 0 : 1) << number;
+    }
+}
+
 TEST(AsyncTaskTest, TheStrategyOfTheProcessIsReplacedAndRestored)
 {
     using Core::UserAsyncTaskExecutingImplementation;

@@ -14,11 +14,10 @@ namespace {
 
 /// Connected, signed in and in the group, compatible: one letter each, or "-".
 std::string Outcome(std::uint16_t port, const OV::UniString& password, Group::Value group,
-                    bool withoutVersionCheck = false)
+                    bool withoutVersionCheck = false, const char16_t* user = u"anna.novak")
 {
-    const auto task =
-        OV::MakeRef<SetServerConnectionTask>(u"127.0.0.1", static_cast<short>(port), u"anna.novak",
-                                             password, group, withoutVersionCheck);
+    const auto task = OV::MakeRef<SetServerConnectionTask>(
+        u"127.0.0.1", static_cast<short>(port), user, password, group, withoutVersionCheck);
     const bool succeeded =
         Core::UserAsyncTaskExecutingImplementation::Current().ExecuteTask(task, nullptr, 2000);
     EXPECT_EQ(succeeded, task->HasUserAuthenticationSucceeded());
@@ -29,7 +28,7 @@ std::string Outcome(std::uint16_t port, const OV::UniString& password, Group::Va
 
 }  // namespace
 
-TEST(SetServerConnectionTaskTest, TellsARefusedUserFromAServerThatIsNotThere)
+TEST(SetServerConnectionTaskTest, TellsARefusedUserFromAServerThatIsNotThereAndLooksForHisGroup)
 {
     const TemporaryFolder folder;
     ServerProcess server(folder.Path());
@@ -38,6 +37,20 @@ TEST(SetServerConnectionTaskTest, TellsARefusedUserFromAServerThatIsNotThere)
     EXPECT_EQ(Outcome(port, password, Group::AnyUser), "CUV");
     EXPECT_EQ(Outcome(port, password, Group::AnyUser, true), "CUV");
     EXPECT_EQ(Outcome(port, u"wrong", Group::AnyUser), "C-V");
+    const struct {
+        const char16_t* user;
+        Group::Value group;
+        const char* outcome;
+    } rows[] = {
+        {u"anna.novak", Group::ProjectManagers, "CUV"},
+        {u"anna.novak", Group::Administrators, "C-V"},
+        {u"anna.novak", Group::ProjectWorkflowManagers, "C-V"},
+        {u"admin", Group::Administrators, "CUV"},
+        {u"mei.chen", Group::ProjectManagers, "C-V"},
+    };
+    for (const auto& row : rows)
+        EXPECT_EQ(Outcome(port, password, row.group, false, row.user), row.outcome)
+            << OV::ToUtf8(row.user) << row.group;
     server.Kill();
     EXPECT_EQ(Outcome(port, password, Group::AnyUser), "--V");
 }

@@ -18,10 +18,20 @@ namespace {
 
 using Lines = std::vector<std::string>;
 
+/// For managers that make no request.
+OV::Executor& Idle()
+{
+    static OV::PooledExecutor executor(1, 1, 0);
+    return executor;
+}
+
 /// Writes down what it is told, beside what the other managers and the observer are told.
-class RecordingManager : public RepositoryManager {
+template <class Manager>
+class Recording : public Manager {
 public:
-    RecordingManager(std::string name, Lines& lines) : name_(std::move(name)), lines_(lines) {}
+    Recording(std::string name, Lines& lines)
+        : Manager(Idle()), name_(std::move(name)), lines_(lines)
+    {}
 
     bool SetConnection(const OV::UniString& serverName, short managementPort,
                        const OV::UniString& userName, const OV::UniString& password,
@@ -73,8 +83,9 @@ protected:
     ServerProcess server{folder.Path()};
     Lines lines;
     RecordingObserver observer{lines};
-    ServerConnectionManager manager{OV::MakeRef<RecordingManager>("users", lines),
-                                    OV::MakeRef<RecordingManager>("projects", lines)};
+    ServerConnectionManager manager{
+        OV::MakeRef<Recording<UserRepositoryManager>>("users", lines),
+        OV::MakeRef<Recording<ProjectRepositoryManager>>("projects", lines)};
 };
 
 TEST_F(ServerConnectionManagerTest, TellsTheObserversAndThenConnectsTheManagersOfTheType)
@@ -155,7 +166,8 @@ TEST_F(ServerConnectionManagerTest, AServerThatIsDownIsFoundWhenItReturns)
 
 TEST_F(ServerConnectionManagerTest, FailuresOfAManagerArePrintedWithTheirPlace)
 {
-    class FailingManager : public RepositoryManager {
+    class FailingManager : public UserRepositoryManager {
+        using UserRepositoryManager::UserRepositoryManager;
         bool SetConnection(const OV::UniString&, short, const OV::UniString&, const OV::UniString&,
                            bool) override
         {
@@ -164,7 +176,7 @@ TEST_F(ServerConnectionManagerTest, FailuresOfAManagerArePrintedWithTheirPlace)
     };
     const LogCapture log;
     const auto port = static_cast<short>(server.ModelPort());
-    ServerConnectionManager failing(OV::MakeRef<FailingManager>(), {});
+    ServerConnectionManager failing(OV::MakeRef<FailingManager>(Idle()), {});
     failing.Attach(observer);
     failing.SetUserName(u"anna.novak");
     failing.SetPassword(OV::FromUtf8(ServerProcess::Password));

@@ -157,8 +157,9 @@ TEST_F(DataOptionsProcessTest, ALockFileThatAnotherMadeAnewIsNeverTakenForOurs)
                 continue;
             if (!EnterAndLeave())
                 return 1;
-            // Another program of that name may delete it, check nothing and make it anew.
             lock->DeleteAndClose();
+            // Leaves room, or the other one's looks every 50 ms would hardly ever find it free.
+            std::this_thread::sleep_for(std::chrono::microseconds(100));
         }
     });
     for (int round = 0; round < Rounds(); ++round)

@@ -94,6 +94,10 @@ protected:
     {
         return {server.ModelPort(), user, ServerProcess::Password};
     }
+    Client Manager(const std::string& user)
+    {
+        return {server.ManagementPort(), user, ServerProcess::Password};
+    }
     static std::string ProjectPath(const std::string& project, const std::string& what)
     {
         return "/syncra/v1/projects/" + project + '/' + what;

@@ -125,7 +125,7 @@ TEST(JsonRecordTest, RecordsHaveTheDocumentedFields)
     EXPECT_EQ(ToJson(ServicePort{u"s", 65535}), json::parse(R"({"service":"s","port":65535})"));
     const SignalBatch batch{{{~std::uint64_t{0}, SignalId::NewMail, u"p"}}, ~std::uint64_t{0}};
     const auto read = FromJson<SignalBatch>(ParseJson(DumpJson(ToJson(batch))));
-    EXPECT_EQ(read.signals, batch.signals);
+    EXPECT_EQ(read.events, batch.events);
     EXPECT_EQ(read.next, batch.next);
 }
 

@@ -27,6 +27,7 @@ struct Context {
 /// the app.
 void AddOpenCommand(CLI::App& app, Context& context);
 void AddCloseCommand(CLI::App& app, Context& context);
+void AddCloseProjectCommand(CLI::App& app, Context& context);
 void AddStatusCommand(CLI::App& app, Context& context);
 void AddCacheCommand(CLI::App& app, Context& context);
 void AddMailCommand(CLI::App& app, Context& context);

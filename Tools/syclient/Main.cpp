@@ -3,6 +3,7 @@
 #include "OVRoot/Exception.hpp"
 #include "OVRoot/Logger.hpp"
 #include "RegisteredProjects.hpp"
+#include "TerminalWait.hpp"
 
 #include <CLI/CLI.hpp>
 
@@ -75,11 +76,13 @@ int main(int argc, char** argv)
 {
     CLI::App app("Work with shared projects on a Nexar Server from a shell.", "syclient");
     Context context;
+    const TerminalWait wait(context.output);
     bool verbose = false;
     AddGlobalOptions(app, context, verbose);
     app.parse_complete_callback([&verbose] { SendLogToStandardError(verbose); });
     AddOpenCommand(app, context);
     AddCloseCommand(app, context);
+    AddCloseProjectCommand(app, context);
     AddStatusCommand(app, context);
     AddCacheCommand(app, context);
     AddMembersCommand(app, context);

@@ -8,6 +8,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <iostream>
 #include <memory>
 
@@ -47,10 +48,18 @@ bool HasUnsent(const CachedProjectInfo& cache)
            content.outcome == SYC::MailFile::Outcome::Damaged;
 }
 
+/// Letters A to Z in any case.
+bool Holds(const std::string& text, const std::string& part)
+{
+    const auto fold = [](char c) { return c >= 'A' && c <= 'Z' ? char(c - 'A' + 'a') : c; };
+    return std::search(text.begin(), text.end(), part.begin(), part.end(),
+                       [&](char a, char b) { return fold(a) == fold(b); }) != text.end();
+}
+
 bool IsWanted(const RegisteredProject& project, const ListArguments& arguments)
 {
     return (arguments.name.empty() ||
-            ForDisplay(project.GetProjectName()).find(arguments.name) != std::string::npos) &&
+            Holds(ForDisplay(project.GetProjectName()), arguments.name)) &&
            (!arguments.unsent || HasUnsent(project.GetCachedProjectInfo()));
 }
 

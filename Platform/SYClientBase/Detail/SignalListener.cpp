@@ -152,11 +152,11 @@ void SignalListener::ListenWith(Syncra::Client::SyncraClient& client)
         if (batch.next < after) {
             DeliverEveryKind();  // the server lost its place, so what came in between is not known
         } else {
-            for (const Signal& signal : batch.signals)
+            for (const Signal& signal : batch.events)
                 Deliver(signal);
         }
         const auto held = std::chrono::steady_clock::now() - begin;
-        if ((batch.signals.empty() || batch.next <= after) &&
+        if ((batch.events.empty() || batch.next <= after) &&
             held < std::chrono::milliseconds(NotHeldPauseMilliseconds))
             state_.Pause(NotHeldPauseMilliseconds);
         after = batch.next;

@@ -3,6 +3,7 @@
 #include "OVRoot/PercentCoding.hpp"
 #include "SyncraClient/Detail/SignedInChannel.hpp"
 #include "SyncraServerManagement/Detail/RecordJson.hpp"
+#include "SyncraServerManagement/Detail/SignInProperties.hpp"
 #include "SyncraServerManagement/RecordFamily.hpp"
 #include "SyncraServerManagement/UserRepositoryExceptions.hpp"
 
@@ -31,7 +32,7 @@ public:
     {
         Communication::HttpRequest request;
         request.method = method;
-        request.target = "/root/syncrav2" + path;
+        request.target = RootPath + path;
         request.body = std::move(body);
         try {
             return channel_.Ask(std::move(request), std::forward<Convert>(convert));

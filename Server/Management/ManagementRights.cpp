@@ -1,4 +1,4 @@
-#include "ManagementRights.hpp"
+#include "Management/ManagementRights.hpp"
 
 namespace Nexar {
 
@@ -20,6 +20,24 @@ bool ManagementRights::IsProjectManager(const Call& call)
     return IsAdministrator(call) || groups_.IsIn(call.user.userId, UserGroups::ProjectManagers);
 }
 
+bool ManagementRights::ManagesMembersOf(const Call& call, const std::string& projectId)
+{
+    return IsProjectManager(call) ||
+           members_.HasPermission(projectId, call.user.userId, ManageMembers);
+}
+
+bool ManagementRights::IsAnyManager(const Call& call)
+{
+    return IsProjectManager(call) ||
+           members_.HasPermissionAnywhere(call.user.userId, ManageMembers);
+}
+
+void ManagementRights::RequireAdministrator(const Call& call)
+{
+    if (!IsAdministrator(call))
+        throw Refusal(ErrorCode::AccessDenied, "Only administrators may do this.");
+}
+
 void ManagementRights::RequireProjectManager(const Call& call)
 {
     if (!IsProjectManager(call))
@@ -29,16 +47,9 @@ void ManagementRights::RequireProjectManager(const Call& call)
 
 void ManagementRights::RequireMemberManager(const Call& call, const std::string& projectId)
 {
-    if (!IsProjectManager(call) &&
-        !members_.HasPermission(projectId, call.user.userId, ManageMembers))
+    if (!ManagesMembersOf(call, projectId))
         throw Refusal(ErrorCode::AccessDenied,
                       "You may not manage the members of this project. Ask one of its managers.");
-}
-
-void ManagementRights::RequireAnyManager(const Call& call)
-{
-    if (!IsProjectManager(call) && !members_.HasPermissionAnywhere(call.user.userId, ManageMembers))
-        throw Refusal(ErrorCode::AccessDenied, "Only those who manage members may do this.");
 }
 
 }  // namespace Nexar

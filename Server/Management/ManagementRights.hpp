@@ -14,17 +14,19 @@ public:
     {}
 
     [[nodiscard]] bool IsAdministrator(const Call& call);
+    [[nodiscard]] bool IsProjectManager(const Call& call);
+    [[nodiscard]] bool ManagesMembersOf(const Call& call, const std::string& projectId);
+    /// Who manages the members of any project, and so must know the users to choose from.
+    [[nodiscard]] bool IsAnyManager(const Call& call);
+
     /// Each of these throws Refusal for who has not the right.
+    void RequireAdministrator(const Call& call);
     /// Every project: project managers.
     void RequireProjectManager(const Call& call);
     /// The members of one project: project managers, and members whose role manages members.
     void RequireMemberManager(const Call& call, const std::string& projectId);
-    /// What is needed to choose a member: who manages those of any project.
-    void RequireAnyManager(const Call& call);
 
 private:
-    [[nodiscard]] bool IsProjectManager(const Call& call);
-
     GroupStore& groups_;
     MemberStore& members_;
 };

@@ -1,20 +1,21 @@
-#include "ProjectManagement.hpp"
+#include "Management/ProjectManagement.hpp"
 
 #include "ProjectAccess.hpp"
 
-#include "SyncraProtocol/Detail/Json.hpp"
-
-#include <nlohmann/json.hpp>
-
 namespace Nexar {
 
-using namespace Syncra::Protocol;
 using nlohmann::json;
+using Syncra::Protocol::ErrorCode;
+using Syncra::Protocol::ProjectState;
+using Syncra::Protocol::ReadInteger;
+using Syncra::Protocol::ReadText;
+using Syncra::Protocol::SignalId;
 
 void ProjectManagement::AddRoutes(Router& router)
 {
+    RecordRoutes::AddRoutes(router);
     AddMemberRoutes(router);
-    router.Add("PUT", "/root/syncrav2/projects/{}/state", [this](const Call& call) {
+    router.Add("PUT", Path("/{}/state"), [this](const Call& call) {
         SetState(call);
         return json::object();
     });
@@ -22,79 +23,99 @@ void ProjectManagement::AddRoutes(Router& router)
 
 void ProjectManagement::AddMemberRoutes(Router& router)
 {
-    router.Add("POST", "/root/syncrav2/projects/{}/members", [this](const Call& call) {
+    router.Add("POST", Path("/{}/members"), [this](const Call& call) {
         AddMember(call);
         return json::object();
     });
-    router.Add("PUT", "/root/syncrav2/projects/{}/members/{}", [this](const Call& call) {
+    router.Add("PUT", Path("/{}/members/{}"), [this](const Call& call) {
         SetRole(call);
         return json::object();
     });
-    router.Add("DELETE", "/root/syncrav2/projects/{}/members/{}", [this](const Call& call) {
+    router.Add("DELETE", Path("/{}/members/{}"), [this](const Call& call) {
         RemoveMember(call);
         return json::object();
     });
+}
+
+ProjectManagement::Chooser ProjectManagement::Readable(const Call& call)
+{
+    if (context_.rights.IsProjectManager(call))
+        return [](const Project&) { return true; };
+    return [this, call](const Project& project) {
+        return context_.rights.ManagesMembersOf(call, OV::ToUtf8(project.id));
+    };
+}
+
+void ProjectManagement::Updated(const Project& before, const Project& after,
+                                const std::vector<std::string>&)
+{
+    const auto id = OV::ToUtf8(after.id);
+    if (before.status.state != after.status.state)
+        context_.signals.Raise(id, SignalId::ProjectStateChanged);
+    if (before.members == after.members)
+        return;
+    context_.signals.Raise(id, SignalId::MembersChanged);
+    // Who was taken out may have had a session.
+    context_.signals.Raise(id, SignalId::SessionsChanged);
+}
+
+void ProjectManagement::Deleted(const Project& project, const std::vector<std::string>&)
+{
+    // Answers the requests that its members hold; they ask again and learn that it is gone.
+    context_.signals.Raise(OV::ToUtf8(project.id), SignalId::ProjectStateChanged);
 }
 
 void ProjectManagement::AddMember(const Call& call)
 {
     const auto projectId = ManagedProject(call);
     const auto body = call.Body();
-    const auto userId = FindUserId(OV::ToUtf8(ReadText(body, "loginName")));
+    const auto userId = users_.RequireId(OV::ToUtf8(ReadText(body, "loginName")));
     if (!members_.Add(projectId, userId, ReadRole(body)))
         throw Refusal(ErrorCode::NameAlreadyExists, "The user is a member already.");
-    signals_.Raise(projectId, SignalId::MembersChanged);
+    context_.signals.Raise(projectId, SignalId::MembersChanged);
 }
 
 void ProjectManagement::SetRole(const Call& call)
 {
     const auto projectId = ManagedProject(call);
-    const auto userId = FindUserId(call.parameters[1]);
+    const auto userId = users_.RequireId(call.parameters[1]);
     if (!members_.SetRole(projectId, userId, ReadRole(call.Body())))
         throw Refusal(ErrorCode::NotFound, "The user is no member of this project.");
-    signals_.Raise(projectId, SignalId::MembersChanged);
+    context_.signals.Raise(projectId, SignalId::MembersChanged);
 }
 
 void ProjectManagement::RemoveMember(const Call& call)
 {
     const auto projectId = ManagedProject(call);
-    const auto userId = FindUserId(call.parameters[1]);
+    const auto userId = users_.RequireId(call.parameters[1]);
     const bool hadSession = sessions_.Find(projectId, userId).has_value();
     if (!members_.Remove(projectId, userId))
         throw Refusal(ErrorCode::NotFound, "The user is no member of this project.");
     // Reaches the request that he himself holds, too: his client asks again and is refused.
-    signals_.Raise(projectId, SignalId::MembersChanged);
+    context_.signals.Raise(projectId, SignalId::MembersChanged);
     if (hadSession)
-        signals_.Raise(projectId, SignalId::SessionsChanged);
+        context_.signals.Raise(projectId, SignalId::SessionsChanged);
 }
 
 void ProjectManagement::SetState(const Call& call)
 {
     const auto& projectId = call.parameters[0];
     const auto project = RequireProject(projects_, projectId);
-    rights_.RequireProjectManager(call);
+    context_.rights.RequireProjectManager(call);
     const auto state = static_cast<ProjectState>(
         ReadInteger(call.Body(), "state", static_cast<std::int64_t>(ProjectState::Locked),
                     static_cast<std::int64_t>(ProjectState::Active)));
     if (state == project.state)
         return;
     projects_.SetState(projectId, state);
-    signals_.Raise(projectId, SignalId::ProjectStateChanged);
+    context_.signals.Raise(projectId, SignalId::ProjectStateChanged);
 }
 
 std::string ProjectManagement::ManagedProject(const Call& call)
 {
     (void)RequireProject(projects_, call.parameters[0]);
-    rights_.RequireMemberManager(call, call.parameters[0]);
+    context_.rights.RequireMemberManager(call, call.parameters[0]);
     return call.parameters[0];
-}
-
-std::string ProjectManagement::FindUserId(const std::string& login)
-{
-    const auto user = users_.FindByLogin(login);
-    if (!user)
-        throw Refusal(ErrorCode::NotFound, "There is no such user; he may have been deleted.");
-    return user->id;
 }
 
 std::string ProjectManagement::ReadRole(const json& body)

@@ -1,0 +1,26 @@
+#include "Management/ConfigurationStore.hpp"
+
+namespace Nexar {
+
+using Syncra::Server::Management::ServerConfiguration;
+
+ServerConfiguration ConfigurationStore::Get()
+{
+    auto query =
+        database_.Prepare("SELECT server_name, minimum_password_length FROM configuration");
+    if (!query.Step())
+        return {};
+    return {OV::FromUtf8(query.Text(0)), static_cast<std::int32_t>(query.Number(1))};
+}
+
+void ConfigurationStore::Set(const ServerConfiguration& configuration)
+{
+    database_
+        .Prepare("INSERT OR REPLACE INTO configuration (one, server_name, "
+                 "minimum_password_length) VALUES (1, ?1, ?2)")
+        .Bind(1, OV::ToUtf8(configuration.serverName))
+        .Bind(2, std::int64_t{configuration.minimumPasswordLength})
+        .Run();
+}
+
+}  // namespace Nexar

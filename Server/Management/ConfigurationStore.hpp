@@ -1,0 +1,19 @@
+#pragma once
+
+#include "Database.hpp"
+#include "SyncraServerManagement/ServerConfiguration.hpp"
+
+namespace Nexar {
+
+class ConfigurationStore {
+public:
+    explicit ConfigurationStore(Database& database) : database_(database) {}
+
+    [[nodiscard]] Syncra::Server::Management::ServerConfiguration Get();
+    void Set(const Syncra::Server::Management::ServerConfiguration& configuration);
+
+private:
+    Database& database_;
+};
+
+}  // namespace Nexar

@@ -1,0 +1,17 @@
+#pragma once
+
+#include "Database.hpp"
+#include "SyncraServerManagement/RepositoryContents.hpp"
+
+#include <set>
+#include <string>
+
+namespace Nexar {
+
+/// Takes over what another server's user repository holds: what has a name that is here gets the
+/// fields of the other's, the rest is added, together or not at all. Returns the projects whose
+/// members it concerns. Throws Refusal.
+[[nodiscard]] std::set<std::string>
+MergeContents(Database& database, Syncra::Server::Management::RepositoryContents contents);
+
+}  // namespace Nexar

@@ -1,0 +1,185 @@
+#include "ManagementTool/ConnectedRepositoryManager.hpp"
+
+#include "SyncraServerManagement/ProjectRepository.hpp"
+#include "SyncraServerManagement/UserRepository.hpp"
+#include "SyncraServerManagement/UserRepositoryExceptions.hpp"
+
+namespace Syncra::Server::ManagementTool::Core {
+
+namespace {
+
+using Strategy = UserAsyncTaskExecutingImplementation;
+
+bool IsGone(ErrorType error)
+{
+    return error == ErrorType::ObjectRemoved || error == ErrorType::ObjectMissing;
+}
+
+}  // namespace
+
+template <class Repository>
+class ConnectedRepositoryManager<Repository>::SetConnectionTask final : public ParentTask {
+public:
+    SetConnectionTask(Factory factory, Management::Properties properties)
+        : ParentTask(nullptr), factory_(factory), properties_(std::move(properties))
+    {}
+    ~SetConnectionTask() override
+    {
+        OV::SecureWipe(properties_[Management::PropertyNames::UserRepositoryCredentials]);
+    }
+
+private:
+    void RunStep(OV::Ref<Repository>& repository) override
+    {
+        try {
+            repository = factory_(u"WBEM", properties_);
+        } catch (const OV::Exception&) {
+            // A server that does not answer is told like one that is lost later.
+            Management::RethrowAsRepositoryException();
+        }
+    }
+
+    const Factory factory_;
+    Management::Properties properties_;
+};
+
+template <class Repository>
+ConnectedRepositoryManager<Repository>::~ConnectedRepositoryManager()
+{
+    const OV::LockGuard guard(lock_);
+    OV::SecureWipe(connection_.password);
+}
+
+template <class Repository>
+bool ConnectedRepositoryManager<Repository>::SetConnection(const OV::UniString& serverName,
+                                                           short managementPort,
+                                                           const OV::UniString& userName,
+                                                           const OV::UniString& password,
+                                                           bool mayAsk)
+{
+    {
+        const OV::LockGuard guard(lock_);
+        if (connection_.serverName != serverName || connection_.managementPort != managementPort ||
+            connection_.userName != userName || connection_.password != password)
+            repository_.Reset();
+        OV::SecureWipe(connection_.password);
+        connection_ = {serverName, managementPort, userName, password, connection_.number + 1};
+    }
+    if (!mayAsk) {
+        Strategy withoutUserInterface;
+        return Connect(withoutUserInterface, nullptr);
+    }
+    while (!ResetConnection())
+        if (Strategy::Current().ShowAlert(GetLastFailure().type, ObjectType::None, nullptr) !=
+            Strategy::TryAgain)
+            return false;
+    return true;
+}
+
+template <class Repository>
+bool ConnectedRepositoryManager<Repository>::ResetConnection()
+{
+    return Connect(Strategy::Current(), &executor_);
+}
+
+template <class Repository>
+bool ConnectedRepositoryManager<Repository>::Connect(Strategy& strategy, OV::Executor* executor)
+{
+    return LoggingWhatEscapes([&] {
+        std::uint64_t number = 0;
+        const auto task = MakeConnectionTask(number);
+        if (number == 0 || Run(task, strategy, executor))
+            return false;
+        const OV::LockGuard guard(lock_);
+        // While this thread connected, another one may have gone to another server.
+        if (connection_.number != number)
+            return false;
+        repository_ = task->GetRepository();
+        return true;
+    });
+}
+
+template <class Repository>
+auto ConnectedRepositoryManager<Repository>::MakeConnectionTask(std::uint64_t& number) const
+    -> OV::Ref<SetConnectionTask>
+{
+    const OV::LockGuard guard(lock_);
+    number = connection_.number;
+    return OV::MakeRef<SetConnectionTask>(
+        factory_, Management::MakeProperties(connection_.serverName,
+                                             static_cast<std::uint16_t>(connection_.managementPort),
+                                             connection_.userName, connection_.password));
+}
+
+template <class Repository>
+std::optional<RequestFailure>
+ConnectedRepositoryManager<Repository>::Run(const OV::Ref<ParentTask>& task, Strategy& strategy,
+                                            OV::Executor* executor)
+{
+    std::optional<RequestFailure> failure;
+    if (!strategy.ExecuteTask(task, executor, Strategy::UsualDelayMilliseconds))
+        failure = task->GetFailure();
+    const OV::LockGuard guard(lock_);
+    lastFailure_ = failure.value_or(RequestFailure());
+    return failure;
+}
+
+template <class Repository>
+std::optional<RequestFailure> ConnectedRepositoryManager<Repository>::Attempt(const MakeTask& make)
+{
+    return LoggingWhatEscapes([&] {
+        const auto repository = Held();
+        if (!repository)
+            throw OV::NullReferenceException();
+        return Run(make(repository), Strategy::Current(), &executor_);
+    });
+}
+
+template <class Repository>
+bool ConnectedRepositoryManager<Repository>::Perform(const FailureManner& manner,
+                                                     const MakeTask& make)
+{
+    while (const auto failure = Attempt(make)) {
+        if (manner.succeedsWhenGone && IsGone(failure->type))
+            return true;
+        if (manner.isSilentWhenNotFound && failure->type == ErrorType::ObjectRemoved)
+            return false;
+        const short answer =
+            Strategy::Current().ShowAlert(failure->type, manner.object, manner.name);
+        if (answer != Strategy::TryAgain || !ResetConnection())
+            return false;
+    }
+    return true;
+}
+
+template <class Repository>
+bool ConnectedRepositoryManager<Repository>::IsConnected() const
+{
+    return static_cast<bool>(Held());
+}
+
+template <class Repository>
+RequestFailure ConnectedRepositoryManager<Repository>::GetLastFailure() const
+{
+    const OV::LockGuard guard(lock_);
+    return lastFailure_;
+}
+
+template <class Repository>
+void ConnectedRepositoryManager<Repository>::Hold(OV::Ref<Repository> repository)
+{
+    const OV::LockGuard guard(lock_);
+    repository_ = std::move(repository);
+}
+
+template <class Repository>
+OV::Ref<Repository> ConnectedRepositoryManager<Repository>::Held() const
+{
+    const OV::LockGuard guard(lock_);
+    return repository_;
+}
+
+template class ConnectedRepositoryManager<Management::UserRepository>;
+template class ConnectedRepositoryManager<Management::ProjectRepository>;
+
+}  // namespace Syncra::Server::ManagementTool::Core

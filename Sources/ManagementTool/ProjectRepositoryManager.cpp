@@ -1,0 +1,43 @@
+#include "ManagementTool/ProjectRepositoryManager.hpp"
+
+namespace Syncra::Server::ManagementTool::Core {
+
+Nothing ProjectRepositoryManager::MergeStep(Repository& repository, const List<Text>& from,
+                                            const Text& into)
+{
+    repository.MergeCategories(from, into);
+    return {};
+}
+
+bool ProjectRepositoryManager::CloseRepositories()
+{
+    const auto repository = Held();
+    Hold(nullptr);
+    if (!repository)
+        return false;
+    repository->Close();
+    return true;
+}
+
+bool ProjectRepositoryManager::GetProject(const Text& id, Project& project)
+{
+    OV::Ref<GetProjectTask> task;
+    const auto make = [&](const OV::Ref<Repository>& repository) {
+        return task = OV::MakeRef<GetProjectTask>(repository, id);
+    };
+    auto failure = Attempt(make);
+    // Where nobody can be reached, the second attempt would tell what the first one did.
+    if (failure && ResetConnection())
+        failure = Attempt(make);
+    if (!failure) {
+        project = std::move(task->result);
+        return true;
+    }
+    const bool isGone =
+        failure->type == ErrorType::ObjectRemoved || failure->type == ErrorType::ObjectMissing;
+    UserAsyncTaskExecutingImplementation::Current().ShowAlert(
+        isGone ? ErrorType::ObjectRemoved : ErrorType::RequestFailed, ObjectType::Project, nullptr);
+    return false;
+}
+
+}  // namespace Syncra::Server::ManagementTool::Core

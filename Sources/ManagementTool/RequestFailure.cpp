@@ -1,0 +1,64 @@
+#include "ManagementTool/RequestFailure.hpp"
+
+#include "ManagementTool/TargetNotFoundException.hpp"
+#include "SyncraServerManagement/UserRepositoryExceptions.hpp"
+
+namespace Syncra::Server::ManagementTool::Core {
+
+namespace {
+
+using namespace Management;
+
+template <class Thrown>
+bool Is(const OV::Exception& exception)
+{
+    return dynamic_cast<const Thrown*>(&exception) != nullptr;
+}
+
+/// The first row that fits counts: the last one's exception is the base of those before it.
+constexpr struct {
+    bool (*fits)(const OV::Exception&);
+    ErrorType type;
+} Types[] = {
+    {Is<TargetNotFoundException>, ErrorType::ObjectRemoved},
+    {Is<UserRepositoryObjectAlreadyExistsException>, ErrorType::NameAlreadyExists},
+    {Is<UserRepositoryObjectInUseException>, ErrorType::OtherError},
+    {Is<UserRepositoryObjectNotFoundException>, ErrorType::ObjectMissing},
+    {Is<UserRepositoryValidatorException>, ErrorType::ServerRefused},
+    {Is<OV::InterruptedException>, ErrorType::CannotConnect},
+    {Is<UserRepositoryException>, ErrorType::CannotConnect},
+};
+
+ErrorType TypeOf(const OV::Exception& exception)
+{
+    for (const auto& row : Types)
+        if (row.fits(exception))
+            return row.type;
+    return ErrorType::RequestFailed;
+}
+
+std::int32_t CodeOf(const OV::Exception* exception)
+{
+    for (; exception != nullptr; exception = exception->GetCause())
+        if (const auto* refusal =
+                dynamic_cast<const Communication::ResponseContentException*>(exception))
+            return refusal->GetErrorCode();
+    return 0;
+}
+
+}  // namespace
+
+RequestFailure DescribeFailure()
+{
+    try {
+        throw;
+    } catch (const OV::Exception& exception) {
+        return {TypeOf(exception), exception.GetMessage(), CodeOf(&exception)};
+    } catch (const std::exception& exception) {
+        return {ErrorType::RequestFailed, OV::FromUtf8(exception.what())};
+    } catch (...) {
+        return {ErrorType::RequestFailed, {}};
+    }
+}
+
+}  // namespace Syncra::Server::ManagementTool::Core

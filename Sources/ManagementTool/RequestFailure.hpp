@@ -1,0 +1,30 @@
+#pragma once
+
+#include "ManagementTool/ErrorType.hpp"
+#include "OVRoot/UniString.hpp"
+
+namespace Syncra::Server::ManagementTool::Core {
+
+/// How a request to a repository failed: what an alert tells, and what it leaves out.
+struct RequestFailure {
+    ErrorType type = ErrorType::NoError;
+    /// The words of the server, or of the transport.
+    OV::UniString message;
+    /// The server's code (SyncraProtocol/ErrorCode.hpp); 0 when it refused nothing.
+    std::int32_t code = 0;
+};
+
+/// Called in a handler: what the exception that is being handled means.
+///
+/// | handled | type |
+/// |---|---|
+/// | TargetNotFoundException | ObjectRemoved |
+/// | UserRepositoryObjectAlreadyExistsException | NameAlreadyExists |
+/// | UserRepositoryObjectInUseException | OtherError |
+/// | UserRepositoryObjectNotFoundException | ObjectMissing |
+/// | UserRepositoryValidatorException | ServerRefused |
+/// | OV::InterruptedException, any other UserRepositoryException | CannotConnect |
+/// | anything else | RequestFailed |
+[[nodiscard]] RequestFailure DescribeFailure();
+
+}  // namespace Syncra::Server::ManagementTool::Core

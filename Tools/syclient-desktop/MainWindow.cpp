@@ -1,0 +1,379 @@
+#include "MainWindow.hpp"
+
+#include "AuthenticateOnCache.hpp"
+#include "Dlg/WarningAlert.hpp"
+#include "ManagementTool/UserAsyncTaskExecutingImplementation.hpp"
+#include "ProjectStatusText.hpp"
+#include "QtText.hpp"
+#include "SyncraURL.hpp"
+#include "UserInterface/CloseProjectDialog.hpp"
+#include "UserInterface/UserPhoto.hpp"
+
+#include <QBoxLayout>
+#include <QCloseEvent>
+#include <QFormLayout>
+#include <QHeaderView>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QSpinBox>
+#include <QStatusBar>
+#include <QTableWidget>
+
+#include <algorithm>
+
+namespace {
+
+namespace Core = Syncra::Server::ManagementTool::Core;
+using Syncra::Protocol::ProjectState;
+
+constexpr int PhotoWidth = 50;
+constexpr int PhotoHeight = 60;
+
+QString StateWord(ProjectState state)
+{
+    switch (state) {
+    case ProjectState::Locked:
+        return "locked";
+    case ProjectState::Maintenance:
+        return "under maintenance";
+    case ProjectState::Active:
+        return "active";
+    }
+    return {};
+}
+
+QString ReasonOf(SYC::CheckResult result)
+{
+    switch (result) {
+    case SYC::CheckResult::AccessDenied:
+        return "You are no member of this project. Ask its manager to add you.";
+    case SYC::CheckResult::ProjectNotFound:
+        return "There is no such project any more, or another one carries its name now.";
+    case SYC::CheckResult::ForbiddenByState:
+        return "The state of the project forbids it. Try again later.";
+    case SYC::CheckResult::IncompatibleVersion:
+        return "The server and this program are of versions that do not fit together.";
+    default:
+        return "The project or its session is another one than this computer remembers.";
+    }
+}
+
+/// The same pixels; the image keeps a copy.
+QImage ToQt(const NewDisplay::NativeImage& image)
+{
+    return QImage(reinterpret_cast<const uchar*>(image.GetPixels().data()), image.GetWidth(),
+                  image.GetHeight(), QImage::Format_ARGB32_Premultiplied)
+        .copy();
+}
+
+}  // namespace
+
+MainWindow::MainWindow(IO::Location dataFolder) : dataFolder_(std::move(dataFolder))
+{
+    setWindowTitle("Shared Projects");
+    auto* content = new QWidget(this);
+    auto* columns = new QHBoxLayout(content);
+    auto* left = new QVBoxLayout;
+    left->addWidget(MakeForm());
+    left->addWidget(MakeProjects(), 1);
+    columns->addLayout(left, 3);
+    columns->addWidget(MakeMembers(), 2);
+    setCentralWidget(content);
+    resize(920, 560);
+    UpdateButtons();
+    Say("Not connected.");
+}
+
+MainWindow::~MainWindow()
+{
+    if (opened_ && opened_->members)
+        opened_->members->Detach(*this);
+}
+
+QLineEdit* MainWindow::AddField(QFormLayout& form, const QString& label, const QString& name)
+{
+    auto* field = new QLineEdit(this);
+    field->setObjectName(name);
+    field->setAccessibleName(QString(label).remove('&').remove(':'));
+    form.addRow(label, field);
+    connect(field, &QLineEdit::returnPressed, this, [this] { Connect(); });
+    return field;
+}
+
+QWidget* MainWindow::MakeForm()
+{
+    auto* box = new QWidget(this);
+    auto* form = new QFormLayout(box);
+    form->setContentsMargins({});
+    server_ = AddField(*form, "&Server:", "server");
+    port_ = new QSpinBox(this);
+    port_->setObjectName("port");
+    port_->setRange(1, 65535);
+    port_->setValue(19001);
+    port_->setAccessibleName("Port");
+    form->addRow("Por&t:", port_);
+    user_ = AddField(*form, "&User:", "user");
+    password_ = AddField(*form, "Pass&word:", "password");
+    password_->setEchoMode(QLineEdit::Password);
+    auto* button = new QPushButton("&Connect", this);
+    button->setObjectName("connect");
+    connect(button, &QPushButton::clicked, this, [this] { Connect(); });
+    form->addRow(QString(), button);
+    return box;
+}
+
+QWidget* MainWindow::MakeProjects()
+{
+    auto* box = new QWidget(this);
+    auto* column = new QVBoxLayout(box);
+    column->setContentsMargins({});
+    auto* label = new QLabel("&Projects:", this);
+    projects_ = new QTableWidget(0, 4, this);
+    projects_->setObjectName("projects");
+    projects_->setAccessibleName("Projects of the server");
+    projects_->setHorizontalHeaderLabels({"Name", "Category", "State", "On this computer"});
+    projects_->horizontalHeader()->setSectionResizeMode(0, QHeaderView::Stretch);
+    projects_->horizontalHeader()->setSectionResizeMode(3, QHeaderView::ResizeToContents);
+    projects_->verticalHeader()->hide();
+    projects_->setSelectionBehavior(QAbstractItemView::SelectRows);
+    projects_->setSelectionMode(QAbstractItemView::SingleSelection);
+    projects_->setEditTriggers(QAbstractItemView::NoEditTriggers);
+    projects_->setTabKeyNavigation(false);
+    label->setBuddy(projects_);
+    open_ = new QPushButton("&Open", this);
+    open_->setObjectName("open");
+    close_ = new QPushButton("C&lose Project...", this);
+    close_->setObjectName("close");
+    connect(projects_, &QTableWidget::itemSelectionChanged, this, [this] { UpdateButtons(); });
+    connect(projects_, &QTableWidget::itemActivated, this, [this] { Open(); });
+    connect(open_, &QPushButton::clicked, this, [this] { Open(); });
+    connect(close_, &QPushButton::clicked, this, [this] { Close(); });
+    auto* buttons = new QHBoxLayout;
+    buttons->addStretch();
+    buttons->addWidget(open_);
+    buttons->addWidget(close_);
+    column->addWidget(label);
+    column->addWidget(projects_, 1);
+    column->addLayout(buttons);
+    return box;
+}
+
+QWidget* MainWindow::MakeMembers()
+{
+    auto* box = new QWidget(this);
+    auto* column = new QVBoxLayout(box);
+    column->setContentsMargins({});
+    auto* label = new QLabel("&Members of the open project:", this);
+    members_ = new QListWidget(this);
+    members_->setObjectName("members");
+    members_->setAccessibleName("Members of the open project");
+    members_->setIconSize({PhotoWidth, PhotoHeight});
+    label->setBuddy(members_);
+    column->addWidget(label);
+    column->addWidget(members_, 1);
+    return box;
+}
+
+void MainWindow::SetLogin(const QString& server, int port, const QString& user)
+{
+    server_->setText(server);
+    port_->setValue(port);
+    user_->setText(user);
+    (user.isEmpty() ? user_ : password_)->setFocus();
+}
+
+SYC::Inner::ProjectConnectionInfo MainWindow::Login() const
+{
+    SYC::Inner::ProjectConnectionInfo info;
+    info.serverName = FromQt(server_->text().trimmed());
+    info.port = static_cast<std::uint16_t>(port_->value());
+    info.userName = FromQt(user_->text());
+    info.password = FromQt(password_->text());
+    return info;
+}
+
+void MainWindow::Say(const QString& text)
+{
+    statusBar()->showMessage(text);
+}
+
+void MainWindow::Connect()
+{
+    const auto login = Login();
+    if (login.serverName.empty() || login.userName.empty()) {
+        Say("Type the server and the user first.");
+        return;
+    }
+    for (;;) {
+        Say("Connecting to " + ::ToQt(login.serverName) + " ...");
+        const auto task = OV::MakeRef<ServerTasks::ListProjects>(Syncra::Client::SignInData{
+            login.serverName, login.port, login.userName, login.password});
+        if (ServerTasks::Run(task)) {
+            ShowProjects(task->projects);
+            return;
+        }
+        projects_->setRowCount(0);
+        if (!task->refusal.empty()) {
+            Say(::ToQt(task->refusal));
+            return;
+        }
+        Say("Not connected.");
+        if (Core::UserAsyncTaskExecutingImplementation::Current().ShowAlert(
+                Core::ErrorType::CannotConnect, {}, nullptr) !=
+            Core::UserAsyncTaskExecutingImplementation::TryAgain)
+            return;
+    }
+}
+
+void MainWindow::ShowProjects(const OV::Array<Syncra::Protocol::Project>& projects)
+{
+    projects_->setRowCount(0);
+    for (const auto& project : projects) {
+        const int row = projects_->rowCount();
+        projects_->insertRow(row);
+        auto info = Login();
+        info.projectName = project.name;
+        const SYC::ClientProjectConnectionManager lookUp(SYC::ToSyncraLocation(info), dataFolder_,
+                                                         {});
+        const QString cells[] = {::ToQt(project.name), ::ToQt(project.category),
+                                 StateWord(project.state),
+                                 lookUp.FindCache() ? "joined" : "not yet"};
+        for (int column = 0; column < 4; ++column)
+            projects_->setItem(row, column, new QTableWidgetItem(cells[column]));
+    }
+    if (projects_->rowCount() > 0) {
+        projects_->selectRow(0);
+        projects_->setFocus();
+    }
+    Say(QString("Connected: %1 projects.").arg(projects_->rowCount()));
+    UpdateButtons();
+}
+
+void MainWindow::Open()
+{
+    const auto selected = projects_->selectedItems();
+    if (selected.isEmpty() || !Close())
+        return;
+    auto info = Login();
+    info.projectName = FromQt(selected.front()->text());
+    const auto manager = std::make_shared<SYC::ClientProjectConnectionManager>(
+        SYC::ToSyncraLocation(info), dataFolder_, nullptr);
+    bool takeOver = false;
+    for (;;) {
+        Say("Opening " + ::ToQt(info.projectName) + " ...");
+        const auto task = OV::MakeRef<ServerTasks::OpenProject>(manager, takeOver);
+        if (ServerTasks::Run(task))
+            return Follow(*task, manager, info.projectName);
+        Say("Not opened.");
+        if (task->result == SYC::CheckResult::Offline)
+            return OpenOffline(manager, info.projectName);
+        if (task->result != SYC::CheckResult::SessionInUse || takeOver) {
+            Say(ReasonOf(task->result));
+            return;
+        }
+        if (QMessageBox::question(this, windowTitle(),
+                                  "Another computer holds your session in this project. Take it "
+                                  "over? Unsent changes there can then not be sent.") !=
+            QMessageBox::Yes)
+            return;
+        takeOver = true;
+    }
+}
+
+void MainWindow::Follow(const ServerTasks::OpenProject& opened, OpenedManager manager,
+                        OV::UniString name)
+{
+    opened_ = std::make_unique<Opened>();
+    opened_->manager = std::move(manager);
+    opened_->name = std::move(name);
+    opened_->manager->StartSignals(opened.projectId);
+    opened_->members = std::make_unique<SYC::ProjectMembers>(opened_->manager->GetSignalClient(),
+                                                             *opened_->manager, executor_);
+    opened_->members->Attach(*this);
+    opened_->members->Init();
+    Say("Open: " + ::ToQt(opened_->name));
+    for (QTableWidgetItem* item :
+         projects_->findItems(::ToQt(opened_->name), Qt::MatchExactly | Qt::MatchCaseSensitive))
+        if (item->column() == 0)
+            projects_->item(item->row(), 3)->setText("joined");
+    UpdateButtons();
+}
+
+void MainWindow::OpenOffline(OpenedManager manager, OV::UniString name)
+{
+    if (!manager->FindCache()) {
+        Say("The server cannot be reached, and this computer has no cache of the project.");
+        return;
+    }
+    try {
+        if (!SYC::AuthenticateOnCache(manager.get(), false))
+            return;
+    } catch (const std::exception& error) {
+        Say(QString("Offline, and not opened: ") + error.what());
+        return;
+    }
+    opened_ = std::make_unique<Opened>();
+    opened_->manager = std::move(manager);
+    opened_->name = std::move(name);
+    Say("Open offline: " + ::ToQt(opened_->name));
+    UpdateButtons();
+}
+
+bool MainWindow::Close()
+{
+    if (!opened_)
+        return true;
+    auto& manager = *opened_->manager;
+    const auto cache = manager.FindCache();
+    const bool isOnline = manager.GetSignalClient().GetPresenceService().IsOnline();
+    SYC::CloseProjectDialog dialog(isOnline, false, cache->IsChanges(), false,
+                                   cache->IsProjectForcedOffline(), cache->IsReservation(),
+                                   opened_->name);
+    if (!dialog.Invoke())
+        return false;
+    if (opened_->members)
+        opened_->members->Detach(*this);
+    opened_->members.reset();
+    manager.StopSignals();
+    if (isOnline && !ServerTasks::Run(OV::MakeRef<ServerTasks::CloseProject>(opened_->manager)))
+        Say("Closed here; the server's session is still open.");
+    else
+        Say("Closed.");
+    opened_.reset();
+    members_->clear();
+    UpdateButtons();
+    return true;
+}
+
+void MainWindow::closeEvent(QCloseEvent* event)
+{
+    event->setAccepted(Close());
+}
+
+void MainWindow::UpdateButtons()
+{
+    open_->setEnabled(!projects_->selectedItems().isEmpty());
+    close_->setEnabled(opened_ != nullptr);
+}
+
+void MainWindow::_ProjectMembersChanged(SYC::ProjectMembers& members)
+{
+    members_->clear();
+    std::vector<SYC::ProjectMembers::MemberId> ids;
+    for (const auto& [id, user] : members.GetUserDataTable())
+        ids.push_back(id);
+    std::sort(ids.begin(), ids.end());
+    for (const auto id : ids) {
+        const auto& user = members.GetUserDataTable().at(id);
+        const auto photo = SYC::GetUserPhoto(user.GetImage(), PhotoWidth, PhotoHeight, true,
+                                             !user.HasNormalSession());
+        auto* item = new QListWidgetItem(QIcon(QPixmap::fromImage(ToQt(photo))),
+                                         ::ToQt(user.GetFullName()) + "\n" +
+                                             (user.HasNormalSession() ? "working" : "away"));
+        item->setToolTip(::ToQt(user.GetLoginName()));
+        members_->addItem(item);
+    }
+}

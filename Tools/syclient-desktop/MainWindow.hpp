@@ -1,0 +1,68 @@
+#pragma once
+
+#include "Messaging/ProjectMembers.hpp"
+#include "SYClientBase/MessageLoopExecutor.hpp"
+#include "ServerTasks.hpp"
+
+#include <QMainWindow>
+
+#include <memory>
+
+class QAbstractButton;
+class QLineEdit;
+class QListWidget;
+class QPushButton;
+class QSpinBox;
+class QTableWidget;
+
+/// The desktop host: who connects where, the projects of that server, and the members of the one
+/// that is open.
+class MainWindow final : public QMainWindow, private SYC::ProjectMembersObserver {
+public:
+    /// `dataFolder` is where the caches stand.
+    explicit MainWindow(IO::Location dataFolder);
+    ~MainWindow() override;
+
+    /// Fills the form, for a host that was started with them.
+    void SetLogin(const QString& server, int port, const QString& user);
+
+private:
+    /// A project that is open, with what follows it.
+    using OpenedManager = ServerTasks::OpenProject::Manager;
+    struct Opened {
+        OpenedManager manager;
+        OV::UniString name;
+        std::unique_ptr<SYC::ProjectMembers> members;
+    };
+
+    void closeEvent(QCloseEvent* event) override;
+    void _ProjectMembersChanged(SYC::ProjectMembers& members) override;
+
+    [[nodiscard]] QWidget* MakeForm();
+    [[nodiscard]] QWidget* MakeProjects();
+    [[nodiscard]] QWidget* MakeMembers();
+    QLineEdit* AddField(class QFormLayout& form, const QString& label, const QString& name);
+
+    void Connect();
+    void ShowProjects(const OV::Array<Syncra::Protocol::Project>& projects);
+    void Open();
+    void Follow(const ServerTasks::OpenProject& opened, OpenedManager manager, OV::UniString name);
+    void OpenOffline(OpenedManager manager, OV::UniString name);
+    /// False when the user keeps it open.
+    bool Close();
+    void UpdateButtons();
+    void Say(const QString& text);
+    [[nodiscard]] SYC::Inner::ProjectConnectionInfo Login() const;
+
+    const IO::Location dataFolder_;
+    SYCB::MessageLoopExecutor executor_;
+    QLineEdit* server_ = nullptr;
+    QSpinBox* port_ = nullptr;
+    QLineEdit* user_ = nullptr;
+    QLineEdit* password_ = nullptr;
+    QTableWidget* projects_ = nullptr;
+    QListWidget* members_ = nullptr;
+    QPushButton* open_ = nullptr;
+    QPushButton* close_ = nullptr;
+    std::unique_ptr<Opened> opened_;
+};

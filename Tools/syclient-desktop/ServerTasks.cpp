@@ -1,0 +1,55 @@
+#include "ServerTasks.hpp"
+
+#include "CloseSession.hpp"
+#include "ManagementTool/UserAsyncTaskExecutingImplementation.hpp"
+#include "OVRoot/SecureWipe.hpp"
+#include "ReadProjectConnection.hpp"
+#include "SYClientBase/SyncraClientFactory.hpp"
+
+namespace ServerTasks {
+
+namespace {
+
+using Strategy = Syncra::Server::ManagementTool::Core::UserAsyncTaskExecutingImplementation;
+
+}  // namespace
+
+ListProjects::~ListProjects()
+{
+    OV::SecureWipe(signIn_.password);
+}
+
+bool ListProjects::RunTask()
+{
+    try {
+        projects = SYCB::CreateSyncraClient(signIn_)->GetProjects();
+        return true;
+    } catch (const Communication::ResponseContentException& error) {
+        refusal = error.GetMessage();
+    } catch (const SYCB::IncopatibleServerVersionException& error) {
+        refusal = error.GetMessage();
+    } catch (const std::exception&) {
+        refusal.clear();
+    }
+    return false;
+}
+
+bool OpenProject::RunTask()
+{
+    SYC::ReadProjectConnection connection(manager_.get());
+    result = connection.Check(true, false, true, takeOver_);
+    projectId = connection.GetProjectId();
+    return result == SYC::CheckResult::Passed;
+}
+
+bool CloseProject::RunTask()
+{
+    return SYC::CloseSession(*manager_);
+}
+
+bool Run(const OV::Ref<Task>& task)
+{
+    return Strategy::Current().ExecuteTask(task, nullptr, Strategy::UsualDelayMilliseconds);
+}
+
+}  // namespace ServerTasks

@@ -1,0 +1,62 @@
+#pragma once
+
+#include "CheckResult.hpp"
+#include "ClientProjectConnectionManager.hpp"
+#include "ManagementTool/AsyncTaskExecuting.hpp"
+#include "ManagementTool/ErrorType.hpp"
+#include "SyncraClient/SyncraClient.hpp"
+
+#include <memory>
+
+/// The requests of the window, each a task that waits behind the communicating dialog. A task that
+/// the user gave up finishes in the background and is dropped.
+namespace ServerTasks {
+
+using Task = Syncra::Server::ManagementTool::Core::AsyncTaskExecuting::Task;
+
+/// The projects that a user may see.
+class ListProjects final : public Task {
+public:
+    explicit ListProjects(Syncra::Client::SignInData signIn) : signIn_(std::move(signIn)) {}
+    ~ListProjects() override;
+
+    OV::Array<Syncra::Protocol::Project> projects;
+    /// What the server said when it refused; empty when it could not be reached.
+    OV::UniString refusal;
+
+private:
+    bool RunTask() override;
+    Syncra::Client::SignInData signIn_;
+};
+
+/// The check of a project connection, which takes or starts the session.
+class OpenProject final : public Task {
+public:
+    using Manager = std::shared_ptr<SYC::ClientProjectConnectionManager>;
+
+    OpenProject(Manager manager, bool takeOver) : manager_(std::move(manager)), takeOver_(takeOver)
+    {}
+
+    SYC::CheckResult result = SYC::CheckResult::Offline;
+    OV::UniString projectId;
+
+private:
+    bool RunTask() override;
+    Manager manager_;
+    bool takeOver_;
+};
+
+/// Ends the server session.
+class CloseProject final : public Task {
+public:
+    explicit CloseProject(OpenProject::Manager manager) : manager_(std::move(manager)) {}
+
+private:
+    bool RunTask() override;
+    OpenProject::Manager manager_;
+};
+
+/// Runs the task with the process's strategy; true when it succeeded.
+[[nodiscard]] bool Run(const OV::Ref<Task>& task);
+
+}  // namespace ServerTasks
