@@ -1,8 +1,8 @@
 #include "CachedProjectInfo.hpp"
 
-#include "CacheFolder.hpp"
 #include "CacheInfoFormat.hpp"
 #include "CachedProjectInfoObserver.hpp"
+#include "Detail/CacheFolders.hpp"
 #include "IO/Folder.hpp"
 #include "ManagementTool/ValueFile.hpp"
 #include "OVRoot/Exception.hpp"
@@ -37,7 +37,7 @@ CachedProjectInfo::CachedProjectInfo(const Inner::ProjectConnectionInfo& info,
                                      const IO::Location& parentFolder)
 {
     // Held until the file is there, which tells every other process that the folder is taken.
-    const NewCacheFolder folder(parentFolder, MakeCacheFolderName(info));
+    const CacheFolders::NewFolder folder(parentFolder, CacheFolders::MakeName(info));
     cacheFolder_ = folder.GetLocation();
     (void)Assign(info);
     WriteToDisc();
@@ -233,6 +233,10 @@ const OV::UniString& CachedProjectInfo::GetPassword() const
 std::int32_t CachedProjectInfo::GetModificationTime() const
 {
     return modificationTime_;
+}
+const IO::ChangeStamp& CachedProjectInfo::GetChangeStamp() const
+{
+    return stamp_;
 }
 
 void CachedProjectInfo::SetCacheFolder(const IO::Location& folder)

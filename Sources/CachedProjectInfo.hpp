@@ -74,6 +74,8 @@ public:
     [[nodiscard]] const OV::UniString& GetPassword() const;
     /// Of "CacheInfo.xml" when it was last read or written here.
     [[nodiscard]] std::int32_t GetModificationTime() const;
+    /// The same moment in the file system's full resolution, for change detection.
+    [[nodiscard]] const IO::ChangeStamp& GetChangeStamp() const;
     /// Moves the object, not the files, to another folder, and writes there.
     void SetCacheFolder(const IO::Location& folder);
     /// Last component of the cache folder.
@@ -133,7 +135,6 @@ private:
     CacheInfoValues values_;
     IO::Location cacheFolder_;
     std::int32_t modificationTime_ = 0;
-    /// The same moment in the file system's full resolution, for change detection.
     IO::ChangeStamp stamp_;
     bool updateOpen_ = false;
     bool writePending_ = false;

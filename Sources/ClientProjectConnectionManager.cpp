@@ -1,8 +1,8 @@
 #include "ClientProjectConnectionManager.hpp"
 
-#include "CacheFolders.hpp"
 #include "OVRoot/Exception.hpp"
 #include "OVRoot/Logger.hpp"
+#include "RegisteredProjects.hpp"
 #include "SYClientBase/SyncraClientFactory.hpp"
 #include "SyncraURL.hpp"
 
@@ -30,15 +30,14 @@ ClientProjectConnectionManager::~ClientProjectConnectionManager()
 std::shared_ptr<CachedProjectInfo> ClientProjectConnectionManager::FindCache() const
 {
     if (!cache_)
-        cache_ = CacheFolders::FindCache(dataFolder_, ToConnectionInfo(projectLocation_));
+        cache_ = registeredProjects().GetCachedProjectInfo(projectLocation_, dataFolder_);
     return cache_;
 }
 
 std::shared_ptr<SYCB::CachedProjectInfo> ClientProjectConnectionManager::GetCachedProjectInfo()
 {
     if (!FindCache())
-        cache_ =
-            std::make_shared<CachedProjectInfo>(ToConnectionInfo(projectLocation_), dataFolder_);
+        cache_ = registeredProjects().CreateCachedProjectInfo(projectLocation_, dataFolder_);
     return cache_;
 }
 

@@ -1,8 +1,8 @@
 // A host in one screen: opens the project of a URL, says what it may do there, closes it again.
 #include "ClientProjectConnectionManager.hpp"
 #include "CloseSession.hpp"
-#include "CacheFolders.hpp"
 #include "ReadProjectConnection.hpp"
+#include "RegisteredProjects.hpp"
 
 #include <iostream>
 
@@ -15,7 +15,8 @@ int main(int argc, char** argv)
     }
     try {
         SYC::ClientProjectConnectionManager manager(
-            IO::Location::FromUrlText(OV::FromUtf8(argv[1])), SYC::CacheFolders::GetDefaultDataFolder(),
+            IO::Location::FromUrlText(OV::FromUtf8(argv[1])),
+            SYC::RegisteredProjects::GetDefaultDataFolder(),
             [](std::int32_t code, const OV::UniString& text) {
                 std::cerr << "event " << code << " " << OV::ToUtf8(text) << '\n';
             });

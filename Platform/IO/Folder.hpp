@@ -1,6 +1,6 @@
 #pragma once
 
-#include "IO/Location.hpp"
+#include "IO/File.hpp"
 
 #include <functional>
 
@@ -17,6 +17,11 @@ struct Entry {
 void CreateTree(const Location& folder);
 /// Calls `visit` for each entry, in no particular order, until it returns false.
 void Enumerate(const Location& folder, const std::function<bool(const Entry&)>& visit);
+/// Calls `visit` for each folder in `folder` that holds a file `fileName`, with the file's stamp,
+/// in no particular order. Links count as what they lead to. Left out is what cannot be looked at,
+/// and what has a name that is not UTF-8: no Location leads there.
+void EnumerateHolding(const Location& folder, OV::UniStringView fileName,
+                      const std::function<void(OV::UniString name, const ChangeStamp&)>& visit);
 /// Whether an entry of that name, file or folder, stands in the folder.
 [[nodiscard]] bool Contains(const Location& folder, OV::UniStringView name);
 /// A name derived from `wanted` that stands for nothing in `folder`: `wanted` itself, or with " 2",

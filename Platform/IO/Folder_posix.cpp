@@ -128,6 +128,23 @@ void Enumerate(const Location& folder, const std::function<bool(const Entry&)>& 
     });
 }
 
+void EnumerateHolding(const Location& folder, OV::UniStringView fileName,
+                      const std::function<void(OV::UniString name, const ChangeStamp&)>& visit)
+{
+    const OpenFolder opened = Open(folder);
+    const OV::String suffix = "/" + OV::ToUtf8(fileName);
+    OV::String path;
+    Visit(opened, folder, [&](const dirent& entry) {
+        if (entry.d_type == DT_REG || !OV::IsWellFormedUtf8(entry.d_name))
+            return true;
+        path.assign(entry.d_name).append(suffix);
+        struct stat status {};
+        if (fstatat(dirfd(opened.get()), path.c_str(), &status, 0) == 0 && !S_ISDIR(status.st_mode))
+            visit(OV::FromUtf8(entry.d_name), Posix::StampOf(status));
+        return true;
+    });
+}
+
 bool Contains(const Location& folder, OV::UniStringView name)
 {
     struct stat status {};

@@ -7,11 +7,8 @@
 
 namespace Syncra::Server::ManagementTool::Core {
 
-namespace {
-
-/// Deletes what a dead process left; true when a living one holds it. A file that cannot be deleted
-/// for another reason is nobody's hold.
-bool IsHeldByOther(const IO::Location& lockFile)
+// A file that cannot be deleted for another reason is nobody's hold.
+bool InfoFileLock::IsHeldByOther(const IO::Location& lockFile)
 {
     try {
         IO::File::Delete(lockFile);
@@ -21,25 +18,32 @@ bool IsHeldByOther(const IO::Location& lockFile)
     return false;
 }
 
-}  // namespace
+bool InfoFileLock::TryTake(const IO::Location& lockFile)
+{
+    if (IsHeldByOther(lockFile))
+        return false;
+    try {
+        file_ = IO::ExclusiveFile::TryOpen(lockFile);
+        // Nothing when another process was quicker.
+        return file_.has_value();
+    } catch (const IO::IOException& error) {
+        if (IsHeldByOther(lockFile))
+            return false;
+        OV::Logger::Warning("SYClient", u"Going on without a lock: %", {error.GetMessage()});
+        return true;
+    }
+}
 
 InfoFileLock::InfoFileLock(const IO::Location& lockFile)
 {
-    for (;;) {
-        while (IsHeldByOther(lockFile))
-            OV::Thread::Sleep(PauseMilliseconds);
-        try {
-            file_ = IO::ExclusiveFile::TryOpen(lockFile);
-            if (file_)
-                return;
-            // Another process was quicker.
-        } catch (const IO::IOException& error) {
-            if (IsHeldByOther(lockFile))
-                continue;
-            OV::Logger::Warning("SYClient", u"Going on without a lock: %", {error.GetMessage()});
-            return;
-        }
-    }
+    while (!(isHeld_ = TryTake(lockFile)))
+        OV::Thread::Sleep(PauseMilliseconds);
+}
+
+InfoFileLock::InfoFileLock(const IO::Location& lockFile, int attempts)
+{
+    for (int attempt = 0; attempt < attempts && !(isHeld_ = TryTake(lockFile)); ++attempt)
+        OV::Thread::Sleep(PauseMilliseconds);
 }
 
 InfoFileLock::~InfoFileLock()

@@ -12,13 +12,26 @@ public:
     /// as the calling thread is asked to stop. Where no lock file can be made and nobody holds one
     /// (a folder of an administrator), there is no lock, and the caller goes on without.
     explicit InfoFileLock(const IO::Location& lockFile);
+    /// The same, but gives up after that many attempts, each PauseMilliseconds after the one
+    /// before.
+    InfoFileLock(const IO::Location& lockFile, int attempts);
     ~InfoFileLock();
     InfoFileLock(const InfoFileLock&) = delete;
     InfoFileLock& operator=(const InfoFileLock&) = delete;
 
+    /// False only when it gave up.
+    [[nodiscard]] bool IsHeld() const noexcept { return isHeld_; }
+
+    /// Whether a living process holds the file; deletes what a dead one left. Not for the process
+    /// that holds it itself.
+    [[nodiscard]] static bool IsHeldByOther(const IO::Location& lockFile);
+
     static constexpr std::uint32_t PauseMilliseconds = 50;
 
 private:
+    [[nodiscard]] bool TryTake(const IO::Location& lockFile);
+
+    bool isHeld_ = false;
     std::optional<IO::ExclusiveFile> file_;
 };
 

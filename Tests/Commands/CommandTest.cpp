@@ -74,7 +74,7 @@ TEST_F(CommandTest, PasswordComesFromStandardInputAndIsShownNowhere)
 TEST_F(CommandTest, CacheIsListedShownAndClosed)
 {
     ASSERT_EQ(Run(On("anna.novak", "Harbour Bridge", {"open"})).code, 0);
-    const auto list = nlohmann::json::parse(Run({"cache", "list", "--json"}).output);
+    const auto list = nlohmann::json::parse(Run({"projects", "--json"}).output);
     ASSERT_EQ(list.size(), 1u);
     EXPECT_EQ(list[0].at("status"), "Joined");
     EXPECT_NE(list[0].at("session"), "");
@@ -92,7 +92,7 @@ TEST_F(CommandTest, CacheIsListedShownAndClosed)
     EXPECT_EQ(Run({"cache", "show", "no such folder"}).code, 3);
 
     std::ofstream(std::filesystem::path(path) / "CacheInfo.xml") << "<Cache><DataVersion>x";
-    const auto damaged = Run({"cache", "list"});
+    const auto damaged = Run({"projects"});
     EXPECT_EQ(damaged.code, 1);
     EXPECT_NE(damaged.errors.find("CacheInfo.xml"), std::string::npos) << "says which file";
 }
@@ -125,6 +125,6 @@ TEST_F(CommandTest, WrongUsageAndAMissingTerminalAreToldApart)
     EXPECT_EQ(Run({"open", "--server", "a"}).code, 2);
     EXPECT_EQ(Run({"--help"}).code, 0);
     EXPECT_EQ(Run({"open", "--help"}).code, 0);
-    const auto colours = Run({"cache", "list"});
+    const auto colours = Run({"projects"});
     EXPECT_EQ(colours.output.find('\x1b'), std::string::npos) << "no colours into a file";
 }

@@ -142,7 +142,8 @@ TEST_F(CheckOutcomeTest, FillsTheCacheInOneWrite)
     EXPECT_EQ(described.GetCategory().category, u"Infrastructure");
     EXPECT_EQ(described.GetPassword(), OV::FromUtf8(ServerProcess::Password));
 
-    const SYC::CachedProjectInfo read(SYC::CacheFolders::Find(DataFolder()).at(0));
+    const SYC::CachedProjectInfo read(
+        DataFolder().Appended(SYC::CacheFolders::Find(DataFolder()).at(0).name));
     EXPECT_TRUE(read.IsComplete());
     EXPECT_EQ(read.GetUserName(), u"Anna Nov\u00e1k");
     EXPECT_EQ(read.GetRoleName(), u"Project Manager");

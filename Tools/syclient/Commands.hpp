@@ -3,6 +3,7 @@
 #include "ExitCode.hpp"
 #include "IO/Location.hpp"
 #include "Output.hpp"
+#include "RegisteredProjects.hpp"
 
 #include <string>
 
@@ -16,8 +17,10 @@ struct Context {
     std::string dataFolder;
     ExitCode exitCode = ExitCode::Success;
 
-    /// Where the caches stand.
+    /// Where the caches stand: as --data-folder says, or else the options of this machine.
     [[nodiscard]] IO::Location DataFolder() const;
+    /// The registry of this machine, its options read.
+    [[nodiscard]] static SYC::RegisteredProjects& Registry();
 };
 
 /// Each adds its command to `app`; the command leaves its exit code in `context`, which outlives
@@ -33,3 +36,6 @@ void AddServersCommand(CLI::App& app, Context& context);
 void AddAdminCommand(CLI::App& app, Context& context);
 void AddAuthenticateCommand(CLI::App& app, Context& context);
 void AddUrlCommand(CLI::App& app, Context& context);
+void AddProjectsCommand(CLI::App& app, Context& context);
+void AddOptionsCommand(CLI::App& app, Context& context);
+void AddPhotoCommand(CLI::App& app, Context& context);

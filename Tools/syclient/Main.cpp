@@ -1,8 +1,8 @@
 #include "Commands.hpp"
 
-#include "CacheFolders.hpp"
 #include "OVRoot/Exception.hpp"
 #include "OVRoot/Logger.hpp"
+#include "RegisteredProjects.hpp"
 #include "TerminalWait.hpp"
 
 #include <CLI/CLI.hpp>
@@ -28,7 +28,7 @@ void AddGlobalOptions(CLI::App& app, Context& context, bool& verbose)
     app.add_flag("-v,--verbose", verbose, "Show the library's log on standard error");
     app.add_flag("-q,--quiet", context.output.quiet, "Show no progress");
     app.add_option("--data-folder", context.dataFolder,
-                   "Where the caches stand (default: Orvant/Projects in your application data)")
+                   "Where the caches stand (default: as \"syclient options show\" says)")
         ->option_text("DIR");
     app.footer("A password comes from a prompt, from --password-file or from --password-stdin.\n"
                "Exit codes: 0 done, 1 failed, 2 wrong usage, 3 nothing of that name, and those of "
@@ -57,8 +57,19 @@ int Run(CLI::App& app, Context& context, int argc, char** argv)
 
 IO::Location Context::DataFolder() const
 {
-    return dataFolder.empty() ? SYC::CacheFolders::GetDefaultDataFolder()
+    return dataFolder.empty() ? Registry().GetSYDataFolder()
                               : IO::Location::FromPath(OV::FromUtf8(dataFolder));
+}
+
+SYC::RegisteredProjects& Context::Registry()
+{
+    static const bool isRead = [] {
+        SYC::RegisteredProjects::Init(SYC::RegisteredProjects::GetDefaultDataFolder());
+        SYC::registeredProjects().RefreshData(false);
+        return true;
+    }();
+    (void)isRead;
+    return SYC::registeredProjects();
 }
 
 int main(int argc, char** argv)
@@ -80,5 +91,8 @@ int main(int argc, char** argv)
     AddAdminCommand(app, context);
     AddAuthenticateCommand(app, context);
     AddUrlCommand(app, context);
+    AddProjectsCommand(app, context);
+    AddOptionsCommand(app, context);
+    AddPhotoCommand(app, context);
     return Run(app, context, argc, argv);
 }

@@ -1,10 +1,10 @@
 #include "Commands.hpp"
 
-#include "CacheFolders.hpp"
-#include "CacheStatus.hpp"
+#include "CacheView.hpp"
 #include "OVRoot/Logger.hpp"
 #include "ProjectArguments.hpp"
 #include "ProjectStatusText.hpp"
+#include "RegisteredProjects.hpp"
 #include "SYClientBase/SyncraClientFactory.hpp"
 #include "SYCommunication/CommunicationException.hpp"
 #include "SyncraProtocol/ErrorCode.hpp"
@@ -122,7 +122,8 @@ void PrintText(const ServerView& view, const std::string& status, const Output& 
 void RunStatus(const ProjectArguments& arguments, Context& context)
 {
     const auto info = arguments.Read();
-    const auto cache = SYC::CacheFolders::FindCache(context.DataFolder(), info);
+    const auto cache = SYC::registeredProjects().GetCacheInfo(SYC::ToSyncraLocation(info), true,
+                                                              context.DataFolder());
     context.output.Progress("Asking " + DescribeLogin(info) + " ...");
     const ServerView view = AskServer(info, context);
     const std::string status = cache ? CacheStatus(*cache, view.says) : "not cached here";

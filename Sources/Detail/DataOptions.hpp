@@ -1,0 +1,46 @@
+#pragma once
+
+#include "IO/Location.hpp"
+#include "OVRoot/XMLIChannel.hpp"
+#include "OVRoot/XMLOChannel.hpp"
+
+#include <optional>
+
+namespace SYC {
+
+/// Where the local project data stands, and how the host cleans it up. The units of the times are
+/// the host's.
+struct DataOptions {
+    IO::Location dataFolder;
+    bool enableAutoClean = false;
+    std::int32_t periodTime = 0;
+    std::int32_t lastUsedDays = 0;
+    std::int32_t lastRunTime = 0;
+};
+
+/// Those that were set and are not in the file yet.
+struct DataOptionChanges {
+    std::optional<IO::Location> dataFolder;
+    std::optional<bool> enableAutoClean;
+    std::optional<std::int32_t> periodTime;
+    std::optional<std::int32_t> lastUsedDays;
+    std::optional<std::int32_t> lastRunTime;
+
+    [[nodiscard]] bool Any() const noexcept;
+    void ApplyTo(DataOptions& options) const;
+    /// Takes over what `former` has and this one has not.
+    void Complete(const DataOptionChanges& former);
+};
+
+/// The layout of "SYDataOptions.xml"; see Docs/Formats.md.
+namespace DataOptionsFormat {
+
+inline constexpr OV::UniStringView FileName = u"SYDataOptions.xml";
+inline constexpr std::uint16_t DataVersion = 1;
+
+/// Throws OV::XMLChannelException.
+[[nodiscard]] DataOptions Read(OV::XMLIChannel& channel);
+[[nodiscard]] OV::XMLOChannel Write(const DataOptions& options);
+
+}  // namespace DataOptionsFormat
+}  // namespace SYC

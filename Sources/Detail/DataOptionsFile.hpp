@@ -1,0 +1,125 @@
+#pragma once
+
+#include "Detail/DataOptions.hpp"
+#include "IO/File.hpp"
+#include "ManagementTool/InfoFileLock.hpp"
+#include "OVRoot/Lock.hpp"
+
+#include <memory>
+#include <optional>
+
+namespace SYC {
+
+/// "SYDataOptions.xml" and its lock, which the processes of a user share. A value that is set is a
+/// change to the file as it is when the lock is had, so that nobody's change is lost; without the
+/// lock it stays a change in memory and goes into the file with the next lock. Safe on any thread.
+/// Observers of the data folder are told by the thread that finds it changed, with no lock held.
+class DataOptionsFile {
+public:
+    explicit DataOptionsFile(IO::Location file);
+
+    [[nodiscard]] const IO::Location& GetLocation() const noexcept { return file_; }
+    [[nodiscard]] IO::Location GetLockLocation() const;
+    [[nodiscard]] DataOptions Get() const;
+
+    /// Takes `folder` for as long as no file says otherwise.
+    void UseFolder(const IO::Location& folder);
+    /// Changes one option under the lock; nothing is written when it has that value.
+    template <class Value>
+    void Change(Value DataOptions::*member, std::optional<Value> DataOptionChanges::*change,
+                const Value& value);
+
+    /// Reads the file if it changed, and writes one with the current values where there is none.
+    /// Throws FileOpenningError or ErrorReadingFile after three attempts.
+    void Refresh();
+
+    /// Nested calls count; the first one reads the file again and takes the lock, if it can be had.
+    /// Throws as Refresh does, and OV::InterruptedException while waiting; then nothing is counted.
+    /// Returns what Leave needs to be told.
+    [[nodiscard]] std::uint64_t Enter();
+    /// The last one releases. A call for what ForgetHolders forgot does nothing.
+    void Leave(std::uint64_t epoch);
+    /// Ends all nesting and releases.
+    void ForgetHolders();
+
+    /// Takes the lock if this process does not have it. Ten attempts, 50 ms apart; whether it is
+    /// had. Throws OV::InterruptedException.
+    bool WaitForLock();
+    /// Writes the options if they changed, then releases.
+    void RemoveLock();
+    [[nodiscard]] bool IsLocked() const;
+    [[nodiscard]] bool IsLockedByOthers();
+    /// Whether something was set that is not in the file yet.
+    [[nodiscard]] bool HasChanges() const;
+
+    static constexpr int LockAttempts = 10;
+    static constexpr int ReadAttempts = 3;
+
+private:
+    /// Tells the observers at its end if the data folder is another one by then.
+    class FolderWatch {
+    public:
+        explicit FolderWatch(DataOptionsFile& file) : file_(file), former_(file.Get().dataFolder) {}
+        ~FolderWatch();
+        FolderWatch(const FolderWatch&) = delete;
+        FolderWatch& operator=(const FolderWatch&) = delete;
+
+    private:
+        DataOptionsFile& file_;
+        IO::Location former_;
+    };
+
+    /// False when there is no file.
+    bool Read() OV_REQUIRES(acquiring_);
+    bool ReadOnce() OV_REQUIRES(acquiring_);
+    void Take(DataOptions read, const IO::ChangeStamp& stamp);
+    bool TakeLock() OV_REQUIRES(acquiring_);
+    void Release() OV_REQUIRES(acquiring_);
+    void Write() OV_REQUIRES(acquiring_);
+
+    const IO::Location file_;
+
+    /// Held while the lock file is waited for, and while the options file is read or written; not
+    /// for the getters, which never wait for the disk.
+    OV::Lock acquiring_;
+    std::unique_ptr<Syncra::Server::ManagementTool::Core::InfoFileLock>
+        fileLock_ OV_GUARDED_BY(acquiring_);
+    int holders_ OV_GUARDED_BY(acquiring_) = 0;
+    std::uint64_t epoch_ OV_GUARDED_BY(acquiring_) = 0;
+    bool isAbsent_ OV_GUARDED_BY(acquiring_) = false;
+
+    mutable OV::Lock lock_;
+    DataOptions options_ OV_GUARDED_BY(lock_);
+    DataOptionChanges changes_ OV_GUARDED_BY(lock_);
+    std::optional<IO::ChangeStamp> stamp_ OV_GUARDED_BY(lock_);
+    bool isLocked_ OV_GUARDED_BY(lock_) = false;
+};
+
+/// A nested hold of the options' lock.
+class DataOptionsHold {
+public:
+    explicit DataOptionsHold(DataOptionsFile& file) : file_(file), epoch_(file.Enter()) {}
+    ~DataOptionsHold();
+    DataOptionsHold(const DataOptionsHold&) = delete;
+    DataOptionsHold& operator=(const DataOptionsHold&) = delete;
+
+private:
+    DataOptionsFile& file_;
+    std::uint64_t epoch_;
+};
+
+template <class Value>
+void DataOptionsFile::Change(Value DataOptions::*member,
+                             std::optional<Value> DataOptionChanges::*change, const Value& value)
+{
+    const FolderWatch watch(*this);
+    // Even for a value that looks the same: another process may have changed it since.
+    const DataOptionsHold hold(*this);
+    const OV::LockGuard guard(lock_);
+    if (options_.*member == value)
+        return;
+    options_.*member = value;
+    changes_.*change = value;
+}
+
+}  // namespace SYC

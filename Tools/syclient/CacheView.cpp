@@ -1,0 +1,95 @@
+#include "CacheView.hpp"
+
+#include "IO/Folder.hpp"
+#include "OVRoot/Exception.hpp"
+#include "Output.hpp"
+#include "ProjectStatusText.hpp"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+
+namespace {
+
+std::uint64_t SizeOf(const IO::Location& folder)
+{
+    try {
+        return IO::Folder::GetSize(folder);
+    } catch (const OV::Exception&) {
+        return 0;
+    }
+}
+
+}  // namespace
+
+std::string CacheStatus(const SYC::CachedProjectInfo& cache, ServerSays server)
+{
+    SYC::ProjectStatusFacts facts;
+    facts.joined = true;
+    facts.detached = cache.IsProjectDetached();
+    facts.deletedFromServer = server == ServerSays::Deleted;
+    facts.travelPackageCreated = cache.IsTravelPackageCreated();
+    facts.unsentChanges = cache.IsChanges();
+    facts.offline = server == ServerSays::Unreachable || cache.IsProjectForcedOffline();
+    return ForDisplay(SYC::GetProjectStatusText(facts));
+}
+
+Json CacheJson(const SYC::CachedProjectInfo& cache)
+{
+    auto permissions = Json::array();
+    const auto granted = cache.GetPermissions();
+    std::vector<OV::UniString> sorted(granted.begin(), granted.end());
+    std::sort(sorted.begin(), sorted.end());
+    for (const auto& permission : sorted)
+        permissions.push_back(ForJson(permission));
+    return {{"folder", ForJson(cache.GetCacheFolderLocation().ToPath())},
+            {"server", ForJson(cache.GetServerName())},
+            {"port", static_cast<std::uint16_t>(cache.GetPort())},
+            {"project", ForJson(cache.GetProjectName())},
+            {"projectId", ForJson(cache.GetProjectId())},
+            {"category", ForJson(cache.GetCategoryName())},
+            {"login", ForJson(cache.GetLoginName())},
+            {"user", ForJson(cache.GetUserName())},
+            {"userId", ForJson(cache.GetUserId())},
+            {"session", ForJson(cache.GetSessionId())},
+            {"logonId", cache.GetLogonId()},
+            {"role", ForJson(cache.GetRoleName())},
+            {"permissions", permissions},
+            {"status", CacheStatus(cache)},
+            {"unsentChanges", cache.IsChanges()},
+            {"forcedOffline", cache.IsProjectForcedOffline()},
+            {"lastOpened", cache.GetLastOpenProjectTime()},
+            {"travelPackageCreated", cache.IsTravelPackageCreated()},
+            {"travelPackageTime", cache.GetTravelPackageCreationTime()},
+            {"extractedFromTravelPackage", cache.ExtractedFromTravelPackage()},
+            {"projectVersion", ForJson(cache.GetProjectVersion())},
+            {"projectBuild", cache.GetProjectBuildNum()},
+            {"detached", cache.IsProjectDetached()},
+            {"complete", cache.IsComplete()},
+            {"sizeBytes", SizeOf(cache.GetCacheFolderLocation())}};
+}
+
+std::string SizeForDisplay(std::uint64_t bytes)
+{
+    static constexpr std::array<const char*, 5> units = {"KiB", "MiB", "GiB", "TiB", "PiB"};
+    double size = static_cast<double>(bytes) / 1024;
+    std::size_t unit = 0;
+    for (; size >= 1024 && unit + 1 < units.size(); ++unit)
+        size /= 1024;
+    std::array<char, 32> text{};
+    std::snprintf(text.data(), text.size(), "%.1f %s", size, units[unit]);
+    return text.data();
+}
+
+IO::Location FindCacheFolder(const std::string& text, Context& context)
+{
+    const OV::UniString name = OV::FromUtf8(text);
+    for (const auto& folder : {context.DataFolder().Appended(name), IO::Location::FromPath(name)})
+        if (folder.IsLegal() && SYC::CachedProjectInfo::CachedProjectInfoExist(folder))
+            return folder;
+    context.exitCode = ExitCode::NotFound;
+    context.output.Error("\"" + text + "\" is no cache folder: neither below \"" +
+                         ForDisplay(context.DataFolder().ToPath()) +
+                         "\" nor as a path. \"syclient projects\" names those there are.");
+    return {};
+}

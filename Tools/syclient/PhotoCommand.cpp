@@ -1,0 +1,81 @@
+#include "Commands.hpp"
+
+#include "Display/ImageCoding.hpp"
+#include "IO/File.hpp"
+#include "OVRoot/Exception.hpp"
+#include "UserInterface/UserPhoto.hpp"
+
+#include <CLI/CLI.hpp>
+
+#include <charconv>
+#include <memory>
+
+namespace {
+
+struct PhotoArguments {
+    std::string file;
+    std::string size;
+    bool dimmed = false;
+    std::string out;
+};
+
+struct Size {
+    int width = 0;
+    int height = 0;
+};
+
+Size ParseSize(const std::string& text)
+{
+    Size size;
+    const char* const end = text.data() + text.size();
+    auto read = std::from_chars(text.data(), end, size.width);
+    if (read.ec == std::errc() && read.ptr != end && *read.ptr == 'x')
+        read = std::from_chars(read.ptr + 1, end, size.height);
+    if (read.ec != std::errc() || read.ptr != end ||
+        !NewDisplay::NativeImage::IsPossibleSize(size.width, size.height))
+        throw OV::IllegalArgumentException(
+            u"\"" + OV::FromUtf8(text) +
+            u"\" is no size of a picture in pixels; one looks like 100x120, and has 4096 x 4096 "
+            u"pixels at most.");
+    return size;
+}
+
+NewDisplay::ImageFormat FormatOf(const std::string& name)
+{
+    const bool isJpeg = name.ends_with(".jpg") || name.ends_with(".jpeg");
+    return isJpeg ? NewDisplay::ImageFormat::Jpeg : NewDisplay::ImageFormat::Png;
+}
+
+void Render(const PhotoArguments& arguments, const Context& context)
+{
+    const auto [width, height] = ParseSize(arguments.size);
+    NewDisplay::NativeImage photo;
+    if (!arguments.file.empty())
+        photo = NewDisplay::DecodeImage(
+            IO::File::ReadAll(IO::Location::FromPath(OV::FromUtf8(arguments.file))), u"");
+    const auto picture = SYC::GetUserPhoto(photo, width, height, true, arguments.dimmed);
+    IO::File::Replace(IO::Location::FromPath(OV::FromUtf8(arguments.out)),
+                      NewDisplay::EncodeImage(picture, FormatOf(arguments.out)));
+    if (context.output.json)
+        context.output.PrintJson({{"out", arguments.out}, {"width", width}, {"height", height}});
+}
+
+}  // namespace
+
+void AddPhotoCommand(CLI::App& app, Context& context)
+{
+    auto* command = app.add_subcommand(
+        "photo", "Fit a member's photo into a picture of any size, as mails and lists show it");
+    const auto arguments = std::make_shared<PhotoArguments>();
+    command->add_option("file", arguments->file, "PNG or JPEG; empty for a member without a photo")
+        ->required()
+        ->option_text("FILE");
+    command->add_option("--size", arguments->size, "Width and height in pixels")
+        ->required()
+        ->option_text("WxH");
+    command->add_flag("--dimmed", arguments->dimmed, "Pale, with a badge in the corner");
+    command->add_option("--out", arguments->out, "Where to write it: PNG, or JPEG for a .jpg")
+        ->required()
+        ->option_text("FILE");
+    command->callback([arguments, &context] { Render(*arguments, context); });
+}

@@ -1,0 +1,188 @@
+#include "Commands.hpp"
+
+#include "CacheView.hpp"
+#include "Messaging/MailFile.hpp"
+#include "OVRoot/Exception.hpp"
+#include "OVRoot/Terminal.hpp"
+#include "ProjectArguments.hpp"
+
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <iostream>
+#include <memory>
+
+namespace {
+
+using SYC::CachedProjectInfo;
+using SYC::RegisteredProject;
+
+struct ListArguments {
+    std::string server;
+    std::string user;
+    std::string name;
+    bool unsent = false;
+};
+
+struct ForgetArguments {
+    std::string folder;
+    bool yes = false;
+    bool force = false;
+};
+
+std::string DescribeProject(const CachedProjectInfo& cache)
+{
+    SYC::Inner::ProjectConnectionInfo info;
+    cache.GetProjectConnectionInfo(info);
+    info.password.clear();
+    return "\"" + ForDisplay(info.projectName) + "\" of " + DescribeLogin(info);
+}
+
+/// Changes of the project, or mails that wait in the outbox.
+bool HasUnsent(const CachedProjectInfo& cache)
+{
+    const auto outbox = cache.GetCacheFolderLocation().Appended(SYC::MailFile::OutboxName);
+    const auto content = SYC::MailFile::Read(outbox);
+    // Nobody knows what a damaged outbox held.
+    return cache.IsChanges() || !content.mails.empty() ||
+           content.outcome == SYC::MailFile::Outcome::Damaged;
+}
+
+/// Letters A to Z in any case.
+bool Holds(const std::string& text, const std::string& part)
+{
+    const auto fold = [](char c) { return c >= 'A' && c <= 'Z' ? char(c - 'A' + 'a') : c; };
+    return std::search(text.begin(), text.end(), part.begin(), part.end(),
+                       [&](char a, char b) { return fold(a) == fold(b); }) != text.end();
+}
+
+bool IsWanted(const RegisteredProject& project, const ListArguments& arguments)
+{
+    return (arguments.name.empty() ||
+            Holds(ForDisplay(project.GetProjectName()), arguments.name)) &&
+           (!arguments.unsent || HasUnsent(project.GetCachedProjectInfo()));
+}
+
+OV::Array<RegisteredProject> Select(const ListArguments& arguments, Context& context)
+{
+    auto& registry = SYC::registeredProjects();
+    const auto folder = context.DataFolder();
+    OV::Array<SYC::CacheInfoRecord> records;
+    registry.RefreshCaches(folder);
+    registry.SearchCaches(folder, records);
+    // One that cannot be read costs its line only.
+    for (const auto& record : records)
+        if (!record.info) {
+            context.output.Error(ForDisplay(record.problem));
+            context.exitCode = ExitCode::Failure;
+        }
+    OV::Array<RegisteredProject> projects;
+    registry.FillProjects(projects, OV::FromUtf8(arguments.server), OV::FromUtf8(arguments.user),
+                          {}, records);
+    std::erase_if(projects, [&](const auto& each) { return !IsWanted(each, arguments); });
+    return projects;
+}
+
+std::vector<std::string> Row(const CachedProjectInfo& cache, const Json& json)
+{
+    return {ForDisplay(cache.GetProjectName()),
+            ForDisplay(cache.GetServerName()) + ":" + json["port"].dump(),
+            ForDisplay(cache.GetLoginName()),
+            CacheStatus(cache),
+            TimeForDisplay(cache.GetLastOpenProjectTime()),
+            SizeForDisplay(json["sizeBytes"].get<std::uint64_t>()),
+            ForDisplay(cache.GetLocalFolderName())};
+}
+
+void List(const ListArguments& arguments, Context& context)
+{
+    Json list = Json::array();
+    std::vector<std::vector<std::string>> rows{
+        {"PROJECT", "SERVER", "LOGIN", "STATUS", "LAST OPENED", "SIZE", "FOLDER"}};
+    for (const auto& project : Select(arguments, context)) {
+        const auto& cache = project.GetCachedProjectInfo();
+        list.push_back(CacheJson(cache));
+        rows.push_back(Row(cache, list.back()));
+    }
+    if (context.output.json)
+        context.output.PrintJson(list);
+    else if (list.empty())
+        context.output.PrintLine("No such project is cached in \"" +
+                                 ForDisplay(context.DataFolder().ToPath()) + "\".");
+    else
+        context.output.PrintTable(rows);
+}
+
+/// Whether the person at the terminal agrees. Throws OV::IllegalArgumentException without one.
+bool Agrees(const std::string& question)
+{
+    if (!OV::Terminal::IsTerminal(OV::Terminal::Stream::Input))
+        throw OV::IllegalArgumentException(
+            OV::StringView("Nobody is there to be asked: --yes removes it without a question."));
+    std::cerr << question << " [y/N] " << std::flush;
+    std::string answer;
+    std::getline(std::cin, answer);
+    return answer == "y" || answer == "Y" || answer == "yes";
+}
+
+void Forget(const ForgetArguments& arguments, Context& context)
+{
+    const auto folder = FindCacheFolder(arguments.folder, context);
+    if (folder.IsEmpty())
+        return;
+    const CachedProjectInfo cache(folder);
+    const std::string project = DescribeProject(cache);
+    const std::string path = ForDisplay(folder.ToPath());
+    const bool unsent = HasUnsent(cache);
+    if (unsent && !arguments.force) {
+        context.exitCode = ExitCode::Failure;
+        context.output.Error("The cache of " + project +
+                             " holds changes or mails that were not sent. Open the project and "
+                             "send them, or lose them with --force.");
+        return;
+    }
+    if (!arguments.yes &&
+        !Agrees("Remove the cache of " + project + " with all that is in \"" + path + "\"?")) {
+        context.exitCode = ExitCode::Failure;
+        context.output.Error("Nothing was removed.");
+        return;
+    }
+    SYC::registeredProjects().RemoveProject(folder);
+    if (context.output.json)
+        context.output.PrintJson(
+            {{"forgotten", true}, {"folder", ForJson(folder.ToPath())}, {"hadUnsent", unsent}});
+    else
+        context.output.PrintLine("Removed the cache of " + project + ".");
+}
+
+}  // namespace
+
+void AddProjectsCommand(CLI::App& app, Context& context)
+{
+    auto* command = app.add_subcommand(
+        "projects", "A line for each project cached on this machine: how it stands, when it was "
+                    "last opened, how much room it takes");
+    const auto list = std::make_shared<ListArguments>();
+    command->add_option("-s,--server", list->server, "Only those of this server")
+        ->option_text("HOST");
+    command->add_option("-u,--user", list->user, "Only those of this login name")
+        ->option_text("NAME");
+    command->add_option("-n,--name", list->name, "Only those whose name holds this text")
+        ->option_text("TEXT");
+    command->add_flag("--unsent", list->unsent, "Only those with changes or mails not sent yet");
+    command->require_subcommand(0, 1);
+
+    auto* forget = command->add_subcommand(
+        "forget", "Remove a cache from this machine; the project on its server stays");
+    const auto forgotten = std::make_shared<ForgetArguments>();
+    forget->add_option("folder", forgotten->folder, "Name of a cache folder, or its path")
+        ->required()
+        ->option_text("FOLDER");
+    forget->add_flag("-y,--yes", forgotten->yes, "Do not ask");
+    forget->add_flag("--force", forgotten->force, "Even with changes or mails that were not sent");
+    forget->callback([forgotten, &context] { Forget(*forgotten, context); });
+    command->callback([command, list, &context] {
+        if (command->get_subcommands().empty())
+            List(*list, context);
+    });
+}
