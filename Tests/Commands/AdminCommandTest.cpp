@@ -10,7 +10,6 @@ class AdminCommandTest : public CommandTest {
 protected:
     Strings Command(Strings words, const std::string& user = "admin") const
     {
-        words.insert(words.begin(), "admin");
         for (const std::string& word :
              {std::string("-s"), std::string("127.0.0.1"), std::string("-p"),
               std::to_string(server.ModelPort()), std::string("-u"), user})
@@ -22,11 +21,11 @@ protected:
         words.insert(words.end(), {"--password-file", PasswordFile().string()});
         return Run(Command(std::move(words), user));
     }
-    Json Shown(const Strings& words) const
+    Json Shown(const Strings& words, const std::string& user = "admin") const
     {
         Strings command = words;
         command.push_back("--json");
-        const auto run = Admin(command);
+        const auto run = Admin(command, user);
         EXPECT_EQ(run.code, 0) << run.errors;
         return Json::parse(run.output, nullptr, false);
     }
@@ -94,7 +93,7 @@ TEST_F(AdminCommandTest, EveryKindIsAddedChangedShownAndDeletedByNames)
         const std::string name = kind == "users" ? row.shown.at("loginName") : row.shown.at("name");
         Strings change = row.change;
         change.insert(change.begin(), add[0]);
-        const auto changed = Admin(with("change", change));
+        const auto changed = Admin(with("set", change));
         EXPECT_EQ(changed.code, 0) << changed.errors;
         Json shown = Shown(with("show", {name}));
         shown.erase("id");
@@ -102,10 +101,10 @@ TEST_F(AdminCommandTest, EveryKindIsAddedChangedShownAndDeletedByNames)
         EXPECT_EQ(shown, row.shown);
         EXPECT_NE(Shown(with("list", {})).at(kind).dump().find('"' + name + '"'),
                   std::string::npos);
-        EXPECT_EQ(Admin(with("delete", {name})).code, 0);
+        EXPECT_EQ(Admin(with("remove", {name})).code, 0);
         const auto gone = Admin(with("show", {name}));
         EXPECT_EQ(gone.code, 3);
-        EXPECT_NE(gone.errors.find("syclient admin " + kind + " list"), std::string::npos);
+        EXPECT_NE(gone.errors.find("syclient " + kind + " list"), std::string::npos);
     }
 }
 
@@ -165,16 +164,19 @@ TEST_F(AdminCommandTest, RefusalsAreToldWithTheServersWordsAndAnExitCode)
         const char* says;
     } rows[] = {
         {{"roles", "add", "viewer"}, "admin", 1, "viewer"},
-        {{"roles", "delete", "Architect"}, "admin", 1, "role"},
+        {{"roles", "remove", "Architect"}, "admin", 1, "role"},
         {{"roles", "add", "Guest"}, "anna.novak", 12, "administrators"},
         {{"roles", "add", "Guest", "--permission", "Fly"}, "admin", 3, "no permission \"Fly\""},
         {{"groups", "join", "Administrators", "nobody"}, "admin", 3, "no user \"nobody\""},
-        {{"users", "change", "mei.chen"}, "admin", 2, "--help"},
-        {{"users", "change", "mei.chen", "--colour", "#12345"}, "admin", 2, "#RRGGBB"},
-        {{"projects", "change", "Quay", "--state", "open"}, "admin", 3, "Quay"},
+        {{"users", "set", "mei.chen"}, "admin", 2, "--help"},
+        {{"users", "set", "mei.chen", "--colour", "#12345"}, "admin", 2, "#RRGGBB"},
+        {{"projects", "set", "Quay", "--state", "open"}, "admin", 3, "Quay"},
         {{"users", "photo", "mei.chen", "--set", "/dev/null"}, "admin", 2, "picture"},
         {{"modules", "show", "x"}, "admin", 2, ""},
         {{"users", "list"}, "nobody", 12, "wrong"},
+        {{"server", "connect"}, "nobody", 12, "wrong login"},
+        {{"server", "connect", "--group", "administrators"}, "anna.novak", 12, "group"},
+        {{"server", "connect", "--group", "gardeners"}, "admin", 2, "gardeners"},
     };
     for (const auto& row : rows) {
         const auto run = Admin(row.words, row.user);
@@ -182,8 +184,13 @@ TEST_F(AdminCommandTest, RefusalsAreToldWithTheServersWordsAndAnExitCode)
         EXPECT_NE(run.errors.find(row.says), std::string::npos) << run.errors;
         EXPECT_EQ(run.output, "");
     }
+    const auto connected =
+        Shown({"server", "connect", "--group", "project-managers"}, "anna.novak");
+    EXPECT_EQ(connected.at("managementPort"), server.ManagementPort());
+    EXPECT_EQ(Json::parse(Run({"server", "list", "--json"}).output).at("lastServer"), "127.0.0.1");
     server.Kill();
     EXPECT_EQ(Admin({"users", "list"}).code, 11);
+    EXPECT_EQ(Admin({"server", "connect"}).code, 11);
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include "Commands.hpp"
 
-/// Each adds the kinds of one repository to "syclient admin".
-void AddAdminUserFamilies(CLI::App& admin, Context& context);
-void AddAdminProjectFamilies(CLI::App& admin, Context& context);
+/// Each adds the commands for one repository's kinds of objects: list, show, add, set, remove, and
+/// what else a kind offers. "projects" gets them beside those for the projects of this machine.
+void AddUserFamilies(CLI::App& app, Context& context);
+void AddProjectFamilies(CLI::App& app, Context& context);

@@ -48,10 +48,9 @@ struct AdminFamily {
         } catch (const AdminFailure& failure) {
             if (failure.GetExitCode() != ExitCode::NotFound)
                 throw;
-            throw AdminFailure(ExitCode::NotFound,
-                               OV::FromUtf8("There is no " + single + " \"" + name +
-                                            "\". \"syclient admin " + word +
-                                            " list\" shows those there are."));
+            throw AdminFailure(ExitCode::NotFound, OV::FromUtf8("There is no " + single + " \"" +
+                                                                name + "\". \"syclient " + word +
+                                                                " list\" shows those there are."));
         }
         return record;
     }
@@ -70,13 +69,19 @@ class AdminFamilyCommands {
 public:
     using Family = AdminFamily<Manager, Record>;
 
-    /// Adds "admin WORD" with its actions; those that are not of every family come to the result.
-    static CLI::App* Add(CLI::App& admin, Context& context, Family description,
+    /// Adds the command of the family with its actions, to one of that name when `app` has it;
+    /// actions that are not of every family come to the result.
+    static CLI::App* Add(CLI::App& app, Context& context, Family description,
                          const std::string& help)
     {
         const auto family = std::make_shared<const Family>(std::move(description));
-        auto* command = admin.add_subcommand(family->word, help);
-        command->require_subcommand(1);
+        const auto there = app.get_subcommands(
+            [&](const CLI::App* each) { return each->get_name() == family->word; });
+        auto* command = there.empty() ? nullptr : there.front();
+        if (command == nullptr) {
+            command = app.add_subcommand(family->word, help)->group("Administration of a server");
+            command->require_subcommand(1);
+        }
         AddAdminAction(*command, context, "list", "A line for each of them",
                        [family](AdminSession& session) { List(*family, session); });
         if (family->find == nullptr)
@@ -86,9 +91,9 @@ public:
                      Show(*family, session, family->Find(session, name));
                  });
         AddWriting(*command, context, family, "add", "Add a " + family->single, &Insert);
-        AddWriting(*command, context, family, "change",
+        AddWriting(*command, context, family, "set",
                    "Change a " + family->single + "; what is not named stays", &Update);
-        AddNamed(*command, context, *family, "delete", "Delete a " + family->single,
+        AddNamed(*command, context, *family, "remove", "Delete a " + family->single,
                  [family](AdminSession& session, const std::string& name) {
                      Delete(*family, session, family->Find(session, name));
                  });
@@ -137,7 +142,7 @@ private:
                      [family, values, writing](AdminSession& session, const std::string& name) {
                          writing(*family, session, name, *values);
                      });
-        if (word == "change")
+        if (word == "set")
             AddOption(*added, *values, "rename", "NAME", "The new " + LabelOf(family->keyName));
         for (const auto& field : family->fields)
             if (!field.option.empty())
@@ -210,9 +215,8 @@ private:
     {
         if (std::all_of(values.begin(), values.end(),
                         [](const auto& each) { return each.second.empty(); }))
-            throw OV::IllegalArgumentException(
-                OV::StringView("Name what is to change; \"syclient admin " + family.word +
-                               " change --help\" lists it."));
+            throw OV::IllegalArgumentException(OV::StringView(
+                "Name what is to change; \"syclient " + family.word + " set --help\" lists it."));
         Record record = family.Find(session, name);
         if (const auto& rename = values.at("rename"); !rename.empty())
             record.*family.key = OV::FromUtf8(rename.back());

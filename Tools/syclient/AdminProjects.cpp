@@ -173,11 +173,11 @@ void AddMerge(CLI::App& categories, Context& context)
 
 }  // namespace
 
-void AddAdminProjectFamilies(CLI::App& admin, Context& context)
+void AddProjectFamilies(CLI::App& app, Context& context)
 {
-    Commands<V2::Project>::Add(admin, context, Projects(), "The projects of the server");
+    Commands<V2::Project>::Add(app, context, Projects(), "The projects of the server");
     auto* categories = Commands<ProjectCategory>::Add(
-        admin, context, Categories(), "The headings that lists show projects under");
+        app, context, Categories(), "The headings that lists show projects under");
     AddMerge(*categories, context);
-    Commands<ConnectedModule>::Add(admin, context, Modules(), "Programs that work for the server");
+    Commands<ConnectedModule>::Add(app, context, Modules(), "Programs that work for the server");
 }

@@ -361,21 +361,21 @@ void AddDuplicate(CLI::App& roles, Context& context)
 
 }  // namespace
 
-void AddAdminUserFamilies(CLI::App& admin, Context& context)
+void AddUserFamilies(CLI::App& app, Context& context)
 {
-    auto* users = Commands<User>::Add(admin, context, Users(), "The accounts of the server");
-    users->footer("A user who was added signs in once \"admin users password\" gave him one.");
+    auto* users = Commands<User>::Add(app, context, Users(), "The accounts of the server");
+    users->footer("A user who was added signs in once \"users password\" gave him one.");
     AddPassword(*users, context);
     AddPhoto(*users, context);
-    auto* roles = Commands<Role>::Add(admin, context, Roles(), "What members may do in a project");
+    auto* roles = Commands<Role>::Add(app, context, Roles(), "What members may do in a project");
     AddDuplicate(*roles, context);
-    auto* groups = Commands<Group>::Add(admin, context, Groups(), "Users who may do the same");
+    auto* groups = Commands<Group>::Add(app, context, Groups(), "Users who may do the same");
     AddMembership(*groups, context, "join", "Put a user into a group", " is in ",
                   &UserRepositoryManager::AddToGroup);
     AddMembership(*groups, context, "leave", "Take a user out of a group", " is not in ",
                   &UserRepositoryManager::RemoveFromGroup);
-    Commands<Permission>::Add(admin, context, Permissions(), "What roles may allow");
-    Commands<PermissionSet>::Add(admin, context, PermissionSets(), "Permissions that roles share");
-    Commands<CustomPropertyDefinition>::Add(admin, context, CustomProperties(),
+    Commands<Permission>::Add(app, context, Permissions(), "What roles may allow");
+    Commands<PermissionSet>::Add(app, context, PermissionSets(), "Permissions that roles share");
+    Commands<CustomPropertyDefinition>::Add(app, context, CustomProperties(),
                                             "Fields that users have beside the usual ones");
 }

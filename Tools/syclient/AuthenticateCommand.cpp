@@ -87,7 +87,7 @@ void RunAuthenticate(const ProjectArguments& arguments, bool silent, Context& co
     } catch (const UserPasswordStore::UserIsNotInListException& error) {
         context.exitCode = ExitCode::NotFound;
         context.output.Error(ForDisplay(error.GetMessage()) +
-                             " \"syclient servers add\" stores one.");
+                             " \"syclient password set\" stores one.");
     }
 }
 

@@ -1,5 +1,6 @@
 #include "Commands.hpp"
 
+#include "AdminCommands.hpp"
 #include "OVRoot/Exception.hpp"
 #include "OVRoot/Logger.hpp"
 #include "RegisteredProjects.hpp"
@@ -87,11 +88,13 @@ int main(int argc, char** argv)
     AddCacheCommand(app, context);
     AddMembersCommand(app, context);
     AddMailCommand(app, context);
-    AddServersCommand(app, context);
-    AddAdminCommand(app, context);
+    AddServerCommand(app, context);
+    AddPasswordCommand(app, context);
     AddAuthenticateCommand(app, context);
     AddUrlCommand(app, context);
     AddProjectsCommand(app, context);
+    AddUserFamilies(app, context);
+    AddProjectFamilies(app, context);
     AddOptionsCommand(app, context);
     AddPhotoCommand(app, context);
     return Run(app, context, argc, argv);

@@ -160,8 +160,9 @@ void Forget(const ForgetArguments& arguments, Context& context)
 void AddProjectsCommand(CLI::App& app, Context& context)
 {
     auto* command = app.add_subcommand(
-        "projects", "A line for each project cached on this machine: how it stands, when it was "
-                    "last opened, how much room it takes");
+        "projects",
+        "A line for each project cached on this machine: how it stands, when it was "
+        "last opened, how much room it takes; the projects of a server with a subcommand");
     const auto list = std::make_shared<ListArguments>();
     command->add_option("-s,--server", list->server, "Only those of this server")
         ->option_text("HOST");
@@ -174,6 +175,9 @@ void AddProjectsCommand(CLI::App& app, Context& context)
 
     auto* forget = command->add_subcommand(
         "forget", "Remove a cache from this machine; the project on its server stays");
+    command->footer(
+        "\"list\", \"show\", \"add\", \"set\" and \"remove\" work on a server, the rest on "
+        "this machine.");
     const auto forgotten = std::make_shared<ForgetArguments>();
     forget->add_option("folder", forgotten->folder, "Name of a cache folder, or its path")
         ->required()

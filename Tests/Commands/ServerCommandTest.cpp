@@ -12,7 +12,7 @@ namespace {
 using Strings = std::vector<std::string>;
 
 /// What this machine remembers of servers and users, as a person at a terminal sees it.
-class ServersCommandTest : public testing::Test {
+class ServerCommandTest : public testing::Test {
 protected:
     static TerminalRun Run(Strings arguments, const Strings& answers = {})
     {
@@ -21,7 +21,7 @@ protected:
     }
     static nlohmann::json List()
     {
-        return nlohmann::json::parse(Run({"servers", "list", "--json"}).output);
+        return nlohmann::json::parse(Run({"server", "list", "--json"}).output);
     }
     Strings Authenticate(const std::string& user, Strings more = {}) const
     {
@@ -48,25 +48,25 @@ protected:
     TemporaryFolder folder;
 };
 
-TEST_F(ServersCommandTest, PasswordsAreStoredListedAndForgottenAndNeverShown)
+TEST_F(ServerCommandTest, PasswordsAreStoredListedAndForgottenAndNeverShown)
 {
-    const Strings add{"servers", "add", "-s", "nexar.example", "-u", "anna"};
+    const Strings add{"password", "set", "-s", "nexar.example", "-u", "anna"};
     const TerminalRun added = Run(add, {"s3cret word"});
     EXPECT_EQ(added.code, 0) << added.output;
-    EXPECT_EQ(Run({"servers", "set", "--last-user", "anna"}).code, 3) << "no default password";
+    EXPECT_EQ(Run({"server", "set", "--last-user", "anna"}).code, 3) << "no default password";
     EXPECT_EQ(Run(add, {""}).code, 2);
     EXPECT_EQ(Run(add).code, 2) << "end of input";
 
     const std::string file = (folder.Path() / "password").string();
     std::ofstream(file) << "s3cret two\n";
     EXPECT_EQ(
-        Run({"servers", "add", "-s", "second", "-u", "anna", "--default", "--password-file", file})
+        Run({"password", "set", "-s", "second", "-u", "anna", "--default", "--password-file", file})
             .code,
         0);
-    EXPECT_EQ(Run({"servers", "set", "--last-user", "anna", "--last-server", "second", "--messages",
-                   "on"})
-                  .code,
-              0);
+    EXPECT_EQ(
+        Run({"server", "set", "--last-user", "anna", "--last-server", "second", "--messages", "on"})
+            .code,
+        0);
     const auto listed = List();
     EXPECT_EQ(listed.at("lastUser"), "anna");
     EXPECT_EQ(listed.at("lastServer"), "second");
@@ -74,7 +74,7 @@ TEST_F(ServersCommandTest, PasswordsAreStoredListedAndForgottenAndNeverShown)
     EXPECT_EQ(listed.at("users"),
               nlohmann::json::parse(R"([{"user": "anna", "hasDefaultPassword": true,
                                          "servers": ["nexar.example", "second"]}])"));
-    const TerminalRun shown = Run({"servers", "list", "--verbose"});
+    const TerminalRun shown = Run({"server", "list", "--verbose"});
     std::ifstream stored(listed.at("file").get<std::string>());
     const std::string bytes{std::istreambuf_iterator<char>(stored), {}};
     for (const auto& text : {added.output, shown.output, listed.dump(), bytes}) {
@@ -82,19 +82,19 @@ TEST_F(ServersCommandTest, PasswordsAreStoredListedAndForgottenAndNeverShown)
         EXPECT_EQ(text.find("s3cret"), std::string::npos);
     }
 
-    EXPECT_EQ(Run({"servers", "forget", "Anna"}).code, 3);
-    EXPECT_EQ(Run({"servers", "forget", "anna"}).code, 0);
+    EXPECT_EQ(Run({"password", "forget", "Anna"}).code, 3);
+    EXPECT_EQ(Run({"password", "forget", "anna"}).code, 0);
     EXPECT_TRUE(List().at("users").empty());
     EXPECT_EQ(List().at("lastUser"), "") << "his default password went too";
 }
 
-TEST_F(ServersCommandTest, ACachedProjectIsOpenedByWhoTypesTheStoredPassword)
+TEST_F(ServerCommandTest, ACachedProjectIsOpenedByWhoTypesTheStoredPassword)
 {
     EXPECT_EQ(Run(Authenticate("anna")).code, 3) << "nothing is cached";
     Cache(u"anna");
     Cache(u"zoe");
     EXPECT_EQ(Run(Authenticate("anna", {"--silent"})).code, 0) << "nobody is stored";
-    ASSERT_EQ(Run({"servers", "add", "-s", "NEXAR", "-u", "anna"}, {"right"}).code, 0);
+    ASSERT_EQ(Run({"password", "set", "-s", "NEXAR", "-u", "anna"}, {"right"}).code, 0);
     const std::string file = (folder.Path() / "password").string();
     std::ofstream(file) << "right\n";
 

@@ -1,9 +1,9 @@
-#include "Commands.hpp"
+#include "AdminSession.hpp"
 
 #include "ManagementTool/SyncraInfo.hpp"
 #include "OVRoot/Exception.hpp"
-#include "PasswordSource.hpp"
 #include "SYClientBase/ConnectionValidator.hpp"
+#include "UserInterface/SetServerConnectionTask.hpp"
 
 #include <CLI/CLI.hpp>
 
@@ -12,13 +12,13 @@
 
 namespace {
 
+using Syncra::Server::ManagementTool::GUI::SetServerConnectionTask;
 using Syncra::Server::ManagementTool::GUI::SyncraInfo;
 
-struct AddArguments {
-    std::string server;
-    std::string user;
-    PasswordSource password;
-    bool isDefault = false;
+struct ConnectArguments {
+    ServerArguments server;
+    ManagementCore::UserGroupType::Value group = ManagementCore::UserGroupType::AnyUser;
+    bool anyVersion = false;
 };
 
 struct SetArguments {
@@ -89,48 +89,6 @@ void List(const Context& context)
     PrintUsers(info, context.output);
 }
 
-void Finish(const Context& context, const std::string& done, Json json)
-{
-    if (context.output.json)
-        context.output.PrintJson(json);
-    else
-        context.output.PrintLine(done);
-}
-
-void Add(const AddArguments& arguments, const Context& context)
-{
-    const auto user = OV::FromUtf8(arguments.user), server = OV::FromUtf8(arguments.server);
-    const std::string login = ForDisplay(user) + " on " + ForDisplay(server);
-    // Asked for before the file is locked: a person takes his time.
-    OV::UniString password = arguments.password.Read(login);
-    const OV::SecureWipeGuard<char16_t> wipe(password);
-    if (user.empty() || server.empty() || password.empty())
-        throw OV::IllegalArgumentException(
-            OV::StringView("Nothing is stored: user, server and password must not be empty."));
-    SyncraInfo().Update([&](SyncraInfo& info) {
-        info.AddUser(user, server, password);
-        if (arguments.isDefault)
-            info.SetUserDefaultPassword(user, password);
-    });
-    Finish(context, "Stored the password of " + login + ".",
-           {{"stored", true}, {"user", ForJson(user)}, {"server", ForJson(server)}});
-}
-
-void Forget(const std::string& name, Context& context)
-{
-    const auto user = OV::FromUtf8(name);
-    SyncraInfo known;
-    if (!known.IsUserInList(user)) {
-        context.exitCode = ExitCode::NotFound;
-        context.output.Error("No password of \"" + ForDisplay(user) +
-                             "\" is stored. \"syclient servers list\" names those there are.");
-        return;
-    }
-    known.Update([&](SyncraInfo& info) { info.RemoveUser(user); });
-    Finish(context, "Forgot the passwords of " + ForDisplay(user) + ".",
-           {{"forgotten", true}, {"user", ForJson(user)}});
-}
-
 void Set(const SetArguments& arguments, Context& context)
 {
     const auto lastUser = OV::FromUtf8(arguments.lastUser.value_or(""));
@@ -139,7 +97,7 @@ void Set(const SetArguments& arguments, Context& context)
         context.exitCode = ExitCode::NotFound;
         context.output.Error("\"" + ForDisplay(lastUser) +
                              "\" has no default password and is not remembered. "
-                             "\"syclient servers add --default\" stores one.");
+                             "\"syclient password set --default\" stores one.");
         return;
     }
     known.Update([&](SyncraInfo& info) {
@@ -153,27 +111,9 @@ void Set(const SetArguments& arguments, Context& context)
     List(context);
 }
 
-void AddAddCommand(CLI::App& servers, Context& context)
+void AddSetCommand(CLI::App& server, Context& context)
 {
-    auto* command = servers.add_subcommand(
-        "add", "Store, or replace, the password of a user on a server; coded, for you on this "
-               "machine only");
-    const auto arguments = std::make_shared<AddArguments>();
-    command->add_option("-s,--server", arguments->server, "Server: host name or address")
-        ->required()
-        ->option_text("HOST");
-    command->add_option("-u,--user", arguments->user, "Login name")
-        ->required()
-        ->option_text("NAME");
-    command->add_flag("--default", arguments->isDefault,
-                      "Also make it the user's default password");
-    arguments->password.AddOptions(*command);
-    command->callback([arguments, &context] { Add(*arguments, context); });
-}
-
-void AddSetCommand(CLI::App& servers, Context& context)
-{
-    auto* command = servers.add_subcommand("set", "Change what is remembered beside passwords");
+    auto* command = server.add_subcommand("set", "Change what is remembered beside passwords");
     const auto arguments = std::make_shared<SetArguments>();
     command->add_option("--last-server", arguments->lastServer, "The last server; empty for none")
         ->option_text("HOST");
@@ -186,21 +126,92 @@ void AddSetCommand(CLI::App& servers, Context& context)
     command->callback([arguments, &context] { Set(*arguments, context); });
 }
 
+/// What the task found out, as an exit code and the words for it.
+std::pair<ExitCode, std::string> Judge(const SetServerConnectionTask& task,
+                                       const ConnectArguments& arguments)
+{
+    const std::string login = arguments.server.Describe();
+    if (!task.HasServerConnectionSucceeded())
+        return {ExitCode::Offline,
+                "No server answers where " + login +
+                    " is to be. Look at host name and port, and whether it runs."};
+    if (!task.IsServerCompatible())
+        return {ExitCode::IncompatibleVersion,
+                "The server speaks another version of the protocol; --any-version tries it."};
+    if (!task.HasUserAuthenticationSucceeded())
+        return {ExitCode::AccessDenied,
+                "Refused as " + login + ": wrong login, or not in the group asked for."};
+    return {ExitCode::Success, "Connected as " + login + "."};
+}
+
+/// Makes the server the current one and remembers it.
+std::uint16_t Choose(const ServerArguments& server, const OV::UniString& password)
+{
+    auto& tool = ManagementCore::ServerConnectionManager::GetInstance();
+    tool.SetUserName(OV::FromUtf8(server.user));
+    tool.SetPassword(password);
+    tool.SetConnection(OV::FromUtf8(server.server), static_cast<short>(server.port),
+                       ManagementCore::ConnectionType::FullConnection);
+    SyncraInfo().Update(
+        [&](SyncraInfo& info) { info.SetLastServerName(OV::FromUtf8(server.server)); });
+    return static_cast<std::uint16_t>(tool.GetManagementPort());
+}
+
+void Connect(const ConnectArguments& arguments, Context& context)
+{
+    const ServerArguments& server = arguments.server;
+    OV::UniString password = server.password.Read(server.Describe());
+    const OV::SecureWipeGuard<char16_t> wipe(password);
+    const auto task = OV::MakeRef<SetServerConnectionTask>(
+        OV::FromUtf8(server.server), static_cast<short>(server.port), OV::FromUtf8(server.user),
+        password, arguments.group, arguments.anyVersion);
+    using Strategy = ManagementCore::UserAsyncTaskExecutingImplementation;
+    const bool done =
+        Strategy::Current().ExecuteTask(task, nullptr, Strategy::UsualDelayMilliseconds);
+    const auto [exitCode, words] = Judge(*task, arguments);
+    context.exitCode = exitCode;
+    const std::uint16_t managementPort = done ? Choose(server, password) : std::uint16_t(0);
+    if (context.output.json)
+        context.output.PrintJson({{"connected", task->HasServerConnectionSucceeded()},
+                                  {"authenticated", task->HasUserAuthenticationSucceeded()},
+                                  {"compatible", task->IsServerCompatible()},
+                                  {"managementPort", managementPort}});
+    else if (done)
+        context.output.PrintLine(words);
+    else
+        context.output.Error(words);
+}
+
+void AddConnectCommand(CLI::App& server, Context& context)
+{
+    auto* command = server.add_subcommand(
+        "connect", "Sign in to a server, look for you in a group, and remember the server");
+    const auto arguments = std::make_shared<ConnectArguments>();
+    arguments->server.AddOptions(*command);
+    using Group = ManagementCore::UserGroupType;
+    const std::map<std::string, Group::Value> groups{
+        {"any", Group::AnyUser},
+        {"administrators", Group::Administrators},
+        {"project-managers", Group::ProjectManagers},
+        {"workflow-managers", Group::ProjectWorkflowManagers}};
+    command->add_option("--group", arguments->group, "The group that you must belong to")
+        ->transform(CLI::CheckedTransformer(groups).description(""))
+        ->option_text("any|administrators|project-managers|workflow-managers");
+    command->add_flag("--any-version", arguments->anyVersion,
+                      "Also a server that speaks another version of the protocol");
+    command->callback([arguments, &context] { Connect(*arguments, context); });
+}
+
 }  // namespace
 
-void AddServersCommand(CLI::App& app, Context& context)
+void AddServerCommand(CLI::App& app, Context& context)
 {
-    auto* command = app.add_subcommand(
-        "servers", "The servers and users that this machine remembers, and their passwords");
+    auto* command = app.add_subcommand("server", "The servers and users of this machine");
     command->require_subcommand(1);
     command
         ->add_subcommand("list", "Last server and user, message setting, and who has a password "
                                  "where; no password is shown")
         ->callback([&context] { List(context); });
-    AddAddCommand(*command, context);
-    auto* forget = command->add_subcommand("forget", "Forget all passwords of a user");
-    const auto user = std::make_shared<std::string>();
-    forget->add_option("user", *user, "Login name")->required()->option_text("NAME");
-    forget->callback([user, &context] { Forget(*user, context); });
+    AddConnectCommand(*command, context);
     AddSetCommand(*command, context);
 }
