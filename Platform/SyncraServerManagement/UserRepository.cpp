@@ -1,11 +1,26 @@
 #include "SyncraServerManagement/UserRepository.hpp"
 
+#include "OVRoot/SecureWipe.hpp"
 #include "SyncraServerManagement/Detail/HttpRecordFamily.hpp"
 #include "SyncraServerManagement/Detail/SignInProperties.hpp"
 
 namespace Syncra::Server::Management {
 
 namespace {
+
+/// The password in a body, wiped when the request is over.
+class PasswordField {
+public:
+    PasswordField(nlohmann::json& body, const OV::UniString& password)
+        : text_((body["password"] = Protocol::TextToJson(password)).get_ref<std::string&>())
+    {}
+    ~PasswordField() { OV::SecureWipe(text_); }
+    PasswordField(const PasswordField&) = delete;
+    PasswordField& operator=(const PasswordField&) = delete;
+
+private:
+    std::string& text_;
+};
 
 class HttpUserRepository final : public UserRepository {
 public:
@@ -28,13 +43,14 @@ public:
     User InsertUser(const User& user, const OV::UniString& password) override
     {
         auto body = ToJson(user);
-        body["password"] = Protocol::TextToJson(password);
+        const PasswordField field(body, password);
         return users_.Insert(body);
     }
     void SetUserPassword(const OV::UniString& user, const OV::UniString& password) override
     {
-        channel_.Tell(Method::Put, users_.PathOf(user) + "/password",
-                      Protocol::DumpJson({{"password", Protocol::TextToJson(password)}}));
+        nlohmann::json body;
+        const PasswordField field(body, password);
+        channel_.Tell(Method::Put, users_.PathOf(user) + "/password", Protocol::DumpJson(body));
     }
 
     OV::Array<OV::UniString> GetUserGroups(const OV::UniString& user) override

@@ -31,16 +31,49 @@ ManagementCore::ServerConnectionManager& Tool()
     return ManagementCore::ServerConnectionManager::GetInstance();
 }
 
-/// The port of the management service, which the model service tells.
-std::uint16_t FindPort(const ServerArguments& server, const OV::UniString& password)
+/// Asks the model service for the port of the management service.
+class FindPortTask final : public TerminalWait::Task {
+public:
+    FindPortTask(const ServerArguments& server, OV::UniString password)
+        : server_(OV::FromUtf8(server.server)), port_(server.port),
+          user_(OV::FromUtf8(server.user)), password_(std::move(password))
+    {}
+
+    /// 0 when the server lists none.
+    std::uint16_t found = 0;
+    std::exception_ptr failure;
+
+private:
+    bool RunTask() override
+    {
+        try {
+            found = SYCB::ServicePortCache::GetInstance().GetServicePort(
+                server_, port_, user_, password_, SYCB::ServiceType::Management, true);
+        } catch (...) {
+            failure = std::current_exception();
+        }
+        return true;
+    }
+
+    OV::UniString server_;
+    std::uint16_t port_;
+    OV::UniString user_;
+    OV::UniString password_;
+    OV::SecureWipeGuard<char16_t> passwordWipe_{password_};
+};
+
+std::uint16_t FindPort(TerminalWait& wait, const ServerArguments& server,
+                       const OV::UniString& password)
 {
-    const std::uint16_t port = SYCB::ServicePortCache::GetInstance().GetServicePort(
-        OV::FromUtf8(server.server), server.port, OV::FromUtf8(server.user), password,
-        SYCB::ServiceType::Management, true);
-    if (port == 0)
+    const auto task = OV::MakeRef<FindPortTask>(server, password);
+    if (!wait.ExecuteTask(task, nullptr, TerminalWait::UsualDelayMilliseconds))
+        throw AdminFailure(ExitCode::Failure, u"");  // cancelled, and told
+    if (task->failure)
+        std::rethrow_exception(task->failure);
+    if (task->found == 0)
         throw AdminFailure(ExitCode::Failure,
                            u"The server lists no management service; it cannot be administered.");
-    return port;
+    return task->found;
 }
 
 void End(Context& context, ExitCode exitCode, const OV::Exception& reason)
@@ -137,7 +170,7 @@ AdminSession::AdminSession(Context& context, const ServerArguments& server)
                                     &Management::CustomPropertyDefinition::name)),
       context_(context), server_(server), wait_(context.output),
       password_(server.password.Read(server.Describe())),
-      managementPort_(FindPort(server, password_))
+      managementPort_(FindPort(wait_, server, password_))
 {}
 
 template <class Record>

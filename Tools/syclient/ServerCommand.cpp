@@ -165,9 +165,12 @@ void Connect(const ConnectArguments& arguments, Context& context)
     const auto task = OV::MakeRef<SetServerConnectionTask>(
         OV::FromUtf8(server.server), static_cast<short>(server.port), OV::FromUtf8(server.user),
         password, arguments.group, arguments.anyVersion);
-    using Strategy = ManagementCore::UserAsyncTaskExecutingImplementation;
-    const bool done =
-        Strategy::Current().ExecuteTask(task, nullptr, Strategy::UsualDelayMilliseconds);
+    TerminalWait wait(context.output);
+    const bool done = wait.ExecuteTask(task, nullptr, TerminalWait::UsualDelayMilliseconds);
+    if (wait.WasCancelled()) {
+        context.exitCode = ExitCode::Failure;
+        return;
+    }
     const auto [exitCode, words] = Judge(*task, arguments);
     context.exitCode = exitCode;
     const std::uint16_t managementPort = done ? Choose(server, password) : std::uint16_t(0);

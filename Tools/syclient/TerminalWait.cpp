@@ -55,6 +55,7 @@ TerminalWait::~TerminalWait()
 bool TerminalWait::ExecuteTask(const OV::Ref<Task>& task, OV::Executor* executor,
                                std::uint32_t delayMilliseconds)
 {
+    wasCancelled_ = false;
     const auto response = OV::MakeRef<PlainResponse>();
     AsyncTaskExecuting executing(task, response, executor);
     if (!executing.IsStarted())
@@ -65,6 +66,7 @@ bool TerminalWait::ExecuteTask(const OV::Ref<Task>& task, OV::Executor* executor
     for (std::uint32_t waited = 0; !response->Wait(LookMilliseconds); waited += LookMilliseconds) {
         if (interrupted) {
             executing.CancelTask();
+            wasCancelled_ = true;
             output_.Error("Cancelled; the server may still carry the request out.");
             return false;
         }

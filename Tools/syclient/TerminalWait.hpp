@@ -23,12 +23,15 @@ public:
 
     [[nodiscard]] bool ExecuteTask(const OV::Ref<Task>& task, OV::Executor* executor,
                                    std::uint32_t delayMilliseconds) override;
+    /// Whether Ctrl-C ended the last task; the user has been told.
+    [[nodiscard]] bool WasCancelled() const noexcept { return wasCancelled_; }
     short ShowAlert(ErrorType error, ObjectType object, const OV::UniString* name) override;
 
 private:
     int Show(const OV::AlertResource& alert) override;
 
     const Output& output_;
+    bool wasCancelled_ = false;
     /// Knows the alert of each failure.
     Syncra::Server::ManagementTool::GUI::AsyncTaskDialogExecutingImplementation alerts_;
     OV::AlertPresenter* formerPresenter_;

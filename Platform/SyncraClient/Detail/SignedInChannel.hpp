@@ -27,6 +27,8 @@ public:
     template <class Convert>
     [[nodiscard]] auto Ask(Communication::HttpRequest request, Convert&& convert)
     {
+        // Some bodies carry a password.
+        const OV::SecureWipeGuard<char> wipe(request.body);
         const Communication::HttpResponse response = Send(request);
         return Read(request, response, std::forward<Convert>(convert));
     }
