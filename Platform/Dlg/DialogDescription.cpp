@@ -36,7 +36,8 @@ ItemType ReadType(const OV::String& word)
                                      {"list", ItemType::ListBox},
                                      {"date", ItemType::Date},
                                      {"icon", ItemType::Icon},
-                                     {"separator", ItemType::Separator}});
+                                     {"separator", ItemType::Separator},
+                                     {"progress", ItemType::Progress}});
 }
 
 Picture ReadPicture(const OV::String& word)

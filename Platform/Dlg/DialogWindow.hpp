@@ -1,8 +1,9 @@
 #pragma once
 
 #include "Dlg/Date.hpp"
-#include "Dlg/ListColumn.hpp"
+#include "Dlg/ListRows.hpp"
 
+#include <cstdint>
 #include <memory>
 
 namespace Dlg {
@@ -27,9 +28,14 @@ public:
     virtual void AppendSeparator(int popUp) = 0;
 
     virtual void SetColumns(int listBox, const OV::Array<ListColumn>& columns) = 0;
-    /// Replaces all rows and selects none. They are shared with the caller, who does not change
-    /// them.
-    virtual void SetRows(int listBox, std::shared_ptr<const OV::Array<ListRow>> rows) = 0;
+    /// Replaces all rows and selects none. The caller may keep them too.
+    virtual void SetRows(int listBox, std::shared_ptr<const ListRows> rows) = 0;
+    /// Marks the column that the rows are sorted by; 0: none.
+    virtual void SetSortMark(int listBox, int column, bool ascending) = 0;
+
+    /// Shows how far something has come; a total of 0 is an unknown one.
+    virtual void SetProgress(int item, std::uint64_t done, std::uint64_t total) = 0;
+    virtual void HideProgress(int item) = 0;
 
     /// The entry of a pop-up or the row of a list box.
     virtual void SetSelection(int item, int number) = 0;

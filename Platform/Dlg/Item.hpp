@@ -26,6 +26,7 @@ private:
     friend class Panel;
     /// The user did with it what items of its type are for.
     virtual void Used() {}
+    virtual void HeaderUsed(int /*column*/) {}
 
     Panel& panel_;
     int number_;

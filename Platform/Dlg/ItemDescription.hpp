@@ -6,7 +6,18 @@
 
 namespace Dlg {
 
-enum class ItemType { Text, Edit, Password, Button, PopUp, ListBox, Date, Icon, Separator };
+enum class ItemType {
+    Text,
+    Edit,
+    Password,
+    Button,
+    PopUp,
+    ListBox,
+    Date,
+    Icon,
+    Separator,
+    Progress
+};
 
 enum class Picture { None, Information, Question, Warning };
 

@@ -2,20 +2,25 @@
 
 namespace Dlg {
 
-void ListBox::SetRows(OV::Array<ListRow> rows)
+void ListBox::SetRows(std::shared_ptr<const ListRows> rows)
 {
-    rows_ = std::make_shared<const OV::Array<ListRow>>(std::move(rows));
+    rows_ = std::move(rows);
     Window().SetRows(GetNumber(), rows_);
 }
 
-const ListRow& ListBox::GetRow(int row) const
+void ListBox::SetRows(OV::Array<ListRow> rows)
 {
-    return rows_->at(static_cast<std::size_t>(row) - 1);
+    SetRows(std::make_shared<const TextRows>(std::move(rows)));
 }
 
 void ListBox::Used()
 {
     observers_.Notify([this](ListBoxObserver& observer) { observer._RowSelected(*this); });
+}
+
+void ListBox::HeaderUsed(int column)
+{
+    observers_.Notify([&](ListBoxObserver& observer) { observer._HeaderPressed(*this, column); });
 }
 
 }  // namespace Dlg

@@ -15,11 +15,15 @@ public:
     {
         Window().SetColumns(GetNumber(), columns);
     }
-    /// Replaces all rows; each has a cell for every column. No row is selected then.
+    /// Replaces all rows. No row is selected then.
+    void SetRows(std::shared_ptr<const ListRows> rows);
     void SetRows(OV::Array<ListRow> rows);
-    [[nodiscard]] int GetRowCount() const noexcept { return static_cast<int>(rows_->size()); }
-    /// Throws std::out_of_range.
-    [[nodiscard]] const ListRow& GetRow(int row) const;
+    [[nodiscard]] const ListRows& GetRows() const noexcept { return *rows_; }
+    /// Marks the column that the rows are sorted by; 0: none.
+    void SetSortMark(int column, bool ascending)
+    {
+        Window().SetSortMark(GetNumber(), column, ascending);
+    }
 
     /// 0: none.
     void Select(int row) { Window().SetSelection(GetNumber(), row); }
@@ -27,9 +31,9 @@ public:
 
 private:
     void Used() override;
+    void HeaderUsed(int column) override;
 
-    /// Shared with the window: a long log is not kept twice.
-    std::shared_ptr<const OV::Array<ListRow>> rows_ = std::make_shared<OV::Array<ListRow>>();
+    std::shared_ptr<const ListRows> rows_ = std::make_shared<TextRows>(OV::Array<ListRow>());
     OV::EventSource<ListBoxObserver> observers_;
 };
 

@@ -45,6 +45,14 @@ void Panel::_ItemUsed(int item) noexcept
     });
 }
 
+void Panel::_HeaderUsed(int listBox, int column) noexcept
+{
+    Guarded([&] {
+        if (const auto found = items_.find(listBox); found != items_.end())
+            found->second->HeaderUsed(column);
+    });
+}
+
 void Panel::_Idle() noexcept
 {
     Guarded([this] { Notify([this](PanelObserver& observer) { observer._PanelIdle(*this); }); });

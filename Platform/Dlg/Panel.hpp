@@ -42,6 +42,7 @@ private:
     friend class Item;
 
     void _ItemUsed(int item) noexcept override;
+    void _HeaderUsed(int listBox, int column) noexcept override;
     void _Idle() noexcept override;
     void _LeaveRequested() noexcept override;
     void _Resized() noexcept override;

@@ -67,6 +67,9 @@ TEST_F(ToolkitTest, AUserIsHeardInTheOrderInWhichHeActs)
         user.SendIdle();
         user.Choose(AllItemsDialog::PopUp, 3);
         user.SelectRow(AllItemsDialog::List, 2);
+        user.PressHeader(AllItemsDialog::List, 2);
+        EXPECT_EQ(user.GetSortMark(AllItemsDialog::List), -2);
+        EXPECT_EQ(user.GetProgress(AllItemsDialog::Bar), HeadlessDialog::Progress(1, 4));
         user.PickDate(AllItemsDialog::Day, {2024, 3, 1});
         user.Type(AllItemsDialog::Edit, u"typed");
         user.SendResize();
@@ -74,8 +77,8 @@ TEST_F(ToolkitTest, AUserIsHeardInTheOrderInWhichHeActs)
         user.Leave();  // too late: the dialog was accepted
     });
     EXPECT_TRUE(dialog.Invoke());
-    EXPECT_EQ(dialog.heard, (Strings{"opened", "idle", "entry other", "row second", "day 1",
-                                     "resized", "accept", "closed"}));
+    EXPECT_EQ(dialog.heard, (Strings{"opened", "idle", "entry other", "row second", "column 2",
+                                     "day 1", "resized", "accept", "closed"}));
     EXPECT_EQ(dialog.edit.GetText(), u"typed");
 }
 
@@ -88,6 +91,7 @@ TEST_F(ToolkitTest, WhatAUserCouldNotDoLeavesInvoke)
         [](HeadlessDialog& user) { user.Choose(AllItemsDialog::PopUp, 2); },
         [](HeadlessDialog& user) { user.Choose(AllItemsDialog::PopUp, 4); },
         [](HeadlessDialog& user) { user.SelectRow(AllItemsDialog::List, 3); },
+        [](HeadlessDialog& user) { user.PressHeader(AllItemsDialog::List, 3); },
     };
     for (const auto& script : impossible) {
         AllItemsDialog dialog;

@@ -4,7 +4,9 @@
 #include "UserInterface/AsyncTaskDialog.hpp"
 
 #include <QDateEdit>
+#include <QHeaderView>
 #include <QLineEdit>
+#include <QProgressBar>
 #include <QTableView>
 
 #include <atomic>
@@ -39,6 +41,12 @@ TEST_F(QtToolkitTest, AUserOfWindowsIsHeardLikeOneOfAScript)
         auto& list = QtUser::Item<QTableView>(Dialog::List);
         QTest::mouseClick(list.viewport(), Qt::LeftButton, {},
                           list.visualRect(list.model()->index(1, 0)).center());
+        auto& header = *list.horizontalHeader();
+        EXPECT_TRUE(QtUser::Item(Dialog::Bar).isHidden());
+        QTest::mouseClick(header.viewport(), Qt::LeftButton, {},
+                          QPoint(header.sectionViewportPosition(1) + 5, 5));
+        EXPECT_EQ(header.sortIndicatorSection(), 1);
+        EXPECT_EQ(QtUser::Item<QProgressBar>(Dialog::Bar).value(), 250);
         auto& day = QtUser::Item<QDateEdit>(Dialog::Day);
         day.setSelectedSection(QDateTimeEdit::DaySection);
         QTest::keyClick(&day, Qt::Key_Down);
@@ -54,8 +62,8 @@ TEST_F(QtToolkitTest, AUserOfWindowsIsHeardLikeOneOfAScript)
         QtUser::Key(Qt::Key_Escape);
     });
     EXPECT_TRUE(dialog.Invoke());
-    EXPECT_EQ(dialog.heard, (Strings{"opened", "entry R&D", "entry other", "row second", "day 28",
-                                     "resized", "accept", "closed"}));
+    EXPECT_EQ(dialog.heard, (Strings{"opened", "entry R&D", "entry other", "row second", "column 2",
+                                     "day 28", "resized", "accept", "closed"}));
     EXPECT_EQ(dialog.edit.GetText(), u"t & <b>");
     EXPECT_EQ(dialog.text.GetText(), u"Rows & days:");
     dialog.list.Select(1);

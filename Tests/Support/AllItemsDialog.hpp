@@ -6,6 +6,7 @@
 #include "Dlg/ListBox.hpp"
 #include "Dlg/ModalDialog.hpp"
 #include "Dlg/PopUpItem.hpp"
+#include "Dlg/ProgressItem.hpp"
 #include "Dlg/TextItem.hpp"
 
 #include <functional>
@@ -18,7 +19,7 @@ class AllItemsDialog : public Dlg::ModalDialog,
                        public Dlg::ListBoxObserver,
                        public Dlg::DateItemObserver {
 public:
-    enum { Ok = 1, Cancel, Text, Edit, PopUp, List, Day, Icon, Line };
+    enum { Ok = 1, Cancel, Text, Edit, PopUp, List, Day, Icon, Line, Bar };
     static constexpr int Number = 1;
 
     static const Dlg::DialogDescription& Description()
@@ -34,6 +35,7 @@ public:
              {PopUp, ItemType::PopUp, u"Choose", {212, 40, 200, 28}, {}},
              {Day, ItemType::Date, u"", {12, 76, 190, 28}, {}},
              {List, ItemType::ListBox, u"", {12, 112, 396, 130}, {false, false, true, true}},
+             {Bar, ItemType::Progress, u"", {60, 262, 120, 24}, {false, true, false, false}},
              {Line, ItemType::Separator, u"", {12, 248, 396, 4}, {false, true, true, false}},
              {Icon,
               ItemType::Icon,
@@ -69,6 +71,7 @@ public:
     Dlg::PopUpItem popUp{*this, PopUp};
     Dlg::ListBox list{*this, List};
     Dlg::DateItem day{*this, Day};
+    Dlg::ProgressItem bar{*this, Bar};
     OV::Array<std::string> heard;
     std::function<void()> onOpened = [] {};
 
@@ -102,7 +105,13 @@ private:
     }
     void _RowSelected(Dlg::ListBox& item) override
     {
-        heard.push_back("row " + OV::ToUtf8(item.GetRow(item.GetSelected()).at(0)));
+        heard.push_back("row " + OV::ToUtf8(item.GetRows().GetText(item.GetSelected(), 1)));
+    }
+    void _HeaderPressed(Dlg::ListBox& item, int column) override
+    {
+        heard.push_back("column " + std::to_string(column));
+        item.SetSortMark(column, false);
+        bar.Show(1, 4);
     }
     void _DateChanged(Dlg::DateItem& item) override
     {

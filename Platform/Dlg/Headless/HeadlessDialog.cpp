@@ -90,10 +90,18 @@ void HeadlessDialog::Type(int edit, const OV::UniString& text)
 void HeadlessDialog::SelectRow(int listBox, int row)
 {
     ItemState& state = Usable(listBox, {ItemType::ListBox});
-    if (row < 1 || static_cast<std::size_t>(row) > GetRows(listBox).size())
+    if (row < 1 || row > GetRows(listBox).GetCount())
         Refuse(description_.number, listBox, "has no such row.");
     state.selection = row;
     events_._ItemUsed(listBox);
+}
+
+void HeadlessDialog::PressHeader(int listBox, int column)
+{
+    if (column < 1 ||
+        static_cast<std::size_t>(column) > Usable(listBox, {ItemType::ListBox}).columns.size())
+        Refuse(description_.number, listBox, "has no such column.");
+    events_._HeaderUsed(listBox, column);
 }
 
 void HeadlessDialog::PickDate(int item, Date date)
@@ -108,9 +116,9 @@ void HeadlessDialog::SendIdle()
         events_._Idle();
 }
 
-const OV::Array<ListRow>& HeadlessDialog::GetRows(int listBox) const
+const ListRows& HeadlessDialog::GetRows(int listBox) const
 {
-    static const OV::Array<ListRow> none;
+    static const TextRows none({});
     const auto& rows = At(listBox).rows;
     return rows ? *rows : none;
 }
@@ -142,7 +150,7 @@ void HeadlessDialog::SetColumns(int listBox, const OV::Array<ListColumn>& column
     At(listBox).columns = columns;
 }
 
-void HeadlessDialog::SetRows(int listBox, std::shared_ptr<const OV::Array<ListRow>> rows)
+void HeadlessDialog::SetRows(int listBox, std::shared_ptr<const ListRows> rows)
 {
     At(listBox).rows = std::move(rows);
     At(listBox).selection = 0;

@@ -5,6 +5,7 @@
 #include <exception>
 #include <functional>
 #include <map>
+#include <optional>
 
 namespace Dlg {
 
@@ -25,6 +26,7 @@ public:
     void Choose(int popUp, int entry);
     void Type(int edit, const OV::UniString& text);
     void SelectRow(int listBox, int row);
+    void PressHeader(int listBox, int column);
     void PickDate(int item, Date date);
     /// Escape, or the close box.
     void Leave() { events_._LeaveRequested(); }
@@ -44,7 +46,15 @@ public:
     {
         return At(listBox).columns;
     }
-    [[nodiscard]] const OV::Array<ListRow>& GetRows(int listBox) const;
+    [[nodiscard]] const ListRows& GetRows(int listBox) const;
+    /// The column that is marked as sorted by, negative when descending; 0: none.
+    [[nodiscard]] int GetSortMark(int listBox) const { return At(listBox).sortMark; }
+    /// Nothing when it is hidden.
+    using Progress = std::pair<std::uint64_t, std::uint64_t>;
+    [[nodiscard]] const std::optional<Progress>& GetProgress(int item) const
+    {
+        return At(item).progress;
+    }
 
     void SetTitle(const OV::UniString& title) override { title_ = title; }
     void SetEnabled(int item, bool enabled) override { At(item).isEnabled = enabled; }
@@ -54,7 +64,16 @@ public:
     void AppendEntry(int popUp, const OV::UniString& text) override;
     void AppendSeparator(int popUp) override { AppendEntry(popUp, u"-"); }
     void SetColumns(int listBox, const OV::Array<ListColumn>& columns) override;
-    void SetRows(int listBox, std::shared_ptr<const OV::Array<ListRow>> rows) override;
+    void SetRows(int listBox, std::shared_ptr<const ListRows> rows) override;
+    void SetSortMark(int listBox, int column, bool ascending) override
+    {
+        At(listBox).sortMark = ascending ? column : -column;
+    }
+    void SetProgress(int item, std::uint64_t done, std::uint64_t total) override
+    {
+        At(item).progress = {done, total};
+    }
+    void HideProgress(int item) override { At(item).progress.reset(); }
     void SetSelection(int item, int number) override { At(item).selection = number; }
     [[nodiscard]] int GetSelection(int item) const override { return At(item).selection; }
     void SetDate(int item, Date date) override { At(item).date = date; }
@@ -70,7 +89,9 @@ private:
         OV::UniString text;
         OV::Array<OV::UniString> entries;
         OV::Array<ListColumn> columns;
-        std::shared_ptr<const OV::Array<ListRow>> rows;
+        std::shared_ptr<const ListRows> rows;
+        int sortMark = 0;
+        std::optional<Progress> progress;
         int selection = 0;
         Date date;
     };

@@ -10,6 +10,7 @@
 #include <QHeaderView>
 #include <QLabel>
 #include <QLineEdit>
+#include <QProgressBar>
 #include <QPushButton>
 #include <QResizeEvent>
 #include <QScopedValueRollback>
@@ -95,6 +96,11 @@ void QtDialogWindow::Connect(const ItemDescription& item, QWidget& widget)
     } else if (auto* const list = qobject_cast<QTableView*>(&widget)) {
         QObject::connect(list->selectionModel(), &QItemSelectionModel::selectionChanged, this,
                          used);
+        QObject::connect(list->horizontalHeader(), &QHeaderView::sectionClicked, this,
+                         [this, number = item.number](int section) {
+                             if (isRunning_)
+                                 events_._HeaderUsed(number, section + 1);
+                         });
     } else if (auto* const date = qobject_cast<QDateEdit*>(&widget)) {
         QObject::connect(date, &QDateEdit::dateChanged, this, used);
     }
@@ -213,10 +219,34 @@ void QtDialogWindow::SetColumns(int listBox, const OV::Array<ListColumn>& column
         list->setColumnWidth(static_cast<int>(column), Scaled(columns[column].width, unit_));
 }
 
-void QtDialogWindow::SetRows(int listBox, std::shared_ptr<const OV::Array<ListRow>> rows)
+void QtDialogWindow::SetRows(int listBox, std::shared_ptr<const ListRows> rows)
 {
     const QScopedValueRollback setting(isSetting_, true);
     static_cast<QtListModel*>(As<QTableView>(listBox)->model())->SetRows(std::move(rows));
+}
+
+void QtDialogWindow::SetSortMark(int listBox, int column, bool ascending)
+{
+    auto* const header = As<QTableView>(listBox)->horizontalHeader();
+    header->setSortIndicatorShown(column > 0);
+    header->setSortIndicator(column - 1, ascending ? Qt::AscendingOrder : Qt::DescendingOrder);
+}
+
+/// Qt counts in 32 bits and shows an unknown total when there is none.
+void QtDialogWindow::SetProgress(int item, std::uint64_t done, std::uint64_t total)
+{
+    constexpr std::uint64_t steps = 1000;
+    auto* const bar = As<QProgressBar>(item);
+    bar->setRange(0, total == 0 ? 0 : static_cast<int>(steps));
+    if (total != 0)
+        bar->setValue(static_cast<int>(static_cast<double>(done) / static_cast<double>(total) *
+                                       static_cast<double>(steps)));
+    bar->show();
+}
+
+void QtDialogWindow::HideProgress(int item)
+{
+    As<QProgressBar>(item)->hide();
 }
 
 void QtDialogWindow::SetSelection(int item, int number)

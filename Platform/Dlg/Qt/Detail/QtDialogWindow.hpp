@@ -27,7 +27,10 @@ public:
     void AppendEntry(int popUp, const OV::UniString& text) override;
     void AppendSeparator(int popUp) override;
     void SetColumns(int listBox, const OV::Array<ListColumn>& columns) override;
-    void SetRows(int listBox, std::shared_ptr<const OV::Array<ListRow>> rows) override;
+    void SetRows(int listBox, std::shared_ptr<const ListRows> rows) override;
+    void SetSortMark(int listBox, int column, bool ascending) override;
+    void SetProgress(int item, std::uint64_t done, std::uint64_t total) override;
+    void HideProgress(int item) override;
     void SetSelection(int item, int number) override;
     [[nodiscard]] int GetSelection(int item) const override;
     void SetDate(int item, Date date) override;

@@ -8,6 +8,7 @@
 #include <QHeaderView>
 #include <QLabel>
 #include <QLineEdit>
+#include <QProgressBar>
 #include <QPushButton>
 #include <QStyle>
 #include <QTableView>
@@ -67,6 +68,7 @@ QWidget* MakeListBox(QWidget& parent)
     list->verticalHeader()->setDefaultSectionSize(list->fontMetrics().height() + 6);
     list->horizontalHeader()->setStretchLastSection(true);
     list->horizontalHeader()->setHighlightSections(false);
+    list->horizontalHeader()->setSectionsClickable(true);
     return list;
 }
 
@@ -87,6 +89,13 @@ QWidget* MakeIcon(const ItemDescription& item, QWidget& parent, double unit)
     label->setPixmap(parent.style()->standardIcon(picture).pixmap(size, size));
     label->setAlignment(Qt::AlignLeft | Qt::AlignTop);
     return label;
+}
+
+QWidget* MakeProgress(QWidget& parent)
+{
+    auto* const bar = new QProgressBar(&parent);
+    bar->hide();
+    return bar;
 }
 
 QWidget* MakeSeparator(QWidget& parent)
@@ -114,6 +123,8 @@ QWidget* Make(const ItemDescription& item, QWidget& parent, double unit)
         return MakeDate(parent);
     case ItemType::Icon:
         return MakeIcon(item, parent, unit);
+    case ItemType::Progress:
+        return MakeProgress(parent);
     case ItemType::Separator:
         break;
     }

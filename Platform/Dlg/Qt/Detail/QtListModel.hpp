@@ -1,9 +1,11 @@
 #pragma once
 
-#include "Dlg/ListColumn.hpp"
+#include "Dlg/ListRows.hpp"
 
 #include <QAbstractTableModel>
+#include <QIcon>
 
+#include <map>
 #include <memory>
 
 namespace Dlg::Detail {
@@ -12,7 +14,7 @@ namespace Dlg::Detail {
 class QtListModel final : public QAbstractTableModel {
 public:
     void SetColumns(const OV::Array<ListColumn>& columns);
-    void SetRows(std::shared_ptr<const OV::Array<ListRow>> rows);
+    void SetRows(std::shared_ptr<const ListRows> rows);
 
     int rowCount(const QModelIndex& parent = {}) const override;
     int columnCount(const QModelIndex& parent = {}) const override;
@@ -20,8 +22,11 @@ public:
     QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
 
 private:
+    [[nodiscard]] QVariant Picture(int row, int column) const;
+
     OV::Array<ListColumn> columns_;
-    std::shared_ptr<const OV::Array<ListRow>> rows_ = std::make_shared<const OV::Array<ListRow>>();
+    std::shared_ptr<const ListRows> rows_ = std::make_shared<TextRows>(OV::Array<ListRow>());
+    mutable std::map<int, QIcon> pictures_;
 };
 
 }  // namespace Dlg::Detail
