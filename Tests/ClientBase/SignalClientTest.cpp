@@ -18,7 +18,7 @@ using Syncra::Protocol::SignalId;
 
 namespace {
 
-constexpr std::chrono::seconds Patience(30);
+constexpr std::chrono::seconds SignalPatience(30);
 
 /// The signals of a server that can go away, come back, refuse and lose its place.
 class FakeServer {
@@ -59,19 +59,19 @@ public:
     void AwaitConnects(int count)
     {
         std::unique_lock guard(lock_);
-        EXPECT_TRUE(changed_.wait_for(guard, Patience, [&] { return connects_ >= count; }));
+        EXPECT_TRUE(changed_.wait_for(guard, SignalPatience, [&] { return connects_ >= count; }));
     }
     /// Until a client waits for what comes next.
     void AwaitHeldRequest()
     {
         std::unique_lock guard(lock_);
-        EXPECT_TRUE(changed_.wait_for(guard, Patience, [&] { return held_ > 0; }));
+        EXPECT_TRUE(changed_.wait_for(guard, SignalPatience, [&] { return held_ > 0; }));
     }
     /// Far sooner than a held request would end by itself.
     void AwaitNoHeldRequest()
     {
         std::unique_lock guard(lock_);
-        EXPECT_TRUE(changed_.wait_for(guard, Patience / 3, [&] { return held_ == 0; }));
+        EXPECT_TRUE(changed_.wait_for(guard, SignalPatience / 3, [&] { return held_ == 0; }));
     }
     [[nodiscard]] int Connects()
     {
@@ -169,14 +169,15 @@ public:
     void AwaitSignals(const std::vector<SignalId>& expected)
     {
         std::unique_lock guard(lock_);
-        changed_.wait_for(guard, Patience, [&] { return signals_.size() >= expected.size(); });
+        changed_.wait_for(guard, SignalPatience,
+                          [&] { return signals_.size() >= expected.size(); });
         EXPECT_EQ(signals_, expected);
         signals_.clear();
     }
     void AwaitState(PresenceState expected)
     {
         std::unique_lock guard(lock_);
-        EXPECT_TRUE(changed_.wait_for(guard, Patience, [&] {
+        EXPECT_TRUE(changed_.wait_for(guard, SignalPatience, [&] {
             return !states_.empty() && states_.back() == expected;
         })) << static_cast<int>(expected);
     }

@@ -13,7 +13,7 @@ namespace {
 using SYC::CachedProjectInfo;
 using SYC::Inner::ProjectConnectionInfo;
 
-const ProjectConnectionInfo Connection{u"nexar", 8080, u"Bridge", u"me", u"secret"};
+const ProjectConnectionInfo TheConnection{u"nexar", 8080, u"Bridge", u"me", u"secret"};
 
 class CountingObserver : public SYC::CachedProjectInfoObserver {
 public:
@@ -70,8 +70,8 @@ TEST_F(CachedProjectInfoTest, EverySetterWritesOnceAndOnlyOnAChange)
         {"permissions", [](CachedProjectInfo& i) { i.SetPermissions({u"x"}); }},
         {"detached", [](CachedProjectInfo& i) { i.ProjectDetached(); }},
     };
-    CachedProjectInfo info(Connection, Folder());
-    CachedProjectInfo bracketed(Connection, Folder());
+    CachedProjectInfo info(TheConnection, Folder());
+    CachedProjectInfo bracketed(TheConnection, Folder());
     CountingObserver observer;
     std::string former = ReadCacheInfo(info.GetCacheFolderLocation());
     for (const auto& [name, set] : setters) {
@@ -106,9 +106,9 @@ TEST_F(CachedProjectInfoTest, EverySetterWritesOnceAndOnlyOnAChange)
 
 TEST_F(CachedProjectInfoTest, AConnectionChangesByWhatTheFileHolds)
 {
-    CachedProjectInfo info(Connection, Folder());
+    CachedProjectInfo info(TheConnection, Folder());
     CountingObserver observer;
-    ProjectConnectionInfo changed = Connection;
+    ProjectConnectionInfo changed = TheConnection;
     changed.serverName = u"NEXAR";
     changed.password = u"other";
     EXPECT_FALSE(info.SetProjectConnectionInfo(changed));
@@ -126,7 +126,7 @@ TEST_F(CachedProjectInfoTest, AConnectionChangesByWhatTheFileHolds)
 
 TEST_F(CachedProjectInfoTest, ForcedWritesAndReadsKeepABracketOpen)
 {
-    CachedProjectInfo info(Connection, Folder());
+    CachedProjectInfo info(TheConnection, Folder());
     CachedProjectInfo other(info.GetCacheFolderLocation());
     CountingObserver observer;
     info.BeginUpdate();
@@ -152,7 +152,7 @@ TEST_F(CachedProjectInfoTest, ForcedWritesAndReadsKeepABracketOpen)
 
 TEST_F(CachedProjectInfoTest, RefreshSeesEveryForeignWriteAndSurvivesEveryError)
 {
-    CachedProjectInfo info(Connection, Folder());
+    CachedProjectInfo info(TheConnection, Folder());
     const IO::Location folder = info.GetCacheFolderLocation();
     CachedProjectInfo copy(info);
     // Many within one second: the 32-bit time alone would miss them.
@@ -177,7 +177,7 @@ TEST_F(CachedProjectInfoTest, RefreshSeesEveryForeignWriteAndSurvivesEveryError)
 
 TEST_F(CachedProjectInfoTest, AFailedWriteIsAnAlertAndLosesNothingInMemory)
 {
-    CachedProjectInfo info(Connection, Folder());
+    CachedProjectInfo info(TheConnection, Folder());
     const IO::Location folder = info.GetCacheFolderLocation();
     const OV::UniString path = folder.Appended(u"CacheInfo.xml").ToPath();
     const std::string former = ReadCacheInfo(folder);
@@ -235,7 +235,7 @@ TEST_F(CachedProjectInfoTest, FolderNamesAreSafeCutAndUnused)
         OV::UniString name;
     };
     const Case cases[] = {
-        {Connection, u"nexar_Bridge_me"},
+        {TheConnection, u"nexar_Bridge_me"},
         {{u"..", 1, u"a/b\\c", OV::UniString(u"\0:*", 3), u""}, u".._a_b_c____"},
         {{u"", 1, u"", u"", u""}, u"__"},
         {{u"s", 1, u"p", OV::UniString(200, u'l'), u""}, u"s_p_" + OV::UniString(124, u'l')},
@@ -261,7 +261,7 @@ TEST_F(CachedProjectInfoTest, FolderNamesAreSafeCutAndUnused)
     // A folder that is no cache is taken over, a file of that name is left alone.
     const IO::Location parent = Folder().Appended(u"deep").Appended(u"er");
     IO::Folder::CreateTree(parent.Appended(u"nexar_Bridge_me"));
-    EXPECT_EQ(CachedProjectInfo(Connection, parent).GetLocalFolderName(), u"nexar_Bridge_me");
+    EXPECT_EQ(CachedProjectInfo(TheConnection, parent).GetLocalFolderName(), u"nexar_Bridge_me");
     IO::File::Replace(parent.Appended(u"a_b_c"), "mine");
     EXPECT_EQ(CachedProjectInfo({u"a", 1, u"b", u"c", u""}, parent).GetLocalFolderName(),
               u"a_b_c 2");

@@ -15,7 +15,7 @@ const std::string Schedule = "<Enable>true</Enable><PeriodTime>-2</PeriodTime>"
                              "<LastUsedDays>30</LastUsedDays><LastRunTime>1700000000</LastRunTime>";
 const std::string Nested = "<CleanSchedule>" + Schedule + "</CleanSchedule>";
 
-std::string Document(const std::string& values, int version = 1)
+std::string OptionsDocument(const std::string& values, int version = 1)
 {
     return "<SYDataOptions><DataVersion>" + std::to_string(version) + "</DataVersion>" + values +
            "</SYDataOptions>";
@@ -55,13 +55,13 @@ TEST_F(DataOptionsTest, ReadsEveryFormOfTheFile)
         std::string text;
         OV::UniString folder;
     } cases[] = {
-        {Document(path + old + Nested), u"/new"},
-        {Document(path + Nested), u"/new"},
-        {Document(old + Nested), u"/old"},
-        {Document(old + Schedule), u"/old"},
-        {Document("<LocalDataFolder></LocalDataFolder>" + Nested), host},
-        {Document(path + old + Nested + "<Later>x</Later>", 2), u"/new"},
-        {Document(path + old + "<CleanSchedule>" + Schedule + "<Later/></CleanSchedule>", 9),
+        {OptionsDocument(path + old + Nested), u"/new"},
+        {OptionsDocument(path + Nested), u"/new"},
+        {OptionsDocument(old + Nested), u"/old"},
+        {OptionsDocument(old + Schedule), u"/old"},
+        {OptionsDocument("<LocalDataFolder></LocalDataFolder>" + Nested), host},
+        {OptionsDocument(path + old + Nested + "<Later>x</Later>", 2), u"/new"},
+        {OptionsDocument(path + old + "<CleanSchedule>" + Schedule + "<Later/></CleanSchedule>", 9),
          u"/new"},
     };
     for (const auto& each : cases) {
@@ -82,10 +82,11 @@ TEST_F(DataOptionsTest, ADamagedFileIsNamedAndChangesNothing)
 {
     registry.SetPeriodTime(7);
     for (const std::string& text :
-         {std::string(), std::string("<Other/>"), Document(""), Document("<LocalDataFolder>/x"),
-          Document("<LocalDataFolder>/x</LocalDataFolder>"),
-          Document("<LocalDataFolder>/x</LocalDataFolder><CleanSchedule/>"),
-          Document("<LocalDataFolder>/x</LocalDataFolder>" + Nested + "<Later/>")}) {
+         {std::string(), std::string("<Other/>"), OptionsDocument(""),
+          OptionsDocument("<LocalDataFolder>/x"),
+          OptionsDocument("<LocalDataFolder>/x</LocalDataFolder>"),
+          OptionsDocument("<LocalDataFolder>/x</LocalDataFolder><CleanSchedule/>"),
+          OptionsDocument("<LocalDataFolder>/x</LocalDataFolder>" + Nested + "<Later/>")}) {
         SCOPED_TRACE(text);
         WriteFile(text);
         try {
@@ -163,7 +164,7 @@ TEST_F(DataOptionsTest, ObserversHearOfEachNewFolderOnce)
     registry.RefreshData(false);
     registry.SetSYDataFolder(IO::Location::FromPath(u"/a"), true);
     registry.SetSYDataFolder(IO::Location::FromPath(u"/a"), true);
-    WriteFile(Document("<LocalDataFolder>/from another process</LocalDataFolder>" + Nested));
+    WriteFile(OptionsDocument("<LocalDataFolder>/from another process</LocalDataFolder>" + Nested));
     registry.RefreshData(false);
     registry.RefreshData(false);
     EXPECT_EQ(observer.seen, (std::vector<OV::UniString>{u"/a", u"/from another process"}));

@@ -12,7 +12,7 @@
 
 namespace {
 
-constexpr std::uint32_t TooLong = 60'000;
+constexpr std::uint32_t UntilWoken = 60'000;
 
 }  // namespace
 
@@ -29,7 +29,7 @@ TEST(ConditionTest, KeepsANotificationUntilReset)
     std::atomic<int> woken{0};
     std::vector<std::jthread> waiters;
     for (int i = 0; i < 4; ++i)
-        waiters.emplace_back([&] { woken += condition.Wait(TooLong) ? 1 : 0; });
+        waiters.emplace_back([&] { woken += condition.Wait(UntilWoken) ? 1 : 0; });
     condition.Notify();
     waiters.clear();
     EXPECT_EQ(woken, 4);
@@ -60,9 +60,9 @@ TEST(ThreadTest, AnInterruptEndsAWaitThatBeganOrWillBegin)
     {
         OV::Thread thread("a name longer than the system takes", [&] {
             begun.Notify();
-            count([] { OV::Thread::Sleep(TooLong); });
+            count([] { OV::Thread::Sleep(UntilWoken); });
             // The flag stays: whatever waits next ends at once.
-            count([&] { (void)never.Wait(TooLong); });
+            count([&] { (void)never.Wait(UntilWoken); });
             count([&] { never.Wait(); });
             never.Notify();
             count([&] { never.Wait(); });
@@ -73,7 +73,7 @@ TEST(ThreadTest, AnInterruptEndsAWaitThatBeganOrWillBegin)
         thread.Join();
     }
     EXPECT_EQ(interrupted, 3) << "what happened already is not lost to an interruption";
-    OV::Thread destroyed("", [] { OV::Thread::Sleep(TooLong); });
+    OV::Thread destroyed("", [] { OV::Thread::Sleep(UntilWoken); });
 }
 
 TEST(ThreadTest, AnExceptionEndsTheThreadAlone)
