@@ -127,9 +127,9 @@ TEST_F(AdminCommandTest, SpecialActionsDoTheirWork)
     EXPECT_EQ(Shown({"projects", "show", "Harbour Bridge"}).at("category"), "Housing");
     EXPECT_FALSE(Shown({"modules", "list"}).at("modules").empty());
     ASSERT_EQ(Run(On("anna.novak", "Harbour Bridge", {"open"})).code, 0);
-    for (const auto& member :
-         Json::parse(Run(On("anna.novak", "Harbour Bridge", {"members", "--json"})).output)
-             .at("members"))
+    const auto members =
+        Json::parse(Run(On("anna.novak", "Harbour Bridge", {"members", "--json"})).output);
+    for (const auto& member : members.at("members"))
         if (member.at("loginName") == "lena.fischer") {
             EXPECT_EQ(member.at("photo"), nullptr);
         }

@@ -50,13 +50,13 @@ protected:
 TEST_F(DataOptionsProcessTest, HostsThatChangeAtOnceLoseNothing)
 {
     const int rounds = Rounds();
-    const auto host = [&](void (Registry::*setOwn)(std::int32_t)) {
-        return ChildProcess([=, this] {
+    const auto host = [rounds, &options = registry](void (Registry::*setOwn)(std::int32_t)) {
+        return ChildProcess([rounds, setOwn, &options] {
             for (int round = 1; round <= rounds; ++round) {
-                Locked([&] { registry.SetLastUsedDays(registry.GetLastUsedDays() + 1); });
-                (registry.*setOwn)(round);
+                Locked([&options] { options.SetLastUsedDays(options.GetLastUsedDays() + 1); });
+                (options.*setOwn)(round);
             }
-            while (registry.HasUnwrittenOptions())
+            while (options.HasUnwrittenOptions())
                 Locked([] {});
             return 0;
         });
