@@ -6,7 +6,7 @@ namespace IO {
 
 /// Places that the operating system sets aside for a user; the numbers are those of the toolkit.
 enum class SpecialFolder : std::int32_t {
-    ApplicationData = 7,         ///< Linux: $XDG_DATA_HOME, else ~/.local/share
+    ApplicationData = 5,         ///< Linux: $XDG_DATA_HOME, else ~/.local/share
     RoamingApplicationData = 8,  ///< Linux: $XDG_CONFIG_HOME, else ~/.config
     Temporary = 9,               ///< Linux: $TMPDIR, else /tmp
 };

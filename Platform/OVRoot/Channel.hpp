@@ -26,6 +26,12 @@ public:
 
     /// Fills `target` wholly or fails.
     [[nodiscard]] virtual ChannelStatus ReadBytes(std::span<std::byte> target) = 0;
+    /// Reads what is there, at most all of `target`, and returns how many bytes that were; none at
+    /// the end and after a failure. A channel that cannot do it gives all or nothing.
+    [[nodiscard]] virtual std::size_t ReadSome(std::span<std::byte> target)
+    {
+        return ReadBytes(target) == ChannelOk ? target.size() : 0;
+    }
 
     [[nodiscard]] ChannelStatus Read(bool& value);
     [[nodiscard]] ChannelStatus Read(std::int16_t& value);

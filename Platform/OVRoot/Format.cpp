@@ -9,7 +9,7 @@ namespace {
 /// Length of the placeholder at the front of `text`, which begins with "%".
 std::size_t PlaceholderLength(UniStringView text)
 {
-    static constexpr std::array<UniStringView, 5> endings = {u"ls", u"hu", u"s", u"d", u"u"};
+    static constexpr std::array<UniStringView, 6> endings = {u"ls", u"lu", u"hu", u"s", u"d", u"u"};
     for (const auto ending : endings)
         if (text.substr(1, ending.size()) == ending)
             return 1 + ending.size();

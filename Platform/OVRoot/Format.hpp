@@ -25,7 +25,7 @@ private:
 };
 
 /// Replaces the placeholders of `format` in order. A placeholder is "%" with or without one of the
-/// endings s, ls, d, u, hu: all of them stand for the next argument, whatever its type. "%%" is a
+/// endings s, ls, d, u, lu, hu: all of them stand for the next argument, whatever its type. "%%" is a
 /// percent sign. A placeholder without an argument stays as it is; left-over arguments are dropped.
 [[nodiscard]] UniString FormatText(UniStringView format,
                                    std::initializer_list<FormatArgument> arguments);

@@ -1,5 +1,6 @@
 #include "OVRoot/MemoryChannels.hpp"
 
+#include <algorithm>
 #include <cstring>
 
 namespace OV {
@@ -22,6 +23,13 @@ void Append(String& bytes, std::span<const std::byte> source)
 }
 
 }  // namespace
+
+std::size_t MemoryIChannel::ReadSome(std::span<std::byte> target)
+{
+    const auto piece = target.first(std::min(target.size(), rest_.size()));
+    (void)Take(rest_, piece);
+    return piece.size();
+}
 
 ChannelStatus MemoryIChannel::ReadBytes(std::span<std::byte> target)
 {

@@ -9,6 +9,7 @@ class MemoryIChannel final : public IChannel {
 public:
     explicit MemoryIChannel(StringView bytes) : rest_(bytes) {}
     [[nodiscard]] ChannelStatus ReadBytes(std::span<std::byte> target) override;
+    [[nodiscard]] std::size_t ReadSome(std::span<std::byte> target) override;
     [[nodiscard]] StringView Rest() const noexcept { return rest_; }
 
 private:

@@ -3,6 +3,7 @@
 #include "OVRoot/UniString.hpp"
 
 #include <cstddef>
+#include <ctime>
 #include <span>
 
 /// What the operating system is asked for beside files; one source file a system.
@@ -18,6 +19,8 @@ namespace OV::System {
 /// The user's home folder as the system names it.
 [[nodiscard]] String HomeFolder();
 [[nodiscard]] std::uint32_t ProcessId();
+/// The moment in the time zone of the user; safe on any thread.
+[[nodiscard]] std::tm ToLocalTime(std::time_t time);
 /// Names the calling thread for debuggers; longer names are cut.
 void NameCurrentThread(StringView name);
 

@@ -47,6 +47,13 @@ std::uint32_t ProcessId()
     return static_cast<std::uint32_t>(getpid());
 }
 
+std::tm ToLocalTime(std::time_t time)
+{
+    std::tm parts{};
+    localtime_r(&time, &parts);
+    return parts;
+}
+
 void NameCurrentThread(StringView name)
 {
     // Linux takes 15 characters.

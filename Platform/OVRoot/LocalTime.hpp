@@ -1,0 +1,27 @@
+#pragma once
+
+#include "OVRoot/UniString.hpp"
+
+namespace OV {
+
+/// A moment as the clocks of the user's place show it.
+struct LocalTime {
+    int year = 1970;
+    int month = 1;  ///< from 1
+    int day = 1;    ///< from 1
+    int hour = 0;
+    int minute = 0;
+    int second = 0;
+
+    friend bool operator==(const LocalTime&, const LocalTime&) = default;
+};
+
+/// `seconds` since 1970-01-01 UTC. Safe on any thread.
+[[nodiscard]] LocalTime ToLocalTime(std::int64_t seconds);
+/// Seconds since 1970-01-01 UTC. A moment that the clocks show twice is the first one of them; one
+/// that they skip lies an hour later.
+[[nodiscard]] std::int64_t FromLocalTime(const LocalTime& time);
+/// "2026-11-24 13:05:09", which sorts as the time does.
+[[nodiscard]] UniString FormatLocalTime(std::int64_t seconds);
+
+}  // namespace OV

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "LogDataLine.hpp"
+#include "OVRoot/Containers.hpp"
+
+class PerformanceData;
+
+/// Hears of a server's activity log and statistics, on the executor that it was attached with.
+class EventLogObserver {
+public:
+    /// What a chart shows; the numbers stand in files.
+    enum class ChartType : std::int16_t {
+        Cpu = 2,
+        Memory = 4,
+        ServerActions = 8,
+        DataTransferred = 32,
+        LongestTransaction = 64,
+    };
+
+    virtual ~EventLogObserver() = default;
+    /// The log was updated; oldest lines first.
+    virtual void RefreshLog(const OV::PagedArray<LogDataLine>& /*lines*/) {}
+    virtual void RefreshPerformance(const PerformanceData& /*data*/) {}
+    /// An update has come so far; a total of 0 is not known yet.
+    virtual void UpdateProgress(std::uint64_t /*done*/, std::uint64_t /*total*/) {}
+    /// An update ended early; nothing that was there before is lost.
+    virtual void UpdateFailed(const OV::UniString& /*reason*/) {}
+};

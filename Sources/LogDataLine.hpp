@@ -1,0 +1,123 @@
+#pragma once
+
+#include "Display/NativeImage.hpp"
+#include "LogRecord.hpp"
+#include "OVRoot/Channel.hpp"
+
+#include <memory>
+
+/// One line of a server's activity log: what a user did in a project. A value, and a small one: its
+/// texts stand in the binary form of the record, in a block that many lines may share, and are
+/// made into strings when they are asked for. Reading a line is safe on any thread; setting one
+/// leaves its copies alone.
+class LogDataLine {
+public:
+    /// The columns that lines are sorted by.
+    enum class LogField : std::int32_t {
+        Time = 1,  ///< then by the order in which the lines were made
+        User = 2,
+        Duration = 3,  ///< as text: "10s" before "9s"
+        Size = 4,
+        Operation = 5,  ///< by its display text, in the order of the user's language
+        Project = 6,
+    };
+
+    /// Empty but for its sequence number, which counts the lines of this process.
+    LogDataLine();
+    LogDataLine(const LogDataLine&) = default;
+    LogDataLine(LogDataLine&&) noexcept = default;
+    /// Everything but the version, which stays: lines that change places leave it behind.
+    LogDataLine& operator=(const LogDataLine& other) noexcept;
+    LogDataLine& operator=(LogDataLine&& other) noexcept;
+    ~LogDataLine() = default;
+
+    /// A line whose record stands in `block`, at `record`, as LogRecord::Parse read it.
+    LogDataLine(std::shared_ptr<const OV::String> block, const char* record,
+                const LogRecord& parsed);
+
+    /// Whether they tell different things; the sequence number tells nothing.
+    friend bool operator!=(const LogDataLine& left, const LogDataLine& right)
+    {
+        return !(left == right);
+    }
+    friend bool operator==(const LogDataLine& left, const LogDataLine& right);
+
+    [[nodiscard]] OV::UniString GetUser() const { return OV::FromUtf8(Record().user); }
+    [[nodiscard]] OV::UniString GetLoginName() const { return OV::FromUtf8(Record().loginName); }
+    /// Decimal seconds since 1970-01-01 UTC, as they arrived.
+    [[nodiscard]] OV::UniString GetTime() const;
+    /// "12s".
+    [[nodiscard]] OV::UniString GetDuration() const { return OV::FromUtf8(Record().duration); }
+    /// "1 500 KB"; empty for 0.
+    [[nodiscard]] OV::UniString GetSize() const { return FormatSize(sizeVal_); }
+    /// As the server named it.
+    [[nodiscard]] OV::UniString GetOperation() const { return OV::FromUtf8(Record().operation); }
+    [[nodiscard]] OV::UniString GetProject() const { return OV::FromUtf8(Record().project); }
+    [[nodiscard]] OV::UniString GetProjectId() const { return OV::FromUtf8(Record().projectId); }
+    [[nodiscard]] OV::UniString GetComment() const { return OV::FromUtf8(Record().comment); }
+    /// "5 minutes ago", by the clock of now.
+    [[nodiscard]] OV::UniString GetTimeInDays() const;
+    /// Local date and time, "2026-11-24 13:05:09".
+    [[nodiscard]] OV::UniString GetTimeString() const;
+    /// For people; the operation itself when it is not known.
+    [[nodiscard]] OV::UniString GetOperationText() const;
+    [[nodiscard]] bool HasIcon() const { return GetIconNumber() != 0; }
+    /// The number of the picture of the operation; 0: none.
+    [[nodiscard]] std::int16_t GetIconNumber() const;
+    /// The picture of the operation; an empty image when it has none.
+    [[nodiscard]] NewDisplay::NativeImage GetIcon() const;
+    [[nodiscard]] std::uint32_t GetSizeVal() const noexcept { return sizeVal_; }
+    /// Seconds since 1970-01-01 UTC.
+    [[nodiscard]] std::int32_t GetTimeVal() const noexcept { return timeVal_; }
+    [[nodiscard]] std::uint64_t GetId() const noexcept { return id_; }
+    [[nodiscard]] std::int16_t GetVersion() const noexcept { return version_; }
+
+    void SetUser(OV::UniStringView user);
+    void SetLoginName(OV::UniStringView loginName);
+    /// Decimal seconds; a text that begins with no number leaves the time as it was.
+    void SetTime(OV::UniStringView time);
+    /// Seconds; an empty text stands for 0.
+    void SetDuration(OV::UniStringView duration);
+    /// The duration as it is shown.
+    void SetDurationText(OV::UniStringView text);
+    /// Bytes in decimal; the text itself is not kept.
+    void SetSize(OV::UniStringView size);
+    void SetOperation(OV::UniStringView operation);
+    void SetProject(OV::UniStringView project);
+    void SetProjectId(OV::UniStringView projectId);
+    void SetComment(OV::UniStringView comment);
+    void SetVersion(std::int16_t version) noexcept { version_ = version; }
+
+    /// Whether `a` sorts before `b`; never by a field that is none of LogField.
+    [[nodiscard]] static bool Compare(const LogDataLine& a, const LogDataLine& b, LogField field);
+    /// Bytes as people read them.
+    [[nodiscard]] static OV::UniString FormatSize(std::uint32_t bytes);
+
+    /// The binary record. Texts are UTF-8 behind a 4-byte count of their bytes. A text that ends
+    /// early stays as far as it came, and the read fails.
+    [[nodiscard]] OV::ChannelStatus Write(OV::OChannel& channel) const;
+    [[nodiscard]] OV::ChannelStatus Read(OV::IChannel& channel);
+    /// Appends what Write writes.
+    void AppendRecord(OV::String& bytes) const;
+
+    /// The texts and numbers without a copy; the texts live as long as this line is not changed.
+    [[nodiscard]] LogRecord Record() const noexcept;
+
+private:
+    void Set(OV::StringView LogRecord::*member, OV::UniStringView text);
+    /// Makes `record`, of any texts, the only one of a block of its own.
+    void Adopt(const LogRecord& record, OV::StringView ownTime);
+    /// The block from this record on.
+    [[nodiscard]] OV::StringView Rest() const noexcept;
+    /// The time as it arrived, where it is kept.
+    [[nodiscard]] OV::StringView OwnTime() const noexcept;
+
+    std::shared_ptr<const OV::String> block_;
+    const char* record_ = nullptr;
+    std::uint64_t id_;
+    std::uint32_t sizeVal_ = 0;
+    std::int32_t timeVal_ = 0;
+    std::int16_t version_ = 0;
+    /// The record is followed by the time as it arrived, to the end of the block.
+    bool hasOwnTime_ = false;
+};

@@ -1,0 +1,48 @@
+#include "ManagementTool/UserUtils.hpp"
+
+#include "OVRoot/Clock.hpp"
+#include "OVRoot/Resources.hpp"
+
+#include <algorithm>
+
+namespace Syncra::Server::ManagementTool::Core::UserUtils {
+
+namespace {
+
+constexpr int TextList = 32160;
+
+struct Unit {
+    std::int64_t seconds;
+    int singular;  ///< in the list; the plural follows it
+};
+
+/// From the longest down.
+constexpr Unit Units[] = {{7 * 86400, 19}, {86400, 17}, {3600, 15}, {60, 13}};
+
+}  // namespace
+
+OV::UniString GetLastActivityText(std::int32_t time)
+{
+    if (time == 0)
+        return {};
+    const auto age = std::max<std::int64_t>(0, std::int64_t(OV::Clock::Current().Now()) - time);
+    const Unit* unit = std::find_if(std::begin(Units), std::end(Units) - 1,
+                                    [&](const Unit& each) { return age >= each.seconds; });
+    const auto count = age / unit->seconds;
+    return OV::FormatText(OV::GetStringListItem(TextList, unit->singular + (count == 1 ? 0 : 1)),
+                          {count});
+}
+
+OV::Array<OV::Pair<OV::UniString, OV::UniString>> GetMemberList(Client::SyncraClient& client,
+                                                                const OV::UniString& projectId)
+{
+    OV::Array<OV::Pair<OV::UniString, OV::UniString>> list;
+    try {
+        for (const auto& member : client.GetProjectMembersEx(projectId))
+            list.emplace_back(member.loginName, member.roleName);
+    } catch (const Communication::ResponseContentException&) {
+    }
+    return list;
+}
+
+}  // namespace Syncra::Server::ManagementTool::Core::UserUtils

@@ -1,0 +1,23 @@
+#pragma once
+
+#include "OVRoot/Containers.hpp"
+#include "SyncraClient/SyncraClient.hpp"
+
+#include <cstdint>
+
+namespace Syncra::Server::ManagementTool::Core {
+
+/// What the tool tells about users.
+namespace UserUtils {
+
+/// How long ago a user did something: "1 minute ago", "3 weeks ago". `time` is in seconds since
+/// 1970-01-01 UTC; one that is still to come counts as now, 0 is never and gives an empty text.
+[[nodiscard]] OV::UniString GetLastActivityText(std::int32_t time);
+
+/// Login name and role of each member of the project; none when the user of the client may not see
+/// them. Throws as the other requests of SyncraClient do.
+[[nodiscard]] OV::Array<OV::Pair<OV::UniString, OV::UniString>>
+GetMemberList(Client::SyncraClient& client, const OV::UniString& projectId);
+
+}  // namespace UserUtils
+}  // namespace Syncra::Server::ManagementTool::Core

@@ -1,0 +1,269 @@
+#include "PerformanceData.hpp"
+
+#include "ManagementTool/UserUtils.hpp"
+#include "OVRoot/Thread.hpp"
+#include "SYClientBase/ConnectionValidator.hpp"
+#include "SYClientBase/SyncraClientFactory.hpp"
+#include "TextChannel.hpp"
+
+namespace {
+
+using ChartType = EventLogObserver::ChartType;
+
+constexpr std::uint32_t StreamVersion = 3;
+
+/// Reads values in turn until one fails.
+class Reader {
+public:
+    explicit Reader(OV::IChannel& channel) : channel_(channel) {}
+    [[nodiscard]] OV::ChannelStatus Status() const noexcept { return status_; }
+
+    void operator()(OV::UniString& text)
+    {
+        if (IsGood())
+            status_ = TextChannel::Read(channel_, text);
+    }
+    void operator()(std::uint8_t& byte)
+    {
+        if (IsGood())
+            status_ = channel_.ReadBytes(std::as_writable_bytes(std::span(&byte, 1)));
+    }
+    void operator()(ChartType& type)
+    {
+        std::int16_t number = 0;
+        (*this)(number);
+        type = static_cast<ChartType>(number);
+    }
+    template <class Number>
+    void operator()(Number& number)
+    {
+        if (IsGood())
+            status_ = channel_.Read(number);
+    }
+    /// Elements are added as they arrive: the count sizes nothing. One that does not arrive whole
+    /// is dropped.
+    template <class List, class Transfer>
+    void Elements(List& list, Transfer&& transfer)
+    {
+        std::uint32_t count = 0;
+        (*this)(count);
+        for (; count > 0 && IsGood(); --count) {
+            transfer(*this, list.emplace_back());
+            if (!IsGood())
+                list.pop_back();
+        }
+    }
+
+private:
+    [[nodiscard]] bool IsGood() const noexcept { return status_ == OV::ChannelOk; }
+
+    OV::IChannel& channel_;
+    OV::ChannelStatus status_ = OV::ChannelOk;
+};
+
+/// Writes values in turn until one fails.
+class Writer {
+public:
+    explicit Writer(OV::OChannel& channel) : channel_(channel) {}
+    [[nodiscard]] OV::ChannelStatus Status() const noexcept { return status_; }
+
+    void operator()(const OV::UniString& text)
+    {
+        if (IsGood())
+            status_ = TextChannel::Write(channel_, text);
+    }
+    void operator()(std::uint8_t byte)
+    {
+        if (IsGood())
+            status_ = channel_.WriteBytes(std::as_bytes(std::span(&byte, 1)));
+    }
+    void operator()(ChartType type) { (*this)(static_cast<std::int16_t>(type)); }
+    template <class Number>
+    void operator()(Number number)
+    {
+        if (IsGood())
+            status_ = channel_.Write(number);
+    }
+    template <class List, class Transfer>
+    void Elements(const List& list, Transfer&& transfer)
+    {
+        (*this)(static_cast<std::uint32_t>(list.size()));
+        for (const auto& element : list)
+            transfer(*this, element);
+    }
+
+private:
+    [[nodiscard]] bool IsGood() const noexcept { return status_ == OV::ChannelOk; }
+
+    OV::OChannel& channel_;
+    OV::ChannelStatus status_ = OV::ChannelOk;
+};
+
+constexpr auto TransferPair = [](auto& stream, auto& pair) {
+    stream(pair.first);
+    stream(pair.second);
+};
+
+/// The two counts stand in the other order than in the record.
+constexpr auto TransferProject = [](auto& stream, auto& project) {
+    stream(project.title);
+    stream(project.key);
+    stream(project.flag);
+    stream(project.countB);
+    stream(project.countA);
+    stream.Elements(project.members, TransferPair);
+};
+
+constexpr auto TransferChartLine = [](auto& stream, auto& line) {
+    stream(line.type);
+    stream(line.name);
+    stream(line.unit);
+    for (auto& flag : line.flags)
+        stream(flag);
+    for (auto& value : line.values)
+        stream(value);
+    stream.Elements(line.points, TransferPair);
+};
+
+template <class Table, class Key>
+const auto& Require(const Table& table, const Key& key)
+{
+    const auto found = table.find(key);
+    if (found == table.end())
+        throw OV::IllegalReferenceException(OV::StringView("The statistics hold no such record."));
+    return found->second;
+}
+
+template <class List, class Table>
+List Values(const Table& table)
+{
+    List values;
+    for (const auto& [key, value] : table)
+        values.push_back(value);
+    return values;
+}
+
+}  // namespace
+
+const ProjectCache& PerformanceData::GetProject(const OV::UniString& key) const
+{
+    return Require(projects_, key);
+}
+
+void PerformanceData::UpdateProject(ProjectCache project)
+{
+    auto& place = projects_[project.key];
+    place = std::move(project);
+}
+
+OV::Array<ProjectCache> PerformanceData::GetProjectCache() const
+{
+    return Values<OV::Array<ProjectCache>>(projects_);
+}
+
+void PerformanceData::SetProjectCache(const OV::Array<ProjectCache>& projects)
+{
+    projects_.clear();
+    for (const auto& project : projects)
+        UpdateProject(project);
+}
+
+const ChartDataLine& PerformanceData::GetChartLine(ChartType type) const
+{
+    return Require(chartLines_, type);
+}
+
+void PerformanceData::AddChartLine(ChartDataLine line)
+{
+    const ChartType type = line.type;
+    chartLines_.try_emplace(type, std::move(line));
+}
+
+void PerformanceData::SetChartLine(ChartDataLine line)
+{
+    const ChartType type = line.type;
+    chartLines_.insert_or_assign(type, std::move(line));
+}
+
+OV::PagedArray<ChartDataLine> PerformanceData::GetChartLines() const
+{
+    return Values<OV::PagedArray<ChartDataLine>>(chartLines_);
+}
+
+void PerformanceData::SetChartLines(const OV::PagedArray<ChartDataLine>& lines)
+{
+    chartLines_.clear();
+    for (const auto& line : lines)
+        SetChartLine(line);
+}
+
+void PerformanceData::UpdateProjectMembers(Syncra::Client::SyncraClient& client,
+                                           ProjectCache& project)
+{
+    project.members =
+        Syncra::Server::ManagementTool::Core::UserUtils::GetMemberList(client, project.key);
+    project.countA = static_cast<std::int16_t>(project.members.size());
+}
+
+bool PerformanceData::UpdateProjectCache(const OV::UniString& host, std::int16_t port,
+                                         const OV::UniString& user, const OV::UniString& password)
+{
+    const auto number = static_cast<std::uint16_t>(port);
+    const auto working =
+        SYCB::ConnectionValidator::GetInstance().GetWorkingConnectionForServer(host, number);
+    if (OV::Thread::IsInterrupted())
+        return false;
+    const auto client = SYCB::CreateSyncraClient(
+        {working && !working->validatedHost.empty() ? working->validatedHost : host, number, user,
+         password});
+    if (OV::Thread::IsInterrupted())
+        return false;
+    for (const auto& known : client->GetProjects()) {
+        if (OV::Thread::IsInterrupted())
+            return false;
+        ProjectCache project = HasProject(known.id) ? GetProject(known.id) : ProjectCache();
+        project.title = known.name;
+        project.key = known.id;
+        project.flag = known.state == Syncra::Protocol::ProjectState::Active ? 1 : 0;
+        UpdateProjectMembers(*client, project);
+        if (OV::Thread::IsInterrupted())
+            return false;
+        project.countB = static_cast<std::int16_t>(
+            project.members.empty() ? 0 : client->GetAllSessions(known.id).size());
+        UpdateProject(std::move(project));
+    }
+    return true;
+}
+
+OV::ChannelStatus PerformanceData::Read(OV::IChannel& channel)
+{
+    projects_.clear();
+    chartLines_.clear();
+    Reader stream(channel);
+    std::uint32_t version = 0;
+    stream(version);
+    if (stream.Status() != OV::ChannelOk)
+        return stream.Status();
+    if (version != StreamVersion)
+        throw OV::Exception(OV::StringView("Invalid cache version."));
+    OV::Array<ProjectCache> projects;
+    stream.Elements(projects, TransferProject);
+    for (auto& project : projects)
+        UpdateProject(std::move(project));
+    OV::Array<ChartDataLine> lines;
+    stream.Elements(lines, TransferChartLine);
+    for (auto& line : lines)
+        SetChartLine(std::move(line));
+    return stream.Status();
+}
+
+OV::ChannelStatus PerformanceData::Write(OV::OChannel& channel) const
+{
+    Writer stream(channel);
+    stream(StreamVersion);
+    stream.Elements(projects_,
+                    [](Writer& each, const auto& entry) { TransferProject(each, entry.second); });
+    stream.Elements(chartLines_,
+                    [](Writer& each, const auto& entry) { TransferChartLine(each, entry.second); });
+    return stream.Status();
+}

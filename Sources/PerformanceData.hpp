@@ -1,0 +1,58 @@
+#pragma once
+
+#include "ChartDataLine.hpp"
+#include "OVRoot/Channel.hpp"
+#include "ProjectCache.hpp"
+#include "SyncraClient/SyncraClient.hpp"
+
+#include <map>
+
+/// The statistics of a server: what is known of each project, and the lines of its charts. A value;
+/// whoever shares one guards it.
+class PerformanceData {
+public:
+    [[nodiscard]] bool HasProject(const OV::UniString& key) const
+    {
+        return projects_.contains(key);
+    }
+    /// Throws OV::IllegalReferenceException for an unknown project.
+    [[nodiscard]] const ProjectCache& GetProject(const OV::UniString& key) const;
+    /// Replaces the record of the same key, or adds it.
+    void UpdateProject(ProjectCache project);
+    /// In the order of their keys.
+    [[nodiscard]] OV::Array<ProjectCache> GetProjectCache() const;
+    void SetProjectCache(const OV::Array<ProjectCache>& projects);
+
+    using ChartType = EventLogObserver::ChartType;
+    [[nodiscard]] bool HasChartLine(ChartType type) const { return chartLines_.contains(type); }
+    /// Throws OV::IllegalReferenceException for an unknown type.
+    [[nodiscard]] const ChartDataLine& GetChartLine(ChartType type) const;
+    /// Keeps the line that is there already.
+    void AddChartLine(ChartDataLine line);
+    /// Replaces the line of its type, or adds it.
+    void SetChartLine(ChartDataLine line);
+    /// In the order of their types.
+    [[nodiscard]] OV::PagedArray<ChartDataLine> GetChartLines() const;
+    void SetChartLines(const OV::PagedArray<ChartDataLine>& lines);
+
+    /// Asks the server for its projects and their members, and stores project by project what it
+    /// tells. False when the calling thread was interrupted; what was stored until then stays, as
+    /// it does when a request fails, which throws as the requests of SyncraClient do. `port`
+    /// is that of the model service, above 32767 a negative number.
+    bool UpdateProjectCache(const OV::UniString& host, std::int16_t port, const OV::UniString& user,
+                            const OV::UniString& password);
+    /// Asks for the record's members anew. Throws as the requests of SyncraClient do.
+    static void UpdateProjectMembers(Syncra::Client::SyncraClient& client, ProjectCache& project);
+
+    /// Version 3 of the format. Drops what was there; another version throws OV::Exception
+    /// ("Invalid cache version."), a stream that ends early gives what stands before its end and
+    /// fails.
+    [[nodiscard]] OV::ChannelStatus Read(OV::IChannel& channel);
+    [[nodiscard]] OV::ChannelStatus Write(OV::OChannel& channel) const;
+
+    friend bool operator==(const PerformanceData&, const PerformanceData&) = default;
+
+private:
+    std::map<OV::UniString, ProjectCache> projects_;
+    std::map<ChartType, ChartDataLine> chartLines_;
+};

@@ -1,0 +1,243 @@
+#include "BinCacheHandler/BinCacheHandler.hpp"
+#include "OVRoot/MemoryChannels.hpp"
+#include "Support/KillLoop.hpp"
+#include "Support/Pipe.hpp"
+#include "Support/TemporaryFolder.hpp"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <unistd.h>
+
+namespace {
+
+using SYC::BinCacheHandler;
+using SYC::BinCacheHandlerException;
+using Lines = OV::PagedArray<LogDataLine>;
+
+LogDataLine Line(OV::UniStringView project, std::int32_t time, OV::UniStringView comment = u"")
+{
+    LogDataLine line;
+    line.SetProjectId(project);
+    line.SetTime(OV::ToText(time));
+    line.SetComment(comment);
+    return line;
+}
+
+PerformanceData Statistics()
+{
+    PerformanceData data;
+    data.UpdateProject({u"Br\u00FCcke", u"p1", 1, 2, -3, {{u"anna", u"Architect"}, {u"", u"x"}}});
+    ChartDataLine line;
+    line.type = EventLogObserver::ChartType::ServerActions;
+    line.name = u"Server actions";
+    line.unit = u"pcs";
+    line.flags = {1, 0, 255, 2};
+    line.values = {1, -2, 3, 4, 5, 6};
+    line.points = {{1'700'000'000, 7}, {1'700'000'060, -8}};
+    data.SetChartLine(line);
+    return data;
+}
+
+OV::String Bytes(const PerformanceData& data)
+{
+    OV::MemoryOChannel channel;
+    EXPECT_EQ(data.Write(channel), 0);
+    return channel.TakeBytes();
+}
+
+class BinCacheHandlerTest : public testing::Test {
+protected:
+    [[nodiscard]] std::filesystem::path Cache() const
+    {
+        return folder.Path() / "data" / "Orvant" / "ServerManagerCache" / "nexar:1";
+    }
+    void WriteFile(const std::string& name, const std::string& bytes) const
+    {
+        std::ofstream(Cache() / name, std::ios::binary) << bytes;
+    }
+    [[nodiscard]] std::string ReadFile(const std::string& name) const
+    {
+        std::ifstream file(Cache() / name, std::ios::binary);
+        return {std::istreambuf_iterator<char>(file), {}};
+    }
+    /// The message of the failure.
+    template <class Action>
+    static std::string Failure(Action&& action)
+    {
+        try {
+            action();
+        } catch (const BinCacheHandlerException& failure) {
+            EXPECT_EQ(failure.GetName(), "BinCacheHandlerException");
+            EXPECT_TRUE(failure.GetSourceName().starts_with("BinCacheHandler"));
+            return failure.what();
+        } catch (const OV::Exception& failure) {
+            return std::string(failure.GetName()) + ": " + failure.what();
+        }
+        return "none";
+    }
+    static Lines LinesOf(const BinCacheHandler& handler)
+    {
+        Lines lines;
+        handler.GetProjectData(lines);
+        return lines;
+    }
+
+    TemporaryFolder folder;
+    BinCacheHandler handler{u"nexar:1"};
+};
+
+}  // namespace
+
+TEST_F(BinCacheHandlerTest, TimesOnlyMoveForward)
+{
+    EXPECT_EQ(handler.GetLastLogTime(u"a"), 0);
+    handler.SetProjectData({Line(u"a", 5), Line(u"b", -7), Line(u"a", 9), Line(u"a", 2)});
+    EXPECT_EQ(handler.GetLastLogTime(u"a"), 9);
+    EXPECT_EQ(handler.GetLastLogTime(u"b"), -7) << "the first time counts, whatever it is";
+    handler.SetProjectData({Line(u"a", 3), Line(u"b", -6)});
+    EXPECT_EQ(handler.GetLastLogTime(u"a"), 9);
+    EXPECT_EQ(handler.GetLastLogTime(u"b"), -6);
+    EXPECT_EQ(LinesOf(handler).size(), 2u);
+}
+
+TEST_F(BinCacheHandlerTest, WhatIsFlushedIsLoaded)
+{
+    const Lines lines{Line(u"a", 1, u"\u00E4"), Line(u"b", 2), Line(u"a", 3)};
+    handler.SetProjectData(lines);
+    handler.SetPerformanceData(Statistics());
+    WriteFile("che.lck", "left over");
+    handler.FlushCacheData();
+    EXPECT_FALSE(std::filesystem::exists(Cache() / "che.lck"));
+    OV::String a;
+    lines[0].AppendRecord(a);
+    lines[2].AppendRecord(a);
+    EXPECT_EQ(ReadFile("a.che"), a) << "one record after the other, and nothing else";
+    EXPECT_EQ(ReadFile("performance.che"), Bytes(Statistics()));
+
+    WriteFile("empty.che", "");
+    WriteFile("other.txt", "is not read");
+    WriteFile("c.che", a + a.substr(0, a.size() / 4) + std::string(3, '\xFF'));
+    BinCacheHandler other(u"nexar:1");
+    std::vector<std::uint64_t> done;
+    other.GetCacheData([&](const Lines&, std::uint64_t now, std::uint64_t total) {
+        done.push_back(now);
+        EXPECT_LE(now, total);
+        return true;
+    });
+    EXPECT_TRUE(std::is_sorted(done.begin(), done.end()));
+    const Lines loaded = LinesOf(other);
+    ASSERT_EQ(loaded.size(), 5u) << "the damage cost only what stood behind it";
+    EXPECT_EQ(loaded[0].GetComment(), u"\u00E4");
+    EXPECT_EQ(loaded[2].GetProjectId(), u"b");
+    EXPECT_EQ(other.GetLastLogTime(u"a"), 3);
+    PerformanceData statistics;
+    other.GetPerformanceData(statistics);
+    EXPECT_EQ(statistics, Statistics());
+    EXPECT_EQ(Failure([&] {
+                  other.GetCacheData(
+                      [](const Lines&, std::uint64_t, std::uint64_t) { return false; });
+              }),
+              "InterruptedException: The operation was interrupted.");
+    EXPECT_EQ(LinesOf(other).size(), 5u) << "as they were";
+}
+
+TEST_F(BinCacheHandlerTest, AnEmptyCacheIsTwelveBytes)
+{
+    handler.FlushCacheData();
+    EXPECT_EQ(ReadFile("performance.che"), std::string("\3\0\0\0\0\0\0\0\0\0\0\0", 12));
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(Cache()), {}), 1);
+}
+
+TEST_F(BinCacheHandlerTest, StatisticsKeepTheirPlacesAndOtherVersionsAreRefused)
+{
+    const auto bytes = Bytes(Statistics());
+    using namespace std::string_literals;
+    EXPECT_NE(bytes.find("p1\1\xFD\xFF\2\0\2\0\0\0"s), bytes.npos) << "the second count first";
+    for (std::size_t length = 0; length <= bytes.size(); ++length) {
+        PerformanceData data = Statistics();
+        OV::MemoryIChannel channel(OV::StringView(bytes).substr(0, length));
+        EXPECT_EQ(data.Read(channel), length == bytes.size() ? 0 : -7003);
+        EXPECT_EQ(data == Statistics(), length == bytes.size());
+    }
+    for (const char version : {'\2', '\4'}) {
+        WriteFile("performance.che", std::string(1, version) + bytes.substr(1));
+        EXPECT_EQ(Failure([&] { handler.GetCacheData(); }), "Exception: Invalid cache version.");
+    }
+}
+
+TEST_F(BinCacheHandlerTest, EachStepNamesItsFailure)
+{
+    for (const auto* name : {u"", u"..", u"a/b", u"."})
+        EXPECT_EQ(Failure([&] { BinCacheHandler refused(name); }),
+                  "Failed to start cache handler: failed to create folder location.");
+    EXPECT_EQ(Failure([] { BinCacheHandler refused(OV::UniString(300, u'x')); }),
+              "Failed to to create main folder.");
+    for (const auto* id : {u"../outside", u"a/b", u"performance"}) {
+        handler.SetProjectData({Line(id, 1)});
+        EXPECT_EQ(Failure([&] { handler.FlushCacheData(); }),
+                  "Failed to  to create project cache file location.");
+    }
+    EXPECT_TRUE(std::filesystem::exists(Cache() / "che.lck")) << "a failed flush leaves it";
+    handler.SetProjectData({Line(u"", 1)});
+    EXPECT_EQ(Failure([&] { handler.FlushCacheData(); }), "Project id is empty");
+    handler.SetProjectData({Line(u"blocked", 1)});
+    std::filesystem::create_directories(Cache() / "blocked.che" / "x");
+    EXPECT_EQ(Failure([&] { handler.FlushCacheData(); }),
+              "Failed to create project cache: failed to create project cache channel.");
+    std::filesystem::remove(Cache() / "performance.che");
+    std::filesystem::create_directories(Cache() / "performance.che" / "x");
+    EXPECT_EQ(Failure([&] { handler.FlushCacheData(); }),
+              "Failed to create performance cache: failed to create performance cache channel.");
+    std::filesystem::remove_all(Cache());
+    EXPECT_EQ(Failure([&] { handler.FlushCacheData(); }), "Failed to get main folder.");
+    EXPECT_EQ(Failure([&] { handler.GetCacheData(); }), "Failed to get main folder.");
+}
+
+TEST_F(BinCacheHandlerTest, AKilledFlushLeavesEachFileOldOrNewAndBlocksNobody)
+{
+    const auto fill = [](BinCacheHandler& cache, int count) {
+        Lines lines;
+        for (int i = 0; i < 400; ++i)
+            lines.push_back(Line(i % 2 == 0 ? u"a" : u"b", count, OV::UniString(200, u'x')));
+        cache.SetProjectData(lines);
+        cache.FlushCacheData();
+    };
+    fill(handler, 1);
+    KillAtRandomInstants(
+        [&] {
+            BinCacheHandler writer(u"nexar:1");
+            for (int count = 2;; ++count)
+                fill(writer, count);
+        },
+        std::chrono::milliseconds(20),
+        [&] {
+            BinCacheHandler reader(u"nexar:1");
+            reader.GetCacheData();
+            std::map<OV::UniString, std::map<std::int32_t, int>> times;
+            for (const auto& line : LinesOf(reader))
+                ++times[line.GetProjectId()][line.GetTimeVal()];
+            ASSERT_EQ(times.size(), 2u);
+            for (const auto& [project, counts] : times) {
+                ASSERT_EQ(counts.size(), 1u) << "of one flush";
+                ASSERT_EQ(counts.begin()->second, 200) << "and whole";
+            }
+            fill(reader, 1);
+        });
+}
+
+TEST_F(BinCacheHandlerTest, TwoThatFlushTakeTurns)
+{
+    const Pipe held;
+    ChildProcess holder([&] {
+        const auto marker = IO::ExclusiveFile::TryOpen(
+            BinCacheHandler(u"nexar:1").GetFolder().Appended(u"che.lck"));
+        held.Tell();
+        usleep(150'000);
+        return std::filesystem::exists(Cache() / "performance.che") ? 1 : 0;
+    });
+    held.Await();
+    handler.FlushCacheData();
+    EXPECT_EQ(holder.Wait(), 0) << "nothing was written while another one held the marker";
+    EXPECT_TRUE(std::filesystem::exists(Cache() / "performance.che"));
+}
