@@ -138,6 +138,11 @@ void Database::Execute(const char* sql)
         Fail(database_, "The store refused a statement");
 }
 
+bool Database::IsInTransaction() const
+{
+    return sqlite3_get_autocommit(database_) == 0;
+}
+
 std::int64_t Database::LastRowId() const
 {
     return sqlite3_last_insert_rowid(database_);
@@ -162,12 +167,18 @@ void Database::Migrate()
     transaction.Commit();
 }
 
+Transaction::Transaction(Database& database)
+    : database_(database), isOuter_(!database.IsInTransaction())
+{
+    database_.Execute(isOuter_ ? "BEGIN IMMEDIATE" : "SAVEPOINT part");
+}
+
 Transaction::~Transaction()
 {
     if (done_)
         return;
     try {
-        database_.Execute("ROLLBACK");
+        database_.Execute(isOuter_ ? "ROLLBACK" : "ROLLBACK TO part; RELEASE part");
     } catch (const DatabaseError&) {
         // SQLite has rolled back by itself already.
     }
@@ -175,7 +186,7 @@ Transaction::~Transaction()
 
 void Transaction::Commit()
 {
-    database_.Execute("COMMIT");
+    database_.Execute(isOuter_ ? "COMMIT" : "RELEASE part");
     done_ = true;
 }
 

@@ -70,6 +70,7 @@ public:
     [[nodiscard]] Statement Prepare(const char* sql);
     void Execute(const char* sql);
     [[nodiscard]] std::int64_t LastRowId() const;
+    [[nodiscard]] bool IsInTransaction() const;
 
 private:
     void Migrate();
@@ -79,13 +80,10 @@ private:
     std::map<const char*, sqlite3_stmt*> statements_;
 };
 
-/// Everything until Commit happens or nothing.
+/// Everything until Commit happens or nothing. One within another is a part of it.
 class Transaction {
 public:
-    explicit Transaction(Database& database) : database_(database)
-    {
-        database_.Execute("BEGIN IMMEDIATE");
-    }
+    explicit Transaction(Database& database);
     ~Transaction();
     Transaction(const Transaction&) = delete;
     Transaction& operator=(const Transaction&) = delete;
@@ -93,6 +91,7 @@ public:
 
 private:
     Database& database_;
+    bool isOuter_;
     bool done_ = false;
 };
 

@@ -59,6 +59,7 @@ struct Shared {
     Streams receiving;  ///< have begun a request, or drain a refused one
     std::size_t connections = 0;
     bool stopping = false;
+    HttpServer::Traffic traffic;
     asio::io_context context{1};
 };
 
@@ -284,7 +285,22 @@ private:
         // A held request waits longer than any delivery; its handler bounds it.
         stream_.expires_never();
         const auto exchange = std::make_shared<Exchange>(stream_.socket());
-        co_return co_await exchange->Run(handler_, std::move(request), buffer_.size() == 0);
+        const HttpHandler measured = [this](HttpRequest taken, Reply reply) {
+            Measure(std::move(taken), std::move(reply));
+        };
+        co_return co_await exchange->Run(measured, std::move(request), buffer_.size() == 0);
+    }
+
+    void Measure(HttpRequest request, Reply reply)
+    {
+        auto& traffic = shared_.traffic;
+        ++traffic.requests;
+        traffic.bytes += request.body.size();
+        const auto begin = std::chrono::steady_clock::now();
+        handler_(std::move(request), std::move(reply));
+        traffic.longest =
+            std::max(traffic.longest, std::chrono::duration_cast<std::chrono::microseconds>(
+                                          std::chrono::steady_clock::now() - begin));
     }
 
     asio::awaitable<bool> Write(http::response<http::string_body> message)
@@ -292,7 +308,7 @@ private:
         stream_.expires_after(DeliveryTime);
         auto [error, size] =
             co_await http::async_write(stream_, message, asio::as_tuple(asio::use_awaitable));
-        (void)size;
+        shared_.traffic.bytes += size;
         co_return !error;
     }
 
@@ -440,6 +456,11 @@ void HttpServer::Stop()
 void HttpServer::SetBeforeStop(std::function<void()> beforeStop)
 {
     state_->beforeStop = std::move(beforeStop);
+}
+
+HttpServer::Traffic HttpServer::TakeTraffic()
+{
+    return std::exchange(state_->shared.traffic, {});
 }
 
 void HttpServer::Post(std::function<void()> work)

@@ -26,6 +26,15 @@ public:
     void Stop();
     void SetBeforeStop(std::function<void()> beforeStop);
 
+    /// What the server did since it was last asked.
+    struct Traffic {
+        std::uint64_t requests = 0;
+        std::uint64_t bytes = 0;  ///< bodies of requests, and answers
+        /// The longest time that a handler took; requests that are held take none meanwhile.
+        std::chrono::microseconds longest{0};
+    };
+    [[nodiscard]] Traffic TakeTraffic();
+
     /// Runs `work` on the server's thread; safe on any thread.
     void Post(std::function<void()> work);
     /// Keeps the server from ending while work elsewhere will still Post; released with the last

@@ -1,4 +1,5 @@
 #include "Database.hpp"
+#include "EventLogService.hpp"
 #include "HttpServer.hpp"
 #include "MailService.hpp"
 #include "Management/ManagementService.hpp"
@@ -31,6 +32,7 @@ struct Options {
     std::uint16_t managementPort = 0;
     std::uint16_t messagingPort = 0;
     bool sample = false;
+    std::uint32_t sampleLines = 200'000;
     std::optional<std::string> newUser;
     std::string passwordFile;
     std::uint32_t presenceGrace = 10'000;
@@ -55,6 +57,10 @@ void AddOptions(CLI::App& app, Options& options)
     app.add_option("--messaging-port", options.messagingPort, "Port of the messaging service")
         ->option_text("N");
     app.add_flag("--sample", options.sample, "Fill an empty store with a sample team");
+    app.add_option("--sample-lines", options.sampleLines,
+                   "How many lines the logs of the sample's projects have, over two years")
+        ->option_text("N")
+        ->capture_default_str();
     auto* user =
         app.add_option("--add-user", options.newUser,
                        "Add a user to the store and end; the password is the first line of "
@@ -139,19 +145,23 @@ public:
           mails_(projects_, mailStore_, signals_),
           management_(database, users_, groups_, photos_, projects_, members_, sessions_, signals_,
                       passwords_, tokens_),
-          messaging_(server_, projects_, presence_)
+          messaging_(server_, projects_, presence_), eventLog_(database),
+          events_(server_, projects_, sessions_, groups_, eventLog_)
     {
         for (Router* router : {&modelRouter_, &managementRouter_})
             signIn_.AddRoutes(*router);
         signIn_.AddRoutesWithBuiltIn(messagingRouter_);
         model_.AddRoutes(modelRouter_);
         mails_.AddRoutes(modelRouter_);
+        events_.AddRoutes(modelRouter_);
         management_.AddRoutes(managementRouter_);
         messaging_.AddRoutes(messagingRouter_);
         server_.SetBeforeStop([this] {
             signals_.ReleaseAll();
             presence_.Stop();
             messaging_.ReleaseAll();
+            events_.Stop();
+            events_.Sample();
         });
     }
 
@@ -203,6 +213,8 @@ private:
     MailService mails_;
     ManagementService management_;
     PresenceService messaging_;
+    EventLog eventLog_;
+    EventLogService events_;
     Router modelRouter_{tokens_, users_};
     Router managementRouter_{tokens_, users_};
     Router messagingRouter_{tokens_, users_};
@@ -218,7 +230,7 @@ void Serve(const Options& options)
         return;
     }
     if (options.sample) {
-        FillWithSample(database, hash);
+        FillWithSample(database, hash, options.sampleLines);
         std::cerr << "nexar-server: sample team ready; every password is \"" << SamplePassword
                   << "\"\n";
     }

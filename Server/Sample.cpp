@@ -3,6 +3,7 @@
 #include "GroupStore.hpp"
 #include "Management/SampleRecords.hpp"
 #include "PhotoStore.hpp"
+#include "SampleLog.hpp"
 #include "SamplePhotos.hpp"
 
 #include "OVRoot/Guid.hpp"
@@ -167,6 +168,19 @@ void AddPhotos(PhotoStore& store, UserStore& userStore)
             store.Set(user->id, {OV::FromUtf8(type), OV::String(data)});
 }
 
+/// Who works in which project, as lines of its log name him.
+std::vector<SampleLogMember> SampleLogMembers()
+{
+    std::vector<SampleLogMember> members;
+    for (const auto& project : Projects())
+        for (const auto& [login, role] : project.members)
+            for (const auto& user : users)
+                if (std::string_view(user.login) == login)
+                    members.push_back({OV::ToUtf8(project.id),
+                                       std::string(user.fullName) + " (" + user.login + ")"});
+    return members;
+}
+
 void AddToGroups(GroupStore& store, UserStore& userStore)
 {
     store.Add(userStore.FindByLogin("admin")->id, UserGroups::Administrators);
@@ -175,7 +189,7 @@ void AddToGroups(GroupStore& store, UserStore& userStore)
 
 }  // namespace
 
-void FillWithSample(Database& database, const PasswordHash& hash)
+void FillWithSample(Database& database, const PasswordHash& hash, std::uint32_t logLines)
 {
     UserStore userStore(database);
     if (!userStore.IsEmpty())
@@ -192,6 +206,7 @@ void FillWithSample(Database& database, const PasswordHash& hash)
     AddPhotos(photoStore, userStore);
     GroupStore groupStore(database);
     AddToGroups(groupStore, userStore);
+    AddSampleLog(database, SampleLogMembers(), logLines);
     transaction.Commit();
 }
 

@@ -266,6 +266,60 @@ CREATE TABLE configuration (
     minimum_password_length INTEGER NOT NULL
 );
 INSERT INTO configuration VALUES (1, '', 8);
+)",
+    // What happens is logged where it happens, so nothing can be done without its line, and no line
+    // stands for what was not done. A user's line keeps the name that he had.
+    R"(
+CREATE TABLE events (
+    number INTEGER PRIMARY KEY AUTOINCREMENT,
+    project_id TEXT NOT NULL,
+    time INTEGER NOT NULL,
+    user TEXT NOT NULL,
+    action TEXT NOT NULL,
+    size INTEGER NOT NULL DEFAULT 0,
+    comment TEXT NOT NULL DEFAULT '',
+    seconds INTEGER NOT NULL DEFAULT 0
+);
+CREATE INDEX events_by_project ON events(project_id, time, number);
+CREATE TRIGGER events_go_with_their_project AFTER DELETE ON projects
+BEGIN
+    DELETE FROM events WHERE project_id = OLD.id;
+END;
+CREATE TRIGGER members_join AFTER INSERT ON members
+BEGIN
+    INSERT INTO events (project_id, time, user, action)
+        SELECT NEW.project_id, unixepoch(), full_name || ' (' || login || ')', 'Join'
+        FROM users WHERE id = NEW.user_id;
+END;
+CREATE TRIGGER sessions_begin AFTER INSERT ON sessions
+BEGIN
+    INSERT INTO events (project_id, time, user, action)
+        SELECT NEW.project_id, unixepoch(), full_name || ' (' || login || ')', 'Login'
+        FROM users WHERE id = NEW.user_id;
+END;
+CREATE TRIGGER sessions_end AFTER DELETE ON sessions
+WHEN EXISTS (SELECT 1 FROM projects WHERE id = OLD.project_id)
+BEGIN
+    INSERT INTO events (project_id, time, user, action, seconds)
+        SELECT OLD.project_id, unixepoch(), full_name || ' (' || login || ')', 'Logout',
+               max(0, unixepoch() - OLD.start_time)
+        FROM users WHERE id = OLD.user_id;
+END;
+CREATE TRIGGER mails_are_sent AFTER INSERT ON mail_keys
+BEGIN
+    INSERT INTO events (project_id, time, user, action, size)
+        SELECT NEW.project_id, unixepoch(), full_name || ' (' || login || ')', 'Send',
+               coalesce((SELECT length(header) + length(body) FROM mails WHERE id = NEW.mail_id), 0)
+        FROM users WHERE id = NEW.sender_id;
+END;
+
+CREATE TABLE performance (
+    number INTEGER PRIMARY KEY AUTOINCREMENT,
+    time INTEGER NOT NULL,
+    key TEXT NOT NULL,
+    value REAL NOT NULL
+);
+CREATE INDEX performance_by_time ON performance(time, number);
 )"};
 
 inline constexpr auto SchemaVersion = static_cast<std::int64_t>(SchemaSteps.size());

@@ -13,9 +13,9 @@ struct ChartDataLine {
     std::array<std::uint8_t, 4> flags{};
     /// Lowest and highest of the scale, then of all samples the smallest, the largest, the last and
     /// the mean.
-    std::array<std::int32_t, 6> values{};
+    std::array<float, 6> values{};
     /// Seconds since 1970-01-01 UTC, and the value.
-    OV::Array<OV::Pair<std::int32_t, std::int32_t>> points;
+    OV::Array<OV::Pair<std::int32_t, float>> points;
 
     friend bool operator==(const ChartDataLine&, const ChartDataLine&) = default;
 };

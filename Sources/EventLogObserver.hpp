@@ -20,6 +20,8 @@ public:
     virtual ~EventLogObserver() = default;
     /// The log was updated; oldest lines first.
     virtual void RefreshLog(const OV::PagedArray<LogDataLine>& /*lines*/) {}
+    /// Some of the lines, for the eye, while the rest is being read.
+    virtual void PreviewLog(const OV::PagedArray<LogDataLine>& /*lines*/) {}
     virtual void RefreshPerformance(const PerformanceData& /*data*/) {}
     /// An update has come so far; a total of 0 is not known yet.
     virtual void UpdateProgress(std::uint64_t /*done*/, std::uint64_t /*total*/) {}

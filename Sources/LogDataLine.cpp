@@ -178,8 +178,9 @@ std::int16_t LogDataLine::GetIconNumber() const
 
 NewDisplay::NativeImage LogDataLine::GetIcon() const
 {
-    return HasIcon() ? NewDisplay::DecodeImage(OV::GetPictureResource(GetIconNumber()), u"image/png")
-                     : NewDisplay::NativeImage();
+    return HasIcon()
+               ? NewDisplay::DecodeImage(OV::GetPictureResource(GetIconNumber()), u"image/png")
+               : NewDisplay::NativeImage();
 }
 
 void LogDataLine::SetUser(OV::UniStringView user)

@@ -6,6 +6,8 @@
 #include "SYClientBase/SyncraClientFactory.hpp"
 #include "TextChannel.hpp"
 
+#include <bit>
+
 namespace {
 
 using ChartType = EventLogObserver::ChartType;
@@ -33,6 +35,12 @@ public:
         std::int16_t number = 0;
         (*this)(number);
         type = static_cast<ChartType>(number);
+    }
+    void operator()(float& number)
+    {
+        std::uint32_t bits = 0;
+        (*this)(bits);
+        number = std::bit_cast<float>(bits);
     }
     template <class Number>
     void operator()(Number& number)
@@ -78,6 +86,7 @@ public:
             status_ = channel_.WriteBytes(std::as_bytes(std::span(&byte, 1)));
     }
     void operator()(ChartType type) { (*this)(static_cast<std::int16_t>(type)); }
+    void operator()(float number) { (*this)(std::bit_cast<std::uint32_t>(number)); }
     template <class Number>
     void operator()(Number number)
     {

@@ -15,6 +15,10 @@ using Array = std::vector<T>;
 template <class T>
 using PagedArray = std::deque<T>;
 
+/// An array that is filled once and then read.
+template <class T>
+using StableArray = std::vector<T>;
+
 template <class Key, class Value>
 using HashTable = std::unordered_map<Key, Value>;
 

@@ -4,7 +4,9 @@
 
 #include <cstddef>
 #include <ctime>
+#include <optional>
 #include <span>
+#include <vector>
 
 /// What the operating system is asked for beside files; one source file a system.
 namespace OV::System {
@@ -19,6 +21,13 @@ namespace OV::System {
 /// The user's home folder as the system names it.
 [[nodiscard]] String HomeFolder();
 [[nodiscard]] std::uint32_t ProcessId();
+/// Bytes of memory that this process has in use; 0 when the system does not tell.
+[[nodiscard]] std::uint64_t ProcessMemory();
+/// The folder of the running program in UTF-8; empty when the system does not tell.
+[[nodiscard]] String ProgramFolder();
+/// Runs a program to its end, with this one's streams, and returns its exit code; nothing when it
+/// cannot be started.
+[[nodiscard]] std::optional<int> RunProgram(const String& file, std::vector<String> arguments);
 /// The moment in the time zone of the user; safe on any thread.
 [[nodiscard]] std::tm ToLocalTime(std::time_t time);
 /// Names the calling thread for debuggers; longer names are cut.

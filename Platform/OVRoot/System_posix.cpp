@@ -1,9 +1,14 @@
 #include "OVRoot/System.hpp"
 
+#include <array>
+#include <cerrno>
 #include <cstdlib>
+#include <fstream>
 #include <netdb.h>
 #include <pthread.h>
 #include <pwd.h>
+#include <spawn.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace OV::System {
@@ -45,6 +50,37 @@ String HomeFolder()
 std::uint32_t ProcessId()
 {
     return static_cast<std::uint32_t>(getpid());
+}
+
+std::uint64_t ProcessMemory()
+{
+    std::ifstream file("/proc/self/statm");
+    std::uint64_t all = 0, resident = 0;
+    file >> all >> resident;
+    return file ? resident * static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE)) : 0;
+}
+
+String ProgramFolder()
+{
+    std::array<char, 4096> path{};
+    const auto length = readlink("/proc/self/exe", path.data(), path.size());
+    const StringView file(path.data(), length > 0 ? static_cast<std::size_t>(length) : 0);
+    return String(file.substr(0, file.find_last_of('/') + 1));
+}
+
+std::optional<int> RunProgram(const String& file, std::vector<String> arguments)
+{
+    std::vector<char*> pointers{const_cast<char*>(file.c_str())};
+    for (auto& argument : arguments)
+        pointers.push_back(argument.data());
+    pointers.push_back(nullptr);
+    pid_t child = 0;
+    if (posix_spawn(&child, file.c_str(), nullptr, nullptr, pointers.data(), environ) != 0)
+        return std::nullopt;
+    int status = 0;
+    while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
+    }
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
 
 std::tm ToLocalTime(std::time_t time)

@@ -37,6 +37,23 @@ auto BoolOf(const char* key)
 
 void Nothing(const json&) {}
 
+OV::String Range(std::int32_t from, std::int32_t to, std::uint64_t after)
+{
+    return "?from=" + std::to_string(from) + "&to=" + std::to_string(to) +
+           "&after=" + std::to_string(after);
+}
+
+auto PageBehind(std::uint64_t after)
+{
+    return [after](const json& answer) {
+        auto page = Protocol::FromJson<Protocol::EventLogPage>(answer);
+        if (page.left > 0 && page.next <= after)
+            throw Protocol::MalformedRecordException(
+                OV::StringView("the pages of the log do not advance"));
+        return page;
+    };
+}
+
 /// Entries of a flag table: `[id, flag]`.
 json FlagsToJson(const SyncraClient::FlagTable& flags)
 {
@@ -207,6 +224,26 @@ public:
         const std::uint64_t timeout = std::uint64_t{waitMilliseconds} + requestTimeout_;
         request.timeoutMilliseconds = static_cast<std::uint32_t>(std::min(timeout, longest));
         return channel_.Ask(std::move(request), Protocol::FromJson<Protocol::SignalBatch>);
+    }
+
+    Protocol::EventLogPage GetEvents(const OV::UniString& projectId, std::int32_t from,
+                                     std::int32_t to, std::uint64_t after) override
+    {
+        return channel_.Ask(Get(Project(projectId) + "/events" + Range(from, to, after)),
+                            PageBehind(after));
+    }
+
+    Protocol::EventLogPage GetPerformanceEvents(std::int32_t from, std::int32_t to,
+                                                std::uint64_t after) override
+    {
+        return channel_.Ask(Get("/performance" + Range(from, to, after)), PageBehind(after));
+    }
+
+    void AddEvent(const OV::UniString& projectId, const Protocol::LoggedEvent& event) override
+    {
+        channel_.Ask(Change(HttpMethod::Post, Project(projectId) + "/events",
+                            Protocol::DumpJson(Protocol::ToJson(event))),
+                     Nothing);
     }
 
     void Cancel() override { channel_.Cancel(); }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "SYCommunication/HttpClient.hpp"
+#include "SyncraProtocol/EventLogPage.hpp"
 #include "SyncraProtocol/Member.hpp"
 #include "SyncraProtocol/Message.hpp"
 #include "SyncraProtocol/Project.hpp"
@@ -84,6 +85,19 @@ public:
     [[nodiscard]] virtual Protocol::SignalBatch WaitForSignals(const OV::UniString& projectId,
                                                                std::uint64_t after,
                                                                std::uint32_t waitMilliseconds) = 0;
+
+    /// The activity log of a project behind line number `after` (0: from its beginning), of the
+    /// times `from` to `to` in seconds since 1970-01-01 UTC, both included; as much as fits into an
+    /// answer.
+    [[nodiscard]] virtual Protocol::EventLogPage GetEvents(const OV::UniString& projectId,
+                                                           std::int32_t from, std::int32_t to,
+                                                           std::uint64_t after) = 0;
+    /// The same of the server's own log, for administrators.
+    [[nodiscard]] virtual Protocol::EventLogPage
+    GetPerformanceEvents(std::int32_t from, std::int32_t to, std::uint64_t after) = 0;
+    /// Adds to the log of a project what the user did in it: an action that servers know by that
+    /// name, bytes, a comment, and how long it took. He needs a session.
+    virtual void AddEvent(const OV::UniString& projectId, const Protocol::LoggedEvent& event) = 0;
 
     /// Ends the request under way and every later one. Safe on any thread.
     virtual void Cancel() = 0;

@@ -287,6 +287,48 @@ Photo FromJson<Photo>(const json& value)
     return {ReadText(value, "type"), ReadBytes(value, "data", Photo::MaximumSize)};
 }
 
+json ToJson(const EventLogPage& page)
+{
+    return {{"text", page.text},
+            {"separator", page.separator},
+            {"next", page.next},
+            {"left", page.left}};
+}
+
+template <>
+EventLogPage FromJson<EventLogPage>(const json& value)
+{
+    EventLogPage page;
+    for (const auto& [key, text] :
+         {std::pair("text", &page.text), {"separator", &page.separator}}) {
+        const json& field = Field(value, key);
+        if (!field.is_string())
+            Fail(key, "a text");
+        *text = field.get_ref<const json::string_t&>();
+    }
+    if (page.separator.empty())
+        Fail("separator", "a text that is not empty");
+    page.next = ReadSequence(value, "next");
+    page.left = ReadSequence(value, "left");
+    return page;
+}
+
+json ToJson(const LoggedEvent& event)
+{
+    return {{"action", TextToJson(event.action)},
+            {"size", event.size},
+            {"comment", TextToJson(event.comment)},
+            {"seconds", event.seconds}};
+}
+
+template <>
+LoggedEvent FromJson<LoggedEvent>(const json& value)
+{
+    constexpr std::int64_t highest = 0xFFFF'FFFF;
+    return {ReadText(value, "action"), ReadNumber<std::uint32_t>(value, "size", 0, highest),
+            ReadText(value, "comment"), ReadNumber<std::uint32_t>(value, "seconds", 0, highest)};
+}
+
 json ToJson(const ServicePort& port)
 {
     return {{"service", TextToJson(port.service)}, {"port", port.port}};

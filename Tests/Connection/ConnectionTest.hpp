@@ -35,7 +35,7 @@ public:
 /// A real server, and hosts on it.
 class ConnectionTest : public testing::Test {
 protected:
-    explicit ConnectionTest(std::vector<std::string> options = {"--sample"})
+    explicit ConnectionTest(std::vector<std::string> options = {"--sample", "--sample-lines", "0"})
         : server(folder.Path(), std::move(options))
     {}
 

@@ -33,7 +33,7 @@ PerformanceData Statistics()
     line.name = u"Server actions";
     line.unit = u"pcs";
     line.flags = {1, 0, 255, 2};
-    line.values = {1, -2, 3, 4, 5, 6};
+    line.values = {1, -2.5F, 3, 4, 5, 6};
     line.points = {{1'700'000'000, 7}, {1'700'000'060, -8}};
     data.SetChartLine(line);
     return data;

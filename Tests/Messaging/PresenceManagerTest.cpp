@@ -11,7 +11,7 @@ namespace {
 
 class PresenceManagerTest : public MessagingTest {
 protected:
-    PresenceManagerTest() : MessagingTest({"--sample", "--presence-grace", "100"}) {}
+    PresenceManagerTest() : MessagingTest({"--sample", "--sample-lines", "0", "--presence-grace", "100"}) {}
     ~PresenceManagerTest() override
     {
         presence.BeforeShutdown();

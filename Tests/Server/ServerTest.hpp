@@ -87,7 +87,7 @@ private:
 /// A server with the sample team.
 class ServerTest : public testing::Test {
 protected:
-    explicit ServerTest(std::vector<std::string> options = {"--sample"})
+    explicit ServerTest(std::vector<std::string> options = {"--sample", "--sample-lines", "0"})
         : server(folder.Path(), std::move(options))
     {}
     Client SignedIn(const std::string& user)

@@ -34,6 +34,17 @@ public:
     {
         return {};
     }
+    Syncra::Protocol::EventLogPage GetEvents(const OV::UniString&, std::int32_t, std::int32_t,
+                                             std::uint64_t) override
+    {
+        return {};
+    }
+    Syncra::Protocol::EventLogPage GetPerformanceEvents(std::int32_t, std::int32_t,
+                                                        std::uint64_t) override
+    {
+        return {};
+    }
+    void AddEvent(const OV::UniString&, const Syncra::Protocol::LoggedEvent&) override {}
     void DeleteMails(const OV::UniString&, const OV::Array<OV::UniString>&) override {}
     FlagTable GetMailStatus(const OV::UniString&, std::uint64_t&) override { return {}; }
     FlagTable GetMailHistorical(const OV::UniString&, std::uint64_t&) override { return {}; }

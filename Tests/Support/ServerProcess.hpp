@@ -29,7 +29,7 @@ public:
     /// Returns once the server listens. `options` follow those for the store, the ports and cheap
     /// password hashes. Throws std::runtime_error with what the server said when it does not start.
     explicit ServerProcess(const std::filesystem::path& folder,
-                           std::vector<std::string> options = {"--sample"})
+                           std::vector<std::string> options = {"--sample", "--sample-lines", "0"})
         : folder_(folder), options_(std::move(options))
     {
         Start();

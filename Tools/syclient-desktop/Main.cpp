@@ -1,12 +1,16 @@
+#include "Charts.hpp"
 #include "Dlg/Qt/QtToolkit.hpp"
 #include "MainWindow.hpp"
 #include "OVRoot/Exception.hpp"
 #include "OVRoot/Logger.hpp"
+#include "QtText.hpp"
 #include "RegisteredProjects.hpp"
 #include "UserInterface/AsyncTaskDialogExecutingImplementation.hpp"
 
 #include <QApplication>
 #include <QCommandLineParser>
+#include <QSize>
+#include <iostream>
 
 namespace {
 
@@ -23,6 +27,37 @@ IO::Location DataFolder()
     return registry.GetSYDataFolder();
 }
 
+/// "800x500".
+QSize ReadSize(const QString& text)
+{
+    const auto parts = text.split('x');
+    return parts.size() == 2 ? QSize(parts[0].toInt(), parts[1].toInt()) : QSize();
+}
+
+/// Draws a chart of a cached log without a window. The exit code.
+int DrawChart(const QCommandLineParser& options)
+{
+    constexpr int longest = 10'000;
+    const QString kind = options.value("chart");
+    const QSize size = ReadSize(options.value("size"));
+    if (!Charts::Kinds().contains(kind) || size.width() < 1 || size.height() < 1 ||
+        size.width() > longest || size.height() > longest) {
+        std::cerr << "syclient-desktop: --chart takes one of "
+                  << Charts::Kinds().join(", ").toStdString() << "; --size, as 800x500.\n";
+        return 2;
+    }
+    try {
+        const auto data = Charts::ReadCache(FromQt(options.value("log-cache")));
+        if (Charts::Render(kind, data, size, options.value("out")))
+            return 0;
+        std::cerr << "syclient-desktop: \"" << options.value("out").toStdString()
+                  << "\" cannot be written.\n";
+    } catch (const std::exception& error) {
+        std::cerr << "syclient-desktop: " << error.what() << '\n';
+    }
+    return 1;
+}
+
 }  // namespace
 
 int main(int argumentCount, char** arguments)
@@ -36,9 +71,15 @@ int main(int argumentCount, char** arguments)
     parser.addVersionOption();
     parser.addOptions({{{"s", "server"}, "Server to begin with.", "HOST"},
                        {{"p", "port"}, "Its model port.", "N", "19001"},
-                       {{"u", "user"}, "Login name.", "NAME"}});
+                       {{"u", "user"}, "Login name.", "NAME"},
+                       {"chart", "Draw a chart of a cached log and end.", "KIND"},
+                       {"log-cache", "The name of the cached log.", "NAME"},
+                       {"size", "Of the chart, in pixels.", "WxH", "900x540"},
+                       {"out", "The PNG file of the chart.", "FILE"}});
     parser.process(application);
 
+    if (parser.isSet("chart"))
+        return DrawChart(parser);
     const Dlg::QtToolkit toolkit;
     Syncra::Server::ManagementTool::GUI::SetAsyncTaskDialogExecutingImplementationForCore();
     MainWindow window(DataFolder());

@@ -1,11 +1,15 @@
 #include "MainWindow.hpp"
 
 #include "AuthenticateOnCache.hpp"
+#include "BinCacheHandler/BinCacheHandler.hpp"
+#include "Charts.hpp"
+#include "EventLogUpdater.hpp"
 #include "ManagementTool/UserAsyncTaskExecutingImplementation.hpp"
 #include "ProjectStatusText.hpp"
 #include "QtText.hpp"
 #include "SyncraURL.hpp"
 #include "UserInterface/CloseProjectDialog.hpp"
+#include "UserInterface/ProjectLogViewerDlg_14.hpp"
 #include "UserInterface/UserPhoto.hpp"
 
 #include <QBoxLayout>
@@ -26,6 +30,7 @@
 namespace {
 
 namespace Core = Syncra::Server::ManagementTool::Core;
+using ProjectLogViewer = Syncra::Server::ManagementTool::GUI::ProjectLogViewerDlg_14;
 
 constexpr int PhotoWidth = 50;
 constexpr int PhotoHeight = 60;
@@ -136,7 +141,15 @@ QWidget* MainWindow::MakeProjects()
     connect(projects_, &QTableWidget::itemActivated, this, [this] { Open(); });
     connect(open_, &QPushButton::clicked, this, [this] { Open(); });
     connect(close_, &QPushButton::clicked, this, [this] { Close(); });
+    log_ = new QPushButton("Pro&ject Log...", this);
+    log_->setObjectName("log");
+    charts_ = new QPushButton("Stat&istics...", this);
+    charts_->setObjectName("statistics");
+    connect(log_, &QPushButton::clicked, this, [this] { ShowLog(); });
+    connect(charts_, &QPushButton::clicked, this, [this] { ShowCharts(); });
     auto* buttons = new QHBoxLayout;
+    buttons->addWidget(log_);
+    buttons->addWidget(charts_);
     buttons->addStretch();
     buttons->addWidget(open_);
     buttons->addWidget(close_);
@@ -216,7 +229,9 @@ void MainWindow::Connect()
 void MainWindow::ShowProjects(const OV::Array<Syncra::Protocol::Project>& projects)
 {
     projects_->setRowCount(0);
+    projectIds_.clear();
     for (const auto& project : projects) {
+        projectIds_.push_back(project.id);
         const int row = projects_->rowCount();
         projects_->insertRow(row);
         auto info = Login();
@@ -338,8 +353,50 @@ void MainWindow::closeEvent(QCloseEvent* event)
     event->setAccepted(Close());
 }
 
+LogSource MainWindow::Source() const
+{
+    auto login = Login();
+    LogSource source;
+    source.host = login.serverName;
+    source.port = login.port;
+    source.userName = login.userName;
+    source.password = login.password;
+    OV::SecureWipe(login.password);
+    return source;
+}
+
+void MainWindow::ShowLog()
+{
+    const int row = projects_->currentRow();
+    if (row < 0)
+        return;
+    try {
+        SYC::BinCacheHandler cache(Source().GetCacheName());
+        ProjectLogViewer viewer(projectIds_.at(static_cast<std::size_t>(row)),
+                                FromQt(projects_->item(row, 0)->text()));
+        EventLogUpdater updater(Source(), cache);
+        updater.Attach(viewer);
+        updater.Start();
+        (void)viewer.Invoke();
+        updater.Detach(viewer);
+    } catch (const OV::Exception& error) {
+        Say(::ToQt(error.GetMessage()));
+    }
+}
+
+void MainWindow::ShowCharts()
+{
+    const auto task = OV::MakeRef<ServerTasks::UpdateStatistics>(Source());
+    if (ServerTasks::Run(task))
+        Charts::Show(this, task->data);
+    else
+        Say("The statistics could not be fetched.");
+}
+
 void MainWindow::UpdateButtons()
 {
+    log_->setEnabled(!projects_->selectedItems().isEmpty());
+    charts_->setEnabled(projects_->rowCount() > 0);
     open_->setEnabled(!projects_->selectedItems().isEmpty());
     close_->setEnabled(opened_ != nullptr);
 }

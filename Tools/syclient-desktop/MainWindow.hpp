@@ -3,6 +3,7 @@
 #include "Messaging/ProjectMembers.hpp"
 #include "SYClientBase/MessageLoopExecutor.hpp"
 #include "ServerTasks.hpp"
+#include "TextParser.hpp"
 
 #include <QMainWindow>
 
@@ -50,6 +51,10 @@ private:
     void OpenOffline(OpenedManager manager, OV::UniString name);
     /// False when the user keeps it open.
     bool Close();
+    /// The log of the selected project, and the statistics of the server.
+    void ShowLog();
+    void ShowCharts();
+    [[nodiscard]] LogSource Source() const;
     void UpdateButtons();
     void Say(const QString& text);
     [[nodiscard]] SYC::Inner::ProjectConnectionInfo Login() const;
@@ -64,5 +69,9 @@ private:
     QListWidget* members_ = nullptr;
     QPushButton* open_ = nullptr;
     QPushButton* close_ = nullptr;
+    QPushButton* log_ = nullptr;
+    QPushButton* charts_ = nullptr;
+    /// Ids of the projects, row by row.
+    OV::Array<OV::UniString> projectIds_;
     std::unique_ptr<Opened> opened_;
 };

@@ -1,8 +1,11 @@
 #include "ServerTasks.hpp"
 
 #include "CloseSession.hpp"
+#include "EventLogUpdater.hpp"
 #include "ManagementTool/UserAsyncTaskExecutingImplementation.hpp"
+#include "OVRoot/Logger.hpp"
 #include "OVRoot/SecureWipe.hpp"
+#include "PieChartUpdater.hpp"
 #include "ReadProjectConnection.hpp"
 #include "SYClientBase/SyncraClientFactory.hpp"
 
@@ -45,6 +48,21 @@ bool OpenProject::RunTask()
 bool CloseProject::RunTask()
 {
     return SYC::CloseSession(*manager_);
+}
+
+bool UpdateStatistics::RunTask()
+{
+    try {
+        const auto name = source_.GetCacheName();
+        SYC::BinCacheHandler cache(name);
+        EventLogUpdater(source_, cache).Update();
+        PieChartUpdater(source_, cache).Update();
+        data = Charts::ReadCache(name);
+        return true;
+    } catch (const OV::Exception& error) {
+        OV::Logger::Info("SYClient", u"UpdateStatistics: %", {error.GetMessage()});
+        return false;
+    }
 }
 
 bool Run(const OV::Ref<Task>& task)

@@ -1,10 +1,12 @@
 #pragma once
 
+#include "Charts.hpp"
 #include "CheckResult.hpp"
 #include "ClientProjectConnectionManager.hpp"
 #include "ManagementTool/AsyncTaskExecuting.hpp"
 #include "ManagementTool/ErrorType.hpp"
 #include "SyncraClient/SyncraClient.hpp"
+#include "TextParser.hpp"
 
 #include <memory>
 
@@ -54,6 +56,18 @@ public:
 private:
     bool RunTask() override;
     OpenProject::Manager manager_;
+};
+
+/// Brings the log and the statistics of a server up to date in the cache, and reads them.
+class UpdateStatistics final : public Task {
+public:
+    explicit UpdateStatistics(LogSource source) : source_(std::move(source)) {}
+
+    Charts::Data data;
+
+private:
+    bool RunTask() override;
+    LogSource source_;
 };
 
 /// Runs the task with the process's strategy; true when it succeeded.

@@ -30,6 +30,7 @@ void AddCloseCommand(CLI::App& app, Context& context);
 void AddCloseProjectCommand(CLI::App& app, Context& context);
 void AddStatusCommand(CLI::App& app, Context& context);
 void AddCacheCommand(CLI::App& app, Context& context);
+void AddLogCommand(CLI::App& app, Context& context);
 void AddMailCommand(CLI::App& app, Context& context);
 void AddMembersCommand(CLI::App& app, Context& context);
 void AddServerCommand(CLI::App& app, Context& context);

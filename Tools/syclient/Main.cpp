@@ -88,6 +88,7 @@ int main(int argc, char** argv)
     AddCacheCommand(app, context);
     AddMembersCommand(app, context);
     AddMailCommand(app, context);
+    AddLogCommand(app, context);
     AddServerCommand(app, context);
     AddPasswordCommand(app, context);
     AddAuthenticateCommand(app, context);

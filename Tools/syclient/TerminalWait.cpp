@@ -1,8 +1,8 @@
 #include "TerminalWait.hpp"
 
+#include "InterruptNote.hpp"
 #include "OVRoot/Terminal.hpp"
 
-#include <csignal>
 #include <iostream>
 
 namespace {
@@ -15,24 +15,6 @@ constexpr std::uint32_t SwitchMilliseconds = 3000;
 constexpr int TextList = 32100;
 constexpr int Communicating = 37;
 constexpr int PleaseWait = 38;
-
-volatile std::sig_atomic_t interrupted = 0;
-
-/// Ctrl-C is noted instead of ending the process while it lives.
-class InterruptNote {
-public:
-    InterruptNote()
-    {
-        interrupted = 0;
-        former_ = std::signal(SIGINT, [](int) { interrupted = 1; });
-    }
-    ~InterruptNote() { std::signal(SIGINT, former_); }
-    InterruptNote(const InterruptNote&) = delete;
-    InterruptNote& operator=(const InterruptNote&) = delete;
-
-private:
-    void (*former_)(int);
-};
 
 struct PlainResponse final : AsyncTaskExecuting::Response {
     void RunResponse() override {}
@@ -64,7 +46,7 @@ bool TerminalWait::ExecuteTask(const OV::Ref<Task>& task, OV::Executor* executor
     int text = Communicating;
     std::uint32_t next = delayMilliseconds;
     for (std::uint32_t waited = 0; !response->Wait(LookMilliseconds); waited += LookMilliseconds) {
-        if (interrupted) {
+        if (InterruptNote::WasInterrupted()) {
             executing.CancelTask();
             wasCancelled_ = true;
             output_.Error("Cancelled; the server may still carry the request out.");

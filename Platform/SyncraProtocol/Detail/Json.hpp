@@ -1,6 +1,7 @@
 #pragma once
 
 #include "OVRoot/Exception.hpp"
+#include "SyncraProtocol/EventLogPage.hpp"
 #include "SyncraProtocol/Member.hpp"
 #include "SyncraProtocol/Project.hpp"
 #include "SyncraProtocol/ServicePort.hpp"
@@ -58,6 +59,9 @@ template <class Texts>
 [[nodiscard]] nlohmann::json ToJson(const SignInRequest& request);
 [[nodiscard]] nlohmann::json ToJson(const SignInAnswer& answer);
 
+[[nodiscard]] nlohmann::json ToJson(const EventLogPage& page);
+[[nodiscard]] nlohmann::json ToJson(const LoggedEvent& event);
+
 template <class Record>
 [[nodiscard]] Record FromJson(const nlohmann::json& value);
 template <>
@@ -79,5 +83,10 @@ template <>
 SignInRequest FromJson<SignInRequest>(const nlohmann::json& value);
 template <>
 SignInAnswer FromJson<SignInAnswer>(const nlohmann::json& value);
+/// The text is UTF-8 as it is: a log has no need to carry every string of ours.
+template <>
+EventLogPage FromJson<EventLogPage>(const nlohmann::json& value);
+template <>
+LoggedEvent FromJson<LoggedEvent>(const nlohmann::json& value);
 
 }  // namespace Syncra::Protocol

@@ -1,0 +1,25 @@
+#pragma once
+
+#include "OVRoot/UniString.hpp"
+
+#include <utility>
+
+namespace OV {
+
+/// Base of values whose type is known only when the program runs.
+class Object {
+public:
+    virtual ~Object() = default;
+};
+
+/// A text as such a value.
+class UniStringObject final : public Object {
+public:
+    explicit UniStringObject(UniString text) : text_(std::move(text)) {}
+    [[nodiscard]] const UniString& Get() const noexcept { return text_; }
+
+private:
+    UniString text_;
+};
+
+}  // namespace OV

@@ -1,0 +1,151 @@
+#include "EventLog.hpp"
+
+#include "OVRoot/Clock.hpp"
+
+#include <cstdio>
+
+namespace Nexar {
+
+using Syncra::Protocol::EventLogPage;
+using Syncra::Protocol::LoggedEvent;
+
+namespace {
+
+constexpr const char* Separator = "#!";
+constexpr int LogVersion = 14;
+constexpr std::size_t MostLines = 20'000;
+constexpr std::size_t MostBytes = 4 * 1024 * 1024;
+constexpr std::int64_t KeptSeconds = std::int64_t(400) * 86'400;
+
+/// A field never holds what ends a field or a line.
+void AppendField(std::string& line, std::string_view text)
+{
+    if (!line.empty())
+        line += Separator;
+    for (std::size_t at = 0; at < text.size(); ++at) {
+        const bool isSeparator = text.substr(at).starts_with(Separator);
+        line += isSeparator || text[at] == '\n' || text[at] == '\r' ? ' ' : text[at];
+        at += isSeparator ? 1 : 0;
+    }
+    // A "#" at the end and the separator behind it would be read as one that begins earlier.
+    if (line.ends_with('#'))
+        line.back() = ' ';
+}
+
+/// Fills a page from a query for lines whose first column is their number.
+template <class MakeLine>
+EventLogPage ReadPage(Statement& query, std::int64_t after, MakeLine&& makeLine)
+{
+    EventLogPage page;
+    page.separator = Separator;
+    page.next = static_cast<std::uint64_t>(after);
+    std::string line;
+    for (std::size_t lines = 0; lines < MostLines && query.Step(); ++lines) {
+        line.clear();
+        makeLine(line);
+        if (lines > 0 && page.text.size() + line.size() > MostBytes)
+            break;
+        page.text += line;
+        page.text += '\n';
+        page.next = static_cast<std::uint64_t>(query.Number(0));
+    }
+    return page;
+}
+
+std::string Decimal(double value)
+{
+    char text[32];
+    std::snprintf(text, sizeof text, "%.3f", value);
+    return text;
+}
+
+}  // namespace
+
+EventLogPage EventLog::Page(const std::string& projectId, const Range& range)
+{
+    EventLogPage page;
+    {
+        auto query = database_.Prepare(
+            "SELECT number, time, user, action, size, comment, seconds FROM events "
+            "WHERE project_id = ?1 AND time BETWEEN ?2 AND ?3 AND (time, number) > "
+            "(coalesce((SELECT time FROM events WHERE number = ?4), -9e18), ?4) "
+            "ORDER BY time, number LIMIT 20001");
+        query.Bind(1, projectId).Bind(2, range.from).Bind(3, range.to).Bind(4, range.after);
+        page = ReadPage(query, range.after, [&](std::string& line) {
+            for (const int column : {1, 2, 3, 4, 5, 6})
+                AppendField(line, query.View(column));
+            AppendField(line, std::to_string(LogVersion));
+            AppendField(line, query.View(0));
+        });
+    }
+    auto left = database_.Prepare(
+        "SELECT count(*) FROM events WHERE project_id = ?1 AND time BETWEEN ?2 AND ?3 AND "
+        "(time, number) > (coalesce((SELECT time FROM events WHERE number = ?4), -9e18), ?4)");
+    left.Bind(1, projectId).Bind(2, range.from).Bind(3, range.to);
+    left.Bind(4, static_cast<std::int64_t>(page.next));
+    page.left = left.Step() ? static_cast<std::uint64_t>(left.Number(0)) : 0;
+    return page;
+}
+
+EventLogPage EventLog::PerformancePage(const Range& range)
+{
+    EventLogPage page;
+    {
+        auto query = database_.Prepare(
+            "SELECT number, time, key, value FROM performance WHERE time BETWEEN ?1 AND ?2 AND "
+            "(time, number) > (coalesce((SELECT time FROM performance WHERE number = ?3), -9e18), "
+            "?3) ORDER BY time, number LIMIT 20001");
+        query.Bind(1, range.from).Bind(2, range.to).Bind(3, range.after);
+        page = ReadPage(query, range.after, [&](std::string& line) {
+            for (const int column : {1, 2, 3})
+                AppendField(line, query.View(column));
+        });
+    }
+    auto left = database_.Prepare(
+        "SELECT count(*) FROM performance WHERE time BETWEEN ?1 AND ?2 AND (time, number) > "
+        "(coalesce((SELECT time FROM performance WHERE number = ?3), -9e18), ?3)");
+    left.Bind(1, range.from).Bind(2, range.to).Bind(3, static_cast<std::int64_t>(page.next));
+    page.left = left.Step() ? static_cast<std::uint64_t>(left.Number(0)) : 0;
+    return page;
+}
+
+void EventLog::Append(const std::string& projectId, const std::string& userId,
+                      const LoggedEvent& event)
+{
+    auto insert = database_.Prepare(
+        "INSERT INTO events (project_id, time, user, action, size, comment, seconds) "
+        "SELECT ?1, unixepoch(), full_name || ' (' || login || ')', ?3, ?4, ?5, ?6 "
+        "FROM users WHERE id = ?2");
+    insert.Bind(1, projectId).Bind(2, userId).Bind(3, OV::ToUtf8(event.action));
+    insert.Bind(4, std::int64_t(event.size)).Bind(5, OV::ToUtf8(event.comment));
+    insert.Bind(6, std::int64_t(event.seconds)).Run();
+}
+
+void EventLog::AppendLine(const std::string& projectId, std::int64_t time, const std::string& user,
+                          const LoggedEvent& event)
+{
+    auto insert = database_.Prepare(
+        "INSERT INTO events (project_id, time, user, action, size, comment, seconds) "
+        "VALUES (?1, ?2, ?3, ?4, ?5, ?6, ?7)");
+    insert.Bind(1, projectId).Bind(2, time).Bind(3, user).Bind(4, OV::ToUtf8(event.action));
+    insert.Bind(5, std::int64_t(event.size)).Bind(6, OV::ToUtf8(event.comment));
+    insert.Bind(7, std::int64_t(event.seconds)).Run();
+}
+
+void EventLog::AppendPerformance(const std::string& key, double value)
+{
+    const std::int64_t now = OV::Clock::Current().Now();
+    Transaction transaction(database_);
+    AppendPerformanceLine(now, key, value);
+    database_.Prepare("DELETE FROM performance WHERE time < ?1").Bind(1, now - KeptSeconds).Run();
+    transaction.Commit();
+}
+
+void EventLog::AppendPerformanceLine(std::int64_t time, const std::string& key, double value)
+{
+    auto insert =
+        database_.Prepare("INSERT INTO performance (time, key, value) VALUES (?1, ?2, ?3)");
+    insert.Bind(1, time).Bind(2, key).Bind(3, Decimal(value)).Run();
+}
+
+}  // namespace Nexar

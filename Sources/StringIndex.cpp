@@ -1,0 +1,100 @@
+#include "StringIndex.hpp"
+
+#include "Detail/IndexOrder.hpp"
+#include "OVRoot/Exception.hpp"
+
+#include <algorithm>
+
+OV::Ref<IndexItem> StringIndex::Convert(const std::uint32_t& row, const OV::Object& value) const
+{
+    const auto* const text = dynamic_cast<const OV::UniStringObject*>(&value);
+    return OV::MakeRef<StringIndexItem>(row, text == nullptr ? OV::UniString() : text->Get());
+}
+
+OV::Ref<IndexItem> StringIndex::CreateElement() const
+{
+    return OV::MakeRef<StringIndexItem>();
+}
+
+void StringIndex::MakeKey(const OV::Array<OV::StringView>& parts, OV::String& key) const
+{
+    key = parts.at(0);
+}
+
+/// All items stand in one block, and rows of one text share it.
+void StringIndex::AddRows(std::uint32_t count, const RowTexts& texts)
+{
+    if (GetSize() > 0)
+        return LogIndex::AddRows(count, texts);
+    Detail::IndexOrder order;
+    OV::Array<OV::StringView> parts;
+    OV::String key;
+    for (std::uint32_t row = 0; row < count; ++row) {
+        texts(row, parts);
+        MakeKey(parts, key);
+        order.Add(key);
+    }
+    const auto sorted = order.Sort();
+    const auto items = std::make_shared<OV::Array<StringIndexItem>>();
+    items->reserve(count);
+    for (const auto& [row, text] : sorted)
+        items->emplace_back(row, text);
+    for (StringIndexItem& item : *items)
+        Append(OV::Ref<IndexItem>(std::shared_ptr<IndexItem>(items, &item)));
+}
+
+const OV::UniString& StringIndex::Value(std::uint32_t pos) const
+{
+    if (pos >= GetSize())
+        throw OV::NullReferenceException();
+    return static_cast<const StringIndexItem&>(ItemAt(pos)).Value();
+}
+
+OV::UniString StringIndex::GetValueAt(std::uint32_t pos) const
+{
+    return Value(pos);
+}
+
+std::uint32_t StringIndex::Find(const OV::UniString& value) const
+{
+    return LogSearch(OV::MakeRef<StringIndexItem>(0, value));
+}
+
+std::uint32_t StringIndex::FindFirst(const OV::UniString& start, const Matches& matches) const
+{
+    if (GetSize() == 0)
+        return 0;
+    std::int64_t pos = std::min(StringIndex::Find(start), GetSize() - 1);
+    while (pos >= 0 && matches(Value(static_cast<std::uint32_t>(pos))))
+        --pos;
+    return static_cast<std::uint32_t>(pos + 1);
+}
+
+/// The walk never asks for the last item, so a run that reaches the end of the index is told one
+/// short. Callers count on it.
+std::uint32_t StringIndex::FindLast(const OV::UniString& start, const Matches& matches) const
+{
+    std::uint32_t pos = StringIndex::Find(start);
+    while (pos + 1 < GetSize() && matches(Value(pos)))
+        ++pos;
+    return pos - 1;
+}
+
+std::uint32_t StringIndex::FindFirst(const OV::UniString& value) const
+{
+    return FindFirst(value, [&](const OV::UniString& each) { return each == value; });
+}
+
+std::uint32_t StringIndex::FindLast(const OV::UniString& value) const
+{
+    return FindLast(value, [&](const OV::UniString& each) { return each == value; });
+}
+
+OV::Array<OV::UniString> StringIndex::GetUniqueKeys() const
+{
+    OV::Array<OV::UniString> keys;
+    for (std::uint32_t pos = 0; pos < GetSize(); ++pos)
+        if (const OV::UniString& value = Value(pos); keys.empty() || keys.back() != value)
+            keys.push_back(value);
+    return keys;
+}

@@ -1,0 +1,255 @@
+#include "UserInterface/ProjectLogViewerDlg_14.hpp"
+
+#include "Dlg/SaveFileDialog.hpp"
+#include "Dlg/WarningAlert.hpp"
+#include "IO/IOException.hpp"
+#include "OVRoot/Clock.hpp"
+#include "OVRoot/LocalTime.hpp"
+#include "OVRoot/Resources.hpp"
+#include "SYClientBase/MessageLoop.hpp"
+#include "UserInterface/Preferences.hpp"
+
+#include <algorithm>
+#include <set>
+#include <unordered_set>
+
+namespace Syncra::Server::ManagementTool::GUI {
+
+namespace {
+
+constexpr int TextList = 32160;
+enum Text : int {
+    NotFiltered = 1,
+    TooLarge = 6,
+    SavingFailed = 7,
+    Ok = 8,
+    Warning = 9,
+    Error = 10
+};
+
+constexpr OV::StringView FirstDayKey = "ProjectLogStart";
+constexpr OV::StringView LastDayKey = "ProjectLogEnd";
+constexpr std::int32_t UsualDays = 30;
+constexpr std::int32_t Day = 86'400;
+
+constexpr std::uint32_t Thresholds[] = {0, 0, 10'240, 102'400, 1'048'576, 10'485'760};
+constexpr OV::UniStringView SizeTexts[] = {u"10 KB and more", u"100 KB and more", u"1 MB and more",
+                                           u"10 MB and more"};
+
+const OV::UniString& Title()
+{
+    return Dlg::GetDialogDescription(ProjectLogViewerDlg_14::Number).title;
+}
+
+const OV::UniString& TextOf(Text text)
+{
+    return OV::GetStringListItem(TextList, text);
+}
+
+Dlg::Date DayOf(std::int64_t time)
+{
+    const auto local = OV::ToLocalTime(time);
+    return {local.year, local.month, local.day};
+}
+
+std::int64_t StartOf(Dlg::Date date)
+{
+    return OV::FromLocalTime({date.year, date.month, date.day, 0, 0, 0});
+}
+
+/// In whole seconds: of the last one every part belongs to the day.
+std::int64_t EndOf(Dlg::Date date)
+{
+    return OV::FromLocalTime({date.year, date.month, date.day, 23, 59, 59});
+}
+
+/// The menu has these texts behind its first item, and the one that was selected stays so.
+void Rebuild(Dlg::PopUpItem& menu, const OV::Array<OV::UniString>& texts)
+{
+    const int selected = menu.GetSelected();
+    const OV::UniString former = selected > 1 ? menu.GetText(selected) : OV::UniString();
+    menu.Clear();
+    menu.Append(TextOf(NotFiltered));
+    menu.Select(1);
+    for (const auto& text : texts) {
+        menu.Append(text);
+        if (selected > 1 && text == former)
+            menu.Select(menu.GetCount());
+    }
+}
+
+std::optional<OV::UniString> Selected(const Dlg::PopUpItem& menu)
+{
+    const int selected = menu.GetSelected();
+    return selected < 2 ? std::nullopt : std::optional(menu.GetText(selected));
+}
+
+}  // namespace
+
+ProjectLogViewerDlg_14::ProjectLogViewerDlg_14(OV::UniString projectId, OV::UniString projectName)
+    : ModalDialog(Number), projectId_(std::move(projectId)), projectName_(std::move(projectName)),
+      allLines_(std::make_shared<OV::PagedArray<LogDataLine>>()),
+      shown_(std::make_shared<LogTable>(allLines_, OV::Array<std::uint32_t>())),
+      self_(std::make_shared<ProjectLogViewerDlg_14*>(this))
+{
+    Attach(*this);
+    close_.Attach(*this);
+    export_.Attach(*this);
+    from_.Attach(*this);
+    to_.Attach(*this);
+    for (auto* menu : {&userMenu_, &actionMenu_, &sizeMenu_})
+        menu->Attach(*this);
+    table_.Attach(*this);
+    const std::int32_t now = OV::Clock::Current().Now();
+    from_.SetDate(DayOf(SYC::Preferences::GetLong(FirstDayKey).value_or(now - UsualDays * Day)));
+    to_.SetDate(DayOf(SYC::Preferences::GetLong(LastDayKey).value_or(now)));
+    for (auto* menu : {&userMenu_, &actionMenu_, &sizeMenu_})
+        Rebuild(*menu, {});
+    for (const auto text : SizeTexts)
+        sizeMenu_.Append(OV::UniString(text));
+}
+
+ProjectLogViewerDlg_14::~ProjectLogViewerDlg_14() = default;
+
+void ProjectLogViewerDlg_14::_PanelOpened(Dlg::Panel&)
+{
+    SetTitle(Title() + u" - " + projectName_);
+    constexpr int widths[] = {150, 140, 120, 240, 90, 70};
+    OV::Array<Dlg::ListColumn> columns;
+    for (int column = 1; column <= LogTable::ColumnCount; ++column)
+        columns.push_back({LogTable::GetTitle(column), widths[column - 1],
+                           column == LogTable::Size || column == LogTable::Duration});
+    table_.SetColumns(columns);
+    IntersectFilters(true);
+}
+
+void ProjectLogViewerDlg_14::_PanelCloseRequested(Dlg::Panel&, Dlg::DialogResult)
+{
+    SYC::Preferences::SetLong(FirstDayKey, static_cast<std::int32_t>(StartOf(from_.GetDate())));
+    SYC::Preferences::SetLong(LastDayKey, static_cast<std::int32_t>(StartOf(to_.GetDate())));
+}
+
+void ProjectLogViewerDlg_14::_ButtonClicked(Dlg::ButtonItem& button)
+{
+    if (button.GetNumber() == ExportButton)
+        ExportData();
+    else
+        PostCloseRequest(Dlg::DialogResult::Accept);
+}
+
+void ProjectLogViewerDlg_14::Later(std::function<void()> work)
+{
+    SYCB::MessageLoop::Post(OV::MakeTask(
+        [self = std::weak_ptr<ProjectLogViewerDlg_14*>(self_), work = std::move(work)] {
+            if (!self.expired())
+                work();
+        }));
+}
+
+void ProjectLogViewerDlg_14::RefreshLog(const OV::PagedArray<LogDataLine>& lines)
+{
+    Later([this, all = std::make_shared<const OV::PagedArray<LogDataLine>>(lines)] {
+        TakeLines(all, true);
+    });
+}
+
+void ProjectLogViewerDlg_14::PreviewLog(const OV::PagedArray<LogDataLine>& lines)
+{
+    Later([this, some = std::make_shared<const OV::PagedArray<LogDataLine>>(lines)] {
+        TakeLines(some, false);
+    });
+}
+
+void ProjectLogViewerDlg_14::UpdateProgress(std::uint64_t done, std::uint64_t total)
+{
+    Later([this, done, total] { progress_.Show(done, total); });
+}
+
+void ProjectLogViewerDlg_14::UpdateFailed(const OV::UniString& reason)
+{
+    Later([this, reason] {
+        progress_.Hide();
+        Dlg::ShowWarningAlert(TextOf(Error), reason, TextOf(Ok));
+    });
+}
+
+void ProjectLogViewerDlg_14::TakeLines(LogTable::Lines lines, bool isAll)
+{
+    allLines_ = std::move(lines);
+    std::unordered_set<OV::StringView> users, operations;
+    const OV::String project = OV::ToUtf8(projectId_);
+    for (const LogDataLine& line : *allLines_)
+        if (const LogRecord record = line.Record(); record.projectId == project) {
+            users.insert(record.user);
+            operations.insert(record.operation);
+        }
+    std::set<OV::UniString> userTexts, actionTexts;
+    for (const auto user : users)
+        userTexts.insert(OV::FromUtf8(user));
+    for (const auto operation : operations) {
+        LogDataLine line;
+        line.SetOperation(OV::FromUtf8(operation));
+        actionTexts.insert(line.GetOperationText());
+    }
+    users_.assign(userTexts.begin(), userTexts.end());
+    actions_.assign(actionTexts.begin(), actionTexts.end());
+    if (isAll)
+        progress_.Hide();
+    IntersectFilters(isAll);
+}
+
+LogFilter ProjectLogViewerDlg_14::ReadFilter() const
+{
+    LogFilter filter;
+    filter.from = StartOf(from_.GetDate());
+    filter.to = EndOf(to_.GetDate());
+    filter.projectId = projectId_;
+    filter.user = Selected(userMenu_);
+    filter.operationText = Selected(actionMenu_);
+    const auto size = static_cast<std::size_t>(std::max(0, sizeMenu_.GetSelected()));
+    filter.smallestSize = size < std::size(Thresholds) ? Thresholds[size] : 0;
+    return filter;
+}
+
+void ProjectLogViewerDlg_14::IntersectFilters(bool warns)
+{
+    const auto rows = ReadFilter().Select(*allLines_);
+    if (warns && rows.size() >= ManyLines)
+        Dlg::ShowWarningAlert(TextOf(Warning), OV::FormatText(TextOf(TooLarge), {rows.size()}),
+                              TextOf(Ok));
+    Rebuild(userMenu_, users_);
+    Rebuild(actionMenu_, actions_);
+    shown_ = std::make_shared<LogTable>(allLines_, rows);
+    sortColumn_ = 0;  // in the order of the log again
+    ShowData();
+    table_.SetSortMark(0, true);
+}
+
+void ProjectLogViewerDlg_14::_HeaderPressed(Dlg::ListBox&, int column)
+{
+    isAscending_ = column != sortColumn_ || !isAscending_;
+    sortColumn_ = column;
+    shown_ = shown_->Sorted(sortColumn_, isAscending_);
+    ShowData();
+    table_.SetSortMark(sortColumn_, isAscending_);
+}
+
+void ProjectLogViewerDlg_14::ShowData()
+{
+    table_.SetRows(shown_);
+    count_.SetText(OV::FormatText(u"% lines", {shown_->GetCount()}));
+}
+
+void ProjectLogViewerDlg_14::ExportData()
+{
+    const auto file = Dlg::AskSaveFile(Title(), projectName_ + u".csv");
+    if (!file)
+        return;
+    try {
+        shown_->Export(*file);
+    } catch (const IO::IOException&) {
+        Dlg::ShowWarningAlert(TextOf(Error), TextOf(SavingFailed), TextOf(Ok));
+    }
+}
+
+}  // namespace Syncra::Server::ManagementTool::GUI

@@ -1,0 +1,96 @@
+#pragma once
+
+#include "Dlg/ButtonItem.hpp"
+#include "Dlg/DateItem.hpp"
+#include "Dlg/ListBox.hpp"
+#include "Dlg/ModalDialog.hpp"
+#include "Dlg/PopUpItem.hpp"
+#include "Dlg/ProgressItem.hpp"
+#include "Dlg/TextItem.hpp"
+#include "EventLogObserver.hpp"
+#include "LogFilter.hpp"
+#include "LogTable.hpp"
+
+namespace Syncra::Server::ManagementTool::GUI {
+
+/// The log of a project as a table that the user narrows by days, user, action and size, sorts by
+/// its titles, and writes to a file. It is an observer of the log updater, which may tell it on any
+/// thread; the table follows on the main thread.
+class ProjectLogViewerDlg_14 final : public Dlg::ModalDialog,
+                                     public EventLogObserver,
+                                     private Dlg::PanelObserver,
+                                     private Dlg::ButtonItemObserver,
+                                     private Dlg::PopUpItemObserver,
+                                     private Dlg::DateItemObserver,
+                                     private Dlg::ListBoxObserver {
+public:
+    static constexpr int Number = 32160;
+    enum Item {
+        CloseButton = 1,
+        ExportButton,
+        FromDate,
+        ToDate,
+        UserMenu,
+        ActionMenu,
+        SizeMenu,
+        Table,
+        Progress,
+        CountText,
+    };
+    /// So many lines and more are warned about.
+    static constexpr std::size_t ManyLines = 1000;
+
+    ProjectLogViewerDlg_14(OV::UniString projectId, OV::UniString projectName);
+    ~ProjectLogViewerDlg_14() override;
+
+    /// All lines that there are, of any project.
+    void RefreshLog(const OV::PagedArray<LogDataLine>& lines) override;
+    /// Some of them, while the rest is on its way.
+    void PreviewLog(const OV::PagedArray<LogDataLine>& lines) override;
+    void UpdateProgress(std::uint64_t done, std::uint64_t total) override;
+    void UpdateFailed(const OV::UniString& reason) override;
+
+    /// The lines that passed the filters, as they are shown.
+    [[nodiscard]] const LogTable& GetShownLines() const noexcept { return *shown_; }
+
+private:
+    void _PanelOpened(Dlg::Panel&) override;
+    void _PanelCloseRequested(Dlg::Panel&, Dlg::DialogResult) override;
+    void _ButtonClicked(Dlg::ButtonItem& button) override;
+    void _PopUpSelected(Dlg::PopUpItem&) override { IntersectFilters(true); }
+    void _DateChanged(Dlg::DateItem&) override { IntersectFilters(true); }
+    void _RowSelected(Dlg::ListBox&) override {}
+    void _HeaderPressed(Dlg::ListBox&, int column) override;
+
+    /// Runs on the main thread if this dialog is still there.
+    void Later(std::function<void()> work);
+    void TakeLines(LogTable::Lines lines, bool isAll);
+    void IntersectFilters(bool warns);
+    [[nodiscard]] LogFilter ReadFilter() const;
+    void RebuildMenus();
+    void ShowData();
+    void ExportData();
+
+    const OV::UniString projectId_;
+    const OV::UniString projectName_;
+    LogTable::Lines allLines_;
+    /// The texts of the project's lines, for the menus.
+    OV::Array<OV::UniString> users_, actions_;
+    std::shared_ptr<const LogTable> shown_;
+    int sortColumn_ = 0;
+    bool isAscending_ = true;
+    std::shared_ptr<ProjectLogViewerDlg_14*> self_;
+
+    Dlg::ButtonItem close_{*this, CloseButton};
+    Dlg::ButtonItem export_{*this, ExportButton};
+    Dlg::DateItem from_{*this, FromDate};
+    Dlg::DateItem to_{*this, ToDate};
+    Dlg::PopUpItem userMenu_{*this, UserMenu};
+    Dlg::PopUpItem actionMenu_{*this, ActionMenu};
+    Dlg::PopUpItem sizeMenu_{*this, SizeMenu};
+    Dlg::ListBox table_{*this, Table};
+    Dlg::ProgressItem progress_{*this, Progress};
+    Dlg::TextItem count_{*this, CountText};
+};
+
+}  // namespace Syncra::Server::ManagementTool::GUI

@@ -1,0 +1,259 @@
+#include "CompositeStringIndex.hpp"
+#include "OVRoot/Exception.hpp"
+#include "OVRoot/MemoryChannels.hpp"
+#include "OVRoot/Thread.hpp"
+
+#include <gtest/gtest.h>
+
+#include <random>
+
+namespace {
+
+using Rows = OV::StableArray<std::uint32_t>;
+
+OV::Ref<OV::Object> Text(const OV::UniString& text)
+{
+    return OV::MakeRef<OV::UniStringObject>(text);
+}
+
+/// The rules as they are written down, on plain arrays.
+struct LiteralIndex {
+    std::vector<std::pair<OV::UniString, std::uint32_t>> items;
+
+    [[nodiscard]] std::uint32_t Size() const { return static_cast<std::uint32_t>(items.size()); }
+    [[nodiscard]] int Compare(std::uint32_t pos, const OV::UniString& key) const
+    {
+        return items[pos].first < key ? -1 : items[pos].first == key ? 0 : 1;
+    }
+    [[nodiscard]] std::uint32_t Search(const OV::UniString& key) const
+    {
+        std::uint32_t lo = 0, hi = items.empty() ? 0 : Size() - 1;
+        auto mid = static_cast<std::uint32_t>(static_cast<double>(hi) * 0.5 + 0.5);
+        for (;;) {
+            if (mid == 0 || mid >= Size())
+                return mid;
+            const int c = Compare(mid, key);
+            if (c == 0)
+                return mid;
+            if (c < 0)
+                lo = mid + 1;
+            else
+                hi = mid - 1;
+            mid = static_cast<std::uint32_t>(
+                (static_cast<double>(hi) + static_cast<double>(lo)) * 0.5 + 0.5);
+            if (hi < lo)
+                return mid;
+        }
+    }
+    void Add(std::uint32_t row, const OV::UniString& key)
+    {
+        if (items.empty())
+            return items.emplace_back(key, row), void();
+        const auto pos = static_cast<std::int32_t>(Search(key));
+        if (pos < static_cast<std::int32_t>(Size()))
+            items.emplace(items.begin() + pos +
+                              (Compare(static_cast<std::uint32_t>(pos), key) <= 0 ? 1 : 0),
+                          key, row);
+        else
+            items.emplace_back(key, row);
+    }
+    [[nodiscard]] std::uint32_t FindFirst(const OV::UniString& key) const
+    {
+        if (items.empty())
+            return 0;
+        std::int32_t p = static_cast<std::int32_t>(std::min(Search(key), Size() - 1));
+        while (p >= 0 && items[static_cast<std::size_t>(p)].first == key)
+            --p;
+        return static_cast<std::uint32_t>(p + 1);
+    }
+    [[nodiscard]] std::uint32_t FindLast(const OV::UniString& key) const
+    {
+        std::uint32_t p = Search(key);
+        if (p < Size())
+            while (p < Size() - 1 && items[p].first == key)
+                ++p;
+        return p - 1;
+    }
+    [[nodiscard]] Rows Data(std::uint32_t from, std::uint32_t to, bool ascending,
+                            const Rows* filter) const
+    {
+        Rows rows;
+        if (items.empty())
+            return rows;
+        to = std::min(to, Size() - 1);
+        for (std::int64_t pos = ascending ? from : to; ascending ? pos <= to : pos >= from;
+             pos += ascending ? 1 : -1) {
+            const auto row = items[static_cast<std::size_t>(pos)].second;
+            if (filter == nullptr ||
+                std::find(filter->begin(), filter->end(), row) != filter->end())
+                rows.push_back(row);
+        }
+        return rows;
+    }
+};
+
+/// Both ways into an index: row by row, and all at once.
+StringIndex OneByOne(const std::vector<OV::UniString>& texts)
+{
+    StringIndex index(0);
+    for (std::uint32_t row = 0; row < texts.size(); ++row)
+        index.Add(row, Text(texts[row]));
+    return index;
+}
+
+StringIndex AtOnce(const std::vector<OV::UniString>& texts)
+{
+    StringIndex index(0);
+    std::vector<std::string> utf8;
+    for (const auto& text : texts)
+        utf8.push_back(OV::ToUtf8(text));
+    index.AddRows(
+        static_cast<std::uint32_t>(texts.size()),
+        [&](std::uint32_t row, OV::Array<OV::StringView>& parts) { parts.assign(1, utf8[row]); });
+    return index;
+}
+
+}  // namespace
+
+TEST(LogIndexTest, IsTheIndexThatTheRulesMakeHoweverItIsFilled)
+{
+    std::mt19937 random(7);
+    for (int round = 0; round < 160; ++round) {
+        const std::size_t count = round < 60 ? static_cast<std::size_t>(round) : random() % 3000;
+        const unsigned keys = 1 + random() % (round % 3 == 0 ? 3 : 2000);
+        std::vector<OV::UniString> texts;
+        LiteralIndex literal;
+        for (std::uint32_t row = 0; row < count; ++row) {
+            texts.push_back(u"k" + OV::ToText(static_cast<int>(random() % keys)));
+            literal.Add(row, texts.back());
+        }
+        const auto filled = OneByOne(texts);
+        for (const auto& index : {filled, AtOnce(texts)}) {
+            ASSERT_EQ(index.GetSize(), count);
+            ASSERT_EQ(index.GetData(true), literal.Data(0, 0xFFFFFFFF, true, nullptr)) << count;
+            for (std::uint32_t pos = 0; pos < count; pos += 1 + count / 50)
+                ASSERT_EQ(index.GetValueAt(pos), literal.items[pos].first);
+        }
+        for (int probe = 0; probe < 12; ++probe) {
+            const OV::UniString key =
+                probe == 0 ? u"" : u"k" + OV::ToText(static_cast<int>(random() % (keys + 2)));
+            ASSERT_EQ(filled.Find(key), literal.Search(key));
+            ASSERT_EQ(filled.FindFirst(key), literal.FindFirst(key));
+            ASSERT_EQ(filled.FindLast(key), literal.FindLast(key));
+        }
+    }
+}
+
+TEST(LogIndexTest, AFilterGivesItsRowsInTheOrderOfTheIndex)
+{
+    std::mt19937 random(3);
+    for (int round = 0; round < 60; ++round) {
+        const std::size_t count = random() % 200;
+        LiteralIndex literal;
+        StringIndex index(0);
+        for (std::uint32_t row = 0; row < count; ++row) {
+            const auto text = OV::ToText(static_cast<int>(random() % 9));
+            // Rows come twice, and far apart.
+            const std::uint32_t number = round % 2 == 0 ? row / 2 : row * 40'000'000U;
+            literal.Add(number, text);
+            index.Add(number, Text(text));
+        }
+        Rows filter;
+        for (std::size_t i = random() % 80; i-- > 0;)
+            filter.push_back(round % 2 == 0 ? random() % 120 : (random() % 120) * 40'000'000U);
+        index.SetFilteredRows(filter);
+        OV::Array<std::uint32_t> positions;
+        for (const std::uint32_t row : filter)
+            for (std::uint32_t pos = 0; pos < literal.items.size(); ++pos)
+                if (literal.items[pos].second == row) {
+                    positions.push_back(pos);
+                    break;
+                }
+        ASSERT_EQ(index.GetFilteredPositions(), positions);
+        for (const bool ascending : {true, false})
+            for (const auto& [from, to] :
+                 {std::pair(0U, 0xFFFFFFFFU), {3U, 17U}, {9U, 2U}, {150U, 400U}})
+                ASSERT_EQ(index.GetData(from, to, ascending),
+                          literal.Data(from, to, ascending, &filter));
+        std::stop_source stopped;
+        stopped.request_stop();
+        {
+            const OV::InterruptionScope scope(stopped.get_token());
+            ASSERT_TRUE(index.GetData(true).empty());
+        }
+        index.ResetFilter();
+        const OV::InterruptionScope scope(stopped.get_token());
+        ASSERT_EQ(index.GetData(false), literal.Data(0, 0xFFFFFFFF, false, nullptr))
+            << "only a filtered index asks whether it is interrupted";
+    }
+}
+
+TEST(LogIndexTest, CompositeKeysAreFoundByTheirBeginning)
+{
+    CompositeStringIndex index({1, 4});
+    EXPECT_EQ(index.GetType(), LogIndex::Composite);
+    EXPECT_EQ(index.GetIndexedFields(), (OV::Array<std::uint32_t>{1, 4}));
+    EXPECT_EQ(index.FindFirstPart(u"a/"), 0u);
+    index.AddComposite(5, {u"anna", u"Send"});
+    index.AddComposite(6, {u"zoe", u"Join"});
+    index.AddComposite(7, {u"anna", u"Join"});
+    index.AddComposite(8, {u"anna", u"Send"});
+    EXPECT_EQ(index.GetUniqueKeys(),
+              (OV::Array<OV::UniString>{u"anna/Join/", u"anna/Send/", u"zoe/Join/"}));
+    EXPECT_EQ(index.FindFirstPart(u"anna/"), 0u);
+    EXPECT_EQ(index.FindLastPart(u"anna/"), 2u);
+    EXPECT_EQ(index.FindLastPart(u"zoe/"), 2u) << "one short of the last item";
+    EXPECT_EQ(index.GetPositionAt(3), 6u);
+    EXPECT_EQ(index.GetPositionAt(4), 0xFFFFFFFFu);
+    CompositeStringIndex same({1, 4});
+    same.AddRows(4, [](std::uint32_t row, OV::Array<OV::StringView>& parts) {
+        const OV::StringView users[] = {"anna", "zoe", "anna", "anna"};
+        const OV::StringView actions[] = {"Send", "Join", "Join", "Send"};
+        parts = {users[row], actions[row]};
+    });
+    EXPECT_EQ(same.GetUniqueKeys(), index.GetUniqueKeys());
+}
+
+TEST(LogIndexTest, PlainIndexesKnowNoOrder)
+{
+    LogIndex index(3);
+    std::vector<std::uint32_t> expected;
+    for (std::uint32_t row = 0; row < 9; ++row) {
+        index.Add(row, Text(u"x"));
+        // All count as equal, so each goes right behind the middle, rounded up.
+        const std::size_t middle = expected.empty() ? 0 : expected.size() / 2 + 1;
+        expected.insert(expected.begin() + static_cast<std::ptrdiff_t>(middle), row);
+    }
+    EXPECT_EQ(index.GetData(true), expected);
+    EXPECT_THROW(index.Add(1, nullptr), OV::NullReferenceException);
+    EXPECT_EQ(index.GetIndexedFields(), OV::Array<std::uint32_t>{3});
+}
+
+TEST(LogIndexTest, TheStreamHasExactlyItsBytesAndIsTrusted)
+{
+    using namespace std::string_literals;
+    StringIndex index(2);
+    OV::MemoryOChannel empty;
+    ASSERT_EQ(index.Write(empty), 0);
+    EXPECT_EQ(empty.Bytes(), "\2\0\0\0\0\0\0\0"s);
+    index.Add(300, Text(u"b"));
+    index.Add(1, Text(u"a"));
+    OV::MemoryOChannel channel;
+    ASSERT_EQ(index.Write(channel), 0);
+    const auto bytes = channel.Bytes();
+    EXPECT_EQ(bytes, "\2\0\0\0\2\0\0\0\1\0\0\0\2\0\0\0a\0\x2C\1\0\0\2\0\0\0b\0"s);
+
+    StringIndex read(9);
+    read.Add(77, Text(u"zz"));
+    OV::MemoryIChannel input(bytes);
+    ASSERT_EQ(read.Read(input), 0);
+    EXPECT_EQ(read.GetData(true), (Rows{77, 1, 300})) << "appended as they come";
+    for (std::size_t length = 0; length < bytes.size(); ++length) {
+        StringIndex cut(0);
+        OV::MemoryIChannel part(OV::StringView(bytes).substr(0, length));
+        EXPECT_EQ(cut.Read(part), -7003);
+        EXPECT_EQ(cut.GetSize(), length < 8 ? 0u : length < 18 ? 1u : 2u) << length;
+    }
+    OV::MemoryIChannel hostile("\0\0\0\0\xFF\xFF\xFF\xFF\1\0\0\0\xFE\xFF\xFF\xFF"s);
+    EXPECT_EQ(StringIndex(0).Read(hostile), -7003) << "a count takes no memory";
+}

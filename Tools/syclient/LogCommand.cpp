@@ -1,0 +1,359 @@
+#include "AdminSession.hpp"
+#include "EventLogUpdater.hpp"
+#include "IO/IOException.hpp"
+#include "InterruptNote.hpp"
+#include "LogSelection.hpp"
+#include "OVRoot/System.hpp"
+#include "OVRoot/Terminal.hpp"
+#include "PieChartUpdater.hpp"
+
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <iostream>
+#include <thread>
+
+namespace {
+
+/// Shows how far an update has come, and keeps what it ends with.
+class UpdateView final : public EventLogObserver {
+public:
+    explicit UpdateView(const Output& output)
+        : isShown_(!output.quiet && !output.json &&
+                   OV::Terminal::IsTerminal(OV::Terminal::Stream::Error))
+    {}
+
+    std::atomic<std::size_t> lines = 0;
+    std::string failure;
+
+private:
+    static constexpr std::uint64_t BarLength = 30;
+
+    void RefreshLog(const OV::PagedArray<LogDataLine>& all) override
+    {
+        lines = all.size();
+        if (isShown_)
+            std::cerr << "\r\033[K" << std::flush;
+    }
+    void UpdateProgress(std::uint64_t done, std::uint64_t total) override
+    {
+        if (!isShown_ || total == 0)
+            return;
+        const std::uint64_t filled = done * BarLength / total;
+        std::cerr << "\r[" << std::string(filled, '#') << std::string(BarLength - filled, ' ')
+                  << "] " << done * 100 / total << " %" << std::flush;
+    }
+    void UpdateFailed(const OV::UniString& reason) override { failure = ForDisplay(reason); }
+
+    bool isShown_;
+};
+
+/// False when it failed or Ctrl-C ended it, which is told.
+bool RunUpdate(LogUpdater& updater, UpdateView& view, Context& context)
+{
+    const InterruptNote note;
+    updater.Attach(view);
+    updater.Start();
+    while (updater.IsRunning() && !InterruptNote::WasInterrupted())
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    if (InterruptNote::WasInterrupted())
+        updater.Interrupt();
+    updater.Await();
+    updater.Detach(view);
+    if (InterruptNote::WasInterrupted()) {
+        context.exitCode = ExitCode::Failure;
+        context.output.Error("Cancelled; the next update goes on from what was there before.");
+    } else if (!view.failure.empty()) {
+        context.exitCode = ExitCode::Offline;
+        context.output.Error(view.failure + ". Look at server, port and login, and whether the "
+                                            "server runs; --verbose tells more.");
+    }
+    return context.exitCode == ExitCode::Success;
+}
+
+void Update(const ServerArguments& server, Context& context)
+{
+    LogSource source;
+    source.host = OV::FromUtf8(server.server);
+    source.port = server.port;
+    source.userName = OV::FromUtf8(server.user);
+    source.password = server.password.Read(server.Describe());
+    SYC::BinCacheHandler cache(source.GetCacheName());
+    UpdateView view(context.output);
+    EventLogUpdater log(source, cache);
+    context.output.Progress("Fetching the log from " + server.Describe() + " ...");
+    if (!RunUpdate(log, view, context))
+        return;
+    const std::size_t lines = view.lines;
+    PieChartUpdater statistics(source, cache);
+    if (!RunUpdate(statistics, view, context))
+        return;
+    if (context.output.json)
+        context.output.PrintJson(
+            {{"lines", lines}, {"folder", ForJson(cache.GetFolder().ToPath())}});
+    else
+        context.output.PrintLine(std::to_string(lines) + " lines of the log are cached in \"" +
+                                 ForDisplay(cache.GetFolder().ToPath()) + "\".");
+}
+
+struct ShowArguments {
+    LogSelection selection;
+    int limit = 100;
+    bool csv = false;
+};
+
+Json LineJson(const LogDataLine& line)
+{
+    return {{"time", line.GetTimeVal()},
+            {"user", ForJson(line.GetUser())},
+            {"loginName", ForJson(line.GetLoginName())},
+            {"action", ForJson(line.GetOperation())},
+            {"actionText", ForJson(line.GetOperationText())},
+            {"comment", ForJson(line.GetComment())},
+            {"size", line.GetSizeVal()},
+            {"duration", ForJson(line.GetDuration())},
+            {"project", ForJson(line.GetProject())},
+            {"projectId", ForJson(line.GetProjectId())}};
+}
+
+/// As spreadsheets read it: quotes within a text are doubled.
+std::string CsvText(const OV::UniString& text)
+{
+    std::string quoted = "\"";
+    for (const char c : OV::ToUtf8(text))
+        quoted += c == '"' ? std::string("\"\"") : std::string(1, c);
+    return quoted + '"';
+}
+
+void PrintCsv(const LogTable& table, int first, const Output& output)
+{
+    const auto print = [&](auto&& cell) {
+        std::string line;
+        for (int column = 1; column <= LogTable::ColumnCount; ++column)
+            line += (column > 1 ? "," : "") + CsvText(cell(column));
+        output.PrintLine(line);
+    };
+    print([](int column) { return LogTable::GetTitle(column); });
+    for (int row = first; row <= table.GetCount(); ++row)
+        print([&](int column) { return table.GetText(row, column); });
+}
+
+void PrintTable(const LogTable& table, int first, const Output& output)
+{
+    std::vector<std::vector<std::string>> rows(1);
+    for (int column = 1; column <= LogTable::ColumnCount; ++column)
+        rows[0].push_back(ForDisplay(LogTable::GetTitle(column)));
+    for (int row = first; row <= table.GetCount(); ++row) {
+        auto& cells = rows.emplace_back();
+        for (int column = 1; column <= LogTable::ColumnCount; ++column)
+            cells.push_back(ForDisplay(table.GetText(row, column)));
+    }
+    output.PrintTable(rows);
+}
+
+void Show(const ShowArguments& arguments, Context& context)
+{
+    const auto table = arguments.selection.Read(context);
+    if (table == nullptr)
+        return;
+    const int count = table->GetCount();
+    const int first = arguments.limit > 0 ? std::max(1, count - arguments.limit + 1) : 1;
+    if (first > 1)
+        context.output.Progress("The last " + std::to_string(arguments.limit) + " of " +
+                                std::to_string(count) + " lines; --limit 0 shows all.");
+    if (context.output.json) {
+        Json lines = Json::array();
+        for (int row = first; row <= count; ++row)
+            lines.push_back(LineJson(table->GetLine(row)));
+        context.output.PrintJson({{"count", count}, {"lines", std::move(lines)}});
+    } else if (arguments.csv) {
+        PrintCsv(*table, first, context.output);
+    } else {
+        PrintTable(*table, first, context.output);
+    }
+}
+
+struct ExportArguments {
+    LogSelection selection;
+    std::string file;
+};
+
+void Export(const ExportArguments& arguments, Context& context)
+{
+    const auto table = arguments.selection.Read(context);
+    if (table == nullptr)
+        return;
+    try {
+        table->Export(IO::Location::FromPath(OV::FromUtf8(arguments.file)));
+    } catch (const IO::IOException& failure) {
+        context.exitCode = ExitCode::Failure;
+        context.output.Error("An error has occurred while saving file. " +
+                             ForDisplay(failure.GetMessage()));
+        return;
+    }
+    if (context.output.json)
+        context.output.PrintJson({{"exported", table->GetCount()}});
+    else
+        context.output.PrintLine("Exported " + std::to_string(table->GetCount()) + " lines.");
+}
+
+/// How many lines have each text, the most frequent first.
+Json Shares(const LogTable& table, OV::UniString (LogDataLine::*text)() const)
+{
+    std::map<OV::UniString, std::uint64_t> counts;
+    for (int row = 1; row <= table.GetCount(); ++row)
+        ++counts[(table.GetLine(row).*text)()];
+    std::vector<std::pair<OV::UniString, std::uint64_t>> sorted(counts.begin(), counts.end());
+    std::stable_sort(sorted.begin(), sorted.end(),
+                     [](const auto& a, const auto& b) { return a.second > b.second; });
+    Json shares = Json::array();
+    for (const auto& [name, count] : sorted)
+        shares.push_back({{"name", ForJson(name)},
+                          {"lines", count},
+                          {"share", static_cast<double>(count) / table.GetCount()}});
+    return shares;
+}
+
+Json LoadJson(const PerformanceData& data)
+{
+    Json load = Json::array();
+    for (const auto& line : data.GetChartLines())
+        load.push_back({{"name", ForJson(line.name)},
+                        {"unit", ForJson(line.unit)},
+                        {"samples", line.points.size()},
+                        {"lowest", line.values[2]},
+                        {"highest", line.values[3]},
+                        {"last", line.values[4]},
+                        {"mean", line.values[5]}});
+    return load;
+}
+
+void PrintShares(const std::string& title, const Json& shares, const Output& output)
+{
+    std::vector<std::vector<std::string>> rows{{title, "LINES", "SHARE"}};
+    for (const auto& share : shares) {
+        const auto tenths = static_cast<int>(share["share"].get<double>() * 1000 + 0.5);
+        rows.push_back({share["name"].get<std::string>(), share["lines"].dump(),
+                        std::to_string(tenths / 10) + "." + std::to_string(tenths % 10) + " %"});
+    }
+    output.PrintTable(rows);
+    output.PrintLine("");
+}
+
+std::string Rounded(const Json& value)
+{
+    char text[32];
+    std::snprintf(text, sizeof text, "%.2f", value.get<double>());
+    return text;
+}
+
+void Stats(const LogSelection& selection, Context& context)
+{
+    const auto table = selection.Read(context);
+    if (table == nullptr)
+        return;
+    SYC::BinCacheHandler cache(selection.CacheName());
+    cache.GetCacheData();
+    PerformanceData data;
+    cache.GetPerformanceData(data);
+    const Json json{{"lines", table->GetCount()},
+                    {"actions", Shares(*table, &LogDataLine::GetOperationText)},
+                    {"users", Shares(*table, &LogDataLine::GetUser)},
+                    {"projects", Shares(*table, &LogDataLine::GetProject)},
+                    {"load", LoadJson(data)}};
+    if (context.output.json)
+        return context.output.PrintJson(json);
+    PrintShares("ACTION", json["actions"], context.output);
+    PrintShares("USER", json["users"], context.output);
+    PrintShares("PROJECT", json["projects"], context.output);
+    std::vector<std::vector<std::string>> rows{
+        {"LOAD", "UNIT", "LOWEST", "MEAN", "HIGHEST", "LAST"}};
+    for (const auto& line : json["load"])
+        rows.push_back({line["name"].get<std::string>(), line["unit"].get<std::string>(),
+                        Rounded(line["lowest"]), Rounded(line["mean"]), Rounded(line["highest"]),
+                        Rounded(line["last"])});
+    if (rows.size() > 1)
+        context.output.PrintTable(rows);
+}
+
+struct ChartArguments {
+    LogSelection selection;
+    std::string kind;
+    std::string file;
+    std::string size = "900x540";
+};
+
+/// Charts are the desktop's; it draws without a window.
+void Chart(const ChartArguments& arguments, Context& context)
+{
+    const std::string program = OV::System::ProgramFolder() + "syclient-desktop";
+    const auto exitCode =
+        OV::System::RunProgram(program, {"-platform", "offscreen", "--chart", arguments.kind,
+                                         "--log-cache", OV::ToUtf8(arguments.selection.CacheName()),
+                                         "--size", arguments.size, "--out", arguments.file});
+    if (exitCode && *exitCode == 0) {
+        if (context.output.json)
+            context.output.PrintJson({{"drawn", arguments.file}});
+        else
+            context.output.PrintLine("Drew \"" + arguments.file + "\".");
+        return;
+    }
+    context.exitCode = exitCode && *exitCode == 2 ? ExitCode::Usage : ExitCode::Failure;
+    if (!exitCode || *exitCode == 127)
+        context.output.Error("Charts are drawn by \"" + program +
+                             "\", which is not there; install it beside syclient.");
+}
+
+}  // namespace
+
+void AddLogCommand(CLI::App& app, Context& context)
+{
+    auto* log =
+        app.add_subcommand("log", "What users did in the projects of a server, and its load");
+    log->require_subcommand(1);
+    log->footer("All but \"update\" read the cache of this machine and need no server.");
+
+    auto* update =
+        log->add_subcommand("update", "Fetch what is new into the cache of this machine");
+    const auto server = std::make_shared<ServerArguments>();
+    server->AddOptions(*update);
+    update->callback([server, &context] { Update(*server, context); });
+
+    auto* show = log->add_subcommand("show", "The last lines of the log");
+    const auto shown = std::make_shared<ShowArguments>();
+    shown->selection.AddOptions(*show);
+    show->add_option("--limit", shown->limit, "How many lines at most; 0: all")
+        ->option_text("N")
+        ->capture_default_str();
+    show->add_flag("--csv", shown->csv, "Comma-separated, as spreadsheets read it");
+    show->callback([shown, &context] { Show(*shown, context); });
+
+    auto* save = log->add_subcommand("export", "Write the lines to a file, as the log viewer does");
+    const auto exported = std::make_shared<ExportArguments>();
+    exported->selection.AddOptions(*save);
+    save->add_option("file", exported->file, "The file, which is replaced")
+        ->required()
+        ->option_text("FILE");
+    save->callback([exported, &context] { Export(*exported, context); });
+
+    auto* chart = log->add_subcommand("chart", "Draw the statistics into a PNG file");
+    const auto drawn = std::make_shared<ChartArguments>();
+    drawn->selection.AddServerOptions(*chart);
+    chart
+        ->add_option("kind", drawn->kind,
+                     "cpu, memory, actions, transferred, longest, gauges, activity, by-action, "
+                     "by-user or sizes")
+        ->required()
+        ->option_text("KIND");
+    chart->add_option("-o,--out", drawn->file, "The file")->required()->option_text("FILE");
+    chart->add_option("--size", drawn->size, "In pixels")
+        ->option_text("WxH")
+        ->capture_default_str();
+    chart->callback([drawn, &context] { Chart(*drawn, context); });
+
+    auto* stats =
+        log->add_subcommand("stats", "Shares of actions, users and projects, and the load");
+    const auto counted = std::make_shared<LogSelection>();
+    counted->AddOptions(*stats);
+    stats->callback([counted, &context] { Stats(*counted, context); });
+}

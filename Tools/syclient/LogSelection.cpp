@@ -1,0 +1,114 @@
+#include "LogSelection.hpp"
+
+#include "BinCacheHandler/BinCacheHandler.hpp"
+#include "LogFilter.hpp"
+#include "OVRoot/LocalTime.hpp"
+#include "TextParser.hpp"
+
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <cstdio>
+
+namespace {
+
+using Lines = OV::PagedArray<LogDataLine>;
+
+/// A day "2026-11-24" at a time of day.
+std::int64_t ReadDay(const std::string& text, OV::LocalTime time)
+{
+    char rest = 0;
+    const int count =
+        std::sscanf(text.c_str(), "%4d-%2d-%2d%c", &time.year, &time.month, &time.day, &rest);
+    const std::int64_t seconds = OV::FromLocalTime(time);
+    // Days that no calendar has come out as others.
+    if (count != 3 || OV::ToLocalTime(seconds) != time)
+        throw OV::IllegalArgumentException("\"" + text + "\" is no day; write it as 2026-11-24.");
+    return seconds;
+}
+
+/// The id of the project that lines name so; nothing when none does.
+std::optional<OV::UniString> FindProject(const Lines& lines, const std::string& name)
+{
+    const auto found = std::find_if(lines.begin(), lines.end(), [&](const LogDataLine& line) {
+        return line.Record().project == name;
+    });
+    return found == lines.end() ? std::nullopt : std::optional(found->GetProjectId());
+}
+
+}  // namespace
+
+void LogSelection::AddServerOptions(CLI::App& command)
+{
+    command.add_option("-s,--server", server, "Server: host name or address")
+        ->required()
+        ->option_text("HOST");
+    command.add_option("-p,--port", port, "Model port of the server")->required()->option_text("N");
+}
+
+void LogSelection::AddOptions(CLI::App& command)
+{
+    AddServerOptions(command);
+    command.add_option("-n,--project", project, "Only this project")->option_text("NAME");
+    command.add_option("--from", from, "Only from this day on")->option_text("YYYY-MM-DD");
+    command.add_option("--to", to, "Only up to this day")->option_text("YYYY-MM-DD");
+    command.add_option("--by", user, "Only what this user did; his full name")->option_text("NAME");
+    command
+        .add_option("--action", action, "Only this action, as lists show it (\"Send\", \"Join\")")
+        ->option_text("TEXT");
+    command.add_option("--min-size", smallestSize, "Only lines of so many bytes or more")
+        ->option_text("BYTES");
+    command.add_option("--sort", sortColumn, "What the lines are sorted by")
+        ->transform(
+            CLI::CheckedTransformer(std::map<std::string, int>{{"time", LogTable::Timestamp},
+                                                               {"user", LogTable::User},
+                                                               {"action", LogTable::Action},
+                                                               {"comment", LogTable::Comment},
+                                                               {"size", LogTable::Size},
+                                                               {"duration", LogTable::Duration}})
+                .description(""))
+        ->option_text("time|user|action|comment|size|duration");
+    command.add_flag("--descending", isDescending, "The last first");
+}
+
+OV::UniString LogSelection::CacheName() const
+{
+    LogSource source;
+    source.host = OV::FromUtf8(server);
+    source.port = port;
+    return source.GetCacheName();
+}
+
+std::shared_ptr<const LogTable> LogSelection::Read(Context& context) const
+{
+    LogFilter filter;
+    if (!from.empty())
+        filter.from = ReadDay(from, {});
+    if (!to.empty())
+        filter.to = ReadDay(to, {1970, 1, 1, 23, 59, 59});
+    if (!user.empty())
+        filter.user = OV::FromUtf8(user);
+    if (!action.empty())
+        filter.operationText = OV::FromUtf8(action);
+    filter.smallestSize = smallestSize;
+    SYC::BinCacheHandler cache(CacheName());
+    cache.GetCacheData();
+    const auto lines = std::make_shared<Lines>();
+    cache.GetProjectData(*lines);
+    if (lines->empty()) {
+        context.exitCode = ExitCode::NotFound;
+        context.output.Error(
+            "No log of this server is cached. \"syclient log update\" fetches it.");
+        return nullptr;
+    }
+    if (!project.empty()) {
+        filter.projectId = FindProject(*lines, project);
+        if (!filter.projectId) {
+            context.exitCode = ExitCode::NotFound;
+            context.output.Error("The log names no project \"" + ForDisplay(OV::FromUtf8(project)) +
+                                 "\".");
+            return nullptr;
+        }
+    }
+    return LogTable(lines, filter.Select(*lines)).Sorted(sortColumn, !isDescending);
+}

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "Commands.hpp"
+#include "LogTable.hpp"
+
+#include <optional>
+
+/// Which lines of which server's cached log a command is about.
+struct LogSelection {
+    std::string server;
+    std::uint16_t port = 0;
+    std::string project;
+    std::string from;
+    std::string to;
+    std::string user;
+    std::string action;
+    std::uint32_t smallestSize = 0;
+    int sortColumn = LogTable::Timestamp;
+    bool isDescending = false;
+
+    void AddServerOptions(CLI::App& command);
+    void AddOptions(CLI::App& command);
+    /// Nothing, with a message and an exit code, when there is no such cache or project. Throws
+    /// OV::IllegalArgumentException for a day that is none.
+    [[nodiscard]] std::shared_ptr<const LogTable> Read(Context& context) const;
+    /// The name under which the server's logs are cached.
+    [[nodiscard]] OV::UniString CacheName() const;
+};
