@@ -12,6 +12,10 @@ void MailDisk(OV::StringView bytes);
 void MailCompact(OV::StringView bytes);
 void MailMessage(OV::StringView bytes);
 void PhotoStream(OV::StringView bytes);
+void LogIndexStream(OV::StringView bytes);
+void LogLineRecord(OV::StringView bytes);
+void LogLineSplitter(OV::StringView bytes);
+void StatisticsStream(OV::StringView bytes);
 
 inline void Promise(bool isKept, const char* promise)
 {

@@ -84,17 +84,23 @@ void EventLogService::Add(const Call& call)
 void EventLogService::SampleLater()
 {
     next_ = server_.After(SampleTime, [this] {
-        Sample();
+        Sample(server_.TakeTraffic());
         SampleLater();
     });
 }
 
-void EventLogService::Sample()
+void EventLogService::Stop()
+{
+    next_.reset();
+    if (const auto traffic = server_.TakeTraffic(); traffic.requests > 0)
+        Sample(traffic);
+}
+
+void EventLogService::Sample(const HttpServer::Traffic& traffic)
 {
     const auto now = std::chrono::steady_clock::now();
     const double cpu = static_cast<double>(std::clock()) / CLOCKS_PER_SEC;
     const double span = std::chrono::duration<double>(now - lastSample_).count();
-    const auto traffic = server_.TakeTraffic();
     if (span > 0)
         log_.AppendPerformance("cpu", 100 * (cpu - cpuSeconds_) / span);
     log_.AppendPerformance(":memory",

@@ -19,11 +19,12 @@ public:
         SampleLater();
     }
     void AddRoutes(Router& router);
-    /// Logs the load of the time since it was last logged.
-    void Sample();
-    void Stop() { next_.reset(); }
+    /// Logs the load of the last minute, unless nobody asked for anything.
+    void Stop();
 
 private:
+    /// Logs the load of the time since it was last logged.
+    void Sample(const HttpServer::Traffic& traffic);
     void Add(const Call& call);
     void SampleLater();
 

@@ -161,7 +161,6 @@ public:
             presence_.Stop();
             messaging_.ReleaseAll();
             events_.Stop();
-            events_.Sample();
         });
     }
 

@@ -215,14 +215,14 @@ void BinCacheHandler::WriteAll() const
     (void)performanceData_.Write(channel);  // memory takes everything
     Try("Failed to create performance cache: failed to create performance cache channel.",
         [&] { IO::File::Replace(performance, channel.Bytes()); });
-    for (const auto& [project, records] : RecordsByProject(projectData_)) {
+    for (const auto& entry : RecordsByProject(projectData_)) {
         constexpr OV::StringView message = "Failed to  to create project cache file location.";
-        const auto name = OV::FromUtf8(project) + OV::UniString(Extension);
+        const auto name = OV::FromUtf8(entry.first) + OV::UniString(Extension);
         if (name == PerformanceName)
             throw BinCacheHandlerException(message);
         const auto location = Form(folder_, name, message);
         Try("Failed to create project cache: failed to create project cache channel.",
-            [&] { IO::File::Replace(location, records); });
+            [&] { IO::File::Replace(location, entry.second); });
     }
 }
 

@@ -1,8 +1,18 @@
 #include "DialogsQt/QtUser.hpp"
+#include "LogLineReader.hpp"
+#include "OVRoot/Clock.hpp"
+#include "Support/TemporaryFolder.hpp"
 #include "UserInterface/AuthenticationFailedDialog.hpp"
 #include "UserInterface/CloseProjectDialog.hpp"
+#include "UserInterface/ProjectLogViewerDlg_14.hpp"
 
+#include <QHeaderView>
 #include <QLineEdit>
+#include <QProgressBar>
+#include <QScrollBar>
+#include <QTableView>
+
+#include <cstdlib>
 
 using SYC::CloseProjectDialog;
 using Syncra::Server::ManagementTool::GUI::AuthenticationFailedDialog;
@@ -96,4 +106,76 @@ TEST_F(DialogLooksTest, LettersOfAnotherSizeFitToo)
         EXPECT_FALSE(AuthenticationFailedDialog(u"nexar.example", u"P", u"anna.novak", 1).Invoke());
     }
     QApplication::setFont(former);
+}
+
+namespace {
+
+/// The last weeks of a project, a line every few seconds.
+OV::PagedArray<LogDataLine> LongLog(int count)
+{
+    constexpr const char* users[] = {"Anna Nov\u00e1k (anna.novak)", "Marco Rossi (marco.rossi)",
+                                     "Lena Fischer (lena.fischer)", "Omar Haddad (omar.haddad)"};
+    constexpr const char* actions[] = {"Send",   "GetChanges",  "Reserve",       "Release",
+                                       "Login",  "Logout",      "Comment",       "Share",
+                                       "GetAll", "Release All", "Project Backup"};
+    Syncra::Protocol::EventLogPage page{"", "#!", 0, 0};
+    const std::int32_t now = OV::Clock::Current().Now();
+    for (int line = 0; line < count; ++line)
+        page.text += std::to_string(now - count + line) + "#!" + users[line * 7 % 4] + "#!" +
+                     actions[line * 5 % 11] + "#!" + std::to_string(line * 977 % 4'000'000) +
+                     "#!North wall, step " + std::to_string(line) + "#!" +
+                     std::to_string(line % 40) + "#!14#!" + std::to_string(line) + "\n";
+    Syncra::Protocol::Project project;
+    project.id = u"p";
+    const auto lines = ReadLogLines(page, project);
+    return {lines.begin(), lines.end()};
+}
+
+}  // namespace
+
+TEST_F(DialogLooksTest, ALongLogIsLookedThroughWithoutWaiting)
+{
+    using Viewer = Syncra::Server::ManagementTool::GUI::ProjectLogViewerDlg_14;
+    const TemporaryFolder folder;
+    const char* isLong = std::getenv("SYCLIENT_LONG");
+    const int count = isLong != nullptr && *isLong == '1' ? 1'000'000 : 100'000;
+    const auto lines = LongLog(count);
+    Viewer viewer(u"p", u"Harbour Bridge");
+    user_.Then([&] {
+        viewer.PreviewLog({lines.begin(), lines.begin() + 500});
+        viewer.UpdateProgress(3, 4);
+        QTest::qWait(20);
+        EXPECT_EQ(QtUser::Item<QTableView>(Viewer::Table).model()->rowCount(), 500);
+        EXPECT_EQ(QtUser::Item<QProgressBar>(Viewer::Progress).value(), 750);
+        QtUser::ExpectGoodLooks("ProjectLogLoading");
+        viewer.RefreshLog(lines);
+    });
+    user_.Then([] { QtUser::PressText("OK"); });  // so many lines are warned about
+    ASSERT_NO_FATAL_FAILURE();
+    QTimer look;
+    QObject::connect(&look, &QTimer::timeout, [&] {
+        const auto* const table = QApplication::activeModalWidget() == nullptr
+                                      ? nullptr
+                                      : QtUser::Window().findChild<QTableView*>("item8");
+        if (table == nullptr || table->model()->rowCount() != count)
+            return;
+        look.stop();
+        auto& header = *table->horizontalHeader();
+        QTest::mouseClick(header.viewport(), Qt::LeftButton, {},
+                          QPoint(header.sectionViewportPosition(4) + 5, 5));
+        EXPECT_EQ(header.sortIndicatorSection(), 4);
+        const auto begin = std::chrono::steady_clock::now();
+        constexpr int steps = 100;
+        for (int step = 0; step <= steps; ++step) {
+            table->verticalScrollBar()->setValue(table->verticalScrollBar()->maximum() / steps *
+                                                 step);
+            QApplication::processEvents();
+        }
+        EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(30));
+        QtUser::ExpectGoodLooks("ProjectLog");
+        QtUser::Press(Viewer::CloseButton);
+    });
+    look.start(20);
+    EXPECT_TRUE(viewer.Invoke());
+    EXPECT_FALSE(look.isActive());
 }

@@ -18,6 +18,10 @@ constexpr Target Targets[] = {
     {"mail_compact", Fuzz::MailCompact},
     {"mail_message", Fuzz::MailMessage},
     {"photo_stream", Fuzz::PhotoStream},
+    {"log_index_stream", Fuzz::LogIndexStream},
+    {"log_line_record", Fuzz::LogLineRecord},
+    {"log_line_splitter", Fuzz::LogLineSplitter},
+    {"statistics_stream", Fuzz::StatisticsStream},
 };
 
 }  // namespace

@@ -118,8 +118,8 @@ StringIndex AtOnce(const std::vector<OV::UniString>& texts)
 TEST(LogIndexTest, IsTheIndexThatTheRulesMakeHoweverItIsFilled)
 {
     std::mt19937 random(7);
-    for (int round = 0; round < 160; ++round) {
-        const std::size_t count = round < 60 ? static_cast<std::size_t>(round) : random() % 3000;
+    for (int round = 0; round < 100; ++round) {
+        const std::size_t count = round < 60 ? static_cast<std::size_t>(round) : random() % 1500;
         const unsigned keys = 1 + random() % (round % 3 == 0 ? 3 : 2000);
         std::vector<OV::UniString> texts;
         LiteralIndex literal;

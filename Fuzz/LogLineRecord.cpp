@@ -1,0 +1,23 @@
+#include "Targets.hpp"
+
+#include "LogDataLine.hpp"
+#include "OVRoot/MemoryChannels.hpp"
+
+// The bytes are a record of a line; both ways of reading it agree.
+void Fuzz::LogLineRecord(OV::StringView bytes)
+{
+    LogRecord record;
+    const std::size_t length = record.Parse(bytes);
+    LogDataLine line;
+    OV::MemoryIChannel channel(bytes);
+    Promise((line.Read(channel) == 0) == (length > 0), "both ways find the same records");
+    (void)line.GetSize();
+    (void)line.GetTimeString();
+    if (length == 0)
+        return;
+    OV::String again;
+    line.AppendRecord(again);
+    Promise(again == bytes.substr(0, length), "a record comes back as it was");
+    const LogDataLine view(std::make_shared<const OV::String>(bytes), bytes.data(), record);
+    Promise(view.GetSizeVal() == line.GetSizeVal(), "a view has the record's numbers");
+}
