@@ -1,5 +1,6 @@
 #include "ProjectStatusText.hpp"
 
+#include "CachedProjectInfo.hpp"
 #include "OVRoot/Resources.hpp"
 
 namespace SYC {
@@ -58,6 +59,17 @@ OV::UniString GetProjectStatusText(const ProjectStatusFacts& facts)
     const bool namesOffline = state != Word::DeletedFromServer && facts.offline;
     return TextOf(namesChanges ? Word::JoinedUnsentChanges : state) +
            TextOf(namesOffline ? Word::OfflineSuffix : Word::None);
+}
+
+ProjectStatusFacts GetCachedProjectFacts(const CachedProjectInfo& cache)
+{
+    ProjectStatusFacts facts;
+    facts.joined = true;
+    facts.detached = cache.IsProjectDetached();
+    facts.travelPackageCreated = cache.IsTravelPackageCreated();
+    facts.unsentChanges = cache.IsChanges();
+    facts.offline = cache.IsProjectForcedOffline();
+    return facts;
 }
 
 OV::UniString GetServerStateText(Syncra::Protocol::ProjectState state)

@@ -34,6 +34,10 @@ struct ProjectStatusFacts {
 /// not.
 [[nodiscard]] OV::UniString GetProjectStatusText(const ProjectStatusFacts& facts);
 
+class CachedProjectInfo;
+/// What the cache of a joined project tells by itself, without its server.
+[[nodiscard]] ProjectStatusFacts GetCachedProjectFacts(const CachedProjectInfo& cache);
+
 /// The state of a project on its server in a word or two: "locked", "under maintenance", "active".
 [[nodiscard]] OV::UniString GetServerStateText(Syncra::Protocol::ProjectState state);
 

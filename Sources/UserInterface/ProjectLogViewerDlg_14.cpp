@@ -114,7 +114,7 @@ ProjectLogViewerDlg_14::~ProjectLogViewerDlg_14() = default;
 void ProjectLogViewerDlg_14::_PanelOpened(Dlg::Panel&)
 {
     SetTitle(Title() + u" - " + projectName_);
-    constexpr int widths[] = {150, 140, 120, 240, 90, 70};
+    constexpr int widths[] = {180, 150, 130, 196, 94, 50};
     OV::Array<Dlg::ListColumn> columns;
     for (int column = 1; column <= LogTable::ColumnCount; ++column)
         columns.push_back({LogTable::GetTitle(column), widths[column - 1],

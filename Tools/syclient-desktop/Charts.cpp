@@ -102,10 +102,10 @@ void AddGauge(QChart& chart, const ChartDataLine& line, double place, const QCol
     const auto value = static_cast<double>(line.values[4]);
     const double highest = std::max(1e-6, static_cast<double>(line.values[1]));
     auto* ring = new QPieSeries;
-    ring->setHoleSize(0.26);
-    ring->setPieSize(0.42);
+    ring->setHoleSize(0.5);
+    ring->setPieSize(0.8);
     ring->setHorizontalPosition(place);
-    ring->setVerticalPosition(0.6);
+    ring->setVerticalPosition(0.7);
     ring->setPieStartAngle(left);
     ring->setPieEndAngle(right);
     const double filled = std::clamp(value / highest, 0.0, 1.0);
@@ -187,6 +187,11 @@ bool AddShares(QChart& chart, const Amounts& amounts)
     auto* pie = new QPieSeries;
     for (const auto& [name, amount] : amounts)
         pie->append(name, amount);
+    constexpr QRgb colours[] = {0x3477B8, 0xE08A2C, 0x4E9A51, 0xC0504D, 0x8064A2,
+                                0x2FA3A0, 0xB8973A, 0x8C6D5C, 0x8A8F98};
+    int number = 0;
+    for (auto* slice : pie->slices())
+        slice->setBrush(QColor(colours[number++ % static_cast<int>(std::size(colours))]));
     for (auto* slice : pie->slices())
         slice->setLabel(
             QString("%1: %2 %").arg(slice->label()).arg(slice->percentage() * 100, 0, 'f', 1));

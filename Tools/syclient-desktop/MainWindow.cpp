@@ -7,6 +7,7 @@
 #include "ManagementTool/UserAsyncTaskExecutingImplementation.hpp"
 #include "ProjectStatusText.hpp"
 #include "QtText.hpp"
+#include "RegisteredProjects.hpp"
 #include "SyncraURL.hpp"
 #include "UserInterface/CloseProjectDialog.hpp"
 #include "UserInterface/ProjectLogViewerDlg_14.hpp"
@@ -73,6 +74,7 @@ MainWindow::MainWindow(IO::Location dataFolder) : dataFolder_(std::move(dataFold
     columns->addWidget(MakeMembers(), 2);
     setCentralWidget(content);
     resize(920, 560);
+    ShowCached();
     UpdateButtons();
     Say("Not connected.");
 }
@@ -137,7 +139,10 @@ QWidget* MainWindow::MakeProjects()
     open_->setObjectName("open");
     close_ = new QPushButton("C&lose Project...", this);
     close_->setObjectName("close");
-    connect(projects_, &QTableWidget::itemSelectionChanged, this, [this] { UpdateButtons(); });
+    connect(projects_, &QTableWidget::itemSelectionChanged, this, [this] {
+        TakeLoginOf(projects_->currentRow());
+        UpdateButtons();
+    });
     connect(projects_, &QTableWidget::itemActivated, this, [this] { Open(); });
     connect(open_, &QPushButton::clicked, this, [this] { Open(); });
     connect(close_, &QPushButton::clicked, this, [this] { Close(); });
@@ -214,6 +219,9 @@ void MainWindow::Connect()
             return;
         }
         projects_->setRowCount(0);
+        projectIds_.clear();
+        cached_.clear();
+        UpdateButtons();
         if (!task->refusal.empty()) {
             Say(::ToQt(task->refusal));
             return;
@@ -226,10 +234,49 @@ void MainWindow::Connect()
     }
 }
 
+void MainWindow::ShowCached()
+{
+    auto& registry = SYC::registeredProjects();
+    OV::Array<SYC::RegisteredProject> projects;
+    try {
+        OV::Array<SYC::CacheInfoRecord> records;
+        registry.RefreshCaches(dataFolder_);
+        registry.SearchCaches(dataFolder_, records);
+        registry.FillProjects(projects, {}, {}, {}, records);
+    } catch (const OV::Exception& error) {
+        Say(::ToQt(error.GetMessage()));
+    }
+    for (const auto& project : projects) {
+        const auto& cache = project.GetCachedProjectInfo();
+        auto& login = cached_.emplace_back();
+        cache.GetProjectConnectionInfo(login);
+        OV::SecureWipe(login.password);
+        const int row = projects_->rowCount();
+        projects_->insertRow(row);
+        const QString cells[] = {
+            ::ToQt(login.projectName),
+            QString("%1:%2").arg(::ToQt(login.serverName)).arg(login.port), "not connected",
+            ::ToQt(SYC::GetProjectStatusText(SYC::GetCachedProjectFacts(cache)))};
+        for (int column = 0; column < 4; ++column)
+            projects_->setItem(row, column, new QTableWidgetItem(cells[column]));
+    }
+}
+
+void MainWindow::TakeLoginOf(int row)
+{
+    if (row < 0 || static_cast<std::size_t>(row) >= cached_.size())
+        return;
+    const auto& login = cached_[static_cast<std::size_t>(row)];
+    server_->setText(::ToQt(login.serverName));
+    port_->setValue(login.port);
+    user_->setText(::ToQt(login.userName));
+}
+
 void MainWindow::ShowProjects(const OV::Array<Syncra::Protocol::Project>& projects)
 {
     projects_->setRowCount(0);
     projectIds_.clear();
+    cached_.clear();
     for (const auto& project : projects) {
         projectIds_.push_back(project.id);
         const int row = projects_->rowCount();
@@ -395,8 +442,8 @@ void MainWindow::ShowCharts()
 
 void MainWindow::UpdateButtons()
 {
-    log_->setEnabled(!projects_->selectedItems().isEmpty());
-    charts_->setEnabled(projects_->rowCount() > 0);
+    log_->setEnabled(!projectIds_.empty() && !projects_->selectedItems().isEmpty());
+    charts_->setEnabled(!projectIds_.empty());
     open_->setEnabled(!projects_->selectedItems().isEmpty());
     close_->setEnabled(opened_ != nullptr);
 }

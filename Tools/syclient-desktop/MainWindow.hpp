@@ -45,6 +45,10 @@ private:
     QLineEdit* AddField(class QFormLayout& form, const QString& label, const QString& name);
 
     void Connect();
+    /// The projects of this computer, as long as no server is connected.
+    void ShowCached();
+    /// Puts the login of a cached project into the form.
+    void TakeLoginOf(int row);
     void ShowProjects(const OV::Array<Syncra::Protocol::Project>& projects);
     void Open();
     void Follow(const ServerTasks::OpenProject& opened, OpenedManager manager, OV::UniString name);
@@ -71,6 +75,8 @@ private:
     QPushButton* close_ = nullptr;
     QPushButton* log_ = nullptr;
     QPushButton* charts_ = nullptr;
+    /// Logins of the cached projects, row by row, while they are shown.
+    OV::Array<SYC::Inner::ProjectConnectionInfo> cached_;
     /// Ids of the projects, row by row.
     OV::Array<OV::UniString> projectIds_;
     std::unique_ptr<Opened> opened_;

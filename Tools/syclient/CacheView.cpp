@@ -24,13 +24,9 @@ std::uint64_t SizeOf(const IO::Location& folder)
 
 std::string CacheStatus(const SYC::CachedProjectInfo& cache, ServerSays server)
 {
-    SYC::ProjectStatusFacts facts;
-    facts.joined = true;
-    facts.detached = cache.IsProjectDetached();
+    auto facts = SYC::GetCachedProjectFacts(cache);
     facts.deletedFromServer = server == ServerSays::Deleted;
-    facts.travelPackageCreated = cache.IsTravelPackageCreated();
-    facts.unsentChanges = cache.IsChanges();
-    facts.offline = server == ServerSays::Unreachable || cache.IsProjectForcedOffline();
+    facts.offline = facts.offline || server == ServerSays::Unreachable;
     return ForDisplay(SYC::GetProjectStatusText(facts));
 }
 
