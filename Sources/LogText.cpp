@@ -1,9 +1,71 @@
 #include "LogText.hpp"
 
+#include "OVRoot/Exception.hpp"
+
+#include <array>
+#include <bit>
 #include <cstring>
+#include <limits>
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
+namespace {
+
+constexpr std::size_t BlockBytes = 16;
+
+/// Bit n is set where the separator's first two characters may begin at byte n of the block and the
+/// byte behind it. Who reads a block may read one byte more.
+std::uint32_t MarksOf(const char* at, char first, char second) noexcept
+{
+#if defined(__SSE2__)
+    const auto load = [](const char* from) {
+        return _mm_loadu_si128(reinterpret_cast<const __m128i*>(from));
+    };
+    const __m128i both = _mm_and_si128(_mm_cmpeq_epi8(load(at), _mm_set1_epi8(first)),
+                                       _mm_cmpeq_epi8(load(at + 1), _mm_set1_epi8(second)));
+    return static_cast<std::uint32_t>(_mm_movemask_epi8(both));
+#else
+    std::uint32_t marks = 0;
+    for (std::size_t n = 0; n < BlockBytes; ++n)
+        marks |= std::uint32_t(at[n] == first && at[n + 1] == second) << n;
+    return marks;
+#endif
+}
+
+/// Collects the pieces between the separators.
+class Cutter {
+public:
+    Cutter(OV::StringView line, OV::StringView separator, OV::Array<OV::StringView>& fields)
+        : at_(line.data()), end_(at_ + line.size()), separator_(separator), fields_(fields)
+    {}
+
+    /// Cuts if a separator stands here and the one before has ended.
+    void Try(const char* place)
+    {
+        const std::size_t length = separator_.size();
+        if (place < at_ || static_cast<std::size_t>(end_ - place) < length ||
+            (length > 2 && std::memcmp(place, separator_.data(), length) != 0))
+            return;
+        fields_.emplace_back(at_, static_cast<std::size_t>(place - at_));
+        at_ = place + length;
+    }
+    void Finish() { fields_.emplace_back(at_, static_cast<std::size_t>(end_ - at_)); }
+
+private:
+    const char* at_;
+    const char* end_;
+    OV::StringView separator_;
+    OV::Array<OV::StringView>& fields_;
+};
+
+}  // namespace
 
 LogText::LogText(OV::String text) : text_(std::move(text))
 {
+    if (text_.size() > std::numeric_limits<std::uint32_t>::max())
+        throw OV::IllegalArgumentException(OV::StringView("A log of 4 GiB cannot be read."));
     const char* const begin = text_.data();
     const char* const end = begin + text_.size();
     constexpr std::size_t usualLength = 64;
@@ -15,7 +77,7 @@ LogText::LogText(OV::String text) : text_(std::move(text))
             break;
         if (feed != at)
             lines_.push_back(
-                {static_cast<std::size_t>(at - begin), static_cast<std::size_t>(feed - at)});
+                {static_cast<std::uint32_t>(at - begin), static_cast<std::uint32_t>(feed - at)});
         at = feed + 1;
     }
 }
@@ -24,20 +86,27 @@ void LogText::Split(OV::StringView line, OV::StringView separator,
                     OV::Array<OV::StringView>& fields)
 {
     fields.clear();
+    Cutter cutter(line, separator, fields);
     const char* at = line.data();
     const char* const end = at + line.size();
-    const std::size_t length = separator.size();
-    const char* search = at;
-    while (length > 0 && static_cast<std::size_t>(end - search) >= length) {
-        const auto* const found = static_cast<const char*>(std::memchr(
-            search, separator.front(), static_cast<std::size_t>(end - search) - length + 1));
-        if (found == nullptr)
-            break;
-        search = found + 1;
-        if (std::memcmp(found, separator.data(), length) != 0)
-            continue;
-        fields.emplace_back(at, static_cast<std::size_t>(found - at));
-        at = search = found + length;
+    if (separator.empty())
+        return cutter.Finish();
+    const char first = separator.front();
+    if (separator.size() == 1) {
+        for (; at < end; ++at)
+            if (*at == first)
+                cutter.Try(at);
+        return cutter.Finish();
     }
-    fields.emplace_back(at, static_cast<std::size_t>(end - at));
+    const auto cut = [&](const char* block) {
+        for (auto marks = MarksOf(block, first, separator[1]); marks != 0; marks &= marks - 1)
+            cutter.Try(at + std::countr_zero(marks));
+    };
+    for (; static_cast<std::size_t>(end - at) > BlockBytes; at += BlockBytes)
+        cut(at);
+    std::array<char, BlockBytes + 1> rest{};
+    if (at < end)
+        std::memcpy(rest.data(), at, static_cast<std::size_t>(end - at));
+    cut(rest.data());
+    cutter.Finish();
 }

@@ -8,11 +8,18 @@ class LogText {
 public:
     LogText() = default;
     /// Cuts at line feeds. Empty lines are none, and neither is what follows the last line feed.
+    /// A text of 4 GiB and more throws OV::IllegalArgumentException.
     explicit LogText(OV::String text);
 
     [[nodiscard]] std::uint32_t GetLineCount() const noexcept
     {
         return static_cast<std::uint32_t>(lines_.size());
+    }
+    /// Gives the text away; there are no lines then.
+    [[nodiscard]] OV::String TakeText()
+    {
+        lines_.clear();
+        return std::move(text_);
     }
     /// Without its line feed. `line` must be below the count.
     [[nodiscard]] OV::StringView GetLine(std::uint32_t line) const noexcept
@@ -26,8 +33,8 @@ public:
 
 private:
     struct Line {
-        std::size_t start;
-        std::size_t length;
+        std::uint32_t start;
+        std::uint32_t length;
     };
 
     OV::String text_;

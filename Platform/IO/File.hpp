@@ -33,6 +33,9 @@ struct Content {
 [[nodiscard]] Content Read(const Location& file);
 [[nodiscard]] OV::String ReadAll(const Location& file);
 
+/// The first bytes of the content, at most `most`.
+[[nodiscard]] OV::String ReadBeginning(const Location& file, std::size_t most);
+
 /// Replaces the file as a whole: written beside the target, flushed to the disk, renamed over it.
 /// Whoever reads meanwhile, and whatever happens to this process, sees the old content or the new
 /// one. A new file is readable by its user alone when `isPrivate`. Returns the stamp of the new

@@ -223,6 +223,27 @@ Content Read(const Location& file)
     return content;
 }
 
+OV::String ReadBeginning(const Location& file, std::size_t most)
+{
+    const Descriptor opened(
+        Retry([&] { return open(file.ToNativePath().c_str(), O_RDONLY | O_CLOEXEC); }));
+    if (!opened)
+        Posix::Fail(u"Cannot open", file);
+    OV::String bytes(most, '\0');
+    std::size_t filled = 0;
+    while (filled < most) {
+        const auto count =
+            Retry([&] { return read(opened.Number(), bytes.data() + filled, most - filled); });
+        if (count < 0)
+            Posix::Fail(u"Cannot read", file);
+        if (count == 0)
+            break;
+        filled += static_cast<std::size_t>(count);
+    }
+    bytes.resize(filled);
+    return bytes;
+}
+
 OV::String ReadAll(const Location& file)
 {
     return Read(file).bytes;

@@ -18,9 +18,9 @@ constexpr OV::UniStringView Extension = u".che";
 constexpr OV::UniStringView PerformanceName = u"performance.che";
 constexpr OV::UniStringView LockName = u"che.lck";
 constexpr std::uint32_t LockWaitMilliseconds = 50;
-/// The first part of a file is small, so that something can be shown at once.
-constexpr std::size_t FirstPartLines = 1000;
 constexpr std::size_t PartLines = 65'536;
+/// Enough for the first screen of a list, however large it is.
+constexpr std::size_t PreviewBytes = 128 * 1024;
 
 /// The place `name` in `folder`; throws `message` when it would be none, or another than that.
 IO::Location Form(const IO::Location& folder, const OV::UniString& name, OV::StringView message,
@@ -89,6 +89,21 @@ RecordsByProject(const OV::PagedArray<LogDataLine>& lines)
     return records;
 }
 
+/// Shows the lines of the beginning of a file.
+void Preview(OV::String bytes, const BinCacheHandler::Progress& progress, std::uint64_t total)
+{
+    const auto block = std::make_shared<const OV::String>(std::move(bytes));
+    OV::StringView rest = *block;
+    OV::PagedArray<LogDataLine> lines;
+    LogRecord record;
+    while (const std::size_t length = record.Parse(rest)) {
+        lines.emplace_back(block, rest.data(), record);
+        rest.remove_prefix(length);
+    }
+    if (!progress(lines, 0, total))
+        throw OV::InterruptedException();
+}
+
 /// Reads the lines of files part by part.
 class Loader {
 public:
@@ -104,7 +119,7 @@ public:
         while (const std::size_t length = record.Parse(rest)) {
             part_.emplace_back(block, rest.data(), record);
             rest.remove_prefix(length);
-            if (part_.size() >= partLines_)
+            if (part_.size() >= PartLines)
                 FinishPart(block->size() - rest.size());
         }
         FinishPart(block->size());
@@ -118,7 +133,6 @@ private:
         if (OV::Thread::IsInterrupted() ||
             (progress_ && !progress_(part_, done_ + doneOfFile, total_)))
             throw OV::InterruptedException();
-        partLines_ = PartLines;
         if (lines_.empty())
             lines_.swap(part_);
         else
@@ -130,7 +144,6 @@ private:
     const BinCacheHandler::Progress& progress_;
     std::uint64_t total_;
     std::uint64_t done_ = 0;
-    std::size_t partLines_ = FirstPartLines;
     OV::PagedArray<LogDataLine> part_;
     OV::PagedArray<LogDataLine> lines_;
 };
@@ -251,6 +264,9 @@ void BinCacheHandler::GetCacheData(const Progress& progress)
         if (const auto stamp = Try(message, [&] { return IO::File::GetChangeStamp(files.back()); }))
             total += stamp->size;
     }
+    if (progress && !files.empty())
+        Preview(Try(message, [&] { return IO::File::ReadBeginning(files.front(), PreviewBytes); }),
+                progress, total);
     Loader loader(progress, total);
     for (const auto& file : files)
         loader.Load(Try(message, [&] { return IO::File::ReadAll(file); }));

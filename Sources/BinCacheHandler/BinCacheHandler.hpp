@@ -37,7 +37,8 @@ public:
     void FlushCacheData() const;
 
     /// Called while lines are read, with those of a part of a file, how many bytes have been read
-    /// and how many there are; false ends the reading.
+    /// and how many there are; false ends the reading. The first call, of 0 bytes, shows lines from
+    /// the beginning before anything is read whole; they come again.
     using Progress = std::function<bool(const OV::PagedArray<LogDataLine>& lines,
                                         std::uint64_t done, std::uint64_t total)>;
     /// Reads everything. A damaged file gives the lines before the damage. Throws
