@@ -1,0 +1,90 @@
+#include "Charts.hpp"
+#include "DialogsQt/QtUser.hpp"
+#include "Support/TemporaryFolder.hpp"
+
+#include <QChart>
+#include <QDialog>
+#include <QTabWidget>
+
+#include <cmath>
+
+namespace {
+
+/// A week of load and a year of a team's work.
+Charts::Data TheData()
+{
+    Charts::Data data;
+    using Type = EventLogObserver::ChartType;
+    const struct {
+        Type type;
+        const char16_t* name;
+        const char16_t* unit;
+        float highest;
+    } rows[] = {{Type::Cpu, u"CPU", u"%", 100},
+                {Type::Memory, u"Memory", u"MB", 80},
+                {Type::ServerActions, u"Server actions", u"pcs", 900},
+                {Type::DataTransferred, u"Data transferred", u"KB", 8200},
+                {Type::LongestTransaction, u"Longest transaction", u"sec", 1}};
+    constexpr std::int32_t begin = 1'790'000'000;
+    for (const auto& row : rows) {
+        ChartDataLine line;
+        line.type = row.type;
+        line.name = row.name;
+        line.unit = row.unit;
+        for (int hour = 0; hour < 168; ++hour)
+            line.points.emplace_back(begin + hour * 3600,
+                                     row.highest * 0.4F *
+                                         (1 + std::sin(static_cast<float>(hour) * 0.26F)));
+        line.values = {0, row.highest, 0, row.highest, line.points.back().second, 0};
+        data.performance.SetChartLine(line);
+    }
+    auto lines = std::make_shared<OV::PagedArray<LogDataLine>>();
+    constexpr const char16_t* actions[] = {u"Send", u"GetChanges", u"Reserve", u"Release",
+                                           u"Login"};
+    for (int number = 0; number < 2000; ++number) {
+        LogDataLine& line = lines->emplace_back();
+        line.SetTime(OV::ToText(begin + number * 15'000));
+        line.SetUser(u"Member " + OV::ToText(number * number % 11));
+        line.SetOperation(actions[number * 7 % 5]);
+        line.SetProject(u"Project " + OV::ToText(number % 7 % 4));
+        line.SetSize(OV::ToText(number * 4999));
+    }
+    data.lines = lines;
+    return data;
+}
+
+}  // namespace
+
+TEST(ChartsTest, EveryKindIsDrawnAndOneWithoutDataSaysSo)
+{
+    const auto data = TheData();
+    const TemporaryFolder temporary(TemporaryFolder::UserFolders::Leave);
+    const auto folder = qEnvironmentVariable("SYCLIENT_SCREENSHOTS",
+                                             QString::fromStdString(temporary.Path().string()));
+    for (const QString& kind : Charts::Kinds()) {
+        const auto chart = Charts::Make(kind, data);
+        ASSERT_NE(chart, nullptr);
+        EXPECT_FALSE(chart->title().contains("nothing")) << kind.toStdString();
+        EXPECT_FALSE(chart->series().isEmpty());
+        const auto empty =
+            Charts::Make(kind, {{}, std::make_shared<OV::PagedArray<LogDataLine>>()});
+        EXPECT_TRUE(empty->title().contains("nothing is known yet")) << kind.toStdString();
+        const QString file = folder + "/Chart-" + kind + ".png";
+        ASSERT_TRUE(Charts::Render(kind, data, {640, 400}, file));
+        const QImage picture(file);
+        EXPECT_EQ(picture.size(), QSize(640, 400));
+        QSet<QRgb> colours;
+        for (int y = 0; y < picture.height(); y += 3)
+            for (int x = 0; x < picture.width(); x += 3)
+                colours.insert(picture.pixel(x, y));
+        EXPECT_GT(colours.size(), 4) << kind.toStdString() << " is not blank";
+    }
+    EXPECT_EQ(Charts::Make("none", data), nullptr);
+    EXPECT_FALSE(Charts::Render("cpu", data, {640, 400}, "/nowhere/chart.png"));
+    Charts::Show(nullptr, data);
+    for (QWidget* window : QApplication::topLevelWidgets())
+        if (window->objectName() == "charts") {
+            EXPECT_EQ(window->findChild<QTabWidget*>()->count(), Charts::Kinds().size());
+            delete window;
+        }
+}
