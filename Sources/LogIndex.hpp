@@ -1,10 +1,10 @@
 #pragma once
 
-#include "Detail/TieredArray.hpp"
 #include "IndexItem.hpp"
 #include "OVRoot/Containers.hpp"
 #include "OVRoot/Object.hpp"
 #include "OVRoot/Ref.hpp"
+#include "OVRoot/TieredArray.hpp"
 
 #include <functional>
 
@@ -91,7 +91,7 @@ protected:
 private:
     std::uint32_t field_;
     IndexType type_ = SingleColumn;
-    Detail::TieredArray<OV::Ref<IndexItem>> items_;
+    OV::TieredArray<OV::Ref<IndexItem>> items_;
     OV::StableArray<std::uint32_t> filteredRows_;
     OV::Array<std::uint32_t> filteredPositions_;
     /// 32 bits, 1 when there is no filter, as the records of older versions have it.

@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <vector>
 
-namespace Detail {
+namespace OV {
 
 /// A sequence that takes elements anywhere: it stands in blocks, so that an insertion moves a part
 /// of one block and not the whole tail.
@@ -81,4 +81,4 @@ private:
     std::size_t size_ = 0;
 };
 
-}  // namespace Detail
+}  // namespace OV
