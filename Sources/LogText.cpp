@@ -7,10 +7,6 @@
 #include <cstring>
 #include <limits>
 
-#if defined(__SSE2__)
-#include <emmintrin.h>
-#endif
-
 namespace {
 
 constexpr std::size_t BlockBytes = 16;
@@ -20,12 +16,12 @@ constexpr std::size_t BlockBytes = 16;
 std::uint32_t MarksOf(const char* at, char first, char second) noexcept
 {
 #if defined(__SSE2__)
-    const auto load = [](const char* from) {
-        return _mm_loadu_si128(reinterpret_cast<const __m128i*>(from));
-    };
-    const __m128i both = _mm_and_si128(_mm_cmpeq_epi8(load(at), _mm_set1_epi8(first)),
-                                       _mm_cmpeq_epi8(load(at + 1), _mm_set1_epi8(second)));
-    return static_cast<std::uint32_t>(_mm_movemask_epi8(both));
+    using Block = char __attribute__((vector_size(BlockBytes)));
+    Block here, behind;
+    std::memcpy(&here, at, BlockBytes);
+    std::memcpy(&behind, at + 1, BlockBytes);
+    const Block both = (Block)((here == first) & (behind == second));
+    return static_cast<std::uint32_t>(__builtin_ia32_pmovmskb128(both));
 #else
     std::uint32_t marks = 0;
     for (std::size_t n = 0; n < BlockBytes; ++n)
