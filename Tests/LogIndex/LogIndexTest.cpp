@@ -254,6 +254,7 @@ TEST(LogIndexTest, TheStreamHasExactlyItsBytesAndIsTrusted)
         EXPECT_EQ(cut.Read(part), -7003);
         EXPECT_EQ(cut.GetSize(), length < 8 ? 0u : length < 18 ? 1u : 2u) << length;
     }
-    OV::MemoryIChannel hostile("\0\0\0\0\xFF\xFF\xFF\xFF\1\0\0\0\xFE\xFF\xFF\xFF"s);
+    const auto endless = "\0\0\0\0\xFF\xFF\xFF\xFF\1\0\0\0\xFE\xFF\xFF\xFF"s;
+    OV::MemoryIChannel hostile(endless);
     EXPECT_EQ(StringIndex(0).Read(hostile), -7003) << "a count takes no memory";
 }
