@@ -137,7 +137,8 @@ void LogParseBesideCut(benchmark::State& state)
     SideBySide(
         state,
         [&] {
-            auto text = IO::File::ReadAll(IO::Location::FromPath(OV::FromUtf8(file.string())));
+            auto text = IO::File::ReadAll(IO::Location::FromPath(OV::FromUtf8(file.string())),
+                                          IO::File::MostOfLogFile);
             benchmark::DoNotOptimize(SplitAll(text));
         },
         [&] { benchmark::DoNotOptimize(std::system(command.c_str())); });
@@ -233,7 +234,7 @@ void LogFlushBesideWrite(benchmark::State& state)
     SYC::BinCacheHandler cache(u"bench");
     cache.SetProjectData(LinesOf(state.range(0)));
     cache.FlushCacheData();
-    const auto bytes = IO::File::ReadAll(FileOf(cache));
+    const auto bytes = IO::File::ReadAll(FileOf(cache), IO::File::MostOfLogFile);
     const auto other = cache.GetFolder().Appended(u"other");
     SideBySide(
         state, [&] { cache.FlushCacheData(); }, [&] { IO::File::Replace(other, bytes); });
@@ -252,7 +253,9 @@ void LogLoadBesideRead(benchmark::State& state)
             SYC::BinCacheHandler other(u"bench");
             other.GetCacheData();
         },
-        [&] { benchmark::DoNotOptimize(IO::File::ReadAll(FileOf(cache))); });
+        [&] {
+            benchmark::DoNotOptimize(IO::File::ReadAll(FileOf(cache), IO::File::MostOfLogFile));
+        });
     for (int round = 0; round < 5; ++round) {
         const auto begin = std::chrono::steady_clock::now();
         bool isFirst = true;

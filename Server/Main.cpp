@@ -112,7 +112,8 @@ void AddUser(Database& database, const PasswordHash& hash, const Options& option
     if (options.passwordFile.empty())
         std::getline(std::cin, password);
     else
-        password = IO::File::ReadAll(IO::Location::FromPath(OV::FromUtf8(options.passwordFile)));
+        password = IO::File::ReadInput(IO::Location::FromPath(OV::FromUtf8(options.passwordFile)),
+                                       IO::File::MostOfValueFile);
     password.resize(std::min(password.size(), password.find_first_of("\r\n")));
     if (password.empty())
         throw std::runtime_error(

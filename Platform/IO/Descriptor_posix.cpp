@@ -1,13 +1,17 @@
 #include "IO/Detail/Descriptor_posix.hpp"
 
+#include "OVRoot/Clock.hpp"
+
+#include <algorithm>
 #include <cstring>
+#include <limits>
 #include <unistd.h>
 
 namespace IO {
 
 std::int32_t ChangeStamp::ModificationTime() const noexcept
 {
-    return static_cast<std::int32_t>(modificationNanoseconds / 1'000'000'000);
+    return OV::Seconds32(modificationNanoseconds / 1'000'000'000);
 }
 
 namespace Posix {
@@ -48,11 +52,21 @@ void Fail(OV::UniStringView operation, const Location& place, int number, OV::So
     throw IOException(CodeOf(number), operation, place, std::strerror(number), source);
 }
 
+void FailToOpen(OV::UniStringView operation, const Location& place, int number,
+                OV::SourcePlace source)
+{
+    throw IOException(CodeOf(number), operation, place, std::strerror(number), source, Step::Open);
+}
+
 ChangeStamp StampOf(const struct stat& status) noexcept
 {
+    // What lies outside of 1677 to 2262 counts as that end of it.
+    constexpr std::int64_t perSecond = 1'000'000'000;
+    constexpr std::int64_t most = std::numeric_limits<std::int64_t>::max() / perSecond - 1;
     ChangeStamp stamp;
     stamp.modificationNanoseconds =
-        std::int64_t{status.st_mtim.tv_sec} * 1'000'000'000 + status.st_mtim.tv_nsec;
+        std::clamp<std::int64_t>(status.st_mtim.tv_sec, -most, most) * perSecond +
+        status.st_mtim.tv_nsec;
     stamp.size = static_cast<std::uint64_t>(status.st_size);
     stamp.identity = static_cast<std::uint64_t>(status.st_ino);
     return stamp;

@@ -65,7 +65,7 @@ private:
 /// closed.
 struct ExclusiveFile::State {
     explicit State(const Location& place) : location(place), path(place.ToNativePath()) {}
-    ~State() { HeldDescriptors::Get().Close(file); }
+    ~State() { Close(); }
     State(const State&) = delete;
     State& operator=(const State&) = delete;
 
@@ -84,6 +84,12 @@ struct ExclusiveFile::State {
 
     [[nodiscard]] bool StillInPlace() const { return file && Posix::StillNames(path, file); }
 
+    void Close() noexcept
+    {
+        OV::Detail::NoteFileReleased(this);
+        HeldDescriptors::Get().Close(file);
+    }
+
     Location location;
     OV::String path;
     Descriptor file;
@@ -97,8 +103,10 @@ std::optional<ExclusiveFile> ExclusiveFile::TryOpen(const Location& file)
             return std::nullopt;
         // Its former holder may have deleted it between our open and our lock; then this hold is on
         // a file that nobody else will find.
-        if (state->StillInPlace())
+        if (state->StillInPlace()) {
+            OV::Detail::NoteFileHeld(state.get(), state->path.c_str());
             return ExclusiveFile(std::move(state));
+        }
     }
     return std::nullopt;
 }
@@ -122,7 +130,7 @@ void ExclusiveFile::DeleteAndClose()
 {
     if (state_->StillInPlace() && unlink(state_->path.c_str()) != 0 && errno != ENOENT)
         Posix::Fail(u"Cannot delete", state_->location);
-    HeldDescriptors::Get().Close(state_->file);
+    state_->Close();
 }
 
 }  // namespace IO

@@ -22,24 +22,40 @@ struct ChangeStamp {
 
 namespace File {
 
+/// Whether something that is no folder stands there. Throws when that cannot be told: a test that
+/// fails is not "no".
 [[nodiscard]] bool Exists(const Location& file);
 /// Nothing when the file does not exist.
 [[nodiscard]] std::optional<ChangeStamp> GetChangeStamp(const Location& file);
+
+/// What a file of each kind may hold at most, in bytes. Far more than any real one has: it is there
+/// so that a damaged, foreign or endless file costs an error and not the memory.
+inline constexpr std::uint64_t MostOfValueFile = 32 << 20;
+inline constexpr std::uint64_t MostOfMailFile = std::uint64_t{4} << 30;
+inline constexpr std::uint64_t MostOfLogFile = std::uint64_t{16} << 30;
+
 /// The content and the stamp that belongs to it (both of one open file).
 struct Content {
     OV::String bytes;
     ChangeStamp stamp;
 };
-[[nodiscard]] Content Read(const Location& file);
-[[nodiscard]] OV::String ReadAll(const Location& file);
+/// Reads a regular file of at most `most` bytes; anything else that stands there (a pipe, a device,
+/// a longer file) throws. Memory grows only with bytes that really arrived.
+[[nodiscard]] Content Read(const Location& file, std::uint64_t most = MostOfValueFile);
+[[nodiscard]] OV::String ReadAll(const Location& file, std::uint64_t most = MostOfValueFile);
 
-/// The first bytes of the content, at most `most`.
+/// What the user names as input: a file, or a pipe that is read to its end. Throws when it is
+/// longer than `most` bytes.
+[[nodiscard]] OV::String ReadInput(const Location& input, std::uint64_t most);
+
+/// The first bytes of a regular file, at most `most`.
 [[nodiscard]] OV::String ReadBeginning(const Location& file, std::size_t most);
 
 /// Replaces the file as a whole: written beside the target, flushed to the disk, renamed over it.
 /// Whoever reads meanwhile, and whatever happens to this process, sees the old content or the new
-/// one. A new file is readable by its user alone when `isPrivate`. Returns the stamp of the new
-/// file.
+/// one. A new file is readable by its user alone when `isPrivate`; one that is there and that the
+/// user may not write to stays as it is. Returns the stamp of the new file. A failure tells by
+/// IOException::GetStep whether anything was opened.
 ChangeStamp Replace(const Location& file, OV::StringView bytes, bool isPrivate = false);
 
 /// An absent file counts as deleted; a file that another process holds as ExclusiveFile throws

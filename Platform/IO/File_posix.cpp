@@ -2,6 +2,7 @@
 
 #include "IO/Detail/Descriptor_posix.hpp"
 
+#include <algorithm>
 #include <climits>
 #include <cstdio>
 #include <fcntl.h>
@@ -38,7 +39,7 @@ OV::String ResolveLink(const Location& place)
         const OV::StringView name(target, static_cast<std::size_t>(length));
         path = name.starts_with('/') ? OV::String(name) : FolderOf(path) + "/" + OV::String(name);
     }
-    Posix::Fail(u"Cannot replace", place, ELOOP);
+    Posix::FailToOpen(u"Cannot replace", place, ELOOP);
 }
 
 /// Marks a file that is being written for whoever else comes to its name; false with errno set when
@@ -70,7 +71,10 @@ public:
         struct stat former {};
         const bool exists = stat(target_.c_str(), &former) == 0;
         if (exists && !S_ISREG(former.st_mode))
-            Posix::Fail(u"Cannot replace", place_, S_ISDIR(former.st_mode) ? EISDIR : EINVAL);
+            Posix::FailToOpen(u"Cannot replace", place_, S_ISDIR(former.st_mode) ? EISDIR : EINVAL);
+        // The folder alone decides whether a name can be replaced; who protects a file means it.
+        if (exists && faccessat(AT_FDCWD, target_.c_str(), W_OK, AT_EACCESS) != 0)
+            Posix::FailToOpen(u"Cannot open for writing", place_);
         if (exists && !isPrivate)
             mode_ = former.st_mode & 07777;
         // Closed to others until it has the mode of its predecessor.
@@ -139,7 +143,7 @@ private:
     [[noreturn]] void FailToCreate()
     {
         path_.clear();
-        Posix::Fail(u"Cannot open for writing", place_);
+        Posix::FailToOpen(u"Cannot open for writing", place_);
     }
 
     void Discard() noexcept
@@ -175,12 +179,75 @@ Descriptor HoldForDeletion(const Location& place, const OV::String& path)
     return file;
 }
 
+struct Opened {
+    Descriptor file;
+    struct stat status {};
+};
+
+/// Without waiting for the other end of a pipe, which is refused like all that is no regular file.
+Opened OpenRegular(const Location& file)
+{
+    constexpr int flags = O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
+    Opened opened{Descriptor(Retry([&] { return open(file.ToNativePath().c_str(), flags); }))};
+    if (!opened.file || fstat(opened.file.Number(), &opened.status) != 0)
+        Posix::FailToOpen(u"Cannot open", file);
+    if (S_ISDIR(opened.status.st_mode))
+        Posix::FailToOpen(u"Cannot read", file, EISDIR);
+    if (!S_ISREG(opened.status.st_mode))
+        throw IOException(ErrorCode::Other, u"Cannot read", file,
+                          "it is no regular file; move it away", OV::SourcePlace::Here(),
+                          Step::Open);
+    return opened;
+}
+
+/// Reads into `bytes` from `filled` on until it is full or the file ends; returns how far.
+std::size_t Fill(OV::String& bytes, std::size_t filled, const Descriptor& opened,
+                 const Location& file)
+{
+    while (filled < bytes.size()) {
+        const auto count = Retry(
+            [&] { return read(opened.Number(), bytes.data() + filled, bytes.size() - filled); });
+        if (count < 0)
+            Posix::Fail(u"Cannot read", file);
+        if (count == 0)
+            break;
+        filled += static_cast<std::size_t>(count);
+    }
+    return filled;
+}
+
+[[noreturn]] void FailTooLong(const Location& file, std::uint64_t most)
+{
+    throw IOException(
+        ErrorCode::Other, u"Cannot read", file,
+        "it is longer than the " + std::to_string(most) +
+            " bytes that a file of this kind may have; look at what it is and move it away");
+}
+
+void ReadTo(OV::String& bytes, const Descriptor& opened, const Location& file, std::uint64_t most,
+            std::uint64_t expected)
+{
+    bytes.resize(static_cast<std::size_t>(expected));
+    std::size_t filled = 0;
+    while ((filled = Fill(bytes, filled, opened, file)) == bytes.size()) {
+        if (filled > most)
+            FailTooLong(file, most);
+        bytes.resize(
+            static_cast<std::size_t>(std::min<std::uint64_t>(2 * filled + 4096, most + 1)));
+    }
+    bytes.resize(filled);
+}
+
 }  // namespace
 
 bool Exists(const Location& file)
 {
     struct stat status {};
-    return stat(file.ToNativePath().c_str(), &status) == 0 && !S_ISDIR(status.st_mode);
+    if (stat(file.ToNativePath().c_str(), &status) == 0)
+        return !S_ISDIR(status.st_mode);
+    if (errno != ENOENT && errno != ENOTDIR)
+        Posix::Fail(u"Cannot look at", file);
+    return false;
 }
 
 std::optional<ChangeStamp> GetChangeStamp(const Location& file)
@@ -193,60 +260,42 @@ std::optional<ChangeStamp> GetChangeStamp(const Location& file)
     return std::nullopt;
 }
 
-Content Read(const Location& file)
+Content Read(const Location& file, std::uint64_t most)
+{
+    const Opened opened = OpenRegular(file);
+    Content content{{}, Posix::StampOf(opened.status)};
+    if (content.stamp.size > most)
+        FailTooLong(file, most);
+    // A file with holes says more than it has; one byte more, so that the read which meets the end
+    // needs no room.
+    constexpr std::uint64_t bytesOfBlock = 512;
+    const auto stored = static_cast<std::uint64_t>(opened.status.st_blocks) * bytesOfBlock;
+    ReadTo(content.bytes, opened.file, file, most, std::min(content.stamp.size, stored) + 1);
+    return content;
+}
+
+OV::String ReadAll(const Location& file, std::uint64_t most)
+{
+    return Read(file, most).bytes;
+}
+
+OV::String ReadInput(const Location& input, std::uint64_t most)
 {
     const Descriptor opened(
-        Retry([&] { return open(file.ToNativePath().c_str(), O_RDONLY | O_CLOEXEC); }));
-    struct stat status {};
-    if (!opened || fstat(opened.Number(), &status) != 0)
-        Posix::Fail(u"Cannot open", file);
-    if (S_ISDIR(status.st_mode))
-        Posix::Fail(u"Cannot read", file, EISDIR);
-    Content content{{}, Posix::StampOf(status)};
-    // One byte more than the file should have, so that the read which meets the end needs no room.
-    content.bytes.resize(static_cast<std::size_t>(status.st_size) + 1);
-    std::size_t filled = 0;
-    for (;;) {
-        if (filled == content.bytes.size())
-            content.bytes.resize(2 * filled + 4096);
-        const auto count = Retry([&] {
-            return read(opened.Number(), content.bytes.data() + filled,
-                        content.bytes.size() - filled);
-        });
-        if (count < 0)
-            Posix::Fail(u"Cannot read", file);
-        if (count == 0)
-            break;
-        filled += static_cast<std::size_t>(count);
-    }
-    content.bytes.resize(filled);
-    return content;
+        Retry([&] { return open(input.ToNativePath().c_str(), O_RDONLY | O_CLOEXEC); }));
+    if (!opened)
+        Posix::FailToOpen(u"Cannot open", input);
+    OV::String bytes;
+    ReadTo(bytes, opened, input, most, 0);
+    return bytes;
 }
 
 OV::String ReadBeginning(const Location& file, std::size_t most)
 {
-    const Descriptor opened(
-        Retry([&] { return open(file.ToNativePath().c_str(), O_RDONLY | O_CLOEXEC); }));
-    if (!opened)
-        Posix::Fail(u"Cannot open", file);
+    const Opened opened = OpenRegular(file);
     OV::String bytes(most, '\0');
-    std::size_t filled = 0;
-    while (filled < most) {
-        const auto count =
-            Retry([&] { return read(opened.Number(), bytes.data() + filled, most - filled); });
-        if (count < 0)
-            Posix::Fail(u"Cannot read", file);
-        if (count == 0)
-            break;
-        filled += static_cast<std::size_t>(count);
-    }
-    bytes.resize(filled);
+    bytes.resize(Fill(bytes, 0, opened.file, file));
     return bytes;
-}
-
-OV::String ReadAll(const Location& file)
-{
-    return Read(file).bytes;
 }
 
 ChangeStamp Replace(const Location& file, OV::StringView bytes, bool isPrivate)

@@ -16,20 +16,29 @@ enum class ErrorCode : std::uint32_t {
     HeldByOther = 0x81010202,
 };
 
+/// How far an operation came.
+enum class Step {
+    Open,  ///< the file was not opened, so nothing of it was read or written
+    Use,
+};
+
 /// A file-system operation failed; the message names the operation, the place and the system's
 /// reason.
 class IOException : public OV::Exception {
 public:
     IOException(ErrorCode code, OV::UniStringView operation, const Location& place,
-                OV::StringView reason, OV::SourcePlace source = OV::SourcePlace::Here());
+                OV::StringView reason, OV::SourcePlace source = OV::SourcePlace::Here(),
+                Step step = Step::Use);
 
     [[nodiscard]] ErrorCode GetCode() const noexcept { return code_; }
     [[nodiscard]] const Location& GetLocation() const noexcept { return location_; }
+    [[nodiscard]] Step GetStep() const noexcept { return step_; }
     OV_EXCEPTION_IDENTITY(IOException)
 
 private:
     ErrorCode code_;
     Location location_;
+    Step step_;
 };
 
 }  // namespace IO

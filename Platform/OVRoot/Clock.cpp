@@ -1,7 +1,9 @@
 #include "OVRoot/Clock.hpp"
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <limits>
 
 namespace OV {
 
@@ -12,8 +14,7 @@ public:
     [[nodiscard]] std::int32_t Now() const override
     {
         using namespace std::chrono;
-        return static_cast<std::int32_t>(
-            duration_cast<seconds>(system_clock::now().time_since_epoch()).count());
+        return Seconds32(duration_cast<seconds>(system_clock::now().time_since_epoch()).count());
     }
     [[nodiscard]] std::uint64_t Ticks() const override
     {
@@ -33,6 +34,13 @@ const Clock& Clock::Current()
     static const SystemClock system;
     const Clock* clock = current;
     return clock != nullptr ? *clock : system;
+}
+
+std::int32_t Seconds32(std::int64_t seconds) noexcept
+{
+    using Limits = std::numeric_limits<std::int32_t>;
+    return static_cast<std::int32_t>(
+        std::clamp<std::int64_t>(seconds, Limits::min(), Limits::max()));
 }
 
 void Clock::SetCurrent(const Clock* clock)

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "OVRoot/HeldLocks.hpp"
+
 #include <mutex>
 
 /// clang's thread-safety analysis; nothing elsewhere.
@@ -19,18 +21,36 @@
 
 namespace OV {
 
-/// A mutex that clang's analysis knows. Not recursive.
+/// A mutex that clang's analysis knows, and that its thread is known to hold (see HeldLocks.hpp).
+/// Not recursive.
 class OV_CAPABILITY("mutex") Lock {
 public:
-    void Acquire() OV_ACQUIRE() { mutex_.lock(); }
-    void Release() OV_RELEASE() { mutex_.unlock(); }
+    /// The arguments are the place where the lock is made, by which a message names it.
+    explicit Lock(const char* file = __builtin_FILE(), int line = __builtin_LINE()) noexcept
+        : file_(file), line_(line)
+    {}
+    Lock(const Lock&) = delete;
+    Lock& operator=(const Lock&) = delete;
+
+    void Acquire() OV_ACQUIRE() { lock(); }
+    void Release() OV_RELEASE() { unlock(); }
     /// The names of the standard's BasicLockable, so that std::condition_variable_any can wait on
     /// it.
-    void lock() OV_ACQUIRE() { mutex_.lock(); }
-    void unlock() OV_RELEASE() { mutex_.unlock(); }
+    void lock() OV_ACQUIRE()
+    {
+        mutex_.lock();
+        Detail::NoteLockTaken(this, file_, line_);
+    }
+    void unlock() OV_RELEASE()
+    {
+        Detail::NoteLockReleased(this);
+        mutex_.unlock();
+    }
 
 private:
     std::mutex mutex_;
+    const char* file_;
+    int line_;
 };
 
 class OV_SCOPED_CAPABILITY LockGuard {

@@ -17,6 +17,13 @@ void WriteToStandardError(const LogRecord& record)
     std::fwrite(line.data(), 1, line.size(), stderr);
 }
 
+thread_local bool isInSink = false;
+
+struct InSink {
+    InSink() { isInSink = true; }
+    ~InSink() { isInSink = false; }
+};
+
 /// Never destroyed: a static object may log while the process ends.
 struct Shared {
     Lock lock;
@@ -41,10 +48,14 @@ Logger::Sink Logger::SetSink(Sink sink)
 void Logger::Write(LogLevel level, StringView category, UniString text)
 {
     const LogRecord record{level, String(category), std::move(text)};
+    // What a sink logs itself goes past it, or it would wait for itself.
+    if (isInSink)
+        return WriteToStandardError(record);
     Shared& log = TheLog();
     const LockGuard guard(log.lock);
     if (!log.sink)
         return WriteToStandardError(record);
+    const InSink inside;
     try {
         log.sink(record);
     } catch (...) {

@@ -17,7 +17,8 @@ struct LogRecord {
 
 /// The process-wide log. Lines go to the sink of the host; without one, lines from Warning up go to
 /// the standard error stream. Safe on any thread; the sink is called on the logging thread, one
-/// line at a time, and must not log itself. Nothing written here may hold a password.
+/// line at a time, so it must not wait for a thread that logs. What it logs itself goes to the
+/// standard error stream. Nothing written here may hold a password.
 class Logger {
 public:
     using Sink = std::function<void(const LogRecord&)>;

@@ -2,6 +2,7 @@
 
 #include "OVRoot/Detail/ResourceDocument.hpp"
 #include "OVRoot/Exception.hpp"
+#include "OVRoot/HeldLocks.hpp"
 #include "OVRoot/Logger.hpp"
 
 #include <algorithm>
@@ -108,6 +109,7 @@ int ShowAlert(int number, std::initializer_list<FormatArgument> arguments)
 
 int ShowAlert(const AlertResource& alert)
 {
+    AssertNoLockHeld("AlertPresenter::Show");
     AlertPresenter* presenter = currentPresenter;
     return presenter != nullptr ? presenter->Show(alert) : ShowInLog(alert);
 }

@@ -44,6 +44,8 @@ void RunOne(const OV::RunnableTask& task)
         task->Run();
     } catch (const std::exception& failure) {
         OV::Logger::Error("MessageLoop", u"A task of the main thread failed: %", {failure.what()});
+    } catch (...) {
+        OV::Logger::Error("MessageLoop", u"A task of the main thread failed.");
     }
 }
 
@@ -70,9 +72,10 @@ void MessageLoop::Post(OV::RunnableTask task)
         if (!poster)
             queue.tasks.push_back(std::move(task));
     }
-    if (poster)
+    if (poster) {
+        OV::AssertNoLockHeld("MessageLoop::Poster");
         poster(std::move(task));
-    else
+    } else
         queue.posted.notify_all();
 }
 

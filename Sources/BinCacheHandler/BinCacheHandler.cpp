@@ -243,8 +243,9 @@ void BinCacheHandler::ReadPerformanceData()
 {
     const auto location = Form(folder_, OV::UniString(PerformanceName),
                                "Failed to  to create performance cache file location.");
-    const OV::String bytes = Try("Failed to  to create performance cache file location.",
-                                 [&] { return IO::File::ReadAll(location); });
+    const OV::String bytes = Try("Failed to  to create performance cache file location.", [&] {
+        return IO::File::ReadAll(location, IO::File::MostOfLogFile);
+    });
     OV::MemoryIChannel channel(bytes);
     (void)performanceData_.Read(channel);  // what is there of a damaged one counts
 }
@@ -269,7 +270,7 @@ void BinCacheHandler::GetCacheData(const Progress& progress)
                 progress, total);
     Loader loader(progress, total);
     for (const auto& file : files)
-        loader.Load(Try(message, [&] { return IO::File::ReadAll(file); }));
+        loader.Load(Try(message, [&] { return IO::File::ReadAll(file, IO::File::MostOfLogFile); }));
     projectData_ = loader.TakeLines();
     NoteLastTimes(projectData_);
 }

@@ -79,7 +79,7 @@ Content Decode(OV::StringView bytes)
 Content Read(const IO::Location& file)
 {
     try {
-        const IO::File::Content read = IO::File::Read(file);
+        const IO::File::Content read = IO::File::Read(file, IO::File::MostOfMailFile);
         Content content = Decode(read.bytes);
         content.stamp = read.stamp;
         return content;
@@ -96,7 +96,7 @@ Content ReadKeepingDamage(const IO::Location& file)
     if (content.outcome != Outcome::Damaged && content.outcome != Outcome::LeftOver)
         return content;
     const IO::Location kept = FreeNameBeside(file);
-    IO::File::Replace(kept, IO::File::ReadAll(file), true);
+    IO::File::Replace(kept, IO::File::ReadAll(file, IO::File::MostOfMailFile), true);
     OV::Logger::Warning(
         "SYClient",
         u"The mail file % is damaged (status %). % mails of it could be read and are "

@@ -6,8 +6,10 @@
 
 #include <algorithm>
 #include <atomic>
+#include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -115,6 +117,65 @@ TEST_F(ReplaceTest, AFailureLeavesTheOldFileAndNothingElse)
     EXPECT_EQ(limited.Wait(), 0);
     EXPECT_EQ(IO::File::ReadAll(Place(u"file")), "old");
     EXPECT_EQ(EntryCount(), 3u);
+}
+
+TEST_F(ReplaceTest, AProtectedFileStaysAsItIs)
+{
+    Write("file", "old");
+    fs::permissions(Path(), fs::perms::all);
+    fs::permissions(Path() / "file", fs::perms::owner_read | fs::perms::others_read);
+    ChildProcess ordinary([&] {
+        if (geteuid() == 0 && seteuid(65534) != 0)
+            return 1;
+        try {
+            (void)IO::File::Replace(Place(u"file"), "new");
+        } catch (const IO::IOException& error) {
+            return error.GetStep() == IO::Step::Open ? 0 : 2;
+        }
+        return 3;
+    });
+    EXPECT_EQ(ordinary.Wait(), 0);
+    EXPECT_EQ(IO::File::ReadAll(Place(u"file")), "old");
+}
+
+TEST_F(ReplaceTest, ReadsARegularFileWithinItsLimit)
+{
+    Write("file", "0123456789");
+    Write("holes", "");
+    fs::resize_file(Path() / "holes", std::uintmax_t{1} << 42);
+    fs::create_symlink("/dev/zero", Path() / "endless");
+    fs::create_directory(Path() / "folder");
+    ASSERT_EQ(mkfifo((Path() / "pipe").c_str(), 0600), 0);
+    EXPECT_EQ(IO::File::ReadAll(Place(u"file"), 10), "0123456789");
+    EXPECT_EQ(IO::File::ReadBeginning(Place(u"file"), 4), "0123");
+    EXPECT_FALSE(IO::File::ReadAll(IO::Location::FromPath(u"/proc/self/maps")).empty())
+        << "says that it has no bytes";
+    EXPECT_TRUE(CodeOf([&] { (void)IO::File::ReadAll(Place(u"file"), 9); }).has_value());
+    for (const auto* name : {u"holes", u"endless", u"folder", u"pipe"})
+        EXPECT_TRUE(CodeOf([&] { (void)IO::File::ReadAll(Place(name)); }).has_value())
+            << OV::ToUtf8(name);
+    EXPECT_TRUE(CodeOf([&] { (void)IO::File::ReadBeginning(Place(u"pipe"), 1); }).has_value());
+    EXPECT_TRUE(CodeOf([&] { (void)IO::File::ReadInput(Place(u"endless"), 9); }).has_value());
+}
+
+TEST_F(ReplaceTest, ATestThatFailsIsNoAnswer)
+{
+    fs::create_symlink("loop", Path() / "loop");
+    EXPECT_TRUE(CodeOf([&] { (void)IO::File::Exists(Place(u"loop")); }).has_value());
+    EXPECT_FALSE(IO::File::Exists(Place(u"none")));
+}
+
+TEST_F(ReplaceTest, TimesBeyondTheirRangeAreItsEnds)
+{
+    Write("file", "x");
+    for (const auto& [seconds, expected] :
+         {std::pair{std::int64_t{1} << 33, INT32_MAX}, std::pair{std::int64_t{-1} << 31, INT32_MIN},
+          std::pair{std::int64_t{13'569'465'600}, INT32_MAX}, std::pair{std::int64_t{-7}, -7}}) {
+        const timespec times[2] = {{seconds, 0}, {seconds, 0}};
+        ASSERT_EQ(utimensat(AT_FDCWD, (Path() / "file").c_str(), times, 0), 0);
+        const auto stamp = IO::File::GetChangeStamp(Place(u"file"));
+        EXPECT_EQ(stamp->ModificationTime(), expected) << seconds;
+    }
 }
 
 TEST_F(ReplaceTest, WritesNothingIntoALeftOverFile)

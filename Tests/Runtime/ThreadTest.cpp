@@ -1,11 +1,15 @@
 #include "OVRoot/Thread.hpp"
 #include "OVRoot/Condition.hpp"
 #include "OVRoot/EventSource.hpp"
+#include "OVRoot/Lock.hpp"
 #include "OVRoot/Logger.hpp"
+#include "Support/LogCapture.hpp"
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <atomic>
+#include <barrier>
 #include <stdexcept>
 #include <thread>
 #include <vector>
@@ -135,6 +139,72 @@ TEST(EventSourceTest, ObserversMayLeaveAndComeWhileTheyAreTold)
     EXPECT_EQ(told, std::vector({1})) << "the second has left, the third comes too late";
     source.Notify(tell);
     EXPECT_EQ(told, std::vector({1, 1, 3}));
+}
+
+TEST(EventSourceTest, WhatAnObserverThrowsHarmsNobodyElse)
+{
+    OV::EventSource<const int> source;
+    const std::array observers{1, 2, 3};
+    for (const int& observer : observers)
+        source.Attach(observer);
+    LogCapture log;
+    int told = 0;
+    for (int round = 0; round < 2; ++round)
+        source.Notify([&](const int& observer) {
+            ++told;
+            if (observer == 1)
+                throw std::runtime_error("on purpose");
+            if (observer == 2)
+                throw observer;
+        });
+    EXPECT_EQ(told, 6);
+    EXPECT_TRUE(log.Has("SYClient: An observer (int) failed: on purpose"));
+    EXPECT_TRUE(log.Has("SYClient: An observer (int) failed."));
+}
+
+// Whoever comes second goes on, for the first waits for it.
+TEST(EventSourceTest, TwoCallsThatDetachEachOthersObserversEnd)
+{
+    OV::EventSource<const int> first;
+    OV::EventSource<const int> second;
+    const int observer = 0;
+    first.Attach(observer);
+    second.Attach(observer);
+    std::barrier both(2);
+    std::jthread other([&] {
+        second.Notify([&](const int&) {
+            both.arrive_and_wait();
+            first.Detach(observer);
+        });
+    });
+    first.Notify([&](const int&) {
+        both.arrive_and_wait();
+        second.Detach(observer);
+    });
+    other.join();
+    first.Notify([](const int&) { FAIL() << "it was detached"; });
+    second.Notify([](const int&) { FAIL() << "it was detached"; });
+}
+
+TEST(HeldLocksTest, SomebodyElsesCodeUnderALockEndsTheProcess)
+{
+#ifdef NDEBUG
+    GTEST_SKIP() << "checked in builds with assertions";
+#endif
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    OV::EventSource<const int> source;
+    const int observer = 0;
+    source.Attach(observer);
+    OV::Lock lock;
+    OV::Condition condition;
+    {
+        const OV::LockGuard guard(lock);
+        EXPECT_DEATH(source.Notify([](const int&) {}),
+                     "\"int\" is called while .* the lock made at .*ThreadTest.cpp:");
+    }
+    condition.Notify();
+    condition.Wait();
+    source.Notify([](const int&) {});
 }
 
 TEST(EventSourceTest, AnObserverThatWasDetachedMayBeDestroyed)

@@ -281,7 +281,8 @@ void AddPassword(CLI::App& users, Context& context)
 
 Protocol::Photo ReadPhoto(const std::string& file)
 {
-    auto data = IO::File::ReadAll(IO::Location::FromPath(OV::FromUtf8(file)));
+    auto data =
+        IO::File::ReadInput(IO::Location::FromPath(OV::FromUtf8(file)), IO::File::MostOfValueFile);
     if (data.starts_with("\x89PNG"))
         return {u"image/png", std::move(data)};
     if (data.starts_with("\xff\xd8\xff"))

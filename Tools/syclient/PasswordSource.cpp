@@ -35,7 +35,8 @@ void PasswordSource::AddOptions(CLI::App& command, const std::string& kind)
 OV::UniString PasswordSource::Read(const std::string& promptFor) const
 {
     if (!file.empty()) {
-        auto text = IO::File::ReadAll(IO::Location::FromPath(OV::FromUtf8(file)));
+        auto text = IO::File::ReadInput(IO::Location::FromPath(OV::FromUtf8(file)),
+                                        IO::File::MostOfValueFile);
         return FirstLine(text);
     }
     if (fromStandardInput) {

@@ -52,7 +52,9 @@ void Render(const PhotoArguments& arguments, const Context& context)
     NewDisplay::NativeImage photo;
     if (!arguments.file.empty())
         photo = NewDisplay::DecodeImage(
-            IO::File::ReadAll(IO::Location::FromPath(OV::FromUtf8(arguments.file))), u"");
+            IO::File::ReadInput(IO::Location::FromPath(OV::FromUtf8(arguments.file)),
+                                IO::File::MostOfValueFile),
+            u"");
     const auto picture = SYC::GetUserPhoto(photo, width, height, true, arguments.dimmed);
     IO::File::Replace(IO::Location::FromPath(OV::FromUtf8(arguments.out)),
                       NewDisplay::EncodeImage(picture, FormatOf(arguments.out)));

@@ -35,6 +35,10 @@ private:
 [[noreturn]] void Fail(OV::UniStringView operation, const Location& place, int number = errno,
                        OV::SourcePlace source = OV::SourcePlace::Here());
 
+/// The same for a file that could not be opened.
+[[noreturn]] void FailToOpen(OV::UniStringView operation, const Location& place, int number = errno,
+                             OV::SourcePlace source = OV::SourcePlace::Here());
+
 /// `call` again while a signal interrupts it.
 template <class Call>
 auto Retry(Call&& call)
