@@ -3,6 +3,7 @@
 #include "IO/File.hpp"
 
 #include <functional>
+#include <span>
 
 /// Folders. Every failure throws IOException with the place.
 namespace IO::Folder {
@@ -12,7 +13,10 @@ struct Entry {
     bool isFolder = false;
 };
 
+/// Throws when it cannot be told, as the next ones do.
 [[nodiscard]] bool Exists(const Location& folder);
+/// Whether a link stands there, wherever it leads.
+[[nodiscard]] bool IsLink(const Location& folder);
 /// Creates the folder and every missing one above it; an existing one is fine.
 void CreateTree(const Location& folder);
 /// Calls `visit` for each entry, in no particular order, until it returns false.
@@ -27,9 +31,12 @@ void EnumerateHolding(const Location& folder, OV::UniStringView fileName,
 /// A name derived from `wanted` that stands for nothing in `folder`: `wanted` itself, or with " 2",
 /// " 3", ... behind it.
 [[nodiscard]] OV::UniString GenerateUnusedName(const Location& folder, OV::UniStringView wanted);
-/// Bytes of all files below the folder; links are not followed.
+/// Bytes of all files below the folder; links are not followed. Throws when a part of it cannot be
+/// looked into.
 [[nodiscard]] std::uint64_t GetSize(const Location& folder);
-/// Deletes the folder with everything in it; an absent one counts as deleted.
-void DeleteTree(const Location& folder);
+/// Deletes the folder with everything in it; an absent one counts as deleted, and of a link only
+/// the link goes. The entries named `last` go after all others, in that order, so that what is left
+/// of a folder that is not deleted whole can be told by them.
+void DeleteTree(const Location& folder, std::span<const OV::UniStringView> last = {});
 
 }  // namespace IO::Folder

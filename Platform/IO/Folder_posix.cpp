@@ -2,6 +2,7 @@
 
 #include "IO/Detail/Descriptor_posix.hpp"
 
+#include <algorithm>
 #include <dirent.h>
 #include <fcntl.h>
 #include <memory>
@@ -62,6 +63,12 @@ void Visit(const OpenFolder& opened, const Location& folder, VisitEntry&& visit)
         Posix::Fail(u"Cannot read the folder", folder);
 }
 
+/// Deleted, or replaced by what is no folder, since its name was read.
+bool IsGone(int error)
+{
+    return error == ENOENT || error == ENOTDIR || error == ELOOP;
+}
+
 // What goes through a whole tree uses the names as the system has them: not every name is UTF-8,
 // and a path may be longer than the system takes.
 
@@ -75,19 +82,35 @@ std::uint64_t SizeBelow(const OpenFolder& opened, const Location& folder)
             return true;  // deleted meanwhile
         if (S_ISREG(status.st_mode))
             size += static_cast<std::uint64_t>(status.st_size);
-        else if (S_ISDIR(status.st_mode))
-            if (const auto below = OpenBelow(parent, entry.d_name))
-                size += SizeBelow(below, folder);
+        if (!S_ISDIR(status.st_mode))
+            return true;
+        const auto below = OpenBelow(parent, entry.d_name);
+        if (below)
+            size += SizeBelow(below, folder);
+        else if (!IsGone(errno))
+            Posix::Fail(u"Cannot look into a folder in", folder);
         return true;
     });
     return size;
 }
 
+using Last = std::span<const OV::UniStringView>;
+
+/// The names in `last` behind all others, in the order of `last`.
+void MoveToEnd(std::vector<OV::String>& names, Last last)
+{
+    for (const auto name : last) {
+        const auto at = std::find(names.begin(), names.end(), OV::ToUtf8(name));
+        if (at != names.end())
+            std::rotate(at, at + 1, names.end());
+    }
+}
+
 /// Deletes the entry `name` of `parent` with all below it. `place` is what a message names.
-void DeleteEntry(int parent, const char* name, const Location& place)
+void DeleteEntry(int parent, const char* name, const Location& place, Last last)
 {
     const OpenFolder folder = OpenBelow(parent, name);
-    if (!folder && errno != ENOTDIR && errno != ELOOP && errno != ENOENT)
+    if (!folder && !IsGone(errno))
         Posix::Fail(u"Cannot delete what is in", place);
     // All names first: what a folder lists while it is being emptied is not defined.
     std::vector<OV::String> names;
@@ -96,10 +119,21 @@ void DeleteEntry(int parent, const char* name, const Location& place)
             names.emplace_back(entry.d_name);
             return true;
         });
+    MoveToEnd(names, last);
     for (const auto& below : names)
-        DeleteEntry(dirfd(folder.get()), below.c_str(), place);
+        DeleteEntry(dirfd(folder.get()), below.c_str(), place, {});
     if (unlinkat(parent, name, folder ? AT_REMOVEDIR : 0) != 0 && errno != ENOENT)
         Posix::Fail(u"Cannot delete", place);
+}
+
+/// Whether something stands there; a look that fails tells neither, and throws.
+bool Look(int (*look)(const char*, struct stat*), const Location& place, struct stat& status)
+{
+    if (look(place.ToNativePath().c_str(), &status) == 0)
+        return true;
+    if (errno != ENOENT && errno != ENOTDIR)
+        Posix::Fail(u"Cannot look at", place);
+    return false;
 }
 
 }  // namespace
@@ -107,7 +141,13 @@ void DeleteEntry(int parent, const char* name, const Location& place)
 bool Exists(const Location& folder)
 {
     struct stat status {};
-    return stat(folder.ToNativePath().c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+    return Look(stat, folder, status) && S_ISDIR(status.st_mode);
+}
+
+bool IsLink(const Location& folder)
+{
+    struct stat status {};
+    return Look(lstat, folder, status) && S_ISLNK(status.st_mode);
 }
 
 void CreateTree(const Location& folder)
@@ -148,7 +188,7 @@ void EnumerateHolding(const Location& folder, OV::UniStringView fileName,
 bool Contains(const Location& folder, OV::UniStringView name)
 {
     struct stat status {};
-    return lstat(folder.Appended(name).ToNativePath().c_str(), &status) == 0;
+    return Look(lstat, folder.Appended(name), status);
 }
 
 OV::UniString GenerateUnusedName(const Location& folder, OV::UniStringView wanted)
@@ -164,13 +204,13 @@ std::uint64_t GetSize(const Location& folder)
     return SizeBelow(Open(folder), folder);
 }
 
-void DeleteTree(const Location& folder)
+void DeleteTree(const Location& folder, std::span<const OV::UniStringView> last)
 {
     const OV::String path = folder.ToNativePath();
     struct stat status {};
     if (lstat(path.c_str(), &status) != 0 && (errno == ENOENT || errno == ENOTDIR))
         return;
-    DeleteEntry(AT_FDCWD, path.c_str(), folder);
+    DeleteEntry(AT_FDCWD, path.c_str(), folder, last);
 }
 
 }  // namespace IO::Folder

@@ -34,6 +34,8 @@ public:
     [[nodiscard]] bool IsLegal() const;
     [[nodiscard]] NetworkModel GetNetworkModel() const noexcept { return model_; }
     [[nodiscard]] bool IsEmpty() const noexcept { return model_ == NetworkModel::None; }
+    /// Whether it is a local path from the root, which means the same place to every process.
+    [[nodiscard]] bool IsAbsolute() const noexcept { return absolute_; }
 
     [[nodiscard]] const OV::UniString& GetScheme() const noexcept { return scheme_; }
     [[nodiscard]] const OV::UniString& GetUserName() const noexcept { return userName_; }

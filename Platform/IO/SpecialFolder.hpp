@@ -11,7 +11,8 @@ enum class SpecialFolder : std::int32_t {
     Temporary = 9,               ///< Linux: $TMPDIR, else /tmp
 };
 
-/// The folder, which need not exist yet. The environment is read at each call.
+/// The folder, which need not exist yet. The environment is read at each call. Throws IOException
+/// for a folder whose name is no UTF-8.
 [[nodiscard]] Location GetSpecialFolder(SpecialFolder folder);
 
 /// The folder "Orvant" below it, created when missing. Throws IOException when it cannot be.

@@ -1,6 +1,7 @@
 #include "IO/SpecialFolder.hpp"
 
 #include "IO/Folder.hpp"
+#include "IO/IOException.hpp"
 #include "OVRoot/System.hpp"
 
 namespace IO {
@@ -10,12 +11,19 @@ namespace {
 constexpr OV::UniStringView CompanyName = u"Orvant";
 
 /// The environment's folder when it names an absolute one (others are to be ignored), else
-/// `fallback`.
+/// `fallback`. No Location leads to a name that is no UTF-8, and another folder with a similar name
+/// would hide all that the user has.
 Location FromEnvironment(OV::StringView variable, const OV::String& fallback)
 {
     const OV::String value = OV::System::EnvironmentVariable(variable);
     const bool isAbsolute = !value.empty() && value.front() == '/';
-    return Location::FromPath(OV::FromUtf8(isAbsolute ? value : fallback));
+    const OV::String& path = isAbsolute ? value : fallback;
+    const auto location = Location::FromPath(OV::FromUtf8(path));
+    if (!OV::IsWellFormedUtf8(path))
+        throw IOException(ErrorCode::Other, u"Cannot use the folder", location,
+                          "its name is no UTF-8; rename it, or let " + OV::String(variable) +
+                              " name another one");
+    return location;
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include "IO/File.hpp"
 #include "IO/Folder.hpp"
 #include "IO/SpecialFolder.hpp"
+#include "Support/ChildProcess.hpp"
 
 #include <map>
 #include <thread>
@@ -78,6 +79,22 @@ TEST_F(FolderTest, MeasuresAndDeletesATreeButNothingBehindItsLinks)
     EXPECT_FALSE(fs::is_symlink(Path() / "link"));
     EXPECT_TRUE(fs::exists(Path() / "outside/kept"));
     EXPECT_NO_THROW(Folder::DeleteTree(Place(u"none").Appended(u"none")));
+
+    // What cannot be looked into is neither counted nor passed over.
+    fs::create_directories(Path() / "half/closed");
+    fs::permissions(Path(), fs::perms::all);
+    fs::permissions(Path() / "half/closed", fs::perms::none);
+    ChildProcess ordinary([&] {
+        if (geteuid() == 0 && seteuid(65534) != 0)
+            return 1;
+        return CodeOf([&] { (void)Folder::GetSize(Place(u"half")); }) == ErrorCode::AccessDenied &&
+                       CodeOf([&] {
+                           (void)Folder::Exists(Place(u"half").Appended(u"closed").Appended(u"x"));
+                       }) == ErrorCode::AccessDenied
+                   ? 0
+                   : 2;
+    });
+    EXPECT_EQ(ordinary.Wait(), 0);
 }
 
 TEST_F(FolderTest, DeletesATreeWhosePathsTheSystemDoesNotTake)
@@ -108,6 +125,9 @@ TEST_F(FolderTest, FollowsTheEnvironmentToTheUsersFolders)
     EXPECT_EQ(IO::GetSpecialFolder(SpecialFolder::RoamingApplicationData).ToNativePath(),
               (Path() / ".config").string())
         << "a relative one is to be ignored";
+    setenv("XDG_CONFIG_HOME", "/latin \xe9", 1);
+    EXPECT_TRUE(CodeOf([] { (void)IO::GetSpecialFolder(SpecialFolder::RoamingApplicationData); }))
+        << "no Location leads there, and no other folder stands for it";
 }
 
 }  // namespace
