@@ -2,6 +2,7 @@
 
 #include <pugixml.hpp>
 
+#include <algorithm>
 #include <charconv>
 #include <optional>
 #include <utility>
@@ -39,10 +40,46 @@ const char* TextOf(pugi::xml_node element)
     return IsText(content) && !content.next_sibling() ? content.value() : nullptr;
 }
 
+/// Behind the start tag at `at`; `isEmpty` tells whether it is its own end.
+std::size_t EndOfStartTag(StringView xml, std::size_t at, bool& isEmpty)
+{
+    while (at < xml.size() && xml[at] != '>') {
+        const bool isQuote = xml[at] == '"' || xml[at] == '\'';
+        at = isQuote ? xml.find(xml[at], at + 1) : at;
+        at = at == StringView::npos ? xml.size() : at + 1;
+    }
+    isEmpty = xml[at - 1] == '/';
+    return std::min(at + 1, xml.size());
+}
+
+/// Where the level that `at` stands in ends: at its closing tag. `xml` is well-formed.
+std::size_t EndOfLevel(StringView xml, std::size_t at)
+{
+    constexpr std::pair<StringView, StringView> marks[] = {
+        {"<!--", "-->"}, {"<![CDATA[", "]]>"}, {"<?", "?>"}, {"</", ">"}};
+    int depth = 0;
+    while ((at = xml.find('<', at)) != StringView::npos) {
+        const auto mark = std::find_if(std::begin(marks), std::end(marks), [&](const auto& each) {
+            return xml.substr(at).starts_with(each.first);
+        });
+        if (mark == std::end(marks)) {
+            bool isEmpty = false;
+            at = EndOfStartTag(xml, at, isEmpty);
+            depth += isEmpty ? 0 : 1;
+            continue;
+        }
+        if (mark->first == "</" && depth-- == 0)
+            return at;
+        at = xml.find(mark->second, at + mark->first.size());
+    }
+    return xml.size();
+}
+
 }  // namespace
 
 struct XMLIChannel::State {
-    String text;  ///< parsed in place
+    String source;
+    String text;  ///< the same, parsed in place
     UniString sourceName;
     pugi::xml_document document;
     pugi::xml_node parent;
@@ -100,6 +137,18 @@ struct XMLIChannel::State {
         return *std::move(value);
     }
 
+    String ReadRest()
+    {
+        if (!next)
+            return {};
+        // The parser knows where a name or a text stands.
+        auto begin = static_cast<std::size_t>(next.offset_debug());
+        if (next.type() != pugi::node_pcdata)
+            begin -= StringView(next.type() == pugi::node_element ? "<" : "<![CDATA[").size();
+        next = {};
+        return source.substr(begin, EndOfLevel(source, begin) - begin);
+    }
+
     template <class Number>
     Number ReadNumber(StringView name, const char* type)
     {
@@ -116,6 +165,7 @@ struct XMLIChannel::State {
 
 XMLIChannel::XMLIChannel(String text, UniString sourceName) : state_(std::make_unique<State>())
 {
+    state_->source = text;
     state_->text = std::move(text);
     state_->sourceName = std::move(sourceName);
     state_->Parse();
@@ -189,6 +239,11 @@ std::uint32_t XMLIChannel::ReadUInt32(StringView name)
 String XMLIChannel::PeekName() const
 {
     return state_->next ? String(state_->next.name()) : String();
+}
+
+String XMLIChannel::ReadRest()
+{
+    return state_->ReadRest();
 }
 
 }  // namespace OV

@@ -40,6 +40,10 @@ public:
 
     /// Name of the next value or element at this level; empty at the end of the level.
     [[nodiscard]] String PeekName() const;
+    /// What is left of this level, byte by byte as it stands in the document, for
+    /// XMLOChannel::WriteRest; the end of the level is next then. Comments before the first element
+    /// that is left are not part of it.
+    [[nodiscard]] String ReadRest();
 
 private:
     struct State;

@@ -5,6 +5,7 @@
 #include <pugixml.hpp>
 
 #include <utility>
+#include <vector>
 
 namespace OV {
 
@@ -18,11 +19,28 @@ struct StringWriter final : pugi::xml_writer {
     }
 };
 
+/// Stands for a rest in the document until it is text. No value can look like it: "<" in a value is
+/// escaped.
+constexpr const char* RestMark = "rest";
+constexpr StringView RestMarkText = "<?rest?>";
+
 }  // namespace
 
 struct XMLOChannel::State {
     pugi::xml_document document;
     pugi::xml_node current = document;
+    std::vector<String> rests;
+
+    /// The rests, in the order of the document, in the place of their marks.
+    void PutRests(String& text) const
+    {
+        std::size_t at = 0;
+        for (const String& rest : rests) {
+            at = text.find(RestMarkText, at);
+            text.replace(at, RestMarkText.size(), rest);
+            at += rest.size();
+        }
+    }
 
     void WriteText(StringView name, const String& text)
     {
@@ -87,12 +105,25 @@ void XMLOChannel::WriteUInt32(StringView name, std::uint32_t value)
     state_->WriteText(name, std::to_string(value));
 }
 
+void XMLOChannel::WriteRest(String rest)
+{
+    // Stands on a line of its own, and must not grow with each time that it is written.
+    constexpr const char* blanks = " \t\r\n";
+    const auto begin = rest.find_first_not_of(blanks);
+    if (begin == String::npos)
+        return;
+    rest = rest.substr(begin, rest.find_last_not_of(blanks) + 1 - begin);
+    state_->current.append_child(pugi::node_pi).set_name(RestMark);
+    state_->rests.push_back(std::move(rest));
+}
+
 String XMLOChannel::Text() const
 {
     if (state_->current != state_->document || !state_->document.first_child())
         throw IllegalArgumentException(StringView("The document is not finished."));
     StringWriter writer;
     state_->document.save(writer, "  ", pugi::format_indent, pugi::encoding_utf8);
+    state_->PutRests(writer.text);
     return std::move(writer.text);
 }
 

@@ -27,6 +27,9 @@ public:
     void WriteUInt16(StringView name, std::uint16_t value);
     void WriteInt32(StringView name, std::int32_t value);
     void WriteUInt32(StringView name, std::uint32_t value);
+    /// What XMLIChannel::ReadRest gave, as it is but for blanks around it; behind it, nothing more
+    /// in this element.
+    void WriteRest(String rest);
 
     /// The whole document in UTF-8 with its declaration; every element must have been left.
     [[nodiscard]] String Text() const;

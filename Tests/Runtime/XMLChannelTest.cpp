@@ -225,6 +225,29 @@ TEST(XMLChannelTest, AFailureSaysWhatWasFoundAndMovesNothing)
     EXPECT_EQ(OpenRoot("<A><![CDATA[1]]></A>").ReadInt32("A"), 1);
 }
 
+TEST(XMLChannelTest, ARestGoesThroughByteByByte)
+{
+    const OV::String inner = "<A b='>' c=\"'/>\">x &#13;&amp;<!-- </Inner> --></A>\n  <B/>"
+                             "<?p </Inner> ?><C><![CDATA[</Inner>]]><Inner>\r\n</Inner ></C>";
+    for (const OV::String& rest :
+         {OV::String(), inner, "<?rest?>" + inner, "bare" + inner, "<![CDATA[<]]>" + inner}) {
+        XMLIChannel in = OpenRoot("<Inner><Known>1</Known>" + rest + "</Inner><Next>2</Next>");
+        in.EnterElement("Inner");
+        (void)in.ReadInt32("Known");
+        OV::XMLOChannel out;
+        out.EnterElement("Root");
+        out.EnterElement("Inner");
+        out.WriteRest(in.ReadRest());
+        out.LeaveElement("Inner");
+        in.LeaveElement("Inner");
+        out.WriteRest(in.ReadRest());
+        out.LeaveElement("Root");
+        const auto text = out.Text();
+        EXPECT_THAT(text, testing::HasSubstr(rest.starts_with("<?") ? inner : rest));
+        EXPECT_THAT(text, testing::HasSubstr("<Next>2</Next>"));
+    }
+}
+
 TEST(XMLChannelTest, RefusesMisuseOfTheWriter)
 {
     OV::XMLOChannel out;
