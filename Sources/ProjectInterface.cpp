@@ -224,7 +224,7 @@ bool ProjectInterface::GetBackupSchedule(const OV::UniString& id,
     return CopyById(GetBackupSchedules(), id, schedule);
 }
 
-std::uint32_t ProjectInterface::GetMaxBackupCounter() const
+const std::uint32_t& ProjectInterface::GetMaxBackupCounter() const
 {
     return Get(&V1Project::maxBackupCounter);
 }

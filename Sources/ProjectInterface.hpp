@@ -70,7 +70,7 @@ public:
     [[nodiscard]] bool GetBackupSchedule(const OV::UniString& id,
                                          ProjectBackupSchedule& schedule) const;
 
-    [[nodiscard]] std::uint32_t GetMaxBackupCounter() const;
+    [[nodiscard]] const std::uint32_t& GetMaxBackupCounter() const;
     void SetMaxBackupCounter(std::uint32_t count);
     [[nodiscard]] const OV::UniString& GetProjectCategory() const;
     void SetProjectCategory(const OV::UniString& category);

@@ -15,6 +15,8 @@ struct ProjectStatus {
     std::int32_t state = Active;
 
     friend bool operator==(const ProjectStatus&, const ProjectStatus&) = default;
+    /// The same: no identifier is in it.
+    [[nodiscard]] bool IsContentEqual(const ProjectStatus& other) const { return *this == other; }
 };
 
 }  // namespace Syncra::Server::Management::V1
