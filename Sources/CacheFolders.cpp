@@ -1,11 +1,13 @@
 #include "Detail/CacheFolders.hpp"
 
 #include "CacheInfoFormat.hpp"
-#include "CachedProjectInfo.hpp"
 #include "IO/Folder.hpp"
 #include "IO/IOException.hpp"
+#include "ManagementTool/InfoFileLock.hpp"
 
 namespace SYC::CacheFolders {
+
+namespace Core = Syncra::Server::ManagementTool::Core;
 
 namespace {
 
@@ -29,6 +31,53 @@ void Cut(OV::UniString& name, std::size_t length)
     name.resize(cutsPair ? length - 1 : length);
 }
 
+void CutToBytes(OV::UniString& name, std::size_t bytes)
+{
+    while (OV::ToUtf8(name).size() > bytes)
+        Cut(name, name.size() - 1);
+}
+
+/// Without the number that an unused name may have got.
+OV::UniStringView WithoutNumber(OV::UniStringView name)
+{
+    const auto digits = name.find_last_not_of(u"0123456789");
+    const bool isNumbered = digits != name.npos && digits + 1 < name.size() && name[digits] == u' ';
+    return isNumbered ? name.substr(0, digits) : name;
+}
+
+bool HasRemovedName(OV::UniStringView name)
+{
+    return WithoutNumber(name).ends_with(RemovedSuffix);
+}
+
+bool IsBeingRemoved(const IO::Location& parent, const OV::UniString& name)
+{
+    return HasRemovedName(name) &&
+           Core::InfoFileLock::IsHeldByOther(parent.Appended(name).Appended(HoldFileName));
+}
+
+/// Throws when that cannot be found out.
+bool HoldsDescriptor(const IO::Location& folder)
+{
+    return IO::File::GetChangeStamp(folder.Appended(CacheInfoFormat::FileName)).has_value();
+}
+
+/// Under another name, whose folder is returned: what is half deleted must not be opened, nor taken
+/// for a new cache.
+IO::Location Rename(const IO::Location& folder)
+{
+    OV::UniString name = folder.LastComponent();
+    // What is left of an earlier removal does not get a longer name each time.
+    if (HasRemovedName(name))
+        name.resize(WithoutNumber(name).size() - RemovedSuffix.size());
+    CutToBytes(name, LongestNameInBytes - RemovedSuffix.size());
+    const IO::Location parent = folder.Parent();
+    const IO::Location removed =
+        parent.Appended(IO::Folder::GenerateUnusedName(parent, name.append(RemovedSuffix)));
+    IO::File::Rename(folder, removed);
+    return removed;
+}
+
 /// Whether an entry of that name may be taken: nothing stands there, or a folder that is no cache.
 /// A test that fails proves nothing, so it counts as taken.
 bool IsFree(const IO::Location& parent, const OV::UniString& name)
@@ -37,7 +86,7 @@ bool IsFree(const IO::Location& parent, const OV::UniString& name)
         if (!IO::Folder::Contains(parent, name))
             return true;
         const IO::Location folder = parent.Appended(name);
-        return IO::Folder::Exists(folder) && !CachedProjectInfo::CachedProjectInfoExist(folder);
+        return IO::Folder::Exists(folder) && !HoldsDescriptor(folder);
     } catch (const IO::IOException&) {
         return false;
     }
@@ -53,8 +102,7 @@ OV::UniString MakeName(const Inner::ProjectConnectionInfo& info)
             c = u'_';
     if (name.size() > LongestName)
         Cut(name, LongestName);
-    while (OV::ToUtf8(name).size() > LongestNameInBytes)
-        Cut(name, name.size() - 1);
+    CutToBytes(name, LongestNameInBytes);
     return name;
 }
 
@@ -66,7 +114,14 @@ OV::Array<Found> Find(const IO::Location& dataFolder)
                                      [&](OV::UniString name, const IO::ChangeStamp& stamp) {
                                          found.push_back({std::move(name), stamp});
                                      });
+    std::erase_if(found, [&](const Found& each) { return IsBeingRemoved(dataFolder, each.name); });
     return found;
+}
+
+bool IsRemains(const IO::Location& folder, const Inner::ProjectConnectionInfo& info)
+{
+    // A login name may end like that as well.
+    return HasRemovedName(folder.LastComponent()) && !HasRemovedName(MakeName(info));
 }
 
 void Remove(const IO::Location& folder)
@@ -74,13 +129,14 @@ void Remove(const IO::Location& folder)
     auto hold = IO::ExclusiveFile::TryOpen(folder.Appended(HoldFileName));
     if (!hold)
         throw IO::IOException(IO::ErrorCode::HeldByOther, u"Cannot remove the cache", folder,
-                              "another program is setting it up");
-    const IO::Location parent = folder.Parent();
-    // Under another name first: what is half deleted must not be opened, nor taken for a new cache.
-    const IO::Location removed = parent.Appended(
-        IO::Folder::GenerateUnusedName(parent, folder.LastComponent().append(RemovedSuffix)));
-    IO::File::Rename(folder, removed);
-    IO::Folder::DeleteTree(removed);
+                              "another program is setting it up or removing it");
+    // What a link leads to stays, so the hold there ends like any other.
+    if (IO::Folder::IsLink(folder))
+        hold->DeleteAndClose();
+    // Last of all what makes it a cache: if this ends in the middle, the rest is listed and can be
+    // removed again.
+    constexpr OV::UniStringView last[] = {CacheInfoFormat::FileName, HoldFileName};
+    IO::Folder::DeleteTree(Rename(folder), last);
 }
 
 NewFolder::NewFolder(const IO::Location& parent, const OV::UniString& name)
@@ -122,7 +178,7 @@ bool NewFolder::TryTake(const IO::Location& folder)
         return true;
     }
     // Another process may have finished the folder between the first look and the hold.
-    if (!CachedProjectInfo::CachedProjectInfoExist(folder))
+    if (!HoldsDescriptor(folder))
         return true;
     hold_->DeleteAndClose();
     hold_.reset();

@@ -22,12 +22,18 @@ struct Found {
 };
 
 /// Every folder directly below `dataFolder` that holds a "CacheInfo.xml", in no particular order;
-/// none when there is no such data folder. Costs one look at the disk an entry.
+/// none when there is no such data folder. Those that are being removed are left out. Costs one
+/// look at the disk an entry.
 [[nodiscard]] OV::Array<Found> Find(const IO::Location& dataFolder);
 
-/// Deletes a cache folder with all that it holds. It goes at once under its name, for which a new
-/// cache may be made meanwhile. Throws IO::IOException, with HeldByOther while it is being set up.
+/// Deletes a cache folder with all that it holds, of one that is a link only the link. It goes at
+/// once under its name, for which a new cache may be made meanwhile. What is left of it when this
+/// ends early is a cache called "... .removed". Throws IO::IOException, with HeldByOther while it
+/// is being set up.
 void Remove(const IO::Location& folder);
+
+/// Whether the folder is what an unfinished Remove left of a cache of that connection.
+[[nodiscard]] bool IsRemains(const IO::Location& folder, const Inner::ProjectConnectionInfo& info);
 
 /// A cache folder being set up. While this object lives, no other process takes the same folder for
 /// another connection, although the folder holds no "CacheInfo.xml" yet.
