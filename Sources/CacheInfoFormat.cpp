@@ -110,9 +110,10 @@ struct Reader {
 struct Writer {
     OV::XMLOChannel& channel;
     const CacheInfoValues& values;
+    std::uint16_t version;
     const char* name = nullptr;
 
-    void operator()(VersionOfFile) { channel.WriteUInt16(name, DataVersion); }
+    void operator()(VersionOfFile) { channel.WriteUInt16(name, version); }
     void operator()(Member<OV::UniString> member) { channel.WriteString(name, values.*member); }
     void operator()(EightBitText text)
     {
@@ -130,6 +131,23 @@ struct Writer {
         for (const OV::UniString& permission : values.permissions)
             channel.WriteString(name, permission);
     }
+};
+
+struct Merger {
+    const CacheInfoValues& former;
+    const CacheInfoValues& own;
+    CacheInfoValues& merged;
+
+    template <class Type>
+    void operator()(Member<Type> member)
+    {
+        if (own.*member != former.*member)
+            merged.*member = own.*member;
+    }
+    void operator()(EightBitText text) { (*this)(text.member); }
+    void operator()(Permissions) { (*this)(&V::permissions); }
+    void operator()(VersionOfFile) {}
+    void operator()(PermissionCount) {}
 };
 
 }  // namespace
@@ -150,23 +168,35 @@ Content Read(OV::XMLIChannel& channel)
         content.values.projectVersion =
             content.dataVersion >= FirstVersionOf14 ? ProjectVersion14 : ProjectVersion13;
     // What a newer client added behind the known values is its own affair: nothing after them is
-    // looked at, the end of the root included.
-    if (!content.IsNewer())
+    // looked at.
+    if (content.IsNewer())
+        content.additions = {content.dataVersion, channel.ReadRest()};
+    else
         channel.LeaveElement(Root);
     return content;
 }
 
-OV::XMLOChannel Write(const CacheInfoValues& values)
+OV::XMLOChannel Write(const CacheInfoValues& values, const CacheInfoAdditions& additions)
 {
     OV::XMLOChannel channel;
     channel.EnterElement(Root);
-    Writer writer{channel, values};
+    Writer writer{channel, values, std::max(DataVersion, additions.dataVersion)};
     for (const Value& value : Layout) {
         writer.name = value.name;
         std::visit(writer, value.kind);
     }
+    channel.WriteRest(additions.text);
     channel.LeaveElement(Root);
     return channel;
+}
+
+CacheInfoValues Merge(const CacheInfoValues& former, const CacheInfoValues& own,
+                      CacheInfoValues theirs)
+{
+    Merger merger{former, own, theirs};
+    for (const Value& value : Layout)
+        std::visit(merger, value.kind);
+    return theirs;
 }
 
 }  // namespace SYC::CacheInfoFormat

@@ -43,4 +43,12 @@ struct CacheInfoValues {
     friend bool operator==(const CacheInfoValues&, const CacheInfoValues&) = default;
 };
 
+/// What a newer client's file holds beyond these values. It is kept as it stands there, with the
+/// version that says that it is there.
+struct CacheInfoAdditions {
+    /// 0 for a file that has none.
+    std::uint16_t dataVersion = 0;
+    OV::String text;
+};
+
 }  // namespace SYC

@@ -1,6 +1,9 @@
 #pragma once
 
 #include "CachedProjectInfo.hpp"
+#include "OVRoot/Logger.hpp"
+
+#include <exception>
 
 namespace SYC {
 
@@ -8,7 +11,14 @@ namespace SYC {
 class CacheUpdate {
 public:
     explicit CacheUpdate(CachedProjectInfo& cache) : cache_(cache) { cache_.BeginUpdate(); }
-    ~CacheUpdate() { cache_.EndUpdate(); }
+    ~CacheUpdate()
+    {
+        try {
+            cache_.EndUpdate();
+        } catch (const std::exception& error) {
+            OV::Logger::Error("SYClient", u"A cache was not written: %", {error.what()});
+        }
+    }
     CacheUpdate(const CacheUpdate&) = delete;
     CacheUpdate& operator=(const CacheUpdate&) = delete;
 

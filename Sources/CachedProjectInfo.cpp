@@ -16,16 +16,6 @@ namespace {
 
 constexpr unsigned BytesToMebibytes = 20;
 
-/// Assigns when the values differ; tells whether they did.
-template <class Value>
-bool AssignIfDifferent(Value& target, const Value& value)
-{
-    if (target == value)
-        return false;
-    target = value;
-    return true;
-}
-
 }  // namespace
 
 CachedProjectInfo::CachedProjectInfo(const IO::Location& cacheFolder) : cacheFolder_(cacheFolder)
@@ -36,11 +26,15 @@ CachedProjectInfo::CachedProjectInfo(const IO::Location& cacheFolder) : cacheFol
 CachedProjectInfo::CachedProjectInfo(const Inner::ProjectConnectionInfo& info,
                                      const IO::Location& parentFolder)
 {
-    // Held until the file is there, which tells every other process that the folder is taken.
-    const CacheFolders::NewFolder folder(parentFolder, CacheFolders::MakeName(info));
-    cacheFolder_ = folder.GetLocation();
-    (void)Assign(info);
-    WriteToDisc();
+    std::optional<FileAlert> failure;
+    {
+        // Held until the file is there, which tells every other process that the folder is taken.
+        const CacheFolders::NewFolder folder(parentFolder, CacheFolders::MakeName(info));
+        cacheFolder_ = folder.GetLocation();
+        (void)Assign(info);
+        failure = Write();
+    }
+    EndWrite(failure);
 }
 
 bool CachedProjectInfo::CachedProjectInfoExist(const IO::Location& folder)
@@ -71,20 +65,33 @@ void CachedProjectInfo::GetProjectConnectionInfo(Inner::ProjectConnectionInfo& o
     out.projectName = values_.projectName;
 }
 
+/// Whether the values differed.
+template <class Value>
+bool CachedProjectInfo::Assign(Value CacheInfoValues::*member, const Value& value)
+{
+    if (values_.*member == value)
+        return false;
+    if (!former_)
+        former_ = std::make_shared<const CacheInfoValues>(values_);
+    values_.*member = value;
+    return true;
+}
+
 bool CachedProjectInfo::Assign(const Inner::ProjectConnectionInfo& info)
 {
     bool changed = false;
     if (!OV::EqualsIgnoreCase(values_.serverName, info.serverName))
-        changed |= AssignIfDifferent(values_.serverName, info.serverName);
-    changed |= AssignIfDifferent(values_.port, static_cast<std::int16_t>(info.port));
-    changed |= AssignIfDifferent(values_.projectName, info.projectName);
-    changed |= AssignIfDifferent(values_.loginName, info.userName);
+        changed |= Assign(&CacheInfoValues::serverName, info.serverName);
+    changed |= Assign(&CacheInfoValues::port, static_cast<std::int16_t>(info.port));
+    changed |= Assign(&CacheInfoValues::projectName, info.projectName);
+    changed |= Assign(&CacheInfoValues::loginName, info.userName);
     password_ = info.password;
     return changed;
 }
 
 bool CachedProjectInfo::SetProjectConnectionInfo(const Inner::ProjectConnectionInfo& info)
 {
+    BeginChange();
     const bool changed = Assign(info);
     if (changed)
         WriteToDiscIfComplete(false);
@@ -93,10 +100,18 @@ bool CachedProjectInfo::SetProjectConnectionInfo(const Inner::ProjectConnectionI
 
 // Fields
 
+/// What is set is held against what the file holds now. A bracket saw that when it was opened.
+void CachedProjectInfo::BeginChange()
+{
+    if (!updateOpen_)
+        TakeOver();
+}
+
 template <class Value>
 void CachedProjectInfo::Change(Value CacheInfoValues::*member, const Value& value)
 {
-    if (AssignIfDifferent(values_.*member, value))
+    BeginChange();
+    if (Assign(member, value))
         WriteToDiscIfComplete(false);
 }
 
@@ -241,8 +256,11 @@ const IO::ChangeStamp& CachedProjectInfo::GetChangeStamp() const
 
 void CachedProjectInfo::SetCacheFolder(const IO::Location& folder)
 {
-    if (AssignIfDifferent(cacheFolder_, folder))
-        WriteToDiscIfComplete(false);
+    if (cacheFolder_ == folder)
+        return;
+    cacheFolder_ = folder;
+    isMoved_ = true;
+    WriteToDiscIfComplete(false);
 }
 
 OV::UniString CachedProjectInfo::GetLocalFolderName() const
@@ -270,6 +288,7 @@ bool CachedProjectInfo::IsComplete() const
 
 void CachedProjectInfo::BeginUpdate()
 {
+    BeginChange();
     updateOpen_ = true;
 }
 
@@ -287,15 +306,31 @@ void CachedProjectInfo::WriteToDisc()
 
 void CachedProjectInfo::WriteToDiscIfComplete(bool force)
 {
-    if (updateOpen_ && !force) {
+    if (updateOpen_ && !force)
         writePending_ = true;
-        return;
-    }
-    const auto stamp =
-        Core::ReplaceValueFileOrAlert(FileLocation(), CacheInfoFormat::Write(values_));
-    if (stamp)
-        SetStamp(*stamp);
+    else
+        EndWrite(Write());
+}
+
+std::optional<CachedProjectInfo::FileAlert> CachedProjectInfo::Write()
+{
+    TakeOver();
+    const auto replaced =
+        Core::TryReplaceValueFile(FileLocation(), CacheInfoFormat::Write(values_, additions_));
     writePending_ = false;
+    if (replaced.stamp) {
+        SetStamp(*replaced.stamp);
+        former_.reset();
+        isMoved_ = false;
+    }
+    return replaced.failure;
+}
+
+/// Somebody else's code runs here: it may set and write again.
+void CachedProjectInfo::EndWrite(std::optional<FileAlert> failure)
+{
+    if (failure)
+        Core::ShowFileAlert(*failure, FileLocation());
     CachedProjectInfoObserver::SendContentWrittenToDisc(*this);
 }
 
@@ -311,31 +346,64 @@ void CachedProjectInfo::ReadFromDisc(bool again)
     // bracket in which nothing was set.
     if (updateOpen_ && writePending_)
         WriteToDiscIfComplete(true);
+    Load(again, false);
+}
+
+void CachedProjectInfo::Load(bool again, bool keepsChanges)
+{
     const IO::Location file = FileLocation();
     CacheInfoFormat::Content content;
     const IO::ChangeStamp stamp = Core::ReadValueFile(
         file, [&](OV::XMLIChannel& channel) { content = CacheInfoFormat::Read(channel); });
-    values_ = std::move(content.values);
     if (again)
         OV::Logger::DebugPrint(u"SYC::CachedProjectInfo re-read %s", {file.ToPath()});
+    if (!content.IsNewer() && content.values.lastOpenProjectTime == 0)
+        content.values.lastOpenProjectTime = stamp.ModificationTime();
+    if (keepsChanges && former_) {
+        values_ = CacheInfoFormat::Merge(*former_, values_, content.values);
+        former_ = std::make_shared<const CacheInfoValues>(std::move(content.values));
+    } else {
+        values_ = std::move(content.values);
+        former_.reset();
+    }
+    additions_ = std::move(content.additions);
+    isMoved_ = false;
     // A newer client's file keeps looking changed, so that each refresh reads it again: this client
     // cannot tell whether what it does not know is up to date.
-    if (content.IsNewer())
-        return;
-    SetStamp(stamp);
-    if (values_.lastOpenProjectTime == 0)
-        values_.lastOpenProjectTime = modificationTime_;
+    if (!content.IsNewer())
+        SetStamp(stamp);
+}
+
+/// Whether the file is there and was changed by somebody else; false when that cannot be told.
+bool CachedProjectInfo::IsStale() const noexcept
+{
+    try {
+        const auto stamp = isMoved_ ? std::nullopt : IO::File::GetChangeStamp(FileLocation());
+        return stamp && *stamp != stamp_;
+    } catch (const std::exception&) {
+        return false;
+    }
+}
+
+/// Every error leaves the values as they are.
+void CachedProjectInfo::TakeOver() noexcept
+{
+    try {
+        if (IsStale())
+            Load(true, true);
+    } catch (const std::exception&) {
+        // A file that is no whole one is replaced by the next write, and tried again by the next
+        // look.
+    }
 }
 
 void CachedProjectInfo::Refresh()
 {
-    try {
-        const auto stamp = IO::File::GetChangeStamp(FileLocation());
-        if (stamp && *stamp != stamp_)
-            ReadFromDisc(true);
-    } catch (const std::exception&) {
-        // The values stay as they are; a host polls this and the next call may find the file whole.
-    }
+    // Writing takes over what stands there first.
+    if (updateOpen_ && writePending_ && IsStale())
+        WriteToDiscIfComplete(true);
+    else
+        TakeOver();
 }
 
 // What the client base asks

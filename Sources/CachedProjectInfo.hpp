@@ -5,6 +5,13 @@
 #include "ProjectConnectionInfo.hpp"
 #include "SYClientBase/CachedProjectInfo.hpp"
 
+#include <memory>
+#include <optional>
+
+namespace Syncra::Server::ManagementTool::Core {
+enum class FileAlert : int;
+}
+
 namespace SYC {
 
 /// The image in memory of one cache folder's "CacheInfo.xml": who the user is on which server, the
@@ -12,9 +19,16 @@ namespace SYC {
 ///
 /// A setter that really changes something writes the file at once, as a whole, and tells the
 /// observers (CachedProjectInfoObserver) on the calling thread. A write that fails is shown to the
-/// user as an alert and never thrown; the values in memory stay. Copies share nothing but the
-/// folder. One thread at a time for each object. The setters and getters that the client base needs
-/// are inherited.
+/// user as an alert and never thrown; the values in memory stay. Not for a thread that holds a lock
+/// which an observer or an alert may need.
+///
+/// Several processes may have an image of one file. What another one wrote since this image last
+/// saw the file is taken over by a setter, by BeginUpdate and by each write: the other values
+/// become those of the file, and only what was set here is changed in it. That costs a look at the
+/// file. A file that cannot be read is replaced.
+///
+/// Copies share nothing but the folder. One thread at a time for each object. The setters and
+/// getters that the client base needs are inherited.
 class CachedProjectInfo final : public SYCB::CachedProjectInfo {
 public:
     /// The cache in an existing folder, read at once. Throws FileOpenningError or ErrorReadingFile
@@ -72,11 +86,13 @@ public:
     void ProjectDetached();
     /// Clear text, in memory only; empty after reading.
     [[nodiscard]] const OV::UniString& GetPassword() const;
+    void ForgetPassword() { password_.clear(); }
     /// Of "CacheInfo.xml" when it was last read or written here.
     [[nodiscard]] std::int32_t GetModificationTime() const;
     /// The same moment in the file system's full resolution, for change detection.
     [[nodiscard]] const IO::ChangeStamp& GetChangeStamp() const;
-    /// Moves the object, not the files, to another folder, and writes there.
+    /// Moves the object, not the files, to another folder, and writes there, over what stands
+    /// there.
     void SetCacheFolder(const IO::Location& folder);
     /// Last component of the cache folder.
     [[nodiscard]] OV::UniString GetLocalFolderName() const;
@@ -99,8 +115,9 @@ public:
     /// constructor does, none. A write that is pending in an open bracket is done first. `again`
     /// says that the object was read before, for the log alone.
     void ReadFromDisc(bool again);
-    /// Reads the file again if it was changed by somebody else. Every error leaves the values as
-    /// they are and is not reported: the next call tries again.
+    /// Reads the file again if it was changed by somebody else; what was set here and could not be
+    /// written stays. Every error leaves the values as they are and is not reported: the next call
+    /// tries again.
     void Refresh();
 
 private:
@@ -126,18 +143,33 @@ private:
     void _SetProjectForcedOffline(bool forced, Dummy) override;
     void _SetSessionId(const OV::UniString& sessionId, Dummy) override;
 
+    using FileAlert = Syncra::Server::ManagementTool::Core::FileAlert;
+
     [[nodiscard]] IO::Location FileLocation() const;
     void SetStamp(const IO::ChangeStamp& stamp);
     [[nodiscard]] bool Assign(const Inner::ProjectConnectionInfo& info);
     template <class Value>
+    [[nodiscard]] bool Assign(Value CacheInfoValues::*member, const Value& value);
+    void BeginChange();
+    template <class Value>
     void Change(Value CacheInfoValues::*member, const Value& value);
+    [[nodiscard]] bool IsStale() const noexcept;
+    void TakeOver() noexcept;
+    void Load(bool again, bool keepsChanges);
+    [[nodiscard]] std::optional<FileAlert> Write();
+    void EndWrite(std::optional<FileAlert> failure);
 
     CacheInfoValues values_;
+    CacheInfoAdditions additions_;
+    /// The values without what was set here and is not in the file yet; null when nothing is.
+    std::shared_ptr<const CacheInfoValues> former_;
     IO::Location cacheFolder_;
     std::int32_t modificationTime_ = 0;
     IO::ChangeStamp stamp_;
     bool updateOpen_ = false;
     bool writePending_ = false;
+    /// To another folder, and not written there yet.
+    bool isMoved_ = false;
     OV::UniString password_;
 };
 

@@ -1,5 +1,6 @@
 #include "Detail/DataOptions.hpp"
 
+#include <algorithm>
 #include <tuple>
 #include <utility>
 
@@ -73,32 +74,49 @@ void DataOptionChanges::Complete(const DataOptionChanges& former)
     });
 }
 
-DataOptions DataOptionsFormat::Read(OV::XMLIChannel& channel)
+bool DataOptionsFormat::IsUsable(const IO::Location& dataFolder)
 {
-    DataOptions options;
+    return dataFolder.IsLegal() && dataFolder.IsAbsolute();
+}
+
+DataOptionsFormat::Content DataOptionsFormat::Read(OV::XMLIChannel& channel)
+{
+    Content content;
+    auto& [options, additions] = content;
     channel.EnterElement(Root);
     const std::uint16_t version = channel.ReadUInt16("DataVersion");
-    options.dataFolder = IO::Location::FromPath(ReadPath(channel));
+    const OV::UniString path = ReadPath(channel);
+    if (auto folder = IO::Location::FromPath(path); IsUsable(folder))
+        options.dataFolder = std::move(folder);
+    else
+        additions.foreignPath = path;
     const bool hasSchedule = EnterSchedule(channel);
     options.enableAutoClean = channel.ReadBool("Enable");
     options.periodTime = channel.ReadInt32("PeriodTime");
     options.lastUsedDays = channel.ReadInt32("LastUsedDays");
     options.lastRunTime = channel.ReadInt32("LastRunTime");
     // What a later version holds beyond this is for it to know.
-    if (version > DataVersion)
-        return options;
+    const bool isNewer = version > DataVersion;
+    if (isNewer)
+        additions.dataVersion = version;
+    if (isNewer && hasSchedule)
+        additions.ofSchedule = channel.ReadRest();
     if (hasSchedule)
         channel.LeaveElement(Schedule);
+    if (isNewer)
+        additions.ofRoot = channel.ReadRest();
     channel.LeaveElement(Root);
-    return options;
+    return content;
 }
 
-OV::XMLOChannel DataOptionsFormat::Write(const DataOptions& options)
+OV::XMLOChannel DataOptionsFormat::Write(const Content& content)
 {
-    const OV::UniString path = options.dataFolder.ToPath();
+    const auto& [options, additions] = content;
+    const OV::UniString path =
+        additions.foreignPath.empty() ? options.dataFolder.ToPath() : additions.foreignPath;
     OV::XMLOChannel channel;
     channel.EnterElement(Root);
-    channel.WriteUInt16("DataVersion", DataVersion);
+    channel.WriteUInt16("DataVersion", std::max(DataVersion, additions.dataVersion));
     channel.WriteString(PathName, path);
     channel.WriteString(OldPathName, path);
     channel.EnterElement(Schedule);
@@ -106,7 +124,9 @@ OV::XMLOChannel DataOptionsFormat::Write(const DataOptions& options)
     channel.WriteInt32("PeriodTime", options.periodTime);
     channel.WriteInt32("LastUsedDays", options.lastUsedDays);
     channel.WriteInt32("LastRunTime", options.lastRunTime);
+    channel.WriteRest(additions.ofSchedule);
     channel.LeaveElement(Schedule);
+    channel.WriteRest(additions.ofRoot);
     channel.LeaveElement(Root);
     return channel;
 }

@@ -1,8 +1,16 @@
 #include "RegisteredProject.hpp"
 
+#include "OVRoot/Exception.hpp"
 #include "SyncraURL.hpp"
 
 namespace SYC {
+
+RegisteredProject::RegisteredProject(std::shared_ptr<const CachedProjectInfo> info)
+    : info_(std::move(info))
+{
+    if (!info_)
+        throw OV::NullReferenceException();
+}
 
 IO::Location RegisteredProject::GetSyncraLocation() const
 {

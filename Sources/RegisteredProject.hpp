@@ -10,9 +10,8 @@ namespace SYC {
 /// change.
 class RegisteredProject {
 public:
-    explicit RegisteredProject(std::shared_ptr<const CachedProjectInfo> info)
-        : info_(std::move(info))
-    {}
+    /// Throws OV::NullReferenceException for none.
+    explicit RegisteredProject(std::shared_ptr<const CachedProjectInfo> info);
 
     [[nodiscard]] OV::UniString GetServerName() const { return info_->GetServerName(); }
     [[nodiscard]] OV::UniString GetProjectName() const { return info_->GetProjectName(); }

@@ -2,6 +2,7 @@
 
 #include "Detail/CacheRegister.hpp"
 #include "Detail/DataOptionsFile.hpp"
+#include "IO/IOException.hpp"
 #include "IO/SpecialFolder.hpp"
 #include "ManagementTool/RoamingProfile.hpp"
 #include "OVRoot/Exception.hpp"
@@ -23,6 +24,14 @@ std::shared_ptr<DataOptionsFile> MakeOptionsFile()
     return std::make_shared<DataOptionsFile>(Core::GetRoamingProfileFolderLocation()
                                                  .Appended(CompanyFolder)
                                                  .Appended(DataOptionsFormat::FileName));
+}
+
+void CheckDataFolder(const IO::Location& folder)
+{
+    if (!DataOptionsFormat::IsUsable(folder))
+        throw OV::IllegalArgumentException(
+            u"\"" + folder.ToDisplayText() +
+            u"\" cannot be the folder of the project data. One looks like \"/srv/projects\".");
 }
 
 IO::Location Below(const IO::Location& folder, const OV::UniString& name)
@@ -79,6 +88,7 @@ void RegisteredProjects::Init(const IO::Location& dataFolder,
                               const OV::UniString& projectFolderName,
                               const OV::UniString& libraryFolderName)
 {
+    CheckDataFolder(dataFolder);
     auto& registry = GetInstance();
     registry.Reset();
     {
@@ -92,6 +102,8 @@ void RegisteredProjects::Init(const IO::Location& dataFolder,
 
 void RegisteredProjects::Reset()
 {
+    // The lock of a guard that is still open would keep this process out as if it were another.
+    Options()->ForgetHolders();
     {
         const OV::LockGuard guard(settings_->lock);
         settings_->options = MakeOptionsFile();
@@ -126,11 +138,9 @@ IO::Location RegisteredProjects::GetSYDataFolder() const
 
 void RegisteredProjects::SetSYDataFolder(const IO::Location& folder, bool save)
 {
-    if (!folder.IsLegal())
-        throw OV::IllegalArgumentException(u"\"" + folder.ToDisplayText() +
-                                           u"\" cannot be the folder of the project data.");
+    CheckDataFolder(folder);
     if (save)
-        Options()->Change(&DataOptions::dataFolder, &DataOptionChanges::dataFolder, folder);
+        Options()->ChangeFolder(folder);
     else
         Options()->UseFolder(folder);
 }
@@ -228,6 +238,8 @@ void RegisteredProjects::RegisterCaches(const IO::Location& folder)
 void RegisteredProjects::SearchCaches(const IO::Location& folder,
                                       OV::Array<CacheInfoRecord>& records) const
 {
+    if (!mCacheInforegister->IsRegistered(folder))
+        mCacheInforegister->Refresh(folder);
     records = mCacheInforegister->GetRecords(folder);
 }
 
@@ -261,8 +273,10 @@ bool RegisteredProjects::FindByUrl(const IO::Location& url, std::size_t& index, 
                                    const IO::Location& folder)
 {
     auto& caches = *mCacheInforegister;
-    auto connection = ToCheckedConnectionInfo(url);
-    connection.password.clear();
+    // A password that this computer cannot decode is nobody's concern here.
+    auto withoutPassword = url;
+    withoutPassword.SetPassword({});
+    const auto connection = ToCheckedConnectionInfo(withoutPassword);
     const auto find = [&] {
         const auto found = caches.Find(folder, connection, mCaseSensitiveSearch);
         index = found.value_or(0);
@@ -333,7 +347,13 @@ bool RegisteredProjects::RemoveProject(const IO::Location& project)
     const auto record = mCacheInforegister->At(index);
     if (!record)
         return false;
-    CacheFolders::Remove(record->folder);
+    try {
+        CacheFolders::Remove(record->folder);
+    } catch (const IO::IOException&) {
+        // It may stand under another name by now.
+        mCacheInforegister->Look(record->folder);
+        throw;
+    }
     mCacheInforegister->Forget(record->folder);
     return true;
 }

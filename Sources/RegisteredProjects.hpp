@@ -36,7 +36,8 @@ public:
     /// Sets where the data stands as long as the options file does not say otherwise, and the names
     /// of its subfolders for project caches and for caches of shared libraries; an empty name is
     /// the data folder itself. Reads nothing: RefreshData does. The options file is looked for in
-    /// the user's folders as they are at this call.
+    /// the user's folders as they are at this call. Throws OV::IllegalArgumentException as
+    /// SetSYDataFolder does, and IO::IOException for folders of the user that cannot be used.
     static void Init(const IO::Location& dataFolder, const OV::UniString& projectFolderName = {},
                      const OV::UniString& libraryFolderName = {});
     /// Where a host keeps its data unless its user chose another folder: "Projects" in the
@@ -46,12 +47,15 @@ public:
     // Options, as last read or set. A setter takes the lock of the file (see Synchronizer) and
     // writes at once, or when the outermost Synchronizer ends. A lock that cannot be had leaves the
     // change in memory until the next one, HasUnwrittenOptions tells; a file that cannot be written
-    // is shown to the user as an alert. Setters throw as RefreshData and Synchronizer do.
+    // or locked is shown to the user as an alert, after the lock is gone. Setters throw as
+    // RefreshData and Synchronizer do.
 
     [[nodiscard]] IO::Location GetOptionsFileLocation() const;
     [[nodiscard]] IO::Location GetSYDataFolder() const;
-    /// Without `save` the folder is used until the options file is read next. Observers are told on
-    /// this thread. An empty folder throws OV::IllegalArgumentException.
+    /// Without `save` the folder is used by this process alone, until another one is saved or the
+    /// options file comes to name another one. Observers are told on this thread, or by the thread
+    /// that ends the outermost Synchronizer. What is no local path from the root throws
+    /// OV::IllegalArgumentException.
     void SetSYDataFolder(const IO::Location& folder, bool save);
     [[nodiscard]] bool GetEnableAutoClean() const;
     void SetEnableAutoClean(bool enable);
@@ -72,12 +76,14 @@ public:
     /// IO::IOException for a folder that cannot.
     void RefreshData(bool caches, const IO::Location& folder = {});
     /// Brings what is known of the folder's caches up to date: a look at each, and only what was
-    /// changed is read. One that cannot be read is a record with a problem and no error.
+    /// changed is read. One that cannot be read is a record with a problem and no error. The shared
+    /// images (GetCachedProjectInfo) below the folder that this thread was the last to ask for or
+    /// to write are brought up to date as well; other threads do that with their own.
     void RefreshCaches(const IO::Location& folder);
     /// The same, unless it was done before.
     void RegisterCaches(const IO::Location& folder);
     /// The records of the caches directly below the folder, by name, those included that cannot be
-    /// read. The folder was registered or refreshed before.
+    /// read. Registers the folder.
     void SearchCaches(const IO::Location& folder, OV::Array<CacheInfoRecord>& records) const;
     /// The registered projects among `records` of that server and login name, each empty for any,
     /// whose caches stand directly below one of `folders` (any when there is none): by project
@@ -93,15 +99,17 @@ public:
     /// What is known of it; null when it is no readable cache. `look` as above.
     [[nodiscard]] std::shared_ptr<const CachedProjectInfo>
     GetCacheInfo(const IO::Location& project, bool look, const IO::Location& dataFolder = {});
-    /// The one image of the cache that all callers share, up to date; null when there is none.
+    /// The one image of the cache that all callers share, for as long as anybody holds it; up to
+    /// date; null when there is none.
     [[nodiscard]] std::shared_ptr<CachedProjectInfo>
     GetCachedProjectInfo(const IO::Location& project, const IO::Location& dataFolder = {});
     /// A new cache for a project URL, shared likewise, in a folder of its own. Throws
     /// IO::IOException when none can be made, OV::IllegalArgumentException for no project URL.
     [[nodiscard]] std::shared_ptr<CachedProjectInfo>
     CreateCachedProjectInfo(const IO::Location& projectUrl, const IO::Location& dataFolder = {});
-    /// Deletes the cache with all that the host keeps in it; false when there is none. Throws
-    /// IO::IOException.
+    /// Deletes the cache with all that the host keeps in it; false when there is none. Of a cache
+    /// folder that is a link only the link goes. Throws IO::IOException; what is left then is
+    /// listed as a cache of its own, called "... .removed", and can be removed again.
     bool RemoveProject(const IO::Location& project);
 
     [[nodiscard]] std::size_t GetCacheDataFolderNum() const;
@@ -113,7 +121,8 @@ public:
     void SetCaseSensitiveSearch(bool sensitive) { mCaseSensitiveSearch = sensitive; }
     /// Forgets all records; the caches stay.
     void Clear();
-    /// Forgets the records and the options, as before the first Init.
+    /// Forgets the records and the options, as before the first Init. Ends the hold of a
+    /// Synchronizer that is still open; what was set under it is written.
     void Reset();
 
     // One project. Getters answer with an empty value for one that is not registered, setters with

@@ -9,8 +9,10 @@ namespace SYC {
 /// and takes the lock file "@DataOptions.Lock", and writes what was set when it ends.
 ///
 /// A holder that does not let go costs ten attempts, 50 ms apart; then the guard goes on without
-/// the lock (IsLocked), and what is set stays in memory until the next one. A dead process locks
-/// nobody out. The threads of this process share one lock.
+/// the lock (IsLocked), and what is set stays in memory until the next one; so it does where no
+/// lock file can be made. A dead process locks nobody out. The threads of this process share one
+/// lock. It is for options: a cache is set up and written outside of it, for observers and the user
+/// are not to be kept waiting under a lock.
 class RegisteredProjects::Synchronizer {
 public:
     /// Throws OV::InterruptedException when the calling thread is asked to stop while it waits, and
@@ -24,7 +26,8 @@ public:
     [[nodiscard]] static bool IsLocked();
     /// Whether a living process other than this one has it; deletes what a dead one left.
     [[nodiscard]] static bool IsLockedByOthers();
-    /// Takes the lock without a guard; whether it is had. RemoveLock lets go of it.
+    /// Takes the lock without a guard; whether it is had. It is kept, whatever setters and guards
+    /// come and go, until RemoveLock or Reset. Throws as the constructor does.
     static bool WaitForLock();
     /// Writes what was set and lets go of the lock, whatever guards there are.
     static void RemoveLock();

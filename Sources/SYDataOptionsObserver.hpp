@@ -17,8 +17,8 @@ public:
     void Attach();
     void Detach();
 
-    /// Called on the thread that set or read the folder; RegisteredProjects already has the new
-    /// one.
+    /// Called on the thread that set or read the folder, or that ended the Synchronizer under which
+    /// that was done; RegisteredProjects already has the new one.
     virtual void SYDataFolderChanged() = 0;
 
     /// Calls every attached observer, in order of attachment.

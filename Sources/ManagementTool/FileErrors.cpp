@@ -5,10 +5,11 @@
 namespace Syncra::Server::ManagementTool::Core {
 
 FileError::FileError(OV::StringView operation, const IO::Location& file, const OV::Exception& cause,
-                     OV::SourcePlace source)
-    : OV::Exception(OV::FormatText(u"% the file failed: % (%)",
-                                   {operation, file.ToDisplayText(), cause.GetMessage()}),
-                    source, std::shared_ptr<const OV::Exception>(cause.Clone())),
+                     OV::SourcePlace source, OV::UniStringView remedy)
+    : OV::Exception(
+          OV::FormatText(remedy.empty() ? u"% the file failed: %" : u"% the file failed: % %",
+                         {operation, cause.GetMessage(), remedy}),
+          source, std::shared_ptr<const OV::Exception>(cause.Clone())),
       location_(file)
 {}
 
@@ -18,8 +19,8 @@ FileOpenningError::FileOpenningError(const IO::Location& file, const OV::Excepti
 {}
 
 ErrorReadingFile::ErrorReadingFile(const IO::Location& file, const OV::Exception& cause,
-                                   OV::SourcePlace source)
-    : FileError("Reading", file, cause, source)
+                                   OV::UniStringView remedy, OV::SourcePlace source)
+    : FileError("Reading", file, cause, source, remedy)
 {}
 
 ErrorWritingFile::ErrorWritingFile(const IO::Location& file, const OV::Exception& cause,

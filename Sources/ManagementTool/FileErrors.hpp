@@ -5,15 +5,15 @@
 
 namespace Syncra::Server::ManagementTool::Core {
 
-/// Something went wrong with one of the library's own files. The message names the file and holds
-/// the reason; the cause is the exception of the layer below.
+/// Something went wrong with one of the library's own files. The message holds the reason, which
+/// names the file, and where it is known what to do; the cause is the exception of the layer below.
 class FileError : public OV::Exception {
 public:
     [[nodiscard]] const IO::Location& GetLocation() const noexcept { return location_; }
 
 protected:
     FileError(OV::StringView operation, const IO::Location& file, const OV::Exception& cause,
-              OV::SourcePlace source);
+              OV::SourcePlace source, OV::UniStringView remedy = {});
 
 private:
     IO::Location location_;
@@ -31,6 +31,7 @@ public:
 class ErrorReadingFile : public FileError {
 public:
     ErrorReadingFile(const IO::Location& file, const OV::Exception& cause,
+                     OV::UniStringView remedy = {},
                      OV::SourcePlace source = OV::SourcePlace::Here());
     OV_EXCEPTION_IDENTITY(ErrorReadingFile)
 };

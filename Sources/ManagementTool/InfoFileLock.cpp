@@ -20,30 +20,33 @@ bool InfoFileLock::IsHeldByOther(const IO::Location& lockFile)
 
 bool InfoFileLock::TryTake(const IO::Location& lockFile)
 {
+    problem_.clear();
     if (IsHeldByOther(lockFile))
         return false;
     try {
         file_ = IO::ExclusiveFile::TryOpen(lockFile);
-        // Nothing when another process was quicker.
-        return file_.has_value();
     } catch (const IO::IOException& error) {
-        if (IsHeldByOther(lockFile))
-            return false;
-        OV::Logger::Warning("SYClient", u"Going on without a lock: %", {error.GetMessage()});
-        return true;
+        if (!IsHeldByOther(lockFile))
+            problem_ = error.GetMessage();
     }
+    // Nothing when another process was quicker, too.
+    return file_.has_value();
 }
 
 InfoFileLock::InfoFileLock(const IO::Location& lockFile)
 {
-    while (!(isHeld_ = TryTake(lockFile)))
+    while (!TryTake(lockFile) && problem_.empty())
         OV::Thread::Sleep(PauseMilliseconds);
+    isHeld_ = true;
+    if (!file_)
+        OV::Logger::Warning("SYClient", u"Going on without a lock: %", {problem_});
 }
 
 InfoFileLock::InfoFileLock(const IO::Location& lockFile, int attempts)
 {
-    for (int attempt = 0; attempt < attempts && !(isHeld_ = TryTake(lockFile)); ++attempt)
-        OV::Thread::Sleep(PauseMilliseconds);
+    while (!(isHeld_ = TryTake(lockFile)) && --attempts > 0)
+        if (problem_.empty())
+            OV::Thread::Sleep(PauseMilliseconds);
 }
 
 InfoFileLock::~InfoFileLock()

@@ -12,8 +12,8 @@ public:
     /// as the calling thread is asked to stop. Where no lock file can be made and nobody holds one
     /// (a folder of an administrator), there is no lock, and the caller goes on without.
     explicit InfoFileLock(const IO::Location& lockFile);
-    /// The same, but gives up after that many attempts, each PauseMilliseconds after the one
-    /// before.
+    /// Gives up after that many attempts, PauseMilliseconds after each that another holder won.
+    /// Never goes on without: an attempt that cannot make the file is lost.
     InfoFileLock(const IO::Location& lockFile, int attempts);
     ~InfoFileLock();
     InfoFileLock(const InfoFileLock&) = delete;
@@ -21,6 +21,8 @@ public:
 
     /// False only when it gave up.
     [[nodiscard]] bool IsHeld() const noexcept { return isHeld_; }
+    /// Why no lock file could be made at the last attempt; empty when another holder won it.
+    [[nodiscard]] const OV::UniString& GetProblem() const noexcept { return problem_; }
 
     /// Whether a living process holds the file; deletes what a dead one left. Not for the process
     /// that holds it itself.
@@ -29,9 +31,11 @@ public:
     static constexpr std::uint32_t PauseMilliseconds = 50;
 
 private:
+    /// Whether the file is held.
     [[nodiscard]] bool TryTake(const IO::Location& lockFile);
 
     bool isHeld_ = false;
+    OV::UniString problem_;
     std::optional<IO::ExclusiveFile> file_;
 };
 

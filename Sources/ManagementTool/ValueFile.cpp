@@ -1,42 +1,26 @@
 #include "ManagementTool/ValueFile.hpp"
 
 #include "IO/FileChannels.hpp"
-#include "IO/Folder.hpp"
 #include "IO/IOException.hpp"
 #include "ManagementTool/FileErrors.hpp"
+#include "OVRoot/Logger.hpp"
 #include "OVRoot/Resources.hpp"
 
 namespace Syncra::Server::ManagementTool::Core {
 
 namespace {
 
-/// A file is written beside its place and renamed, so the system does not say "open" where a user
-/// would: no way to the place, and a folder in that place, count as not opened.
-bool IsOpeningFailure(const IO::IOException& error, const IO::Location& file)
+ReplaceOutcome Failed(FileAlert alert, const FileError& error)
 {
-    switch (error.GetCode()) {
-    case IO::ErrorCode::NotFound:
-    case IO::ErrorCode::AlreadyExists:
-    case IO::ErrorCode::AccessDenied:
-    case IO::ErrorCode::HeldByOther:
-        return true;
-    case IO::ErrorCode::NoSpace:
-        return false;
-    case IO::ErrorCode::Other:
-        break;
-    }
-    return IO::Folder::Exists(file);
-}
-
-void ShowFileAlert(FileAlert alert, const IO::Location& file)
-{
-    OV::ShowAlert(static_cast<int>(alert), {file.ToPath()});
+    OV::Logger::Warning("SYClient", u"%", {error.GetMessage()});
+    return {std::nullopt, alert};
 }
 
 }  // namespace
 
 IO::ChangeStamp ReadValueFile(const IO::Location& file,
-                              const std::function<void(OV::XMLIChannel&)>& read)
+                              const std::function<void(OV::XMLIChannel&)>& read,
+                              OV::UniStringView remedy)
 {
     try {
         IO::XMLInput input = IO::OpenXMLInput(file);
@@ -45,7 +29,7 @@ IO::ChangeStamp ReadValueFile(const IO::Location& file,
     } catch (const IO::IOException& error) {
         throw FileOpenningError(file, error);
     } catch (const OV::XMLChannelException& error) {
-        throw ErrorReadingFile(file, error);
+        throw ErrorReadingFile(file, error, remedy);
     }
 }
 
@@ -55,23 +39,30 @@ IO::ChangeStamp ReplaceValueFile(const IO::Location& file, const OV::XMLOChannel
     try {
         return IO::ReplaceWithXML(file, document, isPrivate);
     } catch (const IO::IOException& error) {
-        if (IsOpeningFailure(error, file))
+        if (error.GetStep() == IO::Step::Open)
             throw FileOpenningError(file, error);
         throw ErrorWritingFile(file, error);
     }
 }
 
-std::optional<IO::ChangeStamp> ReplaceValueFileOrAlert(const IO::Location& file,
-                                                       const OV::XMLOChannel& document)
+ReplaceOutcome TryReplaceValueFile(const IO::Location& file, const OV::XMLOChannel& document)
 {
     try {
-        return ReplaceValueFile(file, document);
-    } catch (const FileOpenningError&) {
-        ShowFileAlert(FileAlert::CacheFileOpening, file);
-    } catch (const ErrorWritingFile&) {
-        ShowFileAlert(FileAlert::CacheFileWriting, file);
+        return {ReplaceValueFile(file, document), std::nullopt};
+    } catch (const FileOpenningError& error) {
+        return Failed(FileAlert::CacheFileOpening, error);
+    } catch (const ErrorWritingFile& error) {
+        return Failed(FileAlert::CacheFileWriting, error);
     }
-    return std::nullopt;
+}
+
+void ShowFileAlert(FileAlert alert, const IO::Location& file) noexcept
+{
+    try {
+        OV::ShowAlert(static_cast<int>(alert), {file.ToPath()});
+    } catch (...) {
+        OV::Logger::Error("SYClient", u"Alert % could not be shown.", {static_cast<int>(alert)});
+    }
 }
 
 }  // namespace Syncra::Server::ManagementTool::Core

@@ -203,14 +203,23 @@ TEST_F(CacheInfoFileTest, RefusesValuesOfAnotherTypeOrPlace)
 
 TEST_F(CacheInfoFileTest, WritesEveryValueInTheOneFixedForm)
 {
-    SYC::CachedProjectInfo info = Read(Document("6"));
-    info.SetPermissions({u"read"});
     const Edit onePermission = [](std::size_t index, const Line& line) -> std::string {
         if (line.name == std::string("PermissionCount"))
             return Element(line.name, "1");
         return index == 14 ? "" : Element(line.name, line.text);
     };
-    EXPECT_EQ(ReadCacheInfo(Folder()), Document("6", onePermission));
+    // What a newer client added is for that client, and stays.
+    for (const auto& [version, additions] :
+         {std::pair("6", ""),
+          std::pair("7", "<Colour of=\"all\"><A/>x\n</Colour>\n  <B>1</B>\n")}) {
+        const auto withAdditions = [&, text = additions](std::string document) {
+            return document.replace(document.find("</Cache>"), 0,
+                                    *text ? "  " + std::string(text) : "");
+        };
+        SYC::CachedProjectInfo info = Read(withAdditions(Document(version)));
+        info.SetPermissions({u"read"});
+        EXPECT_EQ(ReadCacheInfo(Folder()), withAdditions(Document(version, onePermission)));
+    }
 }
 
 TEST_F(CacheInfoFileTest, KeepsAnyTextAndNeverThePassword)

@@ -3,10 +3,11 @@
 #include "CachedProjectInfoObserver.hpp"
 #include "IO/Folder.hpp"
 #include "ManagementTool/FileErrors.hpp"
-#include "OVRoot/Resources.hpp"
 
 #include <csignal>
 #include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -26,22 +27,6 @@ public:
 
     int count = 0;
     const CachedProjectInfo* last = nullptr;
-};
-
-class AlertRecorder : public OV::AlertPresenter {
-public:
-    AlertRecorder() : former_(SetCurrent(this)) {}
-    ~AlertRecorder() override { SetCurrent(former_); }
-    int Show(const OV::AlertResource& alert) override
-    {
-        shown.push_back(alert);
-        return 1;
-    }
-
-    std::vector<OV::AlertResource> shown;
-
-private:
-    OV::AlertPresenter* former_;
 };
 
 class CachedProjectInfoTest : public ProjectTest {};
@@ -150,6 +135,47 @@ TEST_F(CachedProjectInfoTest, ForcedWritesAndReadsKeepABracketOpen)
     EXPECT_EQ(observer.count, 4);
 }
 
+TEST_F(CachedProjectInfoTest, NobodysChangeIsUndoneByTheNextWriteOfAnother)
+{
+    CachedProjectInfo info(TheConnection, Folder());
+    const IO::Location folder = info.GetCacheFolderLocation();
+    CachedProjectInfo other(folder);
+    CachedProjectInfo whole(folder);
+    other.SetRoleName(u"theirs");
+    info.SetUserId(u"mine");
+    EXPECT_EQ(info.GetRoleName(), u"theirs");
+    // In a bracket, from its begin and to its end.
+    other.SetCategoryName(u"before");
+    info.BeginUpdate();
+    EXPECT_EQ(info.GetCategoryName(), u"before");
+    info.SetSessionId(u"bracket");
+    info.SetPermissions({u"mine"});
+    other.SetPermissions({u"theirs"});
+    other.SetLogonId(7);
+    info.EndUpdate();
+    // What this one still holds for the value, another one changed since.
+    whole.SetRoleName(u"");
+    info.SetRoleName(u"theirs");
+    whole.WriteToDisc();
+    EXPECT_TRUE(info.SetProjectConnectionInfo({u"nexar", 8080, u"Tower", u"me", u""}));
+
+    const CachedProjectInfo read(folder);
+    EXPECT_EQ(read.GetUserId(), u"mine");
+    EXPECT_EQ(read.GetSessionId(), u"bracket");
+    EXPECT_EQ(read.GetPermissions(), OV::HashSet<OV::UniString>{u"mine"});
+    EXPECT_EQ(read.GetLogonId(), 7);
+    EXPECT_EQ(read.GetCategoryName(), u"before");
+    EXPECT_EQ(read.GetRoleName(), u"theirs");
+    EXPECT_EQ(read.GetProjectName(), u"Tower");
+
+    // A cache that another process removed does not come back.
+    AlertRecorder alerts;
+    IO::Folder::DeleteTree(folder);
+    info.SetUserId(u"late");
+    EXPECT_FALSE(IO::Folder::Exists(folder));
+    EXPECT_EQ(alerts.shown.size(), 1u);
+}
+
 TEST_F(CachedProjectInfoTest, RefreshSeesEveryForeignWriteAndSurvivesEveryError)
 {
     CachedProjectInfo info(TheConnection, Folder());
@@ -196,6 +222,10 @@ TEST_F(CachedProjectInfoTest, AFailedWriteIsAnAlertAndLosesNothingInMemory)
     setrlimit(RLIMIT_FSIZE, &limit);
     std::signal(SIGXFSZ, handler);
     EXPECT_EQ(ReadCacheInfo(folder), former);
+    CachedProjectInfo(folder).SetLogonId(5);
+    info.Refresh();
+    EXPECT_EQ(info.GetLogonId(), 5);
+    EXPECT_EQ(info.GetUserId(), u"u-1") << "waits for the next write";
 
     // A file stands where the folder should be.
     IO::Folder::DeleteTree(folder);
@@ -205,12 +235,20 @@ TEST_F(CachedProjectInfoTest, AFailedWriteIsAnAlertAndLosesNothingInMemory)
     info.EndUpdate();
     info.EndUpdate();
 
-    // A folder stands where the file should be.
+    // What stands where the file should be is no file.
+    const std::string file = folder.ToNativePath() + "/CacheInfo.xml";
     IO::File::Delete(folder);
     IO::Folder::CreateTree(folder.Appended(u"CacheInfo.xml"));
     info.WriteToDisc();
+    rmdir(file.c_str());
+    ASSERT_EQ(symlink("CacheInfo.xml", file.c_str()), 0);
+    info.WriteToDisc();
+    unlink(file.c_str());
+    ASSERT_EQ(mkfifo(file.c_str(), 0600), 0);
+    alerts.fails = true;
+    info.WriteToDisc();
 
-    ASSERT_EQ(alerts.shown.size(), 3u);
+    ASSERT_EQ(alerts.shown.size(), 5u);
     EXPECT_EQ(alerts.shown[0].number, 31037);
     EXPECT_EQ(alerts.shown[0].title, u"Cache File Writing Error");
     EXPECT_EQ(alerts.shown[0].message, u"Error occurred while writing the file: " + path);
@@ -218,12 +256,13 @@ TEST_F(CachedProjectInfoTest, AFailedWriteIsAnAlertAndLosesNothingInMemory)
     EXPECT_EQ(alerts.shown[1].title, u"Cache File Opening Error");
     EXPECT_EQ(alerts.shown[1].message, u"Error occurred while opening the file: " + path);
     EXPECT_EQ(alerts.shown[1].buttons, std::vector<OV::UniString>{u"OK"});
-    EXPECT_EQ(alerts.shown[2].number, 31036);
-    EXPECT_EQ(observer.count, 3);
+    for (std::size_t i = 2; i < alerts.shown.size(); ++i)
+        EXPECT_EQ(alerts.shown[i].number, 31036) << i;
+    EXPECT_EQ(observer.count, 6) << "the other image's included";
     EXPECT_EQ(info.GetUserId(), u"u-1");
 
     info.SetCacheFolder(Folder());
-    EXPECT_EQ(alerts.shown.size(), 3u);
+    EXPECT_EQ(alerts.shown.size(), 5u);
     EXPECT_EQ(CachedProjectInfo(Folder()).GetUserName(), u"Me");
 }
 
@@ -266,6 +305,12 @@ TEST_F(CachedProjectInfoTest, FolderNamesAreSafeCutAndUnused)
     EXPECT_EQ(CachedProjectInfo({u"a", 1, u"b", u"c", u""}, parent).GetLocalFolderName(),
               u"a_b_c 2");
     EXPECT_EQ(IO::File::ReadAll(parent.Appended(u"a_b_c")), "mine");
+    // One that cannot be looked into may be somebody's.
+    const auto closed = parent.Appended(u"x_y_z");
+    IO::Folder::CreateTree(closed);
+    ASSERT_EQ(symlink("CacheInfo.xml", (closed.ToNativePath() + "/CacheInfo.xml").c_str()), 0);
+    EXPECT_EQ(CachedProjectInfo({u"x", 1, u"y", u"z", u""}, parent).GetLocalFolderName(),
+              u"x_y_z 2");
 }
 
 }  // namespace

@@ -6,7 +6,6 @@
 #include "Support/Pipe.hpp"
 
 #include <atomic>
-#include <fcntl.h>
 #include <unistd.h>
 
 namespace {
@@ -27,16 +26,6 @@ protected:
             if (Synchronizer::IsLocked())
                 return work();
         }
-    }
-    /// False when somebody else is in, which the lock has to prevent.
-    [[nodiscard]] bool EnterAndLeave() const
-    {
-        const std::string marker = Folder().ToNativePath() + "/marker";
-        const int file = open(marker.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, 0600);
-        if (file < 0)
-            return false;
-        close(file);
-        return unlink(marker.c_str()) == 0;
     }
     static void HoldForEver(const Pipe& held)
     {
@@ -145,26 +134,6 @@ TEST_F(DataOptionsProcessTest, AHolderThatNeverLetsGoCostsTenAttemptsAndNoChange
     EXPECT_EQ(registry.GetPeriodTime(), 11);
     EXPECT_EQ(registry.GetLastUsedDays(), 5);
     EXPECT_EQ(registry.GetLastRunTime(), 6);
-}
-
-TEST_F(DataOptionsProcessTest, ALockFileThatAnotherMadeAnewIsNeverTakenForOurs)
-{
-    registry.RefreshData(false);
-    ChildProcess other([this] {
-        for (;;) {
-            auto lock = IO::ExclusiveFile::TryOpen(Synchronizer::GetLockFileLoc());
-            if (!lock)
-                continue;
-            if (!EnterAndLeave())
-                return 1;
-            lock->DeleteAndClose();
-            // Leaves room, or the other one's looks every 50 ms would hardly ever find it free.
-            std::this_thread::sleep_for(std::chrono::microseconds(100));
-        }
-    });
-    for (int round = 0; round < Rounds(); ++round)
-        Locked([this] { EXPECT_TRUE(EnterAndLeave()); });
-    other.Kill();
 }
 
 }  // namespace

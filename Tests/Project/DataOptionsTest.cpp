@@ -2,7 +2,6 @@
 
 #include "ManagementTool/FileErrors.hpp"
 #include "OVRoot/Exception.hpp"
-#include "OVRoot/Resources.hpp"
 
 #include <vector>
 
@@ -20,21 +19,6 @@ std::string OptionsDocument(const std::string& values, int version = 1)
     return "<SYDataOptions><DataVersion>" + std::to_string(version) + "</DataVersion>" + values +
            "</SYDataOptions>";
 }
-
-class AlertCounter : public OV::AlertPresenter {
-public:
-    AlertCounter() { former_ = SetCurrent(this); }
-    ~AlertCounter() override { SetCurrent(former_); }
-    int Show(const OV::AlertResource& alert) override
-    {
-        numbers.push_back(alert.number);
-        return 1;
-    }
-    std::vector<int> numbers;
-
-private:
-    OV::AlertPresenter* former_;
-};
 
 struct FolderObserver : SYC::SYDataOptionsObserver {
     FolderObserver() { Attach(); }
@@ -54,15 +38,24 @@ TEST_F(DataOptionsTest, ReadsEveryFormOfTheFile)
     const struct {
         std::string text;
         OV::UniString folder;
+        /// What is for others, and stays when this client writes.
+        std::string kept;
     } cases[] = {
-        {OptionsDocument(path + old + Nested), u"/new"},
-        {OptionsDocument(path + Nested), u"/new"},
-        {OptionsDocument(old + Nested), u"/old"},
-        {OptionsDocument(old + Schedule), u"/old"},
-        {OptionsDocument("<LocalDataFolder></LocalDataFolder>" + Nested), host},
-        {OptionsDocument(path + old + Nested + "<Later>x</Later>", 2), u"/new"},
+        {OptionsDocument(path + old + Nested), u"/new", "<DataVersion>1<"},
+        {OptionsDocument(path + Nested), u"/new", ">/new</LocalDataFolder>"},
+        {OptionsDocument(old + Nested), u"/old", ">/old</LocalDataFolderPath>"},
+        {OptionsDocument(old + Schedule), u"/old", "</CleanSchedule>"},
+        {OptionsDocument("<LocalDataFolder></LocalDataFolder>" + Nested), host,
+         OV::ToUtf8(host) + "</LocalDataFolder>"},
+        {OptionsDocument("<LocalDataFolder>C:\\Data</LocalDataFolder>" + Nested), host,
+         "  <LocalDataFolderPath>C:\\Data</LocalDataFolderPath>\n"
+         "  <LocalDataFolder>C:\\Data</LocalDataFolder>\n"},
+        {OptionsDocument(path + old + Nested + "<Later> x</Later>", 2), u"/new",
+         "  <DataVersion>2</DataVersion>\n  <LocalDataFolderPath>/new</LocalDataFolderPath>\n"},
+        {OptionsDocument(path + old + Nested + "<Later> x</Later>", 2), u"/new",
+         "  </CleanSchedule>\n  <Later> x</Later>\n</SYDataOptions>"},
         {OptionsDocument(path + old + "<CleanSchedule>" + Schedule + "<Later/></CleanSchedule>", 9),
-         u"/new"},
+         u"/new", "</LastRunTime>\n    <Later/>\n  </CleanSchedule>"},
     };
     for (const auto& each : cases) {
         SCOPED_TRACE(each.text);
@@ -75,6 +68,9 @@ TEST_F(DataOptionsTest, ReadsEveryFormOfTheFile)
         EXPECT_EQ(registry.GetLastUsedDays(), 30);
         EXPECT_EQ(registry.GetLastRunTime(), 1'700'000'000);
         EXPECT_EQ(ReadFile(), each.text) << "reading writes nothing";
+        registry.SetPeriodTime(-3);
+        EXPECT_NE(ReadFile().find("<PeriodTime>-3<"), std::string::npos);
+        EXPECT_NE(ReadFile().find(each.kept), std::string::npos) << ReadFile();
     }
 }
 
@@ -94,6 +90,9 @@ TEST_F(DataOptionsTest, ADamagedFileIsNamedAndChangesNothing)
             ADD_FAILURE() << "was read";
         } catch (const Core::ErrorReadingFile& error) {
             EXPECT_EQ(error.GetLocation(), registry.GetOptionsFileLocation());
+            const std::string message = error.what(), name = "SYDataOptions.xml";
+            EXPECT_EQ(message.find(name), message.rfind(name)) << message;
+            EXPECT_NE(message.find("delete it"), std::string::npos) << message;
         }
         EXPECT_EQ(ReadFile(), text);
         EXPECT_EQ(registry.GetPeriodTime(), 7);
@@ -154,8 +153,25 @@ TEST_F(DataOptionsTest, ResetWritesAndEndsAllGuards)
     }
     ASSERT_TRUE(Synchronizer::WaitForLock());
     registry.SetPeriodTime(4);
+    {
+        const Synchronizer guard;
+        registry.SetLastUsedDays(5);
+    }
+    EXPECT_TRUE(Synchronizer::IsLocked()) << "setters and guards do not end it";
+    EXPECT_EQ(ReadFile().find("<PeriodTime>4<"), std::string::npos);
     Synchronizer::RemoveLock();
-    EXPECT_NE(ReadFile().find("<PeriodTime>4<"), std::string::npos);
+    EXPECT_FALSE(Synchronizer::IsLocked());
+    EXPECT_NE(ReadFile().find("<PeriodTime>4</PeriodTime>\n    <LastUsedDays>5<"),
+              std::string::npos);
+
+    // The lock of a guard that was open does not become another process's.
+    const Synchronizer open;
+    registry.SetPeriodTime(6);
+    Registry::Init(HostFolder());
+    EXPECT_FALSE(Synchronizer::IsLockedByOthers());
+    registry.SetLastUsedDays(7);
+    EXPECT_NE(ReadFile().find("<PeriodTime>6</PeriodTime>\n    <LastUsedDays>7<"),
+              std::string::npos);
 }
 
 TEST_F(DataOptionsTest, ObserversHearOfEachNewFolderOnce)
@@ -167,13 +183,33 @@ TEST_F(DataOptionsTest, ObserversHearOfEachNewFolderOnce)
     WriteFile(OptionsDocument("<LocalDataFolder>/from another process</LocalDataFolder>" + Nested));
     registry.RefreshData(false);
     registry.RefreshData(false);
-    EXPECT_EQ(observer.seen, (std::vector<OV::UniString>{u"/a", u"/from another process"}));
-    EXPECT_THROW(registry.SetSYDataFolder({}, true), OV::IllegalArgumentException);
+    // One that is not saved stays until there is another, and goes into no file.
+    registry.SetSYDataFolder(IO::Location::FromPath(u"/unsaved"), false);
+    registry.SetLastRunTime(5);
+    WriteFile(ReadFile() + "\n");
+    registry.RefreshData(false);
+    EXPECT_EQ(registry.GetSYDataFolder().ToPath(), u"/unsaved");
+    EXPECT_EQ(ReadFile().find("unsaved"), std::string::npos);
+    {
+        const Synchronizer guard;
+        registry.SetSYDataFolder(IO::Location::FromPath(u"/b"), true);
+        EXPECT_EQ(observer.seen.back(), u"/unsaved") << "the lock is held";
+    }
+    EXPECT_EQ(observer.seen,
+              (std::vector<OV::UniString>{u"/a", u"/from another process", u"/unsaved", u"/b"}));
+    for (const auto& folder : {IO::Location(), IO::Location::FromPath(u"relative"),
+                               IO::Location::FromUrlText(u"http://a/b")})
+        EXPECT_THROW(registry.SetSYDataFolder(folder, true), OV::IllegalArgumentException);
 }
 
 TEST_F(DataOptionsTest, WhatCannotBeWrittenIsShownAndWrittenLater)
 {
-    const AlertCounter alerts;
+    AlertRecorder alerts;
+    alerts.fails = true;
+    // A window that is still drawn behind the alert asks for such things.
+    alerts.meanwhile = [] {
+        EXPECT_FALSE(Synchronizer::IsLockedByOthers() || Synchronizer::IsLocked());
+    };
     registry.RefreshData(false);
     {
         const Synchronizer guard;
@@ -181,7 +217,8 @@ TEST_F(DataOptionsTest, WhatCannotBeWrittenIsShownAndWrittenLater)
         fs::remove(File());
         fs::create_directory(File());
     }
-    EXPECT_EQ(alerts.numbers, std::vector<int>{31036});
+    ASSERT_EQ(alerts.shown.size(), 1u);
+    EXPECT_EQ(alerts.shown[0].number, 31036);
     EXPECT_TRUE(registry.HasUnwrittenOptions());
     fs::remove(File());
     registry.SetLastUsedDays(8);
@@ -189,6 +226,38 @@ TEST_F(DataOptionsTest, WhatCannotBeWrittenIsShownAndWrittenLater)
     EXPECT_NE(ReadFile().find("<PeriodTime>6</PeriodTime>\n    <LastUsedDays>8<"),
               std::string::npos)
         << ReadFile();
+}
+
+TEST_F(DataOptionsTest, WithoutALockFileNothingIsWrittenAndTheUserHearsOnce)
+{
+    const AlertRecorder alerts;
+    registry.RefreshData(false);
+    const std::string before = ReadFile();
+    fs::create_directory(LockFile());
+    EXPECT_FALSE(Synchronizer::WaitForLock());
+    {
+        const Synchronizer nothingIsSet;
+    }
+    EXPECT_TRUE(alerts.shown.empty());
+    registry.SetPeriodTime(6);
+    {
+        const Synchronizer nothingMoreIsSet;
+    }
+    ASSERT_EQ(alerts.shown.size(), 1u);
+    EXPECT_NE(alerts.shown[0].message.find(u"@DataOptions.Lock"), OV::UniString::npos);
+    EXPECT_EQ(ReadFile(), before);
+    fs::remove(LockFile());
+    {
+        const Synchronizer nowItCan;
+    }
+    EXPECT_NE(ReadFile().find("<PeriodTime>6<"), std::string::npos);
+
+    // A default file that cannot be made is no news for the user either.
+    Registry::Init(HostFolder());
+    fs::remove(File());
+    fs::create_symlink("none/none", File());
+    registry.RefreshData(false);
+    EXPECT_EQ(alerts.shown.size(), 1u);
 }
 
 }  // namespace

@@ -1,12 +1,38 @@
 #pragma once
 
 #include "CachedProjectInfo.hpp"
+#include "OVRoot/Resources.hpp"
 #include "Support/TemporaryFolder.hpp"
 
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <functional>
 #include <iterator>
+#include <vector>
+
+/// The alerts of the library while it lives.
+class AlertRecorder : public OV::AlertPresenter {
+public:
+    AlertRecorder() : former_(SetCurrent(this)) {}
+    ~AlertRecorder() override { SetCurrent(former_); }
+    int Show(const OV::AlertResource& alert) override
+    {
+        shown.push_back(alert);
+        if (meanwhile)
+            meanwhile();
+        if (fails)
+            throw 1;
+        return 1;
+    }
+
+    std::vector<OV::AlertResource> shown;
+    std::function<void()> meanwhile;
+    bool fails = false;
+
+private:
+    OV::AlertPresenter* former_;
+};
 
 /// A folder of its own for every test, with the user's folders redirected into it.
 class ProjectTest : public testing::Test {
