@@ -1,7 +1,10 @@
 #include "Detail/CacheRegister.hpp"
 
 #include "CacheInfoFormat.hpp"
+#include "IO/IOException.hpp"
 #include "OVRoot/Exception.hpp"
+#include "OVRoot/Format.hpp"
+#include "OVRoot/Logger.hpp"
 
 #include <algorithm>
 
@@ -46,9 +49,7 @@ bool IsWrittenAlike(const CacheInfoRecord& record, const ProjectConnectionInfo& 
 std::shared_ptr<const CachedProjectInfo> WithoutPassword(const CachedProjectInfo& info)
 {
     auto copy = std::make_shared<CachedProjectInfo>(info);
-    auto connection = ConnectionOf(info);
-    connection.password.clear();
-    copy->SetProjectConnectionInfo(connection);
+    copy->ForgetPassword();
     return copy;
 }
 
@@ -58,7 +59,40 @@ CacheInfoRecord ReadRecord(const IO::Location& folder)
         return {folder, std::make_shared<const CachedProjectInfo>(folder), {}};
     } catch (const OV::Exception& error) {
         return {folder, nullptr, error.GetMessage()};
+    } catch (const std::exception& error) {
+        // Whatever one file does costs the others nothing.
+        return {folder, nullptr,
+                OV::FormatText(u"Reading the cache \"%\" failed: %",
+                               {folder.ToDisplayText(), error.what()})};
     }
+}
+
+/// False when that cannot be told.
+bool IsGone(const IO::Location& cacheFolder)
+{
+    try {
+        return !IO::File::GetChangeStamp(cacheFolder.Appended(CacheInfoFormat::FileName));
+    } catch (const IO::IOException&) {
+        return false;
+    }
+}
+
+/// For a folder where a new cache would stand: another one is made beside what cannot be read, with
+/// all that waits in there.
+void WarnOfUnreadable(const IO::Location& cacheFolder)
+{
+    OV::UniString problem;
+    try {
+        if (IO::File::GetChangeStamp(cacheFolder.Appended(CacheInfoFormat::FileName)))
+            problem = ReadRecord(cacheFolder).problem;
+    } catch (const IO::IOException& error) {
+        problem = error.GetMessage();
+    }
+    if (!problem.empty())
+        OV::Logger::Error("SYClient",
+                          u"A new cache is made, for the one in \"%\" cannot be read. What was not "
+                          u"sent from there stays there. %",
+                          {cacheFolder.ToDisplayText(), problem});
 }
 
 }  // namespace
@@ -107,17 +141,24 @@ void CacheRegister::Refresh(const IO::Location& dataFolder)
     const std::uint64_t began = Changes();
     for (const auto& each : Compare(dataFolder, CacheFolders::Find(dataFolder), began))
         Read(dataFolder.Appended(each.name), each.stamp, began);
+    RefreshImages(dataFolder);
 }
 
 void CacheRegister::Read(const IO::Location& cacheFolder, const IO::ChangeStamp& stamp,
                          std::uint64_t began)
 {
     auto record = ReadRecord(cacheFolder);
+    // One that another process removed since it was found is not a damaged one.
+    const bool isGone = !record.info && IsGone(cacheFolder);
     const OV::LockGuard guard(lock_);
     const auto position = PositionOf(cacheFolder);
     // What was written here meanwhile is newer.
-    if (!position || entries_[*position].touched <= began)
+    if (position && entries_[*position].touched > began)
+        return;
+    if (!isGone)
         Put(std::move(record), stamp);
+    else if (position)
+        Remove(*position);
 }
 
 void CacheRegister::Look(const IO::Location& cacheFolder)
@@ -142,6 +183,7 @@ void CacheRegister::Written(const CachedProjectInfo& info)
     const IO::Location folder = info.GetCacheFolderLocation();
     auto copy = WithoutPassword(info);
     const OV::LockGuard guard(lock_);
+    NoteWriter(info);
     if (folders_.contains(folder.Parent()))
         Put({folder, std::move(copy), {}}, info.GetChangeStamp());
 }
@@ -186,7 +228,11 @@ void CacheRegister::Connect(std::size_t position)
     entry.key.clear();
     if (!entry.record.info)
         return;
-    entry.key = KeyOf(entry.record.folder.Parent(), ConnectionOf(*entry.record.info));
+    const auto connection = ConnectionOf(*entry.record.info);
+    // Half a cache is there to be removed, not to be opened.
+    if (CacheFolders::IsRemains(entry.record.folder, connection))
+        return;
+    entry.key = KeyOf(entry.record.folder.Parent(), connection);
     byConnection_.emplace(entry.key, position);
 }
 
@@ -293,11 +339,57 @@ std::optional<std::size_t> CacheRegister::Find(const IO::Location& dataFolder,
 
 // Shared images
 
-std::shared_ptr<CachedProjectInfo> CacheRegister::Shared(const IO::Location& cacheFolder) const
+std::shared_ptr<CachedProjectInfo> CacheRegister::Shared(const IO::Location& cacheFolder)
 {
-    const OV::LockGuard guard(lock_);
-    const auto position = PositionOf(cacheFolder);
-    return position ? entries_[*position].shared.lock() : nullptr;
+    const auto known = images_.find(cacheFolder);
+    auto image = known == images_.end() ? nullptr : known->second.shared.lock();
+    if (image)
+        known->second.owner = std::this_thread::get_id();
+    return image;
+}
+
+void CacheRegister::PutImage(const std::shared_ptr<CachedProjectInfo>& image)
+{
+    if (images_.size() >= imagesToDropAt_) {
+        std::erase_if(images_, [](const auto& each) { return each.second.shared.expired(); });
+        imagesToDropAt_ = std::max(imagesToDropAt_, 2 * images_.size());
+    }
+    images_[image->GetCacheFolderLocation()] = {image, image.get(), std::this_thread::get_id()};
+}
+
+/// An image is found by the folder that it last wrote to, and is the writing thread's.
+void CacheRegister::NoteWriter(const CachedProjectInfo& info)
+{
+    const auto isIt = [&](const Image& image) {
+        return image.address == &info && !image.shared.expired();
+    };
+    const auto here = images_.find(info.GetCacheFolderLocation());
+    if (here != images_.end() && isIt(here->second)) {
+        here->second.owner = std::this_thread::get_id();
+        return;
+    }
+    const auto moved = std::find_if(images_.begin(), images_.end(),
+                                    [&](const auto& each) { return isIt(each.second); });
+    if (moved == images_.end())
+        return;
+    const auto image = moved->second.shared.lock();
+    images_.erase(moved);
+    if (image)
+        PutImage(image);
+}
+
+void CacheRegister::RefreshImages(const IO::Location& dataFolder)
+{
+    OV::Array<std::shared_ptr<CachedProjectInfo>> own;
+    {
+        const OV::LockGuard guard(lock_);
+        for (const auto& [folder, image] : images_)
+            if (image.owner == std::this_thread::get_id() && folder.Parent() == dataFolder)
+                own.push_back(image.shared.lock());
+    }
+    for (const auto& image : own)
+        if (image)
+            image->Refresh();
 }
 
 std::shared_ptr<CachedProjectInfo>
@@ -306,17 +398,20 @@ CacheRegister::ShareUnlessShared(std::shared_ptr<CachedProjectInfo> image)
     auto copy = WithoutPassword(*image);
     const IO::Location folder = image->GetCacheFolderLocation();
     const OV::LockGuard guard(lock_);
-    if (const auto position = PositionOf(folder))
-        if (auto other = entries_[*position].shared.lock())
-            return other;
     Put({folder, std::move(copy), {}}, image->GetChangeStamp());
-    entries_[*PositionOf(folder)].shared = image;
+    if (auto other = Shared(folder))
+        return other;
+    PutImage(image);
     return image;
 }
 
 std::shared_ptr<CachedProjectInfo> CacheRegister::Share(const IO::Location& cacheFolder)
 {
-    auto image = Shared(cacheFolder);
+    std::shared_ptr<CachedProjectInfo> image;
+    {
+        const OV::LockGuard guard(lock_);
+        image = Shared(cacheFolder);
+    }
     if (!image || !CachedProjectInfo::CachedProjectInfoExist(cacheFolder))
         return ShareUnlessShared(std::make_shared<CachedProjectInfo>(cacheFolder));
     image->Refresh();
@@ -326,7 +421,14 @@ std::shared_ptr<CachedProjectInfo> CacheRegister::Share(const IO::Location& cach
 std::shared_ptr<CachedProjectInfo> CacheRegister::Create(const ConnectionInfo& connection,
                                                          const IO::Location& dataFolder)
 {
-    return ShareUnlessShared(std::make_shared<CachedProjectInfo>(connection, dataFolder));
+    WarnOfUnreadable(dataFolder.Appended(CacheFolders::MakeName(connection)));
+    const auto created = std::make_shared<CachedProjectInfo>(connection, dataFolder);
+    auto shared = ShareUnlessShared(created);
+    if (shared != created) {
+        shared->Refresh();
+        shared->SetProjectConnectionInfo(connection);
+    }
+    return shared;
 }
 
 }  // namespace SYC

@@ -4,9 +4,12 @@
 #include "IO/ExclusiveFile.hpp"
 #include "IO/IOException.hpp"
 #include "OVRoot/Exception.hpp"
+#include "Support/ChildProcess.hpp"
+#include "Support/LogCapture.hpp"
 #include "SyncraURL.hpp"
 
 #include <fcntl.h>
+#include <functional>
 #include <sys/stat.h>
 #include <thread>
 
@@ -89,10 +92,24 @@ TEST_F(RegisteredProjectsTest, FollowsTheDiskAndReadsOnlyWhatChanged)
     registry.RefreshCaches(HostFolder());
     EXPECT_EQ(Names(), (::Names{u"Arena", u"Bridge", u"Tower 2"}));
 
-    std::ofstream(Descriptor(tower)) << "<Cache><DataVersion>x";
-    registry.RefreshCaches(HostFolder());
-    EXPECT_EQ(Names(), (::Names{u"Arena", u"Bridge", u"!"}));
-    EXPECT_NE(Records().back().problem.find(u"CacheInfo.xml"), OV::UniString::npos);
+    // Whatever stands there costs only itself.
+    const fs::path odd = Descriptor(tower);
+    const std::function<void()> oddities[] = {
+        [&] { std::ofstream(odd) << "<Cache><DataVersion>x"; },
+        [&] { fs::resize_file(odd, std::uintmax_t{1} << 42); },
+        [&] { fs::remove(odd), mkfifo(odd.c_str(), 0600); },
+        [&] { fs::remove(odd), fs::create_symlink("/dev/zero", odd); },
+    };
+    for (const auto& make : oddities) {
+        make();
+        registry.RefreshCaches(HostFolder());
+        EXPECT_EQ(Names(), (::Names{u"Arena", u"Bridge", u"!"}));
+        EXPECT_NE(Records().back().problem.find(u"CacheInfo.xml"), OV::UniString::npos);
+    }
+    const LogCapture log;
+    EXPECT_EQ(registry.CreateCachedProjectInfo(Url(u"Tower"))->GetLocalFolderName(),
+              u"nexar_Tower_me 2");
+    EXPECT_TRUE(log.Mentions("nexar_Tower_me\" cannot be read")) << "what is left behind there";
     fs::remove_all(HostFolder().ToNativePath());
     registry.RefreshCaches(HostFolder());
     EXPECT_EQ(registry.GetCacheDataFolderNum(), 0u);
@@ -136,8 +153,11 @@ TEST_F(RegisteredProjectsTest, FindsByFolderAndByUrl)
         }
     registry.SetCaseSensitiveSearch(true);
     registry.Clear();
-    EXPECT_EQ(FolderOf(Url(u"BRIDGE")), upper);
+    auto url = Url(u"BRIDGE");
+    url.SetPassword(u"of another computer");
+    EXPECT_EQ(FolderOf(url), upper);
     EXPECT_EQ(registry.GetCacheDataFolderNum(), 1u) << "found without reading the others";
+    EXPECT_EQ(Names().size(), 5u) << "a list is never a part";
     EXPECT_THROW((void)registry.GetCacheInfo(IO::Location::FromUrlText(u"http://a/b"), true),
                  OV::IllegalArgumentException);
 }
@@ -240,15 +260,46 @@ TEST_F(RegisteredProjectsTest, AllWhoChangeAProjectShareOneImage)
     expectAll();
     registry.Clear();
     expectAll();
+
+    // Whatever the registry forgets, the image that somebody holds is found again.
+    const auto here = image->GetCacheFolderLocation();
+    const auto path = here.ToNativePath();
+    const auto folder = registry.GetSYDataFolder();
+    const std::function<void()> oblivions[] = {
+        [&] { registry.Clear(); },
+        [&] { registry.SetSYDataFolder(Folder(), true), registry.SetSYDataFolder(folder, true); },
+        [&] {
+            fs::rename(path, path + " away");
+            EXPECT_EQ(registry.GetCachedProjectInfo(here), nullptr);
+            fs::rename(path + " away", path);
+        },
+        [&] { registry.RemoveProject(here), (void)registry.CreateCachedProjectInfo(url); },
+    };
+    for (const auto& forget : oblivions) {
+        forget();
+        EXPECT_EQ(registry.GetCachedProjectInfo(url), image);
+    }
+    EXPECT_EQ(image->GetUserId(), u"") << "the new cache's";
+    CachedProjectInfo(here).SetRoleName(u"written by another");
+    registry.RefreshCaches(folder);
+    EXPECT_EQ(image->GetRoleName(), u"written by another");
+    const auto moved = here.Parent().Appended(u"moved");
+    fs::rename(path, moved.ToNativePath());
+    image->SetCacheFolder(moved);
+    EXPECT_EQ(registry.GetCachedProjectInfo(moved), image);
+    EXPECT_EQ(registry.GetCachedProjectInfo(here), nullptr);
 }
 
 TEST_F(RegisteredProjectsTest, RemovesACacheWholeAndOnlyWhenNobodySetsItUp)
 {
     auto cache = Make(u"Bridge");
     const auto folder = cache.GetCacheFolderLocation();
+    const auto host = HostFolder().ToNativePath();
     fs::create_directories(folder.ToNativePath() + "/data/deep");
     std::ofstream(folder.ToNativePath() + "/data/deep/file") << "x";
-    (void)Make(u"Stays");
+    const auto stays = Make(u"Stays");
+    const auto longest = HostFolder().Appended(OV::UniString(255, u'n'));
+    fs::copy(Descriptor(cache).parent_path(), longest.ToNativePath());
     registry.RegisterCaches(HostFolder());
     {
         const SYC::CacheFolders::NewFolder half(HostFolder(), u"half");
@@ -256,14 +307,49 @@ TEST_F(RegisteredProjectsTest, RemovesACacheWholeAndOnlyWhenNobodySetsItUp)
         const auto hold = IO::ExclusiveFile::TryOpen(folder.Appended(u"@CacheInfo.Lock"));
         EXPECT_THROW(registry.RemoveProject(folder), IO::IOException);
     }
-    fs::remove_all(HostFolder().ToNativePath() + "/half");
+    fs::remove_all(host + "/half");
     EXPECT_TRUE(registry.RemoveProject(folder));
     EXPECT_FALSE(registry.RemoveProject(folder));
+    EXPECT_TRUE(registry.RemoveProject(longest));
     EXPECT_EQ(Names(), ::Names{u"Stays"});
-    std::size_t left = 0;
-    for (const auto& entry : fs::directory_iterator(HostFolder().ToNativePath()))
-        left += entry.is_directory();
-    EXPECT_EQ(left, 1u);
+    const auto target = Descriptor(stays).parent_path();
+    fs::create_directory_symlink(target, host + "/link");
+    EXPECT_TRUE(registry.RemoveProject(HostFolder().Appended(u"link")));
+    EXPECT_EQ(std::distance(fs::directory_iterator(host), {}), 1);
+    EXPECT_EQ(std::distance(fs::directory_iterator(target), {}), 1) << "no lock file either";
+}
+
+TEST_F(RegisteredProjectsTest, ARemovalThatEndsEarlyLeavesACacheToBeRemovedAgain)
+{
+    const auto folder = Make(u"Bridge").GetCacheFolderLocation();
+    const auto host = HostFolder().ToNativePath();
+    fs::create_directories(folder.ToNativePath() + "/closed/deep");
+    for (const auto& each : {Folder().ToNativePath(), host, folder.ToNativePath()})
+        fs::permissions(each, fs::perms::all);
+    ChildProcess ordinary([&] {
+        if (geteuid() == 0 ? seteuid(65534) != 0
+                           : chmod((folder.ToNativePath() + "/closed").c_str(), 0500) != 0)
+            return 1;
+        registry.RegisterCaches(HostFolder());
+        try {
+            registry.RemoveProject(folder);
+            return 2;
+        } catch (const IO::IOException&) {
+        }
+        return registry.GetCacheInfo(folder, false) ? 3 : 0;
+    });
+    EXPECT_EQ(ordinary.Wait(), 0);
+    const auto left = HostFolder().Appended(u"nexar_Bridge_me.removed");
+    EXPECT_EQ(FolderOf(left), left.LastComponent());
+    EXPECT_EQ(FolderOf(Url(u"Bridge"), true), u"") << "not to be opened";
+    {
+        const auto hold = IO::ExclusiveFile::TryOpen(left.Appended(u"@CacheInfo.Lock"));
+        registry.RefreshCaches(HostFolder());
+        EXPECT_EQ(Names(), ::Names{}) << "somebody is at it";
+    }
+    fs::permissions(left.ToNativePath() + "/closed", fs::perms::all);
+    EXPECT_TRUE(registry.RemoveProject(left));
+    EXPECT_TRUE(fs::is_empty(host));
 }
 
 TEST_F(RegisteredProjectsTest, ThreadsReadWhileOthersWriteAndRefresh)
