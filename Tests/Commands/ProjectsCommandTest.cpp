@@ -72,6 +72,13 @@ TEST_F(ProjectsCommandTest, ListsFiltersAndForgets)
     EXPECT_EQ(Run({"projects", "forget", marco, "--yes"}).code, 1) << "a mail waits";
     EXPECT_EQ(Run({"projects", "forget", marco, "--yes", "--force"}).code, 0);
     EXPECT_EQ(Count(), 1u);
+
+    const std::string last = json::parse(Run({"projects", "--json"}).output).at(0).at("folder");
+    std::ofstream(last + "/CacheInfo.xml") << "<Cache>";
+    EXPECT_EQ(Run({"projects"}).code, 1);
+    EXPECT_EQ(Run({"projects", "forget", last, "--yes"}).code, 1) << "nobody knows what it holds";
+    EXPECT_EQ(Run({"projects", "forget", last, "--yes", "--force"}).code, 0);
+    EXPECT_EQ(Count(), 0u);
 }
 
 TEST_F(ProjectsCommandTest, OptionsMoveTheDataFolderForEveryCommand)

@@ -21,8 +21,8 @@ IO::Location DataFolder()
     SYC::RegisteredProjects::Init(SYC::RegisteredProjects::GetDefaultDataFolder());
     try {
         registry.RefreshData(false);
-    } catch (const OV::Exception& error) {
-        OV::Logger::Error("SYClient", u"%", {error.GetMessage()});
+    } catch (const std::exception& error) {
+        OV::Logger::Error("SYClient", u"%", {error.what()});
     }
     return registry.GetSYDataFolder();
 }
@@ -61,7 +61,7 @@ int DrawChart(const QCommandLineParser& options)
 }  // namespace
 
 int main(int argumentCount, char** arguments)
-{
+try {
     const QApplication application(argumentCount, arguments);
     QApplication::setApplicationName("syclient-desktop");
     QApplication::setApplicationVersion(SYCLIENT_VERSION);
@@ -86,4 +86,8 @@ int main(int argumentCount, char** arguments)
     window.SetLogin(parser.value("server"), parser.value("port").toInt(), parser.value("user"));
     window.show();
     return QApplication::exec();
+} catch (const std::exception& error) {
+    // Not even the folders of the user can be used.
+    std::cerr << "syclient-desktop: " << error.what() << '\n';
+    return 1;
 }

@@ -243,8 +243,11 @@ void MainWindow::ShowCached()
         registry.RefreshCaches(dataFolder_);
         registry.SearchCaches(dataFolder_, records);
         registry.FillProjects(projects, {}, {}, {}, records);
-    } catch (const OV::Exception& error) {
-        Say(::ToQt(error.GetMessage()));
+        for (const auto& record : records)
+            if (!record.info)
+                Say(::ToQt(record.problem));
+    } catch (const std::exception& error) {
+        Say(QString::fromUtf8(error.what()));
     }
     for (const auto& project : projects) {
         const auto& cache = project.GetCachedProjectInfo();

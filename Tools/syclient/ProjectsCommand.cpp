@@ -1,6 +1,7 @@
 #include "Commands.hpp"
 
 #include "CacheView.hpp"
+#include "ManagementTool/FileErrors.hpp"
 #include "Messaging/MailFile.hpp"
 #include "OVRoot/Exception.hpp"
 #include "OVRoot/Terminal.hpp"
@@ -125,20 +126,39 @@ bool Agrees(const std::string& question)
     return answer == "y" || answer == "Y" || answer == "yes";
 }
 
+struct ForgetView {
+    std::string project;
+    /// Why it is not to be removed just so.
+    std::string problem;
+    bool unsent = false;
+};
+
+/// Nobody knows what an unreadable cache holds; it can be removed like one with unsent changes.
+ForgetView LookAt(const IO::Location& folder)
+{
+    try {
+        const CachedProjectInfo cache(folder);
+        const std::string project = DescribeProject(cache);
+        return {project,
+                "The cache of " + project +
+                    " holds changes or mails that were not sent. Open the project and send them.",
+                HasUnsent(cache)};
+    } catch (const Syncra::Server::ManagementTool::Core::FileError& error) {
+        return {"\"" + ForDisplay(folder.LastComponent()) + "\"", ForDisplay(error.GetMessage()),
+                true};
+    }
+}
+
 void Forget(const ForgetArguments& arguments, Context& context)
 {
     const auto folder = FindCacheFolder(arguments.folder, context);
     if (folder.IsEmpty())
         return;
-    const CachedProjectInfo cache(folder);
-    const std::string project = DescribeProject(cache);
+    const auto [project, problem, unsent] = LookAt(folder);
     const std::string path = ForDisplay(folder.ToPath());
-    const bool unsent = HasUnsent(cache);
     if (unsent && !arguments.force) {
         context.exitCode = ExitCode::Failure;
-        context.output.Error("The cache of " + project +
-                             " holds changes or mails that were not sent. Open the project and "
-                             "send them, or lose them with --force.");
+        context.output.Error(problem + " --force removes it all the same.");
         return;
     }
     if (!arguments.yes &&
