@@ -37,11 +37,12 @@ public:
         : at_(line.data()), end_(at_ + line.size()), separator_(separator), fields_(fields)
     {}
 
-    /// Cuts if a separator stands here and the one before has ended.
+    /// Cuts if a separator stands here and the one before has ended. `place` may lie behind the end
+    /// of the line.
     void Try(const char* place)
     {
         const std::size_t length = separator_.size();
-        if (place < at_ || static_cast<std::size_t>(end_ - place) < length ||
+        if (place < at_ || end_ - place < static_cast<std::ptrdiff_t>(length) ||
             (length > 2 && std::memcmp(place, separator_.data(), length) != 0))
             return;
         fields_.emplace_back(at_, static_cast<std::size_t>(place - at_));

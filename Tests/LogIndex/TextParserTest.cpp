@@ -57,12 +57,13 @@ TEST(TextParserTest, SeparatorsCutWhereverTheyStand)
 {
     EXPECT_EQ(Split("a#!b#!#!c", "#!"), (Fields{"a", "b", "", "c"}));
     EXPECT_EQ(Split("one", "#!"), Fields{"one"});
+    using namespace std::string_literals;
     std::mt19937 random(5);
     for (int round = 0; round < 4000; ++round) {
         std::string line;
         for (auto length = random() % 24; length > 0; --length)
-            line += "#!a"[random() % 3];
-        for (const std::string separator : {"#!", "#", "##", "!#!"})
+            line += "#!a\0"s[random() % 4];
+        for (const auto& separator : {"#!"s, "#"s, "##"s, "!#!"s, "\0"s, "\0\0"s, "\0\0\0"s})
             ASSERT_EQ(Split(line, separator), SplitLiterally(line, separator)) << line;
     }
 }
