@@ -61,6 +61,10 @@ public:
     ChannelStatus Write(const T* value) = delete;
 };
 
+/// The same channels under the names that records of files are read and written by.
+using IBinaryChannel = IChannel;
+using OBinaryChannel = OChannel;
+
 /// Reads or writes one value after the other until one fails; the status of that one.
 template <class... Values>
 [[nodiscard]] ChannelStatus ReadInOrder(IChannel& channel, Values&... values)

@@ -8,9 +8,12 @@
 
 namespace OV {
 
+/// How a Ref counts its holders: atomically, beside the object.
+struct Counter {};
+
 /// Shared ownership with an atomic counter; dereferencing an empty holder throws
 /// NullReferenceException instead of being undefined.
-template <class T>
+template <class T, class Count = Counter>
 class Ref {
 public:
     Ref() noexcept = default;

@@ -50,6 +50,14 @@ ConnectionValidator::GetWorkingConnectionForServer(OV::UniStringView serverName,
     return found->second;
 }
 
+OV::UniString ConnectionValidator::GetWorkingHost(OV::UniStringView serverName,
+                                                  std::uint16_t port) const
+{
+    const auto working = GetWorkingConnectionForServer(serverName, port);
+    return working && !working->validatedHost.empty() ? working->validatedHost
+                                                      : OV::UniString(serverName);
+}
+
 OV::Array<ServerConnectionInfo> ConnectionValidator::GetWorkingConnections() const
 {
     OV::Array<ServerConnectionInfo> all;

@@ -20,6 +20,9 @@ public:
     /// Nothing when no connection to that server is known to work.
     [[nodiscard]] std::optional<ServerConnectionInfo>
     GetWorkingConnectionForServer(OV::UniStringView serverName, std::uint16_t port) const;
+    /// The name by which the server is reached: the one that is known to work, or its own.
+    [[nodiscard]] OV::UniString GetWorkingHost(OV::UniStringView serverName,
+                                               std::uint16_t port) const;
     /// All of them, in no particular order.
     [[nodiscard]] OV::Array<ServerConnectionInfo> GetWorkingConnections() const;
 

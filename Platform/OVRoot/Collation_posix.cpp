@@ -1,0 +1,40 @@
+#include "OVRoot/Collation.hpp"
+
+#include <clocale>
+#include <cstring>
+#include <locale.h>
+
+namespace OV {
+
+namespace {
+
+// The order is one of characters, so their coding belongs to it.
+constexpr int Categories = LC_COLLATE_MASK | LC_CTYPE_MASK;
+
+}  // namespace
+
+Collation::Collation(const String& locale)
+    : locale_(newlocale(Categories, locale.c_str(), locale_t{}))
+{}
+
+Collation::~Collation()
+{
+    if (locale_ != nullptr)
+        freelocale(static_cast<locale_t>(locale_));
+}
+
+int Collation::Compare(const String& left, const String& right) const noexcept
+{
+    return locale_ == nullptr
+               ? left.compare(right)
+               : strcoll_l(left.c_str(), right.c_str(), static_cast<locale_t>(locale_));
+}
+
+const Collation& Collation::OfUser()
+{
+    // Never destroyed: lines may be sorted until the process ends.
+    static const auto* const user = new Collation;
+    return *user;
+}
+
+}  // namespace OV
