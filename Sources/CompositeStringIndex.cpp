@@ -1,5 +1,7 @@
 #include "CompositeStringIndex.hpp"
 
+#include <typeinfo>
+
 namespace {
 
 auto LongerThan(const OV::UniString& prefix)
@@ -11,9 +13,8 @@ auto LongerThan(const OV::UniString& prefix)
 
 }  // namespace
 
-OV::Ref<IndexItem>
-CompositeStringIndex::ConvertComposite(const std::uint32_t& row,
-                                       const OV::Array<OV::UniString>& parts) const
+OV::Ref<IndexItem> CompositeStringIndex::ConvertComposite(const std::uint32_t& row,
+                                                          OV::Array<OV::UniString> parts)
 {
     OV::UniString key;
     for (const auto& part : parts)
@@ -21,21 +22,26 @@ CompositeStringIndex::ConvertComposite(const std::uint32_t& row,
     return OV::MakeRef<StringIndexItem>(row, std::move(key));
 }
 
-void CompositeStringIndex::MakeKey(const OV::Array<OV::StringView>& parts, OV::String& key) const
+/// A derived index may make other items.
+void CompositeStringIndex::AddRows(std::uint32_t count, const RowTexts& texts)
 {
-    key.clear();
-    for (const auto part : parts) {
-        key += part;
-        key += '/';
-    }
+    if (GetSize() > 0 || typeid(*this) != typeid(CompositeStringIndex))
+        return LogIndex::AddRows(count, texts);
+    Fill(count, texts, [](const OV::Array<OV::StringView>& parts, OV::String& key) {
+        key.clear();
+        for (const auto part : parts) {
+            key += part;
+            key += '/';
+        }
+    });
 }
 
-std::uint32_t CompositeStringIndex::FindFirstPart(const OV::UniString& prefix) const
+std::uint32_t CompositeStringIndex::FindFirstPart(OV::UniString prefix)
 {
     return StringIndex::FindFirst(prefix, LongerThan(prefix));
 }
 
-std::uint32_t CompositeStringIndex::FindLastPart(const OV::UniString& prefix) const
+std::uint32_t CompositeStringIndex::FindLastPart(OV::UniString prefix)
 {
     return StringIndex::FindLast(prefix, LongerThan(prefix));
 }

@@ -3,23 +3,21 @@
 #include "StringIndex.hpp"
 
 /// The rows of a log in the order of the texts of several columns, each followed by "/".
-class CompositeStringIndex final : public StringIndex {
+class CompositeStringIndex : public StringIndex {
 public:
     explicit CompositeStringIndex(OV::Array<std::uint32_t> fields)
         : StringIndex(fields.empty() ? 0 : fields.front(), Composite), fields_(std::move(fields))
     {}
 
-    [[nodiscard]] OV::Ref<IndexItem>
-    ConvertComposite(const std::uint32_t& row,
-                     const OV::Array<OV::UniString>& parts) const override;
-    [[nodiscard]] OV::Array<std::uint32_t> GetIndexedFields() const override { return fields_; }
+    [[nodiscard]] OV::Ref<IndexItem> ConvertComposite(const std::uint32_t& row,
+                                                      OV::Array<OV::UniString> parts) override;
+    [[nodiscard]] OV::Array<std::uint32_t> GetIndexedFields() override { return fields_; }
+    void AddRows(std::uint32_t count, const RowTexts& texts) override;
 
     /// As FindFirst and FindLast, for texts that begin with `prefix` and are longer than it.
-    [[nodiscard]] virtual std::uint32_t FindFirstPart(const OV::UniString& prefix) const;
-    [[nodiscard]] virtual std::uint32_t FindLastPart(const OV::UniString& prefix) const;
+    [[nodiscard]] virtual std::uint32_t FindFirstPart(OV::UniString prefix);
+    [[nodiscard]] virtual std::uint32_t FindLastPart(OV::UniString prefix);
 
 private:
-    void MakeKey(const OV::Array<OV::StringView>& parts, OV::String& key) const override;
-
     OV::Array<std::uint32_t> fields_;
 };

@@ -55,7 +55,7 @@ void EventLogUpdater::SortLines(OV::PagedArray<LogDataLine>& lines, LogDataLine:
         throw OV::IllegalArgumentException("Of " + std::to_string(lines.size()) +
                                            " lines at most " + std::to_string(MostSortedLines) +
                                            " can be sorted.");
-    const auto order = Select(Detail::RankLines(lines, field, ascending));
+    const auto order = Select(SYC::Detail::RankLines(lines, field, ascending));
     OV::Array<LogDataLine> former(std::make_move_iterator(lines.begin()),
                                   std::make_move_iterator(lines.end()));
     for (std::size_t at = 0; at < order.size(); ++at)

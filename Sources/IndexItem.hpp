@@ -12,15 +12,9 @@ public:
 
     /// Negative when this one sorts before `other`, 0 when neither sorts before the other, positive
     /// when it sorts behind. An item without a value has no order: 1 for itself, 0 for all others.
-    [[nodiscard]] virtual int Compare(const IndexItem* other) const
-    {
-        return this == other ? 1 : 0;
-    }
+    [[nodiscard]] virtual int Compare(IndexItem* other) const { return this == other ? 1 : 0; }
     /// 0, or OV::ChannelFailed.
-    [[nodiscard]] virtual int Write(OV::OChannel& channel) const
-    {
-        return channel.Write(position_);
-    }
+    [[nodiscard]] virtual int Write(OV::OChannel& channel) { return channel.Write(position_); }
     [[nodiscard]] virtual int Read(OV::IChannel& channel) { return channel.Read(position_); }
     /// The number of the row.
     [[nodiscard]] virtual std::uint32_t GetPosition() const { return position_; }

@@ -1,6 +1,7 @@
 #include "LogIndex.hpp"
 
 #include "Detail/IndexSearch.hpp"
+#include "Detail/Interruption.hpp"
 #include "OVRoot/Thread.hpp"
 
 #include <algorithm>
@@ -48,18 +49,17 @@ std::uint32_t Highest(const OV::StableArray<std::uint32_t>& rows)
 
 }  // namespace
 
-OV::Ref<IndexItem> LogIndex::Convert(const std::uint32_t& row, const OV::Object&) const
+OV::Ref<IndexItem> LogIndex::Convert(const std::uint32_t& row, const OV::Object&)
 {
     return OV::MakeRef<IndexItem>(row);
 }
 
-OV::Ref<IndexItem> LogIndex::ConvertComposite(const std::uint32_t& row,
-                                              const OV::Array<OV::UniString>&) const
+OV::Ref<IndexItem> LogIndex::ConvertComposite(const std::uint32_t& row, OV::Array<OV::UniString>)
 {
     return OV::MakeRef<IndexItem>(row);
 }
 
-OV::Ref<IndexItem> LogIndex::CreateElement() const
+OV::Ref<IndexItem> LogIndex::CreateElement()
 {
     return OV::MakeRef<IndexItem>();
 }
@@ -69,15 +69,16 @@ void LogIndex::Add(std::uint32_t row, const OV::Ref<OV::Object>& value)
     AddElement(row, Convert(row, *value));
 }
 
-void LogIndex::AddComposite(std::uint32_t row, const OV::Array<OV::UniString>& parts)
+void LogIndex::AddComposite(std::uint32_t row, OV::Array<OV::UniString> parts)
 {
-    AddElement(row, ConvertComposite(row, parts));
+    AddElement(row, ConvertComposite(row, std::move(parts)));
 }
 
 void LogIndex::AddRows(std::uint32_t count, const RowTexts& texts)
 {
     OV::Array<OV::StringView> parts;
     for (std::uint32_t row = 0; row < count; ++row) {
+        SYC::Detail::StopIfInterrupted();
         texts(row, parts);
         if (type_ == SingleColumn) {
             Add(row, OV::MakeRef<OV::UniStringObject>(OV::FromUtf8(parts.at(0))));
@@ -86,7 +87,7 @@ void LogIndex::AddRows(std::uint32_t count, const RowTexts& texts)
         OV::Array<OV::UniString> decoded;
         for (const auto part : parts)
             decoded.push_back(OV::FromUtf8(part));
-        AddComposite(row, decoded);
+        AddComposite(row, std::move(decoded));
     }
 }
 
@@ -103,7 +104,7 @@ void LogIndex::AddElement(const std::uint32_t&, OV::Ref<IndexItem> item)
 
 std::uint32_t LogIndex::LogSearch(const OV::Ref<IndexItem>& key) const
 {
-    return Detail::SearchIndex(
+    return SYC::Detail::SearchIndex(
         GetSize(), [&](std::uint32_t middle) { return items_[middle]->Compare(&*key); });
 }
 

@@ -25,14 +25,14 @@ public:
 
     /// A new element for a row with that value in the column.
     [[nodiscard]] virtual OV::Ref<IndexItem> Convert(const std::uint32_t& row,
-                                                     const OV::Object& value) const;
+                                                     const OV::Object& value);
     /// A new element for a row with those texts in the columns.
-    [[nodiscard]] virtual OV::Ref<IndexItem>
-    ConvertComposite(const std::uint32_t& row, const OV::Array<OV::UniString>& parts) const;
+    [[nodiscard]] virtual OV::Ref<IndexItem> ConvertComposite(const std::uint32_t& row,
+                                                              OV::Array<OV::UniString> parts);
     /// The columns, in the order of the key.
-    [[nodiscard]] virtual OV::Array<std::uint32_t> GetIndexedFields() const { return {field_}; }
+    [[nodiscard]] virtual OV::Array<std::uint32_t> GetIndexedFields() { return {field_}; }
     /// An empty element, for Read.
-    [[nodiscard]] virtual OV::Ref<IndexItem> CreateElement() const;
+    [[nodiscard]] virtual OV::Ref<IndexItem> CreateElement();
     /// GetData then gives these rows alone. Linear in rows and items.
     virtual void SetFilteredRows(OV::StableArray<std::uint32_t> rows);
     virtual void ResetFilter();
@@ -42,11 +42,12 @@ public:
 
     /// A null value throws OV::NullReferenceException.
     void Add(std::uint32_t row, const OV::Ref<OV::Object>& value);
-    void AddComposite(std::uint32_t row, const OV::Array<OV::UniString>& parts);
+    void AddComposite(std::uint32_t row, OV::Array<OV::UniString> parts);
     /// UTF-8 of the row's text, or of its parts in the order of GetIndexedFields, made for a row
     /// number counted from 0.
     using RowTexts = std::function<void(std::uint32_t row, OV::Array<OV::StringView>& parts)>;
-    /// As adding the rows 0 to `count` - 1 one by one, and quicker for many.
+    /// As adding the rows 0 to `count` - 1 one by one, and quicker for many. Throws
+    /// OV::InterruptedException when the calling thread is interrupted; there may be rows then.
     virtual void AddRows(std::uint32_t count, const RowTexts& texts);
 
     [[nodiscard]] std::uint32_t GetSize() const noexcept

@@ -2,6 +2,7 @@
 
 #include "Detail/LogRank.hpp"
 #include "IO/File.hpp"
+#include "IO/Folder.hpp"
 #include "OVRoot/Resources.hpp"
 
 #include <algorithm>
@@ -78,7 +79,7 @@ std::shared_ptr<LogTable> LogTable::Sorted(int column, bool ascending) const
     constexpr std::array fields{LogField::Time, LogField::User, LogField::Operation,
                                 LogField::Time, LogField::Size, LogField::Duration};
     const auto ranks =
-        Detail::RankLines(*lines_, fields.at(static_cast<std::size_t>(column) - 1), ascending);
+        SYC::Detail::RankLines(*lines_, fields.at(static_cast<std::size_t>(column) - 1), ascending);
     sortBy([&](std::uint32_t a, std::uint32_t b) { return ranks[a] < ranks[b]; });
     return sorted;
 }
@@ -92,5 +93,15 @@ void LogTable::Export(const IO::Location& file) const
             bytes += Cut(OV::ToUtf8(GetText(row, column)));
             bytes += column < ColumnCount ? "\"," : "\"\n";
         }
-    IO::File::Replace(file, bytes);
+    // Replacing would write through a link, to a file that the user did not name.
+    const auto folder = file.Parent();
+    const auto written =
+        folder.Appended(IO::Folder::GenerateUnusedName(folder, file.LastComponent() + u".new"));
+    try {
+        IO::File::Replace(written, bytes);
+        IO::File::Rename(written, file);
+    } catch (...) {
+        IO::File::Delete(written);
+        throw;
+    }
 }

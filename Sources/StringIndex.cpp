@@ -1,37 +1,42 @@
 #include "StringIndex.hpp"
 
 #include "Detail/IndexOrder.hpp"
+#include "Detail/Interruption.hpp"
 #include "OVRoot/Exception.hpp"
 
 #include <algorithm>
+#include <typeinfo>
 
-OV::Ref<IndexItem> StringIndex::Convert(const std::uint32_t& row, const OV::Object& value) const
+OV::Ref<IndexItem> StringIndex::Convert(const std::uint32_t& row, const OV::Object& value)
 {
     const auto* const text = dynamic_cast<const OV::UniStringObject*>(&value);
     return OV::MakeRef<StringIndexItem>(row, text == nullptr ? OV::UniString() : text->Get());
 }
 
-OV::Ref<IndexItem> StringIndex::CreateElement() const
+OV::Ref<IndexItem> StringIndex::CreateElement()
 {
     return OV::MakeRef<StringIndexItem>();
 }
 
-void StringIndex::MakeKey(const OV::Array<OV::StringView>& parts, OV::String& key) const
+/// A derived index may make other items.
+void StringIndex::AddRows(std::uint32_t count, const RowTexts& texts)
 {
-    key = parts.at(0);
+    if (GetSize() > 0 || typeid(*this) != typeid(StringIndex))
+        return LogIndex::AddRows(count, texts);
+    Fill(count, texts,
+         [](const OV::Array<OV::StringView>& parts, OV::String& key) { key = parts.at(0); });
 }
 
 /// All items stand in one block, and rows of one text share it.
-void StringIndex::AddRows(std::uint32_t count, const RowTexts& texts)
+void StringIndex::Fill(std::uint32_t count, const RowTexts& texts, MakeKey makeKey)
 {
-    if (GetSize() > 0)
-        return LogIndex::AddRows(count, texts);
-    Detail::IndexOrder order;
+    SYC::Detail::IndexOrder order;
     OV::Array<OV::StringView> parts;
     OV::String key;
     for (std::uint32_t row = 0; row < count; ++row) {
+        SYC::Detail::StopIfInterrupted();
         texts(row, parts);
-        MakeKey(parts, key);
+        makeKey(parts, key);
         order.Add(key);
     }
     const auto sorted = order.Sort();
@@ -47,7 +52,10 @@ const OV::UniString& StringIndex::Value(std::uint32_t pos) const
 {
     if (pos >= GetSize())
         throw OV::NullReferenceException();
-    return static_cast<const StringIndexItem&>(ItemAt(pos)).Value();
+    const IndexItem& item = ItemAt(pos);
+    if (typeid(item) != typeid(StringIndexItem))
+        throw OV::NullReferenceException();
+    return static_cast<const StringIndexItem&>(item).Value();
 }
 
 OV::UniString StringIndex::GetValueAt(std::uint32_t pos) const
@@ -55,16 +63,21 @@ OV::UniString StringIndex::GetValueAt(std::uint32_t pos) const
     return Value(pos);
 }
 
-std::uint32_t StringIndex::Find(const OV::UniString& value) const
+std::uint32_t StringIndex::Search(OV::UniString value) const
 {
-    return LogSearch(OV::MakeRef<StringIndexItem>(0, value));
+    return LogSearch(OV::MakeRef<StringIndexItem>(0, std::move(value)));
 }
 
-std::uint32_t StringIndex::FindFirst(const OV::UniString& start, const Matches& matches) const
+std::uint32_t StringIndex::Find(OV::UniString value)
+{
+    return Search(std::move(value));
+}
+
+std::uint32_t StringIndex::FindFirst(OV::UniString start, const Matches& matches) const
 {
     if (GetSize() == 0)
         return 0;
-    std::int64_t pos = std::min(StringIndex::Find(start), GetSize() - 1);
+    std::int64_t pos = std::min(Search(std::move(start)), GetSize() - 1);
     while (pos >= 0 && matches(Value(static_cast<std::uint32_t>(pos))))
         --pos;
     return static_cast<std::uint32_t>(pos + 1);
@@ -72,20 +85,20 @@ std::uint32_t StringIndex::FindFirst(const OV::UniString& start, const Matches& 
 
 /// The walk never asks for the last item, so a run that reaches the end of the index is told one
 /// short. Callers count on it.
-std::uint32_t StringIndex::FindLast(const OV::UniString& start, const Matches& matches) const
+std::uint32_t StringIndex::FindLast(OV::UniString start, const Matches& matches) const
 {
-    std::uint32_t pos = StringIndex::Find(start);
+    std::uint32_t pos = Search(std::move(start));
     while (pos + 1 < GetSize() && matches(Value(pos)))
         ++pos;
     return pos - 1;
 }
 
-std::uint32_t StringIndex::FindFirst(const OV::UniString& value) const
+std::uint32_t StringIndex::FindFirst(OV::UniString value)
 {
     return FindFirst(value, [&](const OV::UniString& each) { return each == value; });
 }
 
-std::uint32_t StringIndex::FindLast(const OV::UniString& value) const
+std::uint32_t StringIndex::FindLast(OV::UniString value)
 {
     return FindLast(value, [&](const OV::UniString& each) { return each == value; });
 }

@@ -1,6 +1,6 @@
 #include "StringIndexItem.hpp"
 
-int StringIndexItem::Compare(const IndexItem* other) const
+int StringIndexItem::Compare(IndexItem* other) const
 {
     const auto* const text = dynamic_cast<const StringIndexItem*>(other);
     if (text == nullptr)
@@ -9,7 +9,7 @@ int StringIndexItem::Compare(const IndexItem* other) const
     return order < 0 ? -1 : order == 0 ? 0 : 1;
 }
 
-int StringIndexItem::Write(OV::OChannel& channel) const
+int StringIndexItem::Write(OV::OChannel& channel)
 {
     const int status = IndexItem::Write(channel);
     return status == OV::ChannelOk ? channel.Write(OV::UniStringView(*value_)) : status;

@@ -17,8 +17,8 @@ public:
     {}
 
     /// By the text alone; 1 when `other` has none.
-    [[nodiscard]] int Compare(const IndexItem* other) const override;
-    [[nodiscard]] int Write(OV::OChannel& channel) const override;
+    [[nodiscard]] int Compare(IndexItem* other) const override;
+    [[nodiscard]] int Write(OV::OChannel& channel) override;
     [[nodiscard]] int Read(OV::IChannel& channel) override;
     [[nodiscard]] virtual OV::UniString GetValue() const { return *value_; }
 

@@ -1,12 +1,13 @@
 #include "Detail/IndexOrder.hpp"
 
 #include "Detail/IndexSearch.hpp"
+#include "Detail/Interruption.hpp"
 
 #include <algorithm>
 #include <bit>
 #include <numeric>
 
-namespace Detail {
+namespace SYC::Detail {
 
 namespace {
 
@@ -79,12 +80,16 @@ OV::Array<IndexOrder::Entry> IndexOrder::Sort() const
     // The texts in their order; malformed bytes may make equal texts of different ones.
     OV::Array<StringIndexItem::Text> decoded;
     decoded.reserve(texts_.size());
-    for (const OV::String* text : texts_)
+    for (const OV::String* text : texts_) {
+        StopIfInterrupted();
         decoded.push_back(std::make_shared<const OV::UniString>(OV::FromUtf8(*text)));
+    }
     OV::Array<std::uint32_t> order(decoded.size());
     std::iota(order.begin(), order.end(), 0U);
-    std::sort(order.begin(), order.end(),
-              [&](std::uint32_t a, std::uint32_t b) { return *decoded[a] < *decoded[b]; });
+    std::sort(order.begin(), order.end(), [&](std::uint32_t a, std::uint32_t b) {
+        StopIfInterrupted();
+        return *decoded[a] < *decoded[b];
+    });
     OV::Array<std::uint32_t> runOf(order.size());
     OV::Array<StringIndexItem::Text> texts;
     for (const std::uint32_t number : order) {
@@ -97,6 +102,7 @@ OV::Array<IndexOrder::Entry> IndexOrder::Sort() const
     CountTree before(texts.size());
     OV::Array<std::uint32_t> sizes(texts.size(), 0), places(rows_.size());
     for (std::uint32_t row = 0; row < rows_.size(); ++row) {
+        StopIfInterrupted();
         const std::uint32_t run = runOf[rows_[row]];
         const std::uint32_t begin = before.SumBefore(run);
         places[row] = PlaceInRun(row, begin, begin + sizes[run]);
@@ -118,6 +124,7 @@ OV::Array<IndexOrder::Entry> IndexOrder::Sort() const
     for (std::size_t run = 0; run < texts.size(); ++run) {
         free.FillWithOnes(sizes[run]);
         for (std::uint32_t left = sizes[run]; left-- > 0;) {
+            StopIfInterrupted();
             const std::uint32_t row = rowsOfRuns[starts[run] + left];
             sorted[starts[run] + free.TakeOne(places[row])] = {row, texts[run]};
         }
@@ -125,4 +132,4 @@ OV::Array<IndexOrder::Entry> IndexOrder::Sort() const
     return sorted;
 }
 
-}  // namespace Detail
+}  // namespace SYC::Detail

@@ -5,7 +5,7 @@
 
 #include <unordered_map>
 
-namespace Detail {
+namespace SYC::Detail {
 
 /// Finds the order that an index has after rows were added to it one by one, without adding them
 /// one by one.
@@ -24,6 +24,7 @@ public:
 
     /// The text of the next row, in UTF-8.
     void Add(const OV::String& text);
+    /// Throws OV::InterruptedException when the calling thread is interrupted.
     [[nodiscard]] OV::Array<Entry> Sort() const;
 
 private:
@@ -33,4 +34,4 @@ private:
     OV::Array<std::uint32_t> rows_;
 };
 
-}  // namespace Detail
+}  // namespace SYC::Detail

@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-namespace Detail {
+namespace SYC::Detail {
 
 /// The search of an index over `size` items; `compare` tells of a position whether its item sorts
 /// before the key (negative), with it (0) or behind it. The midpoint is rounded up, so position 0
@@ -30,4 +30,4 @@ template <class Compare>
     }
 }
 
-}  // namespace Detail
+}  // namespace SYC::Detail

@@ -4,7 +4,7 @@
 #include <numeric>
 #include <unordered_map>
 
-namespace Detail {
+namespace SYC::Detail {
 
 namespace {
 
@@ -101,4 +101,4 @@ OV::Array<std::uint32_t> RankLines(const OV::PagedArray<LogDataLine>& lines, Log
     }
 }
 
-}  // namespace Detail
+}  // namespace SYC::Detail

@@ -3,11 +3,11 @@
 #include "LogDataLine.hpp"
 #include "OVRoot/Containers.hpp"
 
-namespace Detail {
+namespace SYC::Detail {
 
 /// For each line the place of its key among the different keys of the field, from 0, best first.
 /// Keys that do not sort before one another count as one.
 [[nodiscard]] OV::Array<std::uint32_t> RankLines(const OV::PagedArray<LogDataLine>& lines,
                                                  LogDataLine::LogField field, bool ascending);
 
-}  // namespace Detail
+}  // namespace SYC::Detail

@@ -127,7 +127,7 @@ TEST(LogIndexTest, IsTheIndexThatTheRulesMakeHoweverItIsFilled)
             texts.push_back(u"k" + OV::ToText(static_cast<int>(random() % keys)));
             literal.Add(row, texts.back());
         }
-        const auto filled = OneByOne(texts);
+        auto filled = OneByOne(texts);
         for (const auto& index : {filled, AtOnce(texts)}) {
             ASSERT_EQ(index.GetSize(), count);
             ASSERT_EQ(index.GetData(true), literal.Data(0, 0xFFFFFFFF, true, nullptr)) << count;
@@ -212,6 +212,46 @@ TEST(LogIndexTest, CompositeKeysAreFoundByTheirBeginning)
         parts = {users[row], actions[row]};
     });
     EXPECT_EQ(same.GetUniqueKeys(), index.GetUniqueKeys());
+}
+
+/// A host's own index, with the signatures that it is given. It turns texts around, and stops.
+class HostIndex : public StringIndex {
+public:
+    using StringIndex::StringIndex;
+    struct Item : IndexItem {
+        int Compare(IndexItem*) const override { return 1; }
+        int Write(OV::OChannel&) override { return -7003; }
+    };
+    OV::Ref<IndexItem> Convert(const std::uint32_t& row, const OV::Object& value) override
+    {
+        if (row == 2)
+            stop.request_stop();
+        const auto& text = dynamic_cast<const OV::UniStringObject&>(value).Get();
+        return OV::Ref<IndexItem, OV::Counter>(
+            OV::MakeRef<StringIndexItem>(row, OV::UniString(text.rbegin(), text.rend())));
+    }
+    OV::Ref<IndexItem> ConvertComposite(const std::uint32_t&, OV::Array<OV::UniString>) override
+    {
+        return OV::MakeRef<Item>();
+    }
+    std::stop_source stop;
+};
+
+TEST(LogIndexTest, AHostsIndexMakesItsOwnItemsAndStopsWhenItIsAskedTo)
+{
+    HostIndex index(0);
+    const OV::InterruptionScope scope(index.stop.get_token());
+    const auto texts = [](std::uint32_t, OV::Array<OV::StringView>& parts) { parts = {"ab"}; };
+    EXPECT_THROW(index.AddRows(5, texts), OV::InterruptedException);
+    EXPECT_EQ(index.GetSize(), 3u);
+    EXPECT_EQ(index.GetUniqueKeys(), OV::Array<OV::UniString>{u"ba"});
+    StringIndex plain(0);
+    EXPECT_THROW(plain.AddRows(5, texts), OV::InterruptedException);
+    // Items without a text are told of, not read as if they had one.
+    for (StringIndex* each : {&plain, static_cast<StringIndex*>(&index)}) {
+        each->AddComposite(7, {u"x"});
+        EXPECT_THROW((void)each->GetUniqueKeys(), OV::NullReferenceException);
+    }
 }
 
 TEST(LogIndexTest, PlainIndexesKnowNoOrder)
