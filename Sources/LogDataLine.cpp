@@ -1,17 +1,19 @@
 #include "LogDataLine.hpp"
 
 #include "ActionNameTranslator.hpp"
+#include "Detail/ReadDecimal.hpp"
 #include "Display/ImageCoding.hpp"
 #include "ManagementTool/UserUtils.hpp"
+#include "OVRoot/Clock.hpp"
+#include "OVRoot/Collation.hpp"
 #include "OVRoot/LocalTime.hpp"
 #include "OVRoot/Resources.hpp"
 #include "TextChannel.hpp"
 
 #include <algorithm>
+#include <array>
 #include <atomic>
-#include <cstring>
-#include <limits>
-#include <optional>
+#include <utility>
 
 namespace {
 
@@ -21,34 +23,8 @@ std::uint64_t NextId() noexcept
     return next.fetch_add(1, std::memory_order_relaxed);
 }
 
-const std::shared_ptr<const OV::String>& EmptyBlock()
-{
-    static const auto block = [] {
-        OV::String bytes;
-        LogRecord().AppendTo(bytes);
-        return std::make_shared<const OV::String>(std::move(bytes));
-    }();
-    return block;
-}
-
-/// As "%d" reads a number: blanks, a sign, digits. One that needs more than 32 bits keeps its lower
-/// ones.
-std::optional<std::int32_t> ReadNumber(OV::UniStringView text)
-{
-    std::size_t at = text.find_first_not_of(u" \t\n\v\f\r");
-    if (at == OV::UniStringView::npos)
-        return std::nullopt;
-    const bool isNegative = text[at] == u'-';
-    at += isNegative || text[at] == u'+' ? 1 : 0;
-    const std::size_t first = at;
-    std::int64_t value = 0;
-    constexpr std::int64_t highest = std::numeric_limits<std::int64_t>::max() / 10 - 1;
-    for (; at < text.size() && text[at] >= u'0' && text[at] <= u'9'; ++at)
-        value = std::min(value, highest) * 10 + (text[at] - u'0');
-    if (at == first)
-        return std::nullopt;
-    return static_cast<std::int32_t>(isNegative ? -value : value);
-}
+/// The record of a line whose texts are empty and whose numbers are 0.
+constexpr std::array<char, LogRecord::NumberBytes> EmptyRecord{};
 
 /// The order of the decoded texts. Where two texts part in ASCII, their bytes tell it.
 bool IsLess(OV::StringView left, OV::StringView right)
@@ -68,12 +44,19 @@ bool IsLess(OV::StringView left, OV::StringView right)
 
 }  // namespace
 
-LogDataLine::LogDataLine() : block_(EmptyBlock()), record_(block_->data()), id_(NextId()) {}
+LogDataLine::LogDataLine() noexcept : id_(NextId()) {}
+
+LogDataLine::LogDataLine(LogDataLine&& other) noexcept
+    : block_(std::move(other.block_)), record_(std::exchange(other.record_, nullptr)),
+      id_(other.id_), sizeVal_(std::exchange(other.sizeVal_, 0)),
+      timeVal_(std::exchange(other.timeVal_, 0)), version_(other.version_),
+      timeText_(std::exchange(other.timeText_, TimeText::None))
+{}
 
 LogDataLine::LogDataLine(std::shared_ptr<const OV::String> block, const char* record,
                          const LogRecord& parsed)
     : block_(std::move(block)), record_(record), id_(NextId()), sizeVal_(parsed.sizeVal),
-      timeVal_(parsed.timeVal), version_(parsed.version)
+      timeVal_(parsed.timeVal), version_(parsed.version), timeText_(TimeText::OfNumber)
 {}
 
 LogDataLine& LogDataLine::operator=(const LogDataLine& other) noexcept
@@ -87,15 +70,17 @@ LogDataLine& LogDataLine::operator=(LogDataLine&& other) noexcept
 {
     block_.swap(other.block_);
     std::swap(record_, other.record_);
-    id_ = other.id_;
-    sizeVal_ = other.sizeVal_;
-    timeVal_ = other.timeVal_;
-    hasOwnTime_ = std::exchange(other.hasOwnTime_, hasOwnTime_);
+    std::swap(id_, other.id_);
+    std::swap(sizeVal_, other.sizeVal_);
+    std::swap(timeVal_, other.timeVal_);
+    std::swap(timeText_, other.timeText_);
     return *this;
 }
 
 OV::StringView LogDataLine::Rest() const noexcept
 {
+    if (block_ == nullptr)
+        return {EmptyRecord.data(), EmptyRecord.size()};
     return {record_, static_cast<std::size_t>(block_->data() + block_->size() - record_)};
 }
 
@@ -109,7 +94,7 @@ LogRecord LogDataLine::Record() const noexcept
 
 OV::StringView LogDataLine::OwnTime() const noexcept
 {
-    if (!hasOwnTime_)
+    if (timeText_ != TimeText::Own)
         return {};
     LogRecord record;
     const OV::StringView rest = Rest();
@@ -124,7 +109,6 @@ void LogDataLine::Adopt(const LogRecord& record, OV::StringView ownTime)
                   record.projectId.size() + record.comment.size() + ownTime.size());
     record.AppendTo(bytes);
     bytes.append(ownTime);
-    hasOwnTime_ = !ownTime.empty();
     block_ = std::make_shared<const OV::String>(std::move(bytes));
     record_ = block_->data();
     sizeVal_ = record.sizeVal;
@@ -151,7 +135,7 @@ bool operator==(const LogDataLine& left, const LogDataLine& right)
 
 OV::UniString LogDataLine::GetTime() const
 {
-    return hasOwnTime_ ? OV::FromUtf8(OwnTime()) : OV::ToText(timeVal_);
+    return timeText_ == TimeText::OfNumber ? OV::ToText(timeVal_) : OV::FromUtf8(OwnTime());
 }
 
 OV::UniString LogDataLine::GetTimeInDays() const
@@ -161,7 +145,7 @@ OV::UniString LogDataLine::GetTimeInDays() const
 
 OV::UniString LogDataLine::GetTimeString() const
 {
-    return OV::FormatLocalTime(timeVal_);
+    return timeText_ == TimeText::None ? OV::UniString() : OV::FormatLocalTime(timeVal_);
 }
 
 OV::UniString LogDataLine::GetOperationText() const
@@ -219,15 +203,17 @@ void LogDataLine::SetComment(OV::UniStringView comment)
 void LogDataLine::SetTime(OV::UniStringView time)
 {
     LogRecord record = Record();
-    record.timeVal = ReadNumber(time).value_or(timeVal_);
+    if (const auto seconds = SYC::Detail::ReadDecimal(time))
+        record.timeVal = OV::Seconds32(*seconds);
     Adopt(record, OV::ToUtf8(time));
+    timeText_ = TimeText::Own;
 }
 
 void LogDataLine::SetSize(OV::UniStringView size)
 {
     LogRecord record = Record();
-    if (const auto bytes = ReadNumber(size))
-        record.sizeVal = static_cast<std::uint32_t>(*bytes);
+    if (const auto bytes = SYC::Detail::ReadDecimal(size))
+        record.sizeVal = SYC::Detail::Bytes32(*bytes);
     Adopt(record, OwnTime());
 }
 
@@ -243,8 +229,8 @@ bool LogDataLine::Compare(const LogDataLine& a, const LogDataLine& b, LogField f
     case LogField::Size:
         return a.sizeVal_ < b.sizeVal_;
     case LogField::Operation:
-        return std::strcoll(OV::ToUtf8(a.GetOperationText()).c_str(),
-                            OV::ToUtf8(b.GetOperationText()).c_str()) < 0;
+        return OV::Collation::OfUser().Compare(OV::ToUtf8(a.GetOperationText()),
+                                               OV::ToUtf8(b.GetOperationText())) < 0;
     case LogField::Project:
         return IsLess(a.Record().project, b.Record().project);
     }
@@ -315,6 +301,7 @@ OV::ChannelStatus LogDataLine::Read(OV::IChannel& channel)
     record.project = project;
     record.projectId = projectId;
     record.comment = comment;
-    Adopt(record, {});
+    Adopt(record);
+    timeText_ = TimeText::OfNumber;
     return status;
 }

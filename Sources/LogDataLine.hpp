@@ -23,11 +23,13 @@ public:
     };
 
     /// Empty but for its sequence number, which counts the lines of this process.
-    LogDataLine();
+    LogDataLine() noexcept;
     LogDataLine(const LogDataLine&) = default;
-    LogDataLine(LogDataLine&&) noexcept = default;
+    /// Leaves `other` empty but for its version.
+    LogDataLine(LogDataLine&& other) noexcept;
     /// Everything but the version, which stays: lines that change places leave it behind.
     LogDataLine& operator=(const LogDataLine& other) noexcept;
+    /// The same; `other` gets what this line was.
     LogDataLine& operator=(LogDataLine&& other) noexcept;
     ~LogDataLine() = default;
 
@@ -44,7 +46,7 @@ public:
 
     [[nodiscard]] OV::UniString GetUser() const { return OV::FromUtf8(Record().user); }
     [[nodiscard]] OV::UniString GetLoginName() const { return OV::FromUtf8(Record().loginName); }
-    /// Decimal seconds since 1970-01-01 UTC, as they arrived.
+    /// Decimal seconds since 1970-01-01 UTC, as they arrived; empty while none were set.
     [[nodiscard]] OV::UniString GetTime() const;
     /// "12s".
     [[nodiscard]] OV::UniString GetDuration() const { return OV::FromUtf8(Record().duration); }
@@ -57,7 +59,7 @@ public:
     [[nodiscard]] OV::UniString GetComment() const { return OV::FromUtf8(Record().comment); }
     /// "5 minutes ago", by the clock of now.
     [[nodiscard]] OV::UniString GetTimeInDays() const;
-    /// Local date and time, "2026-11-24 13:05:09".
+    /// Local date and time, "2026-11-24 13:05:09"; empty while no time was set.
     [[nodiscard]] OV::UniString GetTimeString() const;
     /// For people; the operation itself when it is not known.
     [[nodiscard]] OV::UniString GetOperationText() const;
@@ -74,13 +76,14 @@ public:
 
     void SetUser(OV::UniStringView user);
     void SetLoginName(OV::UniStringView loginName);
-    /// Decimal seconds; a text that begins with no number leaves the time as it was.
+    /// Decimal seconds; a text that begins with no number leaves the number as it was. What 32 bits
+    /// cannot hold is the nearest time that they can.
     void SetTime(OV::UniStringView time);
     /// Seconds; an empty text stands for 0.
     void SetDuration(OV::UniStringView duration);
     /// The duration as it is shown.
     void SetDurationText(OV::UniStringView text);
-    /// Bytes in decimal; the text itself is not kept.
+    /// Bytes in decimal, 4 GiB - 1 at most; the text itself is not kept.
     void SetSize(OV::UniStringView size);
     void SetOperation(OV::UniStringView operation);
     void SetProject(OV::UniStringView project);
@@ -106,18 +109,25 @@ public:
 private:
     void Set(OV::StringView LogRecord::*member, OV::UniStringView text);
     /// Makes `record`, of any texts, the only one of a block of its own.
-    void Adopt(const LogRecord& record, OV::StringView ownTime);
+    void Adopt(const LogRecord& record, OV::StringView ownTime = {});
     /// The block from this record on.
     [[nodiscard]] OV::StringView Rest() const noexcept;
     /// The time as it arrived, where it is kept.
     [[nodiscard]] OV::StringView OwnTime() const noexcept;
 
+    /// What GetTime tells.
+    enum class TimeText : std::uint8_t {
+        None,      ///< nothing: no time was set
+        OfNumber,  ///< the number
+        Own,       ///< the text behind the record, up to the end of the block
+    };
+
+    /// Null when all texts are empty.
     std::shared_ptr<const OV::String> block_;
     const char* record_ = nullptr;
     std::uint64_t id_;
     std::uint32_t sizeVal_ = 0;
     std::int32_t timeVal_ = 0;
     std::int16_t version_ = 0;
-    /// The record is followed by the time as it arrived, to the end of the block.
-    bool hasOwnTime_ = false;
+    TimeText timeText_ = TimeText::None;
 };

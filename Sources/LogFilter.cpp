@@ -24,19 +24,36 @@ private:
     std::unordered_map<OV::StringView, bool> known_;
 };
 
+/// Whether a text of a record is the wanted one. Texts count as they are told: malformed bytes may
+/// spell one in several ways.
+class TextFilter {
+public:
+    explicit TextFilter(const std::optional<OV::UniString>& text)
+        : text_(text), utf8_(OV::ToUtf8(text.value_or(u"")))
+    {}
+
+    [[nodiscard]] bool Takes(OV::StringView text)
+    {
+        if (!text_ || text == utf8_)
+            return true;
+        const auto [known, isNew] = known_.try_emplace(text, false);
+        if (isNew)
+            known->second = OV::FromUtf8(text) == *text_;
+        return known->second;
+    }
+
+private:
+    const std::optional<OV::UniString>& text_;
+    OV::String utf8_;
+    std::unordered_map<OV::StringView, bool> known_;
+};
+
 }  // namespace
 
 OV::Array<std::uint32_t> LogFilter::Select(const OV::PagedArray<LogDataLine>& lines) const
 {
-    const OV::String wantedProject = OV::ToUtf8(projectId.value_or(u""));
+    TextFilter projects(projectId), users(user);
     OperationFilter operations(operationText);
-    std::unordered_map<OV::StringView, bool> users;
-    const auto isWantedUser = [&](OV::StringView name) {
-        const auto [known, isNew] = users.try_emplace(name, false);
-        if (isNew)
-            known->second = OV::FromUtf8(name) == *user;
-        return known->second;
-    };
     OV::Array<std::uint32_t> rows;
     std::uint32_t row = 0;
     for (const LogDataLine& line : lines) {
@@ -44,8 +61,8 @@ OV::Array<std::uint32_t> LogFilter::Select(const OV::PagedArray<LogDataLine>& li
         if (line.GetTimeVal() < from || line.GetTimeVal() > to || line.GetSizeVal() < smallestSize)
             continue;
         const LogRecord record = line.Record();
-        if ((!projectId || record.projectId == wantedProject) &&
-            (!user || isWantedUser(record.user)) && operations.Takes(line, record.operation))
+        if (projects.Takes(record.projectId) && users.Takes(record.user) &&
+            operations.Takes(line, record.operation))
             rows.push_back(here);
     }
     return rows;

