@@ -1,18 +1,18 @@
 #include "PerformanceData.hpp"
 
+#include "Detail/Interruption.hpp"
 #include "ManagementTool/UserUtils.hpp"
-#include "OVRoot/Thread.hpp"
+#include "OVRoot/SecureWipe.hpp"
 #include "SYClientBase/ConnectionValidator.hpp"
 #include "SYClientBase/SyncraClientFactory.hpp"
 #include "TextChannel.hpp"
 
+#include <algorithm>
 #include <bit>
 
 namespace {
 
 using ChartType = EventLogObserver::ChartType;
-
-constexpr std::uint32_t StreamVersion = 3;
 
 /// Reads values in turn until one fails.
 class Reader {
@@ -108,6 +108,8 @@ private:
     OV::ChannelStatus status_ = OV::ChannelOk;
 };
 
+using SYC::Detail::StopIfInterrupted;
+
 constexpr auto TransferPair = [](auto& stream, auto& pair) {
     stream(pair.first);
     stream(pair.second);
@@ -141,6 +143,12 @@ const auto& Require(const Table& table, const Key& key)
     if (found == table.end())
         throw OV::IllegalReferenceException(OV::StringView("The statistics hold no such record."));
     return found->second;
+}
+
+template <class List>
+std::int16_t Count(const List& list)
+{
+    return static_cast<std::int16_t>(std::min<std::size_t>(list.size(), 0x7FFF));
 }
 
 template <class List, class Table>
@@ -211,37 +219,43 @@ void PerformanceData::UpdateProjectMembers(Syncra::Client::SyncraClient& client,
 {
     project.members =
         Syncra::Server::ManagementTool::Core::UserUtils::GetMemberList(client, project.key);
-    project.countA = static_cast<std::int16_t>(project.members.size());
+    project.countA = Count(project.members);
 }
 
 bool PerformanceData::UpdateProjectCache(const OV::UniString& host, std::int16_t port,
                                          const OV::UniString& user, const OV::UniString& password)
 {
     const auto number = static_cast<std::uint16_t>(port);
-    const auto working =
-        SYCB::ConnectionValidator::GetInstance().GetWorkingConnectionForServer(host, number);
-    if (OV::Thread::IsInterrupted())
+    try {
+        Syncra::Client::SignInData server{
+            SYCB::ConnectionValidator::GetInstance().GetWorkingHost(host, number), number, user,
+            password};
+        const OV::SecureWipeGuard<char16_t> wipe(server.password);
+        Refresh(server);
+        return true;
+    } catch (const OV::InterruptedException&) {
         return false;
-    const auto client = SYCB::CreateSyncraClient(
-        {working && !working->validatedHost.empty() ? working->validatedHost : host, number, user,
-         password});
-    if (OV::Thread::IsInterrupted())
-        return false;
-    for (const auto& known : client->GetProjects()) {
-        if (OV::Thread::IsInterrupted())
-            return false;
+    }
+}
+
+void PerformanceData::Refresh(const Syncra::Client::SignInData& server)
+{
+    StopIfInterrupted();
+    connection_.client = SYCB::CreateSyncraClient(server);
+    auto& client = *connection_.client;
+    StopIfInterrupted();
+    for (const auto& known : client.GetProjects()) {
+        StopIfInterrupted();
         ProjectCache project = HasProject(known.id) ? GetProject(known.id) : ProjectCache();
         project.title = known.name;
         project.key = known.id;
         project.flag = known.state == Syncra::Protocol::ProjectState::Active ? 1 : 0;
-        UpdateProjectMembers(*client, project);
-        if (OV::Thread::IsInterrupted())
-            return false;
-        project.countB = static_cast<std::int16_t>(
-            project.members.empty() ? 0 : client->GetAllSessions(known.id).size());
+        UpdateProjectMembers(client, project);
+        StopIfInterrupted();
+        project.countB =
+            project.members.empty() ? std::int16_t(0) : Count(client.GetAllSessions(known.id));
         UpdateProject(std::move(project));
     }
-    return true;
 }
 
 OV::ChannelStatus PerformanceData::Read(OV::IChannel& channel)

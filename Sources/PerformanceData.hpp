@@ -2,6 +2,7 @@
 
 #include "ChartDataLine.hpp"
 #include "OVRoot/Channel.hpp"
+#include "OVRoot/Ref.hpp"
 #include "ProjectCache.hpp"
 #include "SyncraClient/SyncraClient.hpp"
 
@@ -41,10 +42,18 @@ public:
     /// is that of the model service, above 32767 a negative number.
     bool UpdateProjectCache(const OV::UniString& host, std::int16_t port, const OV::UniString& user,
                             const OV::UniString& password);
-    /// Asks for the record's members anew. Throws as the requests of SyncraClient do.
+    /// Asks for the record's members anew, on the connection of the last UpdateProjectCache of this
+    /// object; a copy has none. Throws as the requests of SyncraClient do,
+    /// OV::NullReferenceException without a connection.
+    void UpdateProjectMembers(ProjectCache& project)
+    {
+        UpdateProjectMembers(*connection_.client, project);
+    }
+    /// The same on another connection.
     static void UpdateProjectMembers(Syncra::Client::SyncraClient& client, ProjectCache& project);
 
-    /// Version 3 of the format. Drops what was there; another version throws OV::Exception
+    static constexpr std::uint32_t StreamVersion = 3;
+    /// The stream of that version. Drops what was there; another version throws OV::Exception
     /// ("Invalid cache version."), a stream that ends early gives what stands before its end and
     /// fails.
     [[nodiscard]] OV::ChannelStatus Read(OV::IChannel& channel);
@@ -53,6 +62,20 @@ public:
     friend bool operator==(const PerformanceData&, const PerformanceData&) = default;
 
 private:
+    /// It belongs to the object, not to its value.
+    struct Connection {
+        Connection() = default;
+        Connection(const Connection&) noexcept {}
+        Connection& operator=(const Connection&) noexcept { return *this; }
+        ~Connection() = default;
+        friend bool operator==(const Connection&, const Connection&) noexcept { return true; }
+
+        OV::Ref<Syncra::Client::SyncraClient> client;
+    };
+
+    void Refresh(const Syncra::Client::SignInData& server);
+
     std::map<OV::UniString, ProjectCache> projects_;
     std::map<ChartType, ChartDataLine> chartLines_;
+    Connection connection_;
 };

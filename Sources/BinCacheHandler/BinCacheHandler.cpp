@@ -1,182 +1,48 @@
 #include "BinCacheHandler/BinCacheHandler.hpp"
 
-#include "IO/File.hpp"
-#include "IO/Folder.hpp"
-#include "IO/IOException.hpp"
-#include "IO/SpecialFolder.hpp"
-#include "OVRoot/MemoryChannels.hpp"
-#include "OVRoot/Thread.hpp"
+#include "Detail/LogCacheFiles.hpp"
+#include "Detail/LogCacheLines.hpp"
 
 #include <algorithm>
-#include <unordered_map>
 
 namespace SYC {
 
-namespace {
-
-constexpr OV::UniStringView Extension = u".che";
-constexpr OV::UniStringView PerformanceName = u"performance.che";
-constexpr OV::UniStringView LockName = u"che.lck";
-constexpr std::uint32_t LockWaitMilliseconds = 50;
-constexpr std::size_t PartLines = 65'536;
-/// Enough for the first screen of a list, however large it is.
-constexpr std::size_t PreviewBytes = 128 * 1024;
-
-/// The place `name` in `folder`; throws `message` when it would be none, or another than that.
-IO::Location Form(const IO::Location& folder, const OV::UniString& name, OV::StringView message,
-                  OV::SourcePlace place = OV::SourcePlace::Here())
-{
-    const IO::Location location = folder.Appended(name);
-    if (name == u"." || name == u".." || !location.IsLegal())
-        throw BinCacheHandlerException(message, place);
-    return location;
-}
-
-/// Runs `step`; its failures become `message`.
-template <class Step>
-auto Try(OV::StringView message, Step&& step, OV::SourcePlace place = OV::SourcePlace::Here())
-{
-    try {
-        return step();
-    } catch (const IO::IOException& cause) {
-        throw BinCacheHandlerException(message, place, cause.Clone());
-    }
-}
-
-OV::Array<OV::UniString> FileNames(const IO::Location& folder)
-{
-    if (!Try("Failed to get main folder.", [&] { return IO::Folder::Exists(folder); }))
-        throw BinCacheHandlerException(OV::StringView("Failed to get main folder."));
-    OV::Array<OV::UniString> names;
-    Try("Failed to get project file names.", [&] {
-        IO::Folder::Enumerate(folder, [&](const IO::Folder::Entry& entry) {
-            if (!entry.isFolder)
-                names.push_back(entry.name);
-            return true;
-        });
-    });
-    std::sort(names.begin(), names.end());
-    return names;
-}
-
-/// Another process may be flushing; it does not hold the marker for ever, and not at all when it
-/// is gone.
-IO::ExclusiveFile HoldMarker(const IO::Location& folder)
-{
-    constexpr OV::StringView message = "Failed to  to create cache lock file location.";
-    const auto location = Form(folder, OV::UniString(LockName), message);
-    for (;;) {
-        if (auto held = Try(message, [&] { return IO::ExclusiveFile::TryOpen(location); }))
-            return std::move(*held);
-        OV::Thread::Sleep(LockWaitMilliseconds);
-    }
-}
-
-/// The records of each project, in the order of the lines.
-std::unordered_map<OV::StringView, OV::String>
-RecordsByProject(const OV::PagedArray<LogDataLine>& lines)
-{
-    std::unordered_map<OV::StringView, OV::String> records;
-    auto current = records.end();
-    for (const LogDataLine& line : lines) {
-        const OV::StringView project = line.Record().projectId;
-        if (project.empty())
-            throw BinCacheHandlerException(OV::StringView("Project id is empty"));
-        if (current == records.end() || current->first != project)
-            current = records.try_emplace(project).first;
-        line.AppendRecord(current->second);
-    }
-    return records;
-}
-
-/// Shows the lines of the beginning of a file.
-void Preview(OV::String bytes, const BinCacheHandler::Progress& progress, std::uint64_t total)
-{
-    const auto block = std::make_shared<const OV::String>(std::move(bytes));
-    OV::StringView rest = *block;
-    OV::PagedArray<LogDataLine> lines;
-    LogRecord record;
-    while (const std::size_t length = record.Parse(rest)) {
-        lines.emplace_back(block, rest.data(), record);
-        rest.remove_prefix(length);
-    }
-    if (!progress(lines, 0, total))
-        throw OV::InterruptedException();
-}
-
-/// Reads the lines of files part by part.
-class Loader {
-public:
-    Loader(const BinCacheHandler::Progress& progress, std::uint64_t total)
-        : progress_(progress), total_(total)
-    {}
-
-    void Load(OV::String bytes)
-    {
-        const auto block = std::make_shared<const OV::String>(std::move(bytes));
-        OV::StringView rest = *block;
-        LogRecord record;
-        while (const std::size_t length = record.Parse(rest)) {
-            part_.emplace_back(block, rest.data(), record);
-            rest.remove_prefix(length);
-            if (part_.size() >= PartLines)
-                FinishPart(block->size() - rest.size());
-        }
-        FinishPart(block->size());
-        done_ += block->size();
-    }
-    [[nodiscard]] OV::PagedArray<LogDataLine> TakeLines() { return std::move(lines_); }
-
-private:
-    void FinishPart(std::uint64_t doneOfFile)
-    {
-        if (OV::Thread::IsInterrupted() ||
-            (progress_ && !progress_(part_, done_ + doneOfFile, total_)))
-            throw OV::InterruptedException();
-        if (lines_.empty())
-            lines_.swap(part_);
-        else
-            lines_.insert(lines_.end(), std::make_move_iterator(part_.begin()),
-                          std::make_move_iterator(part_.end()));
-        part_.clear();
-    }
-
-    const BinCacheHandler::Progress& progress_;
-    std::uint64_t total_;
-    std::uint64_t done_ = 0;
-    OV::PagedArray<LogDataLine> part_;
-    OV::PagedArray<LogDataLine> lines_;
-};
-
-}  // namespace
+namespace LogCacheFiles = Detail::LogCacheFiles;
+namespace LogCacheLines = Detail::LogCacheLines;
 
 BinCacheHandler::BinCacheHandler(const OV::UniString& name)
+    : folder_(LogCacheFiles::MakeFolder(name)), state_{
+                                                    std::make_shared<const Lines>(),
+                                                    std::make_shared<const LogCacheLines::Files>(),
+                                                    std::make_shared<const PerformanceData>(),
+                                                    nullptr}
 {
-    constexpr OV::StringView message =
-        "Failed to start cache handler: failed to create folder location.";
-    IO::Location location = IO::GetSpecialFolder(IO::SpecialFolder::ApplicationData);
-    for (const auto& level : {OV::UniString(u"Orvant"), OV::UniString(u"ServerManagerCache"), name})
-        location = Form(location, level, message);
-    Try("Failed to to create main folder.", [&] { IO::Folder::CreateTree(location); });
-    folder_ = location;
+    state_.keptStatistics = state_.statistics;
 }
 
-void BinCacheHandler::SetProjectData(const OV::PagedArray<LogDataLine>& lines)
+BinCacheHandler::State BinCacheHandler::GetState() const
 {
     const OV::LockGuard guard(lock_);
-    projectData_ = lines;
-    NoteLastTimes(projectData_);
+    return state_;
 }
 
-void BinCacheHandler::NoteLastTimes(const OV::PagedArray<LogDataLine>& lines)
+void BinCacheHandler::SetProjectData(const Lines& lines)
 {
-    OV::UniString current;
+    // A copy, not an assignment: lines that are assigned keep the version of their place.
+    auto copy = std::make_shared<const Lines>(lines);
+    const OV::LockGuard guard(lock_);
+    NoteLastTimes(*copy);
+    state_.lines.swap(copy);
+}
+
+void BinCacheHandler::NoteLastTimes(const Lines& lines)
+{
     std::int32_t* newest = nullptr;
-    OV::StringView currentBytes;
+    OV::StringView current;
     for (const LogDataLine& line : lines) {
         const OV::StringView project = line.Record().projectId;
-        if (newest == nullptr || project != currentBytes) {
-            currentBytes = project;
+        if (newest == nullptr || project != current) {
+            current = project;
             newest =
                 &lastLogTimes_.try_emplace(OV::FromUtf8(project), line.GetTimeVal()).first->second;
         }
@@ -184,10 +50,10 @@ void BinCacheHandler::NoteLastTimes(const OV::PagedArray<LogDataLine>& lines)
     }
 }
 
-void BinCacheHandler::GetProjectData(OV::PagedArray<LogDataLine>& out) const
+void BinCacheHandler::GetProjectData(Lines& out) const
 {
-    const OV::LockGuard guard(lock_);
-    out = projectData_;
+    Lines copy(*GetState().lines);
+    out.swap(copy);
 }
 
 std::int32_t BinCacheHandler::GetLastLogTime(const OV::UniString& projectId) const
@@ -199,80 +65,90 @@ std::int32_t BinCacheHandler::GetLastLogTime(const OV::UniString& projectId) con
 
 void BinCacheHandler::SetPerformanceData(const PerformanceData& data)
 {
+    auto copy = std::make_shared<const PerformanceData>(data);
     const OV::LockGuard guard(lock_);
-    performanceData_ = data;
+    if (*state_.statistics != data)
+        state_.statistics.swap(copy);
 }
 
 void BinCacheHandler::GetPerformanceData(PerformanceData& out) const
 {
-    const OV::LockGuard guard(lock_);
-    out = performanceData_;
+    out = *GetState().statistics;
 }
 
-void BinCacheHandler::FlushCacheData() const
+void BinCacheHandler::FlushCacheData()
 {
-    const OV::LockGuard guard(lock_);
-    (void)FileNames(folder_);
-    IO::ExclusiveFile marker = HoldMarker(folder_);
-    WriteAll();
-    marker.DeleteAndClose();
-}
-
-void BinCacheHandler::WriteAll() const
-{
-    const auto performance =
-        Form(folder_, OV::UniString(PerformanceName),
-             "Failed to create performance cache: failed to create performance cache file "
-             "location.");
-    OV::MemoryOChannel channel;
-    (void)performanceData_.Write(channel);  // memory takes everything
-    Try("Failed to create performance cache: failed to create performance cache channel.",
-        [&] { IO::File::Replace(performance, channel.Bytes()); });
-    for (const auto& entry : RecordsByProject(projectData_)) {
-        constexpr OV::StringView message = "Failed to  to create project cache file location.";
-        const auto name = OV::FromUtf8(entry.first) + OV::UniString(Extension);
-        if (name == PerformanceName)
-            throw BinCacheHandlerException(message);
-        const auto location = Form(folder_, name, message);
-        Try("Failed to create project cache: failed to create project cache channel.",
-            [&] { IO::File::Replace(location, entry.second); });
+    (void)LogCacheFiles::Names(folder_);
+    auto marker = LogCacheFiles::HoldMarker(folder_);
+    const State state = GetState();
+    std::exception_ptr failure;
+    try {
+        LogCacheFiles::WriteStatistics(folder_, *state.statistics,
+                                       state.statistics != state.keptStatistics);
+    } catch (const BinCacheHandlerException&) {
+        failure = std::current_exception();
     }
+    auto written = LogCacheLines::Write(folder_, *state.lines, *state.files);
+    TakeWritten(state, written, failure == nullptr);
+    if (!failure)
+        failure = written.failure;
+    if (failure)
+        std::rethrow_exception(failure);
+    LogCacheFiles::DeleteMarker(std::move(marker));
 }
 
-void BinCacheHandler::ReadPerformanceData()
+void BinCacheHandler::TakeWritten(const State& state, LogCacheLines::Written& written,
+                                  bool areStatisticsWritten)
 {
-    const auto location = Form(folder_, OV::UniString(PerformanceName),
-                               "Failed to  to create performance cache file location.");
-    const OV::String bytes = Try("Failed to  to create performance cache file location.", [&] {
-        return IO::File::ReadAll(location, IO::File::MostOfLogFile);
-    });
-    OV::MemoryIChannel channel(bytes);
-    (void)performanceData_.Read(channel);  // what is there of a damaged one counts
+    std::shared_ptr<const Lines> lines = state.lines;
+    if (!written.found.empty()) {
+        Lines all(*state.lines);
+        all.insert(all.end(), written.found.begin(), written.found.end());
+        lines = std::make_shared<const Lines>(std::move(all));
+    }
+    auto files = std::make_shared<const LogCacheLines::Files>(std::move(written.files));
+    const OV::LockGuard guard(lock_);
+    if (areStatisticsWritten)
+        state_.keptStatistics = state.statistics;
+    // Whoever set or read lines meanwhile knows nothing of those that were found. What is known of
+    // the files stays as it was then, so that the next flush finds them again.
+    const bool isSame = state_.lines == state.lines;
+    if (state_.files != state.files || (!isSame && !written.found.empty()))
+        return;
+    state_.files.swap(files);
+    if (!isSame)
+        return;
+    NoteLastTimes(written.found);
+    state_.lines.swap(lines);
 }
 
 void BinCacheHandler::GetCacheData(const Progress& progress)
 {
+    const auto names = LogCacheFiles::Names(folder_);
+    std::optional<PerformanceData> statistics;
+    if (std::find(names.begin(), names.end(), LogCacheFiles::StatisticsName) != names.end())
+        statistics = LogCacheFiles::ReadStatistics(folder_);
+    Load(names, progress,
+         statistics ? std::make_shared<const PerformanceData>(std::move(*statistics)) : nullptr);
+}
+
+void BinCacheHandler::GetCacheLines(const Progress& progress)
+{
+    Load(LogCacheFiles::Names(folder_), progress, nullptr);
+}
+
+void BinCacheHandler::Load(const OV::Array<OV::UniString>& names, const Progress& progress,
+                           std::shared_ptr<const PerformanceData> statistics)
+{
+    auto loaded = LogCacheLines::Load(folder_, names, progress);
+    auto lines = std::make_shared<const Lines>(std::move(loaded.lines));
+    auto files = std::make_shared<const LogCacheLines::Files>(std::move(loaded.files));
     const OV::LockGuard guard(lock_);
-    auto names = FileNames(folder_);
-    if (std::erase(names, PerformanceName) > 0)
-        ReadPerformanceData();
-    std::erase_if(names, [](const OV::UniString& name) { return !name.ends_with(Extension); });
-    constexpr OV::StringView message = "Failed to  to create project cache file location.";
-    OV::Array<IO::Location> files;
-    std::uint64_t total = 0;
-    for (const auto& name : names) {
-        files.push_back(Form(folder_, name, message));
-        if (const auto stamp = Try(message, [&] { return IO::File::GetChangeStamp(files.back()); }))
-            total += stamp->size;
-    }
-    if (progress && !files.empty())
-        Preview(Try(message, [&] { return IO::File::ReadBeginning(files.front(), PreviewBytes); }),
-                progress, total);
-    Loader loader(progress, total);
-    for (const auto& file : files)
-        loader.Load(Try(message, [&] { return IO::File::ReadAll(file, IO::File::MostOfLogFile); }));
-    projectData_ = loader.TakeLines();
-    NoteLastTimes(projectData_);
+    NoteLastTimes(*lines);
+    state_.lines.swap(lines);
+    state_.files.swap(files);
+    if (statistics)
+        state_.statistics = state_.keptStatistics = std::move(statistics);
 }
 
 }  // namespace SYC

@@ -4,10 +4,15 @@
 
 namespace SYC {
 
-/// The cache of a server's log could not be read or written.
+/// The cache of a server's log could not be read or written. Its source name is "BinCacheHandler",
+/// whichever file of the handler throws it.
 class BinCacheHandlerException : public OV::Exception {
 public:
-    using Exception::Exception;
+    explicit BinCacheHandlerException(OV::StringView message,
+                                      std::shared_ptr<const OV::Exception> cause = nullptr,
+                                      int line = __builtin_LINE())
+        : Exception(message, {"BinCacheHandler", line}, std::move(cause))
+    {}
     OV_EXCEPTION_IDENTITY(BinCacheHandlerException)
 };
 

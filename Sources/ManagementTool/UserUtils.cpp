@@ -2,6 +2,7 @@
 
 #include "OVRoot/Clock.hpp"
 #include "OVRoot/Resources.hpp"
+#include "SyncraProtocol/ErrorCode.hpp"
 
 #include <algorithm>
 
@@ -33,6 +34,12 @@ OV::UniString GetLastActivityText(std::int32_t time)
                           {count});
 }
 
+bool IsOutOfReach(const Communication::ResponseContentException& refusal) noexcept
+{
+    const auto code = static_cast<Protocol::ErrorCode>(refusal.GetErrorCode());
+    return code == Protocol::ErrorCode::AccessDenied || code == Protocol::ErrorCode::NotFound;
+}
+
 OV::Array<OV::Pair<OV::UniString, OV::UniString>> GetMemberList(Client::SyncraClient& client,
                                                                 const OV::UniString& projectId)
 {
@@ -40,7 +47,9 @@ OV::Array<OV::Pair<OV::UniString, OV::UniString>> GetMemberList(Client::SyncraCl
     try {
         for (const auto& member : client.GetProjectMembersEx(projectId))
             list.emplace_back(member.loginName, member.roleName);
-    } catch (const Communication::ResponseContentException&) {
+    } catch (const Communication::ResponseContentException& refusal) {
+        if (!IsOutOfReach(refusal))
+            throw;
     }
     return list;
 }

@@ -1,4 +1,6 @@
 #include "BinCacheHandler/BinCacheHandler.hpp"
+#include "IO/ExclusiveFile.hpp"
+#include "LogFilter.hpp"
 #include "OVRoot/MemoryChannels.hpp"
 #include "Support/KillLoop.hpp"
 #include "Support/Pipe.hpp"
@@ -7,6 +9,9 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <future>
+#include <set>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
@@ -69,7 +74,8 @@ protected:
             action();
         } catch (const BinCacheHandlerException& failure) {
             EXPECT_EQ(failure.GetName(), "BinCacheHandlerException");
-            EXPECT_TRUE(failure.GetSourceName().starts_with("BinCacheHandler"));
+            EXPECT_EQ(failure.GetSourceName(), "BinCacheHandler");
+            EXPECT_GT(failure.GetLine(), 0);
             return failure.what();
         } catch (const OV::Exception& failure) {
             return std::string(failure.GetName()) + ": " + failure.what();
@@ -99,6 +105,13 @@ TEST_F(BinCacheHandlerTest, TimesOnlyMoveForward)
     EXPECT_EQ(handler.GetLastLogTime(u"a"), 9);
     EXPECT_EQ(handler.GetLastLogTime(u"b"), -6);
     EXPECT_EQ(LinesOf(handler).size(), 2u);
+    Lines versions{Line(u"a", 1), Line(u"a", 2), Line(u"a", 3)}, out{Line(u"x", 1), Line(u"x", 2)};
+    for (std::int16_t version = 13; auto& line : versions)
+        line.SetVersion(version--);
+    out[0].SetVersion(99);
+    handler.SetProjectData(versions);
+    handler.GetProjectData(out);
+    EXPECT_EQ(out, versions) << "copies, with their versions";
 }
 
 TEST_F(BinCacheHandlerTest, WhatIsFlushedIsLoaded)
@@ -117,12 +130,24 @@ TEST_F(BinCacheHandlerTest, WhatIsFlushedIsLoaded)
 
     WriteFile("empty.che", "");
     WriteFile("other.txt", "is not read");
-    WriteFile("c.che", a + a.substr(0, a.size() / 4) + std::string(3, '\xFF'));
+    OV::String c;
+    for (int i = 0; i < 2; ++i)
+        Line(u"c", 4 + i).AppendRecord(c);
+    WriteFile("c.che", c + c.substr(0, c.size() / 4) + std::string(3, '\xFF'));
+    // Each of these costs itself: names that are no text, links to nothing, what is no file,
+    // records of no project, and a copy of another file.
+    WriteFile("\xFF.che", "x");
+    WriteFile("zeros.che", std::string(4 * LogRecord::NumberBytes, '\0'));
+    WriteFile("a backup.che", a);
+    std::filesystem::create_symlink("nowhere", Cache() / "link.che");
+    std::filesystem::create_directory(Cache() / "folder.che");
+    ASSERT_EQ(mkfifo((Cache() / "fifo.che").c_str(), 0600), 0);
     BinCacheHandler other(u"nexar:1");
     std::vector<std::uint64_t> done;
     other.GetCacheData([&](const Lines&, std::uint64_t now, std::uint64_t total) {
         done.push_back(now);
         EXPECT_LE(now, total);
+        EXPECT_EQ(other.GetLastLogTime(u"a"), 0) << "it may ask back, and sees the state before";
         return true;
     });
     EXPECT_TRUE(std::is_sorted(done.begin(), done.end()));
@@ -142,17 +167,95 @@ TEST_F(BinCacheHandlerTest, WhatIsFlushedIsLoaded)
     EXPECT_EQ(LinesOf(other).size(), 5u) << "as they were";
 }
 
-TEST_F(BinCacheHandlerTest, AnEmptyCacheIsTwelveBytes)
+TEST_F(BinCacheHandlerTest, OnlyWhatChangedIsWrittenAndNothingThatAnotherProcessWroteIsLost)
 {
+    const auto written = [&](const char* name) {
+        return std::filesystem::last_write_time(Cache() / name);
+    };
+    handler.SetProjectData({Line(u"a", 1), Line(u"b", 1), Line(u"b", 1)});
+    handler.SetPerformanceData(Statistics());
     handler.FlushCacheData();
-    EXPECT_EQ(ReadFile("performance.che"), std::string("\3\0\0\0\0\0\0\0\0\0\0\0", 12));
-    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(Cache()), {}), 1);
+    BinCacheHandler other(u"nexar:1");
+    other.GetCacheData();
+    const auto a = written("a.che"), performance = written("performance.che");
+    handler.SetProjectData({Line(u"a", 1), Line(u"b", 1), Line(u"b", 1), Line(u"b", 2)});
+    handler.FlushCacheData();
+    EXPECT_EQ(written("a.che"), a);
+    EXPECT_EQ(written("performance.che"), performance);
+
+    other.SetProjectData({Line(u"a", 1), Line(u"b", 1), Line(u"b", 1), Line(u"b", 1)});
+    other.FlushCacheData();
+    const auto times = [](const Lines& lines) {
+        OV::Array<std::int32_t> all;
+        for (const auto& line : lines)
+            if (line.GetProjectId() == u"b")
+                all.push_back(line.GetTimeVal());
+        return all;
+    };
+    EXPECT_EQ(times(LinesOf(other)), (OV::Array<std::int32_t>{1, 1, 1, 2}));
+    EXPECT_EQ(other.GetLastLogTime(u"b"), 2);
+    BinCacheHandler third(u"nexar:1");
+    third.GetCacheData();
+    EXPECT_EQ(times(LinesOf(third)), (OV::Array<std::int32_t>{1, 1, 1, 2}));
+    other.SetProjectData({Line(u"b", 7)});
+    other.FlushCacheData();
+    third.GetCacheData();
+    EXPECT_EQ(times(LinesOf(third)), OV::Array<std::int32_t>{7}) << "what is known may be replaced";
+
+    // Ids that are no UTF-8 share a file; none pushes the lines of the others out.
+    OV::String bytes;
+    for (const auto* id : {"\xE8", "\xE9", "\xE9"}) {
+        LogRecord record;
+        record.projectId = id;
+        record.AppendTo(bytes);
+    }
+    WriteFile("malformed.che", bytes);
+    for (int twice = 0; twice < 2; ++twice) {
+        third.GetCacheData();
+        LogFilter filter;
+        filter.projectId = u"\uFFFD";
+        EXPECT_EQ(filter.Select(LinesOf(third)).size(), 3u);
+        third.FlushCacheData();
+    }
+}
+
+TEST_F(BinCacheHandlerTest, ProcessesThatFlushAtOnceLoseNobodysLines)
+{
+    constexpr int rounds = 20;
+    const auto write = [](int process) {
+        return [process] {
+            BinCacheHandler cache(u"nexar:1");
+            for (int round = 0; round < rounds; ++round) {
+                if (round % 5 == process)
+                    cache.GetCacheData();
+                Lines lines = LinesOf(cache);
+                lines.push_back(Line(u"a", round, OV::ToText(process)));
+                cache.SetProjectData(lines);
+                cache.FlushCacheData();
+            }
+            return 0;
+        };
+    };
+    {
+        ChildProcess first(write(0)), second(write(1)), third(write(2));
+        for (ChildProcess* each : {&first, &second, &third})
+            EXPECT_EQ(each->Wait(), 0);
+    }
+    handler.GetCacheData();
+    std::set<std::pair<OV::UniString, std::int32_t>> kinds;
+    for (const auto& line : LinesOf(handler))
+        kinds.emplace(line.GetComment(), line.GetTimeVal());
+    EXPECT_EQ(kinds.size(), 3u * rounds);
+    EXPECT_EQ(LinesOf(handler).size(), 3u * rounds) << "and none is doubled";
 }
 
 TEST_F(BinCacheHandlerTest, StatisticsKeepTheirPlacesAndOtherVersionsAreRefused)
 {
     const auto bytes = Bytes(Statistics());
     using namespace std::string_literals;
+    handler.FlushCacheData();
+    EXPECT_EQ(ReadFile("performance.che"), "\3\0\0\0\0\0\0\0\0\0\0\0"s);
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(Cache()), {}), 1);
     EXPECT_NE(bytes.find("p1\1\xFD\xFF\2\0\2\0\0\0"s), bytes.npos) << "the second count first";
     for (std::size_t length = 0; length <= bytes.size(); ++length) {
         PerformanceData data = Statistics();
@@ -164,6 +267,25 @@ TEST_F(BinCacheHandlerTest, StatisticsKeepTheirPlacesAndOtherVersionsAreRefused)
         WriteFile("performance.che", std::string(1, version) + bytes.substr(1));
         EXPECT_EQ(Failure([&] { handler.GetCacheData(); }), "Exception: Invalid cache version.");
     }
+    OV::String line;
+    Line(u"a", 1).AppendRecord(line);
+    WriteFile("a.che", line);
+    handler.GetCacheLines();
+    EXPECT_EQ(LinesOf(handler).size(), 1u) << "the lines are of no version";
+    handler.SetPerformanceData(Statistics());
+    handler.FlushCacheData();
+    EXPECT_EQ(ReadFile("performance.che").front(), '\4') << "a newer client's stay";
+    WriteFile("performance.che", "damage");
+    ChartDataLine changed;
+    PerformanceData statistics;
+    statistics.SetChartLine(changed);
+    handler.SetPerformanceData(statistics);
+    handler.FlushCacheData();
+    EXPECT_EQ(ReadFile("performance.che"), Bytes(statistics));
+    std::filesystem::remove(Cache() / "performance.che");
+    ASSERT_EQ(mkfifo((Cache() / "performance.che").c_str(), 0600), 0);
+    handler.GetCacheData();
+    EXPECT_EQ(LinesOf(handler).size(), 1u) << "what cannot be read costs itself";
 }
 
 TEST_F(BinCacheHandlerTest, EachStepNamesItsFailure)
@@ -179,8 +301,9 @@ TEST_F(BinCacheHandlerTest, EachStepNamesItsFailure)
                   "Failed to  to create project cache file location.");
     }
     EXPECT_TRUE(std::filesystem::exists(Cache() / "che.lck")) << "a failed flush leaves it";
-    handler.SetProjectData({Line(u"", 1)});
+    handler.SetProjectData({Line(u"", 1), Line(u"behind", 1)});
     EXPECT_EQ(Failure([&] { handler.FlushCacheData(); }), "Project id is empty");
+    EXPECT_NE(ReadFile("behind.che"), "") << "what can be written is";
     handler.SetProjectData({Line(u"blocked", 1)});
     std::filesystem::create_directories(Cache() / "blocked.che" / "x");
     EXPECT_EQ(Failure([&] { handler.FlushCacheData(); }),
@@ -207,6 +330,7 @@ TEST_F(BinCacheHandlerTest, AKilledFlushLeavesEachFileOldOrNewAndBlocksNobody)
     KillAtRandomInstants(
         [&] {
             BinCacheHandler writer(u"nexar:1");
+            writer.GetCacheData();
             for (int count = 2;; ++count)
                 fill(writer, count);
         },
@@ -228,16 +352,24 @@ TEST_F(BinCacheHandlerTest, AKilledFlushLeavesEachFileOldOrNewAndBlocksNobody)
 
 TEST_F(BinCacheHandlerTest, TwoThatFlushTakeTurns)
 {
-    const Pipe held;
+    const Pipe held, asked;
     ChildProcess holder([&] {
         const auto marker = IO::ExclusiveFile::TryOpen(
             BinCacheHandler(u"nexar:1").GetFolder().Appended(u"che.lck"));
         held.Tell();
-        usleep(150'000);
+        asked.Await();
         return std::filesystem::exists(Cache() / "performance.che") ? 1 : 0;
     });
     held.Await();
-    handler.FlushCacheData();
+    auto flush = std::async(std::launch::async, [&] { handler.FlushCacheData(); });
+    auto ask = std::async(std::launch::async, [&] {
+        for (int i = 0; i < 20; ++i, usleep(5000))
+            (void)handler.GetLastLogTime(u"a");
+    });
+    EXPECT_EQ(ask.wait_for(std::chrono::seconds(30)), std::future_status::ready)
+        << "who waits for another process keeps nobody waiting";
+    asked.Tell();
+    flush.get();
     EXPECT_EQ(holder.Wait(), 0) << "nothing was written while another one held the marker";
     EXPECT_TRUE(std::filesystem::exists(Cache() / "performance.che"));
 }

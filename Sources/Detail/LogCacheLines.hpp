@@ -1,0 +1,54 @@
+#pragma once
+
+#include "BinCacheHandler/BinCacheHandler.hpp"
+#include "IO/File.hpp"
+
+#include <exception>
+
+/// The project files of a log cache.
+namespace SYC::Detail::LogCacheLines {
+
+using Lines = OV::PagedArray<LogDataLine>;
+
+/// What a file held when it was read or written last.
+struct KnownFile {
+    KnownFile(const IO::ChangeStamp& fileStamp, OV::StringView bytes)
+        : stamp(fileStamp), size(bytes.size()), hash(std::hash<OV::StringView>()(bytes))
+    {}
+    [[nodiscard]] bool Holds(OV::StringView bytes) const
+    {
+        return size == bytes.size() && hash == std::hash<OV::StringView>()(bytes);
+    }
+
+    IO::ChangeStamp stamp;
+    std::size_t size;
+    std::size_t hash;
+};
+struct Files {
+    OV::HashTable<OV::UniString, KnownFile> byName;
+};
+
+struct Loaded {
+    Lines lines;
+    Files files;
+};
+/// Reads the project files among `names`. One that cannot be read is left out, which is logged; a
+/// damaged one gives the lines before the damage. Lines without a project are left out, and those
+/// that stand in another file than their project's while that one is there too: they are copies.
+/// Throws OV::InterruptedException when `progress` or the thread says so.
+[[nodiscard]] Loaded Load(const IO::Location& folder, const OV::Array<OV::UniString>& names,
+                          const BinCacheHandler::Progress& progress);
+
+struct Written {
+    /// What is known of the files now.
+    Files files;
+    /// Lines of other processes that were found in them.
+    Lines found;
+    /// The first failure; all that could be written was.
+    std::exception_ptr failure;
+};
+/// Writes the file of each project whose lines are others than `files` knows. When another process
+/// wrote it since, its lines stay in it, behind ours. The marker is held.
+[[nodiscard]] Written Write(const IO::Location& folder, const Lines& lines, const Files& files);
+
+}  // namespace SYC::Detail::LogCacheLines
