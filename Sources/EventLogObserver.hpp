@@ -5,7 +5,9 @@
 
 class PerformanceData;
 
-/// Hears of a server's activity log and statistics, on the executor that it was attached with.
+/// Hears of a server's activity log and statistics, on the thread of the updater that it is
+/// attached to, or on the one that called its Update. It is called under no lock and may ask the
+/// cache.
 class EventLogObserver {
 public:
     /// What a chart shows; the numbers stand in files.

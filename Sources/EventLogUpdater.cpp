@@ -1,51 +1,51 @@
 #include "EventLogUpdater.hpp"
 
+#include "Detail/CurrentFailure.hpp"
+#include "Detail/Interruption.hpp"
+#include "Detail/KnownRecords.hpp"
+#include "Detail/LogBounds.hpp"
 #include "LogLineReader.hpp"
+#include "ManagementTool/UserUtils.hpp"
+#include "OVRoot/Clock.hpp"
 #include "OVRoot/Logger.hpp"
 #include "SYClientBase/SyncraClientFactory.hpp"
 
+#include <algorithm>
 #include <limits>
-#include <unordered_map>
 
 namespace {
 
-constexpr const char* CannotGet = "Cannot get latest events";
+namespace UserUtils = Syncra::Server::ManagementTool::Core::UserUtils;
+using Progress = SYC::BinCacheHandler::Progress;
 
-/// The lines of a project's last known second, which the server tells again: each is passed over
-/// as often as it is known already.
-class KnownLines {
-public:
-    KnownLines(const OV::PagedArray<LogDataLine>& lines, const OV::String& projectId,
-               std::int32_t time)
-        : time_(time)
-    {
-        for (const LogDataLine& line : lines)
-            if (line.GetTimeVal() == time && line.Record().projectId == projectId)
-                ++counts_[Bytes(line)];
-    }
-    [[nodiscard]] bool Take(const LogDataLine& line)
-    {
-        if (counts_.empty() || line.GetTimeVal() != time_)
-            return false;
-        const auto found = counts_.find(Bytes(line));
-        if (found == counts_.end())
-            return false;
-        if (--found->second == 0)
-            counts_.erase(found);
-        return true;
-    }
+constexpr OV::StringView CannotGet = "Cannot get latest events";
 
-private:
-    static OV::String Bytes(const LogDataLine& line)
-    {
-        OV::String bytes;
-        line.AppendRecord(bytes);
-        return bytes;
-    }
+/// A server whose clock is set back by less than this loses no line.
+constexpr std::int64_t OverlapSeconds = 86'400;
 
-    std::int32_t time_;
-    std::unordered_map<OV::String, int> counts_;
-};
+/// From when on a project's log is asked for. The times of lines are those of the server's clock,
+/// which may step back: then new lines are older than the newest one that is known, whose time may
+/// even be still to come.
+std::int32_t FirstSecond(std::int32_t newest)
+{
+    if (newest <= 0)
+        return newest;
+    const std::int64_t last = std::min(newest, OV::Clock::Current().Now());
+    return OV::Seconds32(std::max<std::int64_t>(0, last - OverlapSeconds));
+}
+
+/// The lines of a project from that second on, which the server tells again.
+SYC::Detail::KnownRecords KnownSince(const OV::PagedArray<LogDataLine>& lines,
+                                     const OV::UniString& projectId, std::int32_t time)
+{
+    const OV::String id = OV::ToUtf8(projectId);
+    SYC::Detail::KnownRecords known;
+    for (const LogDataLine& line : lines)
+        if (line.GetTimeVal() >= time)
+            if (const LogRecord record = line.Record(); record.projectId == id)
+                known.Add(record);
+    return known;
+}
 
 }  // namespace
 
@@ -56,84 +56,102 @@ void EventLogUpdater::Update()
     cache_.GetProjectData(lines);
     const std::size_t known = lines.size();
     std::exception_ptr failure;
-    bool isInterrupted = false;
     try {
         Fetch(lines);
-    } catch (const OV::Exception& reason) {
+    } catch (const OV::InterruptedException&) {
+        // Who is asked to stop has no time for the disk: what came is asked for again.
+        if (lines.size() > known)
+            cache_.SetProjectData(lines);
+        throw;
+    } catch (...) {
         failure = std::current_exception();
-        isInterrupted = reason.GetName() == "InterruptedException";
     }
-    if (lines.size() > known)
+    if (lines.size() > known) {
         cache_.SetProjectData(lines);
-    // Who is asked to stop has no time for the disk: what came is asked for again.
-    if (isInterrupted)
-        std::rethrow_exception(failure);
-    if (lines.size() > known)
-        cache_.FlushCacheData();
+        Flush(cache_, failure);
+        cache_.GetProjectData(lines);
+    }
     Tell([&](EventLogObserver& observer) { observer.RefreshLog(lines); });
     if (failure)
         std::rethrow_exception(failure);
 }
 
-/// A cache of another version, or one that cannot be read, costs no more than fetching all anew.
+/// A cache of another version, or one that cannot be read, costs no more than fetching all anew;
+/// statistics of another version cost the statistics.
 void EventLogUpdater::ReadCache()
 {
     if (isCacheRead_)
         return;
-    try {
-        bool isFirst = true;
-        cache_.GetCacheData([&](const Lines& part, std::uint64_t done, std::uint64_t total) {
-            if (std::exchange(isFirst, false))
-                Tell([&](EventLogObserver& observer) { observer.PreviewLog(part); });
-            TellProgress(done, total);
+    bool isFirst = true;
+    const auto show = [&](const Lines& part, std::uint64_t done, std::uint64_t total) {
+        if (std::exchange(isFirst, false))
+            Tell([&](EventLogObserver& observer) { observer.PreviewLog(part); });
+        TellProgress(done, total - done);
+        return true;
+    };
+    const auto read = [&](void (SYC::BinCacheHandler::*load)(const Progress&)) {
+        try {
+            (cache_.*load)(show);
             return true;
-        });
-    } catch (const OV::InterruptedException&) {
-        throw;
-    } catch (const OV::Exception& failure) {
-        OV::Logger::Info("SYClient", u"EventLogUpdater::ReadCache: %", {failure.GetMessage()});
-    }
+        } catch (const OV::InterruptedException&) {
+            throw;
+        } catch (const OV::Exception& failure) {
+            OV::Logger::Info("SYClient", u"EventLogUpdater::ReadCache: %", {failure.GetMessage()});
+            return false;
+        }
+    };
+    if (!read(&SYC::BinCacheHandler::GetCacheData))
+        (void)read(&SYC::BinCacheHandler::GetCacheLines);
     isCacheRead_ = true;
 }
 
 void EventLogUpdater::Fetch(Lines& lines)
 {
+    std::shared_ptr<const OV::Exception> cause;
     try {
         const auto client = SYCB::CreateSyncraClient(
             {server_.host, server_.port, server_.userName, server_.password});
+        SYC::Detail::LogBounds bounds;
         for (const auto& project : client->GetProjects())
-            FetchProject(*client, project, lines);
+            FetchProject(*client, project, bounds, lines);
+        return;
     } catch (const OV::InterruptedException&) {
         throw;
-    } catch (const OV::Exception& cause) {
-        throw OV::Exception(OV::StringView(CannotGet), OV::SourcePlace::Here(), cause.Clone());
+    } catch (const OV::Exception& failure) {
+        cause = failure.Clone();
+    } catch (...) {
+        cause = std::make_shared<OV::Exception>(SYC::Detail::DescribeCurrentFailure());
     }
+    throw OV::Exception(CannotGet, OV::SourcePlace::Here(), std::move(cause));
 }
 
 void EventLogUpdater::FetchProject(Syncra::Client::SyncraClient& client,
-                                   const Syncra::Protocol::Project& project, Lines& lines)
+                                   const Syncra::Protocol::Project& project,
+                                   SYC::Detail::LogBounds& bounds, Lines& lines)
 {
-    const std::int32_t from = cache_.GetLastLogTime(project.id);
-    KnownLines known(lines, OV::ToUtf8(project.id), from);
+    const std::int32_t from = FirstSecond(cache_.GetLastLogTime(project.id));
+    auto known = KnownSince(lines, project.id, from);
     Syncra::Protocol::EventLogPage page;
     std::uint64_t done = 0;
     do {
-        if (OV::Thread::IsInterrupted())
-            throw OV::InterruptedException();
+        SYC::Detail::StopIfInterrupted();
         try {
             page = client.GetEvents(project.id, from, std::numeric_limits<std::int32_t>::max(),
                                     page.next);
         } catch (const Communication::ResponseContentException& refusal) {
             // Everybody sees a public project, its members alone its log.
+            if (!UserUtils::IsOutOfReach(refusal))
+                throw;
             OV::Logger::Info("SYClient", u"EventLogUpdater: no log of %: %",
                              {project.name, refusal.GetMessage()});
             return;
         }
+        bounds.Count(page);
         for (auto& line : ReadLogLines(page, project)) {
             ++done;
-            if (!known.Take(line))
+            if (!known.Take(line.Record()))
                 lines.push_back(std::move(line));
         }
-        TellProgress(done, done + page.left);
+        TellProgress(done, page.left);
     } while (page.left > 0);
 }

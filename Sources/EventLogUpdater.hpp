@@ -5,6 +5,10 @@
 #include "LogUpdater.hpp"
 #include "TextParser.hpp"
 
+namespace SYC::Detail {
+class LogBounds;
+}
+
 /// Keeps the activity log of all projects of a server in its cache: asks for what came since, and
 /// writes it down.
 class EventLogUpdater final : public LogUpdater {
@@ -19,9 +23,9 @@ public:
     ~EventLogUpdater() override { Stop(); }
 
     /// Reads the cache the first time, and shows the observers what it holds at once; then fetches
-    /// the lines of every project that the user may see, from the last second that is known, adds
-    /// those that are new, each once, and writes the cache. A failure ("Cannot get latest events")
-    /// keeps what arrived before it.
+    /// the lines of every project that the user may see, from a day before the newest one that is
+    /// known, adds those that are new, each once, and writes the cache. A failure ("Cannot get
+    /// latest events") keeps what arrived before it.
     void Update() override;
 
     /// Sorts in place, with the order among equal keys that repeated selection of the first best
@@ -36,7 +40,8 @@ private:
     void ReadCache();
     void Fetch(Lines& lines);
     void FetchProject(Syncra::Client::SyncraClient& client,
-                      const Syncra::Protocol::Project& project, Lines& lines);
+                      const Syncra::Protocol::Project& project, SYC::Detail::LogBounds& bounds,
+                      Lines& lines);
 
     LogSource server_;
     SYC::BinCacheHandler& cache_;

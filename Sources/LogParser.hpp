@@ -9,7 +9,8 @@ public:
     LogParser(const LogParser&) = default;
     LogParser& operator=(const LogParser&) = default;
 
-    /// Reads every line and fills the indexes anew.
+    /// Reads every line and fills the indexes anew. Stops when the calling thread is interrupted;
+    /// the indexes then hold some of the rows, or none.
     virtual void ParseLog() = 0;
     /// The fields of the next line, or of the next row of `rows`. 0, or OV::ChannelFailed when
     /// there is none.

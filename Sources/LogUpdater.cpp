@@ -1,26 +1,56 @@
 #include "LogUpdater.hpp"
 
+#include "BinCacheHandler/BinCacheHandler.hpp"
+#include "Detail/CurrentFailure.hpp"
 #include "OVRoot/Logger.hpp"
+
+#include <limits>
 
 void LogUpdater::Start()
 {
     thread_.reset();
     isRunning_ = true;
-    thread_.emplace("log updater", [this] { Run(); });
+    try {
+        thread_.emplace("log updater", [this] { Run(); });
+    } catch (...) {
+        isRunning_ = false;
+        throw;
+    }
 }
 
 void LogUpdater::Run()
 {
     try {
         Update();
-    } catch (const OV::InterruptedException&) {
-        OV::Logger::Info("SYClient", u"LogUpdater::Update was interrupted", {});
-    } catch (const OV::Exception& failure) {
-        OV::Logger::Info("SYClient", u"LogUpdater::Update: %", {failure.GetMessage()});
         isRunning_ = false;
-        Tell([&](EventLogObserver& observer) { observer.UpdateFailed(failure.GetMessage()); });
+    } catch (const OV::InterruptedException&) {
+        isRunning_ = false;
+        OV::Logger::Info("SYClient", u"LogUpdater::Update was interrupted", {});
+    } catch (...) {
+        isRunning_ = false;
+        const OV::UniString reason = SYC::Detail::DescribeCurrentFailure();
+        OV::Logger::Info("SYClient", u"LogUpdater::Update: %", {reason});
+        Tell([&](EventLogObserver& observer) { observer.UpdateFailed(reason); });
     }
-    isRunning_ = false;
+}
+
+void LogUpdater::Flush(SYC::BinCacheHandler& cache, std::exception_ptr& failure)
+{
+    try {
+        cache.FlushCacheData();
+    } catch (const OV::InterruptedException&) {
+        throw;
+    } catch (...) {
+        if (!failure)
+            failure = std::current_exception();
+    }
+}
+
+void LogUpdater::TellProgress(std::uint64_t done, std::uint64_t left)
+{
+    const std::uint64_t most = std::numeric_limits<std::uint64_t>::max();
+    const std::uint64_t total = left > most - done ? most : done + left;
+    Tell([&](EventLogObserver& observer) { observer.UpdateProgress(done, total); });
 }
 
 void LogUpdater::Interrupt()

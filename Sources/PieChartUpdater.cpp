@@ -1,10 +1,12 @@
 #include "PieChartUpdater.hpp"
 
+#include "Detail/ReadDecimal.hpp"
 #include "OVRoot/Clock.hpp"
 #include "OVRoot/Logger.hpp"
 
 #include <algorithm>
 #include <charconv>
+#include <cmath>
 #include <limits>
 #include <numeric>
 
@@ -28,10 +30,14 @@ constexpr Chart Charts[] = {
     {"transactionlength", ChartType::LongestTransaction, u"Longest transaction", u"sec", 0},
 };
 
-template <class Number>
-bool Read(OV::StringView text, Number& number)
+/// Blanks, a sign and a number; none that is not finite. The point is one in every locale.
+bool Read(OV::StringView text, float& number)
 {
-    return std::from_chars(text.data(), text.data() + text.size(), number).ec == std::errc();
+    text.remove_prefix(std::min(text.find_first_not_of(" \t\n\v\f\r"), text.size()));
+    if (text.starts_with('+'))
+        text.remove_prefix(1);
+    return std::from_chars(text.data(), text.data() + text.size(), number).ec == std::errc() &&
+           std::isfinite(number);
 }
 
 /// The scale, and what the samples come to.
@@ -59,13 +65,15 @@ void FillChartLines(TextParser& log, PerformanceData& data)
     OV::Array<OV::StringView> fields;
     log.SetStartLine(0);
     while (log.NextLine(fields) == 0) {
-        std::int32_t time = 0;
         float value = 0;
-        if (fields.size() < 3 || !Read(fields[0], time) || !Read(fields[2], value))
+        if (fields.size() < 3 || !Read(fields[2], value))
+            continue;
+        const auto time = SYC::Detail::ReadDecimal(fields[0]);
+        if (!time)
             continue;
         for (std::size_t at = 0; at < lines.size(); ++at)
             if (Charts[at].key == fields[1])
-                lines[at].points.emplace_back(time, value);
+                lines[at].points.emplace_back(OV::Seconds32(*time), value);
     }
     for (std::size_t at = 0; at < lines.size(); ++at) {
         ChartDataLine& line = lines[at];
@@ -81,22 +89,41 @@ void FillChartLines(TextParser& log, PerformanceData& data)
 
 void PieChartUpdater::Update()
 {
-    PerformanceData data;
-    cache_.GetPerformanceData(data);
+    PerformanceData known;
+    cache_.GetPerformanceData(known);
+    PerformanceData data = known;
+    std::exception_ptr failure;
+    try {
+        Fetch(data);
+    } catch (const OV::InterruptedException&) {
+        cache_.SetPerformanceData(data);
+        throw;
+    } catch (...) {
+        failure = std::current_exception();
+    }
+    if (data != known || !failure) {
+        cache_.SetPerformanceData(data);
+        Flush(cache_, failure);
+    }
+    Tell([&](EventLogObserver& observer) { observer.RefreshPerformance(data); });
+    if (failure)
+        std::rethrow_exception(failure);
+}
+
+void PieChartUpdater::Fetch(PerformanceData& data)
+{
     if (!data.UpdateProjectCache(server_.host, static_cast<std::int16_t>(server_.port),
                                  server_.userName, server_.password))
         throw OV::InterruptedException();
     TextParser log(server_, LogType::Server);
-    constexpr std::int32_t day = 86'400;
-    const int status = log.GetLatestEvents(OV::Clock::Current().Now() - LoadDays * day,
-                                           std::numeric_limits<std::int32_t>::max(), false);
+    constexpr std::int64_t day = 86'400;
+    const int status =
+        log.GetLatestEvents(OV::Seconds32(OV::Clock::Current().Now() - LoadDays * day),
+                            std::numeric_limits<std::int32_t>::max(), false);
     if (OV::Thread::IsInterrupted())
         throw OV::InterruptedException();
     if (status == 0)
         FillChartLines(log, data);
     else
         OV::Logger::Info("SYClient", u"PieChartUpdater: no log of the load (%)", {status});
-    cache_.SetPerformanceData(data);
-    cache_.FlushCacheData();
-    Tell([&](EventLogObserver& observer) { observer.RefreshPerformance(data); });
 }

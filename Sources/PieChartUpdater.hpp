@@ -15,13 +15,16 @@ public:
     ~PieChartUpdater() override { Stop(); }
 
     /// Asks for the projects and for the load of the last days, writes the cache and shows the
-    /// observers what it holds then. Who may not see the load gets none.
+    /// observers what it holds then. Who may not see the load gets none. A failure keeps what
+    /// arrived before it.
     void Update() override;
 
     /// Days of load that are asked for.
     static constexpr std::int32_t LoadDays = 30;
 
 private:
+    void Fetch(PerformanceData& data);
+
     LogSource server_;
     SYC::BinCacheHandler& cache_;
 };

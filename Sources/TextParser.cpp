@@ -1,7 +1,10 @@
 #include "TextParser.hpp"
 
+#include "Detail/CurrentFailure.hpp"
+#include "Detail/LogBounds.hpp"
 #include "OVRoot/Logger.hpp"
 #include "OVRoot/Thread.hpp"
+#include "SYClientBase/ConnectionValidator.hpp"
 #include "SYClientBase/SyncraClientFactory.hpp"
 
 #include <algorithm>
@@ -18,11 +21,13 @@ OV::UniString LogSource::GetCacheName() const
 int TextParser::GetLatestEvents(std::int32_t from, std::int32_t to, bool withoutVersionCheck)
 {
     try {
-        Syncra::Client::SignInData data{source_.host, source_.port, source_.userName,
-                                        source_.password, withoutVersionCheck};
+        Syncra::Client::SignInData data{
+            SYCB::ConnectionValidator::GetInstance().GetWorkingHost(source_.host, source_.port),
+            source_.port, source_.userName, source_.password, withoutVersionCheck};
         const OV::SecureWipeGuard<char16_t> wipe(data.password);
         const auto client = SYCB::CreateSyncraClient(data);
         Syncra::Protocol::EventLogPage page;
+        SYC::Detail::LogBounds bounds;
         OV::String text;
         do {
             if (OV::Thread::IsInterrupted())
@@ -30,14 +35,16 @@ int TextParser::GetLatestEvents(std::int32_t from, std::int32_t to, bool without
             page = type_ == LogType::Project
                        ? client->GetEvents(source_.projectId, from, to, page.next)
                        : client->GetPerformanceEvents(from, to, page.next);
+            bounds.Count(page);
             text += page.text;
         } while (page.left > 0);
         SetText(std::move(text), std::move(page.separator));
         return 0;
     } catch (const Communication::ResponseContentException& refusal) {
         return refusal.GetErrorCode();
-    } catch (const OV::Exception& failure) {
-        OV::Logger::Info("SYClient", u"TextParser::GetLatestEvents: %", {failure.GetMessage()});
+    } catch (...) {
+        OV::Logger::Info("SYClient", u"TextParser::GetLatestEvents: %",
+                         {SYC::Detail::DescribeCurrentFailure()});
         return OV::ChannelFailed;
     }
 }
@@ -92,20 +99,27 @@ void TextParser::ParseLog()
     // Cut once; an index that is added line by line and one that is filled at once are the same.
     OV::Array<OV::StringView> fields, all;
     OV::Array<std::size_t> starts;
-    while (!OV::Thread::IsInterrupted() && NextLine(fields) == 0) {
+    while (NextLine(fields) == 0) {
+        if (OV::Thread::IsInterrupted())
+            return;
         starts.push_back(all.size());
         all.insert(all.end(), fields.begin(), fields.end());
     }
     const auto count = static_cast<std::uint32_t>(starts.size());
     starts.push_back(all.size());
-    for (const auto& index : Indices()) {
-        const auto columns = index->GetIndexedFields();
-        index->AddRows(count, [&](std::uint32_t row, OV::Array<OV::StringView>& parts) {
-            parts.clear();
-            for (const std::uint32_t column : columns)
-                parts.push_back(column < starts[row + 1] - starts[row] ? all[starts[row] + column]
-                                                                       : OV::StringView());
-        });
+    try {
+        for (const auto& index : Indices()) {
+            const auto columns = index->GetIndexedFields();
+            index->AddRows(count, [&](std::uint32_t row, OV::Array<OV::StringView>& parts) {
+                parts.clear();
+                for (const std::uint32_t column : columns)
+                    parts.push_back(column < starts[row + 1] - starts[row]
+                                        ? all[starts[row] + column]
+                                        : OV::StringView());
+            });
+        }
+    } catch (const OV::InterruptedException&) {
+        return;
     }
     SetStartLine(0);
 }

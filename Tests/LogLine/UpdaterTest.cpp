@@ -2,11 +2,14 @@
 #include "OVRoot/Exception.hpp"
 #include "PieChartUpdater.hpp"
 #include "SYClientBase/SyncraClientFactory.hpp"
+#include "Support/ScriptedServer.hpp"
 #include "Support/ServerProcess.hpp"
 #include "Support/StoreEdit.hpp"
 #include "Support/TemporaryFolder.hpp"
 
 #include <gtest/gtest.h>
+
+#include <ctime>
 
 namespace {
 
@@ -64,7 +67,7 @@ protected:
 
 }  // namespace
 
-TEST_F(UpdaterTest, EveryLineComesOnceHoweverOftenTheLastSecondIsAskedFor)
+TEST_F(UpdaterTest, EveryLineComesOnceWhateverTheServersClockAndTheProjectsNameDo)
 {
     AddEvents(Future, 5);
     Update();
@@ -73,9 +76,14 @@ TEST_F(UpdaterTest, EveryLineComesOnceHoweverOftenTheLastSecondIsAskedFor)
     EXPECT_EQ(Cached(Future), 5);
     AddEvents(Future, 4);  // of the very same second, and with the very same texts
     AddEvents(Future + 1, 30'000);
+    const auto past = static_cast<std::int32_t>(std::time(nullptr)) - 3600;
+    AddEvents(past, 2);  // the clock was set right
+    EditStore(server.StorePath(),
+              "UPDATE projects SET name = 'New Bridge' WHERE id = '" + OV::ToUtf8(Bridge) + "'");
     Update();
     EXPECT_EQ(Cached(Future), 9);
     EXPECT_EQ(Cached(Future + 1), 30'000);
+    EXPECT_EQ(Cached(past), 2);
     SYC::BinCacheHandler cache(Source(u"").GetCacheName());
     cache.GetCacheData();
     OV::PagedArray<LogDataLine> lines;
@@ -135,10 +143,109 @@ TEST_F(UpdaterTest, StatisticsAreOfProjectsAndForAdministratorsOfTheLoad)
     EXPECT_EQ(cpu.name, u"CPU");
     EXPECT_EQ(cpu.values, (std::array<float, 6>{0, 100, 12.5F, 37.5F, 37.5F, 25}));
     EXPECT_EQ(data.GetChartLines().size(), 1u);
+    ProjectCache bridge = data.GetProject(Bridge);
+    bridge.members.clear();
+    EXPECT_THROW(data.UpdateProjectMembers(bridge), OV::NullReferenceException)
+        << "it was copied, and has no connection";
+    const auto refresh = [&] {
+        return data.UpdateProjectCache(u"127.0.0.1", static_cast<std::int16_t>(server.ModelPort()),
+                                       u"admin", OV::FromUtf8(ServerProcess::Password));
+    };
+    EXPECT_TRUE(refresh());
+    data.UpdateProjectMembers(bridge);
+    EXPECT_EQ(bridge.members.size(), 8u);
     std::stop_source stopped;
     stopped.request_stop();
     const OV::InterruptionScope scope(stopped.get_token());
-    EXPECT_FALSE(data.UpdateProjectCache(u"127.0.0.1",
-                                         static_cast<std::int16_t>(server.ModelPort()), u"admin",
-                                         OV::FromUtf8(ServerProcess::Password)));
+    EXPECT_FALSE(refresh());
+}
+
+TEST(LogUpdaterTest, AnUpdateEndsInAToldResultWhateverIsThrown)
+{
+    struct Failing final : LogUpdater {
+        explicit Failing(void (*what)()) : fail(what) {}
+        ~Failing() override { Stop(); }
+        void Update() override { fail(); }
+        void (*fail)();
+    };
+    const struct {
+        void (*fail)();
+        const char16_t* told;
+    } failures[] = {
+        {[] { throw std::runtime_error("the library's"); }, u"the library's"},
+        {[] { throw std::bad_alloc(); }, u"There is not enough memory."},
+        {[] { throw 7; }, u"An exception of a foreign type was thrown."},
+        {[] { throw OV::InterruptedException(); }, u""},
+    };
+    for (const auto& each : failures) {
+        Failing updater(each.fail);
+        Listener listener;
+        updater.Attach(listener);
+        updater.Start();
+        updater.Await();
+        EXPECT_FALSE(updater.IsRunning());
+        EXPECT_EQ(listener.failure, each.told);
+        updater.Detach(listener);
+    }
+}
+
+/// What a server that fails, or that means harm, costs a client: nothing that it has.
+TEST(LogUpdaterTest, AHostileServerEndsAnUpdateAndTakesNothing)
+{
+    const TemporaryFolder folder;
+    std::atomic<bool> isHeld = false;
+    std::stop_source stopped;
+    std::string events;
+    const ScriptedServer server([&](ScriptedServer::Peer& peer, const auto& request) {
+        if (request.target.ends_with("/sign-in"))
+            peer.Answer(200, R"({"token":"T","userId":"u","userName":"U","protocol":1,)"
+                             R"("serverVersion":1400})");
+        else if (request.target.ends_with("/projects"))
+            peer.Answer(200, R"({"projects":[{"id":"p","name":"P","location":"","category":"",)"
+                             R"("state":3,"version":"","build":0}]})");
+        else if (request.target.find("/events") != std::string::npos) {
+            const auto at = request.target.find("after=");
+            const auto after = std::strtoull(request.target.c_str() + at + 6, nullptr, 10);
+            peer.Answer(200, events + std::to_string(after + 1) + "}");
+        } else if (isHeld) {
+            stopped.request_stop();
+            peer.HoldUntilGone();
+        } else
+            peer.Answer(500, R"({"code":2,"message":"broken"})");
+    });
+    PerformanceData data;
+    data.UpdateProject({u"P", u"p", 1, 2, 0, {{u"anna", u"A"}, {u"zoe", u"B"}}});
+    const PerformanceData known = data;
+    const auto port = static_cast<std::int16_t>(server.Port());
+    EXPECT_THROW(data.UpdateProjectCache(u"127.0.0.1", port, u"u", u"w"),
+                 Communication::ResponseContentException);
+    EXPECT_EQ(data, known) << "a server that fails says nothing of the members";
+    isHeld = true;
+    {
+        const OV::InterruptionScope scope(stopped.get_token());
+        EXPECT_FALSE(data.UpdateProjectCache(u"127.0.0.1", port, u"u", u"w"));
+    }
+    EXPECT_EQ(data, known);
+
+    LogSource source;
+    source.host = u"127.0.0.1";
+    source.port = server.Port();
+    source.projectId = u"p";
+    const auto update = [&](const char* answer) {
+        events = answer;
+        SYC::BinCacheHandler cache(source.GetCacheName());
+        Listener listener;
+        EventLogUpdater updater(source, cache);
+        updater.Attach(listener);
+        updater.Start();
+        updater.Await();
+        updater.Detach(listener);
+        return std::pair(listener.failure, listener.lines.size());
+    };
+    using Result = std::pair<OV::UniString, std::size_t>;
+    EXPECT_EQ(update(R"({"text":"1\u0000\u0000u\n","separator":"\u0000\u0000","left":0,"next":)"),
+              Result(u"", 1u));
+    const char* const endless = R"({"text":"","separator":"#!","left":1,"next":)";
+    EXPECT_EQ(update(endless), Result(u"Cannot get latest events", 1u));
+    EXPECT_EQ(TextParser(source, LogType::Project).GetLatestEvents(0, 9, false), -7003);
 }
