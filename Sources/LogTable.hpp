@@ -28,7 +28,8 @@ public:
     /// The same rows by a column; those that are equal in it stay in their order.
     [[nodiscard]] std::shared_ptr<LogTable> Sorted(int column, bool ascending) const;
     /// A line of quoted texts for each row, with commas between; quotes within a text stay as they
-    /// are, and a text ends after 1024 bytes. Replaces the file. Throws IO::IOException.
+    /// are, and a text ends after 1024 bytes. Whatever stands at `file`, a link too, makes room for
+    /// a new file, once that is written whole. Throws IO::IOException.
     void Export(const IO::Location& file) const;
 
 private:

@@ -2,9 +2,9 @@
 
 #include "Dlg/SaveFileDialog.hpp"
 #include "Dlg/WarningAlert.hpp"
-#include "IO/IOException.hpp"
 #include "OVRoot/Clock.hpp"
 #include "OVRoot/LocalTime.hpp"
+#include "OVRoot/Logger.hpp"
 #include "OVRoot/Resources.hpp"
 #include "SYClientBase/MessageLoop.hpp"
 #include "UserInterface/Preferences.hpp"
@@ -29,8 +29,8 @@ enum Text : int {
 
 constexpr OV::StringView FirstDayKey = "ProjectLogStart";
 constexpr OV::StringView LastDayKey = "ProjectLogEnd";
-constexpr std::int32_t UsualDays = 30;
-constexpr std::int32_t Day = 86'400;
+constexpr std::int64_t UsualDays = 30;
+constexpr std::int64_t Day = 86'400;
 
 constexpr std::uint32_t Thresholds[] = {0, 0, 10'240, 102'400, 1'048'576, 10'485'760};
 constexpr OV::UniStringView SizeTexts[] = {u"10 KB and more", u"100 KB and more", u"1 MB and more",
@@ -54,13 +54,13 @@ Dlg::Date DayOf(std::int64_t time)
 
 std::int64_t StartOf(Dlg::Date date)
 {
-    return OV::FromLocalTime({date.year, date.month, date.day, 0, 0, 0});
+    return OV::StartOfDay(date.year, date.month, date.day);
 }
 
 /// In whole seconds: of the last one every part belongs to the day.
 std::int64_t EndOf(Dlg::Date date)
 {
-    return OV::FromLocalTime({date.year, date.month, date.day, 23, 59, 59});
+    return OV::EndOfDay(date.year, date.month, date.day);
 }
 
 /// The menu has these texts behind its first item, and the one that was selected stays so.
@@ -125,8 +125,8 @@ void ProjectLogViewerDlg_14::_PanelOpened(Dlg::Panel&)
 
 void ProjectLogViewerDlg_14::_PanelCloseRequested(Dlg::Panel&, Dlg::DialogResult)
 {
-    SYC::Preferences::SetLong(FirstDayKey, static_cast<std::int32_t>(StartOf(from_.GetDate())));
-    SYC::Preferences::SetLong(LastDayKey, static_cast<std::int32_t>(StartOf(to_.GetDate())));
+    SYC::Preferences::SetLong(FirstDayKey, OV::Seconds32(StartOf(from_.GetDate())));
+    SYC::Preferences::SetLong(LastDayKey, OV::Seconds32(StartOf(to_.GetDate())));
 }
 
 void ProjectLogViewerDlg_14::_ButtonClicked(Dlg::ButtonItem& button)
@@ -177,13 +177,15 @@ void ProjectLogViewerDlg_14::TakeLines(LogTable::Lines lines, bool isAll)
 {
     allLines_ = std::move(lines);
     std::unordered_set<OV::StringView> users, operations;
-    const OV::String project = OV::ToUtf8(projectId_);
-    for (const LogDataLine& line : *allLines_)
-        if (const LogRecord record = line.Record(); record.projectId == project) {
-            users.insert(record.user);
-            operations.insert(record.operation);
-        }
-    std::set<OV::UniString> userTexts, actionTexts;
+    LogFilter ofProject;
+    ofProject.projectId = projectId_;
+    for (const std::uint32_t row : ofProject.Select(*allLines_)) {
+        const LogRecord record = (*allLines_)[row].Record();
+        users.insert(record.user);
+        operations.insert(record.operation);
+    }
+    std::set<OV::UniString, decltype(&CompareUniStrings)> userTexts(&CompareUniStrings),
+        actionTexts(&CompareUniStrings);
     for (const auto user : users)
         userTexts.insert(OV::FromUtf8(user));
     for (const auto operation : operations) {
@@ -213,13 +215,20 @@ LogFilter ProjectLogViewerDlg_14::ReadFilter() const
 
 void ProjectLogViewerDlg_14::IntersectFilters(bool warns)
 {
-    const auto rows = ReadFilter().Select(*allLines_);
-    if (warns && rows.size() >= ManyLines)
+    auto rows = ReadFilter().Select(*allLines_);
+    const std::uint64_t run = ++filterRun_;
+    if (warns && rows.size() >= ManyLines) {
+        const std::weak_ptr<ProjectLogViewerDlg_14*> self = self_;
         Dlg::ShowWarningAlert(TextOf(Warning), OV::FormatText(TextOf(TooLarge), {rows.size()}),
                               TextOf(Ok));
+        // While it was shown, other lines may have come and been filtered; these rows are not
+        // theirs.
+        if (self.expired() || run != filterRun_)
+            return;
+    }
     Rebuild(userMenu_, users_);
     Rebuild(actionMenu_, actions_);
-    shown_ = std::make_shared<LogTable>(allLines_, rows);
+    shown_ = std::make_shared<LogTable>(allLines_, std::move(rows));
     sortColumn_ = 0;  // in the order of the log again
     ShowData();
     table_.SetSortMark(0, true);
@@ -247,7 +256,8 @@ void ProjectLogViewerDlg_14::ExportData()
         return;
     try {
         shown_->Export(*file);
-    } catch (const IO::IOException&) {
+    } catch (const std::exception& failure) {
+        OV::Logger::Info("SYClient", u"ProjectLogViewerDlg_14::ExportData: %", {failure.what()});
         Dlg::ShowWarningAlert(TextOf(Error), TextOf(SavingFailed), TextOf(Ok));
     }
 }

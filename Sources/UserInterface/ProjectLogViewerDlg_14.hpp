@@ -50,6 +50,13 @@ public:
     void UpdateProgress(std::uint64_t done, std::uint64_t total) override;
     void UpdateFailed(const OV::UniString& reason) override;
 
+    /// The order of the texts in the menus: code unit by code unit.
+    [[nodiscard]] static bool CompareUniStrings(const OV::UniString& left,
+                                                const OV::UniString& right) noexcept
+    {
+        return left < right;
+    }
+
     /// The lines that passed the filters, as they are shown.
     [[nodiscard]] const LogTable& GetShownLines() const noexcept { return *shown_; }
 
@@ -67,7 +74,6 @@ private:
     void TakeLines(LogTable::Lines lines, bool isAll);
     void IntersectFilters(bool warns);
     [[nodiscard]] LogFilter ReadFilter() const;
-    void RebuildMenus();
     void ShowData();
     void ExportData();
 
@@ -77,6 +83,8 @@ private:
     /// The texts of the project's lines, for the menus.
     OV::Array<OV::UniString> users_, actions_;
     std::shared_ptr<const LogTable> shown_;
+    /// Counts the runs of IntersectFilters.
+    std::uint64_t filterRun_ = 0;
     int sortColumn_ = 0;
     bool isAscending_ = true;
     std::shared_ptr<ProjectLogViewerDlg_14*> self_;

@@ -138,6 +138,35 @@ TEST_F(ProjectLogViewerTest, AThousandLinesAreWarnedAboutAndStillShown)
     });
 }
 
+TEST_F(ProjectLogViewerTest, LinesThatComeWhileTheWarningIsShownAreTheOnesShownThen)
+{
+    /// Goes on with what was posted, as a window's alert does.
+    struct Nested final : OV::AlertPresenter {
+        int Show(const OV::AlertResource&) override
+        {
+            ++count;
+            SYCB::MessageLoop::RunPending();
+            return 1;
+        }
+        int count = 0;
+    };
+    const Lines many(1200, Line({2026, 3, 1, 8, 0, 0}, u"anna", u"Send"));
+    Lines more(many);
+    more.insert(more.end(), 500, many.front());
+    for (const Lines& newer : {more, Lines(10, many.front())})
+        Open({}, [&](Dlg::HeadlessDialog& user) {
+            viewer_->PreviewLog(many);
+            SYCB::MessageLoop::RunPending();
+            viewer_->RefreshLog(newer);
+            Nested alerts;
+            auto* const former = OV::AlertPresenter::SetCurrent(&alerts);
+            user.PickDate(Viewer::ToDate, {2026, 3, 3});
+            OV::AlertPresenter::SetCurrent(former);
+            EXPECT_EQ(alerts.count, newer.size() < 1000 ? 1 : 2);
+            EXPECT_EQ(Column(user, LogTable::User).size(), newer.size());
+        });
+}
+
 TEST_F(ProjectLogViewerTest, TheExportIsWrittenToTheLetter)
 {
     const auto file = folder_.Path() / "table.csv";
@@ -150,6 +179,7 @@ TEST_F(ProjectLogViewerTest, TheExportIsWrittenToTheLetter)
     auto line = Line({2026, 3, 1, 8, 5, 9}, u"Zo\u00EB \"Z\"", u"Send", 2'048'000);
     line.SetComment(OV::UniString(1023, u'x') + u"\u00E9");
     Open({line}, [&](Dlg::HeadlessDialog& user) {
+        const auto entries = std::distance(std::filesystem::directory_iterator(folder_.Path()), {});
         toolkit_.AddSaveFile(std::nullopt);
         user.Press(Viewer::ExportButton);
         EXPECT_EQ(content(), "former");
@@ -157,6 +187,14 @@ TEST_F(ProjectLogViewerTest, TheExportIsWrittenToTheLetter)
         user.Press(Viewer::ExportButton);
         EXPECT_EQ(content(), "\"2026-03-01 08:05:09\",\"Zo\xC3\xAB \"Z\"\",\"Send\",\"" +
                                  std::string(1023, 'x') + "\",\"2 KB\",\"3s\"\n");
+        std::filesystem::rename(file, folder_.Path() / "other.csv");
+        std::filesystem::create_symlink("other.csv", file);
+        toolkit_.AddSaveFile(location);
+        user.Press(Viewer::ExportButton);
+        EXPECT_FALSE(std::filesystem::is_symlink(file)) << "a file of its own in the link's place";
+        EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder_.Path()), {}),
+                  entries + 1)
+            << "and nothing is left over";
         toolkit_.AddSaveFile(location.Appended(u"none"));
         user.Press(Viewer::ExportButton);
         ASSERT_EQ(toolkit_.GetAlertsShown().size(), 1u);

@@ -27,7 +27,7 @@ public:
     std::string failure;
 
 private:
-    static constexpr std::uint64_t BarLength = 30;
+    static constexpr std::size_t BarLength = 30;
 
     void RefreshLog(const OV::PagedArray<LogDataLine>& all) override
     {
@@ -39,9 +39,10 @@ private:
     {
         if (!isShown_ || total == 0)
             return;
-        const std::uint64_t filled = done * BarLength / total;
+        const double share = std::min(1.0, static_cast<double>(done) / static_cast<double>(total));
+        const auto filled = static_cast<std::size_t>(share * BarLength);
         std::cerr << "\r[" << std::string(filled, '#') << std::string(BarLength - filled, ' ')
-                  << "] " << done * 100 / total << " %" << std::flush;
+                  << "] " << static_cast<int>(share * 100) << " %" << std::flush;
     }
     void UpdateFailed(const OV::UniString& reason) override { failure = ForDisplay(reason); }
 

@@ -14,17 +14,17 @@ namespace {
 
 using Lines = OV::PagedArray<LogDataLine>;
 
-/// A day "2026-11-24" at a time of day.
-std::int64_t ReadDay(const std::string& text, OV::LocalTime time)
+/// An end of a day "2026-11-24".
+std::int64_t ReadDay(const std::string& text, std::int64_t (*endOf)(int, int, int))
 {
+    int year = 0, month = 0, day = 0;
     char rest = 0;
-    const int count =
-        std::sscanf(text.c_str(), "%4d-%2d-%2d%c", &time.year, &time.month, &time.day, &rest);
-    const std::int64_t seconds = OV::FromLocalTime(time);
+    const int count = std::sscanf(text.c_str(), "%4d-%2d-%2d%c", &year, &month, &day, &rest);
     // Days that no calendar has come out as others.
-    if (count != 3 || OV::ToLocalTime(seconds) != time)
+    const OV::LocalTime start = OV::ToLocalTime(OV::StartOfDay(year, month, day));
+    if (count != 3 || start.year != year || start.month != month || start.day != day)
         throw OV::IllegalArgumentException("\"" + text + "\" is no day; write it as 2026-11-24.");
-    return seconds;
+    return endOf(year, month, day);
 }
 
 /// The id of the project that lines name so; nothing when none does.
@@ -83,9 +83,9 @@ std::shared_ptr<const LogTable> LogSelection::Read(Context& context) const
 {
     LogFilter filter;
     if (!from.empty())
-        filter.from = ReadDay(from, {});
+        filter.from = ReadDay(from, OV::StartOfDay);
     if (!to.empty())
-        filter.to = ReadDay(to, {1970, 1, 1, 23, 59, 59});
+        filter.to = ReadDay(to, OV::EndOfDay);
     if (!user.empty())
         filter.user = OV::FromUtf8(user);
     if (!action.empty())
