@@ -8,7 +8,7 @@ install(TARGETS SYClient SYClientStatic EXPORT SYClientTargets
   ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}")
 install(EXPORT SYClientTargets NAMESPACE SYClient:: DESTINATION "${package_dir}")
 
-# Folders named Detail hold headers that include a third-party library; they stay inside.
+# Folders named Detail hold what no host sees, headers that include a third-party library among it; they stay inside.
 foreach(root Sources Platform)
   install(DIRECTORY "${PROJECT_SOURCE_DIR}/${root}/" DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/SYClient-1"
     FILES_MATCHING PATTERN "*.hpp" PATTERN "Detail" EXCLUDE)

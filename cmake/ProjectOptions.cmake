@@ -23,8 +23,8 @@ if(SYCLIENT_SANITIZERS)
 endif()
 
 # syc_layer(<name> FOLDER <dir> [EXCEPT <dir>] [USES <layer>...] [LIBRARIES <lib>...])
-# One folder as an object library, without what EXCEPT names below it. USES names the layers whose headers it may include and is checked
-# by Tests/Layers; LIBRARIES stay private, so that no third-party header reaches the layer above.
+# One folder as an object library, without what EXCEPT names below it. USES names the layers whose headers it may include; CMake makes
+# nothing of it, Tests/Layers reads it here and checks the include lines. LIBRARIES stay private, so that no third-party header reaches the layer above.
 # Sources named *_posix.cpp or *_windows.cpp are compiled on their system only.
 function(syc_layer name)
   cmake_parse_arguments(arg "" "FOLDER;EXCEPT" "USES;LIBRARIES" ${ARGN})
