@@ -24,4 +24,13 @@ enum class ErrorCode : std::int32_t {
     IncompatibleVersion = 30,  ///< the client speaks another version of the protocol; HTTP 426
 };
 
+/// Whether the server refuses the user, not the request: asking again does not help before he did
+/// something about it.
+[[nodiscard]] constexpr bool RefusesUser(std::int32_t code)
+{
+    const auto refusal = static_cast<ErrorCode>(code);
+    return refusal == ErrorCode::BadCredentials || refusal == ErrorCode::AccessDenied ||
+           refusal == ErrorCode::UserDisabled;
+}
+
 }  // namespace Syncra::Protocol

@@ -4,6 +4,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <limits>
 
 namespace Syncra::Protocol {
@@ -55,8 +56,11 @@ Message FromJson<Message>(const json& value)
     message.read = ReadBool(value, "read");
     message.copy = ReadBool(value, "copy");
     message.historical = ReadBool(value, "historical");
-    message.timeStamp =
-        static_cast<std::int32_t>(ReadInteger(value, "timeStamp", Seconds::min(), Seconds::max()));
+    // A server with longer times goes on beyond 2038; its mails do not get lost for that.
+    using Number = std::numeric_limits<std::int64_t>;
+    message.timeStamp = static_cast<std::int32_t>(
+        std::clamp<std::int64_t>(ReadInteger(value, "timeStamp", Number::min(), Number::max()),
+                                 Seconds::min(), Seconds::max()));
     message.header = ReadHeader(value);
     message.bodyData = ReadBytes(value, "body", Message::MaximumBodySize);
     return message;

@@ -14,8 +14,7 @@ bool operator==(const ClientMail& left, const ClientMail& right)
                         m.sendingTime_, m.repositoryTime_, m.bodyText_, m.copy_, m.out_,
                         m.historical_, m.modify_);
     };
-    return fields(left) == fields(right) &&
-           MailActions::AreEqual(left.actionList_, right.actionList_);
+    return fields(left) == fields(right) && MailActions::AreEqual(left.actions_, right.actions_);
 }
 
 bool ClientMail::MarkDoneCopyHistorical() noexcept

@@ -6,6 +6,8 @@
 #include "OVRoot/ClassFrame.hpp"
 #include "SyncraProtocol/Message.hpp"
 
+#include <memory>
+
 namespace SYC {
 
 /// One message between members of a shared project: a note, a request for ownership, or the answer
@@ -30,7 +32,8 @@ public:
     explicit ClientMail(const Syncra::Protocol::Message& message);
 
     /// The form of the files. Reading stops at the first error and returns it; the fields before it
-    /// are then set.
+    /// are then set. An action that this process cannot read is such an error here, since a record
+    /// does not say where it ends; MailFile reads past it.
     [[nodiscard]] OV::ChannelStatus Read(OV::IChannel& channel);
     [[nodiscard]] OV::ChannelStatus Write(OV::OChannel& channel) const;
     /// The same without the class frame.
@@ -38,16 +41,19 @@ public:
     [[nodiscard]] OV::ChannelStatus WriteVersion1(OV::OChannel& channel) const;
 
     /// Writes the compact form. Marks the mail historical first when it is the sender's copy of
-    /// anything but a request. Throws OV::ChannelException.
+    /// anything but a request. Throws OV::ChannelException, for unknown actions as well: they are
+    /// at hand in another form.
     void Serialize(OV::OChannelX& channel);
 
     /// Fills this mail from a message of the current format; what it held before is gone. Returns 0
-    /// or the error of an action. Throws OV::IllegalReferenceException for a missing header field
-    /// and MailConversionException for a number that is none.
+    /// or the error of an action; the mail is then whole but for its actions, and
+    /// HasUnknownActions tells whether they are only unknown here. Throws
+    /// OV::IllegalReferenceException for a missing header field and MailConversionException for a
+    /// number that is none.
     [[nodiscard]] OV::ChannelStatus
     SyncraMessageConvertTo(const Syncra::Protocol::Message& message);
     /// Fills `message` from this mail, and marks the mail historical as Serialize does. Returns 0
-    /// or the error of an action.
+    /// or the error of an action; unknown actions are one.
     [[nodiscard]] OV::ChannelStatus SyncraMessageConvertFrom(Syncra::Protocol::Message& message);
     /// The same as a new message; the error of an action is thrown as MailConversionException.
     [[nodiscard]] Syncra::Protocol::Message ConvertToSyncraMessage();
@@ -94,9 +100,16 @@ public:
     [[nodiscard]] std::int32_t GetRepositoryTime() const noexcept { return repositoryTime_; }
     [[nodiscard]] const OV::UniString& GetBodyText() const noexcept { return bodyText_; }
     void SetBodyText(OV::UniString text) { bodyText_ = std::move(text); }
-    /// May be an empty holder.
-    [[nodiscard]] const OV::Ref<ActionList>& GetActionList() const noexcept { return actionList_; }
-    void SetActionList(OV::Ref<ActionList> actions) { actionList_ = std::move(actions); }
+    /// May be an empty holder, and is one when the mail has unknown actions.
+    [[nodiscard]] const OV::Ref<ActionList>& GetActionList() const noexcept
+    {
+        return actions_.known;
+    }
+    void SetActionList(OV::Ref<ActionList> actions) { actions_ = {std::move(actions), {}}; }
+    /// Whether the mail carries actions that this process cannot read: of a kind that nobody
+    /// registered before the mail was read, or of a newer form. They stay with the mail, byte for
+    /// byte, in every file that it is written to, and only a process that knows them sends it.
+    [[nodiscard]] bool HasUnknownActions() const noexcept { return actions_.unknown != nullptr; }
     /// Whether this is the sender's copy of what he sent.
     [[nodiscard]] bool IsCopy() const noexcept { return copy_; }
     /// Whether the mail waits in the outbox.
@@ -109,8 +122,22 @@ public:
     void SetModify(bool modify) noexcept { modify_ = modify; }
 
 private:
+    friend struct MailActions;
     friend struct MailFields;
     friend class MailMessageConversion;
+
+    /// So many actions in the form of the files.
+    struct UnknownActions {
+        std::uint32_t count = 0;
+        OV::String bytes;
+
+        friend bool operator==(const UnknownActions&, const UnknownActions&) = default;
+    };
+    /// Copies share both.
+    struct CarriedActions {
+        OV::Ref<ActionList> known;
+        std::shared_ptr<const UnknownActions> unknown;  ///< then `known` is empty
+    };
 
     /// The sender's copy is history at once, for nothing is left to do with it; only the copy of a
     /// request waits for its answer. Returns whether the mail is such a copy.
@@ -128,7 +155,7 @@ private:
     std::int32_t sendingTime_ = 0;
     std::int32_t repositoryTime_ = 0;
     OV::UniString bodyText_;
-    OV::Ref<ActionList> actionList_;
+    CarriedActions actions_;
     bool copy_ = false;
     bool out_ = false;
     bool historical_ = false;

@@ -27,7 +27,7 @@ public:
         if (!text.empty())
             (*this)(text);
     }
-    void Optional(const OV::Ref<ClientMail::ActionList>& actions)
+    void Optional(const MailFields::CarriedActions& actions)
     {
         const auto count = MailActions::Count(actions);
         channel_.WriteBool(count > 0);
@@ -78,7 +78,7 @@ public:
         if (ReadFlag())
             (*this)(text);
     }
-    void Optional(OV::Ref<ClientMail::ActionList>& actions)
+    void Optional(MailFields::CarriedActions& actions)
     {
         if (ReadFlag())
             MailActions::Deserialize(actions, channel_.ReadUInt(), channel_);

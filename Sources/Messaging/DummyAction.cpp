@@ -20,7 +20,7 @@ void DummyAction::Deserialize(OV::IChannelX& channel)
 OV::ChannelStatus DummyAction::Write(OV::OChannel& channel) const
 {
     const OV::OutputClassFrame frame(channel, ClassInformation);
-    return frame.Status() == OV::ChannelOk ? channel.Write(data_) : frame.Status();
+    return frame.Status() == OV::ChannelOk ? WriteVersion1(channel) : frame.Status();
 }
 
 OV::ChannelStatus DummyAction::Read(OV::IChannel& channel)
@@ -28,7 +28,17 @@ OV::ChannelStatus DummyAction::Read(OV::IChannel& channel)
     const OV::InputClassFrame frame(channel, ClassInformation);
     if (frame.Status() != OV::ChannelOk)
         return frame.Status();
-    return frame.MainVersion() == 1 ? channel.Read(data_) : OV::ChannelFailed;
+    return frame.MainVersion() == 1 ? ReadVersion1(channel) : OV::ChannelFailed;
+}
+
+OV::ChannelStatus DummyAction::WriteVersion1(OV::OChannel& channel) const
+{
+    return channel.Write(data_);
+}
+
+OV::ChannelStatus DummyAction::ReadVersion1(OV::IChannel& channel)
+{
+    return channel.Read(data_);
 }
 
 void DummyAction::GetActionItems(ClientMail&, OV::Array<Item>&) {}

@@ -18,6 +18,9 @@ public:
     void Deserialize(OV::IChannelX& channel) override;
     [[nodiscard]] OV::ChannelStatus Write(OV::OChannel& channel) const override;
     [[nodiscard]] OV::ChannelStatus Read(OV::IChannel& channel) override;
+    /// The same without the class frame.
+    [[nodiscard]] OV::ChannelStatus WriteVersion1(OV::OChannel& channel) const;
+    [[nodiscard]] OV::ChannelStatus ReadVersion1(OV::IChannel& channel);
     void GetActionItems(ClientMail& mail, OV::Array<Item>& items) override;
 
     [[nodiscard]] const OV::UniString& GetData() const noexcept { return data_; }

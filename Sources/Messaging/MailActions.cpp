@@ -4,12 +4,34 @@
 #include "OVRoot/MemoryChannels.hpp"
 
 #include <algorithm>
+#include <new>
 
 namespace SYC {
 
-using List = OV::Ref<ClientMail::ActionList>;
-
 namespace {
+
+/// Notes whether its reader asked for more than there was.
+class NotingChannel final : public OV::IChannel {
+public:
+    explicit NotingChannel(OV::IChannel& channel) : channel_(channel) {}
+    [[nodiscard]] OV::ChannelStatus ReadBytes(std::span<std::byte> target) override
+    {
+        const auto status = channel_.ReadBytes(target);
+        ranOut_ = ranOut_ || status != OV::ChannelOk;
+        return status;
+    }
+    [[nodiscard]] std::size_t ReadSome(std::span<std::byte> target) override
+    {
+        const auto size = channel_.ReadSome(target);
+        ranOut_ = ranOut_ || size < target.size();
+        return size;
+    }
+    [[nodiscard]] bool RanOut() const noexcept { return ranOut_; }
+
+private:
+    OV::IChannel& channel_;
+    bool ranOut_ = false;
+};
 
 /// An empty holder for an unknown id.
 OV::Ref<MailAction> MakeAction(const OV::UniString& id)
@@ -24,6 +46,19 @@ OV::ChannelStatus WriteAction(const MailAction& action, OV::OChannel& channel)
     return status == OV::ChannelOk ? action.Write(channel) : status;
 }
 
+/// An action is the host's own code: whatever it throws at data that it does not like concerns that
+/// one mail.
+OV::ChannelStatus ReadData(MailAction& action, OV::IChannel& channel)
+{
+    try {
+        return action.Read(channel);
+    } catch (const std::bad_alloc&) {
+        throw;
+    } catch (...) {
+        return OV::ChannelFailed;
+    }
+}
+
 OV::ChannelStatus ReadAction(ClientMail::ActionList& actions, OV::IChannel& channel)
 {
     OV::UniString id;
@@ -32,7 +67,7 @@ OV::ChannelStatus ReadAction(ClientMail::ActionList& actions, OV::IChannel& chan
     const auto action = MakeAction(id);
     if (!action)
         return OV::ChannelFailed;
-    if (const auto status = action->Read(channel); status != OV::ChannelOk)
+    if (const auto status = ReadData(*action, channel); status != OV::ChannelOk)
         return status;
     actions.push_back(action);
     return OV::ChannelOk;
@@ -50,57 +85,8 @@ bool AreEqualActions(const OV::Ref<MailAction>& left, const OV::Ref<MailAction>&
            WriteAction(*right, rightData) == OV::ChannelOk && leftData.Bytes() == rightData.Bytes();
 }
 
-}  // namespace
-
-std::uint32_t MailActions::Count(const List& actions)
-{
-    return actions ? static_cast<std::uint32_t>(actions->size()) : 0;
-}
-
-OV::ChannelStatus MailActions::Write(const List& actions, OV::OChannel& channel)
-{
-    OV::ChannelStatus status = OV::ChannelOk;
-    for (std::size_t i = 0; i < Count(actions) && status == OV::ChannelOk; ++i)
-        status = WriteAction(*(*actions)[i], channel);
-    return status;
-}
-
-OV::ChannelStatus MailActions::Read(List& actions, std::uint32_t count, OV::IChannel& channel)
-{
-    actions.Reset();
-    if (count == 0)
-        return OV::ChannelOk;
-    actions = OV::MakeRef<ClientMail::ActionList>();
-    OV::ChannelStatus status = OV::ChannelOk;
-    for (; count > 0 && status == OV::ChannelOk; --count)
-        status = ReadAction(*actions, channel);
-    return status;
-}
-
-void MailActions::Serialize(const List& actions, OV::OChannelX& channel)
-{
-    for (std::size_t i = 0; i < Count(actions); ++i) {
-        MailAction& action = *(*actions)[i];
-        OV::OBinaryChannelUtilities::WriteUniStringAsUTF8(channel, action.GetId());
-        action.Serialize(channel);
-    }
-}
-
-void MailActions::Deserialize(List& actions, std::uint32_t count, OV::IChannelX& channel)
-{
-    actions = OV::MakeRef<ClientMail::ActionList>();
-    for (; count > 0; --count) {
-        const auto id = OV::IBinaryChannelUtilities::ReadUniStringFromUTF8(channel);
-        const auto action = MakeAction(id);
-        if (!action)
-            throw OV::ChannelException(u"The mail carries an action of the unknown kind \"" + id +
-                                       u"\".");
-        action->Deserialize(channel);
-        actions->push_back(action);
-    }
-}
-
-bool MailActions::AreEqual(const List& left, const List& right)
+bool AreEqualLists(const OV::Ref<ClientMail::ActionList>& left,
+                   const OV::Ref<ClientMail::ActionList>& right)
 {
     if (left == right)
         return true;
@@ -109,6 +95,78 @@ bool MailActions::AreEqual(const List& left, const List& right)
     const auto& rightActions = right ? *right : none;
     return std::equal(leftActions.begin(), leftActions.end(), rightActions.begin(),
                       rightActions.end(), AreEqualActions);
+}
+
+}  // namespace
+
+std::uint32_t MailActions::Count(const Carried& actions)
+{
+    if (actions.unknown)
+        return actions.unknown->count;
+    return actions.known ? static_cast<std::uint32_t>(actions.known->size()) : 0;
+}
+
+OV::ChannelStatus MailActions::Write(const Carried& actions, OV::OChannel& channel)
+{
+    if (actions.unknown)
+        return channel.WriteBytes(std::as_bytes(std::span(actions.unknown->bytes)));
+    OV::ChannelStatus status = OV::ChannelOk;
+    for (std::size_t i = 0; i < Count(actions) && status == OV::ChannelOk; ++i)
+        status = WriteAction(*(*actions.known)[i], channel);
+    return status;
+}
+
+MailActions::Reading MailActions::Read(Carried& actions, std::uint32_t count, OV::IChannel& channel)
+{
+    actions = {};
+    if (count == 0)
+        return {};
+    actions.known = OV::MakeRef<ClientMail::ActionList>();
+    NotingChannel noting(channel);
+    OV::ChannelStatus status = OV::ChannelOk;
+    for (; count > 0 && status == OV::ChannelOk; --count)
+        status = ReadAction(*actions.known, noting);
+    return {status, status != OV::ChannelOk && !noting.RanOut()};
+}
+
+void MailActions::Keep(Carried& actions, std::uint32_t count, OV::String bytes)
+{
+    actions = {{},
+               std::make_shared<const ClientMail::UnknownActions>(
+                   ClientMail::UnknownActions{count, std::move(bytes)})};
+}
+
+void MailActions::Serialize(const Carried& actions, OV::OChannelX& channel)
+{
+    if (actions.unknown)
+        throw OV::ChannelException(
+            OV::StringView("The mail carries actions that this program does not know."));
+    for (std::size_t i = 0; i < Count(actions); ++i) {
+        MailAction& action = *(*actions.known)[i];
+        OV::OBinaryChannelUtilities::WriteUniStringAsUTF8(channel, action.GetId());
+        action.Serialize(channel);
+    }
+}
+
+void MailActions::Deserialize(Carried& actions, std::uint32_t count, OV::IChannelX& channel)
+{
+    actions = {OV::MakeRef<ClientMail::ActionList>(), {}};
+    for (; count > 0; --count) {
+        const auto id = OV::IBinaryChannelUtilities::ReadUniStringFromUTF8(channel);
+        const auto action = MakeAction(id);
+        if (!action)
+            throw OV::ChannelException(u"The mail carries an action of the unknown kind \"" + id +
+                                       u"\".");
+        action->Deserialize(channel);
+        actions.known->push_back(action);
+    }
+}
+
+bool MailActions::AreEqual(const Carried& left, const Carried& right)
+{
+    const bool isUnknownEqual = left.unknown == right.unknown ||
+                                (left.unknown && right.unknown && *left.unknown == *right.unknown);
+    return isUnknownEqual && AreEqualLists(left.known, right.known);
 }
 
 }  // namespace SYC

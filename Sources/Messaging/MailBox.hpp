@@ -9,10 +9,13 @@
 namespace SYC {
 
 /// The received and sent mails in the order received, found by id, and their file "Mails.dat".
-/// One thread at a time.
+/// Several processes may share the file. Whoever writes it takes over what others changed since he
+/// read it: their marks, the mails that they fetched, and those that they deleted; and keeps what
+/// he cannot read. One thread at a time.
 class MailBox {
 public:
     using MailList = MailFile::MailList;
+    using Clock = std::chrono::steady_clock;
 
     /// Reads the file in `folder`. A damaged one is kept under another name. Throws
     /// IO::IOException.
@@ -20,42 +23,67 @@ public:
     ~MailBox();
 
     [[nodiscard]] const MailList& GetMails() const noexcept { return mails_; }
-    /// Empty when there is none.
+    /// Empty when there is none; the first when several have the id.
     [[nodiscard]] OV::Ref<ClientMail> Find(const OV::UniString& id) const;
     /// Of the last mail, which is the newest; 0 for an empty box.
     [[nodiscard]] std::int32_t LastRepositoryTime() const noexcept;
+    /// Whether the mail was in the box at that time. Those of the file always were.
+    [[nodiscard]] bool WasHereAt(const ClientMail& mail, Clock::time_point time) const;
 
-    /// False when a mail with that id is there already.
+    /// For the beginning of a refresh: Add then refuses what another process deletes until the next
+    /// one.
+    void BeginRefresh();
+    /// False when a mail with that id is there already or was deleted here.
     bool Add(const OV::Ref<ClientMail>& mail);
-    /// Whether any of them was there.
+    /// For mails that are deleted on the server; they do not come back. Whether any of them was
+    /// there.
     bool Remove(const OV::PagedArray<OV::UniString>& ids);
     void Clear();
 
     /// Notes that a mail was marked here alone, and writes the box with the sixth mark since it was
     /// last written. Throws as Write does.
     void NoteMark();
-    /// Writes the box whole. Marks that another process wrote meanwhile are taken over. Throws
-    /// IO::IOException; the file then stays as it was.
+    /// Takes over what others wrote, then writes the box whole. Throws IO::IOException; the file
+    /// then stays as it was.
     void Write();
     /// For a change that the server knows as well: writes when that costs little of the time, and
     /// otherwise leaves it to the next Write. A failure is logged.
     void WriteSoon() noexcept;
     /// Writes what WriteSoon left. A failure is logged.
     void WriteRest() noexcept;
+    /// Takes over what others wrote; the second as seldom as WriteSoon writes. A failure is logged.
+    void FollowOthers() noexcept;
+    void FollowOthersSoon() noexcept;
+
+    /// Whether something of others was taken over since this was last asked.
+    [[nodiscard]] bool TakeNews() noexcept { return std::exchange(hasNews_, false); }
+    /// The mails that came that way since this was last asked, oldest first.
+    [[nodiscard]] MailList TakeArrivals() noexcept { return std::exchange(arrivals_, {}); }
 
 private:
     struct Index;
-    void TakeMarksOfOthers();
+    /// As WriteSoon and the others, which are not to throw.
+    template <class Work>
+    void Guarded(Work work) noexcept;
+    [[nodiscard]] bool IsTimeToWrite() const noexcept;
+    void NoteCost(Clock::time_point start) noexcept;
+    void TakeOver(MailFile::Content content);
+    void TakeOverMail(const OV::Ref<ClientMail>& theirs);
+    void Insert(const OV::Ref<ClientMail>& mail);
+    void RemoveWhatOthersDeleted(const MailList& theirs);
 
     const IO::Location file_;
     const IO::Location lockFile_;
     MailList mails_;
+    MailFile::UnknownRecords unknown_;
+    MailList arrivals_;
     std::unique_ptr<Index> index_;
     std::optional<IO::ChangeStamp> stamp_;
+    bool hasNews_ = false;
     bool isChanged_ = false;
     int unsavedMarks_ = 0;
-    std::chrono::steady_clock::time_point lastWrite_;
-    std::chrono::steady_clock::duration lastWriteCost_{};
+    Clock::time_point lastWrite_;
+    Clock::duration lastWriteCost_{};
 };
 
 }  // namespace SYC

@@ -1,5 +1,6 @@
 #include "Messaging/MailClient.hpp"
 
+#include "Messaging/Detail/CurrentException.hpp"
 #include "Messaging/Detail/MailClientParts.hpp"
 #include "Messaging/Detail/OpenedProject.hpp"
 #include "OVRoot/Clock.hpp"
@@ -7,6 +8,10 @@
 #include "OVRoot/Guid.hpp"
 #include "OVRoot/Logger.hpp"
 #include "OVRoot/Resources.hpp"
+#include "OVRoot/Thread.hpp"
+#include "SyncraProtocol/ErrorCode.hpp"
+
+#include <algorithm>
 
 namespace SYC {
 
@@ -35,33 +40,43 @@ MailClient::MailClient(SYCB::PKSignalClient& signalClient,
                        const IO::Location& dataFolder, OV::Executor& executor)
     : MailClientActionResultObserverOverExecutor(&executor), signalClient_(signalClient),
       manager_(manager), members_(members), project_(std::make_unique<OpenedProject>(manager)),
-      box_(dataFolder), outbox_(dataFolder), worker_(1, 2, KeepAliveMilliseconds),
+      box_(dataFolder), outbox_(dataFolder), worker_(1, 3, KeepAliveMilliseconds),
       orderedWorker_(1, 1, KeepAliveMilliseconds)
 {
     if (m_instance != nullptr)
         throw OV::IllegalArgumentException(
             OV::UniString(u"A mail client exists already; a process has one at a time."));
     m_instance = this;
-    signalClient_.Attach(*this);
-    signalClient_.GetPresenceService().Attach(*this);
-    members_.Attach(*this);
-    if (IsOnline() && !outbox_.IsEmpty())
-        StartSending();
-    RefreshMails(RefreshMailListReason::ClientStarted);
+    try {
+        signalClient_.Attach(*this);
+        signalClient_.GetPresenceService().Attach(*this);
+        members_.Attach(*this);
+        if (IsOnline() && outbox_.First({}))
+            StartSending();
+        RefreshMails(RefreshMailListReason::ClientStarted);
+    } catch (...) {
+        DetachFromAll();
+        throw;
+    }
 }
 
 MailClient::~MailClient()
 {
     ToDestroy();
-    members_.Detach(*this);
-    signalClient_.GetPresenceService().Detach(*this);
-    signalClient_.Detach(*this);
-    m_instance = nullptr;
+    DetachFromAll();
     worker_.Cancel();
     orderedWorker_.Cancel();
     worker_.AwaitTermination();
     orderedWorker_.AwaitTermination();
     box_.WriteRest();
+}
+
+void MailClient::DetachFromAll() noexcept
+{
+    members_.Detach(*this);
+    signalClient_.GetPresenceService().Detach(*this);
+    signalClient_.Detach(*this);
+    m_instance = nullptr;
 }
 
 bool MailClient::GetMail(const OV::UniString& id, OV::Ref<ClientMail>& mail) const
@@ -85,12 +100,33 @@ void MailClient::SetPassword(const OV::UniString& password)
 void MailClient::Clear()
 {
     box_.Clear();
+    ++generation_;
+    flagChanges_ = {};
     TellListChanged();
+}
+
+void MailClient::ReadFromDisc()
+{
+    box_.FollowOthers();
+    TellNews();
+}
+
+void MailClient::WriteToDisc()
+{
+    box_.Write();
+    TellNews();
 }
 
 void MailClient::TellListChanged()
 {
     observers_.Notify([this](MailClientObserver& observer) { observer.MailListChanged(*this); });
+}
+
+/// Of what the box took over from other processes.
+void MailClient::TellNews()
+{
+    if (box_.TakeNews())
+        TellListChanged();
 }
 
 // Sending
@@ -108,7 +144,7 @@ void MailClient::SendMail(const OV::Array<OV::UniString>& recipients, ClientMail
         mail.SetSender(project_->GetLoginName());
     {
         const OV::LockGuard guard(sendLock_);
-        senders_.emplace(mail.GetId(), ActionResultTarget(observer, GetTarget()));
+        senders_.emplace(mail.GetId(), Sender{ActionResultTarget(observer, GetTarget()), mail});
     }
     try {
         outbox_.Add(OV::MakeRef<ClientMail>(mail));
@@ -117,21 +153,50 @@ void MailClient::SendMail(const OV::Array<OV::UniString>& recipients, ClientMail
         senders_.erase(mail.GetId());
         throw;
     }
-    outbox_.TellObservers();
+    MissWhenTaken({mail.GetId()}, true);
     StartSending();
+    outbox_.TellObservers();
 }
 
-void MailClient::StartSending()
+/// The mails are in the outbox whatever becomes of this attempt to deliver them.
+void MailClient::StartSending() noexcept
 {
     if (loggedOut_ || worker_.IsShutdown() || !ProcessSendTask())
         return;
-    if (!worker_.Execute(OV::MakeTask([this] { SendOutbox(); })))
-        (void)SendTaskFinished();
+    bool isStarted = false;
+    try {
+        isStarted = worker_.Execute(OV::MakeTask([this] { SendOutbox(); }));
+    } catch (...) {
+        LogFailure(u"Sending the outbox");
+    }
+    if (!isStarted)
+        GiveUpSending();
+}
+
+bool MailClient::IsSending() const
+{
+    const OV::LockGuard guard(sendLock_);
+    return isSending_;
+}
+
+/// Whether others who take those mails out of the outbox are told of to their senders.
+void MailClient::MissWhenTaken(const OV::Array<OV::UniString>& ids, bool isMissed)
+{
+    const OV::LockGuard guard(sendLock_);
+    for (const auto& id : ids)
+        if (const auto sender = senders_.find(id); sender != senders_.end())
+            sender->second.isInOutbox = isMissed;
 }
 
 void MailClient::DeleteOutboxMails(const OV::Array<OV::UniString>& ids)
 {
-    outbox_.Remove(ids);
+    MissWhenTaken(ids, false);
+    try {
+        outbox_.Remove(ids);
+    } catch (...) {
+        MissWhenTaken(ids, true);
+        throw;
+    }
     {
         const OV::LockGuard guard(sendLock_);
         for (const auto& id : ids)
@@ -163,15 +228,19 @@ void MailClient::DeleteMails(const IdList& ids, MailClientActionResultObserver* 
 {
     const ActionResultTarget self(this, GetTarget());
     const ActionResultTarget other(observer, GetTarget());
-    orderedWorker_.Execute(OV::MakeTask([this, ids, self, other] {
-        const int result = ResultOf(u"Deleting mails", [&] {
+    const auto tell = [ids, self, other](int result) {
+        self.DeleteMailCompleted(ids, result);
+        other.DeleteMailCompleted(ids, result);
+    };
+    const bool isTaken = orderedWorker_.Execute(OV::MakeTask([this, ids, tell] {
+        tell(ResultOf(u"Deleting mails", [&] {
             project_->Ask([&](Syncra::Client::SyncraClient& client) {
                 client.DeleteMails(project_->GetProjectId(), {ids.begin(), ids.end()});
             });
-        });
-        self.DeleteMailCompleted(ids, result);
-        other.DeleteMailCompleted(ids, result);
+        }));
     }));
+    if (!isTaken)
+        tell(MailResult::NotReached);
 }
 
 void MailClient::_DeleteMailCompletedFromExecutor(const IdList& ids, int result)
@@ -183,6 +252,7 @@ void MailClient::_DeleteMailCompletedFromExecutor(const IdList& ids, int result)
     if (!box_.Remove(ids))
         return;
     box_.WriteRest();
+    (void)box_.TakeNews();
     TellListChanged();
 }
 
@@ -211,21 +281,26 @@ void MailClient::SetMails(const IdList& ids, bool flag, const Mark& mark)
     FlagTable flags;
     for (const auto& id : ids)
         flags.emplace(id, flag);
-    orderedWorker_.Execute(OV::MakeTask([this, flags, &mark, target = GetTarget()] {
-        const int result = ResultOf(u"Marking mails", [&] {
-            project_->Ask([&](Syncra::Client::SyncraClient& client) {
-                (client.*mark.send)(project_->GetProjectId(), flags);
-            });
-        });
+    const auto tell = [this, flags, &mark, target = GetTarget()](int result) {
         target.Post([this, flags, &mark, result] {
             if (result != MailResult::Succeeded) {
                 OV::ShowAlert(Alert::MessageStatusSettingError);
             } else if (ApplyFlags(flags, mark)) {
                 box_.WriteSoon();
+                (void)box_.TakeNews();
                 TellListChanged();
             }
         });
+    };
+    const bool isTaken = orderedWorker_.Execute(OV::MakeTask([this, flags, &mark, tell] {
+        tell(ResultOf(u"Marking mails", [&] {
+            project_->Ask([&](Syncra::Client::SyncraClient& client) {
+                (client.*mark.send)(project_->GetProjectId(), flags);
+            });
+        }));
     }));
+    if (!isTaken)
+        tell(MailResult::NotReached);
 }
 
 bool MailClient::ApplyFlags(const FlagTable& flags, const Mark& mark)
@@ -265,6 +340,7 @@ void MailClient::MarkLocally(ClientMail& mail, const Mark& mark)
         TellListChanged();  // the mark stands, on the disk or not
         throw;
     }
+    (void)box_.TakeNews();
     TellListChanged();
 }
 
@@ -289,7 +365,7 @@ bool MailClient::SynchronizeLogOut()
     }
     const auto done = std::make_shared<Done>();
     // Behind the marks and deletions that wait, so that those are out as well.
-    orderedWorker_.Execute(OV::MakeTask([this, read, historical, done] {
+    const bool isTaken = orderedWorker_.Execute(OV::MakeTask([this, read, historical, done] {
         done->succeeded =
             MailResult::Succeeded == ResultOf(u"Sending the marks of mails", [&] {
                 if (read.empty() && historical.empty())
@@ -303,12 +379,16 @@ bool MailClient::SynchronizeLogOut()
             });
         done->condition.Notify();
     }));
-    if (!done->condition.Wait(LogOutMilliseconds) || !done->succeeded)
+    if (!isTaken || !done->condition.Wait(LogOutMilliseconds) || !done->succeeded) {
+        if (!modified.empty())
+            OV::ShowAlert(Alert::MessageStatusSettingError);
         return false;
+    }
     for (const auto& mail : modified)
         mail->SetModify(false);
     if (!modified.empty())
         box_.WriteSoon();
+    TellNews();
     return true;
 }
 
@@ -327,83 +407,161 @@ void MailClient::_SignalReceived(const Syncra::Protocol::Signal&)
 
 void MailClient::_ServiceStateChanged(SYCB::PresenceService&, SYCB::PresenceState state)
 {
-    if (state == SYCB::PresenceState::Online)
-        StartSending();
+    if (state != SYCB::PresenceState::Online)
+        return;
+    StartSending();
+    // The first connection brings no signals of what happened before it.
+    GetTarget().Post([this] {
+        if (isRefreshMissing_)
+            RefreshMails(RefreshMailListReason::ServerSignal);
+    });
 }
 
+/// A request is judged by members who were read after it came: an older list may lack its sender,
+/// who joined and wrote in between. What cannot be judged yet waits for a newer list.
 void MailClient::_ProjectMembersChanged(ProjectMembers&)
 {
-    RetireMailsOfFormerMembers(box_.GetMails());
-}
-
-void MailClient::RetireMailsOfFormerMembers(const MailList& mails)
-{
+    const auto asOf = members_.GetAsOf();
     IdList ids;
-    for (const auto& mail : mails)
-        if (!mail->IsCopy() && !mail->IsHistorical() && mail->GetType() != MailType::Normal &&
-            !members_.IsMember(mail->GetSender()))
+    bool isNewerListWanted = false;
+    for (const auto& mail : box_.GetMails()) {
+        if (!IsOfFormerMember(*mail))
+            continue;
+        if (asOf && box_.WasHereAt(*mail, *asOf))
             ids.push_back(mail->GetId());
+        else
+            isNewerListWanted = true;
+    }
     if (!ids.empty())
         SetMailsHistorical(ids, true);
+    if (isNewerListWanted)
+        members_.Refresh();
+}
+
+/// An open request, or an answer to one, of somebody whom the list of members lacks.
+bool MailClient::IsOfFormerMember(const ClientMail& mail) const
+{
+    return !mail.IsCopy() && !mail.IsHistorical() && mail.GetType() != MailType::Normal &&
+           !members_.IsMember(mail.GetSender());
 }
 
 // Refreshing
 
 void MailClient::RefreshMails(RefreshMailListReason::Value reason)
 {
-    if (loggedOut_)
+    if (loggedOut_ || worker_.IsShutdown())
         return;
     // One at a time: a second one would begin with a time that the first is about to move, and
     // fetch the same mails again.
-    if (isRefreshing_) {
+    if (refresh_) {
         isRefreshWanted_ = true;
         return;
     }
+    isRefreshWanted_ = false;
+    box_.BeginRefresh();
+    const auto token = refresh_.Begin();
+    const auto fail = [this, target = GetTarget(), token](const OV::UniString& problem,
+                                                          bool isUserRefused) {
+        OV::Logger::Warning("SYClient", u"SYC::MailClient: mails cannot be fetched: %", {problem});
+        target.Post([this, problem, isUserRefused, token] {
+            const RefreshEnd end(*this, token);
+            RefreshFailed(problem, isUserRefused);
+        });
+    };
     const auto fetch = [this, reason, sinceTime = box_.LastRepositoryTime(), known = flagChanges_,
-                        target = GetTarget()] {
+                        generation = generation_, target = GetTarget(), token, fail] {
         try {
             const auto refreshed = std::make_shared<Refreshed>(FetchMails(sinceTime, known));
-            target.Post([this, refreshed, reason] { ApplyRefresh(*refreshed, reason); });
-        } catch (const std::exception& error) {
-            const auto problem = MessageOf(error);
-            OV::Logger::Warning("SYClient", u"SYC::MailClient: mails cannot be fetched: %",
-                                {problem});
-            target.Post([this, problem] {
-                observers_.Notify([&](MailClientObserver& observer) {
-                    observer.RefreshMailsFailed(*this, problem);
-                });
-                FinishRefresh();
+            refreshed->generation = generation;
+            target.Post([this, refreshed, reason, token] {
+                const RefreshEnd end(*this, token);
+                TakeRefresh(*refreshed, reason);
             });
+        } catch (const Communication::ResponseContentException& refusal) {
+            fail(refusal.GetMessage(), Syncra::Protocol::RefusesUser(refusal.GetErrorCode()));
+        } catch (...) {
+            fail(MessageOfCurrentException(), false);
         }
     };
-    isRefreshing_ = !worker_.IsShutdown() && worker_.Execute(OV::MakeTask(fetch));
+    if (!worker_.Execute(OV::MakeTask(fetch)))
+        fail(OV::UniString(NoThread), false);
+}
+
+void MailClient::TakeRefresh(Refreshed& refreshed, RefreshMailListReason::Value reason)
+{
+    if (refreshed.generation != generation_) {
+        // It began behind mails that the list does not hold any more.
+        isRefreshWanted_ = true;
+        return;
+    }
+    try {
+        ApplyRefresh(refreshed, reason);
+        isRefreshMissing_ = false;
+        retryPauses_.Reset();
+    } catch (...) {
+        RefreshFailed(MessageOfCurrentException(), false);
+    }
 }
 
 void MailClient::ApplyRefresh(Refreshed& refreshed, RefreshMailListReason::Value reason)
 {
-    const auto newMails = OV::MakeRef<MailList>();
-    for (auto& mail : refreshed.mails)
+    auto newMails = OV::MakeRef<MailList>(box_.TakeArrivals());
+    for (const auto& mail : refreshed.mails)
         if (box_.Add(mail))
-            newMails->push_back(std::move(mail));
+            newMails->push_back(mail);
     const bool isReadChanged = ApplyFlags(refreshed.read, Mark::Read);
     const bool isMarkChanged = ApplyFlags(refreshed.historical, Mark::Historical) || isReadChanged;
     flagChanges_ = refreshed.changes;
     if (!newMails->empty() || isMarkChanged)
         box_.WriteSoon();
-    if (members_.IsKnown())
-        RetireMailsOfFormerMembers(*newMails);
+    else
+        box_.FollowOthersSoon();
+    const bool isListChanged = box_.TakeNews() || isMarkChanged;
+    if (members_.IsKnown() &&
+        std::any_of(newMails->begin(), newMails->end(),
+                    [&](const auto& mail) { return IsOfFormerMember(*mail); }))
+        members_.Refresh();
     observers_.Notify(
         [&](MailClientObserver& observer) { observer.NewMailExists(*this, newMails, reason); });
-    if (isMarkChanged)
+    if (isListChanged)
         TellListChanged();
-    FinishRefresh();
 }
 
-void MailClient::FinishRefresh()
+void MailClient::RefreshFailed(const OV::UniString& problem, bool isUserRefused)
 {
-    isRefreshing_ = false;
-    if (std::exchange(isRefreshWanted_, false))
-        RefreshMails(RefreshMailListReason::ServerSignal);
+    isRefreshMissing_ = true;
+    observers_.Notify(
+        [&](MailClientObserver& observer) { observer.RefreshMailsFailed(*this, problem); });
+    // What follows a refusal of the user is for the user to do.
+    if (!isUserRefused)
+        RetrySoon();
+}
+
+/// One more attempt while the signals say that the server is there. When they do not, they bring a
+/// refresh as they come back.
+void MailClient::RetrySoon()
+{
+    if (retry_ || !IsOnline() || worker_.IsShutdown())
+        return;
+    (void)worker_.Execute(OV::MakeTask([this, pause = retryPauses_.NextMilliseconds(),
+                                        target = GetTarget(), token = retry_.Begin()] {
+        OV::Thread::Sleep(pause);
+        target.Post([this, token] {
+            token.End();
+            if (isRefreshMissing_ && IsOnline())
+                RefreshMails(RefreshMailListReason::ServerSignal);
+        });
+    }));
+}
+
+MailClient::RefreshEnd::~RefreshEnd()
+{
+    try {
+        if (client_.isRefreshWanted_)
+            client_.RefreshMails(RefreshMailListReason::ServerSignal);
+    } catch (...) {
+        LogFailure(u"Fetching mails");
+    }
 }
 
 }  // namespace SYC

@@ -5,7 +5,9 @@
 #include "Messaging/MailClientObserver.hpp"
 #include "Messaging/Outbox.hpp"
 #include "Messaging/ProjectMembers.hpp"
+#include "Messaging/RequestUnderWay.hpp"
 #include "OVRoot/PooledExecutor.hpp"
+#include "SYClientBase/Backoff.hpp"
 #include "SYClientBase/PKSignalClient.hpp"
 #include "SYClientBase/ProjectConnectionManagerInterface.hpp"
 
@@ -55,7 +57,7 @@ public:
     /// is online. It is safe on the disk when this returns; IO::IOException otherwise, and the mail
     /// is not in the outbox. `mail` gets its id, its sending time and its recipients, and the user
     /// as sender when it names none. OV::IllegalArgumentException without a recipient. `observer`
-    /// may be null; it is told of each attempt.
+    /// may be null; it is told of each attempt, and when another process took the mail.
     void SendMail(const OV::Array<OV::UniString>& recipients, ClientMail& mail,
                   MailClientActionResultObserver* observer);
 
@@ -77,17 +79,30 @@ public:
     void SetMailReadMessage(ClientMail& mail);
     void SetMailHistoricalMessage(ClientMail& mail);
 
+    /// Begins to deliver what the outbox holds, unless the client does so already. Online it does
+    /// by itself.
+    void FlushOutbox() noexcept { StartSending(); }
+    /// Whether mails are being delivered. What the outbox then still holds waits for something: the
+    /// server, a recipient, or a process that knows its actions.
+    [[nodiscard]] bool IsSending() const;
     /// Throw IO::IOException; then nothing changed. A mail that is being sent may still arrive.
     void DeleteOutboxMails(const OV::Array<OV::UniString>& ids);
     void SetOutboxMailsHistorical(const OV::Array<OV::UniString>& ids);
 
     /// Sends the local marks to the server, waits at most five seconds for that, and ends fetching
-    /// and sending. Whether the server has them; those that it has not go with the next log-out.
+    /// and sending. Whether the server has them; those that it has not go with the next log-out,
+    /// and an alert tells of it.
     bool SynchronizeLogOut();
     /// In place of the one in the project's location, for later requests.
     void SetPassword(const OV::UniString& password);
-    /// Empties the list here.
+    /// Empties the list here; the next refresh fetches all mails again.
     void Clear();
+
+    /// Takes over what other processes wrote into "Mails.dat".
+    void ReadFromDisc();
+    /// Takes it over and writes the list whole. Throws IO::IOException; the file then stays as it
+    /// was.
+    void WriteToDisc();
 
     /// Fetches what is new.
     void RefreshMails(RefreshMailListReason::Value reason);
@@ -118,23 +133,33 @@ private:
     void _DeleteMailCompletedFromExecutor(const IdList& ids, int result) override;
 
     void TellListChanged();
+    void TellNews();
+    void DetachFromAll() noexcept;
 
+    void TakeRefresh(Refreshed& refreshed, RefreshMailListReason::Value reason);
     void ApplyRefresh(Refreshed& refreshed, RefreshMailListReason::Value reason);
-    void FinishRefresh();
+    void RefreshFailed(const OV::UniString& problem, bool isUserRefused);
+    void RetrySoon();
+    /// Ends a refresh however its answer was taken.
+    class RefreshEnd;
     [[nodiscard]] bool ApplyFlags(const FlagTable& flags, const Mark& mark);
     void SetMails(const IdList& ids, bool flag, const Mark& mark);
     void MarkLocally(ClientMail& mail, const Mark& mark);
-    void RetireMailsOfFormerMembers(const MailList& mails);
-    void StartSending();
+    void MissWhenTaken(const OV::Array<OV::UniString>& ids, bool isMissed);
+    [[nodiscard]] bool IsOfFormerMember(const ClientMail& mail) const;
+    void StartSending() noexcept;
 
     // On worker threads.
     [[nodiscard]] Refreshed FetchMails(std::int32_t sinceTime, FlagChanges known);
     void SendOutbox();
+    void SendOnce(OV::HashSet<OV::UniString>& passed);
     void SendWhileOnline(OV::HashSet<OV::UniString>& passed);
     [[nodiscard]] int SendOne(Syncra::Client::SyncraClient& client, ClientMail& mail);
     void ReportSent(const ClientMail& mail, int result);
+    void ReportTaken();
     [[nodiscard]] bool ProcessSendTask();
     [[nodiscard]] bool SendTaskFinished();
+    void GiveUpSending();
 
     SYCB::PKSignalClient& signalClient_;
     SYCB::ProjectConnectionManagerInterface& manager_;
@@ -144,17 +169,30 @@ private:
     Outbox outbox_;
     OV::EventSource<MailClientObserver> observers_;
     FlagChanges flagChanges_;
-    bool isRefreshing_ = false;
+    RequestUnderWay refresh_;
     bool isRefreshWanted_ = false;
+    /// The last refresh failed, and nobody fetched since.
+    bool isRefreshMissing_ = false;
+    RequestUnderWay retry_;
+    SYCB::Backoff retryPauses_;
+    /// Tells a refresh that began before Clear from one after it.
+    std::uint64_t generation_ = 0;
     std::atomic<bool> loggedOut_ = false;
 
-    OV::Lock sendLock_;
+    /// Who sent a mail of the outbox from here.
+    struct Sender {
+        ActionResultTarget target;
+        ClientMail mail;
+        /// Nobody misses a mail that is still on its way into the outbox, or on its way out.
+        bool isInOutbox = false;
+    };
+    mutable OV::Lock sendLock_;
     bool isSending_ OV_GUARDED_BY(sendLock_) = false;
     /// Something happened since the send task looked last.
     bool isSendWanted_ OV_GUARDED_BY(sendLock_) = false;
-    OV::HashTable<OV::UniString, ActionResultTarget> senders_ OV_GUARDED_BY(sendLock_);
+    OV::HashTable<OV::UniString, Sender> senders_ OV_GUARDED_BY(sendLock_);
 
-    /// Fetching and sending.
+    /// Fetching, sending, and the pause before fetching is tried again.
     OV::PooledExecutor worker_;
     /// Marks and deletions, in the order given.
     OV::PooledExecutor orderedWorker_;

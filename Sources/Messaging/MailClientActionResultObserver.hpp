@@ -13,6 +13,8 @@ inline constexpr int Succeeded = 0;
 inline constexpr int NotReached = -1;
 /// The mail itself cannot be put into a message.
 inline constexpr int NotConverted = -2;
+/// Another process that has the project open delivered the mail, or took it out of the outbox.
+inline constexpr int TakenByOther = -3;
 }  // namespace MailResult
 
 /// Hears what became of the sending and deleting that it was given with. One that is no

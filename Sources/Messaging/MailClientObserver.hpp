@@ -16,11 +16,12 @@ public:
     virtual ~MailClientObserver() = default;
     /// Mails were marked or deleted.
     virtual void MailListChanged(MailClient& client) = 0;
-    /// A refresh is done. `newMails` are those that came with it, oldest first; there may be none.
+    /// A refresh is done. `newMails` are those that came with it, or since the last one by another
+    /// process, oldest first; there may be none.
     virtual void NewMailExists(MailClient& client, OV::Ref<MailList> newMails,
                                RefreshMailListReason::Value reason) = 0;
-    /// A refresh failed; `problem` tells why, for people. It is tried again when the server is
-    /// back.
+    /// A refresh failed; `problem` tells why, for people. It is tried again after a pause while the
+    /// project is online, and when it comes online; not when the server refuses the user.
     virtual void RefreshMailsFailed(MailClient& /*client*/, const OV::UniString& /*problem*/) {}
 };
 

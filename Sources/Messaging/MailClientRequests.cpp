@@ -1,7 +1,12 @@
+#include "Messaging/Detail/CurrentException.hpp"
 #include "Messaging/Detail/MailClientParts.hpp"
 #include "Messaging/Detail/OpenedProject.hpp"
 #include "Messaging/MailMessageConversion.hpp"
+#include "OVRoot/Logger.hpp"
 #include "SyncraProtocol/ErrorCode.hpp"
+
+#include <new>
+#include <optional>
 
 /// The work of the mail client on its worker threads.
 namespace SYC {
@@ -19,13 +24,20 @@ OV::Ref<ClientMail> ToMail(const Message& message)
             return OV::MakeRef<ClientMail>(message);
         auto mail = OV::MakeRef<ClientMail>();
         const auto status = mail->SyncraMessageConvertTo(message);
-        if (status == OV::ChannelOk)
+        if (mail->HasUnknownActions())
+            OV::Logger::Info("SYClient",
+                             u"SYC::MailClient: mail % carries actions that this program does not "
+                             u"know; it is shown without them",
+                             {message.mailId});
+        if (status == OV::ChannelOk || mail->HasUnknownActions())
             return mail;
         OV::Logger::Warning("SYClient", u"SYC::MailClient: mail % is dropped: status %",
                             {message.mailId, status});
-    } catch (const std::exception& error) {
+    } catch (const std::bad_alloc&) {
+        throw;  // no fault of the mail
+    } catch (...) {
         OV::Logger::Warning("SYClient", u"SYC::MailClient: mail % is dropped: %",
-                            {message.mailId, MessageOf(error)});
+                            {message.mailId, MessageOfCurrentException()});
     }
     return {};
 }
@@ -36,19 +48,22 @@ MailClientActionResultObserver::NameList RecipientsOf(const ClientMail& mail)
     return {names.begin(), names.end()};
 }
 
-/// The server looked at this one mail and does not want it; another one may pass.
+/// The server looked at this one mail and does not want it; another one may pass. Every other
+/// refusal is one of the user, the project or the client, and would meet the next mail as well.
 bool IsRefusalOfMail(int result)
 {
+    using Syncra::Protocol::ErrorCode;
     return result == MailResult::NotConverted ||
-           (result > 0 && result != static_cast<int>(Syncra::Protocol::ErrorCode::InternalError));
+           result == static_cast<int>(ErrorCode::BadRequest) ||
+           result == static_cast<int>(ErrorCode::TooLarge) ||
+           result == static_cast<int>(ErrorCode::NotFound);
 }
 
 }  // namespace
 
-OV::UniString MessageOf(const std::exception& error)
+void LogFailure(OV::UniStringView what) noexcept
 {
-    const auto* ours = dynamic_cast<const OV::Exception*>(&error);
-    return ours != nullptr ? ours->GetMessage() : OV::FromUtf8(error.what());
+    LogCurrentException(u"SYC::MailClient: % failed: %", what);
 }
 
 MailClient::Refreshed MailClient::FetchMails(std::int32_t sinceTime, FlagChanges known)
@@ -83,27 +98,45 @@ bool MailClient::SendTaskFinished()
     return !isSending_;
 }
 
+void MailClient::GiveUpSending()
+{
+    const OV::LockGuard guard(sendLock_);
+    isSending_ = false;
+    isSendWanted_ = false;
+}
+
 void MailClient::SendOutbox()
 {
     OV::HashSet<OV::UniString> passed;
     do {
         try {
-            SendWhileOnline(passed);
-        } catch (const std::exception& error) {
-            OV::Logger::Warning("SYClient", u"SYC::MailClient: the outbox waits: %",
-                                {MessageOf(error)});
-            if (const auto first = outbox_.First(passed))
-                ReportSent(*first, MailResult::NotReached);
+            SendOnce(passed);
+        } catch (...) {
+            LogFailure(u"Sending the outbox");
         }
-        outbox_.Save();
         // Whatever came between the last look at the outbox and here is seen by one of the two:
         // this task, or the one that the newcomer starts.
     } while (!worker_.IsCanceled() && !SendTaskFinished());
 }
 
+void MailClient::SendOnce(OV::HashSet<OV::UniString>& passed)
+{
+    const int result =
+        ResultOf(u"Reaching the server for the outbox", [&] { SendWhileOnline(passed); });
+    if (result != MailResult::Succeeded)
+        if (const auto first = outbox_.First(passed))
+            ReportSent(*first, result);
+    outbox_.Save();
+    ReportTaken();
+}
+
 void MailClient::SendWhileOnline(OV::HashSet<OV::UniString>& passed)
 {
-    const auto next = [&] { return IsOnline() ? outbox_.First(passed) : OV::Ref<ClientMail>(); };
+    // Last of all the presence: the outbox may be written meanwhile, and take its time.
+    const auto next = [&] {
+        auto first = outbox_.First(passed);
+        return IsOnline() ? first : OV::Ref<ClientMail>();
+    };
     if (!next())
         return;
     project_->Ask([&](SyncraClient& client) {
@@ -136,13 +169,45 @@ void MailClient::ReportSent(const ClientMail& mail, int result)
 {
     const auto recipients = RecipientsOf(mail);
     ActionResultTarget(this, GetTarget()).SendMailCompleted(mail, recipients, result);
-    const OV::LockGuard guard(sendLock_);
-    const auto sender = senders_.find(mail.GetId());
-    if (sender == senders_.end())
-        return;
-    sender->second.SendMailCompleted(mail, recipients, result);
-    if (result == MailResult::Succeeded)
-        senders_.erase(sender);
+    std::optional<ActionResultTarget> sender;
+    {
+        const OV::LockGuard guard(sendLock_);
+        const auto found = senders_.find(mail.GetId());
+        if (found != senders_.end())
+            sender = found->second.target;
+        if (found != senders_.end() && result == MailResult::Succeeded)
+            senders_.erase(found);
+    }
+    if (sender)
+        sender->SendMailCompleted(mail, recipients, result);
+}
+
+/// Whoever waits for a mail that has left the outbox by another process's hand waits no longer.
+void MailClient::ReportTaken()
+{
+    OV::HashSet<OV::UniString> missing;
+    {
+        const OV::LockGuard guard(sendLock_);
+        for (const auto& [id, sender] : senders_)
+            if (sender.isInOutbox)
+                missing.insert(id);
+    }
+    // In this order: a mail that comes meanwhile is missed by nobody.
+    for (const auto& mail : outbox_.GetMails())
+        missing.erase(mail->GetId());
+    OV::Array<Sender> senders;
+    {
+        const OV::LockGuard guard(sendLock_);
+        for (const auto& id : missing)
+            if (const auto found = senders_.find(id);
+                found != senders_.end() && found->second.isInOutbox) {
+                senders.push_back(std::move(found->second));
+                senders_.erase(found);
+            }
+    }
+    for (const auto& sender : senders)
+        sender.target.SendMailCompleted(sender.mail, RecipientsOf(sender.mail),
+                                        MailResult::TakenByOther);
 }
 
 }  // namespace SYC

@@ -1,5 +1,7 @@
 #include "Messaging/MailFile.hpp"
 
+#include "Messaging/Detail/MailFileReader.hpp"
+
 #include "IO/File.hpp"
 #include "IO/IOException.hpp"
 #include "OVRoot/Logger.hpp"
@@ -31,24 +33,12 @@ private:
     std::size_t count_ = 0;
 };
 
-void WriteMails(const MailList& mails, OV::OChannel& channel)
+void WriteMails(const MailList& mails, const UnknownRecords& unknown, OV::OChannel& channel)
 {
-    RequireOk(channel.Write(static_cast<std::uint32_t>(mails.size())));
+    RequireOk(channel.Write(static_cast<std::uint32_t>(mails.size() + unknown.count)));
     for (const auto& mail : mails)
         RequireOk(mail->Write(channel));
-}
-
-OV::ChannelStatus ReadMails(MailList& mails, OV::IChannel& channel)
-{
-    std::uint32_t count = 0;
-    auto status = channel.Read(count);
-    for (; count > 0 && status == OV::ChannelOk; --count) {
-        auto mail = OV::MakeRef<ClientMail>();
-        status = mail->Read(channel);
-        if (status == OV::ChannelOk)
-            mails.push_back(std::move(mail));
-    }
-    return status;
+    RequireOk(channel.WriteBytes(std::as_bytes(std::span(unknown.bytes))));
 }
 
 /// "Mails.dat.damaged-1" and so on.
@@ -66,14 +56,7 @@ IO::Location FreeNameBeside(const IO::Location& file)
 
 Content Decode(OV::StringView bytes)
 {
-    Content content;
-    OV::MemoryIChannel channel(bytes);
-    content.status = ReadMails(content.mails, channel);
-    if (content.status != OV::ChannelOk)
-        content.outcome = Outcome::Damaged;
-    else if (!channel.Rest().empty())
-        content.outcome = Outcome::LeftOver;
-    return content;
+    return MailFileReader(bytes).Read();
 }
 
 Content Read(const IO::Location& file)
@@ -86,7 +69,9 @@ Content Read(const IO::Location& file)
     } catch (const IO::IOException& error) {
         if (error.GetCode() != IO::ErrorCode::NotFound)
             throw;
-        return {{}, Outcome::Absent, OV::ChannelOk, {}};
+        Content absent;
+        absent.outcome = Outcome::Absent;
+        return absent;
     }
 }
 
@@ -97,31 +82,37 @@ Content ReadKeepingDamage(const IO::Location& file)
         return content;
     const IO::Location kept = FreeNameBeside(file);
     IO::File::Replace(kept, IO::File::ReadAll(file, IO::File::MostOfMailFile), true);
-    OV::Logger::Warning(
-        "SYClient",
+    content.stamp = Write(file, content.mails, content.unknown);
+    content.notice = OV::FormatText(
         u"The mail file % is damaged (status %). % mails of it could be read and are "
         u"used; the whole file is kept as %.",
         {file.ToDisplayText(), content.status, content.mails.size(), kept.ToDisplayText()});
-    content.stamp = Write(file, content.mails);
     return content;
 }
 
-OV::String Encode(const MailList& mails)
+void LogNotice(const OV::UniString& notice)
 {
-    if (mails.size() > std::numeric_limits<std::uint32_t>::max())
+    if (!notice.empty())
+        OV::Logger::Warning("SYClient", u"%", {notice});
+}
+
+OV::String Encode(const MailList& mails, const UnknownRecords& unknown)
+{
+    if (mails.size() > std::numeric_limits<std::uint32_t>::max() - unknown.count)
         throw OV::ChannelException(OV::StringView("The mails are too many for one file."));
     // A box of many megabytes that grows by doubling is copied and held twice on the way.
     ByteCounter counter;
-    WriteMails(mails, counter);
+    WriteMails(mails, unknown, counter);
     OV::MemoryOChannel channel;
     channel.Reserve(counter.Count());
-    WriteMails(mails, channel);
+    WriteMails(mails, unknown, channel);
     return channel.TakeBytes();
 }
 
-IO::ChangeStamp Write(const IO::Location& file, const MailList& mails)
+IO::ChangeStamp Write(const IO::Location& file, const MailList& mails,
+                      const UnknownRecords& unknown)
 {
-    return IO::File::Replace(file, Encode(mails), true);
+    return IO::File::Replace(file, Encode(mails, unknown), true);
 }
 
 }  // namespace SYC::MailFile

@@ -5,6 +5,7 @@
 #include "OVRoot/MemoryChannels.hpp"
 
 #include <charconv>
+#include <limits>
 #include <optional>
 
 namespace SYC {
@@ -59,6 +60,8 @@ OV::UniString FindOr(const Header& header, const OV::UniString& key, OV::UniStri
     return value ? *value : OV::UniString(fallback);
 }
 
+/// A whole number of any length, as near to it as a Number gets: a time beyond 2038 is no reason to
+/// lose a mail. Nothing for anything else.
 template <class Number>
 std::optional<Number> ParseDecimal(OV::UniStringView text)
 {
@@ -67,10 +70,13 @@ std::optional<Number> ParseDecimal(OV::UniStringView text)
         if (unit > 0x7F)
             return std::nullopt;
     const OV::String digits(text.begin(), text.end());
+    using Limits = std::numeric_limits<Number>;
     Number number = 0;
     const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), number);
-    if (error != std::errc() || end != digits.data() + digits.size())
+    if (error == std::errc::invalid_argument || end != digits.data() + digits.size())
         return std::nullopt;
+    if (error == std::errc::result_out_of_range)
+        return digits.front() == '-' ? Limits::min() : Limits::max();
     return number;
 }
 
@@ -82,14 +88,18 @@ Number RequireDecimal(const OV::UniString& key, OV::UniStringView text)
     throw MailConversionException(u"\"" + key + u"\" in the header of the mail is no number.");
 }
 
-OV::ChannelStatus ReadActions(const Message& message, OV::Ref<ClientMail::ActionList>& actions)
+/// Actions that are only unknown here stay with the mail, whose other fields are readable.
+OV::ChannelStatus ReadActions(const Message& message, MailActions::Carried& actions)
 {
     const auto* text = Find(message.header, Keys().actionList);
     if (!text || *text == Empty)
         return OV::ChannelOk;
     const auto count = RequireDecimal<std::uint32_t>(Keys().actionList, *text);
     OV::MemoryIChannel channel(message.bodyData);
-    return MailActions::Read(actions, count, channel);
+    const auto reading = MailActions::Read(actions, count, channel);
+    if (reading.isUnknown)
+        MailActions::Keep(actions, count, message.bodyData);
+    return reading.status;
 }
 
 /// Older writers did not always end the list with a comma.
@@ -140,7 +150,7 @@ OV::ChannelStatus MailMessageConversion::ToMail(const Message& message, ClientMa
         mail.modify_ = true;
     if (const auto& text = Require(header, keys.textBody); text != Empty)
         mail.bodyText_ = text;
-    return ReadActions(message, mail.actionList_);
+    return ReadActions(message, mail.actions_);
 }
 
 void MailMessageConversion::ToMailFromOlderFormat(const Message& message, ClientMail& mail)
@@ -169,7 +179,7 @@ void MailMessageConversion::ToMailFromOlderFormat(const Message& message, Client
 void MailMessageConversion::PutHeader(const ClientMail& mail, Message& message)
 {
     const HeaderKeys& keys = Keys();
-    const auto actionCount = MailActions::Count(mail.actionList_);
+    const auto actionCount = MailActions::Count(mail.actions_);
     Header& header = message.header;
     header[keys.sender] = mail.sender_;
     header[keys.senderFullName] = mail.senderFullName_;
@@ -194,9 +204,10 @@ OV::ChannelStatus MailMessageConversion::ToMessage(ClientMail& mail, Message& me
     message.timeStamp = mail.repositoryTime_;
     PutHeader(mail, message);
     OV::MemoryOChannel body;
-    const auto status = MailActions::Write(mail.actionList_, body);
+    const auto status = MailActions::Write(mail.actions_, body);
     message.bodyData = body.TakeBytes();
-    return status;
+    // Whoever does not know what he would send leaves it to a process that does.
+    return mail.HasUnknownActions() ? OV::ChannelFailed : status;
 }
 
 ClientMail::ClientMail(const Message& message)

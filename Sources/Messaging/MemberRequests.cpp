@@ -44,15 +44,23 @@ OV::HashSet<OV::UniString> LoginsAtWork(SyncraClient& client, const OV::UniStrin
     return logins;
 }
 
-/// The user repository of the opened project's server; null when the server lists none.
-std::unique_ptr<UserRepository> OpenUserRepository(const OpenedProject& project)
+/// The name under which the opened project's server answers, and its ports are kept.
+OV::UniString HostOf(const OpenedProject& project)
 {
     const auto& location = project.GetLocation();
     OV::UniString host = SYCB::GetServerName(location);
     if (const auto working = SYCB::ConnectionValidator::GetInstance().GetWorkingConnectionForServer(
             host, location.GetPort());
         working && !working->validatedHost.empty())
-        host = working->validatedHost;
+        return working->validatedHost;
+    return host;
+}
+
+/// The user repository of the opened project's server; null when the server lists none.
+std::unique_ptr<UserRepository> OpenUserRepository(const OpenedProject& project)
+{
+    const auto& location = project.GetLocation();
+    const OV::UniString host = HostOf(project);
     OV::UniString password = project.GetPassword();
     const OV::SecureWipeGuard<char16_t> wipe(password);
     const auto port = SYCB::ServicePortCache::GetInstance().GetServicePort(
@@ -102,9 +110,8 @@ void FetchPhotos(OpenedProject& project, const OV::Array<Member>& members, Photo
         throw;
     } catch (const std::exception& error) {
         // The members count without their photos.
-        const auto& location = project.GetLocation();
-        SYCB::ServicePortCache::GetInstance().Forget(SYCB::GetServerName(location),
-                                                     location.GetPort());
+        SYCB::ServicePortCache::GetInstance().Forget(HostOf(project),
+                                                     project.GetLocation().GetPort());
         OV::Logger::Warning("SYClient", u"SYC::ProjectMembers: no photos: %", {error.what()});
     }
 }

@@ -35,11 +35,12 @@ OpenedProject::~OpenedProject()
 
 void OpenedProject::SetPassword(const OV::UniString& password)
 {
-    Client former;
+    Client former;  // ended when the lock is free again
     const OV::LockGuard guard(lock_);
     if (password_)
         OV::SecureWipe(*password_);
     password_ = password;
+    ++passwordNumber_;
     former = std::move(idle_);
 }
 
@@ -53,10 +54,11 @@ OV::UniString OpenedProject::GetPassword() const
     return SYCB::DecodePassword(location_.GetPassword());
 }
 
-OpenedProject::Client OpenedProject::Take()
+OpenedProject::Client OpenedProject::Take(std::uint64_t& passwordNumber)
 {
     {
         const OV::LockGuard guard(lock_);
+        passwordNumber = passwordNumber_;
         if (idle_)
             return std::move(idle_);
     }
@@ -69,10 +71,14 @@ OpenedProject::Client OpenedProject::Take()
 
 void OpenedProject::Ask(const std::function<void(Syncra::Client::SyncraClient&)>& ask)
 {
-    Client client = Take();
+    std::uint64_t passwordNumber = 0;
+    Client client = Take(passwordNumber);
     ask(*client);
     const OV::LockGuard guard(lock_);
-    idle_ = std::move(client);
+    // One that signed in with a former password serves no further request. What is left in `client`
+    // ends when the lock is free again.
+    if (passwordNumber == passwordNumber_)
+        std::swap(idle_, client);
 }
 
 }  // namespace SYC

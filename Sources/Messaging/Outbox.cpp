@@ -1,8 +1,9 @@
 #include "Messaging/Outbox.hpp"
 
+#include "IO/IOException.hpp"
+#include "Messaging/Detail/CurrentException.hpp"
 #include "Messaging/Detail/HoldFile.hpp"
 #include "OVRoot/Guid.hpp"
-#include "OVRoot/Logger.hpp"
 
 #include <algorithm>
 
@@ -25,12 +26,15 @@ Outbox::Outbox(const IO::Location& folder)
     : file_(folder.Appended(MailFile::OutboxName)),
       lockFile_(folder.Appended(OV::UniString(MailFile::OutboxName) + u".lock"))
 {
-    const IO::ExclusiveFile hold = HoldFile(lockFile_);
-    const OV::LockGuard guard(lock_);
-    ReadIfChanged();
-    if (std::any_of(mails_.begin(), mails_.end(),
-                    [](const auto& mail) { return mail->GetId().empty(); }))
-        GiveIds();
+    {
+        const IO::ExclusiveFile hold = HoldFile(lockFile_);
+        const OV::LockGuard guard(lock_);
+        ReadIfChanged();
+        if (std::any_of(mails_.begin(), mails_.end(),
+                        [](const auto& mail) { return mail->GetId().empty(); }))
+            GiveIds();
+    }
+    TellNotice();
 }
 
 void Outbox::GiveIds()
@@ -39,7 +43,7 @@ void Outbox::GiveIds()
         if (mail->GetId().empty())
             mail->SetId(OV::Guid::Generate().ToText());
     // Before the first of them is sent, so that a crash does not make it a new mail.
-    stamp_ = MailFile::Write(file_, mails_);
+    stamp_ = MailFile::Write(file_, mails_, unknown_);
 }
 
 Outbox::~Outbox()
@@ -49,56 +53,92 @@ Outbox::~Outbox()
 
 void Outbox::ReadIfChanged()
 {
-    const auto stamp = IO::File::GetChangeStamp(file_);
-    if (stamp == stamp_)
+    if (IO::File::GetChangeStamp(file_) == stamp_)
         return;
     MailFile::Content content = MailFile::ReadKeepingDamage(file_);
+    notice_ = std::move(content.notice);
+    Take(std::move(content));
+}
+
+void Outbox::LookAtFile() const
+{
+    try {
+        if (IO::File::GetChangeStamp(file_) == stamp_)
+            return;
+        MailFile::Content content = MailFile::Read(file_);
+        // A damaged one is left to the next write, which sets it aside.
+        if (content.outcome == MailFile::Outcome::Complete ||
+            content.outcome == MailFile::Outcome::Absent)
+            Take(std::move(content));
+    } catch (const IO::IOException&) {
+        // What was known goes on; the next write says what is wrong with the file.
+    }
+}
+
+void Outbox::Take(MailFile::Content content) const
+{
     // A loop, since the analysis of locks does not look into the algorithms.
     MailList kept;
     for (auto& mail : content.mails)
         if (!delivered_.contains(mail->GetId()))
             kept.push_back(std::move(mail));
     mails_ = std::move(kept);
+    unknown_ = std::move(content.unknown);
     stamp_ = content.stamp;
 }
 
 template <class Change>
 void Outbox::Write(Change change)
 {
+    {
+        const OV::LockGuard guard(lock_);
+        WriteLocked(change);
+    }
+    TellNotice();
+}
+
+template <class Change>
+void Outbox::WriteLocked(Change change)
+{
     const IO::ExclusiveFile hold = HoldFile(lockFile_);
     ReadIfChanged();
     MailList changed = mails_;
     change(changed);
-    stamp_ = MailFile::Write(file_, changed);
+    stamp_ = MailFile::Write(file_, changed, unknown_);
     written_ = std::chrono::steady_clock::now();
     mails_ = std::move(changed);
     delivered_.clear();
 }
 
+void Outbox::TellNotice()
+{
+    OV::UniString notice;
+    {
+        const OV::LockGuard guard(lock_);
+        notice.swap(notice_);
+    }
+    MailFile::LogNotice(notice);
+}
+
 Outbox::MailList Outbox::GetMails() const
 {
     const OV::LockGuard guard(lock_);
+    LookAtFile();
     return mails_;
-}
-
-bool Outbox::IsEmpty() const
-{
-    const OV::LockGuard guard(lock_);
-    return mails_.empty();
 }
 
 OV::Ref<ClientMail> Outbox::First(const OV::HashSet<OV::UniString>& passed) const
 {
     const OV::LockGuard guard(lock_);
+    LookAtFile();
     const auto found = std::find_if(mails_.begin(), mails_.end(), [&](const auto& mail) {
-        return !passed.contains(mail->GetId());
+        return !mail->HasUnknownActions() && !passed.contains(mail->GetId());
     });
     return found == mails_.end() ? OV::Ref<ClientMail>() : *found;
 }
 
 void Outbox::Add(const OV::Ref<ClientMail>& mail)
 {
-    const OV::LockGuard guard(lock_);
     Write([&](MailList& mails) { mails.push_back(mail); });
 }
 
@@ -118,7 +158,6 @@ void Outbox::Delivered(const OV::UniString& id)
 
 void Outbox::Remove(const OV::Array<OV::UniString>& ids)
 {
-    const OV::LockGuard guard(lock_);
     Write([chosen = SetOf(ids)](MailList& mails) {
         std::erase_if(mails, [&](const auto& mail) { return chosen.contains(mail->GetId()); });
     });
@@ -126,7 +165,6 @@ void Outbox::Remove(const OV::Array<OV::UniString>& ids)
 
 void Outbox::SetHistorical(const OV::Array<OV::UniString>& ids)
 {
-    const OV::LockGuard guard(lock_);
     Write([chosen = SetOf(ids)](MailList& mails) {
         for (auto& mail : mails) {
             if (!chosen.contains(mail->GetId()))
@@ -141,15 +179,16 @@ void Outbox::SetHistorical(const OV::Array<OV::UniString>& ids)
 void Outbox::Save() noexcept
 {
     try {
-        const OV::LockGuard guard(lock_);
-        if (!delivered_.empty())
-            Write([](MailList&) {});
-    } catch (const std::exception& error) {
-        OV::Logger::Error(
-            "SYClient",
-            u"The outbox cannot be written; mails that were delivered stay in it until "
-            u"it can, and the server recognises them: %",
-            {error.what()});
+        {
+            const OV::LockGuard guard(lock_);
+            if (delivered_.empty())
+                return;
+        }
+        Write([](MailList&) {});
+    } catch (...) {
+        LogCurrentException(u"% cannot be written; mails that were delivered stay in it until it "
+                            u"can, and the server recognises them: %",
+                            u"The outbox");
     }
 }
 

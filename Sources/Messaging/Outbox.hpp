@@ -16,7 +16,8 @@ namespace SYC {
 ///
 /// A mail is on the disk before Add returns. Delivered mails leave the file in groups: what a crash
 /// brings back is sent again and recognised. Several processes may share the file: each takes the
-/// others' changes over before it writes its own. Safe on any thread.
+/// others' changes over whenever it looks at its mails, and before it writes its own. What this
+/// process does not know stays in the file for one that does. Safe on any thread.
 class Outbox {
 public:
     using MailList = MailFile::MailList;
@@ -30,8 +31,8 @@ public:
     Outbox& operator=(const Outbox&) = delete;
 
     [[nodiscard]] MailList GetMails() const;
-    [[nodiscard]] bool IsEmpty() const;
-    /// The first mail that is not among `passed`; empty when there is none.
+    /// The first mail that this process can send and that is not among `passed`; empty when there
+    /// is none.
     [[nodiscard]] OV::Ref<ClientMail> First(const OV::HashSet<OV::UniString>& passed) const;
 
     /// Throws IO::IOException when the disk does not take it; the mail is then not in the outbox.
@@ -51,20 +52,31 @@ public:
     void TellObservers();
 
 private:
-    /// Takes the place of the file's content, does `change` to it and writes it.
+    /// Writes `change` of the file's content, under both locks, and logs what there is to tell when
+    /// they are free again.
     template <class Change>
-    void Write(Change change) OV_REQUIRES(lock_);
+    void Write(Change change) OV_EXCLUDES(lock_);
+    template <class Change>
+    void WriteLocked(Change change) OV_REQUIRES(lock_);
+    /// For who holds the lock file: a damaged file is set aside.
     void ReadIfChanged() OV_REQUIRES(lock_);
+    /// For who does not: the file is replaced as a whole, so it can be read at any time.
+    void LookAtFile() const OV_REQUIRES(lock_);
+    void Take(MailFile::Content content) const OV_REQUIRES(lock_);
+    void TellNotice() OV_EXCLUDES(lock_);
     /// For mails of a file that was written without.
     void GiveIds() OV_REQUIRES(lock_);
 
     const IO::Location file_;
     const IO::Location lockFile_;
     mutable OV::Lock lock_;
-    MailList mails_ OV_GUARDED_BY(lock_);
+    // What the file holds, as far as this process looked.
+    mutable MailList mails_ OV_GUARDED_BY(lock_);
+    mutable MailFile::UnknownRecords unknown_ OV_GUARDED_BY(lock_);
+    mutable std::optional<IO::ChangeStamp> stamp_ OV_GUARDED_BY(lock_);
     /// Out of `mails_`, but not yet out of the file.
     OV::HashSet<OV::UniString> delivered_ OV_GUARDED_BY(lock_);
-    std::optional<IO::ChangeStamp> stamp_ OV_GUARDED_BY(lock_);
+    OV::UniString notice_ OV_GUARDED_BY(lock_);
     std::chrono::steady_clock::time_point written_ OV_GUARDED_BY(lock_);
     OV::EventSource<OutboxObserver> observers_;
 };

@@ -1,15 +1,24 @@
 #include "Messaging/OverExecutor.hpp"
 
+#include "Messaging/Detail/CurrentException.hpp"
+#include "OVRoot/HeldLocks.hpp"
+
 namespace SYC {
 
-void OverExecutor::Target::Post(std::function<void()> work) const
+bool OverExecutor::Target::Post(std::function<void()> work) const noexcept
 {
     if (executor_ == nullptr)
-        return;
-    executor_->Execute(OV::MakeTask([identity = identity_, work = std::move(work)] {
-        if (Identified::InstanceExist(identity))
-            work();
-    }));
+        return false;
+    OV::AssertNoLockHeld("an executor");
+    try {
+        return executor_->Execute(OV::MakeTask([identity = identity_, work = std::move(work)] {
+            if (Identified::InstanceExist(identity))
+                work();
+        }));
+    } catch (...) {
+        LogCurrentException(u"% failed, a notification is lost: %", u"An executor");
+        return false;
+    }
 }
 
 }  // namespace SYC

@@ -19,8 +19,10 @@ public:
     /// The way to an observer as it was when it was asked for, good for any thread and any time.
     class Target {
     public:
-        /// Runs `work` on the executor unless the observer has gone by then.
-        void Post(std::function<void()> work) const;
+        /// Runs `work` on the executor unless the observer has gone by then. False when nobody will
+        /// run it: there is no executor, or it does not take the work, which is logged when it
+        /// throws. Not with a lock held, for the executor may be the host's.
+        bool Post(std::function<void()> work) const noexcept;
 
     private:
         friend class OverExecutor;

@@ -1,5 +1,6 @@
 #include "Messaging/ProjectMembers.hpp"
 
+#include "Messaging/Detail/CurrentException.hpp"
 #include "Messaging/Detail/MemberRequests.hpp"
 #include "Messaging/Detail/OpenedProject.hpp"
 #include "OVRoot/Logger.hpp"
@@ -24,6 +25,29 @@ bool LookUp(const Table& table, const typename Table::key_type& key, Result& res
 }
 
 }  // namespace
+
+class ProjectMembers::RefreshEnd {
+public:
+    RefreshEnd(ProjectMembers& members, const RequestUnderWay::Token& token) noexcept
+        : members_(members)
+    {
+        token.End();
+    }
+    ~RefreshEnd()
+    {
+        try {
+            if (members_.wanted_ != Wanted::Nothing)
+                members_.StartRefresh(members_.wanted_ == Wanted::Photos);
+        } catch (...) {
+            LogCurrentException(u"SYC::ProjectMembers: % not refreshed: %", u"the members are");
+        }
+    }
+    RefreshEnd(const RefreshEnd&) = delete;
+    RefreshEnd& operator=(const RefreshEnd&) = delete;
+
+private:
+    ProjectMembers& members_;
+};
 
 ProjectMembers::ProjectMembers(SYCB::PKSignalClient& signalClient,
                                SYCB::ProjectConnectionManagerInterface& manager,
@@ -52,6 +76,7 @@ void ProjectMembers::Clear()
 {
     ++generation_;
     isKnown_ = false;
+    asOf_.reset();
     ClearUserDataTable();
     ClearPermissionTable();
 }
@@ -132,13 +157,15 @@ void ProjectMembers::Insert(const ProjectMember& member)
     permissions_.emplace(member.id, member.attributes);
 }
 
-void ProjectMembers::RefreshProjectMembers(const OV::Array<ProjectMember>& members)
+void ProjectMembers::RefreshProjectMembers(const OV::Array<ProjectMember>& members,
+                                           std::optional<Clock::time_point> asOf)
 {
     ClearUserDataTable();
     ClearPermissionTable();
     for (const auto& member : members)
         Insert(member);
     isKnown_ = true;
+    asOf_ = asOf;
     observers_.Notify(
         [this](ProjectMembersObserver& observer) { observer._ProjectMembersChanged(*this); });
 }
@@ -159,44 +186,41 @@ void ProjectMembers::StartRefresh(bool withPhotos)
 {
     if (!project_)
         return;
-    if (isRefreshing_) {
+    if (refresh_) {
         wanted_ = std::max(wanted_, withPhotos ? Wanted::Photos : Wanted::Members);
         return;
     }
+    wanted_ = Wanted::Nothing;
     PhotoTable known;
     if (!withPhotos)
         for (const auto& [id, user] : users_)
             known.emplace(user.GetUserGuid(), user.GetImage());
+    const auto token = refresh_.Begin();
+    const auto fail = [this, target = GetTarget(), token](const OV::UniString& problem) {
+        OV::Logger::Warning("SYClient", u"SYC::ProjectMembers: not refreshed: %", {problem});
+        target.Post([this, problem, token] {
+            const RefreshEnd end(*this, token);
+            observers_.Notify([&](ProjectMembersObserver& observer) {
+                observer._ProjectMembersNotRefreshed(*this, problem);
+            });
+        });
+    };
     const auto fetch = [this, project = project_, known, generation = generation_,
-                        target = GetTarget()] {
+                        asOf = Clock::now(), target = GetTarget(), token, fail] {
         try {
             const auto members =
                 std::make_shared<OV::Array<ProjectMember>>(FetchMembers(*project, known));
-            target.Post([this, members, generation] {
+            target.Post([this, members, generation, asOf, token] {
+                const RefreshEnd end(*this, token);
                 if (generation == generation_)
-                    RefreshProjectMembers(*members);
-                FinishRefresh();
+                    RefreshProjectMembers(*members, asOf);
             });
-        } catch (const std::exception& error) {
-            const OV::UniString problem = OV::FromUtf8(error.what());
-            OV::Logger::Warning("SYClient", u"SYC::ProjectMembers: not refreshed: %", {problem});
-            target.Post([this, problem] {
-                observers_.Notify([&](ProjectMembersObserver& observer) {
-                    observer._ProjectMembersNotRefreshed(*this, problem);
-                });
-                FinishRefresh();
-            });
+        } catch (...) {
+            fail(MessageOfCurrentException());
         }
     };
-    isRefreshing_ = worker_.Execute(OV::MakeTask(fetch));
-}
-
-void ProjectMembers::FinishRefresh()
-{
-    isRefreshing_ = false;
-    const Wanted wanted = std::exchange(wanted_, Wanted::Nothing);
-    if (wanted != Wanted::Nothing)
-        StartRefresh(wanted == Wanted::Photos);
+    if (!worker_.Execute(OV::MakeTask(fetch)))
+        fail(OV::UniString(NoThread));
 }
 
 }  // namespace SYC

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Messaging/OverExecutor.hpp"
+#include "Messaging/RequestUnderWay.hpp"
 #include "Messaging/UserData.hpp"
 #include "OVRoot/EventSource.hpp"
 #include "OVRoot/PooledExecutor.hpp"
@@ -8,7 +9,9 @@
 #include "SYClientBase/ProjectConnectionManagerInterface.hpp"
 #include "SYClientBase/UserAttributes.hpp"
 
+#include <chrono>
 #include <memory>
+#include <optional>
 
 namespace SYC {
 
@@ -60,8 +63,14 @@ public:
     void Clear();
     void ClearUserDataTable();
     void ClearPermissionTable();
+    /// Asks the server once more; the photos that are known stay. Nothing before Init.
+    void Refresh() { StartRefresh(false); }
     /// Whether there was a refresh since Init or Clear, or a Read.
     [[nodiscard]] bool IsKnown() const noexcept { return isKnown_; }
+    /// When the tables were true: whoever joined later may be missing. Nothing when nobody knows,
+    /// as after a Read.
+    using Clock = std::chrono::steady_clock;
+    [[nodiscard]] const std::optional<Clock::time_point>& GetAsOf() const noexcept { return asOf_; }
 
     [[nodiscard]] bool IsMember(const OV::UniString& loginName) const;
     /// Each gives false for an unknown key and then leaves the result as it is.
@@ -81,9 +90,10 @@ public:
     [[nodiscard]] const UserDataTable& GetUserDataTable() const noexcept { return users_; }
     [[nodiscard]] const LoginNameTable& GetLoginNameTable() const noexcept { return loginNames_; }
 
-    /// Puts `members` in the place of what is known and tells the observers. A short id or a login
-    /// name that stands twice counts once, the first time.
-    void RefreshProjectMembers(const OV::Array<ProjectMember>& members);
+    /// Puts `members`, true at `asOf`, in the place of what is known and tells the observers. A
+    /// short id or a login name that stands twice counts once, the first time.
+    void RefreshProjectMembers(const OV::Array<ProjectMember>& members,
+                               std::optional<Clock::time_point> asOf = Clock::now());
 
     /// The tables without the photos, and the photos of the members that are known, by short id.
     /// Return 0 or an error of the channel; after a failed Read everything is as before.
@@ -101,7 +111,8 @@ private:
 
     /// Photos are asked for when `withPhotos`; otherwise those of the members known stay.
     void StartRefresh(bool withPhotos);
-    void FinishRefresh();
+    /// Ends a refresh however its answer was taken, and begins the one that is wanted.
+    class RefreshEnd;
     void Insert(const ProjectMember& member);
 
     SYCB::PKSignalClient& signalClient_;
@@ -111,9 +122,10 @@ private:
     LoginNameTable loginNames_;
     OV::HashTable<MemberId, SYCB::UserAttributes> permissions_;
     bool isKnown_ = false;
+    std::optional<Clock::time_point> asOf_;
     /// Tells a refresh that began before Clear from one after it.
     std::uint64_t generation_ = 0;
-    bool isRefreshing_ = false;
+    RequestUnderWay refresh_;
     enum class Wanted { Nothing, Members, Photos } wanted_ = Wanted::Nothing;
     OV::EventSource<ProjectMembersObserver> observers_;
     OV::PooledExecutor worker_;

@@ -80,7 +80,7 @@ ChannelStatus ProjectMembers::Read(OV::IChannel& channel)
             members.push_back(std::move(member));
     }
     if (status == ChannelOk)
-        RefreshProjectMembers(members);
+        RefreshProjectMembers(members, std::nullopt);
     return status;
 }
 

@@ -1,13 +1,16 @@
 #include "PresenceManager/PresenceManager.hpp"
 
+#include "Messaging/Detail/CurrentException.hpp"
 #include "OVRoot/Condition.hpp"
 #include "OVRoot/Logger.hpp"
 #include "OVRoot/SecureWipe.hpp"
 #include "OVRoot/Thread.hpp"
 #include "SYClientBase/Backoff.hpp"
 #include "SYClientBase/SyncraClientFactory.hpp"
+#include "SyncraProtocol/ErrorCode.hpp"
 
 #include <algorithm>
+#include <atomic>
 #include <optional>
 
 namespace SYC {
@@ -26,6 +29,20 @@ constexpr OV::UniStringView LookoutPassword = u"lookout";
 constexpr std::uint32_t ReceiveMilliseconds = 25'000;
 constexpr std::uint32_t NoProjectsPauseMilliseconds = 30'000;
 
+constexpr const char* NotConnected = "Could not connect to the server";
+
+/// What is being handled, as the cause of a failure.
+std::shared_ptr<const OV::Exception> CurrentCause()
+{
+    try {
+        throw;
+    } catch (const OV::Exception& error) {
+        return error.Clone();
+    } catch (...) {
+        return std::make_shared<OV::Exception>(MessageOfCurrentException());
+    }
+}
+
 /// Runs one step of the check; its failure becomes one of `message`.
 template <class Work>
 auto Step(const char* message, const Work& work)
@@ -34,10 +51,19 @@ auto Step(const char* message, const Work& work)
         return work();
     } catch (const OV::InterruptedException&) {
         throw;
-    } catch (const OV::Exception& error) {
+    } catch (...) {
         throw PresenceManagerException(OV::StringView(message), OV::SourcePlace::Here(),
-                                       error.Clone());
+                                       CurrentCause());
     }
+}
+
+/// Whether his signing in was refused: asking again would be, too, and might lock his account.
+bool RefusesUser(const PresenceManagerException& failure)
+{
+    const auto* refusal =
+        dynamic_cast<const Communication::ResponseContentException*>(failure.GetCause());
+    return refusal != nullptr && failure.GetMessage() == OV::FromUtf8(NotConnected) &&
+           Syncra::Protocol::RefusesUser(refusal->GetErrorCode());
 }
 
 std::uint16_t FindMessagingPort(SyncraClient& client)
@@ -90,45 +116,64 @@ public:
     void AwaitOutcome()
     {
         settled_.Wait();
-        settled_.Notify();  // for whoever else waits
         const OV::LockGuard guard(lock_);
         if (failure_)
             throw PresenceManagerException(*failure_);
+        if (hasEnded_)
+            throw PresenceManagerException(OV::StringView(NotConnected));
     }
 
+    /// Whether nobody follows the target any more.
+    [[nodiscard]] bool HasEnded() const noexcept { return hasEnded_; }
+
 private:
-    void Run()
+    void Run() noexcept
     {
-        SYCB::Backoff backoff;
         try {
-            for (;;) {
-                try {
-                    Follow(backoff);
-                } catch (const OV::InterruptedException&) {
-                    throw;
-                } catch (const PresenceManagerException& failure) {
-                    Settle(failure);
-                } catch (const OV::Exception& error) {
-                    Settle(
-                        PresenceManagerException(OV::StringView("Could not connect to the server"),
-                                                 OV::SourcePlace::Here(), error.Clone()));
-                }
-                owner_.SetMessagingClient(nullptr);
-                // Who was present is not known any more; an old answer would be shown as a new one.
-                owner_.SetActivePresenceIds({});
+            SYCB::Backoff backoff;
+            while (TryOnce(backoff))
                 OV::Thread::Sleep(backoff.NextMilliseconds());
-            }
         } catch (const OV::InterruptedException&) {
-            // Stopped; whoever waits for the first attempt must not wait for ever.
-            Note(PresenceManagerException(OV::StringView("Could not connect to the server")));
+            // Stopped.
+        } catch (...) {
+            LogCurrentException(u"PresenceManager: % ended: %", u"the check");
+            Forget();
         }
+        // Whoever waits for the first attempt must not wait for ever.
+        hasEnded_ = true;
+        settled_.Notify();
+    }
+
+    /// Follows until something fails. Returns whether to try again.
+    bool TryOnce(SYCB::Backoff& backoff)
+    {
+        try {
+            Follow(backoff);
+        } catch (const OV::InterruptedException&) {
+            throw;
+        } catch (const PresenceManagerException& failure) {
+            // Before it is told: who hears of it may ask for the same target at once.
+            hasEnded_ = RefusesUser(failure);
+            Settle(failure);
+        } catch (...) {
+            Settle(PresenceManagerException(OV::StringView(NotConnected), OV::SourcePlace::Here(),
+                                            CurrentCause()));
+        }
+        Forget();
+        return !hasEnded_;
+    }
+
+    /// Who was present is not known any more; an old answer would be shown as a new one.
+    void Forget()
+    {
+        owner_.SetMessagingClient(nullptr);
+        owner_.SetActivePresenceIds({});
     }
 
     /// Never returns: ends with what ends the connection.
     void Follow(SYCB::Backoff& backoff)
     {
-        const auto server = Step("Could not connect to the server",
-                                 [&] { return SYCB::CreateSyncraClient(target_); });
+        const auto server = Step(NotConnected, [&] { return SYCB::CreateSyncraClient(target_); });
         const std::uint16_t port = FindMessagingPort(*server);
         const std::shared_ptr<MessagingClient> client =
             Step("Could not create messaging client", [&] {
@@ -162,13 +207,10 @@ private:
                                 {failure->GetMessage(), failure->GetCause()
                                                             ? failure->GetCause()->GetMessage()
                                                             : OV::UniString()});
-        Note(std::move(failure));
-    }
-
-    void Note(std::optional<PresenceManagerException> failure)
-    {
-        const OV::LockGuard guard(lock_);
-        failure_ = std::move(failure);
+        {
+            const OV::LockGuard guard(lock_);
+            failure_ = std::move(failure);
+        }
         settled_.Notify();
     }
 
@@ -176,8 +218,9 @@ private:
     SignInData target_;
     OV::Lock lock_;
     std::optional<PresenceManagerException> failure_ OV_GUARDED_BY(lock_);
-    OV::Condition settled_;
-    OV::Thread thread_;  ///< last, since it uses the others
+    std::atomic<bool> hasEnded_ = false;
+    OV::Condition settled_;  ///< stays notified
+    OV::Thread thread_;      ///< last, since it uses the others
 };
 
 PresenceManager::PresenceManager() = default;
@@ -207,7 +250,7 @@ std::shared_ptr<PresenceManager::Check> PresenceManager::StartCheck(SignInData t
     std::shared_ptr<Check> former;
     {
         const OV::LockGuard guard(lock_);
-        if (check_ && IsSameTarget(target_, target))
+        if (check_ && !check_->HasEnded() && IsSameTarget(target_, target))
             return check_;
         former = std::move(check_);
     }
@@ -249,8 +292,9 @@ std::shared_ptr<MessagingClient> PresenceManager::GetMessagingClient() const
 
 void PresenceManager::SetMessagingClient(std::shared_ptr<MessagingClient> client)
 {
+    // The former one ends its connection when the lock is free again.
     const OV::LockGuard guard(lock_);
-    client_ = std::move(client);
+    client_.swap(client);
 }
 
 void PresenceManager::StopPresenceCheck()

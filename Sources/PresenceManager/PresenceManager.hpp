@@ -25,8 +25,8 @@ public:
     /// Follows the presence on that server from now on and returns once its first check went well;
     /// blocks for as long as the server takes. Throws OV::IllegalArgumentException for an empty
     /// host or port 0 before anything else, and PresenceManagerException when the check fails: the
-    /// server is then tried again in the background until the check is stopped. The target that is
-    /// followed already costs nothing.
+    /// server is then tried again in the background until the check is stopped, unless it refused
+    /// the user. The target that is followed already costs nothing.
     void SetTargetServer(const OV::UniString& host, std::uint16_t port, const OV::UniString& user,
                          const OV::UniString& password);
     /// Of the target server; empty when there is none.

@@ -2,7 +2,7 @@
 
 #include "Display/ImageCoding.hpp"
 #include "Display/NativeContext.hpp"
-#include "OVRoot/Resources.hpp"
+#include "UserInterface/LibResModule.hpp"
 
 #include <algorithm>
 
@@ -17,7 +17,7 @@ constexpr NewDisplay::Colour Veil{255, 255, 255, 180};
 
 NativeImage Load(int number)
 {
-    return NewDisplay::DecodeImage(OV::GetPictureResource(number), u"image/png");
+    return NewDisplay::DecodeImage(GetLibResModule().GetPicture(number), u"image/png");
 }
 
 const NativeImage& StandInPhoto()

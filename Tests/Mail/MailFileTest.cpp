@@ -1,4 +1,5 @@
 #include "Messaging/MailFile.hpp"
+#include "HostAction.hpp"
 #include "MailTest.hpp"
 #include "Support/TemporaryFolder.hpp"
 
@@ -54,6 +55,55 @@ TEST(MailFileTest, SavesWhatCanBeReadOfADamagedFile)
     const auto more = SYC::MailFile::Decode(golden + '\0');
     EXPECT_EQ(more.outcome, Outcome::LeftOver);
     ExpectMails(more.mails, 3);
+}
+
+TEST(MailFileTest, KeepsWhatThisProcessDoesNotKnowByteForByte)
+{
+    const auto mailWith = [](std::initializer_list<OV::Ref<SYC::MailAction>> actions) {
+        auto mail = OV::MakeRef<ClientMail>(MakeFullMail());
+        mail->SetActionList(MakeActions(actions));
+        return mail;
+    };
+    const auto known = mailWith({MakeDummy(u"x")});
+    const auto host = mailWith({OV::MakeRef<HostAction>("data")});
+    // What stands inside of an action looks like the next mail.
+    const auto forwarded =
+        mailWith({OV::MakeRef<HostAction>(WriteDisk(*known) + WriteDisk(*host))});
+    const auto both = mailWith({MakeDummy(u"y"), OV::MakeRef<HostAction>("")});
+    const MailList files[] = {{host},
+                              {known, host, known},
+                              {host, known, host, both},
+                              {forwarded, known, forwarded},
+                              {known, both, forwarded, known}};
+    for (const auto& file : files) {
+        const auto bytes = SYC::MailFile::Encode(file);
+        const auto content = SYC::MailFile::Decode(bytes);
+        EXPECT_EQ(content.outcome, Outcome::Complete);
+        ASSERT_EQ(content.mails.size(), file.size());
+        for (std::size_t i = 0; i < file.size(); ++i) {
+            EXPECT_EQ(content.mails[i]->GetBodyText(), known->GetBodyText());
+            EXPECT_EQ(content.mails[i]->HasUnknownActions(), file[i] != known);
+        }
+        EXPECT_EQ(SYC::MailFile::Encode(content.mails, content.unknown), bytes);
+        const SYC::MailActionDescriptor kind(&HostAction::Make, HostAction::Id);
+        const auto again = SYC::MailFile::Decode(SYC::MailFile::Encode(content.mails));
+        for (std::size_t i = 0; i < file.size(); ++i)
+            EXPECT_EQ(*again.mails[i], *file[i]);
+    }
+
+    // A record of a newer version, then one whose end nobody can tell.
+    auto newer = WriteDisk(*known);
+    newer[12] = 2;
+    const auto golden = SYC::MailFile::Encode({known, known, known});
+    const auto bytes = golden.substr(0, 4 + newer.size()) + newer + WriteDisk(*known);
+    const auto content = SYC::MailFile::Decode(bytes);
+    EXPECT_EQ(content.mails.size(), 2u);
+    EXPECT_EQ(content.unknown.bytes, newer);
+    const auto cut = bytes.substr(0, bytes.size() - 1);
+    const auto rest = SYC::MailFile::Decode(cut);
+    EXPECT_EQ(rest.mails.size(), 1u);
+    EXPECT_EQ(rest.unknown.count, 2u);
+    EXPECT_EQ(SYC::MailFile::Encode(rest.mails, rest.unknown), cut);
 }
 
 TEST(MailFileTest, TellsAnAbsentFileFromOneThatCannotBeRead)

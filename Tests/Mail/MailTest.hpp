@@ -79,6 +79,13 @@ inline std::string WriteDisk(const ClientMail& mail)
     return channel.TakeBytes();
 }
 
+inline std::string ActionBytes(const SYC::MailAction& action)
+{
+    OV::MemoryOChannel channel;
+    EXPECT_EQ(action.Write(channel), OV::ChannelOk);
+    return channel.TakeBytes();
+}
+
 inline std::string WriteCompact(ClientMail mail)
 {
     OV::MemoryOChannelX channel;

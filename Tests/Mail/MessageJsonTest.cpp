@@ -37,6 +37,8 @@ TEST(MessageJsonTest, RefusesDamagedRecords)
         }
     }
     auto record = golden;
+    record["timeStamp"] = std::int64_t(1) << 40;
+    EXPECT_EQ(FromJson<Message>(record).timeStamp, INT32_MAX) << "late, but readable";
     record["header"]["Sender"] = 1;
     expectRefused(record);
     expectRefused(nlohmann::json::array());

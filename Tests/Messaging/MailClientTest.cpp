@@ -1,5 +1,9 @@
 #include "Messaging/MessagingTest.hpp"
 
+#include "Mail/HostAction.hpp"
+#include "Mail/MailTest.hpp"
+#include "Messaging/Detail/OpenedProject.hpp"
+
 #include "IO/File.hpp"
 #include "IO/IOException.hpp"
 #include "OVRoot/Guid.hpp"
@@ -101,33 +105,77 @@ TEST_F(MessagingTest, ARefusedMailWaitsAndHoldsUpNoOther)
     ASSERT_EQ(anna->client->GetOutboxMails().size(), 1u);
     anna->client->DeleteOutboxMails({refused});
     EXPECT_TRUE(anna->client->GetOutboxMails().empty());
+    // A refusal of the user would meet every mail: one is enough.
+    const auto awaitEndOfFlush = [&] {
+        anna->Await([&] { return !anna->client->IsSending(); }, "the end of the flush");
+        SYCB::MessageLoop::RunPending();
+    };
+    anna->SetPresence(PresenceState::Offline);
+    anna->Send(u"1", {u"yuki.tanaka"});
+    anna->Send(u"2", {u"yuki.tanaka"});
+    awaitEndOfFlush();
+    RemoveMember(u"anna.novak");
+    anna->SetPresence(PresenceState::Online);
+    awaitEndOfFlush();
+    EXPECT_EQ(anna->sent.size(), 3u);
+    EXPECT_EQ(anna->sent.back(), (std::pair<OV::UniString, int>(u"1", 13)));
+    EXPECT_EQ(anna->client->GetOutboxMails().size(), 2u);
     ClientMail toNobody;
     EXPECT_THROW(anna->client->SendMail({}, toNobody, nullptr), OV::IllegalArgumentException);
 }
 
-TEST_F(MessagingTest, KeepsAnUnsentMailOverItsEndAndAnotherProcess)
+TEST_F(MessagingTest, SharesItsFilesWithAProcessThatKnowsLess)
 {
+    const SYC::MailActionDescriptor kind(&HostAction::Make, HostAction::Id);
+    std::ofstream(folder.Path() / "password") << ServerProcess::Password << '\n';
+    const auto syclient = [&](const std::string& user, const std::string& words) {
+        const auto command = std::string(SYCLIENT_TEST_CLI) + " mail " + words +
+                             " -s 127.0.0.1 -p " + std::to_string(server.ModelPort()) + " -u " +
+                             user + " -n 'Harbour Bridge' --password-file '" +
+                             (folder.Path() / "password").string() + "' --data-folder '" +
+                             OV::ToUtf8(DataFolder().ToPath()) + "' >/dev/null 2>&1";
+        return WEXITSTATUS(std::system(command.c_str()));
+    };
     const auto anna = MakeHost("anna.novak");
     anna->Open();
+    ClientMail reservation;
+    reservation.SetBodyText(u"with an action");
+    reservation.SetActionList(MailTest::MakeActions({OV::MakeRef<HostAction>("wall 7")}));
+    anna->client->SendMail({u"yuki.tanaka"}, reservation, anna.get());
+    const auto dropped = OV::ToUtf8(anna->Send(u"dropped", {u"yuki.tanaka"}));
     anna->Send(u"written offline", {u"yuki.tanaka"});
     server.Terminate();
-    std::ofstream(folder.Path() / "password") << ServerProcess::Password << '\n';
-    const auto command =
-        std::string(SYCLIENT_TEST_CLI) +
-        " mail send --to yuki.tanaka --text 'of another process' -s 127.0.0.1 -p " +
-        std::to_string(server.ModelPort()) +
-        " -u anna.novak -n 'Harbour Bridge' --password-file '" +
-        (folder.Path() / "password").string() + "' --data-folder '" +
-        OV::ToUtf8(DataFolder().ToPath()) + "' 2>/dev/null";
-    EXPECT_EQ(WEXITSTATUS(std::system(command.c_str())), 11);
+    EXPECT_EQ(syclient("anna.novak", "send --to yuki.tanaka --text 'of the other'"), 11);
     server.Start();
-    anna->Send(u"written after it", {u"yuki.tanaka"});
-    EXPECT_EQ(anna->client->GetOutboxMails().size(), 3u);
-    anna->client.reset();
+    EXPECT_EQ(anna->client->GetOutboxMails().size(), 4u) << "each sees what the other added";
+    EXPECT_EQ(syclient("anna.novak", "outbox --drop " + dropped), 0);
+    EXPECT_EQ(syclient("anna.novak", "outbox --flush"), 0);
+    EXPECT_EQ(TextsOf("yuki.tanaka"),
+              (std::map<OV::UniString, int>{{u"written offline", 1}, {u"of the other", 1}}));
+    EXPECT_EQ(anna->client->GetOutboxMails().size(), 1u) << "it waits for who knows its action";
     anna->SetPresence(PresenceState::Online);
-    anna->Open();  // online already: what is left goes at once
-    anna->Await([&] { return anna->client->GetOutboxMails().empty(); }, "an empty outbox");
-    EXPECT_EQ(TextsOf("yuki.tanaka").size(), 3u);
+    anna->Await([&] { return anna->sent.size() == 3; }, "word of every mail");
+    std::map<OV::UniString, int> results(anna->sent.begin(), anna->sent.end());
+    EXPECT_EQ(results,
+              (std::map<OV::UniString, int>{{u"with an action", Ok},
+                                            {u"dropped", SYC::MailResult::TakenByOther},
+                                            {u"written offline", SYC::MailResult::TakenByOther}}));
+
+    // The recipient's files, too, go through a process without the kind, which fetches them.
+    anna->client.reset();
+    const auto yuki = MakeHost("yuki.tanaka");
+    EXPECT_EQ(syclient("yuki.tanaka", "list"), 0);
+    yuki->Open();
+    const auto mails = yuki->client->GetMails();
+    ASSERT_EQ(mails.size(), 3u);
+    EXPECT_EQ(syclient("yuki.tanaka", "read --id " + OV::ToUtf8(mails[2]->GetId())), 0);
+    yuki->client->ReadFromDisc();
+    EXPECT_TRUE(yuki->client->GetMails()[2]->IsRead());
+    yuki->client.reset();
+    yuki->Open();
+    const auto& carried = yuki->client->GetMails()[2]->GetActionList();
+    ASSERT_TRUE(carried);
+    EXPECT_EQ(MailTest::ActionBytes(*carried->at(0)), MailTest::ActionBytes(HostAction("wall 7")));
 }
 
 TEST_F(MessagingTest, AMailThatTheDiskRefusesIsNotInTheOutbox)
@@ -188,7 +236,9 @@ TEST_F(MessagingTest, MarksThatDoNotReachTheServerWaitForTheNextLogOut)
     yuki->Open();
     yuki->client->SetMailReadMessage(*yuki->client->GetMails()[0]);
     server.Terminate();
+    AlertLog alerts;
     EXPECT_FALSE(yuki->client->SynchronizeLogOut());
+    EXPECT_EQ(alerts.numbers, std::vector<int>{31049});
     yuki->client.reset();
     server.Start();
     yuki->Open();
@@ -267,6 +317,28 @@ TEST_F(MessagingTest, RequestsOfFormerMembersBecomeHistory)
         return anna->client->GetMail(id, mail) && mail->IsHistorical();
     };
     EXPECT_FALSE(isHistory(request));
+    // Who joins and asks at once is a member, whichever of the two is told first; and so is who
+    // does it while nobody listens.
+    const auto asks = [&](const OV::UniString& text) {
+        const auto id = Deliver("sofia.costa", {u"anna.novak"}, text, MailType::Request);
+        anna->Await([&] { return anna->members.IsMember(u"sofia.costa"); }, "the new member");
+        OV::Ref<ClientMail> mail;
+        anna->Await([&] { return anna->client->GetMail(id, mail); }, "her request");
+        anna->client->SetMailRead(id, true);  // goes behind whatever marks were sent for it
+        anna->Await([&] { return mail->IsRead(); }, "a mark");
+        return id;
+    };
+    AddMember(u"sofia.costa");
+    const auto live = asks(u"live");
+    EXPECT_FALSE(isHistory(live));
+    RemoveMember(u"sofia.costa");
+    anna->Await([&] { return isHistory(live); }, "her request to become history");
+    server.Terminate();
+    anna->Await([&] { return !anna->client->IsOnline(); }, "the loss");
+    server.Start();
+    AddMember(u"sofia.costa");
+    EXPECT_FALSE(isHistory(asks(u"missed")));
+
     RemoveMember(u"omar.haddad");
     anna->Await([&] { return isHistory(request); }, "the request to become history");
     EXPECT_FALSE(anna->members.IsMember(u"omar.haddad"));
@@ -275,6 +347,78 @@ TEST_F(MessagingTest, RequestsOfFormerMembersBecomeHistory)
     EXPECT_FALSE(isHistory(copy));
     std::uint64_t after = 0;
     EXPECT_TRUE(Connect("anna.novak")->GetMailHistorical(ProjectId(), after).at(request));
+    // A request that comes when its sender has left already.
+    anna->client.reset();
+    const auto late = Deliver("yuki.tanaka", {u"anna.novak"}, u"late", MailType::Request);
+    RemoveMember(u"yuki.tanaka");
+    anna->Await([&] { return !anna->members.IsMember(u"yuki.tanaka"); }, "Yuki to leave");
+    anna->Open();
+    anna->Await([&] { return isHistory(late); }, "the late request to become history");
+}
+
+TEST_F(MessagingTest, ARefreshThatGoesWrongKeepsNoOtherAway)
+{
+    struct Thrower final : SYC::MailClientObserver {
+        void MailListChanged(MailClient&) override { throw 1; }
+        void NewMailExists(MailClient&, OV::Ref<MailList>,
+                           SYC::RefreshMailListReason::Value) override
+        {
+            throw 2;
+        }
+    };
+    for (const auto* text : {u"first", u"second"})
+        Deliver("anna.novak", {u"yuki.tanaka"}, text);
+    const auto yuki = MakeHost("yuki.tanaka");
+    yuki->Open();
+    const auto refresh = [&] {
+        yuki->client->RefreshMails(SYC::RefreshMailListReason::ServerSignal);
+    };
+    const auto awaitRefresh = [&](int count) {
+        yuki->Await([&] { return yuki->refreshes >= count; }, "a refresh");
+    };
+    Thrower thrower;
+    yuki->client->Attach(thrower);
+    refresh();
+    awaitRefresh(2);
+    yuki->client->Detach(thrower);
+
+    // An answer that nobody takes.
+    yuki->client->SetExecutor(nullptr);
+    refresh();
+    yuki->client->SetExecutor(&yuki->executor);
+    yuki->Await([&] { return (refresh(), yuki->refreshes >= 3); }, "the next one");
+
+    // A list that is cleared meanwhile.
+    server.Pause();
+    refresh();
+    yuki->client->Clear();
+    server.Resume();
+    yuki->Await([&] { return yuki->client->GetMails().size() == 2; }, "all mails once more");
+
+    // A failure while the project counts as online, and one before it does.
+    yuki->SetPresence(PresenceState::Online);
+    server.Terminate();
+    refresh();
+    yuki->Await([&] { return yuki->failedRefreshes > 0; }, "a failure");
+    const int before = yuki->refreshes;
+    server.Start();
+    awaitRefresh(before + 1);
+    yuki->client.reset();
+    yuki->SetPresence(PresenceState::Offline);
+    server.Terminate();
+    yuki->refreshes = yuki->failedRefreshes = 0;
+    yuki->Open();
+    server.Start();
+    yuki->SetPresence(PresenceState::Online);
+    awaitRefresh(1);
+}
+
+TEST_F(MessagingTest, APasswordCountsFromTheNextRequestOn)
+{
+    const auto anna = MakeHost("anna.novak");
+    SYC::OpenedProject project(anna->manager);
+    project.Ask([&](auto&) { project.SetPassword(u"another"); });
+    EXPECT_THROW(project.Ask([](auto&) {}), Communication::ResponseContentException);
 }
 
 TEST_F(MessagingTest, AnObserverThatHasGoneIsNotTold)

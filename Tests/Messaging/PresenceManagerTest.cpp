@@ -11,7 +11,9 @@ namespace {
 
 class PresenceManagerTest : public MessagingTest {
 protected:
-    PresenceManagerTest() : MessagingTest({"--sample", "--sample-lines", "0", "--presence-grace", "100"}) {}
+    PresenceManagerTest()
+        : MessagingTest({"--sample", "--sample-lines", "0", "--presence-grace", "100"})
+    {}
     ~PresenceManagerTest() override
     {
         presence.BeforeShutdown();
@@ -113,6 +115,13 @@ TEST_F(PresenceManagerTest, TellsWhichStepFailed)
 
 TEST_F(PresenceManagerTest, AMessagingServiceThatRefusesIsToldApart)
 {
+    // Who is refused himself is not signed in again behind his back, only when he is asked for.
+    ScriptedServer refusing(
+        [](auto& peer, const auto&) { peer.Answer(401, R"({"code":10,"message":"no"})"); });
+    for (int asked = 1; asked <= 2; ++asked) {
+        EXPECT_EQ(ProblemOf([&] { Follow(refusing.Port()); }), "Could not connect to the server");
+        EXPECT_EQ(refusing.Requests(), asked);
+    }
     // A real model service whose port list leads to a service that refuses the built-in account.
     ScriptedServer messaging(
         [](auto& peer, const auto&) { peer.Answer(401, R"({"code":10,"message":"no"})"); });

@@ -3,6 +3,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <csignal>
 
 namespace {
@@ -104,10 +105,19 @@ void ShowOutbox(ProjectHost& host, Context& context, const std::vector<std::stri
         ids.push_back(OV::FromUtf8(id));
     if (!ids.empty())
         host.Mails().DeleteOutboxMails(ids);
-    if (flush && host.GoOnline())
-        (void)ProjectHost::WaitUntil(
-            [&] { return !host.IsOnline() || host.Mails().GetOutboxMails().empty(); });
-    PrintMails(host.Mails().GetOutboxMails(), "outbox", "The outbox is empty.", context.output);
+    if (flush && host.GoOnline()) {
+        host.Mails().FlushOutbox();
+        // The end of it is told to who sent the mails, and to nobody else.
+        constexpr std::uint32_t look = 20;
+        while (host.IsOnline() && host.Mails().IsSending())
+            (void)ProjectHost::WaitUntil([] { return false; }, look);
+    }
+    const auto waiting = host.Mails().GetOutboxMails();
+    PrintMails(waiting, "outbox", "The outbox is empty.", context.output);
+    if (std::any_of(waiting.begin(), waiting.end(),
+                    [](const auto& mail) { return mail->HasUnknownActions(); }))
+        context.output.Error("Mails with unknown actions are delivered by the program that wrote "
+                             "them, when it has the project open.");
 }
 
 /// Prints each mail that comes.

@@ -71,6 +71,13 @@ void ReportSending(const ClientMail& mail, const std::optional<int>& result, Con
 {
     const bool isSent = result == SYC::MailResult::Succeeded;
     const auto id = ForDisplay(mail.GetId());
+    if (result == SYC::MailResult::TakenByOther) {
+        if (context.output.json)
+            context.output.PrintJson({{"sent", nullptr}, {"id", ForJson(mail.GetId())}});
+        else
+            context.output.PrintLine("Another program that has the project open took the mail.");
+        return;
+    }
     if (!isSent)
         context.exitCode = result.value_or(-1) > 0 ? ExitCode::Failure : ExitCode::Offline;
     if (context.output.json)

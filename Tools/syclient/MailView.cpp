@@ -49,6 +49,7 @@ std::string StateWords(const ClientMail& mail)
     add(mail.IsCopy(), "sent");
     add(!mail.IsOut() && !mail.IsCopy() && !mail.IsRead(), "new");
     add(mail.IsHistorical(), "history");
+    add(mail.HasUnknownActions(), "unknown actions");
     return words;
 }
 
@@ -110,6 +111,7 @@ Json MailJson(const ClientMail& mail)
             {"copy", mail.IsCopy()},
             {"waiting", mail.IsOut()},
             {"history", mail.IsHistorical()},
+            {"unknownActions", mail.HasUnknownActions()},
             {"text", ForJson(mail.GetBodyText())}};
 }
 

@@ -45,7 +45,7 @@ bool HasUnsent(const CachedProjectInfo& cache)
     const auto outbox = cache.GetCacheFolderLocation().Appended(SYC::MailFile::OutboxName);
     const auto content = SYC::MailFile::Read(outbox);
     // Nobody knows what a damaged outbox held.
-    return cache.IsChanges() || !content.mails.empty() ||
+    return cache.IsChanges() || !content.mails.empty() || content.unknown.count != 0 ||
            content.outcome == SYC::MailFile::Outcome::Damaged;
 }
 

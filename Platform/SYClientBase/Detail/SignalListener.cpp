@@ -8,7 +8,6 @@
 
 namespace SYCB::Detail {
 
-using Syncra::Protocol::ErrorCode;
 using Syncra::Protocol::Signal;
 using Syncra::Protocol::SignalBatch;
 using Syncra::Protocol::SignalId;
@@ -23,14 +22,6 @@ constexpr std::uint32_t NotHeldPauseMilliseconds = 500;
 
 constexpr SignalId EverySignal[] = {SignalId::ProjectStateChanged, SignalId::SessionsChanged,
                                     SignalId::MembersChanged, SignalId::NewMail};
-
-/// Asking again would not help: the user has to do something first.
-bool RefusesUser(std::int32_t code)
-{
-    const auto refusal = static_cast<ErrorCode>(code);
-    return refusal == ErrorCode::BadCredentials || refusal == ErrorCode::AccessDenied ||
-           refusal == ErrorCode::UserDisabled;
-}
 
 /// Lets SetForcedOffline reach the client while it lives.
 class ReachableClient {
@@ -114,7 +105,7 @@ bool SignalListener::TryOnce()
         return true;  // the user chose to work offline
     } catch (const Communication::ResponseContentException& refusal) {
         NoteLoss(refusal.what());
-        if (RefusesUser(refusal.GetErrorCode())) {
+        if (Syncra::Protocol::RefusesUser(refusal.GetErrorCode())) {
             OV::Logger::Warning(LogCategory,
                                 u"SYCB::PKSignalClient: the server refuses the user (code %); "
                                 u"signals are not listened for any more",

@@ -2,26 +2,36 @@
 
 #include "Messaging/ClientMail.hpp"
 
+namespace SYC {
+
 /// The actions of a mail in its encodings: for each its id and then its own data. A null entry
 /// throws OV::NullReferenceException.
-namespace SYC::MailActions {
+struct MailActions {
+    using Carried = ClientMail::CarriedActions;
 
-[[nodiscard]] std::uint32_t Count(const OV::Ref<ClientMail::ActionList>& actions);
+    [[nodiscard]] static std::uint32_t Count(const Carried& actions);
 
-[[nodiscard]] OV::ChannelStatus Write(const OV::Ref<ClientMail::ActionList>& actions,
-                                      OV::OChannel& channel);
-/// Puts a new list of up to `count` actions in place of `actions`, an empty holder for none: a list
-/// may be shared with copies of the mail and is never changed. `count` is not trusted.
-[[nodiscard]] OV::ChannelStatus Read(OV::Ref<ClientMail::ActionList>& actions, std::uint32_t count,
-                                     OV::IChannel& channel);
+    /// Unknown actions are written as they were read.
+    [[nodiscard]] static OV::ChannelStatus Write(const Carried& actions, OV::OChannel& channel);
 
-/// The compact forms; failures throw OV::ChannelException.
-void Serialize(const OV::Ref<ClientMail::ActionList>& actions, OV::OChannelX& channel);
-void Deserialize(OV::Ref<ClientMail::ActionList>& actions, std::uint32_t count,
-                 OV::IChannelX& channel);
+    struct Reading {
+        OV::ChannelStatus status = OV::ChannelOk;
+        /// An action failed whose data did not end too early: this process does not know its kind,
+        /// or not that form of it.
+        bool isUnknown = false;
+    };
+    /// Puts a new list of up to `count` actions in place of `actions`, an empty holder for none: a
+    /// list may be shared with copies of the mail and is never changed. `count` is not trusted.
+    [[nodiscard]] static Reading Read(Carried& actions, std::uint32_t count, OV::IChannel& channel);
+    /// Puts `count` actions that cannot be read in place of `actions`.
+    static void Keep(Carried& actions, std::uint32_t count, OV::String bytes);
 
-/// Whether both hold the same actions with the same data; an empty holder is an empty list.
-[[nodiscard]] bool AreEqual(const OV::Ref<ClientMail::ActionList>& left,
-                            const OV::Ref<ClientMail::ActionList>& right);
+    /// The compact forms; failures throw OV::ChannelException.
+    static void Serialize(const Carried& actions, OV::OChannelX& channel);
+    static void Deserialize(Carried& actions, std::uint32_t count, OV::IChannelX& channel);
 
-}  // namespace SYC::MailActions
+    /// Whether both hold the same actions with the same data; an empty holder is an empty list.
+    [[nodiscard]] static bool AreEqual(const Carried& left, const Carried& right);
+};
+
+}  // namespace SYC

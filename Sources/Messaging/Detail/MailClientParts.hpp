@@ -1,7 +1,6 @@
 #pragma once
 
 #include "Messaging/MailClient.hpp"
-#include "OVRoot/Logger.hpp"
 
 namespace SYC {
 
@@ -15,28 +14,48 @@ struct MailClient::Mark {
     static const Mark Historical;
 };
 
+/// Runs on the client's own thread.
+class MailClient::RefreshEnd {
+public:
+    RefreshEnd(MailClient& client, const RequestUnderWay::Token& token) noexcept : client_(client)
+    {
+        token.End();
+    }
+    ~RefreshEnd();
+    RefreshEnd(const RefreshEnd&) = delete;
+    RefreshEnd& operator=(const RefreshEnd&) = delete;
+
+private:
+    MailClient& client_;
+};
+
 struct MailClient::Refreshed {
+    std::uint64_t generation = 0;
     MailList mails;
     FlagTable read;
     FlagTable historical;
     FlagChanges changes;
 };
 
-/// What a failure says to people.
-[[nodiscard]] OV::UniString MessageOf(const std::exception& error);
+/// For the inside of a catch clause.
+void LogFailure(OV::UniStringView what) noexcept;
 
-/// Runs a request and gives its MailResult; a failure is logged as one of `what`.
+/// Runs a request and gives its MailResult, whatever it throws; a failure is logged as one of
+/// `what`.
 template <class Request>
 [[nodiscard]] int ResultOf(OV::UniStringView what, const Request& request)
 {
+    int result = MailResult::NotReached;
     try {
         request();
         return MailResult::Succeeded;
-    } catch (const std::exception& error) {
-        OV::Logger::Warning("SYClient", u"SYC::MailClient: % failed: %", {what, MessageOf(error)});
-        const auto* refusal = dynamic_cast<const Communication::ResponseContentException*>(&error);
-        return refusal != nullptr ? refusal->GetErrorCode() : MailResult::NotReached;
+    } catch (const Communication::ResponseContentException& refusal) {
+        result = refusal.GetErrorCode();
+        LogFailure(what);
+    } catch (...) {
+        LogFailure(what);
     }
+    return result;
 }
 
 }  // namespace SYC

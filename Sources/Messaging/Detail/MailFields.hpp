@@ -1,12 +1,14 @@
 #pragma once
 
-#include "Messaging/ClientMail.hpp"
+#include "Messaging/Detail/MailActions.hpp"
 
 namespace SYC {
 
 /// The order of a mail's fields in each encoding, written down once for the reader and the writer.
 /// `Mail` is ClientMail or const ClientMail.
 struct MailFields {
+    using CarriedActions = ClientMail::CarriedActions;
+
     /// `code(field)` returns a status; the first error ends the walk.
     template <class Mail, class Code>
     [[nodiscard]] static OV::ChannelStatus WalkDisk(Mail& mail, Code&& code)
@@ -18,7 +20,7 @@ struct MailFields {
         each(mail.id_, mail.read_, mail.copy_, mail.out_, mail.modify_, mail.sender_,
              mail.senderFullName_, mail.recipientsLoginName_, mail.recipientsFullName_,
              mail.sendingTime_, mail.repositoryTime_, mail.importance_, mail.type_, mail.bodyText_,
-             mail.actionList_, mail.historical_, mail.parentMailId_);
+             mail.actions_, mail.historical_, mail.parentMailId_);
         return status;
     }
 
@@ -31,9 +33,18 @@ struct MailFields {
              mail.senderFullName_, mail.recipientsLoginName_, mail.recipientsFullName_,
              mail.sendingTime_, mail.repositoryTime_, mail.importance_, mail.type_);
         code.Optional(mail.bodyText_);
-        code.Optional(mail.actionList_);
+        code.Optional(mail.actions_);
         code.Historical(mail);
         code.Trailing(mail.parentMailId_);
+    }
+
+    /// What a record whose actions cannot be read holds behind its text.
+    static void SetBehindText(ClientMail& mail, std::uint32_t actionCount, OV::String actions,
+                              bool historical, OV::UniString parentMailId)
+    {
+        MailActions::Keep(mail.actions_, actionCount, std::move(actions));
+        mail.historical_ = historical;
+        mail.parentMailId_ = std::move(parentMailId);
     }
 
     static void MarkDoneCopyHistorical(ClientMail& mail) { mail.MarkDoneCopyHistorical(); }

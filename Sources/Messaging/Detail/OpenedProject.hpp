@@ -34,13 +34,15 @@ public:
 
 private:
     using Client = std::unique_ptr<Syncra::Client::SyncraClient>;
-    [[nodiscard]] Client Take();
+    [[nodiscard]] Client Take(std::uint64_t& passwordNumber);
 
     SYCB::ProjectConnectionManagerInterface& manager_;
     const IO::Location location_;
     const OV::UniString projectId_;
     mutable OV::Lock lock_;
     std::optional<OV::UniString> password_ OV_GUARDED_BY(lock_);
+    /// Counts the passwords that were set.
+    std::uint64_t passwordNumber_ OV_GUARDED_BY(lock_) = 0;
     Client idle_ OV_GUARDED_BY(lock_);
 };
 
