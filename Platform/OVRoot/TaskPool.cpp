@@ -3,7 +3,6 @@
 #include "OVRoot/Detail/RunLogged.hpp"
 #include "OVRoot/Thread.hpp"
 
-#include <system_error>
 #include <utility>
 
 namespace OV::Detail {
@@ -22,29 +21,39 @@ bool TaskPool::Execute(RunnableTask task)
 {
     if (!task)
         throw NullReferenceException();
+    std::exception_ptr missingThread;  // logged when the lock is free again
+    const bool isTaken = Enqueue(std::move(task), missingThread);
+    if (missingThread)
+        RunLogged("Executor", [&] { std::rethrow_exception(missingThread); });
+    return isTaken;
+}
+
+bool TaskPool::Enqueue(RunnableTask task, std::exception_ptr& missingThread)
+{
     Threads finished;  // joined when the lock is free again
     const LockGuard guard(lock_);
     if (shutdown_)
         return false;
     finished.swap(finished_);
-    const bool isThreadMissing = idle_ <= queue_.size() && threads_.size() < maximumThreads_;
-    if (isThreadMissing && !StartThread() && threads_.empty())
+    if (idle_ <= queue_.size() && threads_.size() < maximumThreads_)
+        missingThread = StartThread();
+    if (threads_.empty())
         return false;
     queue_.push_back(std::move(task));
     work_.notify_one();
     return true;
 }
 
-bool TaskPool::StartThread()
+std::exception_ptr TaskPool::StartThread()
 {
     const auto self = threads_.emplace(threads_.end());
     try {
         *self = std::jthread([this, self] { Serve(self); });
-        return true;
-    } catch (const std::system_error& error) {
-        Logger::Error("Executor", u"The system gives no further thread: %", {error.what()});
+        return nullptr;
+    } catch (...) {
+        // An entry without a thread would be waited for until the end of time.
         threads_.erase(self);
-        return false;
+        return std::current_exception();
     }
 }
 

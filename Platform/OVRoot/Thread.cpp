@@ -5,6 +5,7 @@
 
 #include <condition_variable>
 #include <mutex>
+#include <system_error>
 #include <thread>
 #include <utility>
 
@@ -12,7 +13,9 @@ namespace OV {
 
 namespace {
 
-thread_local std::stop_token currentToken;
+/// Of the innermost InterruptionScope. No object: those of the main thread are destroyed before
+/// what static objects wait for has ended.
+thread_local const std::stop_token* currentToken = nullptr;
 
 }  // namespace
 
@@ -22,12 +25,17 @@ struct Thread::State {
 
 Thread::Thread(StringView name, std::function<void()> body) : state_(std::make_unique<State>())
 {
-    state_->thread =
-        std::jthread([name = String(name), body = std::move(body)](std::stop_token token) {
-            System::NameCurrentThread(name);
-            const InterruptionScope scope(std::move(token));
-            Detail::RunLogged("Thread", body);
-        });
+    try {
+        state_->thread =
+            std::jthread([name = String(name), body = std::move(body)](std::stop_token token) {
+                System::NameCurrentThread(name);
+                const InterruptionScope scope(std::move(token));
+                Detail::RunLogged("Thread", body);
+            });
+    } catch (const std::system_error& failure) {
+        throw Exception("The system gives no thread for \"" + String(name) +
+                        "\": " + failure.what());
+    }
 }
 
 Thread::~Thread() = default;
@@ -47,12 +55,12 @@ void Thread::Join()
 
 bool Thread::IsInterrupted() noexcept
 {
-    return currentToken.stop_requested();
+    return currentToken != nullptr && currentToken->stop_requested();
 }
 
 std::stop_token Thread::CurrentToken() noexcept
 {
-    return currentToken;
+    return currentToken != nullptr ? *currentToken : std::stop_token();
 }
 
 void Thread::Sleep(std::uint32_t milliseconds)
@@ -60,19 +68,19 @@ void Thread::Sleep(std::uint32_t milliseconds)
     std::mutex lock;
     std::condition_variable_any wake;
     std::unique_lock guard(lock);
-    wake.wait_for(guard, currentToken, std::chrono::milliseconds(milliseconds),
+    wake.wait_for(guard, CurrentToken(), std::chrono::milliseconds(milliseconds),
                   [] { return false; });
     if (IsInterrupted())
         throw InterruptedException();
 }
 
 InterruptionScope::InterruptionScope(std::stop_token token)
-    : former_(std::exchange(currentToken, std::move(token)))
+    : token_(std::move(token)), former_(std::exchange(currentToken, &token_))
 {}
 
 InterruptionScope::~InterruptionScope()
 {
-    currentToken = std::move(former_);
+    currentToken = former_;
 }
 
 }  // namespace OV

@@ -11,7 +11,8 @@ namespace OV {
 /// A named thread with an interruption flag. The destructor interrupts and joins.
 class Thread {
 public:
-    /// Starts at once. An exception that leaves `body` is logged and ends the thread.
+    /// Starts at once; throws Exception when the system gives no thread. An exception that leaves
+    /// `body`, of whatever type, is logged and ends the thread.
     Thread(StringView name, std::function<void()> body);
     ~Thread();
     Thread(Thread&&) noexcept;
@@ -42,7 +43,8 @@ public:
     InterruptionScope& operator=(const InterruptionScope&) = delete;
 
 private:
-    std::stop_token former_;
+    std::stop_token token_;
+    const std::stop_token* former_;
 };
 
 }  // namespace OV

@@ -1,7 +1,7 @@
 #include "SYClientBase/MessageLoop.hpp"
 
+#include "OVRoot/Detail/RunLogged.hpp"
 #include "OVRoot/Lock.hpp"
-#include "OVRoot/Logger.hpp"
 #include "OVRoot/Thread.hpp"
 
 #include <chrono>
@@ -17,7 +17,8 @@ struct Queue {
     OV::Lock lock;
     std::condition_variable_any posted;
     std::deque<OV::RunnableTask> tasks OV_GUARDED_BY(lock);
-    MessageLoop::Poster poster OV_GUARDED_BY(lock);
+    /// Shared, so that nothing of the host is copied or destroyed under the lock. Null for none.
+    std::shared_ptr<const MessageLoop::Poster> poster OV_GUARDED_BY(lock);
 };
 
 /// Never destroyed: a thread may still post while the process ends.
@@ -40,13 +41,8 @@ OV::RunnableTask TakeFirst()
 
 void RunOne(const OV::RunnableTask& task)
 {
-    try {
-        task->Run();
-    } catch (const std::exception& failure) {
-        OV::Logger::Error("MessageLoop", u"A task of the main thread failed: %", {failure.what()});
-    } catch (...) {
-        OV::Logger::Error("MessageLoop", u"A task of the main thread failed.");
-    }
+    OV::AssertNoLockHeld("a task of SYCB::MessageLoop");
+    OV::Detail::RunLogged("MessageLoop", [&task] { task->Run(); });
 }
 
 /// The analysis does not follow a lock into the condition variable.
@@ -65,7 +61,7 @@ void MessageLoop::Post(OV::RunnableTask task)
     if (!task)
         return;
     Queue& queue = TheQueue();
-    Poster poster;
+    std::shared_ptr<const Poster> poster;
     {
         const OV::LockGuard guard(queue.lock);
         poster = queue.poster;
@@ -74,17 +70,20 @@ void MessageLoop::Post(OV::RunnableTask task)
     }
     if (poster) {
         OV::AssertNoLockHeld("MessageLoop::Poster");
-        poster(std::move(task));
+        (*poster)(std::move(task));
     } else
         queue.posted.notify_all();
 }
 
 MessageLoop::Poster MessageLoop::SetPoster(Poster poster)
 {
+    auto next = poster ? std::make_shared<const Poster>(std::move(poster)) : nullptr;
     Queue& queue = TheQueue();
-    const OV::LockGuard guard(queue.lock);
-    std::swap(queue.poster, poster);
-    return poster;
+    {
+        const OV::LockGuard guard(queue.lock);
+        next.swap(queue.poster);
+    }
+    return next ? *next : Poster();
 }
 
 std::size_t MessageLoop::RunPending()

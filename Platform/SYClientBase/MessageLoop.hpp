@@ -18,7 +18,8 @@ public:
     /// one thread run in its order.
     static void Post(OV::RunnableTask task);
     /// Installs `poster` and returns the former one; an empty one restores the queue. The poster is
-    /// called on the posting thread, must not block and must not run the task before it returns.
+    /// called on the posting thread, must not block and must not run the task before it returns;
+    /// what it throws goes to who posts, and the task is lost.
     static Poster SetPoster(Poster poster);
 
     /// Runs the tasks that wait in the queue now, not those that they post. Returns their number.

@@ -1,5 +1,6 @@
 #include "SYClientBase/MessageLoopExecutor.hpp"
 
+#include "OVRoot/Detail/RunLogged.hpp"
 #include "OVRoot/Exception.hpp"
 #include "SYClientBase/MessageLoop.hpp"
 
@@ -34,12 +35,19 @@ bool MessageLoopExecutor::Execute(OV::RunnableTask task)
         explicit Opening(std::shared_ptr<State> s) : state(std::move(s)) { ++state->open; }
         ~Opening() { --state->open; }
     };
-    MessageLoop::Post(
+    OV::RunnableTask guarded =
         OV::MakeTask([opening = std::make_shared<Opening>(state_), work = std::move(task)] {
             if (!opening->state->canceled)
                 work->Run();
-        }));
-    return true;
+        });
+    try {
+        MessageLoop::Post(std::move(guarded));
+        return true;
+    } catch (...) {
+        // The host's loop is closing: not taken, as by an executor that was shut down.
+        OV::Detail::LogHandled("MessageLoop");
+        return false;
+    }
 }
 
 void MessageLoopExecutor::Shutdown()

@@ -1,6 +1,6 @@
 #include "ManagementTool/RunAtScopeEnd.hpp"
 
-#include "OVRoot/Logger.hpp"
+#include "OVRoot/Detail/RunLogged.hpp"
 
 namespace Syncra::Server::ManagementTool::Core {
 
@@ -8,12 +8,7 @@ RunAtScopeEnd::~RunAtScopeEnd()
 {
     if (!task_)
         return;
-    try {
-        task_->Run();
-    } catch (const std::exception& error) {
-        OV::Logger::Error("SYClient", u"A clean-up at the end of a scope failed: %",
-                          {error.what()});
-    }
+    OV::Detail::RunLogged("RunAtScopeEnd", [this] { task_->Run(); });
 }
 
 }  // namespace Syncra::Server::ManagementTool::Core

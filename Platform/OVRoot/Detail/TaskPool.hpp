@@ -6,6 +6,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <deque>
+#include <exception>
 #include <list>
 #include <stop_token>
 #include <thread>
@@ -42,7 +43,10 @@ private:
     /// that Execute never counts on a thread that will not look at the queue again.
     RunnableTask Take(Threads::iterator self);
     void CountDone();
-    [[nodiscard]] bool StartThread() OV_REQUIRES(lock_);
+    [[nodiscard]] bool Enqueue(RunnableTask task, std::exception_ptr& missingThread)
+        OV_EXCLUDES(lock_);
+    /// Why there is no further thread, or null.
+    [[nodiscard]] std::exception_ptr StartThread() OV_REQUIRES(lock_);
     [[nodiscard]] bool Terminated() const OV_REQUIRES(lock_)
     {
         return shutdown_ && queue_.empty() && running_ == 0;

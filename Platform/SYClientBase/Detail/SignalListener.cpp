@@ -1,6 +1,6 @@
 #include "SYClientBase/Detail/SignalListener.hpp"
 
-#include "OVRoot/Logger.hpp"
+#include "OVRoot/Detail/RunLogged.hpp"
 #include "OVRoot/Thread.hpp"
 #include "SyncraProtocol/ErrorCode.hpp"
 
@@ -26,9 +26,10 @@ constexpr SignalId EverySignal[] = {SignalId::ProjectStateChanged, SignalId::Ses
 /// Lets SetForcedOffline reach the client while it lives.
 class ReachableClient {
 public:
-    ReachableClient(SignalState& state, Syncra::Client::SyncraClient& client) : state_(state)
+    ReachableClient(SignalState& state, std::shared_ptr<Syncra::Client::SyncraClient> client)
+        : state_(state)
     {
-        state_.SetClient(&client);
+        state_.SetClient(std::move(client));
     }
     ~ReachableClient() { state_.SetClient(nullptr); }
     ReachableClient(const ReachableClient&) = delete;
@@ -40,20 +41,31 @@ private:
 
 }  // namespace
 
+// The client is the host's, and is called without the lock.
+
 void SignalState::SetForcedOffline(bool forced)
 {
-    const OV::LockGuard guard(lock_);
-    forcedOffline_ = forced;
-    ++changes_;
-    if (forced && client_)
-        client_->Cancel();
-    changed_.notify_all();
+    std::shared_ptr<Syncra::Client::SyncraClient> client;
+    {
+        const OV::LockGuard guard(lock_);
+        forcedOffline_ = forced;
+        ++changes_;
+        client = client_;
+        changed_.notify_all();
+    }
+    if (forced && client) {
+        OV::AssertNoLockHeld("SyncraClient::Cancel");
+        client->Cancel();
+    }
 }
 
-void SignalState::SetClient(Syncra::Client::SyncraClient* client)
+void SignalState::SetClient(std::shared_ptr<Syncra::Client::SyncraClient> client)
 {
-    const OV::LockGuard guard(lock_);
-    client_ = client;
+    std::shared_ptr<Syncra::Client::SyncraClient> former = client;
+    {
+        const OV::LockGuard guard(lock_);
+        former.swap(client_);
+    }
     if (client && forcedOffline_)
         client->Cancel();
 }
@@ -114,6 +126,9 @@ bool SignalListener::TryOnce()
         }
     } catch (const std::exception& failure) {
         NoteLoss(failure.what());
+    } catch (...) {
+        // The connector is the host's and may throw anything.
+        NoteLoss("something unknown was thrown");
     }
     state_.Pause(backoff_.NextMilliseconds());
     return true;
@@ -121,10 +136,10 @@ bool SignalListener::TryOnce()
 
 void SignalListener::Listen()
 {
-    const std::unique_ptr<Syncra::Client::SyncraClient> client = connector_();
+    const std::shared_ptr<Syncra::Client::SyncraClient> client = connector_();
     if (!client)
         throw OV::NullReferenceException();
-    const ReachableClient reachable(state_, *client);
+    const ReachableClient reachable(state_, client);
     ListenWith(*client);
 }
 
@@ -157,13 +172,8 @@ void SignalListener::ListenWith(Syncra::Client::SyncraClient& client)
 void SignalListener::Deliver(const Signal& signal)
 {
     state_.observers.Notify([&signal](PKSignalClientObserver& observer) {
-        try {
-            if (observer._CheckSignalType(signal.id))
-                observer._SignalReceived(signal);
-        } catch (const std::exception& failure) {
-            OV::Logger::Error(LogCategory, u"SYCB::PKSignalClient: an observer failed: %",
-                              {failure.what()});
-        }
+        if (observer._CheckSignalType(signal.id))
+            observer._SignalReceived(signal);
     });
     if (OV::Thread::IsInterrupted())
         throw OV::InterruptedException();
@@ -190,9 +200,12 @@ void SignalListener::NoteLoss(const char* reason)
 {
     if (OV::Thread::IsInterrupted())
         throw OV::InterruptedException();
+    // The loop goes on although there may be no memory for the line, or for telling.
+    OV::Detail::RunLogged(LogCategory, [this] { presence_.SetState(PresenceState::Offline); });
     if (!std::exchange(lossWasLogged_, true))
-        OV::Logger::Info(LogCategory, u"SYCB::PKSignalClient: offline: %", {reason});
-    presence_.SetState(PresenceState::Offline);
+        OV::Detail::RunLogged(LogCategory, [reason] {
+            OV::Logger::Info(LogCategory, u"SYCB::PKSignalClient: offline: %", {reason});
+        });
 }
 
 }  // namespace SYCB::Detail

@@ -26,14 +26,14 @@ public:
     void Pause(std::uint32_t milliseconds);
 
     /// The client whose request SetForcedOffline ends; null for none.
-    void SetClient(Syncra::Client::SyncraClient* client);
+    void SetClient(std::shared_ptr<Syncra::Client::SyncraClient> client);
 
 private:
     std::atomic<bool> forcedOffline_ = false;
     OV::Lock lock_;
     std::condition_variable_any changed_;
     std::uint64_t changes_ OV_GUARDED_BY(lock_) = 0;
-    Syncra::Client::SyncraClient* client_ OV_GUARDED_BY(lock_) = nullptr;
+    std::shared_ptr<Syncra::Client::SyncraClient> client_ OV_GUARDED_BY(lock_);
 };
 
 /// One listening, from Start to Stop: what its thread does and holds.
