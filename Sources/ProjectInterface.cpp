@@ -11,7 +11,7 @@ namespace {
 template <class Value>
 const Value& Empty()
 {
-    static const Value empty{};
+    static const auto& empty = *new Value{};
     return empty;
 }
 

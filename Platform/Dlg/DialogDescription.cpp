@@ -96,7 +96,7 @@ OV::HashTable<int, DialogDescription> ReadDialogs()
 
 const OV::HashTable<int, DialogDescription>& AllDialogs()
 {
-    static const auto dialogs = ReadDialogs();
+    static const auto& dialogs = *new auto(ReadDialogs());
     return dialogs;
 }
 

@@ -31,7 +31,7 @@ std::atomic<const Clock*> current{nullptr};
 
 const Clock& Clock::Current()
 {
-    static const SystemClock system;
+    static const auto& system = *new SystemClock;
     const Clock* clock = current;
     return clock != nullptr ? *clock : system;
 }

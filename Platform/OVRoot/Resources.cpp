@@ -69,7 +69,7 @@ int ShowInLog(const AlertResource& alert)
 
 const UniString& GetStringListItem(int list, int index)
 {
-    static const auto items = ReadStringLists();
+    static const auto& items = *new auto(ReadStringLists());
     const auto found = items.find(std::pair(list, index));
     if (found == items.end())
         throw IllegalReferenceException("There is no item " + std::to_string(index) +
@@ -79,7 +79,7 @@ const UniString& GetStringListItem(int list, int index)
 
 const AlertResource& GetAlertResource(int number)
 {
-    static const auto alerts = ReadAlerts();
+    static const auto& alerts = *new auto(ReadAlerts());
     const auto found = alerts.find(number);
     if (found == alerts.end())
         throw IllegalReferenceException("There is no alert " + std::to_string(number) + ".");

@@ -17,7 +17,7 @@ void KeepKnown(Value& value, const Value& known)
 
 ConnectionValidator& ConnectionValidator::GetInstance()
 {
-    static ConnectionValidator instance;
+    static auto& instance = *new ConnectionValidator;
     return instance;
 }
 

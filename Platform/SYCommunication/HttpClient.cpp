@@ -273,4 +273,9 @@ void HttpClient::Cancel()
     curl_multi_wakeup(state_->multi.get());
 }
 
+void PrepareTransport()
+{
+    Detail::InitialiseCurl();
+}
+
 }  // namespace Communication

@@ -27,6 +27,10 @@ struct HttpResponse {
     OV::String body;
 };
 
+/// Sets up what clients stand on, which otherwise the first of them does. Whoever ends requests
+/// when the process ends calls it before he registers that: then they end before it is taken down.
+void PrepareTransport();
+
 /// One keep-alive connection to one service. Perform is synchronous; one thread at a time, but
 /// Cancel may be called from any. A request whose kept connection turned out dead before it was
 /// sent is sent once more on a new one.

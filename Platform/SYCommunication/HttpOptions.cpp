@@ -11,7 +11,7 @@ std::mutex defaultsLock;
 
 HttpOptions& Defaults()
 {
-    static HttpOptions defaults;
+    static auto& defaults = *new HttpOptions;
     return defaults;
 }
 

@@ -19,11 +19,12 @@ struct Group {
     friend bool operator==(const Group&, const Group&) = default;
 };
 
-/// Identifiers of the built-in groups, the same on every server.
+/// Identifiers of the built-in groups, the same on every server. Never destroyed.
 namespace BuiltInGroups {
-inline const OV::UniString Administrators = u"Administrators";
-inline const OV::UniString ProjectManagers = u"ProjectManagers";
-inline const OV::UniString ProjectWorkflowManagers = u"ProjectWorkflowManagers";
+inline const OV::UniString& Administrators = *new OV::UniString(u"Administrators");
+inline const OV::UniString& ProjectManagers = *new OV::UniString(u"ProjectManagers");
+inline const OV::UniString& ProjectWorkflowManagers =
+    *new OV::UniString(u"ProjectWorkflowManagers");
 }  // namespace BuiltInGroups
 
 }  // namespace Syncra::Server::Management

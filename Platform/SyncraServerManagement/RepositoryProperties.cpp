@@ -48,7 +48,8 @@ Client::SignInData Detail::SignInOf(OV::UniStringView factoryName, const Propert
     return {location.GetScheme() == u"https" ? u"https://" + location.GetHost()
                                              : location.GetHost(),
             location.GetPort(), Require(properties, PropertyNames::UserRepositoryPrincipal),
-            Require(properties, PropertyNames::UserRepositoryCredentials)};
+            Require(properties, PropertyNames::UserRepositoryCredentials),
+            properties.contains(PropertyNames::WithoutVersionCheck)};
 }
 
 }  // namespace Syncra::Server::Management

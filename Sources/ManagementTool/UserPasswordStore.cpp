@@ -101,7 +101,7 @@ const OV::UniString& UserPasswordStore::GetUserPassword(const OV::UniString& use
 
 const OV::UniString& UserPasswordStore::GetUserDefaultPassword(const OV::UniString& user) const
 {
-    static const OV::UniString none;
+    static const auto& none = *new OV::UniString;
     const auto found = defaultTable_.find(user);
     return found == defaultTable_.end() ? none : found->second.text;
 }

@@ -8,7 +8,8 @@ namespace {
 
 // Here and not beside DummyAction: nothing refers to that object file, so a host that links the
 // static library would be without the kind.
-MailActionDescriptor dummyActionDescriptor(&DummyAction::Make, OV::UniString(DummyAction::Id));
+[[maybe_unused]] const auto& dummyActionDescriptor =
+    *new MailActionDescriptor(&DummyAction::Make, OV::UniString(DummyAction::Id));
 
 MailActionDescriptor& Checked(MailActionDescriptor* descriptor)
 {
@@ -21,9 +22,7 @@ MailActionDescriptor& Checked(MailActionDescriptor* descriptor)
 
 OV::Ref<MailActionRegistry> MailActionRegistry::GetInstance()
 {
-    // A descriptor's constructor comes here before it ends, so the registry outlives all
-    // descriptors.
-    static const auto instance = OV::MakeRef<MailActionRegistry>();
+    static const auto& instance = *new auto(OV::MakeRef<MailActionRegistry>());
     return instance;
 }
 

@@ -90,7 +90,7 @@ bool AreEqualLists(const OV::Ref<ClientMail::ActionList>& left,
 {
     if (left == right)
         return true;
-    static const ClientMail::ActionList none;
+    static const auto& none = *new ClientMail::ActionList;
     const auto& leftActions = left ? *left : none;
     const auto& rightActions = right ? *right : none;
     return std::equal(leftActions.begin(), leftActions.end(), rightActions.begin(),

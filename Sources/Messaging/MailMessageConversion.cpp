@@ -33,7 +33,7 @@ struct HeaderKeys {
 
 const HeaderKeys& Keys()
 {
-    static const HeaderKeys keys;
+    static const auto& keys = *new HeaderKeys;
     return keys;
 }
 

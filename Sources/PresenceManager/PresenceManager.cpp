@@ -3,6 +3,7 @@
 #include "Messaging/Detail/CurrentException.hpp"
 #include "OVRoot/Condition.hpp"
 #include "OVRoot/Logger.hpp"
+#include "OVRoot/ProcessEnd.hpp"
 #include "OVRoot/SecureWipe.hpp"
 #include "OVRoot/Thread.hpp"
 #include "SYClientBase/Backoff.hpp"
@@ -232,7 +233,10 @@ PresenceManager::~PresenceManager()
 
 PresenceManager& PresenceManager::GetInstance()
 {
-    static PresenceManager instance;
+    static auto& instance = *new PresenceManager;
+    Communication::PrepareTransport();
+    [[maybe_unused]] static const bool ends =
+        OV::AtProcessEnd([] { instance.StopPresenceCheck(); });
     return instance;
 }
 

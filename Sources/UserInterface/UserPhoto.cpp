@@ -22,13 +22,13 @@ NativeImage Load(int number)
 
 const NativeImage& StandInPhoto()
 {
-    static const NativeImage picture = Load(Picture::StandInPhoto);
+    static const auto& picture = *new NativeImage(Load(Picture::StandInPhoto));
     return picture;
 }
 
 const NativeImage& DimmedBadge()
 {
-    static const NativeImage picture = Load(Picture::DimmedBadge);
+    static const auto& picture = *new NativeImage(Load(Picture::DimmedBadge));
     return picture;
 }
 

@@ -118,7 +118,7 @@ void HeadlessDialog::SendIdle()
 
 const ListRows& HeadlessDialog::GetRows(int listBox) const
 {
-    static const TextRows none({});
+    static const auto& none = *new TextRows({});
     const auto& rows = At(listBox).rows;
     return rows ? *rows : none;
 }

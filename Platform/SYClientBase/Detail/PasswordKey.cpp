@@ -82,7 +82,7 @@ void InitialiseSodium()
 PasswordKey GetPasswordKey()
 {
     static OV::Lock lock;
-    static KnownKey known;
+    static auto& known = *new KnownKey;
     InitialiseSodium();
     const OV::LockGuard guard(lock);
     try {
