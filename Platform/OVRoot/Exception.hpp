@@ -4,6 +4,7 @@
 
 #include <exception>
 #include <memory>
+#include <utility>
 
 namespace OV {
 
@@ -28,6 +29,15 @@ public:
                        std::shared_ptr<const Exception> cause = nullptr);
     explicit Exception(StringView message, SourcePlace place = SourcePlace::Here(),
                        std::shared_ptr<const Exception> cause = nullptr);
+    /// The same with the place in two: `file` is a literal, as __FILE__ is.
+    Exception(UniString message, const char* file, int line,
+              std::shared_ptr<const Exception> cause = nullptr)
+        : Exception(std::move(message), SourcePlace{file, line}, std::move(cause))
+    {}
+    Exception(StringView message, const char* file, int line,
+              std::shared_ptr<const Exception> cause = nullptr)
+        : Exception(message, SourcePlace{file, line}, std::move(cause))
+    {}
 
     [[nodiscard]] const UniString& GetMessage() const noexcept { return message_; }
     /// File name of the throwing source, without its folders.

@@ -192,6 +192,12 @@ void XMLIChannel::LeaveElement(StringView name)
     state_->parent = state_->parent.parent();
 }
 
+void XMLIChannel::SkipElement(StringView name)
+{
+    state_->Expect(name);
+    state_->next = NextElement(state_->next.next_sibling());
+}
+
 UniString XMLIChannel::ReadString(StringView name)
 {
     return state_->Read(name, "a text", [](StringView text) -> std::optional<UniString> {

@@ -29,6 +29,8 @@ public:
     void EnterElement(StringView name);
     /// Everything inside the element must have been read.
     void LeaveElement(StringView name);
+    /// Passes over the next element, whatever is inside.
+    void SkipElement(StringView name);
 
     [[nodiscard]] UniString ReadString(StringView name);
     [[nodiscard]] String Read8BitString(StringView name);

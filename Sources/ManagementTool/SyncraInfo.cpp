@@ -1,6 +1,8 @@
 #include "ManagementTool/SyncraInfo.hpp"
 
 #include "IO/Folder.hpp"
+#include "IO/IOException.hpp"
+#include "ManagementTool/FileErrors.hpp"
 #include "ManagementTool/InfoFileLock.hpp"
 #include "ManagementTool/RoamingProfile.hpp"
 #include "ManagementTool/ValueFile.hpp"
@@ -95,8 +97,9 @@ void SyncraInfo::ReadCurrentVersion()
         // What a later version holds beyond this is for it to know.
         if (version > DataVersion)
             return;
+        // Not used, so nothing wrong in there keeps the user from his passwords.
         if (channel.PeekName() == "WebServers")
-            (void)ReadServers(channel);
+            channel.SkipElement("WebServers");
         channel.LeaveElement("SyncraInfo");
     });
 }
@@ -126,7 +129,7 @@ void SyncraInfo::ConvertFromPrevVersion()
 void SyncraInfo::WriteToDisc() const
 {
     const Core::InfoFileLock lock(LockLocation());
-    WriteUnderLock();
+    Core::ReplaceValueFile(fileLocation_, MakeDocument(), true);
 }
 
 void SyncraInfo::SaveSyncraInfo()
@@ -141,7 +144,9 @@ void SyncraInfo::Update(const std::function<void(SyncraInfo&)>& change)
     ReadFromDisc();
     change(*this);
     DropUnknownLastUser();
-    WriteUnderLock();
+    const OV::XMLOChannel document = MakeDocument();
+    if (!IsStored(document))
+        Core::ReplaceValueFile(fileLocation_, document, true);
 }
 
 void SyncraInfo::DropUnknownLastUser()
@@ -150,7 +155,17 @@ void SyncraInfo::DropUnknownLastUser()
         lastUserName_.clear();
 }
 
-void SyncraInfo::WriteUnderLock() const
+/// Whether the file holds just this. What cannot be read is written.
+bool SyncraInfo::IsStored(const OV::XMLOChannel& document) const
+{
+    try {
+        return IO::File::ReadAll(fileLocation_) == document.Text();
+    } catch (const IO::IOException&) {
+        return false;
+    }
+}
+
+OV::XMLOChannel SyncraInfo::MakeDocument() const
 {
     OV::XMLOChannel channel;
     channel.EnterElement("SyncraInfo");
@@ -158,13 +173,17 @@ void SyncraInfo::WriteUnderLock() const
     channel.WriteBool("SYMessageSetting", messageSetting_);
     channel.WriteString("LastServerName", lastServerName_);
     channel.WriteString("LastUserName", lastUserName_);
-    passwordStore_.WriteToChannel(channel);
+    try {
+        passwordStore_.WriteToChannel(channel);
+    } catch (const OV::Exception& failure) {
+        throw Core::ErrorWritingFile(fileLocation_, failure);
+    }
     // Always empty: the servers are kept by the connection validator.
     channel.EnterElement("WebServers");
     channel.WriteUInt32("Size", 0);
     channel.LeaveElement("WebServers");
     channel.LeaveElement("SyncraInfo");
-    Core::ReplaceValueFile(fileLocation_, channel, true);
+    return channel;
 }
 
 void SyncraInfo::SetLastUserNameAndPassword(const OV::UniString& user,

@@ -14,10 +14,10 @@ namespace Syncra::Server::ManagementTool::GUI {
 /// any time, writers keep each other off by "@SYInfo.Lock" beside it. One thread at a time.
 ///
 /// Reading throws Core::FileOpenningError and Core::ErrorReadingFile, writing
-/// Core::FileOpenningError, Core::ErrorWritingFile and SYCB::PasswordCodingException. Writing waits
-/// while another process holds the lock, without a limit; who must be able to get out writes on an
-/// OV::Thread or in an executor's task, or below an OV::InterruptionScope, and is thrown
-/// OV::InterruptedException, with the file untouched, when asked to stop.
+/// Core::FileOpenningError and Core::ErrorWritingFile, also for a password that cannot be coded.
+/// Writing waits while another process holds the lock, without a limit; who must be able to get out
+/// writes on an OV::Thread or in an executor's task, or below an OV::InterruptionScope, and is
+/// thrown OV::InterruptedException, with the file untouched, when asked to stop.
 class SyncraInfo {
 public:
     /// Makes the folder when it is missing (IO::IOException when it cannot be) and reads the file.
@@ -32,8 +32,8 @@ public:
     /// WriteToDisc, without a last user who is not in the default list.
     void SaveSyncraInfo();
     /// Reads the file, lets `change` work on the data and saves them, all under one lock: nothing
-    /// that another process saved meanwhile is lost. `change` must not save itself; when it throws,
-    /// nothing is written.
+    /// that another process saved meanwhile is lost. `change` must not save itself; when it changes
+    /// nothing, or throws, nothing is written.
     void Update(const std::function<void(SyncraInfo&)>& change);
     void ClearData();
     /// Reads "SyncraInfo.xml" of the previous version, if there is one. Its servers become working
@@ -122,7 +122,8 @@ private:
     [[nodiscard]] IO::Location LockLocation() const;
     void ReadCurrentVersion();
     void DropUnknownLastUser();
-    void WriteUnderLock() const;
+    [[nodiscard]] bool IsStored(const OV::XMLOChannel& document) const;
+    [[nodiscard]] OV::XMLOChannel MakeDocument() const;
 
     IO::Location fileLocation_;
     bool messageSetting_ = false;

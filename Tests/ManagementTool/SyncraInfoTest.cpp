@@ -91,9 +91,9 @@ TEST_F(SyncraInfoTest, WhatCannotBeReadIsAnErrorThatNamesTheFileAndLeavesNoData)
         {"SyncraInfo.xml",
          Replaced(previous, "<WebServers>\n    <Size>2<", "<WebServers><Size>3<")},
     };
-    for (const char* element : {"SyncraInfo", "DataVersion", "SYMessageSetting", "LastServerName",
-                                "LastUserName", "UserPasswordArray", "Size", "Item", "UserName",
-                                "DefaultPassword", "Password", "ServerName"})
+    for (const char* element :
+         {"SyncraInfo", "DataVersion", "SYMessageSetting", "LastServerName", "LastUserName",
+          "UserPasswordArray", "Item", "UserName", "DefaultPassword", "Password", "ServerName"})
         cases.push_back({"SyncraInfo_v2.xml", WithoutLast(current, element)});
     for (const char* size : {"4294967295", "2", "-1"})
         cases.push_back({"SyncraInfo_v2.xml",
@@ -118,6 +118,25 @@ TEST_F(SyncraInfoTest, WhatCannotBeReadIsAnErrorThatNamesTheFileAndLeavesNoData)
         ASSERT_EQ(mknod(Path(file).c_str(), S_IFSOCK | 0600, 0), 0);
         EXPECT_THROW(info.ReadFromDisc(), FileOpenningError) << file;
     }
+}
+
+TEST_F(SyncraInfoTest, WhatIsNotUsedNotChangedOrNotCodedLeavesTheFileWhole)
+{
+    SyncraInfo info;
+    const std::string golden = Golden("SyncraInfo_v2.xml"), key = ReadBytes(Path("SYPassword.key"));
+    WriteBytes("SYPassword.key", "short");
+    info.AddUser(u"anna", u"nexar", u"one");
+    EXPECT_THROW(info.SaveSyncraInfo(), ErrorWritingFile);
+    EXPECT_FALSE(IsLockFileThere());
+    WriteBytes("SYPassword.key", key);
+
+    WriteBytes("SyncraInfo_v2.xml", Replaced(golden, "<Size>0</Size>\n  </W", "<Odd/></W"));
+    info.ReadFromDisc();
+    EXPECT_EQ(info.GetUserNumber(), 3u);
+    info.SaveSyncraInfo();
+    fs::create_hard_link(Path("SyncraInfo_v2.xml"), Path("same"));
+    info.Update([](SyncraInfo& same) { same.SetMessageSetting(true); });
+    EXPECT_TRUE(fs::equivalent(Path("SyncraInfo_v2.xml"), Path("same"))) << "not replaced";
 }
 
 TEST_F(SyncraInfoTest, ALaterVersionIsReadUpToThePasswords)
