@@ -6,16 +6,14 @@
 
 namespace Dlg {
 
-Panel::Panel(const DialogDescription& description)
-    : description_(description), toolkit_(Toolkit::Current())
-{}
+Panel::Panel(const DialogDescription& description) : description_(description) {}
 
 Panel::~Panel() = default;
 
 DialogWindow& Panel::Window()
 {
     if (!window_)
-        window_ = toolkit_.MakeWindow(description_, *this);
+        window_ = Toolkit::Current().MakeWindow(description_, *this);
     return *window_;
 }
 

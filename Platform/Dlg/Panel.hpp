@@ -15,7 +15,8 @@ class Item;
 /// that a dialog which is prepared and never opened costs little. For the main thread.
 class Panel : private WindowEvents {
 public:
-    /// Makes dialog `number` of the resources with the current toolkit.
+    /// Dialog `number` of the resources. The window is the work of the toolkit that is current when
+    /// it is needed; without one, needing it throws OV::IllegalReferenceException.
     explicit Panel(int number) : Panel(GetDialogDescription(number)) {}
     /// The same for a dialog that is not of the resources; `description` outlives the panel.
     explicit Panel(const DialogDescription& description);
@@ -48,7 +49,6 @@ private:
     void _Resized() noexcept override;
 
     const DialogDescription& description_;
-    Toolkit& toolkit_;
     OV::HashTable<int, Item*> items_;
     OV::EventSource<PanelObserver> observers_;
     std::exception_ptr failure_;

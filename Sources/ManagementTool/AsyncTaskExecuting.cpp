@@ -1,36 +1,37 @@
 #include "ManagementTool/AsyncTaskExecuting.hpp"
 
 #include "ManagementTool/BackgroundExecutors.hpp"
-#include "OVRoot/Logger.hpp"
+#include "OVRoot/Detail/RunLogged.hpp"
+#include "OVRoot/HeldLocks.hpp"
 #include "OVRoot/ThreadedExecutor.hpp"
 #include "SYClientBase/MessageLoop.hpp"
 
 namespace Syncra::Server::ManagementTool::Core {
+
+namespace {
+
+/// A holder beside those that there are, or the first one.
+OV::Ref<AsyncTaskExecuting::Response> Hold(AsyncTaskExecuting::Response* response)
+{
+    if (response == nullptr)
+        return nullptr;
+    auto held = response->weak_from_this().lock();
+    return OV::Ref<AsyncTaskExecuting::Response>(
+        held ? std::move(held) : std::shared_ptr<AsyncTaskExecuting::Response>(response));
+}
+
+}  // namespace
 
 /// Holds a task for the executor. A task that is dropped before it ran, or that throws, fails:
 /// otherwise its caller would wait for ever.
 class AsyncTaskExecuting::Task::Once final : public OV::Runnable {
 public:
     explicit Once(OV::Ref<Task> task) : task_(std::move(task)) {}
-    ~Once() override
-    {
-        if (isDone_)
-            return;
-        try {
-            task_->Finish(false);
-        } catch (const std::exception& error) {
-            OV::Logger::Error("SYClient", u"A dropped task is not reported: %", {error.what()});
-        }
-    }
-    void Run() override
-    {
-        task_->Run();
-        isDone_ = true;
-    }
+    ~Once() override { task_->Finish(false); }
+    void Run() override { task_->Run(); }
 
 private:
     OV::Ref<Task> task_;
-    bool isDone_ = false;
 };
 
 AsyncTaskExecuting::AsyncTaskExecuting(OV::Ref<Task> task, OV::Ref<Response> response,
@@ -40,6 +41,7 @@ AsyncTaskExecuting::AsyncTaskExecuting(OV::Ref<Task> task, OV::Ref<Response> res
     if (!response_)
         throw OV::NullReferenceException();
     task->response_ = response_;
+    OV::AssertNoLockHeld("OV::Executor");
     if (executor == nullptr) {
         ownExecutor_ = std::make_unique<OV::ThreadedExecutor>();
         executor = ownExecutor_.get();
@@ -47,6 +49,11 @@ AsyncTaskExecuting::AsyncTaskExecuting(OV::Ref<Task> task, OV::Ref<Response> res
     if (!executor->IsCanceled())
         isStarted_ = executor->Execute(OV::MakeRef<Task::Once>(std::move(task)));
 }
+
+AsyncTaskExecuting::AsyncTaskExecuting(OV::Ref<Task> task, Response* response,
+                                       OV::Executor* executor)
+    : AsyncTaskExecuting(std::move(task), Hold(response), executor)
+{}
 
 AsyncTaskExecuting::~AsyncTaskExecuting()
 {
@@ -66,11 +73,14 @@ void AsyncTaskExecuting::Response::Run()
         RunResponse();
 }
 
-void AsyncTaskExecuting::Response::Finish(bool hasSucceeded)
+bool AsyncTaskExecuting::Response::Finish(bool hasSucceeded)
 {
+    if (hasResult_.exchange(true))
+        return false;
     SetResult(hasSucceeded);
     isPending_ = false;
     Notify();
+    return true;
 }
 
 void AsyncTaskExecuting::Task::Run()
@@ -80,12 +90,13 @@ void AsyncTaskExecuting::Task::Run()
     Finish(RunTask());
 }
 
-void AsyncTaskExecuting::Task::Finish(bool hasSucceeded)
+/// Nothing that happens after the result is stored changes it: whoever waited goes by it already.
+void AsyncTaskExecuting::Task::Finish(bool hasSucceeded) noexcept
 {
     SYCB::MessageLoopRunnable delivery(response_);
     // Who waits goes on at once, before the main thread hears of it.
-    response_->Finish(hasSucceeded);
-    delivery.Run();
+    if (response_->Finish(hasSucceeded) && !response_->IsCancelled())
+        OV::Detail::RunLogged("SYClient", [&] { delivery.Run(); });
 }
 
 }  // namespace Syncra::Server::ManagementTool::Core

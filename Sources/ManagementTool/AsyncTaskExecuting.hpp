@@ -16,8 +16,12 @@ public:
 
     /// Starts the task on `executor`, which has to outlive it, or on one of its own when that is
     /// null. An executor that was cancelled never runs the task, and the response stays pending.
-    /// Throws OV::NullReferenceException without a task or a response.
+    /// Throws OV::NullReferenceException without a task or a response; what the executor throws
+    /// goes on, and the response has failed then.
     AsyncTaskExecuting(OV::Ref<Task> task, OV::Ref<Response> response, OV::Executor* executor);
+    /// The same with a response made by `new`, which belongs to its holders from now on, or with
+    /// one that an OV::Ref holds already.
+    AsyncTaskExecuting(OV::Ref<Task> task, Response* response, OV::Executor* executor);
     /// Never waits for work under way: an executor of its own finishes in the background.
     virtual ~AsyncTaskExecuting();
     AsyncTaskExecuting(const AsyncTaskExecuting&) = delete;
@@ -35,8 +39,11 @@ private:
 };
 
 /// What a task answers, and the main thread's reaction to it. As a condition it is notified when
-/// the task has finished, and stays so: who waits later does not miss it.
-class AsyncTaskExecuting::Response : public OV::Runnable, private OV::Condition {
+/// the task has finished, and stays so: who waits later does not miss it. The first result is the
+/// one that counts.
+class AsyncTaskExecuting::Response : public OV::Runnable,
+                                     public OV::Condition,
+                                     public std::enable_shared_from_this<Response> {
 public:
     /// Blocks until the task has finished; with a limit, returns whether it finished in time. Throw
     /// OV::InterruptedException when the calling thread is asked to stop.
@@ -47,19 +54,27 @@ public:
     [[nodiscard]] bool IsCancelled() const noexcept { return isCancelled_; }
     [[nodiscard]] bool HasSucceeded() const noexcept { return hasSucceeded_; }
 
-    /// On the main thread, after the task has finished.
+    /// On the main thread, after the task has finished; one that was cancelled before is not even
+    /// handed to it, so that a process without a message loop does not collect them.
     void Run() final;
 
 protected:
     /// The reaction to the result; not called when the task was cancelled.
     virtual void RunResponse() = 0;
+    /// For the constructor of a response that has no reaction.
+    void CancelReaction() noexcept { isCancelled_ = true; }
     void SetResult(bool hasSucceeded) noexcept { hasSucceeded_ = hasSucceeded; }
 
 private:
     friend class AsyncTaskExecuting;
     friend class Task;
-    void Finish(bool hasSucceeded);
+    // For the task alone: who waits must be able to rely on them.
+    using OV::Condition::Notify;
+    using OV::Condition::Reset;
+    /// False when it has a result already.
+    bool Finish(bool hasSucceeded);
 
+    std::atomic<bool> hasResult_ = false;
     std::atomic<bool> isPending_ = true;
     std::atomic<bool> isCancelled_ = false;
     std::atomic<bool> hasSucceeded_ = false;
@@ -79,7 +94,7 @@ protected:
 private:
     friend class AsyncTaskExecuting;
     class Once;
-    void Finish(bool hasSucceeded);
+    void Finish(bool hasSucceeded) noexcept;
 
     OV::Ref<Response> response_;
 };

@@ -1,14 +1,23 @@
 #include "ManagementTool/UserAsyncTaskExecutingImplementation.hpp"
 
+#include "OVRoot/HeldLocks.hpp"
+
 namespace Syncra::Server::ManagementTool::Core {
 
 namespace {
 
+/// Nothing reacts to it, and there may be no message loop to take it.
 class SilentResponse final : public AsyncTaskExecuting::Response {
+public:
+    SilentResponse() { CancelReaction(); }
+
+private:
     void RunResponse() override {}
 };
 
 std::atomic<UserAsyncTaskExecutingImplementation*> installed{nullptr};
+/// How many WithoutUserInterface the thread has.
+thread_local int silences = 0;
 
 }  // namespace
 
@@ -30,9 +39,20 @@ short UserAsyncTaskExecutingImplementation::ShowAlert(ErrorType, ObjectType, con
 
 UserAsyncTaskExecutingImplementation& UserAsyncTaskExecutingImplementation::Current()
 {
-    static UserAsyncTaskExecutingImplementation withoutUserInterface;
+    OV::AssertNoLockHeld("UserAsyncTaskExecutingImplementation");
+    static auto& withoutUserInterface = *new UserAsyncTaskExecutingImplementation;
     UserAsyncTaskExecutingImplementation* const current = installed;
-    return current != nullptr ? *current : withoutUserInterface;
+    return current != nullptr && silences == 0 ? *current : withoutUserInterface;
+}
+
+UserAsyncTaskExecutingImplementation::WithoutUserInterface::WithoutUserInterface() noexcept
+{
+    ++silences;
+}
+
+UserAsyncTaskExecutingImplementation::WithoutUserInterface::~WithoutUserInterface()
+{
+    --silences;
 }
 
 void SetUserAsyncTaskExecutingImplementation(UserAsyncTaskExecutingImplementation* implementation)

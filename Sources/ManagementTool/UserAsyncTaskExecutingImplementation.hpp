@@ -26,8 +26,19 @@ public:
     /// The delay of all operations of the management tool.
     static constexpr std::uint32_t UsualDelayMilliseconds = 2000;
 
-    /// The one of the process, through which every operation waits and tells.
+    /// The one of the process, through which every operation waits and tells; below a
+    /// WithoutUserInterface, the one that shows nothing.
     [[nodiscard]] static UserAsyncTaskExecutingImplementation& Current();
+
+    /// Lets the calling thread wait without a user interface while it lives: for work that the
+    /// library begins by itself beside the main thread, where no dialog may appear.
+    class WithoutUserInterface {
+    public:
+        WithoutUserInterface() noexcept;
+        ~WithoutUserInterface();
+        WithoutUserInterface(const WithoutUserInterface&) = delete;
+        WithoutUserInterface& operator=(const WithoutUserInterface&) = delete;
+    };
 };
 
 /// Installs `implementation` for the process; null restores the one without a user interface. The

@@ -55,6 +55,8 @@ bool AsyncTaskDialogExecutingImplementation::ExecuteTask(
     const OV::Ref<Core::AsyncTaskExecuting::Task>& task, OV::Executor* executor,
     std::uint32_t delayMilliseconds)
 {
+    if (std::this_thread::get_id() != mainThread_)
+        return UserAsyncTaskExecutingImplementation::ExecuteTask(task, executor, delayMilliseconds);
     return AsyncTaskDialog(task, delayMilliseconds, executor).Invoke();
 }
 
@@ -86,7 +88,7 @@ short AsyncTaskDialogExecutingImplementation::ShowAlert(ErrorType error, ObjectT
 
 void SetAsyncTaskDialogExecutingImplementationForCore()
 {
-    static AsyncTaskDialogExecutingImplementation withDialogs;
+    static auto& withDialogs = *new AsyncTaskDialogExecutingImplementation;
     Core::SetUserAsyncTaskExecutingImplementation(&withDialogs);
 }
 

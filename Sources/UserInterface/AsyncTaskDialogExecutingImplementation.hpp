@@ -2,10 +2,12 @@
 
 #include "ManagementTool/UserAsyncTaskExecutingImplementation.hpp"
 
+#include <thread>
+
 namespace Syncra::Server::ManagementTool::GUI {
 
-/// Waits behind the dialog "Communicating with Server..." and tells of failures by alerts. For the
-/// main thread.
+/// Waits behind the dialog "Communicating with Server..." and tells of failures by alerts. Made on
+/// the main thread; any other one waits without the dialog.
 class AsyncTaskDialogExecutingImplementation final
     : public Core::UserAsyncTaskExecutingImplementation {
 public:
@@ -14,9 +16,12 @@ public:
                                    std::uint32_t delayMilliseconds) override;
     short ShowAlert(Core::ErrorType error, Core::ObjectType object,
                     const OV::UniString* name) override;
+
+private:
+    const std::thread::id mainThread_ = std::this_thread::get_id();
 };
 
-/// Lets the management tool wait and tell with dialogs from now on.
+/// Lets the management tool wait and tell with dialogs from now on. For the main thread.
 void SetAsyncTaskDialogExecutingImplementationForCore();
 
 }  // namespace Syncra::Server::ManagementTool::GUI

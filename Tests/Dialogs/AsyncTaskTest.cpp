@@ -5,12 +5,16 @@
 #include "ManagementTool/UserAsyncTaskExecutingImplementation.hpp"
 #include "OVRoot/Clock.hpp"
 #include "OVRoot/PooledExecutor.hpp"
+#include "OVRoot/Thread.hpp"
+#include "OVRoot/ThreadedExecutor.hpp"
 #include "SYClientBase/MessageLoop.hpp"
+#include "SYClientBase/MessageLoopExecutor.hpp"
 #include "UserInterface/AsyncTaskDialog.hpp"
 #include "UserInterface/AsyncTaskDialogExecutingImplementation.hpp"
 
 #include <gtest/gtest.h>
 
+#include <pthread.h>
 #include <thread>
 
 using namespace Syncra::Server::ManagementTool;
@@ -25,6 +29,10 @@ constexpr int DialogNumber = 32420;
 constexpr int TextItem = 1;
 constexpr int CancelButton = 2;
 constexpr std::uint32_t Patience = 60'000;
+
+static_assert(std::is_constructible_v<AsyncTaskExecuting, OV::Ref<AsyncTaskExecuting::Task>,
+                                      AsyncTaskExecuting::Response*, OV::Executor*>);
+static_assert(std::is_convertible_v<AsyncTaskExecuting::Response*, OV::Condition*>);
 
 struct FunctionTask final : AsyncTaskExecuting::Task {
     explicit FunctionTask(std::function<bool()> work) : work_(std::move(work)) {}
@@ -63,6 +71,28 @@ struct HeldTask {
     }
 };
 
+/// The system has no memory for the stack of a new thread while it lives.
+class NoFurtherThreads {
+public:
+    NoFurtherThreads()
+    {
+        pthread_getattr_default_np(&former_);
+        pthread_attr_t huge = former_;
+        pthread_attr_setstacksize(&huge, std::size_t(1) << 52);
+        pthread_setattr_default_np(&huge);
+    }
+    ~NoFurtherThreads()
+    {
+        pthread_setattr_default_np(&former_);
+        pthread_attr_destroy(&former_);
+    }
+    NoFurtherThreads(const NoFurtherThreads&) = delete;
+    NoFurtherThreads& operator=(const NoFurtherThreads&) = delete;
+
+private:
+    pthread_attr_t former_;
+};
+
 struct CountingResponse final : AsyncTaskExecuting::Response {
     void RunResponse() override { ++runs; }
     int runs = 0;
@@ -99,11 +129,12 @@ TEST(AsyncTaskTest, AnEarlyResultIsNotMissedAndReachesTheMainThreadOnceUnlessCan
         const auto response = OV::MakeRef<CountingResponse>();
         std::thread::id worker;
         {
+            // The holder there is is kept beside the pointer.
             AsyncTaskExecuting executing(MakeTask([&] {
                                              worker = std::this_thread::get_id();
                                              return true;
                                          }),
-                                         response, nullptr);
+                                         response.Get(), nullptr);
             EXPECT_TRUE(response->Wait(Patience));
             EXPECT_TRUE(response->Wait(0)) << "the notification is kept";
             if (isCancelled)
@@ -122,8 +153,19 @@ TEST(AsyncTaskTest, ATaskAnswersOnceHoweverItEnds)
     Core::UserAsyncTaskExecutingImplementation strategy;
     EXPECT_TRUE(strategy.ExecuteTask(MakeTask([] { return true; }), nullptr, 2000));
     EXPECT_FALSE(strategy.ExecuteTask(MakeTask([] { return false; }), nullptr, 2000));
-    EXPECT_FALSE(strategy.ExecuteTask(
-        MakeTask([]() -> bool { throw std::runtime_error("expected by the test"); }), nullptr, 0));
+    for (const auto& thrower : {+[] { throw std::runtime_error("expected by the test"); },
+                                +[] { throw std::bad_alloc(); }, +[] { throw 7; }})
+        EXPECT_FALSE(strategy.ExecuteTask(MakeTask([=] {
+                                              thrower();
+                                              return true;
+                                          }),
+                                          nullptr, 0));
+    {
+        const NoFurtherThreads exhausted;
+        EXPECT_FALSE(strategy.ExecuteTask(MakeTask([] { return true; }), nullptr, 0));
+        EXPECT_THROW(OV::Thread("none", [] {}), OV::Exception);
+    }
+    EXPECT_EQ(SYCB::MessageLoop::RunPending(), 0u) << "nobody may ever run a loop";
     EXPECT_THROW((void)strategy.ExecuteTask({}, nullptr, 0), OV::NullReferenceException);
     EXPECT_THROW(AsyncTaskExecuting(MakeTask([] { return true; }), {}, nullptr),
                  OV::NullReferenceException);
@@ -147,78 +189,87 @@ TEST(AsyncTaskTest, ATaskAnswersOnceHoweverItEnds)
     SYCB::MessageLoop::RunPending();
 }
 
+TEST(AsyncTaskTest, AHostsLoopThatRefusesTheResponseLeavesTheResultAsItWas)
+{
+    const auto former = SYCB::MessageLoop::SetPoster(
+        [](OV::RunnableTask) { throw std::runtime_error("expected by the test"); });
+    const auto response = OV::MakeRef<CountingResponse>();
+    OV::PooledExecutor pool(1, 1, 1000);
+    const AsyncTaskExecuting executing(MakeTask([] { return true; }), response, &pool);
+    pool.Shutdown();
+    pool.AwaitTermination();
+    EXPECT_TRUE(response->Wait(0) && response->HasSucceeded());
+    EXPECT_FALSE(SYCB::MessageLoopExecutor().Execute(OV::MakeTask([] {})));
+    SYCB::MessageLoop::SetPoster(former);
+}
+
+TEST(AsyncTaskTest, WorkThatDoesNotHeedIsLeftAloneAtTheEnd)
+{
+    OV::Condition started, finished;
+    std::atomic<bool> mayEnd = false;
+    Core::BackgroundExecutors kept;
+    auto executor = std::make_unique<OV::ThreadedExecutor>();
+    executor->Execute(OV::MakeTask([&] {
+        started.Notify();
+        while (!mayEnd)  // no wait that can be interrupted
+            std::this_thread::yield();
+        finished.Notify();
+    }));
+    started.Wait();
+    kept.Keep(std::move(executor));
+    kept.End(1);
+    EXPECT_EQ(kept.Collect(), 0u);
+    mayEnd = true;
+    finished.Wait();
+}
+
 /// Started, and cancelled, waited for or left alone at once: each task runs once, each response
 /// that was not cancelled reacts once, and nothing is left.
 TEST(AsyncTaskTest, TenThousandTasksComeAndGo)
 {
     constexpr int count = 10'000;
     OV::PooledExecutor pool(1, 2, 1000);
-    for (OV::Executor* executor :
-         {static_cast<OV::Executor*>(nullptr), static_cast<OV::Executor*>(&pool)}) {
-        std::atomic<int> ran = 0;
-        std::vector<OV::Ref<CountingResponse>> responses;
-        for (int number = 0; number < count; ++number) {
-            responses.push_back(OV::MakeRef<CountingResponse>());
-            AsyncTaskExecuting executing(MakeTask([&ran] { return ++ran % 2 == 0; }),
-                                         responses.back(), executor);
-            if (number % 3 == 0) {
-                executing.CancelTask();
-            } else if (number % 3 == 1) {
-                EXPECT_TRUE(responses.back()->Wait(Patience));
-            }
+    std::atomic<int> ran = 0;
+    std::vector<OV::Ref<CountingResponse>> responses;
+    for (int number = 0; number < count; ++number) {
+        responses.push_back(OV::MakeRef<CountingResponse>());
+        AsyncTaskExecuting executing(MakeTask([&ran] { return ++ran % 2 == 0; }), responses.back(),
+                                     number % 2 == 0 ? nullptr : &pool);
+        if (number % 3 == 0) {
+            executing.CancelTask();
+        } else if (number % 3 == 1) {
+            EXPECT_TRUE(responses.back()->Wait(Patience));
         }
-        EXPECT_TRUE(SYCB::MessageLoop::RunUntil(
-            [&] {
-                std::this_thread::sleep_for(std::chrono::milliseconds(1));
-                return ran == count && Core::BackgroundExecutors::GetInstance().Collect() == 0;
-            },
-            Patience));
-        for (const auto& response : responses)
-            EXPECT_TRUE(response->Wait(Patience));
-        SYCB::MessageLoop::RunPending();
-        for (int number = 0; number < count; ++number)
-            ASSERT_EQ(responses[number]->runs, number % 3 == 0 ? 0 : 1) << number;
     }
-}
-
-TEST(AsyncTaskTest, TheStrategyOfTheProcessIsReplacedAndRestored)
-{
-    using Core::UserAsyncTaskExecutingImplementation;
-    const auto& silent = UserAsyncTaskExecutingImplementation::Current();
-    Dlg::HeadlessToolkit toolkit;
-    const auto ask = [] {
-        return UserAsyncTaskExecutingImplementation::Current().ShowAlert(ErrorType::CannotConnect,
-                                                                         ObjectType::None, nullptr);
-    };
-    EXPECT_EQ(ask(), 0);
-    GUI::SetAsyncTaskDialogExecutingImplementationForCore();
-    toolkit.AddAnswer(32013, 1);
-    EXPECT_EQ(ask(), UserAsyncTaskExecutingImplementation::TryAgain);
-    Core::SetUserAsyncTaskExecutingImplementation(nullptr);
-    EXPECT_EQ(&UserAsyncTaskExecutingImplementation::Current(), &silent);
-    EXPECT_EQ(toolkit.GetAlertsShown().size(), 1u);
+    for (const auto& response : responses)
+        EXPECT_TRUE(response->Wait(Patience));
+    // The waiters are woken before the main thread is told.
+    pool.Shutdown();
+    pool.AwaitTermination();
+    while (Core::BackgroundExecutors::GetInstance().Collect() != 0)
+        std::this_thread::yield();
+    EXPECT_EQ(ran, count);
+    SYCB::MessageLoop::RunPending();
+    for (int number = 0; number < count; ++number)
+        ASSERT_EQ(responses[number]->runs, number % 3 == 0 ? 0 : 1) << number;
 }
 
 TEST_F(AsyncTaskDialogTest, AQuickTaskShowsNoDialogAndItsLateResponseClosesNone)
 {
     // No script expects a dialog, so one that came up would throw.
+    std::thread([this] { EXPECT_TRUE(Execute(MakeTask([] { return true; }), 0)); }).join();
+    Dlg::Toolkit* const toolkit = Dlg::Toolkit::SetCurrent(nullptr);
     EXPECT_TRUE(Execute(MakeTask([] { return true; }), Patience));
     EXPECT_FALSE(Execute(MakeTask([] { return false; }), Patience));
+    Dlg::Toolkit::SetCurrent(toolkit);
     toolkit_.AddScript(DialogNumber, DoNothing);
     HeldTask held;
     std::thread later([&] { held.released.Notify(); });
     EXPECT_TRUE(Execute(held.task, 0)) << "not the failure of the task before";
     later.join();
+    toolkit_.AddScript(DialogNumber, DoNothing);
+    EXPECT_FALSE(Execute(MakeTask([] { return false; }), 0)) << "closed by the result";
     EXPECT_EQ(SYCB::MessageLoop::RunPending(), 0u);
-}
-
-TEST_F(AsyncTaskDialogTest, WithoutADelayTheDialogIsShownAndClosedByTheResult)
-{
-    for (const bool result : {true, false}) {
-        toolkit_.AddScript(DialogNumber, DoNothing);
-        EXPECT_EQ(Execute(MakeTask([=] { return result; }), 0), result);
-    }
-    EXPECT_EQ(toolkit_.GetOpenedDialogs(), (OV::Array<int>{DialogNumber, DialogNumber}));
 }
 
 TEST_F(AsyncTaskDialogTest, CancelReturnsAtOnceAndTheFinishedResultChangesNothing)
@@ -235,22 +286,6 @@ TEST_F(AsyncTaskDialogTest, CancelReturnsAtOnceAndTheFinishedResultChangesNothin
     }
     toolkit_.AddScript(DialogNumber, DoNothing);
     EXPECT_TRUE(Execute(MakeTask([] { return true; }), 0)) << "and dialogs may come up again";
-}
-
-TEST_F(AsyncTaskDialogTest, TheEndOfTheProcessStopsWorkThatWasGivenUp)
-{
-    const auto begin = std::chrono::steady_clock::now();
-    EXPECT_EXIT(
-        {
-            HeldTask held;
-            toolkit_.AddScript(DialogNumber, [&](Dlg::HeadlessDialog& user) {
-                held.started.Wait();
-                user.Press(CancelButton);
-            });
-            std::exit(Execute(held.task, 1) ? 1 : 0);
-        },
-        testing::ExitedWithCode(0), "");
-    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(Patience / 2));
 }
 
 TEST_F(AsyncTaskDialogTest, ASecondDialogIsRefusedWhileOneIsUp)
@@ -318,13 +353,17 @@ TEST_F(AsyncTaskDialogTest, FailuresAreToldByTheAlertOfTheirKind)
         {7, 3, &name, 32018, refused},
         {8, 4, &name, -1, {}},
     };
+    const auto show = [](const auto& row) {
+        return Core::UserAsyncTaskExecutingImplementation::Current().ShowAlert(
+            static_cast<ErrorType>(row.error), static_cast<ObjectType>(row.object), row.name);
+    };
+    EXPECT_EQ(show(rows[1]), 0) << "nobody is asked before dialogs are installed";
+    GUI::SetAsyncTaskDialogExecutingImplementationForCore();
     for (const auto& row : rows) {
         SCOPED_TRACE(testing::Message() << "error " << row.error << ", object " << row.object);
         Dlg::HeadlessToolkit toolkit;
         toolkit.AddAnswer(row.alert, 1);
-        EXPECT_EQ(strategy_.ShowAlert(static_cast<ErrorType>(row.error),
-                                      static_cast<ObjectType>(row.object), row.name),
-                  row.error == 1 ? 1 : 0);
+        EXPECT_EQ(show(row), row.error == 1 ? 1 : 0);
         const auto alerts = toolkit.GetAlertsShown();
         ASSERT_EQ(alerts.size(), row.alert < 0 ? 0u : 1u);
         if (row.alert < 0)
@@ -334,6 +373,7 @@ TEST_F(AsyncTaskDialogTest, FailuresAreToldByTheAlertOfTheirKind)
         EXPECT_EQ(alerts[0].buttons,
                   row.error == 1 ? (Texts{u"Try again", u"Cancel"}) : Texts{u"OK"});
     }
+    Core::SetUserAsyncTaskExecutingImplementation(nullptr);
 }
 
 TEST(RunAtScopeEndTest, CleansUpOnEveryWayOutAndOutlivesAFailedCleanUp)
