@@ -25,32 +25,30 @@ std::uint16_t PortOf(const OV::Array<Syncra::Protocol::ServicePort>& ports, Serv
 
 ServicePortCache& ServicePortCache::GetInstance()
 {
-    static ServicePortCache instance;
+    static auto& instance = *new ServicePortCache;
     return instance;
 }
 
-std::optional<ServicePortCache::Ports> ServicePortCache::Known(const OV::UniString& key) const
+std::uint16_t ServicePortCache::Known(const OV::UniString& key, ServiceType service) const
 {
     const OV::LockGuard guard(lock_);
     const auto found = ports_.find(key);
-    if (found == ports_.end())
-        return std::nullopt;
-    return found->second;
+    return found == ports_.end() ? std::uint16_t(0) : PortOf(found->second, service);
 }
 
 std::uint16_t ServicePortCache::GetServicePort(const OV::UniString& serverName,
                                                std::uint16_t modelPort,
                                                const OV::UniString& userName,
                                                const OV::UniString& password, ServiceType service,
-                                               bool mayAsk)
+                                               bool mayAsk, bool withoutVersionCheck)
 {
     const OV::UniString key = Detail::ServerKey(serverName, modelPort);
-    if (const std::optional<Ports> known = Known(key))
-        return PortOf(*known, service);
-    if (!mayAsk)
-        return 0;
+    const std::uint16_t known = Known(key, service);
+    if (known != 0 || !mayAsk)
+        return known;
     Ports ports =
-        CreateSyncraClient({serverName, modelPort, userName, password})->GetServicePortList();
+        CreateSyncraClient({serverName, modelPort, userName, password, withoutVersionCheck})
+            ->GetServicePortList();
     const std::uint16_t port = PortOf(ports, service);
     const OV::LockGuard guard(lock_);
     ports_[key] = std::move(ports);

@@ -4,8 +4,6 @@
 #include "OVRoot/Lock.hpp"
 #include "SyncraProtocol/ServicePort.hpp"
 
-#include <optional>
-
 namespace SYCB {
 
 /// The services beside the model service; the numbers are the platform's.
@@ -17,20 +15,20 @@ class ServicePortCache {
 public:
     [[nodiscard]] static ServicePortCache& GetInstance();
 
-    /// The port of the service; 0 when the server lists none. When the server's ports are not known
-    /// yet, they are asked with the given login if `mayAsk`, and 0 is returned otherwise.
-    /// Throws as CreateSyncraClient does.
+    /// The port of the service; 0 when the server lists none. When it is not known yet, the server
+    /// is asked with the given login if `mayAsk`, and 0 is returned otherwise; a server that lists
+    /// it later is found then. Throws as CreateSyncraClient does.
     [[nodiscard]] std::uint16_t GetServicePort(const OV::UniString& serverName,
                                                std::uint16_t modelPort,
                                                const OV::UniString& userName,
                                                const OV::UniString& password, ServiceType service,
-                                               bool mayAsk);
+                                               bool mayAsk, bool withoutVersionCheck = false);
     /// For who found nobody at a port: the next question goes to the server.
     void Forget(OV::UniStringView serverName, std::uint16_t modelPort);
 
 private:
     using Ports = OV::Array<Syncra::Protocol::ServicePort>;
-    std::optional<Ports> Known(const OV::UniString& key) const;
+    std::uint16_t Known(const OV::UniString& key, ServiceType service) const;
 
     mutable OV::Lock lock_;
     OV::HashTable<OV::UniString, Ports> ports_ OV_GUARDED_BY(lock_);

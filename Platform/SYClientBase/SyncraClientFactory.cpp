@@ -9,15 +9,10 @@ namespace SYCB {
 std::unique_ptr<Syncra::Client::SyncraClient>
 CreateSyncraClient(const Syncra::Client::SignInData& data)
 {
-    try {
-        auto client = Syncra::Client::Connect(data);
-        ConnectionValidator::GetInstance().SetWorkingConnectionForServer(
-            {data.serverName, data.port}, true);
-        return client;
-    } catch (const Syncra::Client::ServerVersionException& version) {
-        throw IncopatibleServerVersionException(version.GetMessage(), OV::SourcePlace::Here(),
-                                                version.Clone());
-    }
+    auto client = WithServerVersionException([&] { return Syncra::Client::Connect(data); });
+    ConnectionValidator::GetInstance().SetWorkingConnectionForServer({data.serverName, data.port},
+                                                                     true);
+    return client;
 }
 
 std::unique_ptr<Syncra::Client::SyncraClient>

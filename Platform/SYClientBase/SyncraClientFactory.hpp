@@ -14,6 +14,18 @@ public:
     OV_EXCEPTION_IDENTITY(IncopatibleServerVersionException)
 };
 
+/// Does `work`; what the client says of a server of another version becomes the exception above.
+template <class Work>
+auto WithServerVersionException(Work&& work)
+{
+    try {
+        return work();
+    } catch (const Syncra::Client::ServerVersionException& version) {
+        throw IncopatibleServerVersionException(version.GetMessage(), OV::SourcePlace::Here(),
+                                                version.Clone());
+    }
+}
+
 /// A client signed in with a login in clear text. Throws IncopatibleServerVersionException, and
 /// otherwise as Syncra::Client::Connect. A server that answered is remembered as a working
 /// connection (see ConnectionValidator.hpp).

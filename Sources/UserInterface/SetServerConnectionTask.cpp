@@ -18,12 +18,15 @@ bool SetServerConnectionTask::RunTask()
 {
     try {
         SignIn();
-        isAuthenticated_ = Core::IsUserInGroup(hostName_, port_, userName_, password_, group_);
+        isAuthenticated_ = Core::IsUserInGroup(hostName_, port_, userName_, password_, group_,
+                                               withoutVersionCheck_);
         return isAuthenticated_;
     } catch (const SYCB::IncopatibleServerVersionException&) {
         isCompatible_ = false;
     } catch (const std::exception& error) {
         OV::Logger::Info("SYClient", u"SetServerConnectionTask: %", {error.what()});
+    } catch (...) {
+        OV::Logger::Info("SYClient", u"SetServerConnectionTask: something unknown was thrown");
     }
     return false;
 }

@@ -26,6 +26,12 @@ std::string Outcome(std::uint16_t port, const OV::UniString& password, Group::Va
             task->IsServerCompatible() ? 'V' : '-'};
 }
 
+std::string Ports(std::uint16_t management)
+{
+    return R"({"ports":[{"service":"ManagementService","port":)" + std::to_string(management) +
+           "}]}";
+}
+
 }  // namespace
 
 TEST(SetServerConnectionTaskTest, TellsARefusedUserFromAServerThatIsNotThereAndLooksForHisGroup)
@@ -72,10 +78,25 @@ TEST(SetServerConnectionTaskTest, AServerOfAnotherVersionIsTakenOnlyWhenAskedTo)
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.body);
-        ScriptedServer server([&](ScriptedServer::Peer& peer, const ScriptedServer::Request&) {
-            peer.Answer(row.status, row.body);
-        });
-        EXPECT_EQ(Outcome(server.Port(), u"p", Group::AnyUser), row.checked);
-        EXPECT_EQ(Outcome(server.Port(), u"p", Group::AnyUser, true), row.unchecked);
+        ScriptedServer server(
+            [&](ScriptedServer::Peer& peer, const ScriptedServer::Request& request) {
+                if (request.target.ends_with("/ports"))
+                    peer.Answer(200, Ports(server.Port()));
+                else if (request.target.ends_with("/groups"))
+                    peer.Answer(200, R"({"groups":["Administrators"]})");
+                else
+                    peer.Answer(row.status, row.body);
+            });
+        for (const auto group : {Group::AnyUser, Group::Administrators}) {
+            EXPECT_EQ(Outcome(server.Port(), u"p", group), row.checked);
+            EXPECT_EQ(Outcome(server.Port(), u"p", group, true), row.unchecked);
+        }
     }
+    ScriptedServer management([](ScriptedServer::Peer& peer, const ScriptedServer::Request&) {
+        peer.Answer(426, R"({"code":30,"message":"other version"})");
+    });
+    ScriptedServer model([&](ScriptedServer::Peer& peer, const ScriptedServer::Request& request) {
+        peer.Answer(200, request.target.ends_with("/ports") ? Ports(management.Port()) : known);
+    });
+    EXPECT_EQ(Outcome(model.Port(), u"p", Group::Administrators, true), "C--");
 }
