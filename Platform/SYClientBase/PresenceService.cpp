@@ -9,7 +9,7 @@ void PresenceService::SetState(PresenceState state)
 {
     if (state_.exchange(state) == state)
         return;
-    observers_.Notify([this, state](PresenceServiceObserver& observer) {
+    observers_->Notify([this, state](PresenceServiceObserver& observer) {
         observer._ServiceStateChanged(*this, state);
     });
 }

@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <memory>
 
 namespace SYCB {
 
@@ -31,12 +32,45 @@ public:
     /// Tells the observers when the state really changes.
     void SetState(PresenceState state);
 
-    void Attach(PresenceServiceObserver& observer) { observers_.Attach(observer); }
-    void Detach(PresenceServiceObserver& observer) { observers_.Detach(observer); }
+    void Attach(PresenceServiceObserver& observer) { observers_->Attach(observer); }
+    void Detach(PresenceServiceObserver& observer) { observers_->Detach(observer); }
 
 private:
+    friend class PresenceSubscription;
+
     std::atomic<PresenceState> state_ = PresenceState::Unknown;
-    OV::EventSource<PresenceServiceObserver> observers_;
+    const std::shared_ptr<OV::EventSource<PresenceServiceObserver>> observers_ =
+        std::make_shared<OV::EventSource<PresenceServiceObserver>>();
+};
+
+/// Attaches an observer to a service while it lives, or while the service does: either may go
+/// first. The destructor waits as Detach does.
+class PresenceSubscription {
+public:
+    PresenceSubscription(PresenceService& service, PresenceServiceObserver& observer)
+        : service_(&service), observers_(service.observers_), observer_(observer)
+    {
+        service.Attach(observer);
+    }
+    ~PresenceSubscription()
+    {
+        if (const auto observers = observers_.lock())
+            observers->Detach(observer_);
+    }
+    PresenceSubscription(const PresenceSubscription&) = delete;
+    PresenceSubscription& operator=(const PresenceSubscription&) = delete;
+
+    /// Whether it is this service's. One that stands where another one stood before is not.
+    [[nodiscard]] bool IsOf(const PresenceService& service) const noexcept
+    {
+        return service_ == &service && observers_.lock() == service.observers_;
+    }
+    [[nodiscard]] bool IsOver() const noexcept { return observers_.expired(); }
+
+private:
+    const PresenceService* service_;
+    std::weak_ptr<OV::EventSource<PresenceServiceObserver>> observers_;
+    PresenceServiceObserver& observer_;
 };
 
 }  // namespace SYCB

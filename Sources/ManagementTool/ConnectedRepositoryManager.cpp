@@ -20,19 +20,20 @@ bool IsGone(ErrorType error)
 template <class Repository>
 class ConnectedRepositoryManager<Repository>::SetConnectionTask final : public ParentTask {
 public:
-    SetConnectionTask(Factory factory, Management::Properties properties)
-        : ParentTask(nullptr), factory_(factory), properties_(std::move(properties))
+    SetConnectionTask(Factory factory, const Connection& connection)
+        : ParentTask(nullptr), factory_(factory), connection_(connection)
     {}
-    ~SetConnectionTask() override
-    {
-        OV::SecureWipe(properties_[Management::PropertyNames::UserRepositoryCredentials]);
-    }
 
 private:
     void RunStep(OV::Ref<Repository>& repository) override
     {
         try {
-            repository = factory_(u"WBEM", properties_);
+            auto properties = Management::MakeProperties(
+                connection_.serverName, static_cast<std::uint16_t>(connection_.managementPort),
+                connection_.userName, connection_.password);
+            const OV::SecureWipeGuard<char16_t> wipe(
+                properties[Management::PropertyNames::UserRepositoryCredentials]);
+            repository = factory_(u"WBEM", properties);
         } catch (const OV::Exception&) {
             // A server that does not answer is told like one that is lost later.
             Management::RethrowAsRepositoryException();
@@ -40,7 +41,8 @@ private:
     }
 
     const Factory factory_;
-    Management::Properties properties_;
+    Connection connection_;
+    const OV::SecureWipeGuard<char16_t> wipe_{connection_.password};
 };
 
 template <class Repository>
@@ -58,20 +60,19 @@ bool ConnectedRepositoryManager<Repository>::SetConnection(const OV::UniString& 
                                                            bool mayAsk)
 {
     {
+        OV::Ref<Repository> former;  // released when the lock is free again
         const OV::LockGuard guard(lock_);
         if (connection_.serverName != serverName || connection_.managementPort != managementPort ||
-            connection_.userName != userName || connection_.password != password)
-            repository_.Reset();
+            connection_.userName != userName || connection_.password != password) {
+            former = Exchange(nullptr);
+            connectionFailure_.reset();
+        }
         OV::SecureWipe(connection_.password);
-        connection_ = {serverName, managementPort, userName, password, connection_.number + 1};
-    }
-    if (!mayAsk) {
-        Strategy withoutUserInterface;
-        return Connect(withoutUserInterface, nullptr);
+        connection_ = {serverName, managementPort, userName, password, ++connections_};
     }
     while (!ResetConnection())
-        if (Strategy::Current().ShowAlert(GetLastFailure().type, ObjectType::None, nullptr) !=
-            Strategy::TryAgain)
+        if (!mayAsk || Strategy::Current().ShowAlert(GetLastFailure().type, ObjectType::None,
+                                                     nullptr) != Strategy::TryAgain)
             return false;
     return true;
 }
@@ -79,24 +80,36 @@ bool ConnectedRepositoryManager<Repository>::SetConnection(const OV::UniString& 
 template <class Repository>
 bool ConnectedRepositoryManager<Repository>::ResetConnection()
 {
-    return Connect(Strategy::Current(), &executor_);
-}
-
-template <class Repository>
-bool ConnectedRepositoryManager<Repository>::Connect(Strategy& strategy, OV::Executor* executor)
-{
     return LoggingWhatEscapes([&] {
         std::uint64_t number = 0;
         const auto task = MakeConnectionTask(number);
-        if (number == 0 || Run(task, strategy, executor))
+        if (number == 0)
             return false;
+        // Not on the shared executor, which a request that was given up may hold until its server
+        // has been silent for long enough.
+        const auto failure = Run(task, nullptr);
+        OV::Ref<Repository> former;  // released when the lock is free again
         const OV::LockGuard guard(lock_);
         // While this thread connected, another one may have gone to another server.
         if (connection_.number != number)
             return false;
-        repository_ = task->GetRepository();
+        connectionFailure_ = failure;
+        if (failure)
+            return false;
+        former = Exchange(task->GetRepository());
         return true;
     });
+}
+
+template <class Repository>
+void ConnectedRepositoryManager<Repository>::Disconnect()
+{
+    OV::Ref<Repository> former;  // released when the lock is free again
+    const OV::LockGuard guard(lock_);
+    former = Exchange(nullptr);
+    OV::SecureWipe(connection_.password);
+    connection_ = {};
+    connectionFailure_.reset();
 }
 
 template <class Repository>
@@ -105,19 +118,15 @@ auto ConnectedRepositoryManager<Repository>::MakeConnectionTask(std::uint64_t& n
 {
     const OV::LockGuard guard(lock_);
     number = connection_.number;
-    return OV::MakeRef<SetConnectionTask>(
-        factory_, Management::MakeProperties(connection_.serverName,
-                                             static_cast<std::uint16_t>(connection_.managementPort),
-                                             connection_.userName, connection_.password));
+    return OV::MakeRef<SetConnectionTask>(factory_, connection_);
 }
 
 template <class Repository>
 std::optional<RequestFailure>
-ConnectedRepositoryManager<Repository>::Run(const OV::Ref<ParentTask>& task, Strategy& strategy,
-                                            OV::Executor* executor)
+ConnectedRepositoryManager<Repository>::Run(const OV::Ref<ParentTask>& task, OV::Executor* executor)
 {
     std::optional<RequestFailure> failure;
-    if (!strategy.ExecuteTask(task, executor, Strategy::UsualDelayMilliseconds))
+    if (!Strategy::Current().ExecuteTask(task, executor, Strategy::UsualDelayMilliseconds))
         failure = task->GetFailure();
     const OV::LockGuard guard(lock_);
     lastFailure_ = failure.value_or(RequestFailure());
@@ -125,13 +134,24 @@ ConnectedRepositoryManager<Repository>::Run(const OV::Ref<ParentTask>& task, Str
 }
 
 template <class Repository>
+RequestFailure ConnectedRepositoryManager<Repository>::FailWithoutRepository()
+{
+    const OV::LockGuard guard(lock_);
+    if (!connectionFailure_)
+        throw OV::NullReferenceException();
+    lastFailure_ = *connectionFailure_;
+    lastFailure_.type = ErrorType::CannotConnect;
+    return lastFailure_;
+}
+
+template <class Repository>
 std::optional<RequestFailure> ConnectedRepositoryManager<Repository>::Attempt(const MakeTask& make)
 {
-    return LoggingWhatEscapes([&] {
+    return LoggingWhatEscapes([&]() -> std::optional<RequestFailure> {
         const auto repository = Held();
         if (!repository)
-            throw OV::NullReferenceException();
-        return Run(make(repository), Strategy::Current(), &executor_);
+            return FailWithoutRepository();
+        return Run(make(repository), &executor_);
     });
 }
 
@@ -168,8 +188,10 @@ RequestFailure ConnectedRepositoryManager<Repository>::GetLastFailure() const
 template <class Repository>
 void ConnectedRepositoryManager<Repository>::Hold(OV::Ref<Repository> repository)
 {
+    OV::Ref<Repository> former;  // released when the lock is free again
     const OV::LockGuard guard(lock_);
-    repository_ = std::move(repository);
+    former = Exchange(std::move(repository));
+    connectionFailure_.reset();
 }
 
 template <class Repository>

@@ -28,7 +28,9 @@ struct FailureManner {
 /// failure, and as long as the user answers "Try again", it is repeated on a new connection.
 ///
 /// Operations return whether they succeeded and leave their reference arguments as they are when
-/// not. Without a repository they throw OV::NullReferenceException.
+/// not. After a connection that failed they fail with CannotConnect, as they do when it is lost
+/// later, so that the user can try again; a manager that was never connected throws
+/// OV::NullReferenceException.
 template <class Repository>
 class ConnectedRepositoryManager : public RepositoryManager {
 public:
@@ -39,14 +41,16 @@ public:
     ~ConnectedRepositoryManager() override;
 
     /// Leaves the repository of another server or login at once, connected or not; one of the same
-    /// serves until the new one is there. With `mayAsk` on the main thread, by the strategy, which
-    /// tells a failure and may try again; otherwise on any thread, without a word.
+    /// serves until the new one is there. Waits by the strategy; with `mayAsk` it also tells a
+    /// failure and may try again.
     bool SetConnection(const OV::UniString& serverName, short managementPort,
                        const OV::UniString& userName, const OV::UniString& password,
                        bool mayAsk) override;
-    /// Connects anew as the last SetConnection did. When that fails, the repository stays as it is.
-    /// For the main thread; tells nothing.
+    /// Connects anew as the last SetConnection did, beside requests that are under way. When that
+    /// fails, the repository stays as it is. Waits by the strategy and tells nothing.
     bool ResetConnection();
+    /// As if SetConnection had never been called.
+    void Disconnect();
     /// Whether a repository is held. Safe on any thread.
     [[nodiscard]] bool IsConnected() const;
     /// How the last request ended; NoError after an answer and when the user cancelled.
@@ -109,18 +113,23 @@ private:
         std::uint64_t number = 0;
     };
 
-    bool Connect(UserAsyncTaskExecutingImplementation& strategy, OV::Executor* executor);
     [[nodiscard]] OV::Ref<SetConnectionTask> MakeConnectionTask(std::uint64_t& number) const;
-    std::optional<RequestFailure> Run(const OV::Ref<ParentTask>& task,
-                                      UserAsyncTaskExecutingImplementation& strategy,
-                                      OV::Executor* executor);
+    std::optional<RequestFailure> Run(const OV::Ref<ParentTask>& task, OV::Executor* executor);
+    RequestFailure FailWithoutRepository();
+    [[nodiscard]] OV::Ref<Repository> Exchange(OV::Ref<Repository> repository) OV_REQUIRES(lock_)
+    {
+        return std::exchange(repository_, std::move(repository));
+    }
 
     OV::Executor& executor_;
     const Factory factory_;
     mutable OV::Lock lock_;
     OV::Ref<Repository> repository_ OV_GUARDED_BY(lock_);
     Connection connection_ OV_GUARDED_BY(lock_);
+    std::uint64_t connections_ OV_GUARDED_BY(lock_) = 0;
     RequestFailure lastFailure_ OV_GUARDED_BY(lock_);
+    /// How the newest attempt to connect ended; nothing when it did not fail.
+    std::optional<RequestFailure> connectionFailure_ OV_GUARDED_BY(lock_);
 };
 
 }  // namespace Syncra::Server::ManagementTool::Core

@@ -26,13 +26,18 @@ bool ProjectRepositoryManager::GetProject(const Text& id, Project& project)
         return task = OV::MakeRef<GetProjectTask>(repository, id);
     };
     auto failure = Attempt(make);
-    // Where nobody can be reached, the second attempt would tell what the first one did.
-    if (failure && ResetConnection())
+    if (failure && failure->type != ErrorType::NoError) {
+        if (!ResetConnection() && GetLastFailure().type == ErrorType::NoError)
+            return false;
         failure = Attempt(make);
+    }
     if (!failure) {
         project = std::move(task->result);
         return true;
     }
+    // What the user gave up, at whichever step, is no failure to tell him.
+    if (failure->type == ErrorType::NoError)
+        return false;
     const bool isGone =
         failure->type == ErrorType::ObjectRemoved || failure->type == ErrorType::ObjectMissing;
     UserAsyncTaskExecutingImplementation::Current().ShowAlert(

@@ -11,8 +11,8 @@ public:
 
     /// Connects to the repository of that server, in place of any former one; returns whether it is
     /// connected. The port is the management service's, above 32767 a negative number. Called on
-    /// the thread that changes the server or brings it back, with `mayAsk` on the main thread
-    /// alone: then the user waits behind a dialog and is told of a failure. Copies what it keeps.
+    /// the thread that changes the server or brings it back, and waits by the strategy of that
+    /// thread; with `mayAsk` the user is told of a failure and may try again. Copies what it keeps.
     virtual bool SetConnection(const OV::UniString& serverName, short managementPort,
                                const OV::UniString& userName, const OV::UniString& password,
                                bool mayAsk) = 0;

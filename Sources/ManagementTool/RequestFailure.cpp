@@ -48,16 +48,31 @@ std::int32_t CodeOf(const OV::Exception* exception)
 
 }  // namespace
 
-RequestFailure DescribeFailure()
+namespace {
+
+RequestFailure Describe()
 {
     try {
         throw;
     } catch (const OV::Exception& exception) {
-        return {TypeOf(exception), exception.GetMessage(), CodeOf(&exception)};
+        return {TypeOf(exception), exception.GetMessage(), CodeOf(&exception),
+                OV::String(exception.GetSourceName()), exception.GetLine()};
     } catch (const std::exception& exception) {
-        return {ErrorType::RequestFailed, OV::FromUtf8(exception.what())};
+        return {ErrorType::RequestFailed, OV::FromUtf8(exception.what()), 0, {}, 0};
     } catch (...) {
-        return {ErrorType::RequestFailed, {}};
+        return {ErrorType::RequestFailed, u"Something unknown was thrown.", 0, {}, 0};
+    }
+}
+
+}  // namespace
+
+RequestFailure DescribeFailure() noexcept
+{
+    try {
+        return Describe();
+    } catch (...) {
+        // There is no memory for the words.
+        return {ErrorType::RequestFailed, {}, 0, {}, 0};
     }
 }
 

@@ -12,6 +12,9 @@ struct RequestFailure {
     OV::UniString message;
     /// The server's code (SyncraProtocol/ErrorCode.hpp); 0 when it refused nothing.
     std::int32_t code = 0;
+    /// Where it was thrown, for the debug output.
+    OV::String sourceName;
+    int line = 0;
 };
 
 /// Called in a handler: what the exception that is being handled means.
@@ -25,6 +28,6 @@ struct RequestFailure {
 /// | UserRepositoryValidatorException | ServerRefused |
 /// | OV::InterruptedException, any other UserRepositoryException | CannotConnect |
 /// | anything else | RequestFailed |
-[[nodiscard]] RequestFailure DescribeFailure();
+[[nodiscard]] RequestFailure DescribeFailure() noexcept;
 
 }  // namespace Syncra::Server::ManagementTool::Core

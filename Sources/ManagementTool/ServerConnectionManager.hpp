@@ -12,19 +12,26 @@
 #include "OVRoot/SecureWipe.hpp"
 #include "SYClientBase/PresenceService.hpp"
 
+#include <stop_token>
+#include <thread>
+
 namespace Syncra::Server::ManagementTool::Core {
 
 /// The server that the management tool works against, the credentials used on it, and the two
 /// repository managers that talk to it. Failures to connect are not thrown: they go to the debug
 /// output, and the repository managers' requests tell the user.
 ///
-/// For the main thread, but the presence of an attached service reconnects on the thread that tells
-/// it; every single operation is safe beside that one. Ports above 32767 are negative numbers.
-class ServerConnectionManager final : private SYCB::PresenceServiceObserver {
+/// For the main thread, which waits by the strategy of the process; but the presence of an attached
+/// service reconnects on the thread that tells it, and shows nothing there. Every single operation
+/// is safe beside that one. Ports above 32767 are negative numbers.
+class ServerConnectionManager final : public SYCB::PresenceServiceObserver,
+                                      public OV::EventSource<ServerConnectionObserver> {
 public:
     using ErrorType = Core::ErrorType;
     using ObjectType = Core::ObjectType;
 
+    /// Made on first use. When the process ends, work that was given up ends first and then what
+    /// this one's destructor ends; observers of static duration may still detach themselves.
     [[nodiscard]] static ServerConnectionManager& GetInstance();
 
     /// With repository managers of its own, whose requests run on its executor.
@@ -34,19 +41,22 @@ public:
                             OV::Ref<ProjectRepositoryManager> projects)
         : userManager_(std::move(users)), projectManager_(std::move(projects))
     {}
-    /// Stops the executor. Presence services that are attached must be gone or detached.
+    /// Leaves the presence services that are attached, and stops the executor.
     ~ServerConnectionManager() override;
     ServerConnectionManager(const ServerConnectionManager&) = delete;
     ServerConnectionManager& operator=(const ServerConnectionManager&) = delete;
 
     /// Makes the server the current one: asks its model service at `port` for the management port,
-    /// tells the observers, connects the repository managers of `type`. Nothing happens for
-    /// NoConnection. Blocks for the requests.
+    /// tells the observers, connects the repository managers of `type`; one that is not of it is
+    /// disconnected when it served another server. A management service that is not where it was
+    /// found before is looked for once more. Nothing happens for NoConnection. Blocks for the
+    /// requests.
     void SetConnection(const OV::UniString& serverName, short port, ConnectionType type);
     /// Connects to the current server again; NoConnection stands for the type of SetConnection.
     /// Nothing happens when there is no current server.
     void ReConnect(ConnectionType type);
-    /// Reconnects both repositories whenever the service comes online; null is ignored.
+    /// Reconnects both repositories whenever the service comes online; null is ignored. The service
+    /// may go before this object or after it.
     void AttachConnection(SYCB::PresenceService* presence);
     void DetachConnection(SYCB::PresenceService* presence);
 
@@ -78,8 +88,7 @@ public:
     /// it did. Not for a task of this executor.
     void StopExecutor();
 
-    void Attach(ServerConnectionObserver& observer) { observers_.Attach(observer); }
-    void Detach(ServerConnectionObserver& observer) { observers_.Detach(observer); }
+    // Attach and Detach are the event source's.
     void SendServerChangedNotification();
     void SendServerLostNotification();
 
@@ -91,12 +100,21 @@ private:
         OV::UniString userName;
         OV::UniString password;
         ConnectionType type = ConnectionType::NoConnection;
+        /// The one that chose the server.
+        std::thread::id mainThread;
     };
+    class FindPortTask;
+    enum class Outcome { Connected, Unreachable, Failed, GivenUp };
+    using Subscriptions = OV::Array<std::unique_ptr<SYCB::PresenceSubscription>>;
 
     void _ServiceStateChanged(SYCB::PresenceService&, SYCB::PresenceState state) override;
+    void End();
     [[nodiscard]] Connection Current() const;
+    void DisconnectAllBut(ConnectionType type);
     void FindManagementPort();
-    void Connect(ConnectionType type);
+    [[nodiscard]] bool HasManagementServiceMoved();
+    void Connect(OV::UniStringView operation, ConnectionType type);
+    Outcome ConnectManagers(OV::UniStringView operation, ConnectionType type);
 
     // Before the managers, which run their requests on it.
     OV::PooledExecutor executor_{1, 1, 300'000};
@@ -104,7 +122,8 @@ private:
     const OV::Ref<ProjectRepositoryManager> projectManager_;
     mutable OV::Lock lock_;
     Connection connection_ OV_GUARDED_BY(lock_);
-    OV::EventSource<ServerConnectionObserver> observers_;
+    Subscriptions subscriptions_ OV_GUARDED_BY(lock_);
+    std::stop_source ending_;
 };
 
 }  // namespace Syncra::Server::ManagementTool::Core

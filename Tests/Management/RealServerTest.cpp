@@ -50,6 +50,11 @@ protected:
         Record read;
         ASSERT_TRUE((manager.*family.insert)(record));
         EXPECT_FALSE(record.id.empty());
+        Record again = record;
+        EXPECT_FALSE((other.*family.insert)(again));
+        const bool isNamed = kind == "1" || kind == "8";
+        EXPECT_EQ(strategy.TakeAlerts(),
+                  Alerts{"3 " + kind + (isNamed ? " " + OV::ToUtf8(name) : "")});
         change(record);
         const Record wanted = record;
         ASSERT_TRUE((manager.*family.update)(record));
@@ -72,6 +77,10 @@ protected:
         EXPECT_EQ(strategy.TakeAlerts(), Alerts{"2 " + kind});
         EXPECT_FALSE((manager.*family.update)(record));
         EXPECT_EQ(strategy.TakeAlerts(), Alerts{"5 0"});
+        if (family.get != nullptr) {
+            EXPECT_FALSE((manager.*family.get)(record.id, read));
+            EXPECT_EQ(strategy.TakeAlerts(), Alerts{kind == "7" ? "2 7" : "5 " + kind});
+        }
     }
 
     Users& FirstUsers() { return *first.GetUserManager(); }
@@ -149,44 +158,6 @@ TEST_F(RealServerTest, RecordsOfEveryKindLiveAndGo)
         {&Projects::GetProjects, &Projects::GetProject, &Projects::FindProject,
          &Projects::InsertProject, &Projects::UpdateProject, &Projects::DeleteProject},
         quay, u"Quay", [](auto& project) { project.maxBackupCounter = 4; }, "7");
-}
-
-TEST_F(RealServerTest, NamesThatAreTakenAndWhatIsInUseAreTold)
-{
-    Role role;
-    ASSERT_TRUE(FirstUsers().FindRole(u"Architect", role));
-    User user;
-    ASSERT_TRUE(FirstUsers().FindUserByLoginName(u"mei.chen", user));
-    CustomPropertyDefinition floor{{}, u"Floor", u"", CustomPropertyDefinition::Type::Text, {}};
-    ASSERT_TRUE(FirstUsers().InsertCustomPropertyDefinition(floor));
-    ProjectCategory category;
-    ASSERT_TRUE(FirstProjects().FindCustomProjectCategory(u"Infrastructure", category));
-    Permission read{u"Read", u"Read", u"", true};
-    V2::Project project;
-    project.name = u" ";
-    const struct {
-        const char* alert;
-        std::function<bool()> call;
-    } rows[] = {
-        {"3 5", [&] { return FirstUsers().InsertRole(role); }},
-        {"3 5", [&] { return FirstUsers().DuplicateRole(role.id, u"VIEWER", role); }},
-        {"3 4", [&] { return FirstUsers().InsertUser(user); }},
-        {"3 1 Floor", [&] { return FirstUsers().InsertCustomPropertyDefinition(floor); }},
-        {"3 8 Infrastructure",
-         [&] { return FirstProjects().InsertCustomProjectCategory(category); }},
-        {"4 0", [&] { return FirstUsers().DeleteRole(role); }},
-        {"4 0", [&] { return FirstProjects().DeleteCustomProjectCategory(category); }},
-        {"6 7", [&] { return FirstProjects().InsertProject(project); }},
-        {"6 0", [&] { return FirstUsers().DeletePermission(read); }},
-        {"6 0", [&] { return FirstUsers().RemoveFromServerAdministrators(u"admin"); }},
-        {"5 4", [&] { return FirstUsers().AddToServerAdministrators(u"nobody"); }},
-    };
-    for (const auto& row : rows) {
-        EXPECT_FALSE(row.call()) << row.alert;
-        EXPECT_EQ(strategy.TakeAlerts(), Alerts{row.alert});
-        EXPECT_FALSE(FirstUsers().GetLastFailure().message.empty() &&
-                     FirstProjects().GetLastFailure().message.empty());
-    }
 }
 
 TEST_F(RealServerTest, UsersGetPasswordsPhotosAndGroups)
@@ -271,28 +242,6 @@ TEST_F(RealServerTest, RolesAreDuplicatedAndServersAndCategoriesMerged)
     EXPECT_EQ(strategy.TakeAlerts(), Alerts{});
     EXPECT_FALSE(projects.FindCustomProjectCategory(u"Infrastructure", from));
     EXPECT_EQ(strategy.TakeAlerts(), Alerts{"2 8"});
-}
-
-TEST_F(RealServerTest, TryAgainFindsARestartedServerThroughAFreshRepository)
-{
-    OV::Array<Role> roles;
-    server.Kill();
-    int asked = 0;
-    strategy.answer = [&] {
-        if (++asked == 1)
-            server.Start();
-        return short(asked == 1);
-    };
-    strategy.repositories.clear();
-    EXPECT_TRUE(FirstUsers().GetRoles(roles));
-    EXPECT_FALSE(roles.empty());
-    EXPECT_EQ(strategy.TakeAlerts(), Alerts{"1 5"});
-    ASSERT_EQ(strategy.repositories.size(), 3u) << "a request, a connection, a request";
-    EXPECT_FALSE(strategy.repositories[0]->IsUsable());
-    EXPECT_FALSE(strategy.repositories[0] == strategy.repositories[2]);
-    // The other administrator's token is void, which his client mends by itself.
-    EXPECT_TRUE(second.GetUserManager()->GetRoles(roles));
-    EXPECT_EQ(strategy.TakeAlerts(), Alerts{});
 }
 
 }  // namespace

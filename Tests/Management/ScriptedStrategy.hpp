@@ -16,8 +16,6 @@ class ScriptedStrategy
     using ErrorType = Syncra::Server::ManagementTool::Core::ErrorType;
     using ObjectType = Syncra::Server::ManagementTool::Core::ObjectType;
     using Task = Syncra::Server::ManagementTool::Core::AsyncTaskExecuting::Task;
-    using UserTask = Syncra::Server::ManagementTool::Core::RepositoryTask<
-        Syncra::Server::Management::UserRepository>;
 
 public:
     ScriptedStrategy()
@@ -32,8 +30,8 @@ public:
     bool ExecuteTask(const OV::Ref<Task>& task, OV::Executor* executor,
                      std::uint32_t delayMilliseconds) override
     {
-        if (const auto* request = dynamic_cast<const UserTask*>(task.Get()))
-            repositories.push_back(request->GetRepository());
+        if (cancelsAt > 0 && --cancelsAt == 0)
+            return false;
         return UserAsyncTaskExecutingImplementation::ExecuteTask(task, executor, delayMilliseconds);
     }
     short ShowAlert(ErrorType error, ObjectType object, const OV::UniString* name) override
@@ -46,8 +44,8 @@ public:
 
     [[nodiscard]] std::vector<std::string> TakeAlerts() { return std::exchange(alerts, {}); }
 
+    /// Which request from now on the user gives up; 0 for none.
+    int cancelsAt = 0;
     std::vector<std::string> alerts;
     std::function<short()> answer;
-    /// Those that the requests to users were made with, in their order; none for a connection.
-    std::vector<OV::Ref<Syncra::Server::Management::UserRepository>> repositories;
 };

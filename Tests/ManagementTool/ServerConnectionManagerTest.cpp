@@ -1,10 +1,13 @@
 #include "ManagementTool/ServerConnectionManager.hpp"
 
+#include "Dlg/Headless/HeadlessToolkit.hpp"
 #include "ManagementTool/TargetNotFoundException.hpp"
 #include "OVRoot/Thread.hpp"
 #include "Support/LogCapture.hpp"
+#include "Support/ScriptedServer.hpp"
 #include "Support/ServerProcess.hpp"
 #include "Support/TemporaryFolder.hpp"
+#include "UserInterface/AsyncTaskDialogExecutingImplementation.hpp"
 
 #include <gtest/gtest.h>
 
@@ -41,7 +44,7 @@ public:
                          OV::ToUtf8(serverName) + ":" +
                          std::to_string(static_cast<std::uint16_t>(managementPort)) +
                          (flag ? " true" : ""));
-        return false;
+        return true;
     }
 
 private:
@@ -113,57 +116,6 @@ TEST_F(ServerConnectionManagerTest, TellsTheObserversAndThenConnectsTheManagersO
     EXPECT_EQ(manager.GetConnectionType(), ConnectionType::FullConnection);
 }
 
-TEST_F(ServerConnectionManagerTest, ReconnectsBothWhenThePresenceComesOnline)
-{
-    SYCB::PresenceService presence;
-    manager.AttachConnection(nullptr);
-    manager.AttachConnection(&presence);
-    presence.SetState(SYCB::PresenceState::Online);
-    EXPECT_EQ(TakeLines(), Lines{}) << "there is no server yet";
-    Connect(ConnectionType::UserConnection);
-    TakeLines();
-    presence.SetState(SYCB::PresenceState::Offline);
-    EXPECT_EQ(TakeLines(), Lines{});
-    {
-        // The signal client's thread tells it, while the main thread asks and sets.
-        OV::Thread signals("signals", [&] { presence.SetState(SYCB::PresenceState::Online); });
-        manager.SetUserName(manager.GetUserName());
-        manager.SetPassword(manager.GetPassword());
-    }
-    EXPECT_EQ(TakeLines(), (Lines{"changed", Told("users"), Told("projects")}));
-    manager.DetachConnection(&presence);
-    presence.SetState(SYCB::PresenceState::Unknown);
-    presence.SetState(SYCB::PresenceState::Online);
-    EXPECT_EQ(TakeLines(), Lines{});
-}
-
-TEST_F(ServerConnectionManagerTest, AServerThatIsDownIsFoundWhenItReturns)
-{
-    const LogCapture log;
-    server.Kill();
-    Connect(ConnectionType::FullConnection);
-    EXPECT_EQ(TakeLines(), Lines{}) << "who is not found has not changed";
-    EXPECT_TRUE(
-        log.Mentions("Debug: Exception occurred during ServerConnectionManager::SetConnection: "));
-    EXPECT_EQ(manager.GetServerName(), u"127.0.0.1");
-    manager.ReConnect(ConnectionType::NoConnection);
-    EXPECT_TRUE(
-        log.Mentions("Debug: Exception occurred during ServerConnectionManager::ReConnect: "));
-
-    server.Start();
-    manager.SetPassword(u"wr0ng");
-    manager.ReConnect(ConnectionType::UserConnection);
-    EXPECT_EQ(TakeLines(), Lines{});
-    manager.SetPassword(OV::FromUtf8(ServerProcess::Password));
-    manager.ReConnect(ConnectionType::NoConnection);
-    EXPECT_EQ(TakeLines(), (Lines{"changed", Told("users"), Told("projects")}));
-    EXPECT_FALSE(log.Mentions("wr0ng") || log.Mentions(ServerProcess::Password));
-
-    // A server that cannot be asked must not be reached through the port of the former one.
-    manager.SetConnection(u"127.0.0.1", 1, ConnectionType::FullConnection);
-    EXPECT_EQ(manager.GetManagementPort(), 0);
-}
-
 TEST_F(ServerConnectionManagerTest, FailuresOfAManagerArePrintedWithTheirPlace)
 {
     class FailingManager : public UserRepositoryManager {
@@ -188,6 +140,119 @@ TEST_F(ServerConnectionManagerTest, FailuresOfAManagerArePrintedWithTheirPlace)
     EXPECT_EQ(TakeLines(), (Lines{"changed", "changed"}));
     EXPECT_EQ(failing.GetConnectionType(), ConnectionType::UserConnection);
 }
+
+/// A model service that lists a management service, and one of those that has nothing; both sign
+/// everybody in.
+struct Site {
+    std::atomic<std::uint16_t> listed = 0;
+    std::atomic<bool> isSilent = false;
+    ScriptedServer server{
+        [this](ScriptedServer::Peer& peer, const ScriptedServer::Request& request) {
+            if (isSilent)
+                peer.HoldUntilGone();
+            else if (request.target.ends_with("/sign-in"))
+                peer.Answer(200, R"({"token":"T","userId":"u","userName":"U","protocol":1,
+                                     "serverVersion":1400})");
+            else if (!request.target.ends_with("/ports"))
+                peer.Answer(200, R"({"items":[]})");
+            else if (listed == 0)
+                peer.Answer(200, R"({"ports":[]})");
+            else
+                peer.Answer(200, R"({"ports":[{"service":"ManagementService","port":)" +
+                                     std::to_string(listed) + "}]}");
+        }};
+};
+
+/// The process's strategy while it lives: counts what is waited for by it.
+struct CountingStrategy final : UserAsyncTaskExecutingImplementation {
+    CountingStrategy() { SetUserAsyncTaskExecutingImplementation(this); }
+    ~CountingStrategy() override { SetUserAsyncTaskExecutingImplementation(nullptr); }
+    bool ExecuteTask(const OV::Ref<AsyncTaskExecuting::Task>& task, OV::Executor* executor,
+                     std::uint32_t delay) override
+    {
+        ++tasks;
+        return UserAsyncTaskExecutingImplementation::ExecuteTask(task, executor, delay);
+    }
+    int tasks = 0;
+};
+
+TEST(ManagementServiceTest, IsFoundWhereverItIsAndItsFailuresAreToldByTheNextRequest)
+{
+    const LogCapture log;
+    CountingStrategy strategy;
+    SYCB::PresenceService presence;
+    ServerConnectionManager manager;
+    manager.AttachConnection(&presence);
+    manager.AttachConnection(nullptr);
+    manager.SetPassword(u"s3cret");
+    OV::Array<Syncra::Server::Management::Role> roles;
+    const auto hasRoles = [&] { return manager.GetUserManager()->GetRoles(roles); };
+    Site model, second;
+    auto first = std::make_unique<Site>();
+    const auto connect = [&](const Site& to, ConnectionType type) {
+        manager.SetConnection(u"127.0.0.1", static_cast<short>(to.server.Port()), type);
+    };
+    connect(model, ConnectionType::FullConnection);
+    EXPECT_EQ(manager.GetManagementPort(), 0);
+    EXPECT_TRUE(log.Mentions("ServerConnectionManager::SetConnection: "));
+    EXPECT_FALSE(hasRoles());
+    EXPECT_EQ(manager.GetUserManager()->GetLastFailure().type, ErrorType::CannotConnect);
+    model.listed = first->server.Port();
+    manager.ReConnect(ConnectionType::NoConnection);
+    EXPECT_TRUE(hasRoles()) << "not listed at first";
+
+    model.listed = second.server.Port();
+    first.reset();
+    strategy.tasks = 0;
+    // The signal client's thread tells it, while the main thread asks and sets.
+    std::thread signals([&] { presence.SetState(SYCB::PresenceState::Online); });
+    manager.SetUserName(manager.GetUserName());
+    signals.join();
+    EXPECT_EQ(strategy.tasks, 0) << "nothing may appear on that thread";
+    EXPECT_EQ(manager.GetManagementPort(), static_cast<short>(second.server.Port()));
+    EXPECT_TRUE(hasRoles());
+    presence.SetState(SYCB::PresenceState::Offline);
+    presence.SetState(SYCB::PresenceState::Online);
+    EXPECT_EQ(strategy.tasks, 1 + 2) << "nor may the main thread stand still";
+
+    second.listed = second.server.Port();
+    connect(second, ConnectionType::UserConnection);
+    EXPECT_FALSE(manager.GetProjectManager()->IsConnected()) << "it was the former server's";
+    presence.SetState(SYCB::PresenceState::Offline);
+    presence.SetState(SYCB::PresenceState::Online);
+    EXPECT_TRUE(manager.GetProjectManager()->IsConnected()) << "both, whatever the type";
+
+    manager.SetConnection(u"127.0.0.1", 1, ConnectionType::FullConnection);
+    EXPECT_EQ(manager.GetManagementPort(), 0) << "not the former server's";
+    manager.DetachConnection(&presence);
+    strategy.tasks = 0;
+    presence.SetState(SYCB::PresenceState::Offline);
+    presence.SetState(SYCB::PresenceState::Online);
+    EXPECT_EQ(strategy.tasks, 0);
+    EXPECT_FALSE(log.Mentions("s3cret"));
+}
+
+TEST(ManagementServiceTest, TheUserMayGiveUpOneThatIsSilent)
+{
+    Dlg::HeadlessToolkit toolkit;
+    Syncra::Server::ManagementTool::GUI::AsyncTaskDialogExecutingImplementation dialogs;
+    SetUserAsyncTaskExecutingImplementation(&dialogs);
+    toolkit.AddScript(32420, [](Dlg::HeadlessDialog& user) { user.Leave(); });
+    Site model, silent;
+    model.listed = silent.server.Port();
+    silent.isSilent = true;
+    ServerConnectionManager manager;
+    manager.SetConnection(u"127.0.0.1", static_cast<short>(model.server.Port()),
+                          ConnectionType::FullConnection);
+    EXPECT_EQ(toolkit.GetOpenedDialogs().size(), 1u);
+    SetUserAsyncTaskExecutingImplementation(nullptr);
+}
+
+static_assert(std::is_convertible_v<ServerConnectionManager*, SYCB::PresenceServiceObserver*>);
+static_assert(
+    std::is_convertible_v<ServerConnectionManager*, OV::EventSource<ServerConnectionObserver>*>);
+static_assert(std::is_constructible_v<TargetNotFoundException, OV::UniString, const char*, int,
+                                      std::shared_ptr<const OV::Exception>>);
 
 TEST(ServerConnectionManagerExecutorTest, FinishesWhatItCanAsksTheRestToStopAndWaits)
 {

@@ -174,6 +174,10 @@ void Connect(const ConnectArguments& arguments, Context& context)
     const auto [exitCode, words] = Judge(*task, arguments);
     context.exitCode = exitCode;
     const std::uint16_t managementPort = done ? Choose(server, password) : std::uint16_t(0);
+    if (wait.WasCancelled()) {
+        context.exitCode = ExitCode::Failure;
+        return;
+    }
     if (context.output.json)
         context.output.PrintJson({{"connected", task->HasServerConnectionSucceeded()},
                                   {"authenticated", task->HasUserAuthenticationSucceeded()},

@@ -16,7 +16,9 @@ constexpr int TextList = 32100;
 constexpr int Communicating = 37;
 constexpr int PleaseWait = 38;
 
+/// Nothing reacts to it, and no message loop runs.
 struct PlainResponse final : AsyncTaskExecuting::Response {
+    PlainResponse() { CancelReaction(); }
     void RunResponse() override {}
 };
 
