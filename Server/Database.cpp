@@ -1,21 +1,37 @@
 #include "Database.hpp"
 
 #include "IO/File.hpp"
+#include "OVRoot/Logger.hpp"
+#include "OVRoot/Thread.hpp"
 #include "Schema.hpp"
 
 #include <sqlite3.h>
+
+#include <algorithm>
+#include <iterator>
 
 namespace Nexar {
 
 namespace {
 
+bool IsPassing(int code)
+{
+    constexpr int passing[] = {SQLITE_BUSY,  SQLITE_LOCKED, SQLITE_NOMEM,
+                               SQLITE_IOERR, SQLITE_FULL,   SQLITE_CANTOPEN};
+    return std::find(std::begin(passing), std::end(passing), code) != std::end(passing);
+}
+
 [[noreturn]] void Fail(sqlite3* database, const char* what)
 {
     const int code = database != nullptr ? sqlite3_extended_errcode(database) : SQLITE_NOMEM;
     const char* reason = database != nullptr ? sqlite3_errmsg(database) : "out of memory";
-    throw DatabaseError(std::string(what) + ": " + reason + ".",
-                        (code & 0xFF) == SQLITE_CONSTRAINT);
+    throw DatabaseError(std::string(what) + ": " + reason + ".", IsPassing(code & 0xFF));
 }
+
+/// How long an opening store waits for another process that makes or migrates it.
+constexpr int OpeningMilliseconds = 10'000;
+/// How long a request waits for another process that writes; everybody else waits with it.
+constexpr int WaitingMilliseconds = 250;
 
 }  // namespace
 
@@ -86,26 +102,47 @@ std::int64_t Statement::Number(int column) const
 
 Database::Database(const std::string& path)
 {
-    // Made here first: SQLite would make it readable for everybody, and its side files copy its
-    // mode.
-    const auto place = IO::Location::FromPath(OV::FromUtf8(path));
-    if (!IO::File::Exists(place))
-        IO::File::Replace(place, {}, true);
-    if (sqlite3_open_v2(path.c_str(), &database_, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE,
-                        nullptr) != SQLITE_OK) {
-        const std::string reason = sqlite3_errmsg(database_);
-        sqlite3_close(database_);
-        throw DatabaseError("Cannot open the store \"" + path + "\": " + reason + ".", false);
-    }
-    sqlite3_busy_timeout(database_, 5000);
     try {
-        Execute("PRAGMA journal_mode = WAL");
+        Open(path);
+        sqlite3_busy_timeout(database_, OpeningMilliseconds);
+        EnterWalMode();
         Execute("PRAGMA synchronous = FULL");
         Execute("PRAGMA foreign_keys = ON");
         Migrate();
+        sqlite3_busy_timeout(database_, WaitingMilliseconds);
     } catch (...) {
         Close();
         throw;
+    }
+}
+
+void Database::Open(const std::string& path)
+{
+    // Made here first: SQLite would make it readable for everybody, and its side files copy its
+    // mode.
+    const auto place = IO::Location::FromPath(OV::FromUtf8(path));
+    if (!IO::File::CreatePrivate(place) && IO::File::IsReadableByOthers(place))
+        OV::Logger::Warning("nexar-server",
+                            u"Others may read the store \"%\" with its password hashes and mails; "
+                            u"\"chmod 600\" it.",
+                            {path});
+    if (sqlite3_open_v2(path.c_str(), &database_, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE,
+                        nullptr) != SQLITE_OK)
+        Fail(database_, ("Cannot open the store \"" + path + "\"").c_str());
+}
+
+/// The change itself waits for nobody, and two that open a new store both make it.
+void Database::EnterWalMode()
+{
+    constexpr std::uint32_t pause = 10;
+    for (std::uint32_t waited = 0;; waited += pause) {
+        try {
+            return Execute("PRAGMA journal_mode = WAL");
+        } catch (const DatabaseError& error) {
+            if (!error.IsUnavailable() || waited >= OpeningMilliseconds)
+                throw;
+        }
+        OV::Thread::Sleep(pause);
     }
 }
 
@@ -150,21 +187,26 @@ std::int64_t Database::LastRowId() const
 
 void Database::Migrate()
 {
-    std::int64_t version = 0;
-    {
-        Statement query = Prepare("PRAGMA user_version");
-        if (query.Step())
-            version = query.Number(0);
-    }
-    if (version > SchemaVersion)
-        throw DatabaseError("The store was written by a newer nexar-server; use that one.", false);
-    if (version == SchemaVersion)
+    if (Version() == SchemaVersion)
         return;
+    // Asked again: whoever held the store until now may have migrated it.
     Transaction transaction(*this);
+    const std::int64_t version = Version();
+    if (version > SchemaVersion)
+        throw DatabaseError("The store was written by a newer nexar-server; use that one.");
+    if (version < 0)
+        throw DatabaseError("The store is none of nexar-server's: its version is " +
+                            std::to_string(version) + ".");
     for (auto step = version; step < SchemaVersion; ++step)
         Execute(SchemaSteps[static_cast<std::size_t>(step)]);
     Execute(("PRAGMA user_version = " + std::to_string(SchemaVersion)).c_str());
     transaction.Commit();
+}
+
+std::int64_t Database::Version()
+{
+    Statement query = Prepare("PRAGMA user_version");
+    return query.Step() ? query.Number(0) : 0;
 }
 
 Transaction::Transaction(Database& database)

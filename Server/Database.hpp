@@ -12,17 +12,18 @@ struct sqlite3_stmt;
 
 namespace Nexar {
 
-/// The store refused a statement; `IsConstraint` tells a broken rule of the data from a broken
-/// store.
+/// The store refused a statement.
 class DatabaseError : public std::runtime_error {
 public:
-    DatabaseError(const std::string& message, bool isConstraint)
-        : std::runtime_error(message), isConstraint_(isConstraint)
+    explicit DatabaseError(const std::string& message, bool isUnavailable = false)
+        : std::runtime_error(message), isUnavailable_(isUnavailable)
     {}
-    [[nodiscard]] bool IsConstraint() const noexcept { return isConstraint_; }
+    /// Whether it may well take the same statement later: another process holds it, or there is no
+    /// room, no memory or no answer from the disk now.
+    [[nodiscard]] bool IsUnavailable() const noexcept { return isUnavailable_; }
 
 private:
-    bool isConstraint_;
+    bool isUnavailable_;
 };
 
 /// A prepared statement on loan: bind by position from 1, step, read columns from 0. Reset when it
@@ -73,7 +74,10 @@ public:
     [[nodiscard]] bool IsInTransaction() const;
 
 private:
+    void Open(const std::string& path);
+    void EnterWalMode();
     void Migrate();
+    [[nodiscard]] std::int64_t Version();
     void Close() noexcept;
 
     sqlite3* database_ = nullptr;

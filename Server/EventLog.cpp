@@ -2,6 +2,7 @@
 
 #include "OVRoot/Clock.hpp"
 
+#include <algorithm>
 #include <cstdio>
 
 namespace Nexar {
@@ -114,8 +115,8 @@ void EventLog::Append(const std::string& projectId, const std::string& userId,
 {
     auto insert = database_.Prepare(
         "INSERT INTO events (project_id, time, user, action, size, comment, seconds) "
-        "SELECT ?1, unixepoch(), full_name || ' (' || login || ')', ?3, ?4, ?5, ?6 "
-        "FROM users WHERE id = ?2");
+        "SELECT ?1, now, full_name || ' (' || login || ')', ?3, ?4, ?5, ?6 "
+        "FROM users JOIN log_times ON project_id = ?1 WHERE id = ?2");
     insert.Bind(1, projectId).Bind(2, userId).Bind(3, OV::ToUtf8(event.action));
     insert.Bind(4, std::int64_t(event.size)).Bind(5, OV::ToUtf8(event.comment));
     insert.Bind(6, std::int64_t(event.seconds)).Run();
@@ -134,11 +135,17 @@ void EventLog::AppendLine(const std::string& projectId, std::int64_t time, const
 
 void EventLog::AppendPerformance(const std::string& key, double value)
 {
-    const std::int64_t now = OV::Clock::Current().Now();
     Transaction transaction(database_);
+    const std::int64_t now = std::max<std::int64_t>(OV::Clock::Current().Now(), LastSample());
     AppendPerformanceLine(now, key, value);
     database_.Prepare("DELETE FROM performance WHERE time < ?1").Bind(1, now - KeptSeconds).Run();
     transaction.Commit();
+}
+
+std::int64_t EventLog::LastSample()
+{
+    auto query = database_.Prepare("SELECT max(time) FROM performance");
+    return query.Step() ? query.Number(0) : 0;
 }
 
 void EventLog::AppendPerformanceLine(std::int64_t time, const std::string& key, double value)

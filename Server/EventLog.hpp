@@ -33,6 +33,8 @@ public:
     void AppendPerformanceLine(std::int64_t time, const std::string& key, double value);
 
 private:
+    [[nodiscard]] std::int64_t LastSample();
+
     Database& database_;
 };
 

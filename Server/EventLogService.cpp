@@ -84,8 +84,8 @@ void EventLogService::Add(const Call& call)
 void EventLogService::SampleLater()
 {
     next_ = server_.After(SampleTime, [this] {
-        Sample(server_.TakeTraffic());
         SampleLater();
+        Sample(server_.TakeTraffic());
     });
 }
 

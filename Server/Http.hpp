@@ -4,8 +4,10 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace Nexar {
@@ -15,12 +17,16 @@ struct HttpRequest {
     std::vector<std::string> path;             ///< percent-decoded components
     std::map<std::string, std::string> query;  ///< percent-decoded
     std::string token;                         ///< of "Authorization: Bearer"
+    std::string address;                       ///< of the client, without its port
+    bool isJson = false;                       ///< its type says so
     std::string body;
 };
 
 struct HttpResponse {
     int status = 200;
     std::string body;
+    std::vector<std::pair<std::string, std::string>> headers =
+        {};  ///< beside those of every answer
 };
 
 /// Answers one request, now or later, on the server's thread. Copies share the one answer: the
@@ -51,6 +57,15 @@ private:
 };
 
 using HttpHandler = std::function<void(HttpRequest, Reply)>;
+
+/// What is to become of a request whose head has come: its body may have at most so many bytes, or
+/// it is answered without one.
+struct HeadVerdict {
+    std::size_t bodyLimit = 0;
+    std::optional<HttpResponse> refusal;
+};
+/// Looks at a request that has no body yet, so that strangers cannot make the server hold theirs.
+using HeadCheck = std::function<HeadVerdict(const HttpRequest&)>;
 
 /// {"code": n, "message": "..."} with the given status.
 [[nodiscard]] HttpResponse ErrorResponse(int status, std::int32_t code, std::string_view message);

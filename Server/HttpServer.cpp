@@ -1,6 +1,8 @@
 // The one unit that sees Beast: it takes most of the server's compile time.
 #include "HttpServer.hpp"
 
+#include "OVRoot/Logger.hpp"
+#include "OVRoot/System.hpp"
 #include "SyncraProtocol/ErrorCode.hpp"
 
 #include <boost/asio/as_tuple.hpp>
@@ -38,9 +40,15 @@ using std::chrono::seconds;
 using Syncra::Protocol::ErrorCode;
 
 constexpr std::size_t MaximumBodyBytes = 16u << 20;
+/// Of all bodies that are on their way.
+constexpr std::size_t MaximumBytesInFlight = 256u << 20;
 constexpr std::uint32_t MaximumHeaderBytes = 16u << 10;
 constexpr std::size_t MaximumConnections = 2000;
+/// Of the store, the log, the ports and of those who are turned away.
+constexpr std::size_t OtherDescriptors = 64;
 constexpr seconds IdleTime{120};
+/// Until the first byte of a new connection.
+constexpr seconds FirstTime{10};
 constexpr seconds DeliveryTime{30};
 constexpr seconds LongestStop{10};
 /// What a client has begun to send when the server stops may still arrive for so long.
@@ -58,6 +66,9 @@ struct Shared {
     Streams idle;       ///< wait for a request, may be closed at any time
     Streams receiving;  ///< have begun a request, or drain a refused one
     std::size_t connections = 0;
+    const std::size_t maximumConnections =
+        std::min(MaximumConnections, OV::System::RaiseDescriptorLimit() - OtherDescriptors);
+    std::size_t bytesInFlight = 0;
     bool stopping = false;
     HttpServer::Traffic traffic;
     asio::io_context context{1};
@@ -90,10 +101,19 @@ HttpResponse RefusalOf(const beast::error_code& error)
         return ErrorResponse(status, static_cast<std::int32_t>(code), message);
     };
     if (error == http::error::body_limit)
-        return refuse(413, ErrorCode::TooLarge, "The body is larger than 16 MiB.");
+        return refuse(413, ErrorCode::TooLarge, "The body is larger than this request may have.");
     if (error == http::error::header_limit)
         return refuse(431, ErrorCode::TooLarge, "The header is larger than 16 KiB.");
     return refuse(400, ErrorCode::BadRequest, "This is no HTTP/1.1 request.");
+}
+
+HttpResponse TooMuchInFlight()
+{
+    HttpResponse response =
+        ErrorResponse(429, static_cast<std::int32_t>(ErrorCode::TooManyRequests),
+                      "The server receives as much as it can. Try again in a moment.");
+    response.headers.emplace_back("Retry-After", "2");
+    return response;
 }
 
 /// Errors after which nobody listens for an answer: all that are not about what the request says.
@@ -107,6 +127,8 @@ http::response<http::string_body> ToBeast(HttpResponse response, unsigned versio
 {
     http::response<http::string_body> message{static_cast<http::status>(response.status), version};
     message.set(http::field::content_type, "application/json");
+    for (const auto& [name, value] : response.headers)
+        message.set(name, value);
     message.keep_alive(keepAlive);
     message.body() = std::move(response.body);
     message.prepare_payload();
@@ -121,15 +143,29 @@ std::string BearerToken(beast::string_view header)
                : std::string();
 }
 
-bool ReadMessage(Parser::value_type message, HttpRequest& request)
+bool ReadHead(const Parser::value_type& message, HttpRequest& request)
 {
     if (!ParseTarget({message.target().data(), message.target().size()}, request))
         return false;
     request.method = std::string(message.method_string());
     request.token = BearerToken(message[http::field::authorization]);
-    request.body = std::move(message.body());
+    const beast::string_view type = message[http::field::content_type];
+    request.isJson = beast::iequals(type.substr(0, type.find(';')), "application/json");
     return true;
 }
+
+/// Takes part in a sum while it lives.
+class Share {
+public:
+    Share(std::size_t& sum, std::size_t bytes) : sum_(sum), bytes_(bytes) { sum_ += bytes_; }
+    ~Share() { sum_ -= bytes_; }
+    Share(const Share&) = delete;
+    Share& operator=(const Share&) = delete;
+
+private:
+    std::size_t& sum_;
+    std::size_t bytes_;
+};
 
 /// One request with its handler. Whichever comes first ends it: the answer, or the client's going.
 class Exchange : public std::enable_shared_from_this<Exchange> {
@@ -194,13 +230,21 @@ private:
     std::function<void(Outcome)> finish_;
 };
 
+struct Listener {
+    tcp::acceptor acceptor;
+    HttpHandler handler;
+    HeadCheck check;
+};
+
 class Connection {
 public:
-    Connection(Shared& shared, tcp::socket socket, const HttpHandler& handler)
-        : shared_(shared), stream_(std::move(socket)), handler_(handler)
+    Connection(Shared& shared, tcp::socket socket, const Listener& listener)
+        : shared_(shared), stream_(std::move(socket)), handler_(listener.handler),
+          check_(listener.check)
     {
         beast::error_code ignored;
         stream_.socket().set_option(tcp::no_delay(true), ignored);
+        address_ = stream_.socket().remote_endpoint(ignored).address().to_string(ignored);
         ++shared_.connections;
     }
     ~Connection() { --shared_.connections; }
@@ -222,15 +266,14 @@ private:
         if (shared_.stopping || (buffer_.size() == 0 && !co_await WaitForRequest()))
             co_return false;
         Parser parser;
-        if (const auto error = co_await Receive(parser)) {
-            if (!IsGone(error))
-                co_await Refuse(RefusalOf(error));
+        HttpRequest request;
+        if (!co_await Receive(parser, request))
             co_return false;
-        }
         const bool isHead = parser.get().method() == http::verb::head;
         const bool keepAlive = parser.get().keep_alive() && !isHead;
         const unsigned version = parser.get().version();
-        auto response = co_await Answer(parser.release());
+        request.body = std::move(parser.get().body());
+        auto response = co_await Answer(std::move(request));
         if (!response)
             co_return false;
         // An answer to HEAD carries no body, or the client takes it for the next answer.
@@ -243,28 +286,71 @@ private:
     asio::awaitable<bool> WaitForRequest()
     {
         const Listed listed(shared_.idle, stream_);
-        stream_.expires_after(IdleTime);
+        stream_.expires_after(hadRequest_ ? IdleTime : FirstTime);
         auto [error, size] = co_await stream_.async_read_some(buffer_.prepare(4096),
                                                               asio::as_tuple(asio::use_awaitable));
         buffer_.commit(size);
+        hadRequest_ = true;
         co_return !error && size > 0;
     }
 
-    asio::awaitable<beast::error_code> Receive(Parser& parser)
+    /// Head and body; false when there is nothing to answer any more.
+    asio::awaitable<bool> Receive(Parser& parser, HttpRequest& request)
     {
-        const Listed listed(shared_.receiving, stream_);
         parser.body_limit(MaximumBodyBytes);
         parser.header_limit(MaximumHeaderBytes);
+        auto error = co_await ReceiveHead(parser);
+        if (!error && !ReadHead(parser.get(), request)) {
+            co_await Refuse(ErrorResponse(400, static_cast<std::int32_t>(ErrorCode::BadRequest),
+                                          "The path or the query is damaged."));
+            co_return false;
+        }
+        request.address = address_;
+        if (error || parser.is_done())
+            co_return co_await IsWhole(error);
+        const HeadVerdict verdict = check_(request);
+        if (verdict.refusal) {
+            co_await Refuse(*verdict.refusal);
+            co_return false;
+        }
+        const std::uint64_t size = parser.content_length().value_or(verdict.bodyLimit);
+        if (size > verdict.bodyLimit)
+            co_return co_await IsWhole(http::error::body_limit);
+        if (shared_.bytesInFlight + size > MaximumBytesInFlight) {
+            co_await Refuse(TooMuchInFlight());
+            co_return false;
+        }
+        const Share share(shared_.bytesInFlight, static_cast<std::size_t>(size));
+        parser.body_limit(verdict.bodyLimit);
+        error = co_await ReceiveBody(parser);
+        co_return co_await IsWhole(error);
+    }
+
+    /// Answers an error that the client hears of.
+    asio::awaitable<bool> IsWhole(beast::error_code error)
+    {
+        if (error && !IsGone(error))
+            co_await Refuse(RefusalOf(error));
+        co_return !error;
+    }
+
+    asio::awaitable<beast::error_code> ReceiveHead(Parser& parser)
+    {
+        const Listed listed(shared_.receiving, stream_);
         stream_.expires_after(DeliveryTime);
         auto [error, size] = co_await http::async_read_header(stream_, buffer_, parser,
                                                               asio::as_tuple(asio::use_awaitable));
-        if (error || parser.is_done())
-            co_return error;
+        co_return error;
+    }
+
+    asio::awaitable<beast::error_code> ReceiveBody(Parser& parser)
+    {
+        const Listed listed(shared_.receiving, stream_);
         // Without this a client waits a second or more before it sends a large body.
         if (beast::iequals(parser.get()[http::field::expect], "100-continue"))
             co_await SendContinue();
-        std::tie(error, size) = co_await http::async_read(stream_, buffer_, parser,
-                                                          asio::as_tuple(asio::use_awaitable));
+        auto [error, size] = co_await http::async_read(stream_, buffer_, parser,
+                                                       asio::as_tuple(asio::use_awaitable));
         co_return error;
     }
 
@@ -275,13 +361,8 @@ private:
                                    asio::as_tuple(asio::use_awaitable));
     }
 
-    asio::awaitable<Exchange::Outcome> Answer(Parser::value_type message)
+    asio::awaitable<Exchange::Outcome> Answer(HttpRequest request)
     {
-        HttpRequest request;
-        if (!ReadMessage(std::move(message), request))
-            co_return std::make_shared<HttpResponse>(
-                ErrorResponse(400, static_cast<std::int32_t>(ErrorCode::BadRequest),
-                              "The path or the query is damaged."));
         // A held request waits longer than any delivery; its handler bounds it.
         stream_.expires_never();
         const auto exchange = std::make_shared<Exchange>(stream_.socket());
@@ -335,13 +416,15 @@ private:
     Shared& shared_;
     beast::tcp_stream stream_;
     const HttpHandler& handler_;
+    const HeadCheck& check_;
+    std::string address_;
+    bool hadRequest_ = false;
     beast::flat_buffer buffer_{MaximumBodyBytes + 2 * MaximumHeaderBytes};
 };
 
-asio::awaitable<void> ServeConnection(Shared& shared, tcp::socket socket,
-                                      const HttpHandler& handler)
+asio::awaitable<void> ServeConnection(Shared& shared, tcp::socket socket, const Listener& listener)
 {
-    Connection connection(shared, std::move(socket), handler);
+    Connection connection(shared, std::move(socket), listener);
     try {
         co_await connection.Serve();
     } catch (const std::exception&) {
@@ -349,10 +432,15 @@ asio::awaitable<void> ServeConnection(Shared& shared, tcp::socket socket,
     }
 }
 
-struct Listener {
-    tcp::acceptor acceptor;
-    HttpHandler handler;
-};
+/// What is no request has nobody to answer, and must not end the server either.
+void RunGuarded(const std::function<void()>& work)
+{
+    try {
+        work();
+    } catch (const std::exception& error) {
+        OV::Logger::Error("nexar-server", u"Work of the server failed: %", {error.what()});
+    }
+}
 
 asio::awaitable<void> Accept(Shared& shared, Listener& listener)
 {
@@ -367,9 +455,8 @@ asio::awaitable<void> Accept(Shared& shared, Listener& listener)
             co_await pause.async_wait(asio::as_tuple(asio::use_awaitable));
             continue;
         }
-        if (shared.connections < MaximumConnections)
-            asio::co_spawn(shared.context,
-                           ServeConnection(shared, std::move(socket), listener.handler),
+        if (shared.connections < shared.maximumConnections)
+            asio::co_spawn(shared.context, ServeConnection(shared, std::move(socket), listener),
                            asio::detached);
     }
 }
@@ -392,7 +479,7 @@ struct HttpServer::State {
         for (auto& listener : listeners)
             listener.acceptor.close();
         if (beforeStop)
-            beforeStop();
+            RunGuarded(beforeStop);
         CancelAll(shared.idle);
         lateDelivery.expires_after(LateDelivery);
         lateDelivery.async_wait([this](const beast::error_code& error) {
@@ -425,12 +512,12 @@ HttpServer::HttpServer() : state_(std::make_unique<State>()) {}
 HttpServer::~HttpServer() = default;
 
 std::uint16_t HttpServer::Listen(const std::string& address, std::uint16_t port,
-                                 HttpHandler handler)
+                                 HttpHandler handler, HeadCheck check)
 {
     try {
         const tcp::endpoint place(asio::ip::make_address(address), port);
-        auto& listener = state_->listeners.emplace_back(
-            Listener{tcp::acceptor(state_->shared.context, place), std::move(handler)});
+        auto& listener = state_->listeners.emplace_back(Listener{
+            tcp::acceptor(state_->shared.context, place), std::move(handler), std::move(check)});
         asio::co_spawn(state_->shared.context, Accept(state_->shared, listener), asio::detached);
         return listener.acceptor.local_endpoint().port();
     } catch (const boost::system::system_error& error) {
@@ -465,7 +552,7 @@ HttpServer::Traffic HttpServer::TakeTraffic()
 
 void HttpServer::Post(std::function<void()> work)
 {
-    asio::post(state_->shared.context, std::move(work));
+    asio::post(state_->shared.context, [work = std::move(work)] { RunGuarded(work); });
 }
 
 std::shared_ptr<void> HttpServer::HoldOpen()
@@ -481,7 +568,7 @@ std::shared_ptr<void> HttpServer::After(std::chrono::milliseconds time, std::fun
     timer->async_wait(
         [handle = std::weak_ptr(timer), work = std::move(work)](const beast::error_code& error) {
             if (!error && !handle.expired())
-                work();
+                RunGuarded(work);
         });
     return timer;
 }

@@ -17,7 +17,8 @@ public:
 
     /// Listens; port 0 picks a free one. Returns the port. Throws std::runtime_error naming the
     /// place.
-    std::uint16_t Listen(const std::string& address, std::uint16_t port, HttpHandler handler);
+    std::uint16_t Listen(const std::string& address, std::uint16_t port, HttpHandler handler,
+                         HeadCheck check);
 
     /// Runs until SIGTERM, SIGINT or Stop, then until what is under way has been answered.
     void Run();

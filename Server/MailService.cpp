@@ -51,15 +51,19 @@ std::vector<std::string> ReadRecipients(const json& body)
     return recipients;
 }
 
-/// As it came. Only its form is checked: a wrong one would spoil the recipients' whole page.
-std::string ReadHeader(const json& message)
+/// As it came, but for who sent it: that is what the token says, whatever the client wrote. Its
+/// form is checked, for a wrong one would spoil the recipients' whole page.
+std::string ReadHeader(const json& message, const StoredUser& sender)
 {
     const auto header = message.find("header");
     if (header == message.end() || !header->is_object() ||
         !std::all_of(header->begin(), header->end(),
                      [](const json& text) { return text.is_string(); }))
         Malformed("The header of the message is no object of texts.");
-    return DumpJson(*header);
+    json signedHeader = *header;
+    signedHeader["Sender"] = sender.login;
+    signedHeader["SenderFullName"] = sender.fullName;
+    return DumpJson(signedHeader);
 }
 
 std::string ReadBody(const json& message)
@@ -116,20 +120,24 @@ MailPlace ReadPlace(const Call& call)
 
 void MailService::AddRoutes(Router& router)
 {
-    router.Add("POST", MailsPath, [this](const Call& call) { return Send(call); });
+    router.Add(
+        "POST", MailsPath, [this](const Call& call) { return Send(call); }, Router::LargeBody);
     router.AddAsync("GET", MailsPath, [this](const Call& call, const Reply& reply) {
         reply({200, mails_.PageJson(BoxOf(call), ReadPlace(call))});
     });
     AddFlagRoutes(router, "/status", MailFlag::Read);
     AddFlagRoutes(router, "/historical", MailFlag::Historical);
-    router.Add("POST", MailsPath + "/delete", [this](const Call& call) {
-        const auto box = BoxOf(call);
-        std::vector<std::string> ids;
-        for (const auto& id : ReadTexts(call.Body(), "ids"))
-            ids.push_back(OV::ToUtf8(id));
-        mails_.Delete(box, ids);
-        return json::object();
-    });
+    router.Add(
+        "POST", MailsPath + "/delete",
+        [this](const Call& call) {
+            const auto box = BoxOf(call);
+            std::vector<std::string> ids;
+            for (const auto& id : ReadTexts(call.Body(), "ids"))
+                ids.push_back(OV::ToUtf8(id));
+            mails_.Delete(box, ids);
+            return json::object();
+        },
+        Router::LargeBody);
 }
 
 void MailService::AddFlagRoutes(Router& router, const std::string& name, MailFlag flag)
@@ -138,17 +146,28 @@ void MailService::AddFlagRoutes(Router& router, const std::string& name, MailFla
         const auto box = BoxOf(call);
         reply({200, mails_.FlagsJson(box, flag, call.QueryNumber("after", 0))});
     });
-    router.Add("PUT", MailsPath + name, [this, flag](const Call& call) {
-        const auto box = BoxOf(call);
-        mails_.SetFlags(box, flag, ReadFlagEntries(call.Body()));
-        return json::object();
-    });
+    router.Add(
+        "PUT", MailsPath + name,
+        [this, flag](const Call& call) {
+            const auto box = BoxOf(call);
+            mails_.SetFlags(box, flag, ReadFlagEntries(call.Body()));
+            return json::object();
+        },
+        Router::LargeBody);
 }
 
 MailBox MailService::BoxOf(const Call& call)
 {
     RequireMembership(projects_, call, call.parameters[0]);
     return {call.parameters[0], call.user.userId};
+}
+
+StoredUser MailService::SenderOf(const Call& call)
+{
+    auto sender = users_.FindByLogin(call.user.userLogin);
+    if (!sender)
+        throw Refusal(ErrorCode::TokenExpired, "The token is void: its user was deleted.");
+    return *std::move(sender);
 }
 
 json MailService::Send(const Call& call)
@@ -160,7 +179,7 @@ json MailService::Send(const Call& call)
         Malformed("Field \"message\" is missing or no object.");
     const auto delivery =
         mails_.Deliver({box.projectId, box.userId, ReadKey(body), ReadRecipients(body),
-                        ReadHeader(*message), ReadBody(*message)});
+                        ReadHeader(*message, SenderOf(call)), ReadBody(*message)});
     if (!delivery.duplicate)
         signals_.Raise(box.projectId, SignalId::NewMail, delivery.concerned);
     return {{"id", delivery.id}, {"duplicate", delivery.duplicate}};

@@ -10,8 +10,8 @@ namespace Nexar {
 /// Mail between the members of a project, part of the model service.
 class MailService {
 public:
-    MailService(ProjectStore& projects, MailStore& mails, SignalHub& signals)
-        : projects_(projects), mails_(mails), signals_(signals)
+    MailService(UserStore& users, ProjectStore& projects, MailStore& mails, SignalHub& signals)
+        : users_(users), projects_(projects), mails_(mails), signals_(signals)
     {}
 
     void AddRoutes(Router& router);
@@ -20,8 +20,10 @@ private:
     void AddFlagRoutes(Router& router, const std::string& name, MailFlag flag);
     /// The box of the user in the project of the path. Throws Refusal when he is no member.
     [[nodiscard]] MailBox BoxOf(const Call& call);
+    [[nodiscard]] StoredUser SenderOf(const Call& call);
     [[nodiscard]] nlohmann::json Send(const Call& call);
 
+    UserStore& users_;
     ProjectStore& projects_;
     MailStore& mails_;
     SignalHub& signals_;

@@ -1,6 +1,7 @@
 #include "Database.hpp"
 #include "EventLogService.hpp"
 #include "HttpServer.hpp"
+#include "LogWriter.hpp"
 #include "MailService.hpp"
 #include "Management/ManagementService.hpp"
 #include "Management/Rules.hpp"
@@ -14,6 +15,7 @@
 #include "IO/SpecialFolder.hpp"
 #include "OVRoot/Guid.hpp"
 #include "OVRoot/Logger.hpp"
+#include "OVRoot/System.hpp"
 
 #include <CLI/CLI.hpp>
 
@@ -85,17 +87,21 @@ void AddOptions(CLI::App& app, Options& options)
         "what is under\nway and end it. Plain HTTP: beyond this machine it belongs behind TLS.");
 }
 
-void SendLogToStandardError()
+void SendLogToStandardError(LogWriter& writer)
 {
-    OV::Logger::SetSink([](const OV::LogRecord& record) {
+    OV::Logger::SetSink([&writer](const OV::LogRecord& record) {
         if (record.level == OV::LogLevel::Debug)
             return;
         // One line a record, whatever a client put into it.
         std::string line = OV::ToUtf8(OV::EscapeForCarrier(record.text));
         std::replace(line.begin(), line.end(), '\n', ' ');
-        std::cerr << "nexar-server: " + line + '\n' << std::flush;
+        writer.Write("nexar-server: " + line + '\n');
     });
 }
+
+struct ResetLog {
+    ~ResetLog() { OV::Logger::SetSink({}); }
+};
 
 std::string StorePath(const Options& options)
 {
@@ -118,6 +124,7 @@ void AddUser(Database& database, const PasswordHash& hash, const Options& option
     if (password.empty())
         throw std::runtime_error(
             "The password is empty. Give it in --password-file or on standard input.");
+    Rules::CheckPassword(database, OV::FromUtf8(password));
     const std::string& login = *options.newUser;
     Rules::CheckLoginName(OV::FromUtf8(login));
     UserStore users(database);
@@ -143,7 +150,7 @@ public:
           presence_(server_, presenceGrace), signals_(server_), passwords_(server_, hash),
           signIn_(users_, passwords_, tokens_),
           model_(projects_, members_, sessions_, signals_, presence_),
-          mails_(projects_, mailStore_, signals_),
+          mails_(users_, projects_, mailStore_, signals_),
           management_(database, users_, groups_, photos_, projects_, members_, sessions_, signals_,
                       passwords_, tokens_),
           messaging_(server_, projects_, presence_), eventLog_(database),
@@ -158,6 +165,7 @@ public:
         management_.AddRoutes(managementRouter_);
         messaging_.AddRoutes(messagingRouter_);
         server_.SetBeforeStop([this] {
+            passwords_.RefuseWaiting();
             signals_.ReleaseAll();
             presence_.Stop();
             messaging_.ReleaseAll();
@@ -168,10 +176,12 @@ public:
     void Listen(const Options& options)
     {
         const auto listen = [&](Router& router, std::uint16_t port) {
-            return server_.Listen(options.address, port,
-                                  [&router](HttpRequest request, const Reply& reply) {
-                                      router(std::move(request), reply);
-                                  });
+            return server_.Listen(
+                options.address, port,
+                [&router](HttpRequest request, const Reply& reply) {
+                    router(std::move(request), reply);
+                },
+                [&router](const HttpRequest& head) { return router.CheckHead(head); });
         };
         const auto follow = [&](std::uint16_t asked, int distance) {
             return asked != 0 || options.port == 0
@@ -222,18 +232,21 @@ private:
 
 void Serve(const Options& options)
 {
-    SendLogToStandardError();
+    LogWriter writer;
+    SendLogToStandardError(writer);
+    const ResetLog reset;
     PasswordHash hash(options.cost);
     Database database(StorePath(options));
     if (options.newUser) {
         AddUser(database, hash, options);
         return;
     }
-    if (options.sample) {
-        FillWithSample(database, hash, options.sampleLines);
+    if (options.sample && FillWithSample(database, hash, options.sampleLines))
         std::cerr << "nexar-server: sample team ready; every password is \"" << SamplePassword
                   << "\"\n";
-    }
+    else if (options.sample)
+        std::cerr << "nexar-server: the store is in use already; no sample team was added\n";
+
     Services services(database, hash, std::chrono::milliseconds(options.presenceGrace));
     services.Listen(options);
     OV::Logger::Info("nexar-server", u"Started.");
@@ -250,6 +263,8 @@ int main(int argc, char** argv)
     AddOptions(app, options);
     CLI11_PARSE(app, argc, argv);
     try {
+        OV::System::IgnoreBrokenPipes();
+        OV::System::ForbidCoreDumps();
         Serve(options);
         return 0;
     } catch (const std::exception& error) {

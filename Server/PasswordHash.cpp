@@ -2,6 +2,7 @@
 
 #include <sodium.h>
 
+#include <cerrno>
 #include <stdexcept>
 
 namespace Nexar {
@@ -12,7 +13,11 @@ constexpr std::size_t MaximumRemembered = 10'000;
 
 }  // namespace
 
-PasswordHash::PasswordHash(Cost cost) : cost_(cost)
+PasswordHash::PasswordHash(Cost cost)
+    : operations_(cost == Cost::Minimum ? crypto_pwhash_OPSLIMIT_MIN
+                                        : crypto_pwhash_OPSLIMIT_INTERACTIVE),
+      memory_(cost == Cost::Minimum ? crypto_pwhash_MEMLIMIT_MIN
+                                    : crypto_pwhash_MEMLIMIT_INTERACTIVE)
 {
     if (sodium_init() < 0)
         throw std::runtime_error("libsodium cannot be started.");
@@ -24,12 +29,8 @@ PasswordHash::PasswordHash(Cost cost) : cost_(cost)
 
 std::string PasswordHash::Make(const std::string& password) const
 {
-    const bool small = cost_ == Cost::Minimum;
     char hash[crypto_pwhash_STRBYTES];
-    if (crypto_pwhash_str(hash, password.data(), password.size(),
-                          small ? crypto_pwhash_OPSLIMIT_MIN : crypto_pwhash_OPSLIMIT_INTERACTIVE,
-                          small ? crypto_pwhash_MEMLIMIT_MIN
-                                : crypto_pwhash_MEMLIMIT_INTERACTIVE) != 0)
+    if (crypto_pwhash_str(hash, password.data(), password.size(), operations_, memory_) != 0)
         throw std::runtime_error("There is not enough memory to hash a password.");
     return hash;
 }
@@ -39,14 +40,24 @@ bool PasswordHash::Check(const std::string& hash, const std::string& password)
     if (IsRemembered(hash, password))
         return true;
     const std::string& known = hash.empty() ? nobody_ : hash;
-    if (crypto_pwhash_str_verify(known.c_str(), password.data(), password.size()) != 0 ||
-        hash.empty())
+    errno = 0;
+    const bool isRight =
+        crypto_pwhash_str_verify(known.c_str(), password.data(), password.size()) == 0;
+    // A wrong password is told by EINVAL alone; without memory there is no result.
+    if (!isRight && errno != EINVAL)
+        throw std::runtime_error("There is not enough memory to check a password.");
+    if (!isRight || hash.empty())
         return false;
     const std::lock_guard guard(lock_);
     if (remembered_.size() >= MaximumRemembered)
         remembered_.clear();
     remembered_[hash] = DigestOf(hash, password);
     return true;
+}
+
+bool PasswordHash::IsOutdated(const std::string& hash) const
+{
+    return crypto_pwhash_str_needs_rehash(hash.c_str(), operations_, memory_) != 0;
 }
 
 bool PasswordHash::IsRemembered(const std::string& hash, const std::string& password)

@@ -18,7 +18,10 @@ public:
 
     [[nodiscard]] std::string Make(const std::string& password) const;
     /// An empty `hash` (no such user) takes as long as a wrong password and is false.
+    /// Throws when there is no memory to find out: that says nothing of the password.
     [[nodiscard]] bool Check(const std::string& hash, const std::string& password);
+    /// Whether the hash was made at another cost than Make has now.
+    [[nodiscard]] bool IsOutdated(const std::string& hash) const;
     /// Whether Check would be true without the long computation; false when that is not known.
     [[nodiscard]] bool IsRemembered(const std::string& hash, const std::string& password);
 
@@ -26,7 +29,8 @@ private:
     using Digest = std::array<unsigned char, 32>;
     [[nodiscard]] Digest DigestOf(const std::string& hash, const std::string& password) const;
 
-    Cost cost_;
+    unsigned long long operations_;
+    std::size_t memory_;
     Digest key_;
     std::string nobody_;  ///< hash of no password that anybody knows
     std::mutex lock_;

@@ -1,31 +1,130 @@
 #include "PasswordWorker.hpp"
 
+#include "Router.hpp"
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
 #include <utility>
 
 namespace Nexar {
 
-void PasswordWorker::Check(const std::string& hash, const std::string& password,
+namespace {
+
+constexpr std::size_t MaximumRunning = 2;
+constexpr std::size_t MaximumWaiting = 32;
+constexpr std::size_t MaximumOfOneName = 2;
+
+void Refuse(const Reply& reply, std::chrono::seconds retryAfter, const char* message)
+{
+    reply(ErrorResponse(Refusal(Syncra::Protocol::ErrorCode::TooManyRequests, message)
+                            .With("Retry-After", std::to_string(retryAfter.count()))));
+}
+
+void Fail(const Reply& reply, std::exception_ptr error)
+{
+    Router::Answer(reply, [&]() -> nlohmann::json { std::rethrow_exception(error); });
+}
+
+}  // namespace
+
+void PasswordWorker::Check(const Attempt& attempt, const Reply& reply,
                            std::function<void(bool)> then)
 {
-    if (!hash.empty() && hash_.IsRemembered(hash, password)) {
+    if (!attempt.hash.empty() && hash_.IsRemembered(attempt.hash, attempt.password)) {
         then(true);
         return;
     }
-    worker_.Execute(OV::MakeTask(
-        [this, open = server_.HoldOpen(), hash, password, then = std::move(then)]() mutable {
-            const bool right = hash_.Check(hash, password);
-            server_.Post([right, then = std::move(then)] { then(right); });
-        }));
+    if (const auto wait = limits_.MustWait(attempt.login, attempt.address); wait.count() > 0)
+        return Refuse(reply, wait, "Too many refused sign-ins. Wait a moment before the next one.");
+    auto finish = [this, login = attempt.login, address = attempt.address,
+                   then = std::move(then)](bool isRight) {
+        limits_.Told(login, address, isRight);
+        then(isRight);
+    };
+    Add({++lastNumber_, attempt.login, attempt.address, reply,
+         [this, hash = attempt.hash, password = attempt.password, finish = std::move(finish)] {
+             const bool isRight = hash_.Check(hash, password);
+             return [isRight, finish] { finish(isRight); };
+         }});
 }
 
-void PasswordWorker::Make(const std::string& password,
+void PasswordWorker::Make(const std::string& password, const Reply& reply,
                           std::function<void(const std::string& hash)> then)
 {
-    worker_.Execute(
-        OV::MakeTask([this, open = server_.HoldOpen(), password, then = std::move(then)]() mutable {
-            auto hash = hash_.Make(password);
-            server_.Post([hash = std::move(hash), then = std::move(then)] { then(hash); });
-        }));
+    Add({++lastNumber_, {}, {}, reply, [this, password, then = std::move(then)] {
+             return [hash = hash_.Make(password), then] { then(hash); };
+         }});
+}
+
+void PasswordWorker::Add(Job job)
+{
+    if (IsTooMuch(job))
+        return Refuse(job.reply, std::chrono::seconds(2),
+                      "The server checks as many passwords as it can. Try again in a moment.");
+    job.reply.WhenGone([this, number = job.number] { Forget(number); });
+    waiting_.push_back(std::move(job));
+    StartNext();
+}
+
+bool PasswordWorker::IsTooMuch(const Job& job) const
+{
+    const auto alike = std::count_if(waiting_.begin(), waiting_.end(), [&](const Job& each) {
+        return each.login.empty() == job.login.empty();
+    });
+    const auto ofName = std::count_if(waiting_.begin(), waiting_.end(), [&](const Job& each) {
+        return !job.login.empty() && each.login == job.login && each.address == job.address;
+    });
+    return static_cast<std::size_t>(alike) >= MaximumWaiting ||
+           static_cast<std::size_t>(ofName) >= MaximumOfOneName;
+}
+
+void PasswordWorker::StartNext()
+{
+    if (running_ >= MaximumRunning || waiting_.empty())
+        return;
+    const auto chosen = ChooseNext();
+    Job job = std::move(*chosen);
+    waiting_.erase(chosen);
+    lastAddress_ = job.address;
+    ++running_;
+    workers_.Execute(OV::MakeTask([this, open = server_.HoldOpen(),
+                                   job = std::move(job)]() mutable {
+        std::function<void()> finish;
+        try {
+            finish = job.compute();
+        } catch (...) {
+            finish = [reply = job.reply, error = std::current_exception()] { Fail(reply, error); };
+        }
+        // The last copy of the reply must not go on this thread: its client would be answered here.
+        server_.Post([this, finish = std::move(finish), last = std::move(job)] {
+            --running_;
+            StartNext();
+            finish();
+        });
+    }));
+}
+
+std::deque<PasswordWorker::Job>::iterator PasswordWorker::ChooseNext()
+{
+    const auto signedIn = std::find_if(waiting_.begin(), waiting_.end(),
+                                       [](const Job& job) { return job.login.empty(); });
+    if (signedIn != waiting_.end())
+        return signedIn;
+    const auto other = std::find_if(waiting_.begin(), waiting_.end(),
+                                    [&](const Job& job) { return job.address != lastAddress_; });
+    return other != waiting_.end() ? other : waiting_.begin();
+}
+
+void PasswordWorker::Forget(std::uint64_t number)
+{
+    std::erase_if(waiting_, [&](const Job& job) { return job.number == number; });
+}
+
+void PasswordWorker::RefuseWaiting()
+{
+    for (const Job& job : std::exchange(waiting_, {}))
+        Refuse(job.reply, std::chrono::seconds(2), "The server is being stopped. Try again.");
 }
 
 }  // namespace Nexar

@@ -2,26 +2,67 @@
 
 #include "HttpServer.hpp"
 #include "PasswordHash.hpp"
+#include "SignInLimits.hpp"
 
 #include "OVRoot/PooledExecutor.hpp"
 
+#include <cstdint>
+#include <deque>
+#include <exception>
+
 namespace Nexar {
 
-/// Password hashes on a thread of their own, so that a sign-in holds nobody else up. Results come
-/// back on the server's thread; the server does not end before.
+/// Password hashes on threads of their own, so that a sign-in holds nobody else up. A hash costs
+/// its asker nothing and the server a long computation, so what waits is limited, in all and for
+/// each name; users who are signed in come before those who want to be, and those of an address
+/// that was not served last before the others. Whoever is too much is told when to come back, and
+/// who hangs up is not computed for. Used on the server's thread alone; results come back on it.
 class PasswordWorker {
 public:
     PasswordWorker(HttpServer& server, PasswordHash& hash) : server_(server), hash_(hash) {}
 
-    /// As PasswordHash::Check; `then` is called within the call when the answer is known already.
-    void Check(const std::string& hash, const std::string& password,
-               std::function<void(bool)> then);
-    void Make(const std::string& password, std::function<void(const std::string& hash)> then);
+    struct Attempt {
+        std::string login;
+        std::string address;
+        std::string hash;  ///< empty when there is no such user
+        std::string password;
+    };
+    /// As PasswordHash::Check for a sign-in. Calls `then`, within the call when the answer is known
+    /// already, or refuses through `reply`.
+    void Check(const Attempt& attempt, const Reply& reply, std::function<void(bool)> then);
+    /// A new hash for somebody who is signed in.
+    void Make(const std::string& password, const Reply& reply,
+              std::function<void(const std::string& hash)> then);
+    [[nodiscard]] bool IsOutdated(const std::string& hash) const { return hash_.IsOutdated(hash); }
+
+    /// Refuses what waits, for the end of the server.
+    void RefuseWaiting();
 
 private:
+    /// Runs on a thread of its own; what it returns runs on the server's.
+    using Computation = std::function<std::function<void()>()>;
+    struct Job {
+        std::uint64_t number;
+        std::string login;  ///< empty for who is signed in
+        std::string address;
+        Reply reply;
+        Computation compute;
+    };
+
+    void Add(Job job);
+    void StartNext();
+    [[nodiscard]] std::deque<Job>::iterator ChooseNext();
+    void Forget(std::uint64_t number);
+    [[nodiscard]] bool IsTooMuch(const Job& job) const;
+
     HttpServer& server_;
     PasswordHash& hash_;
-    OV::PooledExecutor worker_{1, 1, 60'000};
+    SignInLimits limits_;
+    std::deque<Job> waiting_;
+    std::size_t running_ = 0;
+    std::uint64_t lastNumber_ = 0;
+    std::string lastAddress_;
+    OV::PooledExecutor workers_{2, 2, 60'000};
 };
 
 }  // namespace Nexar

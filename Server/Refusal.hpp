@@ -4,6 +4,8 @@
 
 #include <stdexcept>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace Nexar {
 
@@ -20,12 +22,21 @@ public:
     [[nodiscard]] Syncra::Protocol::ErrorCode Code() const noexcept { return code_; }
     [[nodiscard]] int Status() const noexcept { return status_; }
 
+    /// A header that the answer has beside the usual ones; returns this refusal.
+    Refusal& With(const std::string& header, const std::string& value)
+    {
+        headers_.emplace_back(header, value);
+        return *this;
+    }
+    [[nodiscard]] const auto& Headers() const noexcept { return headers_; }
+
 private:
     /// The HTTP status that usually goes with a code.
     [[nodiscard]] static int StatusOf(Syncra::Protocol::ErrorCode code) noexcept;
 
     Syncra::Protocol::ErrorCode code_;
     int status_;
+    std::vector<std::pair<std::string, std::string>> headers_;
 };
 
 }  // namespace Nexar

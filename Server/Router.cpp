@@ -37,6 +37,10 @@ int Refusal::StatusOf(ErrorCode code) noexcept
         return 422;
     case ErrorCode::ProjectUnavailable:
         return 423;
+    case ErrorCode::StoreUnavailable:
+        return 503;
+    case ErrorCode::TooManyRequests:
+        return 429;
     case ErrorCode::IncompatibleVersion:
         return 426;
     case ErrorCode::BadRequest:
@@ -106,6 +110,14 @@ HttpResponse AnswerOfCurrentException()
         return ErrorResponse(refusal);
     } catch (const Syncra::Protocol::MalformedRecordException& error) {
         return ErrorResponse(Refusal(ErrorCode::BadRequest, error.what()));
+    } catch (const DatabaseError& error) {
+        OV::Logger::Error("nexar-server", u"A request failed: %", {error.what()});
+        return ErrorResponse(
+            error.IsUnavailable()
+                ? Refusal(ErrorCode::StoreUnavailable,
+                          "The store is busy or has no room; the server's log says why. Try again.")
+                : Refusal(ErrorCode::InternalError,
+                          "The server failed; its log says why. Try again later."));
     } catch (const std::exception& error) {
         OV::Logger::Error("nexar-server", u"A request failed: %", {error.what()});
         return ErrorResponse(Refusal(ErrorCode::InternalError,
@@ -115,27 +127,32 @@ HttpResponse AnswerOfCurrentException()
 
 }  // namespace
 
-void Router::Add(const std::string& method, const std::string& pattern, Handler handler)
+void Router::Add(const std::string& method, const std::string& pattern, Handler handler,
+                 std::size_t bodyLimit)
 {
-    AddAsync(method, pattern, [handler = std::move(handler)](const Call& call, const Reply& reply) {
-        reply(JsonResponse(handler(call)));
-    });
+    Insert(
+        method, pattern,
+        [handler = std::move(handler)](const Call& call, const Reply& reply) {
+            reply(JsonResponse(handler(call)));
+        },
+        false, bodyLimit);
 }
 
 void Router::AddAsync(const std::string& method, const std::string& pattern, AsyncHandler handler)
 {
-    Insert(method, pattern, std::move(handler), false);
+    Insert(method, pattern, std::move(handler), false, OrdinaryBody);
 }
 
 void Router::AddOpen(const std::string& method, const std::string& pattern, AsyncHandler handler)
 {
-    Insert(method, pattern, std::move(handler), true);
+    Insert(method, pattern, std::move(handler), true, OpenBody);
 }
 
 void Router::Insert(const std::string& method, const std::string& pattern, AsyncHandler handler,
-                    bool open)
+                    bool open, std::size_t bodyLimit)
 {
-    routes_.push_back({method, SplitPattern(pattern), std::move(handler), open, allowBuiltIn_});
+    routes_.push_back(
+        {method, SplitPattern(pattern), std::move(handler), open, allowBuiltIn_, bodyLimit});
 }
 
 void Router::operator()(HttpRequest request, const Reply& reply) const
@@ -147,6 +164,22 @@ void Router::operator()(HttpRequest request, const Reply& reply) const
         route.handler(std::move(call), reply);
     } catch (...) {
         reply(AnswerOfCurrentException());
+    }
+}
+
+HeadVerdict Router::CheckHead(const HttpRequest& head) const
+{
+    try {
+        Call call{head, {}, {}};
+        const Route& route = Match(call);
+        Admit(route, call);
+        // A page in a browser can send other types to any server in reach of its visitor.
+        if (!head.isJson)
+            throw Refusal(ErrorCode::BadRequest, "A body must be of the type application/json.",
+                          415);
+        return {route.bodyLimit, std::nullopt};
+    } catch (...) {
+        return {0, AnswerOfCurrentException()};
     }
 }
 
@@ -171,7 +204,8 @@ const Router::Route& Router::Match(Call& call) const
     }
     if (allowed.empty())
         throw Refusal(ErrorCode::NoSuchRoute, "There is no such path on this service.");
-    throw Refusal(ErrorCode::NoSuchRoute, "This path takes " + allowed + " alone.", 405);
+    throw Refusal(ErrorCode::NoSuchRoute, "This path takes " + allowed + " alone.", 405)
+        .With("Allow", allowed);
 }
 
 void Router::Admit(const Route& route, Call& call) const
@@ -205,8 +239,12 @@ void Router::RequireAccount(TokenTable::Login& login, const std::string& token) 
 
 HttpResponse ErrorResponse(const Refusal& refusal)
 {
-    return ErrorResponse(refusal.Status(), static_cast<std::int32_t>(refusal.Code()),
-                         refusal.what());
+    auto response =
+        ErrorResponse(refusal.Status(), static_cast<std::int32_t>(refusal.Code()), refusal.what());
+    response.headers = refusal.Headers();
+    if (response.status == 401)
+        response.headers.emplace_back("WWW-Authenticate", "Bearer");
+    return response;
 }
 
 HttpResponse JsonResponse(const nlohmann::json& value)

@@ -38,8 +38,15 @@ public:
 
     Router(TokenTable& tokens, UserStore& users) : tokens_(tokens), users_(users) {}
 
+    /// The most bytes of a body, but for the routes that say otherwise.
+    static constexpr std::size_t OrdinaryBody = std::size_t{4} << 20;
+    static constexpr std::size_t LargeBody = std::size_t{16} << 20;
+    /// Enough for a name and a password, however they are escaped.
+    static constexpr std::size_t OpenBody = std::size_t{16} << 10;
+
     /// `pattern` is like "/syncra/v1/projects/{}/state".
-    void Add(const std::string& method, const std::string& pattern, Handler handler);
+    void Add(const std::string& method, const std::string& pattern, Handler handler,
+             std::size_t bodyLimit = OrdinaryBody);
     void AddAsync(const std::string& method, const std::string& pattern, AsyncHandler handler);
     /// A route for which nobody needs to be signed in.
     void AddOpen(const std::string& method, const std::string& pattern, AsyncHandler handler);
@@ -47,6 +54,8 @@ public:
     void AllowBuiltIn(bool allow) { allowBuiltIn_ = allow; }
 
     void operator()(HttpRequest request, const Reply& reply) const;
+    /// Whether the request will be let in, and how large its body may be.
+    [[nodiscard]] HeadVerdict CheckHead(const HttpRequest& head) const;
     /// Answers with what `work` returns, or with what it throws: for a handler that answers later.
     static void Answer(const Reply& reply, const std::function<nlohmann::json()>& work);
 
@@ -57,9 +66,10 @@ private:
         AsyncHandler handler;
         bool open;
         bool builtIn;
+        std::size_t bodyLimit;
     };
     void Insert(const std::string& method, const std::string& pattern, AsyncHandler handler,
-                bool open);
+                bool open, std::size_t bodyLimit);
     [[nodiscard]] const Route& Match(Call& call) const;
     void Admit(const Route& route, Call& call) const;
     void RequireAccount(TokenTable::Login& login, const std::string& token) const;

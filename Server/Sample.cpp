@@ -189,11 +189,11 @@ void AddToGroups(GroupStore& store, UserStore& userStore)
 
 }  // namespace
 
-void FillWithSample(Database& database, const PasswordHash& hash, std::uint32_t logLines)
+bool FillWithSample(Database& database, const PasswordHash& hash, std::uint32_t logLines)
 {
     UserStore userStore(database);
     if (!userStore.IsEmpty())
-        return;
+        return false;
     ProjectStore projectStore(database);
     MemberStore memberStore(database);
     SessionStore sessionStore(database);
@@ -208,6 +208,7 @@ void FillWithSample(Database& database, const PasswordHash& hash, std::uint32_t 
     AddToGroups(groupStore, userStore);
     AddSampleLog(database, SampleLogMembers(), logLines);
     transaction.Commit();
+    return true;
 }
 
 }  // namespace Nexar

@@ -12,7 +12,9 @@ namespace Nexar {
 inline constexpr const char* SamplePassword = "nexar-sample";
 
 /// Fills an empty store with a believable team; Docs/Commands.md tells who and what. Does nothing
-/// when there are users already. Its projects have logs of `logLines` lines over two years.
-void FillWithSample(Database& database, const PasswordHash& hash, std::uint32_t logLines);
+/// and is false when there are users already. Its projects have logs of `logLines` lines over two
+/// years.
+[[nodiscard]] bool FillWithSample(Database& database, const PasswordHash& hash,
+                                  std::uint32_t logLines);
 
 }  // namespace Nexar

@@ -320,6 +320,44 @@ CREATE TABLE performance (
     value REAL NOT NULL
 );
 CREATE INDEX performance_by_time ON performance(time, number);
+)",
+    // The clock may go back, the times of a log may not: clients ask from the newest known second
+    // on. Beyond 2038 they stay at the last second that a line can hold.
+    R"(
+CREATE VIEW log_times AS
+    SELECT id AS project_id, min(2147483647, max(unixepoch(), coalesce(
+        (SELECT max(time) FROM events WHERE events.project_id = projects.id), 0))) AS now
+    FROM projects;
+DROP TRIGGER members_join;
+CREATE TRIGGER members_join AFTER INSERT ON members
+BEGIN
+    INSERT INTO events (project_id, time, user, action)
+        SELECT project_id, now, full_name || ' (' || login || ')', 'Join'
+        FROM users JOIN log_times ON project_id = NEW.project_id WHERE id = NEW.user_id;
+END;
+DROP TRIGGER sessions_begin;
+CREATE TRIGGER sessions_begin AFTER INSERT ON sessions
+BEGIN
+    INSERT INTO events (project_id, time, user, action)
+        SELECT project_id, now, full_name || ' (' || login || ')', 'Login'
+        FROM users JOIN log_times ON project_id = NEW.project_id WHERE id = NEW.user_id;
+END;
+DROP TRIGGER sessions_end;
+CREATE TRIGGER sessions_end AFTER DELETE ON sessions
+BEGIN
+    INSERT INTO events (project_id, time, user, action, seconds)
+        SELECT project_id, now, full_name || ' (' || login || ')', 'Logout',
+               max(0, now - OLD.start_time)
+        FROM users JOIN log_times ON project_id = OLD.project_id WHERE id = OLD.user_id;
+END;
+DROP TRIGGER mails_are_sent;
+CREATE TRIGGER mails_are_sent AFTER INSERT ON mail_keys
+BEGIN
+    INSERT INTO events (project_id, time, user, action, size)
+        SELECT project_id, now, full_name || ' (' || login || ')', 'Send',
+               coalesce((SELECT length(header) + length(body) FROM mails WHERE id = NEW.mail_id), 0)
+        FROM users JOIN log_times ON project_id = NEW.project_id WHERE id = NEW.sender_id;
+END;
 )"};
 
 inline constexpr auto SchemaVersion = static_cast<std::int64_t>(SchemaSteps.size());

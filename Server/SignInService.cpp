@@ -11,11 +11,13 @@
 namespace Nexar {
 
 using namespace Syncra::Protocol;
+using nlohmann::json;
 
 namespace {
 
 constexpr std::uint32_t ProductVersion = 1400;
 constexpr std::size_t MaximumCredentialUnits = 1024;
+constexpr std::size_t MaximumLoggedUnits = 64;
 
 SignInRequest ReadCredentials(const Call& call)
 {
@@ -74,36 +76,55 @@ void SignInService::SignIn(const Call& call, const Reply& reply)
     const std::string login = OV::ToUtf8(request.userName);
     const std::string password = OV::ToUtf8(request.password);
     const auto user = users_.FindByLogin(login);
-    passwords_.Check(user ? user->passwordHash : std::string(), password,
-                     [this, user, login, reply](bool right) { Finish(user, right, login, reply); });
+    const auto hash = user ? user->passwordHash : std::string();
+    const PasswordWorker::Attempt attempt{login, call.request.address, hash, password};
+    passwords_.Check(attempt, reply, [this, hash, login, password, reply](bool right) {
+        Router::Answer(reply, [&] { return Finish(hash, right, login); });
+        if (right)
+            KeepUpToDate(hash, login, password);
+    });
 }
 
 void SignInService::SignInBuiltIn(const Call& call, const Reply& reply)
 {
     if (ReadCredentials(call).password != OV::FromUtf8(BuiltInLogin))
         throw Refusal(ErrorCode::BadCredentials, "The user name or the password is wrong.");
-    Grant({"", BuiltInLogin, true}, BuiltInLogin, reply);
+    reply(JsonResponse(Grant({"", BuiltInLogin, true}, BuiltInLogin)));
 }
 
-void SignInService::Finish(const std::optional<StoredUser>& user, bool passwordIsRight,
-                           const std::string& login, const Reply& reply)
+json SignInService::Finish(const std::string& checkedHash, bool passwordIsRight,
+                           const std::string& login)
 {
-    if (!user || !passwordIsRight) {
-        OV::Logger::Warning("nexar-server", u"Sign-in refused: user \"%\"", {login});
-        reply(ErrorResponse(
-            Refusal(ErrorCode::BadCredentials, "The user name or the password is wrong.")));
-        return;
+    // The password may have been changed, or the user deleted, while the old hash was computed.
+    const auto user = users_.FindByLogin(login);
+    const OV::UniString name = OV::FromUtf8(login).substr(0, MaximumLoggedUnits);
+    if (!user || !passwordIsRight || user->passwordHash != checkedHash) {
+        OV::Logger::Warning("nexar-server", u"Sign-in refused: user \"%\"", {name});
+        throw Refusal(ErrorCode::BadCredentials, "The user name or the password is wrong.");
     }
     if (!user->enabled) {
-        OV::Logger::Warning("nexar-server", u"Sign-in refused, account off: user \"%\"", {login});
-        reply(ErrorResponse(Refusal(ErrorCode::UserDisabled,
-                                    "This account is switched off. Ask your administrator.")));
-        return;
+        OV::Logger::Warning("nexar-server", u"Sign-in refused, account off: user \"%\"", {name});
+        throw Refusal(ErrorCode::UserDisabled,
+                      "This account is switched off. Ask your administrator.");
     }
-    Grant({user->id, user->login}, user->fullName, reply);
+    return Grant({user->id, user->login}, user->fullName);
 }
 
-void SignInService::Grant(TokenTable::Login login, const std::string& userName, const Reply& reply)
+/// A hash of another cost than that of today would tell by its time whether a name exists.
+void SignInService::KeepUpToDate(const std::string& hash, const std::string& login,
+                                 const std::string& password)
+{
+    if (!passwords_.IsOutdated(hash))
+        return;
+    const Reply nobody([](const HttpResponse&) {});
+    passwords_.Make(password, nobody, [this, hash, login](const std::string& made) {
+        const auto user = users_.FindByLogin(login);
+        if (user && user->passwordHash == hash)
+            users_.SetPasswordHash(user->id, made);
+    });
+}
+
+json SignInService::Grant(TokenTable::Login login, const std::string& userName)
 {
     SignInAnswer answer;
     answer.userId = OV::FromUtf8(login.userId);
@@ -111,7 +132,7 @@ void SignInService::Grant(TokenTable::Login login, const std::string& userName, 
     answer.token = tokens_.Add(std::move(login));
     answer.protocol = ProtocolVersion;
     answer.serverVersion = ProductVersion;
-    reply(JsonResponse(ToJson(answer)));
+    return ToJson(answer);
 }
 
 }  // namespace Nexar

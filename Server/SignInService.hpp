@@ -22,9 +22,12 @@ private:
     void AddCommonRoutes(Router& router);
     void SignIn(const Call& call, const Reply& reply);
     void SignInBuiltIn(const Call& call, const Reply& reply);
-    void Grant(TokenTable::Login login, const std::string& userName, const Reply& reply);
-    void Finish(const std::optional<StoredUser>& user, bool passwordIsRight,
-                const std::string& login, const Reply& reply);
+    [[nodiscard]] nlohmann::json Grant(TokenTable::Login login, const std::string& userName);
+    void KeepUpToDate(const std::string& hash, const std::string& login,
+                      const std::string& password);
+    /// The answer; throws the refusal of who may not come in.
+    [[nodiscard]] nlohmann::json Finish(const std::string& checkedHash, bool passwordIsRight,
+                                        const std::string& login);
 
     UserStore& users_;
     PasswordWorker& passwords_;

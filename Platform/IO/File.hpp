@@ -58,6 +58,12 @@ struct Content {
 /// IOException::GetStep whether anything was opened.
 ChangeStamp Replace(const Location& file, OV::StringView bytes, bool isPrivate = false);
 
+/// Makes an empty file that its user alone can read; false when something stands there already,
+/// made a moment ago by another process or long before.
+bool CreatePrivate(const Location& file);
+/// Whether others than its user may read the file.
+[[nodiscard]] bool IsReadableByOthers(const Location& file);
+
 /// An absent file counts as deleted; a file that another process holds as ExclusiveFile throws
 /// IOException with ErrorCode::HeldByOther.
 void Delete(const Location& file);

@@ -305,6 +305,24 @@ ChangeStamp Replace(const Location& file, OV::StringView bytes, bool isPrivate)
     return replacement.Commit();
 }
 
+bool CreatePrivate(const Location& file)
+{
+    constexpr int flags = O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC;
+    const Descriptor made(
+        Retry([&] { return open(file.ToNativePath().c_str(), flags, PrivateMode); }));
+    if (!made && errno != EEXIST)
+        Posix::FailToOpen(u"Cannot create", file);
+    return static_cast<bool>(made);
+}
+
+bool IsReadableByOthers(const Location& file)
+{
+    struct stat status {};
+    if (stat(file.ToNativePath().c_str(), &status) != 0)
+        Posix::Fail(u"Cannot look at", file);
+    return (status.st_mode & (S_IRGRP | S_IROTH)) != 0;
+}
+
 void Delete(const Location& file)
 {
     const OV::String path = file.ToNativePath();

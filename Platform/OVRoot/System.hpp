@@ -30,6 +30,13 @@ namespace OV::System {
 [[nodiscard]] std::optional<int> RunProgram(const String& file, std::vector<String> arguments);
 /// The moment in the time zone of the user; safe on any thread.
 [[nodiscard]] std::tm ToLocalTime(std::time_t time);
+/// A write into a pipe or connection whose reader has gone fails instead of ending the process.
+void IgnoreBrokenPipes();
+/// Lets the process open as many files and connections as its user may; returns their number.
+std::size_t RaiseDescriptorLimit();
+/// Keeps the memory of the process, with the passwords in it, out of files that a crash would
+/// leave.
+void ForbidCoreDumps();
 /// Names the calling thread for debuggers; longer names are cut.
 void NameCurrentThread(StringView name);
 

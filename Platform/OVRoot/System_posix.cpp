@@ -2,12 +2,15 @@
 
 #include <array>
 #include <cerrno>
+#include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <netdb.h>
 #include <pthread.h>
 #include <pwd.h>
 #include <spawn.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -88,6 +91,28 @@ std::tm ToLocalTime(std::time_t time)
     std::tm parts{};
     localtime_r(&time, &parts);
     return parts;
+}
+
+void IgnoreBrokenPipes()
+{
+    std::signal(SIGPIPE, SIG_IGN);
+}
+
+std::size_t RaiseDescriptorLimit()
+{
+    rlimit limit{};
+    if (getrlimit(RLIMIT_NOFILE, &limit) != 0)
+        return FOPEN_MAX;
+    const rlimit raised{limit.rlim_max, limit.rlim_max};
+    if (setrlimit(RLIMIT_NOFILE, &raised) == 0)
+        limit = raised;
+    return static_cast<std::size_t>(limit.rlim_cur);
+}
+
+void ForbidCoreDumps()
+{
+    const rlimit none{0, 0};
+    setrlimit(RLIMIT_CORE, &none);
 }
 
 void NameCurrentThread(StringView name)

@@ -21,6 +21,8 @@ enum class ErrorCode : std::int32_t {
     ObjectInUse = 19,          ///< HTTP 409
     RuleBroken = 20,           ///< a record or a change that a rule forbids; HTTP 422
     ProjectUnavailable = 24,   ///< the project is under maintenance; HTTP 423
+    StoreUnavailable = 25,     ///< the store is locked or has no room: try again; HTTP 503
+    TooManyRequests = 26,      ///< try again after "Retry-After" seconds; HTTP 429
     IncompatibleVersion = 30,  ///< the client speaks another version of the protocol; HTTP 426
 };
 

@@ -1,5 +1,6 @@
 #include "Management/Rules.hpp"
 
+#include "Management/ConfigurationStore.hpp"
 #include "Refusal.hpp"
 #include "SignInService.hpp"
 
@@ -16,6 +17,8 @@ namespace {
 constexpr std::size_t MaximumName = 128;
 constexpr std::size_t MaximumText = 1024;
 constexpr std::size_t MaximumEmail = 254;
+/// More than this cannot sign in.
+constexpr std::size_t MaximumPassword = 1024;
 constexpr std::size_t MaximumDigits = 18;
 
 bool IsControl(char16_t c)
@@ -107,6 +110,15 @@ void CheckLoginName(OV::UniStringView text)
         Break("The login name must not look like an id.");
     if (OV::EqualsIgnoreCase(text, OV::FromUtf8(SignInService::BuiltInLogin)))
         Break("\"" + OV::ToUtf8(text) + "\" is the server's own account.");
+}
+
+void CheckPassword(Database& database, OV::UniStringView text)
+{
+    const auto least = ConfigurationStore(database).Get().minimumPasswordLength;
+    if (text.size() < static_cast<std::size_t>(least))
+        Break("The password must have at least " + std::to_string(least) + " characters.");
+    if (text.size() > MaximumPassword)
+        Break("The password must have at most 1024 characters.");
 }
 
 void CheckEmail(OV::UniStringView text)

@@ -17,6 +17,8 @@ void CheckName(OV::UniStringView text, const std::string& what);
 void CheckText(OV::UniStringView text, const std::string& what);
 /// A name that cannot be taken for an id, for two names in a list, or for the server's own account.
 void CheckLoginName(OV::UniStringView text);
+/// A new password: as long as the configuration asks, at most 1024 UTF-16 code units.
+void CheckPassword(Database& database, OV::UniStringView text);
 void CheckEmail(OV::UniStringView text);
 /// "host:port", or empty.
 void CheckAddress(OV::UniStringView text);

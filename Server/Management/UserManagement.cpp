@@ -13,9 +13,6 @@ namespace {
 constexpr std::string_view PngSignature = "\x89PNG\r\n\x1a\n";
 constexpr std::string_view JpegSignature = "\xff\xd8\xff";
 
-/// More than this cannot sign in.
-constexpr std::size_t MaximumPasswordUnits = 1024;
-
 /// Members' clients decode the picture by its type: it must be what it says.
 bool IsPictureOf(const Photo& photo)
 {
@@ -51,10 +48,13 @@ void UserManagement::AddPhotoRoutes(Router& router)
 {
     router.Add("GET", Path("/{}/photo"),
                [this](const Call& call) { return ToJson(photos_.Get(IdOf(call))); });
-    router.Add("PUT", Path("/{}/photo"), [this](const Call& call) {
-        SetPhoto(call);
-        return json::object();
-    });
+    router.Add(
+        "PUT", Path("/{}/photo"),
+        [this](const Call& call) {
+            SetPhoto(call);
+            return json::object();
+        },
+        Router::LargeBody);
 }
 
 std::vector<Records::User> UserManagement::Chosen(const Call& call)
@@ -142,7 +142,7 @@ void UserManagement::InsertWithPassword(const Call& call, const Reply& reply)
         reply(JsonResponse(insert("")));
         return;
     }
-    passwords_.Make(ReadPassword(body), [insert, reply](const std::string& hash) {
+    passwords_.Make(ReadPassword(body), reply, [insert, reply](const std::string& hash) {
         Router::Answer(reply, [&] { return insert(hash); });
     });
 }
@@ -150,23 +150,20 @@ void UserManagement::InsertWithPassword(const Call& call, const Reply& reply)
 void UserManagement::SetPassword(const Call& call, const Reply& reply)
 {
     const auto id = SelfOr(call, context_.rights.IsAdministrator(call));
-    passwords_.Make(ReadPassword(call.Body()), [this, call, id, reply](const std::string& hash) {
-        Router::Answer(reply, [&] {
-            users_.SetPasswordHash(id, hash);
-            tokens_.RemoveUser(id, call.request.token);
-            return json::object();
-        });
-    });
+    passwords_.Make(ReadPassword(call.Body()), reply,
+                    [this, call, id, reply](const std::string& hash) {
+                        Router::Answer(reply, [&] {
+                            users_.SetPasswordHash(id, hash);
+                            tokens_.RemoveUser(id, call.request.token);
+                            return json::object();
+                        });
+                    });
 }
 
 std::string UserManagement::ReadPassword(const json& body)
 {
     const auto password = ReadText(body, "password");
-    const auto least = ConfigurationStore(context_.database).Get().minimumPasswordLength;
-    if (password.size() < static_cast<std::size_t>(least))
-        Rules::Break("The password must have at least " + std::to_string(least) + " characters.");
-    if (password.size() > MaximumPasswordUnits)
-        Rules::Break("The password must have at most 1024 characters.");
+    Rules::CheckPassword(context_.database, password);
     return OV::ToUtf8(password);
 }
 

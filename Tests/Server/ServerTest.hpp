@@ -38,6 +38,8 @@ struct Answer {
     std::string text = std::string(method) + ' ' + std::string(target) + " HTTP/1.1\r\nHost: h\r\n";
     if (!token.empty())
         text += "Authorization: Bearer " + std::string(token) + "\r\n";
+    if (!body.empty())
+        text += "Content-Type: application/json\r\n";
     return text + "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + std::string(body);
 }
 

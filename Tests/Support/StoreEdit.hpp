@@ -20,3 +20,21 @@ inline void EditStore(const std::filesystem::path& store, const std::string& sql
     if (result != SQLITE_OK)
         throw std::runtime_error("the store refused: " + problem);
 }
+
+/// Keeps everybody else from writing to a store while it lives, as a backup or a shell may.
+class StoreLock {
+public:
+    explicit StoreLock(const std::filesystem::path& store)
+    {
+        sqlite3_open_v2(store.c_str(), &database_, SQLITE_OPEN_READWRITE, nullptr);
+        sqlite3_busy_timeout(database_, 5000);
+        if (sqlite3_exec(database_, "BEGIN IMMEDIATE", nullptr, nullptr, nullptr) != SQLITE_OK)
+            throw std::runtime_error("the store cannot be locked");
+    }
+    ~StoreLock() { sqlite3_close(database_); }
+    StoreLock(const StoreLock&) = delete;
+    StoreLock& operator=(const StoreLock&) = delete;
+
+private:
+    sqlite3* database_ = nullptr;
+};

@@ -1,0 +1,76 @@
+#include "LogWriter.hpp"
+
+#include <chrono>
+#include <condition_variable>
+#include <deque>
+#include <iostream>
+#include <mutex>
+#include <thread>
+#include <utility>
+
+namespace Nexar {
+
+namespace {
+
+constexpr std::size_t MaximumWaiting = 1000;
+constexpr std::chrono::seconds LongestEnd{1};
+
+}  // namespace
+
+/// Shared with the thread, which a stream that takes nothing may keep beyond the writer's life.
+struct LogWriter::State {
+    std::mutex lock;
+    std::condition_variable changed;
+    std::deque<std::string> waiting;
+    std::size_t dropped = 0;
+    bool isWriting = false;
+    bool ends = false;
+
+    void Run()
+    {
+        std::unique_lock guard(lock);
+        for (;;) {
+            changed.wait(guard, [this] { return !waiting.empty() || ends; });
+            if (waiting.empty())
+                break;
+            const std::string line = std::exchange(waiting.front(), {});
+            waiting.pop_front();
+            isWriting = true;
+            guard.unlock();
+            std::cerr << line << std::flush;
+            guard.lock();
+            isWriting = false;
+            if (const auto count = std::exchange(dropped, 0); count > 0)
+                waiting.push_back("nexar-server: " + std::to_string(count) +
+                                  " lines of the log were dropped: nobody read it.\n");
+            changed.notify_all();
+        }
+    }
+};
+
+LogWriter::LogWriter() : state_(std::make_shared<State>())
+{
+    std::thread([state = state_] { state->Run(); }).detach();
+}
+
+LogWriter::~LogWriter()
+{
+    std::unique_lock guard(state_->lock);
+    state_->ends = true;
+    state_->changed.notify_all();
+    state_->changed.wait_for(guard, LongestEnd,
+                             [this] { return state_->waiting.empty() && !state_->isWriting; });
+}
+
+void LogWriter::Write(std::string line)
+{
+    const std::lock_guard guard(state_->lock);
+    if (state_->waiting.size() >= MaximumWaiting) {
+        ++state_->dropped;
+        return;
+    }
+    state_->waiting.push_back(std::move(line));
+    state_->changed.notify_all();
+}
+
+}  // namespace Nexar

@@ -1,0 +1,92 @@
+#include "ServerTest.hpp"
+
+#include "Support/ChildProcess.hpp"
+
+#include <memory>
+
+namespace {
+
+using nlohmann::json;
+namespace fs = std::filesystem;
+
+const std::string SignInPath = "/syncra/v1/sign-in";
+
+/// What strangers and members must not be able to do to the others.
+class AttackTest : public ServerTest {
+protected:
+    Answer AskWithoutBody(const std::string& path, std::size_t promised,
+                          const std::string& type = "application/json; charset=utf-8")
+    {
+        RawHttp connection(server.ModelPort());
+        (void)connection.Send("POST " + path + " HTTP/1.1\r\nHost: h\r\nContent-Type: " + type +
+                              "\r\nContent-Length: " + std::to_string(promised) + "\r\n\r\n");
+        return ReadAnswer(connection);
+    }
+};
+
+}  // namespace
+
+TEST_F(AttackTest, ALargeBodyIsRefusedBeforeItIsReceived)
+{
+    EXPECT_EQ(AskWithoutBody(ProjectPath(Sample::HarbourBridge, "mails"), 16u << 20).Code(), 15);
+    EXPECT_EQ(AskWithoutBody("/syncra/v1/nothing", 16u << 20).Code(), 3);
+    EXPECT_EQ(AskWithoutBody(SignInPath, 1u << 20).Code(), 4);
+    // What a page in a browser may send anywhere.
+    EXPECT_EQ(AskWithoutBody(SignInPath, 9, "text/plain").status, 415);
+}
+
+TEST_F(AttackTest, WhoGuessesAPasswordWaitsAndNobodyElseDoes)
+{
+    Client guesser(server.ModelPort());
+    int refused = 0;
+    while (refused < 100 && guesser.SignIn("anna.novak", "wrong").Code() == 10)
+        ++refused;
+    EXPECT_EQ(refused, 5);
+    RawHttp connection(server.ModelPort());
+    const json body{{"userName", "anna.novak"}, {"password", "wrong"}, {"protocol", 1}};
+    (void)connection.Send(RequestText("POST", SignInPath, "", body.dump()));
+    const auto answer = connection.Read();
+    EXPECT_EQ(answer.status, 429);
+    EXPECT_NE(answer.head.find("\r\nRetry-After: 1\r\n"), std::string::npos) << answer.head;
+    EXPECT_EQ(guesser.SignIn("jonas.berg", ServerProcess::Password).status, 200);
+}
+
+TEST_F(AttackTest, AStoreThatIsLockedIsABusyOne)
+{
+    auto anna = SignedIn("anna.novak");
+    const auto path = ProjectPath(Sample::HarbourBridge, "sessions");
+    {
+        const StoreLock lock(server.StorePath());
+        EXPECT_EQ(anna.Ask("POST", path, "{}").Code(), 25);
+        EXPECT_EQ(anna.Ask("GET", path).status, 200);
+        EXPECT_EQ(anna.Ask("GET", "/syncra/version").status, 200);
+    }
+    EXPECT_EQ(anna.Ask("POST", path, "{}").status, 200);
+    EXPECT_EQ(server.Terminate(), 0);
+}
+
+TEST_F(AttackTest, UsersWhoAreAddedToANewStoreAtOnceAreAllThere)
+{
+    const auto store = folder.Path() / "new.db";
+    std::ofstream(folder.Path() / "password") << "long enough\n";
+    std::vector<std::unique_ptr<ChildProcess>> adding;
+    for (int user = 0; user < 4; ++user)
+        adding.push_back(std::make_unique<ChildProcess>([&] {
+            return ServerProcess::Run({"--data", store, "--hash", "minimum", "--add-user",
+                                       "user" + std::to_string(user), "--password-file",
+                                       folder.Path() / "password"},
+                                      "/dev/null", server.LogPath());
+        }));
+    for (const auto& each : adding)
+        EXPECT_EQ(each->Wait(), 0);
+    ASSERT_EQ(server.Terminate(), 0);
+    fs::rename(store, server.StorePath());
+    for (const char* ending : {"-wal", "-shm"})
+        fs::remove(server.StorePath().string() + ending);
+    server.Start();
+    for (int user = 0; user < 4; ++user)
+        EXPECT_EQ(
+            Client(server.ModelPort()).SignIn("user" + std::to_string(user), "long enough").status,
+            200)
+            << user << server.Log();
+}
