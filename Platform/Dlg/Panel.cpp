@@ -19,6 +19,11 @@ DialogWindow& Panel::Window()
     return *window_;
 }
 
+void Panel::Notify(const std::function<void(PanelObserver&)>& tell)
+{
+    observers_.Notify([&](PanelObserver& observer) { Guarded([&] { tell(observer); }); });
+}
+
 void Panel::Guarded(const std::function<void()>& handler) noexcept
 {
     try {
@@ -40,7 +45,7 @@ void Panel::ThrowFailure()
 void Panel::_ItemUsed(int item) noexcept
 {
     Guarded([&] {
-        if (const auto found = items_.find(item); found != items_.end())
+        if (const auto found = items_.find(item); found != items_.end() && HearsItems())
             found->second->Used();
     });
 }
@@ -48,7 +53,7 @@ void Panel::_ItemUsed(int item) noexcept
 void Panel::_HeaderUsed(int listBox, int column) noexcept
 {
     Guarded([&] {
-        if (const auto found = items_.find(listBox); found != items_.end())
+        if (const auto found = items_.find(listBox); found != items_.end() && HearsItems())
             found->second->HeaderUsed(column);
     });
 }
