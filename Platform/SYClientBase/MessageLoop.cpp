@@ -40,6 +40,7 @@ OV::RunnableTask TakeFirst()
 
 void RunOne(const OV::RunnableTask& task)
 {
+    OV::AssertNoLockHeld("a task of the main thread");
     try {
         task->Run();
     } catch (const std::exception& failure) {

@@ -42,8 +42,8 @@ private:
 
 void SignalState::SetForcedOffline(bool forced)
 {
+    presence_.HoldOffline(forced);
     const OV::LockGuard guard(lock_);
-    forcedOffline_ = forced;
     ++changes_;
     if (forced && client_)
         client_->Cancel();
@@ -54,7 +54,7 @@ void SignalState::SetClient(Syncra::Client::SyncraClient* client)
 {
     const OV::LockGuard guard(lock_);
     client_ = client;
-    if (client && forcedOffline_)
+    if (client && IsForcedOffline())
         client->Cancel();
 }
 
@@ -62,8 +62,7 @@ void SignalState::SetClient(Syncra::Client::SyncraClient* client)
 void SignalState::AwaitOnlineWish() OV_NO_ANALYSIS
 {
     std::unique_lock guard(lock_);
-    if (!changed_.wait(guard, OV::Thread::CurrentToken(),
-                       [this] { return !forcedOffline_.load(); }))
+    if (!changed_.wait(guard, OV::Thread::CurrentToken(), [this] { return !IsForcedOffline(); }))
         throw OV::InterruptedException();
 }
 
@@ -114,6 +113,8 @@ bool SignalListener::TryOnce()
         }
     } catch (const std::exception& failure) {
         NoteLoss(failure.what());
+    } catch (...) {
+        NoteLoss("unknown error");
     }
     state_.Pause(backoff_.NextMilliseconds());
     return true;
@@ -121,6 +122,7 @@ bool SignalListener::TryOnce()
 
 void SignalListener::Listen()
 {
+    OV::AssertNoLockHeld("PKSignalClient::Connector");
     const std::unique_ptr<Syncra::Client::SyncraClient> client = connector_();
     if (!client)
         throw OV::NullReferenceException();
@@ -157,13 +159,8 @@ void SignalListener::ListenWith(Syncra::Client::SyncraClient& client)
 void SignalListener::Deliver(const Signal& signal)
 {
     state_.observers.Notify([&signal](PKSignalClientObserver& observer) {
-        try {
-            if (observer._CheckSignalType(signal.id))
-                observer._SignalReceived(signal);
-        } catch (const std::exception& failure) {
-            OV::Logger::Error(LogCategory, u"SYCB::PKSignalClient: an observer failed: %",
-                              {failure.what()});
-        }
+        if (observer._CheckSignalType(signal.id))
+            observer._SignalReceived(signal);
     });
     if (OV::Thread::IsInterrupted())
         throw OV::InterruptedException();
@@ -181,9 +178,6 @@ void SignalListener::SetOnline()
         throw OV::InterruptedException();
     lossWasLogged_ = false;
     presence_.SetState(PresenceState::Online);
-    // The wish to work offline may have come in between, and its "offline" been overtaken.
-    if (state_.IsForcedOffline())
-        presence_.SetState(PresenceState::Offline);
 }
 
 void SignalListener::NoteLoss(const char* reason)
