@@ -216,7 +216,7 @@ TEST_F(CheckOutcomeTest, KnownToBeOfflineAsksNoServerUnlessForced)
     EXPECT_EQ(connection.Check(true, false, false, false), CheckResult::Offline);
     EXPECT_EQ(connection.GetSyncraClient(), nullptr);
     EXPECT_TRUE(
-        log.Has("SYClient: SYC::ProjectConnection::Check return Offline about presenceState."));
+        log.Has("SYClient: SYC::ProjectConnection::Check return Offfline about presenceState."));
     EXPECT_EQ(connection.Check(true, false, true, false), CheckResult::Passed);
     EXPECT_TRUE(presence.IsOnline());
 }
