@@ -24,7 +24,7 @@ bool IsToBeChecked(const SyncraInfo& info, SYCB::ProjectConnectionManagerInterfa
 {
     try {
         return info.UserToBeChecked(LocationOf(manager));
-    } catch (const std::exception&) {
+    } catch (...) {
         return true;
     }
 }

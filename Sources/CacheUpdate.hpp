@@ -3,7 +3,7 @@
 #include "CachedProjectInfo.hpp"
 #include "OVRoot/Logger.hpp"
 
-#include <exception>
+#include <utility>
 
 namespace SYC {
 
@@ -11,10 +11,11 @@ namespace SYC {
 class CacheUpdate {
 public:
     explicit CacheUpdate(CachedProjectInfo& cache) : cache_(cache) { cache_.BeginUpdate(); }
+    /// An exception is on its way already when the bracket is still open here.
     ~CacheUpdate()
     {
         try {
-            cache_.EndUpdate();
+            End();
         } catch (const std::exception& error) {
             OV::Logger::Error("SYClient", u"A cache was not written: %", {error.what()});
         }
@@ -22,8 +23,16 @@ public:
     CacheUpdate(const CacheUpdate&) = delete;
     CacheUpdate& operator=(const CacheUpdate&) = delete;
 
+    /// Writes what the setters changed; throws what the writing throws.
+    void End()
+    {
+        if (std::exchange(isOpen_, false))
+            cache_.EndUpdate();
+    }
+
 private:
     CachedProjectInfo& cache_;
+    bool isOpen_ = true;
 };
 
 }  // namespace SYC

@@ -1,6 +1,7 @@
 #include "ClientProjectConnectionManager.hpp"
 
 #include "OVRoot/Exception.hpp"
+#include "OVRoot/HeldLocks.hpp"
 #include "OVRoot/Logger.hpp"
 #include "RegisteredProjects.hpp"
 #include "SYClientBase/SyncraClientFactory.hpp"
@@ -51,11 +52,14 @@ void ClientProjectConnectionManager::PostEvent(std::int32_t eventCode, const OV:
 {
     if (!eventSink_)
         return;
+    OV::AssertNoLockHeld("ClientProjectConnectionManager::EventSink");
     try {
         eventSink_(eventCode, text);
     } catch (const std::exception& error) {
         OV::Logger::Error("SYClient", u"The host failed to take event %: %",
                           {eventCode, error.what()});
+    } catch (...) {
+        OV::Logger::Error("SYClient", u"The host failed to take event %.", {eventCode});
     }
 }
 

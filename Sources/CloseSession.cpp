@@ -1,6 +1,7 @@
 #include "CloseSession.hpp"
 
 #include "OVRoot/Logger.hpp"
+#include "OVRoot/SecureWipe.hpp"
 #include "ProjectConnectionInfo.hpp"
 #include "SYClientBase/SyncraClientFactory.hpp"
 #include "SyncraURL.hpp"
@@ -11,34 +12,57 @@ namespace {
 
 constexpr OV::StringView LogCategory = "SYClient";
 
-void CloseOnServer(SYCB::ProjectConnectionManagerInterface& manager,
-                   const Inner::ProjectConnectionInfo& info)
+void LogOutcome(OV::UniStringView format, const char16_t* outcome,
+                const Inner::ProjectConnectionInfo& info)
 {
-    SYCB::CreateSyncraClientOnOpenedProject(manager, info.serverName, info.port, info.userName,
-                                            info.password)
-        ->CloseSession(manager.GetSessionId());
-    if (const auto cache = manager.GetCachedProjectInfo())
-        cache->SetSessionId({});
+    OV::Logger::Info(LogCategory, format, {outcome, info.serverName, info.port, info.userName});
+}
+
+/// Logs the exception that is being handled.
+void LogCause()
+{
+    try {
+        throw;
+    } catch (const std::exception& error) {
+        OV::Logger::Warning(LogCategory, u"SYC::CloseSession: %", {error.what()});
+    } catch (...) {
+        OV::Logger::Warning(LogCategory, u"SYC::CloseSession: unknown error");
+    }
+}
+
+bool CloseOnServer(SYCB::ProjectConnectionManagerInterface& manager)
+{
+    Inner::ProjectConnectionInfo info;
+    const OV::SecureWipeGuard<char16_t> wipe(info.password);
+    // The formats differ on purpose; both placeholders stand for the outcome.
+    try {
+        info = ToConnectionInfo(manager.GetProjectLocation());
+        SYCB::CreateSyncraClientOnOpenedProject(manager, info.serverName, info.port, info.userName,
+                                                info.password)
+            ->CloseSession(manager.GetSessionId());
+        LogOutcome(u"SYC::CloseSession %s, Host: %, Port: %, User: %", u"Succeeded", info);
+        return true;
+    } catch (...) {
+        LogOutcome(u"SYC::CloseSession %, Host: %, Port: %, User: %", u"Failed", info);
+        LogCause();
+        return false;
+    }
 }
 
 }  // namespace
 
 bool CloseSession(SYCB::ProjectConnectionManagerInterface& manager)
 {
-    Inner::ProjectConnectionInfo info;
-    try {
-        info = ToConnectionInfo(manager.GetProjectLocation());
-        CloseOnServer(manager, info);
-        OV::Logger::Info(LogCategory, u"SYC::CloseSession %s, Host: %, Port: %, User: %",
-                         {u"Succeeded", info.serverName, info.port, info.userName});
-        return true;
-    } catch (const std::exception& error) {
-        // The two lines differ by one letter; support tools look for each as it stands.
-        OV::Logger::Info(LogCategory, u"SYC::CloseSession %, Host: %, Port: %, User: %",
-                         {u"Failed", info.serverName, info.port, info.userName});
-        OV::Logger::Warning(LogCategory, u"SYC::CloseSession: %", {error.what()});
+    if (!CloseOnServer(manager))
         return false;
+    // The server's session is gone, whatever becomes of the cache.
+    try {
+        if (const auto cache = manager.GetCachedProjectInfo())
+            cache->SetSessionId({});
+    } catch (...) {
+        LogCause();
     }
+    return true;
 }
 
 }  // namespace SYC

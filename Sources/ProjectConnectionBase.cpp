@@ -2,7 +2,9 @@
 
 #include "CacheUpdate.hpp"
 #include "ComputerName.hpp"
+#include "OVRoot/HeldLocks.hpp"
 #include "OVRoot/Logger.hpp"
+#include "OVRoot/SecureWipe.hpp"
 #include "SYClientBase/SyncraClientFactory.hpp"
 #include "SYCommunication/CommunicationException.hpp"
 #include "SyncraProtocol/ErrorCode.hpp"
@@ -28,7 +30,8 @@ ClientProjectData DescribeProject(const IO::Location& location)
     ClientProjectData description;
     if (!IsSyncraURL(location))
         return description;
-    const Inner::ProjectConnectionInfo info = ToConnectionInfo(location);
+    Inner::ProjectConnectionInfo info = ToConnectionInfo(location);
+    const OV::SecureWipeGuard<char16_t> wipe(info.password);
     description.SetServerName(info.serverName);
     description.SetServerPort(static_cast<std::int16_t>(info.port));
     description.SetUserName(info.userName);
@@ -57,34 +60,36 @@ ProjectConnectionBase::~ProjectConnectionBase() = default;
 CheckResult ProjectConnectionBase::Check(bool firstCheck, bool newSession, bool forceOnline,
                                          bool allowTakeover)
 {
-    auto* manager = _GetProjectConnectionManager();
-    if (manager == nullptr)
-        return result_ = CheckResult::Offline;
-
-    auto& signalClient = manager->GetSignalClient();
-    if (!secondary_ && !forceOnline) {
-        const auto state = signalClient.GetPresenceService().GetState();
-        if (state != SYCB::PresenceState::Unknown && state != SYCB::PresenceState::Online) {
+    try {
+        if (_GetProjectConnectionManager() == nullptr)
+            return result_ = CheckResult::Offline;
+        if (!secondary_ && !forceOnline && IsOfflineByPresence()) {
+            // Support tools look for the line as it is spelled.
             OV::Logger::Info(LogCategory,
-                             u"SYC::ProjectConnection::Check return Offline about presenceState.");
+                             u"SYC::ProjectConnection::Check return Offfline about presenceState.");
             return result_ = CheckResult::Offline;
         }
-    }
-    if (!secondary_)
-        firstCheck_ = firstCheck;
-
-    try {
+        if (!secondary_)
+            firstCheck_ = firstCheck;
         RunSteps(newSession, forceOnline, allowTakeover);
+        checked_ = true;
+        // A presence that is held offline stays so.
+        if (result_ == CheckResult::Passed)
+            _GetProjectConnectionManager()->GetSignalClient().GetPresenceService().SetState(
+                SYCB::PresenceState::Online);
     } catch (...) {
         result_ = ResultOfCurrentException();
     }
-
-    checked_ = true;
-    if (result_ == CheckResult::Passed && !signalClient.IsForcedOffline())
-        signalClient.GetPresenceService().SetState(SYCB::PresenceState::Online);
     OV::Logger::Info(LogCategory, u"SYC::ProjectConnection::Check result : %",
                      {static_cast<std::int32_t>(result_)});
     return result_;
+}
+
+bool ProjectConnectionBase::IsOfflineByPresence() const
+{
+    const auto state =
+        _GetProjectConnectionManager()->GetSignalClient().GetPresenceService().GetState();
+    return state != SYCB::PresenceState::Unknown && state != SYCB::PresenceState::Online;
 }
 
 void ProjectConnectionBase::RunSteps(bool newSession, bool forceOnline, bool allowTakeover)
@@ -133,8 +138,23 @@ CheckResult ProjectConnectionBase::Fail(CheckResult result, HostEvent event,
                                         const OV::UniString& text)
 {
     result_ = result;
-    _GetProjectConnectionManager()->PostEvent(static_cast<std::int32_t>(event), text);
+    PostEvent(event, text);
     return result_;
+}
+
+/// What the host fails at does not change what the check found.
+void ProjectConnectionBase::PostEvent(HostEvent event, const OV::UniString& text) const
+{
+    const auto code = static_cast<std::int32_t>(event);
+    try {
+        OV::AssertNoLockHeld("ProjectConnectionManagerInterface::PostEvent");
+        if (auto* manager = _GetProjectConnectionManager())
+            manager->PostEvent(code, text);
+    } catch (const std::exception& error) {
+        OV::Logger::Error(LogCategory, u"The host failed to take event %: %", {code, error.what()});
+    } catch (...) {
+        OV::Logger::Error(LogCategory, u"The host failed to take event %.", {code});
+    }
 }
 
 Syncra::Client::SyncraClient& ProjectConnectionBase::Client() const
@@ -145,15 +165,41 @@ Syncra::Client::SyncraClient& ProjectConnectionBase::Client() const
     return *client;
 }
 
+CachedProjectInfo& ProjectConnectionBase::Cache() const
+{
+    if (!cache_)
+        throw OV::NullReferenceException();
+    return *cache_;
+}
+
+/// The host may have opened another project since the last check, or the user may have changed the
+/// password in the location: nothing of what the former one said is used again.
+void ProjectConnectionBase::TakeProjectLocation()
+{
+    auto* manager = _GetProjectConnectionManager();
+    IO::Location location =
+        secondary_ || manager == nullptr ? projectLocation_ : manager->GetProjectLocation();
+    if (isDescribed_ && location == projectLocation_)
+        return;
+    description_ = DescribeProject(location);
+    projectLocation_ = std::move(location);
+    isDescribed_ = true;
+    project_ = {};
+    sessionId_.clear();
+    if (!secondary_)
+        cache_.reset();
+}
+
 CheckResult ProjectConnectionBase::ConnectAndAuthenticateToServer()
 {
     result_ = CheckResult::Offline;
-    auto* manager = _GetProjectConnectionManager();
-    // The user may have changed the password in the location since the last check.
-    if (!secondary_ && manager != nullptr)
-        projectLocation_ = manager->GetProjectLocation();
+    TakeProjectLocation();
+    if (!clientLocation_.IsEmpty() && clientLocation_ != projectLocation_) {
+        _SetSyncraClient(nullptr);
+        clientLocation_ = {};
+    }
     if (_GetSyncraClient() == nullptr && !projectLocation_.IsEmpty()) {
-        description_ = DescribeProject(projectLocation_);
+        auto* manager = _GetProjectConnectionManager();
         if (secondary_)
             _SetSyncraClient(SYCB::CreateSyncraClient(projectLocation_));
         else if (manager != nullptr)
@@ -161,6 +207,7 @@ CheckResult ProjectConnectionBase::ConnectAndAuthenticateToServer()
                 *manager, description_.GetServerName(),
                 static_cast<std::uint16_t>(description_.GetServerPort()),
                 description_.GetUserName(), description_.GetPassword()));
+        clientLocation_ = projectLocation_;
     }
     if (_GetSyncraClient() != nullptr)
         result_ = CheckResult::Passed;
@@ -191,7 +238,9 @@ bool ProjectConnectionBase::IsMemberOfProject() const
 {
     try {
         return Client().IsMember(project_.id);
-    } catch (const std::exception&) {
+    } catch (const OV::InterruptedException&) {
+        throw;  // nobody was asked
+    } catch (...) {
         return false;
     }
 }
@@ -212,7 +261,7 @@ CheckResult ProjectConnectionBase::CheckProjectAvailability()
 {
     if (result_ != CheckResult::Passed)
         return result_;
-    const OV::UniString cachedId = cache_->GetProjectId();
+    const OV::UniString cachedId = Cache().GetProjectId();
     if (!project_.id.empty() && !cachedId.empty() && project_.id != cachedId)
         return Fail(CheckResult::ProjectNotFound, HostEvent::ProjectNotFound);
     return result_;
@@ -224,7 +273,7 @@ CheckResult ProjectConnectionBase::StartAndCheckSession(bool /*forceOnline*/, bo
 {
     if (result_ != CheckResult::Passed)
         return result_;
-    const OV::UniString cachedId = newSession ? OV::UniString() : cache_->GetSessionId();
+    const OV::UniString cachedId = newSession ? OV::UniString() : Cache().GetSessionId();
     sessionId_.clear();
     if (ReceiveSession(sessionInfo))
         sessionId_ = sessionInfo.id;
@@ -276,18 +325,22 @@ CheckResult ProjectConnectionBase::FillCache(const Syncra::Protocol::Session& se
 {
     if (result_ != CheckResult::Passed)
         return result_;
-    const CacheUpdate update(*cache_);
-    cache_->SetProjectConnectionInfo(ToConnectionInfo(projectLocation_));
-    cache_->SetProjectId(project_.id);
-    cache_->SetCategoryName(project_.category);
-    cache_->SetProjectVersion(project_.version);
-    cache_->SetProjectBuildNum(project_.build);
-    cache_->SetUserId(sessionInfo.userId);
-    cache_->SetUserName(sessionInfo.userName);
-    cache_->SetSessionId(sessionId_);
-    cache_->SetLogonId(sessionInfo.logonId);
-    cache_->SetRoleName(sessionInfo.roleName);
-    cache_->SetPermissions(sessionInfo.permissions);
+    CachedProjectInfo& cache = Cache();
+    Inner::ProjectConnectionInfo info = ToConnectionInfo(projectLocation_);
+    const OV::SecureWipeGuard<char16_t> wipe(info.password);
+    CacheUpdate update(cache);
+    cache.SetProjectConnectionInfo(info);
+    cache.SetProjectId(project_.id);
+    cache.SetCategoryName(project_.category);
+    cache.SetProjectVersion(project_.version);
+    cache.SetProjectBuildNum(project_.build);
+    cache.SetUserId(sessionInfo.userId);
+    cache.SetUserName(sessionInfo.userName);
+    cache.SetSessionId(sessionId_);
+    cache.SetLogonId(sessionInfo.logonId);
+    cache.SetRoleName(sessionInfo.roleName);
+    cache.SetPermissions(sessionInfo.permissions);
+    update.End();
     return result_;
 }
 

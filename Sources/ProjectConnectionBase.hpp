@@ -34,7 +34,8 @@ public:
 
     /// The steps of Check in their order. Each does nothing when the result is not 0 already (the
     /// first one begins anew), returns the updated result, and throws what the server or the disk
-    /// throws.
+    /// throws; OV::NullReferenceException when a step before it, whose client or cache it needs,
+    /// was left out.
     CheckResult ConnectAndAuthenticateToServer();
     CheckResult AuthenticateToProject(bool forceOnline);
     CheckResult GetCachedProjectInfo();
@@ -97,10 +98,14 @@ protected:
     [[nodiscard]] const OV::UniString& SessionId() const noexcept { return sessionId_; }
 
 private:
+    [[nodiscard]] bool IsOfflineByPresence() const;
     void RunSteps(bool newSession, bool forceOnline, bool allowTakeover);
     CheckResult ResultOfCurrentException();
     CheckResult Fail(CheckResult result, HostEvent event, const OV::UniString& text = {});
+    void PostEvent(HostEvent event, const OV::UniString& text) const;
+    void TakeProjectLocation();
     [[nodiscard]] Syncra::Client::SyncraClient& Client() const;
+    [[nodiscard]] CachedProjectInfo& Cache() const;
     [[nodiscard]] bool IsMemberOfProject() const;
     void TakeOrStartSession(Syncra::Protocol::Session& sessionInfo);
     void CheckSessionComputer(bool allowTakeover);
@@ -111,7 +116,10 @@ private:
     bool checked_ = false;
     bool firstCheck_ = false;
     IO::Location projectLocation_;
-    ClientProjectData description_;
+    bool isDescribed_ = false;
+    ClientProjectData description_;  ///< what projectLocation_ says
+    /// What the client that this made was made for; empty when it made none.
+    IO::Location clientLocation_;
     Syncra::Protocol::Project project_;
     OV::UniString sessionId_;
     std::shared_ptr<CachedProjectInfo> cache_;

@@ -15,7 +15,7 @@ public:
 private:
     void Used() override
     {
-        observers_.Notify([this](ButtonItemObserver& observer) { observer._ButtonClicked(*this); });
+        Tell(observers_, [this](ButtonItemObserver& observer) { observer._ButtonClicked(*this); });
     }
 
     OV::EventSource<ButtonItemObserver> observers_;

@@ -16,7 +16,7 @@ public:
 private:
     void Used() override
     {
-        observers_.Notify([this](DateItemObserver& observer) { observer._DateChanged(*this); });
+        Tell(observers_, [this](DateItemObserver& observer) { observer._DateChanged(*this); });
     }
 
     OV::EventSource<DateItemObserver> observers_;

@@ -21,6 +21,12 @@ protected:
     Item(Panel& panel, int number, std::initializer_list<ItemType> types);
 
     [[nodiscard]] DialogWindow& Window() const { return panel_.Window(); }
+    /// Tells the item's observers. What one of them throws ends the dialog (ModalDialog::Invoke).
+    template <class Observer, class Told>
+    void Tell(OV::EventSource<Observer>& observers, Told&& told)
+    {
+        observers.Notify([&](Observer& observer) { panel_.Guarded([&] { told(observer); }); });
+    }
 
 private:
     friend class Panel;

@@ -15,12 +15,12 @@ void ListBox::SetRows(OV::Array<ListRow> rows)
 
 void ListBox::Used()
 {
-    observers_.Notify([this](ListBoxObserver& observer) { observer._RowSelected(*this); });
+    Tell(observers_, [this](ListBoxObserver& observer) { observer._RowSelected(*this); });
 }
 
 void ListBox::HeaderUsed(int column)
 {
-    observers_.Notify([&](ListBoxObserver& observer) { observer._HeaderPressed(*this, column); });
+    Tell(observers_, [&](ListBoxObserver& observer) { observer._HeaderPressed(*this, column); });
 }
 
 }  // namespace Dlg

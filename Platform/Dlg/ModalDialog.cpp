@@ -13,11 +13,13 @@ bool ModalDialog::Invoke()
 {
     if (isOpen_)
         throw OV::IllegalArgumentException(OV::StringView("The dialog is open already."));
+    OV::AssertNoLockHeld("Dlg::ModalDialog");
     result_ = DialogResult::Cancel;
     isOpen_ = true;
     Guarded([this] {
         Notify([this](PanelObserver& observer) { observer._PanelOpened(*this); });
-        Window().RunModal();
+        if (!HasFailed())
+            Window().RunModal();
     });
     Guarded([this] { NotifyClosed(); });
     ThrowFailure();
@@ -31,14 +33,16 @@ void ModalDialog::NotifyClosed()
     Notify([this](PanelObserver& observer) { observer._PanelClosed(*this); });
 }
 
-void ModalDialog::PostCloseRequest(DialogResult result)
+bool ModalDialog::PostCloseRequest(DialogResult result)
 {
-    if (std::exchange(isCloseRequested_, true))
-        return;
+    if (isCloseRequested_)
+        return false;
     SYCB::MessageLoop::Post(OV::MakeTask([dialog = std::weak_ptr<ModalDialog*>(self_), result] {
         if (const auto self = dialog.lock())
             (*self)->Close(result);
     }));
+    isCloseRequested_ = true;
+    return true;
 }
 
 void ModalDialog::Close(DialogResult result)

@@ -18,11 +18,13 @@ public:
     /// Closes the dialog as soon as the message loop comes to it, so that whoever asks may still
     /// use it until he returns. Any code on the main thread may ask, whether the dialog is open or
     /// not; the first request of an opening counts, and one that comes when it is closed is
-    /// dropped.
-    void PostCloseRequest(DialogResult result);
+    /// dropped. Returns whether it is the first. From then on no use of an item is told any more:
+    /// a second click that came before the window is gone is none.
+    bool PostCloseRequest(DialogResult result);
 
 private:
     void LeaveRequested() override { PostCloseRequest(DialogResult::Cancel); }
+    [[nodiscard]] bool HearsItems() const noexcept override { return !isCloseRequested_; }
     void Close(DialogResult result);
     void NotifyClosed();
 

@@ -17,6 +17,11 @@ DialogWindow& Panel::Window()
     return *window_;
 }
 
+void Panel::Notify(const std::function<void(PanelObserver&)>& tell)
+{
+    observers_.Notify([&](PanelObserver& observer) { Guarded([&] { tell(observer); }); });
+}
+
 void Panel::Guarded(const std::function<void()>& handler) noexcept
 {
     try {
@@ -38,7 +43,7 @@ void Panel::ThrowFailure()
 void Panel::_ItemUsed(int item) noexcept
 {
     Guarded([&] {
-        if (const auto found = items_.find(item); found != items_.end())
+        if (const auto found = items_.find(item); found != items_.end() && HearsItems())
             found->second->Used();
     });
 }
@@ -46,7 +51,7 @@ void Panel::_ItemUsed(int item) noexcept
 void Panel::_HeaderUsed(int listBox, int column) noexcept
 {
     Guarded([&] {
-        if (const auto found = items_.find(listBox); found != items_.end())
+        if (const auto found = items_.find(listBox); found != items_.end() && HearsItems())
             found->second->HeaderUsed(column);
     });
 }

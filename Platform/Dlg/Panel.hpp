@@ -30,14 +30,18 @@ public:
     void EnableIdleEvents() { Window().EnableIdleEvents(); }
 
 protected:
-    void Notify(const std::function<void(PanelObserver&)>& tell) { observers_.Notify(tell); }
+    /// What one of them throws is kept as Guarded keeps it, and the others are told.
+    void Notify(const std::function<void(PanelObserver&)>& tell);
     [[nodiscard]] DialogWindow& Window();
     /// Runs `handler`; an exception is kept for ThrowFailure, and ends the window.
     void Guarded(const std::function<void()>& handler) noexcept;
+    [[nodiscard]] bool HasFailed() const noexcept { return failure_ != nullptr; }
     /// Throws what a handler threw, once.
     void ThrowFailure();
     /// Escape or the close box.
     virtual void LeaveRequested() = 0;
+    /// Whether the uses of items are told.
+    [[nodiscard]] virtual bool HearsItems() const noexcept { return true; }
 
 private:
     friend class Item;

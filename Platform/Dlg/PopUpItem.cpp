@@ -27,7 +27,7 @@ const OV::UniString& PopUpItem::GetText(int entry) const
 
 void PopUpItem::Used()
 {
-    observers_.Notify([this](PopUpItemObserver& observer) { observer._PopUpSelected(*this); });
+    Tell(observers_, [this](PopUpItemObserver& observer) { observer._PopUpSelected(*this); });
 }
 
 }  // namespace Dlg

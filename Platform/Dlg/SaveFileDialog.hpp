@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Dlg/Toolkit.hpp"
+#include "OVRoot/HeldLocks.hpp"
 
 namespace Dlg {
 
@@ -8,6 +9,7 @@ namespace Dlg {
 [[nodiscard]] inline std::optional<IO::Location> AskSaveFile(const OV::UniString& title,
                                                              const OV::UniString& suggestedName)
 {
+    OV::AssertNoLockHeld("Dlg::AskSaveFile");
     return Toolkit::Current().AskSaveFile(title, suggestedName);
 }
 

@@ -22,6 +22,8 @@ struct Listening {
 }  // namespace
 
 struct PKSignalClient::State {
+    explicit State(PresenceService& presence) : signals(presence) {}
+
     Detail::SignalState signals;
     OV::Lock lock;
     std::unique_ptr<Listening> current OV_GUARDED_BY(lock);
@@ -54,7 +56,7 @@ struct PKSignalClient::State {
     }
 };
 
-PKSignalClient::PKSignalClient() : state_(std::make_unique<State>()) {}
+PKSignalClient::PKSignalClient() : state_(std::make_unique<State>(presence_)) {}
 
 PKSignalClient::~PKSignalClient()
 {
@@ -82,7 +84,7 @@ bool PKSignalClient::IsForcedOffline() const noexcept
 void PKSignalClient::SetForcedOffline(bool forced)
 {
     state_->signals.SetForcedOffline(forced);
-    if (forced)
+    if (forced && IsForcedOffline())  // another thread may have lifted it already
         presence_.SetState(PresenceState::Offline);
 }
 

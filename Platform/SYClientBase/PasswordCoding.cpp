@@ -35,9 +35,9 @@ struct Keys {
     std::array<unsigned char, crypto_generichash_KEYBYTES> nonce;
     std::array<unsigned char, crypto_secretbox_xchacha20poly1305_KEYBYTES> cipher;
 
-    Keys()
+    explicit Keys(Detail::MissingKey missing)
     {
-        Detail::PasswordKey master = Detail::GetPasswordKey();
+        Detail::PasswordKey master = Detail::GetPasswordKey(missing);
         crypto_kdf_derive_from_key(nonce.data(), nonce.size(), 1, KeyContext, master.data());
         crypto_kdf_derive_from_key(cipher.data(), cipher.size(), 2, KeyContext, master.data());
         OV::SecureWipe(master.data(), master.size());
@@ -88,7 +88,7 @@ OV::UniString CodePassword(OV::UniStringView password)
 {
     if (password.empty())
         return {};
-    const Keys keys;
+    const Keys keys(Detail::MissingKey::Make);
     OV::String text = OV::ToUtf8(password);
     const OV::SecureWipeGuard<char> wipeText(text);
     OV::String clear = Padded(text);
@@ -112,7 +112,7 @@ OV::UniString DecodePassword(OV::UniStringView coded)
     if (coded.empty())
         return {};
     const OV::String sealed = SealedBytes(coded);
-    const Keys keys;
+    const Keys keys(Detail::MissingKey::Refuse);
     OV::String clear(sealed.size() - OverheadBytes, '\0');
     const OV::SecureWipeGuard<char> wipe(clear);
     std::size_t length = 0;

@@ -20,7 +20,8 @@ public:
 /// that is damaged or cannot be made throws PasswordCodingException naming it. Safe on any thread.
 [[nodiscard]] OV::UniString CodePassword(OV::UniStringView password);
 
-/// The exact inverse. Throws PasswordCodingException for anything that CodePassword did not return.
+/// The exact inverse; makes no key. Throws PasswordCodingException for anything that CodePassword
+/// did not return, and for everything while the key is not there.
 [[nodiscard]] OV::UniString DecodePassword(OV::UniStringView coded);
 
 }  // namespace SYCB

@@ -7,11 +7,23 @@ namespace SYCB {
 /// right.
 void PresenceService::SetState(PresenceState state)
 {
-    if (state_.exchange(state) == state)
+    Word before = word_.load();
+    do {
+        if (before.held != 0 && state == PresenceState::Online)
+            return;
+    } while (!word_.compare_exchange_weak(before, {state, before.held}));
+    if (before.state == state)
         return;
     observers_->Notify([this, state](PresenceServiceObserver& observer) {
         observer._ServiceStateChanged(*this, state);
     });
+}
+
+void PresenceService::HoldOffline(bool held) noexcept
+{
+    Word before = word_.load();
+    while (!word_.compare_exchange_weak(before, {before.state, held})) {
+    }
 }
 
 }  // namespace SYCB

@@ -27,10 +27,16 @@ public:
 /// The presence state of one opened project. Safe on any thread.
 class PresenceService {
 public:
-    [[nodiscard]] PresenceState GetState() const noexcept { return state_; }
+    [[nodiscard]] PresenceState GetState() const noexcept { return word_.load().state; }
     [[nodiscard]] bool IsOnline() const noexcept { return GetState() == PresenceState::Online; }
-    /// Tells the observers when the state really changes.
+    /// Tells the observers when the state really changes. Online changes nothing while the state is
+    /// held offline.
     void SetState(PresenceState state);
+
+    /// The user chose to work offline: from now on nobody sets the state online, until it is
+    /// lifted. Changes no state by itself.
+    void HoldOffline(bool held) noexcept;
+    [[nodiscard]] bool IsHeldOffline() const noexcept { return word_.load().held != 0; }
 
     void Attach(PresenceServiceObserver& observer) { observers_->Attach(observer); }
     void Detach(PresenceServiceObserver& observer) { observers_->Detach(observer); }
@@ -38,7 +44,14 @@ public:
 private:
     friend class PresenceSubscription;
 
-    std::atomic<PresenceState> state_ = PresenceState::Unknown;
+    /// State and hold change as one, or an "online" could slip in between. No padding: the whole
+    /// word is compared.
+    struct Word {
+        PresenceState state = PresenceState::Unknown;
+        std::int32_t held = 0;
+    };
+
+    std::atomic<Word> word_;
     const std::shared_ptr<OV::EventSource<PresenceServiceObserver>> observers_ =
         std::make_shared<OV::EventSource<PresenceServiceObserver>>();
 };

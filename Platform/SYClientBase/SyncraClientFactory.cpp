@@ -1,5 +1,6 @@
 #include "SYClientBase/SyncraClientFactory.hpp"
 
+#include "OVRoot/SecureWipe.hpp"
 #include "SYClientBase/ConnectionValidator.hpp"
 #include "SYClientBase/PasswordCoding.hpp"
 #include "SYClientBase/ProjectURL.hpp"
@@ -18,9 +19,11 @@ CreateSyncraClient(const Syncra::Client::SignInData& data)
 std::unique_ptr<Syncra::Client::SyncraClient>
 CreateSyncraClient(const IO::Location& projectLocation)
 {
-    return CreateSyncraClient({GetServerName(projectLocation), projectLocation.GetPort(),
-                               projectLocation.GetUserName(),
-                               DecodePassword(projectLocation.GetPassword())});
+    Syncra::Client::SignInData data{GetServerName(projectLocation), projectLocation.GetPort(),
+                                    projectLocation.GetUserName(),
+                                    DecodePassword(projectLocation.GetPassword())};
+    const OV::SecureWipeGuard<char16_t> wipe(data.password);
+    return CreateSyncraClient(data);
 }
 
 /// Signs in on a connection of its own: the opened project's is busy with its held request.
@@ -29,7 +32,9 @@ CreateSyncraClientOnOpenedProject(const ProjectConnectionManagerInterface&,
                                   const OV::UniString& serverName, std::uint16_t port,
                                   const OV::UniString& userName, const OV::UniString& password)
 {
-    return CreateSyncraClient({serverName, port, userName, password});
+    Syncra::Client::SignInData data{serverName, port, userName, password};
+    const OV::SecureWipeGuard<char16_t> wipe(data.password);
+    return CreateSyncraClient(data);
 }
 
 }  // namespace SYCB

@@ -3,11 +3,14 @@
 #include "OVRoot/System.hpp"
 #include "OVRoot/Thread.hpp"
 #include "SYCommunication/Detail/Curl.hpp"
+#include "SYCommunication/Detail/TransferDeadline.hpp"
 #include "SYCommunication/Detail/TransferFailure.hpp"
 
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <chrono>
+#include <optional>
 
 namespace Communication {
 
@@ -47,6 +50,9 @@ struct HttpClient::State {
     void UseToken(const OV::String& wanted);
     /// Runs the transfer that Prepare described to its end.
     CURLcode Drive(const std::stop_token& token);
+    [[nodiscard]] std::uint64_t MovedBytes() const;
+    /// How long to wait for the socket; nothing when the time is up.
+    [[nodiscard]] std::optional<int> TimeToWait();
     void ThrowIfStopped(const std::stop_token& token) const;
 
     static std::size_t TakeBody(char* bytes, std::size_t, std::size_t count, void* self);
@@ -71,6 +77,7 @@ struct HttpClient::State {
     unsigned sends = 0;
     bool mayBeSentAgain = false;
     Detail::TransferNotes notes;
+    Detail::TransferDeadline deadline{std::chrono::milliseconds(0), {}};
     std::array<char, CURL_ERROR_SIZE> errorText{};
 };
 
@@ -163,7 +170,7 @@ void HttpClient::State::Prepare(const HttpRequest& request)
 
     const std::uint32_t timeout = request.timeoutMilliseconds ? request.timeoutMilliseconds
                                                               : options.requestTimeoutMilliseconds;
-    curl_easy_setopt(handle, CURLOPT_TIMEOUT_MS, static_cast<long>(timeout));
+    deadline = {std::chrono::milliseconds(timeout), std::chrono::steady_clock::now()};
 
     body.clear();
     headerBytes = 0;
@@ -217,6 +224,23 @@ void HttpClient::State::ThrowIfStopped(const std::stop_token& token) const
         throw OV::InterruptedException();
 }
 
+std::uint64_t HttpClient::State::MovedBytes() const
+{
+    curl_off_t sent = 0;
+    curl_easy_getinfo(easy.get(), CURLINFO_SIZE_UPLOAD_T, &sent);
+    return headerBytes + body.size() + static_cast<std::uint64_t>(sent);
+}
+
+std::optional<int> HttpClient::State::TimeToWait()
+{
+    const auto now = std::chrono::steady_clock::now();
+    deadline.Note(MovedBytes(), now);
+    if (now >= deadline.End())
+        return std::nullopt;
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline.End() - now);
+    return static_cast<int>(std::min<std::int64_t>(left.count(), WaitMilliseconds));
+}
+
 CURLcode HttpClient::State::Drive(const std::stop_token& token)
 {
     for (int running = 1;;) {
@@ -225,8 +249,11 @@ CURLcode HttpClient::State::Drive(const std::stop_token& token)
         if (running == 0)
             break;
         ThrowIfStopped(token);
+        const std::optional<int> wait = TimeToWait();
+        if (!wait)
+            return CURLE_OPERATION_TIMEDOUT;
         // A wake-up that comes before the wait ends it at once.
-        if (curl_multi_poll(multi.get(), nullptr, 0, WaitMilliseconds, nullptr) != CURLM_OK)
+        if (curl_multi_poll(multi.get(), nullptr, 0, *wait, nullptr) != CURLM_OK)
             return CURLE_OUT_OF_MEMORY;
     }
     int left = 0;

@@ -18,7 +18,7 @@ struct HttpRequest {
     OV::String body;
     /// For "Authorization: Bearer"; empty for none.
     OV::String token;
-    /// 0 for the client's own time-out.
+    /// How long the transfer may stand still; 0 for what the client's options say.
     std::uint32_t timeoutMilliseconds = 0;
 };
 

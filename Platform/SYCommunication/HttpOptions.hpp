@@ -8,7 +8,8 @@ namespace Communication {
 
 struct HttpOptions {
     std::uint32_t connectTimeoutMilliseconds = 10'000;
-    /// From the request to the last byte of the answer; a held request passes its own.
+    /// How long a transfer may stand still, the wait for the answer included; a held request passes
+    /// its own. The whole takes at most as long, and a second more for each 8 KiB that moved.
     std::uint32_t requestTimeoutMilliseconds = 30'000;
     /// An answer beyond this ends the request with MalformedResponseException.
     std::size_t maximumAnswerBytes = 64u << 20;
@@ -18,8 +19,8 @@ struct HttpOptions {
     OV::String proxy;
 };
 
-/// What a client is made with when nothing else is said. A host that knows its network sets them once,
-/// before its first connection; safe on any thread.
+/// What a client is made with when nothing else is said. A host that knows its network sets them
+/// once, before its first connection; safe on any thread.
 [[nodiscard]] HttpOptions DefaultHttpOptions();
 void SetDefaultHttpOptions(HttpOptions options);
 

@@ -1,4 +1,5 @@
 #include "OVRoot/PercentCoding.hpp"
+#include "SYCommunication/PagedReading.hpp"
 #include "SyncraClient/Detail/SignedInChannel.hpp"
 #include "SyncraProtocol/Detail/MessageJson.hpp"
 
@@ -52,6 +53,22 @@ auto PageBehind(std::uint64_t after)
                 OV::StringView("the pages of the log do not advance"));
         return page;
     };
+}
+
+/// A mail takes several times its bytes of the wire, so there are fewer than of other entries.
+constexpr Communication::ReadingLimits MailBoxLimits{512u << 20, 1'000'000};
+
+/// Appends the mails of a page, and returns the cursor of the next one.
+OV::UniString TakeMails(const json& page, const OV::UniString& cursor,
+                        OV::PagedArray<Protocol::Message>& mails)
+{
+    for (const json& mail : Protocol::ReadArray(page, "mails"))
+        mails.push_back(Protocol::FromJson<Protocol::Message>(mail));
+    auto next = Protocol::ReadText(page, "cursor");
+    if (!next.empty() && next == cursor)
+        throw Protocol::MalformedRecordException(
+            OV::StringView("the pages of mails do not advance"));
+    return next;
 }
 
 /// Entries of a flag table: `[id, flag]`.
@@ -160,19 +177,14 @@ public:
                   OV::PagedArray<Protocol::Message>& mails) override
     {
         const OV::String first = Mails(projectId) + "?since=" + std::to_string(sinceTime);
+        Communication::PagedReading reading(u"the mails", MailBoxLimits);
         OV::UniString cursor;
         do {
+            const std::size_t before = mails.size();
             cursor =
                 channel_.Ask(Get(cursor.empty() ? first : first + "&cursor=" + Coded(cursor)),
-                             [&](const json& answer) {
-                                 for (const json& mail : Protocol::ReadArray(answer, "mails"))
-                                     mails.push_back(Protocol::FromJson<Protocol::Message>(mail));
-                                 auto next = Protocol::ReadText(answer, "cursor");
-                                 if (!next.empty() && next == cursor)
-                                     throw Protocol::MalformedRecordException(
-                                         OV::StringView("the pages of mails do not advance"));
-                                 return next;
-                             });
+                             [&](const json& answer) { return TakeMails(answer, cursor, mails); });
+            reading.TakePage(channel_.GetAnswerBytes(), mails.size() - before, !cursor.empty());
         } while (!cursor.empty());
     }
 

@@ -14,11 +14,14 @@ using nlohmann::json;
 namespace {
 
 constexpr int MaximumDepth = 64;
+/// A value of two bytes takes some fifty when it is parsed.
+constexpr std::size_t MaximumValues = 4'000'000;
 
-/// Before the parser sees it: deep nesting costs it stack.
-bool IsTooDeep(OV::StringView body)
+/// Before the parser sees it: deep nesting costs it stack, and every value memory.
+void RefuseExcess(OV::StringView body)
 {
     int depth = 0;
+    std::size_t values = 1;
     bool inString = false;
     for (std::size_t i = 0; i < body.size(); ++i) {
         const char byte = body[i];
@@ -29,13 +32,20 @@ bool IsTooDeep(OV::StringView body)
                 inString = false;
         } else if (byte == '"') {
             inString = true;
-        } else if ((byte == '[' || byte == '{') && ++depth > MaximumDepth) {
-            return true;
+        } else if (byte == '[' || byte == '{') {
+            ++values;
+            if (++depth > MaximumDepth)
+                throw MalformedRecordException(
+                    OV::StringView("The JSON is nested more than 64 levels deep."));
         } else if (byte == ']' || byte == '}') {
             --depth;
+        } else if (byte == ',') {
+            ++values;
         }
     }
-    return false;
+    if (values > MaximumValues)
+        throw MalformedRecordException(
+            OV::StringView("The JSON holds more than 4,000,000 values."));
 }
 
 [[noreturn]] void Fail(const char* key, const char* expected)
@@ -76,9 +86,7 @@ json ParseJson(OV::StringView body)
     if (const auto zero = body.find('\0'); zero != body.npos)
         throw MalformedRecordException("The body is no JSON from byte " + std::to_string(zero + 1) +
                                        ".");
-    if (IsTooDeep(body))
-        throw MalformedRecordException(
-            OV::StringView("The JSON is nested more than 64 levels deep."));
+    RefuseExcess(body);
     try {
         return json::parse(body);
     } catch (const json::out_of_range&) {

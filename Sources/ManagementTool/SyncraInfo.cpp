@@ -204,7 +204,7 @@ bool SyncraInfo::UserToBeChecked(const IO::Location& projectLocation) const
         return GetUserNumber() != 0 &&
                !OV::IsSameSecret(GetUserPassword(connection.userName, connection.serverName),
                                  connection.password);
-    } catch (const std::exception&) {
+    } catch (...) {
         return true;
     }
 }

@@ -53,7 +53,9 @@ void UserPasswordStore::Password::Read(OV::XMLIChannel& channel, OV::StringView 
 {
     OV::UniString coded = channel.ReadString(name);
     try {
-        text = SYCB::DecodePassword(coded);
+        OV::UniString clear = SYCB::DecodePassword(coded);
+        const OV::SecureWipeGuard<char16_t> wipeClear(clear);
+        text = clear;  // moving a short text would leave it where it was
     } catch (const SYCB::PasswordCodingException& error) {
         OV::Logger::Warning("SYClient", u"UserPasswordStore: %", {error.GetMessage()});
         unreadable = std::move(coded);

@@ -8,6 +8,7 @@
 #include "SYClientBase/ConnectionValidator.hpp"
 #include "SYClientBase/ProjectURL.hpp"
 #include "SYClientBase/ServicePortCache.hpp"
+#include "SYCommunication/PagedReading.hpp"
 #include "SyncraProtocol/ErrorCode.hpp"
 #include "SyncraServerManagement/UserRepository.hpp"
 
@@ -92,10 +93,14 @@ NewDisplay::NativeImage FetchPhoto(UserRepository& users, const OV::UniString& l
     return {};
 }
 
+constexpr std::uint64_t BytesPerPixel = 4;
+
 /// Completes `photos` with those of `members` that it lacks.
 void FetchPhotos(OpenedProject& project, const OV::Array<Member>& members, PhotoTable& photos)
 {
     std::unique_ptr<UserRepository> users;
+    // A few bytes of the wire may be a large picture.
+    Communication::PagedReading reading(u"the photos", {std::uint64_t{1} << 30, members.size()});
     try {
         for (const auto& member : members) {
             if (photos.contains(member.guid))
@@ -104,7 +109,9 @@ void FetchPhotos(OpenedProject& project, const OV::Array<Member>& members, Photo
                 users = OpenUserRepository(project);
             if (!users)
                 return;
-            photos.emplace(member.guid, FetchPhoto(*users, member.loginName));
+            const auto& photo =
+                photos.emplace(member.guid, FetchPhoto(*users, member.loginName)).first->second;
+            reading.TakePage(BytesPerPixel * photo.GetWidth() * photo.GetHeight(), 1, false);
         }
     } catch (const OV::InterruptedException&) {
         throw;

@@ -82,13 +82,6 @@ void CloseProjectDialog::FillPopUp()
     popUp_.Append(GetText(SaveWithoutSend));
 }
 
-void CloseProjectDialog::_PanelCloseRequested(Dlg::Panel&, Dlg::DialogResult result)
-{
-    // He may have left the dialog before the choice that came last.
-    if (result == Dlg::DialogResult::Cancel)
-        result_ = Result::Cancelled;
-}
-
 void CloseProjectDialog::_ButtonClicked(Dlg::ButtonItem& button)
 {
     switch (button.GetNumber()) {
@@ -127,8 +120,9 @@ bool CloseProjectDialog::IsDiscardConfirmed() const
 
 void CloseProjectDialog::CloseWith(Result::Value result)
 {
-    result_ = result;
-    PostCloseRequest(Dlg::DialogResult::Accept);
+    // The dialog may have been left while the user was asked whether he means it.
+    if (PostCloseRequest(Dlg::DialogResult::Accept))
+        result_ = result;
 }
 
 }  // namespace SYC

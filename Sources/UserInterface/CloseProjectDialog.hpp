@@ -38,7 +38,6 @@ public:
 
 private:
     void _PanelOpened(Dlg::Panel&) override;
-    void _PanelCloseRequested(Dlg::Panel&, Dlg::DialogResult result) override;
     void _ButtonClicked(Dlg::ButtonItem& button) override;
     void _PopUpSelected(Dlg::PopUpItem&) override;
 

@@ -115,7 +115,10 @@ TEST_F(PasswordCodingTest, TheKeyFileIsPrivateAndAnotherKeyReadsNothing)
 
     const TemporaryFolder otherUser;
     EXPECT_TRUE(IsRefused(coded));
+    EXPECT_FALSE(std::filesystem::exists(otherUser.Path() / "config" / "Orvant" / "SYPassword.key"))
+        << "reading makes no key";
     EXPECT_NE(CodePassword(u"geheim"), coded);
+    EXPECT_TRUE(IsRefused(coded));
     setenv("XDG_CONFIG_HOME", (folder_.Path() / "config").c_str(), 1);
     EXPECT_EQ(DecodePassword(coded), u"geheim");
 }

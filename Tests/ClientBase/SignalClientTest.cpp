@@ -304,6 +304,8 @@ TEST_F(SignalClientTest, WorkingOfflineEndsTheRequestAndLastsUntilLifted)
     EXPECT_EQ(client_.GetPresenceService().GetState(), PresenceState::Offline);
     server_.AwaitNoHeldRequest();
     server_.Emit(SignalId::NewMail);
+    client_.GetPresenceService().SetState(PresenceState::Online);  // a check that just passed
+    EXPECT_EQ(notes_.States(), (std::vector{PresenceState::Online, PresenceState::Offline}));
     std::this_thread::sleep_for(std::chrono::milliseconds(100));
     EXPECT_EQ(server_.Connects(), 1);
     EXPECT_FALSE(client_.GetPresenceService().IsOnline());

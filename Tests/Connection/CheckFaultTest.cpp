@@ -70,27 +70,13 @@ protected:
     }
 };
 
-TEST_F(CheckFaultTest, ServerThatDiesInAnyStepIsOffline)
+TEST_F(CheckFaultTest, AFaultInAnyStepIsOfflineAndMendedByTheNextCheck)
 {
     FailEachRequestInTurn(Fault::Close, true);
     FailEachRequestInTurn(Fault::CloseInAnswer, true);
-}
-
-TEST_F(CheckFaultTest, AnswerLostOnceIsMendedByTheNextCheck)
-{
-    FailEachRequestInTurn(Fault::CloseInAnswer, false);
-}
-
-TEST_F(CheckFaultTest, GarbageWrongRecordsAndServerErrorsAreOffline)
-{
-    FailEachRequestInTurn(Fault::Garbage, false);
-    FailEachRequestInTurn(Fault::WrongJson, false);
-    FailEachRequestInTurn(Fault::ServerError, false);
-}
-
-TEST_F(CheckFaultTest, ServerThatNeverAnswersIsOfflineAfterTheTimeOut)
-{
-    FailEachRequestInTurn(Fault::Silence, false);
+    for (const auto fault : {Fault::CloseInAnswer, Fault::Garbage, Fault::WrongJson,
+                             Fault::ServerError, Fault::Silence})
+        FailEachRequestInTurn(fault, false);
 }
 
 TEST_F(CheckFaultTest, GigabyteOfAnswerIsCutWithinBoundedMemory)

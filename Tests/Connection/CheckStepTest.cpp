@@ -1,5 +1,8 @@
 #include "Connection/ConnectionTest.hpp"
+#include "Support/IdleSyncraClient.hpp"
 #include "Support/ScriptedServer.hpp"
+
+#include <functional>
 
 using SYC::CheckResult;
 
@@ -7,6 +10,68 @@ namespace {
 
 constexpr const char* SignedIn =
     R"({"token":"t","userId":"u","userName":"n","protocol":1,"serverVersion":1400})";
+
+/// A host that opens one project after the other, and may fail at what it is asked for.
+class ChangingHost final : public SYCB::ProjectConnectionManagerInterface {
+public:
+    explicit ChangingHost(Host& open) : open_(&open) {}
+    void Open(Host& other) { open_ = &other; }
+
+    [[nodiscard]] IO::Location GetProjectLocation() const override
+    {
+        return open_->manager.GetProjectLocation();
+    }
+    [[nodiscard]] std::shared_ptr<SYCB::CachedProjectInfo> GetCachedProjectInfo() override
+    {
+        if (hasNoCache)
+            throw 7;
+        return open_->manager.GetCachedProjectInfo();
+    }
+    [[nodiscard]] SYCB::PKSignalClient& GetSignalClient() override
+    {
+        return open_->manager.GetSignalClient();
+    }
+    [[nodiscard]] OV::UniString GetSessionId() const override
+    {
+        return open_->manager.GetSessionId();
+    }
+    void PostEvent(std::int32_t code, const OV::UniString& text) override
+    {
+        open_->manager.PostEvent(code, text);
+        throw 7;
+    }
+
+    bool hasNoCache = false;
+
+private:
+    Host* open_;
+};
+
+/// Its client is there before the first check, and knows one project.
+class OwnClient final : public IdleSyncraClient {
+public:
+    explicit OwnClient(std::function<bool()> isMember) : isMember_(std::move(isMember)) {}
+    OV::Array<Syncra::Protocol::Project> GetProjects() override
+    {
+        Syncra::Protocol::Project bridge;
+        bridge.id = u"id";
+        bridge.name = u"Bridge";
+        return {bridge};
+    }
+    bool IsMember(const OV::UniString&) override { return isMember_(); }
+
+private:
+    std::function<bool()> isMember_;
+};
+
+class OwnConnection final : public SYC::OwnClientConnection {
+public:
+    OwnConnection(SYCB::ProjectConnectionManagerInterface& manager, std::function<bool()> isMember)
+        : OwnClientConnection(Kind::Reading, &manager)
+    {
+        _SetSyncraClient(std::make_unique<OwnClient>(std::move(isMember)));
+    }
+};
 
 }  // namespace
 
@@ -41,6 +106,11 @@ TEST_F(CheckStepTest, StepsRunAloneAndStandStillAfterAFailure)
     Host host(Url("anna.novak", u"Harbour Bridge"), DataFolder());
     SYC::WriteProjectConnection connection(&host.manager);
     Syncra::Protocol::Session session;
+    EXPECT_THROW(connection.AuthenticateToProject(false), OV::NullReferenceException);
+    EXPECT_THROW(connection.CheckProjectAvailability(), OV::NullReferenceException);
+    EXPECT_THROW(connection.StartAndCheckSession(false, false, false, session),
+                 OV::NullReferenceException);
+    EXPECT_THROW(connection.FillCache(session), OV::NullReferenceException);
     EXPECT_EQ(connection.ConnectAndAuthenticateToServer(), CheckResult::Passed);
     EXPECT_EQ(connection.AuthenticateToProject(false), CheckResult::Passed);
     EXPECT_EQ(connection.GetCachedProjectInfo(), CheckResult::Passed);
@@ -60,4 +130,44 @@ TEST_F(CheckStepTest, StepsRunAloneAndStandStillAfterAFailure)
     EXPECT_EQ(host.events.size(), 1u);
     EXPECT_EQ(connection.ConnectAndAuthenticateToServer(), CheckResult::Passed) << "begins anew";
     EXPECT_THROW(connection.AuthenticateToProject(false), Communication::CommunicationException);
+}
+
+TEST_F(CheckStepTest, AConnectionTakesUpWhatTheHostHasOpenNow)
+{
+    Host bridge(Url("anna.novak", u"Harbour Bridge"), DataFolder());
+    Host station(Url("anna.novak", u"North Station"), DataFolder());
+    Host mistyped(Url("anna.novak", u"North Station", 0, "wrong"), DataFolder());
+    ChangingHost host(bridge);
+    SYC::ReadProjectConnection connection(&host);
+    EXPECT_EQ(connection.Check(true, false, false, false), CheckResult::Passed);
+    const OV::UniString bridgeId = connection.GetProjectId();
+    host.Open(mistyped);
+    EXPECT_EQ(connection.Check(true, false, false, false), CheckResult::AccessDenied);
+    EXPECT_EQ(mistyped.events, (Events{{11, u""}})) << "and what the host throws harms nothing";
+    host.Open(station);
+    EXPECT_EQ(connection.Check(true, false, false, false), CheckResult::Passed);
+    EXPECT_NE(connection.GetProjectId(), bridgeId);
+    EXPECT_EQ(station.manager.FindCache()->GetProjectId(), connection.GetProjectId());
+    EXPECT_EQ(bridge.manager.FindCache()->GetProjectId(), bridgeId);
+
+    EXPECT_FALSE(host.GetSessionId().empty());
+    host.hasNoCache = true;
+    EXPECT_TRUE(SYC::CloseSession(host)) << "the server's session is closed all the same";
+    EXPECT_EQ(connection.Check(true, false, false, false), CheckResult::Offline);
+}
+
+TEST_F(CheckStepTest, AFailedMembershipQueryIsNoMembershipUnlessItWasInterrupted)
+{
+    const std::tuple<std::function<bool()>, CheckResult, Events> queries[] = {
+        {[]() -> bool { throw 7; }, CheckResult::AccessDenied, {{11, u""}}},
+        {[]() -> bool { throw OV::NullReferenceException(); },
+         CheckResult::AccessDenied,
+         {{11, u""}}},
+        {[]() -> bool { throw OV::InterruptedException(); }, CheckResult::Offline, {}},
+    };
+    for (const auto& [query, result, events] : queries) {
+        Host host(Url("anna.novak", u"Bridge"), DataFolder());
+        EXPECT_EQ(OwnConnection(host.manager, query).Check(true, false, false, false), result);
+        EXPECT_EQ(host.events, events);
+    }
 }

@@ -1,7 +1,9 @@
 #include "DialogsQt/QtUser.hpp"
 #include "MainWindow.hpp"
+#include "RegisteredProjects.hpp"
 #include "Support/ServerProcess.hpp"
 #include "Support/TemporaryFolder.hpp"
+#include "SyncraURL.hpp"
 #include "UserInterface/AsyncTaskDialogExecutingImplementation.hpp"
 
 #include <QLineEdit>
@@ -81,11 +83,23 @@ TEST_F(DesktopTest, AProjectIsOpenedShownAndClosedFromTheKeyboard)
         EXPECT_TRUE(!widget->accessibleName().isEmpty() || (button && !button->text().isEmpty()))
             << widget->objectName().toStdString() << " says nothing to a screen reader";
     }
+    SYC::Inner::ProjectConnectionInfo project;
+    project.serverName = u"127.0.0.1";
+    project.port = server.ModelPort();
+    project.userName = u"anna.novak";
+    project.projectName = u"Harbour Bridge";
+    const auto cache = SYC::registeredProjects().GetCachedProjectInfo(
+        SYC::ToSyncraLocation(project), folder.GetLocation().Appended(u"Caches"));
+    ASSERT_TRUE(cache);
+    cache->SetUnsentChanges(true);
     user.Then([] { QtUser::Press(2); });  // stays open
     QTest::mouseClick(&Find<QPushButton>("close"), Qt::LeftButton);
     EXPECT_EQ(members.count(), 8);
-    user.Then([] { QtUser::Press(1); });
+    EXPECT_TRUE(cache->IsChanges());
+    user.Then([] { QtUser::Press(3); });  // discards
+    user.Then([] { QtUser::PressText("Discard Changes Anyway"); });
     QTest::mouseClick(&Find<QPushButton>("close"), Qt::LeftButton);
+    EXPECT_FALSE(cache->IsChanges());
     EXPECT_EQ(Status(), "Closed.");
     EXPECT_EQ(members.count(), 0);
     EXPECT_FALSE(Find<QPushButton>("close").isEnabled());

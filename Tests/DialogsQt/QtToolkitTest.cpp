@@ -36,8 +36,16 @@ TEST_F(QtToolkitTest, AUserOfWindowsIsHeardLikeOneOfAScript)
     dialog.popUp.Select(0);
     user_.Then([] {
         using Dialog = AllItemsDialog;
-        QTest::keyClick(&QtUser::Item(Dialog::PopUp), Qt::Key_Down);
-        QTest::keyClick(&QtUser::Item(Dialog::PopUp), Qt::Key_Down);
+        auto& popUp = QtUser::Item<QComboBox>(Dialog::PopUp);
+        QtUser::TurnWheel(popUp);
+        for (const auto key : {Qt::Key_Down, Qt::Key_End, Qt::Key_O}) {
+            QTest::keyClick(&popUp, key);
+            EXPECT_TRUE(popUp.view()->isVisible()) << "a key opens the list";
+            QTest::keyClick(popUp.view(), Qt::Key_Escape);
+        }
+        EXPECT_EQ(popUp.currentIndex(), -1) << "and only the list chooses";
+        QtUser::Choose(popUp, 0);
+        QtUser::Choose(popUp, 2);
         auto& list = QtUser::Item<QTableView>(Dialog::List);
         QTest::mouseClick(list.viewport(), Qt::LeftButton, {},
                           list.visualRect(list.model()->index(1, 0)).center());

@@ -3,11 +3,13 @@
 #include "Dlg/Qt/QtToolkit.hpp"
 
 #include <QAbstractButton>
+#include <QAbstractItemView>
 #include <QApplication>
 #include <QComboBox>
 #include <QLabel>
 #include <QTest>
 #include <QTimer>
+#include <QWheelEvent>
 #include <gtest/gtest.h>
 
 #include <functional>
@@ -44,6 +46,20 @@ public:
     {
         QWidget* const focus = QApplication::focusWidget();
         QTest::keyClick(focus != nullptr ? focus : &Window(), key);
+    }
+    /// One notch towards the user.
+    static void TurnWheel(QWidget& widget)
+    {
+        QWheelEvent event(QPointF(5, 5), widget.mapToGlobal(QPointF(5, 5)), {}, {0, -120}, {}, {},
+                          Qt::NoScrollPhase, false);
+        QApplication::sendEvent(&widget, &event);
+    }
+    /// Opens the pop-up by a key and takes the entry, from 0, out of its list.
+    static void Choose(QComboBox& popUp, int entry)
+    {
+        QTest::keyClick(&popUp, Qt::Key_Down);
+        popUp.view()->setCurrentIndex(popUp.model()->index(entry, 0));
+        QTest::keyClick(popUp.view(), Qt::Key_Return);
     }
     /// Presses the button of an alert that has this text.
     static void PressText(const QString& text)

@@ -1,5 +1,6 @@
 #include "SYCommunication/HttpClient.hpp"
 #include "OVRoot/Thread.hpp"
+#include "SYCommunication/Detail/TransferDeadline.hpp"
 #include "Support/ScriptedServer.hpp"
 
 #include <gtest/gtest.h>
@@ -287,6 +288,32 @@ TEST(HttpClientTest, CancelEndsTheRequestUnderWayAndEveryLaterOne)
     EXPECT_LT(Clock::now() - begin, std::chrono::seconds(1));
     EXPECT_EQ(Outcome(client), "InterruptedException");
     EXPECT_EQ(server.Requests(), 1);
+}
+
+TEST(TransferDeadlineTest, AStalledOrDrippingTransferEndsAndALargeOneHasItsTime)
+{
+    using namespace std::chrono_literals;
+    constexpr std::uint64_t second = Detail::TransferDeadline::SlowestBytesPerSecond;
+    struct Step {
+        std::chrono::milliseconds at;
+        std::uint64_t moved;
+        std::chrono::milliseconds end;
+    };
+    const std::vector<Step> transfers[] = {
+        {{0s, 0, 30s}, {29s, 0, 30s}},
+        {{1s, 1, 30s}, {29s, 8, 30s}},                       // in drops
+        {{1s, 100 * second, 31s}, {30s, 100 * second, 31s}},  // fast, then nothing
+        {{20s, 20 * second, 50s}, {49s, 60 * second, 79s}},   // slow, and alive
+        {{59s, 100 * second, 89s}, {60s, 50 * second, 89s}},  // sent again
+    };
+    for (const auto& steps : transfers) {
+        const Detail::TransferDeadline::Time begin{1h};
+        Detail::TransferDeadline deadline(30s, begin);
+        for (const Step& step : steps) {
+            deadline.Note(step.moved, begin + step.at);
+            EXPECT_EQ((deadline.End() - begin) / 1ms, step.end / 1ms) << step.at / 1ms;
+        }
+    }
 }
 
 TEST(ServerAddressTest, ServerNamesAsUsersWriteThem)

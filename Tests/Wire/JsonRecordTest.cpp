@@ -18,6 +18,14 @@ std::string Nested(int levels)
            std::string(static_cast<std::size_t>(levels), ']');
 }
 
+std::string Repeated(std::string_view piece, std::size_t count)
+{
+    std::string text;
+    for (text.reserve(piece.size() * count); count > 0; --count)
+        text += piece;
+    return text;
+}
+
 Session ExampleSession()
 {
     Session session;
@@ -69,6 +77,8 @@ TEST(JsonRecordTest, RefusesBodiesThatAreNotOneShallowValue)
                                   Nested(65),
                                   std::string(2'000'000, '['),
                                   std::string(2'000'000, '{'),
+                                  "[0" + Repeated(",0", 4'000'000) + "]",
+                                  "[[]" + Repeated(",[]", 2'000'000) + "]",
                                   "\"" + std::string(100, '[')};
     for (const auto& body : bodies)
         EXPECT_THROW((void)ParseJson(body), MalformedRecordException) << body.substr(0, 40);

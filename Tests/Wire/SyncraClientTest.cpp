@@ -1,5 +1,6 @@
 #include "SyncraClient/SyncraClient.hpp"
 #include "SYClientBase/SyncraClientFactory.hpp"
+#include "SYCommunication/PagedReading.hpp"
 #include "Support/ScriptedServer.hpp"
 
 #include <gtest/gtest.h>
@@ -234,4 +235,27 @@ TEST(SyncraClientTest, AnExpiredTokenIsRenewedOnceARequest)
     oldest = 1000;
     EXPECT_EQ(Outcome([&] { client->CloseSession(u"s"); }), "refused 15");
     EXPECT_EQ(signIns, 3) << "not again and again";
+}
+
+TEST(SyncraClientTest, PagesThatBringNothingOrNeverEndAreRefused)
+{
+    int pages = 0;
+    const ScriptedServer server([&](Peer& peer, const Asked& request) {
+        peer.Answer(200, request.number == 1
+                             ? Token
+                             : R"({"mails":[],"cursor":")" + std::to_string(++pages) + R"("})");
+    });
+    OV::PagedArray<Syncra::Protocol::Message> mails;
+    EXPECT_EQ(Outcome([&] { SignedIn(server)->GetMails(u"p", 0, mails); }),
+              "MalformedResponseException");
+
+    const std::pair<std::uint64_t, std::uint64_t> beyond[] = {
+        {41, 1}, {1, 4}, {~0ull, 0}, {0, ~0ull}};
+    for (const auto& [bytes, entries] : beyond) {
+        Communication::PagedReading reading(u"the log", {100, 10});
+        reading.TakePage(60, 7, true);
+        EXPECT_EQ(Outcome([&, b = bytes, e = entries] { reading.TakePage(b, e, false); }),
+                  "MalformedResponseException");
+        EXPECT_EQ(Outcome([&] { reading.TakePage(40, 3, true); }), "-");
+    }
 }

@@ -305,10 +305,12 @@ void MainWindow::ShowProjects(const OV::Array<Syncra::Protocol::Project>& projec
 void MainWindow::Open()
 {
     const auto selected = projects_->selectedItems();
-    if (selected.isEmpty() || !Close())
+    if (selected.isEmpty())
         return;
     auto info = Login();
-    info.projectName = FromQt(selected.front()->text());
+    info.projectName = FromQt(selected.front()->text());  // the table may change while one is asked
+    if (!Close())
+        return;
     const auto manager = std::make_shared<SYC::ClientProjectConnectionManager>(
         SYC::ToSyncraLocation(info), dataFolder_, nullptr);
     bool takeOver = false;
@@ -376,19 +378,24 @@ bool MainWindow::Close()
 {
     if (!opened_)
         return true;
-    auto& manager = *opened_->manager;
+    const auto opened = opened_->manager;  // lives through the nested loops of the dialogs
+    auto& manager = *opened;
     const auto cache = manager.FindCache();
     const bool isOnline = manager.GetSignalClient().GetPresenceService().IsOnline();
-    SYC::CloseProjectDialog dialog(isOnline, false, cache->IsChanges(), false,
-                                   cache->IsProjectForcedOffline(), cache->IsReservation(),
-                                   opened_->name);
+    SYC::CloseProjectDialog dialog(isOnline, false, cache && cache->IsChanges(), false,
+                                   cache && cache->IsProjectForcedOffline(),
+                                   cache && cache->IsReservation(), opened_->name);
     if (!dialog.Invoke())
         return false;
+    if (cache && dialog.GetResult() == SYC::CloseProjectDialog::Result::Discard)
+        cache->SetUnsentChanges(false);
+    if (!opened_ || opened_->manager != opened)
+        return true;
     if (opened_->members)
         opened_->members->Detach(*this);
     opened_->members.reset();
     manager.StopSignals();
-    if (isOnline && !ServerTasks::Run(OV::MakeRef<ServerTasks::CloseProject>(opened_->manager)))
+    if (isOnline && !ServerTasks::Run(OV::MakeRef<ServerTasks::CloseProject>(opened)))
         Say("Closed here; the server's session is still open.");
     else
         Say("Closed.");

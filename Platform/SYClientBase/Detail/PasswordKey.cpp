@@ -64,9 +64,15 @@ PasswordKey MakeKey(const IO::Location& file)
     return key;
 }
 
-PasswordKey LoadKey(const IO::Location& file)
+PasswordKey LoadKey(const IO::Location& file, MissingKey missing)
 {
-    return IO::File::Exists(file) ? ReadKey(file) : MakeKey(file);
+    if (IO::File::Exists(file))
+        return ReadKey(file);
+    if (missing == MissingKey::Make)
+        return MakeKey(file);
+    throw PasswordCodingException(
+        u"A stored password cannot be read, since its key is not there: " + file.ToDisplayText() +
+        u". Restore it from a backup, or enter the password again.");
 }
 
 }  // namespace
@@ -79,7 +85,7 @@ void InitialiseSodium()
             OV::StringView("The system gives no random numbers, so passwords cannot be stored."));
 }
 
-PasswordKey GetPasswordKey()
+PasswordKey GetPasswordKey(MissingKey missing)
 {
     static OV::Lock lock;
     static auto& known = *new KnownKey;
@@ -89,7 +95,7 @@ PasswordKey GetPasswordKey()
         const IO::Location folder = IO::GetCompanyFolder(IO::SpecialFolder::RoamingApplicationData);
         const IO::Location file = folder.Appended(KeyFileName);
         if (known.file != file)
-            known = {file, LoadKey(file)};
+            known = {file, LoadKey(file, missing)};
         return known.key;
     } catch (const IO::IOException& failure) {
         throw PasswordCodingException(

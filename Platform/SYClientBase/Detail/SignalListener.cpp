@@ -45,10 +45,10 @@ private:
 
 void SignalState::SetForcedOffline(bool forced)
 {
+    presence_.HoldOffline(forced);
     std::shared_ptr<Syncra::Client::SyncraClient> client;
     {
         const OV::LockGuard guard(lock_);
-        forcedOffline_ = forced;
         ++changes_;
         client = client_;
         changed_.notify_all();
@@ -66,7 +66,7 @@ void SignalState::SetClient(std::shared_ptr<Syncra::Client::SyncraClient> client
         const OV::LockGuard guard(lock_);
         former.swap(client_);
     }
-    if (client && forcedOffline_)
+    if (client && IsForcedOffline())
         client->Cancel();
 }
 
@@ -74,8 +74,7 @@ void SignalState::SetClient(std::shared_ptr<Syncra::Client::SyncraClient> client
 void SignalState::AwaitOnlineWish() OV_NO_ANALYSIS
 {
     std::unique_lock guard(lock_);
-    if (!changed_.wait(guard, OV::Thread::CurrentToken(),
-                       [this] { return !forcedOffline_.load(); }))
+    if (!changed_.wait(guard, OV::Thread::CurrentToken(), [this] { return !IsForcedOffline(); }))
         throw OV::InterruptedException();
 }
 
@@ -136,6 +135,7 @@ bool SignalListener::TryOnce()
 
 void SignalListener::Listen()
 {
+    OV::AssertNoLockHeld("PKSignalClient::Connector");
     const std::shared_ptr<Syncra::Client::SyncraClient> client = connector_();
     if (!client)
         throw OV::NullReferenceException();
@@ -191,9 +191,6 @@ void SignalListener::SetOnline()
         throw OV::InterruptedException();
     lossWasLogged_ = false;
     presence_.SetState(PresenceState::Online);
-    // The wish to work offline may have come in between, and its "offline" been overtaken.
-    if (state_.IsForcedOffline())
-        presence_.SetState(PresenceState::Offline);
 }
 
 void SignalListener::NoteLoss(const char* reason)

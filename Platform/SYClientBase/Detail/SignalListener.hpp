@@ -11,12 +11,15 @@
 
 namespace SYCB::Detail {
 
-/// What outlives a single listening: the observers and the wish to work offline.
+/// What outlives a single listening: the observers and the wish to work offline, which the presence
+/// service keeps.
 class SignalState {
 public:
+    explicit SignalState(PresenceService& presence) : presence_(presence) {}
+
     OV::EventSource<PKSignalClientObserver> observers;
 
-    [[nodiscard]] bool IsForcedOffline() const noexcept { return forcedOffline_; }
+    [[nodiscard]] bool IsForcedOffline() const noexcept { return presence_.IsHeldOffline(); }
     /// Ends the request under way when `forced`; wakes who waits for the end of it otherwise.
     void SetForcedOffline(bool forced);
     /// Waits on the calling thread until working offline is not wished; throws
@@ -29,7 +32,7 @@ public:
     void SetClient(std::shared_ptr<Syncra::Client::SyncraClient> client);
 
 private:
-    std::atomic<bool> forcedOffline_ = false;
+    PresenceService& presence_;
     OV::Lock lock_;
     std::condition_variable_any changed_;
     std::uint64_t changes_ OV_GUARDED_BY(lock_) = 0;

@@ -30,8 +30,12 @@ public:
         // Some bodies carry a password.
         const OV::SecureWipeGuard<char> wipe(request.body);
         const Communication::HttpResponse response = Send(request);
+        answerBytes_ = response.body.size();
         return Read(request, response, std::forward<Convert>(convert));
     }
+
+    /// The size of the last answer, for who adds answers up.
+    [[nodiscard]] std::size_t GetAnswerBytes() const noexcept { return answerBytes_; }
 
     void Cancel() { http_.Cancel(); }
 
@@ -57,11 +61,11 @@ private:
                                      const OV::Exception& reason) const;
 
     Communication::HttpClient http_;
-    /// The whole body of the sign-in, kept to renew the token: the one place that holds the
-    /// password.
+    /// The whole body of the sign-in, password included, kept to renew the token.
     OV::String signInBody_;
     OV::SecureWipeGuard<char> signInBodyWipe_{signInBody_};
     OV::String token_;
+    std::size_t answerBytes_ = 0;
     bool withoutVersionCheck_;
 };
 

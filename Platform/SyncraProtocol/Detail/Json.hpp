@@ -21,7 +21,8 @@ public:
     OV_EXCEPTION_IDENTITY(MalformedRecordException)
 };
 
-/// Parses a body: at most 64 levels deep, valid UTF-8, one value. Throws MalformedRecordException.
+/// Parses a body: valid UTF-8, one value, at most 64 levels deep and of 4,000,000 values. Throws
+/// MalformedRecordException.
 [[nodiscard]] nlohmann::json ParseJson(OV::StringView body);
 /// One line of JSON. Never throws for records of ours.
 [[nodiscard]] OV::String DumpJson(const nlohmann::json& value);

@@ -6,12 +6,14 @@
 #include <QComboBox>
 #include <QDateEdit>
 #include <QHeaderView>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QProgressBar>
 #include <QPushButton>
 #include <QStyle>
 #include <QTableView>
+#include <QWheelEvent>
 
 namespace Dlg::Detail {
 
@@ -42,9 +44,42 @@ QWidget* MakeButton(const ItemDescription& item, QWidget& parent)
     return button;
 }
 
+/// A pop-up whose entries are chosen from the opened list alone. Qt's own takes a notch of the
+/// wheel above the closed control, an arrow key or a letter for a choice, and choices may act at
+/// once.
+class ListedPopUp final : public QComboBox {
+public:
+    using QComboBox::QComboBox;
+
+private:
+    void wheelEvent(QWheelEvent* event) override { event->ignore(); }
+    void keyPressEvent(QKeyEvent* event) override
+    {
+        if (WouldChoose(*event))
+            showPopup();
+        else
+            QComboBox::keyPressEvent(event);
+    }
+
+    static bool WouldChoose(const QKeyEvent& event)
+    {
+        switch (event.key()) {
+        case Qt::Key_Up:
+        case Qt::Key_Down:
+        case Qt::Key_PageUp:
+        case Qt::Key_PageDown:
+        case Qt::Key_Home:
+        case Qt::Key_End:
+            return true;
+        default:
+            return !event.text().isEmpty() && event.text().front().isPrint();
+        }
+    }
+};
+
 QWidget* MakePopUp(const ItemDescription& item, QWidget& parent)
 {
-    auto* const popUp = new QComboBox(&parent);
+    auto* const popUp = new ListedPopUp(&parent);
     popUp->setPlaceholderText(ToQt(item.label));
     // Qt's pale placeholder looks like a disabled control.
     QPalette colours = popUp->palette();
