@@ -3,7 +3,7 @@
 #include "Detail/CurrentFailure.hpp"
 #include "Detail/Interruption.hpp"
 #include "Detail/KnownRecords.hpp"
-#include "Detail/LogBounds.hpp"
+#include "Detail/LogReading.hpp"
 #include "LogLineReader.hpp"
 #include "ManagementTool/UserUtils.hpp"
 #include "OVRoot/Clock.hpp"
@@ -111,9 +111,9 @@ void EventLogUpdater::Fetch(Lines& lines)
     try {
         const auto client = SYCB::CreateSyncraClient(
             {server_.host, server_.port, server_.userName, server_.password});
-        SYC::Detail::LogBounds bounds;
+        SYC::Detail::LogReading reading;
         for (const auto& project : client->GetProjects())
-            FetchProject(*client, project, bounds, lines);
+            FetchProject(*client, project, reading, lines);
         return;
     } catch (const OV::InterruptedException&) {
         throw;
@@ -127,7 +127,7 @@ void EventLogUpdater::Fetch(Lines& lines)
 
 void EventLogUpdater::FetchProject(Syncra::Client::SyncraClient& client,
                                    const Syncra::Protocol::Project& project,
-                                   SYC::Detail::LogBounds& bounds, Lines& lines)
+                                   SYC::Detail::LogReading& reading, Lines& lines)
 {
     const std::int32_t from = FirstSecond(cache_.GetLastLogTime(project.id));
     auto known = KnownSince(lines, project.id, from);
@@ -146,7 +146,7 @@ void EventLogUpdater::FetchProject(Syncra::Client::SyncraClient& client,
                              {project.name, refusal.GetMessage()});
             return;
         }
-        bounds.Count(page);
+        reading.TakePage(page);
         for (auto& line : ReadLogLines(page, project)) {
             ++done;
             if (!known.Take(line.Record()))

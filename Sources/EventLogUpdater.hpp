@@ -6,7 +6,7 @@
 #include "TextParser.hpp"
 
 namespace SYC::Detail {
-class LogBounds;
+class LogReading;
 }
 
 /// Keeps the activity log of all projects of a server in its cache: asks for what came since, and
@@ -40,7 +40,7 @@ private:
     void ReadCache();
     void Fetch(Lines& lines);
     void FetchProject(Syncra::Client::SyncraClient& client,
-                      const Syncra::Protocol::Project& project, SYC::Detail::LogBounds& bounds,
+                      const Syncra::Protocol::Project& project, SYC::Detail::LogReading& reading,
                       Lines& lines);
 
     LogSource server_;

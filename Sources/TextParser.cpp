@@ -1,7 +1,7 @@
 #include "TextParser.hpp"
 
 #include "Detail/CurrentFailure.hpp"
-#include "Detail/LogBounds.hpp"
+#include "Detail/LogReading.hpp"
 #include "OVRoot/Logger.hpp"
 #include "OVRoot/Thread.hpp"
 #include "SYClientBase/ConnectionValidator.hpp"
@@ -27,7 +27,7 @@ int TextParser::GetLatestEvents(std::int32_t from, std::int32_t to, bool without
         const OV::SecureWipeGuard<char16_t> wipe(data.password);
         const auto client = SYCB::CreateSyncraClient(data);
         Syncra::Protocol::EventLogPage page;
-        SYC::Detail::LogBounds bounds;
+        SYC::Detail::LogReading reading;
         OV::String text;
         do {
             if (OV::Thread::IsInterrupted())
@@ -35,7 +35,7 @@ int TextParser::GetLatestEvents(std::int32_t from, std::int32_t to, bool without
             page = type_ == LogType::Project
                        ? client->GetEvents(source_.projectId, from, to, page.next)
                        : client->GetPerformanceEvents(from, to, page.next);
-            bounds.Count(page);
+            reading.TakePage(page);
             text += page.text;
         } while (page.left > 0);
         SetText(std::move(text), std::move(page.separator));
