@@ -72,12 +72,18 @@ ChangeStamp StampOf(const struct stat& status) noexcept
     return stamp;
 }
 
-bool StillNames(const OV::String& path, const Descriptor& opened)
+bool StillNames(const OV::String& path, const Descriptor& opened, const Location& place)
 {
     struct stat named {};
     struct stat held {};
-    return lstat(path.c_str(), &named) == 0 && fstat(opened.Number(), &held) == 0 &&
-           IsSameFile(named, held);
+    if (lstat(path.c_str(), &named) != 0) {
+        if (IsNotThere(errno))
+            return false;
+        Fail(u"Cannot look at", place);
+    }
+    if (fstat(opened.Number(), &held) != 0)
+        Fail(u"Cannot look at", place);
+    return IsSameFile(named, held);
 }
 
 }  // namespace Posix

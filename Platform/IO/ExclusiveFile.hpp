@@ -22,9 +22,11 @@ public:
     ExclusiveFile& operator=(ExclusiveFile&&) noexcept;
 
     [[nodiscard]] const Location& GetLocation() const noexcept;
-    /// Whether the path still names the file that is held.
+    /// Whether the path still names the file that is held. Throws IOException when that cannot be
+    /// told.
     [[nodiscard]] bool StillInPlace() const;
     /// Deletes the file and lets go of it, in this order, so that nobody finds it free in between.
+    /// Throws IOException, and lets go of it with this object then.
     void DeleteAndClose();
 
 private:

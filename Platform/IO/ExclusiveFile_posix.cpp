@@ -82,7 +82,10 @@ struct ExclusiveFile::State {
         return false;
     }
 
-    [[nodiscard]] bool StillInPlace() const { return file && Posix::StillNames(path, file); }
+    [[nodiscard]] bool StillInPlace() const
+    {
+        return file && Posix::StillNames(path, file, location);
+    }
 
     void Close() noexcept
     {

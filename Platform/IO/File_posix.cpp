@@ -52,12 +52,13 @@ bool Claim(const Descriptor& file)
     return fcntl(file.Number(), F_OFD_SETLK, &whole) == 0;
 }
 
-/// Deletes what a killed process left at `path`; false when its writer lives or it is not ours.
-bool DeleteLeftOver(const OV::String& path)
+/// Deletes what a killed process left at `path` beside `place`; false when its writer lives or it
+/// is not ours.
+bool DeleteLeftOver(const OV::String& path, const Location& place)
 {
     constexpr int flags = O_WRONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK;
     const Descriptor file(Retry([&] { return open(path.c_str(), flags); }));
-    return file && Claim(file) && Posix::StillNames(path, file) && unlink(path.c_str()) == 0;
+    return file && Claim(file) && Posix::StillNames(path, file, place) && unlink(path.c_str()) == 0;
 }
 
 /// The new content beside its target until it is renamed over it; deleted when that never happens.
@@ -65,11 +66,14 @@ bool DeleteLeftOver(const OV::String& path)
 /// killed ones never leave more files than there were writers at once.
 class Replacement {
 public:
+    // Through the other one, so that what was created is deleted when this one throws.
     Replacement(const Location& place, OV::String target, bool isPrivate)
-        : place_(place), target_(std::move(target))
+        : Replacement(place, std::move(target))
     {
         struct stat former {};
         const bool exists = stat(target_.c_str(), &former) == 0;
+        if (!exists && !Posix::IsNotThere(errno))
+            Posix::Fail(u"Cannot look at", place_);
         if (exists && !S_ISREG(former.st_mode))
             Posix::FailToOpen(u"Cannot replace", place_, S_ISDIR(former.st_mode) ? EISDIR : EINVAL);
         // The folder alone decides whether a name can be replaced; who protects a file means it.
@@ -116,18 +120,26 @@ public:
     }
 
 private:
+    Replacement(const Location& place, OV::String target)
+        : place_(place), target_(std::move(target))
+    {}
+
     void Create(mode_t mode)
     {
         constexpr int flags = O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC;
         for (int number = 0; !file_;) {
-            path_ = target_ + ".new-" + std::to_string(number);
-            file_ = Descriptor(Retry([&] { return open(path_.c_str(), flags, mode); }));
+            const OV::String path = target_ + ".new-" + std::to_string(number);
+            file_ = Descriptor(Retry([&] { return open(path.c_str(), flags, mode); }));
             if (!file_ && errno != EEXIST)
-                FailToCreate();
-            if (!file_ && DeleteLeftOver(path_))
+                Posix::FailToOpen(u"Cannot open for writing", place_);
+            if (!file_ && DeleteLeftOver(path, place_))
                 continue;
-            if (file_ && IsTakenForLeftOver())
+            if (file_)
+                path_ = path;
+            if (file_ && IsTakenForLeftOver()) {
                 file_ = Descriptor();
+                path_.clear();
+            }
             ++number;
         }
     }
@@ -137,13 +149,7 @@ private:
     {
         if (!Claim(file_) && (errno == EAGAIN || errno == EACCES))
             return true;
-        return !Posix::StillNames(path_, file_);
-    }
-
-    [[noreturn]] void FailToCreate()
-    {
-        path_.clear();
-        Posix::FailToOpen(u"Cannot open for writing", place_);
+        return !Posix::StillNames(path_, file_, place_);
     }
 
     void Discard() noexcept
@@ -245,7 +251,7 @@ bool Exists(const Location& file)
     struct stat status {};
     if (stat(file.ToNativePath().c_str(), &status) == 0)
         return !S_ISDIR(status.st_mode);
-    if (errno != ENOENT && errno != ENOTDIR)
+    if (!Posix::IsNotThere(errno))
         Posix::Fail(u"Cannot look at", file);
     return false;
 }
@@ -255,7 +261,7 @@ std::optional<ChangeStamp> GetChangeStamp(const Location& file)
     struct stat status {};
     if (stat(file.ToNativePath().c_str(), &status) == 0)
         return Posix::StampOf(status);
-    if (errno != ENOENT && errno != ENOTDIR)
+    if (!Posix::IsNotThere(errno))
         Posix::Fail(u"Cannot look at", file);
     return std::nullopt;
 }
@@ -328,13 +334,13 @@ void Delete(const Location& file)
     const OV::String path = file.ToNativePath();
     for (int round = 0; round < Posix::MostRounds; ++round) {
         const Descriptor held = HoldForDeletion(file, path);
-        if (!held && (errno == ENOENT || errno == ENOTDIR))
+        if (!held && Posix::IsNotThere(errno))
             return;
         // A file that is not ours to read, a link or a socket; any other failure may hide a holder.
         if (!held && errno != EACCES && errno != ELOOP && errno != ENXIO)
             Posix::Fail(u"Cannot delete", file);
         // Deleted and made anew since it was opened: that one may be held by its maker.
-        if (held && !Posix::StillNames(path, held))
+        if (held && !Posix::StillNames(path, held, file))
             continue;
         if (unlink(path.c_str()) != 0 && errno != ENOENT)
             Posix::Fail(u"Cannot delete", file);

@@ -20,7 +20,10 @@ using OpenFolder = std::unique_ptr<DIR, CloseFolder>;
 
 OpenFolder Open(const Location& folder)
 {
-    OpenFolder opened(opendir(folder.ToNativePath().c_str()));
+    OpenFolder opened;
+    do
+        opened.reset(opendir(folder.ToNativePath().c_str()));
+    while (!opened && errno == EINTR);
     if (!opened)
         Posix::Fail(u"Cannot open the folder", folder);
     return opened;
@@ -30,7 +33,8 @@ OpenFolder Open(const Location& folder)
 /// none.
 OpenFolder OpenBelow(int parent, const char* name)
 {
-    const int opened = openat(parent, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+    constexpr int flags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
+    const int opened = Posix::Retry([&] { return openat(parent, name, flags); });
     return OpenFolder(opened < 0 ? nullptr : fdopendir(opened));
 }
 

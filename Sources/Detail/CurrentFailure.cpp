@@ -1,6 +1,6 @@
 #include "Detail/CurrentFailure.hpp"
 
-#include "OVRoot/Exception.hpp"
+#include "OVRoot/MessageWithCauses.hpp"
 
 namespace SYC::Detail {
 
@@ -9,7 +9,7 @@ OV::UniString DescribeCurrentFailure()
     try {
         throw;
     } catch (const OV::Exception& failure) {
-        return failure.GetMessage();
+        return OV::MessageWithCauses(failure);
     } catch (const std::bad_alloc&) {
         return u"There is not enough memory.";
     } catch (const std::exception& failure) {

@@ -4,7 +4,7 @@
 
 namespace SYC::Detail {
 
-/// What the exception that is being handled says, of whichever type it is.
+/// What the exception that is being handled says with its causes, of whichever type it is.
 [[nodiscard]] OV::UniString DescribeCurrentFailure();
 
 }  // namespace SYC::Detail

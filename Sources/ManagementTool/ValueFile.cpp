@@ -4,6 +4,7 @@
 #include "IO/IOException.hpp"
 #include "ManagementTool/FileErrors.hpp"
 #include "OVRoot/Logger.hpp"
+#include "OVRoot/MessageWithCauses.hpp"
 #include "OVRoot/Resources.hpp"
 
 namespace Syncra::Server::ManagementTool::Core {
@@ -12,7 +13,7 @@ namespace {
 
 ReplaceOutcome Failed(FileAlert alert, const FileError& error)
 {
-    OV::Logger::Warning("SYClient", u"%", {error.GetMessage()});
+    OV::Logger::Warning("SYClient", u"%", {OV::MessageWithCauses(error)});
     return {std::nullopt, alert};
 }
 

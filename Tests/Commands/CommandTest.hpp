@@ -40,13 +40,14 @@ protected:
     }
 
     /// With the files that catch its output in `place`: for commands that run at the same time.
+    /// `runner` is what runs it, with its own arguments.
     static CommandResult RunIn(const std::filesystem::path& place,
                                const std::vector<std::string>& arguments,
-                               const std::string& input = "")
+                               const std::string& input = "", const std::string& runner = "")
     {
         const auto in = place / "in";
         std::ofstream(in) << input;
-        std::string command = Quoted(SYCLIENT_TEST_CLI);
+        std::string command = runner + Quoted(SYCLIENT_TEST_CLI);
         for (const auto& argument : arguments)
             command += " " + Quoted(argument);
         command += " <" + Quoted(in) + " >" + Quoted(place / "out") + " 2>" + Quoted(place / "err");

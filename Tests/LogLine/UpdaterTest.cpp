@@ -117,7 +117,7 @@ TEST_F(UpdaterTest, AFailureKeepsWhatIsThereAndAnInterruptionIsQuick)
     server.Kill();
     updater.Start();
     updater.Await();
-    EXPECT_EQ(listener.failure, u"Cannot get latest events");
+    EXPECT_TRUE(listener.failure.starts_with(u"Cannot get latest events: No connection to server"));
     EXPECT_FALSE(listener.lines.empty()) << "what is cached is shown all the same";
     server.Start();
     updater.Start();
@@ -240,7 +240,8 @@ TEST(LogUpdaterTest, AHostileServerEndsAnUpdateAndTakesNothing)
         updater.Start();
         updater.Await();
         updater.Detach(listener);
-        return std::pair(listener.failure, listener.lines.size());
+        return std::pair(listener.failure.substr(0, listener.failure.find(u':')),
+                         listener.lines.size());
     };
     using Result = std::pair<OV::UniString, std::size_t>;
     EXPECT_EQ(update(R"({"text":"1\u0000\u0000u\n","separator":"\u0000\u0000","left":0,"next":)"),

@@ -2,10 +2,9 @@
 
 #include "Support/KillLoop.hpp"
 
+#include "IO/File.hpp"
+
 #include <fstream>
-#include <iterator>
-#include <random>
-#include <thread>
 
 using SYCB::PresenceState;
 
@@ -15,18 +14,25 @@ namespace {
 void ExpectExactlyOnce(const std::map<OV::UniString, int>& delivered,
                        const std::vector<OV::UniString>& promised)
 {
-    for (const auto& text : promised) {
-        const auto found = delivered.find(text);
-        EXPECT_TRUE(found != delivered.end()) << "lost: " << OV::ToUtf8(text);
-    }
+    std::size_t lost = 0, doubled = 0;
+    for (const auto& text : promised)
+        lost += delivered.contains(text) ? 0 : 1;
     for (const auto& [text, count] : delivered)
-        EXPECT_EQ(count, 1) << "came " << count << " times: " << OV::ToUtf8(text);
+        doubled += count > 1 ? 1 : 0;
+    std::cout << promised.size() << " mails promised, " << lost << " lost, " << doubled
+              << " doubled\n";
+    EXPECT_EQ(lost, 0u);
+    EXPECT_EQ(doubled, 0u);
 }
 
-bool IsLong()
+std::vector<OV::UniString> ReadPromises(const std::filesystem::path& file)
 {
-    const char* isLong = std::getenv("SYCLIENT_LONG");
-    return isLong != nullptr && *isLong == '1';
+    std::vector<OV::UniString> promised;
+    std::ifstream promises(file);
+    for (std::string line; std::getline(promises, line);)
+        if (line.size() == 36)  // a line that the kill cut off was no promise
+            promised.push_back(OV::FromUtf8(line));
+    return promised;
 }
 
 }  // namespace
@@ -50,18 +56,29 @@ TEST_F(MessagingTest, NothingIsLostOrDoubledWhenTheClientIsKilled)
             SYCB::MessageLoop::RunPending();
         }
     };
-    KillAtRandomInstants(work, std::chrono::milliseconds(120), [] {});
-    const auto anna = MakeHost("anna.novak");
-    anna->SetPresence(PresenceState::Online);
-    anna->Open();
-    anna->Await([&] { return anna->client->GetOutboxMails().empty(); }, "an empty outbox");
-    std::vector<OV::UniString> promised;
-    std::ifstream promises(promisesFile);
-    for (std::string line; std::getline(promises, line);)
-        if (line.size() == 36)  // a line that the kill cut off was no promise
-            promised.push_back(OV::FromUtf8(line));
-    EXPECT_FALSE(promised.empty());
-    ExpectExactlyOnce(TextsOf("yuki.tanaka"), promised);
+    std::size_t promised = 0;
+    // The boxes are emptied after so many kills: a client that opens a large one does little else.
+    const auto settle = [&] {
+        {
+            const auto anna = MakeHost("anna.novak");
+            anna->SetPresence(PresenceState::Online);
+            anna->Open();
+            anna->Await([&] { return anna->client->GetOutboxMails().empty(); }, "an empty outbox");
+        }
+        const auto promises = ReadPromises(promisesFile);
+        promised += promises.size();
+        ExpectExactlyOnce(TextsOf("yuki.tanaka"), promises);
+        std::filesystem::remove(promisesFile);
+        IO::File::Delete(MakeHost("anna.novak")->MailsFile());
+        Sql("DELETE FROM mail_entries");
+    };
+    int kills = 0;
+    KillAtRandomInstants(work, std::chrono::milliseconds(120), [&] {
+        if (++kills % 100 == 0)
+            settle();
+    });
+    settle();
+    EXPECT_GT(promised, 0u);
 }
 
 TEST_F(MessagingTest, NothingIsLostOrDoubledWhenTheServerIsKilled)
@@ -71,7 +88,7 @@ TEST_F(MessagingTest, NothingIsLostOrDoubledWhenTheServerIsKilled)
     anna->Open();
     std::vector<OV::UniString> promised;
     std::mt19937 random(std::random_device{}());
-    const int kills = IsLong() ? 200 : 8;
+    const int kills = Rounds(8, 200);
     for (int kill = 0; kill < kills; ++kill) {
         for (int mail = 0; mail < 10; ++mail) {
             promised.push_back(OV::Guid::Generate().ToText());

@@ -13,11 +13,6 @@ namespace {
 /// The options in several processes.
 class DataOptionsProcessTest : public DataOptionsTest {
 protected:
-    static int Rounds()
-    {
-        const char* isLong = std::getenv("SYCLIENT_LONG");
-        return isLong != nullptr && *isLong == '1' ? 500 : 60;
-    }
     /// Under the lock, however long it takes to get it.
     static void Locked(const std::function<void()>& work)
     {
@@ -38,7 +33,7 @@ protected:
 
 TEST_F(DataOptionsProcessTest, HostsThatChangeAtOnceLoseNothing)
 {
-    const int rounds = Rounds();
+    const int rounds = Rounds(60, 500);
     const auto host = [rounds, &options = registry](void (Registry::*setOwn)(std::int32_t)) {
         return ChildProcess([rounds, setOwn, &options] {
             for (int round = 1; round <= rounds; ++round) {

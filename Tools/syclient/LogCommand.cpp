@@ -66,8 +66,7 @@ bool RunUpdate(LogUpdater& updater, UpdateView& view, Context& context)
         context.output.Error("Cancelled; the next update goes on from what was there before.");
     } else if (!view.failure.empty()) {
         context.exitCode = ExitCode::Offline;
-        context.output.Error(view.failure + ". Look at server, port and login, and whether the "
-                                            "server runs; --verbose tells more.");
+        context.output.Error(view.failure);
     }
     return context.exitCode == ExitCode::Success;
 }

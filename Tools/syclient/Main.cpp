@@ -3,12 +3,15 @@
 #include "AdminCommands.hpp"
 #include "OVRoot/Exception.hpp"
 #include "OVRoot/Logger.hpp"
+#include "OVRoot/MessageWithCauses.hpp"
 #include "RegisteredProjects.hpp"
 #include "TerminalWait.hpp"
 
 #include <CLI/CLI.hpp>
 
+#include <cstdio>
 #include <iostream>
+#include <new>
 
 namespace {
 
@@ -47,6 +50,11 @@ int Run(CLI::App& app, Context& context, int argc, char** argv)
     } catch (const OV::IllegalArgumentException& error) {
         context.output.Error(ForDisplay(error.GetMessage()));
         return static_cast<int>(ExitCode::Usage);
+    } catch (const OV::Exception& error) {
+        context.output.Error(ForDisplay(OV::MessageWithCauses(error)));
+        return static_cast<int>(ExitCode::Failure);
+    } catch (const std::bad_alloc&) {
+        throw;
     } catch (const std::exception& error) {
         context.output.Error(ForDisplay(OV::FromUtf8(error.what())));
         return static_cast<int>(ExitCode::Failure);
@@ -54,26 +62,7 @@ int Run(CLI::App& app, Context& context, int argc, char** argv)
     return static_cast<int>(context.exitCode);
 }
 
-}  // namespace
-
-IO::Location Context::DataFolder() const
-{
-    return dataFolder.empty() ? Registry().GetSYDataFolder()
-                              : IO::Location::FromPath(OV::FromUtf8(dataFolder));
-}
-
-SYC::RegisteredProjects& Context::Registry()
-{
-    static const bool isRead = [] {
-        SYC::RegisteredProjects::Init(SYC::RegisteredProjects::GetDefaultDataFolder());
-        SYC::registeredProjects().RefreshData(false);
-        return true;
-    }();
-    (void)isRead;
-    return SYC::registeredProjects();
-}
-
-int main(int argc, char** argv)
+int Run(int argc, char** argv)
 {
     CLI::App app("Work with shared projects on a Nexar Server from a shell.", "syclient");
     Context context;
@@ -99,4 +88,35 @@ int main(int argc, char** argv)
     AddOptionsCommand(app, context);
     AddPhotoCommand(app, context);
     return Run(app, context, argc, argv);
+}
+
+}  // namespace
+
+IO::Location Context::DataFolder() const
+{
+    return dataFolder.empty() ? Registry().GetSYDataFolder()
+                              : IO::Location::FromPath(OV::FromUtf8(dataFolder));
+}
+
+SYC::RegisteredProjects& Context::Registry()
+{
+    static const bool isRead = [] {
+        SYC::RegisteredProjects::Init(SYC::RegisteredProjects::GetDefaultDataFolder());
+        SYC::registeredProjects().RefreshData(false);
+        return true;
+    }();
+    (void)isRead;
+    return SYC::registeredProjects();
+}
+
+int main(int argc, char** argv)
+{
+    try {
+        return Run(argc, argv);
+    } catch (const std::bad_alloc&) {
+        // Nothing may be allocated to say so.
+        std::fputs("syclient: There is not enough memory. Close other programs and try again.\n",
+                   stderr);
+        return static_cast<int>(ExitCode::Failure);
+    }
 }

@@ -1,6 +1,7 @@
 #include "Display/ImageCoding.hpp"
 #include "IO/File.hpp"
 #include "IO/Folder.hpp"
+#include "OVRoot/MessageWithCauses.hpp"
 #include "OVRoot/PercentCoding.hpp"
 #include "PresenceManager/PresenceManager.hpp"
 #include "ProjectHost.hpp"
@@ -52,9 +53,7 @@ bool AskPresence(const ProjectHost& host, std::vector<Row>& rows, const Output& 
         output.Progress("Asking who is present ...");
         presence.SetTargetServer(info.serverName, info.port, info.userName, info.password);
     } catch (const PresenceManagerException& problem) {
-        output.Error(
-            ForDisplay(problem.GetMessage()) +
-            (problem.GetCause() ? ": " + ForDisplay(problem.GetCause()->GetMessage()) : ""));
+        output.Error(ForDisplay(OV::MessageWithCauses(problem)));
         presence.BeforeShutdown();
         return false;
     }

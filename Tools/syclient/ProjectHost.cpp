@@ -8,6 +8,18 @@ namespace {
 
 constexpr std::uint32_t ConnectMilliseconds = 30'000;
 
+/// Throws OV::IllegalArgumentException when there is none, or none with a project.
+std::shared_ptr<SYC::CachedProjectInfo>
+FindOpened(const SYC::ClientProjectConnectionManager& manager, const OV::UniString& projectName)
+{
+    auto cache = manager.FindCache();
+    if (!cache || cache->GetProjectId().empty())
+        throw OV::IllegalArgumentException(u"\"" + projectName +
+                                           u"\" has not been opened by this user on this machine "
+                                           u"yet. Run \"syclient open\" first.");
+    return cache;
+}
+
 /// Everything but the password is looked at before anybody is asked for one.
 SYC::Inner::ProjectConnectionInfo ReadOpened(const Context& context,
                                              const ProjectArguments& arguments)
@@ -15,11 +27,7 @@ SYC::Inner::ProjectConnectionInfo ReadOpened(const Context& context,
     const auto described = arguments.Describe();
     const SYC::ClientProjectConnectionManager lookUp(SYC::ToSyncraLocation(described),
                                                      context.DataFolder(), {});
-    const auto cache = lookUp.FindCache();
-    if (!cache || cache->GetProjectId().empty())
-        throw OV::IllegalArgumentException(u"\"" + described.projectName +
-                                           u"\" has not been opened by this user on this machine "
-                                           u"yet. Run \"syclient open\" first.");
+    (void)FindOpened(lookUp, described.projectName);
     return arguments.Read();
 }
 
@@ -28,6 +36,7 @@ SYC::Inner::ProjectConnectionInfo ReadOpened(const Context& context,
 ProjectHost::ProjectHost(Context& context, const ProjectArguments& arguments)
     : context_(context), info_(ReadOpened(context, arguments)),
       manager_(SYC::ToSyncraLocation(info_), context.DataFolder(), {}),
+      cache_(FindOpened(manager_, info_.projectName)),
       members_(manager_.GetSignalClient(), manager_, executor_)
 {
     members_.Attach(*this);
@@ -55,13 +64,13 @@ bool ProjectHost::IsOnline()
 
 OV::UniString ProjectHost::UserFullName() const
 {
-    return manager_.FindCache()->GetUserName();
+    return cache_->GetUserName();
 }
 
 bool ProjectHost::GoOnline()
 {
     context_.output.Progress("Connecting as " + DescribeLogin(info_) + " ...");
-    manager_.StartSignals(manager_.FindCache()->GetProjectId());
+    manager_.StartSignals(cache_->GetProjectId());
     auto& presence = manager_.GetSignalClient().GetPresenceService();
     // The presence changes on another thread, which posts nothing: look again now and then.
     for (std::uint32_t waited = 0; waited < ConnectMilliseconds; waited += 20)
@@ -97,8 +106,7 @@ bool ProjectHost::RefreshMembers()
 void ProjectHost::OpenMails()
 {
     mails_ = std::make_unique<SYC::MailClient>(manager_.GetSignalClient(), manager_, members_,
-                                               manager_.FindCache()->GetCacheFolderLocation(),
-                                               executor_);
+                                               cache_->GetCacheFolderLocation(), executor_);
     mails_->Attach(*this);
 }
 

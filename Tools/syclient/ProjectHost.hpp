@@ -57,6 +57,8 @@ private:
     SYC::Inner::ProjectConnectionInfo info_;
     SYCB::MessageLoopExecutor executor_;
     SYC::ClientProjectConnectionManager manager_;
+    /// Of the beginning: another process may remove it any time.
+    const std::shared_ptr<SYC::CachedProjectInfo> cache_;
     SYC::ProjectMembers members_;
     Outcome membersOutcome_;
     Outcome mailsOutcome_;

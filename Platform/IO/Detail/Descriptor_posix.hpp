@@ -55,8 +55,17 @@ auto Retry(Call&& call)
 {
     return left.st_dev == right.st_dev && left.st_ino == right.st_ino;
 }
+/// Whether a system call found that there is nothing of that name; any other failure says neither
+/// yes nor no.
+[[nodiscard]] inline bool IsNotThere(int number) noexcept
+{
+    return number == ENOENT || number == ENOTDIR;
+}
 /// Whether `path` itself, not what a link there stands for, still names the file behind `opened`.
-[[nodiscard]] bool StillNames(const OV::String& path, const Descriptor& opened);
+/// Throws IOException with `place` when that cannot be told: whoever took that for "no" would try
+/// for ever.
+[[nodiscard]] bool StillNames(const OV::String& path, const Descriptor& opened,
+                              const Location& place);
 
 /// Each lost round of opening and finding the file replaced means that another process won it; so
 /// many in a row count as a file that others hold.
