@@ -16,7 +16,6 @@
 namespace {
 
 namespace UserUtils = Syncra::Server::ManagementTool::Core::UserUtils;
-using Progress = SYC::BinCacheHandler::Progress;
 
 constexpr OV::StringView CannotGet = "Cannot get latest events";
 
@@ -89,9 +88,9 @@ void EventLogUpdater::ReadCache()
         TellProgress(done, total - done);
         return true;
     };
-    const auto read = [&](void (SYC::BinCacheHandler::*load)(const Progress&)) {
+    const auto succeeds = [](auto&& load) {
         try {
-            (cache_.*load)(show);
+            load();
             return true;
         } catch (const OV::InterruptedException&) {
             throw;
@@ -100,8 +99,8 @@ void EventLogUpdater::ReadCache()
             return false;
         }
     };
-    if (!read(&SYC::BinCacheHandler::GetCacheData))
-        (void)read(&SYC::BinCacheHandler::GetCacheLines);
+    if (!succeeds([&] { cache_.GetCacheData(show); }))
+        (void)succeeds([&] { cache_.GetCacheLines(show); });
     isCacheRead_ = true;
 }
 

@@ -101,7 +101,7 @@ TEST(ProcessEndTest, WorkUnderWayFindsWhatItNeedsAndEnds)
          ""},
         {"a reconnection when the presence came back",
          [](std::uint16_t port) {
-             auto& presence = *new SYCB::PresenceService;
+             static auto& presence = *new SYCB::PresenceService;
              auto& manager = ServerConnectionManager::GetInstance();
              manager.AttachConnection(&presence);
              GiveUp([&manager, port] {
@@ -110,7 +110,7 @@ TEST(ProcessEndTest, WorkUnderWayFindsWhatItNeedsAndEnds)
              });
              while (manager.GetServerName().empty())
                  std::this_thread::yield();
-             std::thread([&presence] { presence.SetState(SYCB::PresenceState::Online); }).detach();
+             std::thread([] { presence.SetState(SYCB::PresenceState::Online); }).detach();
          },
          "", 2},
     };

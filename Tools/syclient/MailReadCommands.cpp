@@ -114,10 +114,17 @@ void ShowOutbox(ProjectHost& host, Context& context, const std::vector<std::stri
     }
     const auto waiting = host.Mails().GetOutboxMails();
     PrintMails(waiting, "outbox", "The outbox is empty.", context.output);
-    if (std::any_of(waiting.begin(), waiting.end(),
-                    [](const auto& mail) { return mail->HasUnknownActions(); }))
+    const auto unknown = std::count_if(waiting.begin(), waiting.end(),
+                                       [](const auto& mail) { return mail->HasUnknownActions(); });
+    if (unknown > 0)
         context.output.Error("Mails with unknown actions are delivered by the program that wrote "
                              "them, when it has the project open.");
+    const auto left = static_cast<std::ptrdiff_t>(waiting.size()) - unknown;
+    if (flush && left > 0 && context.exitCode == ExitCode::Success) {
+        context.exitCode = ExitCode::Failure;
+        context.output.Error(std::to_string(left) +
+                             " mail(s) could not be delivered and wait; --verbose tells why.");
+    }
 }
 
 /// Prints each mail that comes.
