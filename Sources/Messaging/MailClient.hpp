@@ -85,6 +85,9 @@ public:
     /// Whether mails are being delivered. What the outbox then still holds waits for something: the
     /// server, a recipient, or a process that knows its actions.
     [[nodiscard]] bool IsSending() const;
+    /// Whether "Outbox.dat" still holds mails that were delivered, because the disk did not take
+    /// it. They leave it with the next write; the server recognises what is sent again.
+    [[nodiscard]] bool HasUnwrittenOutbox() const { return outbox_.IsFileBehind(); }
     /// Throw IO::IOException; then nothing changed. A mail that is being sent may still arrive.
     void DeleteOutboxMails(const OV::Array<OV::UniString>& ids);
     void SetOutboxMailsHistorical(const OV::Array<OV::UniString>& ids);

@@ -192,6 +192,12 @@ void Outbox::Save() noexcept
     }
 }
 
+bool Outbox::IsFileBehind() const
+{
+    const OV::LockGuard guard(lock_);
+    return !delivered_.empty();
+}
+
 void Outbox::TellObservers()
 {
     observers_.Notify([](OutboxObserver& observer) { observer.OutboxChanged(); });

@@ -45,6 +45,8 @@ public:
     /// Writes what is outstanding. A disk that refuses is logged and tried again with the next
     /// change.
     void Save() noexcept;
+    /// Whether the file still holds mails that the server has, because the disk did not take it.
+    [[nodiscard]] bool IsFileBehind() const;
 
     void Attach(OutboxObserver& observer) { observers_.Attach(observer); }
     void Detach(OutboxObserver& observer) { observers_.Detach(observer); }

@@ -120,6 +120,8 @@ void ShowOutbox(ProjectHost& host, Context& context, const std::vector<std::stri
         context.output.Error("Mails with unknown actions are delivered by the program that wrote "
                              "them, when it has the project open.");
     const auto left = static_cast<std::ptrdiff_t>(waiting.size()) - unknown;
+    if (flush && host.Mails().HasUnwrittenOutbox() && context.exitCode == ExitCode::Success)
+        context.exitCode = ExitCode::Failure;  // the log has said why
     if (flush && left > 0 && context.exitCode == ExitCode::Success) {
         context.exitCode = ExitCode::Failure;
         context.output.Error(std::to_string(left) +
