@@ -1,4 +1,5 @@
 #include "Commands/CommandTest.hpp"
+#include "Support/StoreEdit.hpp"
 
 #include <fstream>
 
@@ -27,6 +28,8 @@ TEST_F(LogCommandTest, IsFetchedOnceAndThenReadWithoutTheServer)
     EXPECT_EQ(Update("nobody").code, 11);
     ASSERT_EQ(Run(On("anna.novak", "Harbour Bridge", {"open"})).code, 0);
     ASSERT_EQ(Run(On("anna.novak", "Harbour Bridge", {"close"})).code, 0);
+    EditStore(server.StorePath(), "UPDATE events SET comment = '=1+1' || char(27) || ']' || "
+                                  "char(8238) WHERE action = 'Logout'");
     const auto updated = Update("anna.novak");
     ASSERT_EQ(updated.code, 0) << updated.errors;
     server.Kill();
@@ -43,6 +46,8 @@ TEST_F(LogCommandTest, IsFetchedOnceAndThenReadWithoutTheServer)
     EXPECT_TRUE(
         leaves.starts_with("\"Timestamp\",\"User\",\"Action\",\"Comment\",\"Size\",\"Time\"\n"));
     EXPECT_EQ(std::count(leaves.begin(), leaves.end(), '\n'), 2);
+    EXPECT_NE(leaves.find(",\"'=1+1?]?\","), std::string::npos)
+        << "neither a formula nor a code of the terminal: " << leaves;
     EXPECT_EQ(Json::parse(Log({"show", "--json", "--to", "2020-01-01"}).output).at("count"), 0);
     EXPECT_EQ(Json::parse(Log({"show", "--json", "--limit", "2"}).output).at("lines").size(), 2u);
     const auto stats = Json::parse(Log({"stats", "--json"}).output);

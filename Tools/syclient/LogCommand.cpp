@@ -117,10 +117,18 @@ Json LineJson(const LogDataLine& line)
 }
 
 /// As spreadsheets read it: quotes within a text are doubled.
+/// A spreadsheet takes what begins like a formula for one; members write comments.
+bool LooksLikeFormula(const std::string& text)
+{
+    return !text.empty() && std::string_view("=+-@").find(text[0]) != std::string_view::npos &&
+           text.find_first_not_of("0123456789.,", 1) != std::string::npos;
+}
+
 std::string CsvText(const OV::UniString& text)
 {
-    std::string quoted = "\"";
-    for (const char c : OV::ToUtf8(text))
+    const std::string shown = ForDisplay(text);
+    std::string quoted = LooksLikeFormula(shown) ? "\"'" : "\"";
+    for (const char c : shown)
         quoted += c == '"' ? std::string("\"\"") : std::string(1, c);
     return quoted + '"';
 }
@@ -233,7 +241,8 @@ void PrintShares(const std::string& title, const Json& shares, const Output& out
     std::vector<std::vector<std::string>> rows{{title, "LINES", "SHARE"}};
     for (const auto& share : shares) {
         const auto tenths = static_cast<int>(share["share"].get<double>() * 1000 + 0.5);
-        rows.push_back({share["name"].get<std::string>(), share["lines"].dump(),
+        rows.push_back({ForDisplay(OV::FromUtf8(share["name"].get<std::string>())),
+                        share["lines"].dump(),
                         std::to_string(tenths / 10) + "." + std::to_string(tenths % 10) + " %"});
     }
     output.PrintTable(rows);

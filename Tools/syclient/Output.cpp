@@ -118,9 +118,15 @@ void Output::Error(const std::string& text) const
 std::string ForDisplay(OV::UniStringView text)
 {
     OV::UniString whole = WithoutLoneSurrogates(text);
+    // Codes that a terminal obeys, and those that turn the direction of what follows.
     std::replace_if(
         whole.begin(), whole.end(),
-        [](char16_t unit) { return unit < 0x20 || (unit >= 0x7F && unit < 0xA0); }, u'?');
+        [](char16_t unit) {
+            return unit < 0x20 || (unit >= 0x7F && unit < 0xA0) || unit == 0x061C ||
+                   unit == 0x200E || unit == 0x200F || (unit >= 0x202A && unit <= 0x202E) ||
+                   (unit >= 0x2066 && unit <= 0x2069);
+        },
+        u'?');
     return OV::ToUtf8(whole);
 }
 
