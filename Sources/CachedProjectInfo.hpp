@@ -1,9 +1,9 @@
 #pragma once
 
-#include "CacheInfoValues.hpp"
+#include "Cache/CacheInfoValues.hpp"
 #include "IO/File.hpp"
 #include "ProjectConnectionInfo.hpp"
-#include "SYClientBase/CachedProjectInfo.hpp"
+#include "SYClientBase/CachedProjectInfoInterface.hpp"
 
 #include <memory>
 #include <optional>

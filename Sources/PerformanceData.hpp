@@ -1,9 +1,9 @@
 #pragma once
 
-#include "ChartDataLine.hpp"
 #include "OVRoot/Channel.hpp"
 #include "OVRoot/Ref.hpp"
-#include "ProjectCache.hpp"
+#include "Statistics/ChartDataLine.hpp"
+#include "Statistics/ProjectCache.hpp"
 #include "SyncraClient/SyncraClient.hpp"
 
 #include <map>
@@ -24,7 +24,7 @@ public:
     [[nodiscard]] OV::Array<ProjectCache> GetProjectCache() const;
     void SetProjectCache(const OV::Array<ProjectCache>& projects);
 
-    using ChartType = EventLogObserver::ChartType;
+    using ChartType = ::ChartType;
     [[nodiscard]] bool HasChartLine(ChartType type) const { return chartLines_.contains(type); }
     /// Throws OV::IllegalReferenceException for an unknown type.
     [[nodiscard]] const ChartDataLine& GetChartLine(ChartType type) const;

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "CacheInfoRecord.hpp"
 #include "CachedProjectInfoObserver.hpp"
 #include "RegisteredProject.hpp"
+#include "Registry/CacheInfoRecord.hpp"
 #include "SYDataOptionsObserver.hpp"
 
 #include <atomic>

@@ -24,6 +24,12 @@ public:
 
     /// Whether the calling thread, or the executor task it runs, was asked to stop.
     [[nodiscard]] static bool IsInterrupted() noexcept;
+    /// Throws InterruptedException when it was. Costs a look at a flag.
+    static void ThrowIfInterrupted()
+    {
+        if (IsInterrupted())
+            throw InterruptedException();
+    }
     /// The flag of the calling thread as a token; one that never stops outside our threads.
     [[nodiscard]] static std::stop_token CurrentToken() noexcept;
     /// Waits; throws InterruptedException as soon as the calling thread is asked to stop.

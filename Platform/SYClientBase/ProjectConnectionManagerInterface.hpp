@@ -1,7 +1,7 @@
 #pragma once
 
 #include "IO/Location.hpp"
-#include "SYClientBase/CachedProjectInfo.hpp"
+#include "SYClientBase/CachedProjectInfoInterface.hpp"
 #include "SYClientBase/PKSignalClient.hpp"
 
 #include <memory>

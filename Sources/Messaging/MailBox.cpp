@@ -1,7 +1,7 @@
 #include "Messaging/MailBox.hpp"
 
-#include "Messaging/Detail/CurrentException.hpp"
-#include "Messaging/Detail/HoldFile.hpp"
+#include "Files/Detail/HoldFile.hpp"
+#include "OVRoot/ExceptionText.hpp"
 
 #include <algorithm>
 #include <unordered_set>
@@ -260,9 +260,11 @@ void MailBox::Guarded(Work work) noexcept
     try {
         work();
     } catch (...) {
-        LogCurrentException(u"% cannot be kept in their file; the server has them, and they are "
-                            u"fetched again when the project is opened next: %",
-                            u"The mails");
+        OV::LogCurrentException(
+            "SYClient",
+            u"% cannot be kept in their file; the server has them, and they are "
+            u"fetched again when the project is opened next: %",
+            u"The mails");
     }
 }
 

@@ -1,10 +1,10 @@
 #include "Messaging/MailClient.hpp"
 
-#include "Messaging/Detail/CurrentException.hpp"
 #include "Messaging/Detail/MailClientParts.hpp"
 #include "Messaging/Detail/OpenedProject.hpp"
 #include "OVRoot/Clock.hpp"
 #include "OVRoot/Condition.hpp"
+#include "OVRoot/ExceptionText.hpp"
 #include "OVRoot/Guid.hpp"
 #include "OVRoot/Logger.hpp"
 #include "OVRoot/Resources.hpp"
@@ -480,7 +480,7 @@ void MailClient::RefreshMails(RefreshMailListReason::Value reason)
         } catch (const Communication::ResponseContentException& refusal) {
             fail(refusal.GetMessage(), Syncra::Protocol::RefusesUser(refusal.GetErrorCode()));
         } catch (...) {
-            fail(MessageOfCurrentException(), false);
+            fail(OV::DescribeCurrentException(), false);
         }
     };
     if (!worker_.Execute(OV::MakeTask(fetch)))
@@ -499,7 +499,7 @@ void MailClient::TakeRefresh(Refreshed& refreshed, RefreshMailListReason::Value 
         isRefreshMissing_ = false;
         retryPauses_.Reset();
     } catch (...) {
-        RefreshFailed(MessageOfCurrentException(), false);
+        RefreshFailed(OV::DescribeCurrentException(), false);
     }
 }
 

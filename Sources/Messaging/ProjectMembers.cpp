@@ -1,8 +1,8 @@
 #include "Messaging/ProjectMembers.hpp"
 
-#include "Messaging/Detail/CurrentException.hpp"
 #include "Messaging/Detail/MemberRequests.hpp"
 #include "Messaging/Detail/OpenedProject.hpp"
+#include "OVRoot/ExceptionText.hpp"
 #include "OVRoot/Logger.hpp"
 
 #include <algorithm>
@@ -39,7 +39,8 @@ public:
             if (members_.wanted_ != Wanted::Nothing)
                 members_.StartRefresh(members_.wanted_ == Wanted::Photos);
         } catch (...) {
-            LogCurrentException(u"SYC::ProjectMembers: % not refreshed: %", u"the members are");
+            OV::LogCurrentException("SYClient", u"SYC::ProjectMembers: % not refreshed: %",
+                                    u"the members are");
         }
     }
     RefreshEnd(const RefreshEnd&) = delete;
@@ -216,7 +217,7 @@ void ProjectMembers::StartRefresh(bool withPhotos)
                     RefreshProjectMembers(*members, asOf);
             });
         } catch (...) {
-            fail(MessageOfCurrentException());
+            fail(OV::DescribeCurrentException());
         }
     };
     if (!worker_.Execute(OV::MakeTask(fetch)))

@@ -7,9 +7,9 @@
 #include "Dlg/PopUpItem.hpp"
 #include "Dlg/ProgressItem.hpp"
 #include "Dlg/TextItem.hpp"
-#include "EventLogObserver.hpp"
-#include "LogFilter.hpp"
-#include "LogTable.hpp"
+#include "Log/EventLogObserver.hpp"
+#include "Log/LogFilter.hpp"
+#include "Log/LogTable.hpp"
 
 namespace Syncra::Server::ManagementTool::GUI {
 
@@ -58,7 +58,7 @@ public:
     }
 
     /// The lines that passed the filters, as they are shown.
-    [[nodiscard]] const LogTable& GetShownLines() const noexcept { return *shown_; }
+    [[nodiscard]] const SYC::LogTable& GetShownLines() const noexcept { return *shown_; }
 
 private:
     void _PanelOpened(Dlg::Panel&) override;
@@ -71,18 +71,18 @@ private:
 
     /// Runs on the main thread if this dialog is still there.
     void Later(std::function<void()> work);
-    void TakeLines(LogTable::Lines lines, bool isAll);
+    void TakeLines(SYC::LogTable::Lines lines, bool isAll);
     void IntersectFilters(bool warns);
-    [[nodiscard]] LogFilter ReadFilter() const;
+    [[nodiscard]] SYC::LogFilter ReadFilter() const;
     void ShowData();
     void ExportData();
 
     const OV::UniString projectId_;
     const OV::UniString projectName_;
-    LogTable::Lines allLines_;
+    SYC::LogTable::Lines allLines_;
     /// The texts of the project's lines, for the menus.
     OV::Array<OV::UniString> users_, actions_;
-    std::shared_ptr<const LogTable> shown_;
+    std::shared_ptr<const SYC::LogTable> shown_;
     /// Counts the runs of IntersectFilters.
     std::uint64_t filterRun_ = 0;
     int sortColumn_ = 0;

@@ -1,8 +1,8 @@
 #pragma once
 
+#include "Cache/Detail/CacheFolders.hpp"
 #include "ClientProjectConnectionManager.hpp"
 #include "CloseSession.hpp"
-#include "Detail/CacheFolders.hpp"
 #include "OVRoot/System.hpp"
 #include "ReadProjectConnection.hpp"
 #include "Support/LogCapture.hpp"

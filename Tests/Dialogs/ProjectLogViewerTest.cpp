@@ -72,18 +72,18 @@ TEST_F(ProjectLogViewerTest, EachFilterNarrowsWhatTheOthersLeave)
         Line({2026, 3, 3, 0, 0, 0}, u"late", u"Join"),
     };
     Open(lines, [&](Dlg::HeadlessDialog& user) {
-        EXPECT_EQ(Column(user, LogTable::User), (Texts{u"anna", u"zoe", u"anna"}))
+        EXPECT_EQ(Column(user, SYC::LogTable::User), (Texts{u"anna", u"zoe", u"anna"}))
             << "both ends of the range belong to it";
         EXPECT_EQ(user.GetEntries(Viewer::UserMenu),
                   (Texts{u"Not Filtered", u"anna", u"early", u"late", u"zoe"}))
             << "of all the project's lines, and of no other project's";
         EXPECT_EQ(user.GetEntries(Viewer::ActionMenu), (Texts{u"Not Filtered", u"Join", u"Send"}));
         user.Choose(Viewer::ActionMenu, 3);
-        EXPECT_EQ(Column(user, LogTable::User), (Texts{u"anna", u"zoe"}));
+        EXPECT_EQ(Column(user, SYC::LogTable::User), (Texts{u"anna", u"zoe"}));
         user.Choose(Viewer::SizeMenu, 2);
-        EXPECT_EQ(Column(user, LogTable::Size), (Texts{u"10 KB"}));
+        EXPECT_EQ(Column(user, SYC::LogTable::Size), (Texts{u"10 KB"}));
         user.Choose(Viewer::UserMenu, 5);
-        EXPECT_TRUE(Column(user, LogTable::User).empty());
+        EXPECT_TRUE(Column(user, SYC::LogTable::User).empty());
         EXPECT_EQ(user.GetText(Viewer::CountText), u"0 lines");
         // New lines arrive: what was chosen stays chosen, wherever it stands now.
         Lines more = lines;
@@ -92,17 +92,17 @@ TEST_F(ProjectLogViewerTest, EachFilterNarrowsWhatTheOthersLeave)
         viewer_->RefreshLog(more);
         SYCB::MessageLoop::RunPending();
         EXPECT_EQ(user.GetSelection(Viewer::UserMenu), 6);
-        EXPECT_EQ(Column(user, LogTable::Size), (Texts{u"10 240 KB"}));
+        EXPECT_EQ(Column(user, SYC::LogTable::Size), (Texts{u"10 240 KB"}));
         user.Choose(Viewer::SizeMenu, 5);
-        EXPECT_EQ(Column(user, LogTable::User), (Texts{u"zoe"}));
+        EXPECT_EQ(Column(user, SYC::LogTable::User), (Texts{u"zoe"}));
         user.Choose(Viewer::UserMenu, 1);
         user.Choose(Viewer::ActionMenu, 1);
-        EXPECT_EQ(Column(user, LogTable::User), (Texts{u"anna", u"zoe"}));
+        EXPECT_EQ(Column(user, SYC::LogTable::User), (Texts{u"anna", u"zoe"}));
         user.Choose(Viewer::SizeMenu, 1);
-        user.PressHeader(Viewer::Table, LogTable::Size);
-        user.PressHeader(Viewer::Table, LogTable::Size);
-        EXPECT_EQ(user.GetSortMark(Viewer::Table), -LogTable::Size);
-        EXPECT_EQ(Column(user, LogTable::User),
+        user.PressHeader(Viewer::Table, SYC::LogTable::Size);
+        user.PressHeader(Viewer::Table, SYC::LogTable::Size);
+        EXPECT_EQ(user.GetSortMark(Viewer::Table), -SYC::LogTable::Size);
+        EXPECT_EQ(Column(user, SYC::LogTable::User),
                   (Texts{u"anna", u"zoe", u"anna", u"zoe", u"boris"}));
     });
     EXPECT_TRUE(toolkit_.GetAlertsShown().empty());
@@ -163,7 +163,7 @@ TEST_F(ProjectLogViewerTest, LinesThatComeWhileTheWarningIsShownAreTheOnesShownT
             user.PickDate(Viewer::ToDate, {2026, 3, 3});
             OV::AlertPresenter::SetCurrent(former);
             EXPECT_EQ(alerts.count, newer.size() < 1000 ? 1 : 2);
-            EXPECT_EQ(Column(user, LogTable::User).size(), newer.size());
+            EXPECT_EQ(Column(user, SYC::LogTable::User).size(), newer.size());
         });
 }
 

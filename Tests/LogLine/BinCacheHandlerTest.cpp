@@ -1,6 +1,6 @@
 #include "BinCacheHandler/BinCacheHandler.hpp"
 #include "IO/ExclusiveFile.hpp"
-#include "LogFilter.hpp"
+#include "Log/LogFilter.hpp"
 #include "OVRoot/MemoryChannels.hpp"
 #include "Support/KillLoop.hpp"
 #include "Support/Pipe.hpp"
@@ -34,7 +34,7 @@ PerformanceData Statistics()
     PerformanceData data;
     data.UpdateProject({u"Br\u00FCcke", u"p1", 1, 2, -3, {{u"anna", u"Architect"}, {u"", u"x"}}});
     ChartDataLine line;
-    line.type = EventLogObserver::ChartType::ServerActions;
+    line.type = ChartType::ServerActions;
     line.name = u"Server actions";
     line.unit = u"pcs";
     line.flags = {1, 0, 255, 2};
@@ -137,7 +137,7 @@ TEST_F(BinCacheHandlerTest, WhatIsFlushedIsLoaded)
     // Each of these costs itself: names that are no text, links to nothing, what is no file,
     // records of no project, and a copy of another file.
     WriteFile("\xFF.che", "x");
-    WriteFile("zeros.che", std::string(4 * LogRecord::NumberBytes, '\0'));
+    WriteFile("zeros.che", std::string(4 * SYC::LogRecord::NumberBytes, '\0'));
     WriteFile("a backup.che", a);
     std::filesystem::create_symlink("nowhere", Cache() / "link.che");
     std::filesystem::create_directory(Cache() / "folder.che");
@@ -205,14 +205,14 @@ TEST_F(BinCacheHandlerTest, OnlyWhatChangedIsWrittenAndNothingThatAnotherProcess
     // Ids that are no UTF-8 share a file; none pushes the lines of the others out.
     OV::String bytes;
     for (const auto* id : {"\xE8", "\xE9", "\xE9"}) {
-        LogRecord record;
+        SYC::LogRecord record;
         record.projectId = id;
         record.AppendTo(bytes);
     }
     WriteFile("malformed.che", bytes);
     for (int twice = 0; twice < 2; ++twice) {
         third.GetCacheData();
-        LogFilter filter;
+        SYC::LogFilter filter;
         filter.projectId = u"\uFFFD";
         EXPECT_EQ(filter.Select(LinesOf(third)).size(), 3u);
         third.FlushCacheData();

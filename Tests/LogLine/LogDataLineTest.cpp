@@ -1,6 +1,6 @@
 #include "LogDataLine.hpp"
-#include "ActionNameTranslator.hpp"
-#include "LogLineReader.hpp"
+#include "Log/LogLineReader.hpp"
+#include "LogLine/ActionNameTranslator.hpp"
 #include "ManagementTool/UserUtils.hpp"
 #include "OVRoot/Clock.hpp"
 #include "OVRoot/LocalTime.hpp"
@@ -101,7 +101,8 @@ TEST(LogDataLineTest, TextsAreDerivedFromWhatIsSet)
     for (const auto& [text, number] : times) {
         LogDataLine set;
         set.SetTime(OV::FromUtf8(text));
-        const auto read = ReadLogLines({text + std::string("#!u#!a#!+1024#!\n"), "#!", 0, 0}, {});
+        const auto read =
+            SYC::ReadLogLines({text + std::string("#!u#!a#!+1024#!\n"), "#!", 0, 0}, {});
         for (const LogDataLine& each : {set, read.at(0)}) {
             EXPECT_EQ(OV::ToUtf8(each.GetTime()), text);
             EXPECT_EQ(each.GetTimeVal(), number) << text;

@@ -1,6 +1,6 @@
 #include "EventLogUpdater.hpp"
+#include "Log/PieChartUpdater.hpp"
 #include "OVRoot/Exception.hpp"
-#include "PieChartUpdater.hpp"
 #include "SYClientBase/SyncraClientFactory.hpp"
 #include "Support/ScriptedServer.hpp"
 #include "Support/ServerProcess.hpp"
@@ -139,7 +139,7 @@ TEST_F(UpdaterTest, StatisticsAreOfProjectsAndForAdministratorsOfTheLoad)
     EXPECT_EQ(data.GetProject(Bridge).countB, 1) << "marco.rossi works in it";
     PieChartUpdater(Source(u"admin"), cache).Update();
     cache.GetPerformanceData(data);
-    const auto& cpu = data.GetChartLine(EventLogObserver::ChartType::Cpu);
+    const auto& cpu = data.GetChartLine(ChartType::Cpu);
     EXPECT_EQ(cpu.name, u"CPU");
     EXPECT_EQ(cpu.values, (std::array<float, 6>{0, 100, 12.5F, 37.5F, 37.5F, 25}));
     EXPECT_EQ(data.GetChartLines().size(), 1u);
@@ -162,7 +162,7 @@ TEST_F(UpdaterTest, StatisticsAreOfProjectsAndForAdministratorsOfTheLoad)
 
 TEST(LogUpdaterTest, AnUpdateEndsInAToldResultWhateverIsThrown)
 {
-    struct Failing final : LogUpdater {
+    struct Failing final : SYC::LogUpdater {
         explicit Failing(void (*what)()) : fail(what) {}
         ~Failing() override { Stop(); }
         void Update() override { fail(); }

@@ -1,7 +1,7 @@
 #include "SyncraInfoTest.hpp"
 
+#include "Files/FileErrors.hpp"
 #include "IO/ExclusiveFile.hpp"
-#include "ManagementTool/FileErrors.hpp"
 #include "OVRoot/Thread.hpp"
 #include "Support/KillLoop.hpp"
 #include "Support/Pipe.hpp"

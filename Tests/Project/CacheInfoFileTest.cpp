@@ -1,6 +1,6 @@
 #include "ProjectTest.hpp"
 
-#include "ManagementTool/FileErrors.hpp"
+#include "Files/FileErrors.hpp"
 
 #include <functional>
 

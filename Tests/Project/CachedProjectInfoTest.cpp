@@ -1,8 +1,8 @@
 #include "ProjectTest.hpp"
 
 #include "CachedProjectInfoObserver.hpp"
+#include "Files/FileErrors.hpp"
 #include "IO/Folder.hpp"
-#include "ManagementTool/FileErrors.hpp"
 
 #include <csignal>
 #include <sys/resource.h>

@@ -1,6 +1,6 @@
 #include "DataOptionsTest.hpp"
 
-#include "Detail/CacheFolders.hpp"
+#include "Cache/Detail/CacheFolders.hpp"
 #include "IO/ExclusiveFile.hpp"
 #include "IO/IOException.hpp"
 #include "OVRoot/Exception.hpp"
