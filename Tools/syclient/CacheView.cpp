@@ -4,6 +4,7 @@
 #include "OVRoot/Exception.hpp"
 #include "Output.hpp"
 #include "ProjectStatusText.hpp"
+#include "RegisteredProjects.hpp"
 
 #include <algorithm>
 #include <array>
