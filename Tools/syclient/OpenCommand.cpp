@@ -1,5 +1,6 @@
 #include "Commands.hpp"
 
+#include "CacheView.hpp"
 #include "CheckReport.hpp"
 #include "ClientProjectConnectionManager.hpp"
 #include "OVRoot/Clock.hpp"
@@ -49,6 +50,8 @@ void RunOpen(const OpenArguments& arguments, Context& context)
         report.cache->SetLastOpenProjectTime(OV::Clock::Current().Now());
     report.Print(context.output);
     context.exitCode = ExitCodeOf(report.result);
+    if (report.result == SYC::CheckResult::Passed)
+        ReportUnwritten(*report.cache, context);
 }
 
 }  // namespace
@@ -69,8 +72,9 @@ void AddOpenCommand(CLI::App& app, Context& context)
     command->add_flag("--force-online", arguments->forceOnline,
                       "Check even while the project is known to be offline");
     command->footer(
-        "Exit codes: 0 passed, 11 offline, 12 access denied, 13 session in use on another "
-        "computer,\n15 another project or session than expected, 16 no such project or "
-        "replaced, 17 state of the\nproject forbids it, 18 incompatible version.");
+        "Exit codes: 0 passed, 1 the cache cannot be read or written, 11 offline, 12 access "
+        "denied, 13 session\nin use on another computer, 15 another project or session than "
+        "expected, 16 no such project or\nreplaced, 17 state of the project forbids it, 18 "
+        "incompatible version.");
     command->callback([arguments, &context] { RunOpen(*arguments, context); });
 }
