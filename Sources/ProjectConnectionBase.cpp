@@ -2,6 +2,7 @@
 
 #include "CacheUpdate.hpp"
 #include "ComputerName.hpp"
+#include "OVRoot/ExceptionText.hpp"
 #include "OVRoot/HeldLocks.hpp"
 #include "OVRoot/Logger.hpp"
 #include "OVRoot/SecureWipe.hpp"
@@ -121,16 +122,11 @@ CheckResult ProjectConnectionBase::ResultOfCurrentException()
         default:
             break;
         }
-        OV::Logger::Warning(LogCategory, u"SYC::ProjectConnection::Check: %", {error.GetMessage()});
     } catch (const SYCB::IncopatibleServerVersionException&) {
         return Fail(CheckResult::IncompatibleVersion, HostEvent::IncompatibleVersion);
-    } catch (const OV::Exception& error) {
-        OV::Logger::Warning(LogCategory, u"SYC::ProjectConnection::Check: %", {error.GetMessage()});
-    } catch (const std::exception& error) {
-        OV::Logger::Warning(LogCategory, u"SYC::ProjectConnection::Check: %", {error.what()});
     } catch (...) {
-        OV::Logger::Warning(LogCategory, u"SYC::ProjectConnection::Check: unknown error");
     }
+    OV::LogCurrentException(LogCategory, u"%: %", u"SYC::ProjectConnection::Check");
     return CheckResult::Offline;
 }
 
@@ -241,6 +237,9 @@ bool ProjectConnectionBase::IsMemberOfProject() const
     } catch (const OV::InterruptedException&) {
         throw;  // nobody was asked
     } catch (...) {
+        OV::LogCurrentException(LogCategory,
+                                u"Whether the user is a member of \"%\" could not be asked: %",
+                                project_.name);
         return false;
     }
 }
