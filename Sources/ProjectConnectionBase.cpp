@@ -61,6 +61,7 @@ ProjectConnectionBase::~ProjectConnectionBase() = default;
 CheckResult ProjectConnectionBase::Check(bool firstCheck, bool newSession, bool forceOnline,
                                          bool allowTakeover)
 {
+    failure_ = nullptr;
     try {
         if (_GetProjectConnectionManager() == nullptr)
             return result_ = CheckResult::Offline;
@@ -79,6 +80,7 @@ CheckResult ProjectConnectionBase::Check(bool firstCheck, bool newSession, bool 
             _GetProjectConnectionManager()->GetSignalClient().GetPresenceService().SetState(
                 SYCB::PresenceState::Online);
     } catch (...) {
+        failure_ = std::current_exception();
         result_ = ResultOfCurrentException();
     }
     OV::Logger::Info(LogCategory, u"SYC::ProjectConnection::Check result : %",

@@ -49,17 +49,6 @@ private:
     bool isShown_;
 };
 
-ExitCode CodeOf(const std::exception_ptr& failure)
-{
-    try {
-        std::rethrow_exception(failure);
-    } catch (const SYC::BinCacheHandlerException&) {
-        return ExitCode::Failure;
-    } catch (...) {
-        return ExitCode::Offline;
-    }
-}
-
 /// False when it failed or Ctrl-C ended it, which is told.
 bool RunUpdate(SYC::LogUpdater& updater, UpdateView& view, Context& context)
 {
@@ -76,7 +65,7 @@ bool RunUpdate(SYC::LogUpdater& updater, UpdateView& view, Context& context)
         context.exitCode = ExitCode::Failure;
         context.output.Error("Cancelled; the next update goes on from what was there before.");
     } else if (updater.GetFailure()) {
-        context.exitCode = CodeOf(updater.GetFailure());
+        context.exitCode = ExitCodeOf(updater.GetFailure());
         context.output.Error(view.failure);
     }
     return context.exitCode == ExitCode::Success;

@@ -42,6 +42,10 @@ void RunOpen(const OpenArguments& arguments, Context& context)
                             DescribeLogin(report.connection) + " ...");
     report.result =
         connection->Check(true, arguments.newSession, arguments.forceOnline, arguments.takeOver);
+    // An unreadable cache is no reason to look at the server.
+    if (report.result == SYC::CheckResult::Offline && connection->GetFailure() &&
+        ExitCodeOf(connection->GetFailure()) == ExitCode::Failure)
+        std::rethrow_exception(connection->GetFailure());
     report.projectId = connection->GetProjectId();
     report.serverLocation = connection->GetServerLocation();
     report.sessionId = connection->GetSessionId();
