@@ -130,8 +130,8 @@ public:
     void Reset();
 
     // One project. Getters answer with an empty value for one that is not registered, setters with
-    // false. What is known is used as it is, and what is not is looked for on the disk. Setters
-    // throw as GetCachedProjectInfo does.
+    // false. What is known is used as it is, and what is not is looked for on the disk. All throw as
+    // GetCacheIndex does, getters only when they look.
 
     /// Records that it was opened now.
     bool ProjectOpened(const IO::Location& project);

@@ -195,10 +195,15 @@ void CacheRegister::RequireRead(const IO::Location& cacheFolder) const
 OV::Array<CacheInfoRecord> CacheRegister::WithoutInfo(const IO::Location& dataFolder,
                                                       const ConnectionInfo& connection) const
 {
-    auto records = GetRecords(dataFolder);
-    std::erase_if(records, [&](const auto& record) {
-        return record.info || !CacheFolders::IsNameOf(record.folder.LastComponent(), connection);
-    });
+    OV::Array<CacheInfoRecord> records;
+    const OV::LockGuard guard(lock_);
+    const auto known = folders_.find(dataFolder);
+    if (known == folders_.end())
+        return records;
+    for (const auto& [name, position] : known->second.positions)
+        if (const auto& record = entries_[position].record;
+            !record.info && CacheFolders::IsNameOf(name, connection))
+            records.push_back(record);
     return records;
 }
 
