@@ -483,6 +483,8 @@ void MailClient::RefreshMails(RefreshMailListReason::Value reason)
                 const RefreshEnd end(*this, token);
                 TakeRefresh(*refreshed, reason);
             });
+        } catch (const OV::InterruptedException&) {
+            // The client ends, and nobody is left to be told.
         } catch (const Communication::ResponseContentException& refusal) {
             fail(refusal.GetMessage(), Syncra::Protocol::RefusesUser(refusal.GetErrorCode()));
         } catch (...) {
