@@ -1,7 +1,7 @@
 #include "ProjectHost.hpp"
 
 #include "OVRoot/Exception.hpp"
-#include "OVRoot/MessageWithCauses.hpp"
+#include "OVRoot/ExceptionText.hpp"
 #include "SYClientBase/MessageLoop.hpp"
 #include "SyncraURL.hpp"
 
