@@ -48,13 +48,15 @@ void Read(ProjectHost& host, Context& context, const std::string& id, bool keepU
     if (!mail)
         return;
     PrintMail(*mail, context.output);
-    if (keepUnread || mail->IsRead())
+    if (keepUnread || (mail->IsRead() && !mail->IsModify()))
         return;
     host.Mails().SetMailReadMessage(*mail);
     CloseAnsweredRequest(host, *mail);
-    if (isOnline && !host.Mails().SynchronizeLogOut())
+    if (isOnline && !host.Mails().SynchronizeLogOut()) {
+        context.exitCode = ExitCode::Offline;
         context.output.Error("The server could not be told that the mail was read; it will be with "
                              "the next mail that is read.");
+    }
     host.KeepMails("That the mail was read could not be kept on this machine.");
 }
 
