@@ -29,7 +29,9 @@ public:
     [[nodiscard]] OV::UniString GetSessionId() const override;
     void PostEvent(std::int32_t eventCode, const OV::UniString& text) override;
 
-    /// The cache when there is one; null otherwise. Makes nothing.
+    /// The cache when there is one; null otherwise. Makes nothing. Throws
+    /// Syncra::Server::ManagementTool::Core::FileOpenningError when one may be there and cannot be
+    /// read; so does GetSessionId.
     [[nodiscard]] std::shared_ptr<CachedProjectInfo> FindCache() const;
 
     /// Begins to listen for the signals of the opened project, after a check that passed.

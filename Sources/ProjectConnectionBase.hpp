@@ -6,6 +6,7 @@
 #include "SYClientBase/ProjectConnectionManagerInterface.hpp"
 #include "SyncraClient/SyncraClient.hpp"
 
+#include <exception>
 #include <memory>
 
 namespace SYC {
@@ -45,6 +46,9 @@ public:
     CheckResult FillCache(const Syncra::Protocol::Session& sessionInfo);
     CheckResult CheckProjectState();
 
+    /// What was thrown in the last check and gave its result: what the server or the disk did. Null
+    /// when nothing was.
+    [[nodiscard]] const std::exception_ptr& GetFailure() const noexcept { return failure_; }
     /// The last check passed and its client is still there.
     [[nodiscard]] bool IsOpen() const;
     [[nodiscard]] bool IsFirstCheck() const noexcept { return firstCheck_; }
@@ -113,6 +117,7 @@ private:
     const Kind kind_;
     const bool secondary_;
     CheckResult result_ = CheckResult::Passed;
+    std::exception_ptr failure_;
     bool checked_ = false;
     bool firstCheck_ = false;
     IO::Location projectLocation_;

@@ -1,5 +1,6 @@
 #include "RegisteredProjects.hpp"
 
+#include "Files/FileErrors.hpp"
 #include "Files/RoamingProfile.hpp"
 #include "IO/IOException.hpp"
 #include "IO/SpecialFolder.hpp"
@@ -296,7 +297,11 @@ bool RegisteredProjects::FindByUrl(const IO::Location& url, std::size_t& index, 
     }
     if (look || !caches.IsRegistered(folder))
         caches.Refresh(folder);
-    return find();
+    if (find())
+        return true;
+    if (look)
+        caches.RequireRead(folder, connection);
+    return false;
 }
 
 bool RegisteredProjects::GetCacheIndex(const IO::Location& project, std::size_t& index, bool look,
@@ -329,7 +334,11 @@ RegisteredProjects::GetCachedProjectInfo(const IO::Location& project,
                                          const IO::Location& dataFolder)
 {
     const auto known = GetCacheInfo(project, true, dataFolder);
-    return known ? mCacheInforegister->Share(known->GetCacheFolderLocation()) : nullptr;
+    if (known)
+        return mCacheInforegister->Share(known->GetCacheFolderLocation());
+    if (project.GetNetworkModel() != IO::NetworkModel::Url)
+        mCacheInforegister->RequireRead(project);
+    return nullptr;
 }
 
 std::shared_ptr<CachedProjectInfo>
@@ -352,7 +361,11 @@ bool RegisteredProjects::RemoveProject(const IO::Location& project)
         CacheFolders::Remove(record->folder);
     } catch (const IO::IOException&) {
         // It may stand under another name by now.
-        mCacheInforegister->Look(record->folder);
+        try {
+            mCacheInforegister->Look(record->folder);
+        } catch (const Core::FileOpenningError&) {
+            // The next look tells.
+        }
         throw;
     }
     mCacheInforegister->Forget(record->folder);

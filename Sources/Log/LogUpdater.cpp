@@ -11,6 +11,7 @@ namespace SYC {
 void LogUpdater::Start()
 {
     thread_.reset();
+    failure_ = nullptr;
     isRunning_ = true;
     try {
         thread_.emplace("log updater", [this] { Run(); });
@@ -29,6 +30,7 @@ void LogUpdater::Run()
         isRunning_ = false;
         OV::Logger::Info("SYClient", u"LogUpdater::Update was interrupted", {});
     } catch (...) {
+        failure_ = std::current_exception();
         isRunning_ = false;
         const OV::UniString reason = OV::DescribeCurrentException();
         OV::Logger::Info("SYClient", u"LogUpdater::Update: %", {reason});

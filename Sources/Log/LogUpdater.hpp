@@ -31,6 +31,9 @@ public:
     void Interrupt();
     void Await();
     [[nodiscard]] bool IsRunning() const noexcept { return isRunning_; }
+    /// What the last update in the background failed with: a SYC::BinCacheHandlerException when all
+    /// came and the cache could not be written; null when it did not fail. For who has awaited it.
+    [[nodiscard]] const std::exception_ptr& GetFailure() const noexcept { return failure_; }
 
     /// Updates once on the calling thread. Throws OV::InterruptedException, OV::Exception when it
     /// cannot be done, and std::bad_alloc.
@@ -55,6 +58,7 @@ private:
 
     OV::EventSource<EventLogObserver> observers_;
     std::atomic<bool> isRunning_ = false;
+    std::exception_ptr failure_;
     std::optional<OV::Thread> thread_;
 };
 

@@ -65,6 +65,8 @@ public:
     void ClearPermissionTable();
     /// Asks the server once more; the photos that are known stay. Nothing before Init.
     void Refresh() { StartRefresh(false); }
+    /// Whether a refresh is under way, of which the observers will hear.
+    [[nodiscard]] bool IsRefreshing() const noexcept { return static_cast<bool>(refresh_); }
     /// Whether there was a refresh since Init or Clear, or a Read.
     [[nodiscard]] bool IsKnown() const noexcept { return isKnown_; }
     /// When the tables were true: whoever joined later may be missing. Nothing when nobody knows,
@@ -91,7 +93,8 @@ public:
     [[nodiscard]] const LoginNameTable& GetLoginNameTable() const noexcept { return loginNames_; }
 
     /// Puts `members`, true at `asOf`, in the place of what is known and tells the observers. A
-    /// short id or a login name that stands twice counts once, the first time.
+    /// short id or a login name that stands twice counts once, the first time. Whatever this
+    /// throws, what is known is the former or the new.
     void RefreshProjectMembers(const OV::Array<ProjectMember>& members,
                                std::optional<Clock::time_point> asOf = Clock::now());
 
@@ -113,14 +116,15 @@ private:
     void StartRefresh(bool withPhotos);
     /// Ends a refresh however its answer was taken, and begins the one that is wanted.
     class RefreshEnd;
-    void Insert(const ProjectMember& member);
+    using PermissionTable = OV::HashTable<MemberId, SYCB::UserAttributes>;
+    void TellNotRefreshed(const OV::UniString& problem);
 
     SYCB::PKSignalClient& signalClient_;
     SYCB::ProjectConnectionManagerInterface& manager_;
     std::shared_ptr<OpenedProject> project_;  ///< from Init on
     UserDataTable users_;
     LoginNameTable loginNames_;
-    OV::HashTable<MemberId, SYCB::UserAttributes> permissions_;
+    PermissionTable permissions_;
     bool isKnown_ = false;
     std::optional<Clock::time_point> asOf_;
     /// Tells a refresh that began before Clear from one after it.

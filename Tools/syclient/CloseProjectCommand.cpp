@@ -1,5 +1,6 @@
 #include "Commands.hpp"
 
+#include "CacheView.hpp"
 #include "ClientProjectConnectionManager.hpp"
 #include "CloseSession.hpp"
 #include "Dlg/Headless/HeadlessToolkit.hpp"
@@ -150,6 +151,7 @@ void RunCloseProject(const CloseProjectArguments& arguments, Context& context)
         context.exitCode = ExitCode::Failure;
     if (!isClosed)
         context.exitCode = ExitCode::Failure;
+    ReportUnwritten(*cache, context);
     if (context.output.json)
         context.output.PrintJson({{"result", static_cast<int>(result)},
                                   {"meaning", MeaningOf(result)},

@@ -64,8 +64,8 @@ bool RunUpdate(SYC::LogUpdater& updater, UpdateView& view, Context& context)
     if (InterruptNote::WasInterrupted()) {
         context.exitCode = ExitCode::Failure;
         context.output.Error("Cancelled; the next update goes on from what was there before.");
-    } else if (!view.failure.empty()) {
-        context.exitCode = ExitCode::Offline;
+    } else if (updater.GetFailure()) {
+        context.exitCode = ExitCodeOf(updater.GetFailure());
         context.output.Error(view.failure);
     }
     return context.exitCode == ExitCode::Success;

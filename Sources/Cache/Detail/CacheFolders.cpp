@@ -5,6 +5,8 @@
 #include "IO/Folder.hpp"
 #include "IO/IOException.hpp"
 
+#include <algorithm>
+
 namespace SYC::CacheFolders {
 
 namespace Core = Syncra::Server::ManagementTool::Core;
@@ -122,6 +124,18 @@ bool IsRemains(const IO::Location& folder, const Inner::ProjectConnectionInfo& i
 {
     // A login name may end like that as well.
     return HasRemovedName(folder.LastComponent()) && !HasRemovedName(MakeName(info));
+}
+
+bool IsNameOf(OV::UniStringView name, const Inner::ProjectConnectionInfo& info)
+{
+    const OV::UniString wanted = MakeName(info);
+    const std::size_t ofServer = std::min(info.serverName.size(), wanted.size());
+    const auto isWanted = [&](OV::UniStringView given) {
+        return given.size() == wanted.size() &&
+               OV::EqualsIgnoreCase(given.substr(0, ofServer), wanted.substr(0, ofServer)) &&
+               given.substr(ofServer) == OV::UniStringView(wanted).substr(ofServer);
+    };
+    return isWanted(name) || isWanted(WithoutNumber(name));
 }
 
 void Remove(const IO::Location& folder)

@@ -35,6 +35,9 @@ void Remove(const IO::Location& folder);
 /// Whether the folder is what an unfinished Remove left of a cache of that connection.
 [[nodiscard]] bool IsRemains(const IO::Location& folder, const Inner::ProjectConnectionInfo& info);
 
+/// Whether the name is the one that a cache of that connection gets, or that name with a number.
+[[nodiscard]] bool IsNameOf(OV::UniStringView name, const Inner::ProjectConnectionInfo& info);
+
 /// A cache folder being set up. While this object lives, no other process takes the same folder for
 /// another connection, although the folder holds no "CacheInfo.xml" yet.
 class NewFolder {

@@ -1,6 +1,7 @@
 #include "Registry/Detail/CacheRegister.hpp"
 
 #include "Cache/CacheInfoFormat.hpp"
+#include "Files/FileErrors.hpp"
 #include "IO/IOException.hpp"
 #include "OVRoot/Exception.hpp"
 #include "OVRoot/Format.hpp"
@@ -9,6 +10,8 @@
 #include <algorithm>
 
 namespace SYC {
+
+namespace Core = Syncra::Server::ManagementTool::Core;
 
 namespace {
 
@@ -53,17 +56,36 @@ std::shared_ptr<const CachedProjectInfo> WithoutPassword(const CachedProjectInfo
     return copy;
 }
 
-CacheInfoRecord ReadRecord(const IO::Location& folder)
+struct Reading {
+    CacheInfoRecord record;
+    std::exception_ptr obstacle;
+};
+
+/// Whatever one file does costs the others nothing.
+Reading ReadRecord(const IO::Location& folder)
 {
     try {
-        return {folder, std::make_shared<const CachedProjectInfo>(folder), {}};
+        return {{folder, std::make_shared<const CachedProjectInfo>(folder), {}}, nullptr};
+    } catch (const Core::ErrorReadingFile& damage) {
+        return {{folder, nullptr, damage.GetMessage()}, nullptr};
     } catch (const OV::Exception& error) {
-        return {folder, nullptr, error.GetMessage()};
+        return {{folder, nullptr, error.GetMessage()}, std::current_exception()};
     } catch (const std::exception& error) {
-        // Whatever one file does costs the others nothing.
-        return {folder, nullptr,
-                OV::FormatText(u"Reading the cache \"%\" failed: %",
-                               {folder.ToDisplayText(), error.what()})};
+        return {{folder, nullptr,
+                 OV::FormatText(u"Reading the cache \"%\" failed: %",
+                                {folder.ToDisplayText(), error.what()})},
+                std::current_exception()};
+    }
+}
+
+/// Nothing when there is none.
+std::optional<IO::ChangeStamp> StampOfFile(const IO::Location& cacheFolder)
+{
+    const IO::Location file = cacheFolder.Appended(CacheInfoFormat::FileName);
+    try {
+        return IO::File::Exists(file) ? IO::File::GetChangeStamp(file) : std::nullopt;
+    } catch (const IO::IOException& error) {
+        throw Core::FileOpenningError(file, error);
     }
 }
 
@@ -71,28 +93,10 @@ CacheInfoRecord ReadRecord(const IO::Location& folder)
 bool IsGone(const IO::Location& cacheFolder)
 {
     try {
-        return !IO::File::GetChangeStamp(cacheFolder.Appended(CacheInfoFormat::FileName));
-    } catch (const IO::IOException&) {
+        return !StampOfFile(cacheFolder);
+    } catch (const Core::FileOpenningError&) {
         return false;
     }
-}
-
-/// For a folder where a new cache would stand: another one is made beside what cannot be read, with
-/// all that waits in there.
-void WarnOfUnreadable(const IO::Location& cacheFolder)
-{
-    OV::UniString problem;
-    try {
-        if (IO::File::GetChangeStamp(cacheFolder.Appended(CacheInfoFormat::FileName)))
-            problem = ReadRecord(cacheFolder).problem;
-    } catch (const IO::IOException& error) {
-        problem = error.GetMessage();
-    }
-    if (!problem.empty())
-        OV::Logger::Error("SYClient",
-                          u"A new cache is made, for the one in \"%\" cannot be read. What was not "
-                          u"sent from there stays there. %",
-                          {cacheFolder.ToDisplayText(), problem});
 }
 
 }  // namespace
@@ -147,7 +151,7 @@ void CacheRegister::Refresh(const IO::Location& dataFolder)
 void CacheRegister::Read(const IO::Location& cacheFolder, const IO::ChangeStamp& stamp,
                          std::uint64_t began)
 {
-    auto record = ReadRecord(cacheFolder);
+    auto [record, obstacle] = ReadRecord(cacheFolder);
     // One that another process removed since it was found is not a damaged one.
     const bool isGone = !record.info && IsGone(cacheFolder);
     const OV::LockGuard guard(lock_);
@@ -156,7 +160,7 @@ void CacheRegister::Read(const IO::Location& cacheFolder, const IO::ChangeStamp&
     if (position && entries_[*position].touched > began)
         return;
     if (!isGone)
-        Put(std::move(record), stamp);
+        Put(std::move(record), stamp, std::move(obstacle));
     else if (position)
         Remove(*position);
 }
@@ -164,18 +168,50 @@ void CacheRegister::Read(const IO::Location& cacheFolder, const IO::ChangeStamp&
 void CacheRegister::Look(const IO::Location& cacheFolder)
 {
     const std::uint64_t began = Changes();
-    std::optional<IO::ChangeStamp> stamp;
-    if (CachedProjectInfo::CachedProjectInfoExist(cacheFolder))
-        stamp = IO::File::GetChangeStamp(cacheFolder.Appended(CacheInfoFormat::FileName));
+    const auto stamp = StampOfFile(cacheFolder);
     if (!stamp)
         return Forget(cacheFolder);
     {
         const OV::LockGuard guard(lock_);
         const auto position = PositionOf(cacheFolder);
-        if (position && entries_[*position].stamp == *stamp)
+        if (position && entries_[*position].stamp == *stamp && entries_[*position].record.info)
             return;
     }
     Read(cacheFolder, *stamp, began);
+}
+
+void CacheRegister::RequireRead(const IO::Location& cacheFolder) const
+{
+    std::exception_ptr obstacle;
+    {
+        const OV::LockGuard guard(lock_);
+        if (const auto position = PositionOf(cacheFolder))
+            obstacle = entries_[*position].obstacle;
+    }
+    if (obstacle)
+        std::rethrow_exception(obstacle);
+}
+
+OV::Array<CacheInfoRecord> CacheRegister::WithoutInfo(const IO::Location& dataFolder,
+                                                      const ConnectionInfo& connection) const
+{
+    OV::Array<CacheInfoRecord> records;
+    const OV::LockGuard guard(lock_);
+    const auto known = folders_.find(dataFolder);
+    if (known == folders_.end())
+        return records;
+    for (const auto& [name, position] : known->second.positions)
+        if (const auto& record = entries_[position].record;
+            !record.info && CacheFolders::IsNameOf(name, connection))
+            records.push_back(record);
+    return records;
+}
+
+void CacheRegister::RequireRead(const IO::Location& dataFolder,
+                                const ConnectionInfo& connection) const
+{
+    for (const auto& record : WithoutInfo(dataFolder, connection))
+        RequireRead(record.folder);
 }
 
 void CacheRegister::Written(const CachedProjectInfo& info)
@@ -205,7 +241,8 @@ std::optional<std::size_t> CacheRegister::PositionOf(const IO::Location& cacheFo
     return at == folder->second.positions.end() ? std::nullopt : std::optional(at->second);
 }
 
-void CacheRegister::Put(CacheInfoRecord record, const IO::ChangeStamp& stamp)
+void CacheRegister::Put(CacheInfoRecord record, const IO::ChangeStamp& stamp,
+                        std::exception_ptr obstacle)
 {
     const IO::Location& folder = record.folder;
     const auto [at, isNew] =
@@ -218,6 +255,7 @@ void CacheRegister::Put(CacheInfoRecord record, const IO::ChangeStamp& stamp)
     Entry& entry = entries_[position];
     entry.record = std::move(record);
     entry.stamp = stamp;
+    entry.obstacle = std::move(obstacle);
     entry.touched = ++changes_;
     Connect(position);
 }
@@ -421,7 +459,13 @@ std::shared_ptr<CachedProjectInfo> CacheRegister::Share(const IO::Location& cach
 std::shared_ptr<CachedProjectInfo> CacheRegister::Create(const ConnectionInfo& connection,
                                                          const IO::Location& dataFolder)
 {
-    WarnOfUnreadable(dataFolder.Appended(CacheFolders::MakeName(connection)));
+    Look(dataFolder.Appended(CacheFolders::MakeName(connection)));
+    RequireRead(dataFolder, connection);
+    for (const auto& damaged : WithoutInfo(dataFolder, connection))
+        OV::Logger::Error("SYClient",
+                          u"A new cache is made, for the one in \"%\" cannot be read. What was not "
+                          u"sent from there stays there. %",
+                          {damaged.folder.ToDisplayText(), damaged.problem});
     const auto created = std::make_shared<CachedProjectInfo>(connection, dataFolder);
     auto shared = ShareUnlessShared(created);
     if (shared != created) {

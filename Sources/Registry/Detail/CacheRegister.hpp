@@ -4,6 +4,7 @@
 #include "OVRoot/Lock.hpp"
 #include "Registry/CacheInfoRecord.hpp"
 
+#include <exception>
 #include <optional>
 #include <thread>
 #include <unordered_map>
@@ -38,8 +39,14 @@ public:
                                                   const ConnectionInfo& connection,
                                                   bool isCaseSensitive) const;
 
-    /// Looks at one folder alone: reads it, or forgets it when it is no cache any more.
+    /// Looks at one folder alone: reads it, or forgets it when it is no cache any more. Throws
+    /// FileOpenningError when that cannot be found out.
     void Look(const IO::Location& cacheFolder);
+    /// Throws what kept the cache in that folder from being read, unless it was read and is
+    /// damaged: such a cache is neither absent nor to be passed over.
+    void RequireRead(const IO::Location& cacheFolder) const;
+    /// The same for all that stand where a cache of that connection would.
+    void RequireRead(const IO::Location& dataFolder, const ConnectionInfo& connection) const;
     /// Takes over what has just been written, when it stands below a data folder that is known.
     void Written(const CachedProjectInfo& info);
     void Forget(const IO::Location& cacheFolder);
@@ -47,8 +54,9 @@ public:
     /// The one image of that cache that everybody who asks shares, up to date. Throws as the
     /// constructor of CachedProjectInfo does.
     [[nodiscard]] std::shared_ptr<CachedProjectInfo> Share(const IO::Location& cacheFolder);
-    /// A new cache, shared likewise. Where somebody still holds the image of a cache that was
-    /// removed from the same folder, that one becomes the image of the new cache.
+    /// A new cache, shared likewise; throws as RequireRead does. Where somebody still holds the
+    /// image of a cache that was removed from the same folder, that one becomes the image of the
+    /// new cache.
     [[nodiscard]] std::shared_ptr<CachedProjectInfo> Create(const ConnectionInfo& connection,
                                                             const IO::Location& dataFolder);
 
@@ -57,6 +65,8 @@ private:
         CacheInfoRecord record;
         /// Of the file that the record was made from.
         IO::ChangeStamp stamp;
+        /// What kept the file from being read; null when it was, and holds a cache or damage.
+        std::exception_ptr obstacle;
         /// The count of its last change, so that a refresh does not undo what came after it began.
         std::uint64_t touched = 0;
         /// The look at the disk that last found it.
@@ -75,6 +85,9 @@ private:
     };
 
     void Read(const IO::Location& cacheFolder, const IO::ChangeStamp& stamp, std::uint64_t began);
+    /// The caches that could not be read and stand where one of that connection would.
+    [[nodiscard]] OV::Array<CacheInfoRecord> WithoutInfo(const IO::Location& dataFolder,
+                                                         const ConnectionInfo& connection) const;
     /// Those of `found` that have to be read; forgets what is not among them.
     [[nodiscard]] OV::Array<CacheFolders::Found> Compare(const IO::Location& dataFolder,
                                                          OV::Array<CacheFolders::Found> found,
@@ -90,7 +103,8 @@ private:
     void NoteWriter(const CachedProjectInfo& info) OV_REQUIRES(lock_);
     void PutImage(const std::shared_ptr<CachedProjectInfo>& image) OV_REQUIRES(lock_);
 
-    void Put(CacheInfoRecord record, const IO::ChangeStamp& stamp) OV_REQUIRES(lock_);
+    void Put(CacheInfoRecord record, const IO::ChangeStamp& stamp,
+             std::exception_ptr obstacle = nullptr) OV_REQUIRES(lock_);
     void Remove(std::size_t position) OV_REQUIRES(lock_);
     void Connect(std::size_t position) OV_REQUIRES(lock_);
     void Disconnect(std::size_t position) OV_REQUIRES(lock_);
