@@ -1,12 +1,12 @@
 #include "SYClientBase/PasswordCoding.hpp"
 #include "Support/ChildProcess.hpp"
+#include "Support/FileBytes.hpp"
 #include "Support/TemporaryFolder.hpp"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <fstream>
-#include <iterator>
 #include <random>
 #include <set>
 #include <string>
@@ -26,15 +26,11 @@ protected:
     {
         return folder_.Path() / "config" / "Orvant" / "SYPassword.key";
     }
-    [[nodiscard]] std::string KeyBytes() const
-    {
-        std::ifstream file(KeyFile(), std::ios::binary);
-        return {std::istreambuf_iterator<char>(file), {}};
-    }
+    [[nodiscard]] std::string KeyBytes() const { return ReadBytes(KeyFile()); }
     void WriteKey(const std::string& bytes) const
     {
         std::filesystem::create_directories(KeyFile().parent_path());
-        std::ofstream(KeyFile(), std::ios::binary) << bytes;
+        WriteBytes(KeyFile(), bytes);
     }
 
     TemporaryFolder folder_;
@@ -163,10 +159,8 @@ TEST_F(PasswordCodingTest, ProcessesThatStartTogetherAgreeOnOneKey)
                 ASSERT_EQ(child.Wait(), 0);
         }
         std::set<std::string> texts;
-        for (int child = 0; child < 6; ++child) {
-            std::ifstream file(output(child));
-            texts.emplace(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
-        }
+        for (int child = 0; child < 6; ++child)
+            texts.insert(ReadBytes(output(child)));
         ASSERT_EQ(texts.size(), 1u);
         ASSERT_EQ(*texts.begin(), OV::ToUtf8(CodePassword(u"geheim")));
     }

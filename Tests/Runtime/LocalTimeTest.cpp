@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <ctime>
 
 TEST(LocalTimeTest, DaysAreWholeWhateverTheClocksDo)
 {
