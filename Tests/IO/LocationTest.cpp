@@ -3,6 +3,7 @@
 #include "IO/File.hpp"
 #include "IO/Folder.hpp"
 #include "OVRoot/Exception.hpp"
+#include "Support/Pieces.hpp"
 
 #include <random>
 #include <unordered_set>
@@ -74,30 +75,12 @@ TEST(LocationTest, ReadsUrlsAndWritesThemBack)
 
 TEST(LocationTest, RefusesWhatIsNoUrlWithoutShowingIt)
 {
-    for (const UniString text : {u"",
-                                 u"hunter2",
-                                 u"/hunter2",
-                                 u"://hunter2",
-                                 u"s:hunter2",
-                                 u"s:/hunter2",
-                                 u"1s://hunter2",
-                                 u"s s://hunter2",
-                                 u"s://",
-                                 u"s:///hunter2",
-                                 u"s://u:hunter2@",
-                                 u"s://u:hunter2@:80",
-                                 u"s://u:hunter2@h:65536",
-                                 u"s://u:hunter2@h:-1",
-                                 u"s://u:hunter2@h:8 0",
-                                 u"s://u:hunter2@h:80:80",
-                                 u"s://u:hunter2@[::1",
-                                 u"s://u:hunter2@[::1]80",
-                                 u"s://u:hunter2@[]",
-                                 u"s://u:hunter2%@h",
-                                 u"s://u:hunter2%4@h",
-                                 u"s://u:hunter2%4G@h",
-                                 u"s://u:hunter2%FF@h",
-                                 u"s://u:hunter2@h/%C3"})
+    for (const auto& text :
+         Pieces(u"|hunter2|/hunter2|://hunter2|s:hunter2|s:/hunter2|1s://hunter2|s s://hunter2|"
+                u"s://|s:///hunter2|s://u:hunter2@|s://u:hunter2@:80|s://u:hunter2@h:65536|"
+                u"s://u:hunter2@h:-1|s://u:hunter2@h:8 0|s://u:hunter2@h:80:80|"
+                u"s://u:hunter2@[::1|s://u:hunter2@[::1]80|s://u:hunter2@[]|s://u:hunter2%@h|"
+                u"s://u:hunter2%4@h|s://u:hunter2%4G@h|s://u:hunter2%FF@h|s://u:hunter2@h/%C3"))
         try {
             (void)Location::FromUrlText(text);
             ADD_FAILURE() << OV::ToUtf8(text);

@@ -1,5 +1,6 @@
 #include "OVRoot/XMLIChannel.hpp"
 #include "OVRoot/XMLOChannel.hpp"
+#include "Support/Pieces.hpp"
 #include "Support/Thrown.hpp"
 
 #include <gmock/gmock.h>
@@ -26,21 +27,9 @@ TEST(XMLChannelTest, AnyStringSurvives)
     OV::UniString everything;
     for (unsigned unit = 0; unit <= 0xFFFF; ++unit)
         everything.push_back(static_cast<char16_t>(unit));
-    const OV::UniString texts[] = {u"",
-                                   u" ",
-                                   u"\n",
-                                   u"\t \n ",
-                                   u"  leading and trailing  ",
-                                   u"a\r\nb",
-                                   u"<![CDATA[x]]>",
-                                   u"&#13;&amp;",
-                                   u"\\u0041",
-                                   u"\\",
-                                   u"]]>",
-                                   u"<!-- -->",
-                                   {0xD800},
-                                   {0xDC00, 0xD800},
-                                   everything};
+    auto texts = Pieces(u"| |\n|\t \n |  leading and trailing  |a\r\nb|<![CDATA[x]]>|&#13;&amp;|"
+                        u"\\u0041|\\|]]>|<!-- -->");
+    texts.insert(texts.end(), {{0xD800}, {0xDC00, 0xD800}, everything});
     OV::XMLOChannel out;
     out.EnterElement("Root");
     for (const auto& text : texts)
@@ -104,24 +93,10 @@ TEST(XMLChannelTest, ReadsTheFormsThatAnotherWriterMayChoose)
 
 TEST(XMLChannelTest, RefusesADocumentThatIsNotOneWholeRoot)
 {
-    using namespace std::string_literals;
-    const OV::String documents[] = {"",
-                                    "   ",
-                                    "text",
-                                    "<!-- only this -->",
-                                    "<Root>",
-                                    "<Root></Rood>",
-                                    "<Root/><Root/>",
-                                    "<Root/>junk",
-                                    "junk<Root/>",
-                                    "<Root/></Root>",
-                                    "<Root/>\0"s,
-                                    "<Root>\0</Root>"s,
-                                    "<Root/>" + "\0<Other/>"s,
-                                    "<Root",
-                                    "<?xml version=\"1.0\"?>",
-                                    "{\"Root\": 1}"};
-    for (const auto& document : documents)
+    for (const auto& document :
+         Pieces("|   |text|<!-- only this -->|<Root>|<Root></Rood>|<Root/><Root/>|<Root/>junk|"
+                "junk<Root/>|<Root/></Root>|<Root/>\0|<Root>\0</Root>|<Root/>\0<Other/>|<Root|"
+                "<?xml version=\"1.0\"?>|{\"Root\": 1}"))
         EXPECT_THROW(XMLIChannel(document, u"x"), XMLChannelException) << document;
     EXPECT_NO_THROW(XMLIChannel("\xef\xbb\xbf<?xml version=\"1.0\" encoding=\"UTF-8\"?>\r\n"
                                 "<!DOCTYPE Root [<!ENTITY x \"y\">]>\n<!-- a --> <Root a='1'/>\n ",

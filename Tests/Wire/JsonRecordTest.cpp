@@ -1,3 +1,4 @@
+#include "Support/Pieces.hpp"
 #include "Support/Thrown.hpp"
 #include "SyncraProtocol/Detail/Json.hpp"
 
@@ -46,30 +47,13 @@ Session ExampleSession()
 
 TEST(JsonRecordTest, RefusesBodiesThatAreNotOneShallowValue)
 {
-    const std::string bodies[] = {"",
-                                  "{",
-                                  "{}x",
-                                  "{} {}",
-                                  "nul",
-                                  "{'a':1}",
-                                  "{\"a\":01}",
-                                  "[1,]",
-                                  "NaN",
-                                  "1e999",
-                                  "[-1e999]",
-                                  "/**/1",
-                                  "\"\xff\"",
-                                  "\"\xc0\x80\"",
-                                  "\"\xed\xa0\x80\"",
-                                  R"("\ud800")",
-                                  "\"a\nb\"",
-                                  std::string("{}\0{}", 5),
-                                  Nested(65),
-                                  std::string(2'000'000, '['),
-                                  std::string(2'000'000, '{'),
-                                  "[0" + Repeated(",0", 4'000'000) + "]",
-                                  "[[]" + Repeated(",[]", 2'000'000) + "]",
-                                  "\"" + std::string(100, '[')};
+    auto bodies =
+        Pieces("|{|{}x|{} {}|nul|{'a':1}|{\"a\":01}|[1,]|NaN|1e999|[-1e999]|/**/1|\"\xff\"|"
+               "\"\xc0\x80\"|\"\xed\xa0\x80\"|\"\\ud800\"|\"a\nb\"|{}\0{}");
+    bodies.insert(bodies.end(),
+                  {Nested(65), std::string(2'000'000, '['), std::string(2'000'000, '{'),
+                   "[0" + Repeated(",0", 4'000'000) + "]", "[[]" + Repeated(",[]", 2'000'000) + "]",
+                   "\"" + std::string(100, '[')});
     for (const auto& body : bodies)
         EXPECT_THROW((void)ParseJson(body), MalformedRecordException) << body.substr(0, 40);
     // Brackets in a text are no nesting.
