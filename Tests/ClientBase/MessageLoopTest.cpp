@@ -1,6 +1,7 @@
 #include "SYClientBase/MessageLoop.hpp"
 #include "OVRoot/Thread.hpp"
 #include "SYClientBase/Identified.hpp"
+#include "Support/Thrown.hpp"
 
 #include <gtest/gtest.h>
 
@@ -71,11 +72,8 @@ TEST(MessageLoopTest, AWaitEndsByTimeByItsConditionAndByInterruption)
     EXPECT_TRUE(MessageLoop::RunUntil([] { return true; }, 0));
     bool interrupted = false;
     OV::Thread thread("Waiting", [&] {
-        try {
-            (void)MessageLoop::RunUntil([] { return false; }, 60'000);
-        } catch (const OV::InterruptedException&) {
-            interrupted = true;
-        }
+        const Thrown thrown([] { (void)MessageLoop::RunUntil([] { return false; }, 60'000); });
+        interrupted = thrown.name == "InterruptedException";
     });
     thread.Interrupt();
     thread.Join();

@@ -2,6 +2,7 @@
 #include "Support/ChildProcess.hpp"
 #include "Support/FileBytes.hpp"
 #include "Support/TemporaryFolder.hpp"
+#include "Support/Thrown.hpp"
 
 #include <gtest/gtest.h>
 
@@ -38,12 +39,7 @@ protected:
 
 bool IsRefused(OV::UniStringView coded)
 {
-    try {
-        (void)DecodePassword(coded);
-        return false;
-    } catch (const PasswordCodingException&) {
-        return true;
-    }
+    return Thrown([&] { (void)DecodePassword(coded); }).name == "PasswordCodingException";
 }
 
 }  // namespace
@@ -123,14 +119,9 @@ TEST_F(PasswordCodingTest, ADamagedKeyFileIsNamedAndLeftAlone)
 {
     for (const std::string& bytes : {std::string(), std::string(31, 'k'), std::string(33, 'k')}) {
         WriteKey(bytes);
-        try {
-            (void)CodePassword(u"geheim");
-            FAIL() << bytes.size();
-        } catch (const PasswordCodingException& failure) {
-            const std::string text = failure.what();
-            EXPECT_NE(text.find("SYPassword.key"), std::string::npos) << text;
-            EXPECT_EQ(text.find("geheim"), std::string::npos) << text;
-        }
+        const Thrown thrown([] { (void)CodePassword(u"geheim"); });
+        EXPECT_EQ(thrown.name, "PasswordCodingException") << bytes.size();
+        EXPECT_TRUE(thrown.Tells("SYPassword.key") && !thrown.Tells("geheim")) << thrown.message;
         EXPECT_EQ(KeyBytes(), bytes);
     }
     WriteKey(std::string(32, 'k'));

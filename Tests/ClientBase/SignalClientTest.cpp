@@ -213,6 +213,27 @@ TEST_F(SignalClientTest, WorkingOfflineEndsTheRequestAndLastsUntilLifted)
     EXPECT_EQ(connects, 2);
 }
 
+TEST_F(SignalClientTest, WorkingOfflineCancelsTheHeldRequest)
+{
+    struct Held final : IdleSyncraClient {
+        explicit Held(OV::Condition& condition) : cancelled(condition) {}
+        SignalBatch WaitForSignals(const OV::UniString&, std::uint64_t, std::uint32_t wait) override
+        {
+            if (wait != 0)
+                cancelled.Wait();
+            return {{}, 1};
+        }
+        void Cancel() override { cancelled.Notify(); }
+        OV::Condition& cancelled;
+    };
+    OV::Condition cancelled;
+    client.Start([&] { return std::make_unique<Held>(cancelled); }, u"P");
+    AwaitState(Online);
+    client.SetForcedOffline(true);
+    EXPECT_TRUE(cancelled.Wait(60'000));
+    client.Stop();
+}
+
 TEST_F(SignalClientTest, StopEndsAHeldRequestAndAPauseAtOnce)
 {
     for (const bool away : {false, true}) {

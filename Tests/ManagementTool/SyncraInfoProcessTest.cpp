@@ -5,6 +5,7 @@
 #include "OVRoot/Thread.hpp"
 #include "Support/KillLoop.hpp"
 #include "Support/Pipe.hpp"
+#include "Support/Thrown.hpp"
 
 #include <atomic>
 #include <vector>
@@ -91,14 +92,13 @@ TEST_F(SyncraInfoProcessTest, WhoWaitsForAHolderThatNeverLetsGoCanBeAskedToStop)
             SyncraInfo info;
             info.SetLastServerName(u"lost");
             ++begun;
-            try {
+            const Thrown thrown([&] {
                 if (i == 0)
                     info.SaveSyncraInfo();
                 else
                     info.Update([](SyncraInfo&) { ADD_FAILURE() << "the lock is not ours"; });
-            } catch (const OV::InterruptedException&) {
-                ++interrupted;
-            }
+            });
+            interrupted += thrown.name == "InterruptedException";
         });
     while (begun < 2)
         std::this_thread::yield();

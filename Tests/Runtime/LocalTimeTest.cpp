@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <ctime>
 
 TEST(LocalTimeTest, DaysAreWholeWhateverTheClocksDo)
 {

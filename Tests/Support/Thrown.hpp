@@ -18,4 +18,9 @@ struct Thrown {
             message = failure.what();
         }
     }
+    /// Whether the message holds the text.
+    [[nodiscard]] bool Tells(const std::string& text) const
+    {
+        return message.find(text) != std::string::npos;
+    }
 };

@@ -2,6 +2,7 @@
 #include "SYClientBase/SyncraClientFactory.hpp"
 #include "SYCommunication/PagedReading.hpp"
 #include "Support/ScriptedServer.hpp"
+#include "Support/Thrown.hpp"
 
 #include <gtest/gtest.h>
 
@@ -126,16 +127,11 @@ TEST(SyncraClientTest, TheStatusAndTheServerAreNamedWhenAnAnswerIsNone)
 {
     const ScriptedServer server(Answers{Token, 502, "<html>"});
     const auto client = SignedIn(server);
-    try {
-        (void)client->ProjectExists(u"geheim");
-        FAIL();
-    } catch (const Communication::MalformedResponseException& failure) {
-        const std::string text = failure.what();
-        EXPECT_NE(text.find("502"), std::string::npos) << text;
-        EXPECT_NE(text.find("127.0.0.1:" + std::to_string(server.Port())), std::string::npos)
-            << text;
-        EXPECT_EQ(text.find("geheim"), std::string::npos) << text;
-    }
+    const Thrown thrown([&] { (void)client->ProjectExists(u"geheim"); });
+    EXPECT_EQ(thrown.name, "MalformedResponseException");
+    EXPECT_TRUE(thrown.Tells("502")) << thrown.message;
+    EXPECT_TRUE(thrown.Tells("127.0.0.1:" + std::to_string(server.Port()))) << thrown.message;
+    EXPECT_FALSE(thrown.Tells("geheim")) << thrown.message;
 }
 
 TEST(SyncraClientTest, ASignInThatCannotBeUsedIsRefused)
