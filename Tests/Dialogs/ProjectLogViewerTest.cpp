@@ -1,6 +1,8 @@
 #include "Dlg/Headless/HeadlessToolkit.hpp"
 #include "OVRoot/LocalTime.hpp"
 #include "SYClientBase/MessageLoop.hpp"
+#include "Support/AlertRecorder.hpp"
+#include "Support/FileBytes.hpp"
 #include "Support/TemporaryFolder.hpp"
 #include "UserInterface/ProjectLogViewerDlg_14.hpp"
 
@@ -140,16 +142,6 @@ TEST_F(ProjectLogViewerTest, AThousandLinesAreWarnedAboutAndStillShown)
 
 TEST_F(ProjectLogViewerTest, LinesThatComeWhileTheWarningIsShownAreTheOnesShownThen)
 {
-    /// Goes on with what was posted, as a window's alert does.
-    struct Nested final : OV::AlertPresenter {
-        int Show(const OV::AlertResource&) override
-        {
-            ++count;
-            SYCB::MessageLoop::RunPending();
-            return 1;
-        }
-        int count = 0;
-    };
     const Lines many(1200, Line({2026, 3, 1, 8, 0, 0}, u"anna", u"Send"));
     Lines more(many);
     more.insert(more.end(), 500, many.front());
@@ -158,11 +150,12 @@ TEST_F(ProjectLogViewerTest, LinesThatComeWhileTheWarningIsShownAreTheOnesShownT
             viewer_->PreviewLog(many);
             SYCB::MessageLoop::RunPending();
             viewer_->RefreshLog(newer);
-            Nested alerts;
-            auto* const former = OV::AlertPresenter::SetCurrent(&alerts);
-            user.PickDate(Viewer::ToDate, {2026, 3, 3});
-            OV::AlertPresenter::SetCurrent(former);
-            EXPECT_EQ(alerts.count, newer.size() < 1000 ? 1 : 2);
+            {
+                AlertRecorder alerts;  // goes on with what was posted, as a window's alert does
+                alerts.meanwhile = [] { SYCB::MessageLoop::RunPending(); };
+                user.PickDate(Viewer::ToDate, {2026, 3, 3});
+                EXPECT_EQ(alerts.shown.size(), newer.size() < 1000 ? 1u : 2u);
+            }
             EXPECT_EQ(Column(user, SYC::LogTable::User).size(), newer.size());
         });
 }
@@ -172,10 +165,7 @@ TEST_F(ProjectLogViewerTest, TheExportIsWrittenToTheLetter)
     const auto file = folder_.Path() / "table.csv";
     std::ofstream(file) << "former";
     const auto location = IO::Location::FromPath(OV::FromUtf8(file.string()));
-    const auto content = [&] {
-        std::ifstream stream(file, std::ios::binary);
-        return std::string{std::istreambuf_iterator<char>(stream), {}};
-    };
+    const auto content = [&] { return ReadBytes(file); };
     auto line = Line({2026, 3, 1, 8, 5, 9}, u"Zo\u00EB \"Z\"", u"Send", 2'048'000);
     line.SetComment(OV::UniString(1023, u'x') + u"\u00E9");
     Open({line}, [&](Dlg::HeadlessDialog& user) {

@@ -1,3 +1,5 @@
+#include "Support/FileBytes.hpp"
+
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -60,8 +62,7 @@ std::set<std::string> PlatformFolders()
 /// The USES lists of Platform/CMakeLists.txt: what each folder may include beside itself.
 std::map<std::string, std::set<std::string>> DeclaredUses()
 {
-    std::ifstream file(root / "Platform" / "CMakeLists.txt");
-    const std::string text{std::istreambuf_iterator<char>(file), {}};
+    const std::string text = ReadBytes(root / "Platform" / "CMakeLists.txt");
     static const std::regex call(R"(syc_layer\(([^)]*)\))");
     std::map<std::string, std::set<std::string>> uses;
     for (std::sregex_iterator it(text.begin(), text.end(), call), end; it != end; ++it) {

@@ -192,6 +192,17 @@ TEST(MailEncodingTest, KeepsTheFieldsBeforeAnErrorAndLeavesSharedActionsAlone)
     EXPECT_EQ(copy.GetActionList()->size(), 2u);
 }
 
+TEST(MailEncodingTest, ALongTextHasNoSeamWhereItIsReadInSteps)
+{
+    ClientMail mail;
+    OV::UniString text(100'001, u'\0');
+    for (std::size_t i = 0; i < text.size(); ++i)
+        text[i] = static_cast<char16_t>('a' + i % 7);
+    mail.SetBodyText(text);
+    for (const auto& encoding : Encodings)
+        EXPECT_EQ(encoding.decode(encoding.encode(mail))->GetBodyText(), text) << encoding.ending;
+}
+
 TEST(MailEncodingTest, RefusesOtherClassesAndVersions)
 {
     const auto golden = ReadGolden("full.disk");

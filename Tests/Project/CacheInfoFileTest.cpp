@@ -2,8 +2,6 @@
 
 #include "Files/FileErrors.hpp"
 
-#include <functional>
-
 namespace {
 
 namespace Core = Syncra::Server::ManagementTool::Core;

@@ -61,11 +61,10 @@ protected:
     /// As another process writes: nothing of this one is told.
     static void EditFile(const fs::path& file, const std::string& from, const std::string& to)
     {
-        std::ifstream stream(file);
-        std::string text{std::istreambuf_iterator<char>(stream), {}};
+        std::string text = ReadBytes(file);
         const auto at = text.find(from);
         ASSERT_NE(at, std::string::npos);
-        std::ofstream(file, std::ios::trunc) << text.replace(at, from.size(), to);
+        WriteBytes(file, text.replace(at, from.size(), to));
     }
 };
 

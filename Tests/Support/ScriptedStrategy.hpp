@@ -30,6 +30,7 @@ public:
     bool ExecuteTask(const OV::Ref<Task>& task, OV::Executor* executor,
                      std::uint32_t delayMilliseconds) override
     {
+        ++tasks;
         if (cancelsAt > 0 && --cancelsAt == 0)
             return false;
         return UserAsyncTaskExecutingImplementation::ExecuteTask(task, executor, delayMilliseconds);
@@ -44,6 +45,7 @@ public:
 
     [[nodiscard]] std::vector<std::string> TakeAlerts() { return std::exchange(alerts, {}); }
 
+    int tasks = 0;  ///< what was waited for by it
     /// Which request from now on the user gives up; 0 for none.
     int cancelsAt = 0;
     std::vector<std::string> alerts;
