@@ -1,12 +1,12 @@
 #pragma once
 
+#include "SyncraProtocol/Management/ConnectedModule.hpp"
+#include "SyncraProtocol/Management/ProjectCategory.hpp"
+#include "SyncraProtocol/Management/ServerConfiguration.hpp"
+#include "SyncraProtocol/Management/V2/Project.hpp"
 #include "SyncraProtocol/ServicePort.hpp"
-#include "SyncraServerManagement/ConnectedModule.hpp"
-#include "SyncraServerManagement/ProjectCategory.hpp"
 #include "SyncraServerManagement/RecordFamily.hpp"
 #include "SyncraServerManagement/RepositoryProperties.hpp"
-#include "SyncraServerManagement/ServerConfiguration.hpp"
-#include "SyncraServerManagement/V2/Project.hpp"
 
 #include <memory>
 

@@ -1,15 +1,15 @@
 #pragma once
 
+#include "SyncraProtocol/Management/CustomPropertyDefinition.hpp"
+#include "SyncraProtocol/Management/Group.hpp"
+#include "SyncraProtocol/Management/Permission.hpp"
+#include "SyncraProtocol/Management/PermissionSet.hpp"
+#include "SyncraProtocol/Management/RepositoryContents.hpp"
+#include "SyncraProtocol/Management/Role.hpp"
+#include "SyncraProtocol/Management/User.hpp"
 #include "SyncraProtocol/Member.hpp"
-#include "SyncraServerManagement/CustomPropertyDefinition.hpp"
-#include "SyncraServerManagement/Group.hpp"
-#include "SyncraServerManagement/Permission.hpp"
-#include "SyncraServerManagement/PermissionSet.hpp"
 #include "SyncraServerManagement/RecordFamily.hpp"
-#include "SyncraServerManagement/RepositoryContents.hpp"
 #include "SyncraServerManagement/RepositoryProperties.hpp"
-#include "SyncraServerManagement/Role.hpp"
-#include "SyncraServerManagement/User.hpp"
 
 #include <memory>
 

@@ -7,7 +7,7 @@
 #include "SignalHub.hpp"
 
 #include "OVRoot/Guid.hpp"
-#include "SyncraServerManagement/Detail/RecordJson.hpp"
+#include "SyncraProtocol/Detail/RecordJson.hpp"
 
 #include <nlohmann/json.hpp>
 

@@ -2,7 +2,7 @@
 
 #include "OVRoot/PercentCoding.hpp"
 #include "SyncraClient/Detail/SignedInChannel.hpp"
-#include "SyncraServerManagement/Detail/RecordJson.hpp"
+#include "SyncraProtocol/Detail/RecordJson.hpp"
 #include "SyncraServerManagement/Detail/SignInProperties.hpp"
 #include "SyncraServerManagement/RecordFamily.hpp"
 #include "SyncraServerManagement/UserRepositoryExceptions.hpp"

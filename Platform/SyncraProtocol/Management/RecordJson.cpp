@@ -1,4 +1,4 @@
-#include "SyncraServerManagement/Detail/RecordJson.hpp"
+#include "SyncraProtocol/Detail/RecordJson.hpp"
 
 #include <nlohmann/json.hpp>
 

@@ -1,14 +1,14 @@
 #pragma once
 
 #include "SyncraProtocol/Detail/Json.hpp"
-#include "SyncraServerManagement/ConnectedModule.hpp"
-#include "SyncraServerManagement/CustomPropertyDefinition.hpp"
-#include "SyncraServerManagement/Group.hpp"
-#include "SyncraServerManagement/ProjectCategory.hpp"
-#include "SyncraServerManagement/RepositoryContents.hpp"
-#include "SyncraServerManagement/ServerConfiguration.hpp"
-#include "SyncraServerManagement/User.hpp"
-#include "SyncraServerManagement/V2/Project.hpp"
+#include "SyncraProtocol/Management/ConnectedModule.hpp"
+#include "SyncraProtocol/Management/CustomPropertyDefinition.hpp"
+#include "SyncraProtocol/Management/Group.hpp"
+#include "SyncraProtocol/Management/ProjectCategory.hpp"
+#include "SyncraProtocol/Management/RepositoryContents.hpp"
+#include "SyncraProtocol/Management/ServerConfiguration.hpp"
+#include "SyncraProtocol/Management/User.hpp"
+#include "SyncraProtocol/Management/V2/Project.hpp"
 
 /// JSON form of the records of the management service, as strict as SyncraProtocol/Detail/Json.hpp.
 /// One line a record:
