@@ -1,10 +1,8 @@
 #include "PresenceService.hpp"
 
-#include "SyncraProtocol/Detail/Json.hpp"
+#include "SyncraProtocol/Detail/ModelRecords.hpp"
 
 #include "OVRoot/Guid.hpp"
-
-#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <utility>
@@ -12,7 +10,6 @@
 namespace Nexar {
 
 using namespace Syncra::Protocol;
-using nlohmann::json;
 
 namespace {
 
@@ -34,15 +31,15 @@ void PresenceService::AddRoutes(Router& router)
 {
     router.AllowBuiltIn(true);
     router.Add("POST", "/syncra/v1/presence/subscriptions",
-               [this](const Call& call) { return Subscribe(call); });
+               [this](const Call& call) { return PresenceSubscription{Subscribe(call)}; });
     router.AddAsync("GET", "/syncra/v1/presence",
                     [this](const Call& call, const Reply& reply) { WaitForChange(call, reply); });
     router.AllowBuiltIn(false);
 }
 
-json PresenceService::Subscribe(const Call& call)
+OV::UniString PresenceService::Subscribe(const Call& call)
 {
-    const auto asked = ReadTexts(call.Body(), "projects");
+    const auto asked = call.Read<PresenceProjects>().value;
     if (asked.size() > MaximumProjects)
         throw Refusal(ErrorCode::TooLarge, "A subscription takes at most 10000 projects.");
     MakeRoom();
@@ -52,9 +49,9 @@ json PresenceService::Subscribe(const Call& call)
             subscription.projects.insert(id);
     subscription.present = PresentIn(subscription.projects);
     subscription.lastRequest = Clock::now();
-    const auto id = OV::ToUtf8(OV::Guid::Generate().ToText());
-    subscriptions_.emplace(id, std::move(subscription));
-    return {{"subscription", id}};
+    auto id = OV::Guid::Generate().ToText();
+    subscriptions_.emplace(OV::ToUtf8(id), std::move(subscription));
+    return id;
 }
 
 void PresenceService::WaitForChange(const Call& call, const Reply& reply)
@@ -157,10 +154,11 @@ void PresenceService::Release(Subscription& subscription)
 HttpResponse PresenceService::AnswerOf(Subscription& subscription)
 {
     subscription.lastRequest = Clock::now();
-    json present = json::array();
+    PresentUsers users;
     for (const auto& login : subscription.present)
-        present.push_back(TextToJson(OV::FromUtf8(login)));
-    return JsonResponse({{"present", std::move(present)}, {"next", subscription.number}});
+        users.present.insert(OV::FromUtf8(login));
+    users.next = subscription.number;
+    return JsonResponse(users);
 }
 
 }  // namespace Nexar

@@ -32,7 +32,8 @@ private:
         std::vector<std::shared_ptr<Waiter>> waiters;
     };
 
-    [[nodiscard]] nlohmann::json Subscribe(const Call& call);
+    /// The id of the new subscription.
+    [[nodiscard]] OV::UniString Subscribe(const Call& call);
     void WaitForChange(const Call& call, const Reply& reply);
     void Hold(const std::string& id, const Reply& reply, std::chrono::milliseconds wait);
     void AnswerLate(const std::string& id, const std::shared_ptr<Waiter>& waiter);

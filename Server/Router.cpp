@@ -2,9 +2,6 @@
 
 #include "Database.hpp"
 #include "OVRoot/Logger.hpp"
-#include "SyncraProtocol/Detail/Json.hpp"
-
-#include <nlohmann/json.hpp>
 
 #include <charconv>
 #include <utility>
@@ -47,14 +44,6 @@ int Refusal::StatusOf(ErrorCode code) noexcept
         break;
     }
     return 400;
-}
-
-nlohmann::json Call::Body() const
-{
-    auto body = Syncra::Protocol::ParseJson(request.body);
-    if (!body.is_object())
-        throw Refusal(ErrorCode::BadRequest, "The body must be a JSON object.");
-    return body;
 }
 
 std::uint64_t Call::QueryNumber(const std::string& name, std::uint64_t fallback) const
@@ -108,6 +97,8 @@ HttpResponse AnswerOfCurrentException()
         throw;
     } catch (const Refusal& refusal) {
         return ErrorResponse(refusal);
+    } catch (const Syncra::Protocol::TooLargeFieldException& error) {
+        return ErrorResponse(Refusal(ErrorCode::TooLarge, error.what()));
     } catch (const Syncra::Protocol::MalformedRecordException& error) {
         return ErrorResponse(Refusal(ErrorCode::BadRequest, error.what()));
     } catch (const DatabaseError& error) {
@@ -126,17 +117,6 @@ HttpResponse AnswerOfCurrentException()
 }
 
 }  // namespace
-
-void Router::Add(const std::string& method, const std::string& pattern, Handler handler,
-                 std::size_t bodyLimit)
-{
-    Insert(
-        method, pattern,
-        [handler = std::move(handler)](const Call& call, const Reply& reply) {
-            reply(JsonResponse(handler(call)));
-        },
-        false, bodyLimit);
-}
 
 void Router::AddAsync(const std::string& method, const std::string& pattern, AsyncHandler handler)
 {
@@ -183,10 +163,10 @@ HeadVerdict Router::CheckHead(const HttpRequest& head) const
     }
 }
 
-void Router::Answer(const Reply& reply, const std::function<nlohmann::json()>& work)
+void Router::AnswerText(const Reply& reply, const std::function<std::string()>& makeText)
 {
     try {
-        reply(JsonResponse(work()));
+        reply({200, makeText()});
     } catch (...) {
         reply(AnswerOfCurrentException());
     }
@@ -245,11 +225,6 @@ HttpResponse ErrorResponse(const Refusal& refusal)
     if (response.status == 401)
         response.headers.emplace_back("WWW-Authenticate", "Bearer");
     return response;
-}
-
-HttpResponse JsonResponse(const nlohmann::json& value)
-{
-    return {200, Syncra::Protocol::DumpJson(value)};
 }
 
 }  // namespace Nexar

@@ -5,7 +5,7 @@
 #include "TokenTable.hpp"
 #include "UserStore.hpp"
 
-#include <nlohmann/json_fwd.hpp>
+#include "SyncraProtocol/Detail/JsonText.hpp"
 
 #include <functional>
 #include <string>
@@ -19,8 +19,12 @@ struct Call {
     std::vector<std::string> parameters;  ///< what stood for each {} of the pattern, in order
     TokenTable::Login user;
 
-    /// The body as a JSON object. Throws MalformedRecordException.
-    [[nodiscard]] nlohmann::json Body() const;
+    /// The record of the body. Throws MalformedRecordException.
+    template <class Record>
+    [[nodiscard]] Record Read() const
+    {
+        return Syncra::Protocol::ReadRequest<Record>(request.body);
+    }
     /// A query value as a whole number; `fallback` when absent. Throws Refusal.
     [[nodiscard]] std::uint64_t QueryNumber(const std::string& name, std::uint64_t fallback) const;
     /// A query value that must be there. Throws Refusal.
@@ -31,8 +35,6 @@ struct Call {
 /// answer: nothing that a client sends ends the process.
 class Router {
 public:
-    /// Answers at once with the returned JSON, or throws.
-    using Handler = std::function<nlohmann::json(const Call&)>;
     /// Answers through `reply`, later if need be.
     using AsyncHandler = std::function<void(Call, Reply)>;
 
@@ -44,9 +46,20 @@ public:
     /// Enough for a name and a password, however they are escaped.
     static constexpr std::size_t OpenBody = std::size_t{16} << 10;
 
-    /// `pattern` is like "/syncra/v1/projects/{}/state".
+    /// `pattern` is like "/syncra/v1/projects/{}/state". `handler` takes a Call and answers at
+    /// once: with the record that it returns, the text when that is JSON already, {} when it
+    /// returns nothing, or what it throws.
+    template <class Handler>
     void Add(const std::string& method, const std::string& pattern, Handler handler,
-             std::size_t bodyLimit = OrdinaryBody);
+             std::size_t bodyLimit = OrdinaryBody)
+    {
+        Insert(
+            method, pattern,
+            [handler = std::move(handler)](const Call& call, const Reply& reply) {
+                Answer(reply, [&] { return handler(call); });
+            },
+            false, bodyLimit);
+    }
     void AddAsync(const std::string& method, const std::string& pattern, AsyncHandler handler);
     /// A route for which nobody needs to be signed in.
     void AddOpen(const std::string& method, const std::string& pattern, AsyncHandler handler);
@@ -56,10 +69,29 @@ public:
     void operator()(HttpRequest request, const Reply& reply) const;
     /// Whether the request will be let in, and how large its body may be.
     [[nodiscard]] HeadVerdict CheckHead(const HttpRequest& head) const;
-    /// Answers with what `work` returns, or with what it throws: for a handler that answers later.
-    static void Answer(const Reply& reply, const std::function<nlohmann::json()>& work);
+    /// Answers with what `work` returns, as a handler of Add does: for one that answers later.
+    template <class Work>
+    static void Answer(const Reply& reply, Work&& work)
+    {
+        AnswerText(reply, [&] { return JsonOf(work); });
+    }
 
 private:
+    static void AnswerText(const Reply& reply, const std::function<std::string()>& makeText);
+    template <class Work>
+    static std::string JsonOf(Work& work)
+    {
+        using Result = decltype(work());
+        if constexpr (std::is_void_v<Result>) {
+            work();
+            return "{}";
+        } else if constexpr (std::same_as<Result, std::string>) {
+            return work();
+        } else {
+            return Syncra::Protocol::WriteJson(work());
+        }
+    }
+
     struct Route {
         std::string method;
         std::vector<std::string> pattern;
@@ -82,6 +114,10 @@ private:
 
 /// The answer for a caught refusal.
 [[nodiscard]] HttpResponse ErrorResponse(const Refusal& refusal);
-[[nodiscard]] HttpResponse JsonResponse(const nlohmann::json& value);
+template <class Record>
+[[nodiscard]] HttpResponse JsonResponse(const Record& record)
+{
+    return {200, Syncra::Protocol::WriteJson(record)};
+}
 
 }  // namespace Nexar

@@ -1,9 +1,7 @@
 #include "SignInService.hpp"
 
 #include "OVRoot/Logger.hpp"
-#include "SyncraProtocol/Detail/Json.hpp"
-
-#include <nlohmann/json.hpp>
+#include "SyncraProtocol/Detail/ModelRecords.hpp"
 
 #include <algorithm>
 #include <utility>
@@ -11,7 +9,6 @@
 namespace Nexar {
 
 using namespace Syncra::Protocol;
-using nlohmann::json;
 
 namespace {
 
@@ -21,12 +18,11 @@ constexpr std::size_t MaximumLoggedUnits = 64;
 
 SignInRequest ReadCredentials(const Call& call)
 {
-    const auto body = call.Body();
     // First: the rest of the record may look different in another version.
-    if (ReadInteger(body, "protocol", 0, 0xFFFF'FFFF) != ProtocolVersion)
+    if (call.Read<SpokenProtocol>().value != ProtocolVersion)
         throw Refusal(ErrorCode::IncompatibleVersion,
                       "This server speaks version 1 of the protocol. Update the older side.");
-    auto request = FromJson<SignInRequest>(body);
+    auto request = call.Read<SignInRequest>();
     if (std::max(request.userName.size(), request.password.size()) > MaximumCredentialUnits)
         throw Refusal(ErrorCode::TooLarge,
                       "The user name or the password is longer than 1024 characters.");
@@ -60,13 +56,11 @@ void SignInService::AddRoutesWithBuiltIn(Router& router)
 void SignInService::AddCommonRoutes(Router& router)
 {
     router.AddOpen("GET", "/syncra/version", [](const Call&, const Reply& reply) {
-        reply(JsonResponse({{"protocol", ProtocolVersion}, {"serverVersion", ProductVersion}}));
+        reply(JsonResponse(ServerVersion{ProtocolVersion, ProductVersion}));
     });
     router.AllowBuiltIn(true);
-    router.Add("POST", "/syncra/v1/sign-out", [this](const Call& call) {
-        tokens_.Remove(call.request.token);
-        return nlohmann::json::object();
-    });
+    router.Add("POST", "/syncra/v1/sign-out",
+               [this](const Call& call) { tokens_.Remove(call.request.token); });
     router.AllowBuiltIn(false);
 }
 
@@ -92,8 +86,8 @@ void SignInService::SignInBuiltIn(const Call& call, const Reply& reply)
     reply(JsonResponse(Grant({"", BuiltInLogin, true}, BuiltInLogin)));
 }
 
-json SignInService::Finish(const std::string& checkedHash, bool passwordIsRight,
-                           const std::string& login)
+SignInAnswer SignInService::Finish(const std::string& checkedHash, bool passwordIsRight,
+                                   const std::string& login)
 {
     // The password may have been changed, or the user deleted, while the old hash was computed.
     const auto user = users_.FindByLogin(login);
@@ -124,7 +118,7 @@ void SignInService::KeepUpToDate(const std::string& hash, const std::string& log
     });
 }
 
-json SignInService::Grant(TokenTable::Login login, const std::string& userName)
+SignInAnswer SignInService::Grant(TokenTable::Login login, const std::string& userName)
 {
     SignInAnswer answer;
     answer.userId = OV::FromUtf8(login.userId);
@@ -132,7 +126,7 @@ json SignInService::Grant(TokenTable::Login login, const std::string& userName)
     answer.token = tokens_.Add(std::move(login));
     answer.protocol = ProtocolVersion;
     answer.serverVersion = ProductVersion;
-    return ToJson(answer);
+    return answer;
 }
 
 }  // namespace Nexar

@@ -2,6 +2,7 @@
 
 #include "PasswordWorker.hpp"
 #include "Router.hpp"
+#include "SyncraProtocol/SignIn.hpp"
 #include "UserStore.hpp"
 
 namespace Nexar {
@@ -22,12 +23,13 @@ private:
     void AddCommonRoutes(Router& router);
     void SignIn(const Call& call, const Reply& reply);
     void SignInBuiltIn(const Call& call, const Reply& reply);
-    [[nodiscard]] nlohmann::json Grant(TokenTable::Login login, const std::string& userName);
+    [[nodiscard]] Syncra::Protocol::SignInAnswer Grant(TokenTable::Login login,
+                                                       const std::string& userName);
     void KeepUpToDate(const std::string& hash, const std::string& login,
                       const std::string& password);
     /// The answer; throws the refusal of who may not come in.
-    [[nodiscard]] nlohmann::json Finish(const std::string& checkedHash, bool passwordIsRight,
-                                        const std::string& login);
+    [[nodiscard]] Syncra::Protocol::SignInAnswer
+    Finish(const std::string& checkedHash, bool passwordIsRight, const std::string& login);
 
     UserStore& users_;
     PasswordWorker& passwords_;

@@ -3,7 +3,7 @@
 #include "ClientProjectDataObserver.hpp"
 #include "IO/Location.hpp"
 #include "OVRoot/EventSource.hpp"
-#include "SyncraServerManagement/V2/Project.hpp"
+#include "SyncraProtocol/Management/V2/Project.hpp"
 
 namespace SYC {
 

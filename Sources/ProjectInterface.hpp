@@ -1,6 +1,6 @@
 #pragma once
 
-#include "SyncraServerManagement/V2/Project.hpp"
+#include "SyncraProtocol/Management/V2/Project.hpp"
 
 namespace SYC {
 

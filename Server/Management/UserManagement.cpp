@@ -1,12 +1,10 @@
 #include "Management/UserManagement.hpp"
 
-#include "Base64Field.hpp"
 #include "Management/ConfigurationStore.hpp"
 
 namespace Nexar {
 
 using namespace Syncra::Protocol;
-using nlohmann::json;
 
 namespace {
 
@@ -30,7 +28,7 @@ void UserManagement::AddRoutes(Router& router)
     RecordRoutes::AddRoutes(router);
     router.Add("GET", Path("/{}/groups"), [this](const Call& call) {
         const auto id = SelfOr(call, context_.rights.IsAnyManager(call));
-        return json{{"groups", groups_.GroupsOf(id)}};
+        return Records::GroupNames{groups_.GroupsOf(id)};
     });
     router.AddAsync("PUT", Path("/{}/password"),
                     [this](const Call& call, const Reply& reply) { SetPassword(call, reply); });
@@ -47,14 +45,9 @@ void UserManagement::AddInsertRoute(Router& router)
 void UserManagement::AddPhotoRoutes(Router& router)
 {
     router.Add("GET", Path("/{}/photo"),
-               [this](const Call& call) { return ToJson(photos_.Get(IdOf(call))); });
+               [this](const Call& call) { return photos_.Get(IdOf(call)); });
     router.Add(
-        "PUT", Path("/{}/photo"),
-        [this](const Call& call) {
-            SetPhoto(call);
-            return json::object();
-        },
-        Router::LargeBody);
+        "PUT", Path("/{}/photo"), [this](const Call& call) { SetPhoto(call); }, Router::LargeBody);
 }
 
 std::vector<Records::User> UserManagement::Chosen(const Call& call)
@@ -118,8 +111,7 @@ std::string UserManagement::SelfOr(const Call& call, bool orElse)
 void UserManagement::SetPhoto(const Call& call)
 {
     const auto id = SelfOr(call, context_.rights.IsAdministrator(call));
-    const auto body = call.Body();
-    const Photo photo{ReadText(body, "type"), ReadBase64(body, "data", Photo::MaximumSize)};
+    const auto photo = call.Read<Photo>();
     if (!IsPictureOf(photo))
         throw Refusal(ErrorCode::BadRequest,
                       "The data is no picture of its type: \"image/png\" or \"image/jpeg\".");
@@ -132,17 +124,18 @@ void UserManagement::InsertWithPassword(const Call& call, const Reply& reply)
 {
     // Before the hash, which costs far more than the rest.
     RequireWriter(call);
-    const auto body = call.Body();
-    const auto insert = [this, call](const std::string& hash) {
-        return ToJson(Insert(call, [&](const Records::User& user) {
+    const auto added = call.Read<Records::NewUser>();
+    const auto insert = [this, call, added = added.user](const std::string& hash) {
+        RequireWriter(call);
+        return Insert(added, [&](const Records::User& user) {
             users_.SetPasswordHash(OV::ToUtf8(user.id), hash);
-        }));
+        });
     };
-    if (!body.contains("password")) {
+    if (!added.password) {
         reply(JsonResponse(insert("")));
         return;
     }
-    passwords_.Make(ReadPassword(body), reply, [insert, reply](const std::string& hash) {
+    passwords_.Make(Checked(*added.password), reply, [insert, reply](const std::string& hash) {
         Router::Answer(reply, [&] { return insert(hash); });
     });
 }
@@ -150,19 +143,17 @@ void UserManagement::InsertWithPassword(const Call& call, const Reply& reply)
 void UserManagement::SetPassword(const Call& call, const Reply& reply)
 {
     const auto id = SelfOr(call, context_.rights.IsAdministrator(call));
-    passwords_.Make(ReadPassword(call.Body()), reply,
+    passwords_.Make(Checked(call.Read<Records::NewPassword>().value), reply,
                     [this, call, id, reply](const std::string& hash) {
                         Router::Answer(reply, [&] {
                             users_.SetPasswordHash(id, hash);
                             tokens_.RemoveUser(id, call.request.token);
-                            return json::object();
                         });
                     });
 }
 
-std::string UserManagement::ReadPassword(const json& body)
+std::string UserManagement::Checked(const OV::UniString& password)
 {
-    const auto password = ReadText(body, "password");
     Rules::CheckPassword(context_.database, password);
     return OV::ToUtf8(password);
 }

@@ -37,8 +37,8 @@ private:
     void SetPhoto(const Call& call);
     void InsertWithPassword(const Call& call, const Reply& reply);
     void SetPassword(const Call& call, const Reply& reply);
-    /// The password of the body, which must be long enough.
-    [[nodiscard]] std::string ReadPassword(const nlohmann::json& body);
+    /// The password, which must be long enough.
+    [[nodiscard]] std::string Checked(const OV::UniString& password);
 
     UserStore& users_;
     GroupStore& groups_;

@@ -178,9 +178,9 @@ private:
         const std::uint16_t port = FindMessagingPort(*server);
         const std::shared_ptr<MessagingClient> client =
             Step("Could not create messaging client", [&] {
-                return Syncra::Messaging::Connect({target_.serverName, port,
-                                                   OV::UniString(LookoutName),
-                                                   OV::UniString(LookoutPassword)});
+                return std::make_shared<MessagingClient>(
+                    SignInData{target_.serverName, port, OV::UniString(LookoutName),
+                               OV::UniString(LookoutPassword)});
             });
         owner_.SetMessagingClient(client);
         auto projects = GetProjectIds(*server);

@@ -1,9 +1,7 @@
 #include "AllocationMeter.hpp"
 #include "MailTest.hpp"
 #include "Messaging/MailFile.hpp"
-#include "SyncraProtocol/Detail/MessageJson.hpp"
-
-#include <nlohmann/json.hpp>
+#include "SyncraProtocol/Detail/ModelRecords.hpp"
 
 #include <functional>
 #include <optional>
@@ -39,7 +37,7 @@ std::optional<ClientMail> DecodeMessage(const std::string& bytes)
     using namespace Syncra::Protocol;
     try {
         ClientMail mail;
-        const auto status = mail.SyncraMessageConvertTo(FromJson<Message>(ParseJson(bytes)));
+        const auto status = mail.SyncraMessageConvertTo(ReadAnswer<Message>(bytes));
         return status == OV::ChannelOk ? std::optional(mail) : std::nullopt;
     } catch (const OV::Exception&) {
         return std::nullopt;
@@ -48,7 +46,7 @@ std::optional<ClientMail> DecodeMessage(const std::string& bytes)
 
 std::string EncodeMessage(ClientMail mail)
 {
-    return Syncra::Protocol::DumpJson(ToJson(mail.ConvertToSyncraMessage()));
+    return Syncra::Protocol::WriteJson(mail.ConvertToSyncraMessage());
 }
 
 const Encoding Encodings[] = {

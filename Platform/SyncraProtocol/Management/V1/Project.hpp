@@ -1,9 +1,9 @@
 #pragma once
 
 #include "OVRoot/Containers.hpp"
-#include "SyncraServerManagement/V1/ProjectBackupSchedule.hpp"
-#include "SyncraServerManagement/V1/ProjectMember.hpp"
-#include "SyncraServerManagement/V1/ProjectStatus.hpp"
+#include "SyncraProtocol/Management/V1/ProjectBackupSchedule.hpp"
+#include "SyncraProtocol/Management/V1/ProjectMember.hpp"
+#include "SyncraProtocol/Management/V1/ProjectStatus.hpp"
 
 namespace Syncra::Server::Management::V1 {
 

@@ -1,9 +1,12 @@
-#include "SyncraClient/Detail/SignedInChannel.hpp"
+#include "SyncraClient/Detail/JsonRequests.hpp"
 
 #include "OVRoot/Format.hpp"
+#include "OVRoot/PercentCoding.hpp"
+#include "SyncraProtocol/Detail/ModelRecords.hpp"
 #include "SyncraProtocol/ErrorCode.hpp"
 
 #include <algorithm>
+#include <limits>
 
 namespace Syncra::Client::Detail {
 
@@ -18,10 +21,12 @@ constexpr std::size_t MaximumMessageLength = 1000;
 
 OV::String SignInBody(const SignInData& data)
 {
-    nlohmann::json json = Protocol::ToJson(Protocol::SignInRequest{data.userName, data.password});
-    OV::String body = Protocol::DumpJson(json);
-    OV::SecureWipe(json.at("password").get_ref<std::string&>());
-    return body;
+    // Room for every character in its longest form, so that no copy is left behind.
+    constexpr std::size_t longestForm = 7;
+    constexpr std::size_t around = 100;
+    const auto units = data.userName.size() + data.password.size();
+    return Protocol::WriteJson(Protocol::SignInRequest{data.userName, data.password},
+                               units * longestForm + around);
 }
 
 /// The token is put into a header line, so a server must not be able to begin another one with it.
@@ -29,18 +34,6 @@ bool IsToken(const OV::String& text)
 {
     return !text.empty() && text.size() <= MaximumTokenLength &&
            std::all_of(text.begin(), text.end(), [](char c) { return c > ' ' && c < 0x7F; });
-}
-
-struct Refusal {
-    std::int32_t code = 0;
-    OV::UniString message;
-};
-
-Refusal ReadRefusal(const nlohmann::json& body)
-{
-    constexpr std::int64_t highest = std::numeric_limits<std::int32_t>::max();
-    const auto code = static_cast<std::int32_t>(Protocol::ReadInteger(body, "code", 1, highest));
-    return {code, Protocol::ReadText(body, "message").substr(0, MaximumMessageLength)};
 }
 
 bool Is(const Communication::ResponseContentException& refusal, Protocol::ErrorCode code)
@@ -58,14 +51,31 @@ bool Is(const Communication::ResponseContentException& refusal, Protocol::ErrorC
 
 }  // namespace
 
-SignedInChannel::SignedInChannel(const SignInData& data, const Communication::HttpOptions& options)
+PathPart::PathPart(OV::UniStringView text)
+    : text_(OV::PercentEncode(OV::ToUtf8(OV::EscapeForCarrier(text))))
+{}
+
+OV::String MakePath(OV::StringView pattern, std::initializer_list<PathPart> parts)
+{
+    OV::String path;
+    for (const PathPart& part : parts) {
+        const auto place = pattern.find("{}");
+        path.append(pattern.substr(0, place)).append(part.Get());
+        pattern.remove_prefix(place + 2);
+    }
+    return path.append(pattern);
+}
+
+JsonRequests::JsonRequests(const SignInData& data, const Communication::HttpOptions& options,
+                           OV::String root)
     : http_(Communication::ServerAddress::FromServerName(data.serverName, data.port), options),
+      requestTimeout_(options.requestTimeoutMilliseconds), root_(std::move(root)),
       signInBody_(SignInBody(data)), withoutVersionCheck_(data.withoutVersionCheck)
 {
     SignIn();
 }
 
-void SignedInChannel::SignIn()
+void JsonRequests::SignIn()
 {
     HttpRequest request;
     request.method = Communication::HttpMethod::Post;
@@ -80,22 +90,28 @@ void SignedInChannel::SignIn()
             ThrowIncompatible(http_.GetAddress());
         throw;
     }
-    token_ = Read(request, response, [this](const nlohmann::json& json) {
-        // First, since the rest of the record may look different in another version.
-        if (!withoutVersionCheck_ &&
-            Protocol::ReadInteger(json, "protocol", 0, 0xFFFF'FFFF) != Protocol::ProtocolVersion)
-            ThrowIncompatible(http_.GetAddress());
-        const auto answer = Protocol::FromJson<Protocol::SignInAnswer>(json);
-        if (!IsToken(answer.token))
-            throw Protocol::MalformedRecordException(OV::StringView("the token is not usable"));
-        return answer.token;
-    });
+    // First, since the rest of the record may look different in another version.
+    if (const auto spoken = Read<Protocol::SpokenProtocol>(request, response).value;
+        !withoutVersionCheck_ && spoken != Protocol::ProtocolVersion)
+        ThrowIncompatible(http_.GetAddress());
+    auto token = Read<Protocol::SignInAnswer>(request, response).token;
+    if (!IsToken(token))
+        ThrowMalformed(
+            request, response,
+            Protocol::MalformedRecordException(OV::StringView("the token is not usable")));
+    token_ = std::move(token);
 }
 
-HttpResponse SignedInChannel::Send(HttpRequest& request)
+HttpResponse JsonRequests::Send(HttpRequest& request, std::uint32_t wait)
 {
+    const OV::SecureWipeGuard<char> wipe(request.body);
+    // The server may hold the request for as long as it was asked to, and then needs its time.
+    constexpr std::uint64_t longest = std::numeric_limits<std::int32_t>::max();
+    request.timeoutMilliseconds =
+        static_cast<std::uint32_t>(std::min(std::uint64_t{wait} + requestTimeout_, longest));
     request.token = token_;
     HttpResponse response = http_.Perform(request);
+    answerBytes_ = response.body.size();
     try {
         ThrowIfRefused(request, response);
         return response;
@@ -106,20 +122,22 @@ HttpResponse SignedInChannel::Send(HttpRequest& request)
     SignIn();
     request.token = token_;
     response = http_.Perform(request);
+    answerBytes_ = response.body.size();
     ThrowIfRefused(request, response);
     return response;
 }
 
-void SignedInChannel::ThrowIfRefused(const HttpRequest& request, const HttpResponse& response) const
+void JsonRequests::ThrowIfRefused(const HttpRequest& request, const HttpResponse& response) const
 {
     if (response.status >= 200 && response.status < 300)
         return;
-    Refusal refusal = Read(request, response, ReadRefusal);
-    throw Communication::ResponseContentException(refusal.code, std::move(refusal.message));
+    const auto refusal = Read<Protocol::RefusalBody>(request, response);
+    throw Communication::ResponseContentException(refusal.code,
+                                                  refusal.message.substr(0, MaximumMessageLength));
 }
 
-void SignedInChannel::ThrowMalformed(const HttpRequest& request, const HttpResponse& response,
-                                     const OV::Exception& reason) const
+void JsonRequests::ThrowMalformed(const HttpRequest& request, const HttpResponse& response,
+                                  const OV::Exception& reason) const
 {
     const Communication::ServerAddress& address = http_.GetAddress();
     const OV::String path = request.target.substr(0, request.target.find('?'));

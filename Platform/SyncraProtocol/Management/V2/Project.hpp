@@ -1,6 +1,6 @@
 #pragma once
 
-#include "SyncraServerManagement/V1/Project.hpp"
+#include "SyncraProtocol/Management/V1/Project.hpp"
 
 namespace Syncra::Server::Management::V2 {
 

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "SyncraServerManagement/CustomPropertyDefinition.hpp"
-#include "SyncraServerManagement/Permission.hpp"
-#include "SyncraServerManagement/PermissionSet.hpp"
-#include "SyncraServerManagement/Role.hpp"
+#include "SyncraProtocol/Management/CustomPropertyDefinition.hpp"
+#include "SyncraProtocol/Management/Permission.hpp"
+#include "SyncraProtocol/Management/PermissionSet.hpp"
+#include "SyncraProtocol/Management/Role.hpp"
 
 namespace Syncra::Server::Management {
 

@@ -1,4 +1,4 @@
-#include "SyncraServerManagement/V2/Project.hpp"
+#include "SyncraProtocol/Management/V2/Project.hpp"
 
 #include <algorithm>
 
