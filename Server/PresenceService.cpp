@@ -13,7 +13,7 @@ using namespace Syncra::Protocol;
 
 namespace {
 
-constexpr std::uint64_t LongestWaitMilliseconds = 60'000;
+constexpr std::uint64_t LongestPresenceWaitMilliseconds = 60'000;
 constexpr std::chrono::seconds SubscriptionLife{90};
 // Everybody can sign in as the built-in account: what it leaves here is bounded.
 constexpr std::size_t MaximumSubscriptions = 10'000;
@@ -58,7 +58,7 @@ void PresenceService::WaitForChange(const Call& call, const Reply& reply)
 {
     const auto id = call.QueryText("subscription");
     const auto after = call.QueryNumber("after", 0);
-    const auto wait = std::min(call.QueryNumber("wait", 0), LongestWaitMilliseconds);
+    const auto wait = std::min(call.QueryNumber("wait", 0), LongestPresenceWaitMilliseconds);
     auto& subscription = FindSubscription(id);
     if (after != subscription.number || wait == 0 || stopping_)
         reply(AnswerOf(subscription));

@@ -31,6 +31,17 @@ function(syc_few_compilations target)
   endif()
 endfunction()
 
+# syc_compile_quickly(<target>): for tests and commands, which take most of the time of a build from nothing. They are
+# not optimised in Debug, and what the sanitizer of undefined behaviour looks at is the library, not its users.
+function(syc_compile_quickly target)
+  if(CMAKE_BUILD_TYPE STREQUAL "Debug")
+    target_compile_options(${target} PRIVATE -O0)
+  endif()
+  if(SYCLIENT_SANITIZERS MATCHES "undefined")
+    target_compile_options(${target} PRIVATE -fno-sanitize=undefined)
+  endif()
+endfunction()
+
 # syc_layer(<name> FOLDER <dir> [EXCEPT <dir>] [USES <layer>...] [LIBRARIES <lib>...])
 # One folder as an object library, without what EXCEPT names below it. USES names the layers whose headers it may include; CMake makes
 # nothing of it, Tests/Layers reads it here and checks the include lines. LIBRARIES stay private, so that no third-party header reaches the layer above.

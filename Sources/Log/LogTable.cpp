@@ -1,5 +1,6 @@
 #include "Log/LogTable.hpp"
 
+#include "Files/ResourceNumbers.hpp"
 #include "IO/File.hpp"
 #include "IO/Folder.hpp"
 #include "Log/Detail/LogRank.hpp"
@@ -11,8 +12,6 @@
 namespace SYC {
 
 namespace {
-
-constexpr int TextList = 32160;
 constexpr std::size_t MostCellBytes = 1024;
 
 using LogField = LogDataLine::LogField;
@@ -31,7 +30,8 @@ OV::StringView Cut(OV::StringView utf8)
 const OV::UniString& LogTable::GetTitle(int column)
 {
     constexpr std::array titles{2, 3, 4, 5, 11, 12};
-    return OV::GetStringListItem(TextList, titles.at(static_cast<std::size_t>(column) - 1));
+    return OV::GetStringListItem(TextLists::ActivityLog,
+                                 titles.at(static_cast<std::size_t>(column) - 1));
 }
 
 const LogDataLine& LogTable::GetLine(int row) const

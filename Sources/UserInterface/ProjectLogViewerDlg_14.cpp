@@ -3,6 +3,7 @@
 #include "Dlg/SaveFileDialog.hpp"
 #include "Dlg/WarningAlert.hpp"
 #include "Files/Preferences.hpp"
+#include "Files/ResourceNumbers.hpp"
 #include "OVRoot/Clock.hpp"
 #include "OVRoot/LocalTime.hpp"
 #include "OVRoot/Logger.hpp"
@@ -16,8 +17,6 @@
 namespace Syncra::Server::ManagementTool::GUI {
 
 namespace {
-
-constexpr int TextList = 32160;
 enum Text : int {
     NotFiltered = 1,
     TooLarge = 6,
@@ -43,7 +42,7 @@ const OV::UniString& Title()
 
 const OV::UniString& TextOf(Text text)
 {
-    return OV::GetStringListItem(TextList, text);
+    return OV::GetStringListItem(SYC::TextLists::ActivityLog, text);
 }
 
 Dlg::Date DayOf(std::int64_t time)

@@ -85,7 +85,7 @@ TEST(SyncraClientTest, EveryTextGoesIntoItsRequestAsDocumented)
             peer.Answer(200, request.number == 1 ? Token : one.answer);
         });
         const auto client = SignedIn(server);
-        EXPECT_EQ(last.body, R"({"password":"geheim","protocol":1,"userName":"anna"})");
+        EXPECT_EQ(last.body, R"({"userName":"anna","password":"geheim","protocol":1})");
         one.operation(*client);
         EXPECT_EQ(last.method, one.method);
         EXPECT_EQ(last.target, std::string("/syncra/v1") + one.target);

@@ -5,7 +5,7 @@
 
 // A linker takes from a static library only what something refers to, and to a kind of action
 // nothing does: the reader finds it by the id in the data.
-TEST(StaticLibraryTest, KnowsTheKindsOfActionsThatCameWithIt)
+TEST(MailActionKindsTest, KnowsTheKindsOfActionsThatCameWithIt)
 {
     OV::MemoryOChannel record;
     ASSERT_EQ(SYC::ClientMail().Write(record), OV::ChannelOk);
