@@ -2,6 +2,7 @@
 
 #include "Cache/CacheInfoValues.hpp"
 #include "IO/File.hpp"
+#include "OVRoot/Export.hpp"
 #include "ProjectConnectionInfo.hpp"
 #include "SYClientBase/CachedProjectInfoInterface.hpp"
 
@@ -30,7 +31,7 @@ namespace SYC {
 ///
 /// Copies share nothing but the folder. One thread at a time for each object. The setters and
 /// getters that the client base needs are inherited.
-class CachedProjectInfo final : public SYCB::CachedProjectInfo {
+class SYC_API CachedProjectInfo final : public SYCB::CachedProjectInfo {
 public:
     /// The cache in an existing folder, read at once. Throws FileOpenningError or ErrorReadingFile
     /// (ManagementTool/FileErrors.hpp) with the place of the file.

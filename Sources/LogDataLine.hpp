@@ -3,6 +3,7 @@
 #include "Display/NativeImage.hpp"
 #include "LogLine/LogRecord.hpp"
 #include "OVRoot/Channel.hpp"
+#include "OVRoot/Export.hpp"
 
 #include <memory>
 
@@ -10,7 +11,7 @@
 /// texts stand in the binary form of the record, in a block that many lines may share, and are
 /// made into strings when they are asked for. Reading a line is safe on any thread; setting one
 /// leaves its copies alone.
-class LogDataLine {
+class SYC_API LogDataLine {
 public:
     /// The columns that lines are sorted by.
     enum class LogField : std::int32_t {

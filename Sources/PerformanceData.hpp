@@ -1,6 +1,7 @@
 #pragma once
 
 #include "OVRoot/Channel.hpp"
+#include "OVRoot/Export.hpp"
 #include "OVRoot/Ref.hpp"
 #include "Statistics/ChartDataLine.hpp"
 #include "Statistics/ProjectCache.hpp"
@@ -10,7 +11,7 @@
 
 /// The statistics of a server: what is known of each project, and the lines of its charts. A value;
 /// whoever shares one guards it.
-class PerformanceData {
+class SYC_API PerformanceData {
 public:
     [[nodiscard]] bool HasProject(const OV::UniString& key) const
     {

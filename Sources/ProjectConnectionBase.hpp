@@ -3,6 +3,7 @@
 #include "CachedProjectInfo.hpp"
 #include "CheckResult.hpp"
 #include "ClientProjectData.hpp"
+#include "OVRoot/Export.hpp"
 #include "SYClientBase/ProjectConnectionManagerInterface.hpp"
 #include "SyncraClient/SyncraClient.hpp"
 
@@ -18,7 +19,7 @@ namespace SYC {
 /// The primary connection works on the project that the host has open; a secondary one is made from
 /// a project URL of its own, asks nothing of the presence state, and leaves the computer of the
 /// session alone.
-class ProjectConnectionBase {
+class SYC_API ProjectConnectionBase {
 public:
     virtual ~ProjectConnectionBase();
     ProjectConnectionBase(const ProjectConnectionBase&) = delete;

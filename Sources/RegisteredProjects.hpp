@@ -1,6 +1,7 @@
 #pragma once
 
 #include "CachedProjectInfoObserver.hpp"
+#include "OVRoot/Export.hpp"
 #include "RegisteredProject.hpp"
 #include "Registry/CacheInfoRecord.hpp"
 #include "SYDataOptionsObserver.hpp"
@@ -25,7 +26,8 @@ class DataOptionsFile;
 /// There is one registry a process; it lives until the end. Safe on any thread, but for the shared
 /// images of caches (GetCachedProjectInfo): each of them belongs to one thread at a time, and the
 /// calls below that change a project work on its image.
-class RegisteredProjects final : private CachedProjectInfoObserver, private SYDataOptionsObserver {
+class SYC_API RegisteredProjects final : private CachedProjectInfoObserver,
+                                         private SYDataOptionsObserver {
 public:
     using CacheInfoRecord = SYC::CacheInfoRecord;
     using ProjectIterator = OV::Array<RegisteredProject>::iterator;
@@ -130,8 +132,8 @@ public:
     void Reset();
 
     // One project. Getters answer with an empty value for one that is not registered, setters with
-    // false. What is known is used as it is, and what is not is looked for on the disk. All throw as
-    // GetCacheIndex does, getters only when they look.
+    // false. What is known is used as it is, and what is not is looked for on the disk. All throw
+    // as GetCacheIndex does, getters only when they look.
 
     /// Records that it was opened now.
     bool ProjectOpened(const IO::Location& project);
@@ -179,6 +181,6 @@ private:
 };
 
 /// The registry of this process.
-[[nodiscard]] RegisteredProjects& registeredProjects();
+[[nodiscard]] SYC_API RegisteredProjects& registeredProjects();
 
 }  // namespace SYC

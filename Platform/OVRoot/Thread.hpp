@@ -1,6 +1,7 @@
 #pragma once
 
 #include "OVRoot/Exception.hpp"
+#include "OVRoot/Export.hpp"
 
 #include <functional>
 #include <memory>
@@ -9,7 +10,7 @@
 namespace OV {
 
 /// A named thread with an interruption flag. The destructor interrupts and joins.
-class Thread {
+class SYC_API Thread {
 public:
     /// Starts at once; throws Exception when the system gives no thread. An exception that leaves
     /// `body`, of whatever type, is logged and ends the thread.
@@ -41,7 +42,7 @@ private:
 };
 
 /// Makes `token` the interruption flag of the calling thread while it lives; executors use it.
-class InterruptionScope {
+class SYC_API InterruptionScope {
 public:
     explicit InterruptionScope(std::stop_token token);
     ~InterruptionScope();

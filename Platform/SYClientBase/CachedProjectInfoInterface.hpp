@@ -2,6 +2,7 @@
 
 #include "IO/Location.hpp"
 #include "OVRoot/Containers.hpp"
+#include "OVRoot/Export.hpp"
 
 #include <cstdint>
 
@@ -10,7 +11,7 @@ namespace SYCB {
 /// What the client base asks of a project's cache. The protected queries take a dummy value whose
 /// only job is to make an override exact: a signature that differs does not compile instead of
 /// hiding one.
-class CachedProjectInfo {
+class SYC_API CachedProjectInfo {
 public:
     virtual ~CachedProjectInfo() = default;
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "OVRoot/Export.hpp"
 #include "SYCommunication/CommunicationException.hpp"
 #include "SYCommunication/HttpOptions.hpp"
 #include "SYCommunication/ServerAddress.hpp"
@@ -29,12 +30,12 @@ struct HttpResponse {
 
 /// Sets up what clients stand on, which otherwise the first of them does. Whoever ends requests
 /// when the process ends calls it before he registers that: then they end before it is taken down.
-void PrepareTransport();
+SYC_API void PrepareTransport();
 
 /// One keep-alive connection to one service. Perform is synchronous; one thread at a time, but
 /// Cancel may be called from any. A request whose kept connection turned out dead before it was
 /// sent is sent once more on a new one.
-class HttpClient {
+class SYC_API HttpClient {
 public:
     HttpClient(ServerAddress address, HttpOptions options = {});
     ~HttpClient();

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "OVRoot/Containers.hpp"
+#include "OVRoot/Export.hpp"
 #include "OVRoot/UniString.hpp"
 #include "SyncraClient/SyncraClient.hpp"
 
@@ -14,7 +15,7 @@ namespace Syncra::Messaging {
 
 /// Follows who is present on a server. Every call is a request and blocks for its answer; one
 /// thread at a time, except Cancel. Failures are those of Syncra::Client::SyncraClient.
-class MessagingClient {
+class SYC_API MessagingClient {
 public:
     using PresenceIds = OV::HashSet<OV::UniString>;
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "OVRoot/Export.hpp"
 #include "SyncraProtocol/Management/ConnectedModule.hpp"
 #include "SyncraProtocol/Management/ProjectCategory.hpp"
 #include "SyncraProtocol/Management/ServerConfiguration.hpp"
@@ -18,7 +19,7 @@ namespace Syncra::Server::Management {
 
 /// The projects of a server, for the user who signed in. Calls and failures are like those of
 /// UserRepository.
-class ProjectRepository {
+class SYC_API ProjectRepository {
 public:
     explicit ProjectRepository(const Client::SignInData& data);
     ~ProjectRepository();
@@ -52,7 +53,7 @@ private:
 };
 
 /// As CreateUserRepository, for the project repository beside it.
-[[nodiscard]] std::unique_ptr<ProjectRepository>
+[[nodiscard]] SYC_API std::unique_ptr<ProjectRepository>
 CreateProjectRepository(OV::UniStringView factoryName, const Properties& properties);
 
 }  // namespace Syncra::Server::Management

@@ -15,7 +15,7 @@ class RepositoryRequests;
 /// for its answer; one thread at a time. Failures are those of UserRepositoryExceptions.hpp, and
 /// OV::InterruptedException.
 template <class Record>
-class RecordFamily {
+class SYC_API RecordFamily {
 public:
     /// Those that the signed-in user may see, by name; projects in the order of their creation.
     [[nodiscard]] OV::Array<Record> List();

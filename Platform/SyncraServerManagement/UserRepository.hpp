@@ -1,5 +1,6 @@
 #pragma once
 
+#include "OVRoot/Export.hpp"
 #include "SyncraProtocol/Management/CustomPropertyDefinition.hpp"
 #include "SyncraProtocol/Management/Group.hpp"
 #include "SyncraProtocol/Management/Permission.hpp"
@@ -23,7 +24,7 @@ namespace Syncra::Server::Management {
 /// and blocks for its answer; one thread at a time. Failures, but of the photo calls, are those of
 /// UserRepositoryExceptions.hpp, and OV::InterruptedException. Where a user is named, his
 /// identifier and his login name are both good.
-class UserRepository {
+class SYC_API UserRepository {
 public:
     explicit UserRepository(const Client::SignInData& data);
     ~UserRepository();
@@ -86,7 +87,7 @@ private:
 /// A signed-in repository of the kind that the factory of that name makes; "WBEM" is the one there
 /// is. Throws OV::IllegalArgumentException for another name and for properties that are missing or
 /// no such address, and what signing in throws.
-[[nodiscard]] std::unique_ptr<UserRepository> CreateUserRepository(OV::UniStringView factoryName,
-                                                                   const Properties& properties);
+[[nodiscard]] SYC_API std::unique_ptr<UserRepository>
+CreateUserRepository(OV::UniStringView factoryName, const Properties& properties);
 
 }  // namespace Syncra::Server::Management

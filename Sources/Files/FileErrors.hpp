@@ -2,12 +2,13 @@
 
 #include "IO/Location.hpp"
 #include "OVRoot/Exception.hpp"
+#include "OVRoot/Export.hpp"
 
 namespace Syncra::Server::ManagementTool::Core {
 
 /// Something went wrong with one of the library's own files. The message holds the reason, which
 /// names the file, and where it is known what to do; the cause is the exception of the layer below.
-class FileError : public OV::Exception {
+class SYC_API FileError : public OV::Exception {
 public:
     [[nodiscard]] const IO::Location& GetLocation() const noexcept { return location_; }
 
@@ -20,7 +21,7 @@ private:
 };
 
 /// The file cannot be opened, for reading or for writing. (The spelling is the family's.)
-class FileOpenningError : public FileError {
+class SYC_API FileOpenningError : public FileError {
 public:
     FileOpenningError(const IO::Location& file, const OV::Exception& cause,
                       OV::SourcePlace source = OV::SourcePlace::Here());
@@ -28,7 +29,7 @@ public:
 };
 
 /// The file was opened, and does not hold the values that it should.
-class ErrorReadingFile : public FileError {
+class SYC_API ErrorReadingFile : public FileError {
 public:
     ErrorReadingFile(const IO::Location& file, const OV::Exception& cause,
                      OV::UniStringView remedy = {},
@@ -37,7 +38,7 @@ public:
 };
 
 /// The file could be opened for writing, and writing it failed. The former content stands.
-class ErrorWritingFile : public FileError {
+class SYC_API ErrorWritingFile : public FileError {
 public:
     ErrorWritingFile(const IO::Location& file, const OV::Exception& cause,
                      OV::SourcePlace source = OV::SourcePlace::Here());

@@ -2,6 +2,7 @@
 
 #include "LogDataLine.hpp"
 #include "OVRoot/Containers.hpp"
+#include "OVRoot/Export.hpp"
 #include "Statistics/ChartType.hpp"
 
 class PerformanceData;
@@ -9,7 +10,7 @@ class PerformanceData;
 /// Hears of a server's activity log and statistics, on the thread of the updater that it is
 /// attached to, or on the one that called its Update. It is called under no lock and may ask the
 /// cache.
-class EventLogObserver {
+class SYC_API EventLogObserver {
 public:
     using ChartType = ::ChartType;
 

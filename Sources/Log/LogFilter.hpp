@@ -2,6 +2,7 @@
 
 #include "LogDataLine.hpp"
 #include "OVRoot/Containers.hpp"
+#include "OVRoot/Export.hpp"
 
 #include <limits>
 #include <optional>
@@ -9,7 +10,7 @@
 namespace SYC {
 
 /// Which lines of a log are wanted. Texts count to the letter; what is not set keeps every line.
-struct LogFilter {
+struct SYC_API LogFilter {
     std::optional<OV::UniString> projectId;
     /// Seconds since 1970-01-01 UTC, both included.
     std::int64_t from = std::numeric_limits<std::int64_t>::min();

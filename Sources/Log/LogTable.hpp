@@ -3,13 +3,14 @@
 #include "Dlg/ListRows.hpp"
 #include "IO/Location.hpp"
 #include "LogDataLine.hpp"
+#include "OVRoot/Export.hpp"
 
 #include <memory>
 
 namespace SYC {
 
 /// Lines of a log as a table shows them; its texts are made as they are looked at.
-class LogTable final : public Dlg::ListRows {
+class SYC_API LogTable final : public Dlg::ListRows {
 public:
     /// From 1.
     enum Column : int { Timestamp = 1, User, Action, Comment, Size, Duration };

@@ -2,6 +2,7 @@
 
 #include "Log/EventLogObserver.hpp"
 #include "OVRoot/EventSource.hpp"
+#include "OVRoot/Export.hpp"
 #include "OVRoot/Thread.hpp"
 
 #include <atomic>
@@ -14,7 +15,7 @@ class BinCacheHandler;
 
 /// Brings something of a server's logs up to date on a thread of its own, as often as it is asked.
 /// Observers are called on that thread, or on the one that calls Update.
-class LogUpdater {
+class SYC_API LogUpdater {
 public:
     virtual ~LogUpdater() = default;
     LogUpdater(const LogUpdater&) = delete;

@@ -3,10 +3,11 @@
 #include "BinCacheHandler/BinCacheHandler.hpp"
 #include "Log/LogUpdater.hpp"
 #include "LogIndex/TextParser.hpp"
+#include "OVRoot/Export.hpp"
 
 /// Keeps the statistics of a server in its cache: its projects, and the chart lines that its load
 /// gives, for administrators.
-class PieChartUpdater final : public SYC::LogUpdater {
+class SYC_API PieChartUpdater final : public SYC::LogUpdater {
 public:
     /// The cache outlives this object. The source's project counts for nothing.
     PieChartUpdater(LogSource server, SYC::BinCacheHandler& cache)
@@ -30,4 +31,4 @@ private:
 };
 
 /// Makes the chart lines of a log of the server's load: fields time, key, value.
-void FillChartLines(TextParser& log, PerformanceData& data);
+SYC_API void FillChartLines(TextParser& log, PerformanceData& data);

@@ -1,9 +1,10 @@
 #pragma once
 
 #include "LogIndex/StringIndex.hpp"
+#include "OVRoot/Export.hpp"
 
 /// The rows of a log in the order of the texts of several columns, each followed by "/".
-class CompositeStringIndex : public StringIndex {
+class SYC_API CompositeStringIndex : public StringIndex {
 public:
     explicit CompositeStringIndex(OV::Array<std::uint32_t> fields)
         : StringIndex(fields.empty() ? 0 : fields.front(), Composite), fields_(std::move(fields))

@@ -1,11 +1,12 @@
 #pragma once
 
 #include "OVRoot/Channel.hpp"
+#include "OVRoot/Export.hpp"
 
 #include <cstdint>
 
 /// An element of a LogIndex: it stands for one row of a log.
-class IndexItem {
+class SYC_API IndexItem {
 public:
     explicit IndexItem(std::uint32_t position = 0) noexcept : position_(position) {}
     virtual ~IndexItem() = default;

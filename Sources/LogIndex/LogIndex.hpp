@@ -2,6 +2,7 @@
 
 #include "LogIndex/IndexItem.hpp"
 #include "OVRoot/Containers.hpp"
+#include "OVRoot/Export.hpp"
 #include "OVRoot/Object.hpp"
 #include "OVRoot/Ref.hpp"
 #include "OVRoot/TieredArray.hpp"
@@ -10,7 +11,7 @@
 
 /// The rows of a log in the order of one of its columns. Items are kept sorted; of equal ones a new
 /// one stands right behind the one that the search meets. For one thread.
-class LogIndex {
+class SYC_API LogIndex {
 public:
     enum IndexType : std::int32_t {
         SingleColumn = 1,

@@ -1,9 +1,10 @@
 #pragma once
 
 #include "LogIndex/LogIndex.hpp"
+#include "OVRoot/Export.hpp"
 
 /// Base of what reads a log: it owns the indexes that ParseLog fills, and a filter. For one thread.
-class LogParser {
+class SYC_API LogParser {
 public:
     virtual ~LogParser() = default;
     LogParser(const LogParser&) = default;

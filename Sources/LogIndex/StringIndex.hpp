@@ -2,9 +2,10 @@
 
 #include "LogIndex/LogIndex.hpp"
 #include "LogIndex/StringIndexItem.hpp"
+#include "OVRoot/Export.hpp"
 
 /// The rows of a log in the order of the texts of a column, code unit by code unit.
-class StringIndex : public LogIndex {
+class SYC_API StringIndex : public LogIndex {
 public:
     explicit StringIndex(std::uint32_t field) noexcept : LogIndex(field) {}
 

@@ -1,11 +1,12 @@
 #pragma once
 
 #include "LogIndex/IndexItem.hpp"
+#include "OVRoot/Export.hpp"
 
 #include <memory>
 
 /// An element that knows the text of its row in the indexed column. Rows of one text share it.
-class StringIndexItem final : public IndexItem {
+class SYC_API StringIndexItem final : public IndexItem {
 public:
     using Text = std::shared_ptr<const OV::UniString>;
 

@@ -2,11 +2,12 @@
 
 #include "LogIndex/LogParser.hpp"
 #include "LogLine/LogText.hpp"
+#include "OVRoot/Export.hpp"
 #include "OVRoot/SecureWipe.hpp"
 #include "SyncraProtocol/EventLogPage.hpp"
 
 /// Where a log is fetched from.
-struct LogSource {
+struct SYC_API LogSource {
     OV::UniString host;
     std::uint16_t port = 0;  ///< of the model service
     OV::UniString userName;
@@ -30,7 +31,7 @@ enum class LogType : std::int32_t {
 
 /// Reads a log that is fetched from a server as text: a line for each row, its fields between
 /// separators.
-class TextParser : public LogParser {
+class SYC_API TextParser : public LogParser {
 public:
     TextParser(LogSource source, LogType type) : source_(std::move(source)), type_(type) {}
 

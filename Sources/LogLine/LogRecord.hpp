@@ -1,5 +1,6 @@
 #pragma once
 
+#include "OVRoot/Export.hpp"
 #include "OVRoot/UniString.hpp"
 
 #include <cstdint>
@@ -8,7 +9,7 @@ namespace SYC {
 
 /// The texts and numbers of a log line as its binary record holds them, in the order of the record.
 /// The texts are UTF-8 and belong to the bytes that they were read from.
-struct LogRecord {
+struct SYC_API LogRecord {
     OV::StringView user;
     OV::StringView loginName;
     OV::StringView duration;

@@ -1,12 +1,13 @@
 #pragma once
 
 #include "OVRoot/Containers.hpp"
+#include "OVRoot/Export.hpp"
 #include "OVRoot/UniString.hpp"
 
 namespace SYC {
 
 /// The text of a log, UTF-8, and where its lines begin.
-class LogText {
+class SYC_API LogText {
 public:
     LogText() = default;
     /// Cuts at line feeds. Empty lines are none, and neither is what follows the last line feed.

@@ -2,6 +2,7 @@
 
 #include "IO/File.hpp"
 #include "Messaging/MailFile.hpp"
+#include "OVRoot/Export.hpp"
 
 #include <chrono>
 #include <memory>
@@ -12,7 +13,7 @@ namespace SYC {
 /// Several processes may share the file. Whoever writes it takes over what others changed since he
 /// read it: their marks, the mails that they fetched, and those that they deleted; and keeps what
 /// he cannot read. One thread at a time.
-class MailBox {
+class SYC_API MailBox {
 public:
     using MailList = MailFile::MailList;
     using Clock = std::chrono::steady_clock;

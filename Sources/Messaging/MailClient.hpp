@@ -6,6 +6,7 @@
 #include "Messaging/Outbox.hpp"
 #include "Messaging/ProjectMembers.hpp"
 #include "Messaging/RequestUnderWay.hpp"
+#include "OVRoot/Export.hpp"
 #include "OVRoot/PooledExecutor.hpp"
 #include "SYClientBase/Backoff.hpp"
 #include "SYClientBase/PKSignalClient.hpp"
@@ -23,10 +24,10 @@ class OpenedProject;
 /// Made, used and destroyed on one thread, the one that its executor runs on; observers are told
 /// there. Requests run on worker threads. One at a time in a process. Not to be destroyed by an
 /// observer that it is telling something.
-class MailClient final : public MailClientActionResultObserverOverExecutor,
-                         private SYCB::PKSignalClientObserver,
-                         private SYCB::PresenceServiceObserver,
-                         private ProjectMembersObserver {
+class SYC_API MailClient final : public MailClientActionResultObserverOverExecutor,
+                                 private SYCB::PKSignalClientObserver,
+                                 private SYCB::PresenceServiceObserver,
+                                 private ProjectMembersObserver {
 public:
     using MailList = MailFile::MailList;
     using IdList = OV::PagedArray<OV::UniString>;

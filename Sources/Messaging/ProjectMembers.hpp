@@ -4,6 +4,7 @@
 #include "Messaging/RequestUnderWay.hpp"
 #include "Messaging/UserData.hpp"
 #include "OVRoot/EventSource.hpp"
+#include "OVRoot/Export.hpp"
 #include "OVRoot/PooledExecutor.hpp"
 #include "SYClientBase/PKSignalClient.hpp"
 #include "SYClientBase/ProjectConnectionManagerInterface.hpp"
@@ -18,7 +19,7 @@ namespace SYC {
 class OpenedProject;
 class ProjectMembers;
 
-class ProjectMembersObserver {
+class SYC_API ProjectMembersObserver {
 public:
     virtual ~ProjectMembersObserver() = default;
     /// The tables were replaced. Told on the members' own executor.
@@ -41,7 +42,7 @@ struct ProjectMember {
 /// Made, used and destroyed on one thread, the one that its executor runs on. The server is asked
 /// on a worker thread; the tables change on the own thread alone. Short ids are the server's
 /// numbers of the users in this project.
-class ProjectMembers final : public OverExecutor, private SYCB::PKSignalClientObserver {
+class SYC_API ProjectMembers final : public OverExecutor, private SYCB::PKSignalClientObserver {
 public:
     static constexpr OV::ClassInfo ClassInformation{u"ProjectMembers", 1, 0};
 

@@ -10,19 +10,20 @@
 #include "Log/EventLogObserver.hpp"
 #include "Log/LogFilter.hpp"
 #include "Log/LogTable.hpp"
+#include "OVRoot/Export.hpp"
 
 namespace Syncra::Server::ManagementTool::GUI {
 
 /// The log of a project as a table that the user narrows by days, user, action and size, sorts by
 /// its titles, and writes to a file. It is an observer of the log updater, which may tell it on any
 /// thread; the table follows on the main thread.
-class ProjectLogViewerDlg_14 final : public Dlg::ModalDialog,
-                                     public EventLogObserver,
-                                     private Dlg::PanelObserver,
-                                     private Dlg::ButtonItemObserver,
-                                     private Dlg::PopUpItemObserver,
-                                     private Dlg::DateItemObserver,
-                                     private Dlg::ListBoxObserver {
+class SYC_API ProjectLogViewerDlg_14 final : public Dlg::ModalDialog,
+                                             public EventLogObserver,
+                                             private Dlg::PanelObserver,
+                                             private Dlg::ButtonItemObserver,
+                                             private Dlg::PopUpItemObserver,
+                                             private Dlg::DateItemObserver,
+                                             private Dlg::ListBoxObserver {
 public:
     static constexpr int Number = 32160;
     enum Item {

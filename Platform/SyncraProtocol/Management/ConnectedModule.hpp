@@ -1,11 +1,12 @@
 #pragma once
 
+#include "OVRoot/Export.hpp"
 #include "OVRoot/UniString.hpp"
 
 namespace Syncra::Server::Management {
 
 /// A program that works for the server beside it, such as one that makes backups.
-struct ConnectedModule {
+struct SYC_API ConnectedModule {
     /// The server's identifier; empty for a module that the server has not seen yet.
     OV::UniString id;
     OV::UniString name;

@@ -1,12 +1,13 @@
 #pragma once
 
 #include "OVRoot/Containers.hpp"
+#include "OVRoot/Export.hpp"
 #include "OVRoot/UniString.hpp"
 
 namespace Syncra::Server::Management {
 
 /// A field that the users of a server have beside the usual ones.
-struct CustomPropertyDefinition {
+struct SYC_API CustomPropertyDefinition {
     /// What a user's value must look like.
     enum class Type : std::int32_t {
         Text = 1,

@@ -1,12 +1,13 @@
 #pragma once
 
 #include "OVRoot/Containers.hpp"
+#include "OVRoot/Export.hpp"
 #include "OVRoot/UniString.hpp"
 
 namespace Syncra::Server::Management {
 
 /// Users who may do the same on a server, whatever their projects.
-struct Group {
+struct SYC_API Group {
     /// The server's identifier; empty for a group that the server has not seen yet.
     OV::UniString id;
     OV::UniString name;

@@ -1,11 +1,12 @@
 #pragma once
 
+#include "OVRoot/Export.hpp"
 #include "OVRoot/UniString.hpp"
 
 namespace Syncra::Server::Management {
 
 /// Something that a role may allow. Clients look for its name.
-struct Permission {
+struct SYC_API Permission {
     /// The server's identifier; empty for a permission that the server has not seen yet.
     OV::UniString id;
     OV::UniString name;

@@ -1,12 +1,13 @@
 #pragma once
 
 #include "OVRoot/Containers.hpp"
+#include "OVRoot/Export.hpp"
 #include "OVRoot/UniString.hpp"
 
 namespace Syncra::Server::Management {
 
 /// Permissions under one name, which several roles may share.
-struct PermissionSet {
+struct SYC_API PermissionSet {
     /// The server's identifier; empty for a set that the server has not seen yet.
     OV::UniString id;
     OV::UniString name;

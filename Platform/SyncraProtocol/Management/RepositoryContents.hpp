@@ -1,5 +1,6 @@
 #pragma once
 
+#include "OVRoot/Export.hpp"
 #include "SyncraProtocol/Management/CustomPropertyDefinition.hpp"
 #include "SyncraProtocol/Management/Permission.hpp"
 #include "SyncraProtocol/Management/PermissionSet.hpp"
@@ -9,7 +10,7 @@ namespace Syncra::Server::Management {
 
 /// What one server's user repository can hand to another: everything but users and groups. The
 /// identifiers are those of the server that it comes from.
-struct RepositoryContents {
+struct SYC_API RepositoryContents {
     OV::Array<Permission> permissions;
     OV::Array<PermissionSet> permissionSets;
     OV::Array<Role> roles;

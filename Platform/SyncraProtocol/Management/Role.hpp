@@ -1,12 +1,13 @@
 #pragma once
 
 #include "OVRoot/Containers.hpp"
+#include "OVRoot/Export.hpp"
 #include "OVRoot/UniString.hpp"
 
 namespace Syncra::Server::Management {
 
 /// What a member may do in his project: the permissions named here and those of the set.
-struct Role {
+struct SYC_API Role {
     /// The server's identifier; empty for a role that the server has not seen yet.
     OV::UniString id;
     OV::UniString name;

@@ -1,11 +1,12 @@
 #pragma once
 
+#include "OVRoot/Export.hpp"
 #include "OVRoot/UniString.hpp"
 
 namespace Syncra::Server::Management {
 
 /// What administrators decide for the whole server.
-struct ServerConfiguration {
+struct SYC_API ServerConfiguration {
     /// Shown to people; empty for none.
     OV::UniString serverName;
     /// The fewest UTF-16 code units of a new password, 1 to 64.

@@ -1,12 +1,13 @@
 #pragma once
 
 #include "OVRoot/Containers.hpp"
+#include "OVRoot/Export.hpp"
 #include "OVRoot/UniString.hpp"
 
 namespace Syncra::Server::Management {
 
 /// An account on a server. Its password is never read back: it is written by requests of its own.
-struct User {
+struct SYC_API User {
     /// The server's identifier; empty for a user that the server has not seen yet.
     OV::UniString id;
     /// What he signs in with; unique in any ASCII letter case, without commas.

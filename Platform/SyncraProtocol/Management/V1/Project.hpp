@@ -1,6 +1,7 @@
 #pragma once
 
 #include "OVRoot/Containers.hpp"
+#include "OVRoot/Export.hpp"
 #include "SyncraProtocol/Management/V1/ProjectBackupSchedule.hpp"
 #include "SyncraProtocol/Management/V1/ProjectMember.hpp"
 #include "SyncraProtocol/Management/V1/ProjectStatus.hpp"
@@ -8,7 +9,7 @@
 namespace Syncra::Server::Management::V1 {
 
 /// A project as servers of the first generation administer it.
-struct Project {
+struct SYC_API Project {
     /// The server's identifier; empty for a project that the server has not seen yet.
     OV::UniString id;
     OV::UniString name;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "OVRoot/Export.hpp"
 #include "OVRoot/UniString.hpp"
 
 #include <functional>
@@ -7,7 +8,7 @@
 namespace Syncra::Server::Management::V1 {
 
 /// When the server backs a project up by itself.
-struct ProjectBackupSchedule {
+struct SYC_API ProjectBackupSchedule {
     enum class Frequency : std::int32_t { Once = 0, Daily = 1, Weekly = 2, Monthly = 3 };
 
     /// The server's identifier; empty for a schedule that the server has not seen yet.

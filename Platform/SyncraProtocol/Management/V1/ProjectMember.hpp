@@ -1,5 +1,6 @@
 #pragma once
 
+#include "OVRoot/Export.hpp"
 #include "OVRoot/UniString.hpp"
 
 #include <functional>
@@ -7,7 +8,7 @@
 namespace Syncra::Server::Management::V1 {
 
 /// A user's place in a project.
-struct ProjectMember {
+struct SYC_API ProjectMember {
     /// The server's identifier of the user.
     OV::UniString id;
     /// The server's identifier of the role that the user has in this project.

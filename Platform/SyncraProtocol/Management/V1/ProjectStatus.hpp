@@ -1,11 +1,12 @@
 #pragma once
 
+#include "OVRoot/Export.hpp"
 #include "OVRoot/UniString.hpp"
 
 namespace Syncra::Server::Management::V1 {
 
 /// Where a project stands on its server: the category that lists show it under, and its state.
-struct ProjectStatus {
+struct SYC_API ProjectStatus {
     /// States as the server stores them. A record may hold another code, made by a newer server; it
     /// is kept and sent back as it came, therefore `state` is a number.
     enum State : std::int32_t { Locked = 1, Maintenance = 2, Active = 3 };

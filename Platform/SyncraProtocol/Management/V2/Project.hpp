@@ -1,12 +1,13 @@
 #pragma once
 
+#include "OVRoot/Export.hpp"
 #include "SyncraProtocol/Management/V1/Project.hpp"
 
 namespace Syncra::Server::Management::V2 {
 
 /// A project as servers of the second generation administer it: they also tell the version of its
 /// data format. Members and backup schedules are those of the first generation.
-struct Project : V1::Project {
+struct SYC_API Project : V1::Project {
     OV::UniString version;
 
     friend bool operator==(const Project&, const Project&) = default;
