@@ -10,6 +10,9 @@
 
 // The parser stands here under a name of our own, so that a host that links the library statically
 // may have another version of it.
+#include <boost/config.hpp>
+#undef BOOST_SYMBOL_VISIBLE
+#define BOOST_SYMBOL_VISIBLE
 #define json syc_json
 #define BOOST_JSON_DECL inline
 #include <boost/json/basic_parser_impl.hpp>

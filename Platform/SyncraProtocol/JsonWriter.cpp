@@ -43,9 +43,30 @@ void AppendEscaped(OV::String& out, char byte)
     }
 }
 
-bool NeedsEscape(char byte)
+constexpr bool NeedsEscape(unsigned char byte)
 {
-    return (byte >= 0 && byte < 0x20) || byte == '"' || byte == '\\';
+    return (byte < 0x20) | (byte == '"') | (byte == '\\');
+}
+
+/// Length of the front in which nothing needs an escape, which is nearly all of most texts. Blocks
+/// without a branch inside are what compilers turn into vector instructions.
+std::size_t PlainLength(OV::StringView utf8)
+{
+    constexpr std::size_t block = 16;
+    const auto needsEscape = [&](std::size_t i) {
+        return NeedsEscape(static_cast<unsigned char>(utf8[i]));
+    };
+    std::size_t length = 0;
+    for (; length + block <= utf8.size(); length += block) {
+        bool isAny = false;
+        for (std::size_t i = length; i < length + block; ++i)
+            isAny |= needsEscape(i);
+        if (isAny)
+            break;
+    }
+    while (length < utf8.size() && !needsEscape(length))
+        ++length;
+    return length;
 }
 
 /// The place from `from` on of a lone surrogate in UTF-8 that lets them through, or npos.
@@ -172,8 +193,7 @@ void JsonWriter::Quoted(OV::StringView utf8)
 {
     text_ += '"';
     for (;;) {
-        const auto plain = static_cast<std::size_t>(
-            std::find_if(utf8.begin(), utf8.end(), NeedsEscape) - utf8.begin());
+        const auto plain = PlainLength(utf8);
         text_ += utf8.substr(0, plain);
         if (plain == utf8.size())
             break;

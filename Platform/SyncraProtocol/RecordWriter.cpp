@@ -8,7 +8,7 @@ namespace Syncra::Protocol {
 
 void RecordWriter::Value(const OV::String& bytes, AsBase64)
 {
-    json_.PlainText(OV::EncodeBase64(bytes));
+    json_.Quote(OV::EncodeBase64(bytes));
 }
 
 void RecordWriter::Sorted(OV::Array<OV::String> texts)
