@@ -129,6 +129,35 @@ TEST(HttpClientTest, EveryMisbehaviourHasItsException)
     }
 }
 
+TEST(HttpClientTest, ARequestThatABusyServerWantsLaterIsSentAgain)
+{
+    struct Case {
+        int status;
+        const char* headers;
+        const char* expected;
+        int requests;
+    };
+    const Case cases[] = {{429, "Retry-After: 1\r\n", "200", 2},
+                          {503, "Retry-After: 1\r\n", "200", 2},
+                          {429, "Retry-After: 99999999999\r\n", "429", 1},
+                          {429, "Retry-After: soon\r\n", "429", 1},
+                          {503, "", "503", 1},
+                          {500, "Retry-After: 1\r\n", "500", 1}};
+    for (const Case& one : cases) {
+        SCOPED_TRACE(std::to_string(one.status) + one.headers);
+        const ScriptedServer server(
+            [&](ScriptedServer::Peer& peer, const ScriptedServer::Request& request) {
+                if (request.number == 1)
+                    peer.Answer(one.status, "{}", one.headers);
+                else
+                    peer.Answer(200, "{}");
+            });
+        HttpClient client = ClientOf(server, {});
+        EXPECT_EQ(Outcome(client), one.expected);
+        EXPECT_EQ(server.Requests(), one.requests);
+    }
+}
+
 TEST(HttpClientTest, AnUnreachableServerIsNamedWithItsPort)
 {
     std::uint16_t freePort = 0;
@@ -301,7 +330,7 @@ TEST(TransferDeadlineTest, AStalledOrDrippingTransferEndsAndALargeOneHasItsTime)
     };
     const std::vector<Step> transfers[] = {
         {{0s, 0, 30s}, {29s, 0, 30s}},
-        {{1s, 1, 30s}, {29s, 8, 30s}},                       // in drops
+        {{1s, 1, 30s}, {29s, 8, 30s}},                        // in drops
         {{1s, 100 * second, 31s}, {30s, 100 * second, 31s}},  // fast, then nothing
         {{20s, 20 * second, 50s}, {49s, 60 * second, 79s}},   // slow, and alive
         {{59s, 100 * second, 89s}, {60s, 50 * second, 89s}},  // sent again
