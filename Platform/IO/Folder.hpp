@@ -17,7 +17,8 @@ struct Entry {
 [[nodiscard]] bool Exists(const Location& folder);
 /// Whether a link stands there, wherever it leads.
 [[nodiscard]] bool IsLink(const Location& folder);
-/// Creates the folder and every missing one above it; an existing one is fine.
+/// Creates the folder and every missing one above it, for their user alone; an existing one is
+/// fine.
 void CreateTree(const Location& folder);
 /// Calls `visit` for each entry, in no particular order, until it returns false.
 void Enumerate(const Location& folder, const std::function<bool(const Entry&)>& visit);
