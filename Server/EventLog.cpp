@@ -80,8 +80,9 @@ EventLogPage EventLog::Page(const std::string& projectId, const Range& range)
         });
     }
     auto left = database_.Prepare(
-        "SELECT count(*) FROM events WHERE project_id = ?1 AND time BETWEEN ?2 AND ?3 AND "
-        "(time, number) > (coalesce((SELECT time FROM events WHERE number = ?4), -9e18), ?4)");
+        "SELECT count(*) FROM (SELECT 1 FROM events WHERE project_id = ?1 "
+        "AND time BETWEEN ?2 AND ?3 AND (time, number) > "
+        "(coalesce((SELECT time FROM events WHERE number = ?4), -9e18), ?4) LIMIT 100000)");
     left.Bind(1, projectId).Bind(2, range.from).Bind(3, range.to);
     left.Bind(4, static_cast<std::int64_t>(page.next));
     page.left = left.Step() ? static_cast<std::uint64_t>(left.Number(0)) : 0;
@@ -103,8 +104,9 @@ EventLogPage EventLog::PerformancePage(const Range& range)
         });
     }
     auto left = database_.Prepare(
-        "SELECT count(*) FROM performance WHERE time BETWEEN ?1 AND ?2 AND (time, number) > "
-        "(coalesce((SELECT time FROM performance WHERE number = ?3), -9e18), ?3)");
+        "SELECT count(*) FROM (SELECT 1 FROM performance WHERE time BETWEEN ?1 AND ?2 AND "
+        "(time, number) > (coalesce((SELECT time FROM performance WHERE number = ?3), -9e18), ?3) "
+        "LIMIT 100000)");
     left.Bind(1, range.from).Bind(2, range.to).Bind(3, static_cast<std::int64_t>(page.next));
     page.left = left.Step() ? static_cast<std::uint64_t>(left.Number(0)) : 0;
     return page;

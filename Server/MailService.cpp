@@ -22,6 +22,8 @@ namespace {
 
 constexpr std::size_t MaximumKeyUnits = 64;
 constexpr std::size_t MaximumRecipients = 1000;
+/// Of one request: everybody who writes waits until all of them are done.
+constexpr std::size_t MaximumIds = 1000;
 const std::string MailsPath = "/syncra/v1/projects/{}/mails";
 
 [[noreturn]] void Malformed(const std::string& message)
@@ -72,10 +74,19 @@ std::string ReadBody(const json& message)
     return message.at("body").get<std::string>();
 }
 
+void RequireFew(std::size_t count)
+{
+    if (count > MaximumIds)
+        throw Refusal(ErrorCode::TooLarge,
+                      "A request names at most 1000 mails. Send them in parts.");
+}
+
 FlagEntries ReadFlagEntries(const json& body)
 {
     FlagEntries entries;
-    for (const json& entry : ReadArray(body, "entries")) {
+    const auto& list = ReadArray(body, "entries");
+    RequireFew(list.size());
+    for (const json& entry : list) {
         if (!entry.is_array() || entry.size() != 2 || !entry[0].is_string() ||
             !entry[1].is_boolean())
             Malformed("A flag entry is a mail's id and true or false.");
@@ -127,17 +138,16 @@ void MailService::AddRoutes(Router& router)
     });
     AddFlagRoutes(router, "/status", MailFlag::Read);
     AddFlagRoutes(router, "/historical", MailFlag::Historical);
-    router.Add(
-        "POST", MailsPath + "/delete",
-        [this](const Call& call) {
-            const auto box = BoxOf(call);
-            std::vector<std::string> ids;
-            for (const auto& id : ReadTexts(call.Body(), "ids"))
-                ids.push_back(OV::ToUtf8(id));
-            mails_.Delete(box, ids);
-            return json::object();
-        },
-        Router::LargeBody);
+    router.Add("POST", MailsPath + "/delete", [this](const Call& call) {
+        const auto box = BoxOf(call);
+        const auto named = ReadTexts(call.Body(), "ids");
+        RequireFew(named.size());
+        std::vector<std::string> ids;
+        for (const auto& id : named)
+            ids.push_back(OV::ToUtf8(id));
+        mails_.Delete(box, ids);
+        return json::object();
+    });
 }
 
 void MailService::AddFlagRoutes(Router& router, const std::string& name, MailFlag flag)
@@ -146,14 +156,11 @@ void MailService::AddFlagRoutes(Router& router, const std::string& name, MailFla
         const auto box = BoxOf(call);
         reply({200, mails_.FlagsJson(box, flag, call.QueryNumber("after", 0))});
     });
-    router.Add(
-        "PUT", MailsPath + name,
-        [this, flag](const Call& call) {
-            const auto box = BoxOf(call);
-            mails_.SetFlags(box, flag, ReadFlagEntries(call.Body()));
-            return json::object();
-        },
-        Router::LargeBody);
+    router.Add("PUT", MailsPath + name, [this, flag](const Call& call) {
+        const auto box = BoxOf(call);
+        mails_.SetFlags(box, flag, ReadFlagEntries(call.Body()));
+        return json::object();
+    });
 }
 
 MailBox MailService::BoxOf(const Call& call)

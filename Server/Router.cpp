@@ -116,6 +116,7 @@ HttpResponse AnswerOfCurrentException()
             error.IsUnavailable()
                 ? Refusal(ErrorCode::StoreUnavailable,
                           "The store is busy or has no room; the server's log says why. Try again.")
+                      .With("Retry-After", "1")
                 : Refusal(ErrorCode::InternalError,
                           "The server failed; its log says why. Try again later."));
     } catch (const std::exception& error) {

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <utility>
 
 namespace Syncra::Client {
 
@@ -71,13 +72,21 @@ OV::UniString TakeMails(const json& page, const OV::UniString& cursor,
     return next;
 }
 
-/// Entries of a flag table: `[id, flag]`.
-json FlagsToJson(const SyncraClient::FlagTable& flags)
+/// How many mails one request may name.
+constexpr std::size_t MaximumIds = 1000;
+
+/// Calls `send` with the JSON of at most as many entries as a request may name, for all of them.
+template <class Entries, class ToJson, class Send>
+void SendInParts(const Entries& entries, ToJson&& toJson, Send&& send)
 {
-    json entries = json::array();
-    for (const auto& [id, flag] : flags)
-        entries.push_back(json::array({Protocol::TextToJson(id), flag}));
-    return json{{"entries", std::move(entries)}};
+    json part = json::array();
+    for (const auto& entry : entries) {
+        part.push_back(toJson(entry));
+        if (part.size() == MaximumIds)
+            send(std::exchange(part, json::array()));
+    }
+    if (!part.empty() || entries.empty())
+        send(std::move(part));
 }
 
 SyncraClient::FlagTable ReadFlags(const json& answer)
@@ -202,10 +211,11 @@ public:
 
     void DeleteMails(const OV::UniString& projectId, const OV::Array<OV::UniString>& ids) override
     {
-        const json body{{"ids", Protocol::TextsToJson(ids)}};
-        channel_.Ask(
-            Change(HttpMethod::Post, Mails(projectId) + "/delete", Protocol::DumpJson(body)),
-            Nothing);
+        SendInParts(ids, Protocol::TextToJson, [&](json part) {
+            channel_.Ask(Change(HttpMethod::Post, Mails(projectId) + "/delete",
+                                Protocol::DumpJson({{"ids", std::move(part)}})),
+                         Nothing);
+        });
     }
 
     FlagTable GetMailStatus(const OV::UniString& projectId, std::uint64_t& after) override
@@ -290,8 +300,14 @@ private:
     }
     void SetFlags(const OV::String& path, const FlagTable& flags)
     {
-        channel_.Ask(Change(HttpMethod::Put, path, Protocol::DumpJson(FlagsToJson(flags))),
-                     Nothing);
+        const auto entryOf = [](const auto& entry) {
+            return json::array({Protocol::TextToJson(entry.first), entry.second});
+        };
+        SendInParts(flags, entryOf, [&](json part) {
+            channel_.Ask(
+                Change(HttpMethod::Put, path, Protocol::DumpJson({{"entries", std::move(part)}})),
+                Nothing);
+        });
     }
 
     Detail::SignedInChannel channel_;
