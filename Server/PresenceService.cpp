@@ -18,7 +18,9 @@ namespace {
 
 constexpr std::uint64_t LongestWaitMilliseconds = 60'000;
 constexpr std::chrono::seconds SubscriptionLife{90};
-// Everybody can sign in as the built-in account: what it leaves here is bounded.
+// Everybody can sign in as the built-in account: what an address leaves here is bounded, and pushes
+// out nobody else's. A whole office may stand behind one address.
+constexpr std::size_t MaximumOfOwner = 500;
 constexpr std::size_t MaximumSubscriptions = 10'000;
 constexpr std::size_t MaximumProjects = 10'000;
 
@@ -45,8 +47,9 @@ json PresenceService::Subscribe(const Call& call)
     const auto asked = ReadTexts(call.Body(), "projects");
     if (asked.size() > MaximumProjects)
         throw Refusal(ErrorCode::TooLarge, "A subscription takes at most 10000 projects.");
-    MakeRoom();
     Subscription subscription;
+    subscription.owner = TokenTable::OwnerOf(call.user, call.request.address);
+    RequireRoom(subscription.owner);
     for (const auto& project : asked)
         if (const auto id = OV::ToUtf8(project); projects_.Find(id))
             subscription.projects.insert(id);
@@ -106,17 +109,23 @@ bool PresenceService::HasEnded(const Subscription& subscription)
            Clock::now() - subscription.lastRequest > SubscriptionLife;
 }
 
-/// For one more: the ended ones go; when none has, the one that was unused longest.
-void PresenceService::MakeRoom()
+void PresenceService::RequireRoom(const std::string& owner)
 {
-    std::erase_if(subscriptions_, [](const auto& entry) { return HasEnded(entry.second); });
-    if (subscriptions_.size() < MaximumSubscriptions)
+    const auto countOf = [&] {
+        return static_cast<std::size_t>(
+            std::count_if(subscriptions_.begin(), subscriptions_.end(),
+                          [&](const auto& entry) { return entry.second.owner == owner; }));
+    };
+    const auto isFull = [&] {
+        return subscriptions_.size() >= MaximumSubscriptions || countOf() >= MaximumOfOwner;
+    };
+    if (!isFull())
         return;
-    const auto oldest = std::min_element(
-        subscriptions_.begin(), subscriptions_.end(),
-        [](const auto& a, const auto& b) { return a.second.lastRequest < b.second.lastRequest; });
-    Release(oldest->second);
-    subscriptions_.erase(oldest);
+    std::erase_if(subscriptions_, [](const auto& entry) { return HasEnded(entry.second); });
+    if (isFull())
+        throw Refusal(ErrorCode::TooManyRequests,
+                      "There are as many subscriptions as may be. Try again when some have ended.")
+            .With("Retry-After", std::to_string(SubscriptionLife.count()));
 }
 
 void PresenceService::Update(const std::string& projectId)

@@ -25,6 +25,7 @@ private:
         std::shared_ptr<void> timer;
     };
     struct Subscription {
+        std::string owner;
         std::set<std::string> projects;
         std::set<std::string> present;
         std::uint64_t number = 1;  ///< of `present`; a client's 0 is none
@@ -41,7 +42,8 @@ private:
     void Update(const std::string& projectId);
     [[nodiscard]] std::set<std::string> PresentIn(const std::set<std::string>& projects) const;
     static void Release(Subscription& subscription);
-    void MakeRoom();
+    /// For one more of the owner's. Throws Refusal.
+    void RequireRoom(const std::string& owner);
     [[nodiscard]] static bool HasEnded(const Subscription& subscription);
     [[nodiscard]] static HttpResponse AnswerOf(Subscription& subscription);
 

@@ -78,10 +78,10 @@ void SignInService::SignIn(const Call& call, const Reply& reply)
     const auto user = users_.FindByLogin(login);
     const auto hash = user ? user->passwordHash : std::string();
     const PasswordWorker::Attempt attempt{login, call.request.address, hash, password};
-    passwords_.Check(attempt, reply, [this, hash, login, password, reply](bool right) {
-        Router::Answer(reply, [&] { return Finish(hash, right, login); });
+    passwords_.Check(attempt, reply, [this, attempt, reply](bool right) {
+        Router::Answer(reply, [&] { return Finish(attempt, right); });
         if (right)
-            KeepUpToDate(hash, login, password);
+            KeepUpToDate(attempt.hash, attempt.login, attempt.password);
     });
 }
 
@@ -89,16 +89,16 @@ void SignInService::SignInBuiltIn(const Call& call, const Reply& reply)
 {
     if (ReadCredentials(call).password != OV::FromUtf8(BuiltInLogin))
         throw Refusal(ErrorCode::BadCredentials, "The user name or the password is wrong.");
-    reply(JsonResponse(Grant({"", BuiltInLogin, true}, BuiltInLogin)));
+    reply(JsonResponse(Grant({"", BuiltInLogin, true}, call.request.address, BuiltInLogin)));
 }
 
-json SignInService::Finish(const std::string& checkedHash, bool passwordIsRight,
-                           const std::string& login)
+json SignInService::Finish(const PasswordWorker::Attempt& attempt, bool passwordIsRight)
 {
+    const std::string& login = attempt.login;
     // The password may have been changed, or the user deleted, while the old hash was computed.
     const auto user = users_.FindByLogin(login);
     const OV::UniString name = OV::FromUtf8(login).substr(0, MaximumLoggedUnits);
-    if (!user || !passwordIsRight || user->passwordHash != checkedHash) {
+    if (!user || !passwordIsRight || user->passwordHash != attempt.hash) {
         OV::Logger::Warning("nexar-server", u"Sign-in refused: user \"%\"", {name});
         throw Refusal(ErrorCode::BadCredentials, "The user name or the password is wrong.");
     }
@@ -107,7 +107,7 @@ json SignInService::Finish(const std::string& checkedHash, bool passwordIsRight,
         throw Refusal(ErrorCode::UserDisabled,
                       "This account is switched off. Ask your administrator.");
     }
-    return Grant({user->id, user->login}, user->fullName);
+    return Grant({user->id, user->login}, attempt.address, user->fullName);
 }
 
 /// A hash of another cost than that of today would tell by its time whether a name exists.
@@ -124,12 +124,13 @@ void SignInService::KeepUpToDate(const std::string& hash, const std::string& log
     });
 }
 
-json SignInService::Grant(TokenTable::Login login, const std::string& userName)
+json SignInService::Grant(TokenTable::Login login, const std::string& address,
+                          const std::string& userName)
 {
     SignInAnswer answer;
     answer.userId = OV::FromUtf8(login.userId);
     answer.userName = OV::FromUtf8(userName);
-    answer.token = tokens_.Add(std::move(login));
+    answer.token = tokens_.Add(std::move(login), address);
     answer.protocol = ProtocolVersion;
     answer.serverVersion = ProductVersion;
     return ToJson(answer);

@@ -22,12 +22,13 @@ private:
     void AddCommonRoutes(Router& router);
     void SignIn(const Call& call, const Reply& reply);
     void SignInBuiltIn(const Call& call, const Reply& reply);
-    [[nodiscard]] nlohmann::json Grant(TokenTable::Login login, const std::string& userName);
+    [[nodiscard]] nlohmann::json Grant(TokenTable::Login login, const std::string& address,
+                                       const std::string& userName);
     void KeepUpToDate(const std::string& hash, const std::string& login,
                       const std::string& password);
     /// The answer; throws the refusal of who may not come in.
-    [[nodiscard]] nlohmann::json Finish(const std::string& checkedHash, bool passwordIsRight,
-                                        const std::string& login);
+    [[nodiscard]] nlohmann::json Finish(const PasswordWorker::Attempt& attempt,
+                                        bool passwordIsRight);
 
     UserStore& users_;
     PasswordWorker& passwords_;
