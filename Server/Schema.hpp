@@ -358,6 +358,14 @@ BEGIN
                coalesce((SELECT length(header) + length(body) FROM mails WHERE id = NEW.mail_id), 0)
         FROM users JOIN log_times ON project_id = NEW.project_id WHERE id = NEW.sender_id;
 END;
+)",
+    // Who was switched off works in no project any more.
+    R"(
+CREATE TRIGGER sessions_end_with_the_account AFTER UPDATE OF enabled ON users
+WHEN NOT NEW.enabled
+BEGIN
+    DELETE FROM sessions WHERE user_id = NEW.id;
+END;
 )"};
 
 inline constexpr auto SchemaVersion = static_cast<std::int64_t>(SchemaSteps.size());

@@ -68,6 +68,12 @@ std::function<void()> SignalHub::Wait(const std::string& projectId, const std::s
     return forget;
 }
 
+void SignalHub::Release(const std::string& userId)
+{
+    for (auto& [id, project] : projects_)
+        Release(project, [&](const Waiter& waiter) { return waiter.userId == userId; });
+}
+
 void SignalHub::ReleaseAll()
 {
     stopping_ = true;

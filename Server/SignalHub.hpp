@@ -30,6 +30,9 @@ public:
     [[nodiscard]] std::function<void()> Wait(const std::string& projectId,
                                              const std::string& userId, std::uint64_t after,
                                              std::chrono::milliseconds wait, Answer answer);
+    /// Answers what the user's requests wait for: his client asks again, and is refused if he may
+    /// not any more.
+    void Release(const std::string& userId);
     /// Answers every waiting request, and later ones at once: the server stops.
     void ReleaseAll();
 

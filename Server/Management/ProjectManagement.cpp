@@ -69,8 +69,10 @@ void ProjectManagement::AddMember(const Call& call)
 {
     const auto projectId = ManagedProject(call);
     const auto body = call.Body();
+    const auto role = ReadRole(body);
+    context_.rights.RequireAllOf(call, projectId, role);
     const auto userId = users_.RequireId(OV::ToUtf8(ReadText(body, "loginName")));
-    if (!members_.Add(projectId, userId, ReadRole(body)))
+    if (!members_.Add(projectId, userId, role))
         throw Refusal(ErrorCode::NameAlreadyExists, "The user is a member already.");
     context_.signals.Raise(projectId, SignalId::MembersChanged);
 }
@@ -78,8 +80,11 @@ void ProjectManagement::AddMember(const Call& call)
 void ProjectManagement::SetRole(const Call& call)
 {
     const auto projectId = ManagedProject(call);
+    const auto role = ReadRole(call.Body());
+    context_.rights.RequireAllOf(call, projectId, role);
     const auto userId = users_.RequireId(call.parameters[1]);
-    if (!members_.SetRole(projectId, userId, ReadRole(call.Body())))
+    context_.rights.RequireAllOf(call, projectId, members_.RoleOf(projectId, userId));
+    if (!members_.SetRole(projectId, userId, role))
         throw Refusal(ErrorCode::NotFound, "The user is no member of this project.");
     context_.signals.Raise(projectId, SignalId::MembersChanged);
 }
@@ -88,6 +93,7 @@ void ProjectManagement::RemoveMember(const Call& call)
 {
     const auto projectId = ManagedProject(call);
     const auto userId = users_.RequireId(call.parameters[1]);
+    context_.rights.RequireAllOf(call, projectId, members_.RoleOf(projectId, userId));
     const bool hadSession = sessions_.Find(projectId, userId).has_value();
     if (!members_.Remove(projectId, userId))
         throw Refusal(ErrorCode::NotFound, "The user is no member of this project.");

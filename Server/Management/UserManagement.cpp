@@ -46,8 +46,15 @@ void UserManagement::AddInsertRoute(Router& router)
 
 void UserManagement::AddPhotoRoutes(Router& router)
 {
-    router.Add("GET", Path("/{}/photo"),
-               [this](const Call& call) { return ToJson(photos_.Get(IdOf(call))); });
+    router.Add("GET", Path("/{}/photo"), [this](const Call& call) {
+        // Everybody sees the photos of those whom he works with.
+        const auto id = users_.RequireId(call.parameters[0]);
+        if (id != call.user.userId && !context_.rights.IsAnyManager(call) &&
+            !users_.WorkTogether(id, call.user.userId))
+            throw Refusal(ErrorCode::NotFound,
+                          "There is no such user in a project of yours; he may have been deleted.");
+        return ToJson(photos_.Get(id));
+    });
     router.Add(
         "PUT", Path("/{}/photo"),
         [this](const Call& call) {
@@ -71,9 +78,14 @@ UserManagement::Chooser UserManagement::Readable(const Call& call)
                const Records::User& user) { return all || user.id == self; };
 }
 
+/// Who may not know every user learns from no path whether there is another one.
 std::string UserManagement::IdOf(const Call& call)
 {
-    return users_.RequireId(call.parameters[0]);
+    const auto& named = call.parameters[0];
+    const bool isSelf = named == call.user.userId || named == call.user.userLogin;
+    if (!isSelf && !context_.rights.IsAnyManager(call))
+        throw Refusal(ErrorCode::AccessDenied, "You may do this for yourself alone.");
+    return users_.RequireId(named);
 }
 
 void UserManagement::CheckUpdate(const Call& call, const Records::User&, const Records::User& after)
@@ -91,6 +103,11 @@ void UserManagement::CheckDelete(const Call& call, const Records::User& user)
 void UserManagement::Updated(const Records::User& before, const Records::User& after,
                              const std::vector<std::string>& projects)
 {
+    if (before.enabled && !after.enabled) {
+        context_.signals.Release(OV::ToUtf8(after.id));
+        for (const auto& project : projects)
+            context_.signals.Raise(project, SignalId::SessionsChanged);
+    }
     // Members see this much of each other, and fetch every photo anew when they are told.
     if (before.loginName != after.loginName || before.fullName != after.fullName ||
         before.color != after.color)

@@ -51,6 +51,58 @@ TEST_F(AttackTest, WhoGuessesAPasswordWaitsAndNobodyElseDoes)
     EXPECT_EQ(guesser.SignIn("jonas.berg", ServerProcess::Password).status, 200);
 }
 
+TEST_F(AttackTest, WhatOneTakesHisOwnLimitsBound)
+{
+    auto jonas = SignedIn("jonas.berg");
+    const auto session = jonas.Ask("POST", ProjectPath(Sample::HarbourBridge, "sessions"), "{}")
+                             .json.value("id", "");
+    const auto attribute = [&](int number) {
+        return "/syncra/v1/sessions/" + session + "/attributes/" + std::to_string(number);
+    };
+    for (int i = 0; i < 64; ++i)
+        EXPECT_EQ(jonas.Ask("PUT", attribute(i), R"({"value":"x"})").status, 200);
+    EXPECT_EQ(jonas.Ask("PUT", attribute(64), R"({"value":"x"})").Code(), 4);
+    EXPECT_EQ(jonas.Ask("PUT", attribute(0), R"({"value":"y"})").status, 200);
+
+    auto anna = SignedIn("anna.novak");
+    Client lookout(server.MessagingPort(), "lookout", "lookout");
+    const std::string subscriptions = "/syncra/v1/presence/subscriptions";
+    const auto subscribe = [&](Client& client) {
+        return client.Ask("POST", subscriptions, R"({"projects":[]})").Code();
+    };
+    int taken = 0;
+    while (taken < 600 && subscribe(lookout) == 0)
+        ++taken;
+    EXPECT_EQ(taken, 500);
+    EXPECT_EQ(subscribe(lookout), 26);
+    Client annasOther(server.MessagingPort(), anna.Token());
+    EXPECT_EQ(subscribe(annasOther), 0);
+    // Its tokens push out its own oldest one alone.
+    for (int i = 0; i < 500; ++i)
+        EXPECT_EQ(Client(server.MessagingPort()).SignIn("lookout", "lookout").status, 200);
+    EXPECT_EQ(subscribe(lookout), 15);
+    EXPECT_EQ(subscribe(annasOther), 0);
+}
+
+TEST_F(AttackTest, WhoIsSwitchedOffIsLetGo)
+{
+    auto admin = Manager("admin");
+    auto jonas = SignedIn("jonas.berg");
+    ASSERT_EQ(jonas.Ask("POST", ProjectPath(Sample::HarbourBridge, "sessions"), "{}").status, 200);
+    const auto next = jonas.Ask("GET", SignalPath(Sample::HarbourBridge, 0, 0)).json.at("next");
+    jonas.Begin("GET", SignalPath(Sample::HarbourBridge, next, 60'000));
+    auto record = admin.Ask("GET", "/root/syncrav2/users/jonas.berg").json;
+    record["enabled"] = false;
+    ASSERT_EQ(admin.Ask("PUT", "/root/syncrav2/users/jonas.berg", record.dump()).Code(), 0);
+    EXPECT_EQ(jonas.End().status, 200);
+    EXPECT_EQ(jonas.Ask("GET", "/syncra/v1/ports").Code(), 16);
+    auto anna = SignedIn("anna.novak");
+    EXPECT_EQ(anna.Ask("GET", ProjectPath(Sample::HarbourBridge, "sessions?scope=all"))
+                  .json.dump()
+                  .find("jonas.berg"),
+              std::string::npos);
+}
+
 TEST_F(AttackTest, AStoreThatIsLockedIsABusyOne)
 {
     auto anna = SignedIn("anna.novak");
