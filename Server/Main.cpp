@@ -6,10 +6,12 @@
 #include "Management/ManagementService.hpp"
 #include "Management/Rules.hpp"
 #include "ModelService.hpp"
+#include "Options.hpp"
 #include "PasswordHash.hpp"
 #include "PresenceService.hpp"
 #include "Sample.hpp"
 #include "SignInService.hpp"
+#include "Tls.hpp"
 
 #include "IO/File.hpp"
 #include "IO/SpecialFolder.hpp"
@@ -17,75 +19,12 @@
 #include "OVRoot/Logger.hpp"
 #include "OVRoot/System.hpp"
 
-#include <CLI/CLI.hpp>
-
 #include <algorithm>
 #include <iostream>
-#include <optional>
 
 namespace {
 
 using namespace Nexar;
-
-struct Options {
-    std::string data;
-    std::string address = "127.0.0.1";
-    std::uint16_t port = 19001;
-    std::uint16_t managementPort = 0;
-    std::uint16_t messagingPort = 0;
-    bool sample = false;
-    std::uint32_t sampleLines = 200'000;
-    std::optional<std::string> newUser;
-    std::string passwordFile;
-    std::uint32_t presenceGrace = 10'000;
-    PasswordHash::Cost cost = PasswordHash::Cost::Interactive;
-};
-
-void AddOptions(CLI::App& app, Options& options)
-{
-    app.set_version_flag("--version", "nexar-server " SYCLIENT_VERSION);
-    app.add_option("--data", options.data,
-                   "The store, an SQLite file (default: Orvant/nexar.db in your application data)")
-        ->option_text("FILE");
-    app.add_option("--listen", options.address, "Address to listen on")
-        ->option_text("ADDRESS")
-        ->capture_default_str();
-    app.add_option("--port", options.port,
-                   "Port of the model service; the other two follow it. 0 picks free ones")
-        ->option_text("N")
-        ->capture_default_str();
-    app.add_option("--management-port", options.managementPort, "Port of the management service")
-        ->option_text("N");
-    app.add_option("--messaging-port", options.messagingPort, "Port of the messaging service")
-        ->option_text("N");
-    app.add_flag("--sample", options.sample, "Fill an empty store with a sample team");
-    app.add_option("--sample-lines", options.sampleLines,
-                   "How many lines the logs of the sample's projects have, over two years")
-        ->option_text("N")
-        ->capture_default_str();
-    auto* user =
-        app.add_option("--add-user", options.newUser,
-                       "Add a user to the store and end; the password is the first line of "
-                       "--password-file or of standard input")
-            ->option_text("LOGIN");
-    app.add_option("--password-file", options.passwordFile, "File with the password of --add-user")
-        ->needs(user)
-        ->option_text("FILE");
-    app.add_option("--presence-grace", options.presenceGrace,
-                   "How long a user counts as present after his client's last request, in "
-                   "milliseconds")
-        ->option_text("MS")
-        ->capture_default_str();
-    app.add_option("--hash", options.cost,
-                   "Cost of new password hashes: interactive, or minimum for tests")
-        ->option_text("COST")
-        ->transform(CLI::CheckedTransformer(std::map<std::string, PasswordHash::Cost>{
-            {"minimum", PasswordHash::Cost::Minimum},
-            {"interactive", PasswordHash::Cost::Interactive}}));
-    app.footer(
-        "Once it listens, one line on standard output names the ports. SIGTERM and Ctrl-C answer "
-        "what is under\nway and end it. Plain HTTP: beyond this machine it belongs behind TLS.");
-}
 
 void SendLogToStandardError(LogWriter& writer)
 {
@@ -110,6 +49,39 @@ std::string StorePath(const Options& options)
     return IO::GetCompanyFolder(IO::SpecialFolder::ApplicationData)
         .Appended(u"nexar.db")
         .ToNativePath();
+}
+
+/// Passwords would go over the network for everybody to read.
+void RequireProtection(const Options& options)
+{
+    if (HttpServer::IsLoopback(options.address))
+        return;
+    if (options.sample)
+        throw std::runtime_error("The passwords of the sample team are known to everybody: it is "
+                                 "served on this machine alone, with --listen 127.0.0.1.");
+    if (options.certificate.empty() && !options.limits.isBehindProxy)
+        throw std::runtime_error(
+            "On " + options.address +
+            " passwords would go over the network in clear text. Give "
+            "--certificate and --key, or say --behind-tls when a proxy in front does TLS.");
+}
+
+void WriteCertificate(const Options& options)
+{
+    const auto made = MakeCertificate(*options.certificateHost);
+    const auto write = [](const std::string& path, const std::string& text, bool isPrivate) {
+        const auto place = IO::Location::FromPath(OV::FromUtf8(path));
+        if (IO::File::Exists(place))
+            throw std::runtime_error("\"" + path + "\" is there already; it stays as it is.");
+        IO::File::Replace(place, text, isPrivate);
+    };
+    const std::string certificate =
+        options.certificate.empty() ? "certificate.pem" : options.certificate;
+    const std::string key = options.key.empty() ? "key.pem" : options.key;
+    write(key, made.key, true);
+    write(certificate, made.certificate, false);
+    std::cout << "Certificate for " << *options.certificateHost << " in " << certificate
+              << ", its key in " << key << ".\nSHA-256 fingerprint: " << made.fingerprint << '\n';
 }
 
 void AddUser(Database& database, const PasswordHash& hash, const Options& options)
@@ -144,11 +116,11 @@ void AddUser(Database& database, const PasswordHash& hash, const Options& option
 /// The three services on their ports; lives as long as the process.
 class Services {
 public:
-    Services(Database& database, PasswordHash& hash, std::chrono::milliseconds presenceGrace)
-        : users_(database), projects_(database), members_(database), sessions_(database),
-          mailStore_(database), groups_(database), photos_(database),
-          presence_(server_, presenceGrace), signals_(server_), passwords_(server_, hash),
-          signIn_(users_, passwords_, tokens_),
+    Services(Database& database, PasswordHash& hash, const Options& options)
+        : server_(options.limits), users_(database), projects_(database), members_(database),
+          sessions_(database), mailStore_(database), groups_(database), photos_(database),
+          presence_(server_, std::chrono::milliseconds(options.presenceGrace)), signals_(server_),
+          passwords_(server_, hash), signIn_(users_, passwords_, tokens_),
           model_(projects_, members_, sessions_, signals_, presence_),
           mails_(users_, projects_, mailStore_, signals_),
           management_(database, users_, groups_, photos_, projects_, members_, sessions_, signals_,
@@ -175,6 +147,8 @@ public:
 
     void Listen(const Options& options)
     {
+        if (!options.certificate.empty())
+            server_.UseCertificate(options.certificate, options.key);
         const auto listen = [&](Router& router, std::uint16_t port) {
             return server_.Listen(
                 options.address, port,
@@ -232,6 +206,7 @@ private:
 
 void Serve(const Options& options)
 {
+    RequireProtection(options);
     LogWriter writer;
     SendLogToStandardError(writer);
     const ResetLog reset;
@@ -247,7 +222,7 @@ void Serve(const Options& options)
     else if (options.sample)
         std::cerr << "nexar-server: the store is in use already; no sample team was added\n";
 
-    Services services(database, hash, std::chrono::milliseconds(options.presenceGrace));
+    Services services(database, hash, options);
     services.Listen(options);
     OV::Logger::Info("nexar-server", u"Started.");
     services.Run();
@@ -258,17 +233,20 @@ void Serve(const Options& options)
 
 int main(int argc, char** argv)
 {
-    CLI::App app("A small project server for teams that use SYClient.", "nexar-server");
-    Options options;
-    AddOptions(app, options);
-    CLI11_PARSE(app, argc, argv);
-    try {
-        OV::System::IgnoreBrokenPipes();
-        OV::System::ForbidCoreDumps();
-        Serve(options);
-        return 0;
-    } catch (const std::exception& error) {
-        std::cerr << "nexar-server: " << error.what() << '\n';
-        return 1;
+    const auto options = ReadOptions(argc, argv);
+    if (!options.exitCode) {
+        try {
+            OV::System::IgnoreBrokenPipes();
+            OV::System::ForbidCoreDumps();
+            if (options.certificateHost)
+                WriteCertificate(options);
+            else
+                Serve(options);
+            return 0;
+        } catch (const std::exception& error) {
+            std::cerr << "nexar-server: " << error.what() << '\n';
+            return 1;
+        }
     }
+    return *options.exitCode;
 }
