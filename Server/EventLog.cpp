@@ -16,7 +16,8 @@ constexpr const char* Separator = "#!";
 constexpr int LogVersion = 14;
 constexpr std::size_t MostLines = 20'000;
 constexpr std::size_t MostBytes = 4 * 1024 * 1024;
-constexpr std::int64_t KeptSeconds = std::int64_t(400) * 86'400;
+constexpr std::int64_t SecondsOfDay = 86'400;
+constexpr std::int64_t KeptSeconds = 400 * SecondsOfDay;
 
 /// A field never holds what ends a field or a line.
 void AppendField(std::string& line, std::string_view text)
@@ -142,6 +143,16 @@ void EventLog::AppendPerformance(const std::string& key, double value)
     AppendPerformanceLine(now, key, value);
     database_.Prepare("DELETE FROM performance WHERE time < ?1").Bind(1, now - KeptSeconds).Run();
     transaction.Commit();
+}
+
+void EventLog::DropOld(const Limits& limits)
+{
+    const auto drop = [this](const char* sql, std::uint32_t days) {
+        if (days > 0)
+            database_.Prepare(sql).Bind(1, std::int64_t{days} * SecondsOfDay).Run();
+    };
+    drop("DELETE FROM events WHERE time < unixepoch() - ?1", limits.keptLogDays);
+    drop("DELETE FROM mail_keys WHERE time < unixepoch() - ?1", limits.keptKeyDays);
 }
 
 std::int64_t EventLog::LastSample()

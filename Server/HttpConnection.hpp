@@ -199,6 +199,8 @@ public:
                 // reply answers with an internal error.
             }
         };
+        // A reply that outlives the connection has nobody to resume.
+        const std::shared_ptr<void> end(nullptr, [this](void*) { hasFinished_ = true; });
         Outcome outcome =
             co_await asio::async_initiate<const asio::use_awaitable_t<>&, void(Outcome)>(
                 std::move(begin), asio::use_awaitable);
@@ -461,23 +463,10 @@ private:
         Lowest().expires_never();
         const Share underWay(shared_.underWay, 1);
         const auto exchange = std::make_shared<Exchange<Stream>>(stream_, buffer_);
-        const HttpHandler measured = [this](HttpRequest taken, Reply reply) {
-            Measure(std::move(taken), std::move(reply));
-        };
-        auto outcome = co_await exchange->Run(measured, std::move(request));
+        ++shared_.traffic.requests;
+        shared_.traffic.bytes += request.body.size();
+        auto outcome = co_await exchange->Run(handler_, std::move(request));
         co_return outcome;
-    }
-
-    void Measure(HttpRequest request, Reply reply)
-    {
-        auto& traffic = shared_.traffic;
-        ++traffic.requests;
-        traffic.bytes += request.body.size();
-        const auto begin = std::chrono::steady_clock::now();
-        handler_(std::move(request), std::move(reply));
-        traffic.longest =
-            std::max(traffic.longest, std::chrono::duration_cast<std::chrono::microseconds>(
-                                          std::chrono::steady_clock::now() - begin));
     }
 
     asio::awaitable<bool> Write(http::response<http::string_body> message)

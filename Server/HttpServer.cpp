@@ -232,6 +232,17 @@ HttpServer::Traffic HttpServer::TakeTraffic()
     return std::exchange(state_->shared.traffic, {});
 }
 
+HttpServer::Load HttpServer::GetLoad() const
+{
+    const Shared& shared = state_->shared;
+    return {shared.connections, shared.underWay, shared.bytesInFlight};
+}
+
+void HttpServer::NoteWork(std::chrono::microseconds time)
+{
+    state_->shared.traffic.longest = std::max(state_->shared.traffic.longest, time);
+}
+
 void HttpServer::Post(std::function<void()> work)
 {
     asio::post(state_->shared.context, [work = std::move(work)] { RunGuarded(work); });

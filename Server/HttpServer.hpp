@@ -48,10 +48,19 @@ public:
     struct Traffic {
         std::uint64_t requests = 0;
         std::uint64_t bytes = 0;  ///< bodies of requests, and answers
-        /// The longest time that a handler took; requests that are held take none meanwhile.
+        /// The longest time that the work for a request took; who is held or waits takes none.
         std::chrono::microseconds longest{0};
     };
     [[nodiscard]] Traffic TakeTraffic();
+    /// Work for a request took so long. On the server's thread.
+    void NoteWork(std::chrono::microseconds time);
+
+    struct Load {
+        std::size_t connections = 0;
+        std::size_t underWay = 0;  ///< requests that are being answered or held
+        std::size_t bytesInFlight = 0;
+    };
+    [[nodiscard]] Load GetLoad() const;
 
     /// Runs `work` on the server's thread; safe on any thread.
     void Post(std::function<void()> work);

@@ -133,8 +133,8 @@ void MailService::AddRoutes(Router& router)
 {
     router.Add(
         "POST", MailsPath, [this](const Call& call) { return Send(call); }, Router::LargeBody);
-    router.AddAsync("GET", MailsPath, [this](const Call& call, const Reply& reply) {
-        reply({200, mails_.PageJson(BoxOf(call), ReadPlace(call))});
+    router.AddText("GET", MailsPath, [this](const Call& call) {
+        return mails_.PageJson(BoxOf(call), ReadPlace(call));
     });
     AddFlagRoutes(router, "/status", MailFlag::Read);
     AddFlagRoutes(router, "/historical", MailFlag::Historical);
@@ -152,9 +152,8 @@ void MailService::AddRoutes(Router& router)
 
 void MailService::AddFlagRoutes(Router& router, const std::string& name, MailFlag flag)
 {
-    router.AddAsync("GET", MailsPath + name, [this, flag](const Call& call, const Reply& reply) {
-        const auto box = BoxOf(call);
-        reply({200, mails_.FlagsJson(box, flag, call.QueryNumber("after", 0))});
+    router.AddText("GET", MailsPath + name, [this, flag](const Call& call) {
+        return mails_.FlagsJson(BoxOf(call), flag, call.QueryNumber("after", 0));
     });
     router.Add("PUT", MailsPath + name, [this, flag](const Call& call) {
         const auto box = BoxOf(call);

@@ -6,18 +6,25 @@
 #include "Management/ManagementService.hpp"
 #include "Management/Rules.hpp"
 #include "ModelService.hpp"
+#include "OperationService.hpp"
 #include "Options.hpp"
 #include "PasswordHash.hpp"
 #include "PresenceService.hpp"
 #include "Sample.hpp"
+#include "ServiceManager.hpp"
 #include "SignInService.hpp"
+#include "StoreTools.hpp"
 #include "Tls.hpp"
 
 #include "IO/File.hpp"
 #include "IO/SpecialFolder.hpp"
+#include "OVRoot/Clock.hpp"
 #include "OVRoot/Guid.hpp"
 #include "OVRoot/Logger.hpp"
 #include "OVRoot/System.hpp"
+#include "SyncraProtocol/Detail/Json.hpp"
+
+#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <iostream>
@@ -26,15 +33,27 @@ namespace {
 
 using namespace Nexar;
 
-void SendLogToStandardError(LogWriter& writer)
+/// One line a record, whatever a client put into it.
+std::string LineOf(const OV::LogRecord& record, bool isJson)
 {
-    OV::Logger::SetSink([&writer](const OV::LogRecord& record) {
-        if (record.level == OV::LogLevel::Debug)
-            return;
-        // One line a record, whatever a client put into it.
-        std::string line = OV::ToUtf8(OV::EscapeForCarrier(record.text));
-        std::replace(line.begin(), line.end(), '\n', ' ');
-        writer.Write("nexar-server: " + line + '\n');
+    if (isJson)
+        return Syncra::Protocol::DumpJson(
+                   {{"time", OV::Clock::Current().Now()},
+                    {"level", record.level == OV::LogLevel::Info      ? "info"
+                              : record.level == OV::LogLevel::Warning ? "warning"
+                                                                      : "error"},
+                    {"text", Syncra::Protocol::TextToJson(record.text)}}) +
+               '\n';
+    std::string line = OV::ToUtf8(OV::EscapeForCarrier(record.text));
+    std::replace(line.begin(), line.end(), '\n', ' ');
+    return "nexar-server: " + line + '\n';
+}
+
+void SendLogTo(LogWriter& writer, bool isJson)
+{
+    OV::Logger::SetSink([&writer, isJson](const OV::LogRecord& record) {
+        if (record.level != OV::LogLevel::Debug)
+            writer.Write(LineOf(record, isJson));
     });
 }
 
@@ -117,16 +136,22 @@ void AddUser(Database& database, const PasswordHash& hash, const Options& option
 class Services {
 public:
     Services(Database& database, PasswordHash& hash, const Options& options)
-        : server_(options.limits), users_(database), projects_(database), members_(database),
-          sessions_(database), mailStore_(database), groups_(database), photos_(database),
+        : audit_(options.auditFile, options.auditBytes), watch_{options.userLimits, audit_,
+                                                                metrics_},
+          server_(options.limits), tokens_(options.userLimits),
+          workers_(server_, database, options.readers), users_(database), projects_(database),
+          members_(database), sessions_(database), mailStore_(database, options.userLimits),
+          groups_(database), photos_(database),
           presence_(server_, std::chrono::milliseconds(options.presenceGrace)), signals_(server_),
-          passwords_(server_, hash), signIn_(users_, passwords_, tokens_),
+          passwords_(server_, options.userLimits, hash),
+          signIn_(workers_, users_, passwords_, tokens_),
           model_(projects_, members_, sessions_, signals_, presence_),
           mails_(users_, projects_, mailStore_, signals_),
           management_(database, users_, groups_, photos_, projects_, members_, sessions_, signals_,
                       passwords_, tokens_),
-          messaging_(server_, projects_, presence_), eventLog_(database),
-          events_(server_, projects_, sessions_, groups_, eventLog_)
+          messaging_(server_, options.userLimits, projects_, presence_), eventLog_(database),
+          events_(server_, workers_, options.userLimits, projects_, sessions_, groups_, eventLog_),
+          operation_(server_, workers_, passwords_, metrics_, StorePath(options))
     {
         for (Router* router : {&modelRouter_, &managementRouter_})
             signIn_.AddRoutes(*router);
@@ -137,6 +162,7 @@ public:
         management_.AddRoutes(managementRouter_);
         messaging_.AddRoutes(messagingRouter_);
         server_.SetBeforeStop([this] {
+            TellServiceManager("STOPPING=1");
             passwords_.RefuseWaiting();
             signals_.ReleaseAll();
             presence_.Stop();
@@ -172,16 +198,39 @@ public:
             {OV::UniString(Names::Messaging), messaging}};
         model_.SetPorts(ports);
         management_.SetPorts(ports);
+        const auto operation = ListenForOperation(options);
         std::cout << "nexar-server ready: model " << options.address << ':' << model
                   << " management " << options.address << ':' << management << " messaging "
-                  << options.address << ':' << messaging << std::endl;
+                  << options.address << ':' << messaging << operation << std::endl;
     }
 
     void Run() { server_.Run(); }
 
 private:
+    /// What the line about the ports says of it.
+    std::string ListenForOperation(const Options& options)
+    {
+        if (!options.operationPort)
+            return {};
+        const auto port = server_.Listen(
+            options.operationAddress, *options.operationPort,
+            [this](const HttpRequest& request, const Reply& reply) {
+                operation_.Answer(request, reply);
+            },
+            [](const HttpRequest&) { return HeadVerdict{}; });
+        return " operation " + options.operationAddress + ':' + std::to_string(port);
+    }
+
+    // What every answer is noted in outlives the server, whose connections may be left unanswered.
+    Metrics metrics_;
+    AuditLog audit_;
+    Router::Watch watch_;
+    Router modelRouter_{tokens_, users_, workers_, watch_};
+    Router managementRouter_{tokens_, users_, workers_, watch_};
+    Router messagingRouter_{tokens_, users_, workers_, watch_};
     HttpServer server_;
     TokenTable tokens_;
+    StoreWorkers workers_;
     UserStore users_;
     ProjectStore projects_;
     MemberStore members_;
@@ -199,16 +248,14 @@ private:
     PresenceService messaging_;
     EventLog eventLog_;
     EventLogService events_;
-    Router modelRouter_{tokens_, users_};
-    Router managementRouter_{tokens_, users_};
-    Router messagingRouter_{tokens_, users_};
+    OperationService operation_;
 };
 
 void Serve(const Options& options)
 {
     RequireProtection(options);
-    LogWriter writer;
-    SendLogToStandardError(writer);
+    LogWriter writer([](const std::string& line) { std::cerr << line << std::flush; });
+    SendLogTo(writer, options.logsJson);
     const ResetLog reset;
     PasswordHash hash(options.cost);
     Database database(StorePath(options));
@@ -225,8 +272,38 @@ void Serve(const Options& options)
     Services services(database, hash, options);
     services.Listen(options);
     OV::Logger::Info("nexar-server", u"Started.");
+    TellServiceManager("READY=1");
     services.Run();
     OV::Logger::Info("nexar-server", u"Stopped.");
+}
+
+void RunCommand(const Options& options)
+{
+    const std::string store = StorePath(options);
+    switch (options.command) {
+    case Options::Command::Backup:
+        return StoreTools::Backup(store, options.file);
+    case Options::Command::Restore:
+        if (const auto former = StoreTools::Restore(store, options.file); !former.empty())
+            std::cout << "The former store is \"" << former << "\".\n";
+        return;
+    case Options::Command::Check:
+        if (const auto problems = StoreTools::Check(store); !problems.empty()) {
+            for (const auto& problem : problems)
+                std::cout << problem << '\n';
+            throw std::runtime_error("The store is damaged. Restore a backup.");
+        }
+        std::cout << "The store is sound.\n";
+        return;
+    case Options::Command::Compact:
+        return StoreTools::Compact(store);
+    case Options::Command::Serve:
+        break;
+    }
+    if (options.certificateHost)
+        WriteCertificate(options);
+    else
+        Serve(options);
 }
 
 }  // namespace
@@ -238,10 +315,7 @@ int main(int argc, char** argv)
         try {
             OV::System::IgnoreBrokenPipes();
             OV::System::ForbidCoreDumps();
-            if (options.certificateHost)
-                WriteCertificate(options);
-            else
-                Serve(options);
+            RunCommand(options);
             return 0;
         } catch (const std::exception& error) {
             std::cerr << "nexar-server: " << error.what() << '\n';

@@ -81,6 +81,8 @@ void AddLimits(CLI::App& app, Options& options)
                    "How long a user counts as present after his client's last request, in "
                    "milliseconds")
         ->option_text("MS");
+    app.add_option("--readers", options.readers, "How many threads read the store")
+        ->option_text("N");
     app.add_option("--connections", options.limits.connections,
                    "The most connections of all ports together")
         ->option_text("N");
@@ -90,6 +92,69 @@ void AddLimits(CLI::App& app, Options& options)
     app.add_option("--bytes-in-flight", options.limits.bytesInFlight,
                    "The most bytes of bodies that are on their way")
         ->option_text("N");
+}
+
+void AddUserLimits(CLI::App& app, Limits& limits)
+{
+    const auto add = [&app](const char* name, auto& value, const char* what) {
+        app.add_option(name, value, what)->option_text("N");
+    };
+    add("--requests-per-user", limits.requestsOfUser, "The most requests of a user under way");
+    add("--requests-per-address", limits.requestsOfAddress,
+        "The same for an address from which nobody, or the built-in account, asks");
+    add("--waiting-passwords", limits.waitingPasswords,
+        "The most passwords that wait to be checked");
+    add("--tokens-per-user", limits.tokensOfUser,
+        "How often a user is signed in at once; more sign-ins end his oldest");
+    add("--tokens-per-address", limits.tokensOfAddress,
+        "The same for the built-in account, from one address");
+    add("--subscriptions-per-user", limits.subscriptionsOfUser,
+        "The most presence subscriptions of a user, or of an address for the built-in account");
+    add("--mails-per-box", limits.mailsOfBox, "The most mails that a member has in a project");
+    add("--mail-bytes-per-project", limits.mailBytesOfProject,
+        "The most bytes of a project's mails");
+    add("--keep-log-days", limits.keptLogDays,
+        "Drop older lines of the projects' logs; 0 keeps all");
+    add("--keep-mail-keys-days", limits.keptKeyDays,
+        "Forget older deliveries: a mail that is sent again after that comes twice; 0 keeps all");
+}
+
+void AddOperation(CLI::App& app, Options& options)
+{
+    app.add_option("--audit-log", options.auditFile, "Write who did what from where into a file")
+        ->option_text("FILE");
+    app.add_option("--audit-bytes", options.auditBytes,
+                   "How large it grows before it is put aside; five are kept")
+        ->option_text("N");
+    app.add_option("--log-format", options.logsJson, "Of standard error: text or json")
+        ->option_text("FORMAT")
+        ->transform(
+            CLI::CheckedTransformer(std::map<std::string, bool>{{"text", false}, {"json", true}}));
+    app.add_option("--operation-listen", options.operationAddress,
+                   "Address of GET /health and GET /metrics, which nobody signs in to")
+        ->option_text("ADDRESS");
+    app.add_option("--operation-port", options.operationPort,
+                   "Their port; without it there is none")
+        ->option_text("N");
+}
+
+void AddCommands(CLI::App& app, Options& options)
+{
+    const auto add = [&](const char* name, const char* what, Options::Command command) {
+        auto* added = app.add_subcommand(name, what)->fallthrough();
+        added->callback([&options, command] { options.command = command; });
+        return added;
+    };
+    add("backup", "Copy the store into a new file, while a server serves it or not",
+        Options::Command::Backup)
+        ->add_option("FILE", options.file, "The copy")
+        ->required();
+    add("restore", "Put a backup in the place of the store; the server must have ended",
+        Options::Command::Restore)
+        ->add_option("FILE", options.file, "The backup")
+        ->required();
+    add("check", "Tell what is wrong with the store", Options::Command::Check);
+    add("compact", "Give back the room of what was deleted", Options::Command::Compact);
 }
 
 /// The options that the environment names, NEXAR_PORT for --port, before those of the command line:
@@ -131,6 +196,9 @@ Options ReadOptions(int argc, char** argv)
     AddProtection(app, options);
     AddContents(app, options);
     AddLimits(app, options);
+    AddUserLimits(app, options.userLimits);
+    AddOperation(app, options);
+    AddCommands(app, options);
     app.footer(
         "The environment gives options too, NEXAR_PORT for --port. The command line counts before "
         "the environment,\nand that before the file. Once it listens, one line on standard output "

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "HttpServer.hpp"
+#include "Limits.hpp"
 #include "PasswordHash.hpp"
 
 #include <cstdint>
@@ -24,9 +25,18 @@ struct Options {
     std::uint32_t sampleLines = 200'000;
     std::optional<std::string> newUser;
     std::string passwordFile;
+    std::size_t readers = 4;
     std::uint32_t presenceGrace = 10'000;
     PasswordHash::Cost cost = PasswordHash::Cost::Interactive;
     HttpLimits limits;
+    Limits userLimits;
+    std::string auditFile;
+    std::uint64_t auditBytes = 10u << 20;
+    bool logsJson = false;
+    std::string operationAddress = "127.0.0.1";
+    std::optional<std::uint16_t> operationPort;
+    enum class Command { Serve, Backup, Restore, Check, Compact } command = Command::Serve;
+    std::string file;  ///< of a backup
 };
 
 /// Prints what is to be printed, and says so by the exit code.

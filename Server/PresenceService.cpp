@@ -19,15 +19,15 @@ namespace {
 constexpr std::uint64_t LongestWaitMilliseconds = 60'000;
 constexpr std::chrono::seconds SubscriptionLife{90};
 // Everybody can sign in as the built-in account: what an address leaves here is bounded, and pushes
-// out nobody else's. A whole office may stand behind one address.
-constexpr std::size_t MaximumOfOwner = 500;
+// out nobody else's.
 constexpr std::size_t MaximumSubscriptions = 10'000;
 constexpr std::size_t MaximumProjects = 10'000;
 
 }  // namespace
 
-PresenceService::PresenceService(HttpServer& server, ProjectStore& projects, PresenceBoard& board)
-    : server_(server), projects_(projects), board_(board)
+PresenceService::PresenceService(HttpServer& server, const Limits& limits, ProjectStore& projects,
+                                 PresenceBoard& board)
+    : server_(server), limits_(limits), projects_(projects), board_(board)
 {
     board_.SetObserver([this](const std::string& projectId) { Update(projectId); });
 }
@@ -35,24 +35,30 @@ PresenceService::PresenceService(HttpServer& server, ProjectStore& projects, Pre
 void PresenceService::AddRoutes(Router& router)
 {
     router.AllowBuiltIn(true);
-    router.Add("POST", "/syncra/v1/presence/subscriptions",
-               [this](const Call& call) { return Subscribe(call); });
-    router.AddAsync("GET", "/syncra/v1/presence",
+    router.AddAsync(
+        "POST", "/syncra/v1/presence/subscriptions", [this](Call& call) { FindProjects(call); },
+        [this](const Call& call, const Reply& reply) { reply(JsonResponse(Subscribe(call))); });
+    router.AddAsync("GET", "/syncra/v1/presence", nullptr,
                     [this](const Call& call, const Reply& reply) { WaitForChange(call, reply); });
     router.AllowBuiltIn(false);
 }
 
-json PresenceService::Subscribe(const Call& call)
+void PresenceService::FindProjects(Call& call)
 {
     const auto asked = ReadTexts(call.Body(), "projects");
     if (asked.size() > MaximumProjects)
         throw Refusal(ErrorCode::TooLarge, "A subscription takes at most 10000 projects.");
+    for (const auto& project : asked)
+        if (auto id = OV::ToUtf8(project); projects_.Find(id))
+            call.findings.push_back(std::move(id));
+}
+
+json PresenceService::Subscribe(const Call& call)
+{
     Subscription subscription;
     subscription.owner = TokenTable::OwnerOf(call.user, call.request.address);
     RequireRoom(subscription.owner);
-    for (const auto& project : asked)
-        if (const auto id = OV::ToUtf8(project); projects_.Find(id))
-            subscription.projects.insert(id);
+    subscription.projects.insert(call.findings.begin(), call.findings.end());
     subscription.present = PresentIn(subscription.projects);
     subscription.lastRequest = Clock::now();
     const auto id = OV::ToUtf8(OV::Guid::Generate().ToText());
@@ -117,7 +123,8 @@ void PresenceService::RequireRoom(const std::string& owner)
                           [&](const auto& entry) { return entry.second.owner == owner; }));
     };
     const auto isFull = [&] {
-        return subscriptions_.size() >= MaximumSubscriptions || countOf() >= MaximumOfOwner;
+        return subscriptions_.size() >= MaximumSubscriptions ||
+               countOf() >= limits_.subscriptionsOfUser;
     };
     if (!isFull())
         return;

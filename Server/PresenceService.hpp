@@ -12,7 +12,8 @@ namespace Nexar {
 /// requests that wait for a change.
 class PresenceService {
 public:
-    PresenceService(HttpServer& server, ProjectStore& projects, PresenceBoard& board);
+    PresenceService(HttpServer& server, const Limits& limits, ProjectStore& projects,
+                    PresenceBoard& board);
 
     void AddRoutes(Router& router);
     /// Answers every waiting request, and later ones at once: the server stops.
@@ -33,6 +34,8 @@ private:
         std::vector<std::shared_ptr<Waiter>> waiters;
     };
 
+    /// On a thread that reads: those of the body that there are.
+    void FindProjects(Call& call);
     [[nodiscard]] nlohmann::json Subscribe(const Call& call);
     void WaitForChange(const Call& call, const Reply& reply);
     void Hold(const std::string& id, const Reply& reply, std::chrono::milliseconds wait);
@@ -48,6 +51,7 @@ private:
     [[nodiscard]] static HttpResponse AnswerOf(Subscription& subscription);
 
     HttpServer& server_;
+    const Limits& limits_;
     ProjectStore& projects_;
     PresenceBoard& board_;
     std::map<std::string, Subscription> subscriptions_;

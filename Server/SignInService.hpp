@@ -4,12 +4,15 @@
 #include "Router.hpp"
 #include "UserStore.hpp"
 
+#include "SyncraProtocol/SignIn.hpp"
+
 namespace Nexar {
 
 /// Version, sign-in and sign-out, which every service offers.
 class SignInService {
 public:
-    SignInService(UserStore& users, PasswordWorker& passwords, TokenTable& tokens);
+    SignInService(StoreWorkers& workers, UserStore& users, PasswordWorker& passwords,
+                  TokenTable& tokens);
 
     void AddRoutes(Router& router);
     /// The same, and the built-in account that reads presence may sign in.
@@ -20,16 +23,18 @@ public:
 
 private:
     void AddCommonRoutes(Router& router);
-    void SignIn(const Call& call, const Reply& reply);
+    void SignIn(const Router& router, Call call, const Reply& reply);
     void SignInBuiltIn(const Call& call, const Reply& reply);
-    [[nodiscard]] nlohmann::json Grant(TokenTable::Login login, const std::string& address,
-                                       const std::string& userName);
-    void KeepUpToDate(const std::string& hash, const std::string& login,
-                      const std::string& password);
-    /// The answer; throws the refusal of who may not come in.
-    [[nodiscard]] nlohmann::json Finish(const PasswordWorker::Attempt& attempt,
-                                        bool passwordIsRight);
+    void Finish(const Router& router, const Call& call, const Reply& reply,
+                const std::shared_ptr<PasswordWorker::Attempt>& attempt, bool isRight);
+    /// Who may come in with the token; throws the refusal of who may not.
+    [[nodiscard]] StoredUser RequireUser(const PasswordWorker::Attempt& attempt,
+                                         const std::string& token);
+    void KeepUpToDate(const PasswordWorker::Attempt& attempt);
+    [[nodiscard]] static Syncra::Protocol::SignInAnswer Grant(const StoredUser& user,
+                                                              const std::string& token);
 
+    StoreWorkers& workers_;
     UserStore& users_;
     PasswordWorker& passwords_;
     TokenTable& tokens_;

@@ -12,7 +12,8 @@
 namespace Nexar {
 
 /// The signals of all projects within one life of the server, and the requests that wait for them.
-/// A waiting request is a completion and a timer, not a thread.
+/// A waiting request is a completion and a timer, not a thread. Lives on the server's thread; what
+/// is raised while the store is written reaches it after the commit.
 class SignalHub {
 public:
     using Answer = std::function<void(Syncra::Protocol::SignalBatch)>;
@@ -58,8 +59,8 @@ private:
         Waiters waiters;
     };
 
-    void Raise(const std::string& projectId, Syncra::Protocol::SignalId id,
-               std::shared_ptr<const UserIds> audience);
+    void RaiseNow(const std::string& projectId, Syncra::Protocol::SignalId id,
+                  std::shared_ptr<const UserIds> audience);
     [[nodiscard]] static bool HasNews(const Project& project, const std::string& userId,
                                       std::uint64_t after);
     [[nodiscard]] Syncra::Protocol::SignalBatch

@@ -13,9 +13,6 @@ namespace {
 constexpr std::chrono::hours IdleLife{12};
 /// A token that was stolen is not for ever; a client that still has the password gets another.
 constexpr std::chrono::hours Life{24};
-constexpr std::size_t MaximumOfUser = 50;
-/// A whole office may stand behind one address.
-constexpr std::size_t MaximumOfAddress = 500;
 constexpr std::size_t MaximumBuiltIn = 10'000;
 
 std::string RandomToken()
@@ -95,7 +92,7 @@ void TokenTable::Erase(Entries::iterator entry)
 void TokenTable::MakeRoom(const Login& login, const std::string& owner)
 {
     const auto own = owners_.find(owner);
-    const std::size_t most = login.isBuiltIn ? MaximumOfAddress : MaximumOfUser;
+    const std::size_t most = login.isBuiltIn ? limits_.tokensOfAddress : limits_.tokensOfUser;
     if (own != owners_.end() && own->second.size() >= most) {
         Remove(std::string(own->second.front()));
     } else if (login.isBuiltIn && builtIn_ >= MaximumBuiltIn) {

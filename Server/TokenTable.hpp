@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Limits.hpp"
+
 #include <chrono>
 #include <list>
 #include <optional>
@@ -19,6 +21,8 @@ public:
         bool isBuiltIn = false;  ///< the presence service's read-only account
     };
 
+    explicit TokenTable(const Limits& limits) : limits_(limits) {}
+
     /// `address` is where he signs in from.
     [[nodiscard]] std::string Add(Login login, const std::string& address);
     [[nodiscard]] std::optional<Login> Find(const std::string& token);
@@ -29,7 +33,7 @@ public:
     /// Whose limits the login counts for.
     [[nodiscard]] static std::string OwnerOf(const Login& login, const std::string& address)
     {
-        return login.isBuiltIn ? "@" + address : login.userId;
+        return login.userId.empty() ? "@" + address : login.userId;
     }
 
 private:
@@ -47,6 +51,7 @@ private:
     void Erase(Entries::iterator entry);
     void MakeRoom(const Login& login, const std::string& owner);
 
+    const Limits& limits_;
     Entries entries_;
     std::unordered_map<std::string, Order> owners_;
     std::size_t builtIn_ = 0;

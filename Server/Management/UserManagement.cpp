@@ -3,6 +3,8 @@
 #include "Base64Field.hpp"
 #include "Management/ConfigurationStore.hpp"
 
+#include "OVRoot/SecureWipe.hpp"
+
 namespace Nexar {
 
 using namespace Syncra::Protocol;
@@ -32,16 +34,32 @@ void UserManagement::AddRoutes(Router& router)
         const auto id = SelfOr(call, context_.rights.IsAnyManager(call));
         return json{{"groups", groups_.GroupsOf(id)}};
     });
-    router.AddAsync("PUT", Path("/{}/password"),
-                    [this](const Call& call, const Reply& reply) { SetPassword(call, reply); });
+    router.AddAsync(
+        "PUT", Path("/{}/password"),
+        [this](Call& call) {
+            const auto id = SelfOr(call, context_.rights.IsAdministrator(call));
+            call.findings = {id, ReadPassword(call.Body())};
+            OV::SecureWipe(call.request.body);
+        },
+        [this, &router](Call call, const Reply& reply) {
+            SetPassword(router, std::move(call), reply);
+        });
     AddPhotoRoutes(router);
 }
 
 void UserManagement::AddInsertRoute(Router& router)
 {
-    router.AddAsync("POST", Path(), [this](const Call& call, const Reply& reply) {
-        InsertWithPassword(call, reply);
-    });
+    router.AddAsync(
+        "POST", Path(),
+        [this](Call& call) {
+            // Before the hash, which costs far more than the rest.
+            RequireWriter(call);
+            if (const auto body = call.Body(); body.contains("password"))
+                call.findings.push_back(ReadPassword(body));
+        },
+        [this, &router](Call call, const Reply& reply) {
+            InsertWithPassword(router, std::move(call), reply);
+        });
 }
 
 void UserManagement::AddPhotoRoutes(Router& router)
@@ -116,7 +134,7 @@ void UserManagement::Updated(const Records::User& before, const Records::User& a
 
 void UserManagement::Deleted(const Records::User& user, const std::vector<std::string>& projects)
 {
-    tokens_.RemoveUser(OV::ToUtf8(user.id));
+    EndTokens(OV::ToUtf8(user.id), {});
     for (const auto& project : projects) {
         // Reaches the request that he himself holds, too: his client asks again and is refused.
         context_.signals.Raise(project, SignalId::MembersChanged);
@@ -145,36 +163,41 @@ void UserManagement::SetPhoto(const Call& call)
         context_.signals.Raise(project, SignalId::MembersChanged);
 }
 
-void UserManagement::InsertWithPassword(const Call& call, const Reply& reply)
+void UserManagement::InsertWithPassword(const Router& router, Call call, const Reply& reply)
 {
-    // Before the hash, which costs far more than the rest.
-    RequireWriter(call);
-    const auto body = call.Body();
-    const auto insert = [this, call](const std::string& hash) {
-        return ToJson(Insert(call, [&](const Records::User& user) {
-            users_.SetPasswordHash(OV::ToUtf8(user.id), hash);
-        }));
+    const auto asked = std::make_shared<Call>(std::move(call));
+    const auto insert = [this, &router, asked, reply](const std::string& hash) {
+        router.AnswerWriting(std::move(*asked), reply, [this, hash](Call& checked) {
+            const OV::SecureWipeGuard wipe(checked.request.body);
+            return DumpJson(ToJson(Insert(checked, [&](const Records::User& user) {
+                users_.SetPasswordHash(OV::ToUtf8(user.id), hash);
+            })));
+        });
     };
-    if (!body.contains("password")) {
-        reply(JsonResponse(insert("")));
-        return;
-    }
-    passwords_.Make(ReadPassword(body), reply, [insert, reply](const std::string& hash) {
-        Router::Answer(reply, [&] { return insert(hash); });
-    });
+    if (asked->findings.empty())
+        return insert("");
+    const OV::SecureWipeGuard wipe(asked->findings.front());
+    passwords_.Make(asked->findings.front(), reply, insert);
 }
 
-void UserManagement::SetPassword(const Call& call, const Reply& reply)
+void UserManagement::SetPassword(const Router& router, Call call, const Reply& reply)
 {
-    const auto id = SelfOr(call, context_.rights.IsAdministrator(call));
-    passwords_.Make(ReadPassword(call.Body()), reply,
-                    [this, call, id, reply](const std::string& hash) {
-                        Router::Answer(reply, [&] {
-                            users_.SetPasswordHash(id, hash);
-                            tokens_.RemoveUser(id, call.request.token);
-                            return json::object();
-                        });
+    const OV::SecureWipeGuard wipe(call.findings[1]);
+    passwords_.Make(call.findings[1], reply,
+                    [this, &router, id = call.findings[0], request = call.request, user = call.user,
+                     reply](const std::string& hash) {
+                        router.AnswerWriting({request, {}, user}, reply,
+                                             [this, id, hash](const Call& checked) {
+                                                 users_.SetPasswordHash(id, hash);
+                                                 EndTokens(id, checked.request.token);
+                                                 return DumpJson(json::object());
+                                             });
                     });
+}
+
+void UserManagement::EndTokens(const std::string& userId, const std::string& keptToken)
+{
+    StoreWorkers::AfterCommit([this, userId, keptToken] { tokens_.RemoveUser(userId, keptToken); });
 }
 
 std::string UserManagement::ReadPassword(const json& body)
