@@ -1,11 +1,11 @@
 #include "BinCacheHandler/BinCacheHandler.hpp"
-#include "CompositeStringIndex.hpp"
 #include "EventLogUpdater.hpp"
 #include "IO/File.hpp"
-#include "LogFilter.hpp"
-#include "LogLineReader.hpp"
-#include "LogTable.hpp"
-#include "LogText.hpp"
+#include "Log/LogFilter.hpp"
+#include "Log/LogLineReader.hpp"
+#include "Log/LogTable.hpp"
+#include "LogIndex/CompositeStringIndex.hpp"
+#include "LogLine/LogText.hpp"
 #include "Support/TemporaryFolder.hpp"
 
 #include <benchmark/benchmark.h>
@@ -92,17 +92,17 @@ Syncra::Protocol::Project TheProject()
 
 Lines LinesOf(std::int64_t count)
 {
-    const auto lines = ReadLogLines(PageOf(count), TheProject());
+    const auto lines = SYC::ReadLogLines(PageOf(count), TheProject());
     return {lines.begin(), lines.end()};
 }
 
 std::size_t SplitAll(OV::String& log)
 {
-    LogText text(std::move(log));
+    SYC::LogText text(std::move(log));
     OV::Array<OV::StringView> fields;
     std::size_t count = 0;
     for (std::uint32_t line = 0; line < text.GetLineCount(); ++line) {
-        LogText::Split(text.GetLine(line), Separator, fields);
+        SYC::LogText::Split(text.GetLine(line), Separator, fields);
         count += fields.size();
     }
     log = text.TakeText();
@@ -152,11 +152,11 @@ struct Columns {
     {
         OV::Array<OV::StringView> fields;
         for (std::uint32_t line = 0; line < text.GetLineCount(); ++line) {
-            LogText::Split(text.GetLine(line), Separator, fields);
+            SYC::LogText::Split(text.GetLine(line), Separator, fields);
             parts.push_back({fields[0], fields[1], fields[2]});
         }
     }
-    LogText text;
+    SYC::LogText text;
     std::vector<std::array<OV::StringView, 3>> parts;
 };
 
@@ -262,8 +262,8 @@ void LogLoadBesideRead(benchmark::State& state)
         SYC::BinCacheHandler other(u"bench");
         other.GetCacheData([&](const Lines& part, std::uint64_t, std::uint64_t) {
             if (std::exchange(isFirst, false)) {
-                const LogTable table(std::make_shared<Lines>(part), {0, 1, 2});
-                benchmark::DoNotOptimize(table.GetText(1, LogTable::Timestamp));
+                const SYC::LogTable table(std::make_shared<Lines>(part), {0, 1, 2});
+                benchmark::DoNotOptimize(table.GetText(1, SYC::LogTable::Timestamp));
                 firstScreens.push_back(std::chrono::duration<double, std::milli>(
                                            std::chrono::steady_clock::now() - begin)
                                            .count());
@@ -297,9 +297,9 @@ void LogMemory(benchmark::State& state)
 }
 
 /// The viewer's question: a user's lines of a quarter of the time.
-LogFilter Question(std::int64_t count)
+SYC::LogFilter Question(std::int64_t count)
 {
-    LogFilter filter;
+    SYC::LogFilter filter;
     filter.projectId = TheProject().id;
     filter.from = 1'700'000'000 + count * 20;
     filter.to = 1'700'000'000 + count * 31;
@@ -330,7 +330,7 @@ void LogBesideSqlite(benchmark::State& state)
         sqlite3_prepare_v2(database, "INSERT INTO log VALUES (?, ?, ?, ?, ?, ?)", -1, &statement,
                            nullptr);
         for (const LogDataLine& line : lines) {
-            const LogRecord record = line.Record();
+            const SYC::LogRecord record = line.Record();
             const auto text = [&](int at, OV::StringView value) {
                 sqlite3_bind_text(statement, at, value.data(), static_cast<int>(value.size()),
                                   SQLITE_STATIC);

@@ -8,11 +8,10 @@
 #include "SYClientBase/MessageLoopExecutor.hpp"
 #include "Support/StoreEdit.hpp"
 #include "Support/TemporaryFolder.hpp"
-#include "SyncraProtocol/Detail/MessageJson.hpp"
+#include "SyncraProtocol/Detail/ModelRecords.hpp"
 #include "SyncraURL.hpp"
 
 #include <benchmark/benchmark.h>
-#include <nlohmann/json.hpp>
 
 #include <chrono>
 #include <malloc.h>
@@ -52,10 +51,8 @@ OV::Ref<ClientMail> MakeMail(const OV::UniString& sender, const OV::UniString& r
 /// What the client sends for that mail.
 std::string BodyOf(ClientMail& mail)
 {
-    return Syncra::Protocol::DumpJson(
-        {{"key", OV::ToUtf8(mail.GetId())},
-         {"recipients", Syncra::Protocol::TextsToJson(mail.GetRecipientsLoginName())},
-         {"message", Syncra::Protocol::ToJson(mail.ConvertToSyncraMessage())}});
+    return Syncra::Protocol::WriteJson(Syncra::Protocol::MailDelivery<Syncra::Protocol::Message>{
+        mail.GetId(), mail.GetRecipientsLoginName(), mail.ConvertToSyncraMessage()});
 }
 
 /// A server, and hosts of the sample team's "Harbour Bridge" on it.
@@ -162,14 +159,15 @@ void RefreshBox(benchmark::State& state)
     sender.SignIn();
     sender.Post(MailsPath, BodyOf(*MakeMail(u"anna.novak", u"yuki.tanaka")));
     // The others in the store itself: delivering each takes a flush of the disk.
-    EditStore(scene.server.StorePath(),
-              "WITH RECURSIVE copies(i) AS (SELECT 2 UNION ALL SELECT i + 1 FROM copies WHERE i < " +
-                  std::to_string(FetchedMails) +
-                  ") INSERT INTO mails (id, project_id, time_stamp, header, body) "
-                  "SELECT id || i, project_id, time_stamp, header, body FROM mails, copies;"
-                  "INSERT INTO mail_entries SELECT e.user_id, e.project_id, e.time_stamp, m.number, "
-                  "e.is_copy, e.is_read, e.is_historical, e.read_change, e.historical_change "
-                  "FROM mail_entries e JOIN mails m ON m.number != e.mail WHERE e.is_copy = 0");
+    EditStore(
+        scene.server.StorePath(),
+        "WITH RECURSIVE copies(i) AS (SELECT 2 UNION ALL SELECT i + 1 FROM copies WHERE i < " +
+            std::to_string(FetchedMails) +
+            ") INSERT INTO mails (id, project_id, time_stamp, header, body) "
+            "SELECT id || i, project_id, time_stamp, header, body FROM mails, copies;"
+            "INSERT INTO mail_entries SELECT e.user_id, e.project_id, e.time_stamp, m.number, "
+            "e.is_copy, e.is_read, e.is_historical, e.read_change, e.historical_change "
+            "FROM mail_entries e JOIN mails m ON m.number != e.mail WHERE e.is_copy = 0");
     BareClient bare(scene.server.ModelPort());
     bare.SignIn("yuki.tanaka");
     Clock::duration oursTime{}, bareTime{};

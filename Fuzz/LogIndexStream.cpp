@@ -1,7 +1,7 @@
 #include "Targets.hpp"
 
+#include "LogIndex/StringIndex.hpp"
 #include "OVRoot/MemoryChannels.hpp"
-#include "StringIndex.hpp"
 
 // The bytes are an index of texts.
 void Fuzz::LogIndexStream(OV::StringView bytes)

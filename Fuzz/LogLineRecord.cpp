@@ -6,7 +6,7 @@
 // The bytes are a record of a line; both ways of reading it agree.
 void Fuzz::LogLineRecord(OV::StringView bytes)
 {
-    LogRecord record;
+    SYC::LogRecord record;
     const std::size_t length = record.Parse(bytes);
     LogDataLine line;
     OV::MemoryIChannel channel(bytes);

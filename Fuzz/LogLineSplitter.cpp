@@ -1,7 +1,7 @@
 #include "Targets.hpp"
 
-#include "LogLineReader.hpp"
-#include "LogText.hpp"
+#include "Log/LogLineReader.hpp"
+#include "LogLine/LogText.hpp"
 
 // The bytes are a separator of the length that the first one says, and the text of a log.
 void Fuzz::LogLineSplitter(OV::StringView bytes)
@@ -12,14 +12,14 @@ void Fuzz::LogLineSplitter(OV::StringView bytes)
     Syncra::Protocol::EventLogPage page;
     page.separator = bytes.substr(1, length);
     page.text = bytes.substr(std::min<std::size_t>(bytes.size(), 1 + length));
-    const LogText text(page.text);
+    const SYC::LogText text(page.text);
     OV::Array<OV::StringView> fields;
     for (std::uint32_t line = 0; line < text.GetLineCount(); ++line) {
-        LogText::Split(text.GetLine(line), page.separator, fields);
+        SYC::LogText::Split(text.GetLine(line), page.separator, fields);
         OV::String joined;
         for (std::size_t at = 0; at < fields.size(); ++at)
             joined += (at > 0 ? page.separator : OV::String()) + OV::String(fields[at]);
         Promise(joined == text.GetLine(line), "no byte of a line is lost");
     }
-    Promise(ReadLogLines(page, {}).size() == text.GetLineCount(), "each line is one");
+    Promise(SYC::ReadLogLines(page, {}).size() == text.GetLineCount(), "each line is one");
 }

@@ -1,9 +1,7 @@
 #include "Targets.hpp"
 
 #include "Messaging/MailMessageConversion.hpp"
-#include "SyncraProtocol/Detail/MessageJson.hpp"
-
-#include <nlohmann/json.hpp>
+#include "SyncraProtocol/Detail/ModelRecords.hpp"
 
 #include <optional>
 
@@ -29,7 +27,7 @@ std::optional<Message> ToMessage(OV::StringView body)
 {
     using namespace Syncra::Protocol;
     try {
-        return FromJson<Message>(ParseJson(body));
+        return ReadAnswer<Message>(body);
     } catch (const MalformedRecordException&) {
         return std::nullopt;
     }
@@ -43,7 +41,7 @@ void Fuzz::MailMessage(OV::StringView bytes)
     const auto message = ToMessage(bytes);
     if (!message)
         return;
-    const auto onTheWire = Syncra::Protocol::DumpJson(ToJson(*message));
+    const auto onTheWire = Syncra::Protocol::WriteJson(*message);
     Promise(ToMessage(onTheWire) == message, "a message comes back as it was");
     auto mail = ToMail(*message);
     if (!mail)

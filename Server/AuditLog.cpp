@@ -1,9 +1,7 @@
 #include "AuditLog.hpp"
 
 #include "OVRoot/UniString.hpp"
-#include "SyncraProtocol/Detail/Json.hpp"
-
-#include <nlohmann/json.hpp>
+#include "SyncraProtocol/Detail/JsonText.hpp"
 
 #include <chrono>
 #include <ctime>
@@ -21,6 +19,26 @@ constexpr int Kept = 5;
 std::string Numbered(const std::string& file, int number)
 {
     return number == 0 ? file : file + "." + std::to_string(number);
+}
+
+struct AuditLine {
+    OV::UniString time;
+    OV::UniString user;
+    OV::UniString address;
+    OV::UniString method;
+    OV::UniString path;
+    std::int32_t status = 0;
+};
+
+template <class Visitor>
+void Describe(Visitor& v, AuditLine& line)
+{
+    v("time", line.time);
+    v("user", line.user);
+    v("address", line.address);
+    v("method", line.method);
+    v("path", line.path);
+    v("status", line.status);
 }
 
 /// On the thread of the writer alone.
@@ -99,16 +117,14 @@ void AuditLog::Add(const HttpRequest& request, const std::string& user,
     const bool isRefusal = response.status == 401 || response.status == 403;
     if (!writer_ || (request.method == "GET" && !isRefusal))
         return;
-    const auto text = [](const std::string& value) {
-        return Syncra::Protocol::TextToJson(OV::FromUtf8(value));
-    };
-    const nlohmann::json line{{"time", Now()},
-                              {"user", text(user)},
-                              {"address", request.address},
-                              {"method", request.method},
-                              {"path", text(PathOf(request))},
-                              {"status", response.status}};
-    writer_->Write(Syncra::Protocol::DumpJson(line) + '\n');
+    AuditLine line;
+    line.time = OV::FromUtf8(Now());
+    line.user = OV::FromUtf8(user);
+    line.address = OV::FromUtf8(request.address);
+    line.method = OV::FromUtf8(request.method);
+    line.path = OV::FromUtf8(PathOf(request));
+    line.status = response.status;
+    writer_->Write(Syncra::Protocol::WriteJson(line) + '\n');
 }
 
 }  // namespace Nexar

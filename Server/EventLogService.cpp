@@ -3,9 +3,7 @@
 #include "OVRoot/Logger.hpp"
 #include "OVRoot/System.hpp"
 #include "ProjectAccess.hpp"
-#include "SyncraProtocol/Detail/Json.hpp"
-
-#include <nlohmann/json.hpp>
+#include "SyncraProtocol/Detail/ModelRecords.hpp"
 
 #include <algorithm>
 #include <ctime>
@@ -13,7 +11,6 @@
 namespace Nexar {
 
 using namespace Syncra::Protocol;
-using nlohmann::json;
 
 namespace {
 
@@ -53,17 +50,14 @@ void EventLogService::AddRoutes(Router& router)
         if (!groups_.IsIn(call.user.userId, UserGroups::Administrators) &&
             !groups_.IsIn(call.user.userId, UserGroups::ProjectManagers))
             RequireMembership(projects_, call, call.parameters[0]);
-        return ToJson(log_.Page(call.parameters[0], ReadRange(call)));
+        return log_.Page(call.parameters[0], ReadRange(call));
     });
-    router.Add("POST", events, [this](const Call& call) {
-        Add(call);
-        return json::object();
-    });
+    router.Add("POST", events, [this](const Call& call) { Add(call); });
     router.Add("GET", "/syncra/v1/performance", [this](const Call& call) {
         if (!groups_.IsIn(call.user.userId, UserGroups::Administrators))
             throw Refusal(ErrorCode::AccessDenied,
                           "The log of the server's load is for administrators.");
-        return ToJson(log_.PerformancePage(ReadRange(call)));
+        return log_.PerformancePage(ReadRange(call));
     });
 }
 
@@ -71,7 +65,7 @@ void EventLogService::Add(const Call& call)
 {
     const auto& project = call.parameters[0];
     RequireMembership(projects_, call, project);
-    const auto event = FromJson<LoggedEvent>(call.Body());
+    const auto event = call.Read<LoggedEvent>();
     if (std::find(std::begin(Actions), std::end(Actions), event.action) == std::end(Actions))
         throw Refusal(ErrorCode::BadRequest,
                       "\"" + OV::ToUtf8(event.action) + "\" is no action that clients tell.");

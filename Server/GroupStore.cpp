@@ -2,14 +2,14 @@
 
 namespace Nexar {
 
-std::vector<std::string> GroupStore::GroupsOf(const std::string& userId)
+std::vector<OV::UniString> GroupStore::GroupsOf(const std::string& userId)
 {
     auto query = database_.Prepare(
         "SELECT group_name FROM user_group_members WHERE user_id = ?1 ORDER BY group_name");
     query.Bind(1, userId);
-    std::vector<std::string> groups;
+    std::vector<OV::UniString> groups;
     while (query.Step())
-        groups.push_back(query.Text(0));
+        groups.push_back(OV::FromUtf8(query.View(0)));
     return groups;
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Database.hpp"
+#include "OVRoot/UniString.hpp"
 
 #include <string>
 #include <vector>
@@ -19,7 +20,7 @@ public:
     explicit GroupStore(Database& database) : database_(database) {}
 
     /// By name.
-    [[nodiscard]] std::vector<std::string> GroupsOf(const std::string& userId);
+    [[nodiscard]] std::vector<OV::UniString> GroupsOf(const std::string& userId);
     [[nodiscard]] bool IsIn(const std::string& userId, const std::string& group);
     /// Does nothing when he is in it already.
     void Add(const std::string& userId, const std::string& group);

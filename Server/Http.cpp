@@ -1,10 +1,8 @@
 #include "Http.hpp"
 
 #include "OVRoot/PercentCoding.hpp"
-#include "SyncraProtocol/Detail/Json.hpp"
+#include "SyncraProtocol/Detail/ModelRecords.hpp"
 #include "SyncraProtocol/ErrorCode.hpp"
-
-#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <utility>
@@ -67,8 +65,8 @@ std::function<void()> Reply::MakeAbandon() const
 
 HttpResponse ErrorResponse(int status, std::int32_t code, std::string_view message)
 {
-    return {status,
-            Syncra::Protocol::DumpJson({{"code", code}, {"message", std::string(message)}})};
+    using namespace Syncra::Protocol;
+    return {status, WriteJson(RefusalBody{code, OV::FromUtf8(message)})};
 }
 
 bool ParseTarget(std::string_view target, HttpRequest& request)

@@ -1,12 +1,8 @@
 #include "MailService.hpp"
 
-#include "Base64Field.hpp"
 #include "ProjectAccess.hpp"
 
-#include "SyncraProtocol/Detail/Json.hpp"
-#include "SyncraProtocol/Message.hpp"
-
-#include <nlohmann/json.hpp>
+#include "OVRoot/Base64.hpp"
 
 #include <algorithm>
 #include <charconv>
@@ -16,7 +12,6 @@
 namespace Nexar {
 
 using namespace Syncra::Protocol;
-using nlohmann::json;
 
 namespace {
 
@@ -31,9 +26,8 @@ const std::string MailsPath = "/syncra/v1/projects/{}/mails";
     throw Refusal(ErrorCode::BadRequest, message);
 }
 
-std::string ReadKey(const json& body)
+std::string CheckedKey(const OV::UniString& key)
 {
-    const auto key = ReadText(body, "key");
     if (key.empty())
         Malformed("The key is empty. Make a new one for each mail.");
     if (key.size() > MaximumKeyUnits)
@@ -41,37 +35,40 @@ std::string ReadKey(const json& body)
     return OV::ToUtf8(key);
 }
 
-std::vector<std::string> ReadRecipients(const json& body)
+std::vector<std::string> ToUtf8(const OV::Array<OV::UniString>& texts)
 {
-    std::vector<std::string> recipients;
-    for (const auto& login : ReadTexts(body, "recipients"))
-        recipients.push_back(OV::ToUtf8(login));
+    std::vector<std::string> utf8(texts.size());
+    std::transform(texts.begin(), texts.end(), utf8.begin(), OV::ToUtf8);
+    return utf8;
+}
+
+std::vector<std::string> CheckedRecipients(const OV::Array<OV::UniString>& recipients)
+{
     if (recipients.empty())
         Malformed("A mail needs at least one recipient.");
     if (recipients.size() > MaximumRecipients)
         throw Refusal(ErrorCode::TooLarge, "A mail goes to at most 1000 recipients.");
-    return recipients;
+    return ToUtf8(recipients);
 }
 
-/// As it came, but for who sent it: that is what the token says, whatever the client wrote. Its
-/// form is checked, for a wrong one would spoil the recipients' whole page.
-std::string ReadHeader(const json& message, const StoredUser& sender)
+/// What counts of a mail on its way in. Its texts stay as they came, escapes and all.
+struct MailContents {
+    OV::HashTable<std::string, std::string> header;
+    std::string bodyData;
+};
+
+template <class Visitor>
+void Describe(Visitor& v, MailContents& contents)
 {
-    const auto header = message.find("header");
-    if (header == message.end() || !header->is_object() ||
-        !std::all_of(header->begin(), header->end(),
-                     [](const json& text) { return text.is_string(); }))
-        Malformed("The header of the message is no object of texts.");
-    json signedHeader = *header;
-    signedHeader["Sender"] = sender.login;
-    signedHeader["SenderFullName"] = sender.fullName;
-    return DumpJson(signedHeader);
+    DescribeContents(v, contents);
 }
 
-std::string ReadBody(const json& message)
+/// As it came, but for who sent it: that is what the token says, whatever the client wrote.
+std::string SignedHeader(MailContents& contents, const StoredUser& sender)
 {
-    (void)ReadBase64(message, "body", Message::MaximumBodySize);
-    return message.at("body").get<std::string>();
+    contents.header["Sender"] = sender.login;
+    contents.header["SenderFullName"] = sender.fullName;
+    return WriteJson(contents.header);
 }
 
 void RequireFew(std::size_t count)
@@ -79,20 +76,6 @@ void RequireFew(std::size_t count)
     if (count > MaximumIds)
         throw Refusal(ErrorCode::TooLarge,
                       "A request names at most 1000 mails. Send them in parts.");
-}
-
-FlagEntries ReadFlagEntries(const json& body)
-{
-    FlagEntries entries;
-    const auto& list = ReadArray(body, "entries");
-    RequireFew(list.size());
-    for (const json& entry : list) {
-        if (!entry.is_array() || entry.size() != 2 || !entry[0].is_string() ||
-            !entry[1].is_boolean())
-            Malformed("A flag entry is a mail's id and true or false.");
-        entries.emplace_back(entry[0].get<std::string>(), entry[1].get<bool>());
-    }
-    return entries;
 }
 
 /// A whole number from the front of `text`, which loses it; nothing when there is none.
@@ -133,32 +116,29 @@ void MailService::AddRoutes(Router& router)
 {
     router.Add(
         "POST", MailsPath, [this](const Call& call) { return Send(call); }, Router::LargeBody);
-    router.AddText("GET", MailsPath, [this](const Call& call) {
-        return mails_.PageJson(BoxOf(call), ReadPlace(call));
-    });
+    router.Add("GET", MailsPath,
+               [this](const Call& call) { return mails_.PageJson(BoxOf(call), ReadPlace(call)); });
     AddFlagRoutes(router, "/status", MailFlag::Read);
     AddFlagRoutes(router, "/historical", MailFlag::Historical);
     router.Add("POST", MailsPath + "/delete", [this](const Call& call) {
         const auto box = BoxOf(call);
-        const auto named = ReadTexts(call.Body(), "ids");
-        RequireFew(named.size());
-        std::vector<std::string> ids;
-        for (const auto& id : named)
-            ids.push_back(OV::ToUtf8(id));
-        mails_.Delete(box, ids);
-        return json::object();
+        const auto ids = call.Read<MailIds>().value;
+        RequireFew(ids.size());
+        mails_.Delete(box, ToUtf8(ids));
     });
 }
 
 void MailService::AddFlagRoutes(Router& router, const std::string& name, MailFlag flag)
 {
-    router.AddText("GET", MailsPath + name, [this, flag](const Call& call) {
-        return mails_.FlagsJson(BoxOf(call), flag, call.QueryNumber("after", 0));
+    router.Add("GET", MailsPath + name, [this, flag](const Call& call) {
+        const auto box = BoxOf(call);
+        return mails_.Flags(box, flag, call.QueryNumber("after", 0));
     });
     router.Add("PUT", MailsPath + name, [this, flag](const Call& call) {
         const auto box = BoxOf(call);
-        mails_.SetFlags(box, flag, ReadFlagEntries(call.Body()));
-        return json::object();
+        const auto entries = call.Read<FlagUpdateOf<std::string>>().value;
+        RequireFew(entries.size());
+        mails_.SetFlags(box, flag, entries);
     });
 }
 
@@ -176,19 +156,16 @@ StoredUser MailService::SenderOf(const Call& call)
     return *std::move(sender);
 }
 
-json MailService::Send(const Call& call)
+MailReceipt MailService::Send(const Call& call)
 {
     const auto box = BoxOf(call);
-    const auto body = call.Body();
-    const auto message = body.find("message");
-    if (message == body.end() || !message->is_object())
-        Malformed("Field \"message\" is missing or no object.");
-    const auto delivery =
-        mails_.Deliver({box.projectId, box.userId, ReadKey(body), ReadRecipients(body),
-                        ReadHeader(*message, SenderOf(call)), ReadBody(*message)});
+    auto sent = call.Read<MailDelivery<MailContents>>();
+    const auto delivery = mails_.Deliver(
+        {box.projectId, box.userId, CheckedKey(sent.key), CheckedRecipients(sent.recipients),
+         SignedHeader(sent.message, SenderOf(call)), OV::EncodeBase64(sent.message.bodyData)});
     if (!delivery.duplicate)
         signals_.Raise(box.projectId, SignalId::NewMail, delivery.concerned);
-    return {{"id", delivery.id}, {"duplicate", delivery.duplicate}};
+    return {OV::FromUtf8(delivery.id), delivery.duplicate};
 }
 
 }  // namespace Nexar

@@ -21,7 +21,7 @@ private:
     /// The box of the user in the project of the path. Throws Refusal when he is no member.
     [[nodiscard]] MailBox BoxOf(const Call& call);
     [[nodiscard]] StoredUser SenderOf(const Call& call);
-    [[nodiscard]] nlohmann::json Send(const Call& call);
+    [[nodiscard]] Syncra::Protocol::MailReceipt Send(const Call& call);
 
     UserStore& users_;
     ProjectStore& projects_;

@@ -16,29 +16,28 @@ constexpr std::size_t MaximumPageBytes = 8u << 20;
 /// What stands around header and body in a page, and more.
 constexpr std::size_t BytesAroundMail = 256;
 
-constexpr std::string_view JsonOf(bool value)
+/// A mail as its row holds it. Header, body and ids are JSON already: a page of them is glued, not
+/// parsed and written again.
+struct MailRow {
+    Syncra::Protocol::PlainJsonText mailId;
+    bool read;
+    bool copy;
+    bool historical;
+    std::int64_t timeStamp;
+    Syncra::Protocol::RawJson header;
+    Syncra::Protocol::PlainJsonText bodyData;
+};
+
+template <class Visitor>
+void Describe(Visitor& v, MailRow& mail)
 {
-    return value ? "true" : "false";
+    DescribeMail(v, mail);
 }
 
-/// Header, body and ids are JSON already: a page of them is glued, not parsed and written again.
-void AppendMail(std::string& page, const Statement& row)
+MailRow ReadMail(const Statement& row)
 {
-    page += page.ends_with('[') ? "{\"id\":\"" : ",{\"id\":\"";
-    page += row.View(1);
-    page += "\",\"timeStamp\":";
-    page += row.View(2);
-    page += ",\"copy\":";
-    page += JsonOf(row.Number(3) != 0);
-    page += ",\"read\":";
-    page += JsonOf(row.Number(4) != 0);
-    page += ",\"historical\":";
-    page += JsonOf(row.Number(5) != 0);
-    page += ",\"header\":";
-    page += row.View(6);
-    page += ",\"body\":\"";
-    page += row.View(7);
-    page += "\"}";
+    return {{row.View(1)}, row.Number(4) != 0, row.Number(3) != 0, row.Number(5) != 0,
+            row.Number(2), {row.View(6)},      {row.View(7)}};
 }
 
 struct FlagStatements {
@@ -205,29 +204,24 @@ std::string MailStore::PageJson(const MailBox& box, const MailPlace& from)
             cursor = query.Text(2) + '-' + query.Text(0);
             break;
         }
-        AppendMail(page, query);
+        page += count > 0 ? "," : "";
+        page += Syncra::Protocol::WriteJson(ReadMail(query), size);
     }
     return page + "],\"cursor\":\"" + cursor + "\"}";
 }
 
-std::string MailStore::FlagsJson(const MailBox& box, MailFlag flag, std::uint64_t after)
+FlagPage MailStore::Flags(const MailBox& box, MailFlag flag, std::uint64_t after)
 {
+    FlagPage page;
     // Read first: what another process changes in between is told once more, not forgotten.
-    const auto change = LastChange(box.projectId);
-    const bool isKnown = after <= static_cast<std::uint64_t>(change);
+    page.change = static_cast<std::uint64_t>(LastChange(box.projectId));
     auto query = database_.Prepare(StatementsOf(flag).changed);
     query.Bind(1, box.userId)
         .Bind(2, box.projectId)
-        .Bind(3, isKnown ? static_cast<std::int64_t>(after) : 0);
-    std::string entries;
-    while (query.Step()) {
-        entries += entries.empty() ? "[\"" : ",[\"";
-        entries += query.View(0);
-        entries += "\",";
-        entries += JsonOf(query.Number(1) != 0);
-        entries += ']';
-    }
-    return "{\"entries\":[" + entries + "],\"change\":" + std::to_string(change) + '}';
+        .Bind(3, after <= page.change ? static_cast<std::int64_t>(after) : 0);
+    while (query.Step())
+        page.entries.emplace_back(query.View(0), query.Number(1) != 0);
+    return page;
 }
 
 void MailStore::SetFlags(const MailBox& box, MailFlag flag, const FlagEntries& entries)

@@ -2,6 +2,7 @@
 
 #include "Database.hpp"
 #include "Limits.hpp"
+#include "SyncraProtocol/Detail/ModelRecords.hpp"
 
 #include <cstdint>
 #include <set>
@@ -41,7 +42,8 @@ struct MailPlace {
 };
 
 enum class MailFlag { Read, Historical };
-using FlagEntries = std::vector<std::pair<std::string, bool>>;
+using FlagPage = Syncra::Protocol::FlagPageOf<std::string>;
+using FlagEntries = decltype(FlagPage::entries);
 
 /// Mails of the projects: one text for everybody, one entry for each user whom it concerns.
 class MailStore {
@@ -57,9 +59,9 @@ public:
     /// than one at most 8 MiB. Its cursor is the place of the next page, "time-number".
     [[nodiscard]] std::string PageJson(const MailBox& box, const MailPlace& from);
 
-    /// Flags that changed after a change number, with the newest number, as JSON. All of them for 0
-    /// and for a number that was never given.
-    [[nodiscard]] std::string FlagsJson(const MailBox& box, MailFlag flag, std::uint64_t after);
+    /// Flags that changed after a change number, with the newest number. All of them for 0 and for
+    /// a number that was never given.
+    [[nodiscard]] FlagPage Flags(const MailBox& box, MailFlag flag, std::uint64_t after);
     /// Together or not at all; passes over mails that the box does not hold.
     void SetFlags(const MailBox& box, MailFlag flag, const FlagEntries& entries);
     void Delete(const MailBox& box, const std::vector<std::string>& ids);

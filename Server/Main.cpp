@@ -22,9 +22,7 @@
 #include "OVRoot/Guid.hpp"
 #include "OVRoot/Logger.hpp"
 #include "OVRoot/System.hpp"
-#include "SyncraProtocol/Detail/Json.hpp"
-
-#include <nlohmann/json.hpp>
+#include "SyncraProtocol/Detail/JsonText.hpp"
 
 #include <algorithm>
 #include <iostream>
@@ -33,16 +31,30 @@ namespace {
 
 using namespace Nexar;
 
+struct LogLine {
+    std::int32_t time = 0;
+    OV::UniString level;
+    OV::UniString text;
+};
+
+template <class Visitor>
+void Describe(Visitor& v, LogLine& line)
+{
+    v("time", line.time);
+    v("level", line.level);
+    v("text", line.text);
+}
+
 /// One line a record, whatever a client put into it.
 std::string LineOf(const OV::LogRecord& record, bool isJson)
 {
     if (isJson)
-        return Syncra::Protocol::DumpJson(
-                   {{"time", OV::Clock::Current().Now()},
-                    {"level", record.level == OV::LogLevel::Info      ? "info"
-                              : record.level == OV::LogLevel::Warning ? "warning"
-                                                                      : "error"},
-                    {"text", Syncra::Protocol::TextToJson(record.text)}}) +
+        return Syncra::Protocol::WriteJson(LogLine{OV::Clock::Current().Now(),
+                                                   record.level == OV::LogLevel::Info ? u"info"
+                                                   : record.level == OV::LogLevel::Warning
+                                                       ? u"warning"
+                                                       : u"error",
+                                                   record.text}) +
                '\n';
     std::string line = OV::ToUtf8(OV::EscapeForCarrier(record.text));
     std::replace(line.begin(), line.end(), '\n', ' ');

@@ -1,30 +1,18 @@
 #include "ModelService.hpp"
 
 #include "ProjectAccess.hpp"
-#include "SyncraProtocol/Detail/Json.hpp"
-
-#include <nlohmann/json.hpp>
+#include "SyncraProtocol/Detail/ModelRecords.hpp"
 
 #include <algorithm>
 
 namespace Nexar {
 
 using namespace Syncra::Protocol;
-using nlohmann::json;
 
 namespace {
 
 constexpr std::uint64_t LongestWaitMilliseconds = 60'000;
 constexpr std::size_t MaximumAttributeBytes = 4096;
-
-template <class Records>
-json ListOf(const char* key, const Records& records)
-{
-    json list = json::array();
-    for (const auto& record : records)
-        list.push_back(ToJson(record));
-    return json{{key, std::move(list)}};
-}
 
 }  // namespace
 
@@ -41,31 +29,30 @@ void ModelService::AddRoutes(Router& router)
 
 void ModelService::AddProjectRoutes(Router& router)
 {
-    router.Add("GET", "/syncra/v1/ports", [this](const Call&) { return ListOf("ports", ports_); });
+    router.Add("GET", "/syncra/v1/ports", [this](const Call&) { return PortList{ports_}; });
     router.Add("GET", "/syncra/v1/projects", [this](const Call& call) {
-        return ListOf("projects", projects_.VisibleTo(call.user.userId));
+        return ProjectList{projects_.VisibleTo(call.user.userId)};
     });
     router.Add("GET", "/syncra/v1/projects/exists", [this](const Call& call) {
-        return json{{"exists", projects_.NameExists(call.QueryText("name"))}};
+        return ProjectExistence{projects_.NameExists(call.QueryText("name"))};
     });
     router.Add("GET", "/syncra/v1/projects/{}/membership", [this](const Call& call) {
         (void)RequireProject(projects_, call.parameters[0]);
-        return json{{"member", projects_.IsMember(call.parameters[0], call.user.userId)}};
+        return ProjectMembership{projects_.IsMember(call.parameters[0], call.user.userId)};
     });
     router.Add("GET", "/syncra/v1/projects/{}/state", [this](const Call& call) {
-        const auto project = RequireMembership(projects_, call, call.parameters[0]);
-        return json{{"state", static_cast<std::int32_t>(project.state)}};
+        return StateOfProject{RequireMembership(projects_, call, call.parameters[0]).state};
     });
     router.Add("GET", "/syncra/v1/projects/{}/members", [this](const Call& call) {
         RequireMembership(projects_, call, call.parameters[0]);
-        return ListOf("members", members_.List(call.parameters[0]));
+        return MemberList{members_.List(call.parameters[0])};
     });
 }
 
 void ModelService::AddSessionRoutes(Router& router)
 {
     router.Add("GET", "/syncra/v1/projects/{}/sessions",
-               [this](const Call& call) { return ListOf("sessions", ListSessions(call)); });
+               [this](const Call& call) { return SessionList{ListSessions(call)}; });
     router.Add("POST", "/syncra/v1/projects/{}/sessions",
                [this](const Call& call) { return StartSession(call); });
     router.Add("DELETE", "/syncra/v1/sessions/{}", [this](const Call& call) {
@@ -74,7 +61,6 @@ void ModelService::AddSessionRoutes(Router& router)
             throw Refusal(ErrorCode::NotFound,
                           "You have no such session; it may have ended already.");
         signals_.Raise(*projectId, SignalId::SessionsChanged);
-        return json::object();
     });
 }
 
@@ -84,16 +70,15 @@ void ModelService::AddAttributeRoutes(Router& router)
         if (!sessions_.IsVisibleTo(call.parameters[0], call.user.userId))
             throw Refusal(ErrorCode::NotFound,
                           "There is no such session in a project of yours; it may have ended.");
-        const auto value = sessions_.GetAttribute(call.parameters[0], call.parameters[1]);
-        return json{{"value", TextToJson(OV::FromUtf8(value))}};
+        return AttributeValue{
+            OV::FromUtf8(sessions_.GetAttribute(call.parameters[0], call.parameters[1]))};
     });
     router.Add("PUT", "/syncra/v1/sessions/{}/attributes/{}", [this](const Call& call) {
         RequireOwnSession(call, call.parameters[0]);
-        const auto value = OV::ToUtf8(ReadText(call.Body(), "value"));
+        const auto value = OV::ToUtf8(call.Read<AttributeValue>().value);
         if (std::max(value.size(), call.parameters[1].size()) > MaximumAttributeBytes)
             throw Refusal(ErrorCode::TooLarge, "A session attribute holds at most 4096 bytes.");
         sessions_.SetAttribute(call.parameters[0], call.parameters[1], value);
-        return json::object();
     });
 }
 
@@ -119,18 +104,18 @@ std::vector<Session> ModelService::ListSessions(const Call& call)
     return own;
 }
 
-json ModelService::StartSession(const Call& call)
+Session ModelService::StartSession(const Call& call)
 {
     const auto& projectId = call.parameters[0];
     const auto project = RequireMembership(projects_, call, projectId);
     if (project.state == ProjectState::Maintenance)
         throw Refusal(ErrorCode::ProjectUnavailable,
                       "The project is under maintenance. Try again when it is over.");
-    const auto session = sessions_.Start(projectId, call.user.userId);
+    auto session = sessions_.Start(projectId, call.user.userId);
     if (!session)
         throw Refusal(ErrorCode::SessionExists, "You have a session in this project already.");
     signals_.Raise(projectId, SignalId::SessionsChanged);
-    return ToJson(*session);
+    return *std::move(session);
 }
 
 void ModelService::WaitForSignals(const Call& call, const Reply& reply)
@@ -143,7 +128,7 @@ void ModelService::WaitForSignals(const Call& call, const Reply& reply)
         presence = presence_.Enter(projectId, call.user.userLogin);
     reply.WhenGone(signals_.Wait(
         projectId, call.user.userId, call.QueryNumber("after", 0), std::chrono::milliseconds(wait),
-        [reply, presence](const SignalBatch& batch) { reply(JsonResponse(ToJson(batch))); }));
+        [reply, presence](const SignalBatch& batch) { reply(JsonResponse(batch)); }));
 }
 
 }  // namespace Nexar

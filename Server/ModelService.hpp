@@ -29,7 +29,7 @@ private:
 
     void RequireOwnSession(const Call& call, const std::string& sessionId);
     [[nodiscard]] std::vector<Syncra::Protocol::Session> ListSessions(const Call& call);
-    [[nodiscard]] nlohmann::json StartSession(const Call& call);
+    [[nodiscard]] Syncra::Protocol::Session StartSession(const Call& call);
     void WaitForSignals(const Call& call, const Reply& reply);
 
     ProjectStore& projects_;

@@ -2,8 +2,6 @@
 
 #include "Router.hpp"
 
-#include <nlohmann/json.hpp>
-
 #include <algorithm>
 #include <utility>
 
@@ -22,7 +20,7 @@ void Refuse(const Reply& reply, std::chrono::seconds retryAfter, const char* mes
 
 void Fail(const Reply& reply, std::exception_ptr error)
 {
-    Router::Answer(reply, [&]() -> nlohmann::json { std::rethrow_exception(error); });
+    Router::Answer(reply, [&] { std::rethrow_exception(error); });
 }
 
 }  // namespace

@@ -1,10 +1,8 @@
 #include "PresenceService.hpp"
 
-#include "SyncraProtocol/Detail/Json.hpp"
+#include "SyncraProtocol/Detail/ModelRecords.hpp"
 
 #include "OVRoot/Guid.hpp"
-
-#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <utility>
@@ -12,11 +10,10 @@
 namespace Nexar {
 
 using namespace Syncra::Protocol;
-using nlohmann::json;
 
 namespace {
 
-constexpr std::uint64_t LongestWaitMilliseconds = 60'000;
+constexpr std::uint64_t LongestPresenceWaitMilliseconds = 60'000;
 constexpr std::chrono::seconds SubscriptionLife{90};
 // Everybody can sign in as the built-in account: what an address leaves here is bounded, and pushes
 // out nobody else's.
@@ -37,7 +34,9 @@ void PresenceService::AddRoutes(Router& router)
     router.AllowBuiltIn(true);
     router.AddAsync(
         "POST", "/syncra/v1/presence/subscriptions", [this](Call& call) { FindProjects(call); },
-        [this](const Call& call, const Reply& reply) { reply(JsonResponse(Subscribe(call))); });
+        [this](const Call& call, const Reply& reply) {
+            reply(JsonResponse(PresenceSubscription{Subscribe(call)}));
+        });
     router.AddAsync("GET", "/syncra/v1/presence", nullptr,
                     [this](const Call& call, const Reply& reply) { WaitForChange(call, reply); });
     router.AllowBuiltIn(false);
@@ -45,7 +44,7 @@ void PresenceService::AddRoutes(Router& router)
 
 void PresenceService::FindProjects(Call& call)
 {
-    const auto asked = ReadTexts(call.Body(), "projects");
+    const auto asked = call.Read<PresenceProjects>().value;
     if (asked.size() > MaximumProjects)
         throw Refusal(ErrorCode::TooLarge, "A subscription takes at most 10000 projects.");
     for (const auto& project : asked)
@@ -53,7 +52,7 @@ void PresenceService::FindProjects(Call& call)
             call.findings.push_back(std::move(id));
 }
 
-json PresenceService::Subscribe(const Call& call)
+OV::UniString PresenceService::Subscribe(const Call& call)
 {
     Subscription subscription;
     subscription.owner = TokenTable::OwnerOf(call.user, call.request.address);
@@ -61,16 +60,16 @@ json PresenceService::Subscribe(const Call& call)
     subscription.projects.insert(call.findings.begin(), call.findings.end());
     subscription.present = PresentIn(subscription.projects);
     subscription.lastRequest = Clock::now();
-    const auto id = OV::ToUtf8(OV::Guid::Generate().ToText());
-    subscriptions_.emplace(id, std::move(subscription));
-    return {{"subscription", id}};
+    auto id = OV::Guid::Generate().ToText();
+    subscriptions_.emplace(OV::ToUtf8(id), std::move(subscription));
+    return id;
 }
 
 void PresenceService::WaitForChange(const Call& call, const Reply& reply)
 {
     const auto id = call.QueryText("subscription");
     const auto after = call.QueryNumber("after", 0);
-    const auto wait = std::min(call.QueryNumber("wait", 0), LongestWaitMilliseconds);
+    const auto wait = std::min(call.QueryNumber("wait", 0), LongestPresenceWaitMilliseconds);
     auto& subscription = FindSubscription(id);
     if (after != subscription.number || wait == 0 || stopping_)
         reply(AnswerOf(subscription));
@@ -173,10 +172,11 @@ void PresenceService::Release(Subscription& subscription)
 HttpResponse PresenceService::AnswerOf(Subscription& subscription)
 {
     subscription.lastRequest = Clock::now();
-    json present = json::array();
+    PresentUsers users;
     for (const auto& login : subscription.present)
-        present.push_back(TextToJson(OV::FromUtf8(login)));
-    return JsonResponse({{"present", std::move(present)}, {"next", subscription.number}});
+        users.present.insert(OV::FromUtf8(login));
+    users.next = subscription.number;
+    return JsonResponse(users);
 }
 
 }  // namespace Nexar

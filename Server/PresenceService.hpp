@@ -36,7 +36,8 @@ private:
 
     /// On a thread that reads: those of the body that there are.
     void FindProjects(Call& call);
-    [[nodiscard]] nlohmann::json Subscribe(const Call& call);
+    /// The id of the new subscription.
+    [[nodiscard]] OV::UniString Subscribe(const Call& call);
     void WaitForChange(const Call& call, const Reply& reply);
     void Hold(const std::string& id, const Reply& reply, std::chrono::milliseconds wait);
     void AnswerLate(const std::string& id, const std::shared_ptr<Waiter>& waiter);

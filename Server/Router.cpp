@@ -2,9 +2,6 @@
 
 #include "Database.hpp"
 #include "OVRoot/Logger.hpp"
-#include "SyncraProtocol/Detail/Json.hpp"
-
-#include <nlohmann/json.hpp>
 
 #include <atomic>
 #include <charconv>
@@ -49,14 +46,6 @@ int Refusal::StatusOf(ErrorCode code) noexcept
         break;
     }
     return 400;
-}
-
-nlohmann::json Call::Body() const
-{
-    auto body = Syncra::Protocol::ParseJson(request.body);
-    if (!body.is_object())
-        throw Refusal(ErrorCode::BadRequest, "The body must be a JSON object.");
-    return body;
 }
 
 std::uint64_t Call::QueryNumber(const std::string& name, std::uint64_t fallback) const
@@ -110,6 +99,8 @@ HttpResponse AnswerOfCurrentException()
         throw;
     } catch (const Refusal& refusal) {
         return ErrorResponse(refusal);
+    } catch (const Syncra::Protocol::TooLargeFieldException& error) {
+        return ErrorResponse(Refusal(ErrorCode::TooLarge, error.what()));
     } catch (const Syncra::Protocol::MalformedRecordException& error) {
         return ErrorResponse(Refusal(ErrorCode::BadRequest, error.what()));
     } catch (const DatabaseError& error) {
@@ -129,17 +120,6 @@ HttpResponse AnswerOfCurrentException()
 }
 
 }  // namespace
-
-void Router::Add(const std::string& method, const std::string& pattern, Handler handler,
-                 std::size_t bodyLimit)
-{
-    AddText(
-        method, pattern,
-        [handler = std::move(handler)](const Call& call) {
-            return Syncra::Protocol::DumpJson(handler(call));
-        },
-        bodyLimit);
-}
 
 void Router::AddText(const std::string& method, const std::string& pattern, TextHandler handler,
                      std::size_t bodyLimit)
@@ -246,10 +226,10 @@ HeadVerdict Router::CheckHead(const HttpRequest& head) const
     }
 }
 
-void Router::Answer(const Reply& reply, const std::function<nlohmann::json()>& work)
+void Router::AnswerText(const Reply& reply, const std::function<std::string()>& makeText)
 {
     try {
-        reply(JsonResponse(work()));
+        reply({200, makeText()});
     } catch (...) {
         reply(AnswerOfCurrentException());
     }
@@ -366,11 +346,6 @@ HttpResponse ErrorResponse(const Refusal& refusal)
     if (response.status == 401)
         response.headers.emplace_back("WWW-Authenticate", "Bearer");
     return response;
-}
-
-HttpResponse JsonResponse(const nlohmann::json& value)
-{
-    return {200, Syncra::Protocol::DumpJson(value)};
 }
 
 }  // namespace Nexar

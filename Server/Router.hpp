@@ -9,7 +9,7 @@
 #include "TokenTable.hpp"
 #include "UserStore.hpp"
 
-#include <nlohmann/json_fwd.hpp>
+#include "SyncraProtocol/Detail/JsonText.hpp"
 
 #include <functional>
 #include <string>
@@ -25,8 +25,12 @@ struct Call {
     TokenTable::Login user;
     std::vector<std::string> findings = {};  ///< what a check looked up for its handler
 
-    /// The body as a JSON object. Throws MalformedRecordException.
-    [[nodiscard]] nlohmann::json Body() const;
+    /// The record of the body. Throws MalformedRecordException.
+    template <class Record>
+    [[nodiscard]] Record Read() const
+    {
+        return Syncra::Protocol::ReadRequest<Record>(request.body);
+    }
     /// A query value as a whole number; `fallback` when absent. Throws Refusal.
     [[nodiscard]] std::uint64_t QueryNumber(const std::string& name, std::uint64_t fallback) const;
     /// A query value that must be there. Throws Refusal.
@@ -44,10 +48,7 @@ public:
         Metrics& metrics;
         std::unordered_map<std::string, std::size_t> underWay = {};  ///< requests of each owner
     };
-    /// Answers with the returned JSON, or throws. Of a GET it runs on a thread that reads the
-    /// store, otherwise on the one that writes it.
-    using Handler = std::function<nlohmann::json(const Call&)>;
-    /// The same with an answer that is text already.
+    /// Makes the text of an answer on a thread that reads or writes the store. May throw.
     using TextHandler = std::function<std::string(Call&)>;
     /// Looks at the store for a handler that cannot: on a thread that reads it. May throw.
     using Check = std::function<void(Call&)>;
@@ -64,11 +65,22 @@ public:
     /// Enough for a name and a password, however they are escaped.
     static constexpr std::size_t OpenBody = std::size_t{16} << 10;
 
-    /// `pattern` is like "/syncra/v1/projects/{}/state".
+    /// `pattern` is like "/syncra/v1/projects/{}/state". `handler` takes a Call and answers with
+    /// the record that it returns, the text when that is JSON already, {} when it returns nothing,
+    /// or what it throws: of a GET on a thread that reads the store, otherwise on the one that
+    /// writes it.
+    template <class Handler>
     void Add(const std::string& method, const std::string& pattern, Handler handler,
-             std::size_t bodyLimit = OrdinaryBody);
-    void AddText(const std::string& method, const std::string& pattern, TextHandler handler,
-                 std::size_t bodyLimit = OrdinaryBody);
+             std::size_t bodyLimit = OrdinaryBody)
+    {
+        AddText(
+            method, pattern,
+            [handler = std::move(handler)](const Call& call) {
+                const auto work = [&] { return handler(call); };
+                return JsonOf(work);
+            },
+            bodyLimit);
+    }
     /// For what may wait, or is about what the server's thread alone may touch.
     void AddAsync(const std::string& method, const std::string& pattern, Check check,
                   AsyncHandler handler);
@@ -80,16 +92,37 @@ public:
     void operator()(HttpRequest request, const Reply& reply) const;
     /// Whether the request will be let in, and how large its body may be.
     [[nodiscard]] HeadVerdict CheckHead(const HttpRequest& head) const;
-    /// Answers with what `work` returns, or with what it throws: for a handler that answers later.
-    static void Answer(const Reply& reply, const std::function<nlohmann::json()>& work);
+    /// Answers with what `work` returns, as a handler of Add does: for one that answers later.
+    template <class Work>
+    static void Answer(const Reply& reply, Work&& work)
+    {
+        AnswerText(reply, [&] { return JsonOf(work); });
+    }
     /// The same with work that reads or writes the store, on a thread that does.
     void AnswerReading(Call call, const Reply& reply, TextHandler work) const;
     void AnswerWriting(Call call, const Reply& reply, TextHandler work) const;
 
 private:
     enum class Access { Reads, Writes };
+    void AddText(const std::string& method, const std::string& pattern, TextHandler handler,
+                 std::size_t bodyLimit);
     void RunOnStore(Access access, Call call, const Reply& reply, TextHandler work,
                     AsyncHandler next) const;
+    static void AnswerText(const Reply& reply, const std::function<std::string()>& makeText);
+    template <class Work>
+    static std::string JsonOf(Work& work)
+    {
+        using Result = decltype(work());
+        if constexpr (std::is_void_v<Result>) {
+            work();
+            return "{}";
+        } else if constexpr (std::same_as<Result, std::string>) {
+            return work();
+        } else {
+            return Syncra::Protocol::WriteJson(work());
+        }
+    }
+
     struct Route {
         std::string method;
         std::string name;
@@ -118,6 +151,10 @@ private:
 
 /// The answer for a caught refusal.
 [[nodiscard]] HttpResponse ErrorResponse(const Refusal& refusal);
-[[nodiscard]] HttpResponse JsonResponse(const nlohmann::json& value);
+template <class Record>
+[[nodiscard]] HttpResponse JsonResponse(const Record& record)
+{
+    return {200, Syncra::Protocol::WriteJson(record)};
+}
 
 }  // namespace Nexar

@@ -2,9 +2,7 @@
 
 #include "OVRoot/Logger.hpp"
 #include "OVRoot/SecureWipe.hpp"
-#include "SyncraProtocol/Detail/Json.hpp"
-
-#include <nlohmann/json.hpp>
+#include "SyncraProtocol/Detail/ModelRecords.hpp"
 
 #include <algorithm>
 #include <utility>
@@ -12,7 +10,6 @@
 namespace Nexar {
 
 using namespace Syncra::Protocol;
-using nlohmann::json;
 
 namespace {
 
@@ -22,12 +19,11 @@ constexpr std::size_t MaximumLoggedUnits = 64;
 
 SignInRequest ReadCredentials(const Call& call)
 {
-    const auto body = call.Body();
     // First: the rest of the record may look different in another version.
-    if (ReadInteger(body, "protocol", 0, 0xFFFF'FFFF) != ProtocolVersion)
+    if (call.Read<SpokenProtocol>().value != ProtocolVersion)
         throw Refusal(ErrorCode::IncompatibleVersion,
                       "This server speaks version 1 of the protocol. Update the older side.");
-    auto request = FromJson<SignInRequest>(body);
+    auto request = call.Read<SignInRequest>();
     if (std::max(request.userName.size(), request.password.size()) > MaximumCredentialUnits)
         throw Refusal(ErrorCode::TooLarge,
                       "The user name or the password is longer than 1024 characters.");
@@ -63,13 +59,13 @@ void SignInService::AddRoutesWithBuiltIn(Router& router)
 void SignInService::AddCommonRoutes(Router& router)
 {
     router.AddOpen("GET", "/syncra/version", [](const Call&, const Reply& reply) {
-        reply(JsonResponse({{"protocol", ProtocolVersion}, {"serverVersion", ProductVersion}}));
+        reply(JsonResponse(ServerVersion{ProtocolVersion, ProductVersion}));
     });
     router.AllowBuiltIn(true);
     router.AddAsync("POST", "/syncra/v1/sign-out", nullptr,
                     [this](const Call& call, const Reply& reply) {
                         tokens_.Remove(call.request.token);
-                        reply(JsonResponse(json::object()));
+                        reply({200, "{}"});
                     });
     router.AllowBuiltIn(false);
 }
@@ -92,7 +88,7 @@ void SignInService::SignIn(const Router& router, Call call, const Reply& reply)
         },
         [this, &router, call, reply, attempt](std::exception_ptr error) {
             if (error)
-                return Router::Answer(reply, [&]() -> json { std::rethrow_exception(error); });
+                return Router::Answer(reply, [&] { std::rethrow_exception(error); });
             passwords_.Check(attempt, reply, [this, &router, call, reply, attempt](bool isRight) {
                 Finish(router, call, reply, attempt, isRight);
             });
@@ -116,7 +112,7 @@ void SignInService::Finish(const Router& router, const Call& call, const Reply& 
         reply(std::move(response));
     });
     router.AnswerReading(call, checked, [this, attempt, token](const Call&) {
-        return DumpJson(ToJson(Grant(RequireUser(*attempt, token), token)));
+        return WriteJson(Grant(RequireUser(*attempt, token), token));
     });
 }
 
@@ -127,7 +123,7 @@ void SignInService::SignInBuiltIn(const Call& call, const Reply& reply)
     StoredUser user;
     user.fullName = BuiltInLogin;
     const auto token = tokens_.Add({"", BuiltInLogin, true}, call.request.address);
-    HttpResponse response = JsonResponse(ToJson(Grant(user, token)));
+    HttpResponse response = JsonResponse(Grant(user, token));
     response.user = BuiltInLogin;
     reply(std::move(response));
 }

@@ -2,9 +2,8 @@
 
 #include "PasswordWorker.hpp"
 #include "Router.hpp"
-#include "UserStore.hpp"
-
 #include "SyncraProtocol/SignIn.hpp"
+#include "UserStore.hpp"
 
 namespace Nexar {
 

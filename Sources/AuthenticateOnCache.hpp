@@ -1,5 +1,6 @@
 #pragma once
 
+#include "OVRoot/Export.hpp"
 namespace SYCB {
 class ProjectConnectionManagerInterface;
 }
@@ -15,6 +16,6 @@ namespace SYC {
 /// Throws what reading the user's info file throws (SyncraInfo.hpp); unless `silent`, also
 /// UserPasswordStore::UserIsNotInListException for a user whom the machine does not know on that
 /// server, and what a location that is no project URL throws. For the main thread.
-bool AuthenticateOnCache(SYCB::ProjectConnectionManagerInterface* manager, bool silent);
+SYC_API bool AuthenticateOnCache(SYCB::ProjectConnectionManagerInterface* manager, bool silent);
 
 }  // namespace SYC

@@ -1,10 +1,10 @@
 #include "CachedProjectInfo.hpp"
 
-#include "CacheInfoFormat.hpp"
+#include "Cache/CacheInfoFormat.hpp"
+#include "Cache/Detail/CacheFolders.hpp"
 #include "CachedProjectInfoObserver.hpp"
-#include "Detail/CacheFolders.hpp"
+#include "Files/ValueFile.hpp"
 #include "IO/Folder.hpp"
-#include "ManagementTool/ValueFile.hpp"
 #include "OVRoot/Exception.hpp"
 #include "OVRoot/Logger.hpp"
 

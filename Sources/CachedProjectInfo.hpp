@@ -1,9 +1,10 @@
 #pragma once
 
-#include "CacheInfoValues.hpp"
+#include "Cache/CacheInfoValues.hpp"
 #include "IO/File.hpp"
+#include "OVRoot/Export.hpp"
 #include "ProjectConnectionInfo.hpp"
-#include "SYClientBase/CachedProjectInfo.hpp"
+#include "SYClientBase/CachedProjectInfoInterface.hpp"
 
 #include <memory>
 #include <optional>
@@ -19,7 +20,8 @@ namespace SYC {
 ///
 /// A setter that really changes something writes the file at once, as a whole, and tells the
 /// observers (CachedProjectInfoObserver) on the calling thread. A write that fails is shown to the
-/// user as an alert and never thrown; the values in memory stay. Not for a thread that holds a lock
+/// user as an alert and never thrown; the values in memory stay, go with the next write, and
+/// HasUnwrittenValues tells of them. Not for a thread that holds a lock
 /// which an observer or an alert may need.
 ///
 /// Several processes may have an image of one file. What another one wrote since this image last
@@ -29,7 +31,7 @@ namespace SYC {
 ///
 /// Copies share nothing but the folder. One thread at a time for each object. The setters and
 /// getters that the client base needs are inherited.
-class CachedProjectInfo final : public SYCB::CachedProjectInfo {
+class SYC_API CachedProjectInfo final : public SYCB::CachedProjectInfo {
 public:
     /// The cache in an existing folder, read at once. Throws FileOpenningError or ErrorReadingFile
     /// (ManagementTool/FileErrors.hpp) with the place of the file.
@@ -100,6 +102,10 @@ public:
     [[nodiscard]] std::uint32_t GetSpace_Mbyte() const;
     /// Whether everything is there that working with the server's project needs.
     [[nodiscard]] bool IsComplete() const;
+
+    /// Whether something was set that is not in the file: it is lost with the process unless a
+    /// later write succeeds.
+    [[nodiscard]] bool HasUnwrittenValues() const noexcept { return former_ || isMoved_; }
 
     /// Between the two, setters only mark a write as pending; EndUpdate then writes once. Brackets
     /// do not nest: the first EndUpdate closes.

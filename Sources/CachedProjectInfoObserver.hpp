@@ -1,12 +1,13 @@
 #pragma once
 
+#include "OVRoot/Export.hpp"
 namespace SYC {
 
 class CachedProjectInfo;
 
 /// Hears of every cache descriptor that this process writes. There is one list of observers for all
 /// CachedProjectInfo objects. Attaching and detaching are safe on any thread.
-class CachedProjectInfoObserver {
+class SYC_API CachedProjectInfoObserver {
 public:
     CachedProjectInfoObserver() = default;
     CachedProjectInfoObserver(const CachedProjectInfoObserver&) = delete;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "CachedProjectInfo.hpp"
+#include "OVRoot/Export.hpp"
 #include "SYClientBase/ProjectConnectionManagerInterface.hpp"
 
 #include <functional>
@@ -11,7 +12,8 @@ namespace SYC {
 /// The connection manager for a host that has none of its own: one opened project, its cache below
 /// a data folder, its signal client, and a sink for the events that the user must hear about. Used
 /// on the thread that made it; the event sink is called on the thread that posts.
-class ClientProjectConnectionManager final : public SYCB::ProjectConnectionManagerInterface {
+class SYC_API ClientProjectConnectionManager final
+    : public SYCB::ProjectConnectionManagerInterface {
 public:
     using EventSink = std::function<void(std::int32_t eventCode, const OV::UniString& text)>;
 
@@ -29,7 +31,9 @@ public:
     [[nodiscard]] OV::UniString GetSessionId() const override;
     void PostEvent(std::int32_t eventCode, const OV::UniString& text) override;
 
-    /// The cache when there is one; null otherwise. Makes nothing.
+    /// The cache when there is one; null otherwise. Makes nothing. Throws
+    /// Syncra::Server::ManagementTool::Core::FileOpenningError when one may be there and cannot be
+    /// read; so does GetSessionId.
     [[nodiscard]] std::shared_ptr<CachedProjectInfo> FindCache() const;
 
     /// Begins to listen for the signals of the opened project, after a check that passed.

@@ -3,7 +3,8 @@
 #include "ClientProjectDataObserver.hpp"
 #include "IO/Location.hpp"
 #include "OVRoot/EventSource.hpp"
-#include "SyncraServerManagement/V2/Project.hpp"
+#include "OVRoot/Export.hpp"
+#include "SyncraProtocol/Management/V2/Project.hpp"
 
 namespace SYC {
 
@@ -12,7 +13,7 @@ class ClientProjectConnectionManager;
 /// A project to be created or shown before there is a connection to it. An observable value: every
 /// setter tells the observers which field was set, whether or not the new value differs. Observers
 /// belong to one object: a copy has none. One thread at a time.
-class ClientProjectData {
+class SYC_API ClientProjectData {
 public:
     using ChangedField = ClientProjectDataObserver::ChangedField;
     using ProjectStatus = Syncra::Server::Management::V1::ProjectStatus;

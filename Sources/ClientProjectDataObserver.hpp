@@ -1,12 +1,13 @@
 #pragma once
 
+#include "OVRoot/Export.hpp"
 #include <cstdint>
 
 namespace SYC {
 
 class ClientProjectData;
 
-class ClientProjectDataObserver {
+class SYC_API ClientProjectDataObserver {
 public:
     enum class ChangedField : std::int32_t {
         ServerName,

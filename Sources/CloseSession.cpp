@@ -1,5 +1,6 @@
 #include "CloseSession.hpp"
 
+#include "OVRoot/ExceptionText.hpp"
 #include "OVRoot/Logger.hpp"
 #include "OVRoot/SecureWipe.hpp"
 #include "ProjectConnectionInfo.hpp"
@@ -18,18 +19,6 @@ void LogOutcome(OV::UniStringView format, const char16_t* outcome,
     OV::Logger::Info(LogCategory, format, {outcome, info.serverName, info.port, info.userName});
 }
 
-/// Logs the exception that is being handled.
-void LogCause()
-{
-    try {
-        throw;
-    } catch (const std::exception& error) {
-        OV::Logger::Warning(LogCategory, u"SYC::CloseSession: %", {error.what()});
-    } catch (...) {
-        OV::Logger::Warning(LogCategory, u"SYC::CloseSession: unknown error");
-    }
-}
-
 bool CloseOnServer(SYCB::ProjectConnectionManagerInterface& manager)
 {
     Inner::ProjectConnectionInfo info;
@@ -44,7 +33,7 @@ bool CloseOnServer(SYCB::ProjectConnectionManagerInterface& manager)
         return true;
     } catch (...) {
         LogOutcome(u"SYC::CloseSession %, Host: %, Port: %, User: %", u"Failed", info);
-        LogCause();
+        OV::LogCurrentException(LogCategory, u"%: %", u"SYC::CloseSession");
         return false;
     }
 }
@@ -60,7 +49,7 @@ bool CloseSession(SYCB::ProjectConnectionManagerInterface& manager)
         if (const auto cache = manager.GetCachedProjectInfo())
             cache->SetSessionId({});
     } catch (...) {
-        LogCause();
+        OV::LogCurrentException(LogCategory, u"%: %", u"SYC::CloseSession");
     }
     return true;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "OVRoot/Export.hpp"
 namespace SYCB {
 class ProjectConnectionManagerInterface;
 }
@@ -9,6 +10,6 @@ namespace SYC {
 /// Ends the server session of the project that the host has open, and logs the outcome. On success
 /// the cache forgets the session, so that the next check may start a new one. Returns whether the
 /// session was closed; never throws. Synchronous.
-bool CloseSession(SYCB::ProjectConnectionManagerInterface& manager);
+SYC_API bool CloseSession(SYCB::ProjectConnectionManagerInterface& manager);
 
 }  // namespace SYC

@@ -1,17 +1,21 @@
 #include "EventLogUpdater.hpp"
 
-#include "Detail/CurrentFailure.hpp"
-#include "Detail/Interruption.hpp"
-#include "Detail/KnownRecords.hpp"
-#include "Detail/LogReading.hpp"
-#include "LogLineReader.hpp"
+#include "Log/Detail/LogRank.hpp"
+#include "Log/LogLineReader.hpp"
+#include "LogLine/Detail/KnownRecords.hpp"
+#include "LogLine/Detail/LogReading.hpp"
 #include "ManagementTool/UserUtils.hpp"
 #include "OVRoot/Clock.hpp"
+#include "OVRoot/ExceptionText.hpp"
 #include "OVRoot/Logger.hpp"
+#include "OVRoot/Thread.hpp"
 #include "SYClientBase/SyncraClientFactory.hpp"
 
 #include <algorithm>
+#include <functional>
 #include <limits>
+#include <numeric>
+#include <queue>
 
 namespace {
 
@@ -41,7 +45,7 @@ SYC::Detail::KnownRecords KnownSince(const OV::PagedArray<LogDataLine>& lines,
     SYC::Detail::KnownRecords known;
     for (const LogDataLine& line : lines)
         if (line.GetTimeVal() >= time)
-            if (const LogRecord record = line.Record(); record.projectId == id)
+            if (const SYC::LogRecord record = line.Record(); record.projectId == id)
                 known.Add(record);
     return known;
 }
@@ -119,7 +123,7 @@ void EventLogUpdater::Fetch(Lines& lines)
     } catch (const OV::Exception& failure) {
         cause = failure.Clone();
     } catch (...) {
-        cause = std::make_shared<OV::Exception>(SYC::Detail::DescribeCurrentFailure());
+        cause = std::make_shared<OV::Exception>(OV::DescribeCurrentException());
     }
     throw OV::Exception(CannotGet, OV::SourcePlace::Here(), std::move(cause));
 }
@@ -133,7 +137,7 @@ void EventLogUpdater::FetchProject(Syncra::Client::SyncraClient& client,
     Syncra::Protocol::EventLogPage page;
     std::uint64_t done = 0;
     do {
-        SYC::Detail::StopIfInterrupted();
+        OV::Thread::ThrowIfInterrupted();
         try {
             page = client.GetEvents(project.id, from, std::numeric_limits<std::int32_t>::max(),
                                     page.next);
@@ -146,11 +150,66 @@ void EventLogUpdater::FetchProject(Syncra::Client::SyncraClient& client,
             return;
         }
         reading.TakePage(page);
-        for (auto& line : ReadLogLines(page, project)) {
+        for (auto& line : SYC::ReadLogLines(page, project)) {
             ++done;
             if (!known.Take(line.Record()))
                 lines.push_back(std::move(line));
         }
         TellProgress(done, page.left);
     } while (page.left > 0);
+}
+
+namespace {
+
+using Position = std::uint32_t;
+
+/// Where the lines of one key stand now; the first place is at hand.
+using Places = std::priority_queue<Position, OV::Array<Position>, std::greater<Position>>;
+
+/// Which former position each position gets. Selection takes the keys best first, and of equal ones
+/// the line that stands first; the line that makes room goes to where that one was. Only the line
+/// in front of all that remain ever makes room, so it is the first of its key.
+OV::Array<Position> Select(const OV::Array<Position>& ranks)
+{
+    const std::size_t count = ranks.size();
+    OV::Array<OV::Array<Position>> standing(
+        count == 0 ? 0 : *std::max_element(ranks.begin(), ranks.end()) + std::size_t(1));
+    for (std::size_t at = 0; at < count; ++at)
+        standing[ranks[at]].push_back(static_cast<Position>(at));
+    OV::Array<Places> places;
+    for (auto& each : standing)
+        places.emplace_back(std::greater<Position>(), std::move(each));
+    OV::Array<Position> rankAt = ranks, lineAt(count);
+    std::iota(lineAt.begin(), lineAt.end(), Position(0));
+    std::size_t rank = 0;
+    for (std::size_t front = 0; front < count; ++front) {
+        while (places[rank].empty())
+            ++rank;
+        const Position best = places[rank].top();
+        places[rank].pop();
+        if (best == front)
+            continue;
+        Places& displaced = places[rankAt[front]];
+        displaced.pop();
+        displaced.push(best);
+        std::swap(rankAt[front], rankAt[best]);
+        std::swap(lineAt[front], lineAt[best]);
+    }
+    return lineAt;
+}
+
+}  // namespace
+
+void EventLogUpdater::SortLines(OV::PagedArray<LogDataLine>& lines, LogDataLine::LogField field,
+                                bool ascending)
+{
+    if (lines.size() > MostSortedLines)
+        throw OV::IllegalArgumentException("Of " + std::to_string(lines.size()) +
+                                           " lines at most " + std::to_string(MostSortedLines) +
+                                           " can be sorted.");
+    const auto order = Select(SYC::Detail::RankLines(lines, field, ascending));
+    OV::Array<LogDataLine> former(std::make_move_iterator(lines.begin()),
+                                  std::make_move_iterator(lines.end()));
+    for (std::size_t at = 0; at < order.size(); ++at)
+        lines[at] = std::move(former[order[at]]);
 }

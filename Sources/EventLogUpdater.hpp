@@ -1,9 +1,10 @@
 #pragma once
 
 #include "BinCacheHandler/BinCacheHandler.hpp"
+#include "Log/LogUpdater.hpp"
 #include "LogDataLine.hpp"
-#include "LogUpdater.hpp"
-#include "TextParser.hpp"
+#include "LogIndex/TextParser.hpp"
+#include "OVRoot/Export.hpp"
 
 namespace SYC::Detail {
 class LogReading;
@@ -11,7 +12,7 @@ class LogReading;
 
 /// Keeps the activity log of all projects of a server in its cache: asks for what came since, and
 /// writes it down.
-class EventLogUpdater final : public LogUpdater {
+class SYC_API EventLogUpdater final : public SYC::LogUpdater {
 public:
     /// The most lines that SortLines sorts.
     static constexpr std::size_t MostSortedLines = 65'535;

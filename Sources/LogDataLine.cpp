@@ -1,14 +1,14 @@
 #include "LogDataLine.hpp"
 
-#include "ActionNameTranslator.hpp"
-#include "Detail/ReadDecimal.hpp"
 #include "Display/ImageCoding.hpp"
+#include "Files/Detail/ReadDecimal.hpp"
+#include "Files/TextChannel.hpp"
+#include "LogLine/ActionNameTranslator.hpp"
 #include "ManagementTool/UserUtils.hpp"
 #include "OVRoot/Clock.hpp"
 #include "OVRoot/Collation.hpp"
 #include "OVRoot/LocalTime.hpp"
 #include "OVRoot/Resources.hpp"
-#include "TextChannel.hpp"
 
 #include <algorithm>
 #include <array>
@@ -24,7 +24,7 @@ std::uint64_t NextId() noexcept
 }
 
 /// The record of a line whose texts are empty and whose numbers are 0.
-constexpr std::array<char, LogRecord::NumberBytes> EmptyRecord{};
+constexpr std::array<char, SYC::LogRecord::NumberBytes> EmptyRecord{};
 
 /// The order of the decoded texts. Where two texts part in ASCII, their bytes tell it.
 bool IsLess(OV::StringView left, OV::StringView right)
@@ -54,7 +54,7 @@ LogDataLine::LogDataLine(LogDataLine&& other) noexcept
 {}
 
 LogDataLine::LogDataLine(std::shared_ptr<const OV::String> block, const char* record,
-                         const LogRecord& parsed)
+                         const SYC::LogRecord& parsed)
     : block_(std::move(block)), record_(record), id_(NextId()), sizeVal_(parsed.sizeVal),
       timeVal_(parsed.timeVal), version_(parsed.version), timeText_(TimeText::OfNumber)
 {}
@@ -84,9 +84,9 @@ OV::StringView LogDataLine::Rest() const noexcept
     return {record_, static_cast<std::size_t>(block_->data() + block_->size() - record_)};
 }
 
-LogRecord LogDataLine::Record() const noexcept
+SYC::LogRecord LogDataLine::Record() const noexcept
 {
-    LogRecord record;
+    SYC::LogRecord record;
     (void)record.Parse(Rest());
     record.version = version_;
     return record;
@@ -96,15 +96,15 @@ OV::StringView LogDataLine::OwnTime() const noexcept
 {
     if (timeText_ != TimeText::Own)
         return {};
-    LogRecord record;
+    SYC::LogRecord record;
     const OV::StringView rest = Rest();
     return rest.substr(record.Parse(rest));
 }
 
-void LogDataLine::Adopt(const LogRecord& record, OV::StringView ownTime)
+void LogDataLine::Adopt(const SYC::LogRecord& record, OV::StringView ownTime)
 {
     OV::String bytes;
-    bytes.reserve(LogRecord::NumberBytes + record.user.size() + record.loginName.size() +
+    bytes.reserve(SYC::LogRecord::NumberBytes + record.user.size() + record.loginName.size() +
                   record.duration.size() + record.operation.size() + record.project.size() +
                   record.projectId.size() + record.comment.size() + ownTime.size());
     record.AppendTo(bytes);
@@ -116,17 +116,17 @@ void LogDataLine::Adopt(const LogRecord& record, OV::StringView ownTime)
     version_ = record.version;
 }
 
-void LogDataLine::Set(OV::StringView LogRecord::*member, OV::UniStringView text)
+void LogDataLine::Set(OV::StringView SYC::LogRecord::*member, OV::UniStringView text)
 {
     const OV::String utf8 = OV::ToUtf8(text);
-    LogRecord record = Record();
+    SYC::LogRecord record = Record();
     record.*member = utf8;
     Adopt(record, OwnTime());
 }
 
 bool operator==(const LogDataLine& left, const LogDataLine& right)
 {
-    const LogRecord a = left.Record(), b = right.Record();
+    const SYC::LogRecord a = left.Record(), b = right.Record();
     return a.user == b.user && a.loginName == b.loginName && a.duration == b.duration &&
            a.operation == b.operation && a.project == b.project && a.projectId == b.projectId &&
            a.sizeVal == b.sizeVal && a.timeVal == b.timeVal && a.comment == b.comment &&
@@ -169,11 +169,11 @@ NewDisplay::NativeImage LogDataLine::GetIcon() const
 
 void LogDataLine::SetUser(OV::UniStringView user)
 {
-    Set(&LogRecord::user, user);
+    Set(&SYC::LogRecord::user, user);
 }
 void LogDataLine::SetLoginName(OV::UniStringView loginName)
 {
-    Set(&LogRecord::loginName, loginName);
+    Set(&SYC::LogRecord::loginName, loginName);
 }
 void LogDataLine::SetDuration(OV::UniStringView duration)
 {
@@ -181,28 +181,28 @@ void LogDataLine::SetDuration(OV::UniStringView duration)
 }
 void LogDataLine::SetDurationText(OV::UniStringView text)
 {
-    Set(&LogRecord::duration, text);
+    Set(&SYC::LogRecord::duration, text);
 }
 void LogDataLine::SetOperation(OV::UniStringView operation)
 {
-    Set(&LogRecord::operation, operation);
+    Set(&SYC::LogRecord::operation, operation);
 }
 void LogDataLine::SetProject(OV::UniStringView project)
 {
-    Set(&LogRecord::project, project);
+    Set(&SYC::LogRecord::project, project);
 }
 void LogDataLine::SetProjectId(OV::UniStringView projectId)
 {
-    Set(&LogRecord::projectId, projectId);
+    Set(&SYC::LogRecord::projectId, projectId);
 }
 void LogDataLine::SetComment(OV::UniStringView comment)
 {
-    Set(&LogRecord::comment, comment);
+    Set(&SYC::LogRecord::comment, comment);
 }
 
 void LogDataLine::SetTime(OV::UniStringView time)
 {
-    LogRecord record = Record();
+    SYC::LogRecord record = Record();
     if (const auto seconds = SYC::Detail::ReadDecimal(time))
         record.timeVal = OV::Seconds32(*seconds);
     Adopt(record, OV::ToUtf8(time));
@@ -211,7 +211,7 @@ void LogDataLine::SetTime(OV::UniStringView time)
 
 void LogDataLine::SetSize(OV::UniStringView size)
 {
-    LogRecord record = Record();
+    SYC::LogRecord record = Record();
     if (const auto bytes = SYC::Detail::ReadDecimal(size))
         record.sizeVal = SYC::Detail::Bytes32(*bytes);
     Adopt(record, OwnTime());
@@ -265,7 +265,7 @@ OV::UniString LogDataLine::FormatSize(std::uint32_t bytes)
 
 void LogDataLine::AppendRecord(OV::String& bytes) const
 {
-    LogRecord record;
+    SYC::LogRecord record;
     const OV::StringView rest = Rest();
     bytes.append(rest.substr(0, record.Parse(rest) - sizeof(version_)));
     const auto version = static_cast<std::uint16_t>(version_);
@@ -283,15 +283,15 @@ OV::ChannelStatus LogDataLine::Write(OV::OChannel& channel) const
 OV::ChannelStatus LogDataLine::Read(OV::IChannel& channel)
 {
     OV::String user, loginName, duration, operation, project, projectId, comment;
-    LogRecord record;
+    SYC::LogRecord record;
     OV::ChannelStatus status = OV::ChannelOk;
     for (OV::String* text : {&user, &loginName, &duration, &operation, &project, &projectId})
         if (status == OV::ChannelOk)
-            status = TextChannel::Read(channel, *text);
+            status = SYC::TextChannel::Read(channel, *text);
     if (status == OV::ChannelOk)
         status = OV::ReadInOrder(channel, record.sizeVal, record.timeVal);
     if (status == OV::ChannelOk)
-        status = TextChannel::Read(channel, comment);
+        status = SYC::TextChannel::Read(channel, comment);
     if (status == OV::ChannelOk)
         status = channel.Read(record.version);
     record.user = user;

@@ -1,8 +1,9 @@
 #pragma once
 
 #include "Display/NativeImage.hpp"
-#include "LogRecord.hpp"
+#include "LogLine/LogRecord.hpp"
 #include "OVRoot/Channel.hpp"
+#include "OVRoot/Export.hpp"
 
 #include <memory>
 
@@ -10,7 +11,7 @@
 /// texts stand in the binary form of the record, in a block that many lines may share, and are
 /// made into strings when they are asked for. Reading a line is safe on any thread; setting one
 /// leaves its copies alone.
-class LogDataLine {
+class SYC_API LogDataLine {
 public:
     /// The columns that lines are sorted by.
     enum class LogField : std::int32_t {
@@ -35,7 +36,7 @@ public:
 
     /// A line whose record stands in `block`, at `record`, as LogRecord::Parse read it.
     LogDataLine(std::shared_ptr<const OV::String> block, const char* record,
-                const LogRecord& parsed);
+                const SYC::LogRecord& parsed);
 
     /// Whether they tell different things; the sequence number tells nothing.
     friend bool operator!=(const LogDataLine& left, const LogDataLine& right)
@@ -104,12 +105,12 @@ public:
     void AppendRecord(OV::String& bytes) const;
 
     /// The texts and numbers without a copy; the texts live as long as this line is not changed.
-    [[nodiscard]] LogRecord Record() const noexcept;
+    [[nodiscard]] SYC::LogRecord Record() const noexcept;
 
 private:
-    void Set(OV::StringView LogRecord::*member, OV::UniStringView text);
+    void Set(OV::StringView SYC::LogRecord::*member, OV::UniStringView text);
     /// Makes `record`, of any texts, the only one of a block of its own.
-    void Adopt(const LogRecord& record, OV::StringView ownTime = {});
+    void Adopt(const SYC::LogRecord& record, OV::StringView ownTime = {});
     /// The block from this record on.
     [[nodiscard]] OV::StringView Rest() const noexcept;
     /// The time as it arrived, where it is kept.

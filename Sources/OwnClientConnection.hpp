@@ -1,12 +1,13 @@
 #pragma once
 
+#include "OVRoot/Export.hpp"
 #include "ProjectConnectionBase.hpp"
 
 namespace SYC {
 
 /// The four slots that a concrete connection fills, against a manager of the host and a client of
 /// its own.
-class OwnClientConnection : public ProjectConnectionBase {
+class SYC_API OwnClientConnection : public ProjectConnectionBase {
 protected:
     OwnClientConnection(Kind kind, SYCB::ProjectConnectionManagerInterface* manager)
         : ProjectConnectionBase(kind), manager_(manager)

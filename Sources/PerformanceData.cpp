@@ -1,18 +1,16 @@
 #include "PerformanceData.hpp"
 
-#include "Detail/Interruption.hpp"
+#include "Files/TextChannel.hpp"
 #include "ManagementTool/UserUtils.hpp"
 #include "OVRoot/SecureWipe.hpp"
+#include "OVRoot/Thread.hpp"
 #include "SYClientBase/ConnectionValidator.hpp"
 #include "SYClientBase/SyncraClientFactory.hpp"
-#include "TextChannel.hpp"
 
 #include <algorithm>
 #include <bit>
 
 namespace {
-
-using ChartType = EventLogObserver::ChartType;
 
 /// Reads values in turn until one fails.
 class Reader {
@@ -23,7 +21,7 @@ public:
     void operator()(OV::UniString& text)
     {
         if (IsGood())
-            status_ = TextChannel::Read(channel_, text);
+            status_ = SYC::TextChannel::Read(channel_, text);
     }
     void operator()(std::uint8_t& byte)
     {
@@ -78,7 +76,7 @@ public:
     void operator()(const OV::UniString& text)
     {
         if (IsGood())
-            status_ = TextChannel::Write(channel_, text);
+            status_ = SYC::TextChannel::Write(channel_, text);
     }
     void operator()(std::uint8_t byte)
     {
@@ -107,8 +105,6 @@ private:
     OV::OChannel& channel_;
     OV::ChannelStatus status_ = OV::ChannelOk;
 };
-
-using SYC::Detail::StopIfInterrupted;
 
 constexpr auto TransferPair = [](auto& stream, auto& pair) {
     stream(pair.first);
@@ -240,18 +236,18 @@ bool PerformanceData::UpdateProjectCache(const OV::UniString& host, std::int16_t
 
 void PerformanceData::Refresh(const Syncra::Client::SignInData& server)
 {
-    StopIfInterrupted();
+    OV::Thread::ThrowIfInterrupted();
     connection_.client = SYCB::CreateSyncraClient(server);
     auto& client = *connection_.client;
-    StopIfInterrupted();
+    OV::Thread::ThrowIfInterrupted();
     for (const auto& known : client.GetProjects()) {
-        StopIfInterrupted();
+        OV::Thread::ThrowIfInterrupted();
         ProjectCache project = HasProject(known.id) ? GetProject(known.id) : ProjectCache();
         project.title = known.name;
         project.key = known.id;
         project.flag = known.state == Syncra::Protocol::ProjectState::Active ? 1 : 0;
         UpdateProjectMembers(client, project);
-        StopIfInterrupted();
+        OV::Thread::ThrowIfInterrupted();
         project.countB =
             project.members.empty() ? std::int16_t(0) : Count(client.GetAllSessions(known.id));
         UpdateProject(std::move(project));

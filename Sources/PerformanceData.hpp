@@ -1,16 +1,17 @@
 #pragma once
 
-#include "ChartDataLine.hpp"
 #include "OVRoot/Channel.hpp"
+#include "OVRoot/Export.hpp"
 #include "OVRoot/Ref.hpp"
-#include "ProjectCache.hpp"
+#include "Statistics/ChartDataLine.hpp"
+#include "Statistics/ProjectCache.hpp"
 #include "SyncraClient/SyncraClient.hpp"
 
 #include <map>
 
 /// The statistics of a server: what is known of each project, and the lines of its charts. A value;
 /// whoever shares one guards it.
-class PerformanceData {
+class SYC_API PerformanceData {
 public:
     [[nodiscard]] bool HasProject(const OV::UniString& key) const
     {
@@ -24,7 +25,7 @@ public:
     [[nodiscard]] OV::Array<ProjectCache> GetProjectCache() const;
     void SetProjectCache(const OV::Array<ProjectCache>& projects);
 
-    using ChartType = EventLogObserver::ChartType;
+    using ChartType = ::ChartType;
     [[nodiscard]] bool HasChartLine(ChartType type) const { return chartLines_.contains(type); }
     /// Throws OV::IllegalReferenceException for an unknown type.
     [[nodiscard]] const ChartDataLine& GetChartLine(ChartType type) const;

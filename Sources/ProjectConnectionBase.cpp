@@ -2,6 +2,7 @@
 
 #include "CacheUpdate.hpp"
 #include "ComputerName.hpp"
+#include "OVRoot/ExceptionText.hpp"
 #include "OVRoot/HeldLocks.hpp"
 #include "OVRoot/Logger.hpp"
 #include "OVRoot/SecureWipe.hpp"
@@ -60,6 +61,7 @@ ProjectConnectionBase::~ProjectConnectionBase() = default;
 CheckResult ProjectConnectionBase::Check(bool firstCheck, bool newSession, bool forceOnline,
                                          bool allowTakeover)
 {
+    failure_ = nullptr;
     try {
         if (_GetProjectConnectionManager() == nullptr)
             return result_ = CheckResult::Offline;
@@ -78,6 +80,7 @@ CheckResult ProjectConnectionBase::Check(bool firstCheck, bool newSession, bool 
             _GetProjectConnectionManager()->GetSignalClient().GetPresenceService().SetState(
                 SYCB::PresenceState::Online);
     } catch (...) {
+        failure_ = std::current_exception();
         result_ = ResultOfCurrentException();
     }
     OV::Logger::Info(LogCategory, u"SYC::ProjectConnection::Check result : %",
@@ -121,16 +124,11 @@ CheckResult ProjectConnectionBase::ResultOfCurrentException()
         default:
             break;
         }
-        OV::Logger::Warning(LogCategory, u"SYC::ProjectConnection::Check: %", {error.GetMessage()});
     } catch (const SYCB::IncopatibleServerVersionException&) {
         return Fail(CheckResult::IncompatibleVersion, HostEvent::IncompatibleVersion);
-    } catch (const OV::Exception& error) {
-        OV::Logger::Warning(LogCategory, u"SYC::ProjectConnection::Check: %", {error.GetMessage()});
-    } catch (const std::exception& error) {
-        OV::Logger::Warning(LogCategory, u"SYC::ProjectConnection::Check: %", {error.what()});
     } catch (...) {
-        OV::Logger::Warning(LogCategory, u"SYC::ProjectConnection::Check: unknown error");
     }
+    OV::LogCurrentException(LogCategory, u"%: %", u"SYC::ProjectConnection::Check");
     return CheckResult::Offline;
 }
 
@@ -241,6 +239,9 @@ bool ProjectConnectionBase::IsMemberOfProject() const
     } catch (const OV::InterruptedException&) {
         throw;  // nobody was asked
     } catch (...) {
+        OV::LogCurrentException(LogCategory,
+                                u"Whether the user is a member of \"%\" could not be asked: %",
+                                project_.name);
         return false;
     }
 }

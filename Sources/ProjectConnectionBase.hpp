@@ -3,9 +3,11 @@
 #include "CachedProjectInfo.hpp"
 #include "CheckResult.hpp"
 #include "ClientProjectData.hpp"
+#include "OVRoot/Export.hpp"
 #include "SYClientBase/ProjectConnectionManagerInterface.hpp"
 #include "SyncraClient/SyncraClient.hpp"
 
+#include <exception>
 #include <memory>
 
 namespace SYC {
@@ -17,7 +19,7 @@ namespace SYC {
 /// The primary connection works on the project that the host has open; a secondary one is made from
 /// a project URL of its own, asks nothing of the presence state, and leaves the computer of the
 /// session alone.
-class ProjectConnectionBase {
+class SYC_API ProjectConnectionBase {
 public:
     virtual ~ProjectConnectionBase();
     ProjectConnectionBase(const ProjectConnectionBase&) = delete;
@@ -45,6 +47,9 @@ public:
     CheckResult FillCache(const Syncra::Protocol::Session& sessionInfo);
     CheckResult CheckProjectState();
 
+    /// What was thrown in the last check and gave its result: what the server or the disk did. Null
+    /// when nothing was.
+    [[nodiscard]] const std::exception_ptr& GetFailure() const noexcept { return failure_; }
     /// The last check passed and its client is still there.
     [[nodiscard]] bool IsOpen() const;
     [[nodiscard]] bool IsFirstCheck() const noexcept { return firstCheck_; }
@@ -113,6 +118,7 @@ private:
     const Kind kind_;
     const bool secondary_;
     CheckResult result_ = CheckResult::Passed;
+    std::exception_ptr failure_;
     bool checked_ = false;
     bool firstCheck_ = false;
     IO::Location projectLocation_;

@@ -1,11 +1,12 @@
 #pragma once
 
+#include "OVRoot/Export.hpp"
 #include "OVRoot/UniString.hpp"
 
 namespace SYC::Inner {
 
 /// Names one user's connection to one project.
-struct ProjectConnectionInfo {
+struct SYC_API ProjectConnectionInfo {
     /// Host name or address of the project server.
     OV::UniString serverName;
     std::uint16_t port = 0;

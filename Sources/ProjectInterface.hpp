@@ -1,6 +1,7 @@
 #pragma once
 
-#include "SyncraServerManagement/V2/Project.hpp"
+#include "OVRoot/Export.hpp"
+#include "SyncraProtocol/Management/V2/Project.hpp"
 
 namespace SYC {
 
@@ -8,7 +9,7 @@ namespace SYC {
 /// live; with any other version none is, and then getters answer with empty values, setters do
 /// nothing and queries are false. References that getters return stay valid as long as the
 /// interface does.
-class ProjectInterface {
+class SYC_API ProjectInterface {
 public:
     enum class Version : std::int32_t { V1 = 1, V2 = 2 };
     /// The state of a project; servers store these as 1, 2 and 3.

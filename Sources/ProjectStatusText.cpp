@@ -1,13 +1,12 @@
 #include "ProjectStatusText.hpp"
 
 #include "CachedProjectInfo.hpp"
+#include "Files/ResourceNumbers.hpp"
 #include "OVRoot/Resources.hpp"
 
 namespace SYC {
 
 namespace {
-
-constexpr int StatusWords = 31022;
 
 enum class Word : int {
     None = 0,
@@ -24,7 +23,7 @@ OV::UniString TextOf(Word word)
 {
     if (word == Word::None)
         return {};
-    return OV::GetStringListItem(StatusWords, static_cast<int>(word));
+    return OV::GetStringListItem(TextLists::ProjectWords, static_cast<int>(word));
 }
 
 Word StateOf(const ProjectStatusFacts& facts)

@@ -1,11 +1,12 @@
 #pragma once
 
+#include "OVRoot/Export.hpp"
 #include "OwnClientConnection.hpp"
 
 namespace SYC {
 
 /// The connection for reading a project: a locked project passes its check.
-class ReadProjectConnection final : public OwnClientConnection {
+class SYC_API ReadProjectConnection final : public OwnClientConnection {
 public:
     /// Primary. `manager` may be null (every check then answers 1) and must outlive the connection.
     explicit ReadProjectConnection(SYCB::ProjectConnectionManagerInterface* manager)

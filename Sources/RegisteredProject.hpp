@@ -1,6 +1,7 @@
 #pragma once
 
 #include "CachedProjectInfo.hpp"
+#include "OVRoot/Export.hpp"
 
 #include <memory>
 
@@ -8,7 +9,7 @@ namespace SYC {
 
 /// One cached project as RegisteredProjects knew it when it was asked. A value that does not
 /// change.
-class RegisteredProject {
+class SYC_API RegisteredProject {
 public:
     /// Throws OV::NullReferenceException for none.
     explicit RegisteredProject(std::shared_ptr<const CachedProjectInfo> info);

@@ -1,8 +1,9 @@
 #pragma once
 
-#include "CacheInfoRecord.hpp"
 #include "CachedProjectInfoObserver.hpp"
+#include "OVRoot/Export.hpp"
 #include "RegisteredProject.hpp"
+#include "Registry/CacheInfoRecord.hpp"
 #include "SYDataOptionsObserver.hpp"
 
 #include <atomic>
@@ -25,7 +26,8 @@ class DataOptionsFile;
 /// There is one registry a process; it lives until the end. Safe on any thread, but for the shared
 /// images of caches (GetCachedProjectInfo): each of them belongs to one thread at a time, and the
 /// calls below that change a project work on its image.
-class RegisteredProjects final : private CachedProjectInfoObserver, private SYDataOptionsObserver {
+class SYC_API RegisteredProjects final : private CachedProjectInfoObserver,
+                                         private SYDataOptionsObserver {
 public:
     using CacheInfoRecord = SYC::CacheInfoRecord;
     using ProjectIterator = OV::Array<RegisteredProject>::iterator;
@@ -93,23 +95,27 @@ public:
                       const OV::Array<CacheInfoRecord>& records) const;
 
     /// Position of the project's record, good until the registry changes; false when there is none.
-    /// With `look` the disk is asked whether it is still there, or there by now.
+    /// With `look` the disk is asked whether it is still there, or there by now; throws
+    /// FileOpenningError when the disk does not tell, as when the "CacheInfo.xml" that stands in
+    /// the project's place cannot be read. One that can be read and is damaged is no cache.
     bool GetCacheIndex(const IO::Location& project, std::size_t& index, bool look,
                        const IO::Location& dataFolder = {});
     /// What is known of it; null when it is no readable cache. `look` as above.
     [[nodiscard]] std::shared_ptr<const CachedProjectInfo>
     GetCacheInfo(const IO::Location& project, bool look, const IO::Location& dataFolder = {});
     /// The one image of the cache that all callers share, for as long as anybody holds it; up to
-    /// date; null when there is none.
+    /// date; null when there is none. Looks, and throws as GetCacheIndex does.
     [[nodiscard]] std::shared_ptr<CachedProjectInfo>
     GetCachedProjectInfo(const IO::Location& project, const IO::Location& dataFolder = {});
     /// A new cache for a project URL, shared likewise, in a folder of its own. Throws
-    /// IO::IOException when none can be made, OV::IllegalArgumentException for no project URL.
+    /// IO::IOException when none can be made, OV::IllegalArgumentException for no project URL, and
+    /// FileOpenningError when one of that project may be there and cannot be read.
     [[nodiscard]] std::shared_ptr<CachedProjectInfo>
     CreateCachedProjectInfo(const IO::Location& projectUrl, const IO::Location& dataFolder = {});
     /// Deletes the cache with all that the host keeps in it; false when there is none. Of a cache
-    /// folder that is a link only the link goes. Throws IO::IOException; what is left then is
-    /// listed as a cache of its own, called "... .removed", and can be removed again.
+    /// folder that is a link only the link goes. Throws FileOpenningError when that cannot be found
+    /// out, otherwise IO::IOException; what is left then is listed as a cache of its own, called
+    /// "... .removed", and can be removed again.
     bool RemoveProject(const IO::Location& project);
 
     [[nodiscard]] std::size_t GetCacheDataFolderNum() const;
@@ -126,7 +132,8 @@ public:
     void Reset();
 
     // One project. Getters answer with an empty value for one that is not registered, setters with
-    // false. What is known is used as it is, and what is not is looked for on the disk.
+    // false. What is known is used as it is, and what is not is looked for on the disk. All throw
+    // as GetCacheIndex does, getters only when they look.
 
     /// Records that it was opened now.
     bool ProjectOpened(const IO::Location& project);
@@ -174,6 +181,6 @@ private:
 };
 
 /// The registry of this process.
-[[nodiscard]] RegisteredProjects& registeredProjects();
+[[nodiscard]] SYC_API RegisteredProjects& registeredProjects();
 
 }  // namespace SYC

@@ -1,6 +1,6 @@
 #include "RegisteredProjectsSynchronizer.hpp"
 
-#include "Detail/DataOptionsFile.hpp"
+#include "Registry/Detail/DataOptionsFile.hpp"
 
 namespace SYC {
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "OVRoot/Export.hpp"
 #include "RegisteredProjects.hpp"
 
 namespace SYC {
@@ -13,7 +14,7 @@ namespace SYC {
 /// lock file can be made. A dead process locks nobody out. The threads of this process share one
 /// lock. It is for options: a cache is set up and written outside of it, for observers and the user
 /// are not to be kept waiting under a lock.
-class RegisteredProjects::Synchronizer {
+class SYC_API RegisteredProjects::Synchronizer {
 public:
     /// Throws OV::InterruptedException when the calling thread is asked to stop while it waits, and
     /// as RegisteredProjects::RefreshData does; nothing is locked then.

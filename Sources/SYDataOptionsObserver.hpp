@@ -1,10 +1,11 @@
 #pragma once
 
+#include "OVRoot/Export.hpp"
 namespace SYC {
 
 /// Hears when the folder of the local project data becomes another one, be it set in this process
 /// or found changed in the options file. Attaching and detaching are safe on any thread.
-class SYDataOptionsObserver {
+class SYC_API SYDataOptionsObserver {
 public:
     SYDataOptionsObserver() = default;
     SYDataOptionsObserver(const SYDataOptionsObserver&) = delete;

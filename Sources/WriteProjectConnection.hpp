@@ -1,11 +1,12 @@
 #pragma once
 
+#include "OVRoot/Export.hpp"
 #include "OwnClientConnection.hpp"
 
 namespace SYC {
 
 /// The connection for sending changes: a locked project does not pass its check.
-class WriteProjectConnection final : public OwnClientConnection {
+class SYC_API WriteProjectConnection final : public OwnClientConnection {
 public:
     /// Primary. `manager` may be null (every check then answers 1) and must outlive the connection.
     explicit WriteProjectConnection(SYCB::ProjectConnectionManagerInterface* manager)

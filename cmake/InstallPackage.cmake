@@ -2,17 +2,15 @@
 include(CMakePackageConfigHelpers)
 set(package_dir "${CMAKE_INSTALL_LIBDIR}/cmake/SYClient")
 
-install(TARGETS SYClient SYClientStatic EXPORT SYClientTargets
+# An export each: who links the shared library is not asked for what the static one is made of.
+install(TARGETS SYClient SYClientHeaders EXPORT SYClientTargets
   RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}"
   LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}"
-  ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}")
+  FILE_SET HEADERS DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/SYClient-1")
 install(EXPORT SYClientTargets NAMESPACE SYClient:: DESTINATION "${package_dir}")
-
-# Folders named Detail hold what no host sees, headers that include a third-party library among it; they stay inside.
-foreach(root Sources Platform)
-  install(DIRECTORY "${PROJECT_SOURCE_DIR}/${root}/" DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/SYClient-1"
-    FILES_MATCHING PATTERN "*.hpp" PATTERN "Detail" EXCLUDE)
-endforeach()
+install(TARGETS SYClientStatic EXPORT SYClientStaticTargets
+  ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}")
+install(EXPORT SYClientStaticTargets NAMESPACE SYClient:: DESTINATION "${package_dir}")
 
 configure_package_config_file("${PROJECT_SOURCE_DIR}/cmake/SYClientConfig.cmake.in"
   "${PROJECT_BINARY_DIR}/SYClientConfig.cmake" INSTALL_DESTINATION "${package_dir}")

@@ -2,6 +2,7 @@
 
 #include "Display/ImageException.hpp"
 #include "Display/NativeImage.hpp"
+#include "OVRoot/Export.hpp"
 
 /// Pictures as the bytes of PNG and JPEG files. Safe on any thread.
 namespace NewDisplay {
@@ -21,10 +22,10 @@ inline constexpr std::size_t MaxEncodedBytes = 16 * 1024 * 1024;
 /// against NativeImage::MaxPixels before memory is taken, and decoding takes less than 400 MiB
 /// whatever the bytes say. A file that is too large, cut off or damaged throws ImageException and
 /// gives no part.
-[[nodiscard]] NativeImage DecodeImage(OV::StringView bytes, OV::UniStringView mediaType);
+[[nodiscard]] SYC_API NativeImage DecodeImage(OV::StringView bytes, OV::UniStringView mediaType);
 
 /// PNG is lossless, equal images give equal bytes. JPEG has no transparency: the image is put on
 /// white. Throws ImageException for the empty image and for a file above MaxEncodedBytes.
-[[nodiscard]] OV::String EncodeImage(const NativeImage& image, ImageFormat format);
+[[nodiscard]] SYC_API OV::String EncodeImage(const NativeImage& image, ImageFormat format);
 
 }  // namespace NewDisplay

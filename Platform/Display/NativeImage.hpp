@@ -1,5 +1,6 @@
 #pragma once
 
+#include "OVRoot/Export.hpp"
 #include <cstdint>
 #include <memory>
 #include <span>
@@ -11,7 +12,7 @@ namespace NewDisplay {
 /// A picture as a value. Copies share their pixels, which never change: a NativeContext draws on
 /// pixels of its own and gives them to one image. So copies may be read on several threads at once,
 /// and nobody sees a drawing half done.
-class NativeImage {
+class SYC_API NativeImage {
 public:
     /// Alpha, red, green and blue from the highest byte to the lowest, in the machine's byte order;
     /// the colours are multiplied by alpha.

@@ -2,10 +2,11 @@
 
 #include "Dlg/ButtonItemObserver.hpp"
 #include "Dlg/Item.hpp"
+#include "OVRoot/Export.hpp"
 
 namespace Dlg {
 
-class ButtonItem final : public Item {
+class SYC_API ButtonItem final : public Item {
 public:
     ButtonItem(Panel& panel, int number) : Item(panel, number, {ItemType::Button}) {}
 

@@ -1,10 +1,11 @@
 #pragma once
 
+#include "OVRoot/Export.hpp"
 namespace Dlg {
 
 class ButtonItem;
 
-class ButtonItemObserver {
+class SYC_API ButtonItemObserver {
 public:
     virtual ~ButtonItemObserver() = default;
     /// The user pressed the button.

@@ -2,10 +2,11 @@
 
 #include "Dlg/DateItemObserver.hpp"
 #include "Dlg/Item.hpp"
+#include "OVRoot/Export.hpp"
 
 namespace Dlg {
 
-class DateItem final : public Item {
+class SYC_API DateItem final : public Item {
 public:
     DateItem(Panel& panel, int number) : Item(panel, number, {ItemType::Date}) {}
 

@@ -1,10 +1,11 @@
 #pragma once
 
+#include "OVRoot/Export.hpp"
 namespace Dlg {
 
 class DateItem;
 
-class DateItemObserver {
+class SYC_API DateItemObserver {
 public:
     virtual ~DateItemObserver() = default;
     /// The user changed the date.

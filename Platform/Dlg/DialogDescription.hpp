@@ -2,11 +2,12 @@
 
 #include "Dlg/ItemDescription.hpp"
 #include "OVRoot/Containers.hpp"
+#include "OVRoot/Export.hpp"
 
 namespace Dlg {
 
 /// A dialog as the resources describe it.
-struct DialogDescription {
+struct SYC_API DialogDescription {
     int number = 0;
     OV::UniString title;
     int width = 0;
@@ -21,9 +22,9 @@ struct DialogDescription {
 };
 
 /// A dialog of the library's resources. An unknown number throws IllegalReferenceException.
-[[nodiscard]] const DialogDescription& GetDialogDescription(int number);
+[[nodiscard]] SYC_API const DialogDescription& GetDialogDescription(int number);
 
 /// The numbers of all dialogs, in no particular order.
-[[nodiscard]] OV::Array<int> GetDialogNumbers();
+[[nodiscard]] SYC_API OV::Array<int> GetDialogNumbers();
 
 }  // namespace Dlg

@@ -2,6 +2,7 @@
 
 #include "Dlg/Date.hpp"
 #include "Dlg/ListRows.hpp"
+#include "OVRoot/Export.hpp"
 
 #include <cstdint>
 #include <memory>
@@ -11,7 +12,7 @@ namespace Dlg {
 /// The back end of one dialog: what a toolkit has to be able to do. Items go by their number in the
 /// dialog's description, and are asked only for what their type can do; entries and rows count
 /// from 1, and 0 is none. What the program sets causes no event. For the main thread.
-class DialogWindow {
+class SYC_API DialogWindow {
 public:
     virtual ~DialogWindow() = default;
 

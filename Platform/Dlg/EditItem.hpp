@@ -1,11 +1,12 @@
 #pragma once
 
 #include "Dlg/Item.hpp"
+#include "OVRoot/Export.hpp"
 
 namespace Dlg {
 
 /// A line to be typed into, which a password edit shows as dots.
-class EditItem final : public Item {
+class SYC_API EditItem final : public Item {
 public:
     EditItem(Panel& panel, int number) : Item(panel, number, {ItemType::Edit, ItemType::Password})
     {}

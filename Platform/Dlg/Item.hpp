@@ -1,11 +1,12 @@
 #pragma once
 
 #include "Dlg/Panel.hpp"
+#include "OVRoot/Export.hpp"
 
 namespace Dlg {
 
 /// The program's hand on one item of a panel, which outlives it. One a number.
-class Item {
+class SYC_API Item {
 public:
     virtual ~Item();
     Item(const Item&) = delete;

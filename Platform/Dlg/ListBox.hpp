@@ -2,11 +2,12 @@
 
 #include "Dlg/Item.hpp"
 #include "Dlg/ListBoxObserver.hpp"
+#include "OVRoot/Export.hpp"
 
 namespace Dlg {
 
 /// A table of texts, rows and columns counted from 1, of which at most one row is selected.
-class ListBox final : public Item {
+class SYC_API ListBox final : public Item {
 public:
     ListBox(Panel& panel, int number) : Item(panel, number, {ItemType::ListBox}) {}
 

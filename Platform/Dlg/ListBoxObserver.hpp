@@ -1,10 +1,11 @@
 #pragma once
 
+#include "OVRoot/Export.hpp"
 namespace Dlg {
 
 class ListBox;
 
-class ListBoxObserver {
+class SYC_API ListBoxObserver {
 public:
     virtual ~ListBoxObserver() = default;
     /// The user selected a row.

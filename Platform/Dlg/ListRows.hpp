@@ -1,12 +1,13 @@
 #pragma once
 
 #include "Dlg/ListColumn.hpp"
+#include "OVRoot/Export.hpp"
 
 namespace Dlg {
 
 /// What a list box shows, asked for cell by cell as it is looked at, so that a list may be long.
 /// Rows and columns count from 1. What it tells does not change while a list box has it.
-class ListRows {
+class SYC_API ListRows {
 public:
     virtual ~ListRows() = default;
 
@@ -17,7 +18,7 @@ public:
 };
 
 /// Rows that are there as texts.
-class TextRows final : public ListRows {
+class SYC_API TextRows final : public ListRows {
 public:
     explicit TextRows(OV::Array<ListRow> rows) : rows_(std::move(rows)) {}
 

@@ -1,11 +1,12 @@
 #pragma once
 
 #include "Dlg/Panel.hpp"
+#include "OVRoot/Export.hpp"
 
 namespace Dlg {
 
 /// A dialog that the caller waits for.
-class ModalDialog : public Panel {
+class SYC_API ModalDialog : public Panel {
 public:
     explicit ModalDialog(int number) : ModalDialog(GetDialogDescription(number)) {}
     explicit ModalDialog(const DialogDescription& description);

@@ -3,6 +3,7 @@
 #include "Dlg/PanelObserver.hpp"
 #include "Dlg/Toolkit.hpp"
 #include "OVRoot/EventSource.hpp"
+#include "OVRoot/Export.hpp"
 
 #include <exception>
 #include <functional>
@@ -13,7 +14,7 @@ class Item;
 
 /// A dialog's window, its items and its observers. The window is made when it is first needed, so
 /// that a dialog which is prepared and never opened costs little. For the main thread.
-class Panel : private WindowEvents {
+class SYC_API Panel : private WindowEvents {
 public:
     /// Dialog `number` of the resources. The window is the work of the toolkit that is current when
     /// it is needed; without one, needing it throws OV::IllegalReferenceException.

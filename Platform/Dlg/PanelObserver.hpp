@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Dlg/DialogResult.hpp"
+#include "OVRoot/Export.hpp"
 
 namespace Dlg {
 
@@ -8,7 +9,7 @@ class Panel;
 
 /// Hears what happens to a panel, on the main thread. An exception from here closes the panel as
 /// cancelled and leaves its Invoke.
-class PanelObserver {
+class SYC_API PanelObserver {
 public:
     virtual ~PanelObserver() = default;
     /// Before it is seen: the place to fill its items.

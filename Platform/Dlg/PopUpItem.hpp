@@ -2,11 +2,12 @@
 
 #include "Dlg/Item.hpp"
 #include "Dlg/PopUpItemObserver.hpp"
+#include "OVRoot/Export.hpp"
 
 namespace Dlg {
 
 /// A menu of entries, counted from 1, of which at most one is selected.
-class PopUpItem final : public Item {
+class SYC_API PopUpItem final : public Item {
 public:
     PopUpItem(Panel& panel, int number) : Item(panel, number, {ItemType::PopUp}) {}
 

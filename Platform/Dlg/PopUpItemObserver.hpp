@@ -1,10 +1,11 @@
 #pragma once
 
+#include "OVRoot/Export.hpp"
 namespace Dlg {
 
 class PopUpItem;
 
-class PopUpItemObserver {
+class SYC_API PopUpItemObserver {
 public:
     virtual ~PopUpItemObserver() = default;
     /// The user selected an entry, the selected one again included.

@@ -1,11 +1,12 @@
 #pragma once
 
 #include "Dlg/Item.hpp"
+#include "OVRoot/Export.hpp"
 
 namespace Dlg {
 
 /// A bar that tells how far something has come. It cannot be seen before it is told anything.
-class ProgressItem final : public Item {
+class SYC_API ProgressItem final : public Item {
 public:
     ProgressItem(Panel& panel, int number) : Item(panel, number, {ItemType::Progress}) {}
 

@@ -1,11 +1,12 @@
 #pragma once
 
 #include "Dlg/Item.hpp"
+#include "OVRoot/Export.hpp"
 
 namespace Dlg {
 
 /// A text to be read, left-aligned, on as many lines as it takes.
-class TextItem final : public Item {
+class SYC_API TextItem final : public Item {
 public:
     TextItem(Panel& panel, int number) : Item(panel, number, {ItemType::Text}) {}
 

@@ -4,6 +4,7 @@
 #include "Dlg/DialogWindow.hpp"
 #include "Dlg/WindowEvents.hpp"
 #include "IO/Location.hpp"
+#include "OVRoot/Export.hpp"
 
 #include <optional>
 
@@ -11,7 +12,7 @@ namespace Dlg {
 
 /// Where dialogs come to be seen: windows of the host's desktop, or a script (see Headless/). The
 /// process has one at a time. For the main thread.
-class Toolkit {
+class SYC_API Toolkit {
 public:
     virtual ~Toolkit() = default;
 

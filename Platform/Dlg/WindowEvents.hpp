@@ -1,11 +1,12 @@
 #pragma once
 
 #include "Dlg/DialogResult.hpp"
+#include "OVRoot/Export.hpp"
 
 namespace Dlg {
 
 /// What a window tells its panel, on the main thread, while it runs. Nothing is thrown from here.
-class WindowEvents {
+class SYC_API WindowEvents {
 public:
     virtual ~WindowEvents() = default;
     /// The user pressed the button, or changed the selection or the date of the item.

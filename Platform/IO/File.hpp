@@ -1,6 +1,7 @@
 #pragma once
 
 #include "IO/Location.hpp"
+#include "OVRoot/Export.hpp"
 
 #include <compare>
 #include <optional>
@@ -10,7 +11,7 @@ namespace IO {
 
 /// Tells whether a file may have changed: modification time in the file system's full resolution,
 /// size and identity.
-struct ChangeStamp {
+struct SYC_API ChangeStamp {
     std::int64_t modificationNanoseconds = 0;
     std::uint64_t size = 0;
     std::uint64_t identity = 0;
@@ -24,9 +25,9 @@ namespace File {
 
 /// Whether something that is no folder stands there. Throws when that cannot be told: a test that
 /// fails is not "no".
-[[nodiscard]] bool Exists(const Location& file);
+[[nodiscard]] SYC_API bool Exists(const Location& file);
 /// Nothing when the file does not exist.
-[[nodiscard]] std::optional<ChangeStamp> GetChangeStamp(const Location& file);
+[[nodiscard]] SYC_API std::optional<ChangeStamp> GetChangeStamp(const Location& file);
 
 /// What a file of each kind may hold at most, in bytes. Far more than any real one has: it is there
 /// so that a damaged, foreign or endless file costs an error and not the memory.
@@ -41,34 +42,35 @@ struct Content {
 };
 /// Reads a regular file of at most `most` bytes; anything else that stands there (a pipe, a device,
 /// a longer file) throws. Memory grows only with bytes that really arrived.
-[[nodiscard]] Content Read(const Location& file, std::uint64_t most = MostOfValueFile);
-[[nodiscard]] OV::String ReadAll(const Location& file, std::uint64_t most = MostOfValueFile);
+[[nodiscard]] SYC_API Content Read(const Location& file, std::uint64_t most = MostOfValueFile);
+[[nodiscard]] SYC_API OV::String ReadAll(const Location& file,
+                                         std::uint64_t most = MostOfValueFile);
 
 /// What the user names as input: a file, or a pipe that is read to its end. Throws when it is
 /// longer than `most` bytes.
-[[nodiscard]] OV::String ReadInput(const Location& input, std::uint64_t most);
+[[nodiscard]] SYC_API OV::String ReadInput(const Location& input, std::uint64_t most);
 
 /// The first bytes of a regular file, at most `most`.
-[[nodiscard]] OV::String ReadBeginning(const Location& file, std::size_t most);
+[[nodiscard]] SYC_API OV::String ReadBeginning(const Location& file, std::size_t most);
 
 /// Replaces the file as a whole: written beside the target, flushed to the disk, renamed over it.
 /// Whoever reads meanwhile, and whatever happens to this process, sees the old content or the new
 /// one. A new file is readable by its user alone when `isPrivate`; one that is there and that the
 /// user may not write to stays as it is. Returns the stamp of the new file. A failure tells by
 /// IOException::GetStep whether anything was opened.
-ChangeStamp Replace(const Location& file, OV::StringView bytes, bool isPrivate = false);
+SYC_API ChangeStamp Replace(const Location& file, OV::StringView bytes, bool isPrivate = false);
 
 /// Makes an empty file that its user alone can read; false when something stands there already,
 /// made a moment ago by another process or long before.
-bool CreatePrivate(const Location& file);
+SYC_API bool CreatePrivate(const Location& file);
 /// Whether others than its user may read the file.
-[[nodiscard]] bool IsReadableByOthers(const Location& file);
+[[nodiscard]] SYC_API bool IsReadableByOthers(const Location& file);
 
 /// An absent file counts as deleted; a file that another process holds as ExclusiveFile throws
 /// IOException with ErrorCode::HeldByOther.
-void Delete(const Location& file);
+SYC_API void Delete(const Location& file);
 /// Renames over whatever stands at `target`.
-void Rename(const Location& source, const Location& target);
+SYC_API void Rename(const Location& source, const Location& target);
 
 }  // namespace File
 }  // namespace IO

@@ -2,6 +2,7 @@
 
 #include "IO/Location.hpp"
 #include "OVRoot/Exception.hpp"
+#include "OVRoot/Export.hpp"
 
 namespace IO {
 
@@ -24,7 +25,7 @@ enum class Step {
 
 /// A file-system operation failed; the message names the operation, the place and the system's
 /// reason.
-class IOException : public OV::Exception {
+class SYC_API IOException : public OV::Exception {
 public:
     IOException(ErrorCode code, OV::UniStringView operation, const Location& place,
                 OV::StringView reason, OV::SourcePlace source = OV::SourcePlace::Here(),

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "OVRoot/Exception.hpp"
+#include "OVRoot/Export.hpp"
 #include "OVRoot/UniString.hpp"
 
 #include <cstddef>
@@ -20,7 +21,7 @@ inline constexpr ChannelStatus ChannelFailed = -7003;
 /// count fails). After a failure the values of later reads are unspecified, but the channel stays
 /// usable and memory grows only with bytes that really arrived: to twice them at most, plus one
 /// step of 64 KiB.
-class IChannel {
+class SYC_API IChannel {
 public:
     virtual ~IChannel() = default;
 
@@ -44,7 +45,7 @@ public:
 };
 
 /// Binary output in the form that IChannel reads.
-class OChannel {
+class SYC_API OChannel {
 public:
     virtual ~OChannel() = default;
 
@@ -82,14 +83,14 @@ template <class... Values>
 }
 
 /// Raised by the channels with exceptions.
-class ChannelException : public Exception {
+class SYC_API ChannelException : public Exception {
 public:
     using Exception::Exception;
     OV_EXCEPTION_IDENTITY(ChannelException)
 };
 
 /// Binary input with exceptions (ChannelException) instead of codes; same forms as IChannel.
-class IChannelX {
+class SYC_API IChannelX {
 public:
     virtual ~IChannelX() = default;
 
@@ -105,7 +106,7 @@ public:
 };
 
 /// Binary output with exceptions.
-class OChannelX {
+class SYC_API OChannelX {
 public:
     virtual ~OChannelX() = default;
 
@@ -118,10 +119,10 @@ public:
 
 /// Strings on the channels with exceptions: an unsigned 32-bit count of bytes, then UTF-8.
 namespace OBinaryChannelUtilities {
-void WriteUniStringAsUTF8(OChannelX& channel, UniStringView text);
+SYC_API void WriteUniStringAsUTF8(OChannelX& channel, UniStringView text);
 }
 namespace IBinaryChannelUtilities {
-[[nodiscard]] UniString ReadUniStringFromUTF8(IChannelX& channel);
+[[nodiscard]] SYC_API UniString ReadUniStringFromUTF8(IChannelX& channel);
 }
 
 }  // namespace OV

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "OVRoot/Channel.hpp"
+#include "OVRoot/Export.hpp"
 
 namespace OV {
 
@@ -12,7 +13,7 @@ struct ClassInfo {
 };
 
 /// Opens a record: the constructor writes the class name, the main and the sub version.
-class OutputClassFrame {
+class SYC_API OutputClassFrame {
 public:
     OutputClassFrame(OChannel& channel, const ClassInfo& info);
     [[nodiscard]] ChannelStatus Status() const noexcept { return status_; }
@@ -25,7 +26,7 @@ private:
 
 /// Reads the head of a record. Another class name gives the status -7003; any version is accepted
 /// here, for the reader dispatches on the main version.
-class InputClassFrame {
+class SYC_API InputClassFrame {
 public:
     InputClassFrame(IChannel& channel, const ClassInfo& expected);
     [[nodiscard]] ChannelStatus Status() const noexcept { return status_; }

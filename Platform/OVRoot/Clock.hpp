@@ -1,15 +1,16 @@
 #pragma once
 
+#include "OVRoot/Export.hpp"
 #include <cstdint>
 
 namespace OV {
 
 /// Seconds since 1970-01-01 UTC as the formats hold them: what lies outside of 1901 to 2038 becomes
 /// the nearest time that they can hold.
-[[nodiscard]] std::int32_t Seconds32(std::int64_t seconds) noexcept;
+[[nodiscard]] SYC_API std::int32_t Seconds32(std::int64_t seconds) noexcept;
 
 /// Time as the formats and the dialogs use it; a class so that a test can stand in for it.
-class Clock {
+class SYC_API Clock {
 public:
     virtual ~Clock() = default;
     /// Seconds since 1970-01-01 UTC, see Seconds32.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "OVRoot/Export.hpp"
 #include "OVRoot/Lock.hpp"
 
 #include <condition_variable>
@@ -9,7 +10,7 @@ namespace OV {
 
 /// An event: Notify is kept until a wait has seen it, whichever comes first, and wakes every
 /// waiter. Once notified it stays so until Reset. Safe on any thread.
-class Condition {
+class SYC_API Condition {
 public:
     void Notify();
     void Reset();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "OVRoot/Export.hpp"
 #include "OVRoot/HeldLocks.hpp"
 
 #include <algorithm>
@@ -14,12 +15,12 @@ namespace OV {
 namespace Detail {
 
 /// Logs the exception that is being handled, once, as one that left an observer of that class.
-void LogObserverFailure(const std::type_info& observer) noexcept;
+SYC_API void LogObserverFailure(const std::type_info& observer) noexcept;
 
 /// A thread that waits for the calls that `others` are in to end. Not when one of them waits,
 /// directly or through more threads, for this one: two calls that detach each other's observers
 /// would wait for ever.
-class WaitForCalls {
+class SYC_API WaitForCalls {
 public:
     explicit WaitForCalls(std::vector<std::thread::id> others);
     ~WaitForCalls();

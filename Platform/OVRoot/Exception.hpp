@@ -1,5 +1,6 @@
 #pragma once
 
+#include "OVRoot/Export.hpp"
 #include "OVRoot/UniString.hpp"
 
 #include <exception>
@@ -23,7 +24,7 @@ struct SourcePlace {
 
 /// Base of the exception family: message, source name, line and an optional cause.
 /// A message says what failed, where, and what the user can do; it never holds a password.
-class Exception : public std::exception {
+class SYC_API Exception : public std::exception {
 public:
     explicit Exception(UniString message, SourcePlace place = SourcePlace::Here(),
                        std::shared_ptr<const Exception> cause = nullptr);
@@ -69,7 +70,7 @@ private:
         return std::make_unique<Class>(*this);                                                     \
     }
 
-class NullReferenceException : public Exception {
+class SYC_API NullReferenceException : public Exception {
 public:
     explicit NullReferenceException(SourcePlace place = SourcePlace::Here())
         : Exception(StringView("Null reference."), place)
@@ -77,21 +78,21 @@ public:
     OV_EXCEPTION_IDENTITY(NullReferenceException)
 };
 
-class IllegalArgumentException : public Exception {
+class SYC_API IllegalArgumentException : public Exception {
 public:
     using Exception::Exception;
     OV_EXCEPTION_IDENTITY(IllegalArgumentException)
 };
 
 /// A table was asked for a key that it does not hold.
-class IllegalReferenceException : public Exception {
+class SYC_API IllegalReferenceException : public Exception {
 public:
     using Exception::Exception;
     OV_EXCEPTION_IDENTITY(IllegalReferenceException)
 };
 
 /// The thread was asked to stop while it waited.
-class InterruptedException : public Exception {
+class SYC_API InterruptedException : public Exception {
 public:
     explicit InterruptedException(SourcePlace place = SourcePlace::Here())
         : Exception(StringView("The operation was interrupted."), place)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "OVRoot/Export.hpp"
 #include "OVRoot/Ref.hpp"
 
 #include <functional>
@@ -7,7 +8,7 @@
 namespace OV {
 
 /// A piece of work. Run is called once, on the thread that the executor chooses.
-class Runnable {
+class SYC_API Runnable {
 public:
     virtual ~Runnable() = default;
     virtual void Run() = 0;
@@ -17,12 +18,12 @@ public:
 using RunnableTask = Ref<Runnable>;
 
 /// A runnable made of a function.
-[[nodiscard]] RunnableTask MakeTask(std::function<void()> work);
+[[nodiscard]] SYC_API RunnableTask MakeTask(std::function<void()> work);
 
 /// Runs tasks, each at most once. Execute never blocks for the task and never runs it on the
 /// calling thread. A task that throws is logged and ends there: the executor goes on. No task may
 /// be the last owner of its executor, whose destructor would wait for that very task.
-class Executor {
+class SYC_API Executor {
 public:
     virtual ~Executor() = default;
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "OVRoot/Export.hpp"
 #include "OVRoot/UniString.hpp"
 
 #include <concepts>
@@ -25,9 +26,10 @@ private:
 };
 
 /// Replaces the placeholders of `format` in order. A placeholder is "%" with or without one of the
-/// endings s, ls, d, u, lu, hu: all of them stand for the next argument, whatever its type. "%%" is a
-/// percent sign. A placeholder without an argument stays as it is; left-over arguments are dropped.
-[[nodiscard]] UniString FormatText(UniStringView format,
-                                   std::initializer_list<FormatArgument> arguments);
+/// endings s, ls, d, u, lu, hu: all of them stand for the next argument, whatever its type. "%%" is
+/// a percent sign. A placeholder without an argument stays as it is; left-over arguments are
+/// dropped.
+[[nodiscard]] SYC_API UniString FormatText(UniStringView format,
+                                           std::initializer_list<FormatArgument> arguments);
 
 }  // namespace OV

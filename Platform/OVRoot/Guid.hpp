@@ -1,5 +1,6 @@
 #pragma once
 
+#include "OVRoot/Export.hpp"
 #include "OVRoot/UniString.hpp"
 
 #include <array>
@@ -10,7 +11,7 @@
 namespace OV {
 
 /// A 128-bit identity.
-class Guid {
+class SYC_API Guid {
 public:
     /// All zero.
     Guid() = default;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "OVRoot/Export.hpp"
 #include "OVRoot/UniString.hpp"
 
 namespace OV {
@@ -17,16 +18,16 @@ struct LocalTime {
 };
 
 /// `seconds` since 1970-01-01 UTC. Safe on any thread.
-[[nodiscard]] LocalTime ToLocalTime(std::int64_t seconds);
+[[nodiscard]] SYC_API LocalTime ToLocalTime(std::int64_t seconds);
 /// Seconds since 1970-01-01 UTC. A moment that the clocks show twice is the first one of them; one
 /// that they skip lies as much later as they skip. Depends on nothing but the zone.
-[[nodiscard]] std::int64_t FromLocalTime(const LocalTime& time);
+[[nodiscard]] SYC_API std::int64_t FromLocalTime(const LocalTime& time);
 /// The first and the last second of a day in seconds since 1970-01-01 UTC, however long the day is:
 /// of two hours that the clocks show alike both belong to it. Days beyond the end of a month are
 /// those of the next one.
-[[nodiscard]] std::int64_t StartOfDay(int year, int month, int day);
-[[nodiscard]] std::int64_t EndOfDay(int year, int month, int day);
+[[nodiscard]] SYC_API std::int64_t StartOfDay(int year, int month, int day);
+[[nodiscard]] SYC_API std::int64_t EndOfDay(int year, int month, int day);
 /// "2026-11-24 13:05:09", which sorts as the time does.
-[[nodiscard]] UniString FormatLocalTime(std::int64_t seconds);
+[[nodiscard]] SYC_API UniString FormatLocalTime(std::int64_t seconds);
 
 }  // namespace OV

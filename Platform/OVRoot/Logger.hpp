@@ -1,5 +1,6 @@
 #pragma once
 
+#include "OVRoot/Export.hpp"
 #include "OVRoot/Format.hpp"
 #include "OVRoot/UniString.hpp"
 
@@ -19,7 +20,7 @@ struct LogRecord {
 /// the standard error stream. Safe on any thread; the sink is called on the logging thread, one
 /// line at a time, so it must not wait for a thread that logs. What it logs itself goes to the
 /// standard error stream. Nothing written here may hold a password.
-class Logger {
+class SYC_API Logger {
 public:
     using Sink = std::function<void(const LogRecord&)>;
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "OVRoot/Export.hpp"
 #include "OVRoot/UniString.hpp"
 
 #include <utility>
@@ -7,13 +8,13 @@
 namespace OV {
 
 /// Base of values whose type is known only when the program runs.
-class Object {
+class SYC_API Object {
 public:
     virtual ~Object() = default;
 };
 
 /// A text as such a value.
-class UniStringObject final : public Object {
+class SYC_API UniStringObject final : public Object {
 public:
     explicit UniStringObject(UniString text) : text_(std::move(text)) {}
     [[nodiscard]] const UniString& Get() const noexcept { return text_; }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "OVRoot/Export.hpp"
 #include "OVRoot/UniString.hpp"
 
 #include <optional>
@@ -7,10 +8,10 @@
 namespace OV {
 
 /// One component of a URL: every byte but letters, digits and "-._~" as "%XX" (RFC 3986).
-[[nodiscard]] String PercentEncode(StringView bytes);
+[[nodiscard]] SYC_API String PercentEncode(StringView bytes);
 
 /// The inverse, for whatever a stranger may have written: nothing when a percent sign stands
 /// without two hexadecimal digits or the bytes are no UTF-8.
-[[nodiscard]] std::optional<String> PercentDecode(StringView text);
+[[nodiscard]] SYC_API std::optional<String> PercentDecode(StringView text);
 
 }  // namespace OV

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "OVRoot/Executor.hpp"
+#include "OVRoot/Export.hpp"
 
 #include <memory>
 
@@ -11,7 +12,7 @@ class TaskPool;
 }
 
 /// What the executors share: a queue, and the threads that serve it. The destructor waits for them.
-class PoolBackedExecutor : public Executor {
+class SYC_API PoolBackedExecutor : public Executor {
 public:
     ~PoolBackedExecutor() override;
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "OVRoot/Export.hpp"
 #include "OVRoot/Format.hpp"
 #include "OVRoot/UniString.hpp"
 
@@ -9,7 +10,7 @@ namespace OV {
 
 /// A text of the library's own string lists: list number and 1-based index, as the resources number
 /// them. An unknown number or index throws IllegalReferenceException.
-[[nodiscard]] const UniString& GetStringListItem(int list, int index);
+[[nodiscard]] SYC_API const UniString& GetStringListItem(int list, int index);
 
 /// An alert of the resources; texts still hold their placeholders.
 struct AlertResource {
@@ -20,15 +21,15 @@ struct AlertResource {
     std::vector<UniString> buttons;
 };
 
-[[nodiscard]] const AlertResource& GetAlertResource(int number);
+[[nodiscard]] SYC_API const AlertResource& GetAlertResource(int number);
 
 /// The PNG bytes of a picture of the library, by number; they stay for the life of the process. An
 /// unknown number throws IllegalReferenceException.
-[[nodiscard]] StringView GetPictureResource(int number);
+[[nodiscard]] SYC_API StringView GetPictureResource(int number);
 
 /// Shows alerts. The host's toolkit installs its own; without one an alert goes to the log and is
 /// answered with its last button, the one that changes nothing.
-class AlertPresenter {
+class SYC_API AlertPresenter {
 public:
     virtual ~AlertPresenter() = default;
     /// `alert` has its placeholders filled in. Returns the 1-based button.
@@ -41,8 +42,8 @@ public:
 
 /// Shows alert `number`, the placeholders of its message and detail filled with `arguments` in
 /// order, and returns the 1-based button. Safe on any thread as far as the installed presenter is.
-int ShowAlert(int number, std::initializer_list<FormatArgument> arguments = {});
+SYC_API int ShowAlert(int number, std::initializer_list<FormatArgument> arguments = {});
 /// The same for an alert that is ready to be shown, of the resources or not.
-int ShowAlert(const AlertResource& alert);
+SYC_API int ShowAlert(const AlertResource& alert);
 
 }  // namespace OV

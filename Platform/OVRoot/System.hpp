@@ -1,5 +1,6 @@
 #pragma once
 
+#include "OVRoot/Export.hpp"
 #include "OVRoot/UniString.hpp"
 
 #include <cstddef>
@@ -12,32 +13,33 @@
 namespace OV::System {
 
 /// The name of this computer, at most 512 code units; empty when the system has none.
-[[nodiscard]] UniString ComputerName();
+[[nodiscard]] SYC_API UniString ComputerName();
 /// Whether the text is an address itself (IPv4 in any form that the system takes, IPv6), not a name
 /// that would have to be looked up. Asks no network.
-[[nodiscard]] bool IsNumericHostAddress(StringView host);
+[[nodiscard]] SYC_API bool IsNumericHostAddress(StringView host);
 /// Value of an environment variable in UTF-8; empty when it is not set.
-[[nodiscard]] String EnvironmentVariable(StringView name);
+[[nodiscard]] SYC_API String EnvironmentVariable(StringView name);
 /// The user's home folder as the system names it.
-[[nodiscard]] String HomeFolder();
-[[nodiscard]] std::uint32_t ProcessId();
+[[nodiscard]] SYC_API String HomeFolder();
+[[nodiscard]] SYC_API std::uint32_t ProcessId();
 /// Bytes of memory that this process has in use; 0 when the system does not tell.
-[[nodiscard]] std::uint64_t ProcessMemory();
+[[nodiscard]] SYC_API std::uint64_t ProcessMemory();
 /// The folder of the running program in UTF-8; empty when the system does not tell.
-[[nodiscard]] String ProgramFolder();
+[[nodiscard]] SYC_API String ProgramFolder();
 /// Runs a program to its end, with this one's streams, and returns its exit code; nothing when it
 /// cannot be started.
-[[nodiscard]] std::optional<int> RunProgram(const String& file, std::vector<String> arguments);
+[[nodiscard]] SYC_API std::optional<int> RunProgram(const String& file,
+                                                    std::vector<String> arguments);
 /// The moment in the time zone of the user; safe on any thread.
-[[nodiscard]] std::tm ToLocalTime(std::time_t time);
+[[nodiscard]] SYC_API std::tm ToLocalTime(std::time_t time);
 /// A write into a pipe or connection whose reader has gone fails instead of ending the process.
-void IgnoreBrokenPipes();
+SYC_API void IgnoreBrokenPipes();
 /// Lets the process open as many files and connections as its user may; returns their number.
-std::size_t RaiseDescriptorLimit();
+SYC_API std::size_t RaiseDescriptorLimit();
 /// Keeps the memory of the process, with the passwords in it, out of files that a crash would
 /// leave.
-void ForbidCoreDumps();
+SYC_API void ForbidCoreDumps();
 /// Names the calling thread for debuggers; longer names are cut.
-void NameCurrentThread(StringView name);
+SYC_API void NameCurrentThread(StringView name);
 
 }  // namespace OV::System

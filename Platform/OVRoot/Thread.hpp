@@ -1,6 +1,7 @@
 #pragma once
 
 #include "OVRoot/Exception.hpp"
+#include "OVRoot/Export.hpp"
 
 #include <functional>
 #include <memory>
@@ -9,7 +10,7 @@
 namespace OV {
 
 /// A named thread with an interruption flag. The destructor interrupts and joins.
-class Thread {
+class SYC_API Thread {
 public:
     /// Starts at once; throws Exception when the system gives no thread. An exception that leaves
     /// `body`, of whatever type, is logged and ends the thread.
@@ -24,6 +25,12 @@ public:
 
     /// Whether the calling thread, or the executor task it runs, was asked to stop.
     [[nodiscard]] static bool IsInterrupted() noexcept;
+    /// Throws InterruptedException when it was. Costs a look at a flag.
+    static void ThrowIfInterrupted()
+    {
+        if (IsInterrupted())
+            throw InterruptedException();
+    }
     /// The flag of the calling thread as a token; one that never stops outside our threads.
     [[nodiscard]] static std::stop_token CurrentToken() noexcept;
     /// Waits; throws InterruptedException as soon as the calling thread is asked to stop.
@@ -35,7 +42,7 @@ private:
 };
 
 /// Makes `token` the interruption flag of the calling thread while it lives; executors use it.
-class InterruptionScope {
+class SYC_API InterruptionScope {
 public:
     explicit InterruptionScope(std::stop_token token);
     ~InterruptionScope();

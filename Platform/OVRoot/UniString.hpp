@@ -1,5 +1,6 @@
 #pragma once
 
+#include "OVRoot/Export.hpp"
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -16,29 +17,29 @@ using String = std::string;
 using StringView = std::string_view;
 
 /// UTF-8 of `text`. A lone surrogate becomes its three-byte form, so that FromUtf8 gives it back.
-[[nodiscard]] String ToUtf8(UniStringView text);
+[[nodiscard]] SYC_API String ToUtf8(UniStringView text);
 
 /// UTF-16 of `bytes`. Accepts the three-byte form of a lone surrogate; every other malformed byte
 /// becomes one U+FFFD, so the call never fails and never reads past the end.
-[[nodiscard]] UniString FromUtf8(StringView bytes);
+[[nodiscard]] SYC_API UniString FromUtf8(StringView bytes);
 
 /// Whether FromUtf8(bytes) would lose nothing.
-[[nodiscard]] bool IsWellFormedUtf8(StringView bytes) noexcept;
+[[nodiscard]] SYC_API bool IsWellFormedUtf8(StringView bytes) noexcept;
 
 /// Equality with the letters A to Z and a to z taken as equal; every other code unit exactly.
 /// Host names and URL schemes need no more.
-[[nodiscard]] bool EqualsIgnoreCase(UniStringView left, UniStringView right) noexcept;
+[[nodiscard]] SYC_API bool EqualsIgnoreCase(UniStringView left, UniStringView right) noexcept;
 
 /// Text that any line-based, XML or JSON carrier brings through unchanged: control characters other
 /// than tab and line feed, carriage returns, lone surrogates and the two non-characters U+FFFE and
 /// U+FFFF become `\uXXXX` (a backslash, "u", four capital hexadecimal digits), and so does a
 /// backslash that stands before a "u". All other text, other backslashes included, stays as it is.
-[[nodiscard]] UniString EscapeForCarrier(UniStringView text);
+[[nodiscard]] SYC_API UniString EscapeForCarrier(UniStringView text);
 
 /// The exact inverse of EscapeForCarrier. `\u` without four hexadecimal digits stays as it is.
-[[nodiscard]] UniString UnescapeFromCarrier(UniStringView text);
+[[nodiscard]] SYC_API UniString UnescapeFromCarrier(UniStringView text);
 
 /// Decimal text of a number.
-[[nodiscard]] UniString ToText(std::int64_t number);
+[[nodiscard]] SYC_API UniString ToText(std::int64_t number);
 
 }  // namespace OV

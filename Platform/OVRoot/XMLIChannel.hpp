@@ -1,6 +1,7 @@
 #pragma once
 
 #include "OVRoot/Exception.hpp"
+#include "OVRoot/Export.hpp"
 #include "OVRoot/UniString.hpp"
 
 #include <memory>
@@ -9,7 +10,7 @@ namespace OV {
 
 /// A value document does not hold what was asked for. The message names the source of the document,
 /// the element and what was expected.
-class XMLChannelException : public Exception {
+class SYC_API XMLChannelException : public Exception {
 public:
     using Exception::Exception;
     OV_EXCEPTION_IDENTITY(XMLChannelException)
@@ -18,7 +19,7 @@ public:
 /// Reads an XML value document strictly and in order: the next value must carry the asked name, its
 /// text must be a whole value of the asked type, numbers must be in range. Every failure throws
 /// XMLChannelException and leaves the position where it was. One thread at a time.
-class XMLIChannel {
+class SYC_API XMLIChannel {
 public:
     /// `text` is UTF-8; `sourceName` is what messages call the document (a path, mostly).
     XMLIChannel(String text, UniString sourceName);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "OVRoot/Export.hpp"
 #include "OVRoot/UniString.hpp"
 
 #include <memory>
@@ -9,7 +10,7 @@ namespace OV {
 /// Builds an XML value document in memory: elements that hold named, typed values in the order of
 /// the calls. Any string survives (see EscapeForCarrier). One thread at a time.
 /// Misuse (leaving an element that is not open, a second root) throws IllegalArgumentException.
-class XMLOChannel {
+class SYC_API XMLOChannel {
 public:
     XMLOChannel();
     ~XMLOChannel();

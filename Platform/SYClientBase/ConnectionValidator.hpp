@@ -1,6 +1,7 @@
 #pragma once
 
 #include "OVRoot/Containers.hpp"
+#include "OVRoot/Export.hpp"
 #include "OVRoot/Lock.hpp"
 #include "SYClientBase/ServerConnectionInfo.hpp"
 
@@ -10,7 +11,7 @@ namespace SYCB {
 
 /// Remembers, for the life of the process, which servers could be worked with. Host names count in
 /// any letter case. Safe on any thread.
-class ConnectionValidator {
+class SYC_API ConnectionValidator {
 public:
     [[nodiscard]] static ConnectionValidator& GetInstance();
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "OVRoot/Export.hpp"
 #include <cstdint>
 
 namespace SYCB {
@@ -8,7 +9,7 @@ namespace SYCB {
 /// thread carries the number instead of a pointer and is dropped when no such object exists.
 /// Numbers are never used again. The answer holds as long as the asking thread is the one that
 /// destroys.
-class Identified {
+class SYC_API Identified {
 public:
     using Identity = std::uint64_t;
 

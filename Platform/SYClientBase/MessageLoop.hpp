@@ -1,6 +1,7 @@
 #pragma once
 
 #include "OVRoot/Executor.hpp"
+#include "OVRoot/Export.hpp"
 
 #include <cstdint>
 #include <functional>
@@ -10,7 +11,7 @@ namespace SYCB {
 /// The way to the host's main thread. A host with a message loop of its own installs a poster;
 /// without one, tasks wait in a queue of the process until its main thread runs them here. One a
 /// process.
-class MessageLoop {
+class SYC_API MessageLoop {
 public:
     using Poster = std::function<void(OV::RunnableTask)>;
 
@@ -33,7 +34,7 @@ public:
 };
 
 /// Delivers a runnable to the main thread: Run posts it to the message loop.
-class MessageLoopRunnable final : public OV::Runnable {
+class SYC_API MessageLoopRunnable final : public OV::Runnable {
 public:
     explicit MessageLoopRunnable(OV::RunnableTask task) : task_(std::move(task)) {}
     void Run() override { MessageLoop::Post(task_); }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "OVRoot/Executor.hpp"
+#include "OVRoot/Export.hpp"
 
 #include <memory>
 
@@ -9,7 +10,7 @@ namespace SYCB {
 /// Runs its tasks on the host's main thread, through the message loop, in the order given. Shutdown
 /// and Cancel both take nothing more; Cancel also drops what has not begun. The destructor cancels
 /// and waits for nothing: a task that runs is the main thread's own.
-class MessageLoopExecutor final : public OV::Executor {
+class SYC_API MessageLoopExecutor final : public OV::Executor {
 public:
     MessageLoopExecutor();
     ~MessageLoopExecutor() override;

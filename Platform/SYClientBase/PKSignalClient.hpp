@@ -1,5 +1,6 @@
 #pragma once
 
+#include "OVRoot/Export.hpp"
 #include "SYClientBase/PresenceService.hpp"
 #include "SyncraClient/SyncraClient.hpp"
 #include "SyncraProtocol/Signal.hpp"
@@ -9,7 +10,7 @@
 
 namespace SYCB {
 
-class PKSignalClientObserver {
+class SYC_API PKSignalClientObserver {
 public:
     virtual ~PKSignalClientObserver() = default;
     /// Whether the observer wants signals of this kind.
@@ -23,7 +24,7 @@ public:
 /// growing pauses. After a reconnection every observer gets one signal of each kind, so that
 /// nothing that happened in between is missed. A server that refuses the user ends the listening
 /// (offline, with a log line).
-class PKSignalClient {
+class SYC_API PKSignalClient {
 public:
     /// Makes the signed-in client for each connection; may throw as SyncraClient does.
     using Connector = std::function<std::unique_ptr<Syncra::Client::SyncraClient>()>;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "OVRoot/EventSource.hpp"
+#include "OVRoot/Export.hpp"
 
 #include <atomic>
 #include <cstdint>
@@ -17,7 +18,7 @@ enum class PresenceState : std::int32_t {
 
 class PresenceService;
 
-class PresenceServiceObserver {
+class SYC_API PresenceServiceObserver {
 public:
     virtual ~PresenceServiceObserver() = default;
     /// Called on the thread that changed the state.
@@ -25,7 +26,7 @@ public:
 };
 
 /// The presence state of one opened project. Safe on any thread.
-class PresenceService {
+class SYC_API PresenceService {
 public:
     [[nodiscard]] PresenceState GetState() const noexcept { return word_.load().state; }
     [[nodiscard]] bool IsOnline() const noexcept { return GetState() == PresenceState::Online; }

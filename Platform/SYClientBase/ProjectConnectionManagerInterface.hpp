@@ -1,7 +1,8 @@
 #pragma once
 
 #include "IO/Location.hpp"
-#include "SYClientBase/CachedProjectInfo.hpp"
+#include "OVRoot/Export.hpp"
+#include "SYClientBase/CachedProjectInfoInterface.hpp"
 #include "SYClientBase/PKSignalClient.hpp"
 
 #include <memory>
@@ -10,7 +11,7 @@ namespace SYCB {
 
 /// The host's view of its opened project; the host implements it, or takes
 /// SYC::ClientProjectConnectionManager.
-class ProjectConnectionManagerInterface {
+class SYC_API ProjectConnectionManagerInterface {
 public:
     virtual ~ProjectConnectionManagerInterface() = default;
 

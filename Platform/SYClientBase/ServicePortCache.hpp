@@ -1,6 +1,7 @@
 #pragma once
 
 #include "OVRoot/Containers.hpp"
+#include "OVRoot/Export.hpp"
 #include "OVRoot/Lock.hpp"
 #include "SyncraProtocol/ServicePort.hpp"
 
@@ -11,7 +12,7 @@ enum class ServiceType : std::int32_t { Management = 0, Messaging = 1 };
 
 /// Where the services of the servers listen, asked once a server and process. Safe on any thread; a
 /// request is made on the calling thread without holding up the others.
-class ServicePortCache {
+class SYC_API ServicePortCache {
 public:
     [[nodiscard]] static ServicePortCache& GetInstance();
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "OVRoot/Export.hpp"
 #include "SYClientBase/ProjectConnectionManagerInterface.hpp"
 #include "SyncraClient/SyncraClient.hpp"
 
@@ -8,7 +9,7 @@
 namespace SYCB {
 
 /// The server's version is incompatible with this client. (The spelling is the platform's.)
-class IncopatibleServerVersionException : public OV::Exception {
+class SYC_API IncopatibleServerVersionException : public OV::Exception {
 public:
     using Exception::Exception;
     OV_EXCEPTION_IDENTITY(IncopatibleServerVersionException)
@@ -29,16 +30,16 @@ auto WithServerVersionException(Work&& work)
 /// A client signed in with a login in clear text. Throws IncopatibleServerVersionException, and
 /// otherwise as Syncra::Client::Connect. A server that answered is remembered as a working
 /// connection (see ConnectionValidator.hpp).
-[[nodiscard]] std::unique_ptr<Syncra::Client::SyncraClient>
+[[nodiscard]] SYC_API std::unique_ptr<Syncra::Client::SyncraClient>
 CreateSyncraClient(const Syncra::Client::SignInData& data);
 
 /// A client signed in to the server of a project URL; the coded password is decoded here, which may
 /// throw PasswordCodingException.
-[[nodiscard]] std::unique_ptr<Syncra::Client::SyncraClient>
+[[nodiscard]] SYC_API std::unique_ptr<Syncra::Client::SyncraClient>
 CreateSyncraClient(const IO::Location& projectLocation);
 
 /// A client signed in beside the opened project of `manager`.
-[[nodiscard]] std::unique_ptr<Syncra::Client::SyncraClient>
+[[nodiscard]] SYC_API std::unique_ptr<Syncra::Client::SyncraClient>
 CreateSyncraClientOnOpenedProject(const ProjectConnectionManagerInterface& manager,
                                   const OV::UniString& serverName, std::uint16_t port,
                                   const OV::UniString& userName, const OV::UniString& password);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "OVRoot/Export.hpp"
 #include "SYCommunication/CommunicationException.hpp"
 #include "SYCommunication/HttpOptions.hpp"
 #include "SYCommunication/ServerAddress.hpp"
@@ -31,13 +32,13 @@ struct HttpResponse {
 
 /// Sets up what clients stand on, which otherwise the first of them does. Whoever ends requests
 /// when the process ends calls it before he registers that: then they end before it is taken down.
-void PrepareTransport();
+SYC_API void PrepareTransport();
 
 /// One keep-alive connection to one service. Perform is synchronous; one thread at a time, but
 /// Cancel may be called from any. A request whose kept connection turned out dead before it was
 /// sent is sent once more on a new one; one that a busy server refused (429, 503) and wants later
 /// is sent again when the server says, within the time that a request may take.
-class HttpClient {
+class SYC_API HttpClient {
 public:
     HttpClient(ServerAddress address, HttpOptions options = {});
     ~HttpClient();

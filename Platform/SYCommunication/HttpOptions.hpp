@@ -1,5 +1,6 @@
 #pragma once
 
+#include "OVRoot/Export.hpp"
 #include "OVRoot/UniString.hpp"
 
 #include <cstddef>
@@ -21,7 +22,7 @@ struct HttpOptions {
 
 /// What a client is made with when nothing else is said. A host that knows its network sets them
 /// once, before its first connection; safe on any thread.
-[[nodiscard]] HttpOptions DefaultHttpOptions();
-void SetDefaultHttpOptions(HttpOptions options);
+[[nodiscard]] SYC_API HttpOptions DefaultHttpOptions();
+SYC_API void SetDefaultHttpOptions(HttpOptions options);
 
 }  // namespace Communication

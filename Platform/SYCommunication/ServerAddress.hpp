@@ -1,12 +1,13 @@
 #pragma once
 
+#include "OVRoot/Export.hpp"
 #include "OVRoot/UniString.hpp"
 
 namespace Communication {
 
 /// Where a service listens. A server name that begins with "https://" asks for TLS; "http://" or
 /// nothing before the host does not.
-struct ServerAddress {
+struct SYC_API ServerAddress {
     OV::UniString host;
     std::uint16_t port = 0;
     bool secure = false;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "OVRoot/Export.hpp"
 #include "SYCommunication/HttpClient.hpp"
 #include "SyncraProtocol/EventLogPage.hpp"
 #include "SyncraProtocol/Member.hpp"
@@ -17,7 +18,7 @@ namespace Syncra::Client {
 /// answer; one thread at a time, except Cancel. Failures: Communication::ResponseContentException
 /// when the server refuses, the other exceptions of Communication when it cannot be asked,
 /// OV::InterruptedException after Cancel or an interruption of the calling thread.
-class SyncraClient {
+class SYC_API SyncraClient {
 public:
     virtual ~SyncraClient() = default;
 
@@ -116,12 +117,12 @@ struct SignInData {
 
 /// Connects and signs in. Throws as the requests do, and ServerVersionException when the server
 /// speaks another version of the protocol.
-[[nodiscard]] std::unique_ptr<SyncraClient>
+[[nodiscard]] SYC_API std::unique_ptr<SyncraClient>
 Connect(const SignInData& data,
         const Communication::HttpOptions& options = Communication::DefaultHttpOptions());
 
 /// The server speaks another version of the protocol than this client.
-class ServerVersionException : public Communication::CommunicationException {
+class SYC_API ServerVersionException : public Communication::CommunicationException {
 public:
     using CommunicationException::CommunicationException;
     OV_EXCEPTION_IDENTITY(ServerVersionException)

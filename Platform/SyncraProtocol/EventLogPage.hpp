@@ -1,11 +1,12 @@
 #pragma once
 
+#include "OVRoot/Export.hpp"
 #include "OVRoot/UniString.hpp"
 
 namespace Syncra::Protocol {
 
 /// A part of a server's log.
-struct EventLogPage {
+struct SYC_API EventLogPage {
     /// UTF-8, oldest line first, each with a line feed behind it.
     OV::String text;
     /// Stands between the fields of a line, and never in one.
@@ -19,7 +20,7 @@ struct EventLogPage {
 };
 
 /// What a user did in a project, as his client tells the server.
-struct LoggedEvent {
+struct SYC_API LoggedEvent {
     OV::UniString action;
     std::uint32_t size = 0;  ///< bytes
     OV::UniString comment;

@@ -1,13 +1,14 @@
 #pragma once
 
 #include "OVRoot/Containers.hpp"
+#include "OVRoot/Export.hpp"
 #include "OVRoot/Guid.hpp"
 #include "OVRoot/UniString.hpp"
 
 namespace Syncra::Protocol {
 
 /// A member of a project as its model service lists him.
-struct Member {
+struct SYC_API Member {
     std::int16_t id = 0;  ///< short number of the user in this project, 1 to 32767
     OV::UniString loginName;
     OV::UniString fullName;
@@ -20,7 +21,7 @@ struct Member {
 };
 
 /// A user's photo as the management service keeps it. Type and data are empty when there is none.
-struct Photo {
+struct SYC_API Photo {
     /// The most bytes of an encoded picture.
     static constexpr std::size_t MaximumSize = 4 * 1024 * 1024;
 

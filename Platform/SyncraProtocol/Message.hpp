@@ -1,12 +1,13 @@
 #pragma once
 
 #include "OVRoot/Containers.hpp"
+#include "OVRoot/Export.hpp"
 #include "OVRoot/UniString.hpp"
 
 namespace Syncra::Protocol {
 
 /// A mail as the project server keeps it for one user. The server reads nothing of header and body.
-struct Message {
+struct SYC_API Message {
     /// The most bytes of body data that a message may carry.
     static constexpr std::size_t MaximumBodySize = 8 * 1024 * 1024;
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "OVRoot/Export.hpp"
 #include "OVRoot/UniString.hpp"
 
 namespace Syncra::Protocol {
@@ -12,7 +13,7 @@ enum class ProjectState : std::int32_t {
 };
 
 /// A project in the project list of a user.
-struct Project {
+struct SYC_API Project {
     OV::UniString id;
     OV::UniString name;
     OV::UniString location;  ///< server-side location of its data

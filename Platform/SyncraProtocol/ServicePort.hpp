@@ -1,11 +1,12 @@
 #pragma once
 
+#include "OVRoot/Export.hpp"
 #include "OVRoot/UniString.hpp"
 
 namespace Syncra::Protocol {
 
 /// Where one service of a server listens.
-struct ServicePort {
+struct SYC_API ServicePort {
     OV::UniString service;
     std::uint16_t port = 0;
 

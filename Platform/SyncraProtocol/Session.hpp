@@ -1,12 +1,13 @@
 #pragma once
 
 #include "OVRoot/Containers.hpp"
+#include "OVRoot/Export.hpp"
 #include "OVRoot/UniString.hpp"
 
 namespace Syncra::Protocol {
 
 /// A user's working session in a project, with what the server grants him in it.
-struct Session {
+struct SYC_API Session {
     OV::UniString id;
     OV::UniString projectId;
     OV::UniString userId;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "OVRoot/Containers.hpp"
+#include "OVRoot/Export.hpp"
 #include "OVRoot/UniString.hpp"
 
 namespace Syncra::Protocol {
@@ -13,7 +14,7 @@ enum class SignalId : std::int32_t {
 };
 
 /// One event of a project, in the order of its sequence.
-struct Signal {
+struct SYC_API Signal {
     std::uint64_t sequence = 0;
     SignalId id = SignalId::ProjectStateChanged;
     OV::UniString projectId;
@@ -24,7 +25,7 @@ struct Signal {
 /// Answer to a held signal request. `next` is what the next request passes on; a server that lost
 /// its place (restart) answers with a `next` below the one asked for, and the client starts from
 /// there.
-struct SignalBatch {
+struct SYC_API SignalBatch {
     OV::Array<Signal> events;  ///< not "signals", which is a keyword to hosts with Qt
     std::uint64_t next = 0;
 };

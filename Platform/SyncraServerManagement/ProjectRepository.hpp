@@ -1,46 +1,59 @@
 #pragma once
 
+#include "OVRoot/Export.hpp"
+#include "SyncraProtocol/Management/ConnectedModule.hpp"
+#include "SyncraProtocol/Management/ProjectCategory.hpp"
+#include "SyncraProtocol/Management/ServerConfiguration.hpp"
+#include "SyncraProtocol/Management/V2/Project.hpp"
 #include "SyncraProtocol/ServicePort.hpp"
-#include "SyncraServerManagement/ConnectedModule.hpp"
-#include "SyncraServerManagement/ProjectCategory.hpp"
 #include "SyncraServerManagement/RecordFamily.hpp"
 #include "SyncraServerManagement/RepositoryProperties.hpp"
-#include "SyncraServerManagement/ServerConfiguration.hpp"
-#include "SyncraServerManagement/V2/Project.hpp"
 
 #include <memory>
+
+namespace Syncra::Client {
+struct SignInData;
+}
 
 namespace Syncra::Server::Management {
 
 /// The projects of a server, for the user who signed in. Calls and failures are like those of
 /// UserRepository.
-class ProjectRepository {
+class SYC_API ProjectRepository {
 public:
-    virtual ~ProjectRepository() = default;
+    explicit ProjectRepository(const Client::SignInData& data);
+    ~ProjectRepository();
+    ProjectRepository(const ProjectRepository&) = delete;
+    ProjectRepository& operator=(const ProjectRepository&) = delete;
 
     /// The families live as long as the repository. A project's password is neither sent nor read.
-    [[nodiscard]] virtual RecordFamily<V2::Project>& Projects() = 0;
-    [[nodiscard]] virtual RecordFamily<ProjectCategory>& Categories() = 0;
-    [[nodiscard]] virtual RecordFamily<ConnectedModule>& Modules() = 0;
+    [[nodiscard]] RecordFamily<V2::Project>& Projects() { return projects_; }
+    [[nodiscard]] RecordFamily<ProjectCategory>& Categories() { return categories_; }
+    [[nodiscard]] RecordFamily<ConnectedModule>& Modules() { return modules_; }
 
     /// Projects of the categories `from` come under `into`, and `from` are deleted, together or not
     /// at all.
-    virtual void MergeCategories(const OV::Array<OV::UniString>& from,
-                                 const OV::UniString& into) = 0;
+    void MergeCategories(const OV::Array<OV::UniString>& from, const OV::UniString& into);
 
-    [[nodiscard]] virtual ServerConfiguration GetConfiguration() = 0;
-    virtual void SetConfiguration(const ServerConfiguration& configuration) = 0;
-    [[nodiscard]] virtual OV::Array<Protocol::ServicePort> GetPorts() = 0;
+    [[nodiscard]] ServerConfiguration GetConfiguration();
+    void SetConfiguration(const ServerConfiguration& configuration);
+    [[nodiscard]] OV::Array<Protocol::ServicePort> GetPorts();
 
     /// False once a call did not reach the server, and after Close. Safe on any thread.
-    [[nodiscard]] virtual bool IsUsable() const = 0;
+    [[nodiscard]] bool IsUsable() const;
     /// Ends the call under way and every later one with OV::InterruptedException. Safe on any
     /// thread.
-    virtual void Close() = 0;
+    void Close();
+
+private:
+    std::unique_ptr<Detail::RepositoryRequests> requests_;
+    RecordFamily<V2::Project> projects_{*requests_, "/projects"};
+    RecordFamily<ProjectCategory> categories_{*requests_, "/categories"};
+    RecordFamily<ConnectedModule> modules_{*requests_, "/modules"};
 };
 
 /// As CreateUserRepository, for the project repository beside it.
-[[nodiscard]] std::unique_ptr<ProjectRepository>
+[[nodiscard]] SYC_API std::unique_ptr<ProjectRepository>
 CreateProjectRepository(OV::UniStringView factoryName, const Properties& properties);
 
 }  // namespace Syncra::Server::Management

@@ -7,31 +7,42 @@
 
 namespace Syncra::Server::Management {
 
-/// The records of one kind on a server. Every call is a request and blocks for its answer; one
-/// thread at a time. Failures are those of UserRepositoryExceptions.hpp, and
+namespace Detail {
+class RepositoryRequests;
+}
+
+/// The records of one kind on a server, as part of a repository. Every call is a request and blocks
+/// for its answer; one thread at a time. Failures are those of UserRepositoryExceptions.hpp, and
 /// OV::InterruptedException.
 template <class Record>
-class RecordFamily {
+class SYC_API RecordFamily {
 public:
-    virtual ~RecordFamily() = default;
-
     /// Those that the signed-in user may see, by name; projects in the order of their creation.
-    [[nodiscard]] virtual OV::Array<Record> List() = 0;
+    [[nodiscard]] OV::Array<Record> List();
     /// Throws UserRepositoryObjectNotFoundException.
-    [[nodiscard]] virtual Record Get(const OV::UniString& id) = 0;
+    [[nodiscard]] Record Get(const OV::UniString& id);
     /// The one of that name in any ASCII letter case, or nothing. Of users, the first one with that
     /// full name.
-    [[nodiscard]] virtual std::optional<Record> Find(const OV::UniString& name) = 0;
+    [[nodiscard]] std::optional<Record> Find(const OV::UniString& name);
     /// The record as the server keeps it now, with the identifier that it gave.
-    virtual Record Insert(const Record& record) = 0;
+    Record Insert(const Record& record);
     /// Replaces the record of that identifier whole; the record as the server keeps it now.
-    virtual Record Update(const Record& record) = 0;
-    virtual void Delete(const OV::UniString& id) = 0;
+    Record Update(const Record& record);
+    void Delete(const OV::UniString& id);
 
-protected:
-    RecordFamily() = default;
-    RecordFamily(const RecordFamily&) = default;
-    RecordFamily& operator=(const RecordFamily&) = default;
+    RecordFamily(const RecordFamily&) = delete;
+    RecordFamily& operator=(const RecordFamily&) = delete;
+
+private:
+    friend class UserRepository;
+    friend class ProjectRepository;
+    /// `path` is that of the records, such as "/roles".
+    RecordFamily(Detail::RepositoryRequests& requests, OV::String path)
+        : requests_(requests), path_(std::move(path))
+    {}
+
+    Detail::RepositoryRequests& requests_;
+    OV::String path_;
 };
 
 }  // namespace Syncra::Server::Management

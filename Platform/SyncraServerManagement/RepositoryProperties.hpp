@@ -1,6 +1,7 @@
 #pragma once
 
 #include "OVRoot/Containers.hpp"
+#include "OVRoot/Export.hpp"
 #include "OVRoot/UniString.hpp"
 
 namespace Syncra::Server::Management {
@@ -25,8 +26,9 @@ inline const OV::UniString& WithoutVersionCheck = *new OV::UniString(u"WithoutVe
 
 /// Those of a server named as users write it ("https://" before it asks for TLS) at the port of its
 /// management service. The caller wipes the password.
-[[nodiscard]] Properties MakeProperties(OV::UniStringView serverName, std::uint16_t managementPort,
-                                        const OV::UniString& userName,
-                                        const OV::UniString& password);
+[[nodiscard]] SYC_API Properties MakeProperties(OV::UniStringView serverName,
+                                                std::uint16_t managementPort,
+                                                const OV::UniString& userName,
+                                                const OV::UniString& password);
 
 }  // namespace Syncra::Server::Management

@@ -1,123 +1,109 @@
 #include "SyncraServerManagement/UserRepository.hpp"
 
-#include "OVRoot/SecureWipe.hpp"
-#include "SyncraServerManagement/Detail/HttpRecordFamily.hpp"
-#include "SyncraServerManagement/Detail/SignInProperties.hpp"
+#include "SyncraProtocol/Detail/ModelRecords.hpp"
+#include "SyncraServerManagement/Detail/RepositoryRequests.hpp"
 
 namespace Syncra::Server::Management {
 
+using Detail::MakePath;
+
 namespace {
 
-/// The password in a body, wiped when the request is over.
-class PasswordField {
+/// A body with a password, wiped when the request is over.
+template <class Body>
+class SecretBody {
 public:
-    PasswordField(nlohmann::json& body, const OV::UniString& password)
-        : text_((body["password"] = Protocol::TextToJson(password)).get_ref<std::string&>())
-    {}
-    ~PasswordField() { OV::SecureWipe(text_); }
-    PasswordField(const PasswordField&) = delete;
-    PasswordField& operator=(const PasswordField&) = delete;
+    explicit SecretBody(Body body) : body_(std::move(body)) {}
+    ~SecretBody() { OV::SecureWipe(PasswordOf(body_)); }
+    SecretBody(const SecretBody&) = delete;
+    SecretBody& operator=(const SecretBody&) = delete;
+    [[nodiscard]] const Body& Get() const { return body_; }
 
 private:
-    std::string& text_;
-};
+    static OV::UniString& PasswordOf(NewUser& body) { return *body.password; }
+    static OV::UniString& PasswordOf(NewPassword& body) { return body.value; }
 
-class HttpUserRepository final : public UserRepository {
-public:
-    explicit HttpUserRepository(const Client::SignInData& data) : channel_(data) {}
-
-    RecordFamily<User>& Users() override { return users_; }
-    RecordFamily<Role>& Roles() override { return roles_; }
-    RecordFamily<Group>& Groups() override { return groups_; }
-    RecordFamily<Permission>& Permissions() override { return permissions_; }
-    RecordFamily<PermissionSet>& PermissionSets() override { return permissionSets_; }
-    RecordFamily<CustomPropertyDefinition>& CustomProperties() override
-    {
-        return customProperties_;
-    }
-
-    std::optional<User> FindUserByLoginName(const OV::UniString& loginName) override
-    {
-        return users_.FindBy("loginName", loginName);
-    }
-    User InsertUser(const User& user, const OV::UniString& password) override
-    {
-        auto body = ToJson(user);
-        const PasswordField field(body, password);
-        return users_.Insert(body);
-    }
-    void SetUserPassword(const OV::UniString& user, const OV::UniString& password) override
-    {
-        nlohmann::json body;
-        const PasswordField field(body, password);
-        channel_.Tell(Method::Put, users_.PathOf(user) + "/password", Protocol::DumpJson(body));
-    }
-
-    OV::Array<OV::UniString> GetUserGroups(const OV::UniString& user) override
-    {
-        return channel_.Ask(
-            Method::Get, users_.PathOf(user) + "/groups", {},
-            [](const nlohmann::json& json) { return Protocol::ReadTexts(json, "groups"); });
-    }
-    void AddToGroup(const OV::UniString& groupId, const OV::UniString& user) override
-    {
-        channel_.Tell(Method::Put, MembershipPath(groupId, user));
-    }
-    void RemoveFromGroup(const OV::UniString& groupId, const OV::UniString& user) override
-    {
-        channel_.Tell(Method::Delete, MembershipPath(groupId, user));
-    }
-
-    Role DuplicateRole(const OV::UniString& roleId, const OV::UniString& newName) override
-    {
-        return channel_.Ask(Method::Post, roles_.PathOf(roleId) + "/duplicate",
-                            Protocol::DumpJson({{"name", Protocol::TextToJson(newName)}}),
-                            Protocol::FromJson<Role>);
-    }
-    void Merge(const RepositoryContents& contents) override
-    {
-        channel_.Tell(Method::Post, "/merge", Protocol::DumpJson(ToJson(contents)));
-    }
-
-    Protocol::Photo GetUserPhoto(const OV::UniString& user) override
-    {
-        return channel_.AskPlain(Method::Get, users_.PathOf(user) + "/photo", {},
-                                 Protocol::FromJson<Protocol::Photo>);
-    }
-    void SetUserPhoto(const OV::UniString& user, const Protocol::Photo& photo) override
-    {
-        channel_.AskPlain(Method::Put, users_.PathOf(user) + "/photo",
-                          Protocol::DumpJson(Protocol::ToJson(photo)),
-                          [](const nlohmann::json&) {});
-    }
-
-    bool IsUsable() const override { return channel_.IsUsable(); }
-    void Close() override { channel_.Close(); }
-
-private:
-    using Method = Detail::RepositoryChannel::Method;
-
-    OV::String MembershipPath(const OV::UniString& groupId, const OV::UniString& user) const
-    {
-        return groups_.PathOf(groupId) + users_.PathOf(user);
-    }
-
-    Detail::RepositoryChannel channel_;
-    Detail::HttpRecordFamily<User> users_{channel_, "/users"};
-    Detail::HttpRecordFamily<Role> roles_{channel_, "/roles"};
-    Detail::HttpRecordFamily<Group> groups_{channel_, "/groups"};
-    Detail::HttpRecordFamily<Permission> permissions_{channel_, "/permissions"};
-    Detail::HttpRecordFamily<PermissionSet> permissionSets_{channel_, "/permission-sets"};
-    Detail::HttpRecordFamily<CustomPropertyDefinition> customProperties_{channel_,
-                                                                         "/custom-properties"};
+    Body body_;
 };
 
 }  // namespace
 
+UserRepository::UserRepository(const Client::SignInData& data)
+    : requests_(std::make_unique<Detail::RepositoryRequests>(data))
+{}
+
+UserRepository::~UserRepository() = default;
+
+std::optional<User> UserRepository::FindUserByLoginName(const OV::UniString& loginName)
+{
+    auto found = requests_->Get<Items<User>>(MakePath("/users?loginName={}", {loginName})).value;
+    return found.empty() ? std::nullopt : std::optional(std::move(found.front()));
+}
+
+User UserRepository::InsertUser(const User& user, const OV::UniString& password)
+{
+    const SecretBody body(NewUser{user, password});
+    return requests_->Post<User>("/users", body.Get());
+}
+
+void UserRepository::SetUserPassword(const OV::UniString& user, const OV::UniString& password)
+{
+    const SecretBody body(NewPassword{password});
+    requests_->Put(MakePath("/users/{}/password", {user}), body.Get());
+}
+
+OV::Array<OV::UniString> UserRepository::GetUserGroups(const OV::UniString& user)
+{
+    return requests_->Get<GroupNames>(MakePath("/users/{}/groups", {user})).value;
+}
+
+void UserRepository::AddToGroup(const OV::UniString& groupId, const OV::UniString& user)
+{
+    requests_->Put(MakePath("/groups/{}/users/{}", {groupId, user}), Detail::Empty());
+}
+
+void UserRepository::RemoveFromGroup(const OV::UniString& groupId, const OV::UniString& user)
+{
+    requests_->Delete(MakePath("/groups/{}/users/{}", {groupId, user}));
+}
+
+Role UserRepository::DuplicateRole(const OV::UniString& roleId, const OV::UniString& newName)
+{
+    return requests_->Post<Role>(MakePath("/roles/{}/duplicate", {roleId}), NewName{newName});
+}
+
+void UserRepository::Merge(const RepositoryContents& contents)
+{
+    requests_->Post("/merge", contents);
+}
+
+Protocol::Photo UserRepository::GetUserPhoto(const OV::UniString& user)
+{
+    return requests_->Plain([&](auto& requests) {
+        return requests.template Get<Protocol::Photo>(MakePath("/users/{}/photo", {user}));
+    });
+}
+
+void UserRepository::SetUserPhoto(const OV::UniString& user, const Protocol::Photo& photo)
+{
+    requests_->Plain(
+        [&](auto& requests) { requests.Put(MakePath("/users/{}/photo", {user}), photo); });
+}
+
+bool UserRepository::IsUsable() const
+{
+    return requests_->IsUsable();
+}
+
+void UserRepository::Close()
+{
+    requests_->Close();
+}
+
 std::unique_ptr<UserRepository> CreateUserRepository(OV::UniStringView factoryName,
                                                      const Properties& properties)
 {
-    return std::make_unique<HttpUserRepository>(Detail::SignInOf(factoryName, properties));
+    return std::make_unique<UserRepository>(Detail::SignInOf(factoryName, properties));
 }
 
 }  // namespace Syncra::Server::Management

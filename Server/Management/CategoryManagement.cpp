@@ -5,10 +5,7 @@ namespace Nexar {
 void CategoryManagement::AddRoutes(Router& router)
 {
     RecordRoutes::AddRoutes(router);
-    router.Add("POST", Path("/{}/merge"), [this](const Call& call) {
-        Merge(call);
-        return nlohmann::json::object();
-    });
+    router.Add("POST", Path("/{}/merge"), [this](const Call& call) { Merge(call); });
 }
 
 void CategoryManagement::Merge(const Call& call)
@@ -16,7 +13,7 @@ void CategoryManagement::Merge(const Call& call)
     RequireWriter(call);
     Transaction transaction(context_.database);
     const auto target = Store().Require(IdOf(call));
-    for (const auto& id : Syncra::Protocol::ReadTexts(call.Body(), "categories")) {
+    for (const auto& id : call.Read<Records::MergedCategories>().value) {
         if (id == target.id)
             Rules::Break("A category cannot be merged into itself.");
         const auto category = Store().Require(OV::ToUtf8(id));

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Database.hpp"
-#include "SyncraServerManagement/ServerConfiguration.hpp"
+#include "SyncraProtocol/Management/ServerConfiguration.hpp"
 
 namespace Nexar {
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Database.hpp"
-#include "SyncraServerManagement/RepositoryContents.hpp"
+#include "SyncraProtocol/Management/RepositoryContents.hpp"
 
 #include <set>
 #include <string>

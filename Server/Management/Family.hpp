@@ -1,15 +1,15 @@
 #pragma once
 
 #include "Database.hpp"
-#include "SyncraServerManagement/ConnectedModule.hpp"
-#include "SyncraServerManagement/CustomPropertyDefinition.hpp"
-#include "SyncraServerManagement/Group.hpp"
-#include "SyncraServerManagement/Permission.hpp"
-#include "SyncraServerManagement/PermissionSet.hpp"
-#include "SyncraServerManagement/ProjectCategory.hpp"
-#include "SyncraServerManagement/Role.hpp"
-#include "SyncraServerManagement/User.hpp"
-#include "SyncraServerManagement/V2/Project.hpp"
+#include "SyncraProtocol/Management/ConnectedModule.hpp"
+#include "SyncraProtocol/Management/CustomPropertyDefinition.hpp"
+#include "SyncraProtocol/Management/Group.hpp"
+#include "SyncraProtocol/Management/Permission.hpp"
+#include "SyncraProtocol/Management/PermissionSet.hpp"
+#include "SyncraProtocol/Management/ProjectCategory.hpp"
+#include "SyncraProtocol/Management/Role.hpp"
+#include "SyncraProtocol/Management/User.hpp"
+#include "SyncraProtocol/Management/V2/Project.hpp"
 
 namespace Nexar {
 

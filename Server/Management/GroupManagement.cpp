@@ -5,14 +5,8 @@ namespace Nexar {
 void GroupManagement::AddRoutes(Router& router)
 {
     RecordRoutes::AddRoutes(router);
-    router.Add("PUT", Path("/{}/users/{}"), [this](const Call& call) {
-        AddUser(call);
-        return nlohmann::json::object();
-    });
-    router.Add("DELETE", Path("/{}/users/{}"), [this](const Call& call) {
-        RemoveUser(call);
-        return nlohmann::json::object();
-    });
+    router.Add("PUT", Path("/{}/users/{}"), [this](const Call& call) { AddUser(call); });
+    router.Add("DELETE", Path("/{}/users/{}"), [this](const Call& call) { RemoveUser(call); });
 }
 
 void GroupManagement::AddUser(const Call& call)

@@ -1,28 +1,17 @@
 #pragma once
 
-#include "SyncraProtocol/Detail/Json.hpp"
-
-#include <nlohmann/json.hpp>
+#include "SyncraProtocol/Detail/ManagementRecords.hpp"
 
 /// Sets travel between statements and records as one JSON text: json_group_array out of a row,
 /// json_each into a table.
 namespace Nexar {
 
-[[nodiscard]] inline OV::HashSet<OV::UniString> ReadIds(std::string_view column)
+template <class Value>
+[[nodiscard]] Value ReadColumn(std::string_view column)
 {
-    OV::HashSet<OV::UniString> ids;
-    for (const auto& id : nlohmann::json::parse(column))
-        ids.insert(OV::FromUtf8(id.get_ref<const std::string&>()));
-    return ids;
+    return Syncra::Protocol::ReadAnswer<Value>(column);
 }
 
-template <class Ids>
-[[nodiscard]] std::string IdsColumn(const Ids& ids)
-{
-    auto column = nlohmann::json::array();
-    for (const auto& id : ids)
-        column.push_back(OV::ToUtf8(id));
-    return Syncra::Protocol::DumpJson(column);
-}
+using IdSet = OV::HashSet<OV::UniString>;
 
 }  // namespace Nexar

@@ -16,7 +16,7 @@ void WriteGrants(Database& database, const char* clear, const char* fill, const 
                  const OV::HashSet<OV::UniString>& permissions)
 {
     database.Prepare(clear).Bind(1, owner).Run();
-    database.Prepare(fill).Bind(1, owner).Bind(2, IdsColumn(permissions)).Run();
+    database.Prepare(fill).Bind(1, owner).Bind(2, Syncra::Protocol::WriteJson(permissions)).Run();
 }
 
 constexpr const char* PermissionExists = "SELECT 1 FROM permissions WHERE id = ?1";
@@ -79,7 +79,7 @@ const char* const Family<PermissionSet>::projects =
 PermissionSet Family<PermissionSet>::Read(const Statement& row)
 {
     return {FromUtf8(row.Text(0)), FromUtf8(row.Text(1)), FromUtf8(row.Text(2)),
-            ReadIds(row.View(3))};
+            ReadColumn<IdSet>(row.View(3))};
 }
 
 void Family<PermissionSet>::Check(Database& database, const PermissionSet& set)
@@ -122,8 +122,8 @@ const char* const Family<Role>::projects =
 
 Role Family<Role>::Read(const Statement& row)
 {
-    return {FromUtf8(row.Text(0)), FromUtf8(row.Text(1)), FromUtf8(row.Text(2)),
-            ReadIds(row.View(3)),  FromUtf8(row.Text(4)), row.Number(5) != 0};
+    return {FromUtf8(row.Text(0)),          FromUtf8(row.Text(1)), FromUtf8(row.Text(2)),
+            ReadColumn<IdSet>(row.View(3)), FromUtf8(row.Text(4)), row.Number(5) != 0};
 }
 
 void Family<Role>::Check(Database& database, const Role& role)
@@ -170,7 +170,7 @@ const char* const Family<Group>::projects = nullptr;
 Group Family<Group>::Read(const Statement& row)
 {
     return {FromUtf8(row.Text(0)), FromUtf8(row.Text(1)), FromUtf8(row.Text(2)),
-            ReadIds(row.View(3)), row.Number(4) != 0};
+            ReadColumn<IdSet>(row.View(3)), row.Number(4) != 0};
 }
 
 void Family<Group>::Check(Database&, const Group& group)

@@ -16,9 +16,10 @@ using Records::V2::Project;
 
 const char* const Family<Project>::select =
     "SELECT id, name, description, category, state, location, version, maximum_backups, "
-    "(SELECT json_group_array(json_array(m.user_id, r.id)) FROM members m "
+    "(SELECT json_group_array(json_object('user', m.user_id, 'role', r.id)) FROM members m "
     "JOIN roles r ON r.name = m.role WHERE m.project_id = p.id), "
-    "(SELECT json_group_array(json_array(id, frequency, start_time, enabled)) "
+    "(SELECT json_group_array(json_object('id', id, 'frequency', frequency, "
+    "'startTime', start_time, 'enabled', json(iif(enabled, 'true', 'false')))) "
     "FROM backup_schedules WHERE project_id = p.id) FROM projects p "
     "WHERE (?1 = '' OR id = ?1) AND (?2 = '' OR name = ?2 COLLATE NOCASE) ORDER BY number";
 const char* const Family<Project>::taken =
@@ -29,18 +30,6 @@ const char* const Family<Project>::inUse = nullptr;
 const char* const Family<Project>::projects = nullptr;
 
 namespace {
-
-std::string TextOf(const nlohmann::json& value)
-{
-    return value.get<std::string>();
-}
-
-ProjectBackupSchedule ReadSchedule(const nlohmann::json& row)
-{
-    return {FromUtf8(TextOf(row[0])),
-            static_cast<ProjectBackupSchedule::Frequency>(row[1].get<std::int32_t>()),
-            row[2].get<std::int32_t>(), row[3].get<int>() != 0};
-}
 
 void WriteMembers(Database& database, const std::string& projectId,
                   const OV::HashSet<ProjectMember>& wanted)
@@ -59,7 +48,7 @@ void WriteMembers(Database& database, const std::string& projectId,
         .Prepare("DELETE FROM members WHERE project_id = ?1 "
                  "AND user_id NOT IN (SELECT value FROM json_each(?2))")
         .Bind(1, projectId)
-        .Bind(2, IdsColumn(users))
+        .Bind(2, Syncra::Protocol::WriteJson(users))
         .Run();
 }
 
@@ -99,12 +88,8 @@ Project Family<Project>::Read(const Statement& row)
     project.location = FromUtf8(row.Text(5));
     project.version = FromUtf8(row.Text(6));
     project.maxBackupCounter = static_cast<std::uint32_t>(row.Number(7));
-    const auto members = nlohmann::json::parse(row.View(8));
-    for (const auto& member : members)
-        project.members.insert({FromUtf8(TextOf(member[0])), FromUtf8(TextOf(member[1]))});
-    const auto schedules = nlohmann::json::parse(row.View(9));
-    for (const auto& schedule : schedules)
-        project.backupSchedules.insert(ReadSchedule(schedule));
+    project.members = ReadColumn<decltype(project.members)>(row.View(8));
+    project.backupSchedules = ReadColumn<decltype(project.backupSchedules)>(row.View(9));
     return project;
 }
 

@@ -4,37 +4,21 @@
 
 namespace Nexar {
 
-using nlohmann::json;
 using Syncra::Protocol::ErrorCode;
-using Syncra::Protocol::ProjectState;
-using Syncra::Protocol::ReadInteger;
-using Syncra::Protocol::ReadText;
 using Syncra::Protocol::SignalId;
 
 void ProjectManagement::AddRoutes(Router& router)
 {
     RecordRoutes::AddRoutes(router);
     AddMemberRoutes(router);
-    router.Add("PUT", Path("/{}/state"), [this](const Call& call) {
-        SetState(call);
-        return json::object();
-    });
+    router.Add("PUT", Path("/{}/state"), [this](const Call& call) { SetState(call); });
 }
 
 void ProjectManagement::AddMemberRoutes(Router& router)
 {
-    router.Add("POST", Path("/{}/members"), [this](const Call& call) {
-        AddMember(call);
-        return json::object();
-    });
-    router.Add("PUT", Path("/{}/members/{}"), [this](const Call& call) {
-        SetRole(call);
-        return json::object();
-    });
-    router.Add("DELETE", Path("/{}/members/{}"), [this](const Call& call) {
-        RemoveMember(call);
-        return json::object();
-    });
+    router.Add("POST", Path("/{}/members"), [this](const Call& call) { AddMember(call); });
+    router.Add("PUT", Path("/{}/members/{}"), [this](const Call& call) { SetRole(call); });
+    router.Add("DELETE", Path("/{}/members/{}"), [this](const Call& call) { RemoveMember(call); });
 }
 
 ProjectManagement::Chooser ProjectManagement::Readable(const Call& call)
@@ -68,10 +52,10 @@ void ProjectManagement::Deleted(const Project& project, const std::vector<std::s
 void ProjectManagement::AddMember(const Call& call)
 {
     const auto projectId = ManagedProject(call);
-    const auto body = call.Body();
-    const auto role = ReadRole(body);
+    const auto member = call.Read<Records::NewMember>();
+    const auto role = ExistingRole(member.role);
     context_.rights.RequireAllOf(call, projectId, role);
-    const auto userId = users_.RequireId(OV::ToUtf8(ReadText(body, "loginName")));
+    const auto userId = users_.RequireId(OV::ToUtf8(member.loginName));
     if (!members_.Add(projectId, userId, role))
         throw Refusal(ErrorCode::NameAlreadyExists, "The user is a member already.");
     context_.signals.Raise(projectId, SignalId::MembersChanged);
@@ -80,7 +64,7 @@ void ProjectManagement::AddMember(const Call& call)
 void ProjectManagement::SetRole(const Call& call)
 {
     const auto projectId = ManagedProject(call);
-    const auto role = ReadRole(call.Body());
+    const auto role = ExistingRole(call.Read<Records::RoleOfMember>().value);
     context_.rights.RequireAllOf(call, projectId, role);
     const auto userId = users_.RequireId(call.parameters[1]);
     context_.rights.RequireAllOf(call, projectId, members_.RoleOf(projectId, userId));
@@ -108,9 +92,7 @@ void ProjectManagement::SetState(const Call& call)
     const auto& projectId = call.parameters[0];
     const auto project = RequireProject(projects_, projectId);
     context_.rights.RequireProjectManager(call);
-    const auto state = static_cast<ProjectState>(
-        ReadInteger(call.Body(), "state", static_cast<std::int64_t>(ProjectState::Locked),
-                    static_cast<std::int64_t>(ProjectState::Active)));
+    const auto state = call.Read<Syncra::Protocol::StateOfProject>().state;
     if (state == project.state)
         return;
     projects_.SetState(projectId, state);
@@ -124,9 +106,9 @@ std::string ProjectManagement::ManagedProject(const Call& call)
     return call.parameters[0];
 }
 
-std::string ProjectManagement::ReadRole(const json& body)
+std::string ProjectManagement::ExistingRole(const OV::UniString& name)
 {
-    auto role = OV::ToUtf8(ReadText(body, "role"));
+    auto role = OV::ToUtf8(name);
     if (!projects_.RoleExists(role))
         throw Refusal(ErrorCode::NotFound, "There is no role \"" + role + "\".");
     return role;

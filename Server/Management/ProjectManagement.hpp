@@ -33,8 +33,8 @@ private:
 
     /// The project of the path, for who may manage its members.
     [[nodiscard]] std::string ManagedProject(const Call& call);
-    /// The role that the body names.
-    [[nodiscard]] std::string ReadRole(const nlohmann::json& body);
+    /// The role of that name; throws Refusal when there is none.
+    [[nodiscard]] std::string ExistingRole(const OV::UniString& name);
 
     UserStore& users_;
     ProjectStore& projects_;

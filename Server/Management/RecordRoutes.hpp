@@ -7,17 +7,13 @@
 #include "SignalHub.hpp"
 
 #include "OVRoot/Guid.hpp"
-#include "SyncraServerManagement/Detail/RecordJson.hpp"
-
-#include <nlohmann/json.hpp>
+#include "SyncraProtocol/Detail/ManagementRecords.hpp"
+#include "SyncraProtocol/Detail/ModelRecords.hpp"
 
 #include <algorithm>
 #include <functional>
 
 namespace Nexar {
-
-// Projects stand in a namespace within that of the function.
-using Records::ToJson;
 
 /// What the routes of every family need.
 struct ManagementContext {
@@ -47,7 +43,7 @@ public:
         router.Add("GET", Path(), [this](const Call& call) { return List(call); });
         router.Add("GET", Path("/{}"), [this](const Call& call) { return Get(call); });
         router.Add("PUT", Path("/{}"), [this](const Call& call) { return Update(call); });
-        router.Add("DELETE", Path("/{}"), [this](const Call& call) { return Delete(call); });
+        router.Add("DELETE", Path("/{}"), [this](const Call& call) { Delete(call); });
         AddInsertRoute(router);
     }
 
@@ -60,8 +56,10 @@ protected:
     }
     virtual void AddInsertRoute(Router& router)
     {
-        router.Add("POST", Path(),
-                   [this](const Call& call) { return ToJson(Insert(call, [](const auto&) {})); });
+        router.Add("POST", Path(), [this](const Call& call) {
+            RequireWriter(call);
+            return Insert(call.Read<Record>(), [](const auto&) {});
+        });
     }
 
     /// Which records a list is about, before rights.
@@ -116,10 +114,8 @@ protected:
     virtual void Deleted(const Record&, const std::vector<std::string>&) {}
 
     /// The new record; `more` is done in its transaction.
-    Record Insert(const Call& call, const std::function<void(const Record&)>& more)
+    Record Insert(Record record, const std::function<void(const Record&)>& more)
     {
-        RequireWriter(call);
-        auto record = ReadRecord(call);
         record.id = NewId();
         return Add(record, more);
     }
@@ -132,59 +128,42 @@ protected:
         return store_.Require(OV::ToUtf8(record.id));
     }
 
-    [[nodiscard]] static nlohmann::json ListJson(const std::vector<Record>& records)
-    {
-        auto items = nlohmann::json::array();
-        for (const auto& record : records)
-            items.push_back(ToJson(record));
-        return {{"items", std::move(items)}};
-    }
     [[nodiscard]] RecordStore<Record>& Store() { return store_; }
 
     const ManagementContext& context_;
 
 private:
-    /// The record of the body; what is the server's in it does not count.
-    [[nodiscard]] static Record ReadRecord(const Call& call)
-    {
-        auto body = call.Body();
-        const auto blank = ToJson(Record{});
-        for (const char* owned : {"id", "builtIn", "users", "groups", "location"})
-            if (blank.contains(owned))
-                body[owned] = blank[owned];
-        return Syncra::Protocol::FromJson<Record>(body);
-    }
-    [[nodiscard]] nlohmann::json List(const Call& call)
+    [[nodiscard]] Records::Items<Record> List(const Call& call)
     {
         auto records = Chosen(call);
         std::erase_if(records, std::not_fn(Readable(call)));
-        return ListJson(records);
+        return {std::move(records)};
     }
-    [[nodiscard]] nlohmann::json Get(const Call& call)
+    [[nodiscard]] Record Get(const Call& call)
     {
-        const auto record = store_.Require(IdOf(call));
+        auto record = store_.Require(IdOf(call));
         if (!Readable(call)(record))
             throw Refusal(Syncra::Protocol::ErrorCode::AccessDenied,
                           "Only those who manage members may read this.");
-        return ToJson(record);
+        return record;
     }
-    [[nodiscard]] nlohmann::json Update(const Call& call)
+    [[nodiscard]] Record Update(const Call& call)
     {
         RequireWriter(call);
         const auto id = IdOf(call);
         Transaction transaction(context_.database);
         const auto before = store_.Require(id);
-        auto record = ReadRecord(call);
+        auto record = call.Read<Record>();
         record.id = before.id;
         CheckUpdate(call, before, record);
         store_.Write(record);
-        const auto after = store_.Require(id);
+        auto after = store_.Require(id);
         const auto projects = store_.ProjectsOf(id);
         transaction.Commit();
         Updated(before, after, projects);
-        return ToJson(after);
+        return after;
     }
-    [[nodiscard]] nlohmann::json Delete(const Call& call)
+    void Delete(const Call& call)
     {
         RequireWriter(call);
         const auto id = IdOf(call);
@@ -195,7 +174,6 @@ private:
         store_.Delete(id);
         transaction.Commit();
         Deleted(record, projects);
-        return nlohmann::json::object();
     }
 
     RecordStore<Record> store_;

@@ -16,8 +16,8 @@ public:
             RequireWriter(call);
             auto role = Store().Require(IdOf(call));
             role.id = NewId();
-            role.name = Syncra::Protocol::ReadText(call.Body(), "name");
-            return ToJson(Add(role, [](const auto&) {}));
+            role.name = call.Read<Records::NewName>().value;
+            return Add(role, [](const auto&) {});
         });
     }
 };

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Database.hpp"
-#include "SyncraServerManagement/CustomPropertyDefinition.hpp"
+#include "SyncraProtocol/Management/CustomPropertyDefinition.hpp"
 
 #include <string>
 

@@ -5,33 +5,21 @@
 
 namespace Nexar {
 
-using nlohmann::json;
-using Syncra::Protocol::FromJson;
-
 void ServerManagement::AddRoutes(Router& router)
 {
     router.Add("GET", "/root/syncrav2/configuration",
-               [this](const Call&) { return ToJson(ConfigurationStore(context_.database).Get()); });
-    router.Add("PUT", "/root/syncrav2/configuration", [this](const Call& call) {
-        Configure(call);
-        return json::object();
-    });
-    router.Add("POST", "/root/syncrav2/merge", [this](const Call& call) {
-        Merge(call);
-        return json::object();
-    });
-    router.Add("GET", "/root/syncrav2/ports", [this](const Call&) {
-        json ports = json::array();
-        for (const auto& port : ports_)
-            ports.push_back(ToJson(port));
-        return json{{"ports", std::move(ports)}};
-    });
+               [this](const Call&) { return ConfigurationStore(context_.database).Get(); });
+    router.Add("PUT", "/root/syncrav2/configuration",
+               [this](const Call& call) { Configure(call); });
+    router.Add("POST", "/root/syncrav2/merge", [this](const Call& call) { Merge(call); });
+    router.Add("GET", "/root/syncrav2/ports",
+               [this](const Call&) { return Syncra::Protocol::PortList{ports_}; });
 }
 
 void ServerManagement::Configure(const Call& call)
 {
     context_.rights.RequireAdministrator(call);
-    const auto configuration = FromJson<Records::ServerConfiguration>(call.Body());
+    const auto configuration = call.Read<Records::ServerConfiguration>();
     if (!configuration.serverName.empty())
         Rules::CheckName(configuration.serverName, "name of the server");
     ConfigurationStore(context_.database).Set(configuration);
@@ -40,8 +28,9 @@ void ServerManagement::Configure(const Call& call)
 void ServerManagement::Merge(const Call& call)
 {
     context_.rights.RequireAdministrator(call);
-    for (const auto& project :
-         MergeContents(context_.database, FromJson<Records::RepositoryContents>(call.Body())))
+    // An answer of the other server: its identifiers count.
+    auto contents = Syncra::Protocol::ReadAnswer<Records::RepositoryContents>(call.request.body);
+    for (const auto& project : MergeContents(context_.database, std::move(contents)))
         context_.signals.Raise(project, Syncra::Protocol::SignalId::MembersChanged);
 }
 

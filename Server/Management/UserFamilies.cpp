@@ -8,8 +8,6 @@ namespace Nexar {
 using namespace Records;
 using OV::FromUtf8;
 using OV::ToUtf8;
-using Syncra::Protocol::TextFromJson;
-using Syncra::Protocol::TextToJson;
 
 // Custom properties
 
@@ -26,14 +24,9 @@ const char* const Family<CustomPropertyDefinition>::projects = nullptr;
 
 CustomPropertyDefinition Family<CustomPropertyDefinition>::Read(const Statement& row)
 {
-    CustomPropertyDefinition definition{FromUtf8(row.Text(0)),
-                                        FromUtf8(row.Text(1)),
-                                        FromUtf8(row.Text(2)),
-                                        static_cast<CustomPropertyDefinition::Type>(row.Number(3)),
-                                        {}};
-    for (const auto& choice : nlohmann::json::parse(row.View(4)))
-        definition.choices.push_back(TextFromJson(choice));
-    return definition;
+    return {FromUtf8(row.Text(0)), FromUtf8(row.Text(1)), FromUtf8(row.Text(2)),
+            static_cast<CustomPropertyDefinition::Type>(row.Number(3)),
+            ReadColumn<OV::Array<OV::UniString>>(row.View(4))};
 }
 
 void Family<CustomPropertyDefinition>::Check(Database& database,
@@ -43,7 +36,7 @@ void Family<CustomPropertyDefinition>::Check(Database& database,
     auto values = database.Prepare("SELECT value FROM user_properties WHERE property_id = ?1");
     values.Bind(1, ToUtf8(definition.id));
     while (values.Step())
-        if (!Rules::IsValueOf(definition, TextFromJson(values.Text(0))))
+        if (!Rules::IsValueOf(definition, OV::UnescapeFromCarrier(FromUtf8(values.Text(0)))))
             throw Refusal(Syncra::Protocol::ErrorCode::ObjectInUse,
                           "A user has the value \"" + values.Text(0) +
                               "\", which this would not allow. Change it first.");
@@ -61,7 +54,7 @@ void Family<CustomPropertyDefinition>::Write(Database& database,
         .Bind(2, ToUtf8(definition.name))
         .Bind(3, ToUtf8(definition.description))
         .Bind(4, static_cast<std::int64_t>(definition.type))
-        .Bind(5, Syncra::Protocol::DumpJson(Syncra::Protocol::TextsToJson(definition.choices)))
+        .Bind(5, Syncra::Protocol::WriteJson(definition.choices))
         .Run();
 }
 
@@ -81,19 +74,14 @@ const char* const Family<User>::projects = "SELECT project_id FROM members WHERE
 
 User Family<User>::Read(const Statement& row)
 {
-    User user{FromUtf8(row.Text(0)),
-              FromUtf8(row.Text(1)),
-              FromUtf8(row.Text(2)),
-              FromUtf8(row.Text(3)),
-              row.Number(4) != 0,
-              static_cast<std::uint32_t>(row.Number(5)) & 0xFFFFFF,
-              {},
-              ReadIds(row.View(7))};
-    // Kept alive: the range of a for statement would not.
-    const auto properties = nlohmann::json::parse(row.View(6));
-    for (const auto& [id, value] : properties.items())
-        user.properties.insert_or_assign(FromUtf8(id), TextFromJson(value));
-    return user;
+    return {FromUtf8(row.Text(0)),
+            FromUtf8(row.Text(1)),
+            FromUtf8(row.Text(2)),
+            FromUtf8(row.Text(3)),
+            row.Number(4) != 0,
+            static_cast<std::uint32_t>(row.Number(5)) & 0xFFFFFF,
+            ReadColumn<decltype(User::properties)>(row.View(6)),
+            ReadColumn<IdSet>(row.View(7))};
 }
 
 void Family<User>::Check(Database& database, const User& user)
@@ -134,7 +122,7 @@ void Family<User>::Write(Database& database, const User& user)
                      "VALUES (?1, ?2, ?3)")
             .Bind(1, id)
             .Bind(2, ToUtf8(property))
-            .Bind(3, TextToJson(value).get<std::string>())
+            .Bind(3, ToUtf8(OV::EscapeForCarrier(value)))
             .Run();
 }
 

@@ -1,6 +1,5 @@
 #include "Management/UserManagement.hpp"
 
-#include "Base64Field.hpp"
 #include "Management/ConfigurationStore.hpp"
 
 #include "OVRoot/SecureWipe.hpp"
@@ -8,7 +7,6 @@
 namespace Nexar {
 
 using namespace Syncra::Protocol;
-using nlohmann::json;
 
 namespace {
 
@@ -32,13 +30,13 @@ void UserManagement::AddRoutes(Router& router)
     RecordRoutes::AddRoutes(router);
     router.Add("GET", Path("/{}/groups"), [this](const Call& call) {
         const auto id = SelfOr(call, context_.rights.IsAnyManager(call));
-        return json{{"groups", groups_.GroupsOf(id)}};
+        return Records::GroupNames{groups_.GroupsOf(id)};
     });
     router.AddAsync(
         "PUT", Path("/{}/password"),
         [this](Call& call) {
             const auto id = SelfOr(call, context_.rights.IsAdministrator(call));
-            call.findings = {id, ReadPassword(call.Body())};
+            call.findings = {id, Checked(call.Read<Records::NewPassword>().value)};
             OV::SecureWipe(call.request.body);
         },
         [this, &router](Call call, const Reply& reply) {
@@ -54,8 +52,8 @@ void UserManagement::AddInsertRoute(Router& router)
         [this](Call& call) {
             // Before the hash, which costs far more than the rest.
             RequireWriter(call);
-            if (const auto body = call.Body(); body.contains("password"))
-                call.findings.push_back(ReadPassword(body));
+            if (const auto added = call.Read<Records::NewUser>(); added.password)
+                call.findings.push_back(Checked(*added.password));
         },
         [this, &router](Call call, const Reply& reply) {
             InsertWithPassword(router, std::move(call), reply);
@@ -71,15 +69,10 @@ void UserManagement::AddPhotoRoutes(Router& router)
             !users_.WorkTogether(id, call.user.userId))
             throw Refusal(ErrorCode::NotFound,
                           "There is no such user in a project of yours; he may have been deleted.");
-        return ToJson(photos_.Get(id));
+        return photos_.Get(id);
     });
     router.Add(
-        "PUT", Path("/{}/photo"),
-        [this](const Call& call) {
-            SetPhoto(call);
-            return json::object();
-        },
-        Router::LargeBody);
+        "PUT", Path("/{}/photo"), [this](const Call& call) { SetPhoto(call); }, Router::LargeBody);
 }
 
 std::vector<Records::User> UserManagement::Chosen(const Call& call)
@@ -153,8 +146,7 @@ std::string UserManagement::SelfOr(const Call& call, bool orElse)
 void UserManagement::SetPhoto(const Call& call)
 {
     const auto id = SelfOr(call, context_.rights.IsAdministrator(call));
-    const auto body = call.Body();
-    const Photo photo{ReadText(body, "type"), ReadBase64(body, "data", Photo::MaximumSize)};
+    const auto photo = call.Read<Photo>();
     if (!IsPictureOf(photo))
         throw Refusal(ErrorCode::BadRequest,
                       "The data is no picture of its type: \"image/png\" or \"image/jpeg\".");
@@ -169,9 +161,11 @@ void UserManagement::InsertWithPassword(const Router& router, Call call, const R
     const auto insert = [this, &router, asked, reply](const std::string& hash) {
         router.AnswerWriting(std::move(*asked), reply, [this, hash](Call& checked) {
             const OV::SecureWipeGuard wipe(checked.request.body);
-            return DumpJson(ToJson(Insert(checked, [&](const Records::User& user) {
-                users_.SetPasswordHash(OV::ToUtf8(user.id), hash);
-            })));
+            RequireWriter(checked);
+            return WriteJson(
+                Insert(checked.Read<Records::NewUser>().user, [&](const Records::User& user) {
+                    users_.SetPasswordHash(OV::ToUtf8(user.id), hash);
+                }));
         });
     };
     if (asked->findings.empty())
@@ -190,7 +184,7 @@ void UserManagement::SetPassword(const Router& router, Call call, const Reply& r
                                              [this, id, hash](const Call& checked) {
                                                  users_.SetPasswordHash(id, hash);
                                                  EndTokens(id, checked.request.token);
-                                                 return DumpJson(json::object());
+                                                 return std::string("{}");
                                              });
                     });
 }
@@ -200,9 +194,8 @@ void UserManagement::EndTokens(const std::string& userId, const std::string& kep
     StoreWorkers::AfterCommit([this, userId, keptToken] { tokens_.RemoveUser(userId, keptToken); });
 }
 
-std::string UserManagement::ReadPassword(const json& body)
+std::string UserManagement::Checked(const OV::UniString& password)
 {
-    const auto password = ReadText(body, "password");
     Rules::CheckPassword(context_.database, password);
     return OV::ToUtf8(password);
 }

@@ -39,8 +39,8 @@ private:
     void SetPassword(const Router& router, Call call, const Reply& reply);
     /// When what is being written is committed.
     void EndTokens(const std::string& userId, const std::string& keptToken);
-    /// The password of the body, which must be long enough.
-    [[nodiscard]] std::string ReadPassword(const nlohmann::json& body);
+    /// The password, which must be long enough.
+    [[nodiscard]] std::string Checked(const OV::UniString& password);
 
     UserStore& users_;
     GroupStore& groups_;

@@ -1,7 +1,7 @@
 #include "BinCacheHandler/BinCacheHandler.hpp"
 
-#include "Detail/LogCacheFiles.hpp"
-#include "Detail/LogCacheLines.hpp"
+#include "BinCacheHandler/Detail/LogCacheFiles.hpp"
+#include "BinCacheHandler/Detail/LogCacheLines.hpp"
 
 #include <algorithm>
 

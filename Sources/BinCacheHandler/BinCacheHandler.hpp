@@ -4,6 +4,7 @@
 #include "IO/Location.hpp"
 #include "LogDataLine.hpp"
 #include "OVRoot/Containers.hpp"
+#include "OVRoot/Export.hpp"
 #include "OVRoot/Lock.hpp"
 #include "PerformanceData.hpp"
 
@@ -21,7 +22,7 @@ struct Written;
 /// files: "performance.che", and a file for each project, named by its id. Any thread may call, and
 /// sees the state before or after another operation, never one in between. No operation holds a
 /// lock while it reads or writes files, waits for another process, or calls back.
-class BinCacheHandler {
+class SYC_API BinCacheHandler {
 public:
     /// `name` stands for the server and becomes a folder, which is created. Throws
     /// BinCacheHandlerException.

@@ -1,12 +1,13 @@
 #pragma once
 
 #include "OVRoot/Exception.hpp"
+#include "OVRoot/Export.hpp"
 
 namespace SYC {
 
 /// The cache of a server's log could not be read or written. Its source name is "BinCacheHandler",
 /// whichever file of the handler throws it.
-class BinCacheHandlerException : public OV::Exception {
+class SYC_API BinCacheHandlerException : public OV::Exception {
 public:
     explicit BinCacheHandlerException(OV::StringView message,
                                       std::shared_ptr<const OV::Exception> cause = nullptr,

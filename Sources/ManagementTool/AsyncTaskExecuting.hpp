@@ -2,6 +2,7 @@
 
 #include "OVRoot/Condition.hpp"
 #include "OVRoot/Executor.hpp"
+#include "OVRoot/Export.hpp"
 
 #include <atomic>
 
@@ -9,7 +10,7 @@ namespace Syncra::Server::ManagementTool::Core {
 
 /// Runs one task on an executor, which it starts when it is made, and holds what the task answers.
 /// For the main thread.
-class AsyncTaskExecuting {
+class SYC_API AsyncTaskExecuting {
 public:
     class Response;
     class Task;
@@ -41,9 +42,9 @@ private:
 /// What a task answers, and the main thread's reaction to it. As a condition it is notified when
 /// the task has finished, and stays so: who waits later does not miss it. The first result is the
 /// one that counts.
-class AsyncTaskExecuting::Response : public OV::Runnable,
-                                     public OV::Condition,
-                                     public std::enable_shared_from_this<Response> {
+class SYC_API AsyncTaskExecuting::Response : public OV::Runnable,
+                                             public OV::Condition,
+                                             public std::enable_shared_from_this<Response> {
 public:
     /// Blocks until the task has finished; with a limit, returns whether it finished in time. Throw
     /// OV::InterruptedException when the calling thread is asked to stop.
@@ -81,7 +82,7 @@ private:
 };
 
 /// A request to a server. It owns what it needs, since it may outlast whoever waited for it.
-class AsyncTaskExecuting::Task : public OV::Runnable {
+class SYC_API AsyncTaskExecuting::Task : public OV::Runnable {
 public:
     /// On the worker: does the work, wakes who waits, and hands the response to the main thread.
     /// Throws OV::NullReferenceException when the task was never started.

@@ -32,7 +32,7 @@ struct FailureManner {
 /// later, so that the user can try again; a manager that was never connected throws
 /// OV::NullReferenceException.
 template <class Repository>
-class ConnectedRepositoryManager : public RepositoryManager {
+class SYC_API ConnectedRepositoryManager : public RepositoryManager {
 public:
     /// Base of the tasks of all operations.
     using ParentTask = RepositoryTask<Repository>;

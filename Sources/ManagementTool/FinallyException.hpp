@@ -1,11 +1,12 @@
 #pragma once
 
 #include "OVRoot/Exception.hpp"
+#include "OVRoot/Export.hpp"
 
 namespace Syncra::Server::ManagementTool::Core {
 
 /// Leaves a guarded block so that its clean-up runs; it has no message and no cause.
-class FinallyException : public OV::Exception {
+class SYC_API FinallyException : public OV::Exception {
 public:
     explicit FinallyException(OV::SourcePlace place = OV::SourcePlace::Here())
         : OV::Exception(OV::UniString(), place)

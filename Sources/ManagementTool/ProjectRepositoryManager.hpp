@@ -2,6 +2,7 @@
 
 #include "ManagementTool/ConnectedRepositoryManager.hpp"
 #include "ManagementTool/RecordSteps.hpp"
+#include "OVRoot/Export.hpp"
 #include "SyncraServerManagement/ProjectRepository.hpp"
 
 namespace Syncra::Server::ManagementTool::Core {
@@ -9,7 +10,8 @@ namespace Syncra::Server::ManagementTool::Core {
 /// The management tool's way to the projects of a server. For the main thread; how operations wait,
 /// fail and are repeated is told at ConnectedRepositoryManager. GetX takes an identifier, FindX a
 /// name; what is inserted or updated becomes as the server keeps it.
-class ProjectRepositoryManager : public ConnectedRepositoryManager<Management::ProjectRepository> {
+class SYC_API ProjectRepositoryManager
+    : public ConnectedRepositoryManager<Management::ProjectRepository> {
     using Repository = Management::ProjectRepository;
     using Project = Management::V2::Project;
     using Category = Management::ProjectCategory;

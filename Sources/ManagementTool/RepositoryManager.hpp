@@ -1,11 +1,12 @@
 #pragma once
 
+#include "OVRoot/Export.hpp"
 #include "OVRoot/UniString.hpp"
 
 namespace Syncra::Server::ManagementTool::Core {
 
 /// What the connection manager asks of each of its repository managers.
-class RepositoryManager {
+class SYC_API RepositoryManager {
 public:
     virtual ~RepositoryManager() = default;
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ManagementTool/ErrorType.hpp"
+#include "OVRoot/Export.hpp"
 #include "OVRoot/UniString.hpp"
 
 namespace Syncra::Server::ManagementTool::Core {
@@ -28,6 +29,6 @@ struct RequestFailure {
 /// | UserRepositoryValidatorException | ServerRefused |
 /// | OV::InterruptedException, any other UserRepositoryException | CannotConnect |
 /// | anything else | RequestFailed |
-[[nodiscard]] RequestFailure DescribeFailure() noexcept;
+[[nodiscard]] SYC_API RequestFailure DescribeFailure() noexcept;
 
 }  // namespace Syncra::Server::ManagementTool::Core

@@ -7,6 +7,7 @@
 #include "ManagementTool/ServerConnectionObserver.hpp"
 #include "ManagementTool/UserRepositoryManager.hpp"
 #include "OVRoot/EventSource.hpp"
+#include "OVRoot/Export.hpp"
 #include "OVRoot/Lock.hpp"
 #include "OVRoot/PooledExecutor.hpp"
 #include "OVRoot/SecureWipe.hpp"
@@ -24,8 +25,8 @@ namespace Syncra::Server::ManagementTool::Core {
 /// For the main thread, which waits by the strategy of the process; but the presence of an attached
 /// service reconnects on the thread that tells it, and shows nothing there. Every single operation
 /// is safe beside that one. Ports above 32767 are negative numbers.
-class ServerConnectionManager final : public SYCB::PresenceServiceObserver,
-                                      public OV::EventSource<ServerConnectionObserver> {
+class SYC_API ServerConnectionManager final : public SYCB::PresenceServiceObserver,
+                                              public OV::EventSource<ServerConnectionObserver> {
 public:
     using ErrorType = Core::ErrorType;
     using ObjectType = Core::ObjectType;

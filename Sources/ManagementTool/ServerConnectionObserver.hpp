@@ -1,9 +1,10 @@
 #pragma once
 
+#include "OVRoot/Export.hpp"
 namespace Syncra::Server::ManagementTool::Core {
 
 /// Hears of the management tool's current server, on the thread that changed it.
-class ServerConnectionObserver {
+class SYC_API ServerConnectionObserver {
 public:
     virtual ~ServerConnectionObserver() = default;
     /// There is another current server, or a new connection to the same one. The repository

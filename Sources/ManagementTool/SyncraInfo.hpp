@@ -2,6 +2,7 @@
 
 #include "IO/Location.hpp"
 #include "ManagementTool/UserPasswordStore.hpp"
+#include "OVRoot/Export.hpp"
 #include "SYClientBase/ServerConnectionInfo.hpp"
 
 #include <functional>
@@ -18,7 +19,7 @@ namespace Syncra::Server::ManagementTool::GUI {
 /// Writing waits while another process holds the lock, without a limit; who must be able to get out
 /// writes on an OV::Thread or in an executor's task, or below an OV::InterruptionScope, and is
 /// thrown OV::InterruptedException, with the file untouched, when asked to stop.
-class SyncraInfo {
+class SYC_API SyncraInfo {
 public:
     /// Makes the folder when it is missing (IO::IOException when it cannot be) and reads the file.
     SyncraInfo();

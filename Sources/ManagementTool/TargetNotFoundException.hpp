@@ -1,11 +1,12 @@
 #pragma once
 
 #include "OVRoot/Exception.hpp"
+#include "OVRoot/Export.hpp"
 
 namespace Syncra::Server::ManagementTool::Core {
 
 /// The object that a request names does not exist on the server.
-class TargetNotFoundException : public OV::Exception {
+class SYC_API TargetNotFoundException : public OV::Exception {
 public:
     using Exception::Exception;
     OV_EXCEPTION_IDENTITY(TargetNotFoundException)

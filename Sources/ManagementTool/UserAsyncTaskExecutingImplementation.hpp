@@ -3,13 +3,14 @@
 #include "ManagementTool/AsyncTaskExecuting.hpp"
 #include "ManagementTool/ErrorType.hpp"
 #include "ManagementTool/ObjectType.hpp"
+#include "OVRoot/Export.hpp"
 #include "OVRoot/UniString.hpp"
 
 namespace Syncra::Server::ManagementTool::Core {
 
 /// How the management tool waits for a request and tells the user of its failure. This one waits
 /// without a dialog and tells nothing: for hosts without a user interface.
-class UserAsyncTaskExecutingImplementation {
+class SYC_API UserAsyncTaskExecutingImplementation {
 public:
     virtual ~UserAsyncTaskExecutingImplementation() = default;
 
@@ -43,6 +44,7 @@ public:
 
 /// Installs `implementation` for the process; null restores the one without a user interface. The
 /// caller keeps it alive.
-void SetUserAsyncTaskExecutingImplementation(UserAsyncTaskExecutingImplementation* implementation);
+SYC_API void
+SetUserAsyncTaskExecutingImplementation(UserAsyncTaskExecutingImplementation* implementation);
 
 }  // namespace Syncra::Server::ManagementTool::Core

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ManagementTool/UserGroupType.hpp"
+#include "OVRoot/Export.hpp"
 #include "OVRoot/UniString.hpp"
 
 namespace Syncra::Server::ManagementTool::Core {
@@ -9,8 +10,9 @@ namespace Syncra::Server::ManagementTool::Core {
 /// request. `port` is the model service's. Blocks for requests on the calling thread, which take a
 /// server of another version `withoutVersionCheck`. Throws what Management::CreateUserRepository
 /// and UserRepository::GetUserGroups do, and SYCB::IncopatibleServerVersionException.
-[[nodiscard]] bool IsUserInGroup(const OV::UniString& hostName, short port,
-                                 const OV::UniString& userName, const OV::UniString& password,
-                                 UserGroupType::Value group, bool withoutVersionCheck = false);
+[[nodiscard]] SYC_API bool IsUserInGroup(const OV::UniString& hostName, short port,
+                                         const OV::UniString& userName,
+                                         const OV::UniString& password, UserGroupType::Value group,
+                                         bool withoutVersionCheck = false);
 
 }  // namespace Syncra::Server::ManagementTool::Core

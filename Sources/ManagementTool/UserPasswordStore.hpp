@@ -1,6 +1,7 @@
 #pragma once
 
 #include "OVRoot/Containers.hpp"
+#include "OVRoot/Export.hpp"
 #include "OVRoot/SecureWipe.hpp"
 #include "OVRoot/XMLIChannel.hpp"
 #include "OVRoot/XMLOChannel.hpp"
@@ -11,7 +12,7 @@ namespace Syncra::Server::ManagementTool::Core {
 /// are compared by the first label of their host name in any letter case, so that "nexar" and
 /// "nexar.example" are one; numeric addresses are compared whole. Clear text in memory, which is
 /// overwritten when it goes; coded in files. One thread at a time.
-class UserPasswordStore {
+class SYC_API UserPasswordStore {
 public:
     /// No password is stored for that user on that server.
     class UserIsNotInListException : public OV::Exception {

@@ -3,6 +3,7 @@
 #include "ManagementTool/ConnectedRepositoryManager.hpp"
 #include "ManagementTool/RecordSteps.hpp"
 #include "ManagementTool/Secret.hpp"
+#include "OVRoot/Export.hpp"
 #include "SyncraServerManagement/UserRepository.hpp"
 
 namespace Syncra::Server::ManagementTool::Core {
@@ -11,7 +12,8 @@ namespace Syncra::Server::ManagementTool::Core {
 /// how operations wait, fail and are repeated is told at ConnectedRepositoryManager. GetX takes an
 /// identifier, FindX a name; what is inserted or updated becomes as the server keeps it. Where a
 /// user is named, his identifier and his login name are both good.
-class UserRepositoryManager : public ConnectedRepositoryManager<Management::UserRepository> {
+class SYC_API UserRepositoryManager
+    : public ConnectedRepositoryManager<Management::UserRepository> {
     using Repository = Management::UserRepository;
     using User = Management::User;
     using Role = Management::Role;

@@ -1,5 +1,6 @@
 #include "ManagementTool/UserUtils.hpp"
 
+#include "Files/ResourceNumbers.hpp"
 #include "OVRoot/Clock.hpp"
 #include "OVRoot/Resources.hpp"
 #include "SyncraProtocol/ErrorCode.hpp"
@@ -9,8 +10,6 @@
 namespace Syncra::Server::ManagementTool::Core::UserUtils {
 
 namespace {
-
-constexpr int TextList = 32160;
 
 struct Unit {
     std::int64_t seconds;
@@ -30,8 +29,9 @@ OV::UniString GetLastActivityText(std::int32_t time)
     const Unit* unit = std::find_if(std::begin(Units), std::end(Units) - 1,
                                     [&](const Unit& each) { return age >= each.seconds; });
     const auto count = age / unit->seconds;
-    return OV::FormatText(OV::GetStringListItem(TextList, unit->singular + (count == 1 ? 0 : 1)),
-                          {count});
+    return OV::FormatText(
+        OV::GetStringListItem(SYC::TextLists::ActivityLog, unit->singular + (count == 1 ? 0 : 1)),
+        {count});
 }
 
 bool IsOutOfReach(const Communication::ResponseContentException& refusal) noexcept

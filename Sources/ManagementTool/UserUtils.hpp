@@ -1,6 +1,7 @@
 #pragma once
 
 #include "OVRoot/Containers.hpp"
+#include "OVRoot/Export.hpp"
 #include "SyncraClient/SyncraClient.hpp"
 
 #include <cstdint>
@@ -12,14 +13,15 @@ namespace UserUtils {
 
 /// How long ago a user did something: "1 minute ago", "3 weeks ago". `time` is in seconds since
 /// 1970-01-01 UTC; one that is still to come counts as now, 0 is never and gives an empty text.
-[[nodiscard]] OV::UniString GetLastActivityText(std::int32_t time);
+[[nodiscard]] SYC_API OV::UniString GetLastActivityText(std::int32_t time);
 
 /// Whether the server refused because the user may not see the object, or because it is gone.
-[[nodiscard]] bool IsOutOfReach(const Communication::ResponseContentException& refusal) noexcept;
+[[nodiscard]] SYC_API bool
+IsOutOfReach(const Communication::ResponseContentException& refusal) noexcept;
 
 /// Login name and role of each member of the project; none when the user of the client may not see
 /// them. Throws as the other requests of SyncraClient do, any other refusal included.
-[[nodiscard]] OV::Array<OV::Pair<OV::UniString, OV::UniString>>
+[[nodiscard]] SYC_API OV::Array<OV::Pair<OV::UniString, OV::UniString>>
 GetMemberList(Client::SyncraClient& client, const OV::UniString& projectId);
 
 }  // namespace UserUtils

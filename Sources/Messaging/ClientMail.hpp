@@ -4,6 +4,7 @@
 #include "Messaging/MailAction.hpp"
 #include "Messaging/MailType.hpp"
 #include "OVRoot/ClassFrame.hpp"
+#include "OVRoot/Export.hpp"
 #include "SyncraProtocol/Message.hpp"
 
 #include <memory>
@@ -13,7 +14,7 @@ namespace SYC {
 /// One message between members of a shared project: a note, a request for ownership, or the answer
 /// to one. A value type, except that copies share the action list. Times are in seconds since
 /// 1970-01-01 UTC. Docs/Formats.md shows the encodings byte by byte.
-class ClientMail {
+class SYC_API ClientMail {
 public:
     using NameList = OV::Array<OV::UniString>;
     using ActionList = OV::Array<OV::Ref<MailAction>>;

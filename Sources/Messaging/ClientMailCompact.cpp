@@ -1,6 +1,7 @@
 #include "Messaging/ClientMail.hpp"
 #include "Messaging/Detail/MailActions.hpp"
 #include "Messaging/Detail/MailFields.hpp"
+#include "Messaging/Detail/MailWords.hpp"
 #include "Messaging/Detail/RecipientList.hpp"
 
 namespace SYC {

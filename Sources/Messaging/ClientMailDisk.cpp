@@ -2,6 +2,7 @@
 #include "Messaging/Detail/MailActions.hpp"
 #include "Messaging/Detail/MailFields.hpp"
 #include "Messaging/Detail/MailRecord.hpp"
+#include "Messaging/Detail/MailWords.hpp"
 #include "OVRoot/MemoryChannels.hpp"
 
 #include <optional>

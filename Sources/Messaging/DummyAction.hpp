@@ -2,11 +2,12 @@
 
 #include "Messaging/MailAction.hpp"
 #include "OVRoot/ClassFrame.hpp"
+#include "OVRoot/Export.hpp"
 
 namespace SYC {
 
 /// An action that carries one text and offers the user nothing.
-class DummyAction final : public MailAction {
+class SYC_API DummyAction final : public MailAction {
 public:
     static constexpr OV::UniStringView Id = u"Dummy";
     static constexpr OV::ClassInfo ClassInformation{u"DummyAction", 1, 0};

@@ -3,6 +3,7 @@
 #include "OVRoot/Channel.hpp"
 #include "OVRoot/Containers.hpp"
 #include "OVRoot/Executor.hpp"
+#include "OVRoot/Export.hpp"
 
 namespace SYC {
 
@@ -11,7 +12,7 @@ class ClientMail;
 /// Something that a mail carries and its reader can carry out. A kind is known by its id, under
 /// which a MailActionDescriptor makes empty actions that fill themselves from stored data. One
 /// thread at a time.
-class MailAction {
+class SYC_API MailAction {
 public:
     virtual ~MailAction() = default;
 

@@ -1,13 +1,14 @@
 #pragma once
 
 #include "Messaging/MailAction.hpp"
+#include "OVRoot/Export.hpp"
 
 namespace SYC {
 
 /// Announces a kind of action to MailActionRegistry for as long as it lives. Meant to be a static
 /// object at namespace scope, which makes the kind known from load to unload. In a static library,
 /// see that the linker has a reason to take the object file with the descriptor.
-class MailActionDescriptor {
+class SYC_API MailActionDescriptor {
 public:
     using Factory = OV::Ref<MailAction> (*)();
 

@@ -1,13 +1,14 @@
 #pragma once
 
 #include "Messaging/MailActionDescriptor.hpp"
+#include "OVRoot/Export.hpp"
 #include "OVRoot/Lock.hpp"
 
 namespace SYC {
 
 /// The kinds of mail action of this process, by id. Any thread. The registry does not own the
 /// descriptors: whoever takes one away sees to it that no mail is being read meanwhile.
-class MailActionRegistry {
+class SYC_API MailActionRegistry {
 public:
     /// The one registry, made by the first call.
     [[nodiscard]] static OV::Ref<MailActionRegistry> GetInstance();

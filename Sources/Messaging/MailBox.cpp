@@ -1,7 +1,8 @@
 #include "Messaging/MailBox.hpp"
 
-#include "Messaging/Detail/CurrentException.hpp"
-#include "Messaging/Detail/HoldFile.hpp"
+#include "Files/Detail/HoldFile.hpp"
+#include "OVRoot/ExceptionText.hpp"
+#include "OVRoot/Logger.hpp"
 
 #include <algorithm>
 #include <unordered_set>
@@ -103,6 +104,22 @@ bool MailBox::WasHereAt(const ClientMail& mail, Clock::time_point time) const
 void MailBox::BeginRefresh()
 {
     index_->deletedByOthers.clear();
+    refreshBegan_ = Clock::now();
+}
+
+bool MailBox::RemoveAllBut(const OV::HashTable<OV::UniString, bool>& onServer)
+{
+    OV::PagedArray<OV::UniString> gone;
+    for (const auto& mail : mails_)
+        if (!mail->GetId().empty() && !onServer.contains(mail->GetId()) &&
+            WasHereAt(*mail, refreshBegan_))
+            gone.push_back(mail->GetId());
+    if (!gone.empty())
+        OV::Logger::Info("SYClient",
+                         u"SYC::MailClient: % mails leave the list, for the server has "
+                         u"them no more",
+                         {gone.size()});
+    return Remove(gone);
 }
 
 bool MailBox::Add(const OV::Ref<ClientMail>& mail)
@@ -260,9 +277,11 @@ void MailBox::Guarded(Work work) noexcept
     try {
         work();
     } catch (...) {
-        LogCurrentException(u"% cannot be kept in their file; the server has them, and they are "
-                            u"fetched again when the project is opened next: %",
-                            u"The mails");
+        OV::LogCurrentException("SYClient",
+                                u"% cannot be kept in their file. The next refresh after a start "
+                                u"fetches what it lacks and takes out what the server has no "
+                                u"more. %",
+                                u"The mails");
     }
 }
 

@@ -2,6 +2,7 @@
 
 #include "IO/File.hpp"
 #include "Messaging/MailFile.hpp"
+#include "OVRoot/Export.hpp"
 
 #include <chrono>
 #include <memory>
@@ -12,7 +13,7 @@ namespace SYC {
 /// Several processes may share the file. Whoever writes it takes over what others changed since he
 /// read it: their marks, the mails that they fetched, and those that they deleted; and keeps what
 /// he cannot read. One thread at a time.
-class MailBox {
+class SYC_API MailBox {
 public:
     using MailList = MailFile::MailList;
     using Clock = std::chrono::steady_clock;
@@ -33,6 +34,10 @@ public:
     /// For the beginning of a refresh: Add then refuses what another process deletes until the next
     /// one.
     void BeginRefresh();
+    /// For the end of one that knows all that the server has: takes out what was here when it began
+    /// and is not among them, as what another computer deleted, or what was deleted here while the
+    /// file could not be written. Whether there was any.
+    bool RemoveAllBut(const OV::HashTable<OV::UniString, bool>& onServer);
     /// False when a mail with that id is there already or was deleted here.
     bool Add(const OV::Ref<ClientMail>& mail);
     /// For mails that are deleted on the server; they do not come back. Whether any of them was
@@ -54,6 +59,9 @@ public:
     /// Takes over what others wrote; the second as seldom as WriteSoon writes. A failure is logged.
     void FollowOthers() noexcept;
     void FollowOthersSoon() noexcept;
+
+    /// Whether the list has changes that its file has not.
+    [[nodiscard]] bool IsFileBehind() const noexcept { return isChanged_; }
 
     /// Whether something of others was taken over since this was last asked.
     [[nodiscard]] bool TakeNews() noexcept { return std::exchange(hasNews_, false); }
@@ -82,6 +90,7 @@ private:
     bool hasNews_ = false;
     bool isChanged_ = false;
     int unsavedMarks_ = 0;
+    Clock::time_point refreshBegan_;
     Clock::time_point lastWrite_;
     Clock::duration lastWriteCost_{};
 };

@@ -1,10 +1,10 @@
 #include "Messaging/MailClient.hpp"
 
-#include "Messaging/Detail/CurrentException.hpp"
 #include "Messaging/Detail/MailClientParts.hpp"
 #include "Messaging/Detail/OpenedProject.hpp"
 #include "OVRoot/Clock.hpp"
 #include "OVRoot/Condition.hpp"
+#include "OVRoot/ExceptionText.hpp"
 #include "OVRoot/Guid.hpp"
 #include "OVRoot/Logger.hpp"
 #include "OVRoot/Resources.hpp"
@@ -173,6 +173,11 @@ void MailClient::StartSending() noexcept
         GiveUpSending();
 }
 
+bool MailClient::IsRefreshing() const noexcept
+{
+    return static_cast<bool>(refresh_);
+}
+
 bool MailClient::IsSending() const
 {
     const OV::LockGuard guard(sendLock_);
@@ -228,7 +233,7 @@ void MailClient::DeleteMails(const IdList& ids, MailClientActionResultObserver* 
 {
     const ActionResultTarget self(this, GetTarget());
     const ActionResultTarget other(observer, GetTarget());
-    const auto tell = [ids, self, other](int result) {
+    const auto tell = [ids, self, other, underWay = changesUnderWay_](int result) {
         self.DeleteMailCompleted(ids, result);
         other.DeleteMailCompleted(ids, result);
     };
@@ -281,7 +286,8 @@ void MailClient::SetMails(const IdList& ids, bool flag, const Mark& mark)
     FlagTable flags;
     for (const auto& id : ids)
         flags.emplace(id, flag);
-    const auto tell = [this, flags, &mark, target = GetTarget()](int result) {
+    const auto tell = [this, flags, &mark, target = GetTarget(),
+                       underWay = changesUnderWay_](int result) {
         target.Post([this, flags, &mark, result] {
             if (result != MailResult::Succeeded) {
                 OV::ShowAlert(Alert::MessageStatusSettingError);
@@ -477,10 +483,12 @@ void MailClient::RefreshMails(RefreshMailListReason::Value reason)
                 const RefreshEnd end(*this, token);
                 TakeRefresh(*refreshed, reason);
             });
+        } catch (const OV::InterruptedException&) {
+            // The client ends, and nobody is left to be told.
         } catch (const Communication::ResponseContentException& refusal) {
             fail(refusal.GetMessage(), Syncra::Protocol::RefusesUser(refusal.GetErrorCode()));
         } catch (...) {
-            fail(MessageOfCurrentException(), false);
+            fail(OV::DescribeCurrentException(), false);
         }
     };
     if (!worker_.Execute(OV::MakeTask(fetch)))
@@ -499,7 +507,7 @@ void MailClient::TakeRefresh(Refreshed& refreshed, RefreshMailListReason::Value 
         isRefreshMissing_ = false;
         retryPauses_.Reset();
     } catch (...) {
-        RefreshFailed(MessageOfCurrentException(), false);
+        RefreshFailed(OV::DescribeCurrentException(), false);
     }
 }
 
@@ -511,12 +519,15 @@ void MailClient::ApplyRefresh(Refreshed& refreshed, RefreshMailListReason::Value
             newMails->push_back(mail);
     const bool isReadChanged = ApplyFlags(refreshed.read, Mark::Read);
     const bool isMarkChanged = ApplyFlags(refreshed.historical, Mark::Historical) || isReadChanged;
+    // Behind change 0 come the flags of every mail that the server has.
+    const bool isWhole = flagChanges_.read == 0;
+    const bool isOldChanged = (isWhole && box_.RemoveAllBut(refreshed.read)) || isMarkChanged;
     flagChanges_ = refreshed.changes;
-    if (!newMails->empty() || isMarkChanged)
+    if (!newMails->empty() || isOldChanged)
         box_.WriteSoon();
     else
         box_.FollowOthersSoon();
-    const bool isListChanged = box_.TakeNews() || isMarkChanged;
+    const bool isListChanged = box_.TakeNews() || isOldChanged;
     if (members_.IsKnown() &&
         std::any_of(newMails->begin(), newMails->end(),
                     [&](const auto& mail) { return IsOfFormerMember(*mail); }))

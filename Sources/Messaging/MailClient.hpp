@@ -6,6 +6,7 @@
 #include "Messaging/Outbox.hpp"
 #include "Messaging/ProjectMembers.hpp"
 #include "Messaging/RequestUnderWay.hpp"
+#include "OVRoot/Export.hpp"
 #include "OVRoot/PooledExecutor.hpp"
 #include "SYClientBase/Backoff.hpp"
 #include "SYClientBase/PKSignalClient.hpp"
@@ -23,10 +24,10 @@ class OpenedProject;
 /// Made, used and destroyed on one thread, the one that its executor runs on; observers are told
 /// there. Requests run on worker threads. One at a time in a process. Not to be destroyed by an
 /// observer that it is telling something.
-class MailClient final : public MailClientActionResultObserverOverExecutor,
-                         private SYCB::PKSignalClientObserver,
-                         private SYCB::PresenceServiceObserver,
-                         private ProjectMembersObserver {
+class SYC_API MailClient final : public MailClientActionResultObserverOverExecutor,
+                                 private SYCB::PKSignalClientObserver,
+                                 private SYCB::PresenceServiceObserver,
+                                 private ProjectMembersObserver {
 public:
     using MailList = MailFile::MailList;
     using IdList = OV::PagedArray<OV::UniString>;
@@ -72,6 +73,9 @@ public:
     void SetMailRead(const OV::UniString& id, bool read);
     void SetMailsHistorical(const IdList& ids, bool historical);
     void SetMailHistorical(const OV::UniString& id, bool historical);
+    /// Whether a deletion or a mark is on its way to the server. When it is not, all ends are told
+    /// or wait in the executor; one that found no memory is lost.
+    [[nodiscard]] bool IsChanging() const noexcept { return changesUnderWay_.use_count() > 1; }
 
     /// Mark a mail of the list here alone; the server hears of it at log-out. The file is written
     /// with every sixth mark: the marks between are few, and a crash may cost them. Throw
@@ -106,9 +110,14 @@ public:
     /// Takes it over and writes the list whole. Throws IO::IOException; the file then stays as it
     /// was.
     void WriteToDisc();
+    /// Whether the list has changes that "Mails.dat" has not: up to five local marks, what waits
+    /// for a better moment, or what the disk did not take, which the log told.
+    [[nodiscard]] bool HasUnwrittenMails() const noexcept { return box_.IsFileBehind(); }
 
-    /// Fetches what is new.
+    /// Fetches what is new. The first one after a start also takes out what the server has no more.
     void RefreshMails(RefreshMailListReason::Value reason);
+    /// Whether one is under way, of which the observers will hear.
+    [[nodiscard]] bool IsRefreshing() const noexcept;
 
     void Attach(MailClientObserver& observer) { observers_.Attach(observer); }
     void Detach(MailClientObserver& observer) { observers_.Detach(observer); }
@@ -194,6 +203,9 @@ private:
     /// Something happened since the send task looked last.
     bool isSendWanted_ OV_GUARDED_BY(sendLock_) = false;
     OV::HashTable<OV::UniString, Sender> senders_ OV_GUARDED_BY(sendLock_);
+
+    /// Each deletion and mark holds it until its end is posted.
+    std::shared_ptr<const int> changesUnderWay_ = std::make_shared<const int>();
 
     /// Fetching, sending, and the pause before fetching is tried again.
     OV::PooledExecutor worker_;

@@ -2,6 +2,7 @@
 
 #include "Messaging/ClientMail.hpp"
 #include "Messaging/OverExecutor.hpp"
+#include "OVRoot/Export.hpp"
 
 namespace SYC {
 
@@ -19,7 +20,7 @@ inline constexpr int TakenByOther = -3;
 
 /// Hears what became of the sending and deleting that it was given with. One that is no
 /// OverExecutor is told on the mail client's own executor and outlives what it waits for.
-class MailClientActionResultObserver {
+class SYC_API MailClientActionResultObserver {
 public:
     using NameList = OV::PagedArray<OV::UniString>;
 
@@ -30,8 +31,8 @@ public:
 };
 
 /// The same, told on an executor of the observer's choice.
-class MailClientActionResultObserverOverExecutor : public MailClientActionResultObserver,
-                                                   public OverExecutor {
+class SYC_API MailClientActionResultObserverOverExecutor : public MailClientActionResultObserver,
+                                                           public OverExecutor {
 public:
     explicit MailClientActionResultObserverOverExecutor(OV::Executor* executor)
         : OverExecutor(executor)
@@ -50,7 +51,7 @@ protected:
 };
 
 /// Who is told of a result, kept with the work under way: never touches an observer that has gone.
-class ActionResultTarget {
+class SYC_API ActionResultTarget {
 public:
     /// `plain` is how an observer that is no OverExecutor is told. `observer` may be null: nobody.
     ActionResultTarget(MailClientActionResultObserver* observer, const OverExecutor::Target& plain);

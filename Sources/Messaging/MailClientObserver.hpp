@@ -3,13 +3,14 @@
 #include "Messaging/ClientMail.hpp"
 #include "Messaging/OverExecutor.hpp"
 #include "Messaging/RefreshMailListReason.hpp"
+#include "OVRoot/Export.hpp"
 
 namespace SYC {
 
 class MailClient;
 
 /// Told on the mail client's own executor.
-class MailClientObserver {
+class SYC_API MailClientObserver {
 public:
     using MailList = OV::Array<OV::Ref<ClientMail>>;
 
@@ -26,7 +27,7 @@ public:
 };
 
 /// The same, told on an executor of the observer's choice.
-class MailClientObserverOverExecutor : public MailClientObserver, public OverExecutor {
+class SYC_API MailClientObserverOverExecutor : public MailClientObserver, public OverExecutor {
 public:
     explicit MailClientObserverOverExecutor(OV::Executor* executor) : OverExecutor(executor) {}
     ~MailClientObserverOverExecutor() override { ToDestroy(); }

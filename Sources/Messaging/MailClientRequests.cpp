@@ -1,7 +1,7 @@
-#include "Messaging/Detail/CurrentException.hpp"
 #include "Messaging/Detail/MailClientParts.hpp"
 #include "Messaging/Detail/OpenedProject.hpp"
 #include "Messaging/MailMessageConversion.hpp"
+#include "OVRoot/ExceptionText.hpp"
 #include "OVRoot/Logger.hpp"
 #include "SyncraProtocol/ErrorCode.hpp"
 
@@ -37,7 +37,7 @@ OV::Ref<ClientMail> ToMail(const Message& message)
         throw;  // no fault of the mail
     } catch (...) {
         OV::Logger::Warning("SYClient", u"SYC::MailClient: mail % is dropped: %",
-                            {message.mailId, MessageOfCurrentException()});
+                            {message.mailId, OV::DescribeCurrentException()});
     }
     return {};
 }
@@ -63,7 +63,7 @@ bool IsRefusalOfMail(int result)
 
 void LogFailure(OV::UniStringView what) noexcept
 {
-    LogCurrentException(u"SYC::MailClient: % failed: %", what);
+    OV::LogCurrentException("SYClient", u"SYC::MailClient: % failed: %", what);
 }
 
 MailClient::Refreshed MailClient::FetchMails(std::int32_t sinceTime, FlagChanges known)

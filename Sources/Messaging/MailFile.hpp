@@ -2,6 +2,7 @@
 
 #include "IO/File.hpp"
 #include "Messaging/ClientMail.hpp"
+#include "OVRoot/Export.hpp"
 
 #include <optional>
 
@@ -48,21 +49,21 @@ struct Content {
 /// Reads what can be read. Memory grows with the file's size, whatever count it claims. Throws
 /// IO::IOException when there is a file and the system does not give it, or it is no regular file
 /// within the limit of its kind.
-[[nodiscard]] Content Read(const IO::Location& file);
-[[nodiscard]] Content Decode(OV::StringView bytes);
+[[nodiscard]] SYC_API Content Read(const IO::Location& file);
+[[nodiscard]] SYC_API Content Decode(OV::StringView bytes);
 
 /// As Read, for who holds the file's lock; when the file is damaged or something follows its mails,
 /// keeps all of it under another name beside it, then replaces it by what could be read. The
 /// outcome still tells.
-[[nodiscard]] Content ReadKeepingDamage(const IO::Location& file);
+[[nodiscard]] SYC_API Content ReadKeepingDamage(const IO::Location& file);
 /// Logs the notice, if any.
-void LogNotice(const OV::UniString& notice);
+SYC_API void LogNotice(const OV::UniString& notice);
 
 /// Replaces the file as a whole, readable by its user alone, and returns its new stamp. What is
 /// unknown stands behind the mails. Throws IO::IOException, or OV::ChannelException when an action
 /// cannot be written; the file then stays as it was.
-IO::ChangeStamp Write(const IO::Location& file, const MailList& mails,
-                      const UnknownRecords& unknown = {});
-[[nodiscard]] OV::String Encode(const MailList& mails, const UnknownRecords& unknown = {});
+SYC_API IO::ChangeStamp Write(const IO::Location& file, const MailList& mails,
+                              const UnknownRecords& unknown = {});
+[[nodiscard]] SYC_API OV::String Encode(const MailList& mails, const UnknownRecords& unknown = {});
 
 }  // namespace SYC::MailFile

@@ -1,4 +1,5 @@
 #include "Messaging/MailMessageConversion.hpp"
+#include "Messaging/Detail/MailWords.hpp"
 
 #include "Messaging/Detail/MailActions.hpp"
 #include "Messaging/Detail/RecipientList.hpp"

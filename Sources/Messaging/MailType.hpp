@@ -1,6 +1,6 @@
 #pragma once
 
-#include "OVRoot/UniString.hpp"
+#include <cstdint>
 
 namespace SYC {
 
@@ -13,13 +13,5 @@ enum class MailType : std::int32_t {
     RequestDenied = 4,
     RequestRevoked = 5,  ///< withdrawn by the one who asked
 };
-
-/// None for every number that is no type.
-[[nodiscard]] MailType MailTypeFromNumber(std::int32_t number) noexcept;
-
-/// The word for the wire. None is written as "NULL", although messages of other origin say "EMPTY":
-/// both come back as None, as does every unknown word.
-[[nodiscard]] OV::UniStringView ToWireWord(MailType type) noexcept;
-[[nodiscard]] MailType MailTypeFromWireWord(OV::UniStringView word) noexcept;
 
 }  // namespace SYC

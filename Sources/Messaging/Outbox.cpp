@@ -1,8 +1,8 @@
 #include "Messaging/Outbox.hpp"
 
+#include "Files/Detail/HoldFile.hpp"
 #include "IO/IOException.hpp"
-#include "Messaging/Detail/CurrentException.hpp"
-#include "Messaging/Detail/HoldFile.hpp"
+#include "OVRoot/ExceptionText.hpp"
 #include "OVRoot/Guid.hpp"
 
 #include <algorithm>
@@ -186,9 +186,11 @@ void Outbox::Save() noexcept
         }
         Write([](MailList&) {});
     } catch (...) {
-        LogCurrentException(u"% cannot be written; mails that were delivered stay in it until it "
-                            u"can, and the server recognises them: %",
-                            u"The outbox");
+        OV::LogCurrentException(
+            "SYClient",
+            u"% cannot be written; mails that were delivered stay in it until it "
+            u"can, and the server recognises them: %",
+            u"The outbox");
     }
 }
 

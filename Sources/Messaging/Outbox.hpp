@@ -4,6 +4,7 @@
 #include "Messaging/MailFile.hpp"
 #include "Messaging/OutboxObserver.hpp"
 #include "OVRoot/EventSource.hpp"
+#include "OVRoot/Export.hpp"
 #include "OVRoot/Lock.hpp"
 
 #include <chrono>
@@ -18,7 +19,7 @@ namespace SYC {
 /// brings back is sent again and recognised. Several processes may share the file: each takes the
 /// others' changes over whenever it looks at its mails, and before it writes its own. What this
 /// process does not know stays in the file for one that does. Safe on any thread.
-class Outbox {
+class SYC_API Outbox {
 public:
     using MailList = MailFile::MailList;
 

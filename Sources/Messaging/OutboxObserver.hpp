@@ -1,8 +1,9 @@
 #pragma once
 
+#include "OVRoot/Export.hpp"
 namespace SYC {
 
-class OutboxObserver {
+class SYC_API OutboxObserver {
 public:
     virtual ~OutboxObserver() = default;
     /// Mails came into the outbox or left it. Told on the mail client's own executor.

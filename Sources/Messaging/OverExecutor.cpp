@@ -1,6 +1,6 @@
 #include "Messaging/OverExecutor.hpp"
 
-#include "Messaging/Detail/CurrentException.hpp"
+#include "OVRoot/ExceptionText.hpp"
 #include "OVRoot/HeldLocks.hpp"
 
 namespace SYC {
@@ -16,7 +16,7 @@ bool OverExecutor::Target::Post(std::function<void()> work) const noexcept
                 work();
         }));
     } catch (...) {
-        LogCurrentException(u"% failed, a notification is lost: %", u"An executor");
+        OV::LogCurrentException("SYClient", u"% failed, a notification is lost: %", u"An executor");
         return false;
     }
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "OVRoot/Executor.hpp"
+#include "OVRoot/Export.hpp"
 #include "SYClientBase/Identified.hpp"
 
 #include <atomic>
@@ -11,7 +12,7 @@ namespace SYC {
 /// An observer that is told on an executor of its choice, and not at all once it has gone. The
 /// executor is one that runs on the thread that destroys the observer, and outlives what was posted
 /// to it. A class that is told begins its destructor with ToDestroy.
-class OverExecutor : public SYCB::Identified {
+class SYC_API OverExecutor : public SYCB::Identified {
 public:
     /// For the notifications from now on. Null drops them.
     void SetExecutor(OV::Executor* executor) noexcept { executor_ = executor; }

@@ -1,8 +1,8 @@
 #include "Messaging/ProjectMembers.hpp"
 
-#include "Messaging/Detail/CurrentException.hpp"
 #include "Messaging/Detail/MemberRequests.hpp"
 #include "Messaging/Detail/OpenedProject.hpp"
+#include "OVRoot/ExceptionText.hpp"
 #include "OVRoot/Logger.hpp"
 
 #include <algorithm>
@@ -39,7 +39,8 @@ public:
             if (members_.wanted_ != Wanted::Nothing)
                 members_.StartRefresh(members_.wanted_ == Wanted::Photos);
         } catch (...) {
-            LogCurrentException(u"SYC::ProjectMembers: % not refreshed: %", u"the members are");
+            OV::LogCurrentException("SYClient", u"SYC::ProjectMembers: % not refreshed: %",
+                                    u"the members are");
         }
     }
     RefreshEnd(const RefreshEnd&) = delete;
@@ -148,22 +149,21 @@ NewDisplay::NativeImage ProjectMembers::GetImageFromId(MemberId id) const
     return found == users_.end() ? NewDisplay::NativeImage() : found->second.GetImage();
 }
 
-void ProjectMembers::Insert(const ProjectMember& member)
-{
-    const auto& loginName = member.data.GetLoginName();
-    if (users_.contains(member.id) || !loginNames_.emplace(loginName, member.id).second)
-        return;
-    users_.emplace(member.id, member.data);
-    permissions_.emplace(member.id, member.attributes);
-}
-
 void ProjectMembers::RefreshProjectMembers(const OV::Array<ProjectMember>& members,
                                            std::optional<Clock::time_point> asOf)
 {
-    ClearUserDataTable();
-    ClearPermissionTable();
-    for (const auto& member : members)
-        Insert(member);
+    UserDataTable users;
+    LoginNameTable loginNames;
+    PermissionTable permissions;
+    for (const auto& [id, data, attributes] : members) {
+        if (users.contains(id) || !loginNames.emplace(data.GetLoginName(), id).second)
+            continue;
+        users.emplace(id, data);
+        permissions.emplace(id, attributes);
+    }
+    users_.swap(users);
+    loginNames_.swap(loginNames);
+    permissions_.swap(permissions);
     isKnown_ = true;
     asOf_ = asOf;
     observers_.Notify(
@@ -182,6 +182,14 @@ void ProjectMembers::_SignalReceived(const Syncra::Protocol::Signal& signal)
     GetTarget().Post([this, withPhotos] { StartRefresh(withPhotos); });
 }
 
+void ProjectMembers::TellNotRefreshed(const OV::UniString& problem)
+{
+    OV::Logger::Warning("SYClient", u"SYC::ProjectMembers: not refreshed: %", {problem});
+    observers_.Notify([&](ProjectMembersObserver& observer) {
+        observer._ProjectMembersNotRefreshed(*this, problem);
+    });
+}
+
 void ProjectMembers::StartRefresh(bool withPhotos)
 {
     if (!project_)
@@ -197,12 +205,9 @@ void ProjectMembers::StartRefresh(bool withPhotos)
             known.emplace(user.GetUserGuid(), user.GetImage());
     const auto token = refresh_.Begin();
     const auto fail = [this, target = GetTarget(), token](const OV::UniString& problem) {
-        OV::Logger::Warning("SYClient", u"SYC::ProjectMembers: not refreshed: %", {problem});
         target.Post([this, problem, token] {
             const RefreshEnd end(*this, token);
-            observers_.Notify([&](ProjectMembersObserver& observer) {
-                observer._ProjectMembersNotRefreshed(*this, problem);
-            });
+            TellNotRefreshed(problem);
         });
     };
     const auto fetch = [this, project = project_, known, generation = generation_,
@@ -212,11 +217,15 @@ void ProjectMembers::StartRefresh(bool withPhotos)
                 std::make_shared<OV::Array<ProjectMember>>(FetchMembers(*project, known));
             target.Post([this, members, generation, asOf, token] {
                 const RefreshEnd end(*this, token);
-                if (generation == generation_)
-                    RefreshProjectMembers(*members, asOf);
+                try {
+                    if (generation == generation_)
+                        RefreshProjectMembers(*members, asOf);
+                } catch (...) {
+                    TellNotRefreshed(OV::DescribeCurrentException());
+                }
             });
         } catch (...) {
-            fail(MessageOfCurrentException());
+            fail(OV::DescribeCurrentException());
         }
     };
     if (!worker_.Execute(OV::MakeTask(fetch)))

@@ -4,6 +4,7 @@
 #include "Messaging/RequestUnderWay.hpp"
 #include "Messaging/UserData.hpp"
 #include "OVRoot/EventSource.hpp"
+#include "OVRoot/Export.hpp"
 #include "OVRoot/PooledExecutor.hpp"
 #include "SYClientBase/PKSignalClient.hpp"
 #include "SYClientBase/ProjectConnectionManagerInterface.hpp"
@@ -18,7 +19,7 @@ namespace SYC {
 class OpenedProject;
 class ProjectMembers;
 
-class ProjectMembersObserver {
+class SYC_API ProjectMembersObserver {
 public:
     virtual ~ProjectMembersObserver() = default;
     /// The tables were replaced. Told on the members' own executor.
@@ -41,7 +42,7 @@ struct ProjectMember {
 /// Made, used and destroyed on one thread, the one that its executor runs on. The server is asked
 /// on a worker thread; the tables change on the own thread alone. Short ids are the server's
 /// numbers of the users in this project.
-class ProjectMembers final : public OverExecutor, private SYCB::PKSignalClientObserver {
+class SYC_API ProjectMembers final : public OverExecutor, private SYCB::PKSignalClientObserver {
 public:
     static constexpr OV::ClassInfo ClassInformation{u"ProjectMembers", 1, 0};
 
@@ -65,6 +66,8 @@ public:
     void ClearPermissionTable();
     /// Asks the server once more; the photos that are known stay. Nothing before Init.
     void Refresh() { StartRefresh(false); }
+    /// Whether a refresh is under way, of which the observers will hear.
+    [[nodiscard]] bool IsRefreshing() const noexcept { return static_cast<bool>(refresh_); }
     /// Whether there was a refresh since Init or Clear, or a Read.
     [[nodiscard]] bool IsKnown() const noexcept { return isKnown_; }
     /// When the tables were true: whoever joined later may be missing. Nothing when nobody knows,
@@ -91,7 +94,8 @@ public:
     [[nodiscard]] const LoginNameTable& GetLoginNameTable() const noexcept { return loginNames_; }
 
     /// Puts `members`, true at `asOf`, in the place of what is known and tells the observers. A
-    /// short id or a login name that stands twice counts once, the first time.
+    /// short id or a login name that stands twice counts once, the first time. Whatever this
+    /// throws, what is known is the former or the new.
     void RefreshProjectMembers(const OV::Array<ProjectMember>& members,
                                std::optional<Clock::time_point> asOf = Clock::now());
 
@@ -113,14 +117,15 @@ private:
     void StartRefresh(bool withPhotos);
     /// Ends a refresh however its answer was taken, and begins the one that is wanted.
     class RefreshEnd;
-    void Insert(const ProjectMember& member);
+    using PermissionTable = OV::HashTable<MemberId, SYCB::UserAttributes>;
+    void TellNotRefreshed(const OV::UniString& problem);
 
     SYCB::PKSignalClient& signalClient_;
     SYCB::ProjectConnectionManagerInterface& manager_;
     std::shared_ptr<OpenedProject> project_;  ///< from Init on
     UserDataTable users_;
     LoginNameTable loginNames_;
-    OV::HashTable<MemberId, SYCB::UserAttributes> permissions_;
+    PermissionTable permissions_;
     bool isKnown_ = false;
     std::optional<Clock::time_point> asOf_;
     /// Tells a refresh that began before Clear from one after it.

@@ -3,12 +3,13 @@
 #include "Display/NativeImage.hpp"
 #include "OVRoot/Channel.hpp"
 #include "OVRoot/ClassFrame.hpp"
+#include "OVRoot/Export.hpp"
 #include "OVRoot/Guid.hpp"
 
 namespace SYC {
 
 /// A member of the opened project, as its dialogs show him.
-class UserData {
+class SYC_API UserData {
 public:
     static constexpr OV::ClassInfo ClassInformation{u"UserData", 1, 0};
 

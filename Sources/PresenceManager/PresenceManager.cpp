@@ -1,7 +1,7 @@
 #include "PresenceManager/PresenceManager.hpp"
 
-#include "Messaging/Detail/CurrentException.hpp"
 #include "OVRoot/Condition.hpp"
+#include "OVRoot/ExceptionText.hpp"
 #include "OVRoot/Logger.hpp"
 #include "OVRoot/ProcessEnd.hpp"
 #include "OVRoot/SecureWipe.hpp"
@@ -40,7 +40,7 @@ std::shared_ptr<const OV::Exception> CurrentCause()
     } catch (const OV::Exception& error) {
         return error.Clone();
     } catch (...) {
-        return std::make_shared<OV::Exception>(MessageOfCurrentException());
+        return std::make_shared<OV::Exception>(OV::DescribeCurrentException());
     }
 }
 
@@ -137,7 +137,7 @@ private:
         } catch (const OV::InterruptedException&) {
             // Stopped.
         } catch (...) {
-            LogCurrentException(u"PresenceManager: % ended: %", u"the check");
+            OV::LogCurrentException("SYClient", u"PresenceManager: % ended: %", u"the check");
             Forget();
         }
         // Whoever waits for the first attempt must not wait for ever.
@@ -178,9 +178,9 @@ private:
         const std::uint16_t port = FindMessagingPort(*server);
         const std::shared_ptr<MessagingClient> client =
             Step("Could not create messaging client", [&] {
-                return Syncra::Messaging::Connect({target_.serverName, port,
-                                                   OV::UniString(LookoutName),
-                                                   OV::UniString(LookoutPassword)});
+                return std::make_shared<MessagingClient>(
+                    SignInData{target_.serverName, port, OV::UniString(LookoutName),
+                               OV::UniString(LookoutPassword)});
             });
         owner_.SetMessagingClient(client);
         auto projects = GetProjectIds(*server);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "OVRoot/Containers.hpp"
+#include "OVRoot/Export.hpp"
 #include "OVRoot/Lock.hpp"
 #include "OVRoot/UniString.hpp"
 #include "PresenceManager/PresenceManagerException.hpp"
@@ -13,7 +14,7 @@ namespace SYC {
 
 /// Follows which users are present on one target server, for views that show it. One a process;
 /// safe on any thread.
-class PresenceManager {
+class SYC_API PresenceManager {
 public:
     using PresenceIds = OV::HashSet<OV::UniString>;
 

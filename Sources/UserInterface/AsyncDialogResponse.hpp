@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ManagementTool/AsyncTaskExecuting.hpp"
+#include "OVRoot/Export.hpp"
 
 namespace Dlg {
 class ModalDialog;
@@ -9,7 +10,7 @@ class ModalDialog;
 namespace Syncra::Server::ManagementTool::GUI {
 
 /// Closes a dialog when the task has finished: as accepted when it succeeded, else as cancelled.
-class AsyncDialogResponse final : public Core::AsyncTaskExecuting::Response {
+class SYC_API AsyncDialogResponse final : public Core::AsyncTaskExecuting::Response {
 public:
     explicit AsyncDialogResponse(Dlg::ModalDialog* dialog) : dialog_(dialog) {}
 

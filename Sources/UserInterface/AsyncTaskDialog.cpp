@@ -1,5 +1,6 @@
 #include "UserInterface/AsyncTaskDialog.hpp"
 
+#include "Files/ResourceNumbers.hpp"
 #include "ManagementTool/RunAtScopeEnd.hpp"
 #include "OVRoot/Clock.hpp"
 #include "OVRoot/Resources.hpp"
@@ -11,8 +12,6 @@ namespace {
 constexpr int DialogNumber = 32420;
 constexpr int TextNumber = 1;
 constexpr int CancelNumber = 2;
-
-constexpr int TextList = 32100;
 constexpr int Communicating = 37;
 constexpr int PleaseWait = 38;
 constexpr std::uint64_t SecondsOfAText = 3;
@@ -95,7 +94,7 @@ void AsyncTaskDialog::_ButtonClicked(Dlg::ButtonItem&)
 void AsyncTaskDialog::ShowText(int listItem)
 {
     shownText_ = listItem;
-    text_.SetText(OV::GetStringListItem(TextList, listItem));
+    text_.SetText(OV::GetStringListItem(SYC::TextLists::TaskProgress, listItem));
 }
 
 }  // namespace Syncra::Server::ManagementTool::GUI

@@ -3,15 +3,16 @@
 #include "Dlg/ButtonItem.hpp"
 #include "Dlg/ModalDialog.hpp"
 #include "Dlg/TextItem.hpp"
+#include "OVRoot/Export.hpp"
 #include "UserInterface/AsyncDialogResponse.hpp"
 
 namespace Syncra::Server::ManagementTool::GUI {
 
 /// "Communicating with Server...": stands before the wait for a task that takes longer than a
 /// delay, and lets the user give it up.
-class AsyncTaskDialog final : public Dlg::ModalDialog,
-                              private Dlg::PanelObserver,
-                              private Dlg::ButtonItemObserver {
+class SYC_API AsyncTaskDialog final : public Dlg::ModalDialog,
+                                      private Dlg::PanelObserver,
+                                      private Dlg::ButtonItemObserver {
 public:
     /// `executor` may be null: the task then has one of its own. No delay shows the dialog at once.
     AsyncTaskDialog(OV::Ref<Core::AsyncTaskExecuting::Task> task, std::uint32_t delayMilliseconds,

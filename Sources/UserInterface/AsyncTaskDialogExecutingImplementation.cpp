@@ -1,6 +1,7 @@
 #include "UserInterface/AsyncTaskDialogExecutingImplementation.hpp"
 
 #include "Dlg/WarningAlert.hpp"
+#include "Files/ResourceNumbers.hpp"
 #include "OVRoot/Resources.hpp"
 #include "UserInterface/AsyncTaskDialog.hpp"
 
@@ -20,11 +21,8 @@ constexpr int ObjectRemoved = 32017;
 constexpr int ServerRefused = 32018;
 constexpr int CustomPropertyExists = 32022;
 }  // namespace Alert
-
-constexpr int TextList = 32100;
 constexpr int OkWord = 24;
 constexpr int InvalidLoginName = 31;
-constexpr int ObjectWordList = 32102;
 
 void ShowNameCollision(ObjectType object, const OV::UniString* name)
 {
@@ -38,8 +36,9 @@ void ShowNameCollision(ObjectType object, const OV::UniString* name)
             OV::ShowAlert(Alert::CategoryExists, {*name});
         break;
     case ObjectType::User:
-        Dlg::ShowWarningAlert({}, OV::GetStringListItem(TextList, InvalidLoginName),
-                              OV::GetStringListItem(TextList, OkWord));
+        Dlg::ShowWarningAlert({},
+                              OV::GetStringListItem(SYC::TextLists::TaskProgress, InvalidLoginName),
+                              OV::GetStringListItem(SYC::TextLists::TaskProgress, OkWord));
         break;
     case ObjectType::Role:
         OV::ShowAlert(Alert::RoleExists);
@@ -69,8 +68,8 @@ short AsyncTaskDialogExecutingImplementation::ShowAlert(ErrorType error, ObjectT
     case ErrorType::ObjectRemoved:
     case ErrorType::ObjectMissing:
         if (object != ObjectType::None)
-            OV::ShowAlert(Alert::ObjectRemoved,
-                          {OV::GetStringListItem(ObjectWordList, static_cast<int>(object))});
+            OV::ShowAlert(Alert::ObjectRemoved, {OV::GetStringListItem(SYC::TextLists::ObjectWords,
+                                                                       static_cast<int>(object))});
         return 0;
     case ErrorType::NameAlreadyExists:
         ShowNameCollision(object, name);

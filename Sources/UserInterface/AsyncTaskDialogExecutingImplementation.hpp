@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ManagementTool/UserAsyncTaskExecutingImplementation.hpp"
+#include "OVRoot/Export.hpp"
 
 #include <thread>
 
@@ -8,7 +9,7 @@ namespace Syncra::Server::ManagementTool::GUI {
 
 /// Waits behind the dialog "Communicating with Server..." and tells of failures by alerts. Made on
 /// the main thread; any other one waits without the dialog.
-class AsyncTaskDialogExecutingImplementation final
+class SYC_API AsyncTaskDialogExecutingImplementation final
     : public Core::UserAsyncTaskExecutingImplementation {
 public:
     [[nodiscard]] bool ExecuteTask(const OV::Ref<Core::AsyncTaskExecuting::Task>& task,
@@ -22,6 +23,6 @@ private:
 };
 
 /// Lets the management tool wait and tell with dialogs from now on. For the main thread.
-void SetAsyncTaskDialogExecutingImplementationForCore();
+SYC_API void SetAsyncTaskDialogExecutingImplementationForCore();
 
 }  // namespace Syncra::Server::ManagementTool::GUI

@@ -4,15 +4,16 @@
 #include "Dlg/EditItem.hpp"
 #include "Dlg/ModalDialog.hpp"
 #include "Dlg/TextItem.hpp"
+#include "OVRoot/Export.hpp"
 #include "OVRoot/Format.hpp"
 #include "OVRoot/SecureWipe.hpp"
 
 namespace Syncra::Server::ManagementTool::GUI {
 
 /// Asks for the password of a user whom the known one does not prove. Invoke is true for OK.
-class AuthenticationFailedDialog final : public Dlg::ModalDialog,
-                                         private Dlg::PanelObserver,
-                                         private Dlg::ButtonItemObserver {
+class SYC_API AuthenticationFailedDialog final : public Dlg::ModalDialog,
+                                                 private Dlg::PanelObserver,
+                                                 private Dlg::ButtonItemObserver {
 public:
     /// The dialog and its items in the resources, for who answers it without a window.
     static constexpr int Number = 32433;

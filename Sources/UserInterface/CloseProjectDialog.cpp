@@ -1,13 +1,12 @@
 #include "UserInterface/CloseProjectDialog.hpp"
 
+#include "Files/ResourceNumbers.hpp"
 #include "OVRoot/Resources.hpp"
 #include "UserInterface/DiscardWarningDialog.hpp"
 
 namespace SYC {
 
 namespace {
-
-constexpr int TextList = 31033;
 enum Text {
     Title = 1,
     TitleOffline,
@@ -21,12 +20,11 @@ enum Text {
     AskSendAndReleaseAll,
 };
 
-constexpr int DiscardAlert = 32040;
 constexpr int DiscardAlertCancel = 2;
 
 const OV::UniString& GetText(Text text)
 {
-    return OV::GetStringListItem(TextList, text);
+    return OV::GetStringListItem(TextLists::CloseProject, text);
 }
 
 }  // namespace
@@ -115,7 +113,7 @@ bool CloseProjectDialog::IsDiscardConfirmed() const
         return true;
     if (IsLocalOnly())
         return DiscardWarningDialog().Invoke();
-    return OV::ShowAlert(DiscardAlert) != DiscardAlertCancel;
+    return OV::ShowAlert(Alerts::DiscardChanges) != DiscardAlertCancel;
 }
 
 void CloseProjectDialog::CloseWith(Result::Value result)

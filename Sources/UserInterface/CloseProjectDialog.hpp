@@ -4,15 +4,16 @@
 #include "Dlg/ModalDialog.hpp"
 #include "Dlg/PopUpItem.hpp"
 #include "Dlg/TextItem.hpp"
+#include "OVRoot/Export.hpp"
 
 namespace SYC {
 
 /// Asks what becomes of the local changes when a shared project is closed. It touches neither the
 /// server nor the cache: the host reads the result after Invoke, and acts.
-class CloseProjectDialog final : public Dlg::ModalDialog,
-                                 private Dlg::PanelObserver,
-                                 private Dlg::ButtonItemObserver,
-                                 private Dlg::PopUpItemObserver {
+class SYC_API CloseProjectDialog final : public Dlg::ModalDialog,
+                                         private Dlg::PanelObserver,
+                                         private Dlg::ButtonItemObserver,
+                                         private Dlg::PopUpItemObserver {
 public:
     static constexpr int Number = 31040;
     enum Item { MainButton = 1, CancelButton, DiscardButton, Icon, QuestionText, OtherChoices };

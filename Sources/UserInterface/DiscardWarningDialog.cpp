@@ -1,12 +1,11 @@
 #include "UserInterface/DiscardWarningDialog.hpp"
 
+#include "Files/ResourceNumbers.hpp"
 #include "OVRoot/Resources.hpp"
 
 namespace SYC {
 
 namespace {
-
-constexpr int TextList = 31034;
 constexpr int Warning = 1;
 
 }  // namespace
@@ -17,7 +16,7 @@ DiscardWarningDialog::DiscardWarningDialog()
 {
     discardButton_.Attach(*this);
     cancelButton_.Attach(*this);
-    text_.SetText(OV::GetStringListItem(TextList, Warning));
+    text_.SetText(OV::GetStringListItem(TextLists::DiscardWarning, Warning));
 }
 
 void DiscardWarningDialog::_ButtonClicked(Dlg::ButtonItem& button)

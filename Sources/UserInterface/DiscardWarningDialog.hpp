@@ -3,12 +3,14 @@
 #include "Dlg/ButtonItem.hpp"
 #include "Dlg/ModalDialog.hpp"
 #include "Dlg/TextItem.hpp"
+#include "OVRoot/Export.hpp"
 
 namespace SYC {
 
 /// Warns that a project whose changes are discarded cannot be worked on until its server is there
 /// again. Invoke is true when the user discards all the same.
-class DiscardWarningDialog final : public Dlg::ModalDialog, private Dlg::ButtonItemObserver {
+class SYC_API DiscardWarningDialog final : public Dlg::ModalDialog,
+                                           private Dlg::ButtonItemObserver {
 public:
     static constexpr int Number = 31041;
     enum Item { DiscardButton = 1, CancelButton, Icon, WarningText };

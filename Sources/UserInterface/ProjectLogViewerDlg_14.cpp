@@ -2,12 +2,13 @@
 
 #include "Dlg/SaveFileDialog.hpp"
 #include "Dlg/WarningAlert.hpp"
+#include "Files/Preferences.hpp"
+#include "Files/ResourceNumbers.hpp"
 #include "OVRoot/Clock.hpp"
 #include "OVRoot/LocalTime.hpp"
 #include "OVRoot/Logger.hpp"
 #include "OVRoot/Resources.hpp"
 #include "SYClientBase/MessageLoop.hpp"
-#include "UserInterface/Preferences.hpp"
 
 #include <algorithm>
 #include <set>
@@ -16,8 +17,6 @@
 namespace Syncra::Server::ManagementTool::GUI {
 
 namespace {
-
-constexpr int TextList = 32160;
 enum Text : int {
     NotFiltered = 1,
     TooLarge = 6,
@@ -43,7 +42,7 @@ const OV::UniString& Title()
 
 const OV::UniString& TextOf(Text text)
 {
-    return OV::GetStringListItem(TextList, text);
+    return OV::GetStringListItem(SYC::TextLists::ActivityLog, text);
 }
 
 Dlg::Date DayOf(std::int64_t time)
@@ -89,7 +88,7 @@ std::optional<OV::UniString> Selected(const Dlg::PopUpItem& menu)
 ProjectLogViewerDlg_14::ProjectLogViewerDlg_14(OV::UniString projectId, OV::UniString projectName)
     : ModalDialog(Number), projectId_(std::move(projectId)), projectName_(std::move(projectName)),
       allLines_(std::make_shared<OV::PagedArray<LogDataLine>>()),
-      shown_(std::make_shared<LogTable>(allLines_, OV::Array<std::uint32_t>())),
+      shown_(std::make_shared<SYC::LogTable>(allLines_, OV::Array<std::uint32_t>())),
       self_(std::make_shared<ProjectLogViewerDlg_14*>(this))
 {
     Attach(*this);
@@ -116,9 +115,9 @@ void ProjectLogViewerDlg_14::_PanelOpened(Dlg::Panel&)
     SetTitle(Title() + u" - " + projectName_);
     constexpr int widths[] = {180, 150, 130, 196, 94, 50};
     OV::Array<Dlg::ListColumn> columns;
-    for (int column = 1; column <= LogTable::ColumnCount; ++column)
-        columns.push_back({LogTable::GetTitle(column), widths[column - 1],
-                           column == LogTable::Size || column == LogTable::Duration});
+    for (int column = 1; column <= SYC::LogTable::ColumnCount; ++column)
+        columns.push_back({SYC::LogTable::GetTitle(column), widths[column - 1],
+                           column == SYC::LogTable::Size || column == SYC::LogTable::Duration});
     table_.SetColumns(columns);
     IntersectFilters(true);
 }
@@ -173,14 +172,14 @@ void ProjectLogViewerDlg_14::UpdateFailed(const OV::UniString& reason)
     });
 }
 
-void ProjectLogViewerDlg_14::TakeLines(LogTable::Lines lines, bool isAll)
+void ProjectLogViewerDlg_14::TakeLines(SYC::LogTable::Lines lines, bool isAll)
 {
     allLines_ = std::move(lines);
     std::unordered_set<OV::StringView> users, operations;
-    LogFilter ofProject;
+    SYC::LogFilter ofProject;
     ofProject.projectId = projectId_;
     for (const std::uint32_t row : ofProject.Select(*allLines_)) {
-        const LogRecord record = (*allLines_)[row].Record();
+        const SYC::LogRecord record = (*allLines_)[row].Record();
         users.insert(record.user);
         operations.insert(record.operation);
     }
@@ -200,9 +199,9 @@ void ProjectLogViewerDlg_14::TakeLines(LogTable::Lines lines, bool isAll)
     IntersectFilters(isAll);
 }
 
-LogFilter ProjectLogViewerDlg_14::ReadFilter() const
+SYC::LogFilter ProjectLogViewerDlg_14::ReadFilter() const
 {
-    LogFilter filter;
+    SYC::LogFilter filter;
     filter.from = StartOf(from_.GetDate());
     filter.to = EndOf(to_.GetDate());
     filter.projectId = projectId_;
@@ -228,7 +227,7 @@ void ProjectLogViewerDlg_14::IntersectFilters(bool warns)
     }
     Rebuild(userMenu_, users_);
     Rebuild(actionMenu_, actions_);
-    shown_ = std::make_shared<LogTable>(allLines_, std::move(rows));
+    shown_ = std::make_shared<SYC::LogTable>(allLines_, std::move(rows));
     sortColumn_ = 0;  // in the order of the log again
     ShowData();
     table_.SetSortMark(0, true);

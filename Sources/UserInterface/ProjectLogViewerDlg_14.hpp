@@ -7,22 +7,23 @@
 #include "Dlg/PopUpItem.hpp"
 #include "Dlg/ProgressItem.hpp"
 #include "Dlg/TextItem.hpp"
-#include "EventLogObserver.hpp"
-#include "LogFilter.hpp"
-#include "LogTable.hpp"
+#include "Log/EventLogObserver.hpp"
+#include "Log/LogFilter.hpp"
+#include "Log/LogTable.hpp"
+#include "OVRoot/Export.hpp"
 
 namespace Syncra::Server::ManagementTool::GUI {
 
 /// The log of a project as a table that the user narrows by days, user, action and size, sorts by
 /// its titles, and writes to a file. It is an observer of the log updater, which may tell it on any
 /// thread; the table follows on the main thread.
-class ProjectLogViewerDlg_14 final : public Dlg::ModalDialog,
-                                     public EventLogObserver,
-                                     private Dlg::PanelObserver,
-                                     private Dlg::ButtonItemObserver,
-                                     private Dlg::PopUpItemObserver,
-                                     private Dlg::DateItemObserver,
-                                     private Dlg::ListBoxObserver {
+class SYC_API ProjectLogViewerDlg_14 final : public Dlg::ModalDialog,
+                                             public EventLogObserver,
+                                             private Dlg::PanelObserver,
+                                             private Dlg::ButtonItemObserver,
+                                             private Dlg::PopUpItemObserver,
+                                             private Dlg::DateItemObserver,
+                                             private Dlg::ListBoxObserver {
 public:
     static constexpr int Number = 32160;
     enum Item {
@@ -58,7 +59,7 @@ public:
     }
 
     /// The lines that passed the filters, as they are shown.
-    [[nodiscard]] const LogTable& GetShownLines() const noexcept { return *shown_; }
+    [[nodiscard]] const SYC::LogTable& GetShownLines() const noexcept { return *shown_; }
 
 private:
     void _PanelOpened(Dlg::Panel&) override;
@@ -71,18 +72,18 @@ private:
 
     /// Runs on the main thread if this dialog is still there.
     void Later(std::function<void()> work);
-    void TakeLines(LogTable::Lines lines, bool isAll);
+    void TakeLines(SYC::LogTable::Lines lines, bool isAll);
     void IntersectFilters(bool warns);
-    [[nodiscard]] LogFilter ReadFilter() const;
+    [[nodiscard]] SYC::LogFilter ReadFilter() const;
     void ShowData();
     void ExportData();
 
     const OV::UniString projectId_;
     const OV::UniString projectName_;
-    LogTable::Lines allLines_;
+    SYC::LogTable::Lines allLines_;
     /// The texts of the project's lines, for the menus.
     OV::Array<OV::UniString> users_, actions_;
-    std::shared_ptr<const LogTable> shown_;
+    std::shared_ptr<const SYC::LogTable> shown_;
     /// Counts the runs of IntersectFilters.
     std::uint64_t filterRun_ = 0;
     int sortColumn_ = 0;

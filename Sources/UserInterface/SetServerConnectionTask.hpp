@@ -2,6 +2,7 @@
 
 #include "ManagementTool/AsyncTaskExecuting.hpp"
 #include "ManagementTool/UserGroupType.hpp"
+#include "OVRoot/Export.hpp"
 #include "OVRoot/SecureWipe.hpp"
 #include "OVRoot/UniString.hpp"
 
@@ -9,7 +10,7 @@ namespace Syncra::Server::ManagementTool::GUI {
 
 /// Connects to a server, signs the user in, and looks for him in a group. What it found out is to
 /// be read when it has finished.
-class SetServerConnectionTask final : public Core::AsyncTaskExecuting::Task {
+class SYC_API SetServerConnectionTask final : public Core::AsyncTaskExecuting::Task {
 public:
     /// `port` is the model service's, above 32767 as a negative number.
     SetServerConnectionTask(OV::UniString hostName, short port, OV::UniString userName,

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Display/NativeImage.hpp"
+#include "OVRoot/Export.hpp"
 
 namespace SYC {
 
@@ -18,7 +19,8 @@ inline constexpr int DimmedBadge = 1002;
 ///
 /// Throws OV::IllegalArgumentException, whatever the photo, unless
 /// NewDisplay::NativeImage::IsPossibleSize(width, height). Safe on any thread.
-[[nodiscard]] NewDisplay::NativeImage GetUserPhoto(const NewDisplay::NativeImage& photo, int width,
-                                                   int height, bool useDefault, bool dimmed);
+[[nodiscard]] SYC_API NewDisplay::NativeImage GetUserPhoto(const NewDisplay::NativeImage& photo,
+                                                           int width, int height, bool useDefault,
+                                                           bool dimmed);
 
 }  // namespace SYC

@@ -1,6 +1,7 @@
 #include "SYClientBase/MessageLoop.hpp"
 #include "OVRoot/Thread.hpp"
 #include "SYClientBase/Identified.hpp"
+#include "Support/Thrown.hpp"
 
 #include <gtest/gtest.h>
 
@@ -71,59 +72,10 @@ TEST(MessageLoopTest, AWaitEndsByTimeByItsConditionAndByInterruption)
     EXPECT_TRUE(MessageLoop::RunUntil([] { return true; }, 0));
     bool interrupted = false;
     OV::Thread thread("Waiting", [&] {
-        try {
-            (void)MessageLoop::RunUntil([] { return false; }, 60'000);
-        } catch (const OV::InterruptedException&) {
-            interrupted = true;
-        }
+        const Thrown thrown([] { (void)MessageLoop::RunUntil([] { return false; }, 60'000); });
+        interrupted = thrown.name == "InterruptedException";
     });
     thread.Interrupt();
     thread.Join();
     EXPECT_TRUE(interrupted);
-}
-
-TEST(MessageLoopTest, AHostsPosterTakesTheTasksWhileItIsInstalled)
-{
-    std::vector<OV::RunnableTask> taken;
-    bool ran = false;
-    MessageLoop::SetPoster([&](OV::RunnableTask task) { taken.push_back(std::move(task)); });
-    MessageLoop::Post(OV::MakeTask([&] { ran = true; }));
-    MessageLoop::SetPoster({});
-    EXPECT_EQ(MessageLoop::RunPending(), 0u);
-    ASSERT_EQ(taken.size(), 1u);
-    taken.front()->Run();
-    EXPECT_TRUE(ran);
-}
-
-TEST(IdentifiedTest, ANotificationOnItsWayDoesNotReachADestroyedObserver)
-{
-    struct Observer : SYCB::Identified {
-        explicit Observer(bool& inDestructor) : seen(inDestructor) {}
-        ~Observer()
-        {
-            ToDestroy();
-            seen = InstanceExist(GetIdentity());
-        }
-        bool& seen;
-    };
-    bool existedWhileDying = true;
-    SYCB::Identified::Identity identity = 0;
-    int calls = 0;
-    const auto notify = [&] {
-        MessageLoop::Post(OV::MakeTask(
-            [&, identity] { calls += SYCB::Identified::InstanceExist(identity) ? 1 : 0; }));
-    };
-    {
-        Observer observer(existedWhileDying);
-        identity = observer.GetIdentity();
-        const Observer copy(observer);
-        EXPECT_NE(copy.GetIdentity(), identity);
-        notify();
-        MessageLoop::RunPending();
-        EXPECT_EQ(calls, 1);
-        notify();
-    }
-    MessageLoop::RunPending();
-    EXPECT_EQ(calls, 1);
-    EXPECT_FALSE(existedWhileDying);
 }

@@ -1,12 +1,13 @@
 #include "SYClientBase/PasswordCoding.hpp"
 #include "Support/ChildProcess.hpp"
+#include "Support/FileBytes.hpp"
 #include "Support/TemporaryFolder.hpp"
+#include "Support/Thrown.hpp"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <fstream>
-#include <iterator>
 #include <random>
 #include <set>
 #include <string>
@@ -26,15 +27,11 @@ protected:
     {
         return folder_.Path() / "config" / "Orvant" / "SYPassword.key";
     }
-    [[nodiscard]] std::string KeyBytes() const
-    {
-        std::ifstream file(KeyFile(), std::ios::binary);
-        return {std::istreambuf_iterator<char>(file), {}};
-    }
+    [[nodiscard]] std::string KeyBytes() const { return ReadBytes(KeyFile()); }
     void WriteKey(const std::string& bytes) const
     {
         std::filesystem::create_directories(KeyFile().parent_path());
-        std::ofstream(KeyFile(), std::ios::binary) << bytes;
+        WriteBytes(KeyFile(), bytes);
     }
 
     TemporaryFolder folder_;
@@ -42,12 +39,7 @@ protected:
 
 bool IsRefused(OV::UniStringView coded)
 {
-    try {
-        (void)DecodePassword(coded);
-        return false;
-    } catch (const PasswordCodingException&) {
-        return true;
-    }
+    return Thrown([&] { (void)DecodePassword(coded); }).name == "PasswordCodingException";
 }
 
 }  // namespace
@@ -127,14 +119,9 @@ TEST_F(PasswordCodingTest, ADamagedKeyFileIsNamedAndLeftAlone)
 {
     for (const std::string& bytes : {std::string(), std::string(31, 'k'), std::string(33, 'k')}) {
         WriteKey(bytes);
-        try {
-            (void)CodePassword(u"geheim");
-            FAIL() << bytes.size();
-        } catch (const PasswordCodingException& failure) {
-            const std::string text = failure.what();
-            EXPECT_NE(text.find("SYPassword.key"), std::string::npos) << text;
-            EXPECT_EQ(text.find("geheim"), std::string::npos) << text;
-        }
+        const Thrown thrown([] { (void)CodePassword(u"geheim"); });
+        EXPECT_EQ(thrown.name, "PasswordCodingException") << bytes.size();
+        EXPECT_TRUE(thrown.Tells("SYPassword.key") && !thrown.Tells("geheim")) << thrown.message;
         EXPECT_EQ(KeyBytes(), bytes);
     }
     WriteKey(std::string(32, 'k'));
@@ -163,10 +150,8 @@ TEST_F(PasswordCodingTest, ProcessesThatStartTogetherAgreeOnOneKey)
                 ASSERT_EQ(child.Wait(), 0);
         }
         std::set<std::string> texts;
-        for (int child = 0; child < 6; ++child) {
-            std::ifstream file(output(child));
-            texts.emplace(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
-        }
+        for (int child = 0; child < 6; ++child)
+            texts.insert(ReadBytes(output(child)));
         ASSERT_EQ(texts.size(), 1u);
         ASSERT_EQ(*texts.begin(), OV::ToUtf8(CodePassword(u"geheim")));
     }

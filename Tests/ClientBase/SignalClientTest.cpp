@@ -1,15 +1,20 @@
-#include "OVRoot/Logger.hpp"
-#include "OVRoot/Thread.hpp"
+#include "OVRoot/Condition.hpp"
 #include "SYClientBase/Backoff.hpp"
+#include "SYClientBase/ConnectionValidator.hpp"
 #include "SYClientBase/PKSignalClient.hpp"
+#include "SYClientBase/ServicePortCache.hpp"
+#include "SYClientBase/SyncraClientFactory.hpp"
+#include "SYCommunication/CommunicationException.hpp"
+#include "Support/Eventually.hpp"
+#include "Support/FileBytes.hpp"
 #include "Support/IdleSyncraClient.hpp"
+#include "Support/ServerProcess.hpp"
+#include "Support/TemporaryFolder.hpp"
 
 #include <gtest/gtest.h>
 
-#include <chrono>
-#include <condition_variable>
+#include <atomic>
 #include <mutex>
-#include <vector>
 
 using namespace SYCB;
 using Syncra::Protocol::Signal;
@@ -18,209 +23,105 @@ using Syncra::Protocol::SignalId;
 
 namespace {
 
-constexpr std::chrono::seconds SignalPatience(30);
-
-/// The signals of a server that can go away, come back, refuse and lose its place.
-class FakeServer {
-public:
-    void Emit(SignalId id)
-    {
-        Change([&] { signals_.push_back({++sequence_, id, u"P"}); });
-    }
-    void GoAway()
-    {
-        Change([&] { reachable_ = false; });
-    }
-    void ComeBack()
-    {
-        Change([&] { reachable_ = true; });
-    }
-    void Refuse(std::int32_t code)
-    {
-        Change([&] { refusal_ = code; });
-    }
-    /// A new life: sequences begin again. The connection is kept.
-    void Restart()
-    {
-        Change([&] {
-            signals_.clear();
-            sequence_ = 0;
-        });
-    }
-
-    std::unique_ptr<Syncra::Client::SyncraClient> Connect()
-    {
-        const std::lock_guard guard(lock_);
-        ++connects_;
-        changed_.notify_all();
-        if (!reachable_)
-            throw 7;  // a host's connector throws what it likes
-        ThrowIfAway();
-        return std::make_unique<Client>(*this);
-    }
-    void AwaitConnects(int count)
-    {
-        std::unique_lock guard(lock_);
-        EXPECT_TRUE(changed_.wait_for(guard, SignalPatience, [&] { return connects_ >= count; }));
-    }
-    /// Until a client waits for what comes next.
-    void AwaitHeldRequest()
-    {
-        std::unique_lock guard(lock_);
-        EXPECT_TRUE(changed_.wait_for(guard, SignalPatience, [&] { return held_ > 0; }));
-    }
-    /// Far sooner than a held request would end by itself.
-    void AwaitNoHeldRequest()
-    {
-        std::unique_lock guard(lock_);
-        EXPECT_TRUE(changed_.wait_for(guard, SignalPatience / 3, [&] { return held_ == 0; }));
-    }
-    [[nodiscard]] int Connects()
-    {
-        const std::lock_guard guard(lock_);
-        return connects_;
-    }
-
-private:
-    class Client final : public IdleSyncraClient {
-    public:
-        explicit Client(FakeServer& server) : server_(server) {}
-        SignalBatch WaitForSignals(const OV::UniString&, std::uint64_t after,
-                                   std::uint32_t wait) override
-        {
-            return server_.Hold(after, wait, canceled_);
-        }
-        void Cancel() override
-        {
-            server_.Change([this] { canceled_ = true; });
-        }
-
-    private:
-        FakeServer& server_;
-        bool canceled_ = false;
-    };
-
-    template <class Action>
-    void Change(Action action)
-    {
-        const std::lock_guard guard(lock_);
-        action();
-        changed_.notify_all();
-    }
-
-    void ThrowIfAway() const
-    {
-        if (!reachable_)
-            throw Communication::ConnectionException(u"the server is away");
-        if (refusal_ != 0)
-            throw Communication::ResponseContentException(refusal_, u"refused");
-    }
-
-    SignalBatch Hold(std::uint64_t after, std::uint32_t wait, const bool& canceled)
-    {
-        std::unique_lock guard(lock_);
-        if (wait == 0 && after == 0)
-            return {{}, sequence_};
-        ++held_;
-        changed_.notify_all();
-        changed_.wait_for(guard, OV::Thread::CurrentToken(), std::chrono::milliseconds(wait), [&] {
-            return canceled || !reachable_ || refusal_ != 0 || sequence_ != after;
-        });
-        --held_;
-        changed_.notify_all();
-        if (canceled || OV::Thread::IsInterrupted())
-            throw OV::InterruptedException();
-        ThrowIfAway();
-        SignalBatch batch{{}, sequence_};
-        if (after <= sequence_)
-            for (const Signal& signal : signals_)
-                if (signal.sequence > after)
-                    batch.events.push_back(signal);
-        return batch;
-    }
-
-    std::mutex lock_;
-    std::condition_variable_any changed_;
-    std::vector<Signal> signals_;
-    std::uint64_t sequence_ = 0;
-    bool reachable_ = true;
-    std::int32_t refusal_ = 0;
-    int connects_ = 0;
-    int held_ = 0;
-};
+/// Of the sample team; anna.novak and lena.fischer are members.
+const OV::UniString HarbourBridge = u"6B1F0C52-8A5D-4B1E-9B6A-0D3C7E5A1001";
+using Signals = std::vector<SignalId>;
+const Signals EveryWantedKind = {SignalId::ProjectStateChanged, SignalId::SessionsChanged,
+                                 SignalId::NewMail};
+using enum PresenceState;
 
 /// Notes what it is told.
 class Notes : public PKSignalClientObserver, public PresenceServiceObserver {
 public:
     bool _CheckSignalType(SignalId id) const override { return id != SignalId::MembersChanged; }
-    void _SignalReceived(const Signal& signal) override
-    {
-        const std::lock_guard guard(lock_);
-        signals_.push_back(signal.id);
-        changed_.notify_all();
-        if (throws)
-            throw std::runtime_error("expected by the test");
-    }
+    void _SignalReceived(const Signal& signal) override { Note(signals_, signal.id); }
     void _ServiceStateChanged(PresenceService&, PresenceState state) override
     {
-        const std::lock_guard guard(lock_);
-        states_.push_back(state);
-        changed_.notify_all();
-        if (throws)
-            throw 7;
+        Note(states_, state);
     }
-
-    void AwaitSignals(const std::vector<SignalId>& expected)
-    {
-        std::unique_lock guard(lock_);
-        changed_.wait_for(guard, SignalPatience,
-                          [&] { return signals_.size() >= expected.size(); });
-        EXPECT_EQ(signals_, expected);
-        signals_.clear();
-    }
-    void AwaitState(PresenceState expected)
-    {
-        std::unique_lock guard(lock_);
-        EXPECT_TRUE(changed_.wait_for(guard, SignalPatience, [&] {
-            return !states_.empty() && states_.back() == expected;
-        })) << static_cast<int>(expected);
-    }
-    [[nodiscard]] std::vector<PresenceState> States()
-    {
-        const std::lock_guard guard(lock_);
-        return states_;
-    }
+    [[nodiscard]] Signals GetSignals() { return Copy(signals_); }
+    [[nodiscard]] std::vector<PresenceState> GetStates() { return Copy(states_); }
 
     std::atomic<bool> throws = false;
 
 private:
+    template <class Value>
+    void Note(std::vector<Value>& values, Value value)
+    {
+        const std::lock_guard guard(lock_);
+        values.push_back(value);
+        if (throws)
+            throw 7;
+    }
+    template <class Value>
+    std::vector<Value> Copy(const std::vector<Value>& values)
+    {
+        const std::lock_guard guard(lock_);
+        return values;
+    }
+
     std::mutex lock_;
-    std::condition_variable changed_;
-    std::vector<SignalId> signals_;
+    Signals signals_;
     std::vector<PresenceState> states_;
 };
-
-const std::vector<SignalId> EveryWantedKind = {SignalId::ProjectStateChanged,
-                                               SignalId::SessionsChanged, SignalId::NewMail};
 
 class SignalClientTest : public testing::Test {
 protected:
     SignalClientTest()
     {
-        client_.Attach(notes_);
-        client_.GetPresenceService().Attach(notes_);
+        client.Attach(notes);
+        client.GetPresenceService().Attach(notes);
     }
-    ~SignalClientTest() override { client_.Stop(); }
+    ~SignalClientTest() override { client.Stop(); }
 
+    [[nodiscard]] std::unique_ptr<Syncra::Client::SyncraClient> SignIn(const OV::UniString& user)
+    {
+        return CreateSyncraClient(
+            {u"127.0.0.1", port, user, OV::FromUtf8(ServerProcess::Password)});
+    }
     void Start()
     {
-        client_.Start([this] { return server_.Connect(); }, u"P");
+        client.Start([this] { return ++connects, SignIn(u"lena.fischer"); }, HarbourBridge);
+    }
+    /// Starts or ends a session of another member, which is signalled.
+    void Raise()
+    {
+        session.empty() ? void(session = anna->StartSession(HarbourBridge).id)
+                        : anna->CloseSession(std::exchange(session, {}));
+    }
+    void AwaitState(PresenceState state)
+    {
+        EXPECT_TRUE(Eventually([&] {
+            const auto states = notes.GetStates();
+            return !states.empty() && states.back() == state;
+        })) << static_cast<int>(state);
+    }
+    void AwaitSignals(const Signals& all)
+    {
+        EXPECT_TRUE(Eventually([&] { return notes.GetSignals().size() >= all.size(); }));
+        EXPECT_EQ(notes.GetSignals(), all);
+    }
+    /// Whether this process has a thread of a signal client.
+    static bool IsListening()
+    {
+        for (const auto& thread : std::filesystem::directory_iterator("/proc/self/task"))
+            if (ReadBytes(thread.path() / "comm").starts_with("SignalClient"))
+                return true;
+        return false;
     }
 
-    FakeServer server_;
-    Notes notes_;
-    PKSignalClient client_;
+    TemporaryFolder folder;
+    ServerProcess server{folder.Path()};
+    /// Stays the same over restarts; read by other threads while the server starts.
+    const std::uint16_t port = server.ModelPort();
+    std::unique_ptr<Syncra::Client::SyncraClient> anna = SignIn(u"anna.novak");
+    OV::UniString session;
+    std::atomic<int> connects = 0;
+    Notes notes;
+    PKSignalClient client;
 };
+
+using ServicePortCacheTest = SignalClientTest;
 
 }  // namespace
 
@@ -236,123 +137,169 @@ TEST(BackoffTest, DoublesFromHalfASecondToHalfAMinuteAndBeginsAgain)
     EXPECT_EQ(backoff.NextMilliseconds(), 499u);
 }
 
-TEST_F(SignalClientTest, WantedSignalsArriveInOrderAndNothingOfThePast)
+TEST_F(SignalClientTest, SignalsArriveAndAReconnectionBringsOneOfEachWantedKind)
 {
-    notes_.throws = true;  // an observer that fails must not look like a lost server
-    server_.Emit(SignalId::NewMail);
+    notes.throws = true;  // an observer that fails must not look like a lost server
+    Raise();
     Start();
-    notes_.AwaitState(PresenceState::Online);
-    server_.AwaitHeldRequest();
-    server_.Emit(SignalId::SessionsChanged);
-    server_.Emit(SignalId::MembersChanged);
-    server_.Emit(SignalId::NewMail);
-    notes_.AwaitSignals({SignalId::SessionsChanged, SignalId::NewMail});
-    EXPECT_EQ(server_.Connects(), 1);
-    EXPECT_EQ(notes_.States(), std::vector{PresenceState::Online});
-}
-
-TEST_F(SignalClientTest, AReconnectionBringsOneSignalOfEachKind)
-{
-    Start();
-    notes_.AwaitState(PresenceState::Online);
-    server_.AwaitHeldRequest();
-    server_.GoAway();
-    notes_.AwaitState(PresenceState::Offline);
-    server_.AwaitConnects(3);
-    server_.ComeBack();
-    notes_.AwaitState(PresenceState::Online);
-    notes_.AwaitSignals(EveryWantedKind);
-    server_.AwaitHeldRequest();
-    server_.Emit(SignalId::NewMail);
-    notes_.AwaitSignals({SignalId::NewMail});
+    AwaitState(Online);
+    Raise();
+    AwaitSignals({SignalId::SessionsChanged});
+    EXPECT_EQ(connects, 1);
+    server.Kill();
+    AwaitState(Offline);
+    server.Start();
+    AwaitState(Online);
+    Signals all{SignalId::SessionsChanged};
+    all.insert(all.end(), EveryWantedKind.begin(), EveryWantedKind.end());
+    AwaitSignals(all);
+    Raise();
+    all.push_back(SignalId::SessionsChanged);
+    AwaitSignals(all);
+    EXPECT_EQ(notes.GetStates(), (std::vector{Online, Offline, Online}));
 }
 
 TEST_F(SignalClientTest, AServerThatLostItsPlaceCountsAsAReconnection)
 {
-    server_.Emit(SignalId::NewMail);
-    Start();
-    server_.AwaitHeldRequest();
-    server_.Restart();
-    notes_.AwaitSignals(EveryWantedKind);
-    EXPECT_EQ(server_.Connects(), 1);
+    struct Forgetful final : IdleSyncraClient {
+        SignalBatch WaitForSignals(const OV::UniString&, std::uint64_t after,
+                                   std::uint32_t wait) override
+        {
+            if (wait != 0 && after == 0)
+                never.Wait();
+            return {{}, wait == 0 ? 5u : 0u};
+        }
+        OV::Condition never;
+    };
+    client.Start([] { return std::make_unique<Forgetful>(); }, u"P");
+    AwaitSignals(EveryWantedKind);
+    EXPECT_EQ(notes.GetStates(), std::vector{Online});
 }
 
 TEST_F(SignalClientTest, ARefusedUserIsNotTriedAgain)
 {
-    OV::Logger::SetSink([](const OV::LogRecord&) {});
+    const auto refuse = [this](std::int32_t code) {
+        connects = 0;
+        client.Start(
+            [this, code]() -> std::unique_ptr<Syncra::Client::SyncraClient> {
+                ++connects;
+                throw Communication::ResponseContentException(code, u"refused");
+            },
+            HarbourBridge);
+    };
     for (const std::int32_t code : {10, 13, 16}) {
-        FakeServer refusing;
-        refusing.Refuse(code);
-        client_.Start([&] { return refusing.Connect(); }, u"P");
-        notes_.AwaitState(PresenceState::Offline);
-        std::this_thread::sleep_for(std::chrono::milliseconds(600));  // the first pause is shorter
-        EXPECT_EQ(refusing.Connects(), 1) << code;
-        client_.Stop();
+        refuse(code);
+        AwaitState(Offline);
+        EXPECT_TRUE(Eventually([] { return !IsListening(); })) << code;
+        EXPECT_EQ(connects, 1) << code;
+        client.Stop();
     }
-    OV::Logger::SetSink({});
-    server_.Refuse(24);
-    Start();
-    server_.AwaitConnects(2);
+    refuse(24);
+    EXPECT_TRUE(Eventually([&] { return connects >= 2; }));
 }
 
 TEST_F(SignalClientTest, WorkingOfflineEndsTheRequestAndLastsUntilLifted)
 {
     Start();
-    notes_.AwaitState(PresenceState::Online);
-    server_.AwaitHeldRequest();
-    client_.SetForcedOffline(true);
-    EXPECT_EQ(client_.GetPresenceService().GetState(), PresenceState::Offline);
-    server_.AwaitNoHeldRequest();
-    server_.Emit(SignalId::NewMail);
-    client_.GetPresenceService().SetState(PresenceState::Online);  // a check that just passed
-    EXPECT_EQ(notes_.States(), (std::vector{PresenceState::Online, PresenceState::Offline}));
-    std::this_thread::sleep_for(std::chrono::milliseconds(100));
-    EXPECT_EQ(server_.Connects(), 1);
-    EXPECT_FALSE(client_.GetPresenceService().IsOnline());
-    client_.SetForcedOffline(false);
-    notes_.AwaitState(PresenceState::Online);
-    notes_.AwaitSignals(EveryWantedKind);
-    EXPECT_EQ(server_.Connects(), 2);
+    AwaitState(Online);
+    client.SetForcedOffline(true);
+    EXPECT_EQ(client.GetPresenceService().GetState(), Offline);
+    Raise();
+    client.GetPresenceService().SetState(Online);  // a check that just passed
+    EXPECT_EQ(notes.GetStates(), (std::vector{Online, Offline}));
+    client.SetForcedOffline(false);
+    AwaitState(Online);
+    AwaitSignals(EveryWantedKind);
+    EXPECT_EQ(connects, 2);
+}
+
+TEST_F(SignalClientTest, WorkingOfflineCancelsTheHeldRequest)
+{
+    struct Held final : IdleSyncraClient {
+        explicit Held(OV::Condition& condition) : cancelled(condition) {}
+        SignalBatch WaitForSignals(const OV::UniString&, std::uint64_t, std::uint32_t wait) override
+        {
+            if (wait != 0)
+                cancelled.Wait();
+            return {{}, 1};
+        }
+        void Cancel() override { cancelled.Notify(); }
+        OV::Condition& cancelled;
+    };
+    OV::Condition cancelled;
+    client.Start([&] { return std::make_unique<Held>(cancelled); }, u"P");
+    AwaitState(Online);
+    client.SetForcedOffline(true);
+    EXPECT_TRUE(cancelled.Wait(60'000));
+    client.Stop();
 }
 
 TEST_F(SignalClientTest, StopEndsAHeldRequestAndAPauseAtOnce)
 {
     for (const bool away : {false, true}) {
         Start();
-        server_.AwaitHeldRequest();
+        AwaitState(Online);
         if (away) {
-            const int before = server_.Connects();
-            server_.GoAway();
-            server_.AwaitConnects(before + 2);
+            const int before = connects;
+            server.Kill();
+            EXPECT_TRUE(Eventually([&] { return connects >= before + 2; }));
         }
         const auto begin = std::chrono::steady_clock::now();
-        client_.Stop();
+        client.Stop();
         EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(1));
-        EXPECT_EQ(client_.GetPresenceService().GetState(), PresenceState::Unknown);
-        server_.ComeBack();
+        EXPECT_EQ(client.GetPresenceService().GetState(), Unknown);
     }
 }
 
 TEST_F(SignalClientTest, AnObserverMayStopAndStartTheClientItHearsFrom)
 {
     struct Restarting : PKSignalClientObserver {
-        explicit Restarting(std::function<void()> restart) : restart_(std::move(restart)) {}
-        bool _CheckSignalType(SignalId id) const override { return id == SignalId::MembersChanged; }
-        void _SignalReceived(const Signal&) override { restart_(); }
-        std::function<void()> restart_;
-    };
-    Restarting restarting([this] {
-        client_.Stop();
+        bool _CheckSignalType(SignalId id) const override
+        {
+            return id == SignalId::SessionsChanged;
+        }
+        void _SignalReceived(const Signal&) override
+        {
+            std::exchange(restart, [] {})();
+        }
+        std::function<void()> restart;
+    } restarting;
+    restarting.restart = [this] {
+        client.Stop();
         Start();
-    });
-    client_.Attach(restarting);
+    };
+    client.Attach(restarting);
     Start();
-    server_.AwaitHeldRequest();
-    server_.Emit(SignalId::MembersChanged);
-    server_.AwaitConnects(2);
-    server_.AwaitHeldRequest();
-    server_.Emit(SignalId::NewMail);
-    notes_.AwaitSignals({SignalId::NewMail});
-    client_.Stop();
-    client_.Detach(restarting);
+    AwaitState(Online);
+    Raise();
+    EXPECT_TRUE(Eventually([&] {
+        return notes.GetStates() == std::vector{Online, Unknown, Online};
+    }));
+    Raise();
+    AwaitSignals({SignalId::SessionsChanged, SignalId::SessionsChanged});
+    EXPECT_EQ(connects, 2);
+    client.Stop();
+    client.Detach(restarting);
+}
+
+TEST_F(ServicePortCacheTest, PortsAreAskedOnceAndServersThatAnsweredAreRemembered)
+{
+    const OV::UniString password = OV::FromUtf8(ServerProcess::Password);
+    ServicePortCache cache;
+    const auto ask = [&](const OV::UniString& name, ServiceType service, bool mayAsk,
+                         const OV::UniString& with) {
+        return cache.GetServicePort(name, port, u"anna.novak", with, service, mayAsk);
+    };
+    ConnectionValidator& validator = ConnectionValidator::GetInstance();
+    EXPECT_EQ(ask(u"localhost", ServiceType::Management, false, password), 0);
+    EXPECT_THROW((void)ask(u"localhost", ServiceType::Management, true, u"?"),
+                 Communication::ResponseContentException);
+    EXPECT_FALSE(validator.GetWorkingConnectionForServer(u"localhost", port));
+    EXPECT_EQ(ask(u"localhost", ServiceType::Management, true, password), server.ManagementPort());
+    EXPECT_TRUE(validator.GetWorkingConnectionForServer(u"LocalHost", port));
+    server.Kill();
+    EXPECT_EQ(ask(u"LOCALHOST", ServiceType::Messaging, true, password), server.MessagingPort());
+    cache.Forget(u"localhost", port);
+    EXPECT_THROW((void)ask(u"localhost", ServiceType::Messaging, true, password),
+                 Communication::ConnectionException);
 }

@@ -176,6 +176,7 @@ TEST_F(AdminCommandTest, RefusalsAreToldWithTheServersWordsAndAnExitCode)
         {{"users", "list"}, "nobody", 12, "wrong"},
         {{"server", "connect"}, "nobody", 12, "wrong login"},
         {{"server", "connect", "--group", "administrators"}, "anna.novak", 12, "group"},
+        {{"server", "connect", "--group", "project-managers"}, "mei.chen", 12, "group"},
         {{"server", "connect", "--group", "gardeners"}, "admin", 2, "gardeners"},
     };
     for (const auto& row : rows) {

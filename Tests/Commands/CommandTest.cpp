@@ -66,7 +66,7 @@ TEST_F(CommandTest, PasswordComesFromStandardInputAndIsShownNowhere)
     }
     for (const auto& entry : std::filesystem::recursive_directory_iterator(folder.Path() / "data"))
         if (entry.is_regular_file()) {
-            EXPECT_EQ(ReadFile(entry.path()).find(ServerProcess::Password), std::string::npos)
+            EXPECT_EQ(ReadBytes(entry.path()).find(ServerProcess::Password), std::string::npos)
                 << entry.path();
         }
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Support/FileBytes.hpp"
 #include "Support/ServerProcess.hpp"
 #include "Support/TemporaryFolder.hpp"
 
@@ -14,12 +15,6 @@ struct CommandResult {
     std::string output;
     std::string errors;
 };
-
-inline std::string ReadFile(const std::filesystem::path& path)
-{
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
 
 inline std::string Quoted(const std::string& argument)
 {
@@ -52,8 +47,8 @@ protected:
             command += " " + Quoted(argument);
         command += " <" + Quoted(in) + " >" + Quoted(place / "out") + " 2>" + Quoted(place / "err");
         const int status = std::system(command.c_str());
-        return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, ReadFile(place / "out"),
-                ReadFile(place / "err")};
+        return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, ReadBytes(place / "out"),
+                ReadBytes(place / "err")};
     }
 
     /// The options that name a project, with the password from a file.

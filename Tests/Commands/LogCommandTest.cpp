@@ -1,8 +1,6 @@
 #include "Commands/CommandTest.hpp"
 #include "Support/StoreEdit.hpp"
 
-#include <fstream>
-
 namespace {
 
 using Strings = std::vector<std::string>;

@@ -18,7 +18,7 @@ protected:
     static void MarkUnsent(const std::filesystem::path& cache)
     {
         const auto file = cache / "CacheInfo.xml";
-        std::string text = ReadFile(file);
+        std::string text = ReadBytes(file);
         const std::string sent = "<UnsentChange>false";
         text.replace(text.find(sent), sent.size(), "<UnsentChange>true");
         std::ofstream(file) << text;
@@ -110,7 +110,7 @@ TEST_F(ProjectsCommandTest, PhotoFitsWhateverItIsGiven)
     const auto red = NewDisplay::NativeImage::FromPixels(2, 1, {0xFFFF0000, 0xFFFF0000});
     const std::string photo = folder.Path() / "red", out = folder.Path() / "out.png";
     std::ofstream(photo) << NewDisplay::EncodeImage(red, NewDisplay::ImageFormat::Png);
-    std::ofstream(folder.Path() / "cut off") << ReadFile(photo).substr(0, 50);
+    std::ofstream(folder.Path() / "cut off") << ReadBytes(photo).substr(0, 50);
     const struct {
         std::string file, size;
         std::string out;
@@ -133,7 +133,7 @@ TEST_F(ProjectsCommandTest, PhotoFitsWhateverItIsGiven)
             each.code)
             << each.file << ' ' << each.size;
     ASSERT_EQ(Run({"photo", photo, "--size", "8x8", "--out", out}).code, 0);
-    const auto picture = NewDisplay::DecodeImage(ReadFile(out), u"");
+    const auto picture = NewDisplay::DecodeImage(ReadBytes(out), u"");
     EXPECT_EQ(picture.GetWidth(), 8);
     EXPECT_EQ(picture.GetPixel(4, 1), 0u);
     EXPECT_EQ(picture.GetPixel(4, 4), 0xFFFF0000);

@@ -1,4 +1,5 @@
 #include "CachedProjectInfo.hpp"
+#include "Support/FileBytes.hpp"
 #include "Support/TemporaryFolder.hpp"
 #include "Support/TerminalRun.hpp"
 
@@ -75,8 +76,7 @@ TEST_F(ServerCommandTest, PasswordsAreStoredListedAndForgottenAndNeverShown)
               nlohmann::json::parse(R"([{"user": "anna", "hasDefaultPassword": true,
                                          "servers": ["nexar.example", "second"]}])"));
     const TerminalRun shown = Run({"server", "list", "--verbose"});
-    std::ifstream stored(listed.at("file").get<std::string>());
-    const std::string bytes{std::istreambuf_iterator<char>(stored), {}};
+    const std::string bytes = ReadBytes(listed.at("file").get<std::string>());
     for (const auto& text : {added.output, shown.output, listed.dump(), bytes}) {
         EXPECT_FALSE(text.empty());
         EXPECT_EQ(text.find("s3cret"), std::string::npos);

@@ -1,22 +1,8 @@
 #include "Connection/ConnectionTest.hpp"
 #include "Support/FaultProxy.hpp"
 
-#include <sys/resource.h>
-
 using SYC::CheckResult;
 using Fault = FaultProxy::Fault;
-
-namespace {
-
-/// Peak resident memory of this process in MiB.
-long PeakMemory()
-{
-    rusage usage{};
-    getrusage(RUSAGE_SELF, &usage);
-    return usage.ru_maxrss / 1024;
-}
-
-}  // namespace
 
 class CheckFaultTest : public ConnectionTest {
 protected:
@@ -77,26 +63,4 @@ TEST_F(CheckFaultTest, AFaultInAnyStepIsOfflineAndMendedByTheNextCheck)
     for (const auto fault : {Fault::CloseInAnswer, Fault::Garbage, Fault::WrongJson,
                              Fault::ServerError, Fault::Silence})
         FailEachRequestInTurn(fault, false);
-}
-
-TEST_F(CheckFaultTest, GigabyteOfAnswerIsCutWithinBoundedMemory)
-{
-    Communication::SetDefaultHttpOptions({});
-    FaultProxy proxy(server.ModelPort());
-    Host host(Url("anna.novak", u"Harbour Bridge", proxy.Port()), DataFolder());
-    const long before = PeakMemory();
-    proxy.FailAt(1, Fault::Flood);
-    EXPECT_EQ(SYC::ReadProjectConnection(&host.manager).Check(true, false, false, false),
-              CheckResult::Offline);
-    EXPECT_LT(PeakMemory() - before, 300);
-}
-
-TEST_F(CheckFaultTest, FrozenServerIsOfflineAndThenWorkedWithAgain)
-{
-    Host host(Url("anna.novak", u"Harbour Bridge"), DataFolder());
-    SYC::ReadProjectConnection connection(&host.manager);
-    server.Pause();
-    EXPECT_EQ(connection.Check(true, false, false, false), CheckResult::Offline);
-    server.Resume();
-    EXPECT_EQ(connection.Check(true, false, false, false), CheckResult::Passed);
 }

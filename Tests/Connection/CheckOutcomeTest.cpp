@@ -8,17 +8,6 @@ using SYC::CheckResult;
 
 namespace {
 
-const Events none;
-
-struct Outcome {
-    const char* what;
-    const char* user;
-    const char16_t* project;
-    bool writing;
-    CheckResult result;
-    Events events;
-};
-
 std::unique_ptr<SYC::ProjectConnectionBase> Connect(Host& host, bool writing)
 {
     if (writing)
@@ -44,71 +33,36 @@ protected:
 
 TEST_F(CheckOutcomeTest, EveryAnswerOfTheServerHasItsResultAndEvent)
 {
-    const std::vector<Outcome> outcomes = {
-        {"member reads", "anna.novak", u"Harbour Bridge", false, CheckResult::Passed, none},
-        {"member writes", "anna.novak", u"Harbour Bridge", true, CheckResult::Passed, none},
-        {"public, but no member",
-         "anna.novak",
-         u"Open House 2026",
-         false,
-         CheckResult::AccessDenied,
-         {{11, u""}}},
-        {"account switched off",
-         "former.member",
-         u"Harbour Bridge",
-         false,
-         CheckResult::AccessDenied,
-         {{11, u""}}},
-        {"unknown user",
-         "nobody",
-         u"Harbour Bridge",
-         false,
-         CheckResult::AccessDenied,
-         {{11, u""}}},
-        {"held elsewhere",
-         "marco.rossi",
-         u"Harbour Bridge",
-         false,
-         CheckResult::SessionInUse,
-         {{8, u"STUDIO-07"}}},
-        {"other letter case",
-         "anna.novak",
-         u"harbour bridge",
-         false,
-         CheckResult::ProjectMismatch,
-         {{9, u""}}},
-        {"not visible",
-         "jonas.berg",
-         u"City Library",
-         false,
-         CheckResult::ProjectMismatch,
-         {{9, u""}}},
-        {"no such project",
-         "anna.novak",
-         u"Nowhere",
-         false,
-         CheckResult::ProjectNotFound,
-         {{12, u""}}},
-        {"locked, read", "anna.novak", u"Riverside Tower", false, CheckResult::Passed, none},
-        {"locked, written",
-         "anna.novak",
-         u"Riverside Tower",
-         true,
-         CheckResult::ForbiddenByState,
-         {{13, u""}}},
-        {"maintenance answers code 24", "anna.novak", u"Old Mill Conversion", false,
-         CheckResult::ForbiddenByState, none},
+    using enum CheckResult;
+    const struct {
+        const char* user;
+        const char16_t* project;
+        bool writing;
+        CheckResult result;
+        int event;  ///< 0 for none
+    } outcomes[] = {
+        {"anna.novak", u"Harbour Bridge", false, Passed, 0},
+        {"anna.novak", u"Harbour Bridge", true, Passed, 0},
+        {"anna.novak", u"Open House 2026", false, AccessDenied, 11},    // public, but no member
+        {"former.member", u"Harbour Bridge", false, AccessDenied, 11},  // switched off
+        {"nobody", u"Harbour Bridge", false, AccessDenied, 11},
+        {"marco.rossi", u"Harbour Bridge", false, SessionInUse, 8},
+        {"anna.novak", u"harbour bridge", false, ProjectMismatch, 9},
+        {"jonas.berg", u"City Library", false, ProjectMismatch, 9},  // not visible
+        {"anna.novak", u"Nowhere", false, ProjectNotFound, 12},
+        {"anna.novak", u"Riverside Tower", false, Passed, 0},  // locked
+        {"anna.novak", u"Riverside Tower", true, ForbiddenByState, 13},
+        {"anna.novak", u"Old Mill Conversion", false, ForbiddenByState, 0},  // answers code 24
     };
-    for (const auto& outcome : outcomes) {
-        SCOPED_TRACE(outcome.what);
-        Host host(Url(outcome.user, outcome.project), DataFolder());
-        const auto connection = Connect(host, outcome.writing);
-        EXPECT_EQ(connection->Check(true, false, false, false), outcome.result);
-        EXPECT_EQ(host.events, outcome.events);
-        EXPECT_EQ(connection->IsOpen(), outcome.result == CheckResult::Passed);
-        const bool online = host.manager.GetSignalClient().GetPresenceService().GetState() ==
-                            SYCB::PresenceState::Online;
-        EXPECT_EQ(online, outcome.result == CheckResult::Passed);
+    for (const auto& [user, project, writing, result, event] : outcomes) {
+        SCOPED_TRACE(user + (' ' + OV::ToUtf8(project)) + (writing ? " to write" : ""));
+        Host host(Url(user, project), DataFolder());
+        const auto connection = Connect(host, writing);
+        EXPECT_EQ(connection->Check(true, false, false, false), result);
+        EXPECT_EQ(host.events,
+                  event == 0 ? Events{} : (Events{{event, event == 8 ? u"STUDIO-07" : u""}}));
+        EXPECT_EQ(connection->IsOpen(), result == Passed);
+        EXPECT_EQ(host.manager.GetSignalClient().GetPresenceService().IsOnline(), result == Passed);
     }
 }
 
@@ -232,7 +186,7 @@ TEST_F(CheckOutcomeTest, NoManagerAndNoServerAreOffline)
     server.Kill();
     Host host(url, DataFolder());
     EXPECT_EQ(Check(host), CheckResult::Offline);
-    EXPECT_EQ(host.events, none);
+    EXPECT_TRUE(host.events.empty());
     EXPECT_TRUE(SYC::CacheFolders::Find(DataFolder()).empty()) << "nothing was cached";
 }
 

@@ -8,9 +8,6 @@ using SYC::CheckResult;
 
 namespace {
 
-constexpr const char* SignedIn =
-    R"({"token":"t","userId":"u","userName":"n","protocol":1,"serverVersion":1400})";
-
 /// A host that opens one project after the other, and may fail at what it is asked for.
 class ChangingHost final : public SYCB::ProjectConnectionManagerInterface {
 public:
@@ -90,7 +87,7 @@ TEST_F(CheckStepTest, EveryErrorCodeOfTheServerHasItsResult)
         SCOPED_TRACE(code);
         ScriptedServer refusing([code = code](auto& peer, const auto& request) {
             if (request.method == "POST")
-                peer.Answer(200, SignedIn);
+                peer.Answer(200, ScriptedServer::SignedIn);
             else
                 peer.Answer(403, R"({"code":)" + std::to_string(code) + R"(,"message":"no"})");
         });

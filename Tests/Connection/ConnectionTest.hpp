@@ -1,20 +1,14 @@
 #pragma once
 
+#include "Cache/Detail/CacheFolders.hpp"
 #include "ClientProjectConnectionManager.hpp"
 #include "CloseSession.hpp"
-#include "Detail/CacheFolders.hpp"
 #include "OVRoot/System.hpp"
 #include "ReadProjectConnection.hpp"
+#include "Server/ServerTest.hpp"
 #include "Support/LogCapture.hpp"
-#include "Support/ServerProcess.hpp"
-#include "Support/StoreEdit.hpp"
-#include "Support/TemporaryFolder.hpp"
 #include "SyncraURL.hpp"
 #include "WriteProjectConnection.hpp"
-
-#include <gtest/gtest.h>
-
-#include <vector>
 
 /// The events that a check posted, in order.
 using Events = std::vector<std::pair<std::int32_t, OV::UniString>>;
@@ -33,11 +27,9 @@ public:
 };
 
 /// A real server, and hosts on it.
-class ConnectionTest : public testing::Test {
+class ConnectionTest : public ServerTest {
 protected:
-    explicit ConnectionTest(std::vector<std::string> options = {"--sample", "--sample-lines", "0"})
-        : server(folder.Path(), std::move(options))
-    {}
+    using ServerTest::ServerTest;
 
     [[nodiscard]] IO::Location Url(const std::string& user, const std::u16string& project,
                                    std::uint16_t port = 0,
@@ -55,8 +47,4 @@ protected:
     {
         return folder.GetLocation().Appended(u"Caches");
     }
-    void Sql(const std::string& sql) const { EditStore(server.StorePath(), sql); }
-
-    TemporaryFolder folder;
-    ServerProcess server;
 };

@@ -5,10 +5,11 @@
 #include <thread>
 
 using SYC::CheckResult;
+using SessionRaceTest = ConnectionTest;
 
 /// Two clients of one user start at once; whoever comes second is answered code 17 and takes the
 /// other's session.
-TEST_F(ConnectionTest, ClientsThatStartAtOnceShareOneSession)
+TEST_F(SessionRaceTest, ClientsThatStartAtOnceShareOneSession)
 {
     const int rounds = std::getenv("SYCLIENT_LONG") != nullptr ? 500 : 60;
     for (int round = 0; round < rounds; ++round) {

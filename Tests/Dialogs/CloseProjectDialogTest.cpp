@@ -39,25 +39,20 @@ const OV::UniString AskRelease = u"Do you want to send changes to the server of 
 const OV::UniString AskSave = u"Do you want to save unsent changes \r\nA^0 before closing?";
 const OV::UniString SaveWithoutSend = u"Save without Send";
 
-const Row LocalOnly{"local only", u"Save", AskSave, {}, Result::SaveLocally, Result::Cancelled};
-const Row SaveOnly{"save only", u"Save", AskSend, {}, Result::SaveLocally, Result::Cancelled};
-const Row SaveOnlyRelease{"save only, release", u"Save",          AskRelease, {},
-                          Result::SaveLocally,  Result::Cancelled};
-const Row Send{"send",
-               u"Send & Save",
-               AskSend,
-               {u"Send & Save & Release All", u"-", SaveWithoutSend},
-               Result::SendAndSave,
-               Result::SendSaveAndReleaseAll};
-const Row SendRelease{"send, release",
-                      u"Send & Save",
-                      AskRelease,
-                      {u"Send & Save without Release", u"-", SaveWithoutSend},
-                      Result::SendSaveAndReleaseAll,
-                      Result::SendAndSave};
-
+const OV::UniString SendSave = u"Send & Save";
+const Texts SendEntries{u"Send & Save & Release All", u"-", SaveWithoutSend};
+const Texts ReleaseEntries{u"Send & Save without Release", u"-", SaveWithoutSend};
 const Row& RowOf(const Facts& facts)
 {
+    using enum Result::Value;
+    static const Row LocalOnly{"local only", u"Save", AskSave, {}, SaveLocally, Cancelled};
+    static const Row SaveOnly{"save only", u"Save", AskSend, {}, SaveLocally, Cancelled};
+    static const Row SaveOnlyRelease{"and release", u"Save",  AskRelease, {},
+                                     SaveLocally,   Cancelled};
+    static const Row Send{"send",      SendSave,    AskSend,
+                          SendEntries, SendAndSave, SendSaveAndReleaseAll};
+    static const Row SendRelease{"send, release",       SendSave,   AskRelease, ReleaseEntries,
+                                 SendSaveAndReleaseAll, SendAndSave};
     if (!facts.online || facts.offlineWork)
         return LocalOnly;
     if (facts.saveOnly)

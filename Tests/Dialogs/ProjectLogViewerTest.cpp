@@ -1,6 +1,8 @@
 #include "Dlg/Headless/HeadlessToolkit.hpp"
 #include "OVRoot/LocalTime.hpp"
 #include "SYClientBase/MessageLoop.hpp"
+#include "Support/AlertRecorder.hpp"
+#include "Support/FileBytes.hpp"
 #include "Support/TemporaryFolder.hpp"
 #include "UserInterface/ProjectLogViewerDlg_14.hpp"
 
@@ -72,18 +74,18 @@ TEST_F(ProjectLogViewerTest, EachFilterNarrowsWhatTheOthersLeave)
         Line({2026, 3, 3, 0, 0, 0}, u"late", u"Join"),
     };
     Open(lines, [&](Dlg::HeadlessDialog& user) {
-        EXPECT_EQ(Column(user, LogTable::User), (Texts{u"anna", u"zoe", u"anna"}))
+        EXPECT_EQ(Column(user, SYC::LogTable::User), (Texts{u"anna", u"zoe", u"anna"}))
             << "both ends of the range belong to it";
         EXPECT_EQ(user.GetEntries(Viewer::UserMenu),
                   (Texts{u"Not Filtered", u"anna", u"early", u"late", u"zoe"}))
             << "of all the project's lines, and of no other project's";
         EXPECT_EQ(user.GetEntries(Viewer::ActionMenu), (Texts{u"Not Filtered", u"Join", u"Send"}));
         user.Choose(Viewer::ActionMenu, 3);
-        EXPECT_EQ(Column(user, LogTable::User), (Texts{u"anna", u"zoe"}));
+        EXPECT_EQ(Column(user, SYC::LogTable::User), (Texts{u"anna", u"zoe"}));
         user.Choose(Viewer::SizeMenu, 2);
-        EXPECT_EQ(Column(user, LogTable::Size), (Texts{u"10 KB"}));
+        EXPECT_EQ(Column(user, SYC::LogTable::Size), (Texts{u"10 KB"}));
         user.Choose(Viewer::UserMenu, 5);
-        EXPECT_TRUE(Column(user, LogTable::User).empty());
+        EXPECT_TRUE(Column(user, SYC::LogTable::User).empty());
         EXPECT_EQ(user.GetText(Viewer::CountText), u"0 lines");
         // New lines arrive: what was chosen stays chosen, wherever it stands now.
         Lines more = lines;
@@ -92,17 +94,17 @@ TEST_F(ProjectLogViewerTest, EachFilterNarrowsWhatTheOthersLeave)
         viewer_->RefreshLog(more);
         SYCB::MessageLoop::RunPending();
         EXPECT_EQ(user.GetSelection(Viewer::UserMenu), 6);
-        EXPECT_EQ(Column(user, LogTable::Size), (Texts{u"10 240 KB"}));
+        EXPECT_EQ(Column(user, SYC::LogTable::Size), (Texts{u"10 240 KB"}));
         user.Choose(Viewer::SizeMenu, 5);
-        EXPECT_EQ(Column(user, LogTable::User), (Texts{u"zoe"}));
+        EXPECT_EQ(Column(user, SYC::LogTable::User), (Texts{u"zoe"}));
         user.Choose(Viewer::UserMenu, 1);
         user.Choose(Viewer::ActionMenu, 1);
-        EXPECT_EQ(Column(user, LogTable::User), (Texts{u"anna", u"zoe"}));
+        EXPECT_EQ(Column(user, SYC::LogTable::User), (Texts{u"anna", u"zoe"}));
         user.Choose(Viewer::SizeMenu, 1);
-        user.PressHeader(Viewer::Table, LogTable::Size);
-        user.PressHeader(Viewer::Table, LogTable::Size);
-        EXPECT_EQ(user.GetSortMark(Viewer::Table), -LogTable::Size);
-        EXPECT_EQ(Column(user, LogTable::User),
+        user.PressHeader(Viewer::Table, SYC::LogTable::Size);
+        user.PressHeader(Viewer::Table, SYC::LogTable::Size);
+        EXPECT_EQ(user.GetSortMark(Viewer::Table), -SYC::LogTable::Size);
+        EXPECT_EQ(Column(user, SYC::LogTable::User),
                   (Texts{u"anna", u"zoe", u"anna", u"zoe", u"boris"}));
     });
     EXPECT_TRUE(toolkit_.GetAlertsShown().empty());
@@ -140,16 +142,6 @@ TEST_F(ProjectLogViewerTest, AThousandLinesAreWarnedAboutAndStillShown)
 
 TEST_F(ProjectLogViewerTest, LinesThatComeWhileTheWarningIsShownAreTheOnesShownThen)
 {
-    /// Goes on with what was posted, as a window's alert does.
-    struct Nested final : OV::AlertPresenter {
-        int Show(const OV::AlertResource&) override
-        {
-            ++count;
-            SYCB::MessageLoop::RunPending();
-            return 1;
-        }
-        int count = 0;
-    };
     const Lines many(1200, Line({2026, 3, 1, 8, 0, 0}, u"anna", u"Send"));
     Lines more(many);
     more.insert(more.end(), 500, many.front());
@@ -158,12 +150,13 @@ TEST_F(ProjectLogViewerTest, LinesThatComeWhileTheWarningIsShownAreTheOnesShownT
             viewer_->PreviewLog(many);
             SYCB::MessageLoop::RunPending();
             viewer_->RefreshLog(newer);
-            Nested alerts;
-            auto* const former = OV::AlertPresenter::SetCurrent(&alerts);
-            user.PickDate(Viewer::ToDate, {2026, 3, 3});
-            OV::AlertPresenter::SetCurrent(former);
-            EXPECT_EQ(alerts.count, newer.size() < 1000 ? 1 : 2);
-            EXPECT_EQ(Column(user, LogTable::User).size(), newer.size());
+            {
+                AlertRecorder alerts;  // goes on with what was posted, as a window's alert does
+                alerts.meanwhile = [] { SYCB::MessageLoop::RunPending(); };
+                user.PickDate(Viewer::ToDate, {2026, 3, 3});
+                EXPECT_EQ(alerts.shown.size(), newer.size() < 1000 ? 1u : 2u);
+            }
+            EXPECT_EQ(Column(user, SYC::LogTable::User).size(), newer.size());
         });
 }
 
@@ -172,10 +165,7 @@ TEST_F(ProjectLogViewerTest, TheExportIsWrittenToTheLetter)
     const auto file = folder_.Path() / "table.csv";
     std::ofstream(file) << "former";
     const auto location = IO::Location::FromPath(OV::FromUtf8(file.string()));
-    const auto content = [&] {
-        std::ifstream stream(file, std::ios::binary);
-        return std::string{std::istreambuf_iterator<char>(stream), {}};
-    };
+    const auto content = [&] { return ReadBytes(file); };
     auto line = Line({2026, 3, 1, 8, 5, 9}, u"Zo\u00EB \"Z\"", u"Send", 2'048'000);
     line.SetComment(OV::UniString(1023, u'x') + u"\u00E9");
     Open({line}, [&](Dlg::HeadlessDialog& user) {

@@ -1,8 +1,6 @@
 #include "UserInterface/SetServerConnectionTask.hpp"
 #include "ManagementTool/UserAsyncTaskExecutingImplementation.hpp"
 #include "Support/ScriptedServer.hpp"
-#include "Support/ServerProcess.hpp"
-#include "Support/TemporaryFolder.hpp"
 
 #include <gtest/gtest.h>
 
@@ -26,40 +24,7 @@ std::string Outcome(std::uint16_t port, const OV::UniString& password, Group::Va
             task->IsServerCompatible() ? 'V' : '-'};
 }
 
-std::string Ports(std::uint16_t management)
-{
-    return R"({"ports":[{"service":"ManagementService","port":)" + std::to_string(management) +
-           "}]}";
-}
-
 }  // namespace
-
-TEST(SetServerConnectionTaskTest, TellsARefusedUserFromAServerThatIsNotThereAndLooksForHisGroup)
-{
-    const TemporaryFolder folder;
-    ServerProcess server(folder.Path());
-    const OV::UniString password = OV::FromUtf8(ServerProcess::Password);
-    const std::uint16_t port = server.ModelPort();
-    EXPECT_EQ(Outcome(port, password, Group::AnyUser), "CUV");
-    EXPECT_EQ(Outcome(port, password, Group::AnyUser, true), "CUV");
-    EXPECT_EQ(Outcome(port, u"wrong", Group::AnyUser), "C-V");
-    const struct {
-        const char16_t* user;
-        Group::Value group;
-        const char* outcome;
-    } rows[] = {
-        {u"anna.novak", Group::ProjectManagers, "CUV"},
-        {u"anna.novak", Group::Administrators, "C-V"},
-        {u"anna.novak", Group::ProjectWorkflowManagers, "C-V"},
-        {u"admin", Group::Administrators, "CUV"},
-        {u"mei.chen", Group::ProjectManagers, "C-V"},
-    };
-    for (const auto& row : rows)
-        EXPECT_EQ(Outcome(port, password, row.group, false, row.user), row.outcome)
-            << OV::ToUtf8(row.user) << row.group;
-    server.Kill();
-    EXPECT_EQ(Outcome(port, password, Group::AnyUser), "--V");
-}
 
 TEST(SetServerConnectionTaskTest, AServerOfAnotherVersionIsTakenOnlyWhenAskedTo)
 {
@@ -81,7 +46,7 @@ TEST(SetServerConnectionTaskTest, AServerOfAnotherVersionIsTakenOnlyWhenAskedTo)
         ScriptedServer server(
             [&](ScriptedServer::Peer& peer, const ScriptedServer::Request& request) {
                 if (request.target.ends_with("/ports"))
-                    peer.Answer(200, Ports(server.Port()));
+                    peer.Answer(200, ScriptedServer::Ports("ManagementService", server.Port()));
                 else if (request.target.ends_with("/groups"))
                     peer.Answer(200, R"({"groups":["Administrators"]})");
                 else
@@ -96,7 +61,9 @@ TEST(SetServerConnectionTaskTest, AServerOfAnotherVersionIsTakenOnlyWhenAskedTo)
         peer.Answer(426, R"({"code":30,"message":"other version"})");
     });
     ScriptedServer model([&](ScriptedServer::Peer& peer, const ScriptedServer::Request& request) {
-        peer.Answer(200, request.target.ends_with("/ports") ? Ports(management.Port()) : known);
+        peer.Answer(200, request.target.ends_with("/ports")
+                             ? ScriptedServer::Ports("ManagementService", management.Port())
+                             : known);
     });
     EXPECT_EQ(Outcome(model.Port(), u"p", Group::Administrators, true), "C--");
 }

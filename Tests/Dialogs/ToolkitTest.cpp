@@ -137,17 +137,3 @@ TEST_F(ToolkitTest, AnExceptionOfAnObserverClosesTheDialogAndReachesTheCaller)
     });
     EXPECT_FALSE(dialog.Invoke()) << "and may be opened again";
 }
-
-TEST_F(ToolkitTest, AlertsAndFilesAreAnsweredInTheirOrder)
-{
-    toolkit_.AddAnswer(32013, 1);
-    EXPECT_EQ(OV::ShowAlert(32013), 1);
-    EXPECT_EQ(OV::ShowAlert(32013), 2) << "unanswered: the button that changes nothing";
-    Dlg::ShowWarningAlert(u"Warning", u"100 %s", u"OK");
-    EXPECT_EQ(toolkit_.GetAlertsShown().at(2).message, u"100 %s");
-
-    const auto file = IO::Location::FromPath(u"/tmp/log.csv");
-    toolkit_.AddSaveFile(file);
-    EXPECT_EQ(Dlg::AskSaveFile(u"Export", u"log.csv"), file);
-    EXPECT_EQ(Dlg::AskSaveFile(u"Export", u"log.csv"), std::nullopt);
-}

@@ -14,7 +14,7 @@ namespace {
 Charts::Data TheData()
 {
     Charts::Data data;
-    using Type = EventLogObserver::ChartType;
+    using Type = ChartType;
     const struct {
         Type type;
         const char16_t* name;

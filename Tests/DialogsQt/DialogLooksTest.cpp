@@ -1,5 +1,5 @@
 #include "DialogsQt/QtUser.hpp"
-#include "LogLineReader.hpp"
+#include "Log/LogLineReader.hpp"
 #include "OVRoot/Clock.hpp"
 #include "Support/TemporaryFolder.hpp"
 #include "UserInterface/AuthenticationFailedDialog.hpp"
@@ -127,7 +127,7 @@ OV::PagedArray<LogDataLine> LongLog(int count)
                      std::to_string(line % 40) + "#!14#!" + std::to_string(line) + "\n";
     Syncra::Protocol::Project project;
     project.id = u"p";
-    const auto lines = ReadLogLines(page, project);
+    const auto lines = SYC::ReadLogLines(page, project);
     return {lines.begin(), lines.end()};
 }
 

@@ -2,12 +2,11 @@
 
 #include "Display/NativeContext.hpp"
 #include "OVRoot/UniString.hpp"
+#include "Support/FileBytes.hpp"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <fstream>
-#include <iterator>
 #include <ostream>
 #include <random>
 
@@ -22,9 +21,7 @@ inline NativeImage Uniform(int width, int height, Pixel pixel)
 
 inline OV::String Golden(const OV::String& name)
 {
-    std::ifstream file(SYCLIENT_TEST_SOURCE_DIR "/Tests/Display/Golden/" + name, std::ios::binary);
-    EXPECT_TRUE(file) << name;
-    return {std::istreambuf_iterator<char>(file), {}};
+    return ReadBytes(SYCLIENT_TEST_SOURCE_DIR "/Tests/Display/Golden/" + name);
 }
 
 /// An opaque picture that no encoder makes smaller.

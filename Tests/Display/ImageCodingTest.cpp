@@ -1,6 +1,7 @@
 #include "DisplayTest.hpp"
 
 #include "Display/ImageCoding.hpp"
+#include "Support/Thrown.hpp"
 
 #include <gmock/gmock.h>
 
@@ -50,52 +51,9 @@ constexpr JpegKind JpegKinds[] = {
     {"cmyk.jpg", 0xFF803200, 0xFFFFFFFF}, {"progressive.jpg", 0xFF282828, 0xFFC8C8C8},
 };
 
-OV::String RefusalOf(OV::StringView bytes, OV::UniStringView mediaType = u"image/png")
-{
-    try {
-        (void)DecodeImage(bytes, mediaType);
-    } catch (const ImageException& error) {
-        return error.what();
-    }
-    return "not refused";
-}
-
 OV::String Patched(OV::String bytes, std::size_t at, const OV::String& patch)
 {
     return bytes.replace(at, patch.size(), patch);
-}
-
-std::uint32_t SumOf(OV::StringView bytes)
-{
-    std::uint32_t sum = 0xFFFFFFFF;
-    for (const char byte : bytes) {
-        sum ^= static_cast<unsigned char>(byte);
-        for (int bit = 0; bit < 8; ++bit)
-            sum = sum >> 1 ^ (sum & 1 ? 0xEDB88320 : 0);
-    }
-    return ~sum;
-}
-
-std::uint32_t Number(OV::StringView bytes)
-{
-    std::uint32_t number = 0;
-    for (const char byte : bytes.substr(0, 4))
-        number = number << 8 | static_cast<unsigned char>(byte);
-    return number;
-}
-
-/// Mends the check sums of a PNG's chunks, as far as their lengths lead to one another.
-void WithRightSums(OV::String& png)
-{
-    for (std::size_t at = 8; png.starts_with("\x89PNG") && at + 12 <= png.size();) {
-        const std::size_t length = Number(OV::StringView(png).substr(at));
-        if (length > png.size() - at - 12)
-            return;
-        const auto sum = SumOf(OV::StringView(png).substr(at + 4, length + 4));
-        at += length + 12;
-        for (std::size_t i = 0; i < 4; ++i)
-            png[at - 4 + i] = static_cast<char>(sum >> (24 - 8 * i));
-    }
 }
 
 }  // namespace
@@ -141,28 +99,6 @@ TEST(ImageCodingTest, RefusesAPngWithAnyBitChanged)
     }
 }
 
-TEST(ImageCodingTest, GivesAnImageOrRefusesWhateverTheBytesSay)
-{
-    std::mt19937 random(7);
-    for (const char* name : {"palette4.png", "interlaced.png", "rgb16.png", "progressive.jpg",
-                             "cmyk_adobe.jpg", "rgb.jpg"}) {
-        const auto original = Golden(name);
-        for (int round = 0; round < 400; ++round) {
-            auto bytes = original;
-            for (int change = random() % 3; change >= 0; --change)
-                bytes[random() % bytes.size()] = static_cast<char>(random());
-            // Without right sums nothing gets as far as the pixels.
-            WithRightSums(bytes);
-            try {
-                const auto image = DecodeImage(bytes, u"");
-                EXPECT_LE(image.GetPixels().size(), std::size_t(NativeImage::MaxPixels));
-                EXPECT_FALSE(image.IsEmpty());
-            } catch (const ImageException&) {
-            }
-        }
-    }
-}
-
 TEST(ImageCodingTest, SaysWhyItRefuses)
 {
     const auto png = Golden("rgba8.png");
@@ -189,7 +125,8 @@ TEST(ImageCodingTest, SaysWhyItRefuses)
         {Golden("scan_bomb.jpg"), "JPEG picture cannot be decoded"},
     };
     for (const auto& test : cases)
-        EXPECT_THAT(RefusalOf(test.bytes, u"image/x-\r"), testing::HasSubstr(test.reason));
+        EXPECT_THAT(Thrown([&] { (void)DecodeImage(test.bytes, u"image/x-\r"); }).message,
+                    testing::HasSubstr(test.reason));
 }
 
 TEST(ImageCodingTest, BringsEveryPremultipliedPixelThroughPng)

@@ -69,8 +69,7 @@ inline const Scenario Scenarios[] = {
     {.name = "DeleteAMail",
      .before = AnnaHasAMail,
      .command = {"mail", "delete", "%anna", "-i", "%mail"},
-     // Not her list: what the server has deleted stays in a file that cannot be written.
-     .look = {Outbox}},
+     .look = {Mails}},
     {.name = "FetchTheLog",
      .before = {Open},
      .command = Fetch,

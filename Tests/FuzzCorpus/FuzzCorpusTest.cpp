@@ -1,10 +1,9 @@
 #include "../Fuzz/Targets.hpp"
+#include "Support/FileBytes.hpp"
 
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 
 namespace {
 
@@ -32,9 +31,7 @@ TEST(FuzzCorpusTest, KeepsItsPromisesForEveryInputThatTheFuzzersFound)
     for (const auto& target : Targets) {
         int count = 0;
         for (const auto& entry : std::filesystem::directory_iterator(root / target.folder)) {
-            std::ifstream file(entry.path(), std::ios::binary);
-            const std::string bytes{std::istreambuf_iterator<char>(file), {}};
-            EXPECT_NO_THROW(target.run(bytes)) << entry.path();
+            EXPECT_NO_THROW(target.run(ReadBytes(entry.path()))) << entry.path();
             ++count;
         }
         EXPECT_GT(count, 10) << target.folder;

@@ -5,7 +5,6 @@
 #include "Support/ChildProcess.hpp"
 #include "Support/Pipe.hpp"
 
-#include <atomic>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <thread>
@@ -171,25 +170,6 @@ TEST_F(ExclusiveFileTest, NoIncrementIsLostWhileAllDeleteLocksAndOneOnlyStaleOne
     for (auto& child : children)
         EXPECT_EQ(child.Wait(), 0);
     EXPECT_EQ(Counter(), processes * increments);
-}
-
-TEST_F(ExclusiveFileTest, ThreadsExcludeEachOther)
-{
-    std::atomic<int> inside{0};
-    std::atomic<int> overlaps{0};
-    {
-        std::vector<std::jthread> threads;
-        for (int i = 0; i < 3; ++i)
-            threads.emplace_back([&] {
-                for (int round = 0; round < 100; ++round) {
-                    auto held = Hold();
-                    overlaps += inside++;
-                    --inside;
-                    held.DeleteAndClose();
-                }
-            });
-    }
-    EXPECT_EQ(overlaps, 0);
 }
 
 TEST_F(ExclusiveFileTest, DeleteTakesWhatNobodyHolds)

@@ -1,3 +1,5 @@
+#include "Support/FileBytes.hpp"
+
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -60,8 +62,7 @@ std::set<std::string> PlatformFolders()
 /// The USES lists of Platform/CMakeLists.txt: what each folder may include beside itself.
 std::map<std::string, std::set<std::string>> DeclaredUses()
 {
-    std::ifstream file(root / "Platform" / "CMakeLists.txt");
-    const std::string text{std::istreambuf_iterator<char>(file), {}};
+    const std::string text = ReadBytes(root / "Platform" / "CMakeLists.txt");
     static const std::regex call(R"(syc_layer\(([^)]*)\))");
     std::map<std::string, std::set<std::string>> uses;
     for (std::sregex_iterator it(text.begin(), text.end(), call), end; it != end; ++it) {
@@ -146,13 +147,54 @@ TEST(LayersTest, ServerAndToolsStayOnTheirSide)
 {
     for (const auto& include : IncludesBelow("Server"))
         if (!include.angled && FirstFolder(include.header) != "") {
-            EXPECT_TRUE(
-                fs::exists(root / "Server" / include.header) ||
-                std::set<std::string>({"OVRoot", "IO", "SyncraProtocol", "SyncraServerManagement"})
-                    .count(FirstFolder(include.header)))
+            EXPECT_TRUE(fs::exists(root / "Server" / include.header) ||
+                        std::set<std::string>({"OVRoot", "IO", "SyncraProtocol"})
+                            .count(FirstFolder(include.header)))
                 << include.file << ": " << include.header;
         }
     for (const auto& include : IncludesBelow("Tools"))
         EXPECT_EQ(include.header.find("Detail/"), std::string::npos)
             << include.file << ": " << include.header << " is not installed";
+}
+
+namespace {
+
+/// A folder of Sources/ is a room; what stands at its top is a room a class, since classes of
+/// several floors are known there by their names.
+std::string RoomOf(const fs::path& file)
+{
+    return file.has_parent_path() ? file.begin()->string() : file.stem().string();
+}
+
+std::map<std::string, std::set<std::string>> ArrowsBetweenRooms()
+{
+    std::map<std::string, std::set<std::string>> arrows;
+    for (const auto& include : IncludesBelow("Sources")) {
+        const auto from = RoomOf(include.file.lexically_relative("Sources"));
+        if (!include.angled && fs::exists(root / "Sources" / include.header) &&
+            RoomOf(include.header) != from)
+            arrows[from].insert(RoomOf(include.header));
+    }
+    return arrows;
+}
+
+}  // namespace
+
+TEST(LayersTest, NoRoomOfTheLibraryLeadsBackToItself)
+{
+    auto arrows = ArrowsBetweenRooms();
+    ASSERT_GT(arrows.size(), 20u);
+    // Rooms that lead to no other one are taken away until none is left; a circle never goes.
+    for (bool isSmaller = true; isSmaller;) {
+        isSmaller = false;
+        for (auto room = arrows.begin(); room != arrows.end();) {
+            std::erase_if(room->second,
+                          [&](const auto& other) { return arrows.count(other) == 0; });
+            isSmaller = isSmaller || room->second.empty();
+            room = room->second.empty() ? arrows.erase(room) : std::next(room);
+        }
+    }
+    for (const auto& [room, others] : arrows)
+        ADD_FAILURE() << room << " stands in a circle or leads into one, by "
+                      << testing::PrintToString(others);
 }

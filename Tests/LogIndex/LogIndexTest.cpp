@@ -1,4 +1,4 @@
-#include "CompositeStringIndex.hpp"
+#include "LogIndex/CompositeStringIndex.hpp"
 #include "OVRoot/Exception.hpp"
 #include "OVRoot/MemoryChannels.hpp"
 #include "OVRoot/Thread.hpp"

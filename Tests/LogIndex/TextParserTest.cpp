@@ -1,5 +1,5 @@
-#include "TextParser.hpp"
-#include "CompositeStringIndex.hpp"
+#include "LogIndex/TextParser.hpp"
+#include "LogIndex/CompositeStringIndex.hpp"
 #include "OVRoot/Thread.hpp"
 
 #include <gtest/gtest.h>
@@ -13,7 +13,7 @@ using Fields = std::vector<std::string>;
 Fields Split(OV::StringView line, OV::StringView separator)
 {
     OV::Array<OV::StringView> views;
-    LogText::Split(line, separator, views);
+    SYC::LogText::Split(line, separator, views);
     return {views.begin(), views.end()};
 }
 
@@ -46,7 +46,7 @@ TEST(TextParserTest, LinesEndWithLineFeedsAndEmptyOnesAreNone)
         {"x\n\n\ny\n", {"x", "y"}}, {"", {}},          {"\n\n", {}}, {"cut off", {}},
         {"\na\nb", {"a"}},          {"a\r\n", {"a\r"}}};
     for (const auto& [text, lines] : cases) {
-        const LogText log{std::string(text)};
+        const SYC::LogText log{std::string(text)};
         ASSERT_EQ(log.GetLineCount(), lines.size()) << text;
         for (std::uint32_t line = 0; line < lines.size(); ++line)
             EXPECT_EQ(log.GetLine(line), lines[line]);

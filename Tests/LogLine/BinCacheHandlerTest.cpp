@@ -1,14 +1,15 @@
 #include "BinCacheHandler/BinCacheHandler.hpp"
 #include "IO/ExclusiveFile.hpp"
-#include "LogFilter.hpp"
+#include "Log/LogFilter.hpp"
 #include "OVRoot/MemoryChannels.hpp"
+#include "Support/FileBytes.hpp"
 #include "Support/KillLoop.hpp"
 #include "Support/Pipe.hpp"
 #include "Support/TemporaryFolder.hpp"
+#include "Support/Thrown.hpp"
 
 #include <gtest/gtest.h>
 
-#include <fstream>
 #include <future>
 #include <set>
 #include <sys/stat.h>
@@ -34,7 +35,7 @@ PerformanceData Statistics()
     PerformanceData data;
     data.UpdateProject({u"Br\u00FCcke", u"p1", 1, 2, -3, {{u"anna", u"Architect"}, {u"", u"x"}}});
     ChartDataLine line;
-    line.type = EventLogObserver::ChartType::ServerActions;
+    line.type = ChartType::ServerActions;
     line.name = u"Server actions";
     line.unit = u"pcs";
     line.flags = {1, 0, 255, 2};
@@ -59,28 +60,19 @@ protected:
     }
     void WriteFile(const std::string& name, const std::string& bytes) const
     {
-        std::ofstream(Cache() / name, std::ios::binary) << bytes;
+        WriteBytes(Cache() / name, bytes);
     }
     [[nodiscard]] std::string ReadFile(const std::string& name) const
     {
-        std::ifstream file(Cache() / name, std::ios::binary);
-        return {std::istreambuf_iterator<char>(file), {}};
+        return ReadBytes(Cache() / name);
     }
-    /// The message of the failure.
+    /// The message of the failure; that of another exception with its name.
     template <class Action>
     static std::string Failure(Action&& action)
     {
-        try {
-            action();
-        } catch (const BinCacheHandlerException& failure) {
-            EXPECT_EQ(failure.GetName(), "BinCacheHandlerException");
-            EXPECT_EQ(failure.GetSourceName(), "BinCacheHandler");
-            EXPECT_GT(failure.GetLine(), 0);
-            return failure.what();
-        } catch (const OV::Exception& failure) {
-            return std::string(failure.GetName()) + ": " + failure.what();
-        }
-        return "none";
+        const Thrown thrown(action);
+        const bool isOurs = thrown.name == "BinCacheHandlerException" || thrown.name == "-";
+        return isOurs ? thrown.message : thrown.name + ": " + thrown.message;
     }
     static Lines LinesOf(const BinCacheHandler& handler)
     {
@@ -137,7 +129,7 @@ TEST_F(BinCacheHandlerTest, WhatIsFlushedIsLoaded)
     // Each of these costs itself: names that are no text, links to nothing, what is no file,
     // records of no project, and a copy of another file.
     WriteFile("\xFF.che", "x");
-    WriteFile("zeros.che", std::string(4 * LogRecord::NumberBytes, '\0'));
+    WriteFile("zeros.che", std::string(4 * SYC::LogRecord::NumberBytes, '\0'));
     WriteFile("a backup.che", a);
     std::filesystem::create_symlink("nowhere", Cache() / "link.che");
     std::filesystem::create_directory(Cache() / "folder.che");
@@ -205,14 +197,14 @@ TEST_F(BinCacheHandlerTest, OnlyWhatChangedIsWrittenAndNothingThatAnotherProcess
     // Ids that are no UTF-8 share a file; none pushes the lines of the others out.
     OV::String bytes;
     for (const auto* id : {"\xE8", "\xE9", "\xE9"}) {
-        LogRecord record;
+        SYC::LogRecord record;
         record.projectId = id;
         record.AppendTo(bytes);
     }
     WriteFile("malformed.che", bytes);
     for (int twice = 0; twice < 2; ++twice) {
         third.GetCacheData();
-        LogFilter filter;
+        SYC::LogFilter filter;
         filter.projectId = u"\uFFFD";
         EXPECT_EQ(filter.Select(LinesOf(third)).size(), 3u);
         third.FlushCacheData();
@@ -363,7 +355,7 @@ TEST_F(BinCacheHandlerTest, TwoThatFlushTakeTurns)
     held.Await();
     auto flush = std::async(std::launch::async, [&] { handler.FlushCacheData(); });
     auto ask = std::async(std::launch::async, [&] {
-        for (int i = 0; i < 20; ++i, usleep(5000))
+        for (int i = 0; i < 1000; ++i)
             (void)handler.GetLastLogTime(u"a");
     });
     EXPECT_EQ(ask.wait_for(std::chrono::seconds(30)), std::future_status::ready)

@@ -1,27 +1,18 @@
 #include "LogDataLine.hpp"
-#include "ActionNameTranslator.hpp"
-#include "LogLineReader.hpp"
+#include "Log/LogLineReader.hpp"
+#include "LogLine/ActionNameTranslator.hpp"
 #include "ManagementTool/UserUtils.hpp"
 #include "OVRoot/Clock.hpp"
 #include "OVRoot/LocalTime.hpp"
 #include "OVRoot/MemoryChannels.hpp"
 #include "OVRoot/Resources.hpp"
+#include "Support/ManualClock.hpp"
 
 #include <gtest/gtest.h>
 
 namespace {
 
 using Field = LogDataLine::LogField;
-
-/// A clock that stands still.
-class StoppedClock final : public OV::Clock {
-public:
-    StoppedClock() { SetCurrent(this); }
-    ~StoppedClock() override { SetCurrent(nullptr); }
-    [[nodiscard]] std::int32_t Now() const override { return 1'000'000; }
-    [[nodiscard]] std::uint64_t Ticks() const override { return 0; }
-    [[nodiscard]] std::uint64_t TicksPerSecond() const override { return 1; }
-};
 
 LogDataLine Filled()
 {
@@ -71,7 +62,7 @@ TEST(LogDataLineTest, SizesAreShownInGroupsWithoutThoseOfZeros)
 
 TEST(LogDataLineTest, TextsAreDerivedFromWhatIsSet)
 {
-    const StoppedClock clock;
+    const ManualClock clock;
     const LogDataLine line = Filled();
     EXPECT_EQ(line.GetTime(), u" 1700000000 ");
     EXPECT_EQ(line.GetTimeVal(), 1'700'000'000);
@@ -101,7 +92,8 @@ TEST(LogDataLineTest, TextsAreDerivedFromWhatIsSet)
     for (const auto& [text, number] : times) {
         LogDataLine set;
         set.SetTime(OV::FromUtf8(text));
-        const auto read = ReadLogLines({text + std::string("#!u#!a#!+1024#!\n"), "#!", 0, 0}, {});
+        const auto read =
+            SYC::ReadLogLines({text + std::string("#!u#!a#!+1024#!\n"), "#!", 0, 0}, {});
         for (const LogDataLine& each : {set, read.at(0)}) {
             EXPECT_EQ(OV::ToUtf8(each.GetTime()), text);
             EXPECT_EQ(each.GetTimeVal(), number) << text;

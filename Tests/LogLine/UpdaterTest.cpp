@@ -1,6 +1,7 @@
 #include "EventLogUpdater.hpp"
+#include "Log/PieChartUpdater.hpp"
+#include "OVRoot/Condition.hpp"
 #include "OVRoot/Exception.hpp"
-#include "PieChartUpdater.hpp"
 #include "SYClientBase/SyncraClientFactory.hpp"
 #include "Support/ScriptedServer.hpp"
 #include "Support/ServerProcess.hpp"
@@ -102,18 +103,27 @@ TEST_F(UpdaterTest, AFailureKeepsWhatIsThereAndAnInterruptionIsQuick)
     Update();
     SYC::BinCacheHandler cache(Source(u"").GetCacheName());
     Listener listener;
+    OV::Condition reached;
+    ScriptedServer silent([&](auto& peer, const auto&) {
+        reached.Notify();
+        peer.HoldUntilGone();
+    });
+    LogSource source = Source(u"anna.novak");
+    source.port = silent.Port();
+    EventLogUpdater waiting(source, cache);
+    waiting.Attach(listener);
+    waiting.Start();
+    reached.Wait();
+    const auto begin = std::chrono::steady_clock::now();
+    waiting.Interrupt();
+    waiting.Await();
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(5));
+    EXPECT_FALSE(waiting.IsRunning());
+    EXPECT_EQ(listener.failure, u"") << "who stops it knows";
+    waiting.Detach(listener);
+
     EventLogUpdater updater(Source(u"anna.novak"), cache);
     updater.Attach(listener);
-    server.Pause();
-    updater.Start();
-    std::this_thread::sleep_for(std::chrono::milliseconds(100));
-    const auto begin = std::chrono::steady_clock::now();
-    updater.Interrupt();
-    updater.Await();
-    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(5));
-    EXPECT_FALSE(updater.IsRunning());
-    EXPECT_EQ(listener.failure, u"") << "who stops it knows";
-    server.Resume();
     server.Kill();
     updater.Start();
     updater.Await();
@@ -139,7 +149,7 @@ TEST_F(UpdaterTest, StatisticsAreOfProjectsAndForAdministratorsOfTheLoad)
     EXPECT_EQ(data.GetProject(Bridge).countB, 1) << "marco.rossi works in it";
     PieChartUpdater(Source(u"admin"), cache).Update();
     cache.GetPerformanceData(data);
-    const auto& cpu = data.GetChartLine(EventLogObserver::ChartType::Cpu);
+    const auto& cpu = data.GetChartLine(ChartType::Cpu);
     EXPECT_EQ(cpu.name, u"CPU");
     EXPECT_EQ(cpu.values, (std::array<float, 6>{0, 100, 12.5F, 37.5F, 37.5F, 25}));
     EXPECT_EQ(data.GetChartLines().size(), 1u);
@@ -162,7 +172,7 @@ TEST_F(UpdaterTest, StatisticsAreOfProjectsAndForAdministratorsOfTheLoad)
 
 TEST(LogUpdaterTest, AnUpdateEndsInAToldResultWhateverIsThrown)
 {
-    struct Failing final : LogUpdater {
+    struct Failing final : SYC::LogUpdater {
         explicit Failing(void (*what)()) : fail(what) {}
         ~Failing() override { Stop(); }
         void Update() override { fail(); }
@@ -198,11 +208,9 @@ TEST(LogUpdaterTest, AHostileServerEndsAnUpdateAndTakesNothing)
     std::string events;
     const ScriptedServer server([&](ScriptedServer::Peer& peer, const auto& request) {
         if (request.target.ends_with("/sign-in"))
-            peer.Answer(200, R"({"token":"T","userId":"u","userName":"U","protocol":1,)"
-                             R"("serverVersion":1400})");
+            peer.Answer(200, ScriptedServer::SignedIn);
         else if (request.target.ends_with("/projects"))
-            peer.Answer(200, R"({"projects":[{"id":"p","name":"P","location":"","category":"",)"
-                             R"("state":3,"version":"","build":0}]})");
+            peer.Answer(200, ScriptedServer::OneProject);
         else if (request.target.find("/events") != std::string::npos) {
             const auto at = request.target.find("after=");
             const auto after = std::strtoull(request.target.c_str() + at + 6, nullptr, 10);

@@ -4,7 +4,6 @@
 #include "Messaging/MailFile.hpp"
 
 #include <atomic>
-#include <optional>
 #include <thread>
 
 using namespace MailTest;
@@ -127,18 +126,4 @@ TEST(MailActionTest, HandsOnTheErrorsOfActions)
     Message message;
     EXPECT_EQ(mail.SyncraMessageConvertFrom(message), RefusingAction::Code);
     EXPECT_THROW(static_cast<void>(mail.ConvertToSyncraMessage()), SYC::MailConversionException);
-}
-
-TEST(MailActionTest, RefusesToWriteAnEmptyEntry)
-{
-    ClientMail mail = MailWith(nullptr);
-    OV::MemoryOChannel channel;
-    EXPECT_THROW(static_cast<void>(mail.Write(channel)), OV::NullReferenceException);
-    EXPECT_THROW(WriteCompact(mail), OV::NullReferenceException);
-    try {
-        static_cast<void>(mail.ConvertToSyncraMessage());
-        ADD_FAILURE() << "nothing was thrown";
-    } catch (const OV::NullReferenceException& error) {
-        EXPECT_STREQ(error.what(), "Null reference.");
-    }
 }

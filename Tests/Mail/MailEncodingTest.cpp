@@ -1,9 +1,7 @@
 #include "AllocationMeter.hpp"
 #include "MailTest.hpp"
 #include "Messaging/MailFile.hpp"
-#include "SyncraProtocol/Detail/MessageJson.hpp"
-
-#include <nlohmann/json.hpp>
+#include "SyncraProtocol/Detail/ModelRecords.hpp"
 
 #include <functional>
 #include <optional>
@@ -39,7 +37,7 @@ std::optional<ClientMail> DecodeMessage(const std::string& bytes)
     using namespace Syncra::Protocol;
     try {
         ClientMail mail;
-        const auto status = mail.SyncraMessageConvertTo(FromJson<Message>(ParseJson(bytes)));
+        const auto status = mail.SyncraMessageConvertTo(ReadAnswer<Message>(bytes));
         return status == OV::ChannelOk ? std::optional(mail) : std::nullopt;
     } catch (const OV::Exception&) {
         return std::nullopt;
@@ -48,7 +46,7 @@ std::optional<ClientMail> DecodeMessage(const std::string& bytes)
 
 std::string EncodeMessage(ClientMail mail)
 {
-    return Syncra::Protocol::DumpJson(ToJson(mail.ConvertToSyncraMessage()));
+    return Syncra::Protocol::WriteJson(mail.ConvertToSyncraMessage());
 }
 
 const Encoding Encodings[] = {
@@ -190,6 +188,17 @@ TEST(MailEncodingTest, KeepsTheFieldsBeforeAnErrorAndLeavesSharedActionsAlone)
     EXPECT_EQ(copy.GetActionList()->size(), 2u) << "a copy shares its list";
     ASSERT_EQ(ReadDisk(golden.substr(0, 300), mail), OV::ChannelFailed);
     EXPECT_EQ(copy.GetActionList()->size(), 2u);
+}
+
+TEST(MailEncodingTest, ALongTextHasNoSeamWhereItIsReadInSteps)
+{
+    ClientMail mail;
+    OV::UniString text(100'001, u'\0');
+    for (std::size_t i = 0; i < text.size(); ++i)
+        text[i] = static_cast<char16_t>('a' + i % 7);
+    mail.SetBodyText(text);
+    for (const auto& encoding : Encodings)
+        EXPECT_EQ(encoding.decode(encoding.encode(mail))->GetBodyText(), text) << encoding.ending;
 }
 
 TEST(MailEncodingTest, RefusesOtherClassesAndVersions)

@@ -3,11 +3,10 @@
 #include "Messaging/DummyAction.hpp"
 #include "Messaging/MailMessageConversion.hpp"
 #include "OVRoot/MemoryChannels.hpp"
+#include "Support/FileBytes.hpp"
 
 #include <gtest/gtest.h>
 
-#include <fstream>
-#include <iterator>
 #include <string>
 
 namespace MailTest {
@@ -17,10 +16,7 @@ using Syncra::Protocol::Message;
 
 inline std::string ReadGolden(const std::string& name)
 {
-    std::ifstream file(SYCLIENT_TEST_SOURCE_DIR "/Tests/Mail/Golden/" + name, std::ios::binary);
-    if (!file)
-        ADD_FAILURE() << name << " is missing";
-    return {std::istreambuf_iterator<char>(file), {}};
+    return ReadBytes(SYCLIENT_TEST_SOURCE_DIR "/Tests/Mail/Golden/" + name);
 }
 
 inline OV::Ref<SYC::MailAction> MakeDummy(OV::UniString data)

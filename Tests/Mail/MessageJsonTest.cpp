@@ -1,7 +1,7 @@
 #include "MailTest.hpp"
 
 #include "OVRoot/Base64.hpp"
-#include "SyncraProtocol/Detail/MessageJson.hpp"
+#include "SyncraProtocol/Detail/ModelRecords.hpp"
 
 #include <nlohmann/json.hpp>
 
@@ -15,14 +15,15 @@ TEST(MessageJsonTest, CarriesAnyText)
     message.header[u"\xD800 key\r"] = u"\0 \\u0041 \xDC00"s;
     message.header[u""] = u"";
     message.bodyData = std::string("\0\xFF\x80", 3);
-    EXPECT_EQ(FromJson<Message>(ParseJson(DumpJson(ToJson(message)))), message);
+    EXPECT_EQ(ReadAnswer<Message>(WriteJson(message)), message);
 }
 
 TEST(MessageJsonTest, RefusesDamagedRecords)
 {
     const auto golden = nlohmann::json::parse(ReadGolden("full.message.json"));
     const auto expectRefused = [](const nlohmann::json& record) {
-        EXPECT_THROW(static_cast<void>(FromJson<Message>(record)), MalformedRecordException)
+        EXPECT_THROW(static_cast<void>(ReadAnswer<Message>(record.dump())),
+                     MalformedRecordException)
             << record.dump().substr(0, 400);
     };
     for (const auto& [key, value] : golden.items()) {
@@ -38,7 +39,7 @@ TEST(MessageJsonTest, RefusesDamagedRecords)
     }
     auto record = golden;
     record["timeStamp"] = std::int64_t(1) << 40;
-    EXPECT_EQ(FromJson<Message>(record).timeStamp, INT32_MAX) << "late, but readable";
+    EXPECT_EQ(ReadAnswer<Message>(record.dump()).timeStamp, INT32_MAX) << "late, but readable";
     record["header"]["Sender"] = 1;
     expectRefused(record);
     expectRefused(nlohmann::json::array());
@@ -49,11 +50,10 @@ TEST(MessageJsonTest, LimitsTheBody)
 {
     Message message;
     message.bodyData.assign(Message::MaximumBodySize, 'x');
-    auto record = ToJson(message);
-    EXPECT_EQ(FromJson<Message>(record).bodyData.size(), Message::MaximumBodySize);
+    EXPECT_EQ(ReadAnswer<Message>(WriteJson(message)).bodyData.size(), Message::MaximumBodySize);
     message.bodyData += 'x';
-    record = ToJson(message);
-    EXPECT_THROW(static_cast<void>(FromJson<Message>(record)), MalformedRecordException);
+    EXPECT_THROW(static_cast<void>(ReadAnswer<Message>(WriteJson(message))),
+                 TooLargeFieldException);
 }
 
 TEST(Base64Test, CodesTheExamplesOfItsStandard)

@@ -1,7 +1,7 @@
-#include "Management/ScriptedStrategy.hpp"
 #include "ManagementTool/ServerConnectionManager.hpp"
 #include "Support/LogCapture.hpp"
 #include "Support/ScriptedServer.hpp"
+#include "Support/ScriptedStrategy.hpp"
 
 #include <gtest/gtest.h>
 
@@ -12,8 +12,6 @@ namespace {
 
 using Alerts = std::vector<std::string>;
 
-constexpr const char* SignInAnswer =
-    R"({"token":"T","userId":"u","userName":"U","protocol":1,"serverVersion":1400})";
 const std::string Root = "/root/syncrav2";
 /// Instead of a status: the scripted server hangs up, or sends what is no answer. A request whose
 /// connection was hung up may come twice.
@@ -38,7 +36,7 @@ protected:
         const std::lock_guard guard(lock);
         if (request.target == "/syncra/v1/sign-in") {
             ++signIns;
-            peer.Answer(signInStatus, signInStatus == 200 ? SignInAnswer : refusal);
+            peer.Answer(signInStatus, signInStatus == 200 ? ScriptedServer::SignedIn : refusal);
             return;
         }
         if (request.target.starts_with(Root))
@@ -86,6 +84,12 @@ TEST_F(OperationsTest, EachSendsItsRequestAndNamesItsObject)
     List<ConnectedModule> moduleList;
     User user;
     Role role;
+    CustomPropertyDefinition property{{}, name, {}, {}, {}};
+    Permission permission{{}, name, {}, false};
+    PermissionSet set{{}, name, {}, {}};
+    Group group{{}, name, {}, {}, false};
+    ProjectCategory category{{}, name};
+    V2::Project project;
     Syncra::Protocol::Photo photo;
 
     const struct {
@@ -94,6 +98,16 @@ TEST_F(OperationsTest, EachSendsItsRequestAndNamesItsObject)
     } rows[] = {
         {"GET /users", "3 4", [&] { return users.GetUsers(userList); }},
         {"GET /users?loginName=lo", "3 4", [&] { return users.FindUserByLoginName(login, user); }},
+        // Each kind of record tells its own number, and its name where the text wants it.
+        {"POST /custom-properties", "3 1 N 1",
+         [&] { return users.InsertCustomPropertyDefinition(property); }},
+        {"POST /permissions", "3 2", [&] { return users.InsertPermission(permission); }},
+        {"POST /permission-sets", "3 3", [&] { return users.InsertPermissionSet(set); }},
+        {"GET /roles?name=N%201", "3 5", [&] { return users.FindRole(name, role); }},
+        {"GET /groups/ID", "3 6", [&] { return users.GetGroup(id, group); }},
+        {"POST /projects", "3 7", [&] { return projects.InsertProject(project); }},
+        {"POST /categories", "3 8 N 1",
+         [&] { return projects.InsertCustomProjectCategory(category); }},
         {"POST /users", "3 4", [&] { return users.InsertUser(user, u"secret"); }},
         {"PUT /users/lo/password", "3 4", [&] { return users.SetUserPassword(login, u"secret"); }},
         {"GET /users/lo/photo", "3 4", [&] { return users.GetUserPhoto(login, photo); }},
@@ -248,21 +262,6 @@ TEST_F(OperationsTest, AProjectIsAskedForTwiceWithoutAskingTheUser)
         EXPECT_EQ(strategy.cancelsAt, 0) << "and nothing was begun after it";
         EXPECT_EQ(strategy.TakeAlerts(), Alerts{});
     }
-}
-
-TEST_F(OperationsTest, PresenceMayReconnectWhileTheMainThreadAsks)
-{
-    body = R"({"items":[]})";
-    List<Role> roles;
-    std::thread presence([this] {
-        const ScriptedStrategy::WithoutUserInterface silence;
-        for (int i = 0; i < 20; ++i)
-            EXPECT_TRUE(users.SetConnection(u"127.0.0.1", static_cast<short>(server.Port()),
-                                            u"admin", u"p", false));
-    });
-    for (int i = 0; i < 20; ++i)
-        EXPECT_TRUE(users.GetRoles(roles));
-    presence.join();
 }
 
 TEST_F(OperationsTest, ACancelledRequestChangesNothingWhenItEnds)

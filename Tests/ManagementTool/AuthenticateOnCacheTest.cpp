@@ -39,7 +39,7 @@ protected:
     static IO::Location Url(const OV::UniString& user, const OV::UniString& server,
                             const OV::UniString& password)
     {
-        return SYC::ToSyncraLocation({server, 40000, u"Br\u00fccke", user, password});
+        return SYC::ToSyncraLocation({server, 40000, u"Br\u00fccke %s", user, password});
     }
     /// What the user does at each opening of the dialog; nothing is a press of Cancel.
     void Answer(const std::vector<std::optional<OV::UniString>>& answers)
@@ -47,7 +47,7 @@ protected:
         for (const auto& answer : answers)
             toolkit.AddScript(DialogNumber, [answer](Dlg::HeadlessDialog& dialog) {
                 EXPECT_EQ(dialog.GetText(Server), u"nexar.example:40000");
-                EXPECT_EQ(dialog.GetText(Project), u"Br\u00fccke");
+                EXPECT_EQ(dialog.GetText(Project), u"Br\u00fccke %s");
                 EXPECT_EQ(dialog.GetText(User), u"anna");
                 EXPECT_EQ(dialog.GetText(Password), u"");
                 if (answer)
@@ -139,6 +139,7 @@ TEST_F(AuthenticateOnCacheTest, EveryWayIn)
         EXPECT_EQ(toolkit.GetOpenedDialogs().size(), openedBefore + each.answers.size());
         EXPECT_EQ(ReadBytes(Path("SyncraInfo_v2.xml")), before);
     }
+    EXPECT_TRUE(toolkit.GetTextsShown(DialogNumber, Password).empty()) << "nothing records it";
     EXPECT_EQ(Authenticate(nullptr, true), Refused);
     EXPECT_EQ(Authenticate(nullptr, false), OtherError);
 }

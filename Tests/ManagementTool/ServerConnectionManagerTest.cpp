@@ -5,6 +5,7 @@
 #include "OVRoot/Thread.hpp"
 #include "Support/LogCapture.hpp"
 #include "Support/ScriptedServer.hpp"
+#include "Support/ScriptedStrategy.hpp"
 #include "Support/ServerProcess.hpp"
 #include "Support/TemporaryFolder.hpp"
 #include "UserInterface/AsyncTaskDialogExecutingImplementation.hpp"
@@ -151,35 +152,18 @@ struct Site {
             if (isSilent)
                 peer.HoldUntilGone();
             else if (request.target.ends_with("/sign-in"))
-                peer.Answer(200, R"({"token":"T","userId":"u","userName":"U","protocol":1,
-                                     "serverVersion":1400})");
+                peer.Answer(200, ScriptedServer::SignedIn);
             else if (!request.target.ends_with("/ports"))
                 peer.Answer(200, R"({"items":[]})");
-            else if (listed == 0)
-                peer.Answer(200, R"({"ports":[]})");
             else
-                peer.Answer(200, R"({"ports":[{"service":"ManagementService","port":)" +
-                                     std::to_string(listed) + "}]}");
+                peer.Answer(200, ScriptedServer::Ports("ManagementService", listed));
         }};
-};
-
-/// The process's strategy while it lives: counts what is waited for by it.
-struct CountingStrategy final : UserAsyncTaskExecutingImplementation {
-    CountingStrategy() { SetUserAsyncTaskExecutingImplementation(this); }
-    ~CountingStrategy() override { SetUserAsyncTaskExecutingImplementation(nullptr); }
-    bool ExecuteTask(const OV::Ref<AsyncTaskExecuting::Task>& task, OV::Executor* executor,
-                     std::uint32_t delay) override
-    {
-        ++tasks;
-        return UserAsyncTaskExecutingImplementation::ExecuteTask(task, executor, delay);
-    }
-    int tasks = 0;
 };
 
 TEST(ManagementServiceTest, IsFoundWhereverItIsAndItsFailuresAreToldByTheNextRequest)
 {
     const LogCapture log;
-    CountingStrategy strategy;
+    ScriptedStrategy strategy;
     SYCB::PresenceService presence;
     ServerConnectionManager manager;
     manager.AttachConnection(&presence);
@@ -268,7 +252,8 @@ TEST(ServerConnectionManagerExecutorTest, FinishesWhatItCanAsksTheRestToStopAndW
             wasAsked = true;
         }
         // Deaf for a while: it is waited for all the same.
-        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        for (int turn = 0; turn < 1000; ++turn)
+            std::this_thread::yield();
         hasEnded = true;
     }));
     executor.Execute(OV::MakeTask([&] { ++finished; }));

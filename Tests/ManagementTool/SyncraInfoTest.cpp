@@ -1,6 +1,6 @@
 #include "SyncraInfoTest.hpp"
 
-#include "ManagementTool/FileErrors.hpp"
+#include "Files/FileErrors.hpp"
 #include "SYClientBase/ConnectionValidator.hpp"
 
 #include <sys/stat.h>

@@ -1,12 +1,10 @@
 #pragma once
 
 #include "ManagementTool/SyncraInfo.hpp"
+#include "Support/FileBytes.hpp"
 #include "Support/TemporaryFolder.hpp"
 
 #include <gtest/gtest.h>
-
-#include <fstream>
-#include <iterator>
 
 /// The user's info file in a folder of the test, beside the key that the golden files are coded
 /// with.
@@ -24,11 +22,6 @@ protected:
     {
         return folder.Path() / "config" / "Orvant" / name;
     }
-    static std::string ReadBytes(const std::filesystem::path& file)
-    {
-        std::ifstream stream(file, std::ios::binary);
-        return {std::istreambuf_iterator<char>(stream), {}};
-    }
     static std::string Golden(const std::string& name)
     {
         return ReadBytes(std::filesystem::path(SYCLIENT_TEST_SOURCE_DIR) /
@@ -36,7 +29,7 @@ protected:
     }
     void WriteBytes(const std::string& name, const std::string& bytes) const
     {
-        std::ofstream(Path(name), std::ios::binary | std::ios::trunc) << bytes;
+        ::WriteBytes(Path(name), bytes);
     }
     [[nodiscard]] bool IsLockFileThere() const
     {

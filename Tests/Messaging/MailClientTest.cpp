@@ -8,38 +8,23 @@
 #include "IO/IOException.hpp"
 #include "OVRoot/Guid.hpp"
 #include "OVRoot/Resources.hpp"
+#include "Support/AlertRecorder.hpp"
 
-#include <csignal>
 #include <cstdlib>
 #include <fstream>
-#include <sys/resource.h>
 #include <sys/wait.h>
 
 using SYCB::PresenceState;
 
 namespace {
 
-/// Collects the alerts while it lives.
-class AlertLog final : public OV::AlertPresenter {
-public:
-    AlertLog() { former_ = SetCurrent(this); }
-    ~AlertLog() override { SetCurrent(former_); }
-    int Show(const OV::AlertResource& alert) override
-    {
-        numbers.push_back(alert.number);
-        return 1;
-    }
-    std::vector<int> numbers;
-
-private:
-    OV::AlertPresenter* former_;
-};
-
 constexpr int Ok = SYC::MailResult::Succeeded;
+
+using MailClientTest = MessagingTest;
 
 }  // namespace
 
-TEST_F(MessagingTest, DeliversWhileOnlineAndReportsEachMailOnce)
+TEST_F(MailClientTest, DeliversWhileOnlineAndReportsEachMailOnce)
 {
     const auto anna = MakeHost("anna.novak");
     anna->Open();
@@ -68,7 +53,7 @@ TEST_F(MessagingTest, DeliversWhileOnlineAndReportsEachMailOnce)
     EXPECT_FALSE(lena->client->GetMail(u"another", mail));
 }
 
-TEST_F(MessagingTest, StopsTheFlushOfflineAndResumesItOnline)
+TEST_F(MailClientTest, StopsTheFlushOfflineAndResumesItOnline)
 {
     const auto anna = MakeHost("anna.novak");
     anna->Open();
@@ -78,12 +63,11 @@ TEST_F(MessagingTest, StopsTheFlushOfflineAndResumesItOnline)
     server.Pause();
     for (const auto* text : {u"1", u"2", u"3", u"4"})
         anna->Send(text, {u"yuki.tanaka"});
-    anna->Idle(200);  // the first of them is on its way, on all but the busiest machine
+    anna->Await([&] { return anna->client->IsSending(); }, "a mail on its way");
     anna->SetPresence(PresenceState::Offline);
     server.Resume();
-    anna->Idle(400);
-    anna->Await([&] { return anna->sent.size() + anna->client->GetOutboxMails().size() == 5; },
-                "the mail under way");
+    anna->Await([&] { return !anna->client->IsSending(); }, "the end of the flush");
+    SYCB::MessageLoop::RunPending();
     EXPECT_LE(anna->sent.size(), 2u) << "nothing follows the mail that was under way";
     anna->SetPresence(PresenceState::Online);
     anna->Await([&] { return anna->sent.size() == 5; }, "the rest");
@@ -93,7 +77,7 @@ TEST_F(MessagingTest, StopsTheFlushOfflineAndResumesItOnline)
         EXPECT_EQ(count, 1) << OV::ToUtf8(text);
 }
 
-TEST_F(MessagingTest, ARefusedMailWaitsAndHoldsUpNoOther)
+TEST_F(MailClientTest, ARefusedMailWaitsAndHoldsUpNoOther)
 {
     const auto anna = MakeHost("anna.novak");
     anna->Open();
@@ -124,7 +108,7 @@ TEST_F(MessagingTest, ARefusedMailWaitsAndHoldsUpNoOther)
     EXPECT_THROW(anna->client->SendMail({}, toNobody, nullptr), OV::IllegalArgumentException);
 }
 
-TEST_F(MessagingTest, SharesItsFilesWithAProcessThatKnowsLess)
+TEST_F(MailClientTest, SharesItsFilesWithAProcessThatKnowsLess)
 {
     const SYC::MailActionDescriptor kind(&HostAction::Make, HostAction::Id);
     std::ofstream(folder.Path() / "password") << ServerProcess::Password << '\n';
@@ -178,25 +162,7 @@ TEST_F(MessagingTest, SharesItsFilesWithAProcessThatKnowsLess)
     EXPECT_EQ(MailTest::ActionBytes(*carried->at(0)), MailTest::ActionBytes(HostAction("wall 7")));
 }
 
-TEST_F(MessagingTest, AMailThatTheDiskRefusesIsNotInTheOutbox)
-{
-    const auto anna = MakeHost("anna.novak");
-    anna->Open();
-    anna->Send(u"kept", {u"yuki.tanaka"});
-    const auto file = anna->Folder().Appended(u"Outbox.dat");
-    const auto before = IO::File::ReadAll(file);
-    rlimit former;
-    getrlimit(RLIMIT_FSIZE, &former);
-    std::signal(SIGXFSZ, SIG_IGN);
-    const rlimit none{0, former.rlim_max};
-    setrlimit(RLIMIT_FSIZE, &none);
-    EXPECT_THROW(anna->Send(u"lost", {u"yuki.tanaka"}), IO::IOException);
-    setrlimit(RLIMIT_FSIZE, &former);
-    EXPECT_EQ(anna->client->GetOutboxMails().size(), 1u);
-    EXPECT_EQ(IO::File::ReadAll(file), before);
-}
-
-TEST_F(MessagingTest, WritesEverySixthMarkAndSendsTheMarksAtLogOut)
+TEST_F(MailClientTest, WritesEverySixthMarkAndSendsTheMarksAtLogOut)
 {
     for (int number = 0; number < 7; ++number)
         Deliver("anna.novak", {u"yuki.tanaka"}, OV::ToText(number));
@@ -229,16 +195,16 @@ TEST_F(MessagingTest, WritesEverySixthMarkAndSendsTheMarksAtLogOut)
         EXPECT_FALSE(mail->IsModify());
 }
 
-TEST_F(MessagingTest, MarksThatDoNotReachTheServerWaitForTheNextLogOut)
+TEST_F(MailClientTest, MarksThatDoNotReachTheServerWaitForTheNextLogOut)
 {
     Deliver("anna.novak", {u"yuki.tanaka"}, u"text");
     const auto yuki = MakeHost("yuki.tanaka");
     yuki->Open();
     yuki->client->SetMailReadMessage(*yuki->client->GetMails()[0]);
     server.Terminate();
-    AlertLog alerts;
+    AlertRecorder alerts;
     EXPECT_FALSE(yuki->client->SynchronizeLogOut());
-    EXPECT_EQ(alerts.numbers, std::vector<int>{31049});
+    EXPECT_EQ(alerts.Numbers(), std::vector<int>{31049});
     yuki->client.reset();
     server.Start();
     yuki->Open();
@@ -248,9 +214,9 @@ TEST_F(MessagingTest, MarksThatDoNotReachTheServerWaitForTheNextLogOut)
     EXPECT_TRUE(Connect("yuki.tanaka")->GetMailStatus(ProjectId(), after).begin()->second);
 }
 
-TEST_F(MessagingTest, MarksAndDeletesOnTheServerAndShowsFailures)
+TEST_F(MailClientTest, MarksAndDeletesOnTheServerAndShowsFailures)
 {
-    AlertLog alerts;
+    AlertRecorder alerts;
     const auto first = Deliver("anna.novak", {u"yuki.tanaka"}, u"first");
     const auto second = Deliver("anna.novak", {u"yuki.tanaka"}, u"second");
     const auto yuki = MakeHost("yuki.tanaka");
@@ -267,18 +233,18 @@ TEST_F(MessagingTest, MarksAndDeletesOnTheServerAndShowsFailures)
     EXPECT_FALSE(mail->IsModify());
     EXPECT_FALSE(yuki->client->GetMail(second, mail));
     EXPECT_EQ(TextsOf("yuki.tanaka").size(), 1u);
-    EXPECT_TRUE(alerts.numbers.empty());
+    EXPECT_TRUE(alerts.Numbers().empty());
 
     server.Terminate();
     yuki->client->DeleteMail(first, yuki.get());
     yuki->client->SetMailRead(first, false);
-    yuki->Await([&] { return alerts.numbers.size() == 2; }, "two alerts");
-    EXPECT_EQ(alerts.numbers, (std::vector<int>{31041, 31049}));
+    yuki->Await([&] { return alerts.Numbers().size() == 2; }, "two alerts");
+    EXPECT_EQ(alerts.Numbers(), (std::vector<int>{31041, 31049}));
     EXPECT_EQ(yuki->deletions.back(), SYC::MailResult::NotReached);
     EXPECT_TRUE(yuki->client->GetMail(first, mail));
 }
 
-TEST_F(MessagingTest, TakesOverTheFlagsOfTheServerAndFetchesEachMailOnce)
+TEST_F(MailClientTest, TakesOverTheFlagsOfTheServerAndFetchesEachMailOnce)
 {
     const auto id = Deliver("anna.novak", {u"yuki.tanaka"}, u"first");
     const auto yuki = MakeHost("yuki.tanaka");
@@ -293,13 +259,19 @@ TEST_F(MessagingTest, TakesOverTheFlagsOfTheServerAndFetchesEachMailOnce)
     EXPECT_EQ(yuki->newMails.size(), 2u);
     EXPECT_TRUE(yuki->client->GetMails()[0]->IsRead());
     EXPECT_GE(yuki->listChanges, 1);
-    // Mails of the same second as the last one come again and are known.
-    yuki->client.reset();
-    yuki->Open();
-    EXPECT_EQ(yuki->client->GetMails().size(), 2u);
+    // Mails of the same second as the last one come again and are known. What was deleted elsewhere,
+    // or here while the file could not be written, goes with the first refresh after a start.
+    for (const std::size_t left : {2u, 1u}) {
+        yuki->client.reset();
+        yuki->refreshes = 0;
+        yuki->Open();
+        EXPECT_EQ(yuki->client->GetMails().size(), left);
+        EXPECT_EQ(yuki->client->GetMail(id, yuki->newMails[0]), left == 2);
+        Connect("yuki.tanaka")->DeleteMails(ProjectId(), {id});
+    }
 }
 
-TEST_F(MessagingTest, RequestsOfFormerMembersBecomeHistory)
+TEST_F(MailClientTest, RequestsOfFormerMembersBecomeHistory)
 {
     const auto request = Deliver("omar.haddad", {u"anna.novak"}, u"r", MailType::Request);
     const auto note = Deliver("omar.haddad", {u"anna.novak"}, u"n", MailType::Normal);
@@ -311,12 +283,10 @@ TEST_F(MessagingTest, RequestsOfFormerMembersBecomeHistory)
     anna->Open();
     anna->Await([&] { return anna->members.IsKnown() && anna->client->IsOnline(); }, "the members");
     EXPECT_TRUE(anna->members.IsMember(u"omar.haddad"));
-    anna->Idle(100);
     const auto isHistory = [&](const OV::UniString& id) {
         OV::Ref<ClientMail> mail;
         return anna->client->GetMail(id, mail) && mail->IsHistorical();
     };
-    EXPECT_FALSE(isHistory(request));
     // Who joins and asks at once is a member, whichever of the two is told first; and so is who
     // does it while nobody listens.
     const auto asks = [&](const OV::UniString& text) {
@@ -330,7 +300,7 @@ TEST_F(MessagingTest, RequestsOfFormerMembersBecomeHistory)
     };
     AddMember(u"sofia.costa");
     const auto live = asks(u"live");
-    EXPECT_FALSE(isHistory(live));
+    EXPECT_FALSE(isHistory(live) || isHistory(request));
     RemoveMember(u"sofia.costa");
     anna->Await([&] { return isHistory(live); }, "her request to become history");
     server.Terminate();
@@ -356,7 +326,7 @@ TEST_F(MessagingTest, RequestsOfFormerMembersBecomeHistory)
     anna->Await([&] { return isHistory(late); }, "the late request to become history");
 }
 
-TEST_F(MessagingTest, ARefreshThatGoesWrongKeepsNoOtherAway)
+TEST_F(MailClientTest, ARefreshThatGoesWrongKeepsNoOtherAway)
 {
     struct Thrower final : SYC::MailClientObserver {
         void MailListChanged(MailClient&) override { throw 1; }
@@ -413,7 +383,7 @@ TEST_F(MessagingTest, ARefreshThatGoesWrongKeepsNoOtherAway)
     awaitRefresh(1);
 }
 
-TEST_F(MessagingTest, APasswordCountsFromTheNextRequestOn)
+TEST_F(MailClientTest, APasswordCountsFromTheNextRequestOn)
 {
     const auto anna = MakeHost("anna.novak");
     SYC::OpenedProject project(anna->manager);
@@ -421,7 +391,7 @@ TEST_F(MessagingTest, APasswordCountsFromTheNextRequestOn)
     EXPECT_THROW(project.Ask([](auto&) {}), Communication::ResponseContentException);
 }
 
-TEST_F(MessagingTest, AnObserverThatHasGoneIsNotTold)
+TEST_F(MailClientTest, AnObserverThatHasGoneIsNotTold)
 {
     struct Told final : SYC::MailClientActionResultObserverOverExecutor {
         Told(OV::Executor* executor, int& count)
@@ -446,11 +416,12 @@ TEST_F(MessagingTest, AnObserverThatHasGoneIsNotTold)
     anna->client->SendMail({u"yuki.tanaka"}, mail, &stays);
     gone.reset();
     anna->Await([&] { return anna->client->GetOutboxMails().empty() && results > 0; }, "results");
-    anna->Idle(100);
+    anna->Await([&] { return !anna->client->IsSending(); }, "the end of the flush");
+    SYCB::MessageLoop::RunPending();
     EXPECT_EQ(results, 1);
 }
 
-TEST_F(MessagingTest, KeepsADamagedFileAndUsesWhatCouldBeRead)
+TEST_F(MailClientTest, KeepsADamagedFileAndUsesWhatCouldBeRead)
 {
     const auto anna = MakeHost("anna.novak");
     anna->Open();

@@ -35,9 +35,11 @@ std::vector<OV::UniString> ReadPromises(const std::filesystem::path& file)
     return promised;
 }
 
+using MailLossTest = MessagingTest;
+
 }  // namespace
 
-TEST_F(MessagingTest, NothingIsLostOrDoubledWhenTheClientIsKilled)
+TEST_F(MailLossTest, NothingIsLostOrDoubledWhenTheClientIsKilled)
 {
     const auto url = Url("anna.novak", Project);
     {
@@ -81,7 +83,7 @@ TEST_F(MessagingTest, NothingIsLostOrDoubledWhenTheClientIsKilled)
     EXPECT_GT(promised, 0u);
 }
 
-TEST_F(MessagingTest, NothingIsLostOrDoubledWhenTheServerIsKilled)
+TEST_F(MailLossTest, NothingIsLostOrDoubledWhenTheServerIsKilled)
 {
     const auto anna = MakeHost("anna.novak");
     anna->manager.StartSignals(ProjectId());

@@ -5,7 +5,6 @@
 #include "SYClientBase/MessageLoop.hpp"
 #include "SYClientBase/MessageLoopExecutor.hpp"
 #include "SYClientBase/SyncraClientFactory.hpp"
-#include "Server/ServerTest.hpp"
 
 #include <map>
 
@@ -46,11 +45,6 @@ public:
         int looks = 3000;
         while (!SYCB::MessageLoop::RunUntil(done, 20))
             ASSERT_GT(--looks, 0) << "still waiting for " << what;
-    }
-    /// Runs what is posted for a while.
-    static void Idle(std::uint32_t milliseconds)
-    {
-        (void)SYCB::MessageLoop::RunUntil([] { return false; }, milliseconds);
     }
 
     void SetPresence(SYCB::PresenceState state)
@@ -117,7 +111,9 @@ protected:
     {
         return SYCB::CreateSyncraClient(Url(user, Project));
     }
-    static OV::UniString ProjectId() { return u"6B1F0C52-8A5D-4B1E-9B6A-0D3C7E5A1001"; }
+    static OV::UniString ProjectId() { return OV::FromUtf8(Sample::HarbourBridge); }
+    inline static const std::string Members =
+        "/root/syncrav2/projects/" + Sample::HarbourBridge + "/members";
 
     /// A mail that reaches its recipients without any outbox; its id.
     OV::UniString Deliver(const std::string& sender, const OV::Array<OV::UniString>& to,
@@ -134,23 +130,12 @@ protected:
 
     void RemoveMember(const OV::UniString& login)
     {
-        Client admin(server.ManagementPort(), "admin", ServerProcess::Password);
-        const auto answer =
-            admin.Ask("DELETE", "/root/syncrav2/projects/" + OV::ToUtf8(ProjectId()) + "/members/" +
-                                    OV::ToUtf8(login));
-        ASSERT_EQ(answer.status, 200) << answer.json;
+        ASSERT_EQ(Manager("admin").Ask("DELETE", Members + '/' + OV::ToUtf8(login)).Code(), 0);
     }
-
     void AddMember(const OV::UniString& login)
     {
-        Client admin(server.ManagementPort(), "admin", ServerProcess::Password);
         const nlohmann::json member{{"loginName", OV::ToUtf8(login)}, {"role", "Architect"}};
-        ASSERT_EQ(admin
-                      .Ask("POST",
-                           "/root/syncrav2/projects/" + OV::ToUtf8(ProjectId()) + "/members",
-                           member.dump())
-                      .Code(),
-                  0);
+        ASSERT_EQ(Manager("admin").Ask("POST", Members, member.dump()).Code(), 0);
     }
 
     /// How often each text stands in the user's box on the server.

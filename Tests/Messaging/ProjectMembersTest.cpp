@@ -2,8 +2,6 @@
 
 #include "OVRoot/MemoryChannels.hpp"
 
-#include <thread>
-
 using SYC::ProjectMembers;
 
 namespace {
@@ -21,9 +19,11 @@ std::string Written(Write write)
     return channel.TakeBytes();
 }
 
+using ProjectMembersTest = MessagingTest;
+
 }  // namespace
 
-TEST_F(MessagingTest, MembersAreLookedUpAndSurviveAChannel)
+TEST_F(ProjectMembersTest, MembersAreLookedUpAndSurviveAChannel)
 {
     const auto anna = MakeHost("anna.novak");
     anna->members.Init();
@@ -68,7 +68,7 @@ TEST_F(MessagingTest, MembersAreLookedUpAndSurviveAChannel)
     EXPECT_TRUE(attributes->permissions.contains(u"Reserve"));
 }
 
-TEST_F(MessagingTest, SessionsAndMembershipsAreFollowed)
+TEST_F(ProjectMembersTest, SessionsAndMembershipsAreFollowed)
 {
     const auto anna = MakeHost("anna.novak");
     Changes changes;
@@ -95,7 +95,7 @@ TEST_F(MessagingTest, SessionsAndMembershipsAreFollowed)
     ProjectMembers::MemberId lenaId = 0;
     ASSERT_TRUE(anna->members.GetUserIdFromLoginName(u"lena.fischer", lenaId));
     EXPECT_FALSE(anna->members.GetImageFromId(lenaId).IsEmpty());
-    Client(server.ManagementPort(), "lena.fischer", ServerProcess::Password)
+    Manager("lena.fischer")
         .Ask("PUT", "/root/syncrav2/users/lena.fischer/photo", R"({"type":"","data":""})");
     anna->Await([&] { return anna->members.GetImageFromId(lenaId).IsEmpty(); }, "her photo to go");
     RemoveMember(u"lena.fischer");

@@ -1,8 +1,6 @@
 #include "ProjectTest.hpp"
 
-#include "ManagementTool/FileErrors.hpp"
-
-#include <functional>
+#include "Files/FileErrors.hpp"
 
 namespace {
 

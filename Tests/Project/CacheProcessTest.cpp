@@ -27,7 +27,7 @@ TEST_F(CacheProcessTest, AKilledWriterLeavesAWholeFile)
                 mine.EndUpdate();
             }
         },
-        std::chrono::milliseconds(20),
+        std::chrono::milliseconds(60),
         [&] {
             const CachedProjectInfo read(folder);
             ASSERT_GE(read.GetProjectBuildNum(), lastSeen);

@@ -1,8 +1,8 @@
 #include "ProjectTest.hpp"
 
 #include "CachedProjectInfoObserver.hpp"
+#include "Files/FileErrors.hpp"
 #include "IO/Folder.hpp"
-#include "ManagementTool/FileErrors.hpp"
 
 #include <csignal>
 #include <sys/resource.h>
@@ -261,7 +261,9 @@ TEST_F(CachedProjectInfoTest, AFailedWriteIsAnAlertAndLosesNothingInMemory)
     EXPECT_EQ(observer.count, 6) << "the other image's included";
     EXPECT_EQ(info.GetUserId(), u"u-1");
 
+    EXPECT_TRUE(info.HasUnwrittenValues());
     info.SetCacheFolder(Folder());
+    EXPECT_FALSE(info.HasUnwrittenValues());
     EXPECT_EQ(alerts.shown.size(), 5u);
     EXPECT_EQ(CachedProjectInfo(Folder()).GetUserName(), u"Me");
 }

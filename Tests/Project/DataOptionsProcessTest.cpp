@@ -4,6 +4,7 @@
 #include "OVRoot/Thread.hpp"
 #include "Support/KillLoop.hpp"
 #include "Support/Pipe.hpp"
+#include "Support/Thrown.hpp"
 
 #include <atomic>
 #include <unistd.h>
@@ -68,7 +69,7 @@ TEST_F(DataOptionsProcessTest, AKilledHolderBlocksNobodyAndTearsNothing)
                 registry.SetLastUsedDays(registry.GetPeriodTime());
             }
         },
-        std::chrono::milliseconds(20),
+        std::chrono::milliseconds(60),
         [&] {
             const Synchronizer guard;
             ASSERT_TRUE(Synchronizer::IsLocked());
@@ -100,12 +101,11 @@ TEST_F(DataOptionsProcessTest, AHolderThatNeverLetsGoCostsTenAttemptsAndNoChange
     std::atomic<bool> waits = false;
     bool interrupted = false;
     OV::Thread waiter("waiter", [&] {
-        try {
+        const Thrown thrown([&] {
             for (waits = true; !Synchronizer::WaitForLock();) {
             }
-        } catch (const OV::InterruptedException&) {
-            interrupted = true;
-        }
+        });
+        interrupted = thrown.name == "InterruptedException";
     });
     while (!waits)
         std::this_thread::yield();

@@ -1,6 +1,6 @@
 #include "DataOptionsTest.hpp"
 
-#include "ManagementTool/FileErrors.hpp"
+#include "Files/FileErrors.hpp"
 #include "OVRoot/Exception.hpp"
 
 #include <vector>

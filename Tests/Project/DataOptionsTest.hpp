@@ -27,13 +27,9 @@ protected:
     static void WriteFile(const std::string& text)
     {
         std::filesystem::create_directories(File().parent_path());
-        std::ofstream(File(), std::ios::binary | std::ios::trunc) << text;
+        WriteBytes(File(), text);
     }
-    static std::string ReadFile()
-    {
-        std::ifstream stream(File(), std::ios::binary);
-        return {std::istreambuf_iterator<char>(stream), {}};
-    }
+    static std::string ReadFile() { return ReadBytes(File()); }
 
     Registry& registry = SYC::registeredProjects();
 };

@@ -1,8 +1,6 @@
 #include "ProjectInterface.hpp"
 
-#include "ClientProjectData.hpp"
-
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 namespace {
 
@@ -101,53 +99,6 @@ TEST(ProjectInterfaceTest, ComparesRecordsAndVersions)
     ProjectInterface assigned(Version::V1);
     assigned = project;
     EXPECT_EQ(assigned, project);
-}
-
-class MockObserver : public SYC::ClientProjectDataObserver {
-public:
-    MOCK_METHOD(void, _FieldChanged, (const SYC::ClientProjectData&, ChangedField), (override));
-};
-
-TEST(ClientProjectDataTest, EverySetterNamesItsFieldToTheObserversOfItsOwnObject)
-{
-    using Data = SYC::ClientProjectData;
-    using Field = Data::ChangedField;
-    const std::pair<Field, void (*)(Data&)> setters[] = {
-        {Field::ServerName, [](Data& d) { d.SetServerName(u"s"); }},
-        {Field::ServerPort, [](Data& d) { d.SetServerPort(-1); }},
-        {Field::UserName, [](Data& d) { d.SetUserName(u"u"); }},
-        {Field::Password, [](Data& d) { d.SetPassword(u"p"); }},
-        {Field::ProjectName, [](Data& d) { d.SetProjectName(u"n"); }},
-        {Field::ProjectDescription, [](Data& d) { d.SetProjectDescription(u"d"); }},
-        {Field::Category,
-         [](Data& d) {
-             d.SetCategory({u"c", 1});
-         }},
-        {Field::TemplateLocation, [](Data& d) { d.SetTemplateLocation({}); }},
-        {Field::UseLatestSettings, [](Data& d) { d.SetUseLatestSettings(true); }},
-        {Field::Project, [](Data& d) { d.InitNewProject(); }},
-        {Field::Project,
-         [](Data& d) {
-             d.InitMemberList({{u"u1", u"r1"}});
-         }},
-        {Field::All, [](Data& d) { d = Data(d); }},
-    };
-    Data data;
-    testing::StrictMock<MockObserver> observer;
-    data.Attach(observer);
-    for (const auto& [field, set] : setters) {
-        EXPECT_CALL(observer, _FieldChanged(testing::Ref(data), field));
-        set(data);
-        testing::Mock::VerifyAndClearExpectations(&observer);
-    }
-    EXPECT_EQ(data.GetProject().name, u"n");
-    EXPECT_EQ(data.GetProject().status, (Data::ProjectStatus{u"c", 1}));
-    EXPECT_EQ(data.GetProject().members.size(), 1u);
-
-    Data copy(data);
-    copy.SetServerName(u"unobserved");
-    data.Detach(observer);
-    data.SetServerName(u"unobserved");
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 #include "DataOptionsTest.hpp"
 
-#include "Detail/CacheFolders.hpp"
+#include "Cache/Detail/CacheFolders.hpp"
+#include "Files/FileErrors.hpp"
 #include "IO/ExclusiveFile.hpp"
 #include "IO/IOException.hpp"
 #include "OVRoot/Exception.hpp"
@@ -60,11 +61,10 @@ protected:
     /// As another process writes: nothing of this one is told.
     static void EditFile(const fs::path& file, const std::string& from, const std::string& to)
     {
-        std::ifstream stream(file);
-        std::string text{std::istreambuf_iterator<char>(stream), {}};
+        std::string text = ReadBytes(file);
         const auto at = text.find(from);
         ASSERT_NE(at, std::string::npos);
-        std::ofstream(file, std::ios::trunc) << text.replace(at, from.size(), to);
+        WriteBytes(file, text.replace(at, from.size(), to));
     }
 };
 
@@ -94,18 +94,31 @@ TEST_F(RegisteredProjectsTest, FollowsTheDiskAndReadsOnlyWhatChanged)
 
     // Whatever stands there costs only itself.
     const fs::path odd = Descriptor(tower);
-    const std::function<void()> oddities[] = {
-        [&] { std::ofstream(odd) << "<Cache><DataVersion>x"; },
-        [&] { fs::resize_file(odd, std::uintmax_t{1} << 42); },
-        [&] { fs::remove(odd), mkfifo(odd.c_str(), 0600); },
-        [&] { fs::remove(odd), fs::create_symlink("/dev/zero", odd); },
+    const struct {
+        std::function<void()> make;
+        const char16_t* last;
+    } oddities[] = {
+        {[&] { fs::resize_file(odd, std::uintmax_t{1} << 42); }, u"!"},
+        {[&] { fs::remove(odd), mkfifo(odd.c_str(), 0600); }, u"!"},
+        {[&] { fs::remove(odd), fs::create_symlink("/dev/zero", odd); }, u"!"},
+        {[&] { fs::remove(odd), fs::create_symlink(odd, odd); }, u"Bridge"},
     };
-    for (const auto& make : oddities) {
+    using Syncra::Server::ManagementTool::Core::FileOpenningError;
+    for (const auto& [make, last] : oddities) {
         make();
         registry.RefreshCaches(HostFolder());
-        EXPECT_EQ(Names(), (::Names{u"Arena", u"Bridge", u"!"}));
-        EXPECT_NE(Records().back().problem.find(u"CacheInfo.xml"), OV::UniString::npos);
+        EXPECT_EQ(Names().back(), last);
+        // It may be the project's cache: there is no second one beside it.
+        for (const auto& project : {Url(u"Tower"), tower.GetCacheFolderLocation()})
+            EXPECT_THROW((void)registry.GetCachedProjectInfo(project), FileOpenningError);
+        EXPECT_THROW((void)registry.CreateCachedProjectInfo(Url(u"Tower")), FileOpenningError);
     }
+    fs::remove(odd);
+    std::ofstream(odd) << "<Cache><DataVersion>x";
+    registry.RefreshCaches(HostFolder());
+    EXPECT_EQ(Names(), (::Names{u"Arena", u"Bridge", u"!"}));
+    EXPECT_NE(Records().back().problem.find(u"CacheInfo.xml"), OV::UniString::npos);
+    EXPECT_EQ(registry.GetCachedProjectInfo(Url(u"Tower")), nullptr) << "it was read, and is none";
     const LogCapture log;
     EXPECT_EQ(registry.CreateCachedProjectInfo(Url(u"Tower"))->GetLocalFolderName(),
               u"nexar_Tower_me 2");

@@ -45,25 +45,8 @@ TEST(ResourcesTest, KeepsTextsToTheLetterAndReportsUnknownNumbers)
 {
     EXPECT_EQ(OV::GetStringListItem(31022, 8), u" (Offline)") << "with its leading blank";
     EXPECT_EQ(OV::GetStringListItem(31022, 13), u"unsent changes");
-    for (const auto& [list, index] : {std::pair{31022, 0}, {31022, -1}, {31022, 14}, {1, 1}, {32100, 25}})
+    for (const auto& [list, index] :
+         {std::pair{31022, 0}, {31022, -1}, {31022, 14}, {1, 1}, {32100, 25}})
         EXPECT_THROW((void)OV::GetStringListItem(list, index), OV::IllegalReferenceException);
     EXPECT_THROW(OV::ShowAlert(1), OV::IllegalReferenceException);
-}
-
-TEST(ResourcesTest, FillsAnAlertForTheInstalledPresenter)
-{
-    class Presenter final : public OV::AlertPresenter {
-    public:
-        int Show(const OV::AlertResource& alert) override
-        {
-            shown = alert;
-            return 7;
-        }
-        OV::AlertResource shown;
-    };
-    Presenter presenter;
-    OV::AlertPresenter* former = OV::AlertPresenter::SetCurrent(&presenter);
-    EXPECT_EQ(OV::ShowAlert(31036, {u"%s.xml"}), 7);
-    EXPECT_EQ(presenter.shown.message, u"Error occurred while opening the file: %s.xml");
-    EXPECT_EQ(OV::AlertPresenter::SetCurrent(former), &presenter);
 }

@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <random>
-
 namespace {
 
 using OV::UniString;
@@ -12,34 +10,6 @@ struct Pair {
     UniString units;
     OV::String bytes;
 };
-
-UniString RandomText(std::mt19937& random)
-{
-    // Mostly what the conversions treat apart: plain text, surrogates, backslashes, control
-    // characters.
-    static constexpr UniString::value_type special[] = {
-        u'\\', u'u', u'0', u'A',  0xD800, 0xDBFF, 0xDC00, 0xDFFF, 0x00,
-        u'\r', 0x7F, 0x80, 0x7FF, 0x800,  0xFFFD, 0xFFFE, 0xFFFF, u'a',
-    };
-    UniString text(random() % 40, u'x');
-    for (auto& unit : text)
-        unit = random() % 4 == 0 ? static_cast<char16_t>(random()) : special[random() % 18];
-    return text;
-}
-
-/// No control character but tab and line feed, no lone surrogate, no non-character.
-bool IsCarried(OV::UniStringView text)
-{
-    bool afterHigh = false;
-    for (const char16_t unit : text) {
-        const bool isLow = unit >= 0xDC00 && unit <= 0xDFFF;
-        const bool isControl = unit < 0x20 || (unit >= 0x7F && unit < 0xA0);
-        if (isLow != afterHigh || unit >= 0xFFFE || (isControl && unit != '\t' && unit != '\n'))
-            return false;
-        afterHigh = unit >= 0xD800 && unit <= 0xDBFF;
-    }
-    return !afterHigh;
-}
 
 }  // namespace
 
@@ -107,16 +77,4 @@ TEST(UniStringTest, EscapesForACarrierWhatItWouldLose)
     }
     for (const UniString text : {u"\\u", u"\\u123", u"\\u00G0", u"\\u00e9", u"\\"})
         EXPECT_EQ(OV::UnescapeFromCarrier(text), text) << "no escape of ours";
-}
-
-TEST(UniStringTest, BringsAnyCodeUnitsThroughBytesAndCarriers)
-{
-    std::mt19937 random(20261124);
-    for (int round = 0; round < 20000; ++round) {
-        const auto text = RandomText(random);
-        ASSERT_EQ(OV::FromUtf8(OV::ToUtf8(text)), text) << testing::PrintToString(text);
-        const auto escaped = OV::EscapeForCarrier(text);
-        ASSERT_EQ(OV::UnescapeFromCarrier(escaped), text) << testing::PrintToString(text);
-        ASSERT_TRUE(IsCarried(escaped)) << testing::PrintToString(text);
-    }
 }

@@ -1,7 +1,5 @@
 #include "Server/ServerTest.hpp"
 
-#include <nlohmann/json.hpp>
-
 #include <set>
 
 namespace {

@@ -1,7 +1,5 @@
 #include "ServerTest.hpp"
 
-#include <vector>
-
 namespace {
 
 using HttpRequestsTest = ServerTest;

@@ -5,7 +5,6 @@
 #include <atomic>
 #include <set>
 #include <thread>
-#include <vector>
 
 namespace {
 

@@ -2,8 +2,6 @@
 
 #include "OVRoot/Base64.hpp"
 
-#include <vector>
-
 namespace {
 
 using nlohmann::json;

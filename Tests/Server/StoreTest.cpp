@@ -1,54 +1,16 @@
 #include "ServerTest.hpp"
+#include "Support/FileBytes.hpp"
 
 #include <atomic>
-#include <fstream>
-#include <sstream>
 #include <thread>
-
-namespace {
 
 namespace fs = std::filesystem;
 using StoreTest = ServerTest;
 
-std::string ReadFile(const fs::path& path)
-{
-    std::ifstream file(path, std::ios::binary);
-    std::ostringstream text;
-    text << file.rdbuf();
-    return text.str();
-}
-
-void WriteFile(const fs::path& path, const std::string& text)
-{
-    std::ofstream(path, std::ios::binary) << text;
-}
-
-}  // namespace
-
-TEST_F(StoreTest, SessionsSurviveTheEndAndACrashOfTheServer)
-{
-    const auto path = ProjectPath(Sample::HarbourBridge, "sessions");
-    const auto session = SignedIn("anna.novak").Ask("POST", path, "{}").json;
-    const std::string attribute =
-        "/syncra/v1/sessions/" + session.at("id").get<std::string>() + "/attributes/ComputerName";
-    ASSERT_EQ(SignedIn("anna.novak").Ask("PUT", attribute, R"({"value":"desk"})").status, 200);
-    for (const bool crash : {false, true}) {
-        if (crash)
-            server.Kill();
-        else
-            EXPECT_EQ(server.Terminate(), 0);
-        server.Start();
-        auto anna = SignedIn("anna.novak");
-        EXPECT_EQ(anna.Ask("POST", path, "{}").Code(), 17) << crash;
-        EXPECT_EQ(anna.Ask("GET", path).json, (nlohmann::json{{"sessions", {session}}})) << crash;
-        EXPECT_EQ(anna.Ask("GET", attribute).json, (nlohmann::json{{"value", "desk"}})) << crash;
-    }
-}
-
 TEST_F(StoreTest, OnlyItsUserMayReadTheStoreAndNothingSecretIsInReach)
 {
     const std::string secret = "correct-horse-\xc3\xa4";
-    WriteFile(folder.Path() / "password", secret + "\r\nsecond line");
+    WriteBytes(folder.Path() / "password", secret + "\r\nsecond line");
     ASSERT_EQ(ServerProcess::Run({"--data", server.StorePath(), "--hash", "minimum", "--add-user",
                                   "new.user", "--password-file", folder.Path() / "password"},
                                  "/dev/null", server.LogPath()),
@@ -60,7 +22,7 @@ TEST_F(StoreTest, OnlyItsUserMayReadTheStoreAndNothingSecretIsInReach)
         const fs::path file = server.StorePath().string() + ending;
         EXPECT_EQ(fs::status(file).permissions(), fs::perms::owner_read | fs::perms::owner_write)
             << file;
-        const auto bytes = ReadFile(file);
+        const auto bytes = ReadBytes(file);
         for (const auto& text : {secret, std::string(ServerProcess::Password), token})
             EXPECT_EQ(bytes.find(text), std::string::npos) << file;
     }
@@ -78,8 +40,8 @@ TEST_F(StoreTest, AFirstUserComesFromStandardInputAndOnlyOnce)
     const auto store = folder.Path() / "fresh.db";
     const std::vector<std::string> add = {"--data",  store,        "--hash",
                                           "minimum", "--add-user", "first"};
-    WriteFile(folder.Path() / "input", "pass word\n");
-    WriteFile(folder.Path() / "empty", "\n");
+    WriteBytes(folder.Path() / "input", "pass word\n");
+    WriteBytes(folder.Path() / "empty", "\n");
     EXPECT_EQ(ServerProcess::Run(add, folder.Path() / "empty", server.LogPath()), 1);
     EXPECT_EQ(ServerProcess::Run(add, folder.Path() / "input", server.LogPath()), 0);
     EXPECT_EQ(ServerProcess::Run(add, folder.Path() / "input", server.LogPath()), 1);
@@ -99,8 +61,8 @@ TEST_F(StoreTest, AFirstUserComesFromStandardInputAndOnlyOnce)
 
 TEST_F(StoreTest, AStoreThatCannotBeUsedOrAPortInUseEndsTheStartWithAReason)
 {
-    WriteFile(folder.Path() / "text.db", std::string(5000, 'x'));
-    WriteFile(folder.Path() / "password", "p");
+    WriteBytes(folder.Path() / "text.db", std::string(5000, 'x'));
+    WriteBytes(folder.Path() / "password", "p");
     EditStore(server.StorePath(), "PRAGMA wal_checkpoint(TRUNCATE)");
     const auto newer = folder.Path() / "newer.db";
     fs::copy_file(server.StorePath(), newer);
@@ -123,10 +85,10 @@ TEST_F(StoreTest, AStoreThatCannotBeUsedOrAPortInUseEndsTheStartWithAReason)
         const auto output = folder.Path() / "output";
         fs::remove(output);
         EXPECT_NE(ServerProcess::Run(arguments, "/dev/null", output), 0) << arguments[1];
-        EXPECT_FALSE(ReadFile(output).empty()) << arguments[1];
-        EXPECT_EQ(ReadFile(output).find("server ready"), std::string::npos) << arguments[1];
+        EXPECT_FALSE(ReadBytes(output).empty()) << arguments[1];
+        EXPECT_EQ(ReadBytes(output).find("server ready"), std::string::npos) << arguments[1];
         // Its exit code would hide among those of the refusals.
-        EXPECT_EQ(ReadFile(output).find("Sanitizer"), std::string::npos) << ReadFile(output);
+        EXPECT_EQ(ReadBytes(output).find("Sanitizer"), std::string::npos) << ReadBytes(output);
     }
 }
 
@@ -135,10 +97,10 @@ TEST_F(StoreTest, AnotherStartWithTheSampleTeamWritesNothing)
     const auto path = ProjectPath(Sample::HarbourBridge, "sessions");
     ASSERT_EQ(SignedIn("anna.novak").Ask("POST", path, "{}").status, 200);
     ASSERT_EQ(server.Terminate(), 0);
-    const auto before = ReadFile(server.StorePath());
+    const auto before = ReadBytes(server.StorePath());
     server.Start();
     ASSERT_EQ(server.Terminate(), 0);
-    EXPECT_TRUE(ReadFile(server.StorePath()) == before);
+    EXPECT_TRUE(ReadBytes(server.StorePath()) == before);
 }
 
 TEST_F(StoreTest, WhatWasAnsweredSurvivesAKillInTheMiddleOfWrites)

@@ -26,6 +26,12 @@ public:
     ChildProcess(ChildProcess&& other) noexcept : id_(std::exchange(other.id_, 0)) {}
     ChildProcess& operator=(ChildProcess&&) = delete;
 
+    void Signal(int signal) const
+    {
+        // An id of 0 would mean this very process and its group.
+        if (id_ > 0)
+            kill(id_, signal);
+    }
     /// Ends the child at once, wherever it is.
     void Kill()
     {

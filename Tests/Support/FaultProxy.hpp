@@ -4,12 +4,10 @@
 
 #include "SYCommunication/HttpClient.hpp"
 
-#include <regex>
-
 /// Stands before a real server and passes every request on, but for one that meets a fault.
 class FaultProxy {
 public:
-    enum class Fault { Close, CloseInAnswer, Garbage, WrongJson, Silence, Flood, ServerError };
+    enum class Fault { Close, CloseInAnswer, Garbage, WrongJson, Silence, ServerError };
 
     explicit FaultProxy(std::uint16_t serverPort)
         : serverPort_(serverPort),
@@ -69,40 +67,28 @@ private:
         case Fault::Silence:
             peer.HoldUntilGone();
             break;
-        case Fault::Flood:
-            Flood(peer);
-            break;
         case Fault::ServerError:
             peer.Answer(500, R"({"code": 2, "message": "broken"})");
             break;
         }
     }
 
-    static void Flood(Peer& peer)
-    {
-        constexpr std::size_t gigabyte = std::size_t{1} << 30;
-        const std::string piece(1 << 20, ' ');
-        peer.Send("HTTP/1.1 200 OK\r\nContent-Length: " + std::to_string(gigabyte) + "\r\n\r\n");
-        for (std::size_t sent = 0; sent < gigabyte && !peer.IsEnding(); sent += piece.size())
-            if (!peer.Send(piece))
-                break;
-        peer.Close();
-    }
-
     Communication::HttpResponse Ask(const Request& request) const
     {
         Communication::HttpClient client({u"127.0.0.1", serverPort_, false});
         Communication::HttpRequest passed;
-        passed.method = request.method == "POST"     ? Communication::HttpMethod::Post
-                        : request.method == "PUT"    ? Communication::HttpMethod::Put
-                        : request.method == "DELETE" ? Communication::HttpMethod::Delete
-                                                     : Communication::HttpMethod::Get;
+        using enum Communication::HttpMethod;
+        passed.method = request.method == "POST"  ? Post
+                        : request.method == "PUT" ? Put
+                        : request.method == "GET" ? Get
+                                                  : Delete;
         passed.target = request.target;
         passed.body = request.body;
-        static const std::regex bearer(R"(Authorization: Bearer (\S+))", std::regex::icase);
-        std::smatch match;
-        if (std::regex_search(request.rawHead, match, bearer))
-            passed.token = match[1];
+        constexpr std::string_view bearer = "Authorization: Bearer ";
+        if (const auto at = request.head.find(bearer); at != std::string::npos) {
+            const auto token = at + bearer.size();
+            passed.token = request.head.substr(token, request.head.find('\r', token) - token);
+        }
         return client.Perform(passed);
     }
 

@@ -1,22 +1,12 @@
 #pragma once
 
-#include <algorithm>
-#include <arpa/inet.h>
+#include "Support/HttpSocket.hpp"
+
 #include <atomic>
-#include <cctype>
-#include <cerrno>
-#include <cstdlib>
 #include <functional>
 #include <list>
 #include <mutex>
-#include <netinet/tcp.h>
-#include <poll.h>
-#include <stdexcept>
-#include <string>
-#include <string_view>
-#include <sys/socket.h>
 #include <thread>
-#include <unistd.h>
 
 /// A TCP server on a free port of 127.0.0.1 that reads HTTP requests and does with each what the
 /// test's script says, right or wrong. The destructor ends every connection and joins its threads.
@@ -25,8 +15,7 @@ public:
     struct Request {
         std::string method;
         std::string target;
-        std::string head;     ///< all header lines, in small letters
-        std::string rawHead;  ///< the same as they came
+        std::string head;
         std::string body;
         int connection = 0;  ///< number of its connection, from 1
         int number = 0;      ///< number of the request on the server, from 1
@@ -35,50 +24,54 @@ public:
     /// What a script may do with its connection.
     class Peer {
     public:
-        Peer(int socket, const std::atomic<bool>& ending) : socket_(socket), ending_(ending) {}
+        Peer(const HttpSocket& socket, const std::atomic<bool>& ending)
+            : socket_(socket), ending_(ending)
+        {}
 
         /// False when the client is gone.
-        bool Send(std::string_view bytes) const
-        {
-            while (!bytes.empty()) {
-                const ssize_t sent = send(socket_, bytes.data(), bytes.size(), MSG_NOSIGNAL);
-                if (sent <= 0)
-                    return false;
-                bytes.remove_prefix(static_cast<std::size_t>(sent));
-            }
-            return true;
-        }
+        bool Send(std::string_view bytes) const { return socket_.Send(bytes); }
         bool Answer(int status, std::string_view body, std::string_view headers = "") const
         {
             return Send("HTTP/1.1 " + std::to_string(status) +
                         " Status\r\nContent-Length: " + std::to_string(body.size()) + "\r\n" +
                         std::string(headers) + "\r\n" + std::string(body));
         }
-        void Close() const { shutdown(socket_, SHUT_RDWR); }
+        void Close() const { socket_.ShutDown(SHUT_RDWR); }
         /// Sends nothing more but goes on reading.
-        void HalfClose() const { shutdown(socket_, SHUT_WR); }
+        void HalfClose() const { socket_.ShutDown(SHUT_WR); }
         /// Waits until the client has gone or the server ends.
         void HoldUntilGone() const
         {
-            char byte = 0;
-            while (!ending_ && recv(socket_, &byte, 1, 0) > 0) {
+            while (!ending_ && socket_.Drop()) {
             }
         }
         [[nodiscard]] bool IsEnding() const { return ending_; }
 
     private:
-        int socket_;
+        const HttpSocket& socket_;
         const std::atomic<bool>& ending_;
     };
 
     using Script = std::function<void(Peer&, const Request&)>;
 
+    /// Answers of a model service that signs everybody in and has one project, "p".
+    static constexpr const char* SignedIn =
+        R"({"token":"T","userId":"u","userName":"U","protocol":1,"serverVersion":1400})";
+    static constexpr const char* OneProject =
+        R"({"projects":[{"id":"p","name":"P","location":"","category":"","state":3,)"
+        R"("version":"","build":0}]})";
+    /// The list of ports with one service, or with none when the port is 0.
+    static std::string Ports(const std::string& service, std::uint16_t port)
+    {
+        return port == 0 ? R"({"ports":[]})"
+                         : R"({"ports":[{"service":")" + service + R"(","port":)" +
+                               std::to_string(port) + "}]}";
+    }
+
     explicit ScriptedServer(Script script)
         : script_(std::move(script)), listener_(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0))
     {
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        sockaddr_in address = HttpSocket::Loopback(0);
         socklen_t length = sizeof address;
         if (bind(listener_, reinterpret_cast<sockaddr*>(&address), length) != 0 ||
             listen(listener_, 64) != 0 ||
@@ -96,12 +89,10 @@ public:
         {
             const std::lock_guard guard(lock_);
             for (const Connection& connection : connections_)
-                shutdown(connection.socket, SHUT_RDWR);
+                connection.socket.ShutDown(SHUT_RDWR);
         }
-        for (Connection& connection : connections_) {
+        for (Connection& connection : connections_)
             connection.thread.join();
-            close(connection.socket);
-        }
         close(listener_);
     }
     ScriptedServer(const ScriptedServer&) = delete;
@@ -113,7 +104,7 @@ public:
 
 private:
     struct Connection {
-        int socket;
+        HttpSocket socket;
         std::thread thread;
     };
 
@@ -123,62 +114,27 @@ private:
             const int client = accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
             if (client < 0)
                 continue;
-            const int on = 1;
-            setsockopt(client, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
             const int number = ++accepted_;
             const std::lock_guard guard(lock_);
-            connections_.push_back(
-                {client, std::thread([this, client, number] { Serve(client, number); })});
+            auto& connection = connections_.emplace_back(Connection{HttpSocket(client), {}});
+            connection.thread =
+                std::thread([this, &connection, number] { Serve(connection.socket, number); });
         }
     }
 
-    void Serve(int client, int number)
+    void Serve(HttpSocket& client, int number)
     {
         Peer peer(client, ending_);
-        std::string unread;
-        Request request;
-        request.connection = number;
-        while (!ending_ && ReadRequest(client, unread, request)) {
-            request.number = ++requests_;
-            script_(peer, request);
+        while (!ending_) {
+            const auto message = client.Read();
+            if (!message)
+                break;
+            const std::string& head = message->head;
+            const std::size_t first = head.find(' '), second = head.find(' ', first + 1);
+            script_(peer, {head.substr(0, first), head.substr(first + 1, second - first - 1), head,
+                           message->body, number, ++requests_});
         }
-        shutdown(client, SHUT_RDWR);
-    }
-
-    static bool ReadMore(int client, std::string& unread)
-    {
-        char block[16384];
-        const ssize_t count = recv(client, block, sizeof block, 0);
-        if (count > 0)
-            unread.append(block, static_cast<std::size_t>(count));
-        return count > 0;
-    }
-
-    static bool ReadRequest(int client, std::string& unread, Request& request)
-    {
-        std::size_t end = 0;
-        while ((end = unread.find("\r\n\r\n")) == std::string::npos)
-            if (!ReadMore(client, unread))
-                return false;
-        std::string head = unread.substr(0, end + 2);
-        unread.erase(0, end + 4);
-        request.rawHead = head;
-        const std::size_t first = head.find(' ');
-        const std::size_t second = head.find(' ', first + 1);
-        request.method = head.substr(0, first);
-        request.target = head.substr(first + 1, second - first - 1);
-        std::transform(head.begin(), head.end(), head.begin(),
-                       [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-        request.head = head;
-        std::size_t length = 0;
-        if (const std::size_t at = head.find("\r\ncontent-length:"); at != std::string::npos)
-            length = std::strtoul(head.c_str() + at + 17, nullptr, 10);
-        while (unread.size() < length)
-            if (!ReadMore(client, unread))
-                return false;
-        request.body = unread.substr(0, length);
-        unread.erase(0, length);
-        return true;
+        client.ShutDown(SHUT_RDWR);
     }
 
     Script script_;

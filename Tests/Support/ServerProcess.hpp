@@ -1,20 +1,16 @@
 #pragma once
 
-#include <cerrno>
-#include <csignal>
+#include "Support/ChildProcess.hpp"
+#include "Support/FileBytes.hpp"
+
 #include <cstdint>
 #include <cstdio>
 #include <fcntl.h>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
+#include <optional>
 #include <poll.h>
 #include <stdexcept>
 #include <string>
 #include <sys/prctl.h>
-#include <sys/wait.h>
-#include <unistd.h>
-#include <utility>
 #include <vector>
 
 /// A real nexar-server on free ports of 127.0.0.1 with its store, and what it writes to standard
@@ -22,7 +18,7 @@
 /// that ends: the starting thread must outlive it.
 class ServerProcess {
 public:
-    static constexpr int EndedBySignal = -1;
+    static constexpr int EndedBySignal = ChildProcess::EndedBySignal;
     /// Everybody of the sample team signs in with it.
     static constexpr const char* Password = "nexar-sample";
 
@@ -45,11 +41,7 @@ public:
     /// All that it wrote to standard error, over every start.
     [[nodiscard]] std::filesystem::path LogPath() const { return folder_ / "server.log"; }
     [[nodiscard]] const std::string& ReadyLine() const { return readyLine_; }
-    [[nodiscard]] std::string Log() const
-    {
-        std::ifstream file(LogPath(), std::ios::binary);
-        return {std::istreambuf_iterator<char>(file), {}};
-    }
+    [[nodiscard]] std::string Log() const { return ReadBytes(LogPath()); }
 
     /// Ends it at once, as a crash would.
     void Kill() { (void)End(SIGKILL); }
@@ -58,9 +50,8 @@ public:
     /// Asks it to end and does not wait.
     void Ask(int signal) const
     {
-        // An id of 0 would mean this very process and its group.
-        if (id_ > 0)
-            kill(id_, signal);
+        if (server_)
+            server_->Signal(signal);
     }
     void Pause() const { Ask(SIGSTOP); }
     void Resume() const { Ask(SIGCONT); }
@@ -77,7 +68,7 @@ public:
         if (pipe2(output, O_CLOEXEC) != 0)
             throw std::runtime_error("no pipe can be made");
         const int errors = open(LogPath().c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
-        id_ = Spawn(arguments, -1, output[1], errors);
+        server_.emplace(Spawn(arguments, -1, output[1], errors));
         close(output[1]);
         close(errors);
         readyLine_ = ReadLine(output[0]);
@@ -90,34 +81,30 @@ public:
     {
         const int in = open(input.c_str(), O_RDONLY | O_CLOEXEC);
         const int out = open(output.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
-        const pid_t id = Spawn(arguments, in, out, out);
+        ChildProcess program = Spawn(arguments, in, out, out);
         close(in);
         close(out);
-        return WaitFor(id);
+        return program.Wait();
     }
 
 private:
     static constexpr int StartMilliseconds = 60'000;
 
-    static pid_t Spawn(const std::vector<std::string>& arguments, int input, int output, int errors)
+    static ChildProcess Spawn(const std::vector<std::string>& arguments, int input, int output,
+                              int errors)
     {
         std::vector<char*> pointers{const_cast<char*>(SYCLIENT_TEST_SERVER)};
         for (const auto& argument : arguments)
             pointers.push_back(const_cast<char*>(argument.c_str()));
         pointers.push_back(nullptr);
-        const pid_t id = fork();
-        if (id < 0)
-            throw std::runtime_error("no process can be made");
-        if (id == 0) {
+        return ChildProcess([&] {
             prctl(PR_SET_PDEATHSIG, SIGKILL);
             if (input >= 0)
                 dup2(input, STDIN_FILENO);
             dup2(output, STDOUT_FILENO);
             dup2(errors, STDERR_FILENO);
-            execv(SYCLIENT_TEST_SERVER, pointers.data());
-            _exit(127);
-        }
-        return id;
+            return execv(SYCLIENT_TEST_SERVER, pointers.data());
+        });
     }
 
     static std::string ReadLine(int input)
@@ -148,24 +135,18 @@ private:
 
     int End(int signal)
     {
-        if (id_ <= 0)
+        if (!server_)
             return EndedBySignal;
-        kill(id_, SIGCONT);
-        kill(id_, signal);
-        return WaitFor(std::exchange(id_, 0));
-    }
-
-    static int WaitFor(pid_t id)
-    {
-        int status = 0;
-        while (waitpid(id, &status, 0) < 0 && errno == EINTR) {
-        }
-        return WIFEXITED(status) ? WEXITSTATUS(status) : EndedBySignal;
+        server_->Signal(SIGCONT);
+        server_->Signal(signal);
+        const int code = server_->Wait();
+        server_.reset();
+        return code;
     }
 
     std::filesystem::path folder_;
     std::vector<std::string> options_;
     std::uint16_t ports_[3] = {0, 0, 0};
     std::string readyLine_;
-    pid_t id_ = 0;
+    std::optional<ChildProcess> server_;
 };

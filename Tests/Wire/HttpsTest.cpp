@@ -1,13 +1,13 @@
 #include "SYCommunication/HttpClient.hpp"
 #include "Support/ChildProcess.hpp"
+#include "Support/Eventually.hpp"
 #include "Support/TemporaryFolder.hpp"
+#include "Support/Thrown.hpp"
 
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <cstdlib>
 #include <fstream>
-#include <thread>
 
 using namespace Communication;
 
@@ -53,11 +53,10 @@ protected:
             execlp("python3", "python3", "-c", ServerScript, folder.c_str(), nullptr);
             return 127;
         });
-        for (int attempt = 0; attempt < 3000 && port_ == 0; ++attempt) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        ASSERT_TRUE(Eventually([this] {
             std::ifstream(folder_.Path() / "port") >> port_;
-        }
-        ASSERT_NE(port_, 0);
+            return port_ != 0;
+        }));
     }
     void TearDown() override { unsetenv("SYCLIENT_CA_FILE"); }
 
@@ -70,11 +69,11 @@ protected:
         HttpOptions options;
         options.authoritiesFile = std::move(authoritiesFile);
         HttpClient client(ServerAddress::FromServerName(serverName, port_), options);
-        try {
-            return std::to_string(client.Perform({HttpMethod::Get, "/", {}, {}, 0}).status);
-        } catch (const OV::Exception& failure) {
-            return std::string(failure.GetName());
-        }
+        int status = 0;
+        const Thrown thrown([&] {
+            status = client.Perform({HttpMethod::Get, "/", {}, {}, 0}).status;
+        });
+        return status != 0 ? std::to_string(status) : thrown.name;
     }
 
 private:

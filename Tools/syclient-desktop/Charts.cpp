@@ -1,7 +1,7 @@
 #include "Charts.hpp"
 
 #include "BinCacheHandler/BinCacheHandler.hpp"
-#include "QtText.hpp"
+#include "DesktopText.hpp"
 
 #include <QBarCategoryAxis>
 #include <QBarSet>
@@ -27,8 +27,6 @@
 namespace Charts {
 
 namespace {
-
-using ChartType = EventLogObserver::ChartType;
 
 constexpr std::size_t MostShares = 8;
 constexpr qint64 Week = 7 * 86'400;

@@ -1,9 +1,9 @@
 #include "Charts.hpp"
+#include "DesktopText.hpp"
 #include "Dlg/Qt/QtToolkit.hpp"
 #include "MainWindow.hpp"
 #include "OVRoot/Exception.hpp"
 #include "OVRoot/Logger.hpp"
-#include "QtText.hpp"
 #include "RegisteredProjects.hpp"
 #include "UserInterface/AsyncTaskDialogExecutingImplementation.hpp"
 

@@ -1,9 +1,9 @@
 #pragma once
 
+#include "LogIndex/TextParser.hpp"
 #include "Messaging/ProjectMembers.hpp"
 #include "SYClientBase/MessageLoopExecutor.hpp"
 #include "ServerTasks.hpp"
-#include "TextParser.hpp"
 
 #include <QMainWindow>
 

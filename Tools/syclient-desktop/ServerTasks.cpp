@@ -2,10 +2,10 @@
 
 #include "CloseSession.hpp"
 #include "EventLogUpdater.hpp"
+#include "Log/PieChartUpdater.hpp"
 #include "ManagementTool/UserAsyncTaskExecutingImplementation.hpp"
 #include "OVRoot/Logger.hpp"
 #include "OVRoot/SecureWipe.hpp"
-#include "PieChartUpdater.hpp"
 #include "ReadProjectConnection.hpp"
 #include "SYClientBase/SyncraClientFactory.hpp"
 

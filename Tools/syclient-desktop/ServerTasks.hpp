@@ -3,10 +3,10 @@
 #include "Charts.hpp"
 #include "CheckResult.hpp"
 #include "ClientProjectConnectionManager.hpp"
+#include "LogIndex/TextParser.hpp"
 #include "ManagementTool/AsyncTaskExecuting.hpp"
 #include "ManagementTool/ErrorType.hpp"
 #include "SyncraClient/SyncraClient.hpp"
-#include "TextParser.hpp"
 
 #include <memory>
 

@@ -4,6 +4,7 @@
 #include "OVRoot/Exception.hpp"
 #include "Output.hpp"
 #include "ProjectStatusText.hpp"
+#include "RegisteredProjects.hpp"
 
 #include <algorithm>
 #include <array>
@@ -77,11 +78,22 @@ std::string SizeForDisplay(std::uint64_t bytes)
     return text.data();
 }
 
+void ReportUnwritten(const SYC::CachedProjectInfo& cache, Context& context)
+{
+    if (!cache.HasUnwrittenValues())
+        return;
+    context.exitCode = ExitCode::Failure;
+    context.output.Error("The cache \"" + ForDisplay(cache.GetCacheFolderLocation().ToPath()) +
+                         "\" could not be written, so nothing of this is known here any more when "
+                         "this program ends; the lines above say why.");
+}
+
 IO::Location FindCacheFolder(const std::string& text, Context& context)
 {
     const OV::UniString name = OV::FromUtf8(text);
     for (const auto& folder : {context.DataFolder().Appended(name), IO::Location::FromPath(name)})
-        if (folder.IsLegal() && SYC::CachedProjectInfo::CachedProjectInfoExist(folder))
+        if (std::size_t index = 0;
+            folder.IsLegal() && SYC::registeredProjects().GetCacheIndex(folder, index, true))
             return folder;
     context.exitCode = ExitCode::NotFound;
     context.output.Error("\"" + text + "\" is no cache folder: neither below \"" +

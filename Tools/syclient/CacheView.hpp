@@ -17,6 +17,9 @@ enum class ServerSays { NotAsked, Unreachable, Present, Deleted };
 /// "1.2 MiB" and the like; a size that could not be counted is 0.
 [[nodiscard]] std::string SizeForDisplay(std::uint64_t bytes);
 
+/// Says so, with exit code 1, when something that was set in the cache could not be written.
+void ReportUnwritten(const SYC::CachedProjectInfo& cache, Context& context);
+
 /// The cache folder of that name below the data folder, or of that path. Empty, with a message and
 /// the exit code, when there is none.
 [[nodiscard]] IO::Location FindCacheFolder(const std::string& text, Context& context);

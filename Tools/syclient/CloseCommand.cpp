@@ -1,5 +1,6 @@
 #include "Commands.hpp"
 
+#include "CacheView.hpp"
 #include "ClientProjectConnectionManager.hpp"
 #include "CloseSession.hpp"
 #include "ProjectArguments.hpp"
@@ -37,6 +38,8 @@ void RunClose(const ProjectArguments& arguments, Context& context)
     else
         context.output.Error("The session could not be closed; the line above says why. "
                              "It stays in the cache, so that you can try again.");
+    if (const auto cache = manager.FindCache())
+        ReportUnwritten(*cache, context);
 }
 
 }  // namespace

@@ -1,8 +1,10 @@
 #include "Commands.hpp"
 
+#include "CacheView.hpp"
 #include "ClientProjectConnectionManager.hpp"
 #include "CloseSession.hpp"
 #include "Dlg/Headless/HeadlessToolkit.hpp"
+#include "Files/ResourceNumbers.hpp"
 #include "ProjectArguments.hpp"
 #include "SYClientBase/SyncraClientFactory.hpp"
 #include "SyncraURL.hpp"
@@ -18,8 +20,6 @@ namespace {
 
 using SYC::CloseProjectDialog;
 using Result = CloseProjectDialog::Result;
-
-constexpr int DiscardAlert = 32040;
 constexpr int DiscardAnyway = 1;
 constexpr int KeepOpen = 2;
 
@@ -90,7 +90,8 @@ Result::Value AskWhatBecomesOfChanges(const SYC::CachedProjectInfo& cache, bool 
     Dlg::HeadlessToolkit toolkit;
     toolkit.AddScript(CloseProjectDialog::Number,
                       [&](Dlg::HeadlessDialog& dialog) { Ask(dialog, arguments); });
-    toolkit.AddAnswer(DiscardAlert, arguments.discardAnyway ? DiscardAnyway : KeepOpen);
+    toolkit.AddAnswer(SYC::Alerts::DiscardChanges,
+                      arguments.discardAnyway ? DiscardAnyway : KeepOpen);
     toolkit.AddScript(SYC::DiscardWarningDialog::Number, [&](Dlg::HeadlessDialog& warning) {
         warning.Press(arguments.discardAnyway ? SYC::DiscardWarningDialog::DiscardButton
                                               : SYC::DiscardWarningDialog::CancelButton);
@@ -150,6 +151,7 @@ void RunCloseProject(const CloseProjectArguments& arguments, Context& context)
         context.exitCode = ExitCode::Failure;
     if (!isClosed)
         context.exitCode = ExitCode::Failure;
+    ReportUnwritten(*cache, context);
     if (context.output.json)
         context.output.PrintJson({{"result", static_cast<int>(result)},
                                   {"meaning", MeaningOf(result)},

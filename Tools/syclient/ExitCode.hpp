@@ -2,6 +2,8 @@
 
 #include "CheckResult.hpp"
 
+#include <exception>
+
 /// What a script learns from the end of syclient; listed in --help and Docs/Commands.md.
 enum class ExitCode : int {
     Success = 0,
@@ -16,6 +18,9 @@ enum class ExitCode : int {
     ForbiddenByState = 17,
     IncompatibleVersion = 18,
 };
+
+/// Offline when a server could not be worked with; a failure that happened on this machine is 1.
+[[nodiscard]] ExitCode ExitCodeOf(const std::exception_ptr& failure);
 
 /// Each result of a check has an exit code of its own: ten above its number, 0 for a check that
 /// passed.

@@ -2,10 +2,10 @@
 #include "EventLogUpdater.hpp"
 #include "IO/IOException.hpp"
 #include "InterruptNote.hpp"
+#include "Log/PieChartUpdater.hpp"
 #include "LogSelection.hpp"
 #include "OVRoot/System.hpp"
 #include "OVRoot/Terminal.hpp"
-#include "PieChartUpdater.hpp"
 
 #include <CLI/CLI.hpp>
 
@@ -50,7 +50,7 @@ private:
 };
 
 /// False when it failed or Ctrl-C ended it, which is told.
-bool RunUpdate(LogUpdater& updater, UpdateView& view, Context& context)
+bool RunUpdate(SYC::LogUpdater& updater, UpdateView& view, Context& context)
 {
     const InterruptNote note;
     updater.Attach(view);
@@ -64,8 +64,8 @@ bool RunUpdate(LogUpdater& updater, UpdateView& view, Context& context)
     if (InterruptNote::WasInterrupted()) {
         context.exitCode = ExitCode::Failure;
         context.output.Error("Cancelled; the next update goes on from what was there before.");
-    } else if (!view.failure.empty()) {
-        context.exitCode = ExitCode::Offline;
+    } else if (updater.GetFailure()) {
+        context.exitCode = ExitCodeOf(updater.GetFailure());
         context.output.Error(view.failure);
     }
     return context.exitCode == ExitCode::Success;
@@ -133,27 +133,27 @@ std::string CsvText(const OV::UniString& text)
     return quoted + '"';
 }
 
-void PrintCsv(const LogTable& table, int first, const Output& output)
+void PrintCsv(const SYC::LogTable& table, int first, const Output& output)
 {
     const auto print = [&](auto&& cell) {
         std::string line;
-        for (int column = 1; column <= LogTable::ColumnCount; ++column)
+        for (int column = 1; column <= SYC::LogTable::ColumnCount; ++column)
             line += (column > 1 ? "," : "") + CsvText(cell(column));
         output.PrintLine(line);
     };
-    print([](int column) { return LogTable::GetTitle(column); });
+    print([](int column) { return SYC::LogTable::GetTitle(column); });
     for (int row = first; row <= table.GetCount(); ++row)
         print([&](int column) { return table.GetText(row, column); });
 }
 
-void PrintTable(const LogTable& table, int first, const Output& output)
+void PrintTable(const SYC::LogTable& table, int first, const Output& output)
 {
     std::vector<std::vector<std::string>> rows(1);
-    for (int column = 1; column <= LogTable::ColumnCount; ++column)
-        rows[0].push_back(ForDisplay(LogTable::GetTitle(column)));
+    for (int column = 1; column <= SYC::LogTable::ColumnCount; ++column)
+        rows[0].push_back(ForDisplay(SYC::LogTable::GetTitle(column)));
     for (int row = first; row <= table.GetCount(); ++row) {
         auto& cells = rows.emplace_back();
-        for (int column = 1; column <= LogTable::ColumnCount; ++column)
+        for (int column = 1; column <= SYC::LogTable::ColumnCount; ++column)
             cells.push_back(ForDisplay(table.GetText(row, column)));
     }
     output.PrintTable(rows);
@@ -206,7 +206,7 @@ void Export(const ExportArguments& arguments, Context& context)
 }
 
 /// How many lines have each text, the most frequent first.
-Json Shares(const LogTable& table, OV::UniString (LogDataLine::*text)() const)
+Json Shares(const SYC::LogTable& table, OV::UniString (LogDataLine::*text)() const)
 {
     std::map<OV::UniString, std::uint64_t> counts;
     for (int row = 1; row <= table.GetCount(); ++row)

@@ -1,9 +1,9 @@
 #include "LogSelection.hpp"
 
 #include "BinCacheHandler/BinCacheHandler.hpp"
-#include "LogFilter.hpp"
+#include "Log/LogFilter.hpp"
+#include "LogIndex/TextParser.hpp"
 #include "OVRoot/LocalTime.hpp"
-#include "TextParser.hpp"
 
 #include <CLI/CLI.hpp>
 
@@ -59,14 +59,14 @@ void LogSelection::AddOptions(CLI::App& command)
     command.add_option("--min-size", smallestSize, "Only lines of so many bytes or more")
         ->option_text("BYTES");
     command.add_option("--sort", sortColumn, "What the lines are sorted by")
-        ->transform(
-            CLI::CheckedTransformer(std::map<std::string, int>{{"time", LogTable::Timestamp},
-                                                               {"user", LogTable::User},
-                                                               {"action", LogTable::Action},
-                                                               {"comment", LogTable::Comment},
-                                                               {"size", LogTable::Size},
-                                                               {"duration", LogTable::Duration}})
-                .description(""))
+        ->transform(CLI::CheckedTransformer(
+                        std::map<std::string, int>{{"time", SYC::LogTable::Timestamp},
+                                                   {"user", SYC::LogTable::User},
+                                                   {"action", SYC::LogTable::Action},
+                                                   {"comment", SYC::LogTable::Comment},
+                                                   {"size", SYC::LogTable::Size},
+                                                   {"duration", SYC::LogTable::Duration}})
+                        .description(""))
         ->option_text("time|user|action|comment|size|duration");
     command.add_flag("--descending", isDescending, "The last first");
 }
@@ -79,9 +79,9 @@ OV::UniString LogSelection::CacheName() const
     return source.GetCacheName();
 }
 
-std::shared_ptr<const LogTable> LogSelection::Read(Context& context) const
+std::shared_ptr<const SYC::LogTable> LogSelection::Read(Context& context) const
 {
-    LogFilter filter;
+    SYC::LogFilter filter;
     if (!from.empty())
         filter.from = ReadDay(from, OV::StartOfDay);
     if (!to.empty())
@@ -110,5 +110,5 @@ std::shared_ptr<const LogTable> LogSelection::Read(Context& context) const
             return nullptr;
         }
     }
-    return LogTable(lines, filter.Select(*lines)).Sorted(sortColumn, !isDescending);
+    return SYC::LogTable(lines, filter.Select(*lines)).Sorted(sortColumn, !isDescending);
 }

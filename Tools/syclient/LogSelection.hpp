@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Commands.hpp"
-#include "LogTable.hpp"
+#include "Log/LogTable.hpp"
 
 #include <optional>
 
@@ -15,14 +15,14 @@ struct LogSelection {
     std::string user;
     std::string action;
     std::uint32_t smallestSize = 0;
-    int sortColumn = LogTable::Timestamp;
+    int sortColumn = SYC::LogTable::Timestamp;
     bool isDescending = false;
 
     void AddServerOptions(CLI::App& command);
     void AddOptions(CLI::App& command);
     /// Nothing, with a message and an exit code, when there is no such cache or project. Throws
     /// OV::IllegalArgumentException for a day that is none.
-    [[nodiscard]] std::shared_ptr<const LogTable> Read(Context& context) const;
+    [[nodiscard]] std::shared_ptr<const SYC::LogTable> Read(Context& context) const;
     /// The name under which the server's logs are cached.
     [[nodiscard]] OV::UniString CacheName() const;
 };

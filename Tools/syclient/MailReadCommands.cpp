@@ -48,13 +48,16 @@ void Read(ProjectHost& host, Context& context, const std::string& id, bool keepU
     if (!mail)
         return;
     PrintMail(*mail, context.output);
-    if (keepUnread || mail->IsRead())
+    if (keepUnread || (mail->IsRead() && !mail->IsModify()))
         return;
     host.Mails().SetMailReadMessage(*mail);
     CloseAnsweredRequest(host, *mail);
-    if (isOnline && !host.Mails().SynchronizeLogOut())
+    if (isOnline && !host.Mails().SynchronizeLogOut()) {
+        context.exitCode = ExitCode::Offline;
         context.output.Error("The server could not be told that the mail was read; it will be with "
                              "the next mail that is read.");
+    }
+    host.KeepMails("That the mail was read could not be kept on this machine.");
 }
 
 /// Waits for one deletion.
@@ -84,7 +87,7 @@ void Delete(ProjectHost& host, Context& context, const std::vector<std::string>&
     }
     DeleteResult deletion(&host.Executor());
     host.Mails().DeleteMails(chosen, &deletion);
-    (void)ProjectHost::WaitUntil([&] { return deletion.result.has_value(); });
+    (void)ProjectHost::WaitUntil([&] { return deletion.result || !host.Mails().IsChanging(); });
     const bool isDone = deletion.result == SYC::MailResult::Succeeded;
     if (!isDone)
         context.exitCode = ExitCode::Failure;
@@ -93,7 +96,11 @@ void Delete(ProjectHost& host, Context& context, const std::vector<std::string>&
     else if (isDone)
         context.output.PrintLine("Deleted " + std::to_string(chosen.size()) + " mail(s).");
     else
-        context.output.Error("Nothing was deleted; the line above says why.");
+        context.output.Error(deletion.result ? "Nothing was deleted; the line above says why."
+                                             : "Whether they are deleted is not known; \"syclient "
+                                               "mail list\" tells.");
+    if (isDone)
+        host.KeepMails("The file of mails still has what was deleted; it goes with the next list.");
 }
 
 void ShowOutbox(ProjectHost& host, Context& context, const std::vector<std::string>& drop,
@@ -107,10 +114,10 @@ void ShowOutbox(ProjectHost& host, Context& context, const std::vector<std::stri
         host.Mails().DeleteOutboxMails(ids);
     if (flush && host.GoOnline()) {
         host.Mails().FlushOutbox();
-        // The end of it is told to who sent the mails, and to nobody else.
-        constexpr std::uint32_t look = 20;
-        while (host.IsOnline() && host.Mails().IsSending())
-            (void)ProjectHost::WaitUntil([] { return false; }, look);
+        // As long as it takes: each mail has a time limit of its own.
+        while (
+            !ProjectHost::WaitUntil([&] { return !host.IsOnline() || !host.Mails().IsSending(); }))
+            ;
     }
     const auto waiting = host.Mails().GetOutboxMails();
     PrintMails(waiting, "outbox", "The outbox is empty.", context.output);
@@ -166,7 +173,7 @@ void Watch(ProjectHost& host, Context& context, std::size_t count, double second
     host.Mails().Attach(watcher);
     context.output.Progress("Waiting for mail; Ctrl-C ends it.");
     const auto isEnough = [&] { return stopAsked || (count != 0 && watcher.seen >= count); };
-    constexpr std::uint32_t step = 100;  // a signal wakes nobody
+    constexpr std::uint32_t step = 100;
     const auto steps = seconds * 1000 / step;
     for (double waited = 0; !isEnough() && (seconds == 0 || waited < steps); ++waited)
         (void)ProjectHost::WaitUntil(isEnough, step);

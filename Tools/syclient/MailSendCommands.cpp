@@ -118,6 +118,13 @@ bool AreMembers(ProjectHost& host, Context& context, const OV::Array<OV::UniStri
     return false;
 }
 
+bool IsInOutbox(ProjectHost& host, const OV::UniString& id)
+{
+    const auto waiting = host.Mails().GetOutboxMails();
+    return std::any_of(waiting.begin(), waiting.end(),
+                       [&](const auto& mail) { return mail->GetId() == id; });
+}
+
 bool Send(ProjectHost& host, Context& context, const OV::Array<OV::UniString>& logins,
           ClientMail& mail)
 {
@@ -131,7 +138,11 @@ bool Send(ProjectHost& host, Context& context, const OV::Array<OV::UniString>& l
     host.Mails().SendMail(logins, mail, &sending);
     context.output.Progress("The mail is safe in the outbox.");
     if (isOnline)
-        (void)ProjectHost::WaitUntil([&] { return sending.result || !host.IsOnline(); });
+        (void)ProjectHost::WaitUntil(
+            [&] { return sending.result || !host.IsOnline() || !host.Mails().IsSending(); });
+    // One whose delivery could not be told has left the outbox all the same.
+    if (!sending.result && !IsInOutbox(host, mail.GetId()))
+        sending.result = SYC::MailResult::Succeeded;
     ReportSending(mail, sending.result, context);
     return sending.result == SYC::MailResult::Succeeded;
 }
@@ -192,6 +203,7 @@ void SendAnswer(ProjectHost& host, Context& context, const Letter& letter, const
         host.Mails().SetMailHistoricalMessage(*original);
     if (isSent)
         (void)host.Mails().SynchronizeLogOut();
+    host.KeepMails("That the mail was read could not be kept on this machine.");
 }
 
 void AddAnswer(CLI::App& mail, Context& context, const std::string& name,

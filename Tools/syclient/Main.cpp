@@ -2,8 +2,8 @@
 
 #include "AdminCommands.hpp"
 #include "OVRoot/Exception.hpp"
+#include "OVRoot/ExceptionText.hpp"
 #include "OVRoot/Logger.hpp"
-#include "OVRoot/MessageWithCauses.hpp"
 #include "RegisteredProjects.hpp"
 #include "TerminalWait.hpp"
 

@@ -1,7 +1,7 @@
 #include "Display/ImageCoding.hpp"
 #include "IO/File.hpp"
 #include "IO/Folder.hpp"
-#include "OVRoot/MessageWithCauses.hpp"
+#include "OVRoot/ExceptionText.hpp"
 #include "OVRoot/PercentCoding.hpp"
 #include "PresenceManager/PresenceManager.hpp"
 #include "ProjectHost.hpp"

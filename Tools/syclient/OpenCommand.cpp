@@ -1,5 +1,6 @@
 #include "Commands.hpp"
 
+#include "CacheView.hpp"
 #include "CheckReport.hpp"
 #include "ClientProjectConnectionManager.hpp"
 #include "OVRoot/Clock.hpp"
@@ -41,6 +42,10 @@ void RunOpen(const OpenArguments& arguments, Context& context)
                             DescribeLogin(report.connection) + " ...");
     report.result =
         connection->Check(true, arguments.newSession, arguments.forceOnline, arguments.takeOver);
+    // An unreadable cache is no reason to look at the server.
+    if (report.result == SYC::CheckResult::Offline && connection->GetFailure() &&
+        ExitCodeOf(connection->GetFailure()) == ExitCode::Failure)
+        std::rethrow_exception(connection->GetFailure());
     report.projectId = connection->GetProjectId();
     report.serverLocation = connection->GetServerLocation();
     report.sessionId = connection->GetSessionId();
@@ -49,6 +54,8 @@ void RunOpen(const OpenArguments& arguments, Context& context)
         report.cache->SetLastOpenProjectTime(OV::Clock::Current().Now());
     report.Print(context.output);
     context.exitCode = ExitCodeOf(report.result);
+    if (report.result == SYC::CheckResult::Passed)
+        ReportUnwritten(*report.cache, context);
 }
 
 }  // namespace
@@ -69,8 +76,9 @@ void AddOpenCommand(CLI::App& app, Context& context)
     command->add_flag("--force-online", arguments->forceOnline,
                       "Check even while the project is known to be offline");
     command->footer(
-        "Exit codes: 0 passed, 11 offline, 12 access denied, 13 session in use on another "
-        "computer,\n15 another project or session than expected, 16 no such project or "
-        "replaced, 17 state of the\nproject forbids it, 18 incompatible version.");
+        "Exit codes: 0 passed, 1 the cache cannot be read or written, 11 offline, 12 access "
+        "denied, 13 session\nin use on another computer, 15 another project or session than "
+        "expected, 16 no such project or\nreplaced, 17 state of the project forbids it, 18 "
+        "incompatible version.");
     command->callback([arguments, &context] { RunOpen(*arguments, context); });
 }

@@ -1,6 +1,7 @@
 #include "ProjectHost.hpp"
 
 #include "OVRoot/Exception.hpp"
+#include "OVRoot/ExceptionText.hpp"
 #include "SYClientBase/MessageLoop.hpp"
 #include "SyncraURL.hpp"
 
@@ -54,7 +55,15 @@ ProjectHost::~ProjectHost()
 
 bool ProjectHost::WaitUntil(const std::function<bool()>& done, std::uint32_t milliseconds)
 {
-    return SYCB::MessageLoop::RunUntil(done, milliseconds);
+    // The presence changes on another thread, which posts nothing; an answer may be lost.
+    constexpr std::uint32_t look = 20;
+    std::uint32_t waited = 0;
+    while (!SYCB::MessageLoop::RunUntil(done, look))
+        if ((waited += look) >= milliseconds)
+            return false;
+    // What was posted before `done` came to hold.
+    SYCB::MessageLoop::RunPending();
+    return true;
 }
 
 bool ProjectHost::IsOnline()
@@ -72,10 +81,8 @@ bool ProjectHost::GoOnline()
     context_.output.Progress("Connecting as " + DescribeLogin(info_) + " ...");
     manager_.StartSignals(cache_->GetProjectId());
     auto& presence = manager_.GetSignalClient().GetPresenceService();
-    // The presence changes on another thread, which posts nothing: look again now and then.
-    for (std::uint32_t waited = 0; waited < ConnectMilliseconds; waited += 20)
-        if (WaitUntil([&] { return presence.GetState() != SYCB::PresenceState::Unknown; }, 20))
-            break;
+    (void)WaitUntil([&] { return presence.GetState() != SYCB::PresenceState::Unknown; },
+                    ConnectMilliseconds);
     if (presence.IsOnline())
         return true;
     context_.exitCode = ExitCode::Offline;
@@ -89,8 +96,9 @@ bool ProjectHost::Report(const Outcome& outcome, const std::string& what)
     if (outcome && outcome->empty())
         return true;
     context_.exitCode = ExitCode::Offline;
-    context_.output.Error(what +
-                          (outcome ? ": " + ForDisplay(*outcome) : ": the server takes too long."));
+    context_.output.Error(what + (outcome
+                                      ? ": " + ForDisplay(*outcome)
+                                      : ": the server takes too long, or its answer was lost."));
     return false;
 }
 
@@ -99,7 +107,7 @@ bool ProjectHost::RefreshMembers()
     context_.output.Progress("Asking for the members ...");
     membersOutcome_.reset();
     members_.Init();
-    (void)WaitUntil([this] { return membersOutcome_.has_value(); });
+    (void)WaitUntil([this] { return membersOutcome_ || !members_.IsRefreshing(); });
     return Report(membersOutcome_, "The members cannot be had");
 }
 
@@ -114,8 +122,20 @@ bool ProjectHost::RefreshMails()
 {
     context_.output.Progress("Fetching mails ...");
     OpenMails();
-    (void)WaitUntil([this] { return mailsOutcome_.has_value(); });
+    (void)WaitUntil([this] { return mailsOutcome_ || !mails_->IsRefreshing(); });
     return Report(mailsOutcome_, "New mails cannot be fetched");
+}
+
+void ProjectHost::KeepMails(const std::string& otherwise)
+{
+    if (!mails_->HasUnwrittenMails())
+        return;
+    try {
+        mails_->WriteToDisc();
+    } catch (const OV::Exception& error) {
+        context_.exitCode = ExitCode::Failure;
+        context_.output.Error(otherwise + " " + ForDisplay(OV::MessageWithCauses(error)));
+    }
 }
 
 void ProjectHost::_ProjectMembersChanged(SYC::ProjectMembers&)

@@ -28,7 +28,12 @@ public:
     /// Opens the mail box without waiting for the server.
     void OpenMails();
 
-    /// Runs the message loop until `done` holds; false when it took longer.
+    /// Writes what the mail list has and its file has not; `otherwise` and the reason are told,
+    /// with exit code 1, when the disk does not take it.
+    void KeepMails(const std::string& otherwise);
+
+    /// Runs the message loop until `done` holds, looking at it now and then; false when it took
+    /// longer.
     static bool WaitUntil(const std::function<bool()>& done,
                           std::uint32_t milliseconds = PatienceMilliseconds);
     static constexpr std::uint32_t PatienceMilliseconds = 120'000;

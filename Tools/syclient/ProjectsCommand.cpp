@@ -1,7 +1,7 @@
 #include "Commands.hpp"
 
 #include "CacheView.hpp"
-#include "ManagementTool/FileErrors.hpp"
+#include "Files/FileErrors.hpp"
 #include "Messaging/MailFile.hpp"
 #include "OVRoot/Exception.hpp"
 #include "OVRoot/Terminal.hpp"

@@ -1,5 +1,6 @@
 #include "TerminalWait.hpp"
 
+#include "Files/ResourceNumbers.hpp"
 #include "InterruptNote.hpp"
 #include "OVRoot/Terminal.hpp"
 
@@ -12,7 +13,6 @@ using ManagementCore::AsyncTaskExecuting;
 
 constexpr std::uint32_t LookMilliseconds = 50;
 constexpr std::uint32_t SwitchMilliseconds = 3000;
-constexpr int TextList = 32100;
 constexpr int Communicating = 37;
 constexpr int PleaseWait = 38;
 
@@ -56,7 +56,7 @@ bool TerminalWait::ExecuteTask(const OV::Ref<Task>& task, OV::Executor* executor
         }
         if (waited < next)
             continue;
-        output_.Progress(ForDisplay(OV::GetStringListItem(TextList, text)));
+        output_.Progress(ForDisplay(OV::GetStringListItem(SYC::TextLists::TaskProgress, text)));
         text = text == Communicating ? PleaseWait : Communicating;
         next = waited + SwitchMilliseconds;
     }

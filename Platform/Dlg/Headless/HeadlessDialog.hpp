@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Dlg/Toolkit.hpp"
+#include "OVRoot/Export.hpp"
 
 #include <exception>
 #include <functional>
@@ -15,7 +16,7 @@ class HeadlessToolkit;
 /// a user could not do (press a disabled button, choose a separator, use an item that is not there)
 /// throws OV::IllegalArgumentException or OV::IllegalReferenceException, and leaves the dialog's
 /// Invoke.
-class HeadlessDialog final : public DialogWindow {
+class SYC_API HeadlessDialog final : public DialogWindow {
 public:
     HeadlessDialog(HeadlessToolkit& toolkit, const DialogDescription& description,
                    WindowEvents& events);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Dlg/Headless/HeadlessDialog.hpp"
+#include "OVRoot/Export.hpp"
 #include "OVRoot/Lock.hpp"
 #include "OVRoot/Resources.hpp"
 
@@ -11,7 +12,7 @@ namespace Dlg {
 /// Dialogs and alerts without windows, for tests and for hosts without a desktop. Installs itself
 /// for the process while it lives. Dialogs run on the queue of SYCB::MessageLoop, and every one
 /// needs a script; what is shown is recorded, passwords excepted.
-class HeadlessToolkit final : public Toolkit, public OV::AlertPresenter {
+class SYC_API HeadlessToolkit final : public Toolkit, public OV::AlertPresenter {
 public:
     using Script = std::function<void(HeadlessDialog&)>;
 

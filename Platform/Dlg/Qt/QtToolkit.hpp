@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Dlg/Toolkit.hpp"
+#include "OVRoot/Export.hpp"
 #include "OVRoot/Resources.hpp"
 
 namespace Dlg {
@@ -8,7 +9,7 @@ namespace Dlg {
 /// Dialogs and alerts as Qt windows. Installs itself for the process while it lives, and makes Qt's
 /// event loop the message loop of SYCB::MessageLoop. The host's QApplication outlives it. Made and
 /// destroyed on the main thread.
-class QtToolkit final : public Toolkit, public OV::AlertPresenter {
+class SYC_QT_API QtToolkit final : public Toolkit, public OV::AlertPresenter {
 public:
     QtToolkit();
     ~QtToolkit() override;

@@ -115,7 +115,7 @@ bool SignalListener::TryOnce()
             throw;
         return true;  // the user chose to work offline
     } catch (const Communication::ResponseContentException& refusal) {
-        NoteLoss(refusal.what());
+        NoteLoss(refusal.what(), OV::LogLevel::Info);
         if (Syncra::Protocol::RefusesUser(refusal.GetErrorCode())) {
             OV::Logger::Warning(LogCategory,
                                 u"SYCB::PKSignalClient: the server refuses the user (code %); "
@@ -123,11 +123,14 @@ bool SignalListener::TryOnce()
                                 {refusal.GetErrorCode()});
             return false;
         }
+    } catch (const Communication::CommunicationException& failure) {
+        NoteLoss(failure.what(), OV::LogLevel::Info);
     } catch (const std::exception& failure) {
-        NoteLoss(failure.what());
+        // Nobody looks for this at the server, and it does not go by itself.
+        NoteLoss(failure.what(), OV::LogLevel::Warning);
     } catch (...) {
         // The connector is the host's and may throw anything.
-        NoteLoss("something unknown was thrown");
+        NoteLoss("something unknown was thrown", OV::LogLevel::Warning);
     }
     state_.Pause(backoff_.NextMilliseconds());
     return true;
@@ -193,16 +196,17 @@ void SignalListener::SetOnline()
     presence_.SetState(PresenceState::Online);
 }
 
-void SignalListener::NoteLoss(const char* reason)
+void SignalListener::NoteLoss(const char* reason, OV::LogLevel level)
 {
     if (OV::Thread::IsInterrupted())
         throw OV::InterruptedException();
     // The loop goes on although there may be no memory for the line, or for telling.
-    OV::Detail::RunLogged(LogCategory, [this] { presence_.SetState(PresenceState::Offline); });
     if (!std::exchange(lossWasLogged_, true))
-        OV::Detail::RunLogged(LogCategory, [reason] {
-            OV::Logger::Info(LogCategory, u"SYCB::PKSignalClient: offline: %", {reason});
+        OV::Detail::RunLogged(LogCategory, [&] {
+            OV::Logger::Write(level, LogCategory,
+                              OV::FormatText(u"SYCB::PKSignalClient: offline: %", {reason}));
         });
+    OV::Detail::RunLogged(LogCategory, [this] { presence_.SetState(PresenceState::Offline); });
 }
 
 }  // namespace SYCB::Detail

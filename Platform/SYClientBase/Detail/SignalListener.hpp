@@ -2,6 +2,7 @@
 
 #include "OVRoot/EventSource.hpp"
 #include "OVRoot/Lock.hpp"
+#include "OVRoot/Logger.hpp"
 #include "SYClientBase/Backoff.hpp"
 #include "SYClientBase/PKSignalClient.hpp"
 
@@ -61,7 +62,7 @@ private:
     void Deliver(const Syncra::Protocol::Signal& signal);
     void DeliverEveryKind();
     void SetOnline();
-    void NoteLoss(const char* reason);
+    void NoteLoss(const char* reason, OV::LogLevel level);
 
     SignalState& state_;
     PresenceService& presence_;

@@ -1,0 +1,151 @@
+#include "SyncraClient/Detail/JsonRequests.hpp"
+
+#include "OVRoot/Format.hpp"
+#include "OVRoot/PercentCoding.hpp"
+#include "SyncraProtocol/Detail/ModelRecords.hpp"
+#include "SyncraProtocol/ErrorCode.hpp"
+
+#include <algorithm>
+#include <limits>
+
+namespace Syncra::Client::Detail {
+
+using Communication::HttpRequest;
+using Communication::HttpResponse;
+
+namespace {
+
+constexpr std::size_t MaximumTokenLength = 4096;
+/// A server's message is shown to people; what is longer helps nobody.
+constexpr std::size_t MaximumMessageLength = 1000;
+
+OV::String SignInBody(const SignInData& data)
+{
+    // Room for every character in its longest form, so that no copy is left behind.
+    constexpr std::size_t longestForm = 7;
+    constexpr std::size_t around = 100;
+    const auto units = data.userName.size() + data.password.size();
+    return Protocol::WriteJson(Protocol::SignInRequest{data.userName, data.password},
+                               units * longestForm + around);
+}
+
+/// The token is put into a header line, so a server must not be able to begin another one with it.
+bool IsToken(const OV::String& text)
+{
+    return !text.empty() && text.size() <= MaximumTokenLength &&
+           std::all_of(text.begin(), text.end(), [](char c) { return c > ' ' && c < 0x7F; });
+}
+
+bool Is(const Communication::ResponseContentException& refusal, Protocol::ErrorCode code)
+{
+    return refusal.GetErrorCode() == static_cast<std::int32_t>(code);
+}
+
+[[noreturn]] void ThrowIncompatible(const Communication::ServerAddress& address)
+{
+    throw ServerVersionException(
+        OV::FormatText(u"Server %:% speaks another version of the protocol than this client (%). "
+                       u"Bring both to the same version.",
+                       {address.host, address.port, Protocol::ProtocolVersion}));
+}
+
+}  // namespace
+
+PathPart::PathPart(OV::UniStringView text)
+    : text_(OV::PercentEncode(OV::ToUtf8(OV::EscapeForCarrier(text))))
+{}
+
+OV::String MakePath(OV::StringView pattern, std::initializer_list<PathPart> parts)
+{
+    OV::String path;
+    for (const PathPart& part : parts) {
+        const auto place = pattern.find("{}");
+        path.append(pattern.substr(0, place)).append(part.Get());
+        pattern.remove_prefix(place + 2);
+    }
+    return path.append(pattern);
+}
+
+JsonRequests::JsonRequests(const SignInData& data, const Communication::HttpOptions& options,
+                           OV::String root)
+    : http_(Communication::ServerAddress::FromServerName(data.serverName, data.port), options),
+      requestTimeout_(options.requestTimeoutMilliseconds), root_(std::move(root)),
+      signInBody_(SignInBody(data)), withoutVersionCheck_(data.withoutVersionCheck)
+{
+    SignIn();
+}
+
+void JsonRequests::SignIn()
+{
+    HttpRequest request;
+    request.method = Communication::HttpMethod::Post;
+    request.target = "/syncra/v1/sign-in";
+    request.body = signInBody_;
+    const OV::SecureWipeGuard<char> wipe(request.body);
+    const HttpResponse response = http_.Perform(request);
+    try {
+        ThrowIfRefused(request, response);
+    } catch (const Communication::ResponseContentException& refusal) {
+        if (Is(refusal, Protocol::ErrorCode::IncompatibleVersion))
+            ThrowIncompatible(http_.GetAddress());
+        throw;
+    }
+    // First, since the rest of the record may look different in another version.
+    if (const auto spoken = Read<Protocol::SpokenProtocol>(request, response).value;
+        !withoutVersionCheck_ && spoken != Protocol::ProtocolVersion)
+        ThrowIncompatible(http_.GetAddress());
+    auto token = Read<Protocol::SignInAnswer>(request, response).token;
+    if (!IsToken(token))
+        ThrowMalformed(
+            request, response,
+            Protocol::MalformedRecordException(OV::StringView("the token is not usable")));
+    token_ = std::move(token);
+}
+
+HttpResponse JsonRequests::Send(HttpRequest& request, std::uint32_t wait)
+{
+    const OV::SecureWipeGuard<char> wipe(request.body);
+    // The server may hold the request for as long as it was asked to, and then needs its time.
+    constexpr std::uint64_t longest = std::numeric_limits<std::int32_t>::max();
+    request.timeoutMilliseconds =
+        static_cast<std::uint32_t>(std::min(std::uint64_t{wait} + requestTimeout_, longest));
+    request.token = token_;
+    HttpResponse response = http_.Perform(request);
+    answerBytes_ = response.body.size();
+    try {
+        ThrowIfRefused(request, response);
+        return response;
+    } catch (const Communication::ResponseContentException& refusal) {
+        if (!Is(refusal, Protocol::ErrorCode::TokenExpired))
+            throw;
+    }
+    SignIn();
+    request.token = token_;
+    response = http_.Perform(request);
+    answerBytes_ = response.body.size();
+    ThrowIfRefused(request, response);
+    return response;
+}
+
+void JsonRequests::ThrowIfRefused(const HttpRequest& request, const HttpResponse& response) const
+{
+    if (response.status >= 200 && response.status < 300)
+        return;
+    const auto refusal = Read<Protocol::RefusalBody>(request, response);
+    throw Communication::ResponseContentException(refusal.code,
+                                                  refusal.message.substr(0, MaximumMessageLength));
+}
+
+void JsonRequests::ThrowMalformed(const HttpRequest& request, const HttpResponse& response,
+                                  const OV::Exception& reason) const
+{
+    const Communication::ServerAddress& address = http_.GetAddress();
+    const OV::String path = request.target.substr(0, request.target.find('?'));
+    throw Communication::MalformedResponseException(
+        OV::FormatText(u"Server %:% answered % with HTTP status % and something that is no answer "
+                       u"of the protocol: "
+                       u"%. Check that the port is the model service's.",
+                       {address.host, address.port, path, response.status, reason.GetMessage()}));
+}
+
+}  // namespace Syncra::Client::Detail

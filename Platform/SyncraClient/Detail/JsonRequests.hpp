@@ -1,0 +1,120 @@
+#pragma once
+
+#include "OVRoot/SecureWipe.hpp"
+#include "SYCommunication/HttpClient.hpp"
+#include "SyncraClient/SyncraClient.hpp"
+#include "SyncraProtocol/Detail/JsonText.hpp"
+
+#include <concepts>
+#include <initializer_list>
+
+namespace Syncra::Client::Detail {
+
+/// What stands in a path or a query.
+class PathPart {
+public:
+    PathPart(OV::UniStringView text);
+    PathPart(const OV::UniString& text) : PathPart(OV::UniStringView(text)) {}
+    template <std::integral Number>
+    PathPart(Number number) : text_(std::to_string(number))
+    {}
+    [[nodiscard]] const OV::String& Get() const noexcept { return text_; }
+
+private:
+    OV::String text_;
+};
+
+/// `pattern` with a part for each "{}", coded as a URL asks for it.
+[[nodiscard]] OV::String MakePath(OV::StringView pattern, std::initializer_list<PathPart> parts);
+
+/// Requests of one signed-in user to one service, whose bodies are records both ways: carries the
+/// token, renews it once when the server no longer knows it, turns refusals into
+/// ResponseContentException and answers into records. An answer that is not the record asked for
+/// throws Communication::MalformedResponseException. Every call blocks for its answer; one thread
+/// at a time, except Cancel.
+class JsonRequests {
+public:
+    /// Signs in; throws as Connect does. Never signs out: that would cost every client a request,
+    /// and hold up whoever closes a project whose server is gone. An unused token dies on the
+    /// server. Paths begin behind `root`.
+    JsonRequests(const SignInData& data, const Communication::HttpOptions& options,
+                 OV::String root = "/syncra/v1");
+    JsonRequests(const JsonRequests&) = delete;
+    JsonRequests& operator=(const JsonRequests&) = delete;
+
+    template <class Answer>
+    [[nodiscard]] Answer Get(const OV::String& path)
+    {
+        return Ask<Answer>(Communication::HttpMethod::Get, path, {}, 0);
+    }
+    /// Of a request that the server may hold for so many milliseconds before it answers.
+    template <class Answer>
+    [[nodiscard]] Answer GetHeld(const OV::String& path, std::uint32_t wait)
+    {
+        return Ask<Answer>(Communication::HttpMethod::Get, path, {}, wait);
+    }
+    template <class Answer = Protocol::Empty, class Body>
+    Answer Post(const OV::String& path, const Body& body)
+    {
+        return Ask<Answer>(Communication::HttpMethod::Post, path, Protocol::WriteJson(body), 0);
+    }
+    template <class Answer = Protocol::Empty, class Body>
+    Answer Put(const OV::String& path, const Body& body)
+    {
+        return Ask<Answer>(Communication::HttpMethod::Put, path, Protocol::WriteJson(body), 0);
+    }
+    void Delete(const OV::String& path)
+    {
+        (void)Ask<Protocol::Empty>(Communication::HttpMethod::Delete, path, {}, 0);
+    }
+
+    /// The size of the last answer, for who adds answers up.
+    [[nodiscard]] std::size_t GetAnswerBytes() const noexcept { return answerBytes_; }
+
+    /// Ends the request under way and every later one. Safe on any thread.
+    void Cancel() { http_.Cancel(); }
+
+private:
+    template <class Answer>
+    Answer Ask(Communication::HttpMethod method, const OV::String& path, OV::String body,
+               std::uint32_t wait)
+    {
+        Communication::HttpRequest request;
+        request.method = method;
+        request.target = root_ + path;
+        request.body = std::move(body);
+        const auto response = Send(request, wait);
+        return Read<Answer>(request, response);
+    }
+    template <class Answer>
+    Answer Read(const Communication::HttpRequest& request,
+                const Communication::HttpResponse& response) const
+    {
+        try {
+            return Protocol::ReadAnswer<Answer>(response.body);
+        } catch (const Protocol::MalformedRecordException& malformed) {
+            ThrowMalformed(request, response, malformed);
+        }
+    }
+
+    void SignIn();
+    /// Wipes the body: some carry a password.
+    Communication::HttpResponse Send(Communication::HttpRequest& request, std::uint32_t wait);
+    void ThrowIfRefused(const Communication::HttpRequest& request,
+                        const Communication::HttpResponse& response) const;
+    [[noreturn]] void ThrowMalformed(const Communication::HttpRequest& request,
+                                     const Communication::HttpResponse& response,
+                                     const OV::Exception& reason) const;
+
+    Communication::HttpClient http_;
+    std::uint32_t requestTimeout_;
+    OV::String root_;
+    /// The whole body of the sign-in, password included, kept to renew the token.
+    OV::String signInBody_;
+    OV::SecureWipeGuard<char> signInBodyWipe_{signInBody_};
+    OV::String token_;
+    std::size_t answerBytes_ = 0;
+    bool withoutVersionCheck_;
+};
+
+}  // namespace Syncra::Client::Detail

@@ -1,0 +1,32 @@
+#pragma once
+
+#include "SyncraProtocol/Detail/RecordReader.hpp"
+#include "SyncraProtocol/Detail/RecordWriter.hpp"
+
+/// Records as JSON texts, by the descriptions in ModelRecords.hpp and ManagementRecords.hpp.
+namespace Syncra::Protocol {
+
+/// What a server answered. Throws MalformedRecordException for whatever else it may have sent.
+template <class Record>
+[[nodiscard]] Record ReadAnswer(OV::StringView body)
+{
+    return RecordReader(body, RecordReader::Sender::Server).Read<Record>();
+}
+
+/// What a client asks: as ReadAnswer, without the fields that the server gives.
+template <class Record>
+[[nodiscard]] Record ReadRequest(OV::StringView body)
+{
+    return RecordReader(body, RecordReader::Sender::Client).Read<Record>();
+}
+
+/// One line of JSON.
+template <class Record>
+[[nodiscard]] OV::String WriteJson(const Record& record, std::size_t reservedBytes = 0)
+{
+    RecordWriter writer(reservedBytes);
+    writer.Value(record);
+    return writer.Take();
+}
+
+}  // namespace Syncra::Protocol

@@ -1,0 +1,49 @@
+#pragma once
+
+#include "OVRoot/UniString.hpp"
+
+namespace Syncra::Protocol {
+
+/// Writes a JSON text from its front to its back, without blanks. Whoever calls keeps to the form:
+/// every value of an object behind its key.
+class JsonWriter {
+public:
+    /// Room for a text of so many bytes: as long as it suffices, no copy of what was written stays
+    /// behind in memory.
+    explicit JsonWriter(std::size_t reservedBytes = 0) { text_.reserve(reservedBytes); }
+
+    void BeginObject() { Begin('{'); }
+    void EndObject() { End('}'); }
+    void BeginArray() { Begin('['); }
+    void EndArray() { End(']'); }
+    void Key(OV::StringView utf8);
+    void Key(OV::UniStringView text);
+
+    void Bool(bool value) { Raw(value ? "true" : "false"); }
+    void Integer(std::int64_t number);
+    void Unsigned(std::uint64_t number);
+    /// Text of the wire: UTF-8 with OV::EscapeForCarrier applied, so that any string of ours
+    /// survives.
+    void Text(OV::UniStringView text);
+    /// UTF-8 as it is; what is none becomes U+FFFD.
+    void PlainText(OV::StringView utf8);
+    /// Text in which nothing needs an escape.
+    void Quote(OV::StringView text);
+    /// A value that is JSON already.
+    void Raw(OV::StringView json);
+
+    [[nodiscard]] OV::String Take() { return std::move(text_); }
+
+private:
+    void Begin(char bracket);
+    void End(char bracket);
+    /// The comma that stands before anything but the first.
+    void Separate();
+    void Quoted(OV::UniStringView text);
+    void Quoted(OV::StringView utf8);
+
+    OV::String text_;
+    bool needsComma_ = false;
+};
+
+}  // namespace Syncra::Protocol

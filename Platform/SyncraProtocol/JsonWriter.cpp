@@ -1,0 +1,206 @@
+#include "SyncraProtocol/Detail/JsonWriter.hpp"
+
+#include "OVRoot/SecureWipe.hpp"
+
+#include <algorithm>
+#include <charconv>
+
+namespace Syncra::Protocol {
+
+namespace {
+
+constexpr bool IsPlain(char16_t unit)
+{
+    return unit >= 0x20 && unit < 0x7F && unit != u'"' && unit != u'\\';
+}
+
+void AppendEscaped(OV::String& out, char byte)
+{
+    static constexpr char digits[] = "0123456789abcdef";
+    switch (byte) {
+    case '"':
+    case '\\':
+        out += {'\\', byte};
+        return;
+    case '\b':
+        out += "\\b";
+        return;
+    case '\f':
+        out += "\\f";
+        return;
+    case '\n':
+        out += "\\n";
+        return;
+    case '\r':
+        out += "\\r";
+        return;
+    case '\t':
+        out += "\\t";
+        return;
+    default:
+        out += "\\u00";
+        out += {digits[byte >> 4 & 0xF], digits[byte & 0xF]};
+    }
+}
+
+constexpr bool NeedsEscape(unsigned char byte)
+{
+    return (byte < 0x20) | (byte == '"') | (byte == '\\');
+}
+
+/// Length of the front in which nothing needs an escape, which is nearly all of most texts. Blocks
+/// without a branch inside are what compilers turn into vector instructions.
+std::size_t PlainLength(OV::StringView utf8)
+{
+    constexpr std::size_t block = 16;
+    const auto needsEscape = [&](std::size_t i) {
+        return NeedsEscape(static_cast<unsigned char>(utf8[i]));
+    };
+    std::size_t length = 0;
+    for (; length + block <= utf8.size(); length += block) {
+        bool isAny = false;
+        for (std::size_t i = length; i < length + block; ++i)
+            isAny |= needsEscape(i);
+        if (isAny)
+            break;
+    }
+    while (length < utf8.size() && !needsEscape(length))
+        ++length;
+    return length;
+}
+
+/// The place from `from` on of a lone surrogate in UTF-8 that lets them through, or npos.
+std::size_t FindSurrogate(OV::StringView utf8, std::size_t from = 0)
+{
+    auto at = utf8.find('\xED', from);
+    while (at != utf8.npos && static_cast<unsigned char>(utf8[at + 1]) < 0xA0)
+        at = utf8.find('\xED', at + 1);
+    return at;
+}
+
+/// UTF-8 of the wire, whatever the bytes are.
+OV::String Repaired(OV::StringView bytes)
+{
+    auto utf8 = OV::ToUtf8(OV::FromUtf8(bytes));
+    for (auto at = FindSurrogate(utf8); at != utf8.npos; at = FindSurrogate(utf8, at))
+        utf8.replace(at, 3, "\xEF\xBF\xBD");
+    return utf8;
+}
+
+template <class Number>
+void AppendNumber(OV::String& out, Number number)
+{
+    char digits[24];
+    out.append(digits, std::to_chars(digits, digits + sizeof digits, number).ptr);
+}
+
+}  // namespace
+
+void JsonWriter::Separate()
+{
+    if (needsComma_)
+        text_ += ',';
+    needsComma_ = true;
+}
+
+void JsonWriter::Begin(char bracket)
+{
+    Separate();
+    text_ += bracket;
+    needsComma_ = false;
+}
+
+void JsonWriter::End(char bracket)
+{
+    text_ += bracket;
+    needsComma_ = true;
+}
+
+void JsonWriter::Key(OV::StringView utf8)
+{
+    PlainText(utf8);
+    text_ += ':';
+    needsComma_ = false;
+}
+
+void JsonWriter::Key(OV::UniStringView text)
+{
+    Text(text);
+    text_ += ':';
+    needsComma_ = false;
+}
+
+void JsonWriter::Integer(std::int64_t number)
+{
+    Separate();
+    AppendNumber(text_, number);
+}
+
+void JsonWriter::Unsigned(std::uint64_t number)
+{
+    Separate();
+    AppendNumber(text_, number);
+}
+
+void JsonWriter::Raw(OV::StringView json)
+{
+    Separate();
+    text_ += json;
+}
+
+void JsonWriter::Quote(OV::StringView text)
+{
+    Separate();
+    text_ += '"';
+    text_ += text;
+    text_ += '"';
+}
+
+void JsonWriter::Text(OV::UniStringView text)
+{
+    Separate();
+    Quoted(text);
+}
+
+void JsonWriter::PlainText(OV::StringView utf8)
+{
+    Separate();
+    if (OV::IsWellFormedUtf8(utf8) && FindSurrogate(utf8) == utf8.npos)
+        Quoted(utf8);
+    else
+        Quoted(OV::StringView(Repaired(utf8)));
+}
+
+void JsonWriter::Quoted(OV::UniStringView text)
+{
+    if (!std::all_of(text.begin(), text.end(), IsPlain)) {
+        // A password may be among such texts.
+        OV::UniString escaped = OV::EscapeForCarrier(text);
+        const OV::SecureWipeGuard<char16_t> wipeEscaped(escaped);
+        OV::String utf8 = OV::ToUtf8(escaped);
+        const OV::SecureWipeGuard<char> wipeUtf8(utf8);
+        return Quoted(OV::StringView(utf8));
+    }
+    text_ += '"';
+    const auto begin = text_.size();
+    text_.resize(begin + text.size());
+    std::transform(text.begin(), text.end(), text_.begin() + static_cast<std::ptrdiff_t>(begin),
+                   [](char16_t unit) { return static_cast<char>(unit); });
+    text_ += '"';
+}
+
+void JsonWriter::Quoted(OV::StringView utf8)
+{
+    text_ += '"';
+    for (;;) {
+        const auto plain = PlainLength(utf8);
+        text_ += utf8.substr(0, plain);
+        if (plain == utf8.size())
+            break;
+        AppendEscaped(text_, utf8[plain]);
+        utf8.remove_prefix(plain + 1);
+    }
+    text_ += '"';
+}
+
+}  // namespace Syncra::Protocol

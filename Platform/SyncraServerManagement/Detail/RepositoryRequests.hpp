@@ -1,0 +1,82 @@
+#pragma once
+
+#include "SyncraClient/Detail/JsonRequests.hpp"
+#include "SyncraProtocol/Detail/ManagementRecords.hpp"
+#include "SyncraServerManagement/Detail/SignInProperties.hpp"
+#include "SyncraServerManagement/UserRepositoryExceptions.hpp"
+
+#include <atomic>
+
+namespace Syncra::Server::Management::Detail {
+
+using Client::Detail::MakePath;
+using Protocol::Empty;
+
+/// Requests below the management service's root, with the exceptions of a repository.
+class RepositoryRequests {
+public:
+    explicit RepositoryRequests(const Client::SignInData& data)
+        : requests_(data, Communication::DefaultHttpOptions(), RootPath)
+    {}
+
+    template <class Answer>
+    [[nodiscard]] Answer Get(const OV::String& path)
+    {
+        return Translated([&](auto& requests) { return requests.template Get<Answer>(path); });
+    }
+    template <class Answer = Empty, class Body>
+    Answer Post(const OV::String& path, const Body& body)
+    {
+        return Translated(
+            [&](auto& requests) { return requests.template Post<Answer>(path, body); });
+    }
+    template <class Answer = Empty, class Body>
+    Answer Put(const OV::String& path, const Body& body)
+    {
+        return Translated(
+            [&](auto& requests) { return requests.template Put<Answer>(path, body); });
+    }
+    void Delete(const OV::String& path);
+
+    /// What `ask` returns, with the exceptions of the transport.
+    template <class Ask>
+    auto Plain(Ask&& ask)
+    {
+        try {
+            return ask(requests_);
+        } catch (const Communication::ResponseContentException&) {
+            throw;
+        } catch (const Communication::CommunicationException&) {
+            isUsable_ = false;
+            throw;
+        }
+    }
+
+    [[nodiscard]] bool IsUsable() const { return isUsable_; }
+    void Close()
+    {
+        isUsable_ = false;
+        requests_.Cancel();
+    }
+
+private:
+    template <class Ask>
+    auto Translated(Ask&& ask)
+    {
+        try {
+            return Plain(ask);
+        } catch (const OV::Exception&) {
+            RethrowAsRepositoryException();
+        }
+    }
+
+    Client::Detail::JsonRequests requests_;
+    std::atomic<bool> isUsable_ = true;
+};
+
+inline void RepositoryRequests::Delete(const OV::String& path)
+{
+    Translated([&](auto& requests) { requests.Delete(path); });
+}
+
+}  // namespace Syncra::Server::Management::Detail

@@ -1,0 +1,48 @@
+#pragma once
+
+#include "IO/Location.hpp"
+#include "OVRoot/Exception.hpp"
+#include "OVRoot/Export.hpp"
+
+namespace Syncra::Server::ManagementTool::Core {
+
+/// Something went wrong with one of the library's own files. The message holds the reason, which
+/// names the file, and where it is known what to do; the cause is the exception of the layer below.
+class SYC_API FileError : public OV::Exception {
+public:
+    [[nodiscard]] const IO::Location& GetLocation() const noexcept { return location_; }
+
+protected:
+    FileError(OV::StringView operation, const IO::Location& file, const OV::Exception& cause,
+              OV::SourcePlace source, OV::UniStringView remedy = {});
+
+private:
+    IO::Location location_;
+};
+
+/// The file cannot be opened, for reading or for writing. (The spelling is the family's.)
+class SYC_API FileOpenningError : public FileError {
+public:
+    FileOpenningError(const IO::Location& file, const OV::Exception& cause,
+                      OV::SourcePlace source = OV::SourcePlace::Here());
+    OV_EXCEPTION_IDENTITY(FileOpenningError)
+};
+
+/// The file was opened, and does not hold the values that it should.
+class SYC_API ErrorReadingFile : public FileError {
+public:
+    ErrorReadingFile(const IO::Location& file, const OV::Exception& cause,
+                     OV::UniStringView remedy = {},
+                     OV::SourcePlace source = OV::SourcePlace::Here());
+    OV_EXCEPTION_IDENTITY(ErrorReadingFile)
+};
+
+/// The file could be opened for writing, and writing it failed. The former content stands.
+class SYC_API ErrorWritingFile : public FileError {
+public:
+    ErrorWritingFile(const IO::Location& file, const OV::Exception& cause,
+                     OV::SourcePlace source = OV::SourcePlace::Here());
+    OV_EXCEPTION_IDENTITY(ErrorWritingFile)
+};
+
+}  // namespace Syncra::Server::ManagementTool::Core

@@ -1,0 +1,19 @@
+#pragma once
+
+/// Numbers of the library's resources that more than one place asks for, as they stand in Resources/.
+namespace SYC::TextLists {
+
+inline constexpr int ProjectWords = 31022;
+inline constexpr int CloseProject = 31033;
+inline constexpr int DiscardWarning = 31034;
+inline constexpr int TaskProgress = 32100;
+inline constexpr int ObjectWords = 32102;
+inline constexpr int ActivityLog = 32160;
+
+}  // namespace SYC::TextLists
+
+namespace SYC::Alerts {
+
+inline constexpr int DiscardChanges = 32040;
+
+}  // namespace SYC::Alerts
