@@ -146,6 +146,7 @@ set(headers
   Platform/OVRoot/Exception.hpp
   Platform/OVRoot/ExceptionText.hpp
   Platform/OVRoot/Executor.hpp
+  Platform/OVRoot/Export.hpp
   Platform/OVRoot/Format.hpp
   Platform/OVRoot/Guid.hpp
   Platform/OVRoot/HeldLocks.hpp

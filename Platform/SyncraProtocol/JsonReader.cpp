@@ -1,15 +1,12 @@
-// What this file defines beside our own class stays in the library.
-#pragma GCC visibility push(default)
 #include "SyncraProtocol/Detail/JsonReader.hpp"
-#pragma GCC visibility pop
 
 #include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <vector>
 
-// The parser stands here under a name of our own, so that a host that links the library statically
-// may have another version of it.
+// The parser stands here under a name of our own, and nothing of it leaves the library, so that a
+// host may have another version of it however it links the library.
 #include <boost/config.hpp>
 #undef BOOST_SYMBOL_VISIBLE
 #define BOOST_SYMBOL_VISIBLE

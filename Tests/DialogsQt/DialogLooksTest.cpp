@@ -1,5 +1,4 @@
 #include "DialogsQt/QtUser.hpp"
-#include "Log/LogLineReader.hpp"
 #include "OVRoot/Clock.hpp"
 #include "Support/TemporaryFolder.hpp"
 #include "UserInterface/AuthenticationFailedDialog.hpp"
@@ -113,22 +112,25 @@ namespace {
 /// The last weeks of a project, a line every few seconds.
 OV::PagedArray<LogDataLine> LongLog(int count)
 {
-    constexpr const char* users[] = {"Anna Nov\u00e1k (anna.novak)", "Marco Rossi (marco.rossi)",
-                                     "Lena Fischer (lena.fischer)", "Omar Haddad (omar.haddad)"};
-    constexpr const char* actions[] = {"Send",   "GetChanges",  "Reserve",       "Release",
-                                       "Login",  "Logout",      "Comment",       "Share",
-                                       "GetAll", "Release All", "Project Backup"};
-    Syncra::Protocol::EventLogPage page{"", "#!", 0, 0};
+    constexpr OV::StringView users[] = {"Anna Nov\u00e1k", "Marco Rossi", "Lena Fischer",
+                                        "Omar Haddad"};
+    constexpr OV::StringView actions[] = {"Send",   "GetChanges",  "Reserve",       "Release",
+                                          "Login",  "Logout",      "Comment",       "Share",
+                                          "GetAll", "Release All", "Project Backup"};
+    OV::PagedArray<LogDataLine> lines;
     const std::int32_t now = OV::Clock::Current().Now();
-    for (int line = 0; line < count; ++line)
-        page.text += std::to_string(now - count + line) + "#!" + users[line * 7 % 4] + "#!" +
-                     actions[line * 5 % 11] + "#!" + std::to_string(line * 977 % 4'000'000) +
-                     "#!North wall, step " + std::to_string(line) + "#!" +
-                     std::to_string(line % 40) + "#!14#!" + std::to_string(line) + "\n";
-    Syncra::Protocol::Project project;
-    project.id = u"p";
-    const auto lines = SYC::ReadLogLines(page, project);
-    return {lines.begin(), lines.end()};
+    for (int number = 0; number < count; ++number) {
+        LogDataLine line;
+        line.SetTime(OV::FromUtf8(std::to_string(now - count + number)));
+        line.SetUser(OV::FromUtf8(users[number * 7 % 4]));
+        line.SetOperation(OV::FromUtf8(actions[number * 5 % 11]));
+        line.SetSize(OV::FromUtf8(std::to_string(number * 977 % 4'000'000)));
+        line.SetComment(OV::FromUtf8("North wall, step " + std::to_string(number)));
+        line.SetDuration(OV::FromUtf8(std::to_string(number % 40)));
+        line.SetProjectId(u"p");
+        lines.push_back(line);
+    }
+    return lines;
 }
 
 }  // namespace

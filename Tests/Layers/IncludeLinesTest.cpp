@@ -198,3 +198,19 @@ TEST(LayersTest, NoRoomOfTheLibraryLeadsBackToItself)
         ADD_FAILURE() << room << " stands in a circle or leads into one, by "
                       << testing::PrintToString(others);
 }
+
+TEST(LayersTest, APublicHeaderIncludesOnlyPublicOnes)
+{
+    std::ifstream file(root / "cmake" / "PublicHeaders.cmake");
+    std::set<std::string> headers;
+    for (std::string line; std::getline(file, line);)
+        if (const auto slash = line.find('/'); line.starts_with("  ") && slash != std::string::npos)
+            headers.insert(line.substr(slash + 1, line.find(".hpp") + 3 - slash));
+    ASSERT_GT(headers.size(), 100u);
+    for (const char* folder : {"Sources", "Platform"})
+        for (const auto& include : IncludesBelow(folder))
+            if (!include.angled && headers.count(include.file.lexically_relative(folder)) == 1) {
+                EXPECT_EQ(headers.count(include.header), 1u)
+                    << include.file << ": " << include.header;
+            }
+}
