@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <map>
 
 namespace Nexar {
 
@@ -100,35 +101,94 @@ std::int64_t Statement::Number(int column) const
     return sqlite3_column_int64(statement_, column);
 }
 
-Database::Database(const std::string& path)
-{
-    try {
-        Open(path);
-        sqlite3_busy_timeout(database_, OpeningMilliseconds);
-        EnterWalMode();
-        Execute("PRAGMA synchronous = FULL");
-        Execute("PRAGMA foreign_keys = ON");
-        Migrate();
-        sqlite3_busy_timeout(database_, WaitingMilliseconds);
-    } catch (...) {
-        Close();
-        throw;
+struct Connection {
+    Connection(const std::string& path, int waitMilliseconds)
+    {
+        const int result = sqlite3_open_v2(path.c_str(), &handle,
+                                           SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr);
+        try {
+            if (result != SQLITE_OK)
+                Fail(handle, ("Cannot open the store \"" + path + "\"").c_str());
+            sqlite3_busy_timeout(handle, waitMilliseconds);
+        } catch (...) {
+            sqlite3_close(handle);
+            throw;
+        }
     }
-}
+    ~Connection()
+    {
+        // SQLite does not close, and leaks, while a statement is open.
+        for (const auto& [sql, statement] : statements)
+            sqlite3_finalize(statement);
+        // The last connection that closes writes the log back into the file.
+        sqlite3_close(handle);
+    }
+    Connection(const Connection&) = delete;
+    Connection& operator=(const Connection&) = delete;
 
-void Database::Open(const std::string& path)
+    sqlite3* handle = nullptr;
+    std::map<const char*, sqlite3_stmt*> statements;
+};
+
+namespace {
+
+thread_local Connection* connectionOfThread = nullptr;
+
+/// Made here first: SQLite would make it readable for everybody, and its side files copy its mode.
+void MakePrivate(const std::string& path)
 {
-    // Made here first: SQLite would make it readable for everybody, and its side files copy its
-    // mode.
     const auto place = IO::Location::FromPath(OV::FromUtf8(path));
     if (!IO::File::CreatePrivate(place) && IO::File::IsReadableByOthers(place))
         OV::Logger::Warning("nexar-server",
                             u"Others may read the store \"%\" with its password hashes and mails; "
                             u"\"chmod 600\" it.",
                             {path});
-    if (sqlite3_open_v2(path.c_str(), &database_, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE,
-                        nullptr) != SQLITE_OK)
-        Fail(database_, ("Cannot open the store \"" + path + "\"").c_str());
+}
+
+}  // namespace
+
+Database::Database(const std::string& path) : path_(path)
+{
+    MakePrivate(path);
+    first_ = std::make_unique<Connection>(path, OpeningMilliseconds);
+    EnterWalMode();
+    Execute("PRAGMA synchronous = FULL");
+    Execute("PRAGMA foreign_keys = ON");
+    Migrate();
+    sqlite3_busy_timeout(first_->handle, WaitingMilliseconds);
+}
+
+Database::~Database() = default;
+
+Database::Reader::Reader(Database& database)
+    : connection_(std::make_unique<Connection>(database.path_, WaitingMilliseconds))
+{
+    connectionOfThread = connection_.get();
+    database.Execute("PRAGMA query_only = ON");
+}
+
+Database::Reader::~Reader()
+{
+    connectionOfThread = nullptr;
+}
+
+Database::Snapshot::Snapshot(Database& database) : database_(database)
+{
+    database_.Prepare("BEGIN").Run();
+}
+
+Database::Snapshot::~Snapshot()
+{
+    try {
+        database_.Prepare("COMMIT").Run();
+    } catch (const DatabaseError&) {
+        // What only read has nothing to lose.
+    }
+}
+
+Connection& Database::Here() const
+{
+    return connectionOfThread != nullptr ? *connectionOfThread : *first_;
 }
 
 /// The change itself waits for nobody, and two that open a new store both make it.
@@ -146,43 +206,32 @@ void Database::EnterWalMode()
     }
 }
 
-Database::~Database()
-{
-    Close();
-}
-
-void Database::Close() noexcept
-{
-    // SQLite does not close, and leaks, while a statement is open.
-    for (const auto& [sql, statement] : statements_)
-        sqlite3_finalize(statement);
-    // The last connection that closes writes the log back into the file.
-    sqlite3_close(database_);
-}
-
 Statement Database::Prepare(const char* sql)
 {
-    sqlite3_stmt*& statement = statements_[sql];
-    if (statement == nullptr && sqlite3_prepare_v3(database_, sql, -1, SQLITE_PREPARE_PERSISTENT,
-                                                   &statement, nullptr) != SQLITE_OK)
-        Fail(database_, "Cannot prepare a statement");
-    return {database_, statement};
+    Connection& connection = Here();
+    sqlite3_stmt*& statement = connection.statements[sql];
+    if (statement == nullptr &&
+        sqlite3_prepare_v3(connection.handle, sql, -1, SQLITE_PREPARE_PERSISTENT, &statement,
+                           nullptr) != SQLITE_OK)
+        Fail(connection.handle, "Cannot prepare a statement");
+    return {connection.handle, statement};
 }
 
 void Database::Execute(const char* sql)
 {
-    if (sqlite3_exec(database_, sql, nullptr, nullptr, nullptr) != SQLITE_OK)
-        Fail(database_, "The store refused a statement");
+    sqlite3* const handle = Here().handle;
+    if (sqlite3_exec(handle, sql, nullptr, nullptr, nullptr) != SQLITE_OK)
+        Fail(handle, "The store refused a statement");
 }
 
 bool Database::IsInTransaction() const
 {
-    return sqlite3_get_autocommit(database_) == 0;
+    return sqlite3_get_autocommit(Here().handle) == 0;
 }
 
 std::int64_t Database::LastRowId() const
 {
-    return sqlite3_last_insert_rowid(database_);
+    return sqlite3_last_insert_rowid(Here().handle);
 }
 
 void Database::Migrate()

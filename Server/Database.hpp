@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <map>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -57,8 +56,9 @@ private:
     sqlite3_stmt* statement_;
 };
 
-/// One SQLite file in WAL mode. Used on one thread; other processes may read and write it
-/// meanwhile.
+/// One SQLite file in WAL mode. Each thread uses a connection of its own: that of a Reader which
+/// lives on it, or else the first one, which one thread at a time may use. Other processes may read
+/// and write the file meanwhile.
 class Database {
 public:
     /// Opens or creates the file, readable by its user alone, and brings its tables up to date.
@@ -67,6 +67,29 @@ public:
     Database(const Database&) = delete;
     Database& operator=(const Database&) = delete;
 
+    /// A connection that only reads, for the thread that made it, while it lives.
+    class Reader {
+    public:
+        explicit Reader(Database& database);
+        ~Reader();
+        Reader(const Reader&) = delete;
+        Reader& operator=(const Reader&) = delete;
+
+    private:
+        std::unique_ptr<struct Connection> connection_;
+    };
+    /// While it lives, the calling thread reads one state of the store.
+    class Snapshot {
+    public:
+        explicit Snapshot(Database& database);
+        ~Snapshot();
+        Snapshot(const Snapshot&) = delete;
+        Snapshot& operator=(const Snapshot&) = delete;
+
+    private:
+        Database& database_;
+    };
+
     /// The statement, prepared once; `sql` must be a literal. Not to be asked for while on loan.
     [[nodiscard]] Statement Prepare(const char* sql);
     void Execute(const char* sql);
@@ -74,14 +97,13 @@ public:
     [[nodiscard]] bool IsInTransaction() const;
 
 private:
-    void Open(const std::string& path);
+    [[nodiscard]] struct Connection& Here() const;
     void EnterWalMode();
     void Migrate();
     [[nodiscard]] std::int64_t Version();
-    void Close() noexcept;
 
-    sqlite3* database_ = nullptr;
-    std::map<const char*, sqlite3_stmt*> statements_;
+    std::string path_;
+    std::unique_ptr<struct Connection> first_;
 };
 
 /// Everything until Commit happens or nothing. One within another is a part of it.

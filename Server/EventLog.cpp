@@ -16,7 +16,8 @@ constexpr const char* Separator = "#!";
 constexpr int LogVersion = 14;
 constexpr std::size_t MostLines = 20'000;
 constexpr std::size_t MostBytes = 4 * 1024 * 1024;
-constexpr std::int64_t KeptSeconds = std::int64_t(400) * 86'400;
+constexpr std::int64_t SecondsOfDay = 86'400;
+constexpr std::int64_t KeptSeconds = 400 * SecondsOfDay;
 
 /// A field never holds what ends a field or a line.
 void AppendField(std::string& line, std::string_view text)
@@ -80,8 +81,9 @@ EventLogPage EventLog::Page(const std::string& projectId, const Range& range)
         });
     }
     auto left = database_.Prepare(
-        "SELECT count(*) FROM events WHERE project_id = ?1 AND time BETWEEN ?2 AND ?3 AND "
-        "(time, number) > (coalesce((SELECT time FROM events WHERE number = ?4), -9e18), ?4)");
+        "SELECT count(*) FROM (SELECT 1 FROM events WHERE project_id = ?1 "
+        "AND time BETWEEN ?2 AND ?3 AND (time, number) > "
+        "(coalesce((SELECT time FROM events WHERE number = ?4), -9e18), ?4) LIMIT 100000)");
     left.Bind(1, projectId).Bind(2, range.from).Bind(3, range.to);
     left.Bind(4, static_cast<std::int64_t>(page.next));
     page.left = left.Step() ? static_cast<std::uint64_t>(left.Number(0)) : 0;
@@ -103,8 +105,9 @@ EventLogPage EventLog::PerformancePage(const Range& range)
         });
     }
     auto left = database_.Prepare(
-        "SELECT count(*) FROM performance WHERE time BETWEEN ?1 AND ?2 AND (time, number) > "
-        "(coalesce((SELECT time FROM performance WHERE number = ?3), -9e18), ?3)");
+        "SELECT count(*) FROM (SELECT 1 FROM performance WHERE time BETWEEN ?1 AND ?2 AND "
+        "(time, number) > (coalesce((SELECT time FROM performance WHERE number = ?3), -9e18), ?3) "
+        "LIMIT 100000)");
     left.Bind(1, range.from).Bind(2, range.to).Bind(3, static_cast<std::int64_t>(page.next));
     page.left = left.Step() ? static_cast<std::uint64_t>(left.Number(0)) : 0;
     return page;
@@ -140,6 +143,16 @@ void EventLog::AppendPerformance(const std::string& key, double value)
     AppendPerformanceLine(now, key, value);
     database_.Prepare("DELETE FROM performance WHERE time < ?1").Bind(1, now - KeptSeconds).Run();
     transaction.Commit();
+}
+
+void EventLog::DropOld(const Limits& limits)
+{
+    const auto drop = [this](const char* sql, std::uint32_t days) {
+        if (days > 0)
+            database_.Prepare(sql).Bind(1, std::int64_t{days} * SecondsOfDay).Run();
+    };
+    drop("DELETE FROM events WHERE time < unixepoch() - ?1", limits.keptLogDays);
+    drop("DELETE FROM mail_keys WHERE time < unixepoch() - ?1", limits.keptKeyDays);
 }
 
 std::int64_t EventLog::LastSample()

@@ -1,5 +1,6 @@
 #include "EventLogService.hpp"
 
+#include "OVRoot/Logger.hpp"
 #include "OVRoot/System.hpp"
 #include "ProjectAccess.hpp"
 #include "SyncraProtocol/Detail/ModelRecords.hpp"
@@ -14,6 +15,7 @@ using namespace Syncra::Protocol;
 namespace {
 
 constexpr std::chrono::minutes SampleTime(1);
+constexpr std::chrono::hours DropTime(1);
 constexpr std::size_t MaximumCommentUnits = 2000;
 constexpr double Kibi = 1024;
 
@@ -79,15 +81,43 @@ void EventLogService::SampleLater()
 {
     next_ = server_.After(SampleTime, [this] {
         SampleLater();
-        Sample(server_.TakeTraffic());
+        SampleLoad(server_.TakeTraffic());
+    });
+}
+
+void EventLogService::DropOldLater(std::chrono::milliseconds wait)
+{
+    if (limits_.keptLogDays == 0 && limits_.keptKeyDays == 0)
+        return;
+    nextDropping_ = server_.After(wait, [this] {
+        DropOldLater(DropTime);
+        workers_.Write(
+            {}, [this] { log_.DropOld(limits_); },
+            [](std::exception_ptr error) {
+                if (error)
+                    OV::Logger::Warning("nexar-server",
+                                        u"Old lines and keys could not be dropped now.");
+            });
     });
 }
 
 void EventLogService::Stop()
 {
     next_.reset();
+    nextDropping_.reset();
     if (const auto traffic = server_.TakeTraffic(); traffic.requests > 0)
-        Sample(traffic);
+        SampleLoad(traffic);
+}
+
+void EventLogService::SampleLoad(const HttpServer::Traffic& traffic)
+{
+    workers_.Write(
+        {}, [this, traffic] { Sample(traffic); },
+        [](std::exception_ptr error) {
+            if (error)
+                OV::Logger::Warning("nexar-server",
+                                    u"The load of the last minute could not be logged.");
+        });
 }
 
 void EventLogService::Sample(const HttpServer::Traffic& traffic)

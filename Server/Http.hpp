@@ -26,7 +26,8 @@ struct HttpResponse {
     int status = 200;
     std::string body;
     std::vector<std::pair<std::string, std::string>> headers =
-        {};  ///< beside those of every answer
+        {};                 ///< beside those of every answer
+    std::string user = {};  ///< whom a sign-in was about, for the audit log
 };
 
 /// Answers one request, now or later, on the server's thread. Copies share the one answer: the

@@ -6,14 +6,31 @@
 
 namespace Nexar {
 
+/// What clients may take of the server before it knows who they are.
+struct HttpLimits {
+    std::size_t connections = 10'000;
+    std::size_t connectionsOfAddress = 1'000;
+    std::size_t bytesInFlight = 256u << 20;  ///< of all bodies that are on their way
+    std::chrono::seconds idleTime{120};
+    std::chrono::seconds deliveryTime{30};  ///< of a request, and of an answer
+    /// All connections come from a proxy, which names the address of each client.
+    bool isBehindProxy = false;
+};
+
 /// HTTP/1.1 for several ports on one thread: handlers, completions and timers all run in Run, so
 /// that what they share needs no lock. Held requests cost memory only.
 class HttpServer {
 public:
-    HttpServer();
+    explicit HttpServer(const HttpLimits& limits);
     ~HttpServer();
     HttpServer(const HttpServer&) = delete;
     HttpServer& operator=(const HttpServer&) = delete;
+
+    /// From here on connections are protected with this certificate (PEM, with its chain) and key,
+    /// which are read again at SIGHUP. Throws std::runtime_error when they cannot be used.
+    void UseCertificate(const std::string& certificate, const std::string& key);
+    /// Whether nobody but this machine reaches an address.
+    [[nodiscard]] static bool IsLoopback(const std::string& address);
 
     /// Listens; port 0 picks a free one. Returns the port. Throws std::runtime_error naming the
     /// place.
@@ -31,10 +48,19 @@ public:
     struct Traffic {
         std::uint64_t requests = 0;
         std::uint64_t bytes = 0;  ///< bodies of requests, and answers
-        /// The longest time that a handler took; requests that are held take none meanwhile.
+        /// The longest time that the work for a request took; who is held or waits takes none.
         std::chrono::microseconds longest{0};
     };
     [[nodiscard]] Traffic TakeTraffic();
+    /// Work for a request took so long. On the server's thread.
+    void NoteWork(std::chrono::microseconds time);
+
+    struct Load {
+        std::size_t connections = 0;
+        std::size_t underWay = 0;  ///< requests that are being answered or held
+        std::size_t bytesInFlight = 0;
+    };
+    [[nodiscard]] Load GetLoad() const;
 
     /// Runs `work` on the server's thread; safe on any thread.
     void Post(std::function<void()> work);

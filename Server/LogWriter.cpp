@@ -3,7 +3,6 @@
 #include <chrono>
 #include <condition_variable>
 #include <deque>
-#include <iostream>
 #include <mutex>
 #include <thread>
 #include <utility>
@@ -19,6 +18,9 @@ constexpr std::chrono::seconds LongestEnd{1};
 
 /// Shared with the thread, which a stream that takes nothing may keep beyond the writer's life.
 struct LogWriter::State {
+    explicit State(Sink where) : sink(std::move(where)) {}
+
+    const Sink sink;
     std::mutex lock;
     std::condition_variable changed;
     std::deque<std::string> waiting;
@@ -37,18 +39,18 @@ struct LogWriter::State {
             waiting.pop_front();
             isWriting = true;
             guard.unlock();
-            std::cerr << line << std::flush;
+            sink(line);
             guard.lock();
             isWriting = false;
             if (const auto count = std::exchange(dropped, 0); count > 0)
-                waiting.push_back("nexar-server: " + std::to_string(count) +
-                                  " lines of the log were dropped: nobody read it.\n");
+                waiting.push_back(std::to_string(count) +
+                                  " lines were dropped: nobody took them.\n");
             changed.notify_all();
         }
     }
 };
 
-LogWriter::LogWriter() : state_(std::make_shared<State>())
+LogWriter::LogWriter(Sink sink) : state_(std::make_shared<State>(std::move(sink)))
 {
     std::thread([state = state_] { state->Run(); }).detach();
 }

@@ -17,6 +17,8 @@ namespace {
 
 constexpr std::size_t MaximumKeyUnits = 64;
 constexpr std::size_t MaximumRecipients = 1000;
+/// Of one request: everybody who writes waits until all of them are done.
+constexpr std::size_t MaximumIds = 1000;
 const std::string MailsPath = "/syncra/v1/projects/{}/mails";
 
 [[noreturn]] void Malformed(const std::string& message)
@@ -69,6 +71,13 @@ std::string SignedHeader(MailContents& contents, const StoredUser& sender)
     return WriteJson(contents.header);
 }
 
+void RequireFew(std::size_t count)
+{
+    if (count > MaximumIds)
+        throw Refusal(ErrorCode::TooLarge,
+                      "A request names at most 1000 mails. Send them in parts.");
+}
+
 /// A whole number from the front of `text`, which loses it; nothing when there is none.
 std::optional<std::int64_t> TakeNumber(std::string_view& text)
 {
@@ -111,13 +120,12 @@ void MailService::AddRoutes(Router& router)
                [this](const Call& call) { return mails_.PageJson(BoxOf(call), ReadPlace(call)); });
     AddFlagRoutes(router, "/status", MailFlag::Read);
     AddFlagRoutes(router, "/historical", MailFlag::Historical);
-    router.Add(
-        "POST", MailsPath + "/delete",
-        [this](const Call& call) {
-            const auto box = BoxOf(call);
-            mails_.Delete(box, ToUtf8(call.Read<MailIds>().value));
-        },
-        Router::LargeBody);
+    router.Add("POST", MailsPath + "/delete", [this](const Call& call) {
+        const auto box = BoxOf(call);
+        const auto ids = call.Read<MailIds>().value;
+        RequireFew(ids.size());
+        mails_.Delete(box, ToUtf8(ids));
+    });
 }
 
 void MailService::AddFlagRoutes(Router& router, const std::string& name, MailFlag flag)
@@ -126,13 +134,12 @@ void MailService::AddFlagRoutes(Router& router, const std::string& name, MailFla
         const auto box = BoxOf(call);
         return mails_.Flags(box, flag, call.QueryNumber("after", 0));
     });
-    router.Add(
-        "PUT", MailsPath + name,
-        [this, flag](const Call& call) {
-            const auto box = BoxOf(call);
-            mails_.SetFlags(box, flag, call.Read<FlagUpdateOf<std::string>>().value);
-        },
-        Router::LargeBody);
+    router.Add("PUT", MailsPath + name, [this, flag](const Call& call) {
+        const auto box = BoxOf(call);
+        const auto entries = call.Read<FlagUpdateOf<std::string>>().value;
+        RequireFew(entries.size());
+        mails_.SetFlags(box, flag, entries);
+    });
 }
 
 MailBox MailService::BoxOf(const Call& call)

@@ -76,6 +76,7 @@ Delivery MailStore::Deliver(const OutgoingMail& mail)
         return delivery;
     delivery.concerned = FindRecipients(mail);
     const bool isToHimself = !delivery.concerned.insert(mail.senderId).second;
+    RequireRoom(mail, delivery.concerned);
     delivery.id = OV::ToUtf8(OV::Guid::Generate().ToText());
     const auto stamp = NextStamp(mail.projectId);
     const MailPlace place{stamp.time, AddMail(mail, delivery.id, stamp.time)};
@@ -112,6 +113,25 @@ std::set<std::string> MailStore::FindRecipients(const OutgoingMail& mail)
     return found;
 }
 
+void MailStore::RequireRoom(const OutgoingMail& mail, const std::set<std::string>& users)
+{
+    const auto refuse = [](const std::string& what) {
+        throw Refusal(ErrorCode::TooLarge, what + " Nobody got the mail.");
+    };
+    auto project = database_.Prepare("SELECT mail_bytes FROM projects WHERE id = ?1");
+    if (project.Bind(1, mail.projectId).Step() &&
+        static_cast<std::uint64_t>(project.Number(0)) + mail.header.size() + mail.body.size() >
+            limits_.mailBytesOfProject)
+        refuse("The mails of this project take all the room that they may have; delete some.");
+    for (const auto& userId : users) {
+        auto box = database_.Prepare("SELECT m.mails, u.login FROM members m JOIN users u "
+                                     "ON u.id = m.user_id WHERE project_id = ?1 AND user_id = ?2");
+        if (box.Bind(1, mail.projectId).Bind(2, userId).Step() &&
+            static_cast<std::size_t>(box.Number(0)) >= limits_.mailsOfBox)
+            refuse("The box of \"" + box.Text(1) + "\" is full; he must delete mails.");
+    }
+}
+
 MailStore::Stamp MailStore::NextStamp(const std::string& projectId)
 {
     // The clock may go back, the times of a project may not: clients ask for "since".
@@ -127,13 +147,14 @@ MailStore::Stamp MailStore::NextStamp(const std::string& projectId)
 std::int64_t MailStore::AddMail(const OutgoingMail& mail, const std::string& id, std::int64_t time)
 {
     database_
-        .Prepare("INSERT INTO mails (id, project_id, time_stamp, header, body) "
-                 "VALUES (?1, ?2, ?3, ?4, ?5)")
+        .Prepare("INSERT INTO mails (id, project_id, time_stamp, header, body, size) "
+                 "VALUES (?1, ?2, ?3, ?4, ?5, ?6)")
         .Bind(1, id)
         .Bind(2, mail.projectId)
         .Bind(3, time)
         .Bind(4, mail.header)
         .Bind(5, mail.body)
+        .Bind(6, static_cast<std::int64_t>(mail.header.size() + mail.body.size()))
         .Run();
     return database_.LastRowId();
 }
@@ -141,8 +162,8 @@ std::int64_t MailStore::AddMail(const OutgoingMail& mail, const std::string& id,
 void MailStore::AddKey(const OutgoingMail& mail, const std::string& id)
 {
     database_
-        .Prepare("INSERT INTO mail_keys (project_id, sender_id, key, mail_id) "
-                 "VALUES (?1, ?2, ?3, ?4)")
+        .Prepare("INSERT INTO mail_keys (project_id, sender_id, key, mail_id, time) "
+                 "VALUES (?1, ?2, ?3, ?4, unixepoch())")
         .Bind(1, mail.projectId)
         .Bind(2, mail.senderId)
         .Bind(3, mail.key)

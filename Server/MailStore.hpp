@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Database.hpp"
+#include "Limits.hpp"
 #include "SyncraProtocol/Detail/ModelRecords.hpp"
 
 #include <cstdint>
@@ -47,10 +48,11 @@ using FlagEntries = decltype(FlagPage::entries);
 /// Mails of the projects: one text for everybody, one entry for each user whom it concerns.
 class MailStore {
 public:
-    explicit MailStore(Database& database) : database_(database) {}
+    MailStore(Database& database, const Limits& limits) : database_(database), limits_(limits) {}
 
     /// To every recipient and the sender's copy, or to nobody. A key that was delivered once gives
-    /// the first answer again. Throws Refusal for a recipient who is no member.
+    /// the first answer again. Throws Refusal for a recipient who is no member, and
+    /// when a box or the project is full.
     [[nodiscard]] Delivery Deliver(const OutgoingMail& mail);
 
     /// A page of the box from a place on, oldest first, as JSON: at most 1000 mails, and of more
@@ -75,12 +77,14 @@ private:
     [[nodiscard]] std::set<std::string> FindRecipients(const OutgoingMail& mail);
     [[nodiscard]] std::int64_t AddMail(const OutgoingMail& mail, const std::string& id,
                                        std::int64_t time);
+    void RequireRoom(const OutgoingMail& mail, const std::set<std::string>& users);
     void AddKey(const OutgoingMail& mail, const std::string& id);
     void AddEntry(const MailBox& box, const MailPlace& place, bool isCopy, std::int64_t change);
     [[nodiscard]] std::int64_t LastChange(const std::string& projectId);
     [[nodiscard]] Stamp NextStamp(const std::string& projectId);
 
     Database& database_;
+    const Limits& limits_;
 };
 
 }  // namespace Nexar

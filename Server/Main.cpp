@@ -6,96 +6,66 @@
 #include "Management/ManagementService.hpp"
 #include "Management/Rules.hpp"
 #include "ModelService.hpp"
+#include "OperationService.hpp"
+#include "Options.hpp"
 #include "PasswordHash.hpp"
 #include "PresenceService.hpp"
 #include "Sample.hpp"
+#include "ServiceManager.hpp"
 #include "SignInService.hpp"
+#include "StoreTools.hpp"
+#include "Tls.hpp"
 
 #include "IO/File.hpp"
 #include "IO/SpecialFolder.hpp"
+#include "OVRoot/Clock.hpp"
 #include "OVRoot/Guid.hpp"
 #include "OVRoot/Logger.hpp"
 #include "OVRoot/System.hpp"
-
-#include <CLI/CLI.hpp>
+#include "SyncraProtocol/Detail/JsonText.hpp"
 
 #include <algorithm>
 #include <iostream>
-#include <optional>
 
 namespace {
 
 using namespace Nexar;
 
-struct Options {
-    std::string data;
-    std::string address = "127.0.0.1";
-    std::uint16_t port = 19001;
-    std::uint16_t managementPort = 0;
-    std::uint16_t messagingPort = 0;
-    bool sample = false;
-    std::uint32_t sampleLines = 200'000;
-    std::optional<std::string> newUser;
-    std::string passwordFile;
-    std::uint32_t presenceGrace = 10'000;
-    PasswordHash::Cost cost = PasswordHash::Cost::Interactive;
+struct LogLine {
+    std::int32_t time = 0;
+    OV::UniString level;
+    OV::UniString text;
 };
 
-void AddOptions(CLI::App& app, Options& options)
+template <class Visitor>
+void Describe(Visitor& v, LogLine& line)
 {
-    app.set_version_flag("--version", "nexar-server " SYCLIENT_VERSION);
-    app.add_option("--data", options.data,
-                   "The store, an SQLite file (default: Orvant/nexar.db in your application data)")
-        ->option_text("FILE");
-    app.add_option("--listen", options.address, "Address to listen on")
-        ->option_text("ADDRESS")
-        ->capture_default_str();
-    app.add_option("--port", options.port,
-                   "Port of the model service; the other two follow it. 0 picks free ones")
-        ->option_text("N")
-        ->capture_default_str();
-    app.add_option("--management-port", options.managementPort, "Port of the management service")
-        ->option_text("N");
-    app.add_option("--messaging-port", options.messagingPort, "Port of the messaging service")
-        ->option_text("N");
-    app.add_flag("--sample", options.sample, "Fill an empty store with a sample team");
-    app.add_option("--sample-lines", options.sampleLines,
-                   "How many lines the logs of the sample's projects have, over two years")
-        ->option_text("N")
-        ->capture_default_str();
-    auto* user =
-        app.add_option("--add-user", options.newUser,
-                       "Add a user to the store and end; the password is the first line of "
-                       "--password-file or of standard input")
-            ->option_text("LOGIN");
-    app.add_option("--password-file", options.passwordFile, "File with the password of --add-user")
-        ->needs(user)
-        ->option_text("FILE");
-    app.add_option("--presence-grace", options.presenceGrace,
-                   "How long a user counts as present after his client's last request, in "
-                   "milliseconds")
-        ->option_text("MS")
-        ->capture_default_str();
-    app.add_option("--hash", options.cost,
-                   "Cost of new password hashes: interactive, or minimum for tests")
-        ->option_text("COST")
-        ->transform(CLI::CheckedTransformer(std::map<std::string, PasswordHash::Cost>{
-            {"minimum", PasswordHash::Cost::Minimum},
-            {"interactive", PasswordHash::Cost::Interactive}}));
-    app.footer(
-        "Once it listens, one line on standard output names the ports. SIGTERM and Ctrl-C answer "
-        "what is under\nway and end it. Plain HTTP: beyond this machine it belongs behind TLS.");
+    v("time", line.time);
+    v("level", line.level);
+    v("text", line.text);
 }
 
-void SendLogToStandardError(LogWriter& writer)
+/// One line a record, whatever a client put into it.
+std::string LineOf(const OV::LogRecord& record, bool isJson)
 {
-    OV::Logger::SetSink([&writer](const OV::LogRecord& record) {
-        if (record.level == OV::LogLevel::Debug)
-            return;
-        // One line a record, whatever a client put into it.
-        std::string line = OV::ToUtf8(OV::EscapeForCarrier(record.text));
-        std::replace(line.begin(), line.end(), '\n', ' ');
-        writer.Write("nexar-server: " + line + '\n');
+    if (isJson)
+        return Syncra::Protocol::WriteJson(LogLine{OV::Clock::Current().Now(),
+                                                   record.level == OV::LogLevel::Info ? u"info"
+                                                   : record.level == OV::LogLevel::Warning
+                                                       ? u"warning"
+                                                       : u"error",
+                                                   record.text}) +
+               '\n';
+    std::string line = OV::ToUtf8(OV::EscapeForCarrier(record.text));
+    std::replace(line.begin(), line.end(), '\n', ' ');
+    return "nexar-server: " + line + '\n';
+}
+
+void SendLogTo(LogWriter& writer, bool isJson)
+{
+    OV::Logger::SetSink([&writer, isJson](const OV::LogRecord& record) {
+        if (record.level != OV::LogLevel::Debug)
+            writer.Write(LineOf(record, isJson));
     });
 }
 
@@ -110,6 +80,39 @@ std::string StorePath(const Options& options)
     return IO::GetCompanyFolder(IO::SpecialFolder::ApplicationData)
         .Appended(u"nexar.db")
         .ToNativePath();
+}
+
+/// Passwords would go over the network for everybody to read.
+void RequireProtection(const Options& options)
+{
+    if (HttpServer::IsLoopback(options.address))
+        return;
+    if (options.sample)
+        throw std::runtime_error("The passwords of the sample team are known to everybody: it is "
+                                 "served on this machine alone, with --listen 127.0.0.1.");
+    if (options.certificate.empty() && !options.limits.isBehindProxy)
+        throw std::runtime_error(
+            "On " + options.address +
+            " passwords would go over the network in clear text. Give "
+            "--certificate and --key, or say --behind-tls when a proxy in front does TLS.");
+}
+
+void WriteCertificate(const Options& options)
+{
+    const auto made = MakeCertificate(*options.certificateHost);
+    const auto write = [](const std::string& path, const std::string& text, bool isPrivate) {
+        const auto place = IO::Location::FromPath(OV::FromUtf8(path));
+        if (IO::File::Exists(place))
+            throw std::runtime_error("\"" + path + "\" is there already; it stays as it is.");
+        IO::File::Replace(place, text, isPrivate);
+    };
+    const std::string certificate =
+        options.certificate.empty() ? "certificate.pem" : options.certificate;
+    const std::string key = options.key.empty() ? "key.pem" : options.key;
+    write(key, made.key, true);
+    write(certificate, made.certificate, false);
+    std::cout << "Certificate for " << *options.certificateHost << " in " << certificate
+              << ", its key in " << key << ".\nSHA-256 fingerprint: " << made.fingerprint << '\n';
 }
 
 void AddUser(Database& database, const PasswordHash& hash, const Options& options)
@@ -144,17 +147,23 @@ void AddUser(Database& database, const PasswordHash& hash, const Options& option
 /// The three services on their ports; lives as long as the process.
 class Services {
 public:
-    Services(Database& database, PasswordHash& hash, std::chrono::milliseconds presenceGrace)
-        : users_(database), projects_(database), members_(database), sessions_(database),
-          mailStore_(database), groups_(database), photos_(database),
-          presence_(server_, presenceGrace), signals_(server_), passwords_(server_, hash),
-          signIn_(users_, passwords_, tokens_),
+    Services(Database& database, PasswordHash& hash, const Options& options)
+        : audit_(options.auditFile, options.auditBytes), watch_{options.userLimits, audit_,
+                                                                metrics_},
+          server_(options.limits), tokens_(options.userLimits),
+          workers_(server_, database, options.readers), users_(database), projects_(database),
+          members_(database), sessions_(database), mailStore_(database, options.userLimits),
+          groups_(database), photos_(database),
+          presence_(server_, std::chrono::milliseconds(options.presenceGrace)), signals_(server_),
+          passwords_(server_, options.userLimits, hash),
+          signIn_(workers_, users_, passwords_, tokens_),
           model_(projects_, members_, sessions_, signals_, presence_),
           mails_(users_, projects_, mailStore_, signals_),
           management_(database, users_, groups_, photos_, projects_, members_, sessions_, signals_,
                       passwords_, tokens_),
-          messaging_(server_, projects_, presence_), eventLog_(database),
-          events_(server_, projects_, sessions_, groups_, eventLog_)
+          messaging_(server_, options.userLimits, projects_, presence_), eventLog_(database),
+          events_(server_, workers_, options.userLimits, projects_, sessions_, groups_, eventLog_),
+          operation_(server_, workers_, passwords_, metrics_, StorePath(options))
     {
         for (Router* router : {&modelRouter_, &managementRouter_})
             signIn_.AddRoutes(*router);
@@ -165,6 +174,7 @@ public:
         management_.AddRoutes(managementRouter_);
         messaging_.AddRoutes(messagingRouter_);
         server_.SetBeforeStop([this] {
+            TellServiceManager("STOPPING=1");
             passwords_.RefuseWaiting();
             signals_.ReleaseAll();
             presence_.Stop();
@@ -175,6 +185,8 @@ public:
 
     void Listen(const Options& options)
     {
+        if (!options.certificate.empty())
+            server_.UseCertificate(options.certificate, options.key);
         const auto listen = [&](Router& router, std::uint16_t port) {
             return server_.Listen(
                 options.address, port,
@@ -198,16 +210,39 @@ public:
             {OV::UniString(Names::Messaging), messaging}};
         model_.SetPorts(ports);
         management_.SetPorts(ports);
+        const auto operation = ListenForOperation(options);
         std::cout << "nexar-server ready: model " << options.address << ':' << model
                   << " management " << options.address << ':' << management << " messaging "
-                  << options.address << ':' << messaging << std::endl;
+                  << options.address << ':' << messaging << operation << std::endl;
     }
 
     void Run() { server_.Run(); }
 
 private:
+    /// What the line about the ports says of it.
+    std::string ListenForOperation(const Options& options)
+    {
+        if (!options.operationPort)
+            return {};
+        const auto port = server_.Listen(
+            options.operationAddress, *options.operationPort,
+            [this](const HttpRequest& request, const Reply& reply) {
+                operation_.Answer(request, reply);
+            },
+            [](const HttpRequest&) { return HeadVerdict{}; });
+        return " operation " + options.operationAddress + ':' + std::to_string(port);
+    }
+
+    // What every answer is noted in outlives the server, whose connections may be left unanswered.
+    Metrics metrics_;
+    AuditLog audit_;
+    Router::Watch watch_;
+    Router modelRouter_{tokens_, users_, workers_, watch_};
+    Router managementRouter_{tokens_, users_, workers_, watch_};
+    Router messagingRouter_{tokens_, users_, workers_, watch_};
     HttpServer server_;
     TokenTable tokens_;
+    StoreWorkers workers_;
     UserStore users_;
     ProjectStore projects_;
     MemberStore members_;
@@ -225,15 +260,14 @@ private:
     PresenceService messaging_;
     EventLog eventLog_;
     EventLogService events_;
-    Router modelRouter_{tokens_, users_};
-    Router managementRouter_{tokens_, users_};
-    Router messagingRouter_{tokens_, users_};
+    OperationService operation_;
 };
 
 void Serve(const Options& options)
 {
-    LogWriter writer;
-    SendLogToStandardError(writer);
+    RequireProtection(options);
+    LogWriter writer([](const std::string& line) { std::cerr << line << std::flush; });
+    SendLogTo(writer, options.logsJson);
     const ResetLog reset;
     PasswordHash hash(options.cost);
     Database database(StorePath(options));
@@ -247,28 +281,58 @@ void Serve(const Options& options)
     else if (options.sample)
         std::cerr << "nexar-server: the store is in use already; no sample team was added\n";
 
-    Services services(database, hash, std::chrono::milliseconds(options.presenceGrace));
+    Services services(database, hash, options);
     services.Listen(options);
     OV::Logger::Info("nexar-server", u"Started.");
+    TellServiceManager("READY=1");
     services.Run();
     OV::Logger::Info("nexar-server", u"Stopped.");
+}
+
+void RunCommand(const Options& options)
+{
+    const std::string store = StorePath(options);
+    switch (options.command) {
+    case Options::Command::Backup:
+        return StoreTools::Backup(store, options.file);
+    case Options::Command::Restore:
+        if (const auto former = StoreTools::Restore(store, options.file); !former.empty())
+            std::cout << "The former store is \"" << former << "\".\n";
+        return;
+    case Options::Command::Check:
+        if (const auto problems = StoreTools::Check(store); !problems.empty()) {
+            for (const auto& problem : problems)
+                std::cout << problem << '\n';
+            throw std::runtime_error("The store is damaged. Restore a backup.");
+        }
+        std::cout << "The store is sound.\n";
+        return;
+    case Options::Command::Compact:
+        return StoreTools::Compact(store);
+    case Options::Command::Serve:
+        break;
+    }
+    if (options.certificateHost)
+        WriteCertificate(options);
+    else
+        Serve(options);
 }
 
 }  // namespace
 
 int main(int argc, char** argv)
 {
-    CLI::App app("A small project server for teams that use SYClient.", "nexar-server");
-    Options options;
-    AddOptions(app, options);
-    CLI11_PARSE(app, argc, argv);
-    try {
-        OV::System::IgnoreBrokenPipes();
-        OV::System::ForbidCoreDumps();
-        Serve(options);
-        return 0;
-    } catch (const std::exception& error) {
-        std::cerr << "nexar-server: " << error.what() << '\n';
-        return 1;
+    const auto options = ReadOptions(argc, argv);
+    if (!options.exitCode) {
+        try {
+            OV::System::IgnoreBrokenPipes();
+            OV::System::ForbidCoreDumps();
+            RunCommand(options);
+            return 0;
+        } catch (const std::exception& error) {
+            std::cerr << "nexar-server: " << error.what() << '\n';
+            return 1;
+        }
     }
+    return *options.exitCode;
 }

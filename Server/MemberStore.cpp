@@ -88,6 +88,26 @@ bool MemberStore::HasPermission(const std::string& projectId, const std::string&
         .Step();
 }
 
+bool MemberStore::HasPermissionsOf(const std::string& projectId, const std::string& userId,
+                                   const std::string& role)
+{
+    return !database_
+                .Prepare("SELECT permission FROM role_permissions WHERE role = ?3 EXCEPT "
+                         "SELECT permission FROM role_permissions WHERE role = "
+                         "(SELECT role FROM members WHERE project_id = ?1 AND user_id = ?2)")
+                .Bind(1, projectId)
+                .Bind(2, userId)
+                .Bind(3, role)
+                .Step();
+}
+
+std::string MemberStore::RoleOf(const std::string& projectId, const std::string& userId)
+{
+    auto query =
+        database_.Prepare("SELECT role FROM members WHERE project_id = ?1 AND user_id = ?2");
+    return query.Bind(1, projectId).Bind(2, userId).Step() ? query.Text(0) : std::string();
+}
+
 bool MemberStore::HasPermissionAnywhere(const std::string& userId, const std::string& permission)
 {
     return database_

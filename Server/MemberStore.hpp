@@ -27,6 +27,11 @@ public:
 
     [[nodiscard]] bool HasPermission(const std::string& projectId, const std::string& userId,
                                      const std::string& permission);
+    /// Every permission that the members of a role have; all of none for no role.
+    [[nodiscard]] bool HasPermissionsOf(const std::string& projectId, const std::string& userId,
+                                        const std::string& role);
+    /// Empty when he is no member.
+    [[nodiscard]] std::string RoleOf(const std::string& projectId, const std::string& userId);
     /// In any project.
     [[nodiscard]] bool HasPermissionAnywhere(const std::string& userId,
                                              const std::string& permission);

@@ -21,8 +21,10 @@ void ModelService::AddRoutes(Router& router)
     AddProjectRoutes(router);
     AddSessionRoutes(router);
     AddAttributeRoutes(router);
-    router.AddAsync("GET", "/syncra/v1/signals",
-                    [this](const Call& call, const Reply& reply) { WaitForSignals(call, reply); });
+    router.AddAsync(
+        "GET", "/syncra/v1/signals",
+        [this](const Call& call) { RequireMembership(projects_, call, call.QueryText("project")); },
+        [this](const Call& call, const Reply& reply) { WaitForSignals(call, reply); });
 }
 
 void ModelService::AddProjectRoutes(Router& router)
@@ -119,7 +121,6 @@ Session ModelService::StartSession(const Call& call)
 void ModelService::WaitForSignals(const Call& call, const Reply& reply)
 {
     const auto projectId = call.QueryText("project");
-    RequireMembership(projects_, call, projectId);
     const auto wait = std::min(call.QueryNumber("wait", 0), LongestWaitMilliseconds);
     // Who only asks for his place holds nothing. The handle goes with the answer's closure.
     std::shared_ptr<void> presence;

@@ -10,7 +10,6 @@ namespace Nexar {
 namespace {
 
 constexpr std::size_t MaximumRunning = 2;
-constexpr std::size_t MaximumWaiting = 32;
 constexpr std::size_t MaximumOfOneName = 2;
 
 void Refuse(const Reply& reply, std::chrono::seconds retryAfter, const char* message)
@@ -26,23 +25,23 @@ void Fail(const Reply& reply, std::exception_ptr error)
 
 }  // namespace
 
-void PasswordWorker::Check(const Attempt& attempt, const Reply& reply,
+void PasswordWorker::Check(const std::shared_ptr<Attempt>& attempt, const Reply& reply,
                            std::function<void(bool)> then)
 {
-    if (!attempt.hash.empty() && hash_.IsRemembered(attempt.hash, attempt.password)) {
+    if (!attempt->hash.empty() && hash_.IsRemembered(attempt->hash, attempt->password)) {
         then(true);
         return;
     }
-    if (const auto wait = limits_.MustWait(attempt.login, attempt.address); wait.count() > 0)
+    const auto wait = limits_.MustWait(attempt->login, attempt->address);
+    if (wait.count() > 0)
         return Refuse(reply, wait, "Too many refused sign-ins. Wait a moment before the next one.");
-    auto finish = [this, login = attempt.login, address = attempt.address,
-                   then = std::move(then)](bool isRight) {
-        limits_.Told(login, address, isRight);
+    auto finish = [this, attempt, then = std::move(then)](bool isRight) {
+        limits_.Told(attempt->login, attempt->address, isRight);
         then(isRight);
     };
-    Add({++lastNumber_, attempt.login, attempt.address, reply,
-         [this, hash = attempt.hash, password = attempt.password, finish = std::move(finish)] {
-             const bool isRight = hash_.Check(hash, password);
+    Add({++lastNumber_, attempt->login, attempt->address, reply,
+         [this, attempt, finish = std::move(finish)] {
+             const bool isRight = hash_.Check(attempt->hash, attempt->password);
              return [isRight, finish] { finish(isRight); };
          }});
 }
@@ -50,8 +49,10 @@ void PasswordWorker::Check(const Attempt& attempt, const Reply& reply,
 void PasswordWorker::Make(const std::string& password, const Reply& reply,
                           std::function<void(const std::string& hash)> then)
 {
-    Add({++lastNumber_, {}, {}, reply, [this, password, then = std::move(then)] {
-             return [hash = hash_.Make(password), then] { then(hash); };
+    const auto secret = std::make_shared<Attempt>();
+    secret->password = password;
+    Add({++lastNumber_, {}, {}, reply, [this, secret, then = std::move(then)] {
+             return [hash = hash_.Make(secret->password), then] { then(hash); };
          }});
 }
 
@@ -73,7 +74,7 @@ bool PasswordWorker::IsTooMuch(const Job& job) const
     const auto ofName = std::count_if(waiting_.begin(), waiting_.end(), [&](const Job& each) {
         return !job.login.empty() && each.login == job.login && each.address == job.address;
     });
-    return static_cast<std::size_t>(alike) >= MaximumWaiting ||
+    return static_cast<std::size_t>(alike) >= mostWaiting_ ||
            static_cast<std::size_t>(ofName) >= MaximumOfOneName;
 }
 

@@ -1,10 +1,12 @@
 #pragma once
 
 #include "HttpServer.hpp"
+#include "Limits.hpp"
 #include "PasswordHash.hpp"
 #include "SignInLimits.hpp"
 
 #include "OVRoot/PooledExecutor.hpp"
+#include "OVRoot/SecureWipe.hpp"
 
 #include <cstdint>
 #include <deque>
@@ -19,21 +21,31 @@ namespace Nexar {
 /// who hangs up is not computed for. Used on the server's thread alone; results come back on it.
 class PasswordWorker {
 public:
-    PasswordWorker(HttpServer& server, PasswordHash& hash) : server_(server), hash_(hash) {}
+    PasswordWorker(HttpServer& server, const Limits& limits, PasswordHash& hash)
+        : server_(server), mostWaiting_(limits.waitingPasswords), hash_(hash)
+    {}
 
     struct Attempt {
         std::string login;
         std::string address;
-        std::string hash;  ///< empty when there is no such user
-        std::string password;
+        std::string userId = {};
+        std::string hash = {};  ///< empty when there is no such user
+        std::string password = {};
+        Attempt() = default;
+        Attempt(const Attempt&) = default;
+        Attempt& operator=(const Attempt&) = default;
+        ~Attempt() { OV::SecureWipe(password); }
     };
     /// As PasswordHash::Check for a sign-in. Calls `then`, within the call when the answer is known
     /// already, or refuses through `reply`.
-    void Check(const Attempt& attempt, const Reply& reply, std::function<void(bool)> then);
+    void Check(const std::shared_ptr<Attempt>& attempt, const Reply& reply,
+               std::function<void(bool)> then);
     /// A new hash for somebody who is signed in.
     void Make(const std::string& password, const Reply& reply,
               std::function<void(const std::string& hash)> then);
     [[nodiscard]] bool IsOutdated(const std::string& hash) const { return hash_.IsOutdated(hash); }
+
+    [[nodiscard]] std::size_t Waiting() const { return waiting_.size(); }
 
     /// Refuses what waits, for the end of the server.
     void RefuseWaiting();
@@ -56,6 +68,7 @@ private:
     [[nodiscard]] bool IsTooMuch(const Job& job) const;
 
     HttpServer& server_;
+    std::size_t mostWaiting_;
     PasswordHash& hash_;
     SignInLimits limits_;
     std::deque<Job> waiting_;

@@ -15,14 +15,16 @@ namespace {
 
 constexpr std::uint64_t LongestPresenceWaitMilliseconds = 60'000;
 constexpr std::chrono::seconds SubscriptionLife{90};
-// Everybody can sign in as the built-in account: what it leaves here is bounded.
+// Everybody can sign in as the built-in account: what an address leaves here is bounded, and pushes
+// out nobody else's.
 constexpr std::size_t MaximumSubscriptions = 10'000;
 constexpr std::size_t MaximumProjects = 10'000;
 
 }  // namespace
 
-PresenceService::PresenceService(HttpServer& server, ProjectStore& projects, PresenceBoard& board)
-    : server_(server), projects_(projects), board_(board)
+PresenceService::PresenceService(HttpServer& server, const Limits& limits, ProjectStore& projects,
+                                 PresenceBoard& board)
+    : server_(server), limits_(limits), projects_(projects), board_(board)
 {
     board_.SetObserver([this](const std::string& projectId) { Update(projectId); });
 }
@@ -30,23 +32,32 @@ PresenceService::PresenceService(HttpServer& server, ProjectStore& projects, Pre
 void PresenceService::AddRoutes(Router& router)
 {
     router.AllowBuiltIn(true);
-    router.Add("POST", "/syncra/v1/presence/subscriptions",
-               [this](const Call& call) { return PresenceSubscription{Subscribe(call)}; });
-    router.AddAsync("GET", "/syncra/v1/presence",
+    router.AddAsync(
+        "POST", "/syncra/v1/presence/subscriptions", [this](Call& call) { FindProjects(call); },
+        [this](const Call& call, const Reply& reply) {
+            reply(JsonResponse(PresenceSubscription{Subscribe(call)}));
+        });
+    router.AddAsync("GET", "/syncra/v1/presence", nullptr,
                     [this](const Call& call, const Reply& reply) { WaitForChange(call, reply); });
     router.AllowBuiltIn(false);
 }
 
-OV::UniString PresenceService::Subscribe(const Call& call)
+void PresenceService::FindProjects(Call& call)
 {
     const auto asked = call.Read<PresenceProjects>().value;
     if (asked.size() > MaximumProjects)
         throw Refusal(ErrorCode::TooLarge, "A subscription takes at most 10000 projects.");
-    MakeRoom();
-    Subscription subscription;
     for (const auto& project : asked)
-        if (const auto id = OV::ToUtf8(project); projects_.Find(id))
-            subscription.projects.insert(id);
+        if (auto id = OV::ToUtf8(project); projects_.Find(id))
+            call.findings.push_back(std::move(id));
+}
+
+OV::UniString PresenceService::Subscribe(const Call& call)
+{
+    Subscription subscription;
+    subscription.owner = TokenTable::OwnerOf(call.user, call.request.address);
+    RequireRoom(subscription.owner);
+    subscription.projects.insert(call.findings.begin(), call.findings.end());
     subscription.present = PresentIn(subscription.projects);
     subscription.lastRequest = Clock::now();
     auto id = OV::Guid::Generate().ToText();
@@ -103,17 +114,24 @@ bool PresenceService::HasEnded(const Subscription& subscription)
            Clock::now() - subscription.lastRequest > SubscriptionLife;
 }
 
-/// For one more: the ended ones go; when none has, the one that was unused longest.
-void PresenceService::MakeRoom()
+void PresenceService::RequireRoom(const std::string& owner)
 {
-    std::erase_if(subscriptions_, [](const auto& entry) { return HasEnded(entry.second); });
-    if (subscriptions_.size() < MaximumSubscriptions)
+    const auto countOf = [&] {
+        return static_cast<std::size_t>(
+            std::count_if(subscriptions_.begin(), subscriptions_.end(),
+                          [&](const auto& entry) { return entry.second.owner == owner; }));
+    };
+    const auto isFull = [&] {
+        return subscriptions_.size() >= MaximumSubscriptions ||
+               countOf() >= limits_.subscriptionsOfUser;
+    };
+    if (!isFull())
         return;
-    const auto oldest = std::min_element(
-        subscriptions_.begin(), subscriptions_.end(),
-        [](const auto& a, const auto& b) { return a.second.lastRequest < b.second.lastRequest; });
-    Release(oldest->second);
-    subscriptions_.erase(oldest);
+    std::erase_if(subscriptions_, [](const auto& entry) { return HasEnded(entry.second); });
+    if (isFull())
+        throw Refusal(ErrorCode::TooManyRequests,
+                      "There are as many subscriptions as may be. Try again when some have ended.")
+            .With("Retry-After", std::to_string(SubscriptionLife.count()));
 }
 
 void PresenceService::Update(const std::string& projectId)

@@ -12,7 +12,8 @@ namespace Nexar {
 /// requests that wait for a change.
 class PresenceService {
 public:
-    PresenceService(HttpServer& server, ProjectStore& projects, PresenceBoard& board);
+    PresenceService(HttpServer& server, const Limits& limits, ProjectStore& projects,
+                    PresenceBoard& board);
 
     void AddRoutes(Router& router);
     /// Answers every waiting request, and later ones at once: the server stops.
@@ -25,6 +26,7 @@ private:
         std::shared_ptr<void> timer;
     };
     struct Subscription {
+        std::string owner;
         std::set<std::string> projects;
         std::set<std::string> present;
         std::uint64_t number = 1;  ///< of `present`; a client's 0 is none
@@ -32,6 +34,8 @@ private:
         std::vector<std::shared_ptr<Waiter>> waiters;
     };
 
+    /// On a thread that reads: those of the body that there are.
+    void FindProjects(Call& call);
     /// The id of the new subscription.
     [[nodiscard]] OV::UniString Subscribe(const Call& call);
     void WaitForChange(const Call& call, const Reply& reply);
@@ -42,11 +46,13 @@ private:
     void Update(const std::string& projectId);
     [[nodiscard]] std::set<std::string> PresentIn(const std::set<std::string>& projects) const;
     static void Release(Subscription& subscription);
-    void MakeRoom();
+    /// For one more of the owner's. Throws Refusal.
+    void RequireRoom(const std::string& owner);
     [[nodiscard]] static bool HasEnded(const Subscription& subscription);
     [[nodiscard]] static HttpResponse AnswerOf(Subscription& subscription);
 
     HttpServer& server_;
+    const Limits& limits_;
     ProjectStore& projects_;
     PresenceBoard& board_;
     std::map<std::string, Subscription> subscriptions_;

@@ -3,7 +3,9 @@
 #include "Database.hpp"
 #include "OVRoot/Logger.hpp"
 
+#include <atomic>
 #include <charconv>
+#include <memory>
 #include <utility>
 
 namespace Nexar {
@@ -107,6 +109,7 @@ HttpResponse AnswerOfCurrentException()
             error.IsUnavailable()
                 ? Refusal(ErrorCode::StoreUnavailable,
                           "The store is busy or has no room; the server's log says why. Try again.")
+                      .With("Retry-After", "1")
                 : Refusal(ErrorCode::InternalError,
                           "The server failed; its log says why. Try again later."));
     } catch (const std::exception& error) {
@@ -118,9 +121,35 @@ HttpResponse AnswerOfCurrentException()
 
 }  // namespace
 
-void Router::AddAsync(const std::string& method, const std::string& pattern, AsyncHandler handler)
+void Router::AddText(const std::string& method, const std::string& pattern, TextHandler handler,
+                     std::size_t bodyLimit)
 {
-    Insert(method, pattern, std::move(handler), false, OrdinaryBody);
+    const auto access = method == "GET" ? Access::Reads : Access::Writes;
+    Insert(
+        method, pattern,
+        [this, access, handler = std::move(handler)](Call call, const Reply& reply) {
+            RunOnStore(access, std::move(call), reply, handler, nullptr);
+        },
+        false, bodyLimit);
+}
+
+void Router::AddAsync(const std::string& method, const std::string& pattern, Check check,
+                      AsyncHandler handler)
+{
+    Insert(
+        method, pattern,
+        [this, check = std::move(check), handler = std::move(handler)](Call call,
+                                                                       const Reply& reply) {
+            RunOnStore(
+                Access::Reads, std::move(call), reply,
+                [check](Call& checked) {
+                    if (check)
+                        check(checked);
+                    return std::string();
+                },
+                handler);
+        },
+        false, OrdinaryBody);
 }
 
 void Router::AddOpen(const std::string& method, const std::string& pattern, AsyncHandler handler)
@@ -131,20 +160,54 @@ void Router::AddOpen(const std::string& method, const std::string& pattern, Asyn
 void Router::Insert(const std::string& method, const std::string& pattern, AsyncHandler handler,
                     bool open, std::size_t bodyLimit)
 {
-    routes_.push_back(
-        {method, SplitPattern(pattern), std::move(handler), open, allowBuiltIn_, bodyLimit});
+    routes_.push_back({method, method + " " + pattern, SplitPattern(pattern), std::move(handler),
+                       open, allowBuiltIn_, bodyLimit});
 }
 
 void Router::operator()(HttpRequest request, const Reply& reply) const
 {
+    Reply answer = reply;
     try {
         Call call{std::move(request), {}, {}};
         const Route& route = Match(call);
         Admit(route, call);
-        route.handler(std::move(call), reply);
+        answer = Watched(route, call, reply);
+        route.handler(std::move(call), answer);
     } catch (...) {
-        reply(AnswerOfCurrentException());
+        answer(AnswerOfCurrentException());
     }
+}
+
+Reply Router::Watched(const Route& route, const Call& call, const Reply& reply) const
+{
+    const std::string owner = TokenTable::OwnerOf(call.user, call.request.address);
+    const std::size_t most =
+        call.user.userId.empty() ? watch_.limits.requestsOfAddress : watch_.limits.requestsOfUser;
+    std::size_t& count = watch_.underWay[owner];
+    if (count >= most)
+        throw Refusal(ErrorCode::TooManyRequests,
+                      "You have as many requests under way as you may. Wait for some of them.")
+            .With("Retry-After", "1");
+    ++count;
+    HttpRequest head;
+    head.method = call.request.method;
+    head.path = call.request.path;
+    head.address = call.request.address;
+    const std::shared_ptr<void> place(nullptr, [this, owner](void*) {
+        if (--watch_.underWay[owner] == 0)
+            watch_.underWay.erase(owner);
+    });
+    const Reply watched([this, &route, reply, place, head = std::move(head),
+                         user = call.user.userLogin,
+                         begin = std::chrono::steady_clock::now()](HttpResponse response) {
+        watch_.audit.Add(head, response.user.empty() ? user : response.user, response);
+        watch_.metrics.Add(route.name, response.status,
+                           std::chrono::duration_cast<std::chrono::microseconds>(
+                               std::chrono::steady_clock::now() - begin));
+        reply(std::move(response));
+    });
+    reply.WhenGone([abandon = watched.MakeAbandon(), place] { abandon(); });
+    return watched;
 }
 
 HeadVerdict Router::CheckHead(const HttpRequest& head) const
@@ -169,6 +232,65 @@ void Router::AnswerText(const Reply& reply, const std::function<std::string()>& 
         reply({200, makeText()});
     } catch (...) {
         reply(AnswerOfCurrentException());
+    }
+}
+
+void Router::AnswerReading(Call call, const Reply& reply, TextHandler work) const
+{
+    RunOnStore(Access::Reads, std::move(call), reply, std::move(work), nullptr);
+}
+
+void Router::AnswerWriting(Call call, const Reply& reply, TextHandler work) const
+{
+    RunOnStore(Access::Writes, std::move(call), reply, std::move(work), nullptr);
+}
+
+/// Answers with the text of the work, or goes on with `next` when there is one.
+void Router::RunOnStore(Access access, Call call, const Reply& reply, TextHandler work,
+                        AsyncHandler next) const
+{
+    struct Job {
+        Call call;
+        Reply reply;
+        std::string text;
+        std::shared_ptr<std::atomic<bool>> isGone;
+    };
+    const auto job = std::make_shared<Job>(
+        Job{std::move(call), reply, {}, std::make_shared<std::atomic<bool>>(false)});
+    // What was to be read is of no use then; what was to be written was asked for.
+    reply.WhenGone([isGone = job->isGone] { *isGone = true; });
+    const auto& owner = TokenTable::OwnerOf(job->call.user, job->call.request.address);
+    auto run = [this, access, job, work = std::move(work)] {
+        if (access == Access::Reads && *job->isGone)
+            return;
+        RequireAccount(job->call.user);
+        job->text = work(job->call);
+    };
+    auto then = [this, job, next = std::move(next)](std::exception_ptr error) {
+        try {
+            if (error)
+                std::rethrow_exception(error);
+            if (next)
+                next(std::move(job->call), job->reply);
+            else
+                job->reply({200, std::move(job->text)});
+        } catch (const Refusal& refusal) {
+            // Worth nothing any more: its user was deleted or switched off.
+            if (refusal.Code() == ErrorCode::TokenExpired ||
+                refusal.Code() == ErrorCode::UserDisabled)
+                tokens_.Remove(job->call.request.token);
+            job->reply(ErrorResponse(refusal));
+        } catch (...) {
+            job->reply(AnswerOfCurrentException());
+        }
+    };
+    try {
+        if (access == Access::Reads)
+            workers_.Read(owner, std::move(run), std::move(then));
+        else
+            workers_.Write(owner, std::move(run), std::move(then));
+    } catch (const Refusal& refusal) {
+        reply(ErrorResponse(refusal));
     }
 }
 
@@ -197,21 +319,20 @@ void Router::Admit(const Route& route, Call& call) const
         throw Refusal(ErrorCode::TokenExpired, "The token is unknown or too old. Sign in again.");
     if (login->isBuiltIn && !route.builtIn)
         throw Refusal(ErrorCode::AccessDenied, "This account may only read presence.");
-    if (!login->isBuiltIn)
-        RequireAccount(*login, call.request.token);
-    call.user = *login;
+    call.user = *std::move(login);
 }
 
 /// A token is worth nothing once its user was deleted or switched off. Its login name may be
 /// another one by now.
-void Router::RequireAccount(TokenTable::Login& login, const std::string& token) const
+void Router::RequireAccount(TokenTable::Login& login) const
 {
+    if (login.userId.empty())
+        return;  // the built-in account, or nobody yet
     auto account = users_.FindAccount(login.userId);
     if (account && account->enabled) {
         login.userLogin = std::move(account->login);
         return;
     }
-    tokens_.Remove(token);
     if (!account)
         throw Refusal(ErrorCode::TokenExpired, "The token is void: its user was deleted.");
     throw Refusal(ErrorCode::UserDisabled, "This account is switched off. Ask your administrator.");

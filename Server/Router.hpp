@@ -1,7 +1,11 @@
 #pragma once
 
+#include "AuditLog.hpp"
 #include "Http.hpp"
+#include "Limits.hpp"
+#include "Metrics.hpp"
 #include "Refusal.hpp"
+#include "StoreWorkers.hpp"
 #include "TokenTable.hpp"
 #include "UserStore.hpp"
 
@@ -9,6 +13,7 @@
 
 #include <functional>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 namespace Nexar {
@@ -18,6 +23,7 @@ struct Call {
     HttpRequest request;
     std::vector<std::string> parameters;  ///< what stood for each {} of the pattern, in order
     TokenTable::Login user;
+    std::vector<std::string> findings = {};  ///< what a check looked up for its handler
 
     /// The record of the body. Throws MalformedRecordException.
     template <class Record>
@@ -35,10 +41,23 @@ struct Call {
 /// answer: nothing that a client sends ends the process.
 class Router {
 public:
-    /// Answers through `reply`, later if need be.
+    /// What all routers of a server share.
+    struct Watch {
+        const Limits& limits;
+        AuditLog& audit;
+        Metrics& metrics;
+        std::unordered_map<std::string, std::size_t> underWay = {};  ///< requests of each owner
+    };
+    /// Makes the text of an answer on a thread that reads or writes the store. May throw.
+    using TextHandler = std::function<std::string(Call&)>;
+    /// Looks at the store for a handler that cannot: on a thread that reads it. May throw.
+    using Check = std::function<void(Call&)>;
+    /// Answers through `reply`, later if need be, on the server's thread.
     using AsyncHandler = std::function<void(Call, Reply)>;
 
-    Router(TokenTable& tokens, UserStore& users) : tokens_(tokens), users_(users) {}
+    Router(TokenTable& tokens, UserStore& users, StoreWorkers& workers, Watch& watch)
+        : tokens_(tokens), users_(users), workers_(workers), watch_(watch)
+    {}
 
     /// The most bytes of a body, but for the routes that say otherwise.
     static constexpr std::size_t OrdinaryBody = std::size_t{4} << 20;
@@ -46,21 +65,25 @@ public:
     /// Enough for a name and a password, however they are escaped.
     static constexpr std::size_t OpenBody = std::size_t{16} << 10;
 
-    /// `pattern` is like "/syncra/v1/projects/{}/state". `handler` takes a Call and answers at
-    /// once: with the record that it returns, the text when that is JSON already, {} when it
-    /// returns nothing, or what it throws.
+    /// `pattern` is like "/syncra/v1/projects/{}/state". `handler` takes a Call and answers with
+    /// the record that it returns, the text when that is JSON already, {} when it returns nothing,
+    /// or what it throws: of a GET on a thread that reads the store, otherwise on the one that
+    /// writes it.
     template <class Handler>
     void Add(const std::string& method, const std::string& pattern, Handler handler,
              std::size_t bodyLimit = OrdinaryBody)
     {
-        Insert(
+        AddText(
             method, pattern,
-            [handler = std::move(handler)](const Call& call, const Reply& reply) {
-                Answer(reply, [&] { return handler(call); });
+            [handler = std::move(handler)](const Call& call) {
+                const auto work = [&] { return handler(call); };
+                return JsonOf(work);
             },
-            false, bodyLimit);
+            bodyLimit);
     }
-    void AddAsync(const std::string& method, const std::string& pattern, AsyncHandler handler);
+    /// For what may wait, or is about what the server's thread alone may touch.
+    void AddAsync(const std::string& method, const std::string& pattern, Check check,
+                  AsyncHandler handler);
     /// A route for which nobody needs to be signed in.
     void AddOpen(const std::string& method, const std::string& pattern, AsyncHandler handler);
     /// Lets the built-in presence account use the routes added from here on.
@@ -75,8 +98,16 @@ public:
     {
         AnswerText(reply, [&] { return JsonOf(work); });
     }
+    /// The same with work that reads or writes the store, on a thread that does.
+    void AnswerReading(Call call, const Reply& reply, TextHandler work) const;
+    void AnswerWriting(Call call, const Reply& reply, TextHandler work) const;
 
 private:
+    enum class Access { Reads, Writes };
+    void AddText(const std::string& method, const std::string& pattern, TextHandler handler,
+                 std::size_t bodyLimit);
+    void RunOnStore(Access access, Call call, const Reply& reply, TextHandler work,
+                    AsyncHandler next) const;
     static void AnswerText(const Reply& reply, const std::function<std::string()>& makeText);
     template <class Work>
     static std::string JsonOf(Work& work)
@@ -94,6 +125,7 @@ private:
 
     struct Route {
         std::string method;
+        std::string name;
         std::vector<std::string> pattern;
         AsyncHandler handler;
         bool open;
@@ -103,11 +135,16 @@ private:
     void Insert(const std::string& method, const std::string& pattern, AsyncHandler handler,
                 bool open, std::size_t bodyLimit);
     [[nodiscard]] const Route& Match(Call& call) const;
+    /// Counts the request as the user's until it is answered or its client has gone, and notes the
+    /// answer. Throws Refusal when he has too many.
+    [[nodiscard]] Reply Watched(const Route& route, const Call& call, const Reply& reply) const;
     void Admit(const Route& route, Call& call) const;
-    void RequireAccount(TokenTable::Login& login, const std::string& token) const;
+    void RequireAccount(TokenTable::Login& login) const;
 
     TokenTable& tokens_;
     UserStore& users_;
+    StoreWorkers& workers_;
+    Watch& watch_;
     std::vector<Route> routes_;
     bool allowBuiltIn_ = false;
 };

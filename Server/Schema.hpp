@@ -358,6 +358,47 @@ BEGIN
                coalesce((SELECT length(header) + length(body) FROM mails WHERE id = NEW.mail_id), 0)
         FROM users JOIN log_times ON project_id = NEW.project_id WHERE id = NEW.sender_id;
 END;
+)",
+    // Who was switched off works in no project any more.
+    R"(
+CREATE TRIGGER sessions_end_with_the_account AFTER UPDATE OF enabled ON users
+WHEN NOT NEW.enabled
+BEGIN
+    DELETE FROM sessions WHERE user_id = NEW.id;
+END;
+)",
+    // Boxes and projects have limits, which are asked at every mail: what they hold is counted
+    // where it changes. Keys know their age, for those who do not keep them for ever.
+    R"(
+ALTER TABLE mails ADD COLUMN size INTEGER NOT NULL DEFAULT 0;
+UPDATE mails SET size = length(header) + length(body);
+ALTER TABLE projects ADD COLUMN mail_bytes INTEGER NOT NULL DEFAULT 0;
+UPDATE projects SET mail_bytes =
+    coalesce((SELECT sum(size) FROM mails WHERE project_id = projects.id), 0);
+ALTER TABLE members ADD COLUMN mails INTEGER NOT NULL DEFAULT 0;
+UPDATE members SET mails = (SELECT count(*) FROM mail_entries e
+    WHERE e.user_id = members.user_id AND e.project_id = members.project_id);
+ALTER TABLE mail_keys ADD COLUMN time INTEGER NOT NULL DEFAULT 0;
+UPDATE mail_keys SET time = unixepoch();
+CREATE TRIGGER mails_are_counted AFTER INSERT ON mails
+BEGIN
+    UPDATE projects SET mail_bytes = mail_bytes + NEW.size WHERE id = NEW.project_id;
+END;
+CREATE TRIGGER mails_are_discounted AFTER DELETE ON mails
+BEGIN
+    UPDATE projects SET mail_bytes = mail_bytes - OLD.size WHERE id = OLD.project_id;
+END;
+CREATE TRIGGER entries_are_counted AFTER INSERT ON mail_entries
+BEGIN
+    UPDATE members SET mails = mails + 1
+    WHERE project_id = NEW.project_id AND user_id = NEW.user_id;
+END;
+CREATE TRIGGER entries_are_discounted AFTER DELETE ON mail_entries
+BEGIN
+    UPDATE members SET mails = mails - 1
+    WHERE project_id = OLD.project_id AND user_id = OLD.user_id;
+END;
+CREATE INDEX events_by_time ON events(time);
 )"};
 
 inline constexpr auto SchemaVersion = static_cast<std::int64_t>(SchemaSteps.size());

@@ -1,6 +1,7 @@
 #include "SignInService.hpp"
 
 #include "OVRoot/Logger.hpp"
+#include "OVRoot/SecureWipe.hpp"
 #include "SyncraProtocol/Detail/ModelRecords.hpp"
 
 #include <algorithm>
@@ -31,25 +32,27 @@ SignInRequest ReadCredentials(const Call& call)
 
 }  // namespace
 
-SignInService::SignInService(UserStore& users, PasswordWorker& passwords, TokenTable& tokens)
-    : users_(users), passwords_(passwords), tokens_(tokens)
+SignInService::SignInService(StoreWorkers& workers, UserStore& users, PasswordWorker& passwords,
+                             TokenTable& tokens)
+    : workers_(workers), users_(users), passwords_(passwords), tokens_(tokens)
 {}
 
 void SignInService::AddRoutes(Router& router)
 {
     AddCommonRoutes(router);
-    router.AddOpen("POST", "/syncra/v1/sign-in",
-                   [this](const Call& call, const Reply& reply) { SignIn(call, reply); });
+    router.AddOpen("POST", "/syncra/v1/sign-in", [this, &router](Call call, const Reply& reply) {
+        SignIn(router, std::move(call), reply);
+    });
 }
 
 void SignInService::AddRoutesWithBuiltIn(Router& router)
 {
     AddCommonRoutes(router);
-    router.AddOpen("POST", "/syncra/v1/sign-in", [this](const Call& call, const Reply& reply) {
+    router.AddOpen("POST", "/syncra/v1/sign-in", [this, &router](Call call, const Reply& reply) {
         if (ReadCredentials(call).userName == OV::FromUtf8(BuiltInLogin))
             SignInBuiltIn(call, reply);
         else
-            SignIn(call, reply);
+            SignIn(router, std::move(call), reply);
     });
 }
 
@@ -59,23 +62,57 @@ void SignInService::AddCommonRoutes(Router& router)
         reply(JsonResponse(ServerVersion{ProtocolVersion, ProductVersion}));
     });
     router.AllowBuiltIn(true);
-    router.Add("POST", "/syncra/v1/sign-out",
-               [this](const Call& call) { tokens_.Remove(call.request.token); });
+    router.AddAsync("POST", "/syncra/v1/sign-out", nullptr,
+                    [this](const Call& call, const Reply& reply) {
+                        tokens_.Remove(call.request.token);
+                        reply({200, "{}"});
+                    });
     router.AllowBuiltIn(false);
 }
 
-void SignInService::SignIn(const Call& call, const Reply& reply)
+void SignInService::SignIn(const Router& router, Call call, const Reply& reply)
 {
-    const auto request = ReadCredentials(call);
-    const std::string login = OV::ToUtf8(request.userName);
-    const std::string password = OV::ToUtf8(request.password);
-    const auto user = users_.FindByLogin(login);
-    const auto hash = user ? user->passwordHash : std::string();
-    const PasswordWorker::Attempt attempt{login, call.request.address, hash, password};
-    passwords_.Check(attempt, reply, [this, hash, login, password, reply](bool right) {
-        Router::Answer(reply, [&] { return Finish(hash, right, login); });
-        if (right)
-            KeepUpToDate(hash, login, password);
+    auto request = ReadCredentials(call);
+    const OV::SecureWipeGuard wipeText(request.password);
+    OV::SecureWipe(call.request.body);
+    const auto attempt = std::make_shared<PasswordWorker::Attempt>();
+    attempt->login = OV::ToUtf8(request.userName);
+    attempt->address = call.request.address;
+    attempt->password = OV::ToUtf8(request.password);
+    workers_.Read(
+        TokenTable::OwnerOf({}, call.request.address),
+        [this, attempt] {
+            const auto user = users_.FindByLogin(attempt->login);
+            attempt->userId = user ? user->id : std::string();
+            attempt->hash = user ? user->passwordHash : std::string();
+        },
+        [this, &router, call, reply, attempt](std::exception_ptr error) {
+            if (error)
+                return Router::Answer(reply, [&] { std::rethrow_exception(error); });
+            passwords_.Check(attempt, reply, [this, &router, call, reply, attempt](bool isRight) {
+                Finish(router, call, reply, attempt, isRight);
+            });
+        });
+}
+
+/// The token comes first: a change of the password that is committed after the last look at the
+/// user then takes it away again.
+void SignInService::Finish(const Router& router, const Call& call, const Reply& reply,
+                           const std::shared_ptr<PasswordWorker::Attempt>& attempt, bool isRight)
+{
+    std::string token;
+    if (isRight)
+        token = tokens_.Add({attempt->userId, attempt->login}, attempt->address);
+    const Reply checked([this, reply, token, attempt](HttpResponse response) {
+        if (response.status == 200)
+            KeepUpToDate(*attempt);
+        else
+            tokens_.Remove(token);
+        response.user = attempt->login;
+        reply(std::move(response));
+    });
+    router.AnswerReading(call, checked, [this, attempt, token](const Call&) {
+        return WriteJson(Grant(RequireUser(*attempt, token), token));
     });
 }
 
@@ -83,16 +120,21 @@ void SignInService::SignInBuiltIn(const Call& call, const Reply& reply)
 {
     if (ReadCredentials(call).password != OV::FromUtf8(BuiltInLogin))
         throw Refusal(ErrorCode::BadCredentials, "The user name or the password is wrong.");
-    reply(JsonResponse(Grant({"", BuiltInLogin, true}, BuiltInLogin)));
+    StoredUser user;
+    user.fullName = BuiltInLogin;
+    const auto token = tokens_.Add({"", BuiltInLogin, true}, call.request.address);
+    HttpResponse response = JsonResponse(Grant(user, token));
+    response.user = BuiltInLogin;
+    reply(std::move(response));
 }
 
-SignInAnswer SignInService::Finish(const std::string& checkedHash, bool passwordIsRight,
-                                   const std::string& login)
+StoredUser SignInService::RequireUser(const PasswordWorker::Attempt& attempt,
+                                      const std::string& token)
 {
     // The password may have been changed, or the user deleted, while the old hash was computed.
-    const auto user = users_.FindByLogin(login);
-    const OV::UniString name = OV::FromUtf8(login).substr(0, MaximumLoggedUnits);
-    if (!user || !passwordIsRight || user->passwordHash != checkedHash) {
+    auto user = users_.FindByLogin(attempt.login);
+    const OV::UniString name = OV::FromUtf8(attempt.login).substr(0, MaximumLoggedUnits);
+    if (!user || token.empty() || user->passwordHash != attempt.hash) {
         OV::Logger::Warning("nexar-server", u"Sign-in refused: user \"%\"", {name});
         throw Refusal(ErrorCode::BadCredentials, "The user name or the password is wrong.");
     }
@@ -101,29 +143,33 @@ SignInAnswer SignInService::Finish(const std::string& checkedHash, bool password
         throw Refusal(ErrorCode::UserDisabled,
                       "This account is switched off. Ask your administrator.");
     }
-    return Grant({user->id, user->login}, user->fullName);
+    return *std::move(user);
 }
 
 /// A hash of another cost than that of today would tell by its time whether a name exists.
-void SignInService::KeepUpToDate(const std::string& hash, const std::string& login,
-                                 const std::string& password)
+void SignInService::KeepUpToDate(const PasswordWorker::Attempt& attempt)
 {
-    if (!passwords_.IsOutdated(hash))
+    if (!passwords_.IsOutdated(attempt.hash))
         return;
     const Reply nobody([](const HttpResponse&) {});
-    passwords_.Make(password, nobody, [this, hash, login](const std::string& made) {
-        const auto user = users_.FindByLogin(login);
-        if (user && user->passwordHash == hash)
-            users_.SetPasswordHash(user->id, made);
+    passwords_.Make(attempt.password, nobody, [this, attempt](const std::string& made) {
+        workers_.Write(
+            attempt.userId,
+            [this, attempt, made] {
+                const auto user = users_.FindByLogin(attempt.login);
+                if (user && user->passwordHash == attempt.hash)
+                    users_.SetPasswordHash(user->id, made);
+            },
+            [](const std::exception_ptr&) {});
     });
 }
 
-SignInAnswer SignInService::Grant(TokenTable::Login login, const std::string& userName)
+SignInAnswer SignInService::Grant(const StoredUser& user, const std::string& token)
 {
     SignInAnswer answer;
-    answer.userId = OV::FromUtf8(login.userId);
-    answer.userName = OV::FromUtf8(userName);
-    answer.token = tokens_.Add(std::move(login));
+    answer.userId = OV::FromUtf8(user.id);
+    answer.userName = OV::FromUtf8(user.fullName);
+    answer.token = token;
     answer.protocol = ProtocolVersion;
     answer.serverVersion = ProductVersion;
     return answer;

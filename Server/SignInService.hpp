@@ -10,7 +10,8 @@ namespace Nexar {
 /// Version, sign-in and sign-out, which every service offers.
 class SignInService {
 public:
-    SignInService(UserStore& users, PasswordWorker& passwords, TokenTable& tokens);
+    SignInService(StoreWorkers& workers, UserStore& users, PasswordWorker& passwords,
+                  TokenTable& tokens);
 
     void AddRoutes(Router& router);
     /// The same, and the built-in account that reads presence may sign in.
@@ -21,16 +22,18 @@ public:
 
 private:
     void AddCommonRoutes(Router& router);
-    void SignIn(const Call& call, const Reply& reply);
+    void SignIn(const Router& router, Call call, const Reply& reply);
     void SignInBuiltIn(const Call& call, const Reply& reply);
-    [[nodiscard]] Syncra::Protocol::SignInAnswer Grant(TokenTable::Login login,
-                                                       const std::string& userName);
-    void KeepUpToDate(const std::string& hash, const std::string& login,
-                      const std::string& password);
-    /// The answer; throws the refusal of who may not come in.
-    [[nodiscard]] Syncra::Protocol::SignInAnswer
-    Finish(const std::string& checkedHash, bool passwordIsRight, const std::string& login);
+    void Finish(const Router& router, const Call& call, const Reply& reply,
+                const std::shared_ptr<PasswordWorker::Attempt>& attempt, bool isRight);
+    /// Who may come in with the token; throws the refusal of who may not.
+    [[nodiscard]] StoredUser RequireUser(const PasswordWorker::Attempt& attempt,
+                                         const std::string& token);
+    void KeepUpToDate(const PasswordWorker::Attempt& attempt);
+    [[nodiscard]] static Syncra::Protocol::SignInAnswer Grant(const StoredUser& user,
+                                                              const std::string& token);
 
+    StoreWorkers& workers_;
     UserStore& users_;
     PasswordWorker& passwords_;
     TokenTable& tokens_;

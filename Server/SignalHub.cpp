@@ -1,5 +1,7 @@
 #include "SignalHub.hpp"
 
+#include "StoreWorkers.hpp"
+
 #include <algorithm>
 #include <iterator>
 #include <utility>
@@ -18,16 +20,19 @@ constexpr std::size_t MaximumRecent = 1000;
 
 void SignalHub::Raise(const std::string& projectId, SignalId id)
 {
-    Raise(projectId, id, std::shared_ptr<const UserIds>());
+    StoreWorkers::AfterCommit([this, projectId, id] { RaiseNow(projectId, id, nullptr); });
 }
 
 void SignalHub::Raise(const std::string& projectId, SignalId id, UserIds audience)
 {
-    Raise(projectId, id, std::make_shared<const UserIds>(std::move(audience)));
+    StoreWorkers::AfterCommit(
+        [this, projectId, id, some = std::make_shared<const UserIds>(std::move(audience))] {
+            RaiseNow(projectId, id, some);
+        });
 }
 
-void SignalHub::Raise(const std::string& projectId, SignalId id,
-                      std::shared_ptr<const UserIds> audience)
+void SignalHub::RaiseNow(const std::string& projectId, SignalId id,
+                         std::shared_ptr<const UserIds> audience)
 {
     Project& project = projects_[projectId];
     Signal signal;
@@ -66,6 +71,14 @@ std::function<void()> SignalHub::Wait(const std::string& projectId, const std::s
         late(batch);
     });
     return forget;
+}
+
+void SignalHub::Release(const std::string& userId)
+{
+    StoreWorkers::AfterCommit([this, userId] {
+        for (auto& [id, project] : projects_)
+            Release(project, [&](const Waiter& waiter) { return waiter.userId == userId; });
+    });
 }
 
 void SignalHub::ReleaseAll()

@@ -12,7 +12,8 @@
 namespace Nexar {
 
 /// The signals of all projects within one life of the server, and the requests that wait for them.
-/// A waiting request is a completion and a timer, not a thread.
+/// A waiting request is a completion and a timer, not a thread. Lives on the server's thread; what
+/// is raised while the store is written reaches it after the commit.
 class SignalHub {
 public:
     using Answer = std::function<void(Syncra::Protocol::SignalBatch)>;
@@ -30,6 +31,9 @@ public:
     [[nodiscard]] std::function<void()> Wait(const std::string& projectId,
                                              const std::string& userId, std::uint64_t after,
                                              std::chrono::milliseconds wait, Answer answer);
+    /// Answers what the user's requests wait for: his client asks again, and is refused if he may
+    /// not any more.
+    void Release(const std::string& userId);
     /// Answers every waiting request, and later ones at once: the server stops.
     void ReleaseAll();
 
@@ -55,8 +59,8 @@ private:
         Waiters waiters;
     };
 
-    void Raise(const std::string& projectId, Syncra::Protocol::SignalId id,
-               std::shared_ptr<const UserIds> audience);
+    void RaiseNow(const std::string& projectId, Syncra::Protocol::SignalId id,
+                  std::shared_ptr<const UserIds> audience);
     [[nodiscard]] static bool HasNews(const Project& project, const std::string& userId,
                                       std::uint64_t after);
     [[nodiscard]] Syncra::Protocol::SignalBatch

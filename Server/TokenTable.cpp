@@ -10,8 +10,10 @@ namespace Nexar {
 
 namespace {
 
-constexpr std::chrono::hours Life{12};
-constexpr std::size_t MaximumTokens = 100'000;
+constexpr std::chrono::hours IdleLife{12};
+/// A token that was stolen is not for ever; a client that still has the password gets another.
+constexpr std::chrono::hours Life{24};
+constexpr std::size_t MaximumBuiltIn = 10'000;
 
 std::string RandomToken()
 {
@@ -25,12 +27,15 @@ std::string RandomToken()
 
 }  // namespace
 
-std::string TokenTable::Add(Login login)
+std::string TokenTable::Add(Login login, const std::string& address)
 {
-    if (entries_.size() >= MaximumTokens)
-        DropOld();
+    const std::string owner = OwnerOf(login, address);
+    MakeRoom(login, owner);
+    builtIn_ += login.isBuiltIn ? 1 : 0;
     std::string token = RandomToken();
-    entries_[token] = {std::move(login), Clock::now()};
+    Order& order = owners_[owner];
+    const auto now = Clock::now();
+    entries_[token] = {std::move(login), owner, now, now, order.insert(order.end(), token)};
     return token;
 }
 
@@ -39,38 +44,67 @@ std::optional<TokenTable::Login> TokenTable::Find(const std::string& token)
     const auto found = entries_.find(token);
     if (found == entries_.end())
         return std::nullopt;
-    const auto now = Clock::now();
-    if (now - found->second.lastUse > Life) {
-        entries_.erase(found);
+    Entry& entry = found->second;
+    if (HasEnded(entry)) {
+        Erase(found);
         return std::nullopt;
     }
-    found->second.lastUse = now;
-    return found->second.login;
+    entry.lastUse = Clock::now();
+    Order& order = owners_[entry.owner];
+    order.splice(order.end(), order, entry.place);
+    return entry.login;
 }
 
 void TokenTable::Remove(const std::string& token)
 {
-    entries_.erase(token);
+    if (const auto found = entries_.find(token); found != entries_.end())
+        Erase(found);
 }
 
 void TokenTable::RemoveUser(const std::string& userId, const std::string& keptToken)
 {
-    std::erase_if(entries_, [&](const auto& entry) {
-        return entry.second.login.userId == userId && entry.first != keptToken;
-    });
+    const auto owner = owners_.find(userId);
+    if (owner == owners_.end())
+        return;
+    for (const std::string& token : Order(owner->second))
+        if (token != keptToken)
+            Remove(token);
 }
 
-/// The expired ones; when none is, the one that was unused longest.
-void TokenTable::DropOld()
+bool TokenTable::HasEnded(const Entry& entry)
 {
     const auto now = Clock::now();
-    if (std::erase_if(entries_,
-                      [&](const auto& entry) { return now - entry.second.lastUse > Life; }) > 0)
-        return;
-    entries_.erase(
-        std::min_element(entries_.begin(), entries_.end(), [](const auto& a, const auto& b) {
-            return a.second.lastUse < b.second.lastUse;
-        }));
+    return now - entry.lastUse > IdleLife || now - entry.begin > Life;
+}
+
+void TokenTable::Erase(Entries::iterator entry)
+{
+    const auto owner = owners_.find(entry->second.owner);
+    owner->second.erase(entry->second.place);
+    if (owner->second.empty())
+        owners_.erase(owner);
+    builtIn_ -= entry->second.login.isBuiltIn ? 1 : 0;
+    entries_.erase(entry);
+}
+
+/// Whoever has the most loses the token that was unused longest: himself, or, when all addresses
+/// together have too many of the built-in account's, the greediest of them.
+void TokenTable::MakeRoom(const Login& login, const std::string& owner)
+{
+    const auto own = owners_.find(owner);
+    const std::size_t most = login.isBuiltIn ? limits_.tokensOfAddress : limits_.tokensOfUser;
+    if (own != owners_.end() && own->second.size() >= most) {
+        Remove(std::string(own->second.front()));
+    } else if (login.isBuiltIn && builtIn_ >= MaximumBuiltIn) {
+        const auto greediest =
+            std::max_element(owners_.begin(), owners_.end(), [](const auto& a, const auto& b) {
+                const auto countOf = [](const auto& each) {
+                    return each.first.starts_with('@') ? each.second.size() : 0;
+                };
+                return countOf(a) < countOf(b);
+            });
+        Remove(std::string(greediest->second.front()));
+    }
 }
 
 }  // namespace Nexar

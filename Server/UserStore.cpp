@@ -46,6 +46,16 @@ std::optional<UserStore::Account> UserStore::FindAccount(const std::string& user
     return Account{query.Text(0), query.Number(1) != 0};
 }
 
+bool UserStore::WorkTogether(const std::string& userId, const std::string& otherId)
+{
+    return database_
+        .Prepare("SELECT 1 FROM members a JOIN members b USING (project_id) "
+                 "WHERE a.user_id = ?1 AND b.user_id = ?2")
+        .Bind(1, userId)
+        .Bind(2, otherId)
+        .Step();
+}
+
 bool UserStore::LoginExists(const std::string& login)
 {
     return !FindIdByLogin(login).empty();

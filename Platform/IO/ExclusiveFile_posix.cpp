@@ -32,9 +32,11 @@ public:
     void Open(Descriptor& file, const OV::String& path)
     {
         constexpr int flags = O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW;
+        // Who may open it, if only to read, may hold it: nobody but its user.
+        constexpr mode_t mode = 0600;
         const OV::LockGuard guard(lock_);
         files_.insert(&file);
-        file = Descriptor(Posix::Retry([&] { return open(path.c_str(), flags, 0666); }));
+        file = Descriptor(Posix::Retry([&] { return open(path.c_str(), flags, mode); }));
     }
     void Close(Descriptor& file) noexcept
     {

@@ -18,7 +18,8 @@ struct Entry {
 [[nodiscard]] SYC_API bool Exists(const Location& folder);
 /// Whether a link stands there, wherever it leads.
 [[nodiscard]] SYC_API bool IsLink(const Location& folder);
-/// Creates the folder and every missing one above it; an existing one is fine.
+/// Creates the folder and every missing one above it, for their user alone; an existing one is
+/// fine.
 SYC_API void CreateTree(const Location& folder);
 /// Calls `visit` for each entry, in no particular order, until it returns false.
 SYC_API void Enumerate(const Location& folder, const std::function<bool(const Entry&)>& visit);

@@ -160,7 +160,8 @@ void CreateTree(const Location& folder)
         return;
     if (folder.GetComponents().size() > 1)
         CreateTree(folder.Parent());
-    if (mkdir(folder.ToNativePath().c_str(), 0777) != 0 && !(errno == EEXIST && Exists(folder)))
+    constexpr mode_t mode = 0700;
+    if (mkdir(folder.ToNativePath().c_str(), mode) != 0 && !(errno == EEXIST && Exists(folder)))
         Posix::Fail(u"Cannot create the folder", folder);
 }
 

@@ -10,6 +10,8 @@
 #include <array>
 #include <atomic>
 #include <chrono>
+#include <limits>
+#include <new>
 #include <optional>
 
 namespace Communication {
@@ -21,6 +23,8 @@ constexpr std::size_t MaximumHeaderBytes = 64u << 10;
 /// Servers and the boxes in between drop idle connections after about a minute. A connection that
 /// has been idle for longer than this is not used again, so that a request rarely meets its end.
 constexpr long MaximumIdleSeconds = 50;
+/// How often a request is sent to a server that is busy.
+constexpr int MaximumTries = 4;
 /// How long one wait for the socket lasts at most; interruptions wake it.
 constexpr int WaitMilliseconds = 60'000;
 
@@ -54,6 +58,7 @@ struct HttpClient::State {
     /// How long to wait for the socket; nothing when the time is up.
     [[nodiscard]] std::optional<int> TimeToWait();
     void ThrowIfStopped(const std::stop_token& token) const;
+    void Pause(std::chrono::seconds time, const std::stop_token& token) const;
 
     static std::size_t TakeBody(char* bytes, std::size_t, std::size_t count, void* self);
     static std::size_t TakeHeader(char* bytes, std::size_t, std::size_t count, void* self);
@@ -224,6 +229,21 @@ void HttpClient::State::ThrowIfStopped(const std::stop_token& token) const
         throw OV::InterruptedException();
 }
 
+void HttpClient::State::Pause(std::chrono::seconds time, const std::stop_token& token) const
+{
+    const auto end = std::chrono::steady_clock::now() + time;
+    for (auto now = std::chrono::steady_clock::now(); now < end;
+         now = std::chrono::steady_clock::now()) {
+        ThrowIfStopped(token);
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - now);
+        // Ends early when it is woken for an interruption.
+        if (curl_multi_poll(multi.get(), nullptr, 0, static_cast<int>(left.count()), nullptr) !=
+            CURLM_OK)
+            throw std::bad_alloc();
+    }
+    ThrowIfStopped(token);
+}
+
 std::uint64_t HttpClient::State::MovedBytes() const
 {
     curl_off_t sent = 0;
@@ -271,6 +291,7 @@ HttpClient::~HttpClient() = default;
 
 HttpResponse HttpClient::Perform(const HttpRequest& request)
 {
+    using std::chrono::seconds;
     if (!IsPlainHost(address_.host) || address_.port == 0)
         throw ConnectionException(u"\"" + address_.host + u"\" with port " +
                                   OV::ToText(address_.port) +
@@ -281,6 +302,23 @@ HttpResponse HttpClient::Perform(const HttpRequest& request)
     state.ThrowIfStopped(token);
     const std::stop_callback wake(token, [multi] { curl_multi_wakeup(multi); });
 
+    seconds waited{0};
+    for (int tries = 1;; ++tries) {
+        HttpResponse response = PerformOnce(request, token);
+        const seconds wait{response.retryAfterSeconds};
+        const bool isBusy = response.status == 429 || response.status == 503;
+        if (!isBusy || wait == seconds(0) || tries == MaximumTries ||
+            waited + wait > std::chrono::milliseconds(state.options.requestTimeoutMilliseconds))
+            return response;
+        state.Pause(wait, token);
+        waited += wait;
+    }
+}
+
+HttpResponse HttpClient::PerformOnce(const HttpRequest& request, std::stop_token token)
+{
+    State& state = *state_;
+    CURLM* const multi = state.multi.get();
     state.Prepare(request);
     curl_multi_add_handle(multi, state.easy.get());
     // Removing the handle in the middle of a transfer closes its connection.
@@ -291,7 +329,11 @@ HttpResponse HttpClient::Perform(const HttpRequest& request)
         Detail::ThrowTransferFailure(code, state.notes, address_, request, state.errorText.data());
     long status = 0;
     curl_easy_getinfo(state.easy.get(), CURLINFO_RESPONSE_CODE, &status);
-    return {static_cast<int>(status), std::move(state.body)};
+    curl_off_t retryAfter = 0;
+    curl_easy_getinfo(state.easy.get(), CURLINFO_RETRY_AFTER, &retryAfter);
+    constexpr curl_off_t longest = std::numeric_limits<std::int32_t>::max();
+    return {static_cast<int>(status), std::move(state.body),
+            static_cast<std::uint32_t>(std::clamp<curl_off_t>(retryAfter, 0, longest))};
 }
 
 void HttpClient::Cancel()

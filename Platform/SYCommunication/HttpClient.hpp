@@ -26,6 +26,8 @@ struct HttpRequest {
 struct HttpResponse {
     int status = 0;
     OV::String body;
+    /// How many seconds the server asks to wait before the next try; 0 when it does not.
+    std::uint32_t retryAfterSeconds = 0;
 };
 
 /// Sets up what clients stand on, which otherwise the first of them does. Whoever ends requests
@@ -34,7 +36,8 @@ SYC_API void PrepareTransport();
 
 /// One keep-alive connection to one service. Perform is synchronous; one thread at a time, but
 /// Cancel may be called from any. A request whose kept connection turned out dead before it was
-/// sent is sent once more on a new one.
+/// sent is sent once more on a new one; one that a busy server refused (429, 503) and wants later
+/// is sent again when the server says, within the time that a request may take.
 class SYC_API HttpClient {
 public:
     HttpClient(ServerAddress address, HttpOptions options = {});
@@ -54,6 +57,7 @@ public:
 
 private:
     struct State;
+    [[nodiscard]] HttpResponse PerformOnce(const HttpRequest& request, std::stop_token token);
     ServerAddress address_;
     std::unique_ptr<State> state_;
 };

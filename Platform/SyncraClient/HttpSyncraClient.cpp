@@ -2,6 +2,7 @@
 #include "SyncraClient/Detail/JsonRequests.hpp"
 #include "SyncraProtocol/Detail/ModelRecords.hpp"
 
+#include <algorithm>
 #include <iterator>
 
 namespace Syncra::Client {
@@ -21,6 +22,20 @@ constexpr Communication::ReadingLimits MailBoxLimits{512u << 20, 1'000'000};
 
 constexpr const char* StatusPath = "/projects/{}/mails/status";
 constexpr const char* HistoricalPath = "/projects/{}/mails/historical";
+
+/// Calls `send` with the entries, at most as many at once as a request may name.
+template <class Entry, class Entries, class Send>
+void SendInParts(const Entries& entries, Send&& send)
+{
+    constexpr std::ptrdiff_t most = 1000;
+    auto begin = entries.begin();
+    do {
+        const auto left = std::distance(begin, entries.end());
+        const auto end = std::next(begin, std::min(left, most));
+        send(std::vector<Entry>(begin, end));
+        begin = end;
+    } while (begin != entries.end());
+}
 
 /// The client that talks the documented protocol. Each operation is one line of the table that
 /// Docs/Protocol.md holds.
@@ -137,7 +152,10 @@ public:
 
     void DeleteMails(const OV::UniString& projectId, const OV::Array<OV::UniString>& ids) override
     {
-        requests_.Post(MakePath("/projects/{}/mails/delete", {projectId}), Protocol::MailIds{ids});
+        SendInParts<OV::UniString>(ids, [&](std::vector<OV::UniString> part) {
+            requests_.Post(MakePath("/projects/{}/mails/delete", {projectId}),
+                           Protocol::MailIds{{part.begin(), part.end()}});
+        });
     }
 
     FlagTable GetMailStatus(const OV::UniString& projectId, std::uint64_t& after) override
@@ -201,8 +219,11 @@ private:
     }
     void SetFlags(const char* path, const OV::UniString& projectId, const FlagTable& flags)
     {
-        requests_.Put(MakePath(path, {projectId}),
-                      Protocol::FlagUpdateOf<OV::UniString>{{flags.begin(), flags.end()}});
+        using Entry = std::pair<OV::UniString, bool>;
+        SendInParts<Entry>(flags, [&](std::vector<Entry> part) {
+            requests_.Put(MakePath(path, {projectId}),
+                          Protocol::FlagUpdateOf<OV::UniString>{{part.begin(), part.end()}});
+        });
     }
     Protocol::EventLogPage GetLogPage(const OV::String& path, std::uint64_t after)
     {

@@ -52,4 +52,14 @@ void ManagementRights::RequireMemberManager(const Call& call, const std::string&
                       "You may not manage the members of this project. Ask one of its managers.");
 }
 
+void ManagementRights::RequireAllOf(const Call& call, const std::string& projectId,
+                                    const std::string& role)
+{
+    if (IsProjectManager(call) || members_.HasPermissionsOf(projectId, call.user.userId, role))
+        return;
+    throw Refusal(ErrorCode::AccessDenied,
+                  "The role \"" + role +
+                      "\" may more than yours. Ask one of the project's managers.");
+}
+
 }  // namespace Nexar

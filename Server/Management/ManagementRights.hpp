@@ -25,6 +25,9 @@ public:
     void RequireProjectManager(const Call& call);
     /// The members of one project: project managers, and members whose role manages members.
     void RequireMemberManager(const Call& call, const std::string& projectId);
+    /// Whoever manages the members of one project alone gives and takes only roles whose every
+    /// permission he has there himself.
+    void RequireAllOf(const Call& call, const std::string& projectId, const std::string& role);
 
 private:
     GroupStore& groups_;

@@ -53,8 +53,10 @@ void ProjectManagement::AddMember(const Call& call)
 {
     const auto projectId = ManagedProject(call);
     const auto member = call.Read<Records::NewMember>();
+    const auto role = ExistingRole(member.role);
+    context_.rights.RequireAllOf(call, projectId, role);
     const auto userId = users_.RequireId(OV::ToUtf8(member.loginName));
-    if (!members_.Add(projectId, userId, ExistingRole(member.role)))
+    if (!members_.Add(projectId, userId, role))
         throw Refusal(ErrorCode::NameAlreadyExists, "The user is a member already.");
     context_.signals.Raise(projectId, SignalId::MembersChanged);
 }
@@ -62,9 +64,11 @@ void ProjectManagement::AddMember(const Call& call)
 void ProjectManagement::SetRole(const Call& call)
 {
     const auto projectId = ManagedProject(call);
+    const auto role = ExistingRole(call.Read<Records::RoleOfMember>().value);
+    context_.rights.RequireAllOf(call, projectId, role);
     const auto userId = users_.RequireId(call.parameters[1]);
-    if (!members_.SetRole(projectId, userId,
-                          ExistingRole(call.Read<Records::RoleOfMember>().value)))
+    context_.rights.RequireAllOf(call, projectId, members_.RoleOf(projectId, userId));
+    if (!members_.SetRole(projectId, userId, role))
         throw Refusal(ErrorCode::NotFound, "The user is no member of this project.");
     context_.signals.Raise(projectId, SignalId::MembersChanged);
 }
@@ -73,6 +77,7 @@ void ProjectManagement::RemoveMember(const Call& call)
 {
     const auto projectId = ManagedProject(call);
     const auto userId = users_.RequireId(call.parameters[1]);
+    context_.rights.RequireAllOf(call, projectId, members_.RoleOf(projectId, userId));
     const bool hadSession = sessions_.Find(projectId, userId).has_value();
     if (!members_.Remove(projectId, userId))
         throw Refusal(ErrorCode::NotFound, "The user is no member of this project.");

@@ -2,6 +2,8 @@
 
 #include "Management/ConfigurationStore.hpp"
 
+#include "OVRoot/SecureWipe.hpp"
+
 namespace Nexar {
 
 using namespace Syncra::Protocol;
@@ -30,22 +32,45 @@ void UserManagement::AddRoutes(Router& router)
         const auto id = SelfOr(call, context_.rights.IsAnyManager(call));
         return Records::GroupNames{groups_.GroupsOf(id)};
     });
-    router.AddAsync("PUT", Path("/{}/password"),
-                    [this](const Call& call, const Reply& reply) { SetPassword(call, reply); });
+    router.AddAsync(
+        "PUT", Path("/{}/password"),
+        [this](Call& call) {
+            const auto id = SelfOr(call, context_.rights.IsAdministrator(call));
+            call.findings = {id, Checked(call.Read<Records::NewPassword>().value)};
+            OV::SecureWipe(call.request.body);
+        },
+        [this, &router](Call call, const Reply& reply) {
+            SetPassword(router, std::move(call), reply);
+        });
     AddPhotoRoutes(router);
 }
 
 void UserManagement::AddInsertRoute(Router& router)
 {
-    router.AddAsync("POST", Path(), [this](const Call& call, const Reply& reply) {
-        InsertWithPassword(call, reply);
-    });
+    router.AddAsync(
+        "POST", Path(),
+        [this](Call& call) {
+            // Before the hash, which costs far more than the rest.
+            RequireWriter(call);
+            if (const auto added = call.Read<Records::NewUser>(); added.password)
+                call.findings.push_back(Checked(*added.password));
+        },
+        [this, &router](Call call, const Reply& reply) {
+            InsertWithPassword(router, std::move(call), reply);
+        });
 }
 
 void UserManagement::AddPhotoRoutes(Router& router)
 {
-    router.Add("GET", Path("/{}/photo"),
-               [this](const Call& call) { return photos_.Get(IdOf(call)); });
+    router.Add("GET", Path("/{}/photo"), [this](const Call& call) {
+        // Everybody sees the photos of those whom he works with.
+        const auto id = users_.RequireId(call.parameters[0]);
+        if (id != call.user.userId && !context_.rights.IsAnyManager(call) &&
+            !users_.WorkTogether(id, call.user.userId))
+            throw Refusal(ErrorCode::NotFound,
+                          "There is no such user in a project of yours; he may have been deleted.");
+        return photos_.Get(id);
+    });
     router.Add(
         "PUT", Path("/{}/photo"), [this](const Call& call) { SetPhoto(call); }, Router::LargeBody);
 }
@@ -64,9 +89,14 @@ UserManagement::Chooser UserManagement::Readable(const Call& call)
                const Records::User& user) { return all || user.id == self; };
 }
 
+/// Who may not know every user learns from no path whether there is another one.
 std::string UserManagement::IdOf(const Call& call)
 {
-    return users_.RequireId(call.parameters[0]);
+    const auto& named = call.parameters[0];
+    const bool isSelf = named == call.user.userId || named == call.user.userLogin;
+    if (!isSelf && !context_.rights.IsAnyManager(call))
+        throw Refusal(ErrorCode::AccessDenied, "You may do this for yourself alone.");
+    return users_.RequireId(named);
 }
 
 void UserManagement::CheckUpdate(const Call& call, const Records::User&, const Records::User& after)
@@ -84,6 +114,11 @@ void UserManagement::CheckDelete(const Call& call, const Records::User& user)
 void UserManagement::Updated(const Records::User& before, const Records::User& after,
                              const std::vector<std::string>& projects)
 {
+    if (before.enabled && !after.enabled) {
+        context_.signals.Release(OV::ToUtf8(after.id));
+        for (const auto& project : projects)
+            context_.signals.Raise(project, SignalId::SessionsChanged);
+    }
     // Members see this much of each other, and fetch every photo anew when they are told.
     if (before.loginName != after.loginName || before.fullName != after.fullName ||
         before.color != after.color)
@@ -92,7 +127,7 @@ void UserManagement::Updated(const Records::User& before, const Records::User& a
 
 void UserManagement::Deleted(const Records::User& user, const std::vector<std::string>& projects)
 {
-    tokens_.RemoveUser(OV::ToUtf8(user.id));
+    EndTokens(OV::ToUtf8(user.id), {});
     for (const auto& project : projects) {
         // Reaches the request that he himself holds, too: his client asks again and is refused.
         context_.signals.Raise(project, SignalId::MembersChanged);
@@ -120,36 +155,43 @@ void UserManagement::SetPhoto(const Call& call)
         context_.signals.Raise(project, SignalId::MembersChanged);
 }
 
-void UserManagement::InsertWithPassword(const Call& call, const Reply& reply)
+void UserManagement::InsertWithPassword(const Router& router, Call call, const Reply& reply)
 {
-    // Before the hash, which costs far more than the rest.
-    RequireWriter(call);
-    const auto added = call.Read<Records::NewUser>();
-    const auto insert = [this, call, added = added.user](const std::string& hash) {
-        RequireWriter(call);
-        return Insert(added, [&](const Records::User& user) {
-            users_.SetPasswordHash(OV::ToUtf8(user.id), hash);
+    const auto asked = std::make_shared<Call>(std::move(call));
+    const auto insert = [this, &router, asked, reply](const std::string& hash) {
+        router.AnswerWriting(std::move(*asked), reply, [this, hash](Call& checked) {
+            const OV::SecureWipeGuard wipe(checked.request.body);
+            RequireWriter(checked);
+            return WriteJson(
+                Insert(checked.Read<Records::NewUser>().user, [&](const Records::User& user) {
+                    users_.SetPasswordHash(OV::ToUtf8(user.id), hash);
+                }));
         });
     };
-    if (!added.password) {
-        reply(JsonResponse(insert("")));
-        return;
-    }
-    passwords_.Make(Checked(*added.password), reply, [insert, reply](const std::string& hash) {
-        Router::Answer(reply, [&] { return insert(hash); });
-    });
+    if (asked->findings.empty())
+        return insert("");
+    const OV::SecureWipeGuard wipe(asked->findings.front());
+    passwords_.Make(asked->findings.front(), reply, insert);
 }
 
-void UserManagement::SetPassword(const Call& call, const Reply& reply)
+void UserManagement::SetPassword(const Router& router, Call call, const Reply& reply)
 {
-    const auto id = SelfOr(call, context_.rights.IsAdministrator(call));
-    passwords_.Make(Checked(call.Read<Records::NewPassword>().value), reply,
-                    [this, call, id, reply](const std::string& hash) {
-                        Router::Answer(reply, [&] {
-                            users_.SetPasswordHash(id, hash);
-                            tokens_.RemoveUser(id, call.request.token);
-                        });
+    const OV::SecureWipeGuard wipe(call.findings[1]);
+    passwords_.Make(call.findings[1], reply,
+                    [this, &router, id = call.findings[0], request = call.request, user = call.user,
+                     reply](const std::string& hash) {
+                        router.AnswerWriting({request, {}, user}, reply,
+                                             [this, id, hash](const Call& checked) {
+                                                 users_.SetPasswordHash(id, hash);
+                                                 EndTokens(id, checked.request.token);
+                                                 return std::string("{}");
+                                             });
                     });
+}
+
+void UserManagement::EndTokens(const std::string& userId, const std::string& keptToken)
+{
+    StoreWorkers::AfterCommit([this, userId, keptToken] { tokens_.RemoveUser(userId, keptToken); });
 }
 
 std::string UserManagement::Checked(const OV::UniString& password)

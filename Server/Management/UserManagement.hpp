@@ -35,8 +35,10 @@ private:
     [[nodiscard]] std::string SelfOr(const Call& call, bool orElse);
     void AddPhotoRoutes(Router& router);
     void SetPhoto(const Call& call);
-    void InsertWithPassword(const Call& call, const Reply& reply);
-    void SetPassword(const Call& call, const Reply& reply);
+    void InsertWithPassword(const Router& router, Call call, const Reply& reply);
+    void SetPassword(const Router& router, Call call, const Reply& reply);
+    /// When what is being written is committed.
+    void EndTokens(const std::string& userId, const std::string& keptToken);
     /// The password, which must be long enough.
     [[nodiscard]] std::string Checked(const OV::UniString& password);
 

@@ -2,7 +2,10 @@
 
 #include "Support/ChildProcess.hpp"
 
+#include <atomic>
+#include <list>
 #include <memory>
+#include <thread>
 
 namespace {
 
@@ -24,7 +27,113 @@ protected:
     }
 };
 
+class LimitsTest : public ServerTest {
+protected:
+    LimitsTest()
+        : ServerTest({"--sample", "--sample-lines", "0", "--requests-per-user", "3",
+                      "--connections-per-address", "9", "--mails-per-box", "2",
+                      "--mail-bytes-per-project", "1000000", "--tokens-per-user", "2"})
+    {}
+};
+
+json MailTo(const std::string& key, const std::string& recipient, const std::string& body)
+{
+    return {{"key", key},
+            {"recipients", {recipient}},
+            {"message",
+             {{"id", ""},
+              {"read", false},
+              {"copy", false},
+              {"historical", false},
+              {"timeStamp", 0},
+              {"header", json::object()},
+              {"body", body}}}};
+}
+
 }  // namespace
+
+TEST_F(LimitsTest, EachIsToldByItsCodeAndConcernsNobodyElse)
+{
+    auto jonas = SignedIn("jonas.berg");
+    std::list<Client> held;
+    for (int i = 0; i < 3; ++i)
+        held.emplace_back(server.ModelPort(), jonas.Token())
+            .Begin("GET", SignalPath(Sample::HarbourBridge, 0, 60'000));
+    {
+        // Its answer tells that the server has read all that was sent before.
+        auto anna = SignedIn("anna.novak");
+        EXPECT_EQ(anna.Ask("GET", "/syncra/v1/ports").status, 200);
+        EXPECT_EQ(jonas.Ask("GET", "/syncra/v1/ports").Code(), 26);
+        const auto mails = ProjectPath(Sample::HarbourBridge, "mails");
+        const auto send = [&](const std::string& recipient, const std::string& body) {
+            static int key = 0;
+            return anna.Ask("POST", mails, MailTo(std::to_string(++key), recipient, body).dump())
+                .Code();
+        };
+        EXPECT_EQ(send("lena.fischer", std::string(1'000'000, 'A')), 4) << "the project's room";
+        EXPECT_EQ(send("lena.fischer", "AAAA"), 0);
+        EXPECT_EQ(send("lena.fischer", "AAAA"), 0);
+        EXPECT_EQ(send("yuki.tanaka", "AAAA"), 4) << "the sender's own box is full";
+        const auto ids = anna.Ask("GET", mails).json.at("mails");
+        ASSERT_EQ(anna.Ask("POST", mails + "/delete", json{{"ids", {ids[0]["id"]}}}.dump()).Code(),
+                  0);
+        EXPECT_EQ(send("lena.fischer", "AAAA"), 4);
+        EXPECT_EQ(send("yuki.tanaka", "AAAA"), 0);
+        // A third sign-in ends the first.
+        (void)SignedIn("anna.novak");
+        (void)SignedIn("anna.novak");
+        EXPECT_EQ(anna.Ask("GET", "/syncra/v1/ports").Code(), 15);
+    }
+    held.clear();
+    while (jonas.Ask("GET", "/syncra/v1/ports").Code() == 26)
+        std::this_thread::yield();
+    std::list<RawHttp> silent;
+    for (int i = 0; i < 8; ++i)
+        silent.emplace_back(server.ModelPort());
+    EXPECT_TRUE(RawHttp(server.ModelPort()).IsClosedByServer()) << "the tenth of this address";
+    EXPECT_EQ(jonas.Ask("GET", "/syncra/v1/ports").status, 200);
+}
+
+TEST_F(AttackTest, WhoeverReadsDoesNotWaitForThoseWhoWrite)
+{
+    auto writer = SignedIn("anna.novak");
+    auto reader = SignedIn("jonas.berg");
+    std::atomic<bool> isAnswered = false;
+    int read = 0;
+    const StoreLock lock(server.StorePath());
+    writer.Begin("POST", ProjectPath(Sample::HarbourBridge, "sessions"), "{}");
+    std::thread waiting([&] {
+        EXPECT_EQ(writer.End().Code(), 25);
+        isAnswered = true;
+    });
+    while (!isAnswered && reader.Ask("GET", "/syncra/v1/projects").status == 200)
+        ++read;
+    waiting.join();
+    EXPECT_GT(read, 2);
+}
+
+TEST_F(AttackTest, WhatIsWrittenTogetherStandsOrFallsEachByItself)
+{
+    constexpr int clients = 6, each = 20;
+    const auto path = ProjectPath(Sample::HarbourBridge, "mails");
+    const auto token = SignedIn("anna.novak").Token();
+    std::vector<std::thread> senders;
+    std::atomic<int> refused = 0;
+    for (int number = 0; number < clients; ++number)
+        senders.emplace_back([&, number] {
+            Client anna(server.ModelPort(), token);
+            for (int i = 0; i < each; ++i) {
+                const auto key = std::to_string(number) + "-" + std::to_string(i);
+                const auto to = i % 2 == 0 ? "lena.fischer" : "nobody";
+                refused += anna.Ask("POST", path, MailTo(key, to, "AAAA").dump()).Code() == 12;
+            }
+        });
+    for (auto& sender : senders)
+        sender.join();
+    EXPECT_EQ(refused, clients * each / 2);
+    EXPECT_EQ(SignedIn("lena.fischer").Ask("GET", path).json.at("mails").size(),
+              static_cast<std::size_t>(clients * each / 2));
+}
 
 TEST_F(AttackTest, ALargeBodyIsRefusedBeforeItIsReceived)
 {
@@ -49,6 +158,58 @@ TEST_F(AttackTest, WhoGuessesAPasswordWaitsAndNobodyElseDoes)
     EXPECT_EQ(answer.status, 429);
     EXPECT_NE(answer.head.find("\r\nRetry-After: 1\r\n"), std::string::npos) << answer.head;
     EXPECT_EQ(guesser.SignIn("jonas.berg", ServerProcess::Password).status, 200);
+}
+
+TEST_F(AttackTest, WhatOneTakesHisOwnLimitsBound)
+{
+    auto jonas = SignedIn("jonas.berg");
+    const auto session = jonas.Ask("POST", ProjectPath(Sample::HarbourBridge, "sessions"), "{}")
+                             .json.value("id", "");
+    const auto attribute = [&](int number) {
+        return "/syncra/v1/sessions/" + session + "/attributes/" + std::to_string(number);
+    };
+    for (int i = 0; i < 64; ++i)
+        EXPECT_EQ(jonas.Ask("PUT", attribute(i), R"({"value":"x"})").status, 200);
+    EXPECT_EQ(jonas.Ask("PUT", attribute(64), R"({"value":"x"})").Code(), 4);
+    EXPECT_EQ(jonas.Ask("PUT", attribute(0), R"({"value":"y"})").status, 200);
+
+    auto anna = SignedIn("anna.novak");
+    Client lookout(server.MessagingPort(), "lookout", "lookout");
+    const std::string subscriptions = "/syncra/v1/presence/subscriptions";
+    const auto subscribe = [&](Client& client) {
+        return client.Ask("POST", subscriptions, R"({"projects":[]})").Code();
+    };
+    int taken = 0;
+    while (taken < 600 && subscribe(lookout) == 0)
+        ++taken;
+    EXPECT_EQ(taken, 500);
+    EXPECT_EQ(subscribe(lookout), 26);
+    Client annasOther(server.MessagingPort(), anna.Token());
+    EXPECT_EQ(subscribe(annasOther), 0);
+    // Its tokens push out its own oldest one alone.
+    for (int i = 0; i < 500; ++i)
+        EXPECT_EQ(Client(server.MessagingPort()).SignIn("lookout", "lookout").status, 200);
+    EXPECT_EQ(subscribe(lookout), 15);
+    EXPECT_EQ(subscribe(annasOther), 0);
+}
+
+TEST_F(AttackTest, WhoIsSwitchedOffIsLetGo)
+{
+    auto admin = Manager("admin");
+    auto jonas = SignedIn("jonas.berg");
+    ASSERT_EQ(jonas.Ask("POST", ProjectPath(Sample::HarbourBridge, "sessions"), "{}").status, 200);
+    const auto next = jonas.Ask("GET", SignalPath(Sample::HarbourBridge, 0, 0)).json.at("next");
+    jonas.Begin("GET", SignalPath(Sample::HarbourBridge, next, 60'000));
+    auto record = admin.Ask("GET", "/root/syncrav2/users/jonas.berg").json;
+    record["enabled"] = false;
+    ASSERT_EQ(admin.Ask("PUT", "/root/syncrav2/users/jonas.berg", record.dump()).Code(), 0);
+    EXPECT_EQ(jonas.End().status, 200);
+    EXPECT_EQ(jonas.Ask("GET", "/syncra/v1/ports").Code(), 16);
+    auto anna = SignedIn("anna.novak");
+    EXPECT_EQ(anna.Ask("GET", ProjectPath(Sample::HarbourBridge, "sessions?scope=all"))
+                  .json.dump()
+                  .find("jonas.berg"),
+              std::string::npos);
 }
 
 TEST_F(AttackTest, AStoreThatIsLockedIsABusyOne)

@@ -398,6 +398,12 @@ TEST_F(FamiliesTest, MembersGetThePermissionsOfASetWithTheirRoleAndHearOfItsChan
     };
     EXPECT_EQ(add(Sample::HarbourBridge), 0);
     EXPECT_EQ(add(Sample::CityLibrary), 13);
+    // Nor does she give or take what she has not herself.
+    const std::string members = Root + "projects/" + Sample::HarbourBridge + "/members/";
+    EXPECT_EQ(manager.Ask("PUT", members + "lena.fischer", R"({"role":"Project Manager"})").Code(),
+              13);
+    EXPECT_EQ(manager.Ask("DELETE", members + "anna.novak").Code(), 13);
+    EXPECT_EQ(manager.Ask("DELETE", members + "nora.lind").Code(), 0);
 }
 
 TEST_F(FamiliesTest, MergingPutsTogetherOrChangesNothing)

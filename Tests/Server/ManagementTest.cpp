@@ -58,7 +58,7 @@ TEST_F(ManagementTest, APhotoIsChangedByItsUserAndAdministratorsAndIsAlwaysAPict
         {"admin", "jonas.berg", PhotoBody("image/jpeg", large), 0},
         {"jonas.berg", "jonas.berg", PhotoBody("", ""), 0},
     };
-    auto reader = Manager("liam.walsh");
+    auto reader = Manager("yuki.tanaka");
     auto last = PhotoBody("", "");
     for (const auto& [user, login, body, code] : cases) {
         const auto answer = Manager(user).Ask("PUT", UserPath(login, "photo"), body.dump());
@@ -69,6 +69,8 @@ TEST_F(ManagementTest, APhotoIsChangedByItsUserAndAdministratorsAndIsAlwaysAPict
             << user << ' ' << body.dump().substr(0, 100);
     }
     EXPECT_EQ(reader.Ask("GET", UserPath("nobody", "photo")).Code(), 12);
+    EXPECT_EQ(Manager("liam.walsh").Ask("GET", UserPath("jonas.berg", "photo")).Code(), 12)
+        << "they share no project";
     for (const auto& [login, signature] :
          {std::pair{"anna.novak", Png.substr(0, 8)}, {"marco.rossi", Jpeg.substr(0, 3)}}) {
         const auto photo = reader.Ask("GET", UserPath(login, "photo")).json;

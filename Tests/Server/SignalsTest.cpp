@@ -12,6 +12,10 @@ constexpr int Long = 60'000;
 
 class SignalsTest : public ServerTest {
 protected:
+    SignalsTest()
+        : ServerTest({"--sample", "--sample-lines", "0", "--requests-per-user", "1000",
+                      "--connections", "2000"})
+    {}
     /// Starts a session of the user, or ends the one started before.
     void Raise(Client& client)
     {

@@ -128,6 +128,35 @@ TEST(HttpClientTest, AnAnswerWithoutEndIsCutWhenNobodySetALimit)
     EXPECT_EQ(Outcome(client), "MalformedResponseException");
 }
 
+TEST(HttpClientTest, ARequestThatABusyServerWantsLaterIsSentAgain)
+{
+    struct Case {
+        int status;
+        const char* headers;
+        const char* expected;
+        int requests;
+    };
+    const Case cases[] = {{429, "Retry-After: 1\r\n", "200", 2},
+                          {503, "Retry-After: 1\r\n", "200", 2},
+                          {429, "Retry-After: 99999999999\r\n", "429", 1},
+                          {429, "Retry-After: soon\r\n", "429", 1},
+                          {503, "", "503", 1},
+                          {500, "Retry-After: 1\r\n", "500", 1}};
+    for (const Case& one : cases) {
+        SCOPED_TRACE(std::to_string(one.status) + one.headers);
+        const ScriptedServer server(
+            [&](ScriptedServer::Peer& peer, const ScriptedServer::Request& request) {
+                if (request.number == 1)
+                    peer.Answer(one.status, "{}", one.headers);
+                else
+                    peer.Answer(200, "{}");
+            });
+        HttpClient client = ClientOf(server, {});
+        EXPECT_EQ(Outcome(client), one.expected);
+        EXPECT_EQ(server.Requests(), one.requests);
+    }
+}
+
 TEST(HttpClientTest, AnUnreachableServerIsNamedWithItsPort)
 {
     std::uint16_t freePort = 0;

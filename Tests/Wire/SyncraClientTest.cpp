@@ -5,6 +5,7 @@
 #include "Support/Thrown.hpp"
 
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 
 using Syncra::Client::Connect;
 using Syncra::Client::SyncraClient;
@@ -93,6 +94,29 @@ TEST(SyncraClientTest, EveryTextGoesIntoItsRequestAsDocumented)
         EXPECT_NE(last.head.find("\r\nAuthorization: Bearer T\r\n"), std::string::npos);
         EXPECT_EQ(server.Connections(), 1);
     }
+}
+
+TEST(SyncraClientTest, WhatIsTooMuchForOneRequestIsSentInParts)
+{
+    std::vector<std::size_t> parts;
+    const ScriptedServer server([&](Peer& peer, const Asked& request) {
+        const auto body = nlohmann::json::parse(request.body);
+        for (const char* list : {"ids", "entries"})
+            if (body.contains(list))
+                parts.push_back(body[list].size());
+        peer.Answer(200, request.number == 1 ? Token : "{}");
+    });
+    const auto client = SignedIn(server);
+    const auto id = [](int number) { return OV::FromUtf8(std::to_string(number)); };
+    OV::Array<OV::UniString> ids;
+    SyncraClient::FlagTable flags;
+    for (int i = 0; i < 2001; ++i) {
+        ids.push_back(id(i));
+        flags[id(i)] = true;
+    }
+    client->DeleteMails(u"p", ids);
+    client->SetMailStatus(u"p", flags);
+    EXPECT_EQ(parts, (std::vector<std::size_t>{1000, 1000, 1, 1000, 1000, 1}));
 }
 
 TEST(SyncraClientTest, AnAnswerThatIsNoneAndARefusalAreToldApart)

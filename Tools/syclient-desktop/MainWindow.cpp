@@ -472,7 +472,8 @@ void MainWindow::_ProjectMembersChanged(SYC::ProjectMembers& members)
         auto* item = new QListWidgetItem(QIcon(QPixmap::fromImage(ToQt(photo))),
                                          ::ToQt(user.GetFullName()) + "\n" +
                                              (user.HasNormalSession() ? "working" : "away"));
-        item->setToolTip(::ToQt(user.GetLoginName()));
+        // Qt takes a tool tip that looks like markup for it, whoever made up the name.
+        item->setToolTip("<span>" + ::ToQt(user.GetLoginName()).toHtmlEscaped() + "</span>");
         members_->addItem(item);
     }
 }

@@ -65,6 +65,18 @@ bool AskPresence(const ProjectHost& host, std::vector<Row>& rows, const Output& 
     return true;
 }
 
+/// Coded, since a login name may hold what a file name may not; one that is too long for a file
+/// name is cut and told apart by the member's id.
+template <class Id>
+OV::String PhotoName(const OV::UniString& login, Id id)
+{
+    constexpr std::size_t longest = 200;
+    OV::String name = OV::PercentEncode(OV::ToUtf8(login));
+    if (name.size() > longest)
+        name = name.substr(0, longest) + "~" + std::to_string(id);
+    return name + ".png";
+}
+
 /// Every member gets a picture of the same size; who has no photo, the stand-in.
 void WritePhotos(std::vector<Row>& rows, const std::string& folder)
 {
@@ -73,9 +85,7 @@ void WritePhotos(std::vector<Row>& rows, const std::string& folder)
     for (Row& row : rows) {
         const auto picture =
             SYC::GetUserPhoto(row.user->GetImage(), PhotoWidth, PhotoHeight, true, false);
-        // Coded, since a login name may hold what a file name may not.
-        const auto name =
-            OV::FromUtf8(OV::PercentEncode(OV::ToUtf8(row.user->GetLoginName()))) + u".png";
+        const auto name = OV::FromUtf8(PhotoName(row.user->GetLoginName(), row.id));
         IO::File::Replace(place.Appended(name),
                           NewDisplay::EncodeImage(picture, NewDisplay::ImageFormat::Png));
         row.photoFile = OV::ToUtf8(name);

@@ -1,0 +1,54 @@
+#include "OperationService.hpp"
+
+#include "Router.hpp"
+
+#include <filesystem>
+
+namespace Nexar {
+
+void OperationService::Answer(const HttpRequest& request, const Reply& reply)
+{
+    const bool isOne = request.method == "GET" && request.path.size() == 1;
+    if (isOne && request.path[0] == "health")
+        AnswerHealth(reply);
+    else if (isOne && request.path[0] == "metrics")
+        reply({200, MetricsText(), {{"Content-Type", "text/plain; version=0.0.4"}}});
+    else
+        reply(ErrorResponse(Refusal(Syncra::Protocol::ErrorCode::NoSuchRoute,
+                                    "This port has GET /health and GET /metrics.")));
+}
+
+/// It is well when it could write.
+void OperationService::AnswerHealth(const Reply& reply)
+{
+    workers_.Write(
+        {}, [] {},
+        [reply](std::exception_ptr error) {
+            reply(error ? HttpResponse{503, R"({"status":"the store cannot be written"})"}
+                        : HttpResponse{200, R"({"status":"ok"})"});
+        });
+}
+
+std::string OperationService::MetricsText() const
+{
+    const auto http = server_.GetLoad();
+    const auto store = workers_.GetLoad();
+    const auto sizeOf = [&](const char* ending) {
+        std::error_code error;
+        const auto size = std::filesystem::file_size(store_ + ending, error);
+        return error ? 0.0 : static_cast<double>(size);
+    };
+    const auto number = [](auto value) { return static_cast<double>(value); };
+    return metrics_.Text({{"nexar_connections", number(http.connections)},
+                          {"nexar_requests_under_way", number(http.underWay)},
+                          {"nexar_bytes_in_flight", number(http.bytesInFlight)},
+                          {"nexar_waiting_reads", number(store.reads)},
+                          {"nexar_waiting_writes", number(store.writes)},
+                          {"nexar_waiting_passwords", number(passwords_.Waiting())},
+                          {"nexar_commits", number(store.commits)},
+                          {"nexar_writes", number(store.writesDone)},
+                          {"nexar_store_bytes", sizeOf("")},
+                          {"nexar_store_log_bytes", sizeOf("-wal")}});
+}
+
+}  // namespace Nexar

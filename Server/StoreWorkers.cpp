@@ -1,0 +1,200 @@
+#include "StoreWorkers.hpp"
+
+#include "Refusal.hpp"
+
+#include "OVRoot/System.hpp"
+
+#include <algorithm>
+#include <optional>
+#include <utility>
+
+namespace Nexar {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr std::size_t MaximumWaiting = 2000;
+constexpr std::size_t MaximumOfCommit = 64;
+/// From then on a commit takes nothing more in: those who wait for it should not wait for long.
+constexpr std::chrono::milliseconds LongestGathering{20};
+
+thread_local std::vector<std::function<void()>>* newsOfJob = nullptr;
+
+std::chrono::microseconds Since(Clock::time_point begin)
+{
+    return std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - begin);
+}
+
+}  // namespace
+
+StoreWorkers::StoreWorkers(HttpServer& server, Database& database, std::size_t readers)
+    : server_(server), database_(database), reads_(std::max<std::size_t>(1, readers / 2)),
+      writes_(MaximumOfCommit)
+{
+    for (std::size_t i = 0; i < std::max<std::size_t>(1, readers); ++i)
+        threads_.emplace_back([this](const std::stop_token& token) { ReadAll(token); });
+    threads_.emplace_back([this](const std::stop_token& token) { WriteAll(token); });
+}
+
+StoreWorkers::~StoreWorkers()
+{
+    for (auto& thread : threads_)
+        thread.request_stop();
+    threads_.clear();
+}
+
+void StoreWorkers::Read(const std::string& owner, Work work, Then then)
+{
+    Add(reads_, owner, std::move(work), std::move(then));
+    hasReads_.notify_one();
+}
+
+void StoreWorkers::Write(const std::string& owner, Work work, Then then)
+{
+    Add(writes_, owner, std::move(work), std::move(then));
+    hasWrites_.notify_one();
+}
+
+void StoreWorkers::Add(FairQueue<Job>& queue, const std::string& owner, Work work, Then then)
+{
+    Job job{owner, std::move(work), std::move(then), server_.HoldOpen()};
+    const std::lock_guard guard(lock_);
+    if (queue.Size() >= MaximumWaiting)
+        throw Refusal(Syncra::Protocol::ErrorCode::TooManyRequests,
+                      "The server has as much to do as it can. Try again in a moment.")
+            .With("Retry-After", "1");
+    queue.Push(owner, std::move(job));
+}
+
+void StoreWorkers::AfterCommit(std::function<void()> news)
+{
+    if (newsOfJob != nullptr)
+        newsOfJob->push_back(std::move(news));
+    else
+        news();
+}
+
+StoreWorkers::Load StoreWorkers::GetLoad() const
+{
+    const std::lock_guard guard(lock_);
+    return {reads_.Size(), writes_.Size(), commits_, writesDone_};
+}
+
+void StoreWorkers::ReadAll(const std::stop_token& token)
+{
+    OV::System::NameCurrentThread("store reader");
+    std::optional<Database::Reader> reader;
+    for (;;) {
+        std::unique_lock guard(lock_);
+        std::optional<Job> job;
+        hasReads_.wait(guard, token, [&] { return (job = reads_.Take()).has_value(); });
+        guard.unlock();
+        if (!job)
+            return;
+        const auto begin = Clock::now();
+        try {
+            if (!reader)
+                reader.emplace(database_);
+            const Database::Snapshot snapshot(database_);
+            job->work();
+        } catch (...) {
+            job->error = std::current_exception();
+        }
+        job->time = Since(begin);
+        guard.lock();
+        reads_.Done(job->owner);
+        guard.unlock();
+        // His next one may have waited for this one.
+        hasReads_.notify_one();
+        Jobs done;
+        done.push_back(*std::move(job));
+        Answer(std::move(done));
+    }
+}
+
+void StoreWorkers::WriteAll(const std::stop_token& token)
+{
+    OV::System::NameCurrentThread("store writer");
+    for (;;) {
+        Jobs jobs;
+        {
+            std::unique_lock guard(lock_);
+            hasWrites_.wait(guard, token, [&] {
+                if (auto job = writes_.Take())
+                    jobs.push_back(*std::move(job));
+                return !jobs.empty();
+            });
+        }
+        if (jobs.empty())
+            return;
+        Commit(jobs);
+        Answer(std::move(jobs));
+    }
+}
+
+std::optional<StoreWorkers::Job> StoreWorkers::TakeWrite()
+{
+    const std::lock_guard guard(lock_);
+    return writes_.Take();
+}
+
+/// What fails by itself is undone alone; when the commit fails, nothing of it happened.
+void StoreWorkers::Commit(Jobs& jobs)
+{
+    const auto begin = Clock::now();
+    try {
+        Transaction together(database_);
+        for (std::size_t next = 0; next < jobs.size(); ++next) {
+            RunWrite(jobs[next]);
+            if (!database_.IsInTransaction())
+                // A full disk, say, may make the store undo all.
+                std::rethrow_exception(jobs[next].error);
+            if (jobs.size() < MaximumOfCommit && Clock::now() - begin < LongestGathering)
+                if (auto more = TakeWrite())
+                    jobs.push_back(*std::move(more));
+        }
+        together.Commit();
+    } catch (...) {
+        for (Job& job : jobs)
+            if (!job.error)
+                job.error = std::current_exception();
+    }
+    const std::lock_guard guard(lock_);
+    for (Job& job : jobs) {
+        job.time = Since(begin);
+        writes_.Done(job.owner);
+    }
+    ++commits_;
+    writesDone_ += jobs.size();
+}
+
+void StoreWorkers::RunWrite(Job& job)
+{
+    newsOfJob = &job.news;
+    try {
+        Transaction part(database_);
+        job.work();
+        part.Commit();
+    } catch (...) {
+        job.error = std::current_exception();
+    }
+    newsOfJob = nullptr;
+}
+
+void StoreWorkers::Answer(Jobs jobs)
+{
+    const auto shared = std::make_shared<Jobs>(std::move(jobs));
+    server_.Post([this, owned = shared] {
+        for (Job& job : *owned) {
+            server_.NoteWork(job.time);
+            if (!job.error)
+                for (const auto& news : job.news)
+                    news();
+            job.then(job.error);
+        }
+        owned->clear();
+    });
+}
+
+}  // namespace Nexar

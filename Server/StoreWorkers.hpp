@@ -1,0 +1,86 @@
+#pragma once
+
+#include "Database.hpp"
+#include "FairQueue.hpp"
+#include "HttpServer.hpp"
+
+#include <condition_variable>
+#include <exception>
+#include <functional>
+#include <mutex>
+#include <optional>
+#include <stop_token>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace Nexar {
+
+/// Work on the store, so that the server's thread never waits for it: a few threads that read, each
+/// with a connection of its own, beside one that writes. Whoever asks takes turns with the others,
+/// and never has all readers for himself. What is written waits for a commit together with what
+/// others write meanwhile; it is answered when the commit is on the disk.
+class StoreWorkers {
+public:
+    using Work = std::function<void()>;
+    /// On the server's thread, with what the work threw. The work is destroyed there, too.
+    using Then = std::function<void(std::exception_ptr)>;
+
+    StoreWorkers(HttpServer& server, Database& database, std::size_t readers);
+    /// Does what still waits, and waits for it.
+    ~StoreWorkers();
+    StoreWorkers(const StoreWorkers&) = delete;
+    StoreWorkers& operator=(const StoreWorkers&) = delete;
+
+    /// On the server's thread. Runs `work` on one state of the store, which it cannot change.
+    /// Throws Refusal when too much waits already.
+    void Read(const std::string& owner, Work work, Then then);
+    /// The same for work that changes the store: all of it happens or nothing.
+    void Write(const std::string& owner, Work work, Then then);
+
+    /// Of the thread that writes: runs `news` on the server's thread once what is being written is
+    /// committed, and never when it is undone. On other threads it runs at once.
+    static void AfterCommit(std::function<void()> news);
+
+    struct Load {
+        std::size_t reads = 0;   ///< that wait
+        std::size_t writes = 0;  ///< that wait
+        std::uint64_t commits = 0;
+        std::uint64_t writesDone = 0;
+    };
+    [[nodiscard]] Load GetLoad() const;
+
+private:
+    struct Job {
+        std::string owner;
+        Work work;
+        Then then;
+        std::shared_ptr<void> open;  ///< keeps the server from ending before the answer
+        std::exception_ptr error = nullptr;
+        std::vector<std::function<void()>> news = {};
+        std::chrono::microseconds time{0};
+    };
+    using Jobs = std::vector<Job>;
+
+    void Add(FairQueue<Job>& queue, const std::string& owner, Work work, Then then);
+    void ReadAll(const std::stop_token& token);
+    void WriteAll(const std::stop_token& token);
+    void Commit(Jobs& jobs);
+    /// The next that waits, for the commit that is being made; nothing when there is none.
+    [[nodiscard]] std::optional<Job> TakeWrite();
+    void RunWrite(Job& job);
+    void Answer(Jobs jobs);
+
+    HttpServer& server_;
+    Database& database_;
+    mutable std::mutex lock_;
+    std::condition_variable_any hasReads_;
+    std::condition_variable_any hasWrites_;
+    FairQueue<Job> reads_;
+    FairQueue<Job> writes_;
+    std::uint64_t commits_ = 0;
+    std::uint64_t writesDone_ = 0;
+    std::vector<std::jthread> threads_;
+};
+
+}  // namespace Nexar
