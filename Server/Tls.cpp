@@ -31,7 +31,7 @@ struct Freeing {
 using Context = std::unique_ptr<SSL_CTX, Freeing<SSL_CTX_free>>;
 using Key = std::unique_ptr<EVP_PKEY, Freeing<EVP_PKEY_free>>;
 using Certificate = std::unique_ptr<X509, Freeing<X509_free>>;
-using Memory = std::unique_ptr<BIO, Freeing<BIO_free_all>>;
+using MemoryFile = std::unique_ptr<BIO, Freeing<BIO_free_all>>;
 using Extension = std::unique_ptr<X509_EXTENSION, Freeing<X509_EXTENSION_free>>;
 
 [[noreturn]] void Fail(const std::string& what)
@@ -57,7 +57,7 @@ int ChooseProtocol(SSL*, const unsigned char** chosen, unsigned char* size,
     return result == OPENSSL_NPN_NEGOTIATED ? SSL_TLSEXT_ERR_OK : SSL_TLSEXT_ERR_ALERT_FATAL;
 }
 
-std::string TextOf(const Memory& memory)
+std::string TextOf(const MemoryFile& memory)
 {
     char* bytes = nullptr;
     const long size = BIO_get_mem_data(memory.get(), &bytes);
@@ -140,8 +140,8 @@ SelfSigned MakeCertificate(const std::string& host)
     Check(X509_set_pubkey(certificate.get(), key.get()) == 1);
     GiveName(certificate.get(), host);
     Check(X509_sign(certificate.get(), key.get(), EVP_sha256()) > 0);
-    const Memory certificateText(BIO_new(BIO_s_mem()));
-    const Memory keyText(BIO_new(BIO_s_mem()));
+    const MemoryFile certificateText(BIO_new(BIO_s_mem()));
+    const MemoryFile keyText(BIO_new(BIO_s_mem()));
     Check(certificateText && keyText &&
           PEM_write_bio_X509(certificateText.get(), certificate.get()) == 1 &&
           PEM_write_bio_PKCS8PrivateKey(keyText.get(), key.get(), nullptr, nullptr, 0, nullptr,
