@@ -128,14 +128,14 @@ private:
     {
         constexpr int flags = O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC;
         for (int number = 0; !file_;) {
-            const OV::String path = target_ + ".new-" + std::to_string(number);
+            OV::String path = target_ + ".new-" + std::to_string(number);
             file_ = Descriptor(Retry([&] { return open(path.c_str(), flags, mode); }));
             if (!file_ && errno != EEXIST)
                 Posix::FailToOpen(u"Cannot open for writing", place_);
             if (!file_ && DeleteLeftOver(path, place_))
                 continue;
             if (file_)
-                path_ = path;
+                path_ = std::move(path);
             if (file_ && IsTakenForLeftOver()) {
                 file_ = Descriptor();
                 path_.clear();

@@ -39,8 +39,8 @@ MailClient::MailClient(SYCB::PKSignalClient& signalClient,
                        SYCB::ProjectConnectionManagerInterface& manager, ProjectMembers& members,
                        const IO::Location& dataFolder, OV::Executor& executor)
     : MailClientActionResultObserverOverExecutor(&executor), signalClient_(signalClient),
-      manager_(manager), members_(members), project_(std::make_unique<OpenedProject>(manager)),
-      box_(dataFolder), outbox_(dataFolder), worker_(1, 3, KeepAliveMilliseconds),
+      members_(members), project_(std::make_unique<OpenedProject>(manager)), box_(dataFolder),
+      outbox_(dataFolder), worker_(1, 3, KeepAliveMilliseconds),
       orderedWorker_(1, 1, KeepAliveMilliseconds)
 {
     if (m_instance != nullptr)

@@ -174,7 +174,6 @@ private:
     void GiveUpSending();
 
     SYCB::PKSignalClient& signalClient_;
-    SYCB::ProjectConnectionManagerInterface& manager_;
     ProjectMembers& members_;
     const std::unique_ptr<OpenedProject> project_;
     MailBox box_;
