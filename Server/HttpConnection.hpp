@@ -285,6 +285,8 @@ private:
     std::string address_;
 };
 
+// A function of its own for each kind of stream: within the template below g++ 12 loses what a
+// waiting handshake has to keep.
 inline asio::awaitable<bool> ShakeHands(Shared&, Plain&)
 {
     co_return true;
@@ -346,8 +348,6 @@ private:
     /// Whether another request may follow.
     asio::awaitable<bool> ServeOne()
     {
-        // Each wait is a statement of its own: within larger expressions of a template g++ 12 loses
-        // what it has to keep.
         bool goesOn = !shared_.stopping;
         if (goesOn && buffer_.size() == 0)
             goesOn = co_await WaitForRequest();
