@@ -1,6 +1,7 @@
 #include "Targets.hpp"
 
-#include "Messaging/MailMessageConversion.hpp"
+#include "Messaging/ClientMail.hpp"
+#include "Messaging/MailConversionException.hpp"
 #include "SyncraProtocol/Detail/ModelRecords.hpp"
 
 #include <optional>
@@ -11,7 +12,7 @@ using Syncra::Protocol::Message;
 
 std::optional<SYC::ClientMail> ToMail(const Message& message)
 {
-    if (!SYC::MailMessageConversion::IsCurrentFormat(message))
+    if (!SYC::ClientMail::IsCurrentFormat(message))
         return SYC::ClientMail(message);
     try {
         SYC::ClientMail mail;

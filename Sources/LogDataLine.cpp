@@ -2,11 +2,11 @@
 
 #include "Display/ImageCoding.hpp"
 #include "Files/Detail/ReadDecimal.hpp"
-#include "Files/TextChannel.hpp"
 #include "LogLine/ActionNameTranslator.hpp"
 #include "ManagementTool/UserUtils.hpp"
 #include "OVRoot/Clock.hpp"
 #include "OVRoot/Collation.hpp"
+#include "OVRoot/FieldStream.hpp"
 #include "OVRoot/LocalTime.hpp"
 #include "OVRoot/Resources.hpp"
 
@@ -284,16 +284,12 @@ OV::ChannelStatus LogDataLine::Read(OV::IChannel& channel)
 {
     OV::String user, loginName, duration, operation, project, projectId, comment;
     SYC::LogRecord record;
-    OV::ChannelStatus status = OV::ChannelOk;
+    OV::FieldReader stream(channel);
     for (OV::String* text : {&user, &loginName, &duration, &operation, &project, &projectId})
-        if (status == OV::ChannelOk)
-            status = SYC::TextChannel::Read(channel, *text);
-    if (status == OV::ChannelOk)
-        status = OV::ReadInOrder(channel, record.sizeVal, record.timeVal);
-    if (status == OV::ChannelOk)
-        status = SYC::TextChannel::Read(channel, comment);
-    if (status == OV::ChannelOk)
-        status = channel.Read(record.version);
+        stream.Utf8(*text);
+    OV::TransferFields(stream, record.sizeVal, record.timeVal);
+    stream.Utf8(comment);
+    stream(record.version);
     record.user = user;
     record.loginName = loginName;
     record.duration = duration;
@@ -303,5 +299,5 @@ OV::ChannelStatus LogDataLine::Read(OV::IChannel& channel)
     record.comment = comment;
     Adopt(record);
     timeText_ = TimeText::OfNumber;
-    return status;
+    return stream.Status();
 }

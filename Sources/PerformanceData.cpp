@@ -1,135 +1,42 @@
 #include "PerformanceData.hpp"
 
-#include "Files/TextChannel.hpp"
 #include "ManagementTool/UserUtils.hpp"
+#include "OVRoot/FieldStream.hpp"
 #include "OVRoot/SecureWipe.hpp"
 #include "OVRoot/Thread.hpp"
 #include "SYClientBase/ConnectionValidator.hpp"
 #include "SYClientBase/SyncraClientFactory.hpp"
 
 #include <algorithm>
-#include <bit>
 
 namespace {
 
-/// Reads values in turn until one fails.
-class Reader {
-public:
-    explicit Reader(OV::IChannel& channel) : channel_(channel) {}
-    [[nodiscard]] OV::ChannelStatus Status() const noexcept { return status_; }
-
-    void operator()(OV::UniString& text)
-    {
-        if (IsGood())
-            status_ = SYC::TextChannel::Read(channel_, text);
-    }
-    void operator()(std::uint8_t& byte)
-    {
-        if (IsGood())
-            status_ = channel_.ReadBytes(std::as_writable_bytes(std::span(&byte, 1)));
-    }
-    void operator()(ChartType& type)
-    {
-        std::int16_t number = 0;
-        (*this)(number);
-        type = static_cast<ChartType>(number);
-    }
-    void operator()(float& number)
-    {
-        std::uint32_t bits = 0;
-        (*this)(bits);
-        number = std::bit_cast<float>(bits);
-    }
-    template <class Number>
-    void operator()(Number& number)
-    {
-        if (IsGood())
-            status_ = channel_.Read(number);
-    }
-    /// Elements are added as they arrive: the count sizes nothing. One that does not arrive whole
-    /// is dropped.
-    template <class List, class Transfer>
-    void Elements(List& list, Transfer&& transfer)
-    {
-        std::uint32_t count = 0;
-        (*this)(count);
-        for (; count > 0 && IsGood(); --count) {
-            transfer(*this, list.emplace_back());
-            if (!IsGood())
-                list.pop_back();
-        }
-    }
-
-private:
-    [[nodiscard]] bool IsGood() const noexcept { return status_ == OV::ChannelOk; }
-
-    OV::IChannel& channel_;
-    OV::ChannelStatus status_ = OV::ChannelOk;
+constexpr auto TransferMember = [](auto& stream, auto& member) {
+    stream.Utf8(member.first);
+    stream.Utf8(member.second);
 };
 
-/// Writes values in turn until one fails.
-class Writer {
-public:
-    explicit Writer(OV::OChannel& channel) : channel_(channel) {}
-    [[nodiscard]] OV::ChannelStatus Status() const noexcept { return status_; }
-
-    void operator()(const OV::UniString& text)
-    {
-        if (IsGood())
-            status_ = SYC::TextChannel::Write(channel_, text);
-    }
-    void operator()(std::uint8_t byte)
-    {
-        if (IsGood())
-            status_ = channel_.WriteBytes(std::as_bytes(std::span(&byte, 1)));
-    }
-    void operator()(ChartType type) { (*this)(static_cast<std::int16_t>(type)); }
-    void operator()(float number) { (*this)(std::bit_cast<std::uint32_t>(number)); }
-    template <class Number>
-    void operator()(Number number)
-    {
-        if (IsGood())
-            status_ = channel_.Write(number);
-    }
-    template <class List, class Transfer>
-    void Elements(const List& list, Transfer&& transfer)
-    {
-        (*this)(static_cast<std::uint32_t>(list.size()));
-        for (const auto& element : list)
-            transfer(*this, element);
-    }
-
-private:
-    [[nodiscard]] bool IsGood() const noexcept { return status_ == OV::ChannelOk; }
-
-    OV::OChannel& channel_;
-    OV::ChannelStatus status_ = OV::ChannelOk;
-};
-
-constexpr auto TransferPair = [](auto& stream, auto& pair) {
-    stream(pair.first);
-    stream(pair.second);
+constexpr auto TransferPoint = [](auto& stream, auto& point) {
+    OV::TransferFields(stream, point.first, point.second);
 };
 
 /// The two counts stand in the other order than in the record.
 constexpr auto TransferProject = [](auto& stream, auto& project) {
-    stream(project.title);
-    stream(project.key);
-    stream(project.flag);
-    stream(project.countB);
-    stream(project.countA);
-    stream.Elements(project.members, TransferPair);
+    stream.Utf8(project.title);
+    stream.Utf8(project.key);
+    OV::TransferFields(stream, project.flag, project.countB, project.countA);
+    stream.Elements(project.members, TransferMember);
 };
 
 constexpr auto TransferChartLine = [](auto& stream, auto& line) {
     stream(line.type);
-    stream(line.name);
-    stream(line.unit);
+    stream.Utf8(line.name);
+    stream.Utf8(line.unit);
     for (auto& flag : line.flags)
         stream(flag);
     for (auto& value : line.values)
         stream(value);
-    stream.Elements(line.points, TransferPair);
+    stream.Elements(line.points, TransferPoint);
 };
 
 template <class Table, class Key>
@@ -258,13 +165,13 @@ OV::ChannelStatus PerformanceData::Read(OV::IChannel& channel)
 {
     projects_.clear();
     chartLines_.clear();
-    Reader stream(channel);
+    OV::FieldReader stream(channel);
     std::uint32_t version = 0;
     stream(version);
     if (stream.Status() != OV::ChannelOk)
         return stream.Status();
     if (version != StreamVersion)
-        throw OV::Exception(OV::StringView("Invalid cache version."));
+        throw OV::Exception("Invalid cache version.");
     OV::Array<ProjectCache> projects;
     stream.Elements(projects, TransferProject);
     for (auto& project : projects)
@@ -278,11 +185,11 @@ OV::ChannelStatus PerformanceData::Read(OV::IChannel& channel)
 
 OV::ChannelStatus PerformanceData::Write(OV::OChannel& channel) const
 {
-    Writer stream(channel);
+    OV::FieldWriter stream(channel);
     stream(StreamVersion);
     stream.Elements(projects_,
-                    [](Writer& each, const auto& entry) { TransferProject(each, entry.second); });
+                    [](auto& each, const auto& entry) { TransferProject(each, entry.second); });
     stream.Elements(chartLines_,
-                    [](Writer& each, const auto& entry) { TransferChartLine(each, entry.second); });
+                    [](auto& each, const auto& entry) { TransferChartLine(each, entry.second); });
     return stream.Status();
 }

@@ -66,6 +66,7 @@ set(headers
   Sources/Messaging/MailClient.hpp
   Sources/Messaging/MailClientActionResultObserver.hpp
   Sources/Messaging/MailClientObserver.hpp
+  Sources/Messaging/MailConversionException.hpp
   Sources/Messaging/MailFile.hpp
   Sources/Messaging/MailType.hpp
   Sources/Messaging/Outbox.hpp
@@ -138,7 +139,6 @@ set(headers
   Platform/IO/IOException.hpp
   Platform/IO/Location.hpp
   Platform/OVRoot/Channel.hpp
-  Platform/OVRoot/ClassFrame.hpp
   Platform/OVRoot/Clock.hpp
   Platform/OVRoot/Condition.hpp
   Platform/OVRoot/Containers.hpp
@@ -147,6 +147,7 @@ set(headers
   Platform/OVRoot/ExceptionText.hpp
   Platform/OVRoot/Executor.hpp
   Platform/OVRoot/Export.hpp
+  Platform/OVRoot/FieldStream.hpp
   Platform/OVRoot/Format.hpp
   Platform/OVRoot/Guid.hpp
   Platform/OVRoot/HeldLocks.hpp

@@ -66,22 +66,6 @@ public:
 using IBinaryChannel = IChannel;
 using OBinaryChannel = OChannel;
 
-/// Reads or writes one value after the other until one fails; the status of that one.
-template <class... Values>
-[[nodiscard]] ChannelStatus ReadInOrder(IChannel& channel, Values&... values)
-{
-    ChannelStatus status = ChannelOk;
-    (void)(... && ((status = channel.Read(values)) == ChannelOk));
-    return status;
-}
-template <class... Values>
-[[nodiscard]] ChannelStatus WriteInOrder(OChannel& channel, const Values&... values)
-{
-    ChannelStatus status = ChannelOk;
-    (void)(... && ((status = channel.Write(values)) == ChannelOk));
-    return status;
-}
-
 /// Raised by the channels with exceptions.
 class SYC_API ChannelException : public Exception {
 public:

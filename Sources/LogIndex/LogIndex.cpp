@@ -1,6 +1,7 @@
 #include "LogIndex/LogIndex.hpp"
 
 #include "LogIndex/Detail/IndexSearch.hpp"
+#include "OVRoot/FieldStream.hpp"
 #include "OVRoot/Thread.hpp"
 
 #include <algorithm>
@@ -157,20 +158,22 @@ OV::StableArray<std::uint32_t> LogIndex::GetData(std::uint32_t from, std::uint32
 
 int LogIndex::Write(OV::OChannel& channel) const
 {
-    int status = OV::WriteInOrder(channel, field_, GetSize());
+    OV::FieldWriter stream(channel);
+    stream(field_);
+    stream(GetSize());
     std::size_t block = 0;
-    for (std::uint32_t pos = 0; pos < GetSize() && status == OV::ChannelOk; ++pos)
-        status = items_.Near(pos, block)->Write(channel);
-    return status == OV::ChannelOk ? 0 : OV::ChannelFailed;
+    for (std::uint32_t pos = 0; pos < GetSize() && stream.IsGood(); ++pos)
+        stream(*items_.Near(pos, block));
+    return stream.IsGood() ? 0 : OV::ChannelFailed;
 }
 
 int LogIndex::Read(OV::IChannel& channel)
 {
-    std::uint32_t count = 0;
-    int status = OV::ReadInOrder(channel, field_, count);
-    for (; count > 0 && status == OV::ChannelOk; --count) {
+    OV::FieldReader stream(channel);
+    stream(field_);
+    stream.Repeat([this](OV::FieldReader& each) {
         items_.PushBack(CreateElement());
-        status = items_.Back()->Read(channel);
-    }
-    return status == OV::ChannelOk ? 0 : OV::ChannelFailed;
+        each(*items_.Back());
+    });
+    return stream.IsGood() ? 0 : OV::ChannelFailed;
 }

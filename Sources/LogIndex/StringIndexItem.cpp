@@ -1,5 +1,7 @@
 #include "LogIndex/StringIndexItem.hpp"
 
+#include "OVRoot/FieldStream.hpp"
+
 int StringIndexItem::Compare(IndexItem* other) const
 {
     const auto* const text = dynamic_cast<const StringIndexItem*>(other);
@@ -11,16 +13,18 @@ int StringIndexItem::Compare(IndexItem* other) const
 
 int StringIndexItem::Write(OV::OChannel& channel)
 {
-    const int status = IndexItem::Write(channel);
-    return status == OV::ChannelOk ? channel.Write(OV::UniStringView(*value_)) : status;
+    OV::FieldWriter stream(channel);
+    stream.Then([this](OV::OChannel& each) { return IndexItem::Write(each); });
+    stream(*value_);
+    return stream.Status();
 }
 
 int StringIndexItem::Read(OV::IChannel& channel)
 {
     OV::UniString value;
-    int status = IndexItem::Read(channel);
-    if (status == OV::ChannelOk)
-        status = channel.Read(value);
+    OV::FieldReader stream(channel);
+    stream.Then([this](OV::IChannel& each) { return IndexItem::Read(each); });
+    stream(value);
     value_ = std::make_shared<const OV::UniString>(std::move(value));
-    return status;
+    return stream.Status();
 }

@@ -3,8 +3,8 @@
 #include "Messaging/Importance.hpp"
 #include "Messaging/MailAction.hpp"
 #include "Messaging/MailType.hpp"
-#include "OVRoot/ClassFrame.hpp"
 #include "OVRoot/Export.hpp"
+#include "OVRoot/FieldStream.hpp"
 #include "SyncraProtocol/Message.hpp"
 
 #include <memory>
@@ -46,6 +46,8 @@ public:
     /// at hand in another form.
     void Serialize(OV::OChannelX& channel);
 
+    /// Whether the message is of the current format; others go through the constructor.
+    [[nodiscard]] static bool IsCurrentFormat(const Syncra::Protocol::Message& message);
     /// Fills this mail from a message of the current format; what it held before is gone. Returns 0
     /// or the error of an action; the mail is then whole but for its actions, and
     /// HasUnknownActions tells whether they are only unknown here. Throws
@@ -125,7 +127,6 @@ public:
 private:
     friend struct MailActions;
     friend struct MailFields;
-    friend class MailMessageConversion;
 
     /// So many actions in the form of the files.
     struct UnknownActions {
@@ -143,6 +144,8 @@ private:
     /// The sender's copy is history at once, for nothing is left to do with it; only the copy of a
     /// request waits for its answer. Returns whether the mail is such a copy.
     bool MarkDoneCopyHistorical() noexcept;
+    void TakeFlagsAndTime(const Syncra::Protocol::Message& message);
+    void PutHeader(Syncra::Protocol::Message& message) const;
 
     OV::UniString id_;
     OV::UniString parentMailId_;

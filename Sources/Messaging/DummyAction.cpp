@@ -19,16 +19,14 @@ void DummyAction::Deserialize(OV::IChannelX& channel)
 
 OV::ChannelStatus DummyAction::Write(OV::OChannel& channel) const
 {
-    const OV::OutputClassFrame frame(channel, ClassInformation);
-    return frame.Status() == OV::ChannelOk ? WriteVersion1(channel) : frame.Status();
+    const OV::FieldWriter frame(channel, ClassInformation);
+    return frame.IsGood() ? WriteVersion1(channel) : frame.Status();
 }
 
 OV::ChannelStatus DummyAction::Read(OV::IChannel& channel)
 {
-    const OV::InputClassFrame frame(channel, ClassInformation);
-    if (frame.Status() != OV::ChannelOk)
-        return frame.Status();
-    return frame.MainVersion() == 1 ? ReadVersion1(channel) : OV::ChannelFailed;
+    const OV::FieldReader frame(channel, ClassInformation);
+    return frame.IsGood() ? ReadVersion1(channel) : frame.Status();
 }
 
 OV::ChannelStatus DummyAction::WriteVersion1(OV::OChannel& channel) const

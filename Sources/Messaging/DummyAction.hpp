@@ -1,8 +1,8 @@
 #pragma once
 
 #include "Messaging/MailAction.hpp"
-#include "OVRoot/ClassFrame.hpp"
 #include "OVRoot/Export.hpp"
+#include "OVRoot/FieldStream.hpp"
 
 namespace SYC {
 

@@ -1,6 +1,6 @@
 #include "Messaging/Detail/MailClientParts.hpp"
 #include "Messaging/Detail/OpenedProject.hpp"
-#include "Messaging/MailMessageConversion.hpp"
+#include "Messaging/MailConversionException.hpp"
 #include "OVRoot/ExceptionText.hpp"
 #include "OVRoot/Logger.hpp"
 #include "SyncraProtocol/ErrorCode.hpp"
@@ -20,7 +20,7 @@ using Syncra::Protocol::Message;
 OV::Ref<ClientMail> ToMail(const Message& message)
 {
     try {
-        if (!MailMessageConversion::IsCurrentFormat(message))
+        if (!ClientMail::IsCurrentFormat(message))
             return OV::MakeRef<ClientMail>(message);
         auto mail = OV::MakeRef<ClientMail>();
         const auto status = mail->SyncraMessageConvertTo(message);

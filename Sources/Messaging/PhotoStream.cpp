@@ -1,6 +1,7 @@
 #include "Messaging/PhotoStream.hpp"
 
 #include "Display/ImageCoding.hpp"
+#include "OVRoot/FieldStream.hpp"
 #include "OVRoot/Logger.hpp"
 
 #include <algorithm>
@@ -35,13 +36,12 @@ NativeImage Decode(const OV::String& bytes)
     }
 }
 
-void PassOver(OV::IChannel& channel, std::uint32_t count)
+void PassOver(OV::FieldReader& stream, std::uint32_t count)
 {
     std::array<std::byte, 4096> piece;
-    auto status = OV::ChannelOk;
-    while (count > 0 && status == OV::ChannelOk) {
+    while (count > 0 && stream.IsGood()) {
         const auto size = std::min<std::size_t>(count, piece.size());
-        status = channel.ReadBytes(std::span(piece).first(size));
+        stream.Bytes(std::span(piece).first(size));
         count -= static_cast<std::uint32_t>(size);
     }
 }
@@ -51,21 +51,24 @@ void PassOver(OV::IChannel& channel, std::uint32_t count)
 std::int32_t WritePhoto(OV::OChannel& channel, const NativeImage& image)
 {
     const OV::String bytes = Encode(image);
-    if (channel.Write(static_cast<std::uint32_t>(bytes.size())) == OV::ChannelOk && !bytes.empty())
-        (void)channel.WriteBytes(std::as_bytes(std::span(bytes.data(), bytes.size())));
+    OV::FieldWriter stream(channel);
+    stream(static_cast<std::uint32_t>(bytes.size()));
+    stream.Bytes(std::as_bytes(std::span(bytes)));
     return OV::ChannelOk;
 }
 
 std::int32_t ReadPhoto(OV::IChannel& channel, NativeImage& image)
 {
     image = {};
+    OV::FieldReader stream(channel);
     std::uint32_t count = 0;
-    if (channel.Read(count) != OV::ChannelOk || count == 0)
-        return OV::ChannelOk;
+    stream(count);
     OV::String bytes;
     if (count > NewDisplay::MaxEncodedBytes)
-        PassOver(channel, count);
-    else if (channel.ReadBlock(bytes, count) == OV::ChannelOk)
+        PassOver(stream, count);
+    else
+        stream.Block(bytes, count);
+    if (stream.IsGood() && !bytes.empty())
         image = Decode(bytes);
     return OV::ChannelOk;
 }

@@ -24,6 +24,11 @@ bool LookUp(const Table& table, const typename Table::key_type& key, Result& res
     return true;
 }
 
+constexpr auto TransferMember = [](auto& stream, auto& id, auto& user, auto& attributes) {
+    OV::TransferFields(stream, id, user, attributes.roleName);
+    stream.Elements(attributes.permissions, OV::TransferFields);
+};
+
 }  // namespace
 
 class ProjectMembers::RefreshEnd {
@@ -230,6 +235,54 @@ void ProjectMembers::StartRefresh(bool withPhotos)
     };
     if (!worker_.Execute(OV::MakeTask(fetch)))
         fail(OV::UniString(NoThread));
+}
+
+OV::ChannelStatus ProjectMembers::Write(OV::OChannel& channel) const
+{
+    OV::FieldWriter stream(channel, ClassInformation);
+    stream.Elements(users_, [this](OV::FieldWriter& each, const auto& entry) {
+        const auto found = permissions_.find(entry.first);
+        const auto& attributes =
+            found == permissions_.end() ? SYCB::UserAttributes() : found->second;
+        TransferMember(each, entry.first, entry.second, attributes);
+    });
+    return stream.Status();
+}
+
+OV::ChannelStatus ProjectMembers::Read(OV::IChannel& channel)
+{
+    OV::FieldReader stream(channel, ClassInformation);
+    OV::Array<ProjectMember> members;
+    stream.Elements(members, [](OV::FieldReader& each, ProjectMember& member) {
+        TransferMember(each, member.id, member.data, member.attributes);
+    });
+    if (stream.IsGood())
+        RefreshProjectMembers(members, std::nullopt);
+    return stream.Status();
+}
+
+OV::ChannelStatus ProjectMembers::WritePhotos(OV::OChannel& channel) const
+{
+    OV::FieldWriter stream(channel);
+    stream.Elements(users_, [](OV::FieldWriter& each, const auto& entry) {
+        each(entry.first);
+        each.Then([&](OV::OChannel& photos) { return entry.second.WritePhoto(photos); });
+    });
+    return stream.Status();
+}
+
+OV::ChannelStatus ProjectMembers::ReadPhotos(OV::IChannel& channel)
+{
+    OV::FieldReader stream(channel);
+    stream.Repeat([this](OV::FieldReader& each) {
+        MemberId id = 0;
+        each(id);
+        UserData nobody;
+        const auto known = users_.find(id);
+        auto& user = known == users_.end() ? nobody : known->second;
+        each.Then([&](OV::IChannel& photos) { return user.ReadPhoto(photos); });
+    });
+    return stream.Status();
 }
 
 }  // namespace SYC

@@ -1,9 +1,8 @@
 #pragma once
 
 #include "Display/NativeImage.hpp"
-#include "OVRoot/Channel.hpp"
-#include "OVRoot/ClassFrame.hpp"
 #include "OVRoot/Export.hpp"
+#include "OVRoot/FieldStream.hpp"
 #include "OVRoot/Guid.hpp"
 
 namespace SYC {
@@ -39,6 +38,13 @@ public:
     OV::ChannelStatus WritePhoto(OV::OChannel& channel) const;
 
 private:
+    template <class User, class Stream>
+    static void Transfer(User& user, Stream& stream)
+    {
+        OV::TransferFields(stream, user.loginName_, user.fullName_, user.guid_, user.color_,
+                           user.normalSession_);
+    }
+
     OV::UniString loginName_;
     OV::UniString fullName_;
     OV::Guid guid_;

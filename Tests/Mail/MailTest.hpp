@@ -1,7 +1,8 @@
 #pragma once
 
+#include "Messaging/ClientMail.hpp"
 #include "Messaging/DummyAction.hpp"
-#include "Messaging/MailMessageConversion.hpp"
+#include "Messaging/MailConversionException.hpp"
 #include "OVRoot/MemoryChannels.hpp"
 #include "Support/FileBytes.hpp"
 

@@ -1,6 +1,7 @@
 #include "Messaging/Detail/MailActions.hpp"
 
 #include "Messaging/MailActionRegistry.hpp"
+#include "OVRoot/FieldStream.hpp"
 #include "OVRoot/MemoryChannels.hpp"
 
 #include <algorithm>
@@ -42,8 +43,10 @@ OV::Ref<MailAction> MakeAction(const OV::UniString& id)
 
 OV::ChannelStatus WriteAction(const MailAction& action, OV::OChannel& channel)
 {
-    const auto status = channel.Write(action.GetId());
-    return status == OV::ChannelOk ? action.Write(channel) : status;
+    OV::FieldWriter stream(channel);
+    stream(action.GetId());
+    stream(action);
+    return stream.Status();
 }
 
 /// An action is the host's own code: whatever it throws at data that it does not like concerns that
@@ -59,18 +62,16 @@ OV::ChannelStatus ReadData(MailAction& action, OV::IChannel& channel)
     }
 }
 
-OV::ChannelStatus ReadAction(ClientMail::ActionList& actions, OV::IChannel& channel)
+void ReadAction(ClientMail::ActionList& actions, OV::FieldReader& stream)
 {
     OV::UniString id;
-    if (const auto status = channel.Read(id); status != OV::ChannelOk)
-        return status;
-    const auto action = MakeAction(id);
+    stream(id);
+    const auto action = stream.IsGood() ? MakeAction(id) : nullptr;
     if (!action)
-        return OV::ChannelFailed;
-    if (const auto status = ReadData(*action, channel); status != OV::ChannelOk)
-        return status;
-    actions.push_back(action);
-    return OV::ChannelOk;
+        return stream.Fail();
+    stream.Then([&](OV::IChannel& channel) { return ReadData(*action, channel); });
+    if (stream.IsGood())
+        actions.push_back(action);
 }
 
 bool AreEqualActions(const OV::Ref<MailAction>& left, const OV::Ref<MailAction>& right)
@@ -108,12 +109,13 @@ std::uint32_t MailActions::Count(const Carried& actions)
 
 OV::ChannelStatus MailActions::Write(const Carried& actions, OV::OChannel& channel)
 {
+    OV::FieldWriter stream(channel);
     if (actions.unknown)
-        return channel.WriteBytes(std::as_bytes(std::span(actions.unknown->bytes)));
-    OV::ChannelStatus status = OV::ChannelOk;
-    for (std::size_t i = 0; i < Count(actions) && status == OV::ChannelOk; ++i)
-        status = WriteAction(*(*actions.known)[i], channel);
-    return status;
+        stream.Bytes(std::as_bytes(std::span(actions.unknown->bytes)));
+    else if (actions.known)
+        for (const auto& action : *actions.known)
+            stream.Then([&](OV::OChannel& each) { return WriteAction(*action, each); });
+    return stream.Status();
 }
 
 MailActions::Reading MailActions::Read(Carried& actions, std::uint32_t count, OV::IChannel& channel)
@@ -123,10 +125,10 @@ MailActions::Reading MailActions::Read(Carried& actions, std::uint32_t count, OV
         return {};
     actions.known = OV::MakeRef<ClientMail::ActionList>();
     NotingChannel noting(channel);
-    OV::ChannelStatus status = OV::ChannelOk;
-    for (; count > 0 && status == OV::ChannelOk; --count)
-        status = ReadAction(*actions.known, noting);
-    return {status, status != OV::ChannelOk && !noting.RanOut()};
+    OV::FieldReader stream(noting);
+    for (; count > 0 && stream.IsGood(); --count)
+        ReadAction(*actions.known, stream);
+    return {stream.Status(), !stream.IsGood() && !noting.RanOut()};
 }
 
 void MailActions::Keep(Carried& actions, std::uint32_t count, OV::String bytes)

@@ -1,41 +1,27 @@
 #pragma once
 
 #include "Messaging/Detail/MailActions.hpp"
+#include "OVRoot/FieldStream.hpp"
 
 namespace SYC {
 
-/// The order of a mail's fields in each encoding, written down once for the reader and the writer.
-/// `Mail` is ClientMail or const ClientMail.
+/// The fields of a mail, written down once for the readers and the writers of both encodings.
 struct MailFields {
     using CarriedActions = ClientMail::CarriedActions;
 
-    /// `code(field)` returns a status; the first error ends the walk.
-    template <class Mail, class Code>
-    [[nodiscard]] static OV::ChannelStatus WalkDisk(Mail& mail, Code&& code)
+    /// `Mail` is ClientMail or const ClientMail. `stream` has calls of their own for what the
+    /// compact form leaves out when it is empty.
+    template <class Mail, class Stream>
+    static void Transfer(Mail& mail, Stream& stream)
     {
-        OV::ChannelStatus status = OV::ChannelOk;
-        const auto each = [&](auto&... fields) {
-            static_cast<void>((((status = code(fields)) == OV::ChannelOk) && ...));
-        };
-        each(mail.id_, mail.read_, mail.copy_, mail.out_, mail.modify_, mail.sender_,
-             mail.senderFullName_, mail.recipientsLoginName_, mail.recipientsFullName_,
-             mail.sendingTime_, mail.repositoryTime_, mail.importance_, mail.type_, mail.bodyText_,
-             mail.actions_, mail.historical_, mail.parentMailId_);
-        return status;
-    }
-
-    /// `code` throws. Fields that the record may leave out have calls of their own.
-    template <class Mail, class Code>
-    static void WalkCompact(Mail& mail, Code&& code)
-    {
-        const auto each = [&](auto&... fields) { (code(fields), ...); };
-        each(mail.id_, mail.read_, mail.copy_, mail.out_, mail.modify_, mail.sender_,
-             mail.senderFullName_, mail.recipientsLoginName_, mail.recipientsFullName_,
-             mail.sendingTime_, mail.repositoryTime_, mail.importance_, mail.type_);
-        code.Optional(mail.bodyText_);
-        code.Optional(mail.actions_);
-        code.Historical(mail);
-        code.Trailing(mail.parentMailId_);
+        OV::TransferFields(stream, mail.id_, mail.read_, mail.copy_, mail.out_, mail.modify_,
+                           mail.sender_, mail.senderFullName_, mail.recipientsLoginName_,
+                           mail.recipientsFullName_, mail.sendingTime_, mail.repositoryTime_,
+                           mail.importance_, mail.type_);
+        stream.Optional(mail.bodyText_);
+        stream.Optional(mail.actions_);
+        stream(mail.historical_);
+        stream.Trailing(mail.parentMailId_);
     }
 
     /// What a record whose actions cannot be read holds behind its text.
@@ -46,8 +32,6 @@ struct MailFields {
         mail.historical_ = historical;
         mail.parentMailId_ = std::move(parentMailId);
     }
-
-    static void MarkDoneCopyHistorical(ClientMail& mail) { mail.MarkDoneCopyHistorical(); }
 };
 
 }  // namespace SYC
