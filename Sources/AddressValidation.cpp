@@ -1,5 +1,7 @@
 #include "AddressValidation.hpp"
 
+#include "OVRoot/Ascii.hpp"
+
 #include <algorithm>
 
 namespace SYC {
@@ -9,16 +11,9 @@ namespace {
 constexpr std::size_t ShortestAddress = 5;
 constexpr OV::UniStringView SpecialCharacters = u"()<>@,;:\\\"[]";
 
-/// The locale takes no part: an address means the same on every machine.
-constexpr bool IsLetter(char32_t c)
-{
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
-}
-
 constexpr bool IsHostCharacter(char c)
 {
-    const auto code = static_cast<unsigned char>(c);
-    return IsLetter(code) || (c >= '0' && c <= '9') || c == '-' || c == '.';
+    return OV::IsLetter(c) || OV::IsDigit(c) || c == '-' || c == '.';
 }
 
 bool HasSpecial(OV::UniStringView part)
@@ -39,7 +34,8 @@ bool HasDotsInsideOnly(OV::UniStringView domain)
 bool EndsInTopLevel(OV::UniStringView domain)
 {
     const OV::UniStringView top = domain.substr(domain.rfind(u'.') + 1);
-    return top.size() >= 2 && IsLetter(top[top.size() - 1]) && IsLetter(top[top.size() - 2]);
+    return top.size() >= 2 && OV::IsLetter(top[top.size() - 1]) &&
+           OV::IsLetter(top[top.size() - 2]);
 }
 
 }  // namespace

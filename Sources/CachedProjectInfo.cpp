@@ -5,6 +5,7 @@
 #include "CachedProjectInfoObserver.hpp"
 #include "Files/ValueFile.hpp"
 #include "IO/Folder.hpp"
+#include "OVRoot/Ascii.hpp"
 #include "OVRoot/Exception.hpp"
 #include "OVRoot/Logger.hpp"
 

@@ -2,6 +2,7 @@
 
 #include "CacheUpdate.hpp"
 #include "ComputerName.hpp"
+#include "OVRoot/Ascii.hpp"
 #include "OVRoot/ExceptionText.hpp"
 #include "OVRoot/HeldLocks.hpp"
 #include "OVRoot/Logger.hpp"

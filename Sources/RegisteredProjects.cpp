@@ -4,6 +4,7 @@
 #include "Files/RoamingProfile.hpp"
 #include "IO/IOException.hpp"
 #include "IO/SpecialFolder.hpp"
+#include "OVRoot/Ascii.hpp"
 #include "OVRoot/Clock.hpp"
 #include "OVRoot/Exception.hpp"
 #include "Registry/Detail/CacheRegister.hpp"
@@ -41,18 +42,10 @@ IO::Location Below(const IO::Location& folder, const OV::UniString& name)
     return name.empty() ? folder : folder.Appended(name);
 }
 
-OV::UniString Folded(OV::UniString text)
-{
-    for (char16_t& c : text)
-        if (c >= u'A' && c <= u'Z')
-            c = static_cast<char16_t>(c - u'A' + u'a');
-    return text;
-}
-
 auto ListOrder(const RegisteredProject& project)
 {
-    return std::tuple(Folded(project.GetProjectName()), Folded(project.GetServerName()),
-                      Folded(project.GetUserName()),
+    return std::tuple(OV::Folded(project.GetProjectName()), OV::Folded(project.GetServerName()),
+                      OV::Folded(project.GetUserName()),
                       project.GetCacheDataFolderLocation().LastComponent());
 }
 

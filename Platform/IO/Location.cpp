@@ -1,6 +1,7 @@
 #include "IO/Location.hpp"
 
 #include "IO/IOException.hpp"
+#include "OVRoot/Ascii.hpp"
 #include "OVRoot/Exception.hpp"
 #include "OVRoot/PercentCoding.hpp"
 
@@ -41,10 +42,10 @@ UniString Decode(StringView text)
 
 bool IsScheme(StringView text)
 {
-    return !text.empty() && !(text[0] >= '0' && text[0] <= '9') &&
+    return !text.empty() && !OV::IsDigit(text[0]) &&
            std::all_of(text.begin(), text.end(), [](char byte) {
-               return (byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z') ||
-                      (byte >= '0' && byte <= '9') || byte == '+' || byte == '-' || byte == '.';
+               return OV::IsLetter(byte) || OV::IsDigit(byte) || byte == '+' || byte == '-' ||
+                      byte == '.';
            });
 }
 

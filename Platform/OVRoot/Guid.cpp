@@ -1,5 +1,6 @@
 #include "OVRoot/Guid.hpp"
 
+#include "OVRoot/Ascii.hpp"
 #include "OVRoot/Exception.hpp"
 
 #include <cstring>
@@ -12,14 +13,6 @@ namespace {
 constexpr bool HyphenBefore(std::size_t byte)
 {
     return byte == 4 || byte == 6 || byte == 8 || byte == 10;
-}
-
-int HexValue(char16_t unit)
-{
-    if (unit >= u'0' && unit <= u'9')
-        return unit - u'0';
-    const char16_t capital = static_cast<char16_t>(unit & ~0x20);
-    return capital >= u'A' && capital <= u'F' ? capital - u'A' + 10 : -1;
 }
 
 }  // namespace
@@ -58,13 +51,12 @@ Guid Guid::Parse(UniStringView text)
 
 UniString Guid::ToText() const
 {
-    static constexpr char16_t digits[] = u"0123456789ABCDEF";
     UniString text;
     for (std::size_t i = 0; i < bytes_.size(); ++i) {
         if (HyphenBefore(i))
             text.push_back(u'-');
-        text.push_back(digits[bytes_[i] >> 4]);
-        text.push_back(digits[bytes_[i] & 0xF]);
+        text.push_back(static_cast<char16_t>(HexDigit(bytes_[i] >> 4)));
+        text.push_back(static_cast<char16_t>(HexDigit(bytes_[i])));
     }
     return text;
 }

@@ -1,28 +1,20 @@
 #include "OVRoot/PercentCoding.hpp"
 
+#include "OVRoot/Ascii.hpp"
+
 namespace OV {
 
 namespace {
 
 bool IsUnreserved(char byte)
 {
-    return (byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z') ||
-           (byte >= '0' && byte <= '9') || StringView("-._~").find(byte) != StringView::npos;
-}
-
-int HexValue(char digit)
-{
-    if (digit >= '0' && digit <= '9')
-        return digit - '0';
-    const char capital = static_cast<char>(digit & ~0x20);
-    return capital >= 'A' && capital <= 'F' ? capital - 'A' + 10 : -1;
+    return IsLetter(byte) || IsDigit(byte) || StringView("-._~").find(byte) != StringView::npos;
 }
 
 }  // namespace
 
 String PercentEncode(StringView bytes)
 {
-    static constexpr char digits[] = "0123456789ABCDEF";
     String text;
     text.reserve(bytes.size());
     for (const char byte : bytes) {
@@ -31,8 +23,8 @@ String PercentEncode(StringView bytes)
             continue;
         }
         text.push_back('%');
-        text.push_back(digits[static_cast<unsigned char>(byte) >> 4]);
-        text.push_back(digits[static_cast<unsigned char>(byte) & 0xF]);
+        text.push_back(HexDigit(static_cast<unsigned char>(byte) >> 4));
+        text.push_back(HexDigit(static_cast<unsigned char>(byte)));
     }
     return text;
 }

@@ -1,5 +1,7 @@
 #include "OVRoot/UniString.hpp"
 
+#include "OVRoot/Ascii.hpp"
+
 #include <algorithm>
 #include <charconv>
 #include <type_traits>
@@ -7,15 +9,6 @@
 namespace OV {
 
 namespace {
-
-constexpr bool IsHigh(char16_t unit)
-{
-    return unit >= 0xD800 && unit <= 0xDBFF;
-}
-constexpr bool IsLow(char16_t unit)
-{
-    return unit >= 0xDC00 && unit <= 0xDFFF;
-}
 
 constexpr std::size_t MostBytesPerUnit = 3;
 
@@ -92,20 +85,6 @@ std::size_t AsciiLength(Text text)
     return length;
 }
 
-int HexValue(char16_t unit)
-{
-    if (unit >= u'0' && unit <= u'9')
-        return unit - u'0';
-    if (unit >= u'A' && unit <= u'F')
-        return unit - u'A' + 10;
-    return -1;
-}
-
-char16_t LowerAscii(char16_t unit)
-{
-    return unit >= u'A' && unit <= u'Z' ? static_cast<char16_t>(unit + 32) : unit;
-}
-
 bool NeedsEscape(UniStringView text, std::size_t i)
 {
     const char16_t unit = text[i];
@@ -113,19 +92,18 @@ bool NeedsEscape(UniStringView text, std::size_t i)
         return unit != u'\t' && unit != u'\n';
     if (unit == u'\\')
         return i + 1 < text.size() && text[i + 1] == u'u';
-    if (IsHigh(unit))
-        return i + 1 >= text.size() || !IsLow(text[i + 1]);
-    if (IsLow(unit))
-        return i == 0 || !IsHigh(text[i - 1]);
+    if (IsHighSurrogate(unit))
+        return i + 1 >= text.size() || !IsLowSurrogate(text[i + 1]);
+    if (IsLowSurrogate(unit))
+        return i == 0 || !IsHighSurrogate(text[i - 1]);
     return unit >= 0xFFFE || (unit >= 0x7F && unit < 0xA0);
 }
 
 void AppendEscape(UniString& out, char16_t unit)
 {
-    static constexpr char16_t digits[] = u"0123456789ABCDEF";
     out += u"\\u";
-    for (int shift = 12; shift >= 0; shift -= 4)
-        out.push_back(digits[(unit >> shift) & 0xF]);
+    for (unsigned shift = 16; shift > 0; shift -= 4)
+        out.push_back(static_cast<char16_t>(HexDigit(unit >> (shift - 4))));
 }
 
 constexpr std::size_t EscapeLength = 6;
@@ -138,7 +116,7 @@ int EscapedUnit(UniStringView text)
     int unit = 0;
     for (const char16_t digit : text.substr(2, 4)) {
         const int value = HexValue(digit);
-        if (value < 0)
+        if (value < 0 || digit != HexDigit(static_cast<unsigned>(value)))
             return -1;
         unit = unit * 16 + value;
     }
@@ -159,7 +137,7 @@ String ToUtf8(UniStringView text)
     char* end = out.data() + ascii;
     for (std::size_t i = ascii; i < text.size(); ++i) {
         char32_t code = text[i];
-        if (IsHigh(text[i]) && i + 1 < text.size() && IsLow(text[i + 1]))
+        if (IsHighSurrogate(text[i]) && i + 1 < text.size() && IsLowSurrogate(text[i + 1]))
             code = 0x10000 + ((code - 0xD800) << 10) + (text[++i] - 0xDC00);
         end = PutUtf8(end, code);
     }
@@ -197,12 +175,6 @@ bool IsWellFormedUtf8(StringView bytes) noexcept
         bytes.remove_prefix(decoded.length);
     }
     return true;
-}
-
-bool EqualsIgnoreCase(UniStringView left, UniStringView right) noexcept
-{
-    return std::equal(left.begin(), left.end(), right.begin(), right.end(),
-                      [](char16_t a, char16_t b) { return LowerAscii(a) == LowerAscii(b); });
 }
 
 UniString EscapeForCarrier(UniStringView text)

@@ -26,10 +26,6 @@ using StringView = std::string_view;
 /// Whether FromUtf8(bytes) would lose nothing.
 [[nodiscard]] SYC_API bool IsWellFormedUtf8(StringView bytes) noexcept;
 
-/// Equality with the letters A to Z and a to z taken as equal; every other code unit exactly.
-/// Host names and URL schemes need no more.
-[[nodiscard]] SYC_API bool EqualsIgnoreCase(UniStringView left, UniStringView right) noexcept;
-
 /// Text that any line-based, XML or JSON carrier brings through unchanged: control characters other
 /// than tab and line feed, carriage returns, lone surrogates and the two non-characters U+FFFE and
 /// U+FFFF become `\uXXXX` (a backslash, "u", four capital hexadecimal digits), and so does a

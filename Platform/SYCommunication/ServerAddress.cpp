@@ -1,5 +1,7 @@
 #include "SYCommunication/ServerAddress.hpp"
 
+#include "OVRoot/Ascii.hpp"
+
 namespace Communication {
 
 namespace {

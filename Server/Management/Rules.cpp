@@ -1,6 +1,7 @@
 #include "Management/Rules.hpp"
 
 #include "Management/ConfigurationStore.hpp"
+#include "OVRoot/Ascii.hpp"
 #include "Refusal.hpp"
 #include "SignInService.hpp"
 

@@ -1,5 +1,6 @@
 #include "ManagementTool/UserPasswordStore.hpp"
 
+#include "OVRoot/Ascii.hpp"
 #include "OVRoot/Logger.hpp"
 #include "OVRoot/System.hpp"
 #include "SYClientBase/PasswordCoding.hpp"

@@ -1,5 +1,6 @@
 #include "AdminFields.hpp"
 
+#include "OVRoot/Ascii.hpp"
 #include "OVRoot/Exception.hpp"
 
 #include <charconv>
@@ -21,10 +22,9 @@ std::string LabelOf(const std::string& name)
 {
     std::string label;
     for (const char each : name) {
-        const bool isCapital = each >= 'A' && each <= 'Z';
-        if (isCapital)
+        if (each != OV::Fold(each))
             label += ' ';
-        label += isCapital ? static_cast<char>(each - 'A' + 'a') : each;
+        label += OV::Fold(each);
     }
     return label;
 }

@@ -1,5 +1,6 @@
 #include "AdminSession.hpp"
 
+#include "OVRoot/Ascii.hpp"
 #include "SYClientBase/ServicePortCache.hpp"
 #include "SYClientBase/SyncraClientFactory.hpp"
 #include "SyncraProtocol/ErrorCode.hpp"

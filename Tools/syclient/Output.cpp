@@ -1,5 +1,6 @@
 #include "Output.hpp"
 
+#include "OVRoot/Ascii.hpp"
 #include "OVRoot/System.hpp"
 #include "OVRoot/Terminal.hpp"
 
@@ -29,22 +30,14 @@ bool UseColours()
            OV::System::EnvironmentVariable("NO_COLOR").empty();
 }
 
-bool IsSurrogate(char16_t unit)
-{
-    return unit >= 0xD800 && unit <= 0xDFFF;
-}
-
 OV::UniString WithoutLoneSurrogates(OV::UniStringView text)
 {
     OV::UniString whole(text);
     for (std::size_t i = 0; i < whole.size(); ++i) {
-        if (!IsSurrogate(whole[i]))
-            continue;
-        const bool pair = whole[i] < 0xDC00 && i + 1 < whole.size() && whole[i + 1] >= 0xDC00 &&
-                          whole[i + 1] <= 0xDFFF;
-        if (pair)
+        const bool isHigh = OV::IsHighSurrogate(whole[i]);
+        if (isHigh && i + 1 < whole.size() && OV::IsLowSurrogate(whole[i + 1]))
             ++i;
-        else
+        else if (isHigh || OV::IsLowSurrogate(whole[i]))
             whole[i] = u'\uFFFD';
     }
     return whole;

@@ -3,6 +3,7 @@
 #include "CacheView.hpp"
 #include "Files/FileErrors.hpp"
 #include "Messaging/MailFile.hpp"
+#include "OVRoot/Ascii.hpp"
 #include "OVRoot/Exception.hpp"
 #include "OVRoot/Terminal.hpp"
 #include "ProjectArguments.hpp"
@@ -52,9 +53,8 @@ bool HasUnsent(const CachedProjectInfo& cache)
 /// Letters A to Z in any case.
 bool Holds(const std::string& text, const std::string& part)
 {
-    const auto fold = [](char c) { return c >= 'A' && c <= 'Z' ? char(c - 'A' + 'a') : c; };
     return std::search(text.begin(), text.end(), part.begin(), part.end(),
-                       [&](char a, char b) { return fold(a) == fold(b); }) != text.end();
+                       [](char a, char b) { return OV::Fold(a) == OV::Fold(b); }) != text.end();
 }
 
 bool IsWanted(const RegisteredProject& project, const ListArguments& arguments)

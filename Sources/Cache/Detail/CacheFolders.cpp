@@ -4,6 +4,7 @@
 #include "Files/Detail/InfoFileLock.hpp"
 #include "IO/Folder.hpp"
 #include "IO/IOException.hpp"
+#include "OVRoot/Ascii.hpp"
 
 #include <algorithm>
 
@@ -22,14 +23,10 @@ constexpr OV::UniStringView RemovedSuffix = u".removed";
 /// Each round that is lost means that another process won it; so many at once is an error.
 constexpr int MostRounds = 1000;
 
-constexpr bool IsHighSurrogate(char16_t c)
-{
-    return c >= 0xD800 && c <= 0xDBFF;
-}
-
 void Cut(OV::UniString& name, std::size_t length)
 {
-    const bool cutsPair = length > 0 && length < name.size() && IsHighSurrogate(name[length - 1]);
+    const bool cutsPair =
+        length > 0 && length < name.size() && OV::IsHighSurrogate(name[length - 1]);
     name.resize(cutsPair ? length - 1 : length);
 }
 

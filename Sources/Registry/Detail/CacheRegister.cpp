@@ -3,6 +3,7 @@
 #include "Cache/CacheInfoFormat.hpp"
 #include "Files/FileErrors.hpp"
 #include "IO/IOException.hpp"
+#include "OVRoot/Ascii.hpp"
 #include "OVRoot/Exception.hpp"
 #include "OVRoot/Format.hpp"
 #include "OVRoot/Logger.hpp"
@@ -17,21 +18,13 @@ namespace {
 
 using Inner::ProjectConnectionInfo;
 
-void AppendFolded(OV::UniString& key, OV::UniStringView name)
-{
-    key.push_back(u'\0');
-    for (const char16_t c : name)
-        key.push_back(c >= u'A' && c <= u'Z' ? static_cast<char16_t>(c - u'A' + u'a') : c);
-}
-
 /// Equal for connections that differ in letter case alone.
 OV::UniString KeyOf(const IO::Location& dataFolder, const ProjectConnectionInfo& connection)
 {
     OV::UniString key = dataFolder.ToPath();
-    AppendFolded(key, connection.serverName);
-    AppendFolded(key, OV::ToText(connection.port));
-    AppendFolded(key, connection.projectName);
-    AppendFolded(key, connection.userName);
+    for (const auto& part : {OV::Folded(connection.serverName), OV::ToText(connection.port),
+                             OV::Folded(connection.projectName), OV::Folded(connection.userName)})
+        key.append(1, u'\0').append(part);
     return key;
 }
 
