@@ -38,7 +38,6 @@ set(headers
   Sources/ManagementTool/ErrorType.hpp
   Sources/ManagementTool/FinallyException.hpp
   Sources/ManagementTool/ObjectType.hpp
-  Sources/ManagementTool/ProductVersion.hpp
   Sources/ManagementTool/ProjectRepositoryManager.hpp
   Sources/ManagementTool/RecordSteps.hpp
   Sources/ManagementTool/RepositoryManager.hpp

@@ -23,7 +23,6 @@ public:
 
     /// In capitals, with hyphens, without braces.
     [[nodiscard]] UniString ToText() const;
-    [[nodiscard]] bool IsNull() const noexcept { return *this == Guid(); }
     [[nodiscard]] const std::array<std::uint8_t, 16>& Bytes() const noexcept { return bytes_; }
 
     friend auto operator<=>(const Guid&, const Guid&) = default;

@@ -21,7 +21,6 @@ namespace OV::System {
 [[nodiscard]] SYC_API String EnvironmentVariable(StringView name);
 /// The user's home folder as the system names it.
 [[nodiscard]] SYC_API String HomeFolder();
-[[nodiscard]] SYC_API std::uint32_t ProcessId();
 /// Bytes of memory that this process has in use; 0 when the system does not tell.
 [[nodiscard]] SYC_API std::uint64_t ProcessMemory();
 /// The folder of the running program in UTF-8; empty when the system does not tell.

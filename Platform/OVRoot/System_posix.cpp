@@ -50,11 +50,6 @@ String HomeFolder()
     return user != nullptr ? user->pw_dir : "/";
 }
 
-std::uint32_t ProcessId()
-{
-    return static_cast<std::uint32_t>(getpid());
-}
-
 std::uint64_t ProcessMemory()
 {
     std::ifstream file("/proc/self/statm");

@@ -27,11 +27,6 @@ void ProjectRepository::SetConfiguration(const ServerConfiguration& configuratio
     requests_->Put("/configuration", configuration);
 }
 
-OV::Array<Protocol::ServicePort> ProjectRepository::GetPorts()
-{
-    return requests_->Get<Protocol::PortList>("/ports").value;
-}
-
 bool ProjectRepository::IsUsable() const
 {
     return requests_->IsUsable();

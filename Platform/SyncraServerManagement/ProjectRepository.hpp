@@ -5,7 +5,6 @@
 #include "SyncraProtocol/Management/ProjectCategory.hpp"
 #include "SyncraProtocol/Management/ServerConfiguration.hpp"
 #include "SyncraProtocol/Management/V2/Project.hpp"
-#include "SyncraProtocol/ServicePort.hpp"
 #include "SyncraServerManagement/RecordFamily.hpp"
 #include "SyncraServerManagement/RepositoryProperties.hpp"
 
@@ -37,7 +36,6 @@ public:
 
     [[nodiscard]] ServerConfiguration GetConfiguration();
     void SetConfiguration(const ServerConfiguration& configuration);
-    [[nodiscard]] OV::Array<Protocol::ServicePort> GetPorts();
 
     /// False once a call did not reach the server, and after Close. Safe on any thread.
     [[nodiscard]] bool IsUsable() const;

@@ -43,10 +43,6 @@ public:
     {
         return At(popUp).entries;
     }
-    [[nodiscard]] const OV::Array<ListColumn>& GetColumns(int listBox) const
-    {
-        return At(listBox).columns;
-    }
     [[nodiscard]] const ListRows& GetRows(int listBox) const;
     /// The column that is marked as sorted by, negative when descending; 0: none.
     [[nodiscard]] int GetSortMark(int listBox) const { return At(listBox).sortMark; }
