@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Messaging/MailActionDescriptor.hpp"
+#include "OVRoot/FieldStream.hpp"
 
 /// A kind of action that a host brings and other processes do not know: any bytes.
 class HostAction final : public SYC::MailAction {
@@ -14,15 +15,18 @@ public:
     void Deserialize(OV::IChannelX&) override {}
     OV::ChannelStatus Write(OV::OChannel& channel) const override
     {
-        const auto status = channel.Write(static_cast<std::uint32_t>(data_.size()));
-        return status == OV::ChannelOk ? channel.WriteBytes(std::as_bytes(std::span(data_)))
-                                       : status;
+        OV::FieldWriter stream(channel);
+        stream(static_cast<std::uint32_t>(data_.size()));
+        stream.Bytes(std::as_bytes(std::span(data_)));
+        return stream.Status();
     }
     OV::ChannelStatus Read(OV::IChannel& channel) override
     {
+        OV::FieldReader stream(channel);
         std::uint32_t size = 0;
-        const auto status = channel.Read(size);
-        return status == OV::ChannelOk ? channel.ReadBlock(data_, size) : status;
+        stream(size);
+        stream.Block(data_, size);
+        return stream.Status();
     }
     void GetActionItems(SYC::ClientMail&, OV::Array<Item>&) override {}
 
