@@ -32,10 +32,10 @@ public:
     /// whole.
     [[nodiscard]] std::uint16_t MainVersion() const noexcept { return mainVersion_; }
     /// For data that came whole and cannot be.
-    void Fail(ChannelStatus status = ChannelFailed) noexcept
+    void Fail() noexcept
     {
         if (IsGood())
-            status_ = status;
+            status_ = ChannelFailed;
     }
 
     /// `read(channel)` gives the status; for what has a form of its own.
@@ -125,7 +125,8 @@ public:
     template <class List, class Transfer>
     void Elements(List& list, Transfer&& transfer)
     {
-        list.clear();
+        if (IsGood())
+            list.clear();
         Repeat([&](FieldReader&) {
             typename List::value_type element{};
             transfer(*this, element);

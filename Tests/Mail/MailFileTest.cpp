@@ -52,6 +52,10 @@ TEST(MailFileTest, SavesWhatCanBeReadOfADamagedFile)
             std::count_if(ends + 1, std::end(ends), [&](auto end) { return length >= end; });
         ExpectMails(content.mails, static_cast<std::size_t>(whole));
     }
+    // A frame cut off between its versions is damage, not the record of a newer program.
+    auto newer = golden.substr(0, ends[2] + 15);
+    newer[ends[2] + 12] = 2;
+    EXPECT_EQ(SYC::MailFile::Decode(newer).outcome, Outcome::Damaged);
     const auto more = SYC::MailFile::Decode(golden + '\0');
     EXPECT_EQ(more.outcome, Outcome::LeftOver);
     ExpectMails(more.mails, 3);
