@@ -14,6 +14,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstring>
+#include <deque>
 #include <functional>
 #include <malloc.h>
 #include <random>
@@ -237,7 +238,43 @@ void LogFlushBesideWrite(benchmark::State& state)
     const auto bytes = IO::File::ReadAll(FileOf(cache), IO::File::MostOfLogFile);
     const auto other = cache.GetFolder().Appended(u"other");
     SideBySide(
-        state, [&] { cache.FlushCacheData(); }, [&] { IO::File::Replace(other, bytes); });
+        state,
+        [&] {
+            Lines lines = *cache.GetLines();
+            lines.push_back(lines.back());
+            cache.SetProjectData(lines);
+            cache.FlushCacheData();
+        },
+        [&] { IO::File::Replace(other, bytes); });
+}
+
+/// A hundred new lines of a project that has few, from the cache to the file and to an observer
+/// that keeps them, beside the three copies of all lines that it takes when none share any.
+void LogUpdateBesideCopies(benchmark::State& state)
+{
+    const TemporaryFolder folder;
+    SYC::BinCacheHandler cache(u"bench");
+    cache.SetProjectData(LinesOf(state.range(0)));
+    cache.FlushCacheData();
+    auto project = TheProject();
+    project.id = u"small";
+    const auto news = SYC::ReadLogLines(PageOf(100), project);
+    const std::deque<LogDataLine> all(cache.GetLines()->begin(), cache.GetLines()->end());
+    SYC::LogLines shown;
+    SideBySide(
+        state,
+        [&] {
+            Lines lines;
+            cache.GetProjectData(lines);
+            lines.append(news.begin(), news.end());
+            cache.SetProjectData(lines);
+            cache.FlushCacheData();
+            shown = cache.GetLines();
+        },
+        [&] {
+            for (int copy = 0; copy < 3; ++copy)
+                benchmark::DoNotOptimize(std::deque<LogDataLine>(all));
+        });
 }
 
 void LogLoadBesideRead(benchmark::State& state)
@@ -412,6 +449,7 @@ BENCHMARK(LogIndexBesideSort)
     ->Iterations(3);
 BENCHMARK(SortLinesBesideSort)->DenseRange(1, 6)->Iterations(5);
 BENCHMARK(LogFlushBesideWrite)->Arg(Small)->Arg(Middle)->Arg(Large)->Iterations(5);
+BENCHMARK(LogUpdateBesideCopies)->Arg(Small)->Arg(Middle)->Arg(Large)->Iterations(5);
 BENCHMARK(LogLoadBesideRead)->Arg(Small)->Arg(Middle)->Arg(Large)->Iterations(5);
 BENCHMARK(LogMemory)->Arg(Small)->Arg(Middle)->Arg(Large)->Iterations(1);
 BENCHMARK(LogBesideSqlite)->ArgsProduct({{Large}, {0, 1, 2}})->Iterations(3);

@@ -37,20 +37,44 @@ std::int32_t FirstSecond(std::int32_t newest)
     return OV::Seconds32(std::max<std::int64_t>(0, last - OverlapSeconds));
 }
 
-/// The lines of a project from that second on, which the server tells again.
-SYC::Detail::KnownRecords KnownSince(const OV::PagedArray<LogDataLine>& lines,
-                                     const OV::UniString& projectId, std::int32_t time)
-{
-    const OV::String id = OV::ToUtf8(projectId);
-    SYC::Detail::KnownRecords known;
-    for (const LogDataLine& line : lines)
-        if (line.GetTimeVal() >= time)
-            if (const SYC::LogRecord record = line.Record(); record.projectId == id)
-                known.Add(record);
-    return known;
-}
-
 }  // namespace
+
+/// What is asked of a project's log.
+struct EventLogUpdater::Question {
+    std::int32_t from = 0;
+    /// The lines since then, which the server tells again.
+    SYC::Detail::KnownRecords known;
+};
+
+/// In one pass over the lines, however many projects there are.
+OV::HashTable<OV::String, EventLogUpdater::Question>
+EventLogUpdater::Ask(const OV::Array<Syncra::Protocol::Project>& projects, const Lines& lines) const
+{
+    OV::HashTable<OV::String, Question> questions;
+    std::int32_t first = std::numeric_limits<std::int32_t>::max();
+    for (const auto& project : projects) {
+        const std::int32_t newest = cache_.GetLastLogTime(project.id);
+        const std::int32_t from = FirstSecond(newest);
+        questions[OV::ToUtf8(project.id)].from = from;
+        if (newest > 0)
+            first = std::min(first, from);
+    }
+    auto question = questions.end();
+    OV::StringView last;
+    for (const LogDataLine& line : lines) {
+        // A project whose newest time is not above 0 has no line that is.
+        if (line.GetTimeVal() < first && line.GetTimeVal() > 0)
+            continue;
+        const SYC::LogRecord record = line.Record();
+        if (record.projectId != last) {
+            last = record.projectId;
+            question = questions.find(OV::String(last));
+        }
+        if (question != questions.end() && line.GetTimeVal() >= question->second.from)
+            question->second.known.Add(record);
+    }
+    return questions;
+}
 
 void EventLogUpdater::Update()
 {
@@ -115,8 +139,12 @@ void EventLogUpdater::Fetch(Lines& lines)
         const auto client = SYCB::CreateSyncraClient(
             {server_.host, server_.port, server_.userName, server_.password});
         SYC::Detail::LogReading reading;
-        for (const auto& project : client->GetProjects())
-            FetchProject(*client, project, reading, lines);
+        const auto projects = client->GetProjects();
+        auto questions = Ask(projects, lines);
+        for (const auto& project : projects)
+            // Nothing for one that the server names a second time.
+            if (auto question = questions.extract(OV::ToUtf8(project.id)))
+                FetchProject(*client, project, question.mapped(), reading, lines);
         return;
     } catch (const OV::InterruptedException&) {
         throw;
@@ -129,18 +157,16 @@ void EventLogUpdater::Fetch(Lines& lines)
 }
 
 void EventLogUpdater::FetchProject(Syncra::Client::SyncraClient& client,
-                                   const Syncra::Protocol::Project& project,
+                                   const Syncra::Protocol::Project& project, Question& question,
                                    SYC::Detail::LogReading& reading, Lines& lines)
 {
-    const std::int32_t from = FirstSecond(cache_.GetLastLogTime(project.id));
-    auto known = KnownSince(lines, project.id, from);
     Syncra::Protocol::EventLogPage page;
     std::uint64_t done = 0;
     do {
         OV::Thread::ThrowIfInterrupted();
         try {
-            page = client.GetEvents(project.id, from, std::numeric_limits<std::int32_t>::max(),
-                                    page.next);
+            page = client.GetEvents(project.id, question.from,
+                                    std::numeric_limits<std::int32_t>::max(), page.next);
         } catch (const Communication::ResponseContentException& refusal) {
             // Everybody sees a public project, its members alone its log.
             if (!UserUtils::IsOutOfReach(refusal))
@@ -152,7 +178,7 @@ void EventLogUpdater::FetchProject(Syncra::Client::SyncraClient& client,
         reading.TakePage(page);
         for (auto& line : SYC::ReadLogLines(page, project)) {
             ++done;
-            if (!known.Take(line.Record()))
+            if (!question.known.Take(line.Record()))
                 lines.push_back(std::move(line));
         }
         TellProgress(done, page.left);
@@ -207,7 +233,10 @@ void EventLogUpdater::SortLines(OV::PagedArray<LogDataLine>& lines, LogDataLine:
         throw OV::IllegalArgumentException("Of " + std::to_string(lines.size()) +
                                            " lines at most " + std::to_string(MostSortedLines) +
                                            " can be sorted.");
-    const auto order = Select(SYC::Detail::RankLines(lines, field, ascending));
+    OV::Array<const LogDataLine*> unsorted;
+    for (const LogDataLine& line : std::as_const(lines))
+        unsorted.push_back(&line);
+    const auto order = Select(SYC::Detail::RankLines(unsorted, field, ascending));
     OV::Array<LogDataLine> former(std::make_move_iterator(lines.begin()),
                                   std::make_move_iterator(lines.end()));
     for (std::size_t at = 0; at < order.size(); ++at)

@@ -38,11 +38,14 @@ public:
 
 private:
     using Lines = OV::PagedArray<LogDataLine>;
+    struct Question;
     void ReadCache();
+    [[nodiscard]] OV::HashTable<OV::String, Question>
+    Ask(const OV::Array<Syncra::Protocol::Project>& projects, const Lines& lines) const;
     void Fetch(Lines& lines);
     void FetchProject(Syncra::Client::SyncraClient& client,
-                      const Syncra::Protocol::Project& project, SYC::Detail::LogReading& reading,
-                      Lines& lines);
+                      const Syncra::Protocol::Project& project, Question& question,
+                      SYC::Detail::LogReading& reading, Lines& lines);
 
     LogSource server_;
     SYC::BinCacheHandler& cache_;

@@ -104,9 +104,7 @@ OV::StringView LogDataLine::OwnTime() const noexcept
 void LogDataLine::Adopt(const SYC::LogRecord& record, OV::StringView ownTime)
 {
     OV::String bytes;
-    bytes.reserve(SYC::LogRecord::NumberBytes + record.user.size() + record.loginName.size() +
-                  record.duration.size() + record.operation.size() + record.project.size() +
-                  record.projectId.size() + record.comment.size() + ownTime.size());
+    bytes.reserve(record.Size() + ownTime.size());
     record.AppendTo(bytes);
     bytes.append(ownTime);
     block_ = std::make_shared<const OV::String>(std::move(bytes));

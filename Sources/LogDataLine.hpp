@@ -3,6 +3,7 @@
 #include "Display/NativeImage.hpp"
 #include "LogLine/LogRecord.hpp"
 #include "OVRoot/Channel.hpp"
+#include "OVRoot/Containers.hpp"
 #include "OVRoot/Export.hpp"
 
 #include <memory>
@@ -34,7 +35,7 @@ public:
     LogDataLine& operator=(LogDataLine&& other) noexcept;
     ~LogDataLine() = default;
 
-    /// A line whose record stands in `block`, at `record`, as LogRecord::Parse read it.
+    /// A line whose record stands in `block`, at `record`. Of `parsed` the numbers count.
     LogDataLine(std::shared_ptr<const OV::String> block, const char* record,
                 const SYC::LogRecord& parsed);
 
@@ -132,3 +133,10 @@ private:
     std::int16_t version_ = 0;
     TimeText timeText_ = TimeText::None;
 };
+
+namespace SYC {
+
+/// Lines that nobody changes any more, for all who read them.
+using LogLines = std::shared_ptr<const OV::PagedArray<LogDataLine>>;
+
+}  // namespace SYC

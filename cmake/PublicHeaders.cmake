@@ -154,6 +154,7 @@ set(headers
   Platform/OVRoot/Lock.hpp
   Platform/OVRoot/Logger.hpp
   Platform/OVRoot/Object.hpp
+  Platform/OVRoot/PagedArray.hpp
   Platform/OVRoot/PercentCoding.hpp
   Platform/OVRoot/PoolBackedExecutor.hpp
   Platform/OVRoot/PooledExecutor.hpp

@@ -1,6 +1,7 @@
 #pragma once
 
-#include <deque>
+#include "OVRoot/PagedArray.hpp"
+
 #include <unordered_map>
 #include <unordered_set>
 #include <utility>
@@ -10,10 +11,6 @@ namespace OV {
 
 template <class T>
 using Array = std::vector<T>;
-
-/// Grows without moving its elements: references stay valid while elements are appended.
-template <class T>
-using PagedArray = std::deque<T>;
 
 /// An array that is filled once and then read.
 template <class T>

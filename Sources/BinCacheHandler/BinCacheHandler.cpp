@@ -11,13 +11,11 @@ namespace LogCacheFiles = Detail::LogCacheFiles;
 namespace LogCacheLines = Detail::LogCacheLines;
 
 BinCacheHandler::BinCacheHandler(const OV::UniString& name)
-    : folder_(LogCacheFiles::MakeFolder(name)), state_{
-                                                    std::make_shared<const Lines>(),
-                                                    std::make_shared<const LogCacheLines::Files>(),
-                                                    std::make_shared<const PerformanceData>(),
-                                                    nullptr}
+    : folder_(LogCacheFiles::MakeFolder(name))
 {
-    state_.keptStatistics = state_.statistics;
+    state_.lines = std::make_shared<const LogCacheLines::Lines>();
+    state_.files = std::make_shared<const LogCacheLines::Files>();
+    state_.statistics = state_.keptStatistics = std::make_shared<const PerformanceData>();
 }
 
 BinCacheHandler::State BinCacheHandler::GetState() const
@@ -26,20 +24,20 @@ BinCacheHandler::State BinCacheHandler::GetState() const
     return state_;
 }
 
-void BinCacheHandler::SetProjectData(const Lines& lines)
+void BinCacheHandler::SetProjectData(const LogCacheLines::Lines& lines)
 {
-    // A copy, not an assignment: lines that are assigned keep the version of their place.
-    auto copy = std::make_shared<const Lines>(lines);
+    auto copy = std::make_shared<const LogCacheLines::Lines>(lines);
     const OV::LockGuard guard(lock_);
-    NoteLastTimes(*copy);
+    NoteLastTimes(*copy, copy->CountShared(*state_.lines));
     state_.lines.swap(copy);
 }
 
-void BinCacheHandler::NoteLastTimes(const Lines& lines)
+void BinCacheHandler::NoteLastTimes(const LogCacheLines::Lines& lines, std::size_t first)
 {
     std::int32_t* newest = nullptr;
     OV::StringView current;
-    for (const LogDataLine& line : lines) {
+    for (std::size_t at = first; at < lines.size(); ++at) {
+        const LogDataLine& line = lines[at];
         const OV::StringView project = line.Record().projectId;
         if (newest == nullptr || project != current) {
             current = project;
@@ -48,12 +46,6 @@ void BinCacheHandler::NoteLastTimes(const Lines& lines)
         }
         *newest = std::max(*newest, line.GetTimeVal());
     }
-}
-
-void BinCacheHandler::GetProjectData(Lines& out) const
-{
-    Lines copy(*GetState().lines);
-    out.swap(copy);
 }
 
 std::int32_t BinCacheHandler::GetLastLogTime(const OV::UniString& projectId) const
@@ -88,7 +80,7 @@ void BinCacheHandler::FlushCacheData()
     } catch (const BinCacheHandlerException&) {
         failure = std::current_exception();
     }
-    auto written = LogCacheLines::Write(folder_, *state.lines, *state.files);
+    auto written = LogCacheLines::Write(folder_, *state.lines, state.keptLines.get(), *state.files);
     TakeWritten(state, written, failure == nullptr);
     if (!failure)
         failure = written.failure;
@@ -100,11 +92,11 @@ void BinCacheHandler::FlushCacheData()
 void BinCacheHandler::TakeWritten(const State& state, LogCacheLines::Written& written,
                                   bool areStatisticsWritten)
 {
-    std::shared_ptr<const Lines> lines = state.lines;
+    Lines lines = state.lines;
     if (!written.found.empty()) {
-        Lines all(*state.lines);
-        all.insert(all.end(), written.found.begin(), written.found.end());
-        lines = std::make_shared<const Lines>(std::move(all));
+        LogCacheLines::Lines all(*state.lines);
+        all.append(written.found.cbegin(), written.found.cend());
+        lines = std::make_shared<const LogCacheLines::Lines>(std::move(all));
     }
     auto files = std::make_shared<const LogCacheLines::Files>(std::move(written.files));
     const OV::LockGuard guard(lock_);
@@ -113,12 +105,15 @@ void BinCacheHandler::TakeWritten(const State& state, LogCacheLines::Written& wr
     // Whoever set or read lines meanwhile knows nothing of those that were found. What is known of
     // the files stays as it was then, so that the next flush finds them again.
     const bool isSame = state_.lines == state.lines;
-    if (state_.files != state.files || (!isSame && !written.found.empty()))
+    if (state_.files != state.files || (!isSame && !written.found.empty())) {
+        state_.keptLines.reset();
         return;
+    }
     state_.files.swap(files);
+    state_.keptLines = written.failure ? nullptr : lines;
     if (!isSame)
         return;
-    NoteLastTimes(written.found);
+    NoteLastTimes(written.found, 0);
     state_.lines.swap(lines);
 }
 
@@ -141,10 +136,11 @@ void BinCacheHandler::Load(const OV::Array<OV::UniString>& names, const Progress
                            std::shared_ptr<const PerformanceData> statistics)
 {
     auto loaded = LogCacheLines::Load(folder_, names, progress);
-    auto lines = std::make_shared<const Lines>(std::move(loaded.lines));
+    Lines lines = std::make_shared<const LogCacheLines::Lines>(std::move(loaded.lines));
     auto files = std::make_shared<const LogCacheLines::Files>(std::move(loaded.files));
     const OV::LockGuard guard(lock_);
-    NoteLastTimes(*lines);
+    NoteLastTimes(*lines, 0);
+    state_.keptLines = loaded.isAllOfFiles ? lines : nullptr;
     state_.lines.swap(lines);
     state_.files.swap(files);
     if (statistics)

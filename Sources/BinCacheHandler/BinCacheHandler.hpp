@@ -28,9 +28,14 @@ public:
     /// BinCacheHandlerException.
     explicit BinCacheHandler(const OV::UniString& name);
 
-    /// Replaces the lines.
+    using Lines = LogLines;
+
+    /// Replaces the lines. What they share with those before, as a copy that lines were appended to
+    /// does, costs nothing.
     void SetProjectData(const OV::PagedArray<LogDataLine>& lines);
-    void GetProjectData(OV::PagedArray<LogDataLine>& out) const;
+    void GetProjectData(OV::PagedArray<LogDataLine>& out) const { out = *GetLines(); }
+    /// As they are now, whatever happens to this object.
+    [[nodiscard]] Lines GetLines() const { return GetState().lines; }
     /// The newest time that was ever set or read for the project, in seconds since 1970-01-01 UTC;
     /// 0 when there is none.
     [[nodiscard]] std::int32_t GetLastLogTime(const OV::UniString& projectId) const;
@@ -64,13 +69,13 @@ public:
     [[nodiscard]] const IO::Location& GetFolder() const noexcept { return folder_; }
 
 private:
-    using Lines = OV::PagedArray<LogDataLine>;
-
     /// Each part is replaced, never changed: whoever took it reads it without the lock.
     struct State {
-        std::shared_ptr<const Lines> lines;
+        Lines lines;
         /// What the project files held when they were read or written last.
         std::shared_ptr<const Detail::LogCacheLines::Files> files;
+        /// The lines that `files` are of; null when the files may hold anything else.
+        Lines keptLines;
         std::shared_ptr<const PerformanceData> statistics;
         /// The statistics that were read or written last.
         std::shared_ptr<const PerformanceData> keptStatistics;
@@ -82,7 +87,9 @@ private:
     /// `state` is what was written.
     void TakeWritten(const State& state, Detail::LogCacheLines::Written& written,
                      bool areStatisticsWritten);
-    void NoteLastTimes(const Lines& lines) OV_REQUIRES(lock_);
+    /// From the line `first` on.
+    void NoteLastTimes(const OV::PagedArray<LogDataLine>& lines, std::size_t first)
+        OV_REQUIRES(lock_);
 
     IO::Location folder_;
     mutable OV::Lock lock_;

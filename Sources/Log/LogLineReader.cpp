@@ -37,18 +37,21 @@ public:
     [[nodiscard]] OV::Array<LogDataLine> Read()
     {
         OV::String bytes;
+        OV::Array<Place> places;
+        places.reserve(text_.GetLineCount());
         for (std::uint32_t line = 0; line < text_.GetLineCount(); ++line) {
             LogText::Split(text_.GetLine(line), separator_, fields_);
-            AppendRecord(line, bytes);
+            places.push_back(AppendRecord(line, bytes));
         }
         const auto block = std::make_shared<const OV::String>(std::move(bytes));
         OV::Array<LogDataLine> lines;
-        lines.reserve(text_.GetLineCount());
-        LogRecord record;
-        OV::StringView rest = *block;
-        while (const std::size_t length = record.Parse(rest)) {
-            lines.emplace_back(block, rest.data(), record);
-            rest.remove_prefix(length);
+        lines.reserve(places.size());
+        LogRecord numbers;
+        for (const Place& place : places) {
+            numbers.sizeVal = place.sizeVal;
+            numbers.timeVal = place.timeVal;
+            numbers.version = place.version;
+            lines.emplace_back(block, block->data() + place.start, numbers);
         }
         for (const auto& [line, time] : times_)
             lines[line].SetTime(OV::FromUtf8(time));
@@ -56,6 +59,14 @@ public:
     }
 
 private:
+    /// Where a record stands in the block, and its numbers.
+    struct Place {
+        std::size_t start;
+        std::uint32_t sizeVal;
+        std::int32_t timeVal;
+        std::int16_t version;
+    };
+
     [[nodiscard]] OV::StringView Get(Field number) const
     {
         return number < fields_.size() ? fields_[number] : OV::StringView();
@@ -65,7 +76,7 @@ private:
         return ReadDecimal(Get(number)).value_or(fallback);
     }
 
-    void AppendRecord(std::uint32_t line, OV::String& bytes)
+    Place AppendRecord(std::uint32_t line, OV::String& bytes)
     {
         LogRecord record;
         record.project = name_;
@@ -85,7 +96,9 @@ private:
         const OV::String seconds =
             Get(Duration).empty() ? OV::String("0s") : OV::String(Get(Duration)) + 's';
         record.duration = version > LastVersionWithoutDuration ? OV::StringView(seconds) : "N/A ";
+        const std::size_t start = bytes.size();
         record.AppendTo(bytes);
+        return {start, record.sizeVal, record.timeVal, record.version};
     }
 
     LogText text_;

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <array>
+#include <numeric>
 
 namespace SYC {
 
@@ -67,23 +68,33 @@ int LogTable::GetPicture(int row, int column) const
 
 std::shared_ptr<LogTable> LogTable::Sorted(int column, bool ascending) const
 {
-    auto sorted = std::make_shared<LogTable>(lines_, rows_);
+    OV::Array<const LogDataLine*> lines;
+    lines.reserve(rows_.size());
+    for (const std::uint32_t row : rows_)
+        lines.push_back(&(*lines_)[row]);
+    OV::Array<std::uint32_t> order(rows_.size());
+    std::iota(order.begin(), order.end(), 0U);
     const auto sortBy = [&](auto&& isLess) {
-        std::stable_sort(sorted->rows_.begin(), sorted->rows_.end(), isLess);
+        std::stable_sort(order.begin(), order.end(), isLess);
     };
     if (column == Comment) {
+        OV::Array<OV::StringView> comments;
+        comments.reserve(lines.size());
+        for (const LogDataLine* line : lines)
+            comments.push_back(line->Record().comment);
         sortBy([&](std::uint32_t a, std::uint32_t b) {
-            const auto left = (*lines_)[a].Record().comment, right = (*lines_)[b].Record().comment;
-            return ascending ? left < right : right < left;
+            return ascending ? comments[a] < comments[b] : comments[b] < comments[a];
         });
-        return sorted;
+    } else {
+        constexpr std::array fields{LogField::Time, LogField::User, LogField::Operation,
+                                    LogField::Time, LogField::Size, LogField::Duration};
+        const auto ranks =
+            Detail::RankLines(lines, fields.at(static_cast<std::size_t>(column) - 1), ascending);
+        sortBy([&](std::uint32_t a, std::uint32_t b) { return ranks[a] < ranks[b]; });
     }
-    constexpr std::array fields{LogField::Time, LogField::User, LogField::Operation,
-                                LogField::Time, LogField::Size, LogField::Duration};
-    const auto ranks =
-        Detail::RankLines(*lines_, fields.at(static_cast<std::size_t>(column) - 1), ascending);
-    sortBy([&](std::uint32_t a, std::uint32_t b) { return ranks[a] < ranks[b]; });
-    return sorted;
+    for (std::uint32_t& at : order)
+        at = rows_[at];
+    return std::make_shared<LogTable>(lines_, std::move(order));
 }
 
 void LogTable::Export(const IO::Location& file) const

@@ -15,7 +15,7 @@ public:
     /// From 1.
     enum Column : int { Timestamp = 1, User, Action, Comment, Size, Duration };
     static constexpr int ColumnCount = Duration;
-    using Lines = std::shared_ptr<const OV::PagedArray<LogDataLine>>;
+    using Lines = LogLines;
 
     /// The rows are lines of `lines`, in that order.
     LogTable(Lines lines, OV::Array<std::uint32_t> rows)

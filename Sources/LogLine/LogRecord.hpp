@@ -28,6 +28,12 @@ struct SYC_API LogRecord {
     /// whole. Reads past nothing, whatever the bytes are.
     [[nodiscard]] std::size_t Parse(OV::StringView bytes) noexcept;
     void AppendTo(OV::String& bytes) const;
+    /// The bytes that AppendTo appends.
+    [[nodiscard]] std::size_t Size() const noexcept
+    {
+        return NumberBytes + user.size() + loginName.size() + duration.size() + operation.size() +
+               project.size() + projectId.size() + comment.size();
+    }
 };
 
 }  // namespace SYC

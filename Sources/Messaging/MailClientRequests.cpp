@@ -75,9 +75,11 @@ MailClient::Refreshed MailClient::FetchMails(std::int32_t sinceTime, FlagChanges
         OV::PagedArray<Message> messages;
         client.GetMails(projectId, sinceTime, messages);
         // Each message goes as its mail comes, so that a large box is not held twice.
-        for (; !messages.empty(); messages.pop_front())
-            if (auto mail = ToMail(messages.front()))
+        for (Message& each : messages) {
+            const Message message = std::move(each);
+            if (auto mail = ToMail(message))
                 refreshed.mails.push_back(std::move(mail));
+        }
         refreshed.read = client.GetMailStatus(projectId, refreshed.changes.read);
         refreshed.historical = client.GetMailHistorical(projectId, refreshed.changes.historical);
     });

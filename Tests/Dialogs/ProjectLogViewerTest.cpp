@@ -144,7 +144,7 @@ TEST_F(ProjectLogViewerTest, LinesThatComeWhileTheWarningIsShownAreTheOnesShownT
 {
     const Lines many(1200, Line({2026, 3, 1, 8, 0, 0}, u"anna", u"Send"));
     Lines more(many);
-    more.insert(more.end(), 500, many.front());
+    more.append(many.begin(), many.begin() + 500);
     for (const Lines& newer : {more, Lines(10, many.front())})
         Open({}, [&](Dlg::HeadlessDialog& user) {
             viewer_->PreviewLog(many);

@@ -211,6 +211,41 @@ TEST_F(BinCacheHandlerTest, OnlyWhatChangedIsWrittenAndNothingThatAnotherProcess
     }
 }
 
+TEST_F(BinCacheHandlerTest, AFlushAfterALoadBringsEveryFileToTheLines)
+{
+    Lines many(1000, Line(u"a", 1));
+    many.push_back(Line(u"b", 1));
+    handler.SetProjectData(many);
+    handler.FlushCacheData();
+    const auto a = ReadFile("a.che"), b = ReadFile("b.che");
+    const auto remove = [&](const char* name) { std::filesystem::remove(Cache() / name); };
+    const struct {
+        std::function<void()> before, after;
+    } harms[] = {
+        {[&] { WriteFile("a.che", a + "damage"); }, [] {}},
+        {[&] { std::filesystem::rename(Cache() / "b.che", Cache() / "c.che"); }, [] {}},
+        {[] {}, [&] { remove("b.che"); }},
+    };
+    for (const bool isMore : {false, true})
+        for (const auto& harm : harms) {
+            harm.before();
+            BinCacheHandler other(u"nexar:1");
+            other.GetCacheData();
+            harm.after();
+            if (isMore) {
+                Lines lines(*other.GetLines());
+                lines.push_back(Line(u"d", 1));
+                other.SetProjectData(lines);
+            }
+            other.FlushCacheData();
+            EXPECT_EQ(ReadFile("a.che"), a);
+            EXPECT_EQ(ReadFile("b.che"), b);
+            EXPECT_EQ(std::filesystem::exists(Cache() / "d.che"), isMore);
+            remove("c.che");
+            remove("d.che");
+        }
+}
+
 TEST_F(BinCacheHandlerTest, ProcessesThatFlushAtOnceLoseNobodysLines)
 {
     constexpr int rounds = 20;

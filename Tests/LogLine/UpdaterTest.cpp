@@ -130,8 +130,21 @@ TEST_F(UpdaterTest, AFailureKeepsWhatIsThereAndAnInterruptionIsQuick)
     EXPECT_TRUE(listener.failure.starts_with(u"Cannot get latest events: No connection to server"));
     EXPECT_FALSE(listener.lines.empty()) << "what is cached is shown all the same";
     server.Start();
+    const auto shown = listener.lines;
+    const auto timesOf = [](const OV::PagedArray<LogDataLine>& lines) {
+        OV::Array<std::int32_t> times;
+        for (const auto& line : lines)
+            times.push_back(line.GetTimeVal());
+        return times;
+    };
+    const auto times = timesOf(shown);
+    AddEvents(Future, 300);
     updater.Start();
+    while (updater.IsRunning())
+        ASSERT_EQ(timesOf(shown), times) << "what is shown stays while more lines come";
     updater.Await();
+    EXPECT_EQ(listener.lines.size(), shown.size() + 300);
+    EXPECT_EQ(timesOf(shown), times);
     updater.Detach(listener);
 }
 

@@ -252,9 +252,7 @@ Data ReadCache(const OV::UniString& name)
     cache.GetCacheData();
     Data data;
     cache.GetPerformanceData(data.performance);
-    auto lines = std::make_shared<OV::PagedArray<LogDataLine>>();
-    cache.GetProjectData(*lines);
-    data.lines = std::move(lines);
+    data.lines = cache.GetLines();
     return data;
 }
 

@@ -18,7 +18,7 @@ namespace Charts {
 
 struct Data {
     PerformanceData performance;
-    std::shared_ptr<const OV::PagedArray<LogDataLine>> lines;
+    SYC::LogLines lines;
 };
 
 /// What is cached under a name. Throws what the cache does.

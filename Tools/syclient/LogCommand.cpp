@@ -258,13 +258,10 @@ std::string Rounded(const Json& value)
 
 void Stats(const LogSelection& selection, Context& context)
 {
-    const auto table = selection.Read(context);
+    PerformanceData data;
+    const auto table = selection.Read(context, &data);
     if (table == nullptr)
         return;
-    SYC::BinCacheHandler cache(selection.CacheName());
-    cache.GetCacheData();
-    PerformanceData data;
-    cache.GetPerformanceData(data);
     const Json json{{"lines", table->GetCount()},
                     {"actions", Shares(*table, &LogDataLine::GetOperationText)},
                     {"users", Shares(*table, &LogDataLine::GetUser)},

@@ -79,7 +79,8 @@ OV::UniString LogSelection::CacheName() const
     return source.GetCacheName();
 }
 
-std::shared_ptr<const SYC::LogTable> LogSelection::Read(Context& context) const
+std::shared_ptr<const SYC::LogTable> LogSelection::Read(Context& context,
+                                                        PerformanceData* load) const
 {
     SYC::LogFilter filter;
     if (!from.empty())
@@ -93,8 +94,9 @@ std::shared_ptr<const SYC::LogTable> LogSelection::Read(Context& context) const
     filter.smallestSize = smallestSize;
     SYC::BinCacheHandler cache(CacheName());
     cache.GetCacheData();
-    const auto lines = std::make_shared<Lines>();
-    cache.GetProjectData(*lines);
+    if (load != nullptr)
+        cache.GetPerformanceData(*load);
+    const auto lines = cache.GetLines();
     if (lines->empty()) {
         context.exitCode = ExitCode::NotFound;
         context.output.Error(

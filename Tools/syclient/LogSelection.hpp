@@ -2,6 +2,7 @@
 
 #include "Commands.hpp"
 #include "Log/LogTable.hpp"
+#include "PerformanceData.hpp"
 
 #include <optional>
 
@@ -20,9 +21,11 @@ struct LogSelection {
 
     void AddServerOptions(CLI::App& command);
     void AddOptions(CLI::App& command);
-    /// Nothing, with a message and an exit code, when there is no such cache or project. Throws
-    /// OV::IllegalArgumentException for a day that is none.
-    [[nodiscard]] std::shared_ptr<const SYC::LogTable> Read(Context& context) const;
+    /// Nothing, with a message and an exit code, when there is no such cache or project. `load`
+    /// gets the statistics that are cached beside the lines. Throws OV::IllegalArgumentException
+    /// for a day that is none.
+    [[nodiscard]] std::shared_ptr<const SYC::LogTable> Read(Context& context,
+                                                            PerformanceData* load = nullptr) const;
     /// The name under which the server's logs are cached.
     [[nodiscard]] OV::UniString CacheName() const;
 };

@@ -31,6 +31,8 @@ struct Files {
 struct Loaded {
     Lines lines;
     Files files;
+    /// Whether the files that were read hold these lines and nothing else, each its project's.
+    bool isAllOfFiles;
 };
 /// Reads the project files among `names`. One that cannot be read is left out, which is logged; a
 /// damaged one gives the lines before the damage. Lines without a project are left out, and those
@@ -48,7 +50,9 @@ struct Written {
     std::exception_ptr failure;
 };
 /// Writes the file of each project whose lines are others than `files` knows. When another process
-/// wrote it since, its lines stay in it, behind ours. The marker is held.
-[[nodiscard]] Written Write(const IO::Location& folder, const Lines& lines, const Files& files);
+/// wrote it since, its lines stay in it, behind ours. `kept`, unless it is null, are the lines that
+/// `files` are of; projects whose lines are those are not looked at. The marker is held.
+[[nodiscard]] Written Write(const IO::Location& folder, const Lines& lines, const Lines* kept,
+                            const Files& files);
 
 }  // namespace SYC::Detail::LogCacheLines

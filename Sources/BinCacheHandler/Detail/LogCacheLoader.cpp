@@ -1,5 +1,6 @@
 #include "BinCacheHandler/Detail/LogCacheFiles.hpp"
 #include "BinCacheHandler/Detail/LogCacheLines.hpp"
+#include "LogLine/Detail/LogRecords.hpp"
 #include "OVRoot/HeldLocks.hpp"
 #include "OVRoot/Logger.hpp"
 #include "OVRoot/Thread.hpp"
@@ -17,17 +18,6 @@ using Progress = BinCacheHandler::Progress;
 constexpr std::size_t PartLines = 65'536;
 /// Enough for the first screen of a list, however large it is.
 constexpr std::size_t PreviewBytes = 128 * 1024;
-
-/// Calls `take(rest, record)` for each record that the block holds whole; `rest` begins with it.
-template <class Take>
-void ForEachRecord(OV::StringView rest, Take&& take)
-{
-    SYC::LogRecord record;
-    while (const std::size_t length = record.Parse(rest)) {
-        take(rest, record);
-        rest.remove_prefix(length);
-    }
-}
 
 /// Tells of each line whether it belongs to the file that it stands in.
 class Ownership {
@@ -47,16 +37,21 @@ public:
         if (projectId != last_) {
             last_ = projectId;
             const auto own = OV::FromUtf8(projectId).append(LogCacheFiles::Extension);
-            isLastOwn_ = own == *file_ || !names_.contains(own);
+            const bool isHere = own == *file_;
+            isLastOwn_ = isHere || !names_.contains(own);
+            hasAdopted_ = hasAdopted_ || (isLastOwn_ && !isHere);
         }
         return isLastOwn_;
     }
+    /// Whether there was a line that belongs to a file that is not there.
+    [[nodiscard]] bool HasAdopted() const noexcept { return hasAdopted_; }
 
 private:
     std::unordered_set<OV::UniString> names_;
     const OV::UniString* file_ = nullptr;
     OV::StringView last_;
     bool isLastOwn_ = false;
+    bool hasAdopted_ = false;
 };
 
 /// Reads the lines of files part by part.
@@ -69,34 +64,43 @@ public:
     /// Shows the lines of the beginning of a file; they come again.
     void Preview(const OV::UniString& name, OV::String bytes)
     {
-        Take(name, std::move(bytes), [](std::uint64_t) {});
+        (void)Take(name, std::move(bytes), [](std::uint64_t) {});
         Tell(part_, 0);
         part_.clear();
     }
     void Load(const OV::UniString& name, OV::String bytes)
     {
         const std::uint64_t size = bytes.size();
-        Take(name, std::move(bytes), [&](std::uint64_t done) {
+        const std::uint64_t taken = Take(name, std::move(bytes), [&](std::uint64_t done) {
             if (part_.size() >= PartLines)
                 FinishPart(done);
         });
+        isEachByteTaken_ = isEachByteTaken_ && taken == size;
         FinishPart(size);
         done_ += size;
     }
     [[nodiscard]] Lines TakeLines() { return std::move(lines_); }
+    [[nodiscard]] bool IsAllOfFiles() const noexcept
+    {
+        return isEachByteTaken_ && !ownership_.HasAdopted();
+    }
 
 private:
+    /// Returns how many bytes the lines have that were taken.
     template <class Done>
-    void Take(const OV::UniString& name, OV::String bytes, Done&& done)
+    std::uint64_t Take(const OV::UniString& name, OV::String bytes, Done&& done)
     {
         ownership_.Enter(name);
         const auto block = std::make_shared<const OV::String>(std::move(bytes));
-        ForEachRecord(*block, [&](OV::StringView rest, const SYC::LogRecord& record) {
+        std::uint64_t taken = 0;
+        for (const auto& [record, bytesOfRecord] : LogRecords(*block)) {
             if (!ownership_.IsOwn(record.projectId))
-                return;
-            part_.emplace_back(block, rest.data(), record);
-            done(block->size() - rest.size());
-        });
+                continue;
+            part_.emplace_back(block, bytesOfRecord.data(), record);
+            taken += bytesOfRecord.size();
+            done(static_cast<std::uint64_t>(bytesOfRecord.data() - block->data()));
+        }
+        return taken;
     }
     void Tell(const Lines& part, std::uint64_t done)
     {
@@ -111,7 +115,7 @@ private:
         if (lines_.empty())
             lines_.swap(part_);
         else
-            lines_.insert(lines_.end(), std::make_move_iterator(part_.begin()),
+            lines_.append(std::make_move_iterator(part_.begin()),
                           std::make_move_iterator(part_.end()));
         part_.clear();
     }
@@ -120,6 +124,7 @@ private:
     const Progress& progress_;
     std::uint64_t total_;
     std::uint64_t done_ = 0;
+    bool isEachByteTaken_ = true;
     Lines part_;
     Lines lines_;
 };
@@ -191,7 +196,7 @@ Loaded Load(const IO::Location& folder, const OV::Array<OV::UniString>& names,
         known.byName.insert_or_assign(file.name, KnownFile(content->stamp, content->bytes));
         loader.Load(file.name, std::move(content->bytes));
     }
-    return {loader.TakeLines(), std::move(known)};
+    return {loader.TakeLines(), std::move(known), loader.IsAllOfFiles()};
 }
 
 }  // namespace SYC::Detail::LogCacheLines

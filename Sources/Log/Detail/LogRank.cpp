@@ -30,13 +30,13 @@ OV::Array<std::uint32_t> RankKeys(std::size_t count, IsBetter&& isBetter)
 
 /// What of a line is compared, made once and not with every comparison.
 template <class Key, class MakeKey>
-OV::Array<std::uint32_t> RankBy(const OV::PagedArray<LogDataLine>& lines, bool ascending,
+OV::Array<std::uint32_t> RankBy(const OV::Array<const LogDataLine*>& lines, bool ascending,
                                 MakeKey&& makeKey)
 {
     OV::Array<Key> keys;
     keys.reserve(lines.size());
-    for (const LogDataLine& line : lines)
-        keys.push_back(makeKey(line));
+    for (const LogDataLine* line : lines)
+        keys.push_back(makeKey(*line));
     return RankKeys(keys.size(), [&](std::uint32_t a, std::uint32_t b) {
         return ascending ? keys[a] < keys[b] : keys[b] < keys[a];
     });
@@ -60,18 +60,18 @@ OV::StringView TextOf(const SYC::LogRecord& record, LogField field)
 }
 
 /// Many lines have few texts: each text is compared through one line that has it.
-OV::Array<std::uint32_t> RankByText(const OV::PagedArray<LogDataLine>& lines, LogField field,
+OV::Array<std::uint32_t> RankByText(const OV::Array<const LogDataLine*>& lines, LogField field,
                                     bool ascending)
 {
     std::unordered_map<OV::StringView, std::uint32_t> known;
     OV::Array<const LogDataLine*> examples;
     OV::Array<std::uint32_t> texts;
     texts.reserve(lines.size());
-    for (const LogDataLine& line : lines) {
-        const auto [text, isNew] = known.try_emplace(TextOf(line.Record(), field),
+    for (const LogDataLine* line : lines) {
+        const auto [text, isNew] = known.try_emplace(TextOf(line->Record(), field),
                                                      static_cast<std::uint32_t>(examples.size()));
         if (isNew)
-            examples.push_back(&line);
+            examples.push_back(line);
         texts.push_back(text->second);
     }
     const auto ranks = RankKeys(examples.size(), [&](std::uint32_t a, std::uint32_t b) {
@@ -85,7 +85,7 @@ OV::Array<std::uint32_t> RankByText(const OV::PagedArray<LogDataLine>& lines, Lo
 
 }  // namespace
 
-OV::Array<std::uint32_t> RankLines(const OV::PagedArray<LogDataLine>& lines, LogField field,
+OV::Array<std::uint32_t> RankLines(const OV::Array<const LogDataLine*>& lines, LogField field,
                                    bool ascending)
 {
     switch (field) {
