@@ -68,7 +68,7 @@ void SignInService::SignIn(const Call& call, const Reply& reply)
 {
     const auto request = ReadCredentials(call);
     const std::string login = OV::ToUtf8(request.userName);
-    const std::string password = OV::ToUtf8(request.password);
+    const std::string password = OV::ToUtf8(request.password.View());
     const auto user = users_.FindByLogin(login);
     const auto hash = user ? user->passwordHash : std::string();
     const PasswordWorker::Attempt attempt{login, call.request.address, hash, password};

@@ -152,10 +152,10 @@ void UserManagement::SetPassword(const Call& call, const Reply& reply)
                     });
 }
 
-std::string UserManagement::Checked(const OV::UniString& password)
+std::string UserManagement::Checked(const OV::Secret& password)
 {
-    Rules::CheckPassword(context_.database, password);
-    return OV::ToUtf8(password);
+    Rules::CheckPassword(context_.database, password.View());
+    return OV::ToUtf8(password.View());
 }
 
 }  // namespace Nexar

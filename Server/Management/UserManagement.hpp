@@ -2,6 +2,7 @@
 
 #include "GroupStore.hpp"
 #include "Management/RecordRoutes.hpp"
+#include "OVRoot/Secret.hpp"
 #include "PasswordWorker.hpp"
 #include "PhotoStore.hpp"
 #include "UserStore.hpp"
@@ -38,7 +39,7 @@ private:
     void InsertWithPassword(const Call& call, const Reply& reply);
     void SetPassword(const Call& call, const Reply& reply);
     /// The password, which must be long enough.
-    [[nodiscard]] std::string Checked(const OV::UniString& password);
+    [[nodiscard]] std::string Checked(const OV::Secret& password);
 
     UserStore& users_;
     GroupStore& groups_;
