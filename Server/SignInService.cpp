@@ -72,13 +72,12 @@ void SignInService::AddCommonRoutes(Router& router)
 
 void SignInService::SignIn(const Router& router, Call call, const Reply& reply)
 {
-    auto request = ReadCredentials(call);
-    const OV::SecureWipeGuard wipeText(request.password);
+    const auto request = ReadCredentials(call);
     OV::SecureWipe(call.request.body);
     const auto attempt = std::make_shared<PasswordWorker::Attempt>();
     attempt->login = OV::ToUtf8(request.userName);
     attempt->address = call.request.address;
-    attempt->password = OV::ToUtf8(request.password);
+    attempt->password = OV::ToUtf8(request.password.View());
     workers_.Read(
         TokenTable::OwnerOf({}, call.request.address),
         [this, attempt] {

@@ -1,7 +1,6 @@
 #include "AuthenticateOnCache.hpp"
 
 #include "ManagementTool/SyncraInfo.hpp"
-#include "OVRoot/SecretCompare.hpp"
 #include "SYClientBase/ProjectConnectionManagerInterface.hpp"
 #include "SyncraURL.hpp"
 #include "UserInterface/AuthenticationFailedDialog.hpp"
@@ -30,15 +29,15 @@ bool IsToBeChecked(const SyncraInfo& info, SYCB::ProjectConnectionManagerInterfa
 }
 
 /// True when the password of the connection, or else one that the user types, is the stored one.
-bool ProvesHimself(const Inner::ProjectConnectionInfo& connection, const OV::UniString& stored)
+bool ProvesHimself(const Inner::ProjectConnectionInfo& connection, const OV::Secret& stored)
 {
-    if (OV::IsSameSecret(connection.password, stored))
+    if (connection.password == stored)
         return true;
     AuthenticationFailedDialog dialog(connection.serverName, connection.projectName,
                                       connection.userName,
                                       static_cast<std::int16_t>(connection.port));
     while (dialog.Invoke())
-        if (OV::IsSameSecret(dialog.GetUserPasswd(), stored))
+        if (dialog.GetUserPasswd() == stored)
             return true;
     return false;
 }
@@ -52,8 +51,7 @@ bool AuthenticateOnCache(SYCB::ProjectConnectionManagerInterface* manager, bool 
         return true;
     if (silent)
         return false;
-    Inner::ProjectConnectionInfo connection = ToCheckedConnectionInfo(LocationOf(manager));
-    const OV::SecureWipeGuard<char16_t> wipe(connection.password);
+    const Inner::ProjectConnectionInfo connection = ToCheckedConnectionInfo(LocationOf(manager));
     return ProvesHimself(connection,
                          info.GetUserPassword(connection.userName, connection.serverName));
 }

@@ -242,10 +242,6 @@ void CachedProjectInfo::ProjectDetached()
     Change(&Values::projectDetached, true);
 }
 
-const OV::UniString& CachedProjectInfo::GetPassword() const
-{
-    return password_;
-}
 std::int32_t CachedProjectInfo::GetModificationTime() const
 {
     return modificationTime_;
@@ -431,7 +427,7 @@ std::int32_t CachedProjectInfo::_GetLogonId(Dummy) const
 }
 OV::UniString CachedProjectInfo::_GetPassword(Dummy) const
 {
-    return password_;
+    return OV::UniString(password_.View());
 }
 OV::HashSet<OV::UniString> CachedProjectInfo::_GetPermissions(Dummy) const
 {

@@ -3,6 +3,7 @@
 #include "Cache/CacheInfoValues.hpp"
 #include "IO/File.hpp"
 #include "OVRoot/Export.hpp"
+#include "OVRoot/Secret.hpp"
 #include "ProjectConnectionInfo.hpp"
 #include "SYClientBase/CachedProjectInfoInterface.hpp"
 
@@ -87,8 +88,7 @@ public:
     /// Marks the cache as detached from its project on the server, for good.
     void ProjectDetached();
     /// Clear text, in memory only; empty after reading.
-    [[nodiscard]] const OV::UniString& GetPassword() const;
-    void ForgetPassword() { password_.clear(); }
+    void ForgetPassword() { password_ = {}; }
     /// Of "CacheInfo.xml" when it was last read or written here.
     [[nodiscard]] std::int32_t GetModificationTime() const;
     /// The same moment in the file system's full resolution, for change detection.
@@ -176,7 +176,7 @@ private:
     bool writePending_ = false;
     /// To another folder, and not written there yet.
     bool isMoved_ = false;
-    OV::UniString password_;
+    OV::Secret password_;
 };
 
 }  // namespace SYC

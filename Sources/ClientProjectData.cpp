@@ -6,7 +6,7 @@
 namespace SYC {
 
 ClientProjectData::ClientProjectData(OV::UniString serverName, OV::UniString userName,
-                                     OV::UniString password, std::int16_t port,
+                                     OV::Secret password, std::int16_t port,
                                      OV::UniString projectName, OV::UniString projectDescription,
                                      ProjectStatus category, IO::Location templateLocation,
                                      bool useLatestSettings)
@@ -70,7 +70,7 @@ void ClientProjectData::SetUserName(const OV::UniString& name)
     Set(&Fields::userName, name, ChangedField::UserName);
 }
 
-void ClientProjectData::SetPassword(const OV::UniString& password)
+void ClientProjectData::SetPassword(const OV::Secret& password)
 {
     Set(&Fields::password, password, ChangedField::Password);
 }

@@ -4,6 +4,7 @@
 #include "IO/Location.hpp"
 #include "OVRoot/EventSource.hpp"
 #include "OVRoot/Export.hpp"
+#include "OVRoot/Secret.hpp"
 #include "SyncraProtocol/Management/V2/Project.hpp"
 
 namespace SYC {
@@ -21,7 +22,7 @@ public:
     using Project = Syncra::Server::Management::V2::Project;
 
     ClientProjectData() = default;
-    ClientProjectData(OV::UniString serverName, OV::UniString userName, OV::UniString password,
+    ClientProjectData(OV::UniString serverName, OV::UniString userName, OV::Secret password,
                       std::int16_t port, OV::UniString projectName,
                       OV::UniString projectDescription, ProjectStatus category,
                       IO::Location templateLocation, bool useLatestSettings);
@@ -45,8 +46,8 @@ public:
     [[nodiscard]] const OV::UniString& GetUserName() const { return fields_.userName; }
     void SetUserName(const OV::UniString& name);
     /// Clear text, in memory only.
-    [[nodiscard]] const OV::UniString& GetPassword() const { return fields_.password; }
-    void SetPassword(const OV::UniString& password);
+    [[nodiscard]] const OV::Secret& GetPassword() const { return fields_.password; }
+    void SetPassword(const OV::Secret& password);
     [[nodiscard]] const OV::UniString& GetProjectName() const { return fields_.projectName; }
     void SetProjectName(const OV::UniString& name);
     [[nodiscard]] const OV::UniString& GetProjectDescription() const
@@ -82,7 +83,7 @@ private:
     struct Fields {
         OV::UniString serverName;
         OV::UniString userName;
-        OV::UniString password;
+        OV::Secret password;
         std::int16_t port = 0;
         OV::UniString projectName;
         OV::UniString projectDescription;

@@ -2,7 +2,6 @@
 
 #include "OVRoot/ExceptionText.hpp"
 #include "OVRoot/Logger.hpp"
-#include "OVRoot/SecureWipe.hpp"
 #include "ProjectConnectionInfo.hpp"
 #include "SYClientBase/SyncraClientFactory.hpp"
 #include "SyncraURL.hpp"
@@ -22,7 +21,6 @@ void LogOutcome(OV::UniStringView format, const char16_t* outcome,
 bool CloseOnServer(SYCB::ProjectConnectionManagerInterface& manager)
 {
     Inner::ProjectConnectionInfo info;
-    const OV::SecureWipeGuard<char16_t> wipe(info.password);
     // The formats differ on purpose; both placeholders stand for the outcome.
     try {
         info = ToConnectionInfo(manager.GetProjectLocation());

@@ -2,7 +2,6 @@
 
 #include "ManagementTool/UserUtils.hpp"
 #include "OVRoot/FieldStream.hpp"
-#include "OVRoot/SecureWipe.hpp"
 #include "OVRoot/Thread.hpp"
 #include "SYClientBase/ConnectionValidator.hpp"
 #include "SYClientBase/SyncraClientFactory.hpp"
@@ -126,15 +125,12 @@ void PerformanceData::UpdateProjectMembers(Syncra::Client::SyncraClient& client,
 }
 
 bool PerformanceData::UpdateProjectCache(const OV::UniString& host, std::int16_t port,
-                                         const OV::UniString& user, const OV::UniString& password)
+                                         const OV::UniString& user, const OV::Secret& password)
 {
     const auto number = static_cast<std::uint16_t>(port);
     try {
-        Syncra::Client::SignInData server{
-            SYCB::ConnectionValidator::GetInstance().GetWorkingHost(host, number), number, user,
-            password};
-        const OV::SecureWipeGuard<char16_t> wipe(server.password);
-        Refresh(server);
+        Refresh({SYCB::ConnectionValidator::GetInstance().GetWorkingHost(host, number), number,
+                 user, password});
         return true;
     } catch (const OV::InterruptedException&) {
         return false;

@@ -3,6 +3,7 @@
 #include "OVRoot/Channel.hpp"
 #include "OVRoot/Export.hpp"
 #include "OVRoot/Ref.hpp"
+#include "OVRoot/Secret.hpp"
 #include "Statistics/ChartDataLine.hpp"
 #include "Statistics/ProjectCache.hpp"
 #include "SyncraClient/SyncraClient.hpp"
@@ -42,7 +43,7 @@ public:
     /// it does when a request fails, which throws as the requests of SyncraClient do. `port`
     /// is that of the model service, above 32767 a negative number.
     bool UpdateProjectCache(const OV::UniString& host, std::int16_t port, const OV::UniString& user,
-                            const OV::UniString& password);
+                            const OV::Secret& password);
     /// Asks for the record's members anew, on the connection of the last UpdateProjectCache of this
     /// object; a copy has none. Throws as the requests of SyncraClient do,
     /// OV::NullReferenceException without a connection.

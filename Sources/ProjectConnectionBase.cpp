@@ -6,7 +6,6 @@
 #include "OVRoot/ExceptionText.hpp"
 #include "OVRoot/HeldLocks.hpp"
 #include "OVRoot/Logger.hpp"
-#include "OVRoot/SecureWipe.hpp"
 #include "SYClientBase/SyncraClientFactory.hpp"
 #include "SYCommunication/CommunicationException.hpp"
 #include "SyncraProtocol/ErrorCode.hpp"
@@ -32,8 +31,7 @@ ClientProjectData DescribeProject(const IO::Location& location)
     ClientProjectData description;
     if (!IsSyncraURL(location))
         return description;
-    Inner::ProjectConnectionInfo info = ToConnectionInfo(location);
-    const OV::SecureWipeGuard<char16_t> wipe(info.password);
+    const Inner::ProjectConnectionInfo info = ToConnectionInfo(location);
     description.SetServerName(info.serverName);
     description.SetServerPort(static_cast<std::int16_t>(info.port));
     description.SetUserName(info.userName);
@@ -328,8 +326,7 @@ CheckResult ProjectConnectionBase::FillCache(const Syncra::Protocol::Session& se
     if (result_ != CheckResult::Passed)
         return result_;
     CachedProjectInfo& cache = Cache();
-    Inner::ProjectConnectionInfo info = ToConnectionInfo(projectLocation_);
-    const OV::SecureWipeGuard<char16_t> wipe(info.password);
+    const Inner::ProjectConnectionInfo info = ToConnectionInfo(projectLocation_);
     CacheUpdate update(cache);
     cache.SetProjectConnectionInfo(info);
     cache.SetProjectId(project_.id);

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "OVRoot/Export.hpp"
-#include "OVRoot/UniString.hpp"
+#include "OVRoot/Secret.hpp"
 
 namespace SYC::Inner {
 
@@ -14,7 +14,7 @@ struct SYC_API ProjectConnectionInfo {
     /// The login name.
     OV::UniString userName;
     /// Clear text, in memory only.
-    OV::UniString password;
+    OV::Secret password;
     /// Free for the owner of the value; no URL and no file carries it.
     bool flag = false;
 

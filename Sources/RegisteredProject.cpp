@@ -16,7 +16,7 @@ IO::Location RegisteredProject::GetSyncraLocation() const
 {
     Inner::ProjectConnectionInfo connection;
     info_->GetProjectConnectionInfo(connection);
-    connection.password.clear();
+    connection.password = {};
     return ToSyncraLocation(connection);
 }
 

@@ -43,7 +43,6 @@ set(headers
   Sources/ManagementTool/RepositoryManager.hpp
   Sources/ManagementTool/RepositoryTask.hpp
   Sources/ManagementTool/RequestFailure.hpp
-  Sources/ManagementTool/Secret.hpp
   Sources/ManagementTool/ServerConnectionManager.hpp
   Sources/ManagementTool/ServerConnectionObserver.hpp
   Sources/ManagementTool/ServerFilter.hpp
@@ -160,6 +159,7 @@ set(headers
   Platform/OVRoot/PooledExecutor.hpp
   Platform/OVRoot/Ref.hpp
   Platform/OVRoot/Resources.hpp
+  Platform/OVRoot/Secret.hpp
   Platform/OVRoot/SecureWipe.hpp
   Platform/OVRoot/System.hpp
   Platform/OVRoot/Terminal.hpp

@@ -128,12 +128,12 @@ int EscapedUnit(UniStringView text)
 String ToUtf8(UniStringView text)
 {
     const std::size_t ascii = AsciiLength(text);
-    String out(ascii, '\0');
+    // Never grows: that would leave a copy behind, and the text may be a password.
+    String out(ascii + MostBytesPerUnit * (text.size() - ascii), '\0');
     std::transform(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(ascii), out.begin(),
                    [](char16_t unit) { return static_cast<char>(unit); });
     if (ascii == text.size())
         return out;
-    out.resize(ascii + MostBytesPerUnit * (text.size() - ascii));
     char* end = out.data() + ascii;
     for (std::size_t i = ascii; i < text.size(); ++i) {
         char32_t code = text[i];
@@ -148,8 +148,13 @@ String ToUtf8(UniStringView text)
 UniString FromUtf8(StringView bytes)
 {
     const std::size_t ascii = AsciiLength(bytes);
-    UniString out(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(ascii));
-    out.reserve(bytes.size());
+    if (ascii == bytes.size())
+        return {bytes.begin(), bytes.end()};
+    // Never grows, as in ToUtf8.
+    UniString out(bytes.size(), u'\0');
+    std::transform(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(ascii), out.begin(),
+                   [](char byte) { return static_cast<char16_t>(byte); });
+    out.resize(ascii);
     for (bytes.remove_prefix(ascii); !bytes.empty();) {
         const Decoded decoded = DecodeOne(bytes);
         if (decoded.length == 0) {
@@ -179,9 +184,14 @@ bool IsWellFormedUtf8(StringView bytes) noexcept
 
 UniString EscapeForCarrier(UniStringView text)
 {
+    std::size_t plain = 0;
+    while (plain < text.size() && !NeedsEscape(text, plain))
+        ++plain;
+    // Never grows, as in ToUtf8.
     UniString out;
-    out.reserve(text.size());
-    for (std::size_t i = 0; i < text.size(); ++i) {
+    out.reserve(plain + EscapeLength * (text.size() - plain));
+    out.append(text.substr(0, plain));
+    for (std::size_t i = plain; i < text.size(); ++i) {
         if (NeedsEscape(text, i))
             AppendEscape(out, text[i]);
         else

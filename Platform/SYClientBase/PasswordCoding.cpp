@@ -84,12 +84,12 @@ OV::String SealedBytes(OV::UniStringView coded)
 
 }  // namespace
 
-OV::UniString CodePassword(OV::UniStringView password)
+OV::UniString CodePassword(const OV::Secret& password)
 {
     if (password.empty())
         return {};
     const Keys keys(Detail::MissingKey::Make);
-    OV::String text = OV::ToUtf8(password);
+    OV::String text = OV::ToUtf8(password.View());
     const OV::SecureWipeGuard<char> wipeText(text);
     OV::String clear = Padded(text);
     const OV::SecureWipeGuard<char> wipeClear(clear);
@@ -107,7 +107,7 @@ OV::UniString CodePassword(OV::UniStringView password)
     return OV::FromUtf8(VersionCharacter + coded);
 }
 
-OV::UniString DecodePassword(OV::UniStringView coded)
+OV::Secret DecodePassword(OV::UniStringView coded)
 {
     if (coded.empty())
         return {};

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "OVRoot/Exception.hpp"
-#include "OVRoot/UniString.hpp"
+#include "OVRoot/Secret.hpp"
 
 namespace SYCB {
 
@@ -18,10 +18,10 @@ public:
 /// back on this machine by this user alone, and cannot be changed unnoticed. An empty password
 /// stays empty. The key is made on first use, in a file that only the user can read; a key file
 /// that is damaged or cannot be made throws PasswordCodingException naming it. Safe on any thread.
-[[nodiscard]] OV::UniString CodePassword(OV::UniStringView password);
+[[nodiscard]] OV::UniString CodePassword(const OV::Secret& password);
 
 /// The exact inverse; makes no key. Throws PasswordCodingException for anything that CodePassword
 /// did not return, and for everything while the key is not there.
-[[nodiscard]] OV::UniString DecodePassword(OV::UniStringView coded);
+[[nodiscard]] OV::Secret DecodePassword(OV::UniStringView coded);
 
 }  // namespace SYCB

@@ -39,7 +39,7 @@ std::uint16_t ServicePortCache::Known(const OV::UniString& key, ServiceType serv
 std::uint16_t ServicePortCache::GetServicePort(const OV::UniString& serverName,
                                                std::uint16_t modelPort,
                                                const OV::UniString& userName,
-                                               const OV::UniString& password, ServiceType service,
+                                               const OV::Secret& password, ServiceType service,
                                                bool mayAsk, bool withoutVersionCheck)
 {
     const OV::UniString key = Detail::ServerKey(serverName, modelPort);

@@ -3,6 +3,7 @@
 #include "OVRoot/Containers.hpp"
 #include "OVRoot/Export.hpp"
 #include "OVRoot/Lock.hpp"
+#include "OVRoot/Secret.hpp"
 #include "SyncraProtocol/ServicePort.hpp"
 
 namespace SYCB {
@@ -22,7 +23,7 @@ public:
     [[nodiscard]] std::uint16_t GetServicePort(const OV::UniString& serverName,
                                                std::uint16_t modelPort,
                                                const OV::UniString& userName,
-                                               const OV::UniString& password, ServiceType service,
+                                               const OV::Secret& password, ServiceType service,
                                                bool mayAsk, bool withoutVersionCheck = false);
     /// For who found nobody at a port: the next question goes to the server.
     void Forget(OV::UniStringView serverName, std::uint16_t modelPort);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "OVRoot/Export.hpp"
+#include "OVRoot/Secret.hpp"
 #include "SYClientBase/ProjectConnectionManagerInterface.hpp"
 #include "SyncraClient/SyncraClient.hpp"
 
@@ -42,6 +43,6 @@ CreateSyncraClient(const IO::Location& projectLocation);
 [[nodiscard]] SYC_API std::unique_ptr<Syncra::Client::SyncraClient>
 CreateSyncraClientOnOpenedProject(const ProjectConnectionManagerInterface& manager,
                                   const OV::UniString& serverName, std::uint16_t port,
-                                  const OV::UniString& userName, const OV::UniString& password);
+                                  const OV::UniString& userName, const OV::Secret& password);
 
 }  // namespace SYCB

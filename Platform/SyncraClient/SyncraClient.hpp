@@ -1,6 +1,7 @@
 #pragma once
 
 #include "OVRoot/Export.hpp"
+#include "OVRoot/Secret.hpp"
 #include "SYCommunication/HttpClient.hpp"
 #include "SyncraProtocol/EventLogPage.hpp"
 #include "SyncraProtocol/Member.hpp"
@@ -109,7 +110,7 @@ struct SignInData {
     OV::UniString serverName;
     std::uint16_t port = 0;
     OV::UniString userName;
-    OV::UniString password;
+    OV::Secret password;
     /// Takes an answer of another version of the protocol, as long as it can be read at all. A
     /// server that itself refuses this version stays incompatible.
     bool withoutVersionCheck = false;

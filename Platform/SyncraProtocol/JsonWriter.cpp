@@ -3,6 +3,7 @@
 #include "OVRoot/SecureWipe.hpp"
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 
 namespace Syncra::Protocol {
@@ -14,32 +15,25 @@ constexpr bool IsPlain(char16_t unit)
     return unit >= 0x20 && unit < 0x7F && unit != u'"' && unit != u'\\';
 }
 
-void AppendEscaped(OV::String& out, char byte)
+OV::String Escaped(char byte)
 {
     static constexpr char digits[] = "0123456789abcdef";
     switch (byte) {
     case '"':
     case '\\':
-        out += {'\\', byte};
-        return;
+        return {'\\', byte};
     case '\b':
-        out += "\\b";
-        return;
+        return "\\b";
     case '\f':
-        out += "\\f";
-        return;
+        return "\\f";
     case '\n':
-        out += "\\n";
-        return;
+        return "\\n";
     case '\r':
-        out += "\\r";
-        return;
+        return "\\r";
     case '\t':
-        out += "\\t";
-        return;
+        return "\\t";
     default:
-        out += "\\u00";
-        out += {digits[byte >> 4 & 0xF], digits[byte & 0xF]};
+        return {'\\', 'u', '0', '0', digits[byte >> 4 & 0xF], digits[byte & 0xF]};
     }
 }
 
@@ -87,79 +81,105 @@ OV::String Repaired(OV::StringView bytes)
     return utf8;
 }
 
+/// The digits of a number, in `room`.
 template <class Number>
-void AppendNumber(OV::String& out, Number number)
+OV::StringView Digits(Number number, std::array<char, 24>& room)
 {
-    char digits[24];
-    out.append(digits, std::to_chars(digits, digits + sizeof digits, number).ptr);
+    const auto end = std::to_chars(room.data(), room.data() + room.size(), number).ptr;
+    return {room.data(), static_cast<std::size_t>(end - room.data())};
 }
 
 }  // namespace
 
+void JsonWriter::MakeRoom(std::size_t bytes)
+{
+    if (!holdsSecret_ || text_.capacity() - text_.size() >= bytes)
+        return;
+    OV::String larger;
+    larger.reserve(2 * (text_.size() + bytes));
+    larger += text_;
+    OV::SecureWipe(text_);
+    text_ = std::move(larger);
+}
+
+void JsonWriter::Append(OV::StringView json)
+{
+    MakeRoom(json.size());
+    text_ += json;
+}
+
 void JsonWriter::Separate()
 {
     if (needsComma_)
-        text_ += ',';
+        Append(',');
     needsComma_ = true;
 }
 
 void JsonWriter::Begin(char bracket)
 {
     Separate();
-    text_ += bracket;
+    Append(bracket);
     needsComma_ = false;
 }
 
 void JsonWriter::End(char bracket)
 {
-    text_ += bracket;
+    Append(bracket);
     needsComma_ = true;
 }
 
 void JsonWriter::Key(OV::StringView utf8)
 {
     PlainText(utf8);
-    text_ += ':';
+    Append(':');
     needsComma_ = false;
 }
 
 void JsonWriter::Key(OV::UniStringView text)
 {
     Text(text);
-    text_ += ':';
+    Append(':');
     needsComma_ = false;
 }
 
 void JsonWriter::Integer(std::int64_t number)
 {
     Separate();
-    AppendNumber(text_, number);
+    std::array<char, 24> room;
+    Append(Digits(number, room));
 }
 
 void JsonWriter::Unsigned(std::uint64_t number)
 {
     Separate();
-    AppendNumber(text_, number);
+    std::array<char, 24> room;
+    Append(Digits(number, room));
 }
 
 void JsonWriter::Raw(OV::StringView json)
 {
     Separate();
-    text_ += json;
+    Append(json);
 }
 
 void JsonWriter::Quote(OV::StringView text)
 {
     Separate();
-    text_ += '"';
-    text_ += text;
-    text_ += '"';
+    Append('"');
+    Append(text);
+    Append('"');
 }
 
 void JsonWriter::Text(OV::UniStringView text)
 {
     Separate();
     Quoted(text);
+}
+
+void JsonWriter::Secret(OV::UniStringView text)
+{
+    holdsSecret_ = true;
+    Text(text);
 }
 
 void JsonWriter::PlainText(OV::StringView utf8)
@@ -181,26 +201,27 @@ void JsonWriter::Quoted(OV::UniStringView text)
         const OV::SecureWipeGuard<char> wipeUtf8(utf8);
         return Quoted(OV::StringView(utf8));
     }
-    text_ += '"';
+    Append('"');
     const auto begin = text_.size();
+    MakeRoom(text.size());
     text_.resize(begin + text.size());
     std::transform(text.begin(), text.end(), text_.begin() + static_cast<std::ptrdiff_t>(begin),
                    [](char16_t unit) { return static_cast<char>(unit); });
-    text_ += '"';
+    Append('"');
 }
 
 void JsonWriter::Quoted(OV::StringView utf8)
 {
-    text_ += '"';
+    Append('"');
     for (;;) {
         const auto plain = PlainLength(utf8);
-        text_ += utf8.substr(0, plain);
+        Append(utf8.substr(0, plain));
         if (plain == utf8.size())
             break;
-        AppendEscaped(text_, utf8[plain]);
+        Append(Escaped(utf8[plain]));
         utf8.remove_prefix(plain + 1);
     }
-    text_ += '"';
+    Append('"');
 }
 
 }  // namespace Syncra::Protocol

@@ -66,6 +66,13 @@ void RecordReader::Value(OV::StringView name, OV::UniString& text)
     Assign(text, TakeText(name));
 }
 
+void RecordReader::Value(OV::StringView name, OV::Secret& secret)
+{
+    OV::UniString text;
+    Assign(text, TakeText(name));
+    secret = std::move(text);
+}
+
 void RecordReader::Value(OV::StringView name, OV::String& utf8)
 {
     Assign(utf8, TakeText(name));

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "OVRoot/UniString.hpp"
+#include "OVRoot/Secret.hpp"
 
 namespace Syncra::Protocol {
 
@@ -12,7 +12,7 @@ inline constexpr std::uint32_t ProtocolVersion = 1;
 /// server outside this machine belongs behind TLS.
 struct SignInRequest {
     OV::UniString userName;
-    OV::UniString password;
+    OV::Secret password;
     std::uint32_t protocol = ProtocolVersion;
 };
 

@@ -19,7 +19,7 @@ const OV::UniString& Require(const Properties& properties, const OV::UniString& 
 }  // namespace
 
 Properties MakeProperties(OV::UniStringView serverName, std::uint16_t managementPort,
-                          const OV::UniString& userName, const OV::UniString& password)
+                          const OV::UniString& userName, const OV::Secret& password)
 {
     const auto address = Communication::ServerAddress::FromServerName(serverName, managementPort);
     // One by one: a list would keep another copy of the password.
@@ -27,7 +27,7 @@ Properties MakeProperties(OV::UniStringView serverName, std::uint16_t management
     properties[PropertyNames::UserRepositoryUrl] =
         OV::FromUtf8(address.BaseUrl() + Detail::RootPath);
     properties[PropertyNames::UserRepositoryPrincipal] = userName;
-    properties[PropertyNames::UserRepositoryCredentials] = password;
+    properties[PropertyNames::UserRepositoryCredentials] = password.View();
     return properties;
 }
 

@@ -2,7 +2,7 @@
 
 #include "OVRoot/Containers.hpp"
 #include "OVRoot/Export.hpp"
-#include "OVRoot/UniString.hpp"
+#include "OVRoot/Secret.hpp"
 
 namespace Syncra::Server::Management {
 
@@ -29,6 +29,6 @@ inline const OV::UniString& WithoutVersionCheck = *new OV::UniString(u"WithoutVe
 [[nodiscard]] SYC_API Properties MakeProperties(OV::UniStringView serverName,
                                                 std::uint16_t managementPort,
                                                 const OV::UniString& userName,
-                                                const OV::UniString& password);
+                                                const OV::Secret& password);
 
 }  // namespace Syncra::Server::Management

@@ -7,27 +7,6 @@ namespace Syncra::Server::Management {
 
 using Detail::MakePath;
 
-namespace {
-
-/// A body with a password, wiped when the request is over.
-template <class Body>
-class SecretBody {
-public:
-    explicit SecretBody(Body body) : body_(std::move(body)) {}
-    ~SecretBody() { OV::SecureWipe(PasswordOf(body_)); }
-    SecretBody(const SecretBody&) = delete;
-    SecretBody& operator=(const SecretBody&) = delete;
-    [[nodiscard]] const Body& Get() const { return body_; }
-
-private:
-    static OV::UniString& PasswordOf(NewUser& body) { return *body.password; }
-    static OV::UniString& PasswordOf(NewPassword& body) { return body.value; }
-
-    Body body_;
-};
-
-}  // namespace
-
 UserRepository::UserRepository(const Client::SignInData& data)
     : requests_(std::make_unique<Detail::RepositoryRequests>(data))
 {}
@@ -40,16 +19,14 @@ std::optional<User> UserRepository::FindUserByLoginName(const OV::UniString& log
     return found.empty() ? std::nullopt : std::optional(std::move(found.front()));
 }
 
-User UserRepository::InsertUser(const User& user, const OV::UniString& password)
+User UserRepository::InsertUser(const User& user, const OV::Secret& password)
 {
-    const SecretBody body(NewUser{user, password});
-    return requests_->Post<User>("/users", body.Get());
+    return requests_->Post<User>("/users", NewUser{user, password});
 }
 
-void UserRepository::SetUserPassword(const OV::UniString& user, const OV::UniString& password)
+void UserRepository::SetUserPassword(const OV::UniString& user, const OV::Secret& password)
 {
-    const SecretBody body(NewPassword{password});
-    requests_->Put(MakePath("/users/{}/password", {user}), body.Get());
+    requests_->Put(MakePath("/users/{}/password", {user}), NewPassword{password});
 }
 
 OV::Array<OV::UniString> UserRepository::GetUserGroups(const OV::UniString& user)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "OVRoot/Export.hpp"
+#include "OVRoot/Secret.hpp"
 #include "SyncraProtocol/Management/CustomPropertyDefinition.hpp"
 #include "SyncraProtocol/Management/Group.hpp"
 #include "SyncraProtocol/Management/Permission.hpp"
@@ -45,9 +46,9 @@ public:
 
     /// In any ASCII letter case; nothing when there is none.
     [[nodiscard]] std::optional<User> FindUserByLoginName(const OV::UniString& loginName);
-    User InsertUser(const User& user, const OV::UniString& password);
+    User InsertUser(const User& user, const OV::Secret& password);
     /// For the user himself and administrators. Signs him out everywhere else.
-    void SetUserPassword(const OV::UniString& user, const OV::UniString& password);
+    void SetUserPassword(const OV::UniString& user, const OV::Secret& password);
 
     /// Names of the groups that the user is in; for the user himself and managers.
     [[nodiscard]] OV::Array<OV::UniString> GetUserGroups(const OV::UniString& user);

@@ -194,10 +194,10 @@ void UserManagement::EndTokens(const std::string& userId, const std::string& kep
     StoreWorkers::AfterCommit([this, userId, keptToken] { tokens_.RemoveUser(userId, keptToken); });
 }
 
-std::string UserManagement::Checked(const OV::UniString& password)
+std::string UserManagement::Checked(const OV::Secret& password)
 {
-    Rules::CheckPassword(context_.database, password);
-    return OV::ToUtf8(password);
+    Rules::CheckPassword(context_.database, password.View());
+    return OV::ToUtf8(password.View());
 }
 
 }  // namespace Nexar

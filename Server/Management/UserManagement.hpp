@@ -2,6 +2,7 @@
 
 #include "GroupStore.hpp"
 #include "Management/RecordRoutes.hpp"
+#include "OVRoot/Secret.hpp"
 #include "PasswordWorker.hpp"
 #include "PhotoStore.hpp"
 #include "UserStore.hpp"
@@ -40,7 +41,7 @@ private:
     /// When what is being written is committed.
     void EndTokens(const std::string& userId, const std::string& keptToken);
     /// The password, which must be long enough.
-    [[nodiscard]] std::string Checked(const OV::UniString& password);
+    [[nodiscard]] std::string Checked(const OV::Secret& password);
 
     UserStore& users_;
     GroupStore& groups_;

@@ -21,11 +21,9 @@ OV::UniString LogSource::GetCacheName() const
 int TextParser::GetLatestEvents(std::int32_t from, std::int32_t to, bool withoutVersionCheck)
 {
     try {
-        Syncra::Client::SignInData data{
-            SYCB::ConnectionValidator::GetInstance().GetWorkingHost(source_.host, source_.port),
-            source_.port, source_.userName, source_.password, withoutVersionCheck};
-        const OV::SecureWipeGuard<char16_t> wipe(data.password);
-        const auto client = SYCB::CreateSyncraClient(data);
+        const auto client = SYCB::CreateSyncraClient(
+            {SYCB::ConnectionValidator::GetInstance().GetWorkingHost(source_.host, source_.port),
+             source_.port, source_.userName, source_.password, withoutVersionCheck});
         Syncra::Protocol::EventLogPage page;
         SYC::Detail::LogReading reading;
         OV::String text;

@@ -3,7 +3,7 @@
 #include "LogIndex/LogParser.hpp"
 #include "LogLine/LogText.hpp"
 #include "OVRoot/Export.hpp"
-#include "OVRoot/SecureWipe.hpp"
+#include "OVRoot/Secret.hpp"
 #include "SyncraProtocol/EventLogPage.hpp"
 
 /// Where a log is fetched from.
@@ -11,16 +11,11 @@ struct SYC_API LogSource {
     OV::UniString host;
     std::uint16_t port = 0;  ///< of the model service
     OV::UniString userName;
-    OV::UniString password;
+    OV::Secret password;
     OV::UniString projectId;  ///< empty for the log of the server
 
     /// The name under which the server's logs are cached: a folder's.
     [[nodiscard]] OV::UniString GetCacheName() const;
-
-    ~LogSource() { OV::SecureWipe(password); }
-    LogSource() = default;
-    LogSource(const LogSource&) = default;
-    LogSource& operator=(const LogSource&) = default;
 };
 
 /// Which log it is; the numbers are those of the protocol.

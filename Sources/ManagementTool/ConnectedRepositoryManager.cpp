@@ -41,23 +41,17 @@ private:
     }
 
     const Factory factory_;
-    Connection connection_;
-    const OV::SecureWipeGuard<char16_t> wipe_{connection_.password};
+    const Connection connection_;
 };
 
 template <class Repository>
-ConnectedRepositoryManager<Repository>::~ConnectedRepositoryManager()
-{
-    const OV::LockGuard guard(lock_);
-    OV::SecureWipe(connection_.password);
-}
+ConnectedRepositoryManager<Repository>::~ConnectedRepositoryManager() = default;
 
 template <class Repository>
 bool ConnectedRepositoryManager<Repository>::SetConnection(const OV::UniString& serverName,
                                                            short managementPort,
                                                            const OV::UniString& userName,
-                                                           const OV::UniString& password,
-                                                           bool mayAsk)
+                                                           const OV::Secret& password, bool mayAsk)
 {
     {
         OV::Ref<Repository> former;  // released when the lock is free again
@@ -67,7 +61,6 @@ bool ConnectedRepositoryManager<Repository>::SetConnection(const OV::UniString& 
             former = Exchange(nullptr);
             connectionFailure_.reset();
         }
-        OV::SecureWipe(connection_.password);
         connection_ = {serverName, managementPort, userName, password, ++connections_};
     }
     while (!ResetConnection())
@@ -107,7 +100,6 @@ void ConnectedRepositoryManager<Repository>::Disconnect()
     OV::Ref<Repository> former;  // released when the lock is free again
     const OV::LockGuard guard(lock_);
     former = Exchange(nullptr);
-    OV::SecureWipe(connection_.password);
     connection_ = {};
     connectionFailure_.reset();
 }

@@ -3,7 +3,7 @@
 #include "ManagementTool/RepositoryManager.hpp"
 #include "ManagementTool/RepositoryTask.hpp"
 #include "ManagementTool/UserAsyncTaskExecutingImplementation.hpp"
-#include "OVRoot/SecureWipe.hpp"
+#include "OVRoot/Secret.hpp"
 #include "SyncraServerManagement/RepositoryProperties.hpp"
 
 #include <functional>
@@ -44,7 +44,7 @@ public:
     /// serves until the new one is there. Waits by the strategy; with `mayAsk` it also tells a
     /// failure and may try again.
     bool SetConnection(const OV::UniString& serverName, short managementPort,
-                       const OV::UniString& userName, const OV::UniString& password,
+                       const OV::UniString& userName, const OV::Secret& password,
                        bool mayAsk) override;
     /// Connects anew as the last SetConnection did, beside requests that are under way. When that
     /// fails, the repository stays as it is. Waits by the strategy and tells nothing.
@@ -108,7 +108,7 @@ private:
         OV::UniString serverName;
         short managementPort = 0;
         OV::UniString userName;
-        OV::UniString password;
+        OV::Secret password;
         /// Which call of SetConnection it came with; 0 for none.
         std::uint64_t number = 0;
     };

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "OVRoot/Export.hpp"
+#include "OVRoot/Secret.hpp"
 #include "OVRoot/UniString.hpp"
 
 namespace Syncra::Server::ManagementTool::Core {
@@ -15,7 +16,7 @@ public:
     /// the thread that changes the server or brings it back, and waits by the strategy of that
     /// thread; with `mayAsk` the user is told of a failure and may try again. Copies what it keeps.
     virtual bool SetConnection(const OV::UniString& serverName, short managementPort,
-                               const OV::UniString& userName, const OV::UniString& password,
+                               const OV::UniString& userName, const OV::Secret& password,
                                bool mayAsk) = 0;
 };
 

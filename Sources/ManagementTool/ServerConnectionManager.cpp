@@ -80,8 +80,7 @@ private:
         return port.has_value();
     }
 
-    Connection connection_;
-    OV::SecureWipeGuard<char16_t> wipe_{connection_.password};
+    const Connection connection_;
     mutable OV::Lock lock_;
     std::optional<std::uint16_t> port_ OV_GUARDED_BY(lock_);
     std::exception_ptr failure_ OV_GUARDED_BY(lock_);
@@ -171,8 +170,7 @@ void ServerConnectionManager::DisconnectAllBut(ConnectionType type)
 
 void ServerConnectionManager::FindManagementPort()
 {
-    Connection current = Current();
-    const OV::SecureWipeGuard<char16_t> wipe(current.password);
+    const Connection current = Current();
     const auto task = OV::MakeRef<FindPortTask>(current);
     (void)Strategy::Current().ExecuteTask(task, nullptr, Strategy::UsualDelayMilliseconds);
     const auto port = static_cast<short>(task->GetPort());
@@ -205,8 +203,7 @@ void ServerConnectionManager::Connect(OV::UniStringView operation, ConnectionTyp
 auto ServerConnectionManager::ConnectManagers(OV::UniStringView operation, ConnectionType type)
     -> Outcome
 {
-    Connection current = Current();
-    const OV::SecureWipeGuard<char16_t> wipe(current.password);
+    const Connection current = Current();
     const auto connect = [&](const auto& manager) {
         if (manager->SetConnection(current.serverName, current.managementPort, current.userName,
                                    current.password, false))
@@ -315,7 +312,7 @@ OV::UniString ServerConnectionManager::GetUserName() const
 OV::UniString ServerConnectionManager::GetPassword() const
 {
     const OV::LockGuard guard(lock_);
-    return connection_.password;
+    return OV::UniString(connection_.password.View());
 }
 
 void ServerConnectionManager::SetUserName(const OV::UniString& name)
@@ -324,10 +321,9 @@ void ServerConnectionManager::SetUserName(const OV::UniString& name)
     connection_.userName = name;
 }
 
-void ServerConnectionManager::SetPassword(const OV::UniString& password)
+void ServerConnectionManager::SetPassword(const OV::Secret& password)
 {
     const OV::LockGuard guard(lock_);
-    OV::SecureWipe(connection_.password);
     connection_.password = password;
 }
 

@@ -10,7 +10,7 @@
 #include "OVRoot/Export.hpp"
 #include "OVRoot/Lock.hpp"
 #include "OVRoot/PooledExecutor.hpp"
-#include "OVRoot/SecureWipe.hpp"
+#include "OVRoot/Secret.hpp"
 #include "SYClientBase/PresenceService.hpp"
 
 #include <stop_token>
@@ -71,7 +71,7 @@ public:
     /// Clear text; the caller wipes his copy.
     [[nodiscard]] OV::UniString GetPassword() const;
     void SetUserName(const OV::UniString& name);
-    void SetPassword(const OV::UniString& password);
+    void SetPassword(const OV::Secret& password);
 
     /// Not to be used after this object is gone.
     [[nodiscard]] const OV::Ref<UserRepositoryManager>& GetUserManager() const noexcept
@@ -99,7 +99,7 @@ private:
         short managementPort = 0;
         short modelPort = 0;
         OV::UniString userName;
-        OV::UniString password;
+        OV::Secret password;
         ConnectionType type = ConnectionType::NoConnection;
         /// The one that chose the server.
         std::thread::id mainThread;

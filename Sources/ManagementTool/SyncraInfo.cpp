@@ -6,7 +6,6 @@
 #include "Files/ValueFile.hpp"
 #include "IO/Folder.hpp"
 #include "IO/IOException.hpp"
-#include "OVRoot/SecretCompare.hpp"
 #include "SYClientBase/ConnectionValidator.hpp"
 #include "SyncraURL.hpp"
 
@@ -186,8 +185,7 @@ OV::XMLOChannel SyncraInfo::MakeDocument() const
     return channel;
 }
 
-void SyncraInfo::SetLastUserNameAndPassword(const OV::UniString& user,
-                                            const OV::UniString& password)
+void SyncraInfo::SetLastUserNameAndPassword(const OV::UniString& user, const OV::Secret& password)
 {
     if (!IsUserInDefaultList(user))
         return;
@@ -198,12 +196,9 @@ void SyncraInfo::SetLastUserNameAndPassword(const OV::UniString& user,
 bool SyncraInfo::UserToBeChecked(const IO::Location& projectLocation) const
 {
     try {
-        SYC::Inner::ProjectConnectionInfo connection =
-            SYC::ToCheckedConnectionInfo(projectLocation);
-        const OV::SecureWipeGuard<char16_t> wipe(connection.password);
+        const auto connection = SYC::ToCheckedConnectionInfo(projectLocation);
         return GetUserNumber() != 0 &&
-               !OV::IsSameSecret(GetUserPassword(connection.userName, connection.serverName),
-                                 connection.password);
+               GetUserPassword(connection.userName, connection.serverName) != connection.password;
     } catch (...) {
         return true;
     }

@@ -3,6 +3,7 @@
 #include "IO/Location.hpp"
 #include "ManagementTool/UserPasswordStore.hpp"
 #include "OVRoot/Export.hpp"
+#include "OVRoot/Secret.hpp"
 #include "SYClientBase/ServerConnectionInfo.hpp"
 
 #include <functional>
@@ -53,30 +54,29 @@ public:
     void SetLastUserName(const OV::UniString& name) { lastUserName_ = name; }
     /// Sets the default password of a user in the default list and makes him the last one; nothing
     /// changes for anybody else.
-    void SetLastUserNameAndPassword(const OV::UniString& user, const OV::UniString& password);
+    void SetLastUserNameAndPassword(const OV::UniString& user, const OV::Secret& password);
 
     /// The password store's operations; see UserPasswordStore.hpp.
-    void AddUser(const OV::UniString& user, const OV::UniString& server,
-                 const OV::UniString& password)
+    void AddUser(const OV::UniString& user, const OV::UniString& server, const OV::Secret& password)
     {
         passwordStore_.AddUser(user, server, password);
     }
     void RemoveUser(const OV::UniString& user) { passwordStore_.RemoveUser(user); }
-    [[nodiscard]] const OV::UniString& GetUserPassword(const OV::UniString& user,
-                                                       const OV::UniString& server) const
+    [[nodiscard]] const OV::Secret& GetUserPassword(const OV::UniString& user,
+                                                    const OV::UniString& server) const
     {
         return passwordStore_.GetUserPassword(user, server);
     }
     void SetUserPassword(const OV::UniString& user, const OV::UniString& server,
-                         const OV::UniString& password)
+                         const OV::Secret& password)
     {
         passwordStore_.SetUserPassword(user, server, password);
     }
-    [[nodiscard]] const OV::UniString& GetUserDefaultPassword(const OV::UniString& user) const
+    [[nodiscard]] const OV::Secret& GetUserDefaultPassword(const OV::UniString& user) const
     {
         return passwordStore_.GetUserDefaultPassword(user);
     }
-    void SetUserDefaultPassword(const OV::UniString& user, const OV::UniString& password)
+    void SetUserDefaultPassword(const OV::UniString& user, const OV::Secret& password)
     {
         passwordStore_.SetUserDefaultPassword(user, password);
     }

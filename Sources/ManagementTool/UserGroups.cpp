@@ -27,7 +27,7 @@ const OV::UniString& NameOf(UserGroupType::Value group)
 }
 
 bool IsMemberInUserRepository(const OV::UniString& hostName, short port,
-                              const OV::UniString& userName, const OV::UniString& password,
+                              const OV::UniString& userName, const OV::Secret& password,
                               UserGroupType::Value group, bool withoutVersionCheck)
 {
     const std::uint16_t managementPort = SYCB::ServicePortCache::GetInstance().GetServicePort(
@@ -47,8 +47,7 @@ bool IsMemberInUserRepository(const OV::UniString& hostName, short port,
 }  // namespace
 
 bool IsUserInGroup(const OV::UniString& hostName, short port, const OV::UniString& userName,
-                   const OV::UniString& password, UserGroupType::Value group,
-                   bool withoutVersionCheck)
+                   const OV::Secret& password, UserGroupType::Value group, bool withoutVersionCheck)
 {
     return group == UserGroupType::AnyUser ||
            IsMemberInUserRepository(hostName, port, userName, password, group, withoutVersionCheck);

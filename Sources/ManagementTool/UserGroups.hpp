@@ -2,6 +2,7 @@
 
 #include "ManagementTool/UserGroupType.hpp"
 #include "OVRoot/Export.hpp"
+#include "OVRoot/Secret.hpp"
 #include "OVRoot/UniString.hpp"
 
 namespace Syncra::Server::ManagementTool::Core {
@@ -11,8 +12,8 @@ namespace Syncra::Server::ManagementTool::Core {
 /// server of another version `withoutVersionCheck`. Throws what Management::CreateUserRepository
 /// and UserRepository::GetUserGroups do, and SYCB::IncopatibleServerVersionException.
 [[nodiscard]] SYC_API bool IsUserInGroup(const OV::UniString& hostName, short port,
-                                         const OV::UniString& userName,
-                                         const OV::UniString& password, UserGroupType::Value group,
+                                         const OV::UniString& userName, const OV::Secret& password,
+                                         UserGroupType::Value group,
                                          bool withoutVersionCheck = false);
 
 }  // namespace Syncra::Server::ManagementTool::Core

@@ -36,11 +36,8 @@ auto FindServer(Entries& entries, const OV::UniString& server) -> decltype(&entr
 
 }  // namespace
 
-void UserPasswordStore::Password::Set(const OV::UniString& newText)
+void UserPasswordStore::Password::Set(const OV::Secret& newText)
 {
-    if (text == newText)  // it may be this very text, which must not be wiped then
-        return;
-    OV::SecureWipe(text);
     text = newText;
     unreadable.clear();
 }
@@ -54,9 +51,7 @@ void UserPasswordStore::Password::Read(OV::XMLIChannel& channel, OV::StringView 
 {
     OV::UniString coded = channel.ReadString(name);
     try {
-        OV::UniString clear = SYCB::DecodePassword(coded);
-        const OV::SecureWipeGuard<char16_t> wipeClear(clear);
-        text = clear;  // moving a short text would leave it where it was
+        text = SYCB::DecodePassword(coded);
     } catch (const SYCB::PasswordCodingException& error) {
         OV::Logger::Warning("SYClient", u"UserPasswordStore: %", {error.GetMessage()});
         unreadable = std::move(coded);
@@ -71,7 +66,7 @@ const UserPasswordStore::Entry* UserPasswordStore::FindEntry(const OV::UniString
 }
 
 void UserPasswordStore::AddUser(const OV::UniString& user, const OV::UniString& server,
-                                const OV::UniString& password)
+                                const OV::Secret& password)
 {
     if (user.empty() || server.empty() || password.empty())
         return;
@@ -92,8 +87,8 @@ void UserPasswordStore::RemoveUser(const OV::UniString& user)
     defaultTable_.erase(name);
 }
 
-const OV::UniString& UserPasswordStore::GetUserPassword(const OV::UniString& user,
-                                                        const OV::UniString& server) const
+const OV::Secret& UserPasswordStore::GetUserPassword(const OV::UniString& user,
+                                                     const OV::UniString& server) const
 {
     const Entry* const entry = FindEntry(user, server);
     if (entry == nullptr || !entry->password.unreadable.empty())
@@ -102,15 +97,15 @@ const OV::UniString& UserPasswordStore::GetUserPassword(const OV::UniString& use
     return entry->password.text;
 }
 
-const OV::UniString& UserPasswordStore::GetUserDefaultPassword(const OV::UniString& user) const
+const OV::Secret& UserPasswordStore::GetUserDefaultPassword(const OV::UniString& user) const
 {
-    static const auto& none = *new OV::UniString;
+    static const auto& none = *new OV::Secret;
     const auto found = defaultTable_.find(user);
     return found == defaultTable_.end() ? none : found->second.text;
 }
 
 void UserPasswordStore::SetUserDefaultPassword(const OV::UniString& user,
-                                               const OV::UniString& password)
+                                               const OV::Secret& password)
 {
     if (!user.empty() && !password.empty())
         defaultTable_[user].Set(password);

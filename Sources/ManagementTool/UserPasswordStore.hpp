@@ -2,7 +2,7 @@
 
 #include "OVRoot/Containers.hpp"
 #include "OVRoot/Export.hpp"
-#include "OVRoot/SecureWipe.hpp"
+#include "OVRoot/Secret.hpp"
 #include "OVRoot/XMLIChannel.hpp"
 #include "OVRoot/XMLOChannel.hpp"
 
@@ -28,22 +28,22 @@ public:
     /// Adds or replaces the password of the user on the server. Nothing changes when one of the
     /// three is empty.
     void AddUser(const OV::UniString& user, const OV::UniString& server,
-                 const OV::UniString& password);
+                 const OV::Secret& password);
     void SetUserPassword(const OV::UniString& user, const OV::UniString& server,
-                         const OV::UniString& password)
+                         const OV::Secret& password)
     {
         AddUser(user, server, password);
     }
     /// Forgets all passwords of the user, the default one too.
     void RemoveUser(const OV::UniString& user);
     /// Throws UserIsNotInListException. The reference holds until the store changes.
-    [[nodiscard]] const OV::UniString& GetUserPassword(const OV::UniString& user,
-                                                       const OV::UniString& server) const;
+    [[nodiscard]] const OV::Secret& GetUserPassword(const OV::UniString& user,
+                                                    const OV::UniString& server) const;
     /// Empty when the user has none. The reference holds until the store changes.
-    [[nodiscard]] const OV::UniString& GetUserDefaultPassword(const OV::UniString& user) const;
+    [[nodiscard]] const OV::Secret& GetUserDefaultPassword(const OV::UniString& user) const;
     /// Nothing changes when one of the two is empty. A user who has nothing but a default password
     /// is not written to files.
-    void SetUserDefaultPassword(const OV::UniString& user, const OV::UniString& password);
+    void SetUserDefaultPassword(const OV::UniString& user, const OV::Secret& password);
 
     [[nodiscard]] bool IsUserInList(const OV::UniString& user) const;
     [[nodiscard]] bool IsUserInDefaultList(const OV::UniString& user) const;
@@ -65,13 +65,11 @@ public:
     void ReadFromChannel(OV::XMLIChannel& channel);
 
 private:
-    /// Never copied or moved, so that no trace of it stays behind.
     struct Password {
-        OV::UniString text;
+        OV::Secret text;
         OV::UniString unreadable;  ///< the coded form of what cannot be decoded
-        OV::SecureWipeGuard<char16_t> wipe{text};
 
-        void Set(const OV::UniString& newText);
+        void Set(const OV::Secret& newText);
         void Write(OV::XMLOChannel& channel, OV::StringView name) const;
         void Read(OV::XMLIChannel& channel, OV::StringView name);
     };

@@ -29,16 +29,16 @@ User UserRepositoryManager::Steps::FindUserByLogin(Repository& repository, const
 }
 
 User UserRepositoryManager::Steps::InsertUser(Repository& repository, const User& user,
-                                              const Secret& password)
+                                              const OV::Secret& password)
 {
-    return password.Text().empty() ? repository.Users().Insert(user)
-                                   : repository.InsertUser(user, password.Text());
+    return password.empty() ? repository.Users().Insert(user)
+                            : repository.InsertUser(user, password);
 }
 
 Nothing UserRepositoryManager::Steps::SetUserPassword(Repository& repository, const Text& user,
-                                                      const Secret& password)
+                                                      const OV::Secret& password)
 {
-    repository.SetUserPassword(user, password.Text());
+    repository.SetUserPassword(user, password);
     return {};
 }
 

@@ -2,8 +2,8 @@
 
 #include "ManagementTool/ConnectedRepositoryManager.hpp"
 #include "ManagementTool/RecordSteps.hpp"
-#include "ManagementTool/Secret.hpp"
 #include "OVRoot/Export.hpp"
+#include "OVRoot/Secret.hpp"
 #include "SyncraServerManagement/UserRepository.hpp"
 
 namespace Syncra::Server::ManagementTool::Core {
@@ -35,9 +35,10 @@ class SYC_API UserRepositoryManager
     /// Those of the operations that are not of a family.
     struct Steps {
         static User FindUserByLogin(Repository& repository, const Text& loginName);
-        static User InsertUser(Repository& repository, const User& user, const Secret& password);
+        static User InsertUser(Repository& repository, const User& user,
+                               const OV::Secret& password);
         static Nothing SetUserPassword(Repository& repository, const Text& user,
-                                       const Secret& password);
+                                       const OV::Secret& password);
         static Photo GetUserPhoto(Repository& repository, const Text& user);
         static Nothing SetUserPhoto(Repository& repository, const Text& user, const Photo& photo);
         static Role DuplicateRole(Repository& repository, const Text& id, const Text& newName);
@@ -115,15 +116,15 @@ public:
     bool FindUserByLoginName(const Text& loginName, User& user);
     /// Without a password the new user cannot sign in yet.
     bool InsertUser(User& user) { return InsertUser(user, {}); }
-    bool InsertUser(User& user, const Text& password)
+    bool InsertUser(User& user, const OV::Secret& password)
     {
-        return Read<InsertUserTask>(OfUser, user, user, Secret(password));
+        return Read<InsertUserTask>(OfUser, user, user, password);
     }
     bool UpdateUser(User& user) { return Read<UpdateUserTask>({}, user, user); }
     bool DeleteUser(const User& user) { return Remove<DeleteUserTask>(user); }
-    bool SetUserPassword(const Text& user, const Text& password)
+    bool SetUserPassword(const Text& user, const OV::Secret& password)
     {
-        return Change<SetUserPasswordTask>(OfUser, user, Secret(password));
+        return Change<SetUserPasswordTask>(OfUser, user, password);
     }
     /// Empty when the user has none.
     bool GetUserPhoto(const Text& user, Photo& photo)

@@ -92,7 +92,7 @@ bool MailClient::IsOnline() const
     return signalClient_.GetPresenceService().IsOnline();
 }
 
-void MailClient::SetPassword(const OV::UniString& password)
+void MailClient::SetPassword(const OV::Secret& password)
 {
     project_->SetPassword(password);
 }

@@ -8,6 +8,7 @@
 #include "Messaging/RequestUnderWay.hpp"
 #include "OVRoot/Export.hpp"
 #include "OVRoot/PooledExecutor.hpp"
+#include "OVRoot/Secret.hpp"
 #include "SYClientBase/Backoff.hpp"
 #include "SYClientBase/PKSignalClient.hpp"
 #include "SYClientBase/ProjectConnectionManagerInterface.hpp"
@@ -101,7 +102,7 @@ public:
     /// and an alert tells of it.
     bool SynchronizeLogOut();
     /// In place of the one in the project's location, for later requests.
-    void SetPassword(const OV::UniString& password);
+    void SetPassword(const OV::Secret& password);
     /// Empties the list here; the next refresh fetches all mails again.
     void Clear();
 

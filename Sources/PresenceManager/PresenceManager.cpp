@@ -4,7 +4,6 @@
 #include "OVRoot/ExceptionText.hpp"
 #include "OVRoot/Logger.hpp"
 #include "OVRoot/ProcessEnd.hpp"
-#include "OVRoot/SecureWipe.hpp"
 #include "OVRoot/Thread.hpp"
 #include "SYClientBase/Backoff.hpp"
 #include "SYClientBase/SyncraClientFactory.hpp"
@@ -101,11 +100,7 @@ public:
     Check(PresenceManager& owner, SignInData target)
         : owner_(owner), target_(std::move(target)), thread_("PresenceCheck", [this] { Run(); })
     {}
-    ~Check()
-    {
-        Stop();
-        OV::SecureWipe(target_.password);
-    }
+    ~Check() { Stop(); }
 
     void Stop()
     {
@@ -241,7 +236,7 @@ PresenceManager& PresenceManager::GetInstance()
 }
 
 void PresenceManager::SetTargetServer(const OV::UniString& host, std::uint16_t port,
-                                      const OV::UniString& user, const OV::UniString& password)
+                                      const OV::UniString& user, const OV::Secret& password)
 {
     if (host.empty() || port == 0)
         throw OV::IllegalArgumentException(OV::UniString(u"Invalid host name or port number"));
@@ -264,7 +259,6 @@ std::shared_ptr<PresenceManager::Check> PresenceManager::StartCheck(SignInData t
     SetMessagingClient(nullptr);
     SetActivePresenceIds({});
     const OV::LockGuard guard(lock_);
-    OV::SecureWipe(target_.password);
     target_ = std::move(target);
     check_ = std::make_shared<Check>(*this, target_);
     return check_;
@@ -323,7 +317,6 @@ void PresenceManager::BeforeShutdown()
 void PresenceManager::AfterShutdown()
 {
     const OV::LockGuard guard(lock_);
-    OV::SecureWipe(target_.password);
     target_ = {};
 }
 

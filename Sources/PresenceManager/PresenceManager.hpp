@@ -3,6 +3,7 @@
 #include "OVRoot/Containers.hpp"
 #include "OVRoot/Export.hpp"
 #include "OVRoot/Lock.hpp"
+#include "OVRoot/Secret.hpp"
 #include "OVRoot/UniString.hpp"
 #include "PresenceManager/PresenceManagerException.hpp"
 #include "SyncraClient/SyncraClient.hpp"
@@ -29,7 +30,7 @@ public:
     /// server is then tried again in the background until the check is stopped, unless it refused
     /// the user. The target that is followed already costs nothing.
     void SetTargetServer(const OV::UniString& host, std::uint16_t port, const OV::UniString& user,
-                         const OV::UniString& password);
+                         const OV::Secret& password);
     /// Of the target server; empty when there is none.
     [[nodiscard]] OV::UniString GetHost() const;
     /// Who is present, as one consistent set; empty while nobody knows.

@@ -26,16 +26,13 @@ void AuthenticationFailedDialog::FillIn(Dlg::TextItem& text,
 
 void AuthenticationFailedDialog::_PanelOpened(Dlg::Panel&)
 {
-    OV::SecureWipe(password_);
+    password_ = {};
 }
 
 void AuthenticationFailedDialog::_PanelCloseRequested(Dlg::Panel&, Dlg::DialogResult result)
 {
-    if (result != Dlg::DialogResult::Accept)
-        return;
-    OV::UniString typed = passwordEdit_.GetText();
-    const OV::SecureWipeGuard<char16_t> wipe(typed);
-    password_ = typed;
+    if (result == Dlg::DialogResult::Accept)
+        password_ = passwordEdit_.GetText();
 }
 
 void AuthenticationFailedDialog::_PanelClosed(Dlg::Panel&)

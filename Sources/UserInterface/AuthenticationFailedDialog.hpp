@@ -6,7 +6,7 @@
 #include "Dlg/TextItem.hpp"
 #include "OVRoot/Export.hpp"
 #include "OVRoot/Format.hpp"
-#include "OVRoot/SecureWipe.hpp"
+#include "OVRoot/Secret.hpp"
 
 namespace Syncra::Server::ManagementTool::GUI {
 
@@ -32,7 +32,7 @@ public:
 
     /// What the user typed when he accepted; empty otherwise. It is wiped with the dialog, and when
     /// the dialog is opened again; who copies it wipes the copy.
-    [[nodiscard]] const OV::UniString& GetUserPasswd() const noexcept { return password_; }
+    [[nodiscard]] const OV::Secret& GetUserPasswd() const noexcept { return password_; }
 
 private:
     void _PanelOpened(Dlg::Panel&) override;
@@ -41,8 +41,7 @@ private:
     void _ButtonClicked(Dlg::ButtonItem& button) override;
     void FillIn(Dlg::TextItem& text, std::initializer_list<OV::FormatArgument> arguments);
 
-    OV::UniString password_;
-    OV::SecureWipeGuard<char16_t> passwordWipe_{password_};
+    OV::Secret password_;
     Dlg::ButtonItem okButton_;
     Dlg::ButtonItem cancelButton_;
     Dlg::TextItem server_;

@@ -7,7 +7,7 @@
 namespace Syncra::Server::ManagementTool::GUI {
 
 SetServerConnectionTask::SetServerConnectionTask(OV::UniString hostName, short port,
-                                                 OV::UniString userName, OV::UniString password,
+                                                 OV::UniString userName, OV::Secret password,
                                                  Core::UserGroupType::Value group,
                                                  bool withoutVersionCheck)
     : hostName_(std::move(hostName)), port_(port), userName_(std::move(userName)),
@@ -35,12 +35,9 @@ bool SetServerConnectionTask::RunTask()
 /// there.
 void SetServerConnectionTask::SignIn()
 {
-    Syncra::Client::SignInData data{hostName_, static_cast<std::uint16_t>(port_), userName_,
-                                    password_};
-    data.withoutVersionCheck = withoutVersionCheck_;
-    const OV::SecureWipeGuard<char16_t> wipe(data.password);
     try {
-        (void)SYCB::CreateSyncraClient(data);
+        (void)SYCB::CreateSyncraClient({hostName_, static_cast<std::uint16_t>(port_), userName_,
+                                        password_, withoutVersionCheck_});
         isConnected_ = true;
     } catch (const Communication::ResponseContentException&) {
         isConnected_ = true;

@@ -3,7 +3,7 @@
 #include "ManagementTool/AsyncTaskExecuting.hpp"
 #include "ManagementTool/UserGroupType.hpp"
 #include "OVRoot/Export.hpp"
-#include "OVRoot/SecureWipe.hpp"
+#include "OVRoot/Secret.hpp"
 #include "OVRoot/UniString.hpp"
 
 namespace Syncra::Server::ManagementTool::GUI {
@@ -14,7 +14,7 @@ class SYC_API SetServerConnectionTask final : public Core::AsyncTaskExecuting::T
 public:
     /// `port` is the model service's, above 32767 as a negative number.
     SetServerConnectionTask(OV::UniString hostName, short port, OV::UniString userName,
-                            OV::UniString password, Core::UserGroupType::Value group,
+                            OV::Secret password, Core::UserGroupType::Value group,
                             bool withoutVersionCheck);
 
     /// The server answered.
@@ -31,8 +31,7 @@ private:
     OV::UniString hostName_;
     short port_;
     OV::UniString userName_;
-    OV::UniString password_;
-    OV::SecureWipeGuard<char16_t> passwordWipe_{password_};
+    OV::Secret password_;
     Core::UserGroupType::Value group_;
     bool withoutVersionCheck_;
     /// Read while the worker may still run, after the user gave up.

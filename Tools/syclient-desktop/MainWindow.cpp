@@ -253,7 +253,7 @@ void MainWindow::ShowCached()
         const auto& cache = project.GetCachedProjectInfo();
         auto& login = cached_.emplace_back();
         cache.GetProjectConnectionInfo(login);
-        OV::SecureWipe(login.password);
+        login.password = {};
         const int row = projects_->rowCount();
         projects_->insertRow(row);
         const QString cells[] = {
@@ -418,7 +418,6 @@ LogSource MainWindow::Source() const
     source.port = login.port;
     source.userName = login.userName;
     source.password = login.password;
-    OV::SecureWipe(login.password);
     return source;
 }
 

@@ -5,7 +5,6 @@
 #include "Log/PieChartUpdater.hpp"
 #include "ManagementTool/UserAsyncTaskExecutingImplementation.hpp"
 #include "OVRoot/Logger.hpp"
-#include "OVRoot/SecureWipe.hpp"
 #include "ReadProjectConnection.hpp"
 #include "SYClientBase/SyncraClientFactory.hpp"
 
@@ -16,11 +15,6 @@ namespace {
 using Strategy = Syncra::Server::ManagementTool::Core::UserAsyncTaskExecutingImplementation;
 
 }  // namespace
-
-ListProjects::~ListProjects()
-{
-    OV::SecureWipe(signIn_.password);
-}
 
 bool ListProjects::RunTask()
 {

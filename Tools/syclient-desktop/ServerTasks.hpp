@@ -20,7 +20,6 @@ using Task = Syncra::Server::ManagementTool::Core::AsyncTaskExecuting::Task;
 class ListProjects final : public Task {
 public:
     explicit ListProjects(Syncra::Client::SignInData signIn) : signIn_(std::move(signIn)) {}
-    ~ListProjects() override;
 
     OV::Array<Syncra::Protocol::Project> projects;
     /// What the server said when it refused; empty when it could not be reached.

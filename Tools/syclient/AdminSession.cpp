@@ -59,12 +59,11 @@ private:
     OV::UniString server_;
     std::uint16_t port_;
     OV::UniString user_;
-    OV::UniString password_;
-    OV::SecureWipeGuard<char16_t> passwordWipe_{password_};
+    OV::Secret password_;
 };
 
 std::uint16_t FindPort(TerminalWait& wait, const ServerArguments& server,
-                       const OV::UniString& password)
+                       const OV::Secret& password)
 {
     const auto task = OV::MakeRef<FindPortTask>(server, password);
     if (!wait.ExecuteTask(task, nullptr, TerminalWait::UsualDelayMilliseconds))

@@ -2,6 +2,7 @@
 
 #include "Commands.hpp"
 #include "ManagementTool/ServerConnectionManager.hpp"
+#include "OVRoot/Secret.hpp"
 #include "PasswordSource.hpp"
 #include "TerminalWait.hpp"
 
@@ -103,8 +104,7 @@ private:
     Context& context_;
     const ServerArguments& server_;
     Wait wait_;
-    OV::UniString password_;
-    OV::SecureWipeGuard<char16_t> passwordWipe_{password_};
+    OV::Secret password_;
     std::uint16_t managementPort_;
 };
 

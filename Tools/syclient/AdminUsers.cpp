@@ -239,18 +239,14 @@ void Tell(const AdminSession& session, const std::string& done, const User& user
 }
 
 /// Asked for twice where it is typed unseen.
-OV::UniString ReadNewPassword(const PasswordSource& source, const std::string& user)
+OV::Secret ReadNewPassword(const PasswordSource& source, const std::string& user)
 {
-    OV::UniString password = source.Read(user + " (new)");
+    OV::Secret password = source.Read(user + " (new)");
     if (source.IsGiven())
         return password;
-    OV::UniString again = source.Read(user + " (new, again)");
-    const OV::SecureWipeGuard<char16_t> wipe(again);
-    if (password != again) {
-        OV::SecureWipe(password);
+    if (password != source.Read(user + " (new, again)"))
         throw OV::IllegalArgumentException(
             OV::StringView("Nothing is changed: the two passwords differ."));
-    }
     return password;
 }
 
@@ -263,8 +259,7 @@ void SetPassword(AdminSession& session, const PasswordArguments& arguments)
 {
     const User user = Users().Find(session, arguments.user);
     const std::string name = ForDisplay(user.loginName);
-    OV::UniString password = ReadNewPassword(arguments.source, name);
-    const OV::SecureWipeGuard<char16_t> wipe(password);
+    const OV::Secret password = ReadNewPassword(arguments.source, name);
     session.Do(session.Users(), &UserRepositoryManager::SetUserPassword, user.id, password);
     Tell(session, "Changed the password of " + name + ", who is signed out.", user);
 }

@@ -68,7 +68,6 @@ void Report(bool accepted, int asked, const std::string& login, Context& context
 void RunAuthenticate(const ProjectArguments& arguments, bool silent, Context& context)
 {
     auto info = arguments.Describe();
-    const OV::SecureWipeGuard<char16_t> wipe(info.password);
     const std::string login = DescribeLogin(info);
     if (arguments.password.IsGiven())
         info.password = arguments.password.Read(login);

@@ -32,8 +32,7 @@ void Set(const SetArguments& arguments, const Context& context)
     const auto user = OV::FromUtf8(arguments.user), server = OV::FromUtf8(arguments.server);
     const std::string login = ForDisplay(user) + " on " + ForDisplay(server);
     // Asked for before the file is locked: a person takes his time.
-    OV::UniString password = arguments.password.Read(login);
-    const OV::SecureWipeGuard<char16_t> wipe(password);
+    const OV::Secret password = arguments.password.Read(login);
     if (user.empty() || server.empty() || password.empty())
         throw OV::IllegalArgumentException(
             OV::StringView("Nothing is stored: user, server and password must not be empty."));

@@ -2,7 +2,6 @@
 
 #include "IO/File.hpp"
 #include "OVRoot/Exception.hpp"
-#include "OVRoot/SecureWipe.hpp"
 #include "OVRoot/Terminal.hpp"
 
 #include <CLI/CLI.hpp>
@@ -12,7 +11,7 @@
 namespace {
 
 /// The text is wiped.
-OV::UniString FirstLine(std::string& text)
+OV::Secret FirstLine(std::string& text)
 {
     const OV::SecureWipeGuard<char> wipe(text);
     return OV::FromUtf8(OV::StringView(text).substr(0, text.find_first_of("\r\n")));
@@ -32,7 +31,7 @@ void PasswordSource::AddOptions(CLI::App& command, const std::string& kind)
         ->excludes(fileOption);
 }
 
-OV::UniString PasswordSource::Read(const std::string& promptFor) const
+OV::Secret PasswordSource::Read(const std::string& promptFor) const
 {
     if (!file.empty()) {
         auto text = IO::File::ReadInput(IO::Location::FromPath(OV::FromUtf8(file)),

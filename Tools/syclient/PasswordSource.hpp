@@ -1,6 +1,6 @@
 #pragma once
 
-#include "OVRoot/UniString.hpp"
+#include "OVRoot/Secret.hpp"
 
 #include <string>
 
@@ -19,7 +19,7 @@ struct PasswordSource {
     void AddOptions(CLI::App& command, const std::string& kind = "");
     /// Whether an option named the place, so that nobody is asked.
     [[nodiscard]] bool IsGiven() const noexcept { return !file.empty() || fromStandardInput; }
-    /// `promptFor` is shown to a person ("anna.novak on nexar.example:19001"). The
-    /// caller wipes the text. Throws OV::IllegalArgumentException when there is no way to ask.
-    [[nodiscard]] OV::UniString Read(const std::string& promptFor) const;
+    /// `promptFor` is shown to a person ("anna.novak on nexar.example:19001"). Throws
+    /// OV::IllegalArgumentException when there is no way to ask.
+    [[nodiscard]] OV::Secret Read(const std::string& promptFor) const;
 };

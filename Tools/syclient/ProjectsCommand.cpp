@@ -36,7 +36,7 @@ std::string DescribeProject(const CachedProjectInfo& cache)
 {
     SYC::Inner::ProjectConnectionInfo info;
     cache.GetProjectConnectionInfo(info);
-    info.password.clear();
+    info.password = {};
     return "\"" + ForDisplay(info.projectName) + "\" of " + DescribeLogin(info);
 }
 

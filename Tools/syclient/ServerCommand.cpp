@@ -145,7 +145,7 @@ std::pair<ExitCode, std::string> Judge(const SetServerConnectionTask& task,
 }
 
 /// Makes the server the current one and remembers it.
-std::uint16_t Choose(const ServerArguments& server, const OV::UniString& password)
+std::uint16_t Choose(const ServerArguments& server, const OV::Secret& password)
 {
     auto& tool = ManagementCore::ServerConnectionManager::GetInstance();
     tool.SetUserName(OV::FromUtf8(server.user));
@@ -160,8 +160,7 @@ std::uint16_t Choose(const ServerArguments& server, const OV::UniString& passwor
 void Connect(const ConnectArguments& arguments, Context& context)
 {
     const ServerArguments& server = arguments.server;
-    OV::UniString password = server.password.Read(server.Describe());
-    const OV::SecureWipeGuard<char16_t> wipe(password);
+    const OV::Secret password = server.password.Read(server.Describe());
     const auto task = OV::MakeRef<SetServerConnectionTask>(
         OV::FromUtf8(server.server), static_cast<short>(server.port), OV::FromUtf8(server.user),
         password, arguments.group, arguments.anyVersion);

@@ -15,7 +15,7 @@ void Build(const ProjectArguments& arguments, bool withoutPassword, Context& con
 {
     auto info = withoutPassword ? arguments.Describe() : arguments.Read();
     if (withoutPassword)
-        info.password.clear();
+        info.password = {};
     const auto location = SYC::ToSyncraLocation(info);
     const auto url = SYC::ToUrl(location);
     if (context.output.json)

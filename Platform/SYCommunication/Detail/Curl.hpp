@@ -20,11 +20,9 @@ using EasyHandle = std::unique_ptr<CURL, EasyDeleter>;
 using MultiHandle = std::unique_ptr<CURLM, MultiDeleter>;
 using HeaderList = std::unique_ptr<curl_slist, HeaderDeleter>;
 
-/// Sets the library up once for the process. It is never torn down again: the host may use it too.
-inline void InitialiseCurl()
-{
-    static const CURLcode once = curl_global_init(CURL_GLOBAL_DEFAULT);
-    (void)once;
-}
+/// Sets the library up once for the process, to wipe the memory that it gives back: it copies the
+/// bodies of requests, and some hold a password. A host that set it up before keeps his own memory.
+/// It is never torn down again: the host may use it too.
+void InitialiseCurl();
 
 }  // namespace Communication::Detail

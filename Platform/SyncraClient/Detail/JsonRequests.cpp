@@ -19,16 +19,6 @@ constexpr std::size_t MaximumTokenLength = 4096;
 /// A server's message is shown to people; what is longer helps nobody.
 constexpr std::size_t MaximumMessageLength = 1000;
 
-OV::String SignInBody(const SignInData& data)
-{
-    // Room for every character in its longest form, so that no copy is left behind.
-    constexpr std::size_t longestForm = 7;
-    constexpr std::size_t around = 100;
-    const auto units = data.userName.size() + data.password.size();
-    return Protocol::WriteJson(Protocol::SignInRequest{data.userName, data.password},
-                               units * longestForm + around);
-}
-
 /// The token is put into a header line, so a server must not be able to begin another one with it.
 bool IsToken(const OV::String& text)
 {
@@ -70,7 +60,8 @@ JsonRequests::JsonRequests(const SignInData& data, const Communication::HttpOpti
                            OV::String root)
     : http_(Communication::ServerAddress::FromServerName(data.serverName, data.port), options),
       requestTimeout_(options.requestTimeoutMilliseconds), root_(std::move(root)),
-      signInBody_(SignInBody(data)), withoutVersionCheck_(data.withoutVersionCheck)
+      signInBody_(Protocol::WriteJson(Protocol::SignInRequest{data.userName, data.password})),
+      withoutVersionCheck_(data.withoutVersionCheck)
 {
     SignIn();
 }

@@ -8,8 +8,7 @@ namespace Syncra::Protocol {
 /// every value of an object behind its key.
 class JsonWriter {
 public:
-    /// Room for a text of so many bytes: as long as it suffices, no copy of what was written stays
-    /// behind in memory.
+    /// Room for a text of so many bytes.
     explicit JsonWriter(std::size_t reservedBytes = 0) { text_.reserve(reservedBytes); }
 
     void BeginObject() { Begin('{'); }
@@ -25,6 +24,9 @@ public:
     /// Text of the wire: UTF-8 with OV::EscapeForCarrier applied, so that any string of ours
     /// survives.
     void Text(OV::UniStringView text);
+    /// A text that leaves no copy behind in memory but the one in the result, however long that
+    /// becomes.
+    void Secret(OV::UniStringView text);
     /// UTF-8 as it is; what is none becomes U+FFFD.
     void PlainText(OV::StringView utf8);
     /// Text in which nothing needs an escape.
@@ -42,7 +44,14 @@ private:
     void Quoted(OV::UniStringView text);
     void Quoted(OV::StringView utf8);
 
+    /// Makes room for so many more bytes. Once there is a secret in the text, what it leaves as it
+    /// grows is wiped.
+    void MakeRoom(std::size_t bytes);
+    void Append(OV::StringView json);
+    void Append(char byte) { Append({&byte, 1}); }
+
     OV::String text_;
+    bool holdsSecret_ = false;
     bool needsComma_ = false;
 };
 

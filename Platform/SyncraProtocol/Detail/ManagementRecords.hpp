@@ -1,5 +1,6 @@
 #pragma once
 
+#include "OVRoot/Secret.hpp"
 #include "SyncraProtocol/Detail/JsonText.hpp"
 #include "SyncraProtocol/Management/ConnectedModule.hpp"
 #include "SyncraProtocol/Management/CustomPropertyDefinition.hpp"
@@ -32,7 +33,7 @@ void Describe(Visitor& v, User& user)
 /// A user on his way in. Without a password he cannot sign in yet.
 struct NewUser {
     User user;
-    std::optional<OV::UniString> password;
+    std::optional<OV::Secret> password;
 };
 
 template <class Visitor>
@@ -168,7 +169,7 @@ void Describe(Visitor& v, Project& project)
 template <class Record>
 using Items = Single<"items", OV::Array<Record>>;
 using GroupNames = Single<"groups", OV::Array<OV::UniString>>;
-using NewPassword = Single<"password", OV::UniString>;
+using NewPassword = Single<"password", OV::Secret>;
 using NewName = Single<"name", OV::UniString>;
 using MergedCategories = Single<"categories", OV::Array<OV::UniString>>;
 using RoleOfMember = Single<"role", OV::UniString>;

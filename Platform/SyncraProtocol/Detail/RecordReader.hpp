@@ -2,6 +2,7 @@
 
 #include "OVRoot/Containers.hpp"
 #include "OVRoot/Guid.hpp"
+#include "OVRoot/Secret.hpp"
 #include "SyncraProtocol/Detail/FieldRules.hpp"
 #include "SyncraProtocol/Detail/JsonReader.hpp"
 
@@ -110,6 +111,7 @@ private:
     };
 
     void Value(OV::StringView name, OV::UniString& text);
+    void Value(OV::StringView name, OV::Secret& secret);
     void Value(OV::StringView name, OV::String& utf8);
     void Value(OV::StringView name, OV::String& utf8, NotEmpty rule);
     void Value(OV::StringView name, OV::String& bytes, AsBase64 rule);

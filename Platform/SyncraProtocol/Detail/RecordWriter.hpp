@@ -2,6 +2,7 @@
 
 #include "OVRoot/Containers.hpp"
 #include "OVRoot/Guid.hpp"
+#include "OVRoot/Secret.hpp"
 #include "SyncraProtocol/Detail/FieldRules.hpp"
 #include "SyncraProtocol/Detail/JsonWriter.hpp"
 
@@ -46,6 +47,12 @@ public:
     }
 
     void Value(OV::UniStringView text) { json_.Text(text); }
+    /// Any text makes a secret, so only what is one comes here.
+    template <std::same_as<OV::Secret> Text>
+    void Value(const Text& secret)
+    {
+        json_.Secret(secret.View());
+    }
     void Value(OV::StringView utf8) { json_.PlainText(utf8); }
     void Value(const OV::String& utf8) { json_.PlainText(utf8); }
     void Value(const OV::String& utf8, NotEmpty) { json_.PlainText(utf8); }

@@ -62,8 +62,7 @@ std::unique_ptr<UserRepository> OpenUserRepository(const OpenedProject& project)
 {
     const auto& location = project.GetLocation();
     const OV::UniString host = HostOf(project);
-    OV::UniString password = project.GetPassword();
-    const OV::SecureWipeGuard<char16_t> wipe(password);
+    const OV::Secret password = project.GetPassword();
     const auto port = SYCB::ServicePortCache::GetInstance().GetServicePort(
         host, location.GetPort(), project.GetLoginName(), password, SYCB::ServiceType::Management,
         true);

@@ -26,25 +26,16 @@ OpenedProject::OpenedProject(SYCB::ProjectConnectionManagerInterface& manager)
       projectId_(RequireProjectId(manager))
 {}
 
-OpenedProject::~OpenedProject()
-{
-    const OV::LockGuard guard(lock_);
-    if (password_)
-        OV::SecureWipe(*password_);
-}
-
-void OpenedProject::SetPassword(const OV::UniString& password)
+void OpenedProject::SetPassword(const OV::Secret& password)
 {
     Client former;  // ended when the lock is free again
     const OV::LockGuard guard(lock_);
-    if (password_)
-        OV::SecureWipe(*password_);
     password_ = password;
     ++passwordNumber_;
     former = std::move(idle_);
 }
 
-OV::UniString OpenedProject::GetPassword() const
+OV::Secret OpenedProject::GetPassword() const
 {
     {
         const OV::LockGuard guard(lock_);
@@ -62,11 +53,9 @@ OpenedProject::Client OpenedProject::Take(std::uint64_t& passwordNumber)
         if (idle_)
             return std::move(idle_);
     }
-    OV::UniString password = GetPassword();
-    const OV::SecureWipeGuard<char16_t> wipe(password);
     return SYCB::CreateSyncraClientOnOpenedProject(manager_, SYCB::GetServerName(location_),
                                                    location_.GetPort(), location_.GetUserName(),
-                                                   password);
+                                                   GetPassword());
 }
 
 void OpenedProject::Ask(const std::function<void(Syncra::Client::SyncraClient&)>& ask)

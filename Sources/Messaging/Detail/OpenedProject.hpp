@@ -1,7 +1,7 @@
 #pragma once
 
 #include "OVRoot/Lock.hpp"
-#include "OVRoot/SecureWipe.hpp"
+#include "OVRoot/Secret.hpp"
 #include "SYClientBase/ProjectConnectionManagerInterface.hpp"
 
 #include <functional>
@@ -18,7 +18,6 @@ public:
     /// Throws OV::IllegalArgumentException when the project was never checked: its id is not known
     /// then.
     explicit OpenedProject(SYCB::ProjectConnectionManagerInterface& manager);
-    ~OpenedProject();
     OpenedProject(const OpenedProject&) = delete;
     OpenedProject& operator=(const OpenedProject&) = delete;
 
@@ -26,8 +25,8 @@ public:
     [[nodiscard]] const OV::UniString& GetLoginName() const { return location_.GetUserName(); }
     [[nodiscard]] const IO::Location& GetLocation() const noexcept { return location_; }
     /// In place of the one in the project's location, for later requests.
-    void SetPassword(const OV::UniString& password);
-    [[nodiscard]] OV::UniString GetPassword() const;
+    void SetPassword(const OV::Secret& password);
+    [[nodiscard]] OV::Secret GetPassword() const;
 
     /// Runs `ask` with a signed-in client. Throws what signing in and `ask` throw.
     void Ask(const std::function<void(Syncra::Client::SyncraClient&)>& ask);
@@ -40,7 +39,7 @@ private:
     const IO::Location location_;
     const OV::UniString projectId_;
     mutable OV::Lock lock_;
-    std::optional<OV::UniString> password_ OV_GUARDED_BY(lock_);
+    std::optional<OV::Secret> password_ OV_GUARDED_BY(lock_);
     /// Counts the passwords that were set.
     std::uint64_t passwordNumber_ OV_GUARDED_BY(lock_) = 0;
     Client idle_ OV_GUARDED_BY(lock_);
