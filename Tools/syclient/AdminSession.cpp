@@ -35,7 +35,7 @@ ManagementCore::ServerConnectionManager& Tool()
 /// Asks the model service for the port of the management service.
 class FindPortTask final : public TerminalWait::Task {
 public:
-    FindPortTask(const ServerArguments& server, OV::UniString password)
+    FindPortTask(const ServerArguments& server, OV::Secret password)
         : server_(OV::FromUtf8(server.server)), port_(server.port),
           user_(OV::FromUtf8(server.user)), password_(std::move(password))
     {}
