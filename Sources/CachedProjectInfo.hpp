@@ -87,7 +87,8 @@ public:
     [[nodiscard]] bool IsProjectDetached() const;
     /// Marks the cache as detached from its project on the server, for good.
     void ProjectDetached();
-    /// Clear text, in memory only; empty after reading.
+    /// Clear text, in memory only; empty after reading. Who copies it wipes it.
+    using SYCB::CachedProjectInfo::GetPassword;
     void ForgetPassword() { password_ = {}; }
     /// Of "CacheInfo.xml" when it was last read or written here.
     [[nodiscard]] std::int32_t GetModificationTime() const;

@@ -38,11 +38,11 @@ public:
     {}
 
     bool SetConnection(const OV::UniString& serverName, short managementPort,
-                       const OV::UniString& userName, const OV::UniString& password,
+                       const OV::UniString& userName, const OV::Secret& password,
                        bool flag) override
     {
-        lines_.push_back(name_ + " " + OV::ToUtf8(userName) + ":" + OV::ToUtf8(password) + "@" +
-                         OV::ToUtf8(serverName) + ":" +
+        lines_.push_back(name_ + " " + OV::ToUtf8(userName) + ":" + OV::ToUtf8(password.View()) +
+                         "@" + OV::ToUtf8(serverName) + ":" +
                          std::to_string(static_cast<std::uint16_t>(managementPort)) +
                          (flag ? " true" : ""));
         return true;
@@ -121,7 +121,7 @@ TEST_F(ServerConnectionManagerTest, FailuresOfAManagerArePrintedWithTheirPlace)
 {
     class FailingManager : public UserRepositoryManager {
         using UserRepositoryManager::UserRepositoryManager;
-        bool SetConnection(const OV::UniString&, short, const OV::UniString&, const OV::UniString&,
+        bool SetConnection(const OV::UniString&, short, const OV::UniString&, const OV::Secret&,
                            bool) override
         {
             throw TargetNotFoundException(u"No users.", {"a/Users.cpp", 7});
