@@ -31,6 +31,19 @@ if(SYCLIENT_SANITIZERS)
   endif()
 endif()
 
+# syc_library_folder(): for the folders whose objects become the library.
+macro(syc_library_folder)
+  # No object of ours is destroyed when the process ends (see OVRoot/ProcessEnd.hpp).
+  add_compile_options($<$<CXX_COMPILER_ID:Clang>:-Wexit-time-destructors>)
+  # What OVRoot/Export.hpp does not mark stays in the library.
+  set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+  set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+  add_compile_definitions(SYC_BUILDS_LIBRARY)
+  if(SYCLIENT_DESCRIBE_TYPES)
+    add_compile_options(-g)
+  endif()
+endmacro()
+
 # syc_few_compilations(<target>): with SYCLIENT_FEW_COMPILATIONS the sources of the target are compiled together,
 # which takes half the time from nothing and longer after a change of one.
 function(syc_few_compilations target)

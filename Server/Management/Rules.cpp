@@ -27,14 +27,9 @@ bool IsControl(char16_t c)
     return c < u' ' || (c >= 0x7F && c < 0xA0);
 }
 
-bool IsDigit(char16_t c)
-{
-    return c >= u'0' && c <= u'9';
-}
-
 bool IsLetterOrDigit(char16_t c)
 {
-    return IsDigit(c) || (c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z');
+    return OV::IsDigit(c) || OV::IsLetter(c);
 }
 
 bool HasFormOfId(OV::UniStringView text)
@@ -69,7 +64,7 @@ bool IsNumber(OV::UniStringView text)
     if (text.starts_with(u'-'))
         text.remove_prefix(1);
     return !text.empty() && text.size() <= MaximumDigits &&
-           std::all_of(text.begin(), text.end(), IsDigit);
+           std::all_of(text.begin(), text.end(), OV::IsDigit<char16_t>);
 }
 
 bool IsPort(OV::UniStringView text)
