@@ -8,6 +8,8 @@
 #include <sqlite3.h>
 
 #include <algorithm>
+#include <cstdio>
+#include <cstdlib>
 #include <iterator>
 #include <map>
 
@@ -206,14 +208,46 @@ void Database::EnterWalMode()
     }
 }
 
+namespace {
+
+#ifndef NDEBUG
+/// A statement that walks through a table costs each request what concerns none, and shows it only
+/// when the table is large. One that means to, or whose table stays small, says so in a comment.
+void RefuseToWalk(sqlite3* handle, const std::string& sql)
+{
+    if (sql.find("/* all */") != std::string::npos)
+        return;
+    sqlite3_stmt* plan = nullptr;
+    sqlite3_prepare_v2(handle, ("EXPLAIN QUERY PLAN " + sql).c_str(), -1, &plan, nullptr);
+    while (plan != nullptr && sqlite3_step(plan) == SQLITE_ROW) {
+        constexpr int detail = 3;
+        const std::string step = reinterpret_cast<const char*>(sqlite3_column_text(plan, detail));
+        const bool isWalk = step.starts_with("SCAN ") && !step.starts_with("SCAN (") &&
+                            !step.starts_with("SCAN json_each");
+        if (!isWalk)
+            continue;
+        std::fprintf(stderr, "\"%s\" walks through a table: %s. Give it an index.\n", sql.c_str(),
+                     step.c_str());
+        std::abort();
+    }
+    sqlite3_finalize(plan);
+}
+#endif
+
+}  // namespace
+
 Statement Database::Prepare(const char* sql)
 {
     Connection& connection = Here();
     sqlite3_stmt*& statement = connection.statements[sql];
-    if (statement == nullptr &&
-        sqlite3_prepare_v3(connection.handle, sql, -1, SQLITE_PREPARE_PERSISTENT, &statement,
-                           nullptr) != SQLITE_OK)
-        Fail(connection.handle, "Cannot prepare a statement");
+    if (statement == nullptr) {
+        if (sqlite3_prepare_v3(connection.handle, sql, -1, SQLITE_PREPARE_PERSISTENT, &statement,
+                               nullptr) != SQLITE_OK)
+            Fail(connection.handle, "Cannot prepare a statement");
+#ifndef NDEBUG
+        RefuseToWalk(connection.handle, sql);
+#endif
+    }
     return {connection.handle, statement};
 }
 

@@ -90,7 +90,8 @@ public:
         Database& database_;
     };
 
-    /// The statement, prepared once; `sql` must be a literal. Not to be asked for while on loan.
+    /// The statement, prepared once; `sql` must be a literal, or stay where it is. Not to be asked
+    /// for while on loan.
     [[nodiscard]] Statement Prepare(const char* sql);
     void Execute(const char* sql);
     [[nodiscard]] std::int64_t LastRowId() const;

@@ -69,7 +69,9 @@ EventLogPage EventLog::Page(const std::string& projectId, const Range& range)
     {
         auto query = database_.Prepare(
             "SELECT number, time, user, action, size, comment, seconds FROM events "
-            "WHERE project_id = ?1 AND time BETWEEN ?2 AND ?3 AND (time, number) > "
+            "WHERE project_id = ?1 AND time BETWEEN "
+            "max(?2, coalesce((SELECT time FROM events WHERE number = ?4), ?2)) AND ?3 "
+            "AND (time, number) > "
             "(coalesce((SELECT time FROM events WHERE number = ?4), -9e18), ?4) "
             "ORDER BY time, number LIMIT 20001");
         query.Bind(1, projectId).Bind(2, range.from).Bind(3, range.to).Bind(4, range.after);
@@ -81,8 +83,9 @@ EventLogPage EventLog::Page(const std::string& projectId, const Range& range)
         });
     }
     auto left = database_.Prepare(
-        "SELECT count(*) FROM (SELECT 1 FROM events WHERE project_id = ?1 "
-        "AND time BETWEEN ?2 AND ?3 AND (time, number) > "
+        "SELECT count(*) FROM (SELECT 1 FROM events WHERE project_id = ?1 AND time BETWEEN "
+        "max(?2, coalesce((SELECT time FROM events WHERE number = ?4), ?2)) AND ?3 "
+        "AND (time, number) > "
         "(coalesce((SELECT time FROM events WHERE number = ?4), -9e18), ?4) LIMIT 100000)");
     left.Bind(1, projectId).Bind(2, range.from).Bind(3, range.to);
     left.Bind(4, static_cast<std::int64_t>(page.next));
@@ -95,7 +98,8 @@ EventLogPage EventLog::PerformancePage(const Range& range)
     EventLogPage page;
     {
         auto query = database_.Prepare(
-            "SELECT number, time, key, value FROM performance WHERE time BETWEEN ?1 AND ?2 AND "
+            "SELECT number, time, key, value FROM performance WHERE time BETWEEN "
+            "max(?1, coalesce((SELECT time FROM performance WHERE number = ?3), ?1)) AND ?2 AND "
             "(time, number) > (coalesce((SELECT time FROM performance WHERE number = ?3), -9e18), "
             "?3) ORDER BY time, number LIMIT 20001");
         query.Bind(1, range.from).Bind(2, range.to).Bind(3, range.after);
@@ -105,7 +109,8 @@ EventLogPage EventLog::PerformancePage(const Range& range)
         });
     }
     auto left = database_.Prepare(
-        "SELECT count(*) FROM (SELECT 1 FROM performance WHERE time BETWEEN ?1 AND ?2 AND "
+        "SELECT count(*) FROM (SELECT 1 FROM performance WHERE time BETWEEN "
+        "max(?1, coalesce((SELECT time FROM performance WHERE number = ?3), ?1)) AND ?2 AND "
         "(time, number) > (coalesce((SELECT time FROM performance WHERE number = ?3), -9e18), ?3) "
         "LIMIT 100000)");
     left.Bind(1, range.from).Bind(2, range.to).Bind(3, static_cast<std::int64_t>(page.next));

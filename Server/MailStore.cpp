@@ -100,9 +100,10 @@ std::set<std::string> MailStore::FindRecipients(const OutgoingMail& mail)
 {
     std::set<std::string> found;
     for (const auto& login : mail.recipients) {
-        // Two accounts may differ in letter case alone; the exact one is meant then.
+        // Two accounts may differ in letter case alone; the exact one is meant then. The names
+        // first: a project has many members, and a mail few recipients.
         auto query =
-            database_.Prepare("SELECT u.id FROM users u JOIN members m ON m.user_id = u.id "
+            database_.Prepare("SELECT u.id FROM users u CROSS JOIN members m ON m.user_id = u.id "
                               "WHERE u.login = ?1 COLLATE NOCASE AND m.project_id = ?2 "
                               "ORDER BY u.login = ?1 DESC");
         if (!query.Bind(1, login).Bind(2, mail.projectId).Step())

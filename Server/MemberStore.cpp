@@ -2,6 +2,8 @@
 
 #include "Refusal.hpp"
 
+#include <algorithm>
+
 namespace Nexar {
 
 using Syncra::Protocol::Member;
@@ -9,6 +11,13 @@ using Syncra::Protocol::Member;
 namespace {
 
 constexpr std::int64_t LastLogonId = 32767;
+
+constexpr const char* MayAnywhere =
+    "SELECT 1 FROM members m JOIN roles r ON r.name = m.role JOIN permissions p ON p.name = ?1 "
+    "WHERE m.user_id = ?2 AND " NEXAR_ROLE_HAS_PERMISSION;
+constexpr const char* MayInProject =
+    "SELECT 1 FROM members m JOIN roles r ON r.name = m.role JOIN permissions p ON p.name = ?1 "
+    "WHERE m.user_id = ?2 AND m.project_id = ?3 AND " NEXAR_ROLE_HAS_PERMISSION;
 
 Member ReadMember(const Statement& row)
 {
@@ -30,10 +39,11 @@ std::vector<Member> MemberStore::List(const std::string& projectId)
                                    "FROM members m JOIN users u ON u.id = m.user_id "
                                    "WHERE m.project_id = ?1 ORDER BY m.logon_id");
     query.Bind(1, projectId);
+    RolePermissions permissions(database_);
     std::vector<Member> members;
     while (query.Step()) {
         members.push_back(ReadMember(query));
-        members.back().permissions = PermissionsOf(database_, query.Text(5));
+        members.back().permissions = permissions.Of(query.Text(5));
     }
     return members;
 }
@@ -79,26 +89,21 @@ bool MemberStore::Remove(const std::string& projectId, const std::string& userId
 bool MemberStore::HasPermission(const std::string& projectId, const std::string& userId,
                                 const std::string& permission)
 {
-    return database_
-        .Prepare("SELECT 1 FROM members m JOIN role_permissions p ON p.role = m.role "
-                 "WHERE m.project_id = ?1 AND m.user_id = ?2 AND p.permission = ?3")
-        .Bind(1, projectId)
+    return database_.Prepare(MayInProject)
+        .Bind(1, permission)
         .Bind(2, userId)
-        .Bind(3, permission)
+        .Bind(3, projectId)
         .Step();
 }
 
 bool MemberStore::HasPermissionsOf(const std::string& projectId, const std::string& userId,
                                    const std::string& role)
 {
-    return !database_
-                .Prepare("SELECT permission FROM role_permissions WHERE role = ?3 EXCEPT "
-                         "SELECT permission FROM role_permissions WHERE role = "
-                         "(SELECT role FROM members WHERE project_id = ?1 AND user_id = ?2)")
-                .Bind(1, projectId)
-                .Bind(2, userId)
-                .Bind(3, role)
-                .Step();
+    RolePermissions permissions(database_);
+    const auto& own = permissions.Of(RoleOf(projectId, userId));
+    const auto& others = permissions.Of(role);
+    return std::all_of(others.begin(), others.end(),
+                       [&](const auto& permission) { return own.contains(permission); });
 }
 
 std::string MemberStore::RoleOf(const std::string& projectId, const std::string& userId)
@@ -110,22 +115,21 @@ std::string MemberStore::RoleOf(const std::string& projectId, const std::string&
 
 bool MemberStore::HasPermissionAnywhere(const std::string& userId, const std::string& permission)
 {
-    return database_
-        .Prepare("SELECT 1 FROM members m JOIN role_permissions p ON p.role = m.role "
-                 "WHERE m.user_id = ?1 AND p.permission = ?2")
-        .Bind(1, userId)
-        .Bind(2, permission)
-        .Step();
+    return database_.Prepare(MayAnywhere).Bind(1, permission).Bind(2, userId).Step();
 }
 
-OV::HashSet<OV::UniString> PermissionsOf(Database& database, const std::string& role)
+const OV::HashSet<OV::UniString>& RolePermissions::Of(const std::string& role)
 {
-    auto query = database.Prepare("SELECT permission FROM role_permissions WHERE role = ?1");
-    query.Bind(1, role);
-    OV::HashSet<OV::UniString> permissions;
-    while (query.Step())
-        permissions.insert(OV::FromUtf8(query.Text(0)));
-    return permissions;
+    const auto [found, isNew] = sets_.try_emplace(role);
+    if (isNew) {
+        auto query =
+            database_.Prepare("SELECT p.name FROM roles r JOIN permissions p "
+                              "WHERE r.name = ?1 AND " NEXAR_ROLE_HAS_PERMISSION " /* all */");
+        query.Bind(1, role);
+        while (query.Step())
+            found->second.insert(OV::FromUtf8(query.Text(0)));
+    }
+    return found->second;
 }
 
 }  // namespace Nexar

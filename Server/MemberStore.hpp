@@ -3,6 +3,7 @@
 #include "Database.hpp"
 #include "SyncraProtocol/Member.hpp"
 
+#include <map>
 #include <string>
 #include <vector>
 
@@ -40,7 +41,23 @@ private:
     Database& database_;
 };
 
-/// What members of a role may do.
-[[nodiscard]] OV::HashSet<OV::UniString> PermissionsOf(Database& database, const std::string& role);
+/// Whether role `r` has permission `p`, by itself or by its permission set: a condition within a
+/// statement.
+#define NEXAR_ROLE_HAS_PERMISSION                                                                  \
+    "(EXISTS (SELECT 1 FROM role_grants g WHERE g.role_id = r.id AND g.permission_id = p.id) "     \
+    "OR EXISTS (SELECT 1 FROM permission_set_grants g WHERE g.set_id = r.permission_set "          \
+    "AND g.permission_id = p.id))"
+
+/// What members of roles may do, looked up once a role.
+class RolePermissions {
+public:
+    explicit RolePermissions(Database& database) : database_(database) {}
+    /// None for no role. Good while this object lives.
+    [[nodiscard]] const OV::HashSet<OV::UniString>& Of(const std::string& role);
+
+private:
+    Database& database_;
+    std::map<std::string, OV::HashSet<OV::UniString>> sets_;
+};
 
 }  // namespace Nexar

@@ -25,8 +25,8 @@ std::vector<Syncra::Protocol::Project> ProjectStore::VisibleTo(const std::string
 {
     auto query = database_.Prepare(
         "SELECT id, name, location, category, state, version, build FROM projects "
-        "WHERE is_public OR id IN (SELECT project_id FROM members WHERE user_id = ?1) "
-        "ORDER BY number");
+        "WHERE id IN (SELECT project_id FROM members WHERE user_id = ?1 "
+        "UNION SELECT id FROM projects WHERE is_public) ORDER BY number /* all */");
     query.Bind(1, userId);
     std::vector<Syncra::Protocol::Project> projects;
     while (query.Step())

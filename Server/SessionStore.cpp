@@ -12,7 +12,7 @@ using Syncra::Protocol::Session;
 
 namespace {
 
-Session ReadSession(Database& database, const Statement& row)
+Session ReadSession(RolePermissions& permissions, const Statement& row)
 {
     Session session;
     session.id = OV::FromUtf8(row.Text(0));
@@ -23,7 +23,7 @@ Session ReadSession(Database& database, const Statement& row)
     session.logonId = static_cast<std::int32_t>(row.Number(5));
     session.roleName = OV::FromUtf8(row.Text(6));
     session.startTime = static_cast<std::int32_t>(row.Number(7));
-    session.permissions = PermissionsOf(database, row.Text(6));
+    session.permissions = permissions.Of(row.Text(6));
     return session;
 }
 
@@ -37,7 +37,8 @@ std::optional<Session> SessionStore::Find(const std::string& projectId, const st
         "JOIN users u ON u.id = s.user_id WHERE s.project_id = ?1 AND s.user_id = ?2");
     if (!query.Bind(1, projectId).Bind(2, userId).Step())
         return std::nullopt;
-    return ReadSession(database_, query);
+    RolePermissions permissions(database_);
+    return ReadSession(permissions, query);
 }
 
 std::vector<Session> SessionStore::List(const std::string& projectId)
@@ -47,9 +48,10 @@ std::vector<Session> SessionStore::List(const std::string& projectId)
         "s.start_time FROM sessions s JOIN members m USING (project_id, user_id) "
         "JOIN users u ON u.id = s.user_id WHERE s.project_id = ?1 ORDER BY m.logon_id");
     query.Bind(1, projectId);
+    RolePermissions permissions(database_);
     std::vector<Session> sessions;
     while (query.Step())
-        sessions.push_back(ReadSession(database_, query));
+        sessions.push_back(ReadSession(permissions, query));
     return sessions;
 }
 
@@ -93,7 +95,7 @@ bool SessionStore::IsOwner(const std::string& sessionId, const std::string& user
 bool SessionStore::IsVisibleTo(const std::string& sessionId, const std::string& userId)
 {
     return database_
-        .Prepare("SELECT 1 FROM sessions s JOIN members m USING (project_id) "
+        .Prepare("SELECT 1 FROM sessions s CROSS JOIN members m USING (project_id) "
                  "WHERE s.id = ?1 AND m.user_id = ?2")
         .Bind(1, sessionId)
         .Bind(2, userId)

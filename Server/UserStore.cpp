@@ -85,7 +85,7 @@ void UserStore::Add(const StoredUser& user)
 
 bool UserStore::IsEmpty()
 {
-    return !database_.Prepare("SELECT 1 FROM users LIMIT 1").Step();
+    return !database_.Prepare("SELECT 1 FROM users LIMIT 1 /* all */").Step();
 }
 
 }  // namespace Nexar

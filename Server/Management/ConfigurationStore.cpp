@@ -6,8 +6,8 @@ using Syncra::Server::Management::ServerConfiguration;
 
 ServerConfiguration ConfigurationStore::Get()
 {
-    auto query =
-        database_.Prepare("SELECT server_name, minimum_password_length FROM configuration");
+    auto query = database_.Prepare(
+        "SELECT server_name, minimum_password_length FROM configuration /* all */");
     if (!query.Step())
         return {};
     return {OV::FromUtf8(query.Text(0)), static_cast<std::int32_t>(query.Number(1))};

@@ -21,15 +21,17 @@ enum class Writers { Administrators, ProjectManagers };
 /// What store and routes must know about one kind of record: the words it goes by, who may read and
 /// write it, its statements, and how it is read from a row of `select`, checked and written.
 ///
-/// `select` takes ?1 an id and ?2 a name, each empty for all; `taken` ?1 a name and ?2 the id of
-/// the record that may have it. The others take ?1 an id: `inUse` has a row while something keeps
-/// the record from being deleted, `projects` has those whose members a change of it concerns.
-/// `inUse` and `projects` may be null. Write inserts, or replaces the record of that id.
+/// `select` finds all; `nameColumn` holds what one is asked for by, beside its id, and `order` is
+/// the column that sorts a list. `taken` takes ?1 a name and ?2 the id of the record that may have
+/// it. The others take ?1 an id: `inUse` has a row while something keeps the record from being
+/// deleted, `projects` has those whose members a change of it concerns. `inUse` and `projects` may
+/// be null. Write inserts, or replaces the record of that id.
 template <class Record>
 struct Family;
 
 #define NEXAR_FAMILY_MEMBERS(Record)                                                               \
-    static const char *const select, *const taken, *const remove, *const inUse, *const projects;   \
+    static const char *const select, *const nameColumn, *const order;                              \
+    static const char *const taken, *const remove, *const inUse, *const projects;                  \
     [[nodiscard]] static Record Read(const Statement& row);                                        \
     static void Check(Database& database, const Record& record);                                   \
     static void Write(Database& database, const Record& record);

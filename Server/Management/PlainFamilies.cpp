@@ -1,6 +1,7 @@
 #include "Management/Family.hpp"
 #include "Management/JsonColumn.hpp"
 #include "Management/Rules.hpp"
+#include "MemberStore.hpp"
 #include "Refusal.hpp"
 
 namespace Nexar {
@@ -26,17 +27,18 @@ constexpr const char* PermissionExists = "SELECT 1 FROM permissions WHERE id = ?
 // Permissions
 
 const char* const Family<Permission>::select =
-    "SELECT id, name, description, built_in FROM permissions "
-    "WHERE (?1 = '' OR id = ?1) AND (?2 = '' OR name = ?2 COLLATE NOCASE) ORDER BY name";
+    "SELECT id, name, description, built_in FROM permissions";
+const char* const Family<Permission>::nameColumn = "name";
+const char* const Family<Permission>::order = "name";
 const char* const Family<Permission>::taken =
     "SELECT 1 FROM permissions WHERE name = ?1 COLLATE NOCASE AND id <> ?2";
-const char* const Family<Permission>::remove = "DELETE FROM permissions WHERE id = ?1";
+const char* const Family<Permission>::remove = "DELETE FROM permissions WHERE id = ?1 /* all */";
 const char* const Family<Permission>::inUse =
     "SELECT 1 FROM role_grants WHERE permission_id = ?1 "
-    "UNION ALL SELECT 1 FROM permission_set_grants WHERE permission_id = ?1";
+    "UNION ALL SELECT 1 FROM permission_set_grants WHERE permission_id = ?1 /* all */";
 const char* const Family<Permission>::projects =
-    "SELECT DISTINCT m.project_id FROM members m JOIN role_permissions g ON g.role = m.role "
-    "JOIN permissions p ON p.name = g.permission WHERE p.id = ?1";
+    "SELECT DISTINCT m.project_id FROM permissions p CROSS JOIN roles r CROSS JOIN members m "
+    "ON m.role = r.name WHERE p.id = ?1 AND " NEXAR_ROLE_HAS_PERMISSION " /* all */";
 
 Permission Family<Permission>::Read(const Statement& row)
 {
@@ -66,15 +68,18 @@ void Family<Permission>::Write(Database& database, const Permission& permission)
 
 const char* const Family<PermissionSet>::select =
     "SELECT id, name, description, (SELECT json_group_array(permission_id) "
-    "FROM permission_set_grants WHERE set_id = s.id) FROM permission_sets s "
-    "WHERE (?1 = '' OR id = ?1) AND (?2 = '' OR name = ?2 COLLATE NOCASE) ORDER BY name";
+    "FROM permission_set_grants WHERE set_id = s.id) FROM permission_sets s";
+const char* const Family<PermissionSet>::nameColumn = "name";
+const char* const Family<PermissionSet>::order = "name";
 const char* const Family<PermissionSet>::taken =
     "SELECT 1 FROM permission_sets WHERE name = ?1 COLLATE NOCASE AND id <> ?2";
-const char* const Family<PermissionSet>::remove = "DELETE FROM permission_sets WHERE id = ?1";
-const char* const Family<PermissionSet>::inUse = "SELECT 1 FROM roles WHERE permission_set = ?1";
+const char* const Family<PermissionSet>::remove =
+    "DELETE FROM permission_sets WHERE id = ?1 /* all */";
+const char* const Family<PermissionSet>::inUse =
+    "SELECT 1 FROM roles WHERE permission_set = ?1 /* all */";
 const char* const Family<PermissionSet>::projects =
-    "SELECT DISTINCT m.project_id FROM members m JOIN roles r ON r.name = m.role "
-    "WHERE r.permission_set = ?1";
+    "SELECT DISTINCT m.project_id FROM roles r CROSS JOIN members m ON m.role = r.name "
+    "WHERE r.permission_set = ?1 /* all */";
 
 PermissionSet Family<PermissionSet>::Read(const Statement& row)
 {
@@ -110,8 +115,9 @@ void Family<PermissionSet>::Write(Database& database, const PermissionSet& set)
 
 const char* const Family<Role>::select =
     "SELECT id, name, description, (SELECT json_group_array(permission_id) FROM role_grants "
-    "WHERE role_id = r.id), permission_set, built_in FROM roles r "
-    "WHERE (?1 = '' OR id = ?1) AND (?2 = '' OR name = ?2 COLLATE NOCASE) ORDER BY name";
+    "WHERE role_id = r.id), permission_set, built_in FROM roles r";
+const char* const Family<Role>::nameColumn = "name";
+const char* const Family<Role>::order = "name";
 const char* const Family<Role>::taken =
     "SELECT 1 FROM roles WHERE name = ?1 COLLATE NOCASE AND id <> ?2";
 const char* const Family<Role>::remove = "DELETE FROM roles WHERE id = ?1";
@@ -159,8 +165,9 @@ void Family<Role>::Write(Database& database, const Role& role)
 
 const char* const Family<Group>::select =
     "SELECT id, name, description, (SELECT json_group_array(user_id) FROM user_group_members "
-    "WHERE group_name = g.name), built_in FROM user_groups g "
-    "WHERE (?1 = '' OR id = ?1) AND (?2 = '' OR name = ?2 COLLATE NOCASE) ORDER BY name";
+    "WHERE group_name = g.name), built_in FROM user_groups g";
+const char* const Family<Group>::nameColumn = "name";
+const char* const Family<Group>::order = "name";
 const char* const Family<Group>::taken =
     "SELECT 1 FROM user_groups WHERE name = ?1 COLLATE NOCASE AND id <> ?2";
 const char* const Family<Group>::remove = "DELETE FROM user_groups WHERE id = ?1";
@@ -193,14 +200,15 @@ void Family<Group>::Write(Database& database, const Group& group)
 
 // Categories
 
-const char* const Family<ProjectCategory>::select =
-    "SELECT id, name FROM project_categories "
-    "WHERE (?1 = '' OR id = ?1) AND (?2 = '' OR name = ?2 COLLATE NOCASE) ORDER BY name";
+const char* const Family<ProjectCategory>::select = "SELECT id, name FROM project_categories";
+const char* const Family<ProjectCategory>::nameColumn = "name";
+const char* const Family<ProjectCategory>::order = "name";
 const char* const Family<ProjectCategory>::taken =
     "SELECT 1 FROM project_categories WHERE name = ?1 COLLATE NOCASE AND id <> ?2";
 const char* const Family<ProjectCategory>::remove = "DELETE FROM project_categories WHERE id = ?1";
 const char* const Family<ProjectCategory>::inUse =
-    "SELECT 1 FROM projects p JOIN project_categories c ON c.name = p.category WHERE c.id = ?1";
+    "SELECT 1 FROM projects "
+    "WHERE category = (SELECT name FROM project_categories WHERE id = ?1)";
 const char* const Family<ProjectCategory>::projects = nullptr;
 
 ProjectCategory Family<ProjectCategory>::Read(const Statement& row)
@@ -227,8 +235,9 @@ void Family<ProjectCategory>::Write(Database& database, const ProjectCategory& c
 // Modules
 
 const char* const Family<ConnectedModule>::select =
-    "SELECT id, name, version, address, enabled FROM modules "
-    "WHERE (?1 = '' OR id = ?1) AND (?2 = '' OR name = ?2 COLLATE NOCASE) ORDER BY name";
+    "SELECT id, name, version, address, enabled FROM modules";
+const char* const Family<ConnectedModule>::nameColumn = "name";
+const char* const Family<ConnectedModule>::order = "name";
 const char* const Family<ConnectedModule>::taken =
     "SELECT 1 FROM modules WHERE name = ?1 COLLATE NOCASE AND id <> ?2";
 const char* const Family<ConnectedModule>::remove = "DELETE FROM modules WHERE id = ?1";

@@ -20,8 +20,9 @@ const char* const Family<Project>::select =
     "JOIN roles r ON r.name = m.role WHERE m.project_id = p.id), "
     "(SELECT json_group_array(json_object('id', id, 'frequency', frequency, "
     "'startTime', start_time, 'enabled', json(iif(enabled, 'true', 'false')))) "
-    "FROM backup_schedules WHERE project_id = p.id) FROM projects p "
-    "WHERE (?1 = '' OR id = ?1) AND (?2 = '' OR name = ?2 COLLATE NOCASE) ORDER BY number";
+    "FROM backup_schedules WHERE project_id = p.id) FROM projects p";
+const char* const Family<Project>::nameColumn = "name";
+const char* const Family<Project>::order = "number";
 const char* const Family<Project>::taken =
     "SELECT 1 FROM projects WHERE name = ?1 COLLATE NOCASE AND id <> ?2";
 const char* const Family<Project>::remove = "DELETE FROM projects WHERE id = ?1";
@@ -104,7 +105,8 @@ void Family<Project>::Check(Database& database, const Project& project)
     if (!project.status.category.empty())
         // To the letter: what follows a category compares so.
         Rules::CheckReferences(database,
-                               "SELECT 1 FROM project_categories WHERE name = ?1 COLLATE BINARY",
+                               "SELECT 1 FROM project_categories "
+                               "WHERE name = ?1 AND name = ?1 COLLATE BINARY",
                                OV::Array<OV::UniString>{project.status.category}, "category");
     OV::HashSet<OV::UniString> users, roles;
     for (const auto& member : project.members) {

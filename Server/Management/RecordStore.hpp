@@ -25,14 +25,24 @@ class RecordStore {
 public:
     explicit RecordStore(Database& database) : database_(database) {}
 
-    [[nodiscard]] std::vector<Record> List() { return Select({}, {}); }
+    [[nodiscard]] std::vector<Record> List()
+    {
+        static const std::string all = Family<Record>::select + InOrder() + " /* all */";
+        return Read(database_.Prepare(all.c_str()));
+    }
     [[nodiscard]] std::vector<Record> Named(const std::string& name)
     {
-        return name.empty() ? std::vector<Record>() : Select({}, name);
+        static const std::string named = std::string(Family<Record>::select) + " WHERE " +
+                                         Family<Record>::nameColumn + " = ?1 COLLATE NOCASE" +
+                                         InOrder();
+        auto query = database_.Prepare(named.c_str());
+        return Read(query.Bind(1, name));
     }
     [[nodiscard]] std::optional<Record> Find(const std::string& id)
     {
-        auto found = id.empty() ? std::vector<Record>() : Select(id, {});
+        static const std::string one = std::string(Family<Record>::select) + " WHERE id = ?1";
+        auto query = database_.Prepare(one.c_str());
+        auto found = Read(query.Bind(1, id));
         return found.empty() ? std::nullopt : std::optional(std::move(found.front()));
     }
     [[nodiscard]] Record Require(const std::string& id)
@@ -81,10 +91,13 @@ public:
     }
 
 private:
-    [[nodiscard]] std::vector<Record> Select(const std::string& id, const std::string& name)
+    [[nodiscard]] static std::string InOrder()
     {
-        auto query = database_.Prepare(Family<Record>::select);
-        query.Bind(1, id).Bind(2, name);
+        return std::string(" ORDER BY ") + Family<Record>::order;
+    }
+    [[nodiscard]] static std::vector<Record> Read(Statement&& query) { return Read(query); }
+    [[nodiscard]] static std::vector<Record> Read(Statement& query)
+    {
         std::vector<Record> records;
         while (query.Step())
             records.push_back(Family<Record>::Read(query));

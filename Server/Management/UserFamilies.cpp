@@ -12,8 +12,9 @@ using OV::ToUtf8;
 // Custom properties
 
 const char* const Family<CustomPropertyDefinition>::select =
-    "SELECT id, name, description, type, choices FROM custom_properties "
-    "WHERE (?1 = '' OR id = ?1) AND (?2 = '' OR name = ?2 COLLATE NOCASE) ORDER BY name";
+    "SELECT id, name, description, type, choices FROM custom_properties";
+const char* const Family<CustomPropertyDefinition>::nameColumn = "name";
+const char* const Family<CustomPropertyDefinition>::order = "name";
 const char* const Family<CustomPropertyDefinition>::taken =
     "SELECT 1 FROM custom_properties WHERE name = ?1 COLLATE NOCASE AND id <> ?2";
 const char* const Family<CustomPropertyDefinition>::remove =
@@ -64,8 +65,9 @@ const char* const Family<User>::select =
     "SELECT id, login, full_name, email, enabled, color, "
     "(SELECT json_group_object(property_id, value) FROM user_properties WHERE user_id = u.id), "
     "(SELECT json_group_array(g.id) FROM user_group_members m "
-    "JOIN user_groups g ON g.name = m.group_name WHERE m.user_id = u.id) FROM users u "
-    "WHERE (?1 = '' OR id = ?1) AND (?2 = '' OR full_name = ?2 COLLATE NOCASE) ORDER BY login";
+    "JOIN user_groups g ON g.name = m.group_name WHERE m.user_id = u.id) FROM users u";
+const char* const Family<User>::nameColumn = "full_name";
+const char* const Family<User>::order = "login";
 const char* const Family<User>::taken =
     "SELECT 1 FROM users WHERE login = ?1 COLLATE NOCASE AND id <> ?2";
 const char* const Family<User>::remove = "DELETE FROM users WHERE id = ?1";
