@@ -26,18 +26,10 @@ void LogCreation(bool secondary)
                                             : u"SYC::ProjectConnection created");
 }
 
-ClientProjectData DescribeProject(const IO::Location& location)
+/// Empty for a location that is no project URL.
+Inner::ProjectConnectionInfo DescribeProject(const IO::Location& location)
 {
-    ClientProjectData description;
-    if (!IsSyncraURL(location))
-        return description;
-    const Inner::ProjectConnectionInfo info = ToConnectionInfo(location);
-    description.SetServerName(info.serverName);
-    description.SetServerPort(static_cast<std::int16_t>(info.port));
-    description.SetUserName(info.userName);
-    description.SetPassword(info.password);
-    description.SetProjectName(info.projectName);
-    return description;
+    return IsSyncraURL(location) ? ToConnectionInfo(location) : Inner::ProjectConnectionInfo();
 }
 
 }  // namespace
@@ -178,7 +170,7 @@ void ProjectConnectionBase::TakeProjectLocation()
         secondary_ || manager == nullptr ? projectLocation_ : manager->GetProjectLocation();
     if (isDescribed_ && location == projectLocation_)
         return;
-    description_ = DescribeProject(location);
+    connection_ = DescribeProject(location);
     projectLocation_ = std::move(location);
     isDescribed_ = true;
     project_ = {};
@@ -201,9 +193,8 @@ CheckResult ProjectConnectionBase::ConnectAndAuthenticateToServer()
             _SetSyncraClient(SYCB::CreateSyncraClient(projectLocation_));
         else if (manager != nullptr)
             _SetSyncraClient(SYCB::CreateSyncraClientOnOpenedProject(
-                *manager, description_.GetServerName(),
-                static_cast<std::uint16_t>(description_.GetServerPort()),
-                description_.GetUserName(), description_.GetPassword()));
+                *manager, connection_.serverName, connection_.port, connection_.userName,
+                connection_.password));
         clientLocation_ = projectLocation_;
     }
     if (_GetSyncraClient() != nullptr)
@@ -215,7 +206,7 @@ CheckResult ProjectConnectionBase::AuthenticateToProject(bool /*forceOnline*/)
 {
     if (result_ != CheckResult::Passed)
         return result_;
-    const OV::UniString& name = description_.GetProjectName();
+    const OV::UniString& name = connection_.projectName;
     const auto projects = Client().GetProjects();
     const auto found = std::find_if(projects.begin(), projects.end(),
                                     [&](const auto& project) { return project.name == name; });

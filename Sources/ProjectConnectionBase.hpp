@@ -2,8 +2,8 @@
 
 #include "CachedProjectInfo.hpp"
 #include "CheckResult.hpp"
-#include "ClientProjectData.hpp"
 #include "OVRoot/Export.hpp"
+#include "ProjectConnectionInfo.hpp"
 #include "SYClientBase/ProjectConnectionManagerInterface.hpp"
 #include "SyncraClient/SyncraClient.hpp"
 
@@ -123,7 +123,7 @@ private:
     bool firstCheck_ = false;
     IO::Location projectLocation_;
     bool isDescribed_ = false;
-    ClientProjectData description_;  ///< what projectLocation_ says
+    Inner::ProjectConnectionInfo connection_;  ///< what projectLocation_ says
     /// What the client that this made was made for; empty when it made none.
     IO::Location clientLocation_;
     Syncra::Protocol::Project project_;

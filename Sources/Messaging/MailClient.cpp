@@ -1,7 +1,8 @@
 #include "Messaging/MailClient.hpp"
 
 #include "Messaging/Detail/MailClientParts.hpp"
-#include "Messaging/Detail/OpenedProject.hpp"
+#include "Messaging/Detail/MailDelivery.hpp"
+#include "Messaging/Detail/MailRequest.hpp"
 #include "OVRoot/Clock.hpp"
 #include "OVRoot/Condition.hpp"
 #include "OVRoot/ExceptionText.hpp"
@@ -23,7 +24,6 @@ enum Alert : int {
 };
 
 constexpr std::uint32_t LogOutMilliseconds = 5000;
-constexpr std::uint32_t KeepAliveMilliseconds = 30'000;
 
 }  // namespace
 
@@ -40,8 +40,9 @@ MailClient::MailClient(SYCB::PKSignalClient& signalClient,
                        const IO::Location& dataFolder, OV::Executor& executor)
     : MailClientActionResultObserverOverExecutor(&executor), signalClient_(signalClient),
       members_(members), project_(std::make_unique<OpenedProject>(manager)), box_(dataFolder),
-      outbox_(dataFolder), worker_(1, 3, KeepAliveMilliseconds),
-      orderedWorker_(1, 1, KeepAliveMilliseconds)
+      delivery_(std::make_unique<MailDelivery>(*project_, signalClient.GetPresenceService(), *this,
+                                               dataFolder)),
+      worker_(1, 2, MailWorkerMilliseconds), orderedWorker_(1, 1, MailWorkerMilliseconds)
 {
     if (m_instance != nullptr)
         throw OV::IllegalArgumentException(
@@ -51,8 +52,8 @@ MailClient::MailClient(SYCB::PKSignalClient& signalClient,
         signalClient_.Attach(*this);
         signalClient_.GetPresenceService().Attach(*this);
         members_.Attach(*this);
-        if (IsOnline() && outbox_.First({}))
-            StartSending();
+        if (IsOnline() && delivery_->GetOutbox().First({}))
+            delivery_->Start();
         RefreshMails(RefreshMailListReason::ClientStarted);
     } catch (...) {
         DetachFromAll();
@@ -64,6 +65,7 @@ MailClient::~MailClient()
 {
     ToDestroy();
     DetachFromAll();
+    delivery_->Cancel();
     worker_.Cancel();
     orderedWorker_.Cancel();
     worker_.AwaitTermination();
@@ -142,84 +144,54 @@ void MailClient::SendMail(const OV::Array<OV::UniString>& recipients, ClientMail
     mail.SetOut(true);
     if (mail.GetSender().empty())
         mail.SetSender(project_->GetLoginName());
-    {
-        const OV::LockGuard guard(sendLock_);
-        senders_.emplace(mail.GetId(), Sender{ActionResultTarget(observer, GetTarget()), mail});
-    }
-    try {
-        outbox_.Add(OV::MakeRef<ClientMail>(mail));
-    } catch (...) {
-        const OV::LockGuard guard(sendLock_);
-        senders_.erase(mail.GetId());
-        throw;
-    }
-    MissWhenTaken({mail.GetId()}, true);
-    StartSending();
-    outbox_.TellObservers();
+    delivery_->Deliver(mail, observer);
 }
 
-/// The mails are in the outbox whatever becomes of this attempt to deliver them.
-void MailClient::StartSending() noexcept
+MailClient::MailList MailClient::GetOutboxMails() const
 {
-    if (loggedOut_ || worker_.IsShutdown() || !ProcessSendTask())
-        return;
-    bool isStarted = false;
-    try {
-        isStarted = worker_.Execute(OV::MakeTask([this] { SendOutbox(); }));
-    } catch (...) {
-        LogFailure(u"Sending the outbox");
-    }
-    if (!isStarted)
-        GiveUpSending();
+    return delivery_->GetOutbox().GetMails();
 }
 
-bool MailClient::IsRefreshing() const noexcept
+bool MailClient::HasUnwrittenOutbox() const
 {
-    return static_cast<bool>(refresh_);
+    return delivery_->GetOutbox().IsFileBehind();
+}
+
+void MailClient::FlushOutbox() noexcept
+{
+    delivery_->Start();
 }
 
 bool MailClient::IsSending() const
 {
-    const OV::LockGuard guard(sendLock_);
-    return isSending_;
-}
-
-/// Whether others who take those mails out of the outbox are told of to their senders.
-void MailClient::MissWhenTaken(const OV::Array<OV::UniString>& ids, bool isMissed)
-{
-    const OV::LockGuard guard(sendLock_);
-    for (const auto& id : ids)
-        if (const auto sender = senders_.find(id); sender != senders_.end())
-            sender->second.isInOutbox = isMissed;
+    return delivery_->IsSending();
 }
 
 void MailClient::DeleteOutboxMails(const OV::Array<OV::UniString>& ids)
 {
-    MissWhenTaken(ids, false);
-    try {
-        outbox_.Remove(ids);
-    } catch (...) {
-        MissWhenTaken(ids, true);
-        throw;
-    }
-    {
-        const OV::LockGuard guard(sendLock_);
-        for (const auto& id : ids)
-            senders_.erase(id);
-    }
-    outbox_.TellObservers();
+    delivery_->Withdraw(ids);
 }
 
 void MailClient::SetOutboxMailsHistorical(const OV::Array<OV::UniString>& ids)
 {
-    outbox_.SetHistorical(ids);
-    outbox_.TellObservers();
+    delivery_->GetOutbox().SetHistorical(ids);
+    delivery_->GetOutbox().TellObservers();
+}
+
+void MailClient::AttachOutbox(OutboxObserver& observer)
+{
+    delivery_->GetOutbox().Attach(observer);
+}
+
+void MailClient::DetachOutbox(OutboxObserver& observer)
+{
+    delivery_->GetOutbox().Detach(observer);
 }
 
 void MailClient::_SendMailCompletedFromExecutor(const ClientMail&, const NameList&, int result)
 {
     if (result == MailResult::Succeeded)
-        outbox_.TellObservers();
+        delivery_->GetOutbox().TellObservers();
 }
 
 // Deleting and marking
@@ -231,10 +203,9 @@ void MailClient::DeleteMail(const OV::UniString& id, MailClientActionResultObser
 
 void MailClient::DeleteMails(const IdList& ids, MailClientActionResultObserver* observer)
 {
-    const ActionResultTarget self(this, GetTarget());
     const ActionResultTarget other(observer, GetTarget());
-    const auto tell = [ids, self, other, underWay = changesUnderWay_](int result) {
-        self.DeleteMailCompleted(ids, result);
+    const auto tell = [this, ids, other, underWay = changesUnderWay_](int result) {
+        DeleteMailCompleted(ids, result);
         other.DeleteMailCompleted(ids, result);
     };
     const bool isTaken = orderedWorker_.Execute(OV::MakeTask([this, ids, tell] {
@@ -357,6 +328,7 @@ bool MailClient::SynchronizeLogOut()
         std::atomic<bool> succeeded = false;
     };
     loggedOut_ = true;
+    delivery_->Close();
     MailList modified;
     FlagTable read;
     FlagTable historical;
@@ -415,7 +387,7 @@ void MailClient::_ServiceStateChanged(SYCB::PresenceService&, SYCB::PresenceStat
 {
     if (state != SYCB::PresenceState::Online)
         return;
-    StartSending();
+    delivery_->Start();
     // The first connection brings no signals of what happened before it.
     GetTarget().Post([this] {
         if (isRefreshMissing_)
@@ -452,6 +424,11 @@ bool MailClient::IsOfFormerMember(const ClientMail& mail) const
 }
 
 // Refreshing
+
+bool MailClient::IsRefreshing() const noexcept
+{
+    return static_cast<bool>(refresh_);
+}
 
 void MailClient::RefreshMails(RefreshMailListReason::Value reason)
 {

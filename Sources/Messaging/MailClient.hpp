@@ -3,7 +3,7 @@
 #include "Messaging/MailBox.hpp"
 #include "Messaging/MailClientActionResultObserver.hpp"
 #include "Messaging/MailClientObserver.hpp"
-#include "Messaging/Outbox.hpp"
+#include "Messaging/OutboxObserver.hpp"
 #include "Messaging/ProjectMembers.hpp"
 #include "Messaging/RequestUnderWay.hpp"
 #include "OVRoot/Export.hpp"
@@ -13,10 +13,9 @@
 #include "SYClientBase/PKSignalClient.hpp"
 #include "SYClientBase/ProjectConnectionManagerInterface.hpp"
 
-#include <atomic>
-
 namespace SYC {
 
+class MailDelivery;
 class OpenedProject;
 
 /// The user's mail box in the opened project: fetches mails when the server signals, delivers the
@@ -50,7 +49,7 @@ public:
     [[nodiscard]] const MailList& GetMails() const noexcept { return box_.GetMails(); }
     /// False when there is none with that id; `mail` then stays.
     [[nodiscard]] bool GetMail(const OV::UniString& id, OV::Ref<ClientMail>& mail) const;
-    [[nodiscard]] MailList GetOutboxMails() const { return outbox_.GetMails(); }
+    [[nodiscard]] MailList GetOutboxMails() const;
     [[nodiscard]] ProjectMembers& GetProjectMembers() const noexcept { return members_; }
     [[nodiscard]] bool IsOnline() const;
     [[nodiscard]] bool IsLogOut() const noexcept { return loggedOut_; }
@@ -86,13 +85,13 @@ public:
 
     /// Begins to deliver what the outbox holds, unless the client does so already. Online it does
     /// by itself.
-    void FlushOutbox() noexcept { StartSending(); }
+    void FlushOutbox() noexcept;
     /// Whether mails are being delivered. What the outbox then still holds waits for something: the
     /// server, a recipient, or a process that knows its actions.
     [[nodiscard]] bool IsSending() const;
     /// Whether "Outbox.dat" still holds mails that were delivered, because the disk did not take
     /// it. They leave it with the next write; the server recognises what is sent again.
-    [[nodiscard]] bool HasUnwrittenOutbox() const { return outbox_.IsFileBehind(); }
+    [[nodiscard]] bool HasUnwrittenOutbox() const;
     /// Throw IO::IOException; then nothing changed. A mail that is being sent may still arrive.
     void DeleteOutboxMails(const OV::Array<OV::UniString>& ids);
     void SetOutboxMailsHistorical(const OV::Array<OV::UniString>& ids);
@@ -122,8 +121,8 @@ public:
 
     void Attach(MailClientObserver& observer) { observers_.Attach(observer); }
     void Detach(MailClientObserver& observer) { observers_.Detach(observer); }
-    void AttachOutbox(OutboxObserver& observer) { outbox_.Attach(observer); }
-    void DetachOutbox(OutboxObserver& observer) { outbox_.Detach(observer); }
+    void AttachOutbox(OutboxObserver& observer);
+    void DetachOutbox(OutboxObserver& observer);
 
 private:
     using FlagTable = OV::HashTable<OV::UniString, bool>;
@@ -158,27 +157,16 @@ private:
     [[nodiscard]] bool ApplyFlags(const FlagTable& flags, const Mark& mark);
     void SetMails(const IdList& ids, bool flag, const Mark& mark);
     void MarkLocally(ClientMail& mail, const Mark& mark);
-    void MissWhenTaken(const OV::Array<OV::UniString>& ids, bool isMissed);
     [[nodiscard]] bool IsOfFormerMember(const ClientMail& mail) const;
-    void StartSending() noexcept;
 
-    // On worker threads.
+    /// On a worker thread.
     [[nodiscard]] Refreshed FetchMails(std::int32_t sinceTime, FlagChanges known);
-    void SendOutbox();
-    void SendOnce(OV::HashSet<OV::UniString>& passed);
-    void SendWhileOnline(OV::HashSet<OV::UniString>& passed);
-    [[nodiscard]] int SendOne(Syncra::Client::SyncraClient& client, ClientMail& mail);
-    void ReportSent(const ClientMail& mail, int result);
-    void ReportTaken();
-    [[nodiscard]] bool ProcessSendTask();
-    [[nodiscard]] bool SendTaskFinished();
-    void GiveUpSending();
 
     SYCB::PKSignalClient& signalClient_;
     ProjectMembers& members_;
     const std::unique_ptr<OpenedProject> project_;
     MailBox box_;
-    Outbox outbox_;
+    const std::unique_ptr<MailDelivery> delivery_;
     OV::EventSource<MailClientObserver> observers_;
     FlagChanges flagChanges_;
     RequestUnderWay refresh_;
@@ -189,25 +177,12 @@ private:
     SYCB::Backoff retryPauses_;
     /// Tells a refresh that began before Clear from one after it.
     std::uint64_t generation_ = 0;
-    std::atomic<bool> loggedOut_ = false;
-
-    /// Who sent a mail of the outbox from here.
-    struct Sender {
-        ActionResultTarget target;
-        ClientMail mail;
-        /// Nobody misses a mail that is still on its way into the outbox, or on its way out.
-        bool isInOutbox = false;
-    };
-    mutable OV::Lock sendLock_;
-    bool isSending_ OV_GUARDED_BY(sendLock_) = false;
-    /// Something happened since the send task looked last.
-    bool isSendWanted_ OV_GUARDED_BY(sendLock_) = false;
-    OV::HashTable<OV::UniString, Sender> senders_ OV_GUARDED_BY(sendLock_);
+    bool loggedOut_ = false;
 
     /// Each deletion and mark holds it until its end is posted.
     std::shared_ptr<const int> changesUnderWay_ = std::make_shared<const int>();
 
-    /// Fetching, sending, and the pause before fetching is tried again.
+    /// Fetching, and the pause before fetching is tried again.
     OV::PooledExecutor worker_;
     /// Marks and deletions, in the order given.
     OV::PooledExecutor orderedWorker_;

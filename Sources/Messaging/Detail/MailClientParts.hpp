@@ -37,25 +37,4 @@ struct MailClient::Refreshed {
     FlagChanges changes;
 };
 
-/// For the inside of a catch clause.
-void LogFailure(OV::UniStringView what) noexcept;
-
-/// Runs a request and gives its MailResult, whatever it throws; a failure is logged as one of
-/// `what`.
-template <class Request>
-[[nodiscard]] int ResultOf(OV::UniStringView what, const Request& request)
-{
-    int result = MailResult::NotReached;
-    try {
-        request();
-        return MailResult::Succeeded;
-    } catch (const Communication::ResponseContentException& refusal) {
-        result = refusal.GetErrorCode();
-        LogFailure(what);
-    } catch (...) {
-        LogFailure(what);
-    }
-    return result;
-}
-
 }  // namespace SYC

@@ -1,0 +1,81 @@
+#pragma once
+
+#include "Messaging/Detail/ActionResultTarget.hpp"
+#include "Messaging/Detail/OpenedProject.hpp"
+#include "Messaging/Outbox.hpp"
+#include "OVRoot/PooledExecutor.hpp"
+#include "SYClientBase/PresenceService.hpp"
+
+namespace SYC {
+
+/// Delivers the mails of the outbox while the project is online: one after the other, in one send
+/// task at a time, on a thread of its own. Knows who waits for which mail. Safe on any thread but
+/// where a method tells otherwise.
+class MailDelivery {
+public:
+    /// Reads "Outbox.dat" in `folder`; throws IO::IOException. What is given outlives it. `client`
+    /// hears of every attempt, before the one who waits for the mail does.
+    MailDelivery(OpenedProject& project, const SYCB::PresenceService& presence,
+                 MailClientActionResultObserverOverExecutor& client, const IO::Location& folder);
+    MailDelivery(const MailDelivery&) = delete;
+    MailDelivery& operator=(const MailDelivery&) = delete;
+
+    /// The mails that wait.
+    [[nodiscard]] Outbox& GetOutbox() noexcept { return outbox_; }
+
+    /// Puts the mail, complete but for its sending, into the outbox and begins to deliver. `mail`
+    /// is safe on the disk when this returns; IO::IOException otherwise, and it is not in the
+    /// outbox. `observer` may be null; it is told of each attempt, and when another process took
+    /// the mail. On the client's own thread.
+    void Deliver(const ClientMail& mail, MailClientActionResultObserver* observer);
+    /// Takes mails out of the outbox; nobody is told of them any more. Throws IO::IOException; then
+    /// nothing changed. On the client's own thread.
+    void Withdraw(const OV::Array<OV::UniString>& ids);
+
+    /// Begins to deliver what the outbox holds, unless that is under way.
+    void Start() noexcept;
+    [[nodiscard]] bool IsSending() const;
+    /// From now on nothing begins any more; what is under way goes on.
+    void Close();
+    /// Interrupts what is under way. The destructor waits for its end.
+    void Cancel() { worker_.Cancel(); }
+
+private:
+    /// Who sent a mail of the outbox from here.
+    struct Sender {
+        ActionResultTarget target;
+        ClientMail mail;
+        /// Nobody misses a mail that is still on its way into the outbox, or on its way out.
+        bool isInOutbox = false;
+    };
+
+    void MissWhenTaken(const OV::Array<OV::UniString>& ids, bool isMissed);
+    void ForgetSenders(const OV::Array<OV::UniString>& ids);
+    [[nodiscard]] bool ProcessSendTask();
+    void GiveUpSending();
+
+    // On the worker's thread.
+    void SendOutbox();
+    void SendOnce(OV::HashSet<OV::UniString>& passed);
+    void SendWhileOnline(OV::HashSet<OV::UniString>& passed);
+    [[nodiscard]] int SendOne(Syncra::Client::SyncraClient& client, ClientMail& mail);
+    void ReportSent(const ClientMail& mail, int result);
+    void ReportTaken();
+    [[nodiscard]] bool SendTaskFinished();
+
+    OpenedProject& project_;
+    const SYCB::PresenceService& presence_;
+    MailClientActionResultObserverOverExecutor& client_;
+    Outbox outbox_;
+
+    mutable OV::Lock lock_;
+    bool isSending_ OV_GUARDED_BY(lock_) = false;
+    /// Something happened since the send task looked last.
+    bool isSendWanted_ OV_GUARDED_BY(lock_) = false;
+    bool isClosed_ OV_GUARDED_BY(lock_) = false;
+    OV::HashTable<OV::UniString, Sender> senders_ OV_GUARDED_BY(lock_);
+
+    OV::PooledExecutor worker_;
+};
+
+}  // namespace SYC
