@@ -3,7 +3,6 @@
 #include "OVRoot/Ascii.hpp"
 #include "SYClientBase/ServicePortCache.hpp"
 #include "SYClientBase/SyncraClientFactory.hpp"
-#include "SyncraProtocol/ErrorCode.hpp"
 
 #include <CLI/CLI.hpp>
 
@@ -103,19 +102,6 @@ void Run(Context& context, const ServerArguments& server,
 
 }  // namespace
 
-ExitCode ExitCodeOfRefusal(std::int32_t code)
-{
-    using Syncra::Protocol::ErrorCode;
-    switch (static_cast<ErrorCode>(code)) {
-    case ErrorCode::BadCredentials:
-    case ErrorCode::AccessDenied:
-    case ErrorCode::UserDisabled:
-        return ExitCode::AccessDenied;
-    default:
-        return ExitCode::Failure;
-    }
-}
-
 const NameTable::Names& NameTable::Known()
 {
     if (!isFetched_)
@@ -140,22 +126,6 @@ OV::UniString NameTable::IdOf(const std::string& name)
         throw AdminFailure(ExitCode::NotFound, u"There is no " + kind_ + u" \"" + wanted +
                                                    u"\" on the server, or you may not see it.");
     return found->first;
-}
-
-void ServerArguments::AddOptions(CLI::App& command)
-{
-    command.add_option("-s,--server", server, "Server: host name or address; https://HOST for TLS")
-        ->required()
-        ->option_text("HOST");
-    command.add_option("-p,--port", port, "Model port of the server")->required()->option_text("N");
-    command.add_option("-u,--user", user, "Your login name")->required()->option_text("NAME");
-    password.AddOptions(command);
-}
-
-std::string ServerArguments::Describe() const
-{
-    return ForDisplay(OV::FromUtf8(user)) + " on " + ForDisplay(OV::FromUtf8(server)) + ":" +
-           std::to_string(port);
 }
 
 AdminSession::AdminSession(Context& context, const ServerArguments& server)

@@ -3,7 +3,7 @@
 #include "Commands.hpp"
 #include "ManagementTool/ServerConnectionManager.hpp"
 #include "OVRoot/Secret.hpp"
-#include "PasswordSource.hpp"
+#include "ServerArguments.hpp"
 #include "TerminalWait.hpp"
 
 #include <functional>
@@ -45,18 +45,6 @@ private:
     std::function<Names()> fetch_;
     bool isFetched_ = false;
     Names names_;
-};
-
-/// The server that an admin command works on, and as whom.
-struct ServerArguments {
-    std::string server;
-    std::uint16_t port = 0;
-    std::string user;
-    PasswordSource password;
-
-    void AddOptions(CLI::App& command);
-    /// "user on server:port" for prompts.
-    [[nodiscard]] std::string Describe() const;
 };
 
 /// The management service of a server for one command. A repository is connected when it is first
@@ -111,6 +99,3 @@ private:
 /// Adds a command that runs `action` in a session with the server of its options.
 CLI::App* AddAdminAction(CLI::App& parent, Context& context, const std::string& name,
                          const std::string& description, std::function<void(AdminSession&)> action);
-
-/// The exit code of a server's refusal.
-[[nodiscard]] ExitCode ExitCodeOfRefusal(std::int32_t code);

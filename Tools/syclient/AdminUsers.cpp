@@ -33,7 +33,7 @@ AdminField<User> Colour()
     return {"colour",
             "colour",
             "#RRGGBB",
-            "The colour of his work",
+            "The colour of the work of this user",
             [](const User& user, AdminSession&) { return Json(ColourText(user.color)); },
             [](User& user, const Values& values, AdminSession&) {
                 user.color = ParseColour(values.back());
@@ -78,9 +78,9 @@ UserFamily<User> Users()
             &Manager::InsertUser,
             &Manager::UpdateUser,
             &Manager::DeleteUser,
-            {Text<User>("fullName", "full-name", "His full name", &User::fullName),
-             Text<User>("email", "email", "His e-mail address; empty for none", &User::email),
-             YesNo<User>("enabled", "Whether he may sign in", &User::enabled), Colour(),
+            {Text<User>("fullName", "full-name", "Full name", &User::fullName),
+             Text<User>("email", "email", "E-mail address; empty for none", &User::email),
+             YesNo<User>("enabled", "Whether signing in is allowed", &User::enabled), Colour(),
              Properties(), ShownNames("groups", &User::groups, &AdminSession::groups)}};
 }
 
@@ -267,9 +267,10 @@ void SetPassword(AdminSession& session, const PasswordArguments& arguments)
 void AddPassword(CLI::App& users, Context& context)
 {
     const auto arguments = std::make_shared<PasswordArguments>();
-    auto* command = AddAdminAction(
-        users, context, "password", "Give a user a new password; signs him out everywhere",
-        [arguments](AdminSession& session) { SetPassword(session, *arguments); });
+    auto* command =
+        AddAdminAction(users, context, "password",
+                       "Give a user a new password, which ends every sign-in with the old one",
+                       [arguments](AdminSession& session) { SetPassword(session, *arguments); });
     AddText(*command, "name", "NAME", "The login name of the user", arguments->user);
     arguments->source.AddOptions(*command, "new-");
 }
@@ -313,7 +314,7 @@ void AddPhoto(CLI::App& users, Context& context)
     auto* what = command->add_option_group("what")->require_option(1);
     what->add_option("--set", arguments->file, "A PNG or JPEG picture, at most 4 MiB")
         ->option_text("FILE");
-    what->add_flag("--clear", arguments->isCleared, "He has no photo then");
+    what->add_flag("--clear", arguments->isCleared, "Leave the user without a photo");
 }
 
 /// "groups join" and "groups leave".

@@ -69,8 +69,8 @@ void RunAuthenticate(const ProjectArguments& arguments, bool silent, Context& co
 {
     auto info = arguments.Describe();
     const std::string login = DescribeLogin(info);
-    if (arguments.password.IsGiven())
-        info.password = arguments.password.Read(login);
+    if (arguments.server.password.IsGiven())
+        info.password = arguments.server.password.Read(login);
     SYC::ClientProjectConnectionManager manager(SYC::ToSyncraLocation(info), context.DataFolder(),
                                                 {});
     if (!manager.FindCache()) {

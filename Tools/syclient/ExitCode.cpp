@@ -1,6 +1,7 @@
 #include "ExitCode.hpp"
 
 #include "SYCommunication/CommunicationException.hpp"
+#include "SyncraProtocol/ErrorCode.hpp"
 
 ExitCode ExitCodeOf(const std::exception_ptr& failure)
 {
@@ -13,4 +14,17 @@ ExitCode ExitCodeOf(const std::exception_ptr& failure)
     } catch (...) {
     }
     return ExitCode::Failure;
+}
+
+ExitCode ExitCodeOfRefusal(std::int32_t code)
+{
+    using Syncra::Protocol::ErrorCode;
+    switch (static_cast<ErrorCode>(code)) {
+    case ErrorCode::BadCredentials:
+    case ErrorCode::AccessDenied:
+    case ErrorCode::UserDisabled:
+        return ExitCode::AccessDenied;
+    default:
+        return ExitCode::Failure;
+    }
 }

@@ -2,6 +2,7 @@
 
 #include "CheckResult.hpp"
 
+#include <cstdint>
 #include <exception>
 
 /// What a script learns from the end of syclient; listed in --help and Docs/Commands.md.
@@ -21,6 +22,9 @@ enum class ExitCode : int {
 
 /// Offline when a server could not be worked with; a failure that happened on this machine is 1.
 [[nodiscard]] ExitCode ExitCodeOf(const std::exception_ptr& failure);
+
+/// The exit code of a server's refusal, told by its code.
+[[nodiscard]] ExitCode ExitCodeOfRefusal(std::int32_t code);
 
 /// Each result of a check has an exit code of its own: ten above its number, 0 for a check that
 /// passed.

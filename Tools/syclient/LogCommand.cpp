@@ -1,4 +1,5 @@
-#include "AdminSession.hpp"
+#include "Commands.hpp"
+
 #include "EventLogUpdater.hpp"
 #include "IO/IOException.hpp"
 #include "InterruptNote.hpp"
@@ -6,6 +7,7 @@
 #include "LogSelection.hpp"
 #include "OVRoot/System.hpp"
 #include "OVRoot/Terminal.hpp"
+#include "ServerArguments.hpp"
 
 #include <CLI/CLI.hpp>
 
@@ -283,7 +285,7 @@ void Stats(const LogSelection& selection, Context& context)
 }
 
 struct ChartArguments {
-    LogSelection selection;
+    AddressArguments address;
     std::string kind;
     std::string file;
     std::string size = "900x540";
@@ -295,7 +297,7 @@ void Chart(const ChartArguments& arguments, Context& context)
     const std::string program = OV::System::ProgramFolder() + "syclient-desktop";
     const auto exitCode =
         OV::System::RunProgram(program, {"-platform", "offscreen", "--chart", arguments.kind,
-                                         "--log-cache", OV::ToUtf8(arguments.selection.CacheName()),
+                                         "--log-cache", OV::ToUtf8(LogCacheName(arguments.address)),
                                          "--size", arguments.size, "--out", arguments.file});
     if (exitCode && *exitCode == 0) {
         if (context.output.json)
@@ -344,7 +346,7 @@ void AddLogCommand(CLI::App& app, Context& context)
 
     auto* chart = log->add_subcommand("chart", "Draw the statistics into a PNG file");
     const auto drawn = std::make_shared<ChartArguments>();
-    drawn->selection.AddServerOptions(*chart);
+    drawn->address.AddOptions(*chart);
     chart
         ->add_option("kind", drawn->kind,
                      "cpu, memory, actions, transferred, longest, gauges, activity, by-action, "

@@ -38,21 +38,21 @@ std::optional<OV::UniString> FindProject(const Lines& lines, const std::string& 
 
 }  // namespace
 
-void LogSelection::AddServerOptions(CLI::App& command)
+OV::UniString LogCacheName(const AddressArguments& address)
 {
-    command.add_option("-s,--server", server, "Server: host name or address")
-        ->required()
-        ->option_text("HOST");
-    command.add_option("-p,--port", port, "Model port of the server")->required()->option_text("N");
+    LogSource source;
+    source.host = OV::FromUtf8(address.server);
+    source.port = address.port;
+    return source.GetCacheName();
 }
 
 void LogSelection::AddOptions(CLI::App& command)
 {
-    AddServerOptions(command);
+    address.AddOptions(command);
     command.add_option("-n,--project", project, "Only this project")->option_text("NAME");
     command.add_option("--from", from, "Only from this day on")->option_text("YYYY-MM-DD");
     command.add_option("--to", to, "Only up to this day")->option_text("YYYY-MM-DD");
-    command.add_option("--by", user, "Only what this user did; his full name")->option_text("NAME");
+    command.add_option("--by", user, "Only what this user did; the full name")->option_text("NAME");
     command
         .add_option("--action", action, "Only this action, as lists show it (\"Send\", \"Join\")")
         ->option_text("TEXT");
@@ -71,14 +71,6 @@ void LogSelection::AddOptions(CLI::App& command)
     command.add_flag("--descending", isDescending, "The last first");
 }
 
-OV::UniString LogSelection::CacheName() const
-{
-    LogSource source;
-    source.host = OV::FromUtf8(server);
-    source.port = port;
-    return source.GetCacheName();
-}
-
 std::shared_ptr<const SYC::LogTable> LogSelection::Read(Context& context,
                                                         PerformanceData* load) const
 {
@@ -92,7 +84,7 @@ std::shared_ptr<const SYC::LogTable> LogSelection::Read(Context& context,
     if (!action.empty())
         filter.operationText = OV::FromUtf8(action);
     filter.smallestSize = smallestSize;
-    SYC::BinCacheHandler cache(CacheName());
+    SYC::BinCacheHandler cache(LogCacheName(address));
     cache.GetCacheData();
     if (load != nullptr)
         cache.GetPerformanceData(*load);

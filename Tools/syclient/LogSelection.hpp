@@ -3,13 +3,16 @@
 #include "Commands.hpp"
 #include "Log/LogTable.hpp"
 #include "PerformanceData.hpp"
+#include "ServerArguments.hpp"
 
 #include <optional>
 
+/// The name under which the logs of a server are cached.
+[[nodiscard]] OV::UniString LogCacheName(const AddressArguments& address);
+
 /// Which lines of which server's cached log a command is about.
 struct LogSelection {
-    std::string server;
-    std::uint16_t port = 0;
+    AddressArguments address;
     std::string project;
     std::string from;
     std::string to;
@@ -19,13 +22,10 @@ struct LogSelection {
     int sortColumn = SYC::LogTable::Timestamp;
     bool isDescending = false;
 
-    void AddServerOptions(CLI::App& command);
     void AddOptions(CLI::App& command);
     /// Nothing, with a message and an exit code, when there is no such cache or project. `load`
     /// gets the statistics that are cached beside the lines. Throws OV::IllegalArgumentException
     /// for a day that is none.
     [[nodiscard]] std::shared_ptr<const SYC::LogTable> Read(Context& context,
                                                             PerformanceData* load = nullptr) const;
-    /// The name under which the server's logs are cached.
-    [[nodiscard]] OV::UniString CacheName() const;
 };

@@ -10,13 +10,9 @@ void ProjectArguments::AddOptions(CLI::App& command)
 {
     command.add_option("url", url, "Project URL: syncra://USER@SERVER:PORT/PROJECT")
         ->option_text("URL");
-    command.add_option("-s,--server", server, "Server: host name or address; https://HOST for TLS")
-        ->option_text("HOST");
-    command.add_option("-p,--port", port, "Model port of the server")->option_text("N");
     command.add_option("-n,--project", project, "Name of the project, exactly")
         ->option_text("NAME");
-    command.add_option("-u,--user", user, "Login name")->option_text("NAME");
-    password.AddOptions(command);
+    server.AddOptions(command, false);
 }
 
 SYC::Inner::ProjectConnectionInfo ProjectArguments::Describe() const
@@ -30,14 +26,14 @@ SYC::Inner::ProjectConnectionInfo ProjectArguments::Describe() const
                 u"\" is no project URL. One looks like syncra://user@server:port/project.");
         info = SYC::ToConnectionInfo(location);
     }
-    if (!server.empty())
-        info.serverName = OV::FromUtf8(server);
-    if (port != 0)
-        info.port = port;
+    if (!server.server.empty())
+        info.serverName = OV::FromUtf8(server.server);
+    if (server.port != 0)
+        info.port = server.port;
     if (!project.empty())
         info.projectName = OV::FromUtf8(project);
-    if (!user.empty())
-        info.userName = OV::FromUtf8(user);
+    if (!server.user.empty())
+        info.userName = OV::FromUtf8(server.user);
     if (info.serverName.empty() || info.port == 0 || info.projectName.empty() ||
         info.userName.empty())
         throw OV::IllegalArgumentException(OV::StringView(
@@ -48,8 +44,8 @@ SYC::Inner::ProjectConnectionInfo ProjectArguments::Describe() const
 SYC::Inner::ProjectConnectionInfo ProjectArguments::Read() const
 {
     auto info = Describe();
-    if (info.password.empty() || password.IsGiven())
-        info.password = password.Read(DescribeLogin(info));
+    if (info.password.empty() || server.password.IsGiven())
+        info.password = server.password.Read(DescribeLogin(info));
     return info;
 }
 

@@ -1,23 +1,16 @@
 #pragma once
 
 #include "IO/Location.hpp"
-#include "PasswordSource.hpp"
 #include "ProjectConnectionInfo.hpp"
+#include "ServerArguments.hpp"
 
 #include <string>
-
-namespace CLI {
-class App;
-}
 
 /// How a command is told which project, as which user: by a project URL, or by its parts.
 struct ProjectArguments {
     std::string url;
-    std::string server;
-    std::uint16_t port = 0;
     std::string project;
-    std::string user;
-    PasswordSource password;
+    ServerArguments server;
 
     void AddOptions(CLI::App& command);
     /// Everything but the password. Throws OV::IllegalArgumentException when something is missing.

@@ -1,8 +1,11 @@
-#include "AdminSession.hpp"
+#include "Commands.hpp"
 
+#include "ManagementTool/ServerConnectionManager.hpp"
 #include "ManagementTool/SyncraInfo.hpp"
 #include "OVRoot/Exception.hpp"
 #include "SYClientBase/ConnectionValidator.hpp"
+#include "ServerArguments.hpp"
+#include "TerminalWait.hpp"
 #include "UserInterface/SetServerConnectionTask.hpp"
 
 #include <CLI/CLI.hpp>
@@ -12,6 +15,7 @@
 
 namespace {
 
+namespace ManagementCore = Syncra::Server::ManagementTool::Core;
 using Syncra::Server::ManagementTool::GUI::SetServerConnectionTask;
 using Syncra::Server::ManagementTool::GUI::SyncraInfo;
 

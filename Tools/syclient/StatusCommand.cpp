@@ -7,7 +7,6 @@
 #include "RegisteredProjects.hpp"
 #include "SYClientBase/SyncraClientFactory.hpp"
 #include "SYCommunication/CommunicationException.hpp"
-#include "SyncraProtocol/ErrorCode.hpp"
 #include "SyncraURL.hpp"
 
 #include <CLI/CLI.hpp>
@@ -51,15 +50,6 @@ void AskAboutProject(Syncra::Client::SyncraClient& client, const OV::UniString& 
     view.session = sessions.front();
     view.computer = client.GetSessionAttribute(
         view.session->id, Syncra::Protocol::SessionAttributeNames::ComputerName);
-}
-
-ExitCode ExitCodeOfRefusal(std::int32_t code)
-{
-    using Syncra::Protocol::ErrorCode;
-    const auto error = static_cast<ErrorCode>(code);
-    const bool denied = error == ErrorCode::BadCredentials || error == ErrorCode::AccessDenied ||
-                        error == ErrorCode::UserDisabled;
-    return denied ? ExitCode::AccessDenied : ExitCode::Failure;
 }
 
 ServerView AskServer(const SYC::Inner::ProjectConnectionInfo& info, Context& context)
