@@ -126,6 +126,18 @@ void MailService::AddRoutes(Router& router)
         RequireFew(ids.size());
         mails_.Delete(box, ToUtf8(ids));
     });
+    router.AddAsync(
+        "POST", MailsPath + "/deleted",
+        [this](Call& call) {
+            const auto box = BoxOf(call);
+            const auto ids = call.Read<MailIds>().value;
+            RequireFew(ids.size());
+            call.findings = mails_.Deleted(box, ids);
+        },
+        [](const Call& call, const Reply& reply) {
+            reply(JsonResponse(
+                Syncra::Protocol::Single<"ids", std::vector<std::string>>{call.findings}));
+        });
 }
 
 void MailService::AddFlagRoutes(Router& router, const std::string& name, MailFlag flag)

@@ -252,6 +252,20 @@ void MailStore::Delete(const MailBox& box, const std::vector<std::string>& ids)
     transaction.Commit();
 }
 
+std::vector<std::string> MailStore::Deleted(const MailBox& box, const OV::Array<OV::UniString>& ids)
+{
+    auto query = database_.Prepare(
+        "SELECT mail_id FROM mail_keys WHERE project_id = ?1 "
+        "AND mail_id IN (SELECT value FROM json_each(?3)) AND NOT EXISTS "
+        "(SELECT 1 FROM mail_entries JOIN mails ON number = mail WHERE id = mail_id "
+        "AND user_id = ?2)");
+    query.Bind(1, box.projectId).Bind(2, box.userId).Bind(3, Syncra::Protocol::WriteJson(ids));
+    std::vector<std::string> deleted;
+    while (query.Step())
+        deleted.push_back(query.Text(0));
+    return deleted;
+}
+
 std::int64_t MailStore::LastChange(const std::string& projectId)
 {
     auto query = database_.Prepare("SELECT last_mail_change FROM projects WHERE id = ?1");

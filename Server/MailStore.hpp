@@ -65,6 +65,10 @@ public:
     /// Together or not at all; passes over mails that the box does not hold.
     void SetFlags(const MailBox& box, MailFlag flag, const FlagEntries& entries);
     void Delete(const MailBox& box, const std::vector<std::string>& ids);
+    /// Of these ids those that were delivered in the project once and are not in the box: what a
+    /// client may drop. Looks at all keys of the project.
+    [[nodiscard]] std::vector<std::string> Deleted(const MailBox& box,
+                                                   const OV::Array<OV::UniString>& ids);
 
 private:
     /// What a change of a project's mail gets: a time that is never before the last one's, and the

@@ -157,6 +157,20 @@ public:
                            Protocol::MailIds{{part.begin(), part.end()}});
         });
     }
+    OV::Array<OV::UniString> GetDeletedMails(const OV::UniString& projectId,
+                                             const OV::Array<OV::UniString>& ids) override
+    {
+        OV::Array<OV::UniString> deleted;
+        SendInParts<OV::UniString>(ids, [&](std::vector<OV::UniString> part) {
+            auto found =
+                requests_
+                    .Post<Protocol::MailIds>(MakePath("/projects/{}/mails/deleted", {projectId}),
+                                             Protocol::MailIds{{part.begin(), part.end()}})
+                    .value;
+            std::move(found.begin(), found.end(), std::back_inserter(deleted));
+        });
+        return deleted;
+    }
 
     FlagTable GetMailStatus(const OV::UniString& projectId, std::uint64_t& after) override
     {

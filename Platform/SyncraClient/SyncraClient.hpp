@@ -69,6 +69,10 @@ public:
     /// Deletes the user's own entries; unknown ids count as deleted.
     virtual void DeleteMails(const OV::UniString& projectId,
                              const OV::Array<OV::UniString>& ids) = 0;
+    /// Of these ids those that the server once had and of which the user has no entry any more. One
+    /// that it never had, or knows nothing of since it was restored from a copy, is not among them.
+    [[nodiscard]] virtual OV::Array<OV::UniString>
+    GetDeletedMails(const OV::UniString& projectId, const OV::Array<OV::UniString>& ids) = 0;
 
     /// Flags by mail id.
     using FlagTable = OV::HashTable<OV::UniString, bool>;

@@ -104,22 +104,6 @@ bool MailBox::WasHereAt(const ClientMail& mail, Clock::time_point time) const
 void MailBox::BeginRefresh()
 {
     index_->deletedByOthers.clear();
-    refreshBegan_ = Clock::now();
-}
-
-bool MailBox::RemoveAllBut(const OV::HashTable<OV::UniString, bool>& onServer)
-{
-    OV::PagedArray<OV::UniString> gone;
-    for (const auto& mail : mails_)
-        if (!mail->GetId().empty() && !onServer.contains(mail->GetId()) &&
-            WasHereAt(*mail, refreshBegan_))
-            gone.push_back(mail->GetId());
-    if (!gone.empty())
-        OV::Logger::Info("SYClient",
-                         u"SYC::MailClient: % mails leave the list, for the server has "
-                         u"them no more",
-                         {gone.size()});
-    return Remove(gone);
 }
 
 bool MailBox::Add(const OV::Ref<ClientMail>& mail)
@@ -279,8 +263,7 @@ void MailBox::Guarded(Work work) noexcept
     } catch (...) {
         OV::LogCurrentException("SYClient",
                                 u"% cannot be kept in their file. The next refresh after a start "
-                                u"fetches what it lacks and takes out what the server has no "
-                                u"more. %",
+                                u"fetches what it lacks and takes out what was deleted. %",
                                 u"The mails");
     }
 }

@@ -34,10 +34,6 @@ public:
     /// For the beginning of a refresh: Add then refuses what another process deletes until the next
     /// one.
     void BeginRefresh();
-    /// For the end of one that knows all that the server has: takes out what was here when it began
-    /// and is not among them, as what another computer deleted, or what was deleted here while the
-    /// file could not be written. Whether there was any.
-    bool RemoveAllBut(const OV::HashTable<OV::UniString, bool>& onServer);
     /// False when a mail with that id is there already or was deleted here.
     bool Add(const OV::Ref<ClientMail>& mail);
     /// For mails that are deleted on the server; they do not come back. Whether any of them was
@@ -90,7 +86,6 @@ private:
     bool hasNews_ = false;
     bool isChanged_ = false;
     int unsavedMarks_ = 0;
-    Clock::time_point refreshBegan_;
     Clock::time_point lastWrite_;
     Clock::duration lastWriteCost_{};
 };

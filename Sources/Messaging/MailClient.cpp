@@ -451,10 +451,14 @@ void MailClient::RefreshMails(RefreshMailListReason::Value reason)
             RefreshFailed(problem, isUserRefused);
         });
     };
+    IdList kept;
+    if (flagChanges_.read == 0)
+        for (const auto& mail : box_.GetMails())
+            kept.push_back(mail->GetId());
     const auto fetch = [this, reason, sinceTime = box_.LastRepositoryTime(), known = flagChanges_,
-                        generation = generation_, target = GetTarget(), token, fail] {
+                        kept, generation = generation_, target = GetTarget(), token, fail] {
         try {
-            const auto refreshed = std::make_shared<Refreshed>(FetchMails(sinceTime, known));
+            const auto refreshed = std::make_shared<Refreshed>(FetchMails(sinceTime, known, kept));
             refreshed->generation = generation;
             target.Post([this, refreshed, reason, token] {
                 const RefreshEnd end(*this, token);
@@ -496,9 +500,7 @@ void MailClient::ApplyRefresh(Refreshed& refreshed, RefreshMailListReason::Value
             newMails->push_back(mail);
     const bool isReadChanged = ApplyFlags(refreshed.read, Mark::Read);
     const bool isMarkChanged = ApplyFlags(refreshed.historical, Mark::Historical) || isReadChanged;
-    // Behind change 0 come the flags of every mail that the server has.
-    const bool isWhole = flagChanges_.read == 0;
-    const bool isOldChanged = (isWhole && box_.RemoveAllBut(refreshed.read)) || isMarkChanged;
+    const bool isOldChanged = box_.Remove(refreshed.deleted) || isMarkChanged;
     flagChanges_ = refreshed.changes;
     if (!newMails->empty() || isOldChanged)
         box_.WriteSoon();

@@ -114,7 +114,8 @@ public:
     /// for a better moment, or what the disk did not take, which the log told.
     [[nodiscard]] bool HasUnwrittenMails() const noexcept { return box_.IsFileBehind(); }
 
-    /// Fetches what is new. The first one after a start also takes out what the server has no more.
+    /// Fetches what is new. The first one after a start also takes out what was deleted meanwhile:
+    /// on another computer, or here while the file could not be written.
     void RefreshMails(RefreshMailListReason::Value reason);
     /// Whether one is under way, of which the observers will hear.
     [[nodiscard]] bool IsRefreshing() const noexcept;
@@ -160,7 +161,8 @@ private:
     [[nodiscard]] bool IsOfFormerMember(const ClientMail& mail) const;
 
     /// On a worker thread.
-    [[nodiscard]] Refreshed FetchMails(std::int32_t sinceTime, FlagChanges known);
+    [[nodiscard]] Refreshed FetchMails(std::int32_t sinceTime, FlagChanges known,
+                                       const IdList& kept);
 
     SYCB::PKSignalClient& signalClient_;
     ProjectMembers& members_;

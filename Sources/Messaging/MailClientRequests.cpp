@@ -42,7 +42,8 @@ OV::Ref<ClientMail> ToMail(const Message& message)
 
 }  // namespace
 
-MailClient::Refreshed MailClient::FetchMails(std::int32_t sinceTime, FlagChanges known)
+MailClient::Refreshed MailClient::FetchMails(std::int32_t sinceTime, FlagChanges known,
+                                             const IdList& kept)
 {
     Refreshed refreshed;
     refreshed.changes = known;
@@ -58,6 +59,15 @@ MailClient::Refreshed MailClient::FetchMails(std::int32_t sinceTime, FlagChanges
         }
         refreshed.read = client.GetMailStatus(projectId, refreshed.changes.read);
         refreshed.historical = client.GetMailHistorical(projectId, refreshed.changes.historical);
+        // What the server has no more was deleted, or is lost to a server that was restored from an
+        // older copy: then this list may be the last to have it.
+        OV::Array<OV::UniString> missing;
+        for (const auto& id : kept)
+            if (!id.empty() && !refreshed.read.contains(id))
+                missing.push_back(id);
+        if (!missing.empty())
+            for (const auto& id : client.GetDeletedMails(projectId, missing))
+                refreshed.deleted.push_back(id);
     });
     return refreshed;
 }

@@ -259,15 +259,17 @@ TEST_F(MailClientTest, TakesOverTheFlagsOfTheServerAndFetchesEachMailOnce)
     EXPECT_EQ(yuki->newMails.size(), 2u);
     EXPECT_TRUE(yuki->client->GetMails()[0]->IsRead());
     EXPECT_GE(yuki->listChanges, 1);
-    // Mails of the same second as the last one come again and are known. What was deleted elsewhere,
-    // or here while the file could not be written, goes with the first refresh after a start.
-    for (const std::size_t left : {2u, 1u}) {
+    // Mails of the same second as the last one come again and are known. What was deleted
+    // elsewhere, or here while the file could not be written, goes with the first refresh after a
+    // start; what a server lost that was restored from an older copy stays.
+    const auto restore = [&] { Sql("DELETE FROM mail_entries; DELETE FROM mail_keys"); };
+    for (const std::size_t left : {2u, 1u, 1u}) {
         yuki->client.reset();
         yuki->refreshes = 0;
         yuki->Open();
         EXPECT_EQ(yuki->client->GetMails().size(), left);
         EXPECT_EQ(yuki->client->GetMail(id, yuki->newMails[0]), left == 2);
-        Connect("yuki.tanaka")->DeleteMails(ProjectId(), {id});
+        left == 2 ? Connect("yuki.tanaka")->DeleteMails(ProjectId(), {id}) : restore();
     }
 }
 

@@ -152,7 +152,8 @@ TEST_F(MailTest, ARefusedMailReachesNobody)
                                        {"PUT", "/status"},
                                        {"GET", "/historical"},
                                        {"PUT", "/historical"},
-                                       {"POST", "/delete"}})
+                                       {"POST", "/delete"},
+                                       {"POST", "/deleted"}})
         EXPECT_EQ(Ask(liam, method, what).Code(), 13) << method << what;
     for (const char* cursor : {"1", "-", "1-", "-1-x", "x", "1-2-3", "99999999999999999999-1"})
         EXPECT_EQ(Ask(anna, "GET", std::string("?cursor=") + cursor).Code(), 1) << cursor;
@@ -268,8 +269,8 @@ TEST_F(MailTest, ARequestNamesAtMostAThousandMails)
     EXPECT_EQ(Mails(lena).at(0).at("read"), true);
     entries.emplace_back(id, false);
     EXPECT_EQ(Ask(lena, "PUT", "/historical", {{"entries", entries}}).Code(), 4);
-    EXPECT_EQ(Ask(lena, "POST", "/delete", {{"ids", std::vector<std::string>(1001, id)}}).Code(),
-              4);
+    for (const char* what : {"/delete", "/deleted"})
+        EXPECT_EQ(Ask(lena, "POST", what, {{"ids", std::vector<std::string>(1001, id)}}).Code(), 4);
     EXPECT_EQ(Mails(lena).size(), 1u);
 }
 

@@ -46,6 +46,11 @@ public:
     }
     void AddEvent(const OV::UniString&, const Syncra::Protocol::LoggedEvent&) override {}
     void DeleteMails(const OV::UniString&, const OV::Array<OV::UniString>&) override {}
+    OV::Array<OV::UniString> GetDeletedMails(const OV::UniString&,
+                                             const OV::Array<OV::UniString>&) override
+    {
+        return {};
+    }
     FlagTable GetMailStatus(const OV::UniString&, std::uint64_t&) override { return {}; }
     FlagTable GetMailHistorical(const OV::UniString&, std::uint64_t&) override { return {}; }
     void SetMailStatus(const OV::UniString&, const FlagTable&) override {}

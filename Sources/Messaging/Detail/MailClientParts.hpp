@@ -34,6 +34,7 @@ struct MailClient::Refreshed {
     MailList mails;
     FlagTable read;
     FlagTable historical;
+    IdList deleted;
     FlagChanges changes;
 };
 
