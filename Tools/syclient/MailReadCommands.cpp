@@ -103,6 +103,17 @@ void Delete(ProjectHost& host, Context& context, const std::vector<std::string>&
         host.KeepMails("The file of mails still has what was deleted; it goes with the next list.");
 }
 
+/// As long as it takes: each mail has a time limit of its own.
+void Flush(ProjectHost& host)
+{
+    const auto isOver = [&] { return !host.IsOnline() || !host.Mails().IsSending(); };
+    host.Mails().FlushOutbox();
+    while (!isOver())
+        (void)ProjectHost::WaitUntil(isOver);
+    if (!host.Mails().GetOutboxMails().empty())
+        (void)host.RequireOnline();
+}
+
 void ShowOutbox(ProjectHost& host, Context& context, const std::vector<std::string>& drop,
                 bool flush)
 {
@@ -112,13 +123,8 @@ void ShowOutbox(ProjectHost& host, Context& context, const std::vector<std::stri
         ids.push_back(OV::FromUtf8(id));
     if (!ids.empty())
         host.Mails().DeleteOutboxMails(ids);
-    if (flush && host.GoOnline()) {
-        host.Mails().FlushOutbox();
-        // As long as it takes: each mail has a time limit of its own.
-        while (
-            !ProjectHost::WaitUntil([&] { return !host.IsOnline() || !host.Mails().IsSending(); }))
-            ;
-    }
+    if (flush && host.GoOnline())
+        Flush(host);
     const auto waiting = host.Mails().GetOutboxMails();
     PrintMails(waiting, "outbox", "The outbox is empty.", context.output);
     const auto unknown = std::count_if(waiting.begin(), waiting.end(),
@@ -131,8 +137,9 @@ void ShowOutbox(ProjectHost& host, Context& context, const std::vector<std::stri
         context.exitCode = ExitCode::Failure;  // the log has said why
     if (flush && left > 0 && context.exitCode == ExitCode::Success) {
         context.exitCode = ExitCode::Failure;
-        context.output.Error(std::to_string(left) +
-                             " mail(s) could not be delivered and wait; --verbose tells why.");
+        context.output.Error(std::to_string(left) + " mail(s) of " +
+                             DescribeLogin(host.Connection()) +
+                             " could not be delivered and wait; --verbose tells why.");
     }
 }
 

@@ -143,6 +143,8 @@ bool Send(ProjectHost& host, Context& context, const OV::Array<OV::UniString>& l
     // One whose delivery could not be told has left the outbox all the same.
     if (!sending.result && !IsInOutbox(host, mail.GetId()))
         sending.result = SYC::MailResult::Succeeded;
+    if (isOnline && !sending.result)
+        (void)host.RequireOnline();
     ReportSending(mail, sending.result, context);
     return sending.result == SYC::MailResult::Succeeded;
 }

@@ -83,7 +83,12 @@ bool ProjectHost::GoOnline()
     auto& presence = manager_.GetSignalClient().GetPresenceService();
     (void)WaitUntil([&] { return presence.GetState() != SYCB::PresenceState::Unknown; },
                     ConnectMilliseconds);
-    if (presence.IsOnline())
+    return RequireOnline();
+}
+
+bool ProjectHost::RequireOnline()
+{
+    if (IsOnline())
         return true;
     context_.exitCode = ExitCode::Offline;
     context_.output.Error("The project is offline: " + DescribeLogin(info_) +

@@ -20,6 +20,8 @@ public:
     /// Begins to listen to the server and waits for its answer. False, with a message, when it
     /// cannot be worked with; the exit code then says offline.
     bool GoOnline();
+    /// The same for later on: whether the project is online still.
+    bool RequireOnline();
     /// Asks for the members and waits; false, with a message, when that failed.
     bool RefreshMembers();
     /// Opens the mail box and waits for its first refresh; false, with a message, when that failed:
