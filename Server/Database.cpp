@@ -19,8 +19,8 @@ namespace {
 
 bool IsPassing(int code)
 {
-    constexpr int passing[] = {SQLITE_BUSY,  SQLITE_LOCKED, SQLITE_NOMEM,
-                               SQLITE_IOERR, SQLITE_FULL,   SQLITE_CANTOPEN};
+    constexpr int passing[] = {SQLITE_BUSY, SQLITE_LOCKED,   SQLITE_NOMEM,   SQLITE_IOERR,
+                               SQLITE_FULL, SQLITE_CANTOPEN, SQLITE_PROTOCOL};
     return std::find(std::begin(passing), std::end(passing), code) != std::end(passing);
 }
 
@@ -35,6 +35,40 @@ bool IsPassing(int code)
 constexpr int OpeningMilliseconds = 10'000;
 /// How long a request waits for another process that writes; everybody else waits with it.
 constexpr int WaitingMilliseconds = 250;
+
+/// What a statement of this thread may still sleep.
+thread_local std::int64_t microsecondsToSleep = 0;
+
+/// Before a statement, which then waits no longer than that for whoever holds the store.
+void BeginWaiting(int milliseconds)
+{
+    microsecondsToSleep = std::int64_t{1000} * milliseconds;
+}
+
+int SleepWhileAllowed(sqlite3_vfs*, int microseconds)
+{
+    sqlite3_vfs* const system = sqlite3_vfs_find(nullptr);
+    const auto allowed =
+        static_cast<int>(std::min<std::int64_t>(microseconds, microsecondsToSleep));
+    microsecondsToSleep -= allowed;
+    if (allowed > 0)
+        system->xSleep(system, allowed);
+    return microseconds;
+}
+
+/// The system's files, but for sleeping: a reader that gets no lock would try a hundred times over
+/// ten seconds, whatever the connection's own limit is.
+const char* FilesWithShortSleep()
+{
+    static sqlite3_vfs files = [] {
+        sqlite3_vfs copy = *sqlite3_vfs_find(nullptr);
+        copy.zName = "nexar";
+        copy.xSleep = SleepWhileAllowed;
+        return copy;
+    }();
+    static const int registered = sqlite3_vfs_register(&files, 0);
+    return registered == SQLITE_OK ? files.zName : nullptr;
+}
 
 }  // namespace
 
@@ -106,12 +140,13 @@ std::int64_t Statement::Number(int column) const
 struct Connection {
     Connection(const std::string& path, int waitMilliseconds)
     {
-        const int result = sqlite3_open_v2(path.c_str(), &handle,
-                                           SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr);
+        const int result =
+            sqlite3_open_v2(path.c_str(), &handle, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE,
+                            FilesWithShortSleep());
         try {
             if (result != SQLITE_OK)
                 Fail(handle, ("Cannot open the store \"" + path + "\"").c_str());
-            sqlite3_busy_timeout(handle, waitMilliseconds);
+            SetWait(waitMilliseconds);
         } catch (...) {
             sqlite3_close(handle);
             throw;
@@ -128,13 +163,23 @@ struct Connection {
     Connection(const Connection&) = delete;
     Connection& operator=(const Connection&) = delete;
 
+    void SetWait(int milliseconds)
+    {
+        wait = milliseconds;
+        sqlite3_busy_timeout(handle, wait);
+    }
+
     sqlite3* handle = nullptr;
+    int wait = 0;
     std::map<const char*, sqlite3_stmt*> statements;
 };
 
 namespace {
 
 thread_local Connection* connectionOfThread = nullptr;
+
+constexpr const char* BeginReading = "BEGIN";
+constexpr const char* EndReading = "COMMIT";
 
 /// Made here first: SQLite would make it readable for everybody, and its side files copy its mode.
 void MakePrivate(const std::string& path)
@@ -157,7 +202,7 @@ Database::Database(const std::string& path) : path_(path)
     Execute("PRAGMA synchronous = FULL");
     Execute("PRAGMA foreign_keys = ON");
     Migrate();
-    sqlite3_busy_timeout(first_->handle, WaitingMilliseconds);
+    first_->SetWait(WaitingMilliseconds);
 }
 
 Database::~Database() = default;
@@ -166,7 +211,14 @@ Database::Reader::Reader(Database& database)
     : connection_(std::make_unique<Connection>(database.path_, WaitingMilliseconds))
 {
     connectionOfThread = connection_.get();
-    database.Execute("PRAGMA query_only = ON");
+    try {
+        database.Execute("PRAGMA query_only = ON");
+        // The end of a snapshot must not be the first to need memory for its statement.
+        (void)database.Prepare(EndReading);
+    } catch (...) {
+        connectionOfThread = nullptr;
+        throw;
+    }
 }
 
 Database::Reader::~Reader()
@@ -176,14 +228,14 @@ Database::Reader::~Reader()
 
 Database::Snapshot::Snapshot(Database& database) : database_(database)
 {
-    database_.Prepare("BEGIN").Run();
+    database_.Prepare(BeginReading).Run();
 }
 
 Database::Snapshot::~Snapshot()
 {
     try {
-        database_.Prepare("COMMIT").Run();
-    } catch (const DatabaseError&) {
+        database_.Prepare(EndReading).Run();
+    } catch (...) {
         // What only read has nothing to lose.
     }
 }
@@ -239,6 +291,7 @@ void RefuseToWalk(sqlite3* handle, const std::string& sql)
 Statement Database::Prepare(const char* sql)
 {
     Connection& connection = Here();
+    BeginWaiting(connection.wait);
     sqlite3_stmt*& statement = connection.statements[sql];
     if (statement == nullptr) {
         if (sqlite3_prepare_v3(connection.handle, sql, -1, SQLITE_PREPARE_PERSISTENT, &statement,
@@ -254,6 +307,7 @@ Statement Database::Prepare(const char* sql)
 void Database::Execute(const char* sql)
 {
     sqlite3* const handle = Here().handle;
+    BeginWaiting(Here().wait);
     if (sqlite3_exec(handle, sql, nullptr, nullptr, nullptr) != SQLITE_OK)
         Fail(handle, "The store refused a statement");
 }
@@ -304,8 +358,8 @@ Transaction::~Transaction()
         return;
     try {
         database_.Execute(isOuter_ ? "ROLLBACK" : "ROLLBACK TO part; RELEASE part");
-    } catch (const DatabaseError&) {
-        // SQLite has rolled back by itself already.
+    } catch (...) {
+        // SQLite has rolled back by itself already, or there is no memory to say why not.
     }
 }
 
