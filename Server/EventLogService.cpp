@@ -80,7 +80,7 @@ void EventLogService::Add(const Call& call)
 void EventLogService::SampleLater()
 {
     next_ = server_.After(SampleTime, [this] {
-        SampleLater();
+        WithMemory([this] { SampleLater(); });
         SampleLoad(server_.TakeTraffic());
     });
 }
@@ -90,7 +90,7 @@ void EventLogService::DropOldLater(std::chrono::milliseconds wait)
     if (limits_.keptLogDays == 0 && limits_.keptKeyDays == 0)
         return;
     nextDropping_ = server_.After(wait, [this] {
-        DropOldLater(DropTime);
+        WithMemory([this] { DropOldLater(DropTime); });
         workers_.Write(
             {}, [this] { log_.DropOld(limits_); },
             [](std::exception_ptr error) {

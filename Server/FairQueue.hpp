@@ -19,9 +19,12 @@ public:
     void Push(const std::string& owner, Job job)
     {
         Owner& entry = owners_[owner];
+        // Nobody gets a turn without a job, when there is no memory for both.
+        std::list<std::string> turn;
         if (entry.waiting.empty())
-            turns_.push_back(owner);
+            turn.push_back(owner);
         entry.waiting.push_back(std::move(job));
+        turns_.splice(turns_.end(), turn);
         ++size_;
     }
     /// Nothing when nobody has a job that may be taken. Done must follow for the owner.

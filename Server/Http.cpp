@@ -1,5 +1,7 @@
 #include "Http.hpp"
 
+#include "Guarded.hpp"
+
 #include "OVRoot/PercentCoding.hpp"
 #include "SyncraProtocol/Detail/ModelRecords.hpp"
 #include "SyncraProtocol/ErrorCode.hpp"
@@ -36,8 +38,15 @@ bool ParseQuery(std::string_view query, HttpRequest& request)
 
 Reply::State::~State()
 {
-    Complete(ErrorResponse(500, static_cast<int>(Syncra::Protocol::ErrorCode::InternalError),
-                           "The server failed to answer this request."));
+    if (completion)
+        RunGuarded([this] {
+            Complete(ErrorResponse(500,
+                                   static_cast<int>(Syncra::Protocol::ErrorCode::InternalError),
+                                   "The server failed to answer this request."));
+        });
+    // Without memory for the words the number says it.
+    if (completion)
+        RunGuarded([this] { Complete({500, {}}); });
 }
 
 void Reply::State::Complete(HttpResponse response)

@@ -3,7 +3,9 @@
 // A connection of the server, whatever lies below it. For HttpServer.cpp alone: Beast takes most of
 // the server's compile time.
 
+#include "Guarded.hpp"
 #include "HttpServer.hpp"
+#include "Share.hpp"
 
 #include "SyncraProtocol/ErrorCode.hpp"
 
@@ -14,6 +16,7 @@
 #include <boost/asio/ip/tcp.hpp>
 #include <boost/asio/post.hpp>
 #include <boost/asio/ssl.hpp>
+#include <boost/asio/steady_timer.hpp>
 #include <boost/asio/use_awaitable.hpp>
 #include <boost/asio/write.hpp>
 #include <boost/beast/core.hpp>
@@ -22,6 +25,8 @@
 #include <array>
 #include <list>
 #include <memory>
+#include <new>
+#include <optional>
 #include <tuple>
 #include <unordered_map>
 #include <utility>
@@ -158,19 +163,6 @@ inline bool ReadHead(const Parser::value_type& message, HttpRequest& request)
     return true;
 }
 
-/// Takes part in a sum while it lives.
-class Share {
-public:
-    Share(std::size_t& sum, std::size_t bytes) : sum_(sum), bytes_(bytes) { sum_ += bytes_; }
-    ~Share() { sum_ -= bytes_; }
-    Share(const Share&) = delete;
-    Share& operator=(const Share&) = delete;
-
-private:
-    std::size_t& sum_;
-    std::size_t bytes_;
-};
-
 /// One request with its handler. Whichever comes first ends it: the answer, or the client's going.
 template <class Stream>
 class Exchange : public std::enable_shared_from_this<Exchange<Stream>> {
@@ -182,17 +174,18 @@ public:
 
     asio::awaitable<Outcome> Run(const HttpHandler& handler, HttpRequest request)
     {
+        std::optional<Reply> made([self = this->shared_from_this()](HttpResponse response) {
+            self->Finish(std::move(response));
+        });
         // Not a temporary of the call below: the compiler would end it too early.
-        auto begin = [this, &handler, &request](auto completion) {
+        auto begin = [this, &handler, &request, &made](auto completion) {
             auto shared = std::make_shared<decltype(completion)>(std::move(completion));
             resume_ = [shared](Outcome outcome) { (*shared)(std::move(outcome)); };
-            const Reply reply([self = this->shared_from_this()](HttpResponse response) {
-                self->Finish(std::make_shared<HttpResponse>(std::move(response)));
-            });
-            // More requests have come already: his going is noticed behind them.
-            if (buffer_.size() == 0)
-                Watch(reply.MakeAbandon());
+            const Reply reply = *std::exchange(made, std::nullopt);
             try {
+                // More requests have come already: his going is noticed behind them.
+                if (buffer_.size() == 0)
+                    Watch(reply.MakeAbandon());
                 handler(std::move(request), reply);
             } catch (...) {
                 // Must not leave here while the reply may still resume the coroutine. Dropping the
@@ -208,12 +201,16 @@ public:
     }
 
 private:
-    void Finish(Outcome outcome)
+    void Finish(HttpResponse response)
     {
         if (hasFinished_)
             return;
         hasFinished_ = true;
-        outcome_ = std::move(outcome);
+        try {
+            outcome_ = std::make_shared<HttpResponse>(std::move(response));
+        } catch (const std::bad_alloc&) {
+            // His connection is closed instead.
+        }
         if (isReading_) {
             // The buffer is the read's until that has ended, too.
             beast::error_code ignored;
@@ -226,6 +223,8 @@ private:
     /// Posted: a handler that answers at once must not resume inside itself.
     void Resume()
     {
+        if (!resume_)
+            return;
         asio::post(stream_.get_executor(),
                    [resume = std::exchange(resume_, nullptr), outcome = outcome_]() mutable {
                        resume(std::move(outcome));
@@ -234,7 +233,6 @@ private:
 
     void Watch(std::function<void()> abandon)
     {
-        isReading_ = true;
         stream_.async_read_some(buffer_.prepare(ReadBytes),
                                 [self = this->shared_from_this(), abandon = std::move(abandon)](
                                     const beast::error_code& error, std::size_t size) {
@@ -242,11 +240,12 @@ private:
                                     self->buffer_.commit(size);
                                     if (!self->hasFinished_ && error) {
                                         self->hasFinished_ = true;
-                                        abandon();
+                                        RunGuarded(abandon);
                                     }
                                     if (self->hasFinished_)
                                         self->Resume();
                                 });
+        isReading_ = true;
     }
 
     Stream& stream_;
@@ -259,6 +258,7 @@ private:
 
 struct Listener {
     tcp::acceptor acceptor;
+    asio::steady_timer pause;
     HttpHandler handler;
     HeadCheck check;
 };
@@ -268,8 +268,8 @@ class Place {
 public:
     Place(Shared& shared, std::string address) : shared_(shared), address_(std::move(address))
     {
-        ++shared_.connections;
         ++shared_.addresses[address_];
+        ++shared_.connections;
     }
     ~Place()
     {

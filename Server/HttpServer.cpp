@@ -15,6 +15,7 @@
 
 #include <csignal>
 #include <stdexcept>
+#include <thread>
 
 namespace Nexar {
 
@@ -65,33 +66,49 @@ bool HasRoom(const Shared& shared, const tcp::socket& socket)
            found->second < shared.limits.connectionsOfAddress;
 }
 
-/// What is no request has nobody to answer, and must not end the server either.
-void RunGuarded(const std::function<void()>& work)
-{
-    try {
-        work();
-    } catch (const std::exception& error) {
-        OV::Logger::Error("nexar-server", u"Work of the server failed: %", {error.what()});
-    }
-}
+/// Something that the server waits for again and again. The wait holds the token, which goes with
+/// it when it fails on its way.
+class Standing {
+public:
+    using Token = std::shared_ptr<void>;
+    explicit Standing(std::function<void(const Token&)> begin) : begin_(std::move(begin)) {}
 
-asio::awaitable<void> Accept(Shared& shared, Listener& listener)
+    /// Begins it unless it is under way.
+    void Ensure()
+    {
+        if (!token_.expired())
+            return;
+        const auto token = std::make_shared<char>();
+        token_ = token;
+        begin_(token);
+    }
+
+private:
+    std::function<void(const Token&)> begin_;
+    std::weak_ptr<void> token_;
+};
+
+void Accept(Shared& shared, Listener& listener, const Standing::Token& token)
 {
-    while (!shared.stopping) {
-        auto [error, socket] =
-            co_await listener.acceptor.async_accept(asio::as_tuple(asio::use_awaitable));
-        if (error == asio::error::operation_aborted)
-            break;
+    const auto accepted = [&shared, &listener, token](const beast::error_code& error,
+                                                      tcp::socket socket) {
+        if (error == asio::error::operation_aborted || shared.stopping)
+            return;
         if (error) {
             // Out of descriptors, mostly: give connections time to end.
-            asio::steady_timer pause(shared.context, std::chrono::milliseconds(50));
-            co_await pause.async_wait(asio::as_tuple(asio::use_awaitable));
-            continue;
+            listener.pause.expires_after(std::chrono::milliseconds(50));
+            listener.pause.async_wait([&shared, &listener, token](const beast::error_code&) {
+                if (!shared.stopping)
+                    Accept(shared, listener, token);
+            });
+            return;
         }
         if (HasRoom(shared, socket))
             asio::co_spawn(shared.context, ServeConnection(shared, std::move(socket), listener),
                            asio::detached);
-    }
+        Accept(shared, listener, token);
+    };
+    listener.acceptor.async_accept(accepted);
 }
 
 }  // namespace
@@ -99,6 +116,7 @@ asio::awaitable<void> Accept(Shared& shared, Listener& listener)
 struct HttpServer::State {
     Shared shared;
     std::list<Listener> listeners;
+    std::list<Standing> standing;
     asio::signal_set signals{shared.context, SIGTERM, SIGINT};
     asio::signal_set renewals{shared.context, SIGHUP};
     asio::steady_timer lateDelivery{shared.context};
@@ -111,9 +129,9 @@ struct HttpServer::State {
     {
         shared.tls = std::make_shared<asio::ssl::context>(MakeTlsContext(certificate, key));
     }
-    void AwaitRenewal()
+    void AwaitRenewal(const Standing::Token& token)
     {
-        renewals.async_wait([this](const beast::error_code& error, int) {
+        renewals.async_wait([this, token](const beast::error_code& error, int) {
             if (error)
                 return;
             RunGuarded([this] {
@@ -121,8 +139,15 @@ struct HttpServer::State {
                     LoadCertificate();
                 OV::Logger::Info("nexar-server", u"Read the certificate again.");
             });
-            AwaitRenewal();
+            AwaitRenewal(token);
         });
+    }
+    void RunOnce()
+    {
+        if (!shared.stopping)
+            for (auto& each : standing)
+                each.Ensure();
+        shared.context.run();
     }
 
     void Stop()
@@ -131,8 +156,10 @@ struct HttpServer::State {
             return;
         signals.cancel();
         renewals.cancel();
-        for (auto& listener : listeners)
+        for (auto& listener : listeners) {
             listener.acceptor.close();
+            listener.pause.cancel();
+        }
         if (beforeStop)
             RunGuarded(beforeStop);
         CancelAll(shared.idle);
@@ -197,9 +224,13 @@ std::uint16_t HttpServer::Listen(const std::string& address, std::uint16_t port,
 {
     try {
         const tcp::endpoint place(asio::ip::make_address(address), port);
-        auto& listener = state_->listeners.emplace_back(Listener{
-            tcp::acceptor(state_->shared.context, place), std::move(handler), std::move(check)});
-        asio::co_spawn(state_->shared.context, Accept(state_->shared, listener), asio::detached);
+        auto& context = state_->shared.context;
+        auto& listener = state_->listeners.emplace_back(
+            Listener{tcp::acceptor(context, place), asio::steady_timer(context), std::move(handler),
+                     std::move(check)});
+        state_->standing.emplace_back([this, &listener](const Standing::Token& token) {
+            Accept(state_->shared, listener, token);
+        });
         return listener.acceptor.local_endpoint().port();
     } catch (const boost::system::system_error& error) {
         throw std::runtime_error("Cannot listen on " + address + ":" + std::to_string(port) + ": " +
@@ -213,8 +244,19 @@ void HttpServer::Run()
         if (!error)
             state_->Stop();
     });
-    state_->AwaitRenewal();
-    state_->shared.context.run();
+    state_->standing.emplace_back(
+        [this](const Standing::Token& token) { state_->AwaitRenewal(token); });
+    constexpr std::chrono::milliseconds pause(10);
+    bool isDone = false;
+    while (!isDone) {
+        RunGuarded([&] {
+            state_->RunOnce();
+            isDone = true;
+        });
+        // What is missing, memory mostly, comes back as others let it go.
+        if (!isDone)
+            std::this_thread::sleep_for(pause);
+    }
 }
 
 void HttpServer::Stop()
@@ -243,7 +285,7 @@ void HttpServer::NoteWork(std::chrono::microseconds time)
     state_->shared.traffic.longest = std::max(state_->shared.traffic.longest, time);
 }
 
-void HttpServer::Post(std::function<void()> work)
+void HttpServer::PostOnce(std::function<void()> work)
 {
     asio::post(state_->shared.context, [work = std::move(work)] { RunGuarded(work); });
 }

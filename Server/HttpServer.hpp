@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Guarded.hpp"
 #include "Http.hpp"
 
 #include <chrono>
@@ -37,7 +38,8 @@ public:
     std::uint16_t Listen(const std::string& address, std::uint16_t port, HttpHandler handler,
                          HeadCheck check);
 
-    /// Runs until SIGTERM, SIGINT or Stop, then until what is under way has been answered.
+    /// Runs until SIGTERM, SIGINT or Stop, then until what is under way has been answered. Nothing
+    /// else ends it: what fails, for lack of memory say, is logged, and costs at most a connection.
     void Run();
     /// From any thread: no new connections; `beforeStop` lets held requests go; the rest is
     /// answered.
@@ -62,8 +64,13 @@ public:
     };
     [[nodiscard]] Load GetLoad() const;
 
-    /// Runs `work` on the server's thread; safe on any thread.
-    void Post(std::function<void()> work);
+    /// Runs a copy of `work` on the server's thread. For other threads: what they did for a client
+    /// must be told him, so they wait when there is no memory for that.
+    template <class Work>
+    void Post(const Work& work)
+    {
+        WithMemory([&] { PostOnce(work); });
+    }
     /// Keeps the server from ending while work elsewhere will still Post; released with the last
     /// copy.
     [[nodiscard]] std::shared_ptr<void> HoldOpen();
@@ -73,6 +80,8 @@ public:
 
 private:
     struct State;
+    void PostOnce(std::function<void()> work);
+
     std::unique_ptr<State> state_;
 };
 

@@ -39,14 +39,31 @@ struct LogWriter::State {
             waiting.pop_front();
             isWriting = true;
             guard.unlock();
-            sink(line);
+            const bool isTaken = TryTo([&] { sink(line); });
             guard.lock();
             isWriting = false;
-            if (const auto count = std::exchange(dropped, 0); count > 0)
-                waiting.push_back(std::to_string(count) +
-                                  " lines were dropped: nobody took them.\n");
+            dropped += isTaken ? 0 : 1;
+            if (isTaken && dropped > 0 && TryTo([&] { TellDropped(); }))
+                dropped = 0;
             changed.notify_all();
         }
+    }
+
+private:
+    /// False when it threw: what is for the log has no log to be told of in.
+    template <class Work>
+    static bool TryTo(const Work& work) noexcept
+    {
+        try {
+            work();
+            return true;
+        } catch (...) {
+            return false;
+        }
+    }
+    void TellDropped()
+    {
+        waiting.push_back(std::to_string(dropped) + " lines were dropped: nobody took them.\n");
     }
 };
 

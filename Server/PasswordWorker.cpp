@@ -1,5 +1,6 @@
 #include "PasswordWorker.hpp"
 
+#include "Guarded.hpp"
 #include "Router.hpp"
 
 #include <algorithm>
@@ -83,25 +84,33 @@ void PasswordWorker::StartNext()
     if (running_ >= MaximumRunning || waiting_.empty())
         return;
     const auto chosen = ChooseNext();
-    Job job = std::move(*chosen);
+    lastAddress_ = chosen->address;
+    const auto running = std::make_shared<std::optional<Running>>();
+    running->emplace(running_, std::move(*chosen));
     waiting_.erase(chosen);
-    lastAddress_ = job.address;
-    ++running_;
-    workers_.Execute(OV::MakeTask([this, open = server_.HoldOpen(),
-                                   job = std::move(job)]() mutable {
-        std::function<void()> finish;
+    workers_.Execute(OV::MakeTask([this, open = server_.HoldOpen(), running] {
+        Running& mine = **running;
         try {
-            finish = job.compute();
+            mine.finish = mine.job.compute();
         } catch (...) {
-            finish = [reply = job.reply, error = std::current_exception()] { Fail(reply, error); };
+            mine.error = std::current_exception();
         }
-        // The last copy of the reply must not go on this thread: its client would be answered here.
-        server_.Post([this, finish = std::move(finish), last = std::move(job)] {
-            --running_;
-            StartNext();
-            finish();
-        });
+        server_.Post([this, running] { Finish(*running); });
     }));
+}
+
+void PasswordWorker::Finish(std::optional<Running>& running)
+{
+    const auto error = running->error;
+    const auto finish = std::move(running->finish);
+    const Job job = std::move(running->job);
+    // Here, whoever else still holds it: without the reply no client is answered on another thread.
+    running.reset();
+    RunGuarded([this] { StartNext(); });
+    if (error)
+        Fail(job.reply, error);
+    else
+        finish();
 }
 
 std::deque<PasswordWorker::Job>::iterator PasswordWorker::ChooseNext()

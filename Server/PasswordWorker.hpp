@@ -3,6 +3,7 @@
 #include "HttpServer.hpp"
 #include "Limits.hpp"
 #include "PasswordHash.hpp"
+#include "Share.hpp"
 #include "SignInLimits.hpp"
 
 #include "OVRoot/PooledExecutor.hpp"
@@ -11,6 +12,7 @@
 #include <cstdint>
 #include <deque>
 #include <exception>
+#include <optional>
 
 namespace Nexar {
 
@@ -61,8 +63,18 @@ private:
         Computation compute;
     };
 
+    /// A job on its thread; counts among the running ones while it lives.
+    struct Running {
+        Running(std::size_t& sum, Job its) : count(sum, 1), job(std::move(its)) {}
+        Share count;
+        Job job;
+        std::function<void()> finish = nullptr;
+        std::exception_ptr error = nullptr;
+    };
+
     void Add(Job job);
     void StartNext();
+    void Finish(std::optional<Running>& running);
     [[nodiscard]] std::deque<Job>::iterator ChooseNext();
     void Forget(std::uint64_t number);
     [[nodiscard]] bool IsTooMuch(const Job& job) const;

@@ -1,5 +1,7 @@
 #include "PresenceBoard.hpp"
 
+#include "Guarded.hpp"
+
 #include <utility>
 
 namespace Nexar {
@@ -7,12 +9,16 @@ namespace Nexar {
 std::shared_ptr<void> PresenceBoard::Enter(const std::string& projectId, const std::string& login)
 {
     const auto [place, isNew] = projects_[projectId].try_emplace(login);
+    auto leave = [projectId = projectId, login = login](PresenceBoard* board) {
+        board->Leave(projectId, login);
+    };
     ++place->second.requests;
+    // The pointer is only there to be dropped.
+    std::shared_ptr<void> here(this, std::move(leave));
     place->second.leaving.reset();
     if (isNew && observer_)
         observer_(projectId);
-    // The pointer is only there to be dropped.
-    return {this, [projectId, login](PresenceBoard* board) { board->Leave(projectId, login); }};
+    return here;
 }
 
 void PresenceBoard::Leave(const std::string& projectId, const std::string& login)
@@ -20,8 +26,12 @@ void PresenceBoard::Leave(const std::string& projectId, const std::string& login
     Presence& presence = projects_[projectId][login];
     if (--presence.requests > 0 || stopping_)
         return;
-    presence.leaving =
-        server_.After(grace_, [this, projectId, login] { TakeOff(projectId, login); });
+    try {
+        presence.leaving =
+            server_.After(grace_, [this, projectId, login] { TakeOff(projectId, login); });
+    } catch (const std::bad_alloc&) {
+        RunGuarded([&] { TakeOff(projectId, login); });  // at once, or he would stay here for ever
+    }
 }
 
 void PresenceBoard::TakeOff(const std::string& projectId, const std::string& login)

@@ -81,9 +81,9 @@ void PresenceService::Hold(const std::string& id, const Reply& reply,
                            std::chrono::milliseconds wait)
 {
     const auto waiter = std::make_shared<Waiter>(Waiter{reply, {}});
-    subscriptions_.at(id).waiters.push_back(waiter);
     const std::weak_ptr weak(waiter);
     waiter->timer = server_.After(wait, [this, id, weak] { AnswerLate(id, weak.lock()); });
+    subscriptions_.at(id).waiters.push_back(waiter);
     reply.WhenGone([this, id, weak] { Forget(id, weak.lock()); });
 }
 

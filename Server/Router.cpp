@@ -188,15 +188,18 @@ Reply Router::Watched(const Route& route, const Call& call, const Reply& reply) 
         throw Refusal(ErrorCode::TooManyRequests,
                       "You have as many requests under way as you may. Wait for some of them.")
             .With("Retry-After", "1");
+    // Named anew, for what is captured of a constant is copied where it could be moved; and from
+    // here on nothing may fail.
+    auto leave = [this, owner = owner](void*) {
+        if (--watch_.underWay[owner] == 0)
+            watch_.underWay.erase(owner);
+    };
     ++count;
+    const std::shared_ptr<void> place(nullptr, std::move(leave));
     HttpRequest head;
     head.method = call.request.method;
     head.path = call.request.path;
     head.address = call.request.address;
-    const std::shared_ptr<void> place(nullptr, [this, owner](void*) {
-        if (--watch_.underWay[owner] == 0)
-            watch_.underWay.erase(owner);
-    });
     const Reply watched([this, &route, reply, place, head = std::move(head),
                          user = call.user.userLogin,
                          begin = std::chrono::steady_clock::now()](HttpResponse response) {

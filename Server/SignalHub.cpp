@@ -60,7 +60,6 @@ std::function<void()> SignalHub::Wait(const std::string& projectId, const std::s
         return [] {};
     }
     const auto waiter = std::make_shared<Waiter>(Waiter{userId, after, std::move(answer), {}});
-    project.waiters.push_back(waiter);
     const auto forget = [&project, weak = std::weak_ptr(waiter)] {
         std::erase(project.waiters, weak.lock());
     };
@@ -70,6 +69,7 @@ std::function<void()> SignalHub::Wait(const std::string& projectId, const std::s
         forget();
         late(batch);
     });
+    project.waiters.push_back(waiter);
     return forget;
 }
 

@@ -108,6 +108,7 @@ void StoreWorkers::ReadAll(const std::stop_token& token)
         // His next one may have waited for this one.
         hasReads_.notify_one();
         Jobs done;
+        WithMemory([&] { done.reserve(1); });
         done.push_back(*std::move(job));
         Answer(std::move(done));
     }
@@ -118,6 +119,7 @@ void StoreWorkers::WriteAll(const std::stop_token& token)
     OV::System::NameCurrentThread("store writer");
     for (;;) {
         Jobs jobs;
+        WithMemory([&] { jobs.reserve(MaximumOfCommit); });
         {
             std::unique_lock guard(lock_);
             hasWrites_.wait(guard, token, [&] {
@@ -184,14 +186,15 @@ void StoreWorkers::RunWrite(Job& job)
 
 void StoreWorkers::Answer(Jobs jobs)
 {
-    const auto shared = std::make_shared<Jobs>(std::move(jobs));
+    std::shared_ptr<Jobs> shared;
+    WithMemory([&] { shared = std::make_shared<Jobs>(std::move(jobs)); });
     server_.Post([this, owned = shared] {
         for (Job& job : *owned) {
             server_.NoteWork(job.time);
             if (!job.error)
                 for (const auto& news : job.news)
-                    news();
-            job.then(job.error);
+                    RunGuarded([&] { WithMemory(news); });
+            RunGuarded([&] { job.then(job.error); });
         }
         owned->clear();
     });

@@ -46,8 +46,8 @@ struct Kind {
         return access == Access::Allocate ? 1 + number / 20 : 1;
     }
     /// Who gets no memory at all from now on cannot even unwind; a network that is gone for good is
-    /// waited for, which takes long. So does each request to a server that can lock nothing any
-    /// more, whichever lock was the first.
+    /// waited for, which takes long. Each request to a server that can lock nothing any more waits
+    /// a quarter of a second, whichever lock was the first.
     [[nodiscard]] bool MayLast(long number) const
     {
         if (access == Access::Lock)
@@ -102,6 +102,7 @@ protected:
     }
 
     void SetUpScenario();
+    void StartFaultyServer();
     /// What is wrong after `fault`; empty when all is well or nothing met it.
     std::string Try(const Fault& fault, bool isHarmless);
     /// Counts what was placed of `kind`.
@@ -202,8 +203,12 @@ void FaultTest::SetUpScenario()
     if (!scenario.inServer && !scenario.isServerDown)
         return;
     server.Terminate();
-    if (scenario.isServerDown)
-        return;
+    if (!scenario.isServerDown)
+        StartFaultyServer();
+}
+
+void FaultTest::StartFaultyServer()
+{
     plan->PutIntoEnvironment(true);
     server.Start();
     plan->PutIntoEnvironment(false);
@@ -345,8 +350,14 @@ std::string FaultTest::Try(const Fault& fault, bool isHarmless)
     const auto run = DoWith(fault);
     if (placed == 0)
         return "";
+    std::string problems;
+    if (GetParam().inServer && !server.IsRunning()) {
+        problems = "ends the server\n";
+        server.Terminate();
+        StartFaultyServer();
+    }
     const std::string state = State();
-    std::string problems = JudgeMessage(fault, run) + JudgeState(run, state);
+    problems += JudgeMessage(fault, run) + JudgeState(run, state);
     if (isHarmless && run.code != GetParam().code)
         problems += "is not borne\n";
     problems += JudgeRepetition(run, state) + JudgeLeftOvers(fault.access);

@@ -32,6 +32,14 @@ public:
         if (id_ > 0)
             kill(id_, signal);
     }
+    /// Its result stays for Wait.
+    [[nodiscard]] bool IsRunning() const
+    {
+        siginfo_t ended{};
+        return id_ > 0 &&
+               waitid(P_PID, static_cast<id_t>(id_), &ended, WEXITED | WNOHANG | WNOWAIT) == 0 &&
+               ended.si_pid == 0;
+    }
     /// Ends the child at once, wherever it is.
     void Kill()
     {

@@ -55,6 +55,7 @@ public:
     }
     void Pause() const { Ask(SIGSTOP); }
     void Resume() const { Ask(SIGCONT); }
+    [[nodiscard]] bool IsRunning() const { return server_ && server_->IsRunning(); }
     /// Starts it again, after its end, with the same store on the same ports.
     void Start()
     {
