@@ -255,7 +255,7 @@ void MailStore::Delete(const MailBox& box, const std::vector<std::string>& ids)
 std::vector<std::string> MailStore::Deleted(const MailBox& box, const OV::Array<OV::UniString>& ids)
 {
     auto query = database_.Prepare(
-        "SELECT mail_id FROM mail_keys WHERE project_id = ?1 "
+        "SELECT mail_id FROM mail_keys WHERE +project_id = ?1 "
         "AND mail_id IN (SELECT value FROM json_each(?3)) AND NOT EXISTS "
         "(SELECT 1 FROM mail_entries JOIN mails ON number = mail WHERE id = mail_id "
         "AND user_id = ?2)");

@@ -66,7 +66,7 @@ public:
     void SetFlags(const MailBox& box, MailFlag flag, const FlagEntries& entries);
     void Delete(const MailBox& box, const std::vector<std::string>& ids);
     /// Of these ids those that were delivered in the project once and are not in the box: what a
-    /// client may drop. Looks at all keys of the project.
+    /// client may drop.
     [[nodiscard]] std::vector<std::string> Deleted(const MailBox& box,
                                                    const OV::Array<OV::UniString>& ids);
 

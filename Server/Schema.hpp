@@ -410,6 +410,10 @@ CREATE INDEX user_groups_by_member ON user_group_members(group_name);
 CREATE INDEX users_by_full_name ON users(full_name COLLATE NOCASE);
 CREATE INDEX public_projects ON projects(id) WHERE is_public;
 CREATE INDEX projects_by_category ON projects(category);
+)",
+    // Clients ask of mails that have gone whether they were ever here.
+    R"(
+CREATE INDEX mail_keys_by_mail ON mail_keys(mail_id);
 )"};
 
 inline constexpr auto SchemaVersion = static_cast<std::int64_t>(SchemaSteps.size());
