@@ -80,7 +80,7 @@ void EventLogService::Add(const Call& call)
 void EventLogService::SampleLater()
 {
     next_ = server_.After(SampleTime, [this] {
-        WithMemory([this] { SampleLater(); });
+        WithMemory([this] { SampleLater(); }, FewAttempts);
         SampleLoad(server_.TakeTraffic());
     });
 }
@@ -90,7 +90,7 @@ void EventLogService::DropOldLater(std::chrono::milliseconds wait)
     if (limits_.keptLogDays == 0 && limits_.keptKeyDays == 0)
         return;
     nextDropping_ = server_.After(wait, [this] {
-        WithMemory([this] { DropOldLater(DropTime); });
+        WithMemory([this] { DropOldLater(DropTime); }, FewAttempts);
         workers_.Write(
             {}, [this] { log_.DropOld(limits_); },
             [](std::exception_ptr error) {

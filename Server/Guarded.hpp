@@ -3,6 +3,7 @@
 #include "OVRoot/ExceptionText.hpp"
 
 #include <chrono>
+#include <limits>
 #include <new>
 #include <thread>
 
@@ -19,18 +20,23 @@ void RunGuarded(const Work& work) noexcept
     }
 }
 
-/// Runs `work` again until there is memory for it: for what must not be lost. Others need the
-/// thread that it waits on for no longer than the memory is missing.
+/// On the server's thread, which may be the one to give the memory back.
+constexpr int FewAttempts = 10;
+
+/// Runs `work` again until there is memory for it, 10 ms apart: for what must not be lost. Throws
+/// std::bad_alloc after the last attempt.
 template <class Work>
-void WithMemory(const Work& work)
+void WithMemory(const Work& work, int attempts = std::numeric_limits<int>::max())
 {
     constexpr std::chrono::milliseconds pause(10);
-    for (;;) {
+    for (int left = attempts;; --left) {
         try {
             return work();
         } catch (const std::bad_alloc&) {
-            std::this_thread::sleep_for(pause);
+            if (left <= 1)
+                throw;
         }
+        std::this_thread::sleep_for(pause);
     }
 }
 

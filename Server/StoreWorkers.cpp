@@ -193,7 +193,7 @@ void StoreWorkers::Answer(Jobs jobs)
             server_.NoteWork(job.time);
             if (!job.error)
                 for (const auto& news : job.news)
-                    RunGuarded([&] { WithMemory(news); });
+                    RunGuarded([&] { WithMemory(news, FewAttempts); });
             RunGuarded([&] { job.then(job.error); });
         }
         owned->clear();
