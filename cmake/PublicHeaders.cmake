@@ -208,6 +208,7 @@ set(headers
   Platform/SyncraProtocol/Management/V2/Project.hpp
   Platform/SyncraProtocol/Member.hpp
   Platform/SyncraProtocol/Message.hpp
+  Platform/SyncraProtocol/ProductVersion.hpp
   Platform/SyncraProtocol/Project.hpp
   Platform/SyncraProtocol/ServicePort.hpp
   Platform/SyncraProtocol/Session.hpp
