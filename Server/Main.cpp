@@ -5,11 +5,11 @@
 #include "MailService.hpp"
 #include "Management/ManagementService.hpp"
 #include "Management/Rules.hpp"
+#include "MessagingService.hpp"
 #include "ModelService.hpp"
 #include "OperationService.hpp"
 #include "Options.hpp"
 #include "PasswordHash.hpp"
-#include "PresenceService.hpp"
 #include "Sample.hpp"
 #include "ServiceManager.hpp"
 #include "SignInService.hpp"
@@ -257,7 +257,7 @@ private:
     ModelService model_;
     MailService mails_;
     ManagementService management_;
-    PresenceService messaging_;
+    MessagingService messaging_;
     EventLog eventLog_;
     EventLogService events_;
     OperationService operation_;

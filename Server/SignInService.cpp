@@ -3,6 +3,7 @@
 #include "OVRoot/Logger.hpp"
 #include "OVRoot/SecureWipe.hpp"
 #include "SyncraProtocol/Detail/ModelRecords.hpp"
+#include "SyncraProtocol/ProductVersion.hpp"
 
 #include <algorithm>
 #include <utility>
@@ -13,7 +14,6 @@ using namespace Syncra::Protocol;
 
 namespace {
 
-constexpr std::uint32_t ProductVersion = 1400;
 constexpr std::size_t MaximumCredentialUnits = 1024;
 constexpr std::size_t MaximumLoggedUnits = 64;
 

@@ -107,8 +107,7 @@ SignalBatch SignalHub::BatchAfter(const Project& project, const std::string& use
         return batch;
     // Who missed more than is kept gets one of each kind instead.
     if (after < project.forgotten)
-        for (const auto id : {SignalId::ProjectStateChanged, SignalId::SessionsChanged,
-                              SignalId::MembersChanged, SignalId::NewMail})
+        for (const auto id : EverySignal)
             batch.events.push_back({sequence_, id, project.recent.front().signal.projectId});
     else
         for (const auto& raised : project.recent)

@@ -17,7 +17,7 @@ public:
         try {
             End();
         } catch (const std::exception& error) {
-            OV::Logger::Error("SYClient", u"A cache was not written: %", {error.what()});
+            OV::Logger::Error(OV::Logger::Library, u"A cache was not written: %", {error.what()});
         }
     }
     CacheUpdate(const CacheUpdate&) = delete;

@@ -56,10 +56,10 @@ void ClientProjectConnectionManager::PostEvent(std::int32_t eventCode, const OV:
     try {
         eventSink_(eventCode, text);
     } catch (const std::exception& error) {
-        OV::Logger::Error("SYClient", u"The host failed to take event %: %",
+        OV::Logger::Error(OV::Logger::Library, u"The host failed to take event %: %",
                           {eventCode, error.what()});
     } catch (...) {
-        OV::Logger::Error("SYClient", u"The host failed to take event %.", {eventCode});
+        OV::Logger::Error(OV::Logger::Library, u"The host failed to take event %.", {eventCode});
     }
 }
 

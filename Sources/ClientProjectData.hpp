@@ -5,7 +5,7 @@
 #include "OVRoot/EventSource.hpp"
 #include "OVRoot/Export.hpp"
 #include "OVRoot/Secret.hpp"
-#include "SyncraProtocol/Management/V2/Project.hpp"
+#include "SyncraProtocol/Management/V2/ProjectV2.hpp"
 
 namespace SYC {
 

@@ -10,12 +10,11 @@ namespace SYC {
 
 namespace {
 
-constexpr OV::StringView LogCategory = "SYClient";
-
 void LogOutcome(OV::UniStringView format, const char16_t* outcome,
                 const Inner::ProjectConnectionInfo& info)
 {
-    OV::Logger::Info(LogCategory, format, {outcome, info.serverName, info.port, info.userName});
+    OV::Logger::Info(OV::Logger::Library, format,
+                     {outcome, info.serverName, info.port, info.userName});
 }
 
 bool CloseOnServer(SYCB::ProjectConnectionManagerInterface& manager)
@@ -31,7 +30,7 @@ bool CloseOnServer(SYCB::ProjectConnectionManagerInterface& manager)
         return true;
     } catch (...) {
         LogOutcome(u"SYC::CloseSession %, Host: %, Port: %, User: %", u"Failed", info);
-        OV::LogCurrentException(LogCategory, u"%: %", u"SYC::CloseSession");
+        OV::LogCurrentException(OV::Logger::Library, u"%: %", u"SYC::CloseSession");
         return false;
     }
 }
@@ -47,7 +46,7 @@ bool CloseSession(SYCB::ProjectConnectionManagerInterface& manager)
         if (const auto cache = manager.GetCachedProjectInfo())
             cache->SetSessionId({});
     } catch (...) {
-        OV::LogCurrentException(LogCategory, u"%: %", u"SYC::CloseSession");
+        OV::LogCurrentException(OV::Logger::Library, u"%: %", u"SYC::CloseSession");
     }
     return true;
 }

@@ -123,7 +123,8 @@ void EventLogUpdater::ReadCache()
         } catch (const OV::InterruptedException&) {
             throw;
         } catch (const OV::Exception& failure) {
-            OV::Logger::Info("SYClient", u"EventLogUpdater::ReadCache: %", {failure.GetMessage()});
+            OV::Logger::Info(OV::Logger::Library, u"EventLogUpdater::ReadCache: %",
+                             {failure.GetMessage()});
             return false;
         }
     };
@@ -171,7 +172,7 @@ void EventLogUpdater::FetchProject(Syncra::Client::SyncraClient& client,
             // Everybody sees a public project, its members alone its log.
             if (!UserUtils::IsOutOfReach(refusal))
                 throw;
-            OV::Logger::Info("SYClient", u"EventLogUpdater: no log of %: %",
+            OV::Logger::Info(OV::Logger::Library, u"EventLogUpdater: no log of %: %",
                              {project.name, refusal.GetMessage()});
             return;
         }

@@ -43,7 +43,7 @@ const auto& Require(const Table& table, const Key& key)
 {
     const auto found = table.find(key);
     if (found == table.end())
-        throw OV::IllegalReferenceException(OV::StringView("The statistics hold no such record."));
+        throw OV::IllegalReferenceException("The statistics hold no such record.");
     return found->second;
 }
 

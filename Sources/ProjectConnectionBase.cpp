@@ -18,12 +18,10 @@ namespace SYC {
 
 namespace {
 
-constexpr OV::StringView LogCategory = "SYClient";
-
 void LogCreation(bool secondary)
 {
-    OV::Logger::Info(LogCategory, secondary ? u"Secondary SYC::ProjectConnection created"
-                                            : u"SYC::ProjectConnection created");
+    OV::Logger::Info(OV::Logger::Library, secondary ? u"Secondary SYC::ProjectConnection created"
+                                                    : u"SYC::ProjectConnection created");
 }
 
 /// Empty for a location that is no project URL.
@@ -58,7 +56,7 @@ CheckResult ProjectConnectionBase::Check(bool firstCheck, bool newSession, bool 
             return result_ = CheckResult::Offline;
         if (!secondary_ && !forceOnline && IsOfflineByPresence()) {
             // Support tools look for the line as it is spelled.
-            OV::Logger::Info(LogCategory,
+            OV::Logger::Info(OV::Logger::Library,
                              u"SYC::ProjectConnection::Check return Offfline about presenceState.");
             return result_ = CheckResult::Offline;
         }
@@ -74,7 +72,7 @@ CheckResult ProjectConnectionBase::Check(bool firstCheck, bool newSession, bool 
         failure_ = std::current_exception();
         result_ = ResultOfCurrentException();
     }
-    OV::Logger::Info(LogCategory, u"SYC::ProjectConnection::Check result : %",
+    OV::Logger::Info(OV::Logger::Library, u"SYC::ProjectConnection::Check result : %",
                      {static_cast<std::int32_t>(result_)});
     return result_;
 }
@@ -119,7 +117,7 @@ CheckResult ProjectConnectionBase::ResultOfCurrentException()
         return Fail(CheckResult::IncompatibleVersion, HostEvent::IncompatibleVersion);
     } catch (...) {
     }
-    OV::LogCurrentException(LogCategory, u"%: %", u"SYC::ProjectConnection::Check");
+    OV::LogCurrentException(OV::Logger::Library, u"%: %", u"SYC::ProjectConnection::Check");
     return CheckResult::Offline;
 }
 
@@ -140,9 +138,10 @@ void ProjectConnectionBase::PostEvent(HostEvent event, const OV::UniString& text
         if (auto* manager = _GetProjectConnectionManager())
             manager->PostEvent(code, text);
     } catch (const std::exception& error) {
-        OV::Logger::Error(LogCategory, u"The host failed to take event %: %", {code, error.what()});
+        OV::Logger::Error(OV::Logger::Library, u"The host failed to take event %: %",
+                          {code, error.what()});
     } catch (...) {
-        OV::Logger::Error(LogCategory, u"The host failed to take event %.", {code});
+        OV::Logger::Error(OV::Logger::Library, u"The host failed to take event %.", {code});
     }
 }
 
@@ -229,7 +228,7 @@ bool ProjectConnectionBase::IsMemberOfProject() const
     } catch (const OV::InterruptedException&) {
         throw;  // nobody was asked
     } catch (...) {
-        OV::LogCurrentException(LogCategory,
+        OV::LogCurrentException(OV::Logger::Library,
                                 u"Whether the user is a member of \"%\" could not be asked: %",
                                 project_.name);
         return false;

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "OVRoot/Export.hpp"
-#include "SyncraProtocol/Management/V2/Project.hpp"
+#include "SyncraProtocol/Management/V2/ProjectV2.hpp"
 
 namespace SYC {
 

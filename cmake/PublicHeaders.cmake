@@ -201,13 +201,14 @@ set(headers
   Platform/SyncraProtocol/Management/Role.hpp
   Platform/SyncraProtocol/Management/ServerConfiguration.hpp
   Platform/SyncraProtocol/Management/User.hpp
-  Platform/SyncraProtocol/Management/V1/Project.hpp
   Platform/SyncraProtocol/Management/V1/ProjectBackupSchedule.hpp
   Platform/SyncraProtocol/Management/V1/ProjectMember.hpp
   Platform/SyncraProtocol/Management/V1/ProjectStatus.hpp
-  Platform/SyncraProtocol/Management/V2/Project.hpp
+  Platform/SyncraProtocol/Management/V1/ProjectV1.hpp
+  Platform/SyncraProtocol/Management/V2/ProjectV2.hpp
   Platform/SyncraProtocol/Member.hpp
   Platform/SyncraProtocol/Message.hpp
+  Platform/SyncraProtocol/ProductVersion.hpp
   Platform/SyncraProtocol/Project.hpp
   Platform/SyncraProtocol/ServicePort.hpp
   Platform/SyncraProtocol/Session.hpp

@@ -32,7 +32,7 @@ NativeImage DecodeImage(OV::StringView bytes, OV::UniStringView mediaType)
 OV::String EncodeImage(const NativeImage& image, ImageFormat format)
 {
     if (image.IsEmpty())
-        throw ImageException(OV::StringView("An empty image cannot be encoded."));
+        throw ImageException("An empty image cannot be encoded.");
     switch (format) {
     case ImageFormat::Png:
         return Detail::EncodePng(image);

@@ -22,14 +22,13 @@ struct Scaled {
 void RequireFinite(std::initializer_list<double> numbers)
 {
     if (!std::all_of(numbers.begin(), numbers.end(), [](double n) { return std::isfinite(n); }))
-        throw OV::IllegalArgumentException(OV::StringView("A place to draw at is not finite."));
+        throw OV::IllegalArgumentException("A place to draw at is not finite.");
 }
 
 void RequireScale(double scale)
 {
     if (!(scale > 0) || !std::isfinite(scale))
-        throw OV::IllegalArgumentException(
-            OV::StringView("An image is scaled by more than 0 only."));
+        throw OV::IllegalArgumentException("An image is scaled by more than 0 only.");
 }
 
 int ReducedSide(int side, double scale)

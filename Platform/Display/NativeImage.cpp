@@ -35,7 +35,7 @@ NativeImage NativeImage::FromPixels(int width, int height, std::vector<Pixel> pi
     RequirePossibleSize(width, height);
     if (pixels.size() != static_cast<std::size_t>(width) * static_cast<std::size_t>(height))
         throw OV::IllegalArgumentException(
-            OV::StringView("The number of pixels does not fit the size of the image."));
+            "The number of pixels does not fit the size of the image.");
     NativeImage image;
     image.content_ = std::make_shared<const Content>(Content{width, height, std::move(pixels)});
     return image;
@@ -44,7 +44,7 @@ NativeImage NativeImage::FromPixels(int width, int height, std::vector<Pixel> pi
 NativeImage::Pixel NativeImage::GetPixel(int x, int y) const
 {
     if (x < 0 || y < 0 || x >= GetWidth() || y >= GetHeight())
-        throw OV::IllegalArgumentException(OV::StringView("There is no such pixel in the image."));
+        throw OV::IllegalArgumentException("There is no such pixel in the image.");
     return content_->pixels[static_cast<std::size_t>(y) * static_cast<std::size_t>(GetWidth()) +
                             static_cast<std::size_t>(x)];
 }

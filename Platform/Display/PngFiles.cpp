@@ -26,7 +26,7 @@ std::uint32_t BigEndian(OV::StringView bytes, std::size_t at)
 void RequireDecodableHeader(OV::StringView bytes)
 {
     if (bytes.size() < HeaderEnd || bytes.substr(PngSignature.size(), 8) != FirstChunk)
-        throw ImageException(OV::StringView("A PNG picture cannot be decoded: it has no header."));
+        throw ImageException("A PNG picture cannot be decoded: it has no header.");
     RequireDecodableSize(BigEndian(bytes, WidthAt), BigEndian(bytes, HeightAt));
 }
 
@@ -51,7 +51,7 @@ NativeImage TakePixels(cairo_surface_t* surface)
 {
     const auto format = cairo_image_surface_get_format(surface);
     if (format != CAIRO_FORMAT_ARGB32 && format != CAIRO_FORMAT_RGB24)
-        throw ImageException(OV::StringView("A PNG picture has pixels of an unknown form."));
+        throw ImageException("A PNG picture has pixels of an unknown form.");
     const NativeImage::Pixel opaque = format == CAIRO_FORMAT_RGB24 ? 0xFF000000 : 0;
     const auto width = static_cast<std::size_t>(cairo_image_surface_get_width(surface));
     const auto height = static_cast<std::size_t>(cairo_image_surface_get_height(surface));
@@ -73,10 +73,9 @@ NativeImage DecodePng(OV::StringView bytes)
     const Surface surface(cairo_image_surface_create_from_png_stream(ReadPiece, &bytes));
     const auto status = cairo_surface_status(surface.get());
     if (status == CAIRO_STATUS_READ_ERROR)
-        throw ImageException(OV::StringView("A PNG picture cannot be decoded: it is cut off."));
+        throw ImageException("A PNG picture cannot be decoded: it is cut off.");
     if (status != CAIRO_STATUS_SUCCESS)
-        throw ImageException(
-            OV::StringView("A PNG picture cannot be decoded: it is damaged, or memory is out."));
+        throw ImageException("A PNG picture cannot be decoded: it is damaged, or memory is out.");
     return TakePixels(surface.get());
 }
 

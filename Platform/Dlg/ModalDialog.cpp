@@ -1,6 +1,7 @@
 #include "Dlg/ModalDialog.hpp"
 
 #include "OVRoot/Exception.hpp"
+#include "OVRoot/HeldLocks.hpp"
 #include "SYClientBase/MessageLoop.hpp"
 
 namespace Dlg {
@@ -12,7 +13,7 @@ ModalDialog::ModalDialog(const DialogDescription& description)
 bool ModalDialog::Invoke()
 {
     if (isOpen_)
-        throw OV::IllegalArgumentException(OV::StringView("The dialog is open already."));
+        throw OV::IllegalArgumentException("The dialog is open already.");
     OV::AssertNoLockHeld("Dlg::ModalDialog");
     result_ = DialogResult::Cancel;
     isOpen_ = true;

@@ -14,7 +14,7 @@ Toolkit& Toolkit::Current()
 {
     if (currentToolkit == nullptr)
         throw OV::IllegalReferenceException(
-            OV::StringView("No dialog can be shown: this process has no dialog toolkit."));
+            "No dialog can be shown: this process has no dialog toolkit.");
     return *currentToolkit;
 }
 

@@ -17,6 +17,18 @@ public:
     /// failures throw IOException.
     [[nodiscard]] static std::optional<ExclusiveFile> TryOpen(const Location& file);
 
+    /// How often another holder is asked again.
+    struct Patience {
+        static constexpr std::uint32_t ForEver = 0;
+        std::uint32_t pauseMilliseconds = 5;
+        std::uint32_t attempts = 1000;
+    };
+    /// The same, waiting for another holder. Throws IOException, with ErrorCode::HeldByOther when
+    /// the patience ended, and OV::InterruptedException as soon as the calling thread is asked to
+    /// stop.
+    [[nodiscard]] static ExclusiveFile Open(const Location& file, const Patience& patience);
+    [[nodiscard]] static ExclusiveFile Open(const Location& file) { return Open(file, {}); }
+
     ~ExclusiveFile();
     ExclusiveFile(ExclusiveFile&&) noexcept;
     ExclusiveFile& operator=(ExclusiveFile&&) noexcept;

@@ -25,8 +25,8 @@ public:
     static HeldDescriptors& Get()
     {
         // Never destroyed: files that static objects hold are released at the very end.
-        static auto* const all = new HeldDescriptors;
-        return *all;
+        static auto& all = *new HeldDescriptors;
+        return all;
     }
 
     void Open(Descriptor& file, const OV::String& path)

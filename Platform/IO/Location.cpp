@@ -211,8 +211,7 @@ String Location::ToNativePath() const
 UniString Location::ToUrlText() const
 {
     if (model_ != NetworkModel::Url || !IsLegal())
-        throw OV::IllegalArgumentException(
-            OV::StringView("The location is no URL with scheme and host."));
+        throw OV::IllegalArgumentException("The location is no URL with scheme and host.");
     String url = OV::ToUtf8(scheme_) + "://";
     AppendEncoded(url, userName_);
     if (!password_.empty()) {

@@ -167,7 +167,7 @@ bool IChannelX::ReadBool()
     std::byte byte{};
     ReadBytes({&byte, 1});
     if (byte > std::byte{1})
-        throw ChannelException(StringView("A flag of the record is neither 0 nor 1."));
+        throw ChannelException("A flag of the record is neither 0 nor 1.");
     return byte == std::byte{1};
 }
 
@@ -212,7 +212,7 @@ void OBinaryChannelUtilities::WriteUniStringAsUTF8(OChannelX& channel, UniString
 {
     const String bytes = ToUtf8(text);
     if (bytes.size() > std::numeric_limits<std::uint32_t>::max())
-        throw ChannelException(StringView("A text of the record is longer than 4 GiB."));
+        throw ChannelException("A text of the record is longer than 4 GiB.");
     channel.WriteUInt(static_cast<std::uint32_t>(bytes.size()));
     channel.WriteBytes(AsBytes(bytes));
 }

@@ -33,8 +33,8 @@ int Collation::Compare(const String& left, const String& right) const noexcept
 const Collation& Collation::OfUser()
 {
     // Never destroyed: lines may be sorted until the process ends.
-    static const auto* const user = new Collation;
-    return *user;
+    static const auto& user = *new Collation;
+    return user;
 }
 
 }  // namespace OV

@@ -1,35 +1,35 @@
 #pragma once
 
 #include "OVRoot/Export.hpp"
-#include "OVRoot/HeldLocks.hpp"
 
-#include <algorithm>
-#include <condition_variable>
-#include <mutex>
-#include <thread>
 #include <typeinfo>
-#include <vector>
 
 namespace OV {
 
 namespace Detail {
 
-/// Logs the exception that is being handled, once, as one that left an observer of that class.
-SYC_API void LogObserverFailure(const std::type_info& observer) noexcept;
-
-/// A thread that waits for the calls that `others` are in to end. Not when one of them waits,
-/// directly or through more threads, for this one: two calls that detach each other's observers
-/// would wait for ever.
-class SYC_API WaitForCalls {
+/// The list of an EventSource, which knows nothing of its observers but where they are, so that
+/// threads and locks stay out of the header.
+class SYC_API ObserverList {
 public:
-    explicit WaitForCalls(std::vector<std::thread::id> others);
-    ~WaitForCalls();
-    WaitForCalls(const WaitForCalls&) = delete;
-    WaitForCalls& operator=(const WaitForCalls&) = delete;
-    [[nodiscard]] bool CanEnd() const noexcept { return canEnd_; }
+    using Tell = void (*)(void* call, void* observer);
+
+    ObserverList();
+    ~ObserverList();
+    ObserverList(const ObserverList&) = delete;
+    ObserverList& operator=(const ObserverList&) = delete;
+
+    void Attach(void* observer);
+    void Detach(void* observer);
+    /// Calls `tell(call, observer)` for each; `type` names them in messages.
+    void Notify(const std::type_info& type, Tell tell, void* call);
 
 private:
-    bool canEnd_;
+    class State;
+    class Call;
+    /// No std::unique_ptr: <memory> alone would be half a second to compile for whoever includes
+    /// an observer's subject.
+    State* const state_;
 };
 
 }  // namespace Detail
@@ -39,27 +39,14 @@ private:
 template <class Observer>
 class EventSource {
 public:
-    void Attach(Observer& observer)
-    {
-        const std::lock_guard guard(lock_);
-        if (!Contains(observer))
-            observers_.push_back(&observer);
-    }
+    void Attach(Observer& observer) { observers_.Attach(&observer); }
 
     /// When this returns, the observer is not being told anything and will not be, so it may be
     /// destroyed: waits for a call of it that another thread is in. Not with a lock held that the
     /// observer takes when it is told. Called from an observer whose own detaching a thread inside
     /// that call waits for, it does not wait, for neither could go on: then the observer may be
     /// destroyed only after the calling one has returned.
-    void Detach(Observer& observer)
-    {
-        std::unique_lock guard(lock_);
-        std::erase(observers_, &observer);
-        if (!IsCalledElsewhere(observer))
-            return;
-        if (const Detail::WaitForCalls wait(ThreadsThatCall(observer)); wait.CanEnd())
-            returned_.wait(guard, [&] { return !IsCalledElsewhere(observer); });
-    }
+    void Detach(Observer& observer) { observers_.Detach(&observer); }
 
     /// Calls `tell(observer)` in order of attachment. An observer that was detached by one called
     /// before it is left out. What an observer throws, of whichever type, is logged and harms
@@ -67,92 +54,15 @@ public:
     template <class Tell>
     void Notify(Tell&& tell)
     {
-        const std::vector<Observer*> observers = Snapshot();
-        if (!observers.empty())
-            AssertNoLockHeld(typeid(Observer));
-        for (Observer* observer : observers)
-            if (const Call call(*this, *observer); call.IsOpen()) {
-                try {
-                    tell(*observer);
-                } catch (...) {
-                    Detail::LogObserverFailure(typeid(Observer));
-                }
-            }
+        auto call = [&tell](void* observer) { tell(*static_cast<Observer*>(observer)); };
+        observers_.Notify(
+            typeid(Observer),
+            [](void* each, void* observer) { (*static_cast<decltype(call)*>(each))(observer); },
+            &call);
     }
 
 private:
-    struct Running {
-        Observer* observer;
-        std::thread::id thread;
-    };
-
-    /// One observer being called; closed from the start when it has been detached meanwhile.
-    class Call {
-    public:
-        Call(EventSource& source, Observer& observer) : source_(source)
-        {
-            const std::lock_guard guard(source_.lock_);
-            isOpen_ = source_.Contains(observer);
-            if (isOpen_)
-                source_.running_.push_back({&observer, std::this_thread::get_id()});
-            observer_ = &observer;
-        }
-        ~Call()
-        {
-            if (!isOpen_)
-                return;
-            const std::lock_guard guard(source_.lock_);
-            source_.EndCall(observer_);
-        }
-        Call(const Call&) = delete;
-        Call& operator=(const Call&) = delete;
-        [[nodiscard]] bool IsOpen() const noexcept { return isOpen_; }
-
-    private:
-        EventSource& source_;
-        Observer* observer_;
-        bool isOpen_;
-    };
-
-    std::vector<Observer*> Snapshot()
-    {
-        const std::lock_guard guard(lock_);
-        return observers_;
-    }
-
-    // With the lock held.
-    bool Contains(Observer& observer) const
-    {
-        return std::find(observers_.begin(), observers_.end(), &observer) != observers_.end();
-    }
-    bool IsCalledElsewhere(Observer& observer) const
-    {
-        return std::any_of(running_.begin(), running_.end(), [&](const Running& running) {
-            return running.observer == &observer && running.thread != std::this_thread::get_id();
-        });
-    }
-    std::vector<std::thread::id> ThreadsThatCall(Observer& observer) const
-    {
-        std::vector<std::thread::id> threads;
-        for (const Running& running : running_)
-            if (running.observer == &observer && running.thread != std::this_thread::get_id())
-                threads.push_back(running.thread);
-        return threads;
-    }
-    void EndCall(Observer* observer)
-    {
-        const auto mine =
-            std::find_if(running_.begin(), running_.end(), [&](const Running& running) {
-                return running.observer == observer && running.thread == std::this_thread::get_id();
-            });
-        running_.erase(mine);
-        returned_.notify_all();
-    }
-
-    std::mutex lock_;
-    std::condition_variable returned_;
-    std::vector<Observer*> observers_;
-    std::vector<Running> running_;
+    Detail::ObserverList observers_;
 };
 
 }  // namespace OV

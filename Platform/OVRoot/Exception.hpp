@@ -73,7 +73,7 @@ private:
 class SYC_API NullReferenceException : public Exception {
 public:
     explicit NullReferenceException(SourcePlace place = SourcePlace::Here())
-        : Exception(StringView("Null reference."), place)
+        : Exception("Null reference.", place)
     {}
     OV_EXCEPTION_IDENTITY(NullReferenceException)
 };
@@ -95,7 +95,7 @@ public:
 class SYC_API InterruptedException : public Exception {
 public:
     explicit InterruptedException(SourcePlace place = SourcePlace::Here())
-        : Exception(StringView("The operation was interrupted."), place)
+        : Exception("The operation was interrupted.", place)
     {}
     OV_EXCEPTION_IDENTITY(InterruptedException)
 };

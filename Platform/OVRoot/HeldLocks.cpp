@@ -57,8 +57,8 @@ struct HeldFiles {
 
 HeldFiles& Files()
 {
-    static auto* const files = new HeldFiles;
-    return *files;
+    static auto& files = *new HeldFiles;
+    return files;
 }
 
 [[noreturn]] void EndProcess(const char* told, const char* kind, const char* name, int line)

@@ -32,8 +32,8 @@ struct Shared {
 
 Shared& TheLog()
 {
-    static auto* shared = new Shared;
-    return *shared;
+    static auto& shared = *new Shared;
+    return shared;
 }
 
 }  // namespace

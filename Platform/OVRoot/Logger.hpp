@@ -24,6 +24,9 @@ class SYC_API Logger {
 public:
     using Sink = std::function<void(const LogRecord&)>;
 
+    /// The category of what the library logs.
+    static constexpr StringView Library = "SYClient";
+
     /// Replaces the sink and returns the former one. An empty sink restores the default.
     static Sink SetSink(Sink sink);
 

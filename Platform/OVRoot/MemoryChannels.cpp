@@ -45,7 +45,7 @@ ChannelStatus MemoryOChannel::WriteBytes(std::span<const std::byte> source)
 void MemoryIChannelX::ReadBytes(std::span<std::byte> target)
 {
     if (!Take(rest_, target))
-        throw ChannelException(StringView("The record ends before its data."));
+        throw ChannelException("The record ends before its data.");
 }
 
 void MemoryOChannelX::WriteBytes(std::span<const std::byte> source)

@@ -120,7 +120,7 @@ void XMLOChannel::WriteRest(String rest)
 String XMLOChannel::Text() const
 {
     if (state_->current != state_->document || !state_->document.first_child())
-        throw IllegalArgumentException(StringView("The document is not finished."));
+        throw IllegalArgumentException("The document is not finished.");
     StringWriter writer;
     state_->document.save(writer, "  ", pugi::format_indent, pugi::encoding_utf8);
     state_->PutRests(writer.text);

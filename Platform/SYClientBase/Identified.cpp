@@ -16,8 +16,8 @@ struct Registry {
 /// Never destroyed: objects of static duration leave it late.
 Registry& TheRegistry()
 {
-    static Registry* const registry = new Registry;
-    return *registry;
+    static auto& registry = *new Registry;
+    return registry;
 }
 
 }  // namespace

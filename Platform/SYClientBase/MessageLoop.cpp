@@ -24,8 +24,8 @@ struct Queue {
 /// Never destroyed: a thread may still post while the process ends.
 Queue& TheQueue()
 {
-    static Queue* const queue = new Queue;
-    return *queue;
+    static auto& queue = *new Queue;
+    return queue;
 }
 
 OV::RunnableTask TakeFirst()

@@ -61,8 +61,8 @@ OV::String Padded(const OV::String& text)
 [[noreturn]] void ThrowUnreadable()
 {
     throw PasswordCodingException(
-        OV::StringView("A stored password cannot be read: it was stored by another user or on "
-                       "another machine, or was changed. Enter it again."));
+        "A stored password cannot be read: it was stored by another user or on "
+        "another machine, or was changed. Enter it again.");
 }
 
 /// Nonce, authenticator and cipher text of a coded password.

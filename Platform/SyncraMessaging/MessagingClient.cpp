@@ -40,8 +40,7 @@ void MessagingClient::SubscribeToReceivePresence(const OV::Array<OV::UniString>&
 MessagingClient::PresenceIds MessagingClient::ReceivePresence()
 {
     if (subscription_.empty())
-        throw OV::IllegalArgumentException(
-            OV::UniString(u"Presence is received after a subscription alone."));
+        throw OV::IllegalArgumentException("Presence is received after a subscription alone.");
     auto users = requests_->GetHeld<Protocol::PresentUsers>(
         MakePath("/presence?subscription={}&after={}&wait={}",
                  {subscription_, after_, receiveTimeout_}),

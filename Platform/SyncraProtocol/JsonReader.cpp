@@ -128,8 +128,7 @@ private:
     void CountValue()
     {
         if (++values_ > MaximumValues)
-            throw MalformedRecordException(
-                OV::StringView("The JSON holds more than 4,000,000 values."));
+            throw MalformedRecordException("The JSON holds more than 4,000,000 values.");
     }
     bool AddValue(const Token& token)
     {
@@ -238,10 +237,9 @@ private:
     [[noreturn]] void Refuse(const Error& error) const
     {
         if (error == Boost::error::too_deep)
-            throw MalformedRecordException(
-                OV::StringView("The JSON is nested more than 64 levels deep."));
+            throw MalformedRecordException("The JSON is nested more than 64 levels deep.");
         if (error == Boost::error::exponent_overflow)
-            throw MalformedRecordException(OV::StringView("A number of the body is out of range."));
+            throw MalformedRecordException("A number of the body is out of range.");
         throw MalformedRecordException("The body is no JSON from byte " +
                                        std::to_string(parsed_ + 1) + ".");
     }

@@ -21,7 +21,7 @@ struct SignInAnswer {
     OV::UniString userId;
     OV::UniString userName;  ///< display name
     std::uint32_t protocol = 0;
-    std::uint32_t serverVersion = 0;  ///< product version as major * 100 + minor
+    std::uint32_t serverVersion = 0;  ///< its ProductVersion
 };
 
 }  // namespace Syncra::Protocol

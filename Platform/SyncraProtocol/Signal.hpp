@@ -12,6 +12,8 @@ enum class SignalId : std::int32_t {
     MembersChanged = 3,
     NewMail = 4,
 };
+inline constexpr SignalId EverySignal[] = {SignalId::ProjectStateChanged, SignalId::SessionsChanged,
+                                           SignalId::MembersChanged, SignalId::NewMail};
 
 /// One event of a project, in the order of its sequence.
 struct SYC_API Signal {

@@ -4,7 +4,7 @@
 #include "SyncraProtocol/Management/ConnectedModule.hpp"
 #include "SyncraProtocol/Management/ProjectCategory.hpp"
 #include "SyncraProtocol/Management/ServerConfiguration.hpp"
-#include "SyncraProtocol/Management/V2/Project.hpp"
+#include "SyncraProtocol/Management/V2/ProjectV2.hpp"
 #include "SyncraServerManagement/RecordFamily.hpp"
 #include "SyncraServerManagement/RepositoryProperties.hpp"
 

@@ -9,7 +9,7 @@
 #include "SyncraProtocol/Management/ProjectCategory.hpp"
 #include "SyncraProtocol/Management/Role.hpp"
 #include "SyncraProtocol/Management/User.hpp"
-#include "SyncraProtocol/Management/V2/Project.hpp"
+#include "SyncraProtocol/Management/V2/ProjectV2.hpp"
 
 namespace Nexar {
 

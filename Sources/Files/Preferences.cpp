@@ -32,7 +32,7 @@ Values Read()
         for (auto key = input.channel.PeekName(); !key.empty(); key = input.channel.PeekName())
             values[key] = input.channel.ReadInt32(key);
     } catch (const OV::Exception& failure) {
-        OV::Logger::Warning("SYClient", u"The preferences cannot be read: %",
+        OV::Logger::Warning(OV::Logger::Library, u"The preferences cannot be read: %",
                             {failure.GetMessage()});
     }
     return values;
@@ -61,7 +61,7 @@ void SetLong(OV::StringView key, std::int32_t value)
         document.LeaveElement(Root);
         IO::ReplaceWithXML(File(), document);
     } catch (const OV::Exception& failure) {
-        OV::Logger::Warning("SYClient", u"The preferences cannot be written: %",
+        OV::Logger::Warning(OV::Logger::Library, u"The preferences cannot be written: %",
                             {failure.GetMessage()});
     }
 }

@@ -13,7 +13,7 @@ namespace {
 
 ReplaceOutcome Failed(FileAlert alert, const FileError& error)
 {
-    OV::Logger::Warning("SYClient", u"%", {OV::MessageWithCauses(error)});
+    OV::Logger::Warning(OV::Logger::Library, u"%", {OV::MessageWithCauses(error)});
     return {std::nullopt, alert};
 }
 
@@ -62,7 +62,8 @@ void ShowFileAlert(FileAlert alert, const IO::Location& file) noexcept
     try {
         OV::ShowAlert(static_cast<int>(alert), {file.ToPath()});
     } catch (...) {
-        OV::Logger::Error("SYClient", u"Alert % could not be shown.", {static_cast<int>(alert)});
+        OV::Logger::Error(OV::Logger::Library, u"Alert % could not be shown.",
+                          {static_cast<int>(alert)});
     }
 }
 

@@ -28,12 +28,12 @@ void LogUpdater::Run()
         isRunning_ = false;
     } catch (const OV::InterruptedException&) {
         isRunning_ = false;
-        OV::Logger::Info("SYClient", u"LogUpdater::Update was interrupted", {});
+        OV::Logger::Info(OV::Logger::Library, u"LogUpdater::Update was interrupted", {});
     } catch (...) {
         failure_ = std::current_exception();
         isRunning_ = false;
         const OV::UniString reason = OV::DescribeCurrentException();
-        OV::Logger::Info("SYClient", u"LogUpdater::Update: %", {reason});
+        OV::Logger::Info(OV::Logger::Library, u"LogUpdater::Update: %", {reason});
         Tell([&](EventLogObserver& observer) { observer.UpdateFailed(reason); });
     }
 }

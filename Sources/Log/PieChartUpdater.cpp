@@ -123,5 +123,5 @@ void PieChartUpdater::Fetch(PerformanceData& data)
     if (status == 0)
         FillChartLines(log, data);
     else
-        OV::Logger::Info("SYClient", u"PieChartUpdater: no log of the load (%)", {status});
+        OV::Logger::Info(OV::Logger::Library, u"PieChartUpdater: no log of the load (%)", {status});
 }

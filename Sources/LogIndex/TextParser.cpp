@@ -41,7 +41,7 @@ int TextParser::GetLatestEvents(std::int32_t from, std::int32_t to, bool without
     } catch (const Communication::ResponseContentException& refusal) {
         return refusal.GetErrorCode();
     } catch (...) {
-        OV::Logger::Info("SYClient", u"TextParser::GetLatestEvents: %",
+        OV::Logger::Info(OV::Logger::Library, u"TextParser::GetLatestEvents: %",
                          {OV::DescribeCurrentException()});
         return OV::ChannelFailed;
     }

@@ -10,7 +10,7 @@ namespace SYC {
 LogText::LogText(OV::String text) : text_(std::move(text))
 {
     if (text_.size() > std::numeric_limits<std::uint32_t>::max())
-        throw OV::IllegalArgumentException(OV::StringView("A log of 4 GiB cannot be read."));
+        throw OV::IllegalArgumentException("A log of 4 GiB cannot be read.");
     const char* const begin = text_.data();
     const char* const end = begin + text_.size();
     constexpr std::size_t usualLength = 64;

@@ -96,7 +96,7 @@ void AsyncTaskExecuting::Task::Finish(bool hasSucceeded) noexcept
     SYCB::MessageLoopRunnable delivery(response_);
     // Who waits goes on at once, before the main thread hears of it.
     if (response_->Finish(hasSucceeded) && !response_->IsCancelled())
-        OV::Detail::RunLogged("SYClient", [&] { delivery.Run(); });
+        OV::Detail::RunLogged(OV::Logger::Library, [&] { delivery.Run(); });
 }
 
 }  // namespace Syncra::Server::ManagementTool::Core

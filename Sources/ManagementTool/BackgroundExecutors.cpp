@@ -26,7 +26,8 @@ void LeaveAlone(std::unique_ptr<OV::Executor> executor)
 {
     static OV::Lock lock;
     static auto& all = *new std::vector<std::unique_ptr<OV::Executor>>;
-    OV::Logger::Warning("SYClient", u"Work that was given up does not end and is left alone.");
+    OV::Logger::Warning(OV::Logger::Library,
+                        u"Work that was given up does not end and is left alone.");
     const OV::LockGuard guard(lock);
     all.push_back(std::move(executor));
 }

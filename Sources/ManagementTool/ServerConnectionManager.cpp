@@ -279,10 +279,8 @@ OV::UniString ServerConnectionManager::GetServerName() const
 
 OV::UniString ServerConnectionManager::GetValidatedServerName() const
 {
-    const OV::UniString name = GetServerName();
-    const auto working = SYCB::ConnectionValidator::GetInstance().GetWorkingConnectionForServer(
-        name, Unsigned(GetModelPort()));
-    return working && !working->validatedHost.empty() ? working->validatedHost : name;
+    return SYCB::ConnectionValidator::GetInstance().GetWorkingHost(GetServerName(),
+                                                                   Unsigned(GetModelPort()));
 }
 
 short ServerConnectionManager::GetManagementPort() const

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <cstdint>
+#include "SyncraProtocol/ProductVersion.hpp"
 
 namespace Syncra::Server::ManagementTool::GUI {
 
@@ -19,10 +19,7 @@ public:
     friend bool operator==(const ServerFilter&, const ServerFilter&) = default;
 
 private:
-    /// The version of the product that this library is a part of.
-    static constexpr std::uint32_t ProductVersion = 1400;
-
-    std::uint32_t version_ = ProductVersion;
+    std::uint32_t version_ = Syncra::Protocol::ProductVersion;
     std::uint32_t second_ = 0;
 };
 

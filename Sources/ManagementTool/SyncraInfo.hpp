@@ -5,6 +5,7 @@
 #include "OVRoot/Export.hpp"
 #include "OVRoot/Secret.hpp"
 #include "SYClientBase/ServerConnectionInfo.hpp"
+#include "SyncraProtocol/ProductVersion.hpp"
 
 #include <functional>
 
@@ -110,13 +111,12 @@ public:
     /// cache: unless the password of the location is the stored one, or no user is stored at all.
     [[nodiscard]] bool UserToBeChecked(const IO::Location& projectLocation) const;
 
-    /// Whether the server is of the one version that serves the projects of this client. A newer
-    /// one does not: it would have to be known first.
+    /// Whether the server is of the version of this client, the one that serves its projects. A
+    /// newer one does not: it would have to be known first.
     [[nodiscard]] static bool
     IsAvailableVersionForProjects(const SYCB::ServerConnectionInfo& server)
     {
-        constexpr std::uint32_t versionForProjects = 1400;
-        return server.serverVersion == versionForProjects;
+        return server.serverVersion == Syncra::Protocol::ProductVersion;
     }
 
 private:

@@ -22,7 +22,7 @@ const OV::UniString& NameOf(UserGroupType::Value group)
     case UserGroupType::ProjectWorkflowManagers:
         return Management::BuiltInGroups::ProjectWorkflowManagers;
     default:
-        throw OV::IllegalArgumentException(OV::StringView("There is no such group of users."));
+        throw OV::IllegalArgumentException("There is no such group of users.");
     }
 }
 

@@ -53,7 +53,7 @@ void UserPasswordStore::Password::Read(OV::XMLIChannel& channel, OV::StringView 
     try {
         text = SYCB::DecodePassword(coded);
     } catch (const SYCB::PasswordCodingException& error) {
-        OV::Logger::Warning("SYClient", u"UserPasswordStore: %", {error.GetMessage()});
+        OV::Logger::Warning(OV::Logger::Library, u"UserPasswordStore: %", {error.GetMessage()});
         unreadable = std::move(coded);
     }
 }

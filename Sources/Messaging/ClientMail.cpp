@@ -85,7 +85,7 @@ public:
     {
         // Only the last flag of a record may be missing; elsewhere the end means a record cut off.
         if (channel_.AtEnd())
-            throw OV::ChannelException(OV::StringView("The mail record ends before its data."));
+            throw OV::ChannelException("The mail record ends before its data.");
         flag = channel_.ReadBool();
     }
     void operator()(std::int32_t& number) { number = channel_.ReadInt(); }

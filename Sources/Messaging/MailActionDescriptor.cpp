@@ -8,9 +8,9 @@ MailActionDescriptor::MailActionDescriptor(Factory factory, OV::UniString id)
     : factory_(factory), id_(std::move(id))
 {
     if (!factory_)
-        throw OV::IllegalArgumentException(OV::StringView("A mail action kind has no factory."));
+        throw OV::IllegalArgumentException("A mail action kind has no factory.");
     if (id_.empty())
-        throw OV::IllegalArgumentException(OV::StringView("A mail action kind has no id."));
+        throw OV::IllegalArgumentException("A mail action kind has no id.");
     MailActionRegistry::GetRegistry().RegisterAction(this);
 }
 

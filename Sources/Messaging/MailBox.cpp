@@ -1,6 +1,6 @@
 #include "Messaging/MailBox.hpp"
 
-#include "Files/Detail/HoldFile.hpp"
+#include "IO/ExclusiveFile.hpp"
 #include "OVRoot/ExceptionText.hpp"
 #include "OVRoot/Logger.hpp"
 
@@ -68,7 +68,7 @@ MailBox::MailBox(const IO::Location& folder)
 {
     OV::UniString notice;
     {
-        const IO::ExclusiveFile hold = HoldFile(lockFile_);
+        const auto hold = IO::ExclusiveFile::Open(lockFile_);
         MailFile::Content content = MailFile::ReadKeepingDamage(file_);
         stamp_ = content.stamp;
         mails_ = std::move(content.mails);
@@ -220,7 +220,7 @@ void MailBox::Write()
     const auto start = Clock::now();
     OV::UniString notice;
     {
-        const IO::ExclusiveFile hold = HoldFile(lockFile_);
+        const auto hold = IO::ExclusiveFile::Open(lockFile_);
         if (IO::File::GetChangeStamp(file_) != stamp_) {
             MailFile::Content content = MailFile::ReadKeepingDamage(file_);
             notice = std::move(content.notice);
@@ -261,7 +261,7 @@ void MailBox::Guarded(Work work) noexcept
     try {
         work();
     } catch (...) {
-        OV::LogCurrentException("SYClient",
+        OV::LogCurrentException(OV::Logger::Library,
                                 u"% cannot be kept in their file. The next refresh after a start "
                                 u"fetches what it lacks and takes out what was deleted. %",
                                 u"The mails");

@@ -46,7 +46,7 @@ MailClient::MailClient(SYCB::PKSignalClient& signalClient,
 {
     if (m_instance != nullptr)
         throw OV::IllegalArgumentException(
-            OV::UniString(u"A mail client exists already; a process has one at a time."));
+            "A mail client exists already; a process has one at a time.");
     m_instance = this;
     try {
         signalClient_.Attach(*this);
@@ -137,7 +137,7 @@ void MailClient::SendMail(const OV::Array<OV::UniString>& recipients, ClientMail
                           MailClientActionResultObserver* observer)
 {
     if (recipients.empty())
-        throw OV::IllegalArgumentException(OV::UniString(u"The mail has no recipient."));
+        throw OV::IllegalArgumentException("The mail has no recipient.");
     mail.SetId(OV::Guid::Generate().ToText());
     mail.SetSendingTime(OV::Clock::Current().Now());
     mail.SetRecipientsLoginName(recipients);
@@ -445,7 +445,8 @@ void MailClient::RefreshMails(RefreshMailListReason::Value reason)
     const auto token = refresh_.Begin();
     const auto fail = [this, target = GetTarget(), token](const OV::UniString& problem,
                                                           bool isUserRefused) {
-        OV::Logger::Warning("SYClient", u"SYC::MailClient: mails cannot be fetched: %", {problem});
+        OV::Logger::Warning(OV::Logger::Library, u"SYC::MailClient: mails cannot be fetched: %",
+                            {problem});
         target.Post([this, problem, isUserRefused, token] {
             const RefreshEnd end(*this, token);
             RefreshFailed(problem, isUserRefused);

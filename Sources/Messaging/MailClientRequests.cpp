@@ -23,18 +23,18 @@ OV::Ref<ClientMail> ToMail(const Message& message)
         auto mail = OV::MakeRef<ClientMail>();
         const auto status = mail->SyncraMessageConvertTo(message);
         if (mail->HasUnknownActions())
-            OV::Logger::Info("SYClient",
+            OV::Logger::Info(OV::Logger::Library,
                              u"SYC::MailClient: mail % carries actions that this program does not "
                              u"know; it is shown without them",
                              {message.mailId});
         if (status == OV::ChannelOk || mail->HasUnknownActions())
             return mail;
-        OV::Logger::Warning("SYClient", u"SYC::MailClient: mail % is dropped: status %",
+        OV::Logger::Warning(OV::Logger::Library, u"SYC::MailClient: mail % is dropped: status %",
                             {message.mailId, status});
     } catch (const std::bad_alloc&) {
         throw;  // no fault of the mail
     } catch (...) {
-        OV::Logger::Warning("SYClient", u"SYC::MailClient: mail % is dropped: %",
+        OV::Logger::Warning(OV::Logger::Library, u"SYC::MailClient: mail % is dropped: %",
                             {message.mailId, OV::DescribeCurrentException()});
     }
     return {};

@@ -16,7 +16,7 @@ namespace {
 void RequireOk(OV::ChannelStatus status)
 {
     if (status != OV::ChannelOk)
-        throw OV::ChannelException(OV::StringView("A mail cannot be written."));
+        throw OV::ChannelException("A mail cannot be written.");
 }
 
 /// Takes bytes and keeps their number alone.
@@ -93,13 +93,13 @@ Content ReadKeepingDamage(const IO::Location& file)
 void LogNotice(const OV::UniString& notice)
 {
     if (!notice.empty())
-        OV::Logger::Warning("SYClient", u"%", {notice});
+        OV::Logger::Warning(OV::Logger::Library, u"%", {notice});
 }
 
 OV::String Encode(const MailList& mails, const UnknownRecords& unknown)
 {
     if (mails.size() > std::numeric_limits<std::uint32_t>::max() - unknown.count)
-        throw OV::ChannelException(OV::StringView("The mails are too many for one file."));
+        throw OV::ChannelException("The mails are too many for one file.");
     // A box of many megabytes that grows by doubling is copied and held twice on the way.
     ByteCounter counter;
     WriteMails(mails, unknown, counter);

@@ -1,9 +1,10 @@
 #include "Messaging/Outbox.hpp"
 
-#include "Files/Detail/HoldFile.hpp"
+#include "IO/ExclusiveFile.hpp"
 #include "IO/IOException.hpp"
 #include "OVRoot/ExceptionText.hpp"
 #include "OVRoot/Guid.hpp"
+#include "OVRoot/Logger.hpp"
 
 #include <algorithm>
 
@@ -27,7 +28,7 @@ Outbox::Outbox(const IO::Location& folder)
       lockFile_(folder.Appended(OV::UniString(MailFile::OutboxName) + u".lock"))
 {
     {
-        const IO::ExclusiveFile hold = HoldFile(lockFile_);
+        const auto hold = IO::ExclusiveFile::Open(lockFile_);
         const OV::LockGuard guard(lock_);
         ReadIfChanged();
         if (std::any_of(mails_.begin(), mails_.end(),
@@ -100,7 +101,7 @@ void Outbox::Write(Change change)
 template <class Change>
 void Outbox::WriteLocked(Change change)
 {
-    const IO::ExclusiveFile hold = HoldFile(lockFile_);
+    const auto hold = IO::ExclusiveFile::Open(lockFile_);
     ReadIfChanged();
     MailList changed = mails_;
     change(changed);
@@ -187,7 +188,7 @@ void Outbox::Save() noexcept
         Write([](MailList&) {});
     } catch (...) {
         OV::LogCurrentException(
-            "SYClient",
+            OV::Logger::Library,
             u"% cannot be written; mails that were delivered stay in it until it "
             u"can, and the server recognises them: %",
             u"The outbox");

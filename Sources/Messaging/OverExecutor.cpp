@@ -2,6 +2,7 @@
 
 #include "OVRoot/ExceptionText.hpp"
 #include "OVRoot/HeldLocks.hpp"
+#include "OVRoot/Logger.hpp"
 
 namespace SYC {
 
@@ -16,7 +17,8 @@ bool OverExecutor::Target::Post(std::function<void()> work) const noexcept
                 work();
         }));
     } catch (...) {
-        OV::LogCurrentException("SYClient", u"% failed, a notification is lost: %", u"An executor");
+        OV::LogCurrentException(OV::Logger::Library, u"% failed, a notification is lost: %",
+                                u"An executor");
         return false;
     }
 }

@@ -21,7 +21,7 @@ OV::String Encode(const NativeImage& image)
     try {
         return image.IsEmpty() ? OV::String() : NewDisplay::EncodeImage(image, StreamFormat);
     } catch (const NewDisplay::ImageException& error) {
-        OV::Logger::Info("SYClient", u"SYC::WritePhoto : %", {error.GetMessage()});
+        OV::Logger::Info(OV::Logger::Library, u"SYC::WritePhoto : %", {error.GetMessage()});
         return {};
     }
 }
@@ -31,7 +31,7 @@ NativeImage Decode(const OV::String& bytes)
     try {
         return NewDisplay::DecodeImage(bytes, u"image/png");
     } catch (const NewDisplay::ImageException& error) {
-        OV::Logger::Info("SYClient", u"SYC::ReadPhoto : %", {error.GetMessage()});
+        OV::Logger::Info(OV::Logger::Library, u"SYC::ReadPhoto : %", {error.GetMessage()});
         return {};
     }
 }

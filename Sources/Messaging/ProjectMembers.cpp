@@ -44,7 +44,7 @@ public:
             if (members_.wanted_ != Wanted::Nothing)
                 members_.StartRefresh(members_.wanted_ == Wanted::Photos);
         } catch (...) {
-            OV::LogCurrentException("SYClient", u"SYC::ProjectMembers: % not refreshed: %",
+            OV::LogCurrentException(OV::Logger::Library, u"SYC::ProjectMembers: % not refreshed: %",
                                     u"the members are");
         }
     }
@@ -189,7 +189,7 @@ void ProjectMembers::_SignalReceived(const Syncra::Protocol::Signal& signal)
 
 void ProjectMembers::TellNotRefreshed(const OV::UniString& problem)
 {
-    OV::Logger::Warning("SYClient", u"SYC::ProjectMembers: not refreshed: %", {problem});
+    OV::Logger::Warning(OV::Logger::Library, u"SYC::ProjectMembers: not refreshed: %", {problem});
     observers_.Notify([&](ProjectMembersObserver& observer) {
         observer._ProjectMembersNotRefreshed(*this, problem);
     });

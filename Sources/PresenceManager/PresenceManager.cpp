@@ -74,7 +74,7 @@ std::uint16_t FindMessagingPort(SyncraClient& client)
         return port.service == Syncra::Protocol::ServiceNames::Messaging;
     });
     if (found == ports.end() || found->port == 0)
-        throw PresenceManagerException(OV::StringView("Could not get the messaging port"));
+        throw PresenceManagerException("Could not get the messaging port");
     return found->port;
 }
 
@@ -239,7 +239,7 @@ void PresenceManager::SetTargetServer(const OV::UniString& host, std::uint16_t p
                                       const OV::UniString& user, const OV::Secret& password)
 {
     if (host.empty() || port == 0)
-        throw OV::IllegalArgumentException(OV::UniString(u"Invalid host name or port number"));
+        throw OV::IllegalArgumentException("Invalid host name or port number");
     StartCheck({host, port, user, password})->AwaitOutcome();
 }
 

@@ -256,7 +256,8 @@ void ProjectLogViewerDlg_14::ExportData()
     try {
         shown_->Export(*file);
     } catch (const std::exception& failure) {
-        OV::Logger::Info("SYClient", u"ProjectLogViewerDlg_14::ExportData: %", {failure.what()});
+        OV::Logger::Info(OV::Logger::Library, u"ProjectLogViewerDlg_14::ExportData: %",
+                         {failure.what()});
         Dlg::ShowWarningAlert(TextOf(Error), TextOf(SavingFailed), TextOf(Ok));
     }
 }

@@ -24,9 +24,10 @@ bool SetServerConnectionTask::RunTask()
     } catch (const SYCB::IncopatibleServerVersionException&) {
         isCompatible_ = false;
     } catch (const std::exception& error) {
-        OV::Logger::Info("SYClient", u"SetServerConnectionTask: %", {error.what()});
+        OV::Logger::Info(OV::Logger::Library, u"SetServerConnectionTask: %", {error.what()});
     } catch (...) {
-        OV::Logger::Info("SYClient", u"SetServerConnectionTask: something unknown was thrown");
+        OV::Logger::Info(OV::Logger::Library,
+                         u"SetServerConnectionTask: something unknown was thrown");
     }
     return false;
 }

@@ -1,4 +1,5 @@
 #include "CachedProjectInfoObserver.hpp"
+#include "ClientProjectData.hpp"
 #include "Connection/ConnectionTest.hpp"
 #include "Support/ScriptedServer.hpp"
 

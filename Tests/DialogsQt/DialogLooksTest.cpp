@@ -11,6 +11,7 @@
 #include <QScrollBar>
 #include <QTableView>
 
+#include <chrono>
 #include <cstdlib>
 
 using SYC::CloseProjectDialog;

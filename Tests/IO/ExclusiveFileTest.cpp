@@ -7,7 +7,6 @@
 
 #include <fcntl.h>
 #include <sys/file.h>
-#include <thread>
 #include <vector>
 
 namespace {
@@ -21,11 +20,7 @@ protected:
     [[nodiscard]] IO::Location Lock() const { return Place(u"@\u4e2d.Lock"); }
     [[nodiscard]] ExclusiveFile Hold() const
     {
-        for (;;) {
-            if (auto held = ExclusiveFile::TryOpen(Lock()))
-                return std::move(*held);
-            std::this_thread::yield();
-        }
+        return ExclusiveFile::Open(Lock(), {1, ExclusiveFile::Patience::ForEver});
     }
     [[nodiscard]] bool IsFree() const { return ExclusiveFile::TryOpen(Lock()).has_value(); }
     /// What another process finds.
@@ -54,6 +49,8 @@ TEST_F(ExclusiveFileTest, IsHeldByOneAndFreeWhenItIsLetGo)
         ASSERT_TRUE(held);
         EXPECT_FALSE(IsFree()) << "not even for this process";
         EXPECT_FALSE(IsFreeForOthers());
+        EXPECT_EQ(CodeOf([&] { (void)ExclusiveFile::Open(Lock(), {1, 2}); }),
+                  ErrorCode::HeldByOther);
         EXPECT_EQ(CodeOf([&] { IO::File::Delete(Lock()); }), ErrorCode::HeldByOther);
         const ExclusiveFile moved = std::move(*held);
         held.reset();

@@ -129,6 +129,17 @@ TEST(LayersTest, ThirdPartyHeadersStayInSourcesAndDetail)
     }
 }
 
+TEST(LayersTest, NoTwoHeadersHaveOneName)
+{
+    std::map<std::string, fs::path> known;
+    for (const char* folder : {"Platform", "Sources", "Server", "Tools"})
+        for (const auto& entry : fs::recursive_directory_iterator(root / folder))
+            if (entry.path().extension() == ".hpp") {
+                const auto [other, isNew] = known.emplace(entry.path().filename(), entry.path());
+                EXPECT_TRUE(isNew) << entry.path() << " and " << other->second;
+            }
+}
+
 TEST(LayersTest, OperatingSystemCallsStandInOneFileASystem)
 {
     static const std::set<std::string> systemHeaders = {

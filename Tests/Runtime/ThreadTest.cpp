@@ -140,9 +140,9 @@ TEST(EventSourceTest, ObserversMayLeaveAndComeWhileTheyAreTold)
 
 TEST(EventSourceTest, WhatAnObserverThrowsHarmsNobodyElse)
 {
-    OV::EventSource<const int> source;
-    const std::array observers{1, 2, 3};
-    for (const int& observer : observers)
+    OV::EventSource<int> source;
+    std::array observers{1, 2, 3};
+    for (int& observer : observers)
         source.Attach(observer);
     LogCapture log;
     int told = 0;
@@ -162,25 +162,25 @@ TEST(EventSourceTest, WhatAnObserverThrowsHarmsNobodyElse)
 // Whoever comes second goes on, for the first waits for it.
 TEST(EventSourceTest, TwoCallsThatDetachEachOthersObserversEnd)
 {
-    OV::EventSource<const int> first;
-    OV::EventSource<const int> second;
-    const int observer = 0;
+    OV::EventSource<int> first;
+    OV::EventSource<int> second;
+    int observer = 0;
     first.Attach(observer);
     second.Attach(observer);
     std::barrier both(2);
     std::jthread other([&] {
-        second.Notify([&](const int&) {
+        second.Notify([&](int&) {
             both.arrive_and_wait();
             first.Detach(observer);
         });
     });
-    first.Notify([&](const int&) {
+    first.Notify([&](int&) {
         both.arrive_and_wait();
         second.Detach(observer);
     });
     other.join();
-    first.Notify([](const int&) { FAIL() << "it was detached"; });
-    second.Notify([](const int&) { FAIL() << "it was detached"; });
+    first.Notify([](int&) { FAIL() << "it was detached"; });
+    second.Notify([](int&) { FAIL() << "it was detached"; });
 }
 
 TEST(HeldLocksTest, SomebodyElsesCodeUnderALockEndsTheProcess)
@@ -189,19 +189,19 @@ TEST(HeldLocksTest, SomebodyElsesCodeUnderALockEndsTheProcess)
     GTEST_SKIP() << "checked in builds with assertions";
 #endif
     GTEST_FLAG_SET(death_test_style, "threadsafe");
-    OV::EventSource<const int> source;
-    const int observer = 0;
+    OV::EventSource<int> source;
+    int observer = 0;
     source.Attach(observer);
     OV::Lock lock;
     OV::Condition condition;
     {
         const OV::LockGuard guard(lock);
-        EXPECT_DEATH(source.Notify([](const int&) {}),
+        EXPECT_DEATH(source.Notify([](int&) {}),
                      "\"int\" is called while .* the lock made at .*ThreadTest.cpp:");
     }
     condition.Notify();
     condition.Wait();
-    source.Notify([](const int&) {});
+    source.Notify([](int&) {});
 }
 
 TEST(EventSourceTest, AnObserverThatWasDetachedMayBeDestroyed)

@@ -22,7 +22,7 @@ IO::Location DataFolder()
     try {
         registry.RefreshData(false);
     } catch (const std::exception& error) {
-        OV::Logger::Error("SYClient", u"%", {error.what()});
+        OV::Logger::Error(OV::Logger::Library, u"%", {error.what()});
     }
     return registry.GetSYDataFolder();
 }

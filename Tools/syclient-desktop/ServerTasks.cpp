@@ -54,7 +54,7 @@ bool UpdateStatistics::RunTask()
         data = Charts::ReadCache(name);
         return true;
     } catch (const OV::Exception& error) {
-        OV::Logger::Info("SYClient", u"UpdateStatistics: %", {error.GetMessage()});
+        OV::Logger::Info(OV::Logger::Library, u"UpdateStatistics: %", {error.GetMessage()});
         return false;
     }
 }

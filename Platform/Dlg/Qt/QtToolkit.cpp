@@ -87,8 +87,7 @@ int ShowMessageBox(const OV::AlertResource& alert)
 QtToolkit::QtToolkit() : loop_(std::make_shared<Loop>())
 {
     if (qobject_cast<QApplication*>(QCoreApplication::instance()) == nullptr)
-        throw OV::IllegalArgumentException(
-            OV::StringView("Dialogs in windows need the host's QApplication."));
+        throw OV::IllegalArgumentException("Dialogs in windows need the host's QApplication.");
     loop_->formerPoster = SYCB::MessageLoop::SetPoster(
         [loop = loop_](OV::RunnableTask task) { loop->Post(std::move(task)); });
     // What was posted before would wait in a queue that nobody runs any more.

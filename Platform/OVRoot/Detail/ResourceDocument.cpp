@@ -9,7 +9,7 @@ pugi::xml_document ParseResource(std::string_view text)
     pugi::xml_document document;
     if (!document.load_buffer(text.data(), text.size(),
                               pugi::parse_default | pugi::parse_ws_pcdata_single))
-        throw Exception(StringView("The resources of the library are damaged."));
+        throw Exception("The resources of the library are damaged.");
     return document;
 }
 

@@ -6,7 +6,6 @@
 #include "IO/SpecialFolder.hpp"
 #include "OVRoot/Lock.hpp"
 #include "OVRoot/SecureWipe.hpp"
-#include "OVRoot/Thread.hpp"
 #include "SYClientBase/PasswordCoding.hpp"
 
 #include <algorithm>
@@ -17,8 +16,6 @@ namespace {
 
 constexpr OV::UniStringView KeyFileName = u"SYPassword.key";
 constexpr OV::UniStringView LockFileName = u"@SYPassword.Lock";
-constexpr std::uint32_t LockPauseMilliseconds = 10;
-constexpr int LockAttempts = 1000;
 
 struct KnownKey {
     IO::Location file;
@@ -38,21 +35,10 @@ PasswordKey ReadKey(const IO::Location& file)
     return key;
 }
 
-IO::ExclusiveFile HoldLock(const IO::Location& lockFile)
-{
-    for (int attempt = 0; attempt < LockAttempts; ++attempt) {
-        if (auto lock = IO::ExclusiveFile::TryOpen(lockFile))
-            return std::move(*lock);
-        OV::Thread::Sleep(LockPauseMilliseconds);
-    }
-    throw PasswordCodingException(u"Another process holds " + lockFile.ToDisplayText() +
-                                  u" and does not let go of it. End it and try again.");
-}
-
 /// Under a lock between processes and with a second look, so that all of them keep the first key.
 PasswordKey MakeKey(const IO::Location& file)
 {
-    IO::ExclusiveFile lock = HoldLock(file.Parent().Appended(LockFileName));
+    auto lock = IO::ExclusiveFile::Open(file.Parent().Appended(LockFileName));
     if (!IO::File::Exists(file)) {
         OV::String bytes(crypto_kdf_KEYBYTES, '\0');
         randombytes_buf(bytes.data(), bytes.size());
@@ -82,7 +68,7 @@ void InitialiseSodium()
     static const int result = sodium_init();
     if (result < 0)
         throw PasswordCodingException(
-            OV::StringView("The system gives no random numbers, so passwords cannot be stored."));
+            "The system gives no random numbers, so passwords cannot be stored.");
 }
 
 PasswordKey GetPasswordKey(MissingKey missing)

@@ -20,9 +20,6 @@ constexpr std::uint32_t HeldRequestMilliseconds = 25'000;
 /// A server that does not hold the request, or gets no further, must not be asked without a pause.
 constexpr std::uint32_t NotHeldPauseMilliseconds = 500;
 
-constexpr SignalId EverySignal[] = {SignalId::ProjectStateChanged, SignalId::SessionsChanged,
-                                    SignalId::MembersChanged, SignalId::NewMail};
-
 /// Lets SetForcedOffline reach the client while it lives.
 class ReachableClient {
 public:
@@ -184,7 +181,7 @@ void SignalListener::Deliver(const Signal& signal)
 
 void SignalListener::DeliverEveryKind()
 {
-    for (const SignalId id : EverySignal)
+    for (const SignalId id : Syncra::Protocol::EverySignal)
         Deliver({0, id, projectId_});
 }
 

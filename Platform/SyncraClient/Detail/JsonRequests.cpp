@@ -87,9 +87,8 @@ void JsonRequests::SignIn()
         ThrowIncompatible(http_.GetAddress());
     auto token = Read<Protocol::SignInAnswer>(request, response).token;
     if (!IsToken(token))
-        ThrowMalformed(
-            request, response,
-            Protocol::MalformedRecordException(OV::StringView("the token is not usable")));
+        ThrowMalformed(request, response,
+                       Protocol::MalformedRecordException("the token is not usable"));
     token_ = std::move(token);
 }
 

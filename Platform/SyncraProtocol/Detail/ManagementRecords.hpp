@@ -9,7 +9,7 @@
 #include "SyncraProtocol/Management/RepositoryContents.hpp"
 #include "SyncraProtocol/Management/ServerConfiguration.hpp"
 #include "SyncraProtocol/Management/User.hpp"
-#include "SyncraProtocol/Management/V2/Project.hpp"
+#include "SyncraProtocol/Management/V2/ProjectV2.hpp"
 
 /// What travels to and from the management service, described once for both ends.
 namespace Syncra::Server::Management {

@@ -1,4 +1,4 @@
-#include "SyncraProtocol/Management/V2/Project.hpp"
+#include "SyncraProtocol/Management/V2/ProjectV2.hpp"
 
 #include <algorithm>
 

@@ -5,7 +5,6 @@
 #include "IO/SpecialFolder.hpp"
 #include "OVRoot/Logger.hpp"
 #include "OVRoot/MemoryChannels.hpp"
-#include "OVRoot/Thread.hpp"
 
 #include <algorithm>
 
@@ -15,7 +14,8 @@ namespace {
 
 constexpr OV::UniStringView MarkerName = u"che.lck";
 constexpr OV::StringView MarkerMessage = "Failed to  to create cache lock file location.";
-constexpr std::uint32_t MarkerWaitMilliseconds = 50;
+constexpr IO::ExclusiveFile::Patience MarkerPatience{
+    .pauseMilliseconds = 50, .attempts = IO::ExclusiveFile::Patience::ForEver};
 
 /// Whether a client that knows more wrote the file. A number beyond a byte is no version but
 /// damage.
@@ -74,11 +74,7 @@ OV::Array<OV::UniString> Names(const IO::Location& folder)
 IO::ExclusiveFile HoldMarker(const IO::Location& folder)
 {
     const auto location = Form(folder, MarkerName, MarkerMessage);
-    for (;;) {
-        if (auto held = Try(MarkerMessage, [&] { return IO::ExclusiveFile::TryOpen(location); }))
-            return std::move(*held);
-        OV::Thread::Sleep(MarkerWaitMilliseconds);
-    }
+    return Try(MarkerMessage, [&] { return IO::ExclusiveFile::Open(location, MarkerPatience); });
 }
 
 void DeleteMarker(IO::ExclusiveFile marker)
@@ -97,7 +93,7 @@ std::optional<PerformanceData> ReadStatistics(const IO::Location& folder)
         (void)data.Read(channel);  // what is there of a damaged one counts
         return data;
     } catch (const IO::IOException& failure) {
-        OV::Logger::Warning("SYClient", u"The statistics of a server are left out: %",
+        OV::Logger::Warning(OV::Logger::Library, u"The statistics of a server are left out: %",
                             {failure.GetMessage()});
         return std::nullopt;
     }

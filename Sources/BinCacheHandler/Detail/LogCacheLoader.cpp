@@ -137,7 +137,8 @@ auto TryToRead(Read&& read) -> std::optional<decltype(read())>
         return read();
     } catch (const IO::IOException& failure) {
         OV::Logger::Warning(
-            "SYClient", u"A file of a log cache is left out; make it readable or move it away: %",
+            OV::Logger::Library,
+            u"A file of a log cache is left out; make it readable or move it away: %",
             {failure.GetMessage()});
         return std::nullopt;
     }

@@ -39,7 +39,7 @@ InfoFileLock::InfoFileLock(const IO::Location& lockFile)
         OV::Thread::Sleep(PauseMilliseconds);
     isHeld_ = true;
     if (!file_)
-        OV::Logger::Warning("SYClient", u"Going on without a lock: %", {problem_});
+        OV::Logger::Warning(OV::Logger::Library, u"Going on without a lock: %", {problem_});
 }
 
 InfoFileLock::InfoFileLock(const IO::Location& lockFile, int attempts)
@@ -55,7 +55,7 @@ InfoFileLock::~InfoFileLock()
         if (file_)
             file_->DeleteAndClose();
     } catch (const std::exception& error) {
-        OV::Logger::Warning("SYClient", u"A lock file stays behind: %", {error.what()});
+        OV::Logger::Warning(OV::Logger::Library, u"A lock file stays behind: %", {error.what()});
     }
 }
 

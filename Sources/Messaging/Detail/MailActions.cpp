@@ -141,8 +141,7 @@ void MailActions::Keep(Carried& actions, std::uint32_t count, OV::String bytes)
 void MailActions::Serialize(const Carried& actions, OV::OChannelX& channel)
 {
     if (actions.unknown)
-        throw OV::ChannelException(
-            OV::StringView("The mail carries actions that this program does not know."));
+        throw OV::ChannelException("The mail carries actions that this program does not know.");
     for (std::size_t i = 0; i < Count(actions); ++i) {
         MailAction& action = *(*actions.known)[i];
         OV::OBinaryChannelUtilities::WriteUniStringAsUTF8(channel, action.GetId());

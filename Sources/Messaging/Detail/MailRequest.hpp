@@ -2,6 +2,7 @@
 
 #include "Messaging/MailClientActionResultObserver.hpp"
 #include "OVRoot/ExceptionText.hpp"
+#include "OVRoot/Logger.hpp"
 #include "SYCommunication/CommunicationException.hpp"
 
 namespace SYC {
@@ -12,7 +13,7 @@ inline constexpr std::uint32_t MailWorkerMilliseconds = 30'000;
 /// For the inside of a catch clause.
 inline void LogFailure(OV::UniStringView what) noexcept
 {
-    OV::LogCurrentException("SYClient", u"SYC::MailClient: % failed: %", what);
+    OV::LogCurrentException(OV::Logger::Library, u"SYC::MailClient: % failed: %", what);
 }
 
 /// Runs a request and gives its MailResult, whatever it throws; a failure is logged as one of

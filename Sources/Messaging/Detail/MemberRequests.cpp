@@ -49,12 +49,8 @@ OV::HashSet<OV::UniString> LoginsAtWork(SyncraClient& client, const OV::UniStrin
 OV::UniString HostOf(const OpenedProject& project)
 {
     const auto& location = project.GetLocation();
-    OV::UniString host = SYCB::GetServerName(location);
-    if (const auto working = SYCB::ConnectionValidator::GetInstance().GetWorkingConnectionForServer(
-            host, location.GetPort());
-        working && !working->validatedHost.empty())
-        return working->validatedHost;
-    return host;
+    return SYCB::ConnectionValidator::GetInstance().GetWorkingHost(SYCB::GetServerName(location),
+                                                                   location.GetPort());
 }
 
 /// The user repository of the opened project's server; null when the server lists none.
@@ -86,7 +82,7 @@ NewDisplay::NativeImage FetchPhoto(UserRepository& users, const OV::UniString& l
     } catch (const Communication::ConnectionException&) {
         throw;
     } catch (const std::exception& error) {
-        OV::Logger::Warning("SYClient", u"SYC::ProjectMembers: no photo of %: %",
+        OV::Logger::Warning(OV::Logger::Library, u"SYC::ProjectMembers: no photo of %: %",
                             {loginName, error.what()});
     }
     return {};
@@ -118,7 +114,8 @@ void FetchPhotos(OpenedProject& project, const OV::Array<Member>& members, Photo
         // The members count without their photos.
         SYCB::ServicePortCache::GetInstance().Forget(HostOf(project),
                                                      project.GetLocation().GetPort());
-        OV::Logger::Warning("SYClient", u"SYC::ProjectMembers: no photos: %", {error.what()});
+        OV::Logger::Warning(OV::Logger::Library, u"SYC::ProjectMembers: no photos: %",
+                            {error.what()});
     }
 }
 

@@ -455,7 +455,7 @@ std::shared_ptr<CachedProjectInfo> CacheRegister::Create(const ConnectionInfo& c
     Look(dataFolder.Appended(CacheFolders::MakeName(connection)));
     RequireRead(dataFolder, connection);
     for (const auto& damaged : WithoutInfo(dataFolder, connection))
-        OV::Logger::Error("SYClient",
+        OV::Logger::Error(OV::Logger::Library,
                           u"A new cache is made, for the one in \"%\" cannot be read. What was not "
                           u"sent from there stays there. %",
                           {damaged.folder.ToDisplayText(), damaged.problem});

@@ -25,7 +25,7 @@ void MakeFolderOf(const IO::Location& file)
     try {
         IO::Folder::CreateTree(file.Parent());
     } catch (const IO::IOException& error) {
-        OV::Logger::Warning("SYClient", u"No place for the local-data options: %",
+        OV::Logger::Warning(OV::Logger::Library, u"No place for the local-data options: %",
                             {error.GetMessage()});
     }
 }
@@ -97,7 +97,7 @@ void DataOptionsFile::TellOfFolder() noexcept
         }
         SYDataOptionsObserver::SendSYDataFolderChanged();
     } catch (const std::exception& error) {
-        OV::Logger::Error("SYClient", u"The new data folder could not be told of: %",
+        OV::Logger::Error(OV::Logger::Library, u"The new data folder could not be told of: %",
                           {error.what()});
     }
 }
@@ -166,7 +166,8 @@ void DataOptionsFile::Take(DataOptionsFormat::Content read, const IO::ChangeStam
 {
     auto& [options, additions] = read;
     if (!additions.foreignPath.empty())
-        OV::Logger::Warning("SYClient", u"No folder of this computer, so not used: \"%\" (%)",
+        OV::Logger::Warning(OV::Logger::Library,
+                            u"No folder of this computer, so not used: \"%\" (%)",
                             {additions.foreignPath, file_.ToDisplayText()});
     const OV::LockGuard guard(lock_);
     if (options.dataFolder.IsEmpty())
@@ -247,10 +248,11 @@ bool DataOptionsFile::TakeLock()
     lockProblem_ = taken->GetProblem();
     if (!taken->IsHeld()) {
         if (lockProblem_.empty())
-            OV::Logger::Warning("SYClient", u"Another program holds the local-data options: %",
+            OV::Logger::Warning(OV::Logger::Library,
+                                u"Another program holds the local-data options: %",
                                 {GetLockLocation().ToDisplayText()});
         else
-            OV::Logger::Warning("SYClient", u"The local-data options cannot be locked: %",
+            OV::Logger::Warning(OV::Logger::Library, u"The local-data options cannot be locked: %",
                                 {lockProblem_});
         return false;
     }
@@ -339,7 +341,7 @@ DataOptionsHold::~DataOptionsHold()
     try {
         file_.Leave(epoch_);
     } catch (const std::exception& error) {
-        OV::Logger::Error("SYClient", u"The local-data options were not written: %",
+        OV::Logger::Error(OV::Logger::Library, u"The local-data options were not written: %",
                           {error.what()});
     }
 }

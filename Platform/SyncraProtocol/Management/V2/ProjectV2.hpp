@@ -1,7 +1,7 @@
 #pragma once
 
 #include "OVRoot/Export.hpp"
-#include "SyncraProtocol/Management/V1/Project.hpp"
+#include "SyncraProtocol/Management/V1/ProjectV1.hpp"
 
 namespace Syncra::Server::Management::V2 {
 

@@ -10,10 +10,10 @@ namespace Nexar {
 
 /// The messaging service: subscriptions to the presence of users in a set of projects, and the
 /// requests that wait for a change.
-class PresenceService {
+class MessagingService {
 public:
-    PresenceService(HttpServer& server, const Limits& limits, ProjectStore& projects,
-                    PresenceBoard& board);
+    MessagingService(HttpServer& server, const Limits& limits, ProjectStore& projects,
+                     PresenceBoard& board);
 
     void AddRoutes(Router& router);
     /// Answers every waiting request, and later ones at once: the server stops.

@@ -1,4 +1,4 @@
-#include "PresenceService.hpp"
+#include "MessagingService.hpp"
 
 #include "SyncraProtocol/Detail/ModelRecords.hpp"
 
@@ -22,14 +22,14 @@ constexpr std::size_t MaximumProjects = 10'000;
 
 }  // namespace
 
-PresenceService::PresenceService(HttpServer& server, const Limits& limits, ProjectStore& projects,
-                                 PresenceBoard& board)
+MessagingService::MessagingService(HttpServer& server, const Limits& limits, ProjectStore& projects,
+                                   PresenceBoard& board)
     : server_(server), limits_(limits), projects_(projects), board_(board)
 {
     board_.SetObserver([this](const std::string& projectId) { Update(projectId); });
 }
 
-void PresenceService::AddRoutes(Router& router)
+void MessagingService::AddRoutes(Router& router)
 {
     router.AllowBuiltIn(true);
     router.AddAsync(
@@ -42,7 +42,7 @@ void PresenceService::AddRoutes(Router& router)
     router.AllowBuiltIn(false);
 }
 
-void PresenceService::FindProjects(Call& call)
+void MessagingService::FindProjects(Call& call)
 {
     const auto asked = call.Read<PresenceProjects>().value;
     if (asked.size() > MaximumProjects)
@@ -52,7 +52,7 @@ void PresenceService::FindProjects(Call& call)
             call.findings.push_back(std::move(id));
 }
 
-OV::UniString PresenceService::Subscribe(const Call& call)
+OV::UniString MessagingService::Subscribe(const Call& call)
 {
     Subscription subscription;
     subscription.owner = TokenTable::OwnerOf(call.user, call.request.address);
@@ -65,7 +65,7 @@ OV::UniString PresenceService::Subscribe(const Call& call)
     return id;
 }
 
-void PresenceService::WaitForChange(const Call& call, const Reply& reply)
+void MessagingService::WaitForChange(const Call& call, const Reply& reply)
 {
     const auto id = call.QueryText("subscription");
     const auto after = call.QueryNumber("after", 0);
@@ -77,8 +77,8 @@ void PresenceService::WaitForChange(const Call& call, const Reply& reply)
         Hold(id, reply, std::chrono::milliseconds(wait));
 }
 
-void PresenceService::Hold(const std::string& id, const Reply& reply,
-                           std::chrono::milliseconds wait)
+void MessagingService::Hold(const std::string& id, const Reply& reply,
+                            std::chrono::milliseconds wait)
 {
     const auto waiter = std::make_shared<Waiter>(Waiter{reply, {}});
     const std::weak_ptr weak(waiter);
@@ -87,19 +87,19 @@ void PresenceService::Hold(const std::string& id, const Reply& reply,
     reply.WhenGone([this, id, weak] { Forget(id, weak.lock()); });
 }
 
-void PresenceService::AnswerLate(const std::string& id, const std::shared_ptr<Waiter>& waiter)
+void MessagingService::AnswerLate(const std::string& id, const std::shared_ptr<Waiter>& waiter)
 {
     Forget(id, waiter);
     waiter->reply(AnswerOf(subscriptions_.at(id)));
 }
 
-void PresenceService::Forget(const std::string& id, const std::shared_ptr<Waiter>& waiter)
+void MessagingService::Forget(const std::string& id, const std::shared_ptr<Waiter>& waiter)
 {
     if (const auto found = subscriptions_.find(id); found != subscriptions_.end())
         std::erase(found->second.waiters, waiter);
 }
 
-PresenceService::Subscription& PresenceService::FindSubscription(const std::string& id)
+MessagingService::Subscription& MessagingService::FindSubscription(const std::string& id)
 {
     const auto found = subscriptions_.find(id);
     if (found == subscriptions_.end() || HasEnded(found->second))
@@ -108,13 +108,13 @@ PresenceService::Subscription& PresenceService::FindSubscription(const std::stri
     return found->second;
 }
 
-bool PresenceService::HasEnded(const Subscription& subscription)
+bool MessagingService::HasEnded(const Subscription& subscription)
 {
     return subscription.waiters.empty() &&
            Clock::now() - subscription.lastRequest > SubscriptionLife;
 }
 
-void PresenceService::RequireRoom(const std::string& owner)
+void MessagingService::RequireRoom(const std::string& owner)
 {
     const auto countOf = [&] {
         return static_cast<std::size_t>(
@@ -134,7 +134,7 @@ void PresenceService::RequireRoom(const std::string& owner)
             .With("Retry-After", std::to_string(SubscriptionLife.count()));
 }
 
-void PresenceService::Update(const std::string& projectId)
+void MessagingService::Update(const std::string& projectId)
 {
     for (auto& [id, subscription] : subscriptions_) {
         if (!subscription.projects.contains(projectId))
@@ -148,7 +148,7 @@ void PresenceService::Update(const std::string& projectId)
     }
 }
 
-std::set<std::string> PresenceService::PresentIn(const std::set<std::string>& projects) const
+std::set<std::string> MessagingService::PresentIn(const std::set<std::string>& projects) const
 {
     std::set<std::string> logins;
     for (const auto& projectId : projects)
@@ -156,20 +156,20 @@ std::set<std::string> PresenceService::PresentIn(const std::set<std::string>& pr
     return logins;
 }
 
-void PresenceService::ReleaseAll()
+void MessagingService::ReleaseAll()
 {
     stopping_ = true;
     for (auto& [id, subscription] : subscriptions_)
         Release(subscription);
 }
 
-void PresenceService::Release(Subscription& subscription)
+void MessagingService::Release(Subscription& subscription)
 {
     for (const auto& waiter : std::exchange(subscription.waiters, {}))
         waiter->reply(AnswerOf(subscription));
 }
 
-HttpResponse PresenceService::AnswerOf(Subscription& subscription)
+HttpResponse MessagingService::AnswerOf(Subscription& subscription)
 {
     subscription.lastRequest = Clock::now();
     PresentUsers users;
