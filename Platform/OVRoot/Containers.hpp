@@ -1,16 +1,13 @@
 #pragma once
 
+#include "OVRoot/Array.hpp"
 #include "OVRoot/PagedArray.hpp"
 
 #include <unordered_map>
 #include <unordered_set>
 #include <utility>
-#include <vector>
 
 namespace OV {
-
-template <class T>
-using Array = std::vector<T>;
 
 /// An array that is filled once and then read.
 template <class T>
