@@ -1,7 +1,6 @@
 #pragma once
 
 #include "OVRoot/Array.hpp"
-#include "OVRoot/PagedArray.hpp"
 
 #include <unordered_map>
 #include <unordered_set>

@@ -4,6 +4,7 @@
 #include "ManagementTool/ErrorType.hpp"
 #include "ManagementTool/ObjectType.hpp"
 #include "ManagementTool/ServerConnectionObserver.hpp"
+#include "OVRoot/Array.hpp"
 #include "OVRoot/EventSource.hpp"
 #include "OVRoot/Export.hpp"
 #include "OVRoot/Lock.hpp"
