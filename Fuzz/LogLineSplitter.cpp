@@ -3,6 +3,8 @@
 #include "Log/LogLineReader.hpp"
 #include "LogLine/LogText.hpp"
 
+#include <algorithm>
+
 // The bytes are a separator of the length that the first one says, and the text of a log.
 void Fuzz::LogLineSplitter(OV::StringView bytes)
 {

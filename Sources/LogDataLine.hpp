@@ -3,8 +3,8 @@
 #include "Display/NativeImage.hpp"
 #include "LogLine/LogRecord.hpp"
 #include "OVRoot/Channel.hpp"
-#include "OVRoot/Containers.hpp"
 #include "OVRoot/Export.hpp"
+#include "OVRoot/PagedArray.hpp"
 
 #include <memory>
 

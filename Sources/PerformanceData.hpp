@@ -2,6 +2,7 @@
 
 #include "OVRoot/Channel.hpp"
 #include "OVRoot/Export.hpp"
+#include "OVRoot/PagedArray.hpp"
 #include "OVRoot/Ref.hpp"
 #include "OVRoot/Secret.hpp"
 #include "Statistics/ChartDataLine.hpp"

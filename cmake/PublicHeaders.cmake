@@ -39,9 +39,6 @@ set(headers
   Sources/ManagementTool/FinallyException.hpp
   Sources/ManagementTool/ObjectType.hpp
   Sources/ManagementTool/ProjectRepositoryManager.hpp
-  Sources/ManagementTool/RecordSteps.hpp
-  Sources/ManagementTool/RepositoryManager.hpp
-  Sources/ManagementTool/RepositoryTask.hpp
   Sources/ManagementTool/RequestFailure.hpp
   Sources/ManagementTool/ServerConnectionManager.hpp
   Sources/ManagementTool/ServerConnectionObserver.hpp
@@ -136,6 +133,7 @@ set(headers
   Platform/IO/Folder.hpp
   Platform/IO/IOException.hpp
   Platform/IO/Location.hpp
+  Platform/OVRoot/Array.hpp
   Platform/OVRoot/Channel.hpp
   Platform/OVRoot/Clock.hpp
   Platform/OVRoot/Condition.hpp

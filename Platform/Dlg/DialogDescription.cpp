@@ -1,5 +1,6 @@
 #include "Dlg/DialogDescription.hpp"
 
+#include "OVRoot/Containers.hpp"
 #include "OVRoot/Detail/ResourceDocument.hpp"
 #include "OVRoot/Exception.hpp"
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Dlg/ItemDescription.hpp"
-#include "OVRoot/Containers.hpp"
+#include "OVRoot/Array.hpp"
 #include "OVRoot/Export.hpp"
 
 namespace Dlg {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "OVRoot/Containers.hpp"
+#include "OVRoot/Array.hpp"
 #include "OVRoot/UniString.hpp"
 
 namespace Dlg {

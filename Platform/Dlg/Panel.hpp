@@ -2,6 +2,7 @@
 
 #include "Dlg/PanelObserver.hpp"
 #include "Dlg/Toolkit.hpp"
+#include "OVRoot/Containers.hpp"
 #include "OVRoot/EventSource.hpp"
 #include "OVRoot/Export.hpp"
 

@@ -3,7 +3,6 @@
 #include "OVRoot/Export.hpp"
 #include "OVRoot/UniString.hpp"
 
-#include <functional>
 #include <vector>
 
 namespace IO {

@@ -1,16 +1,12 @@
 #pragma once
 
-#include "OVRoot/PagedArray.hpp"
+#include "OVRoot/Array.hpp"
 
 #include <unordered_map>
 #include <unordered_set>
 #include <utility>
-#include <vector>
 
 namespace OV {
-
-template <class T>
-using Array = std::vector<T>;
 
 /// An array that is filled once and then read.
 template <class T>

@@ -6,7 +6,6 @@
 #include <array>
 #include <compare>
 #include <cstddef>
-#include <functional>
 
 namespace OV {
 

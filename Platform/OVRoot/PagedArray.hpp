@@ -1,6 +1,5 @@
 #pragma once
 
-#include <algorithm>
 #include <atomic>
 #include <bit>
 #include <compare>
@@ -134,21 +133,28 @@ public:
     /// of the other or both are of a third; found in a step for each page.
     [[nodiscard]] std::size_t CountShared(const PagedArray& other) const noexcept
     {
-        const auto own =
-            std::mismatch(pages_.begin(), pages_.end(), other.pages_.begin(), other.pages_.end())
-                .first;
-        return std::min(size_, static_cast<std::size_t>(own - pages_.begin()) * PageLength());
+        std::size_t pages = 0;
+        while (pages < pages_.size() && pages < other.pages_.size() &&
+               pages_[pages] == other.pages_[pages])
+            ++pages;
+        const std::size_t count = pages * PageLength();
+        return count < size_ ? count : size_;
     }
 
     friend bool operator==(const PagedArray& left, const PagedArray& right)
     {
-        return std::equal(left.begin(), left.end(), right.begin(), right.end());
+        if (left.size_ != right.size_)
+            return false;
+        for (auto one = left.begin(), other = right.begin(); one != left.end(); ++one, ++other)
+            if (!(*one == *other))
+                return false;
+        return true;
     }
 
 private:
     static constexpr std::size_t PageLength() noexcept
     {
-        return std::max<std::size_t>(1, std::bit_floor(16 * 1024 / sizeof(T)));
+        return sizeof(T) > 16 * 1024 ? 1 : std::bit_floor(16 * 1024 / sizeof(T));
     }
 
     /// Filled from the front.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "OVRoot/Export.hpp"
+#include "OVRoot/PagedArray.hpp"
 #include "OVRoot/Secret.hpp"
 #include "SYCommunication/HttpClient.hpp"
 #include "SyncraProtocol/EventLogPage.hpp"

@@ -6,6 +6,7 @@
 #include "OVRoot/Containers.hpp"
 #include "OVRoot/Export.hpp"
 #include "OVRoot/Lock.hpp"
+#include "OVRoot/PagedArray.hpp"
 #include "PerformanceData.hpp"
 
 #include <functional>

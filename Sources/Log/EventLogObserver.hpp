@@ -1,8 +1,8 @@
 #pragma once
 
 #include "LogDataLine.hpp"
-#include "OVRoot/Containers.hpp"
 #include "OVRoot/Export.hpp"
+#include "OVRoot/PagedArray.hpp"
 #include "Statistics/ChartType.hpp"
 
 class PerformanceData;

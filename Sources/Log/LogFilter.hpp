@@ -1,8 +1,9 @@
 #pragma once
 
 #include "LogDataLine.hpp"
-#include "OVRoot/Containers.hpp"
+#include "OVRoot/Array.hpp"
 #include "OVRoot/Export.hpp"
+#include "OVRoot/PagedArray.hpp"
 
 #include <limits>
 #include <optional>

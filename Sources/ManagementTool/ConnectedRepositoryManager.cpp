@@ -1,5 +1,7 @@
 #include "ManagementTool/ConnectedRepositoryManager.hpp"
 
+#include "ManagementTool/Detail/RepositoryTask.hpp"
+#include "ManagementTool/UserAsyncTaskExecutingImplementation.hpp"
 #include "SyncraServerManagement/ProjectRepository.hpp"
 #include "SyncraServerManagement/UserRepository.hpp"
 #include "SyncraServerManagement/UserRepositoryExceptions.hpp"
@@ -9,6 +11,17 @@ namespace Syncra::Server::ManagementTool::Core {
 namespace {
 
 using Strategy = UserAsyncTaskExecutingImplementation;
+
+/// Of the kind of the one that is held.
+auto Create(const OV::Ref<Management::UserRepository>&, const Management::Properties& properties)
+{
+    return Management::CreateUserRepository(u"WBEM", properties);
+}
+
+auto Create(const OV::Ref<Management::ProjectRepository>&, const Management::Properties& properties)
+{
+    return Management::CreateProjectRepository(u"WBEM", properties);
+}
 
 bool IsGone(ErrorType error)
 {
@@ -20,8 +33,8 @@ bool IsGone(ErrorType error)
 template <class Repository>
 class ConnectedRepositoryManager<Repository>::SetConnectionTask final : public ParentTask {
 public:
-    SetConnectionTask(Factory factory, const Connection& connection)
-        : ParentTask(nullptr), factory_(factory), connection_(connection)
+    explicit SetConnectionTask(const Connection& connection)
+        : ParentTask(nullptr), connection_(connection)
     {}
 
 private:
@@ -33,14 +46,13 @@ private:
                 connection_.userName, connection_.password);
             const OV::SecureWipeGuard<char16_t> wipe(
                 properties[Management::PropertyNames::UserRepositoryCredentials]);
-            repository = factory_(u"WBEM", properties);
+            repository = Create(repository, properties);
         } catch (const OV::Exception&) {
             // A server that does not answer is told like one that is lost later.
             Management::RethrowAsRepositoryException();
         }
     }
 
-    const Factory factory_;
     const Connection connection_;
 };
 
@@ -110,7 +122,7 @@ auto ConnectedRepositoryManager<Repository>::MakeConnectionTask(std::uint64_t& n
 {
     const OV::LockGuard guard(lock_);
     number = connection_.number;
-    return OV::MakeRef<SetConnectionTask>(factory_, connection_);
+    return OV::MakeRef<SetConnectionTask>(connection_);
 }
 
 template <class Repository>

@@ -1,15 +1,30 @@
 #pragma once
 
-#include "ManagementTool/RepositoryManager.hpp"
-#include "ManagementTool/RepositoryTask.hpp"
-#include "ManagementTool/UserAsyncTaskExecutingImplementation.hpp"
+#include "ManagementTool/ObjectType.hpp"
+#include "ManagementTool/RequestFailure.hpp"
+#include "OVRoot/Array.hpp"
+#include "OVRoot/Export.hpp"
+#include "OVRoot/Lock.hpp"
+#include "OVRoot/Ref.hpp"
 #include "OVRoot/Secret.hpp"
-#include "SyncraServerManagement/RepositoryProperties.hpp"
 
-#include <functional>
 #include <optional>
 
+namespace OV {
+class Executor;
+}
+
 namespace Syncra::Server::ManagementTool::Core {
+
+/// What is done with the records of one kind.
+enum class RecordOperation { List, Get, Find, Insert, Update, Delete };
+
+template <class Repository, class Record>
+struct RecordKind;
+template <class Repository>
+class RepositoryTask;
+template <class Repository>
+class TaskMaker;
 
 /// What an operation does with its failures.
 struct FailureManner {
@@ -32,20 +47,27 @@ struct FailureManner {
 /// later, so that the user can try again; a manager that was never connected throws
 /// OV::NullReferenceException.
 template <class Repository>
-class SYC_API ConnectedRepositoryManager : public RepositoryManager {
+class SYC_API ConnectedRepositoryManager {
 public:
     /// Base of the tasks of all operations.
     using ParentTask = RepositoryTask<Repository>;
     class SetConnectionTask;
+    /// The task of an operation on records; what a host has of it is its name.
+    template <RecordOperation operation, class Record>
+    class RecordTask;
 
-    ~ConnectedRepositoryManager() override;
+    virtual ~ConnectedRepositoryManager();
+    ConnectedRepositoryManager(const ConnectedRepositoryManager&) = delete;
+    ConnectedRepositoryManager& operator=(const ConnectedRepositoryManager&) = delete;
 
-    /// Leaves the repository of another server or login at once, connected or not; one of the same
-    /// serves until the new one is there. Waits by the strategy; with `mayAsk` it also tells a
-    /// failure and may try again.
-    bool SetConnection(const OV::UniString& serverName, short managementPort,
-                       const OV::UniString& userName, const OV::Secret& password,
-                       bool mayAsk) override;
+    /// Connects to the repository of that server and returns whether it is connected. Leaves the
+    /// repository of another server or login at once, connected or not; one of the same serves
+    /// until the new one is there. The port is the management service's, above 32767 a negative
+    /// number. Called on the thread that changes the server or brings it back, and waits by the
+    /// strategy of that thread; with `mayAsk` it also tells a failure and may try again.
+    virtual bool SetConnection(const OV::UniString& serverName, short managementPort,
+                               const OV::UniString& userName, const OV::Secret& password,
+                               bool mayAsk);
     /// Connects anew as the last SetConnection did, beside requests that are under way. When that
     /// fails, the repository stays as it is. Waits by the strategy and tells nothing.
     bool ResetConnection();
@@ -57,48 +79,38 @@ public:
     [[nodiscard]] RequestFailure GetLastFailure() const;
 
 protected:
-    using Factory = std::unique_ptr<Repository> (*)(OV::UniStringView factoryName,
-                                                    const Management::Properties& properties);
-    using MakeTask = std::function<OV::Ref<ParentTask>(const OV::Ref<Repository>&)>;
+    using MakeTask = TaskMaker<Repository>;
+    template <class Record>
+    using Kind = RecordKind<Repository, Record>;
 
     /// The executor must outlive the manager and run one task at a time.
-    ConnectedRepositoryManager(OV::Executor& executor, Factory factory)
-        : executor_(executor), factory_(factory)
-    {}
+    explicit ConnectedRepositoryManager(OV::Executor& executor) : executor_(executor) {}
+
+    /// The operations on the records of a kind.
+    template <class Record>
+    bool List(const Kind<Record>& kind, OV::Array<Record>& records);
+    template <class Record>
+    bool Get(const Kind<Record>& kind, const OV::UniString& id, Record& record);
+    template <class Record>
+    bool Find(const Kind<Record>& kind, const OV::UniString& name, Record& record);
+    template <class Record>
+    bool Insert(const Kind<Record>& kind, Record& record);
+    template <class Record>
+    bool Update(const Kind<Record>& kind, Record& record);
+    template <class Record>
+    bool Delete(const Kind<Record>& kind, const Record& record);
+
+    /// An operation that brings `result`: a function of the repository, which owns its arguments.
+    template <class TaskClass, class Result, class Step>
+    bool Read(const FailureManner& manner, Result& result, const Step& step);
+    /// One that changes the server and brings nothing.
+    template <class TaskClass, class Step>
+    bool Change(const FailureManner& manner, const Step& step);
 
     /// Runs tasks, a new one for each attempt, until one succeeds or the user gives up.
     bool Perform(const FailureManner& manner, const MakeTask& make);
     /// One attempt, which tells nothing; how it failed, or nothing after a success.
     std::optional<RequestFailure> Attempt(const MakeTask& make);
-
-    /// An operation that brings `result`.
-    template <class TaskClass, class Result, class... Arguments>
-    bool Read(const FailureManner& manner, Result& result, const Arguments&... arguments)
-    {
-        OV::Ref<TaskClass> task;
-        const bool succeeded = Perform(manner, [&](const OV::Ref<Repository>& repository) {
-            return task = OV::MakeRef<TaskClass>(repository, arguments...);
-        });
-        if (succeeded)
-            result = std::move(task->result);
-        return succeeded;
-    }
-    /// An operation that changes the server and brings nothing.
-    template <class TaskClass, class... Arguments>
-    bool Change(const FailureManner& manner, const Arguments&... arguments)
-    {
-        return Perform(manner, [&](const OV::Ref<Repository>& repository) {
-            return OV::MakeRef<TaskClass>(repository, arguments...);
-        });
-    }
-    /// An operation that takes something away.
-    template <class TaskClass, class... Arguments>
-    bool Remove(const Arguments&... arguments)
-    {
-        FailureManner manner;
-        manner.succeedsWhenGone = true;
-        return Change<TaskClass>(manner, arguments...);
-    }
 
     void Hold(OV::Ref<Repository> repository);
     [[nodiscard]] OV::Ref<Repository> Held() const;
@@ -122,7 +134,6 @@ private:
     }
 
     OV::Executor& executor_;
-    const Factory factory_;
     mutable OV::Lock lock_;
     OV::Ref<Repository> repository_ OV_GUARDED_BY(lock_);
     Connection connection_ OV_GUARDED_BY(lock_);

@@ -1,12 +1,58 @@
 #include "ManagementTool/ProjectRepositoryManager.hpp"
 
+#include "ManagementTool/Detail/RecordOperations.hpp"
+#include "ManagementTool/UserAsyncTaskExecutingImplementation.hpp"
+#include "SyncraServerManagement/ProjectRepository.hpp"
+
 namespace Syncra::Server::ManagementTool::Core {
 
-Nothing ProjectRepositoryManager::MergeStep(Repository& repository, const List<Text>& from,
-                                            const Text& into)
+using namespace Management;
+
+namespace {
+
+template <class Record>
+using ProjectKind = RecordKind<ProjectRepository, Record>;
+
+constexpr ProjectKind<V2::Project> Projects{&ProjectRepository::Projects, ObjectType::Project};
+constexpr ProjectKind<ProjectCategory> Categories{&ProjectRepository::Categories,
+                                                  ObjectType::ProjectCategory, true};
+constexpr ProjectKind<ConnectedModule> Modules{&ProjectRepository::Modules};
+
+}  // namespace
+
+// clang-format off
+using ProjectManager = ProjectRepositoryManager;
+
+bool ProjectManager::GetProjects(OV::Array<Project>& projects)       { return List(Projects, projects); }
+bool ProjectManager::FindProject(const Text& name, Project& project) { return Find(Projects, name, project); }
+bool ProjectManager::InsertProject(Project& project)                 { return Insert(Projects, project); }
+bool ProjectManager::UpdateProject(Project& project)                 { return Update(Projects, project); }
+bool ProjectManager::DeleteProject(const Project& project)           { return Delete(Projects, project); }
+
+bool ProjectManager::GetCustomProjectCategories(OV::Array<Category>& categories)     { return List(Categories, categories); }
+bool ProjectManager::FindCustomProjectCategory(const Text& name, Category& category) { return Find(Categories, name, category); }
+bool ProjectManager::InsertCustomProjectCategory(Category& category)                 { return Insert(Categories, category); }
+bool ProjectManager::UpdateCustomProjectCategory(Category& category)                 { return Update(Categories, category); }
+bool ProjectManager::DeleteCustomProjectCategory(const Category& category)           { return Delete(Categories, category); }
+
+bool ProjectManager::GetConnectedModules(OV::Array<Module>& modules)                      { return List(Modules, modules); }
+// clang-format on
+
+class ProjectRepositoryManager::MergeCustomProjectCategoriesTask
+    : public StepTask<ProjectRepository, Nothing> {
+    using StepTask::StepTask;
+};
+
+ProjectRepositoryManager::ProjectRepositoryManager(OV::Executor& executor)
+    : ConnectedRepositoryManager(executor)
+{}
+
+bool ProjectRepositoryManager::MergeCustomProjectCategories(const OV::Array<Text>& from,
+                                                            const Text& into)
 {
-    repository.MergeCategories(from, into);
-    return {};
+    return Change<MergeCustomProjectCategoriesTask>(
+        {Categories.object},
+        [from, into](Repository& repository) { repository.MergeCategories(from, into); });
 }
 
 bool ProjectRepositoryManager::CloseRepositories()
@@ -23,7 +69,8 @@ bool ProjectRepositoryManager::GetProject(const Text& id, Project& project)
 {
     OV::Ref<GetProjectTask> task;
     const auto make = [&](const OV::Ref<Repository>& repository) {
-        return task = OV::MakeRef<GetProjectTask>(repository, id);
+        return task = OV::MakeRef<GetProjectTask>(
+                   repository, [id](Repository& each) { return each.Projects().Get(id); });
     };
     auto failure = Attempt(make);
     if (failure && failure->type != ErrorType::NoError) {

@@ -1,6 +1,9 @@
 #include "ManagementTool/ServerConnectionManager.hpp"
 
 #include "ManagementTool/BackgroundExecutors.hpp"
+#include "ManagementTool/ProjectRepositoryManager.hpp"
+#include "ManagementTool/UserAsyncTaskExecutingImplementation.hpp"
+#include "ManagementTool/UserRepositoryManager.hpp"
 #include "OVRoot/Logger.hpp"
 #include "OVRoot/ProcessEnd.hpp"
 #include "OVRoot/Thread.hpp"
@@ -103,6 +106,11 @@ ServerConnectionManager& ServerConnectionManager::GetInstance()
 ServerConnectionManager::ServerConnectionManager()
     : userManager_(OV::MakeRef<UserRepositoryManager>(executor_)),
       projectManager_(OV::MakeRef<ProjectRepositoryManager>(executor_))
+{}
+
+ServerConnectionManager::ServerConnectionManager(OV::Ref<UserRepositoryManager> users,
+                                                 OV::Ref<ProjectRepositoryManager> projects)
+    : userManager_(std::move(users)), projectManager_(std::move(projects))
 {}
 
 ServerConnectionManager::~ServerConnectionManager()

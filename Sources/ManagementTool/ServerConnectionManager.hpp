@@ -3,13 +3,13 @@
 #include "ManagementTool/ConnectionType.hpp"
 #include "ManagementTool/ErrorType.hpp"
 #include "ManagementTool/ObjectType.hpp"
-#include "ManagementTool/ProjectRepositoryManager.hpp"
 #include "ManagementTool/ServerConnectionObserver.hpp"
-#include "ManagementTool/UserRepositoryManager.hpp"
+#include "OVRoot/Array.hpp"
 #include "OVRoot/EventSource.hpp"
 #include "OVRoot/Export.hpp"
 #include "OVRoot/Lock.hpp"
 #include "OVRoot/PooledExecutor.hpp"
+#include "OVRoot/Ref.hpp"
 #include "OVRoot/Secret.hpp"
 #include "SYClientBase/PresenceService.hpp"
 
@@ -17,6 +17,9 @@
 #include <thread>
 
 namespace Syncra::Server::ManagementTool::Core {
+
+class ProjectRepositoryManager;
+class UserRepositoryManager;
 
 /// The server that the management tool works against, the credentials used on it, and the two
 /// repository managers that talk to it. Failures to connect are not thrown: they go to the debug
@@ -39,9 +42,7 @@ public:
     ServerConnectionManager();
     /// With these managers.
     ServerConnectionManager(OV::Ref<UserRepositoryManager> users,
-                            OV::Ref<ProjectRepositoryManager> projects)
-        : userManager_(std::move(users)), projectManager_(std::move(projects))
-    {}
+                            OV::Ref<ProjectRepositoryManager> projects);
     /// Leaves the presence services that are attached, and stops the executor.
     ~ServerConnectionManager() override;
     ServerConnectionManager(const ServerConnectionManager&) = delete;

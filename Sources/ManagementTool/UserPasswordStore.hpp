@@ -2,6 +2,7 @@
 
 #include "OVRoot/Containers.hpp"
 #include "OVRoot/Export.hpp"
+#include "OVRoot/PagedArray.hpp"
 #include "OVRoot/Secret.hpp"
 #include "OVRoot/XMLIChannel.hpp"
 #include "OVRoot/XMLOChannel.hpp"

@@ -1,10 +1,22 @@
 #pragma once
 
 #include "ManagementTool/ConnectedRepositoryManager.hpp"
-#include "ManagementTool/RecordSteps.hpp"
 #include "OVRoot/Export.hpp"
-#include "OVRoot/Secret.hpp"
-#include "SyncraServerManagement/UserRepository.hpp"
+#include "SyncraProtocol/Management/CustomPropertyDefinition.hpp"
+#include "SyncraProtocol/Management/Group.hpp"
+#include "SyncraProtocol/Management/Permission.hpp"
+#include "SyncraProtocol/Management/PermissionSet.hpp"
+#include "SyncraProtocol/Management/Role.hpp"
+#include "SyncraProtocol/Management/User.hpp"
+
+namespace Syncra::Protocol {
+struct Photo;
+}
+
+namespace Syncra::Server::Management {
+struct RepositoryContents;
+class UserRepository;
+}  // namespace Syncra::Server::Management
 
 namespace Syncra::Server::ManagementTool::Core {
 
@@ -22,230 +34,120 @@ class SYC_API UserRepositoryManager
     using PermissionSet = Management::PermissionSet;
     using CustomProperty = Management::CustomPropertyDefinition;
     using Photo = Protocol::Photo;
-    template <class Record>
-    using List = OV::Array<Record>;
     using Text = OV::UniString;
 
-    using UserSteps = RecordSteps<&Repository::Users>;
-    using RoleSteps = RecordSteps<&Repository::Roles>;
-    using GroupSteps = RecordSteps<&Repository::Groups>;
-    using PermissionSteps = RecordSteps<&Repository::Permissions>;
-    using PermissionSetSteps = RecordSteps<&Repository::PermissionSets>;
-    using CustomPropertySteps = RecordSteps<&Repository::CustomProperties>;
-    /// Those of the operations that are not of a family.
-    struct Steps {
-        static User FindUserByLogin(Repository& repository, const Text& loginName);
-        static User InsertUser(Repository& repository, const User& user,
-                               const OV::Secret& password);
-        static Nothing SetUserPassword(Repository& repository, const Text& user,
-                                       const OV::Secret& password);
-        static Photo GetUserPhoto(Repository& repository, const Text& user);
-        static Nothing SetUserPhoto(Repository& repository, const Text& user, const Photo& photo);
-        static Role DuplicateRole(Repository& repository, const Text& id, const Text& newName);
-        static bool IsInGroup(Repository& repository, const Text& group, const Text& user);
-        static Nothing AddToGroup(Repository& repository, const Text& group, const Text& user);
-        static Nothing RemoveFromGroup(Repository& repository, const Text& group, const Text& user);
-        static Nothing Merge(Repository& repository,
-                             const Management::RepositoryContents& contents);
-    };
-
 public:
-    using GetUsersTask = StepTask<UserSteps::List>;
-    using GetUserTask = StepTask<UserSteps::Get>;
-    using FindUserTask = StepTask<UserSteps::Find>;
-    using FindUserByLoginTask = StepTask<Steps::FindUserByLogin>;
-    using InsertUserTask = StepTask<Steps::InsertUser>;
-    using UpdateUserTask = StepTask<UserSteps::Update>;
-    using DeleteUserTask = StepTask<UserSteps::Delete>;
-    using SetUserPasswordTask = StepTask<Steps::SetUserPassword>;
-    using GetUserPhotoTask = StepTask<Steps::GetUserPhoto>;
-    using SetUserPhotoTask = StepTask<Steps::SetUserPhoto>;
-    using GetRolesTask = StepTask<RoleSteps::List>;
-    using GetRoleTask = StepTask<RoleSteps::Get>;
-    using FindRoleTask = StepTask<RoleSteps::Find>;
-    using InsertRoleTask = StepTask<RoleSteps::Insert>;
-    using UpdateRoleTask = StepTask<RoleSteps::Update>;
-    using DeleteRoleTask = StepTask<RoleSteps::Delete>;
-    using DuplicateRoleTask = StepTask<Steps::DuplicateRole>;
-    using GetGroupsTask = StepTask<GroupSteps::List>;
-    using GetGroupTask = StepTask<GroupSteps::Get>;
-    using FindGroupTask = StepTask<GroupSteps::Find>;
-    using InsertGroupTask = StepTask<GroupSteps::Insert>;
-    using UpdateGroupTask = StepTask<GroupSteps::Update>;
-    using DeleteGroupTask = StepTask<GroupSteps::Delete>;
-    using IsInGroupTask = StepTask<Steps::IsInGroup>;
-    using AddToGroupTask = StepTask<Steps::AddToGroup>;
-    using RemoveFromGroupTask = StepTask<Steps::RemoveFromGroup>;
-    using GetPermissionsTask = StepTask<PermissionSteps::List>;
-    using GetPermissionTask = StepTask<PermissionSteps::Get>;
-    using FindPermissionTask = StepTask<PermissionSteps::Find>;
-    using InsertPermissionTask = StepTask<PermissionSteps::Insert>;
-    using UpdatePermissionTask = StepTask<PermissionSteps::Update>;
-    using DeletePermissionTask = StepTask<PermissionSteps::Delete>;
-    using GetPermissionSetsTask = StepTask<PermissionSetSteps::List>;
-    using GetPermissionSetTask = StepTask<PermissionSetSteps::Get>;
-    using FindPermissionSetTask = StepTask<PermissionSetSteps::Find>;
-    using InsertPermissionSetTask = StepTask<PermissionSetSteps::Insert>;
-    using UpdatePermissionSetTask = StepTask<PermissionSetSteps::Update>;
-    using DeletePermissionSetTask = StepTask<PermissionSetSteps::Delete>;
-    using GetCustomPropertiesTask = StepTask<CustomPropertySteps::List>;
-    using FindCustomPropertyTask = StepTask<CustomPropertySteps::Find>;
-    using InsertCustomPropertyTask = StepTask<CustomPropertySteps::Insert>;
-    using UpdateCustomPropertyTask = StepTask<CustomPropertySteps::Update>;
-    using DeleteCustomPropertyTask = StepTask<CustomPropertySteps::Delete>;
-    using MergeTask = StepTask<Steps::Merge>;
+    using GetUsersTask = RecordTask<RecordOperation::List, User>;
+    using GetUserTask = RecordTask<RecordOperation::Get, User>;
+    using FindUserTask = RecordTask<RecordOperation::Find, User>;
+    class FindUserByLoginTask;
+    using InsertUserTask = RecordTask<RecordOperation::Insert, User>;
+    using UpdateUserTask = RecordTask<RecordOperation::Update, User>;
+    using DeleteUserTask = RecordTask<RecordOperation::Delete, User>;
+    class SetUserPasswordTask;
+    class GetUserPhotoTask;
+    class SetUserPhotoTask;
+    using GetRolesTask = RecordTask<RecordOperation::List, Role>;
+    using GetRoleTask = RecordTask<RecordOperation::Get, Role>;
+    using FindRoleTask = RecordTask<RecordOperation::Find, Role>;
+    using InsertRoleTask = RecordTask<RecordOperation::Insert, Role>;
+    using UpdateRoleTask = RecordTask<RecordOperation::Update, Role>;
+    using DeleteRoleTask = RecordTask<RecordOperation::Delete, Role>;
+    class DuplicateRoleTask;
+    using GetGroupsTask = RecordTask<RecordOperation::List, Group>;
+    using GetGroupTask = RecordTask<RecordOperation::Get, Group>;
+    using FindGroupTask = RecordTask<RecordOperation::Find, Group>;
+    using InsertGroupTask = RecordTask<RecordOperation::Insert, Group>;
+    using UpdateGroupTask = RecordTask<RecordOperation::Update, Group>;
+    using DeleteGroupTask = RecordTask<RecordOperation::Delete, Group>;
+    class IsInGroupTask;
+    class AddToGroupTask;
+    class RemoveFromGroupTask;
+    using GetPermissionsTask = RecordTask<RecordOperation::List, Permission>;
+    using GetPermissionTask = RecordTask<RecordOperation::Get, Permission>;
+    using FindPermissionTask = RecordTask<RecordOperation::Find, Permission>;
+    using InsertPermissionTask = RecordTask<RecordOperation::Insert, Permission>;
+    using UpdatePermissionTask = RecordTask<RecordOperation::Update, Permission>;
+    using DeletePermissionTask = RecordTask<RecordOperation::Delete, Permission>;
+    using GetPermissionSetsTask = RecordTask<RecordOperation::List, PermissionSet>;
+    using GetPermissionSetTask = RecordTask<RecordOperation::Get, PermissionSet>;
+    using FindPermissionSetTask = RecordTask<RecordOperation::Find, PermissionSet>;
+    using InsertPermissionSetTask = RecordTask<RecordOperation::Insert, PermissionSet>;
+    using UpdatePermissionSetTask = RecordTask<RecordOperation::Update, PermissionSet>;
+    using DeletePermissionSetTask = RecordTask<RecordOperation::Delete, PermissionSet>;
+    using GetCustomPropertiesTask = RecordTask<RecordOperation::List, CustomProperty>;
+    using FindCustomPropertyTask = RecordTask<RecordOperation::Find, CustomProperty>;
+    using InsertCustomPropertyTask = RecordTask<RecordOperation::Insert, CustomProperty>;
+    using UpdateCustomPropertyTask = RecordTask<RecordOperation::Update, CustomProperty>;
+    using DeleteCustomPropertyTask = RecordTask<RecordOperation::Delete, CustomProperty>;
+    class MergeTask;
 
     /// The executor must outlive the manager and run one task at a time.
-    explicit UserRepositoryManager(OV::Executor& executor)
-        : ConnectedRepositoryManager(executor, Management::CreateUserRepository)
-    {}
+    explicit UserRepositoryManager(OV::Executor& executor);
 
     /// Puts this repository in place of the one connected to; an empty one disconnects. Returns
     /// whether there is one now.
-    bool SetRepository(OV::Ref<Repository> repository)
-    {
-        Hold(std::move(repository));
-        return IsConnected();
-    }
+    bool SetRepository(OV::Ref<Repository> repository);
 
-    bool GetUsers(List<User>& users) { return Read<GetUsersTask>(OfUser, users); }
-    bool GetUser(const Text& id, User& user) { return Read<GetUserTask>(OfUser, user, id); }
+    bool GetUsers(OV::Array<User>& users);
+    bool GetUser(const Text& id, User& user);
     /// By the full name; the first one when several have it.
-    bool FindUser(const Text& name, User& user) { return Read<FindUserTask>(OfUser, user, name); }
+    bool FindUser(const Text& name, User& user);
     /// When nobody has the login name, the user is told nothing.
     bool FindUserByLoginName(const Text& loginName, User& user);
     /// Without a password the new user cannot sign in yet.
-    bool InsertUser(User& user) { return InsertUser(user, {}); }
-    bool InsertUser(User& user, const OV::Secret& password)
-    {
-        return Read<InsertUserTask>(OfUser, user, user, password);
-    }
-    bool UpdateUser(User& user) { return Read<UpdateUserTask>({}, user, user); }
-    bool DeleteUser(const User& user) { return Remove<DeleteUserTask>(user); }
-    bool SetUserPassword(const Text& user, const OV::Secret& password)
-    {
-        return Change<SetUserPasswordTask>(OfUser, user, password);
-    }
+    bool InsertUser(User& user);
+    bool InsertUser(User& user, const OV::Secret& password);
+    bool UpdateUser(User& user);
+    bool DeleteUser(const User& user);
+    bool SetUserPassword(const Text& user, const OV::Secret& password);
     /// Empty when the user has none.
-    bool GetUserPhoto(const Text& user, Photo& photo)
-    {
-        return Read<GetUserPhotoTask>(OfUser, photo, user);
-    }
+    bool GetUserPhoto(const Text& user, Photo& photo);
     /// An empty photo takes the present one away.
-    bool SetUserPhoto(const Text& user, const Photo& photo)
-    {
-        return Change<SetUserPhotoTask>(OfUser, user, photo);
-    }
+    bool SetUserPhoto(const Text& user, const Photo& photo);
 
-    bool GetRoles(List<Role>& roles) { return Read<GetRolesTask>(OfRole, roles); }
-    bool GetRole(const Text& id, Role& role) { return Read<GetRoleTask>(OfRole, role, id); }
-    bool FindRole(const Text& name, Role& role) { return Read<FindRoleTask>(OfRole, role, name); }
-    bool InsertRole(Role& role) { return Read<InsertRoleTask>(OfRole, role, role); }
-    bool UpdateRole(Role& role) { return Read<UpdateRoleTask>({}, role, role); }
-    bool DeleteRole(const Role& role) { return Remove<DeleteRoleTask>(role); }
+    bool GetRoles(OV::Array<Role>& roles);
+    bool GetRole(const Text& id, Role& role);
+    bool FindRole(const Text& name, Role& role);
+    bool InsertRole(Role& role);
+    bool UpdateRole(Role& role);
+    bool DeleteRole(const Role& role);
     /// A role with the permissions of another one; never built in.
-    bool DuplicateRole(const Text& id, const Text& newName, Role& duplicate)
-    {
-        return Read<DuplicateRoleTask>(OfRole, duplicate, id, newName);
-    }
+    bool DuplicateRole(const Text& id, const Text& newName, Role& duplicate);
 
-    bool GetGroups(List<Group>& groups) { return Read<GetGroupsTask>(OfGroup, groups); }
-    bool GetGroup(const Text& id, Group& group) { return Read<GetGroupTask>(OfGroup, group, id); }
-    bool FindGroup(const Text& name, Group& group)
-    {
-        return Read<FindGroupTask>(OfGroup, group, name);
-    }
-    bool InsertGroup(Group& group) { return Read<InsertGroupTask>(OfGroup, group, group); }
-    bool UpdateGroup(Group& group) { return Read<UpdateGroupTask>({}, group, group); }
-    bool DeleteGroup(const Group& group) { return Remove<DeleteGroupTask>(group); }
-    bool AddToGroup(const Text& groupId, const Text& user)
-    {
-        return Change<AddToGroupTask>(OfUser, groupId, user);
-    }
+    bool GetGroups(OV::Array<Group>& groups);
+    bool GetGroup(const Text& id, Group& group);
+    bool FindGroup(const Text& name, Group& group);
+    bool InsertGroup(Group& group);
+    bool UpdateGroup(Group& group);
+    bool DeleteGroup(const Group& group);
+    bool AddToGroup(const Text& groupId, const Text& user);
     /// True as well for who is not in it.
-    bool RemoveFromGroup(const Text& groupId, const Text& user)
-    {
-        return Remove<RemoveFromGroupTask>(groupId, user);
-    }
+    bool RemoveFromGroup(const Text& groupId, const Text& user);
 
-    bool GetPermissions(List<Permission>& permissions)
-    {
-        return Read<GetPermissionsTask>(OfPermission, permissions);
-    }
-    bool GetPermission(const Text& id, Permission& permission)
-    {
-        return Read<GetPermissionTask>(OfPermission, permission, id);
-    }
-    bool FindPermission(const Text& name, Permission& permission)
-    {
-        return Read<FindPermissionTask>(OfPermission, permission, name);
-    }
-    bool InsertPermission(Permission& permission)
-    {
-        return Read<InsertPermissionTask>(OfPermission, permission, permission);
-    }
-    bool UpdatePermission(Permission& permission)
-    {
-        return Read<UpdatePermissionTask>({}, permission, permission);
-    }
-    bool DeletePermission(const Permission& permission)
-    {
-        return Remove<DeletePermissionTask>(permission);
-    }
+    bool GetPermissions(OV::Array<Permission>& permissions);
+    bool GetPermission(const Text& id, Permission& permission);
+    bool FindPermission(const Text& name, Permission& permission);
+    bool InsertPermission(Permission& permission);
+    bool UpdatePermission(Permission& permission);
+    bool DeletePermission(const Permission& permission);
 
-    bool GetPermissionSets(List<PermissionSet>& sets)
-    {
-        return Read<GetPermissionSetsTask>(OfPermissionSet, sets);
-    }
-    bool GetPermissionSet(const Text& id, PermissionSet& set)
-    {
-        return Read<GetPermissionSetTask>(OfPermissionSet, set, id);
-    }
-    bool FindPermissionSet(const Text& name, PermissionSet& set)
-    {
-        return Read<FindPermissionSetTask>(OfPermissionSet, set, name);
-    }
-    bool InsertPermissionSet(PermissionSet& set)
-    {
-        return Read<InsertPermissionSetTask>(OfPermissionSet, set, set);
-    }
-    bool UpdatePermissionSet(PermissionSet& set)
-    {
-        return Read<UpdatePermissionSetTask>({}, set, set);
-    }
-    bool DeletePermissionSet(const PermissionSet& set)
-    {
-        return Remove<DeletePermissionSetTask>(set);
-    }
+    bool GetPermissionSets(OV::Array<PermissionSet>& sets);
+    bool GetPermissionSet(const Text& id, PermissionSet& set);
+    bool FindPermissionSet(const Text& name, PermissionSet& set);
+    bool InsertPermissionSet(PermissionSet& set);
+    bool UpdatePermissionSet(PermissionSet& set);
+    bool DeletePermissionSet(const PermissionSet& set);
 
-    bool GetCustomPropertyDefinitions(List<CustomProperty>& definitions)
-    {
-        return Read<GetCustomPropertiesTask>(OfCustomProperty, definitions);
-    }
-    bool FindCustomPropertyDefinition(const Text& name, CustomProperty& definition)
-    {
-        return Read<FindCustomPropertyTask>(OfCustomProperty, definition, name);
-    }
-    bool InsertCustomPropertyDefinition(CustomProperty& definition)
-    {
-        return Read<InsertCustomPropertyTask>({ObjectType::CustomProperty, &definition.name},
-                                              definition, definition);
-    }
-    bool UpdateCustomPropertyDefinition(CustomProperty& definition)
-    {
-        return Read<UpdateCustomPropertyTask>({}, definition, definition);
-    }
-    bool DeleteCustomPropertyDefinition(const CustomProperty& definition)
-    {
-        return Remove<DeleteCustomPropertyTask>(definition);
-    }
+    bool GetCustomPropertyDefinitions(OV::Array<CustomProperty>& definitions);
+    bool FindCustomPropertyDefinition(const Text& name, CustomProperty& definition);
+    bool InsertCustomPropertyDefinition(CustomProperty& definition);
+    bool UpdateCustomPropertyDefinition(CustomProperty& definition);
+    bool DeleteCustomPropertyDefinition(const CustomProperty& definition);
 
     /// Takes over what another server holds, as its Get operations bring it: what has a name that
     /// is here becomes like the other's, the rest is added, together or not at all.
-    bool Merge(const Management::RepositoryContents& contents)
-    {
-        return Change<MergeTask>({}, contents);
-    }
+    bool Merge(const Management::RepositoryContents& contents);
 
     /// Whether the user is one. False as well when the server did not say; see GetLastFailure.
     bool IsServerAdministrator(const Text& user);
@@ -256,13 +158,6 @@ public:
     bool RemoveFromProjectAdministrators(const Text& user);
 
 private:
-    static constexpr FailureManner OfUser{ObjectType::User};
-    static constexpr FailureManner OfRole{ObjectType::Role};
-    static constexpr FailureManner OfGroup{ObjectType::Group};
-    static constexpr FailureManner OfPermission{ObjectType::Permission};
-    static constexpr FailureManner OfPermissionSet{ObjectType::PermissionSet};
-    static constexpr FailureManner OfCustomProperty{ObjectType::CustomProperty};
-
     bool IsInGroup(const Text& groupId, const Text& user);
 };
 

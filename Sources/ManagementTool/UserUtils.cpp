@@ -3,6 +3,7 @@
 #include "Files/ResourceNumbers.hpp"
 #include "OVRoot/Clock.hpp"
 #include "OVRoot/Resources.hpp"
+#include "SyncraClient/SyncraClient.hpp"
 #include "SyncraProtocol/ErrorCode.hpp"
 
 #include <algorithm>

@@ -2,9 +2,16 @@
 
 #include "OVRoot/Containers.hpp"
 #include "OVRoot/Export.hpp"
-#include "SyncraClient/SyncraClient.hpp"
+#include "OVRoot/UniString.hpp"
 
 #include <cstdint>
+
+namespace Communication {
+class ResponseContentException;
+}
+namespace Syncra::Client {
+class SyncraClient;
+}
 
 namespace Syncra::Server::ManagementTool::Core {
 

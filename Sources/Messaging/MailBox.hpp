@@ -3,6 +3,7 @@
 #include "IO/File.hpp"
 #include "Messaging/MailFile.hpp"
 #include "OVRoot/Export.hpp"
+#include "OVRoot/PagedArray.hpp"
 
 #include <chrono>
 #include <memory>

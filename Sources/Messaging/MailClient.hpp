@@ -7,6 +7,7 @@
 #include "Messaging/ProjectMembers.hpp"
 #include "Messaging/RequestUnderWay.hpp"
 #include "OVRoot/Export.hpp"
+#include "OVRoot/PagedArray.hpp"
 #include "OVRoot/PooledExecutor.hpp"
 #include "OVRoot/Secret.hpp"
 #include "SYClientBase/Backoff.hpp"

@@ -3,6 +3,7 @@
 #include "Messaging/ClientMail.hpp"
 #include "Messaging/OverExecutor.hpp"
 #include "OVRoot/Export.hpp"
+#include "OVRoot/PagedArray.hpp"
 
 namespace SYC {
 

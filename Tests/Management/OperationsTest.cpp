@@ -1,4 +1,6 @@
+#include "ManagementTool/ProjectRepositoryManager.hpp"
 #include "ManagementTool/ServerConnectionManager.hpp"
+#include "ManagementTool/UserRepositoryManager.hpp"
 #include "Support/LogCapture.hpp"
 #include "Support/ScriptedServer.hpp"
 #include "Support/ScriptedStrategy.hpp"
@@ -24,10 +26,11 @@ protected:
 
     void Connect()
     {
-        for (RepositoryManager* manager :
-             {static_cast<RepositoryManager*>(&users), static_cast<RepositoryManager*>(&projects)})
-            ASSERT_TRUE(manager->SetConnection(u"127.0.0.1", static_cast<short>(server.Port()),
-                                               u"admin", u"p", false));
+        const auto connect = [this](auto& manager) {
+            return manager.SetConnection(u"127.0.0.1", static_cast<short>(server.Port()), u"admin",
+                                         u"p", false);
+        };
+        ASSERT_TRUE(connect(users) && connect(projects));
     }
     void Answer(ScriptedServer::Peer& peer, const ScriptedServer::Request& request)
     {

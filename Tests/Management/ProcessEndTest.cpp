@@ -1,6 +1,7 @@
 #include "EventLogUpdater.hpp"
 #include "ManagementTool/BackgroundExecutors.hpp"
 #include "ManagementTool/ServerConnectionManager.hpp"
+#include "ManagementTool/UserRepositoryManager.hpp"
 #include "OVRoot/Condition.hpp"
 #include "OVRoot/Thread.hpp"
 #include "OVRoot/ThreadedExecutor.hpp"

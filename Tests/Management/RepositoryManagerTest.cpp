@@ -1,4 +1,5 @@
 #include "ManagementTool/ServerConnectionManager.hpp"
+#include "ManagementTool/UserRepositoryManager.hpp"
 #include "Support/ScriptedStrategy.hpp"
 #include "Support/ServerProcess.hpp"
 #include "Support/TemporaryFolder.hpp"

@@ -1,7 +1,9 @@
 #include "ManagementTool/ServerConnectionManager.hpp"
 
 #include "Dlg/Headless/HeadlessToolkit.hpp"
+#include "ManagementTool/ProjectRepositoryManager.hpp"
 #include "ManagementTool/TargetNotFoundException.hpp"
+#include "ManagementTool/UserRepositoryManager.hpp"
 #include "OVRoot/Thread.hpp"
 #include "Support/LogCapture.hpp"
 #include "Support/ScriptedServer.hpp"

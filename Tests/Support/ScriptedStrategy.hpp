@@ -1,6 +1,5 @@
 #pragma once
 
-#include "ManagementTool/RepositoryTask.hpp"
 #include "ManagementTool/UserAsyncTaskExecutingImplementation.hpp"
 #include "SyncraServerManagement/UserRepository.hpp"
 

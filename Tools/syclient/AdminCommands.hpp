@@ -1,8 +1,10 @@
 #pragma once
 
-#include "Commands.hpp"
+#include "Context.hpp"
 
-/// Each adds the commands for one repository's kinds of objects: list, show, add, set, remove, and
-/// what else a kind offers. "projects" gets them beside those for the projects of this machine.
-void AddUserFamilies(CLI::App& app, Context& context);
-void AddProjectFamilies(CLI::App& app, Context& context);
+namespace CLI {
+class App;
+}
+
+/// Adds the actions on the projects of a server to the command that shows those of this machine.
+void AddProjectActions(CLI::App& projects, Context& context);

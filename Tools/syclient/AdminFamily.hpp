@@ -13,14 +13,14 @@ template <class Record>
 struct AdminField {
     using Values = std::vector<std::string>;
 
-    std::string name;    ///< in JSON; people read it as words
-    std::string option;  ///< without "--"; empty when the field is the server's
-    std::string placeholder;
-    std::string help;
+    std::string name;      ///< in JSON; people read it as words
+    std::string option{};  ///< without "--"; empty when the field is the server's
+    std::string placeholder{};
+    std::string help{};
     /// A text, a number, yes or no, an array of texts, or an object of texts.
     std::function<Json(const Record&, AdminSession&)> read;
-    /// Takes all values that were given.
-    std::function<void(Record&, const Values&, AdminSession&)> write;
+    /// Takes all values that were given; null when the field is the server's.
+    std::function<void(Record&, const Values&, AdminSession&)> write{};
     bool isListed = true;
 };
 
@@ -29,16 +29,16 @@ template <class Manager, class Record>
 struct AdminFamily {
     std::string word;    ///< of the command, the plural
     std::string single;  ///< as a sentence names one
-    std::string keyName;
+    std::string keyName = "name";
     OV::UniString Record::*key;
     Manager& (AdminSession::*manager)();
     bool (Manager::*list)(OV::Array<Record>&);
     /// Null, as those that follow, for records that can only be listed.
-    bool (Manager::*find)(const OV::UniString&, Record&);
-    bool (Manager::*insert)(Record&);
-    bool (Manager::*update)(Record&);
-    bool (Manager::*remove)(const Record&);
-    std::vector<AdminField<Record>> fields;
+    bool (Manager::*find)(const OV::UniString&, Record&) = nullptr;
+    bool (Manager::*insert)(Record&) = nullptr;
+    bool (Manager::*update)(Record&) = nullptr;
+    bool (Manager::*remove)(const Record&) = nullptr;
+    std::vector<AdminField<Record>> fields{};
 
     [[nodiscard]] Record Find(AdminSession& session, const std::string& name) const
     {
@@ -64,40 +64,24 @@ struct AdminFamily {
 /// What the options of one command gave, by their names.
 using AdminValues = std::map<std::string, std::vector<std::string>>;
 
+/// The actions that every family has: list, show, add, set and remove, or the first alone.
 template <class Manager, class Record>
-class AdminFamilyCommands {
+class AdminFamilyActions {
 public:
     using Family = AdminFamily<Manager, Record>;
 
-    /// Adds the command of the family with its actions, to one of that name when `app` has it;
-    /// actions that are not of every family come to the result.
-    static CLI::App* Add(CLI::App& app, Context& context, Family description,
-                         const std::string& help)
+    static void Add(CLI::App& command, Context& context, Family description)
     {
-        const auto family = std::make_shared<const Family>(std::move(description));
-        const auto there = app.get_subcommands(
-            [&](const CLI::App* each) { return each->get_name() == family->word; });
-        auto* command = there.empty() ? nullptr : there.front();
-        if (command == nullptr) {
-            command = app.add_subcommand(family->word, help)->group("Administration of a server");
-            command->require_subcommand(1);
-        }
-        AddAdminAction(*command, context, "list", "A line for each of them",
-                       [family](AdminSession& session) { List(*family, session); });
-        if (family->find == nullptr)
-            return command;
-        AddNamed(*command, context, *family, "show", "Everything about one " + family->single,
-                 [family](AdminSession& session, const std::string& name) {
-                     Show(*family, session, family->Find(session, name));
-                 });
-        AddWriting(*command, context, family, "add", "Add a " + family->single, &Insert);
-        AddWriting(*command, context, family, "set",
-                   "Change a " + family->single + "; what is not named stays", &Update);
-        AddNamed(*command, context, *family, "remove", "Delete a " + family->single,
-                 [family](AdminSession& session, const std::string& name) {
-                     Delete(*family, session, family->Find(session, name));
-                 });
-        return command;
+        const OfFamily of{std::make_shared<const Family>(std::move(description))};
+        const std::string& single = of.family->single;
+        AddAdminAction(command, context, "list", "A line for each of them", &List, of);
+        if (of.family->find == nullptr)
+            return;
+        AddAdminAction(command, context, "show", "Everything about one " + single, &Show, {of});
+        AddAdminAction(command, context, "add", "Add a " + single, &Insert, {{of}, false});
+        AddAdminAction(command, context, "set", "Change a " + single + "; what is not named stays",
+                       &Update, {{of}, true});
+        AddAdminAction(command, context, "remove", "Delete a " + single, &Delete, {of});
     }
 
     /// Prints what was done to a record.
@@ -113,49 +97,49 @@ public:
     }
 
 private:
-    using Named = std::function<void(AdminSession&, const std::string&)>;
-    using Writing = void (*)(const Family&, AdminSession&, const std::string& name,
-                             const AdminValues&);
+    struct OfFamily {
+        std::shared_ptr<const Family> family;
 
-    static CLI::App* AddNamed(CLI::App& command, Context& context, const Family& family,
-                              const std::string& word, const std::string& help, Named action)
-    {
-        const auto name = std::make_shared<std::string>();
-        auto* added = AddAdminAction(
-            command, context, word, help,
-            [name, action = std::move(action)](AdminSession& session) { action(session, *name); });
-        added
-            ->add_option("name", *name,
-                         "The " + LabelOf(family.keyName) + " of the " + family.single)
-            ->required()
-            ->option_text("NAME");
-        return added;
-    }
+        static void AddOptions(CLI::App&) {}
+    };
 
-    static void AddWriting(CLI::App& command, Context& context,
-                           const std::shared_ptr<const Family>& family, const std::string& word,
-                           const std::string& help, Writing writing)
-    {
-        const auto values = std::make_shared<AdminValues>();
-        auto* added =
-            AddNamed(command, context, *family, word, help,
-                     [family, values, writing](AdminSession& session, const std::string& name) {
-                         writing(*family, session, name, *values);
-                     });
-        if (word == "set")
-            AddOption(*added, *values, "rename", "NAME", "The new " + LabelOf(family->keyName));
-        for (const auto& field : family->fields)
-            if (!field.option.empty())
-                AddOption(*added, *values, field.option, field.placeholder, field.help);
-    }
+    struct Named : OfFamily {
+        std::string name{};
 
-    static void AddOption(CLI::App& command, AdminValues& values, const std::string& name,
-                          const std::string& placeholder, const std::string& help)
-    {
-        command.add_option("--" + name, values[name], help)
-            ->allow_extra_args(false)
-            ->option_text(placeholder);
-    }
+        void AddOptions(CLI::App& command)
+        {
+            command
+                .add_option("name", name,
+                            "The " + LabelOf(this->family->keyName) + " of the " +
+                                this->family->single)
+                ->required()
+                ->option_text("NAME");
+        }
+    };
+
+    struct Written : Named {
+        bool canRename = false;
+        AdminValues values{};
+
+        void AddOptions(CLI::App& command)
+        {
+            Named::AddOptions(command);
+            if (canRename)
+                AddOption(command, "rename", "NAME", "The new " + LabelOf(this->family->keyName));
+            for (const auto& field : this->family->fields)
+                if (!field.option.empty())
+                    AddOption(command, field.option, field.placeholder, field.help);
+        }
+
+    private:
+        void AddOption(CLI::App& command, const std::string& option, const std::string& placeholder,
+                       const std::string& help)
+        {
+            command.add_option("--" + option, values[option], help)
+                ->allow_extra_args(false)
+                ->option_text(placeholder);
+        }
+    };
 
     static Json ToJson(const Family& family, AdminSession& session, const Record& record)
     {
@@ -165,8 +149,9 @@ private:
         return json;
     }
 
-    static void List(const Family& family, AdminSession& session)
+    static void List(AdminSession& session, const OfFamily& arguments)
     {
+        const Family& family = *arguments.family;
         OV::Array<Record> records;
         session.Do((session.*family.manager)(), family.list, records);
         Json items = Json::array();
@@ -188,9 +173,10 @@ private:
             output.PrintTable(table);
     }
 
-    static void Show(const Family& family, AdminSession& session, const Record& record)
+    static void Show(AdminSession& session, const Named& arguments)
     {
-        const Json json = ToJson(family, session, record);
+        const Family& family = *arguments.family;
+        const Json json = ToJson(family, session, family.Find(session, arguments.name));
         const Output& output = session.GetContext().output;
         if (output.json)
             return output.PrintJson(json);
@@ -200,24 +186,25 @@ private:
         output.PrintFields(lines);
     }
 
-    static void Insert(const Family& family, AdminSession& session, const std::string& name,
-                       const AdminValues& values)
+    static void Insert(AdminSession& session, const Written& arguments)
     {
+        const Family& family = *arguments.family;
         Record record;
-        record.*family.key = OV::FromUtf8(name);
-        Write(family, session, record, values);
+        record.*family.key = OV::FromUtf8(arguments.name);
+        Write(family, session, record, arguments.values);
         session.Do((session.*family.manager)(), family.insert, record);
         Tell(family, session, "Added", record);
     }
 
-    static void Update(const Family& family, AdminSession& session, const std::string& name,
-                       const AdminValues& values)
+    static void Update(AdminSession& session, const Written& arguments)
     {
+        const Family& family = *arguments.family;
+        const AdminValues& values = arguments.values;
         if (std::all_of(values.begin(), values.end(),
                         [](const auto& each) { return each.second.empty(); }))
             throw OV::IllegalArgumentException(OV::StringView(
                 "Name what is to change; \"syclient " + family.word + " set --help\" lists it."));
-        Record record = family.Find(session, name);
+        Record record = family.Find(session, arguments.name);
         if (const auto& rename = values.at("rename"); !rename.empty())
             record.*family.key = OV::FromUtf8(rename.back());
         Write(family, session, record, values);
@@ -233,8 +220,10 @@ private:
                 field.write(record, values.at(field.option), session);
     }
 
-    static void Delete(const Family& family, AdminSession& session, const Record& record)
+    static void Delete(AdminSession& session, const Named& arguments)
     {
+        const Family& family = *arguments.family;
+        const Record record = family.Find(session, arguments.name);
         session.Do((session.*family.manager)(), family.remove, record);
         Tell(family, session, "Deleted", record);
     }

@@ -4,7 +4,6 @@
 #include "OVRoot/Exception.hpp"
 
 #include <charconv>
-#include <cstdio>
 
 namespace {
 
@@ -61,13 +60,6 @@ std::pair<std::string, std::string> SplitPair(const std::string& name, const std
     if (at == std::string::npos || at == 0)
         ThrowBadValue(name, value, placeholder);
     return {value.substr(0, at), value.substr(at + 1)};
-}
-
-std::string ColourText(std::uint32_t colour)
-{
-    char text[8];
-    std::snprintf(text, sizeof text, "#%06X", static_cast<unsigned>(colour & 0xFFFFFF));
-    return text;
 }
 
 std::uint32_t ParseColour(const std::string& text)

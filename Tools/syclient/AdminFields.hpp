@@ -18,8 +18,7 @@ using Words = std::vector<std::pair<std::string, Number>>;
 /// "KEY=VALUE" in its two parts; the value may hold more of "=".
 [[nodiscard]] std::pair<std::string, std::string>
 SplitPair(const std::string& name, const std::string& value, const std::string& placeholder);
-/// "#RRGGBB" and back.
-[[nodiscard]] std::string ColourText(std::uint32_t colour);
+/// Of "#RRGGBB".
 [[nodiscard]] std::uint32_t ParseColour(const std::string& text);
 [[nodiscard]] std::uint32_t ParseNumber(const std::string& name, const std::string& text);
 
@@ -27,22 +26,22 @@ SplitPair(const std::string& name, const std::string& value, const std::string& 
 template <class Record, class Read>
 AdminField<Record> Shown(const std::string& name, Read read, bool isListed = true)
 {
-    return {name, "", "", "", std::move(read), nullptr, isListed};
+    return {.name = name, .read = std::move(read), .isListed = isListed};
 }
 
 template <class Record>
 AdminField<Record> Text(const std::string& name, const std::string& option, const std::string& help,
                         OV::UniString Record::*member, bool isListed = true)
 {
-    return {name,
-            option,
-            "TEXT",
-            help,
-            [member](const Record& record, AdminSession&) { return ForJson(record.*member); },
-            [member](Record& record, const Values& values, AdminSession&) {
-                record.*member = OV::FromUtf8(values.back());
-            },
-            isListed};
+    return {
+        .name = name,
+        .option = option,
+        .placeholder = "TEXT",
+        .help = help,
+        .read = [member](const Record& record, AdminSession&) { return ForJson(record.*member); },
+        .write = [member](Record& record, const Values& values,
+                          AdminSession&) { record.*member = OV::FromUtf8(values.back()); },
+        .isListed = isListed};
 }
 
 /// One of some words; the option is called like the field. A number without a word is shown as it
@@ -54,25 +53,26 @@ AdminField<Record> Word(const std::string& name, const std::string& help, Words<
     std::string placeholder;
     for (const auto& [word, value] : words)
         placeholder += (placeholder.empty() ? "" : "|") + word;
-    return {name,
-            name,
-            placeholder,
-            help,
-            [words, number](const Record& record, AdminSession&) -> Json {
+    return {.name = name,
+            .option = name,
+            .placeholder = placeholder,
+            .help = help,
+            .read = [words, number](const Record& record, AdminSession&) -> Json {
                 Record copy = record;
                 for (const auto& [word, value] : words)
                     if (value == number(copy))
                         return word;
                 return std::to_string(static_cast<std::int64_t>(number(copy)));
             },
-            [=](Record& record, const Values& values, AdminSession&) {
-                for (const auto& [word, value] : words)
-                    if (word == values.back()) {
-                        number(record) = value;
-                        return;
-                    }
-                ThrowBadValue(name, values.back(), placeholder);
-            }};
+            .write =
+                [=](Record& record, const Values& values, AdminSession&) {
+                    for (const auto& [word, value] : words)
+                        if (word == values.back()) {
+                            number(record) = value;
+                            return;
+                        }
+                    ThrowBadValue(name, values.back(), placeholder);
+                }};
 }
 
 template <class Record>
@@ -91,11 +91,11 @@ AdminField<Record> Names(const std::string& name, const std::string& option,
                          const std::string& help, OV::HashSet<OV::UniString> Record::*member,
                          NameTable AdminSession::*table, bool isListed = true)
 {
-    return {name,
-            option,
-            "NAME",
-            help,
-            [=](const Record& record, AdminSession& session) -> Json {
+    return {.name = name,
+            .option = option,
+            .placeholder = "NAME",
+            .help = help,
+            .read = [=](const Record& record, AdminSession& session) -> Json {
                 std::set<OV::UniString> names;
                 for (const auto& id : record.*member)
                     names.insert((session.*table).NameOf(id));
@@ -104,13 +104,14 @@ AdminField<Record> Names(const std::string& name, const std::string& option,
                     json.push_back(ForJson(each));
                 return json;
             },
-            [=](Record& record, const Values& values, AdminSession& session) {
-                (record.*member).clear();
-                for (const auto& each : values)
-                    if (!each.empty())
-                        (record.*member).insert((session.*table).IdOf(each));
-            },
-            isListed};
+            .write =
+                [=](Record& record, const Values& values, AdminSession& session) {
+                    (record.*member).clear();
+                    for (const auto& each : values)
+                        if (!each.empty())
+                            (record.*member).insert((session.*table).IdOf(each));
+                },
+            .isListed = isListed};
 }
 
 /// As Names, for what only the server changes.

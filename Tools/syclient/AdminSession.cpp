@@ -1,10 +1,9 @@
 #include "AdminSession.hpp"
 
+#include "ManagementTool/ServerConnectionManager.hpp"
 #include "OVRoot/Ascii.hpp"
 #include "SYClientBase/ServicePortCache.hpp"
 #include "SYClientBase/SyncraClientFactory.hpp"
-
-#include <CLI/CLI.hpp>
 
 #include <algorithm>
 
@@ -81,23 +80,6 @@ void End(Context& context, ExitCode exitCode, const OV::Exception& reason)
     // What was cancelled has been told, and has no words.
     if (!reason.GetMessage().empty())
         context.output.Error(ForDisplay(reason.GetMessage()));
-}
-
-void Run(Context& context, const ServerArguments& server,
-         const std::function<void(AdminSession&)>& action)
-{
-    try {
-        AdminSession session(context, server);
-        action(session);
-    } catch (const AdminFailure& failure) {
-        End(context, failure.GetExitCode(), failure);
-    } catch (const SYCB::IncopatibleServerVersionException& version) {
-        End(context, ExitCode::IncompatibleVersion, version);
-    } catch (const Communication::ResponseContentException& refusal) {
-        End(context, ExitCodeOfRefusal(refusal.GetErrorCode()), refusal);
-    } catch (const Communication::CommunicationException& failure) {
-        End(context, ExitCode::Offline, failure);
-    }
 }
 
 }  // namespace
@@ -182,13 +164,19 @@ void AdminSession::Fail(const ManagementCore::RequestFailure& failure)
     throw AdminFailure(ExitCodeOf(failure), failure.message);
 }
 
-CLI::App* AddAdminAction(CLI::App& parent, Context& context, const std::string& name,
-                         const std::string& description, std::function<void(AdminSession&)> action)
+void RunOnServer(Context& context, const ServerArguments& server,
+                 const std::function<void(AdminSession&)>& action)
 {
-    auto* command = parent.add_subcommand(name, description);
-    const auto server = std::make_shared<ServerArguments>();
-    server->AddOptions(*command);
-    command->callback(
-        [server, &context, action = std::move(action)] { Run(context, *server, action); });
-    return command;
+    try {
+        AdminSession session(context, server);
+        action(session);
+    } catch (const AdminFailure& failure) {
+        End(context, failure.GetExitCode(), failure);
+    } catch (const SYCB::IncopatibleServerVersionException& version) {
+        End(context, ExitCode::IncompatibleVersion, version);
+    } catch (const Communication::ResponseContentException& refusal) {
+        End(context, ExitCodeOfRefusal(refusal.GetErrorCode()), refusal);
+    } catch (const Communication::CommunicationException& failure) {
+        End(context, ExitCode::Offline, failure);
+    }
 }

@@ -1,7 +1,9 @@
 #pragma once
 
-#include "Commands.hpp"
-#include "ManagementTool/ServerConnectionManager.hpp"
+#include "Command.hpp"
+#include "Context.hpp"
+#include "ManagementTool/ProjectRepositoryManager.hpp"
+#include "ManagementTool/UserRepositoryManager.hpp"
 #include "OVRoot/Secret.hpp"
 #include "ServerArguments.hpp"
 #include "TerminalWait.hpp"
@@ -96,6 +98,22 @@ private:
     std::uint16_t managementPort_;
 };
 
-/// Adds a command that runs `action` in a session with the server of its options.
-CLI::App* AddAdminAction(CLI::App& parent, Context& context, const std::string& name,
-                         const std::string& description, std::function<void(AdminSession&)> action);
+/// Runs `action` in a session with that server. How it fails is told, and left in the context.
+void RunOnServer(Context& context, const ServerArguments& server,
+                 const std::function<void(AdminSession&)>& action);
+
+/// Adds an action on a server, which the options name beside what the action itself is told.
+template <class Arguments>
+void AddAdminAction(CLI::App& parent, Context& context, const std::string& name,
+                    const std::string& description, void (*run)(AdminSession&, const Arguments&),
+                    Arguments initial = {})
+{
+    using OnServer = ArgumentsAt<ServerArguments, Arguments>;
+    DefineCommand(
+        AddSubcommand(parent, name, description), context,
+        [run](const OnServer& arguments, Context& shared) {
+            RunOnServer(shared, arguments.place,
+                        [&](AdminSession& session) { run(session, arguments.own); });
+        },
+        OnServer{{}, std::move(initial)});
+}

@@ -1,6 +1,7 @@
-#include "AdminCommands.hpp"
 #include "AdminFields.hpp"
+#include "Commands.hpp"
 #include "IO/File.hpp"
+#include "SyncraProtocol/Member.hpp"
 
 namespace {
 
@@ -12,7 +13,7 @@ using ManagementCore::UserRepositoryManager;
 template <class Record>
 using UserFamily = AdminFamily<UserRepositoryManager, Record>;
 template <class Record>
-using Commands = AdminFamilyCommands<UserRepositoryManager, Record>;
+using Actions = AdminFamilyActions<UserRepositoryManager, Record>;
 
 template <class Record>
 AdminField<Record> Description()
@@ -30,77 +31,82 @@ AdminField<Record> BuiltIn()
 
 AdminField<User> Colour()
 {
-    return {"colour",
-            "colour",
-            "#RRGGBB",
-            "The colour of the work of this user",
-            [](const User& user, AdminSession&) { return Json(ColourText(user.color)); },
-            [](User& user, const Values& values, AdminSession&) {
-                user.color = ParseColour(values.back());
-            }};
+    return {
+        .name = "colour",
+        .option = "colour",
+        .placeholder = "#RRGGBB",
+        .help = "The colour of the work of this user",
+        .read = [](const User& user, AdminSession&) { return Json(ColourForDisplay(user.color)); },
+        .write = [](User& user, const Values& values,
+                    AdminSession&) { user.color = ParseColour(values.back()); }};
 }
 
 AdminField<User> Properties()
 {
     static const std::string placeholder = "NAME=TEXT";
-    return {"properties",
-            "property",
-            placeholder,
-            "The text of a custom property; no text takes it away. May be given again",
-            [](const User& user, AdminSession& session) {
-                Json json = Json::object();
-                for (const auto& [id, text] : user.properties)
-                    json[OV::ToUtf8(session.properties.NameOf(id))] = ForJson(text);
-                return json;
-            },
-            [](User& user, const Values& values, AdminSession& session) {
-                for (const auto& each : values) {
-                    const auto [name, text] = SplitPair("property", each, placeholder);
-                    const auto id = session.properties.IdOf(name);
-                    user.properties.erase(id);
-                    if (!text.empty())
-                        user.properties[id] = OV::FromUtf8(text);
-                }
-            },
-            false};
+    return {.name = "properties",
+            .option = "property",
+            .placeholder = placeholder,
+            .help = "The text of a custom property; no text takes it away. May be given again",
+            .read =
+                [](const User& user, AdminSession& session) {
+                    Json json = Json::object();
+                    for (const auto& [id, text] : user.properties)
+                        json[OV::ToUtf8(session.properties.NameOf(id))] = ForJson(text);
+                    return json;
+                },
+            .write =
+                [](User& user, const Values& values, AdminSession& session) {
+                    for (const auto& each : values) {
+                        const auto [name, text] = SplitPair("property", each, placeholder);
+                        const auto id = session.properties.IdOf(name);
+                        user.properties.erase(id);
+                        if (!text.empty())
+                            user.properties[id] = OV::FromUtf8(text);
+                    }
+                },
+            .isListed = false};
 }
 
 UserFamily<User> Users()
 {
     using Manager = UserRepositoryManager;
-    return {"users",
-            "user",
-            "loginName",
-            &User::loginName,
-            &AdminSession::Users,
-            &Manager::GetUsers,
-            &Manager::FindUserByLoginName,
-            &Manager::InsertUser,
-            &Manager::UpdateUser,
-            &Manager::DeleteUser,
-            {Text<User>("fullName", "full-name", "Full name", &User::fullName),
-             Text<User>("email", "email", "E-mail address; empty for none", &User::email),
-             YesNo<User>("enabled", "Whether signing in is allowed", &User::enabled), Colour(),
-             Properties(), ShownNames("groups", &User::groups, &AdminSession::groups)}};
+    return {.word = "users",
+            .single = "user",
+            .keyName = "loginName",
+            .key = &User::loginName,
+            .manager = &AdminSession::Users,
+            .list = &Manager::GetUsers,
+            .find = &Manager::FindUserByLoginName,
+            .insert = &Manager::InsertUser,
+            .update = &Manager::UpdateUser,
+            .remove = &Manager::DeleteUser,
+            .fields = {Text<User>("fullName", "full-name", "Full name", &User::fullName),
+                       Text<User>("email", "email", "E-mail address; empty for none", &User::email),
+                       YesNo<User>("enabled", "Whether signing in is allowed", &User::enabled),
+                       Colour(), Properties(),
+                       ShownNames("groups", &User::groups, &AdminSession::groups)}};
 }
 
 /// A role is given one set at most.
 AdminField<Role> SetOfRole()
 {
-    return {"permissionSet",
-            "permission-set",
-            "NAME",
-            "Permissions that it shares with other roles; empty for none",
-            [](const Role& role, AdminSession& session) {
-                return role.permissionSet.empty()
-                           ? Json("")
-                           : ForJson(session.permissionSets.NameOf(role.permissionSet));
-            },
-            [](Role& role, const Values& values, AdminSession& session) {
-                role.permissionSet = values.back().empty()
-                                         ? OV::UniString()
-                                         : session.permissionSets.IdOf(values.back());
-            }};
+    return {.name = "permissionSet",
+            .option = "permission-set",
+            .placeholder = "NAME",
+            .help = "Permissions that it shares with other roles; empty for none",
+            .read =
+                [](const Role& role, AdminSession& session) {
+                    return role.permissionSet.empty()
+                               ? Json("")
+                               : ForJson(session.permissionSets.NameOf(role.permissionSet));
+                },
+            .write =
+                [](Role& role, const Values& values, AdminSession& session) {
+                    role.permissionSet = values.back().empty()
+                                             ? OV::UniString()
+                                             : session.permissionSets.IdOf(values.back());
+                }};
 }
 
 constexpr const char* PermissionsHelp =
@@ -109,123 +115,121 @@ constexpr const char* PermissionsHelp =
 UserFamily<Role> Roles()
 {
     using Manager = UserRepositoryManager;
-    return {"roles",
-            "role",
-            "name",
-            &Role::name,
-            &AdminSession::Users,
-            &Manager::GetRoles,
-            &Manager::FindRole,
-            &Manager::InsertRole,
-            &Manager::UpdateRole,
-            &Manager::DeleteRole,
-            {Description<Role>(),
-             Names("permissions", "permission", PermissionsHelp, &Role::permissions,
-                   &AdminSession::permissions),
-             SetOfRole(), BuiltIn<Role>()}};
+    return {.word = "roles",
+            .single = "role",
+            .key = &Role::name,
+            .manager = &AdminSession::Users,
+            .list = &Manager::GetRoles,
+            .find = &Manager::FindRole,
+            .insert = &Manager::InsertRole,
+            .update = &Manager::UpdateRole,
+            .remove = &Manager::DeleteRole,
+            .fields = {Description<Role>(),
+                       Names("permissions", "permission", PermissionsHelp, &Role::permissions,
+                             &AdminSession::permissions),
+                       SetOfRole(), BuiltIn<Role>()}};
 }
 
 UserFamily<Group> Groups()
 {
     using Manager = UserRepositoryManager;
-    return {"groups",
-            "group",
-            "name",
-            &Group::name,
-            &AdminSession::Users,
-            &Manager::GetGroups,
-            &Manager::FindGroup,
-            &Manager::InsertGroup,
-            &Manager::UpdateGroup,
-            &Manager::DeleteGroup,
-            {Description<Group>(), ShownNames("users", &Group::users, &AdminSession::users),
-             BuiltIn<Group>()}};
+    return {.word = "groups",
+            .single = "group",
+            .key = &Group::name,
+            .manager = &AdminSession::Users,
+            .list = &Manager::GetGroups,
+            .find = &Manager::FindGroup,
+            .insert = &Manager::InsertGroup,
+            .update = &Manager::UpdateGroup,
+            .remove = &Manager::DeleteGroup,
+            .fields = {Description<Group>(),
+                       ShownNames("users", &Group::users, &AdminSession::users), BuiltIn<Group>()}};
 }
 
 UserFamily<Permission> Permissions()
 {
     using Manager = UserRepositoryManager;
-    return {"permissions",
-            "permission",
-            "name",
-            &Permission::name,
-            &AdminSession::Users,
-            &Manager::GetPermissions,
-            &Manager::FindPermission,
-            &Manager::InsertPermission,
-            &Manager::UpdatePermission,
-            &Manager::DeletePermission,
-            {Description<Permission>(), BuiltIn<Permission>()}};
+    return {.word = "permissions",
+            .single = "permission",
+            .key = &Permission::name,
+            .manager = &AdminSession::Users,
+            .list = &Manager::GetPermissions,
+            .find = &Manager::FindPermission,
+            .insert = &Manager::InsertPermission,
+            .update = &Manager::UpdatePermission,
+            .remove = &Manager::DeletePermission,
+            .fields = {Description<Permission>(), BuiltIn<Permission>()}};
 }
 
 UserFamily<PermissionSet> PermissionSets()
 {
     using Manager = UserRepositoryManager;
-    return {"permission-sets",
-            "permission set",
-            "name",
-            &PermissionSet::name,
-            &AdminSession::Users,
-            &Manager::GetPermissionSets,
-            &Manager::FindPermissionSet,
-            &Manager::InsertPermissionSet,
-            &Manager::UpdatePermissionSet,
-            &Manager::DeletePermissionSet,
-            {Description<PermissionSet>(),
-             Names("permissions", "permission", PermissionsHelp, &PermissionSet::permissions,
-                   &AdminSession::permissions)}};
+    return {.word = "permission-sets",
+            .single = "permission set",
+            .key = &PermissionSet::name,
+            .manager = &AdminSession::Users,
+            .list = &Manager::GetPermissionSets,
+            .find = &Manager::FindPermissionSet,
+            .insert = &Manager::InsertPermissionSet,
+            .update = &Manager::UpdatePermissionSet,
+            .remove = &Manager::DeletePermissionSet,
+            .fields = {Description<PermissionSet>(),
+                       Names("permissions", "permission", PermissionsHelp,
+                             &PermissionSet::permissions, &AdminSession::permissions)}};
 }
 
 AdminField<CustomPropertyDefinition> Choices()
 {
-    return {"choices",
-            "choice",
-            "TEXT",
-            "A text to choose, for the type choice, in place of those there were; may be given "
-            "again",
-            [](const CustomPropertyDefinition& property, AdminSession&) {
-                Json json = Json::array();
-                for (const auto& choice : property.choices)
-                    json.push_back(ForJson(choice));
-                return json;
-            },
-            [](CustomPropertyDefinition& property, const Values& values, AdminSession&) {
-                property.choices.clear();
-                for (const auto& each : values)
-                    if (!each.empty())
-                        property.choices.push_back(OV::FromUtf8(each));
-            }};
+    return {.name = "choices",
+            .option = "choice",
+            .placeholder = "TEXT",
+            .help =
+                "A text to choose, for the type choice, in place of those there were; may be given "
+                "again",
+            .read =
+                [](const CustomPropertyDefinition& property, AdminSession&) {
+                    Json json = Json::array();
+                    for (const auto& choice : property.choices)
+                        json.push_back(ForJson(choice));
+                    return json;
+                },
+            .write =
+                [](CustomPropertyDefinition& property, const Values& values, AdminSession&) {
+                    property.choices.clear();
+                    for (const auto& each : values)
+                        if (!each.empty())
+                            property.choices.push_back(OV::FromUtf8(each));
+                }};
 }
 
 UserFamily<CustomPropertyDefinition> CustomProperties()
 {
     using Manager = UserRepositoryManager;
     using Type = CustomPropertyDefinition::Type;
-    return {"properties",
-            "property",
-            "name",
-            &CustomPropertyDefinition::name,
-            &AdminSession::Users,
-            &Manager::GetCustomPropertyDefinitions,
-            &Manager::FindCustomPropertyDefinition,
-            &Manager::InsertCustomPropertyDefinition,
-            &Manager::UpdateCustomPropertyDefinition,
-            &Manager::DeleteCustomPropertyDefinition,
-            {Description<CustomPropertyDefinition>(),
-             Word<CustomPropertyDefinition, Type>(
-                 "type", "What its texts must look like",
-                 {{"text", Type::Text},
-                  {"number", Type::Number},
-                  {"yes-no", Type::YesNo},
-                  {"choice", Type::Choice}},
-                 [](auto& property) -> Type& { return property.type; }),
-             Choices()}};
+    return {.word = "properties",
+            .single = "property",
+            .key = &CustomPropertyDefinition::name,
+            .manager = &AdminSession::Users,
+            .list = &Manager::GetCustomPropertyDefinitions,
+            .find = &Manager::FindCustomPropertyDefinition,
+            .insert = &Manager::InsertCustomPropertyDefinition,
+            .update = &Manager::UpdateCustomPropertyDefinition,
+            .remove = &Manager::DeleteCustomPropertyDefinition,
+            .fields = {Description<CustomPropertyDefinition>(),
+                       Word<CustomPropertyDefinition, Type>(
+                           "type", "What its texts must look like",
+                           {{"text", Type::Text},
+                            {"number", Type::Number},
+                            {"yes-no", Type::YesNo},
+                            {"choice", Type::Choice}},
+                           [](auto& property) -> Type& { return property.type; }),
+                       Choices()}};
 }
 
-CLI::Option* AddText(CLI::App& command, const std::string& option, const std::string& text,
-                     const std::string& help, std::string& value)
+void AddText(CLI::App& command, const std::string& option, const std::string& text,
+             const std::string& help, std::string& value)
 {
-    return command.add_option(option, value, help)->required()->option_text(text);
+    command.add_option(option, value, help)->required()->option_text(text);
 }
 
 /// Prints that an action on a user was done.
@@ -253,6 +257,12 @@ OV::Secret ReadNewPassword(const PasswordSource& source, const std::string& user
 struct PasswordArguments {
     std::string user;
     PasswordSource source;
+
+    void AddOptions(CLI::App& command)
+    {
+        AddText(command, "name", "NAME", "The login name of the user", user);
+        source.AddOptions(command, "new-");
+    }
 };
 
 void SetPassword(AdminSession& session, const PasswordArguments& arguments)
@@ -262,17 +272,6 @@ void SetPassword(AdminSession& session, const PasswordArguments& arguments)
     const OV::Secret password = ReadNewPassword(arguments.source, name);
     session.Do(session.Users(), &UserRepositoryManager::SetUserPassword, user.id, password);
     Tell(session, "Changed the password of " + name + ", who is signed out.", user);
-}
-
-void AddPassword(CLI::App& users, Context& context)
-{
-    const auto arguments = std::make_shared<PasswordArguments>();
-    auto* command =
-        AddAdminAction(users, context, "password",
-                       "Give a user a new password, which ends every sign-in with the old one",
-                       [arguments](AdminSession& session) { SetPassword(session, *arguments); });
-    AddText(*command, "name", "NAME", "The login name of the user", arguments->user);
-    arguments->source.AddOptions(*command, "new-");
 }
 
 Protocol::Photo ReadPhoto(const std::string& file)
@@ -291,6 +290,16 @@ struct PhotoArguments {
     std::string user;
     std::string file;
     bool isCleared = false;
+
+    void AddOptions(CLI::App& command)
+    {
+        AddText(command, "name", "NAME", "The login name of the user", user);
+        // A group that hands options on to its command would get an unknown one back for ever.
+        auto* what = command.add_option_group("what")->require_option(1)->fallthrough(false);
+        what->add_option("--set", file, "A PNG or JPEG picture, at most 4 MiB")
+            ->option_text("FILE");
+        what->add_flag("--clear", isCleared, "Leave the user without a photo");
+    }
 };
 
 void SetPhoto(AdminSession& session, const PhotoArguments& arguments)
@@ -304,75 +313,96 @@ void SetPhoto(AdminSession& session, const PhotoArguments& arguments)
          user);
 }
 
-void AddPhoto(CLI::App& users, Context& context)
+struct MembershipArguments {
+    bool (UserRepositoryManager::*change)(const OV::UniString& group,
+                                          const OV::UniString& user) = nullptr;
+    const char* done = "";
+    std::string group{};
+    std::string user{};
+
+    void AddOptions(CLI::App& command)
+    {
+        AddText(command, "group", "GROUP", "The name of the group", group);
+        AddText(command, "user", "USER", "The login name of the user", user);
+    }
+};
+
+void ChangeMembership(AdminSession& session, const MembershipArguments& arguments)
 {
-    const auto arguments = std::make_shared<PhotoArguments>();
-    auto* command =
-        AddAdminAction(users, context, "photo", "Set the photo of a user, or take it away",
-                       [arguments](AdminSession& session) { SetPhoto(session, *arguments); });
-    AddText(*command, "name", "NAME", "The login name of the user", arguments->user);
-    auto* what = command->add_option_group("what")->require_option(1);
-    what->add_option("--set", arguments->file, "A PNG or JPEG picture, at most 4 MiB")
-        ->option_text("FILE");
-    what->add_flag("--clear", arguments->isCleared, "Leave the user without a photo");
+    const Group group = Groups().Find(session, arguments.group);
+    const User user = Users().Find(session, arguments.user);
+    session.Do(session.Users(), arguments.change, group.id, user.id);
+    Tell(session, ForDisplay(user.loginName) + arguments.done + ForDisplay(group.name) + ".", user);
 }
 
-/// "groups join" and "groups leave".
-void AddMembership(CLI::App& groups, Context& context, const std::string& word,
-                   const std::string& help, const std::string& done,
-                   bool (UserRepositoryManager::*operation)(const OV::UniString&,
-                                                            const OV::UniString&))
+struct DuplicateArguments {
+    std::string role;
+    std::string twin;
+
+    void AddOptions(CLI::App& command)
+    {
+        AddText(command, "name", "NAME", "The name of the role", role);
+        AddText(command, "new", "NEW", "The name of the new one", twin);
+    }
+};
+
+void Duplicate(AdminSession& session, const DuplicateArguments& arguments)
 {
-    struct Names {
-        std::string group, user;
-    };
-    const auto names = std::make_shared<Names>();
-    auto* command = AddAdminAction(groups, context, word, help, [=](AdminSession& session) {
-        const Group group = Groups().Find(session, names->group);
-        const User user = Users().Find(session, names->user);
-        session.Do(session.Users(), operation, group.id, user.id);
-        Tell(session, ForDisplay(user.loginName) + done + ForDisplay(group.name) + ".", user);
-    });
-    AddText(*command, "group", "GROUP", "The name of the group", names->group);
-    AddText(*command, "user", "USER", "The login name of the user", names->user);
+    const auto roles = Roles();
+    Role role = roles.Find(session, arguments.role);
+    session.Do(session.Users(), &UserRepositoryManager::DuplicateRole, role.id,
+               OV::FromUtf8(arguments.twin), role);
+    Actions<Role>::Tell(roles, session, "Added", role);
 }
 
-void AddDuplicate(CLI::App& roles, Context& context)
+template <class Record>
+void Declare(CLI::App& command, Context& context, UserFamily<Record> family)
 {
-    struct Names {
-        std::string role, twin;
-    };
-    const auto names = std::make_shared<Names>();
-    auto* command =
-        AddAdminAction(roles, context, "duplicate", "Add a role that allows what another one does",
-                       [names](AdminSession& session) {
-                           const auto roleFamily = Roles();
-                           Role role = roleFamily.Find(session, names->role);
-                           session.Do(session.Users(), &UserRepositoryManager::DuplicateRole,
-                                      role.id, OV::FromUtf8(names->twin), role);
-                           Commands<Role>::Tell(roleFamily, session, "Added", role);
-                       });
-    AddText(*command, "name", "NAME", "The name of the role", names->role);
-    AddText(*command, "new", "NEW", "The name of the new one", names->twin);
+    command.require_subcommand(1);
+    Actions<Record>::Add(command, context, std::move(family));
 }
 
 }  // namespace
 
-void AddUserFamilies(CLI::App& app, Context& context)
+void DeclareUsers(CLI::App& command, Context& context)
 {
-    auto* users = Commands<User>::Add(app, context, Users(), "The accounts of the server");
-    users->footer("A user who was added signs in once \"users password\" gave him one.");
-    AddPassword(*users, context);
-    AddPhoto(*users, context);
-    auto* roles = Commands<Role>::Add(app, context, Roles(), "What members may do in a project");
-    AddDuplicate(*roles, context);
-    auto* groups = Commands<Group>::Add(app, context, Groups(), "Users who may do the same");
-    AddMembership(*groups, context, "join", "Put a user into a group", " is in ",
-                  &UserRepositoryManager::AddToGroup);
-    AddMembership(*groups, context, "leave", "Take a user out of a group", " is not in ",
-                  &UserRepositoryManager::RemoveFromGroup);
-    Commands<Permission>::Add(app, context, Permissions(), "What roles may allow");
-    Commands<PermissionSet>::Add(app, context, PermissionSets(), "Permissions that roles share");
-    Commands<CustomPropertyDefinition>::Add(app, context, CustomProperties(),
-                                            "Fields that users have beside the usual ones");
+    Declare(command, context, Users());
+    command.footer("A user who was added signs in once \"users password\" has set a password.");
+    AddAdminAction(command, context, "password",
+                   "Give a user a new password, which ends every sign-in with the old one",
+                   &SetPassword);
+    AddAdminAction(command, context, "photo", "Set the photo of a user, or take it away",
+                   &SetPhoto);
+}
+
+void DeclareRoles(CLI::App& command, Context& context)
+{
+    Declare(command, context, Roles());
+    AddAdminAction(command, context, "duplicate", "Add a role that allows what another one does",
+                   &Duplicate);
+}
+
+void DeclareGroups(CLI::App& command, Context& context)
+{
+    using Manager = UserRepositoryManager;
+    Declare(command, context, Groups());
+    AddAdminAction(command, context, "join", "Put a user into a group", &ChangeMembership,
+                   {.change = &Manager::AddToGroup, .done = " is in "});
+    AddAdminAction(command, context, "leave", "Take a user out of a group", &ChangeMembership,
+                   {.change = &Manager::RemoveFromGroup, .done = " is not in "});
+}
+
+void DeclarePermissions(CLI::App& command, Context& context)
+{
+    Declare(command, context, Permissions());
+}
+
+void DeclarePermissionSets(CLI::App& command, Context& context)
+{
+    Declare(command, context, PermissionSets());
+}
+
+void DeclareProperties(CLI::App& command, Context& context)
+{
+    Declare(command, context, CustomProperties());
 }

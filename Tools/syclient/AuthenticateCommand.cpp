@@ -1,3 +1,4 @@
+#include "Command.hpp"
 #include "Commands.hpp"
 
 #include "AuthenticateOnCache.hpp"
@@ -10,8 +11,6 @@
 #include "UserInterface/AuthenticationFailedDialog.hpp"
 
 #include <CLI/CLI.hpp>
-
-#include <memory>
 
 namespace {
 
@@ -65,12 +64,23 @@ void Report(bool accepted, int asked, const std::string& login, Context& context
         context.output.Error("Refused: the password of " + login + " is not the stored one.");
 }
 
-void RunAuthenticate(const ProjectArguments& arguments, bool silent, Context& context)
+struct AuthenticateArguments {
+    ProjectArguments project;
+    bool silent = false;
+
+    void AddOptions(CLI::App& command)
+    {
+        project.AddOptions(command);
+        command.add_flag("--silent", silent, "Ask nobody: refuse when the password differs");
+    }
+};
+
+void RunAuthenticate(const AuthenticateArguments& arguments, Context& context)
 {
-    auto info = arguments.Describe();
+    auto info = arguments.project.Describe();
     const std::string login = DescribeLogin(info);
-    if (arguments.server.password.IsGiven())
-        info.password = arguments.server.password.Read(login);
+    if (arguments.project.server.password.IsGiven())
+        info.password = arguments.project.server.password.Read(login);
     SYC::ClientProjectConnectionManager manager(SYC::ToSyncraLocation(info), context.DataFolder(),
                                                 {});
     if (!manager.FindCache()) {
@@ -81,7 +91,7 @@ void RunAuthenticate(const ProjectArguments& arguments, bool silent, Context& co
     }
     const TerminalPrompt prompt(login);
     try {
-        const bool accepted = SYC::AuthenticateOnCache(&manager, silent);
+        const bool accepted = SYC::AuthenticateOnCache(&manager, arguments.silent);
         Report(accepted, prompt.Asked(), login, context);
     } catch (const UserPasswordStore::UserIsNotInListException& error) {
         context.exitCode = ExitCode::NotFound;
@@ -92,19 +102,11 @@ void RunAuthenticate(const ProjectArguments& arguments, bool silent, Context& co
 
 }  // namespace
 
-void AddAuthenticateCommand(CLI::App& app, Context& context)
+void DeclareAuthenticate(CLI::App& command, Context& context)
 {
-    auto* command = app.add_subcommand(
-        "authenticate", "Hold the password of a cached project against the stored one, as a host "
-                        "does before it opens the project without its server");
-    const auto arguments = std::make_shared<ProjectArguments>();
-    arguments->AddOptions(*command);
-    const auto silent = std::make_shared<bool>(false);
-    command->add_flag("--silent", *silent, "Ask nobody: refuse when the password differs");
-    command->footer(
-        "A password that differs, or is not given, is asked for on the terminal until "
-        "it is right; end of input\ngives up. Where no user is stored at all, everybody "
-        "is accepted. Exit codes: 0 accepted, 3 not cached, or\nno password stored for "
-        "this user and server, 12 refused.");
-    command->callback([=, &context] { RunAuthenticate(*arguments, *silent, context); });
+    command.footer("A password that differs, or is not given, is asked for on the terminal until "
+                   "it is right; end of input\ngives up. Where no user is stored at all, everybody "
+                   "is accepted. Exit codes: 0 accepted, 3 not cached, or\nno password stored for "
+                   "this user and server, 12 refused.");
+    DefineCommand(command, context, &RunAuthenticate);
 }

@@ -1,11 +1,10 @@
+#include "Command.hpp"
 #include "Commands.hpp"
 
 #include "CacheView.hpp"
 #include "CachedProjectInfo.hpp"
 
 #include <CLI/CLI.hpp>
-
-#include <memory>
 
 namespace {
 
@@ -31,9 +30,20 @@ void ShowText(const CachedProjectInfo& cache, const Output& output)
     output.PrintFields(fields);
 }
 
-void Show(const std::string& name, Context& context)
+struct ShowArguments {
+    std::string folder;
+
+    void AddOptions(CLI::App& command)
+    {
+        command.add_option("folder", folder, "Name of a cache folder, or its path")
+            ->required()
+            ->option_text("FOLDER");
+    }
+};
+
+void Show(const ShowArguments& arguments, Context& context)
 {
-    const auto folder = FindCacheFolder(name, context);
+    const auto folder = FindCacheFolder(arguments.folder, context);
     if (folder.IsEmpty())
         return;
     const CachedProjectInfo cache(folder);
@@ -45,14 +55,8 @@ void Show(const std::string& name, Context& context)
 
 }  // namespace
 
-void AddCacheCommand(CLI::App& app, Context& context)
+void DeclareCache(CLI::App& command, Context& context)
 {
-    auto* command = app.add_subcommand("cache", "What stands in the cache of a project");
-    command->require_subcommand(1);
-    auto* show = command->add_subcommand("show", "Everything that one cache remembers");
-    const auto name = std::make_shared<std::string>();
-    show->add_option("folder", *name, "Name of a cache folder, or its path")
-        ->required()
-        ->option_text("FOLDER");
-    show->callback([name, &context] { Show(*name, context); });
+    command.require_subcommand(1);
+    AddCommand(command, context, "show", "Everything that one cache remembers", &Show);
 }

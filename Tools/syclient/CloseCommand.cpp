@@ -1,3 +1,4 @@
+#include "Command.hpp"
 #include "Commands.hpp"
 
 #include "CacheView.hpp"
@@ -5,10 +6,6 @@
 #include "CloseSession.hpp"
 #include "ProjectArguments.hpp"
 #include "SyncraURL.hpp"
-
-#include <CLI/CLI.hpp>
-
-#include <memory>
 
 namespace {
 
@@ -44,10 +41,7 @@ void RunClose(const ProjectArguments& arguments, Context& context)
 
 }  // namespace
 
-void AddCloseCommand(CLI::App& app, Context& context)
+void DeclareClose(CLI::App& command, Context& context)
 {
-    auto* command = app.add_subcommand("close", "End the server session of an opened project");
-    const auto arguments = std::make_shared<ProjectArguments>();
-    arguments->AddOptions(*command);
-    command->callback([arguments, &context] { RunClose(*arguments, context); });
+    DefineCommand(command, context, &RunClose);
 }

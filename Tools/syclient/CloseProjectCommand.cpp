@@ -1,3 +1,4 @@
+#include "Command.hpp"
 #include "Commands.hpp"
 
 #include "CacheView.hpp"
@@ -14,7 +15,6 @@
 #include <CLI/CLI.hpp>
 
 #include <iostream>
-#include <memory>
 
 namespace {
 
@@ -27,6 +27,17 @@ struct CloseProjectArguments {
     ProjectArguments project;
     std::string choice;
     bool discardAnyway = false;
+
+    void AddOptions(CLI::App& command)
+    {
+        project.AddOptions(command);
+        command
+            .add_option("--choice", choice,
+                        "main, other, local, discard or cancel, instead of asking")
+            ->option_text("KEY");
+        command.add_flag("--discard-anyway", discardAnyway,
+                         "Agree to the warning that discarding needs");
+    }
 };
 
 /// One thing that the dialog lets its user do.
@@ -163,21 +174,10 @@ void RunCloseProject(const CloseProjectArguments& arguments, Context& context)
 
 }  // namespace
 
-void AddCloseProjectCommand(CLI::App& app, Context& context)
+void DeclareCloseProject(CLI::App& command, Context& context)
 {
-    auto* command = app.add_subcommand(
-        "close-project", "Ask what becomes of local changes, as a host's dialog does, then end the "
-                         "session");
-    const auto arguments = std::make_shared<CloseProjectArguments>();
-    arguments->project.AddOptions(*command);
-    command
-        ->add_option("--choice", arguments->choice,
-                     "main, other, local, discard or cancel, instead of asking")
-        ->option_text("KEY");
-    command->add_flag("--discard-anyway", arguments->discardAnyway,
-                      "Agree to the warning that discarding needs");
-    command->footer("The changes themselves are the design application's: it sends or saves them "
-                    "when it reads the\nresult. Exit codes: 0 closed, 1 kept open or the session "
-                    "could not be ended, 3 not cached.");
-    command->callback([arguments, &context] { RunCloseProject(*arguments, context); });
+    command.footer("The changes themselves are the design application's: it sends or saves them "
+                   "when it reads the\nresult. Exit codes: 0 closed, 1 kept open or the session "
+                   "could not be ended, 3 not cached.");
+    DefineCommand(command, context, &RunCloseProject);
 }

@@ -1,42 +1,36 @@
 #pragma once
 
-#include "ExitCode.hpp"
-#include "IO/Location.hpp"
-#include "Output.hpp"
-#include "RegisteredProjects.hpp"
-
-#include <string>
+#include "Context.hpp"
 
 namespace CLI {
 class App;
 }
 
-/// What all commands share.
-struct Context {
-    Output output;
-    std::string dataFolder;
-    ExitCode exitCode = ExitCode::Success;
+/// Adds the commands of the first level to `app`, which ends before `context`. What stands below
+/// one of them is declared when the command line names it.
+void AddCommands(CLI::App& app, Context& context);
 
-    /// Where the caches stand: as --data-folder says, or else the options of this machine.
-    [[nodiscard]] IO::Location DataFolder() const;
-    /// The registry of this machine, its options read.
-    [[nodiscard]] static SYC::RegisteredProjects& Registry();
-};
-
-/// Each adds its command to `app`; the command leaves its exit code in `context`, which outlives
-/// the app.
-void AddOpenCommand(CLI::App& app, Context& context);
-void AddCloseCommand(CLI::App& app, Context& context);
-void AddCloseProjectCommand(CLI::App& app, Context& context);
-void AddStatusCommand(CLI::App& app, Context& context);
-void AddCacheCommand(CLI::App& app, Context& context);
-void AddLogCommand(CLI::App& app, Context& context);
-void AddMailCommand(CLI::App& app, Context& context);
-void AddMembersCommand(CLI::App& app, Context& context);
-void AddServerCommand(CLI::App& app, Context& context);
-void AddPasswordCommand(CLI::App& app, Context& context);
-void AddAuthenticateCommand(CLI::App& app, Context& context);
-void AddUrlCommand(CLI::App& app, Context& context);
-void AddProjectsCommand(CLI::App& app, Context& context);
-void AddOptionsCommand(CLI::App& app, Context& context);
-void AddPhotoCommand(CLI::App& app, Context& context);
+/// Each declares one of them: its options, its action and its subcommands.
+void DeclareOpen(CLI::App& command, Context& context);
+void DeclareClose(CLI::App& command, Context& context);
+void DeclareCloseProject(CLI::App& command, Context& context);
+void DeclareStatus(CLI::App& command, Context& context);
+void DeclareCache(CLI::App& command, Context& context);
+void DeclareMembers(CLI::App& command, Context& context);
+void DeclareMail(CLI::App& command, Context& context);
+void DeclareLog(CLI::App& command, Context& context);
+void DeclareServer(CLI::App& command, Context& context);
+void DeclarePassword(CLI::App& command, Context& context);
+void DeclareAuthenticate(CLI::App& command, Context& context);
+void DeclareUrl(CLI::App& command, Context& context);
+void DeclareProjects(CLI::App& command, Context& context);
+void DeclareOptions(CLI::App& command, Context& context);
+void DeclarePhoto(CLI::App& command, Context& context);
+void DeclareUsers(CLI::App& command, Context& context);
+void DeclareRoles(CLI::App& command, Context& context);
+void DeclareGroups(CLI::App& command, Context& context);
+void DeclarePermissions(CLI::App& command, Context& context);
+void DeclarePermissionSets(CLI::App& command, Context& context);
+void DeclareProperties(CLI::App& command, Context& context);
+void DeclareCategories(CLI::App& command, Context& context);
+void DeclareModules(CLI::App& command, Context& context);

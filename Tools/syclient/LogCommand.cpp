@@ -1,3 +1,4 @@
+#include "Command.hpp"
 #include "Commands.hpp"
 
 #include "EventLogUpdater.hpp"
@@ -102,6 +103,15 @@ struct ShowArguments {
     LogSelection selection;
     int limit = 100;
     bool csv = false;
+
+    void AddOptions(CLI::App& command)
+    {
+        selection.AddOptions(command);
+        command.add_option("--limit", limit, "How many lines at most; 0: all")
+            ->option_text("N")
+            ->capture_default_str();
+        command.add_flag("--csv", csv, "Comma-separated, as spreadsheets read it");
+    }
 };
 
 Json LineJson(const LogDataLine& line)
@@ -118,7 +128,6 @@ Json LineJson(const LogDataLine& line)
             {"projectId", ForJson(line.GetProjectId())}};
 }
 
-/// As spreadsheets read it: quotes within a text are doubled.
 /// A spreadsheet takes what begins like a formula for one; members write comments.
 bool LooksLikeFormula(const std::string& text)
 {
@@ -126,6 +135,7 @@ bool LooksLikeFormula(const std::string& text)
            text.find_first_not_of("0123456789.,", 1) != std::string::npos;
 }
 
+/// As spreadsheets read it: quotes within a text are doubled.
 std::string CsvText(const OV::UniString& text)
 {
     const std::string shown = ForDisplay(text);
@@ -186,6 +196,14 @@ void Show(const ShowArguments& arguments, Context& context)
 struct ExportArguments {
     LogSelection selection;
     std::string file;
+
+    void AddOptions(CLI::App& command)
+    {
+        selection.AddOptions(command);
+        command.add_option("file", file, "The file, which is replaced")
+            ->required()
+            ->option_text("FILE");
+    }
 };
 
 void Export(const ExportArguments& arguments, Context& context)
@@ -289,6 +307,19 @@ struct ChartArguments {
     std::string kind;
     std::string file;
     std::string size = "900x540";
+
+    void AddOptions(CLI::App& command)
+    {
+        address.AddOptions(command);
+        command
+            .add_option("kind", kind,
+                        "cpu, memory, actions, transferred, longest, gauges, activity, by-action, "
+                        "by-user or sizes")
+            ->required()
+            ->option_text("KIND");
+        command.add_option("-o,--out", file, "The file")->required()->option_text("FILE");
+        command.add_option("--size", size, "In pixels")->option_text("WxH")->capture_default_str();
+    }
 };
 
 /// Charts are the desktop's; it draws without a window.
@@ -314,54 +345,16 @@ void Chart(const ChartArguments& arguments, Context& context)
 
 }  // namespace
 
-void AddLogCommand(CLI::App& app, Context& context)
+void DeclareLog(CLI::App& command, Context& context)
 {
-    auto* log =
-        app.add_subcommand("log", "What users did in the projects of a server, and its load");
-    log->require_subcommand(1);
-    log->footer("All but \"update\" read the cache of this machine and need no server.");
-
-    auto* update =
-        log->add_subcommand("update", "Fetch what is new into the cache of this machine");
-    const auto server = std::make_shared<ServerArguments>();
-    server->AddOptions(*update);
-    update->callback([server, &context] { Update(*server, context); });
-
-    auto* show = log->add_subcommand("show", "The last lines of the log");
-    const auto shown = std::make_shared<ShowArguments>();
-    shown->selection.AddOptions(*show);
-    show->add_option("--limit", shown->limit, "How many lines at most; 0: all")
-        ->option_text("N")
-        ->capture_default_str();
-    show->add_flag("--csv", shown->csv, "Comma-separated, as spreadsheets read it");
-    show->callback([shown, &context] { Show(*shown, context); });
-
-    auto* save = log->add_subcommand("export", "Write the lines to a file, as the log viewer does");
-    const auto exported = std::make_shared<ExportArguments>();
-    exported->selection.AddOptions(*save);
-    save->add_option("file", exported->file, "The file, which is replaced")
-        ->required()
-        ->option_text("FILE");
-    save->callback([exported, &context] { Export(*exported, context); });
-
-    auto* chart = log->add_subcommand("chart", "Draw the statistics into a PNG file");
-    const auto drawn = std::make_shared<ChartArguments>();
-    drawn->address.AddOptions(*chart);
-    chart
-        ->add_option("kind", drawn->kind,
-                     "cpu, memory, actions, transferred, longest, gauges, activity, by-action, "
-                     "by-user or sizes")
-        ->required()
-        ->option_text("KIND");
-    chart->add_option("-o,--out", drawn->file, "The file")->required()->option_text("FILE");
-    chart->add_option("--size", drawn->size, "In pixels")
-        ->option_text("WxH")
-        ->capture_default_str();
-    chart->callback([drawn, &context] { Chart(*drawn, context); });
-
-    auto* stats =
-        log->add_subcommand("stats", "Shares of actions, users and projects, and the load");
-    const auto counted = std::make_shared<LogSelection>();
-    counted->AddOptions(*stats);
-    stats->callback([counted, &context] { Stats(*counted, context); });
+    command.require_subcommand(1);
+    command.footer("All but \"update\" read the cache of this machine and need no server.");
+    AddCommand(command, context, "update", "Fetch what is new into the cache of this machine",
+               &Update);
+    AddCommand(command, context, "show", "The last lines of the log", &Show);
+    AddCommand(command, context, "export", "Write the lines to a file, as the log viewer does",
+               &Export);
+    AddCommand(command, context, "chart", "Draw the statistics into a PNG file", &Chart);
+    AddCommand(command, context, "stats", "Shares of actions, users and projects, and the load",
+               &Stats);
 }

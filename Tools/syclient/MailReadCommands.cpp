@@ -1,4 +1,6 @@
 #include "MailCommands.hpp"
+
+#include "MailSubcommand.hpp"
 #include "MailView.hpp"
 
 #include <CLI/CLI.hpp>
@@ -17,15 +19,22 @@ void StopOnSignal()
     std::signal(SIGTERM, [](int) { stopAsked = 1; });
 }
 
-void List(ProjectHost& host, Context& context, bool withHistory)
+struct ListArguments {
+    bool withHistory = false;
+
+    void AddOptions(CLI::App& command) { command.add_flag("-a,--all", withHistory, "History too"); }
+};
+
+void List(ProjectHost& host, Context& context, const ListArguments& arguments)
 {
     (void)host.RefreshMails();
     SYC::MailClient::MailList mails;
     for (const auto& mail : host.Mails().GetMails())
-        if (withHistory || !mail->IsHistorical())
+        if (arguments.withHistory || !mail->IsHistorical())
             mails.push_back(mail);
     PrintMails(mails, "mails",
-               withHistory ? "No mails." : "No mails, history apart; --all shows that too.",
+               arguments.withHistory ? "No mails."
+                                     : "No mails, history apart; --all shows that too.",
                context.output);
 }
 
@@ -41,14 +50,25 @@ void CloseAnsweredRequest(ProjectHost& host, const SYC::ClientMail& answer)
         host.Mails().SetMailHistoricalMessage(*request);
 }
 
-void Read(ProjectHost& host, Context& context, const std::string& id, bool keepUnread)
+struct ReadArguments {
+    std::string id;
+    bool keepUnread = false;
+
+    void AddOptions(CLI::App& command)
+    {
+        command.add_option("-i,--id", id, "Id of the mail")->required()->option_text("ID");
+        command.add_flag("--keep-unread", keepUnread, "Do not mark it");
+    }
+};
+
+void Read(ProjectHost& host, Context& context, const ReadArguments& arguments)
 {
     const bool isOnline = host.RefreshMails();
-    const auto mail = FindMail(host, context, id);
+    const auto mail = FindMail(host, context, arguments.id);
     if (!mail)
         return;
     PrintMail(*mail, context.output);
-    if (keepUnread || (mail->IsRead() && !mail->IsModify()))
+    if (arguments.keepUnread || (mail->IsRead() && !mail->IsModify()))
         return;
     host.Mails().SetMailReadMessage(*mail);
     CloseAnsweredRequest(host, *mail);
@@ -75,12 +95,23 @@ private:
     }
 };
 
-void Delete(ProjectHost& host, Context& context, const std::vector<std::string>& ids)
+struct DeleteArguments {
+    std::vector<std::string> ids;
+
+    void AddOptions(CLI::App& command)
+    {
+        command.add_option("-i,--id", ids, "Id of a mail; may be given again")
+            ->required()
+            ->option_text("ID");
+    }
+};
+
+void Delete(ProjectHost& host, Context& context, const DeleteArguments& arguments)
 {
     if (!host.RefreshMails())
         return;
     OV::PagedArray<OV::UniString> chosen;
-    for (const auto& id : ids) {
+    for (const auto& id : arguments.ids) {
         if (!FindMail(host, context, id))
             return;
         chosen.push_back(OV::FromUtf8(id));
@@ -114,16 +145,27 @@ void Flush(ProjectHost& host)
         (void)host.RequireOnline();
 }
 
-void ShowOutbox(ProjectHost& host, Context& context, const std::vector<std::string>& drop,
-                bool flush)
+struct OutboxArguments {
+    std::vector<std::string> drop;
+    bool flush = false;
+
+    void AddOptions(CLI::App& command)
+    {
+        command.add_flag("--flush", flush, "Deliver them now");
+        command.add_option("--drop", drop, "Take a mail out undelivered; may be given again")
+            ->option_text("ID");
+    }
+};
+
+void ShowOutbox(ProjectHost& host, Context& context, const OutboxArguments& arguments)
 {
     host.OpenMails();
     OV::Array<OV::UniString> ids;
-    for (const auto& id : drop)
+    for (const auto& id : arguments.drop)
         ids.push_back(OV::FromUtf8(id));
     if (!ids.empty())
         host.Mails().DeleteOutboxMails(ids);
-    if (flush && host.GoOnline())
+    if (arguments.flush && host.GoOnline())
         Flush(host);
     const auto waiting = host.Mails().GetOutboxMails();
     PrintMails(waiting, "outbox", "The outbox is empty.", context.output);
@@ -133,9 +175,10 @@ void ShowOutbox(ProjectHost& host, Context& context, const std::vector<std::stri
         context.output.Error("Mails with unknown actions are delivered by the program that wrote "
                              "them, when it has the project open.");
     const auto left = static_cast<std::ptrdiff_t>(waiting.size()) - unknown;
-    if (flush && host.Mails().HasUnwrittenOutbox() && context.exitCode == ExitCode::Success)
+    if (arguments.flush && host.Mails().HasUnwrittenOutbox() &&
+        context.exitCode == ExitCode::Success)
         context.exitCode = ExitCode::Failure;  // the log has said why
-    if (flush && left > 0 && context.exitCode == ExitCode::Success) {
+    if (arguments.flush && left > 0 && context.exitCode == ExitCode::Success) {
         context.exitCode = ExitCode::Failure;
         context.output.Error(std::to_string(left) + " mail(s) of " +
                              DescribeLogin(host.Connection()) +
@@ -171,8 +214,24 @@ private:
     const Output& output_;
 };
 
-void Watch(ProjectHost& host, Context& context, std::size_t count, double seconds)
+struct WatchArguments {
+    std::size_t count = 0;
+    double seconds = 0;
+
+    void AddOptions(CLI::App& command)
+    {
+        command.add_option("--count", count, "End after so many mails")->option_text("N");
+        command
+            .add_option("--seconds", seconds,
+                        "End after this time; exit code 3 when --count was not reached")
+            ->option_text("S");
+    }
+};
+
+void Watch(ProjectHost& host, Context& context, const WatchArguments& arguments)
 {
+    const std::size_t count = arguments.count;
+    const double seconds = arguments.seconds;
     if (!host.RefreshMails() || !host.GoOnline())
         return;
     StopOnSignal();
@@ -193,54 +252,9 @@ void Watch(ProjectHost& host, Context& context, std::size_t count, double second
 
 void AddMailReadCommands(CLI::App& mail, Context& context)
 {
-    const auto all = std::make_shared<bool>(false);
-    AddMailAction(mail, context, "list", "The mails received and sent, fetched anew",
-                  [all](ProjectHost& host, Context& c) { List(host, c, *all); })
-        ->add_flag("-a,--all", *all, "History too");
-
-    struct ReadArguments {
-        std::string id;
-        bool keepUnread = false;
-    };
-    const auto read = std::make_shared<ReadArguments>();
-    auto* readCommand = AddMailAction(
-        mail, context, "read", "Show one mail and mark it read",
-        [read](ProjectHost& host, Context& c) { Read(host, c, read->id, read->keepUnread); });
-    readCommand->add_option("-i,--id", read->id, "Id of the mail")->required()->option_text("ID");
-    readCommand->add_flag("--keep-unread", read->keepUnread, "Do not mark it");
-
-    const auto ids = std::make_shared<std::vector<std::string>>();
-    AddMailAction(mail, context, "delete", "Delete mails, for this user alone",
-                  [ids](ProjectHost& host, Context& c) { Delete(host, c, *ids); })
-        ->add_option("-i,--id", *ids, "Id of a mail; may be given again")
-        ->required()
-        ->option_text("ID");
-
-    struct OutboxArguments {
-        std::vector<std::string> drop;
-        bool flush = false;
-    };
-    const auto outbox = std::make_shared<OutboxArguments>();
-    auto* outboxCommand = AddMailAction(mail, context, "outbox", "The mails that wait for delivery",
-                                        [outbox](ProjectHost& host, Context& c) {
-                                            ShowOutbox(host, c, outbox->drop, outbox->flush);
-                                        });
-    outboxCommand->add_flag("--flush", outbox->flush, "Deliver them now");
-    outboxCommand
-        ->add_option("--drop", outbox->drop, "Take a mail out undelivered; may be given again")
-        ->option_text("ID");
-
-    struct WatchArguments {
-        std::size_t count = 0;
-        double seconds = 0;
-    };
-    const auto watch = std::make_shared<WatchArguments>();
-    auto* watchCommand = AddMailAction(
-        mail, context, "watch", "Print new mails as the server signals them",
-        [watch](ProjectHost& host, Context& c) { Watch(host, c, watch->count, watch->seconds); });
-    watchCommand->add_option("--count", watch->count, "End after so many mails")->option_text("N");
-    watchCommand
-        ->add_option("--seconds", watch->seconds,
-                     "End after this time; exit code 3 when --count was not reached")
-        ->option_text("S");
+    AddMailSubcommand(mail, context, "list", "The mails received and sent, fetched anew", &List);
+    AddMailSubcommand(mail, context, "read", "Show one mail and mark it read", &Read);
+    AddMailSubcommand(mail, context, "delete", "Delete mails, for this user alone", &Delete);
+    AddMailSubcommand(mail, context, "outbox", "The mails that wait for delivery", &ShowOutbox);
+    AddMailSubcommand(mail, context, "watch", "Print new mails as the server signals them", &Watch);
 }

@@ -1,6 +1,6 @@
 #include "MailCommands.hpp"
-#include "MailView.hpp"
 
+#include "MailSubcommand.hpp"
 #include "SyncraProtocol/ErrorCode.hpp"
 
 #include <CLI/CLI.hpp>
@@ -16,11 +16,10 @@ using SYC::ClientMail;
 using SYC::Importance;
 using SYC::MailType;
 
+/// What is written, whomever it goes to.
 struct Letter {
-    std::vector<std::string> to;
     std::optional<std::string> text;
     Importance importance = Importance::Low;
-    std::string id;  ///< of the mail that is answered
 
     /// The text, or standard input when none was given.
     [[nodiscard]] OV::UniString Text() const
@@ -29,19 +28,48 @@ struct Letter {
             return OV::FromUtf8(*text);
         return OV::FromUtf8(std::string(std::istreambuf_iterator<char>(std::cin), {}));
     }
+
+    void AddOptions(CLI::App& command, const std::string& whenMissing)
+    {
+        command.add_option("-t,--text", text, "The text; " + whenMissing)->option_text("TEXT");
+        command.add_option("--importance", importance, "low, medium or high")
+            ->transform(CLI::CheckedTransformer(
+                std::map<std::string, Importance>{{"low", Importance::Low},
+                                                  {"medium", Importance::Medium},
+                                                  {"high", Importance::High}},
+                CLI::ignore_case))
+            ->option_text("WORD");
+    }
 };
 
-void AddTextOptions(CLI::App& command, Letter& letter, const std::string& whenMissing)
-{
-    command.add_option("-t,--text", letter.text, "The text; " + whenMissing)->option_text("TEXT");
-    command.add_option("--importance", letter.importance, "low, medium or high")
-        ->transform(CLI::CheckedTransformer(
-            std::map<std::string, Importance>{{"low", Importance::Low},
-                                              {"medium", Importance::Medium},
-                                              {"high", Importance::High}},
-            CLI::ignore_case))
-        ->option_text("WORD");
-}
+struct NewArguments {
+    MailType type = MailType::Normal;
+    std::vector<std::string> to{};
+    Letter letter{};
+
+    void AddOptions(CLI::App& command)
+    {
+        command.add_option("--to", to, "Login name of a recipient; may be given again")
+            ->required()
+            ->option_text("NAME");
+        letter.AddOptions(command, "standard input when it is missing");
+    }
+};
+
+struct AnswerArguments {
+    MailType type = MailType::Normal;
+    bool answersRequest = false;  ///< otherwise any mail
+    bool ofOwnCopy = false;       ///< the user's own request, withdrawn
+    std::string id{};
+    Letter letter{};
+
+    void AddOptions(CLI::App& command)
+    {
+        command.add_option("-i,--id", id, "Id of the mail")->required()->option_text("ID");
+        letter.AddOptions(command,
+                          answersRequest ? "none is needed" : "standard input when it is missing");
+    }
+};
 
 /// Waits for the first attempt to deliver one mail.
 class SendResult final : public SYC::MailClientActionResultObserverOverExecutor {
@@ -149,27 +177,20 @@ bool Send(ProjectHost& host, Context& context, const OV::Array<OV::UniString>& l
     return sending.result == SYC::MailResult::Succeeded;
 }
 
-void SendNew(ProjectHost& host, Context& context, const Letter& letter, MailType type)
+void SendNew(ProjectHost& host, Context& context, const NewArguments& arguments)
 {
     OV::Array<OV::UniString> logins;
-    for (const auto& name : letter.to)
+    for (const auto& name : arguments.to)
         logins.push_back(OV::FromUtf8(name));
     ClientMail mail;
-    mail.SetType(type);
-    mail.SetImportance(letter.importance);
-    mail.SetBodyText(letter.Text());
+    mail.SetType(arguments.type);
+    mail.SetImportance(arguments.letter.importance);
+    mail.SetBodyText(arguments.letter.Text());
     host.OpenMails();
     Send(host, context, logins, mail);
 }
 
-/// What kind of mail each answer needs, and what it makes of it.
-struct Answer {
-    MailType type;
-    bool answersRequest;  ///< otherwise any mail
-    bool ofOwnCopy;       ///< the user's own request, withdrawn
-};
-
-bool Fits(const ClientMail& mail, const Answer& answer, Context& context)
+bool Fits(const ClientMail& mail, const AnswerArguments& answer, Context& context)
 {
     if (!answer.answersRequest)
         return true;
@@ -183,19 +204,19 @@ bool Fits(const ClientMail& mail, const Answer& answer, Context& context)
     return false;
 }
 
-void SendAnswer(ProjectHost& host, Context& context, const Letter& letter, const Answer& answer)
+void SendAnswer(ProjectHost& host, Context& context, const AnswerArguments& answer)
 {
     (void)host.RefreshMails();
-    const auto original = FindMail(host, context, letter.id);
+    const auto original = FindMail(host, context, answer.id);
     if (!original || !Fits(*original, answer, context))
         return;
     ClientMail mail;
     mail.SetType(answer.type);
-    mail.SetImportance(letter.importance);
+    mail.SetImportance(answer.letter.importance);
     mail.SetParentMailId(original->GetId());
     // An answer to a request says all by its kind; a reply without words says nothing.
-    if (letter.text || !answer.answersRequest)
-        mail.SetBodyText(letter.Text());
+    if (answer.letter.text || !answer.answersRequest)
+        mail.SetBodyText(answer.letter.Text());
     const bool isSent = Send(host, context,
                              original->IsCopy() ? original->GetRecipientsLoginName()
                                                 : OV::Array<OV::UniString>{original->GetSender()},
@@ -208,42 +229,21 @@ void SendAnswer(ProjectHost& host, Context& context, const Letter& letter, const
     host.KeepMails("That the mail was read could not be kept on this machine.");
 }
 
-void AddAnswer(CLI::App& mail, Context& context, const std::string& name,
-               const std::string& description, const Answer& answer)
-{
-    const auto letter = std::make_shared<Letter>();
-    auto* command = AddMailAction(
-        mail, context, name, description,
-        [letter, answer](ProjectHost& host, Context& c) { SendAnswer(host, c, *letter, answer); });
-    command->add_option("-i,--id", letter->id, "Id of the mail")->required()->option_text("ID");
-    AddTextOptions(*command, *letter,
-                   answer.answersRequest ? "none is needed" : "standard input when it is missing");
-}
-
-void AddNew(CLI::App& mail, Context& context, const std::string& name,
-            const std::string& description, MailType type)
-{
-    const auto letter = std::make_shared<Letter>();
-    auto* command = AddMailAction(
-        mail, context, name, description,
-        [letter, type](ProjectHost& host, Context& c) { SendNew(host, c, *letter, type); });
-    command->add_option("--to", letter->to, "Login name of a recipient; may be given again")
-        ->required()
-        ->option_text("NAME");
-    AddTextOptions(*command, *letter, "standard input when it is missing");
-}
-
 }  // namespace
 
 void AddMailSendCommands(CLI::App& mail, Context& context)
 {
-    AddNew(mail, context, "send", "Send a mail; offline it waits in the outbox", MailType::Normal);
-    AddAnswer(mail, context, "reply", "Answer a mail to its sender",
-              {MailType::Normal, false, false});
-    AddNew(mail, context, "request", "Ask members for the ownership of what the text names",
-           MailType::Request);
-    AddAnswer(mail, context, "accept", "Grant a request", {MailType::RequestAccepted, true, false});
-    AddAnswer(mail, context, "deny", "Refuse a request", {MailType::RequestDenied, true, false});
-    AddAnswer(mail, context, "revoke", "Withdraw a request of one's own",
-              {MailType::RequestRevoked, true, true});
+    AddMailSubcommand(mail, context, "send", "Send a mail; offline it waits in the outbox",
+                      &SendNew);
+    AddMailSubcommand(mail, context, "reply", "Answer a mail to its sender", &SendAnswer);
+    AddMailSubcommand(mail, context, "request",
+                      "Ask members for the ownership of what the text names", &SendNew,
+                      {.type = MailType::Request});
+    AddMailSubcommand(mail, context, "accept", "Grant a request", &SendAnswer,
+                      {.type = MailType::RequestAccepted, .answersRequest = true});
+    AddMailSubcommand(mail, context, "deny", "Refuse a request", &SendAnswer,
+                      {.type = MailType::RequestDenied, .answersRequest = true});
+    AddMailSubcommand(
+        mail, context, "revoke", "Withdraw a request of one's own", &SendAnswer,
+        {.type = MailType::RequestRevoked, .answersRequest = true, .ofOwnCopy = true});
 }

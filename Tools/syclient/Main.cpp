@@ -1,10 +1,8 @@
 #include "Commands.hpp"
 
-#include "AdminCommands.hpp"
 #include "OVRoot/Exception.hpp"
 #include "OVRoot/ExceptionText.hpp"
 #include "OVRoot/Logger.hpp"
-#include "RegisteredProjects.hpp"
 #include "TerminalWait.hpp"
 
 #include <CLI/CLI.hpp>
@@ -70,44 +68,11 @@ int Run(int argc, char** argv)
     bool verbose = false;
     AddGlobalOptions(app, context, verbose);
     app.parse_complete_callback([&verbose] { SendLogToStandardError(verbose); });
-    AddOpenCommand(app, context);
-    AddCloseCommand(app, context);
-    AddCloseProjectCommand(app, context);
-    AddStatusCommand(app, context);
-    AddCacheCommand(app, context);
-    AddMembersCommand(app, context);
-    AddMailCommand(app, context);
-    AddLogCommand(app, context);
-    AddServerCommand(app, context);
-    AddPasswordCommand(app, context);
-    AddAuthenticateCommand(app, context);
-    AddUrlCommand(app, context);
-    AddProjectsCommand(app, context);
-    AddUserFamilies(app, context);
-    AddProjectFamilies(app, context);
-    AddOptionsCommand(app, context);
-    AddPhotoCommand(app, context);
+    AddCommands(app, context);
     return Run(app, context, argc, argv);
 }
 
 }  // namespace
-
-IO::Location Context::DataFolder() const
-{
-    return dataFolder.empty() ? Registry().GetSYDataFolder()
-                              : IO::Location::FromPath(OV::FromUtf8(dataFolder));
-}
-
-SYC::RegisteredProjects& Context::Registry()
-{
-    static const bool isRead = [] {
-        SYC::RegisteredProjects::Init(SYC::RegisteredProjects::GetDefaultDataFolder());
-        SYC::registeredProjects().RefreshData(false);
-        return true;
-    }();
-    (void)isRead;
-    return SYC::registeredProjects();
-}
 
 int main(int argc, char** argv)
 {

@@ -1,3 +1,6 @@
+#include "Command.hpp"
+#include "Commands.hpp"
+
 #include "Display/ImageCoding.hpp"
 #include "IO/File.hpp"
 #include "IO/Folder.hpp"
@@ -10,7 +13,6 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
-#include <cstdio>
 
 namespace {
 
@@ -20,6 +22,15 @@ constexpr int PhotoHeight = 120;
 struct MembersArguments {
     ProjectArguments project;
     std::string photos;
+
+    void AddOptions(CLI::App& command)
+    {
+        project.AddOptions(command);
+        command
+            .add_option("--photos", photos,
+                        "Write each member's photo into this folder, as PNG of 100 by 120 pixels")
+            ->option_text("DIR");
+    }
 };
 
 struct Row {
@@ -92,13 +103,6 @@ void WritePhotos(std::vector<Row>& rows, const std::string& folder)
     }
 }
 
-std::string ColourText(std::uint32_t colour)
-{
-    char text[8];
-    std::snprintf(text, sizeof text, "#%06X", static_cast<unsigned>(colour & 0xFFFFFF));
-    return text;
-}
-
 void Print(const std::vector<Row>& rows, bool isPresenceKnown, const Output& output)
 {
     Json list = Json::array();
@@ -111,7 +115,7 @@ void Print(const std::vector<Row>& rows, bool isPresenceKnown, const Output& out
                                                        std::to_string(photo.GetHeight());
         table.push_back({std::to_string(row.id), ForDisplay(row.user->GetLoginName()),
                          ForDisplay(row.user->GetFullName()), ForDisplay(row.role),
-                         ColourText(row.user->GetUserColor()),
+                         ColourForDisplay(row.user->GetUserColor()),
                          row.user->HasNormalSession() ? "yes" : "no",
                          !isPresenceKnown ? "?"
                          : row.isPresent  ? "yes"
@@ -122,7 +126,7 @@ void Print(const std::vector<Row>& rows, bool isPresenceKnown, const Output& out
                         {"fullName", ForJson(row.user->GetFullName())},
                         {"guid", ForJson(row.user->GetUserGuid().ToText())},
                         {"role", ForJson(row.role)},
-                        {"colour", ColourText(row.user->GetUserColor())},
+                        {"colour", ColourForDisplay(row.user->GetUserColor())},
                         {"working", row.user->HasNormalSession()},
                         {"present", isPresenceKnown ? Json(row.isPresent) : Json(nullptr)},
                         {"photo", photo.IsEmpty() ? Json(nullptr) : Json(size)},
@@ -148,16 +152,8 @@ void RunMembers(const MembersArguments& arguments, Context& context)
 
 }  // namespace
 
-void AddMembersCommand(CLI::App& app, Context& context)
+void DeclareMembers(CLI::App& command, Context& context)
 {
-    auto* command = app.add_subcommand(
-        "members", "The members of an opened project: who works in it, who is present");
-    const auto arguments = std::make_shared<MembersArguments>();
-    arguments->project.AddOptions(*command);
-    command
-        ->add_option("--photos", arguments->photos,
-                     "Write each member's photo into this folder, as PNG of 100 by 120 pixels")
-        ->option_text("DIR");
-    command->footer("working: a session is open; present: a client is connected now.");
-    command->callback([arguments, &context] { RunMembers(*arguments, context); });
+    command.footer("working: a session is open; present: a client is connected now.");
+    DefineCommand(command, context, &RunMembers);
 }

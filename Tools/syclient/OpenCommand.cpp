@@ -1,3 +1,4 @@
+#include "Command.hpp"
 #include "Commands.hpp"
 
 #include "CacheView.hpp"
@@ -11,8 +12,6 @@
 
 #include <CLI/CLI.hpp>
 
-#include <memory>
-
 namespace {
 
 struct OpenArguments {
@@ -21,6 +20,18 @@ struct OpenArguments {
     bool newSession = false;
     bool forceOnline = false;
     bool takeOver = false;
+
+    void AddOptions(CLI::App& command)
+    {
+        project.AddOptions(command);
+        command.add_flag("-w,--write", forWriting,
+                         "For sending changes: a locked project does not pass");
+        command.add_flag("--new-session", newSession,
+                         "Forget the session of the cache and take or start the server's");
+        command.add_flag("--take-over", takeOver, "Take the session over from another computer");
+        command.add_flag("--force-online", forceOnline,
+                         "Check even while the project is known to be offline");
+    }
 };
 
 void RunOpen(const OpenArguments& arguments, Context& context)
@@ -60,25 +71,12 @@ void RunOpen(const OpenArguments& arguments, Context& context)
 
 }  // namespace
 
-void AddOpenCommand(CLI::App& app, Context& context)
+void DeclareOpen(CLI::App& command, Context& context)
 {
-    auto* command = app.add_subcommand(
-        "open", "Check a project and take or start its session: server, membership, replaced "
-                "projects, session, cache");
-    const auto arguments = std::make_shared<OpenArguments>();
-    arguments->project.AddOptions(*command);
-    command->add_flag("-w,--write", arguments->forWriting,
-                      "For sending changes: a locked project does not pass");
-    command->add_flag("--new-session", arguments->newSession,
-                      "Forget the session of the cache and take or start the server's");
-    command->add_flag("--take-over", arguments->takeOver,
-                      "Take the session over from another computer");
-    command->add_flag("--force-online", arguments->forceOnline,
-                      "Check even while the project is known to be offline");
-    command->footer(
+    command.footer(
         "Exit codes: 0 passed, 1 the cache cannot be read or written, 11 offline, 12 access "
         "denied, 13 session\nin use on another computer, 15 another project or session than "
         "expected, 16 no such project or\nreplaced, 17 state of the project forbids it, 18 "
         "incompatible version.");
-    command->callback([arguments, &context] { RunOpen(*arguments, context); });
+    DefineCommand(command, context, &RunOpen);
 }

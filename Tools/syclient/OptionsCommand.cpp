@@ -1,3 +1,4 @@
+#include "Command.hpp"
 #include "Commands.hpp"
 
 #include "OVRoot/Exception.hpp"
@@ -5,7 +6,6 @@
 
 #include <CLI/CLI.hpp>
 
-#include <memory>
 #include <optional>
 
 namespace {
@@ -18,9 +18,25 @@ struct SetArguments {
     std::optional<std::int32_t> period;
     std::optional<std::int32_t> lastUsedDays;
     std::optional<std::int32_t> lastRun;
+
+    void AddOptions(CLI::App& command)
+    {
+        command.add_option("--folder", folder, "Where caches stand from now on; none is moved")
+            ->option_text("DIR");
+        command.add_option("--auto-clean", autoClean, "Whether hosts clean up by themselves")
+            ->option_text("on|off");
+        command.add_option("--period", period, "Time between two runs, in the host's unit")
+            ->option_text("N");
+        command
+            .add_option("--last-used-days", lastUsedDays,
+                        "Days since a project was last used, after which it may go")
+            ->option_text("N");
+        command.add_option("--last-run", lastRun, "When it last ran, in the host's unit")
+            ->option_text("N");
+    }
 };
 
-void Show(const Context& context)
+void Show(const NoArguments&, Context& context)
 {
     const auto& registry = Context::Registry();
     const auto file = registry.GetOptionsFileLocation().ToPath();
@@ -71,7 +87,7 @@ void Set(const SetArguments& arguments, Context& context)
             context.exitCode = ExitCode::Failure;
     }
     if (context.exitCode == ExitCode::Success && !registry.HasUnwrittenOptions())
-        return Show(context);
+        return Show({}, context);
     context.exitCode = ExitCode::Failure;
     context.output.Error("\"" + ForDisplay(registry.GetOptionsFileLocation().ToPath()) +
                          "\" was not changed: another program holds it, or it cannot be written. "
@@ -80,26 +96,9 @@ void Set(const SetArguments& arguments, Context& context)
 
 }  // namespace
 
-void AddOptionsCommand(CLI::App& app, Context& context)
+void DeclareOptions(CLI::App& command, Context& context)
 {
-    auto* command = app.add_subcommand(
-        "options", "Where this machine keeps its projects, and how hosts clean them up");
-    command->require_subcommand(1);
-    command->add_subcommand("show", "The options and their file")->callback([&context] {
-        Show(context);
-    });
-    auto* set = command->add_subcommand("set", "Change options, for all programs of this user");
-    const auto arguments = std::make_shared<SetArguments>();
-    set->add_option("--folder", arguments->folder, "Where caches stand from now on; none is moved")
-        ->option_text("DIR");
-    set->add_option("--auto-clean", arguments->autoClean, "Whether hosts clean up by themselves")
-        ->option_text("on|off");
-    set->add_option("--period", arguments->period, "Time between two runs, in the host's unit")
-        ->option_text("N");
-    set->add_option("--last-used-days", arguments->lastUsedDays,
-                    "Days since a project was last used, after which it may go")
-        ->option_text("N");
-    set->add_option("--last-run", arguments->lastRun, "When it last ran, in the host's unit")
-        ->option_text("N");
-    set->callback([arguments, &context] { Set(*arguments, context); });
+    command.require_subcommand(1);
+    AddCommand(command, context, "show", "The options and their file", &Show);
+    AddCommand(command, context, "set", "Change options, for all programs of this user", &Set);
 }

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdio>
 #include <ctime>
 #include <iostream>
 
@@ -126,6 +127,13 @@ std::string ForDisplay(OV::UniStringView text)
 Json ForJson(OV::UniStringView text)
 {
     return OV::ToUtf8(WithoutLoneSurrogates(text));
+}
+
+std::string ColourForDisplay(std::uint32_t colour)
+{
+    char text[8];
+    std::snprintf(text, sizeof text, "#%06X", static_cast<unsigned>(colour & 0xFFFFFF));
+    return text;
 }
 
 std::string TimeForDisplay(std::int32_t secondsSinceEpoch)

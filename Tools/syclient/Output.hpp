@@ -40,5 +40,7 @@ public:
 [[nodiscard]] std::string ForDisplay(OV::UniStringView text);
 /// A JSON string of any text.
 [[nodiscard]] Json ForJson(OV::UniStringView text);
+/// "#RRGGBB".
+[[nodiscard]] std::string ColourForDisplay(std::uint32_t colour);
 /// Local date and time, or "never" for 0.
 [[nodiscard]] std::string TimeForDisplay(std::int32_t secondsSinceEpoch);

@@ -1,3 +1,4 @@
+#include "Command.hpp"
 #include "Commands.hpp"
 
 #include "ManagementTool/SyncraInfo.hpp"
@@ -5,8 +6,6 @@
 #include "PasswordSource.hpp"
 
 #include <CLI/CLI.hpp>
-
-#include <memory>
 
 namespace {
 
@@ -17,6 +16,25 @@ struct SetArguments {
     std::string user;
     PasswordSource password;
     bool isDefault = false;
+
+    void AddOptions(CLI::App& command)
+    {
+        command.add_option("-s,--server", server, "Server: host name or address")
+            ->required()
+            ->option_text("HOST");
+        command.add_option("-u,--user", user, "Login name")->required()->option_text("NAME");
+        command.add_flag("--default", isDefault, "Also make it the user's default password");
+        password.AddOptions(command);
+    }
+};
+
+struct ForgetArguments {
+    std::string user;
+
+    void AddOptions(CLI::App& command)
+    {
+        command.add_option("user", user, "Login name")->required()->option_text("NAME");
+    }
 };
 
 void Finish(const Context& context, const std::string& done, Json json)
@@ -27,7 +45,7 @@ void Finish(const Context& context, const std::string& done, Json json)
         context.output.PrintLine(done);
 }
 
-void Set(const SetArguments& arguments, const Context& context)
+void Set(const SetArguments& arguments, Context& context)
 {
     const auto user = OV::FromUtf8(arguments.user), server = OV::FromUtf8(arguments.server);
     const std::string login = ForDisplay(user) + " on " + ForDisplay(server);
@@ -45,9 +63,9 @@ void Set(const SetArguments& arguments, const Context& context)
            {{"stored", true}, {"user", ForJson(user)}, {"server", ForJson(server)}});
 }
 
-void Forget(const std::string& name, Context& context)
+void Forget(const ForgetArguments& arguments, Context& context)
 {
-    const auto user = OV::FromUtf8(name);
+    const auto user = OV::FromUtf8(arguments.user);
     SyncraInfo known;
     if (!known.IsUserInList(user)) {
         context.exitCode = ExitCode::NotFound;
@@ -60,34 +78,14 @@ void Forget(const std::string& name, Context& context)
            {{"forgotten", true}, {"user", ForJson(user)}});
 }
 
-void AddSetCommand(CLI::App& passwords, Context& context)
-{
-    auto* command = passwords.add_subcommand(
-        "set", "Store, or replace, the password of a user on a server; coded, for you on this "
-               "machine only");
-    const auto arguments = std::make_shared<SetArguments>();
-    command->add_option("-s,--server", arguments->server, "Server: host name or address")
-        ->required()
-        ->option_text("HOST");
-    command->add_option("-u,--user", arguments->user, "Login name")
-        ->required()
-        ->option_text("NAME");
-    command->add_flag("--default", arguments->isDefault,
-                      "Also make it the user's default password");
-    arguments->password.AddOptions(*command);
-    command->callback([arguments, &context] { Set(*arguments, context); });
-}
-
 }  // namespace
 
-void AddPasswordCommand(CLI::App& app, Context& context)
+void DeclarePassword(CLI::App& command, Context& context)
 {
-    auto* command = app.add_subcommand(
-        "password", "The passwords that this machine keeps; \"server list\" tells for whom");
-    command->require_subcommand(1);
-    AddSetCommand(*command, context);
-    auto* forget = command->add_subcommand("forget", "Forget all passwords of a user");
-    const auto user = std::make_shared<std::string>();
-    forget->add_option("user", *user, "Login name")->required()->option_text("NAME");
-    forget->callback([user, &context] { Forget(*user, context); });
+    command.require_subcommand(1);
+    AddCommand(command, context, "set",
+               "Store, or replace, the password of a user on a server; coded, for you on this "
+               "machine only",
+               &Set);
+    AddCommand(command, context, "forget", "Forget all passwords of a user", &Forget);
 }

@@ -1,3 +1,4 @@
+#include "Command.hpp"
 #include "Commands.hpp"
 
 #include "Display/ImageCoding.hpp"
@@ -8,7 +9,6 @@
 #include <CLI/CLI.hpp>
 
 #include <charconv>
-#include <memory>
 
 namespace {
 
@@ -17,6 +17,20 @@ struct PhotoArguments {
     std::string size;
     bool dimmed = false;
     std::string out;
+
+    void AddOptions(CLI::App& command)
+    {
+        command.add_option("file", file, "PNG or JPEG; empty for a member without a photo")
+            ->required()
+            ->option_text("FILE");
+        command.add_option("--size", size, "Width and height in pixels")
+            ->required()
+            ->option_text("WxH");
+        command.add_flag("--dimmed", dimmed, "Pale, with a badge in the corner");
+        command.add_option("--out", out, "Where to write it: PNG, or JPEG for a .jpg")
+            ->required()
+            ->option_text("FILE");
+    }
 };
 
 struct Size {
@@ -46,7 +60,7 @@ NewDisplay::ImageFormat FormatOf(const std::string& name)
     return isJpeg ? NewDisplay::ImageFormat::Jpeg : NewDisplay::ImageFormat::Png;
 }
 
-void Render(const PhotoArguments& arguments, const Context& context)
+void Render(const PhotoArguments& arguments, Context& context)
 {
     const auto [width, height] = ParseSize(arguments.size);
     NewDisplay::NativeImage photo;
@@ -64,20 +78,7 @@ void Render(const PhotoArguments& arguments, const Context& context)
 
 }  // namespace
 
-void AddPhotoCommand(CLI::App& app, Context& context)
+void DeclarePhoto(CLI::App& command, Context& context)
 {
-    auto* command = app.add_subcommand(
-        "photo", "Fit a member's photo into a picture of any size, as mails and lists show it");
-    const auto arguments = std::make_shared<PhotoArguments>();
-    command->add_option("file", arguments->file, "PNG or JPEG; empty for a member without a photo")
-        ->required()
-        ->option_text("FILE");
-    command->add_option("--size", arguments->size, "Width and height in pixels")
-        ->required()
-        ->option_text("WxH");
-    command->add_flag("--dimmed", arguments->dimmed, "Pale, with a badge in the corner");
-    command->add_option("--out", arguments->out, "Where to write it: PNG, or JPEG for a .jpg")
-        ->required()
-        ->option_text("FILE");
-    command->callback([arguments, &context] { Render(*arguments, context); });
+    DefineCommand(command, context, &Render);
 }

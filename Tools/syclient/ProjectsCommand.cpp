@@ -1,3 +1,5 @@
+#include "AdminCommands.hpp"
+#include "Command.hpp"
 #include "Commands.hpp"
 
 #include "CacheView.hpp"
@@ -7,12 +9,12 @@
 #include "OVRoot/Exception.hpp"
 #include "OVRoot/Terminal.hpp"
 #include "ProjectArguments.hpp"
+#include "RegisteredProjects.hpp"
 
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
 #include <iostream>
-#include <memory>
 
 namespace {
 
@@ -24,12 +26,30 @@ struct ListArguments {
     std::string user;
     std::string name;
     bool unsent = false;
+
+    void AddOptions(CLI::App& command)
+    {
+        command.add_option("-s,--server", server, "Only those of this server")->option_text("HOST");
+        command.add_option("-u,--user", user, "Only those of this login name")->option_text("NAME");
+        command.add_option("-n,--name", name, "Only those whose name holds this text")
+            ->option_text("TEXT");
+        command.add_flag("--unsent", unsent, "Only those with changes or mails not sent yet");
+    }
 };
 
 struct ForgetArguments {
     std::string folder;
     bool yes = false;
     bool force = false;
+
+    void AddOptions(CLI::App& command)
+    {
+        command.add_option("folder", folder, "Name of a cache folder, or its path")
+            ->required()
+            ->option_text("FOLDER");
+        command.add_flag("-y,--yes", yes, "Do not ask");
+        command.add_flag("--force", force, "Even with changes or mails that were not sent");
+    }
 };
 
 std::string DescribeProject(const CachedProjectInfo& cache)
@@ -177,36 +197,14 @@ void Forget(const ForgetArguments& arguments, Context& context)
 
 }  // namespace
 
-void AddProjectsCommand(CLI::App& app, Context& context)
+void DeclareProjects(CLI::App& command, Context& context)
 {
-    auto* command = app.add_subcommand(
-        "projects",
-        "A line for each project cached on this machine: how it stands, when it was "
-        "last opened, how much room it takes; the projects of a server with a subcommand");
-    const auto list = std::make_shared<ListArguments>();
-    command->add_option("-s,--server", list->server, "Only those of this server")
-        ->option_text("HOST");
-    command->add_option("-u,--user", list->user, "Only those of this login name")
-        ->option_text("NAME");
-    command->add_option("-n,--name", list->name, "Only those whose name holds this text")
-        ->option_text("TEXT");
-    command->add_flag("--unsent", list->unsent, "Only those with changes or mails not sent yet");
-    command->require_subcommand(0, 1);
-
-    auto* forget = command->add_subcommand(
-        "forget", "Remove a cache from this machine; the project on its server stays");
-    command->footer(
+    command.require_subcommand(0, 1);
+    DefineCommand(command, context, &List);
+    AddCommand(command, context, "forget",
+               "Remove a cache from this machine; the project on its server stays", &Forget);
+    command.footer(
         "\"list\", \"show\", \"add\", \"set\" and \"remove\" work on a server, the rest on "
         "this machine.");
-    const auto forgotten = std::make_shared<ForgetArguments>();
-    forget->add_option("folder", forgotten->folder, "Name of a cache folder, or its path")
-        ->required()
-        ->option_text("FOLDER");
-    forget->add_flag("-y,--yes", forgotten->yes, "Do not ask");
-    forget->add_flag("--force", forgotten->force, "Even with changes or mails that were not sent");
-    forget->callback([forgotten, &context] { Forget(*forgotten, context); });
-    command->callback([command, list, &context] {
-        if (command->get_subcommands().empty())
-            List(*list, context);
-    });
+    AddProjectActions(command, context);
 }

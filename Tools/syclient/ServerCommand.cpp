@@ -1,3 +1,4 @@
+#include "Command.hpp"
 #include "Commands.hpp"
 
 #include "ManagementTool/ServerConnectionManager.hpp"
@@ -10,7 +11,6 @@
 
 #include <CLI/CLI.hpp>
 
-#include <memory>
 #include <optional>
 
 namespace {
@@ -23,12 +23,39 @@ struct ConnectArguments {
     ServerArguments server;
     ManagementCore::UserGroupType::Value group = ManagementCore::UserGroupType::AnyUser;
     bool anyVersion = false;
+
+    void AddOptions(CLI::App& command)
+    {
+        server.AddOptions(command);
+        using Group = ManagementCore::UserGroupType;
+        const std::map<std::string, Group::Value> groups{
+            {"any", Group::AnyUser},
+            {"administrators", Group::Administrators},
+            {"project-managers", Group::ProjectManagers},
+            {"workflow-managers", Group::ProjectWorkflowManagers}};
+        command.add_option("--group", group, "The group that you must belong to")
+            ->transform(CLI::CheckedTransformer(groups).description(""))
+            ->option_text("any|administrators|project-managers|workflow-managers");
+        command.add_flag("--any-version", anyVersion,
+                         "Also a server that speaks another version of the protocol");
+    }
 };
 
 struct SetArguments {
     std::optional<std::string> lastServer;
     std::optional<std::string> lastUser;
     std::optional<bool> messages;
+
+    void AddOptions(CLI::App& command)
+    {
+        command.add_option("--last-server", lastServer, "The last server; empty for none")
+            ->option_text("HOST");
+        command
+            .add_option("--last-user", lastUser,
+                        "The last user, who needs a default password; empty for none")
+            ->option_text("NAME");
+        command.add_option("--messages", messages, "The message setting")->option_text("on|off");
+    }
 };
 
 /// Servers that the file of the previous version named; known until the first change is saved.
@@ -69,7 +96,7 @@ void PrintUsers(const SyncraInfo& info, const Output& output)
         output.PrintTable(rows);
 }
 
-void List(const Context& context)
+void List(const NoArguments&, Context& context)
 {
     const SyncraInfo info;
     if (context.output.json) {
@@ -112,22 +139,7 @@ void Set(const SetArguments& arguments, Context& context)
         if (arguments.messages)
             info.SetMessageSetting(*arguments.messages);
     });
-    List(context);
-}
-
-void AddSetCommand(CLI::App& server, Context& context)
-{
-    auto* command = server.add_subcommand("set", "Change what is remembered beside passwords");
-    const auto arguments = std::make_shared<SetArguments>();
-    command->add_option("--last-server", arguments->lastServer, "The last server; empty for none")
-        ->option_text("HOST");
-    command
-        ->add_option("--last-user", arguments->lastUser,
-                     "The last user, who needs a default password; empty for none")
-        ->option_text("NAME");
-    command->add_option("--messages", arguments->messages, "The message setting")
-        ->option_text("on|off");
-    command->callback([arguments, &context] { Set(*arguments, context); });
+    List({}, context);
 }
 
 /// What the task found out, as an exit code and the words for it.
@@ -192,36 +204,16 @@ void Connect(const ConnectArguments& arguments, Context& context)
         context.output.Error(words);
 }
 
-void AddConnectCommand(CLI::App& server, Context& context)
-{
-    auto* command = server.add_subcommand(
-        "connect", "Sign in to a server, look for you in a group, and remember the server");
-    const auto arguments = std::make_shared<ConnectArguments>();
-    arguments->server.AddOptions(*command);
-    using Group = ManagementCore::UserGroupType;
-    const std::map<std::string, Group::Value> groups{
-        {"any", Group::AnyUser},
-        {"administrators", Group::Administrators},
-        {"project-managers", Group::ProjectManagers},
-        {"workflow-managers", Group::ProjectWorkflowManagers}};
-    command->add_option("--group", arguments->group, "The group that you must belong to")
-        ->transform(CLI::CheckedTransformer(groups).description(""))
-        ->option_text("any|administrators|project-managers|workflow-managers");
-    command->add_flag("--any-version", arguments->anyVersion,
-                      "Also a server that speaks another version of the protocol");
-    command->callback([arguments, &context] { Connect(*arguments, context); });
-}
-
 }  // namespace
 
-void AddServerCommand(CLI::App& app, Context& context)
+void DeclareServer(CLI::App& command, Context& context)
 {
-    auto* command = app.add_subcommand("server", "The servers and users of this machine");
-    command->require_subcommand(1);
-    command
-        ->add_subcommand("list", "Last server and user, message setting, and who has a password "
-                                 "where; no password is shown")
-        ->callback([&context] { List(context); });
-    AddConnectCommand(*command, context);
-    AddSetCommand(*command, context);
+    command.require_subcommand(1);
+    AddCommand(command, context, "list",
+               "Last server and user, message setting, and who has a password where; no password "
+               "is shown",
+               &List);
+    AddCommand(command, context, "connect",
+               "Sign in to a server, look for you in a group, and remember the server", &Connect);
+    AddCommand(command, context, "set", "Change what is remembered beside passwords", &Set);
 }

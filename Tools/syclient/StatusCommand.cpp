@@ -1,3 +1,4 @@
+#include "Command.hpp"
 #include "Commands.hpp"
 
 #include "CacheView.hpp"
@@ -9,10 +10,7 @@
 #include "SYCommunication/CommunicationException.hpp"
 #include "SyncraURL.hpp"
 
-#include <CLI/CLI.hpp>
-
 #include <algorithm>
-#include <memory>
 #include <optional>
 
 namespace {
@@ -125,12 +123,7 @@ void RunStatus(const ProjectArguments& arguments, Context& context)
 
 }  // namespace
 
-void AddStatusCommand(CLI::App& app, Context& context)
+void DeclareStatus(CLI::App& command, Context& context)
 {
-    auto* command = app.add_subcommand(
-        "status",
-        "Tell how a project stands, here and on its server, without touching its session");
-    const auto arguments = std::make_shared<ProjectArguments>();
-    arguments->AddOptions(*command);
-    command->callback([arguments, &context] { RunStatus(*arguments, context); });
+    DefineCommand(command, context, &RunStatus);
 }

@@ -1,3 +1,4 @@
+#include "Command.hpp"
 #include "Commands.hpp"
 
 #include "OVRoot/Exception.hpp"
@@ -7,14 +8,32 @@
 
 #include <CLI/CLI.hpp>
 
-#include <memory>
-
 namespace {
 
-void Build(const ProjectArguments& arguments, bool withoutPassword, Context& context)
+struct BuildArguments {
+    ProjectArguments project;
+    bool withoutPassword = false;
+
+    void AddOptions(CLI::App& command)
+    {
+        project.AddOptions(command);
+        command.add_flag("--no-password", withoutPassword, "Leave the password out");
+    }
+};
+
+struct ParseArguments {
+    std::string url;
+
+    void AddOptions(CLI::App& command)
+    {
+        command.add_option("url", url, "The URL")->required()->option_text("URL");
+    }
+};
+
+void Build(const BuildArguments& arguments, Context& context)
 {
-    auto info = withoutPassword ? arguments.Describe() : arguments.Read();
-    if (withoutPassword)
+    auto info = arguments.withoutPassword ? arguments.project.Describe() : arguments.project.Read();
+    if (arguments.withoutPassword)
         info.password = {};
     const auto location = SYC::ToSyncraLocation(info);
     const auto url = SYC::ToUrl(location);
@@ -24,9 +43,9 @@ void Build(const ProjectArguments& arguments, bool withoutPassword, Context& con
         context.output.PrintLine(ForDisplay(url));
 }
 
-void Parse(const std::string& text, Context& context)
+void Parse(const ParseArguments& arguments, Context& context)
 {
-    const auto location = IO::Location::FromUrlText(OV::FromUtf8(text));
+    const auto location = IO::Location::FromUrlText(OV::FromUtf8(arguments.url));
     const bool isProject = SYC::IsSyncraURL(location);
     if (!isProject)
         context.exitCode = ExitCode::Failure;
@@ -53,22 +72,12 @@ void Parse(const std::string& text, Context& context)
 
 }  // namespace
 
-void AddUrlCommand(CLI::App& app, Context& context)
+void DeclareUrl(CLI::App& command, Context& context)
 {
-    auto* command = app.add_subcommand("url", "Build a project URL, or take one apart");
-    command->require_subcommand(1);
-
-    auto* build = command->add_subcommand(
-        "build", "Print the project URL of a login; its password is coded, for this user on this "
-                 "machine only");
-    const auto arguments = std::make_shared<ProjectArguments>();
-    arguments->AddOptions(*build);
-    const auto withoutPassword = std::make_shared<bool>(false);
-    build->add_flag("--no-password", *withoutPassword, "Leave the password out");
-    build->callback([=, &context] { Build(*arguments, *withoutPassword, context); });
-
-    auto* parse = command->add_subcommand("parse", "Take a project URL apart");
-    const auto text = std::make_shared<std::string>();
-    parse->add_option("url", *text, "The URL")->required()->option_text("URL");
-    parse->callback([=, &context] { Parse(*text, context); });
+    command.require_subcommand(1);
+    AddCommand(command, context, "build",
+               "Print the project URL of a login; its password is coded, for this user on this "
+               "machine only",
+               &Build);
+    AddCommand(command, context, "parse", "Take a project URL apart", &Parse);
 }

@@ -3,7 +3,7 @@
 #include "BinCacheHandler/BinCacheHandlerException.hpp"
 #include "IO/ExclusiveFile.hpp"
 #include "IO/IOException.hpp"
-#include "OVRoot/Containers.hpp"
+#include "OVRoot/Array.hpp"
 #include "PerformanceData.hpp"
 
 #include <optional>

@@ -2,7 +2,7 @@
 
 #include "IO/ExclusiveFile.hpp"
 #include "IO/File.hpp"
-#include "OVRoot/Containers.hpp"
+#include "OVRoot/Array.hpp"
 #include "ProjectConnectionInfo.hpp"
 
 /// The folders of caches on the disk: how they are named, made, found and removed. What stands in

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "LogDataLine.hpp"
-#include "OVRoot/Containers.hpp"
+#include "OVRoot/Array.hpp"
 
 namespace SYC::Detail {
 

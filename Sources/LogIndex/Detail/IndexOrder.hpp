@@ -1,7 +1,7 @@
 #pragma once
 
 #include "LogIndex/StringIndexItem.hpp"
-#include "OVRoot/Containers.hpp"
+#include "OVRoot/Array.hpp"
 
 #include <unordered_map>
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Messaging/MailClientActionResultObserver.hpp"
+#include "OVRoot/PagedArray.hpp"
 
 namespace SYC {
 

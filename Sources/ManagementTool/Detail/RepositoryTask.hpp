@@ -5,7 +5,8 @@
 #include "OVRoot/Lock.hpp"
 #include "SYClientBase/LogException.hpp"
 
-#include <tuple>
+#include <functional>
+#include <variant>
 
 namespace Syncra::Server::ManagementTool::Core {
 
@@ -75,30 +76,36 @@ private:
     RequestFailure failure_ OV_GUARDED_BY(lock_);
 };
 
-/// The request whose step is a function of the repository and of arguments that the task owns.
-template <auto Step>
-class StepTask;
+/// Makes the task of an operation, anew for each attempt.
+template <class Repository>
+class TaskMaker
+    : public std::function<OV::Ref<RepositoryTask<Repository>>(const OV::Ref<Repository>&)> {
+    using Base = std::function<OV::Ref<RepositoryTask<Repository>>(const OV::Ref<Repository>&)>;
 
-template <class Repository, class Result, class... Arguments,
-          Result (*Step)(Repository&, const Arguments&...)>
-class StepTask<Step> : public RepositoryTask<Repository> {
 public:
-    explicit StepTask(OV::Ref<Repository> repository, const Arguments&... arguments)
-        : RepositoryTask<Repository>(std::move(repository)), arguments_(arguments...)
+    using Base::Base;
+};
+
+/// The result of a step that brings nothing back.
+using Nothing = std::monostate;
+
+/// The request whose step is a function of the repository, which owns its arguments.
+template <class Repository, class Result>
+class StepTask : public RepositoryTask<Repository> {
+public:
+    using Step = std::function<Result(Repository&)>;
+
+    StepTask(OV::Ref<Repository> repository, Step step)
+        : RepositoryTask<Repository>(std::move(repository)), step_(std::move(step))
     {}
 
     /// What the step returned; for who waited for the success.
     Result result{};
 
 private:
-    void RunStep(OV::Ref<Repository>& repository) override
-    {
-        result = std::apply(
-            [&](const Arguments&... arguments) { return Step(*repository, arguments...); },
-            arguments_);
-    }
+    void RunStep(OV::Ref<Repository>& repository) override { result = step_(*repository); }
 
-    const std::tuple<Arguments...> arguments_;
+    const Step step_;
 };
 
 }  // namespace Syncra::Server::ManagementTool::Core
