@@ -186,6 +186,8 @@ set(headers
   Platform/SYCommunication/CommunicationException.hpp
   Platform/SYCommunication/HttpClient.hpp
   Platform/SYCommunication/HttpOptions.hpp
+  Platform/SYCommunication/ServerTrust.hpp
+  Platform/SYCommunication/UntrustedServer.hpp
   Platform/SYCommunication/ServerAddress.hpp
   Platform/SyncraClient/SyncraClient.hpp
   Platform/SyncraMessaging/MessagingClient.hpp
