@@ -101,6 +101,7 @@ set(headers
   Sources/UserInterface/LibResModule.hpp
   Sources/UserInterface/ProjectLogViewerDlg_14.hpp
   Sources/UserInterface/SetServerConnectionTask.hpp
+  Sources/UserInterface/TrustServerDialog.hpp
   Sources/UserInterface/UserPhoto.hpp
   Sources/WriteProjectConnection.hpp
   Platform/Display/ImageCoding.hpp
