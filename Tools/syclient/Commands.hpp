@@ -34,6 +34,8 @@ void AddLogCommand(CLI::App& app, Context& context);
 void AddMailCommand(CLI::App& app, Context& context);
 void AddMembersCommand(CLI::App& app, Context& context);
 void AddServerCommand(CLI::App& app, Context& context);
+/// Those of "server" for trust.
+void AddTrustCommands(CLI::App& server, Context& context);
 void AddPasswordCommand(CLI::App& app, Context& context);
 void AddAuthenticateCommand(CLI::App& app, Context& context);
 void AddUrlCommand(CLI::App& app, Context& context);

@@ -137,7 +137,7 @@ std::pair<ExitCode, std::string> Judge(const SetServerConnectionTask& task,
     const std::string login = arguments.server.Describe();
     if (!task.HasServerConnectionSucceeded())
         return {ExitCode::Offline,
-                "No server answers where " + login +
+                "No server that is trusted answers where " + login +
                     " is to be. Look at host name and port, and whether it runs."};
     if (!task.IsServerCompatible())
         return {ExitCode::IncompatibleVersion,
@@ -224,4 +224,5 @@ void AddServerCommand(CLI::App& app, Context& context)
         ->callback([&context] { List(context); });
     AddConnectCommand(*command, context);
     AddSetCommand(*command, context);
+    AddTrustCommands(*command, context);
 }
