@@ -1,6 +1,7 @@
 find_package(Threads REQUIRED)
 find_package(PkgConfig REQUIRED)
 find_package(CURL 7.80 REQUIRED)
+find_package(OpenSSL 3 REQUIRED)
 find_package(Boost 1.81 REQUIRED)
 pkg_check_modules(pugixml REQUIRED IMPORTED_TARGET pugixml)
 pkg_check_modules(sodium REQUIRED IMPORTED_TARGET libsodium)

@@ -98,6 +98,7 @@ set(headers
   Sources/UserInterface/LibResModule.hpp
   Sources/UserInterface/ProjectLogViewerDlg_14.hpp
   Sources/UserInterface/SetServerConnectionTask.hpp
+  Sources/UserInterface/TrustServerDialog.hpp
   Sources/UserInterface/UserPhoto.hpp
   Sources/WriteProjectConnection.hpp
   Platform/Display/ImageCoding.hpp
@@ -184,6 +185,8 @@ set(headers
   Platform/SYCommunication/CommunicationException.hpp
   Platform/SYCommunication/HttpClient.hpp
   Platform/SYCommunication/HttpOptions.hpp
+  Platform/SYCommunication/ServerTrust.hpp
+  Platform/SYCommunication/UntrustedServer.hpp
   Platform/SYCommunication/ServerAddress.hpp
   Platform/SyncraClient/SyncraClient.hpp
   Platform/SyncraMessaging/MessagingClient.hpp

@@ -17,6 +17,9 @@ namespace OV::System {
 /// Whether the text is an address itself (IPv4 in any form that the system takes, IPv6), not a name
 /// that would have to be looked up. Asks no network.
 [[nodiscard]] SYC_API bool IsNumericHostAddress(StringView host);
+/// Whether the text is an address of this computer alone (127.0.0.0/8, ::1), in any form that the
+/// system takes; a name is none. Asks no network.
+[[nodiscard]] SYC_API bool IsLoopbackAddress(StringView host);
 /// Value of an environment variable in UTF-8; empty when it is not set.
 [[nodiscard]] SYC_API String EnvironmentVariable(StringView name);
 /// The user's home folder as the system names it.

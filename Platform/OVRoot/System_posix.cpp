@@ -5,8 +5,11 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <fstream>
+#include <memory>
 #include <netdb.h>
+#include <netinet/in.h>
 #include <pthread.h>
 #include <pwd.h>
 #include <spawn.h>
@@ -24,15 +27,44 @@ UniString ComputerName()
     return FromUtf8(name).substr(0, 512);
 }
 
-bool IsNumericHostAddress(StringView host)
+namespace {
+
+using Addresses = std::unique_ptr<addrinfo, decltype(&freeaddrinfo)>;
+
+/// Null for a name.
+Addresses NumericAddress(StringView host)
 {
     addrinfo wanted{};
     wanted.ai_flags = AI_NUMERICHOST;
     addrinfo* found = nullptr;
-    if (getaddrinfo(String(host).c_str(), nullptr, &wanted, &found) != 0)
+    const bool isAddress = getaddrinfo(String(host).c_str(), nullptr, &wanted, &found) == 0;
+    return {isAddress ? found : nullptr, &freeaddrinfo};
+}
+
+}  // namespace
+
+bool IsNumericHostAddress(StringView host)
+{
+    return NumericAddress(host) != nullptr;
+}
+
+bool IsLoopbackAddress(StringView host)
+{
+    constexpr unsigned char loopback = 127;
+    const Addresses found = NumericAddress(host);
+    if (!found)
         return false;
-    freeaddrinfo(found);
-    return true;
+    if (found->ai_family == AF_INET) {
+        sockaddr_in address{};
+        std::memcpy(&address, found->ai_addr, sizeof address);
+        return ntohl(address.sin_addr.s_addr) >> 24U == loopback;
+    }
+    if (found->ai_family != AF_INET6)
+        return false;
+    sockaddr_in6 address{};
+    std::memcpy(&address, found->ai_addr, sizeof address);
+    return IN6_IS_ADDR_LOOPBACK(&address.sin6_addr) ||
+           (IN6_IS_ADDR_V4MAPPED(&address.sin6_addr) && address.sin6_addr.s6_addr[12] == loopback);
 }
 
 String EnvironmentVariable(StringView name)

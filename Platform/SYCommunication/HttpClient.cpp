@@ -2,9 +2,11 @@
 
 #include "OVRoot/System.hpp"
 #include "OVRoot/Thread.hpp"
+#include "SYCommunication/Detail/CertificateCheck.hpp"
 #include "SYCommunication/Detail/Curl.hpp"
 #include "SYCommunication/Detail/TransferDeadline.hpp"
 #include "SYCommunication/Detail/TransferFailure.hpp"
+#include "SYCommunication/ServerTrust.hpp"
 
 #include <algorithm>
 #include <array>
@@ -50,6 +52,8 @@ OV::String AuthoritiesFile(const HttpOptions& options)
 struct HttpClient::State {
     State(const ServerAddress& server, const HttpOptions& wanted);
 
+    void SetUpTrust();
+    void SetUpProxy();
     void Prepare(const HttpRequest& request);
     void UseToken(const OV::String& wanted);
     /// Runs the transfer that Prepare described to its end.
@@ -66,10 +70,13 @@ struct HttpClient::State {
 
     const HttpOptions options;
     const OV::String baseUrl;
+    const bool isLoopback;
     std::atomic<bool> canceled = false;
 
-    // The list must outlive the handle that points to it, and the handle the one it is added to.
+    // The list and the check must outlive the handle points to them, and the handle the one it is
+    // added to.
     Detail::HeaderList headers;
+    Detail::CertificateCheck check;
     Detail::MultiHandle multi;
     Detail::EasyHandle easy;
     OV::String headerToken;
@@ -87,7 +94,7 @@ struct HttpClient::State {
 };
 
 HttpClient::State::State(const ServerAddress& server, const HttpOptions& wanted)
-    : options(wanted), baseUrl(server.BaseUrl())
+    : options(wanted), baseUrl(server.BaseUrl()), isLoopback(server.IsLoopback()), check(server)
 {
     Detail::InitialiseCurl();
     multi.reset(curl_multi_init());
@@ -115,12 +122,8 @@ HttpClient::State::State(const ServerAddress& server, const HttpOptions& wanted)
                      static_cast<long>(options.connectTimeoutMilliseconds));
     curl_easy_setopt(handle, CURLOPT_MAXFILESIZE_LARGE,
                      static_cast<curl_off_t>(options.maximumAnswerBytes));
-    curl_easy_setopt(handle, CURLOPT_SSL_VERIFYPEER, 1L);
-    curl_easy_setopt(handle, CURLOPT_SSL_VERIFYHOST, 2L);
-    if (const OV::String file = AuthoritiesFile(options); !file.empty())
-        curl_easy_setopt(handle, CURLOPT_CAINFO, file.c_str());
-    if (!options.proxy.empty())
-        curl_easy_setopt(handle, CURLOPT_PROXY, options.proxy.c_str());
+    SetUpTrust();
+    SetUpProxy();
 
     curl_easy_setopt(handle, CURLOPT_ERRORBUFFER, errorText.data());
     curl_easy_setopt(handle, CURLOPT_WRITEFUNCTION, &State::TakeBody);
@@ -129,6 +132,33 @@ HttpClient::State::State(const ServerAddress& server, const HttpOptions& wanted)
     curl_easy_setopt(handle, CURLOPT_HEADERDATA, this);
     curl_easy_setopt(handle, CURLOPT_PREREQFUNCTION, &State::BeforeSending);
     curl_easy_setopt(handle, CURLOPT_PREREQDATA, this);
+}
+
+void HttpClient::State::SetUpTrust()
+{
+    CURL* const handle = easy.get();
+    check.Install(handle);
+    if (const OV::String file = AuthoritiesFile(options); !file.empty()) {
+        curl_easy_setopt(handle, CURLOPT_CAINFO, file.c_str());
+        curl_easy_setopt(handle, CURLOPT_CAPATH, nullptr);
+    }
+    if (!options.certificateFile.empty())
+        curl_easy_setopt(handle, CURLOPT_SSLCERT, options.certificateFile.c_str());
+    if (!options.keyFile.empty())
+        curl_easy_setopt(handle, CURLOPT_SSLKEY, options.keyFile.c_str());
+}
+
+void HttpClient::State::SetUpProxy()
+{
+    CURL* const handle = easy.get();
+    if (isLoopback) {
+        curl_easy_setopt(handle, CURLOPT_PROXY, "");  // not even the one of the environment
+        return;
+    }
+    if (!options.proxy.empty())
+        curl_easy_setopt(handle, CURLOPT_PROXY, options.proxy.c_str());
+    if (!options.noProxy.empty())
+        curl_easy_setopt(handle, CURLOPT_NOPROXY, options.noProxy.c_str());
 }
 
 void HttpClient::State::UseToken(const OV::String& wanted)
@@ -183,6 +213,7 @@ void HttpClient::State::Prepare(const HttpRequest& request)
     sends = 0;
     mayBeSentAgain = request.method == HttpMethod::Get;
     notes = {};
+    check.Begin();
     errorText[0] = '\0';
 }
 
@@ -289,13 +320,44 @@ HttpClient::HttpClient(ServerAddress address, HttpOptions options)
 
 HttpClient::~HttpClient() = default;
 
-HttpResponse HttpClient::Perform(const HttpRequest& request)
+void HttpClient::ThrowIfUnusable() const
 {
-    using std::chrono::seconds;
     if (!IsPlainHost(address_.host) || address_.port == 0)
         throw ConnectionException(u"\"" + address_.host + u"\" with port " +
                                   OV::ToText(address_.port) +
                                   u" is no server. Check the server's name and port.");
+    // Its certificate would be judged as if it were the server's.
+    if (!state_->isLoopback && state_->options.proxy.starts_with("https://"))
+        throw ConnectionException(OV::StringView(
+            "A proxy that is itself reached by TLS cannot be used. Name one with http://."));
+    if (address_.secure || state_->isLoopback || state_->options.allowPlainHttp)
+        return;
+    const UntrustedServer server{address_.host, address_.port, {TrustProblem::ClearText}, {}, {}};
+    (void)ServerTrust::GetInstance().Settle(server);
+    throw UntrustedServerException(server);
+}
+
+UntrustedServer HttpClient::ReadCertificate()
+{
+    HttpClient look({address_.host, address_.port, true}, state_->options);
+    look.ThrowIfUnusable();
+    HttpRequest request;
+    request.target = "/";
+    look.state_->check.OnlyLook();
+    try {
+        (void)look.PerformOnce(request, OV::Thread::CurrentToken());
+    } catch (const UntrustedServerException& shown) {
+        if (!shown.GetServer().certificate.fingerprint.empty())
+            return shown.GetServer();
+        throw;
+    }
+    throw ConnectionException(u"Server " + address_.host + u" shows no certificate.");
+}
+
+HttpResponse HttpClient::Perform(const HttpRequest& request)
+{
+    using std::chrono::seconds;
+    ThrowIfUnusable();
     State& state = *state_;
     CURLM* const multi = state.multi.get();
     const std::stop_token token = OV::Thread::CurrentToken();
@@ -304,7 +366,7 @@ HttpResponse HttpClient::Perform(const HttpRequest& request)
 
     seconds waited{0};
     for (int tries = 1;; ++tries) {
-        HttpResponse response = PerformOnce(request, token);
+        HttpResponse response = PerformTrusted(request, token);
         const seconds wait{response.retryAfterSeconds};
         const bool isBusy = response.status == 429 || response.status == 503;
         if (!isBusy || wait == seconds(0) || tries == MaximumTries ||
@@ -313,6 +375,18 @@ HttpResponse HttpClient::Perform(const HttpRequest& request)
         state.Pause(wait, token);
         waited += wait;
     }
+}
+
+/// Asks the user at most once: what he trusts then is what the server showed.
+HttpResponse HttpClient::PerformTrusted(const HttpRequest& request, const std::stop_token& token)
+{
+    try {
+        return PerformOnce(request, token);
+    } catch (const UntrustedServerException& refusal) {
+        if (!ServerTrust::GetInstance().Settle(refusal.GetServer()))
+            throw;
+    }
+    return PerformOnce(request, token);
 }
 
 HttpResponse HttpClient::PerformOnce(const HttpRequest& request, std::stop_token token)
@@ -325,8 +399,11 @@ HttpResponse HttpClient::PerformOnce(const HttpRequest& request, std::stop_token
     const auto remove = [multi](CURL* easy) { curl_multi_remove_handle(multi, easy); };
     const std::unique_ptr<CURL, decltype(remove)> added(state.easy.get(), remove);
 
-    if (const CURLcode code = state.Drive(token); code != CURLE_OK)
+    if (const CURLcode code = state.Drive(token); code != CURLE_OK) {
+        if (const auto& refused = state.check.GetRefused())
+            throw UntrustedServerException(*refused);
         Detail::ThrowTransferFailure(code, state.notes, address_, request, state.errorText.data());
+    }
     long status = 0;
     curl_easy_getinfo(state.easy.get(), CURLINFO_RESPONSE_CODE, &status);
     curl_off_t retryAfter = 0;

@@ -4,6 +4,7 @@
 #include "SYCommunication/CommunicationException.hpp"
 #include "SYCommunication/HttpOptions.hpp"
 #include "SYCommunication/ServerAddress.hpp"
+#include "SYCommunication/UntrustedServer.hpp"
 
 #include <memory>
 #include <stop_token>
@@ -37,7 +38,8 @@ SYC_API void PrepareTransport();
 /// One keep-alive connection to one service. Perform is synchronous; one thread at a time, but
 /// Cancel may be called from any. A request whose kept connection turned out dead before it was
 /// sent is sent once more on a new one; one that a busy server refused (429, 503) and wants later
-/// is sent again when the server says, within the time that a request may take.
+/// is sent again when the server says, within the time that a request may take. Nothing is sent to
+/// a server that is not trusted (see ServerTrust.hpp).
 class SYC_API HttpClient {
 public:
     HttpClient(ServerAddress address, HttpOptions options = {});
@@ -45,10 +47,15 @@ public:
     HttpClient(const HttpClient&) = delete;
     HttpClient& operator=(const HttpClient&) = delete;
 
-    /// Any status is an answer, not an error. Throws ConnectionException, TimeoutException,
-    /// MalformedResponseException, and OV::InterruptedException when the calling thread's
-    /// interruption flag is set or Cancel is called, within 100 ms.
+    /// Any status is an answer, not an error. Throws UntrustedServerException, after the user was
+    /// asked or told, ConnectionException, TimeoutException, MalformedResponseException, and
+    /// OV::InterruptedException when the calling thread's interruption flag is set or Cancel is
+    /// called, within 100 ms.
     [[nodiscard]] HttpResponse Perform(const HttpRequest& request);
+
+    /// Makes a TLS connection and ends it in the handshake: the certificate of the server, and what
+    /// is wrong with it. Asks nobody and sends no request. Throws as Perform does.
+    [[nodiscard]] UntrustedServer ReadCertificate();
 
     /// Ends the request under way, and every later one, with OV::InterruptedException.
     void Cancel();
@@ -57,6 +64,9 @@ public:
 
 private:
     struct State;
+    void ThrowIfUnusable() const;
+    [[nodiscard]] HttpResponse PerformTrusted(const HttpRequest& request,
+                                              const std::stop_token& token);
     [[nodiscard]] HttpResponse PerformOnce(const HttpRequest& request, std::stop_token token);
     ServerAddress address_;
     std::unique_ptr<State> state_;

@@ -1,6 +1,7 @@
 #include "SYCommunication/ServerAddress.hpp"
 
 #include "OVRoot/Ascii.hpp"
+#include "OVRoot/System.hpp"
 
 namespace Communication {
 
@@ -40,6 +41,12 @@ ServerAddress ServerAddress::FromServerName(OV::UniStringView serverName, std::u
         host = host.substr(1, host.size() - 2);
     address.host = host;
     return address;
+}
+
+bool ServerAddress::IsLoopback() const
+{
+    return OV::EqualsIgnoreCase(host, u"localhost") ||
+           OV::System::IsLoopbackAddress(OV::ToUtf8(host));
 }
 
 OV::String ServerAddress::BaseUrl() const

@@ -15,6 +15,9 @@ struct SYC_API ServerAddress {
     /// Takes the server name as users and project URLs write it.
     [[nodiscard]] static ServerAddress FromServerName(OV::UniStringView serverName,
                                                       std::uint16_t port);
+    /// Whether what is sent there stays on this computer: "localhost" or an address that never
+    /// leaves it. Told by the name alone.
+    [[nodiscard]] bool IsLoopback() const;
     /// "http://host:port" in UTF-8, an IPv6 host in brackets.
     [[nodiscard]] OV::String BaseUrl() const;
 

@@ -1,4 +1,5 @@
 #include "SYCommunication/PagedReading.hpp"
+#include "SYCommunication/ServerTrust.hpp"
 #include "SyncraClient/Detail/JsonRequests.hpp"
 #include "SyncraProtocol/Detail/ModelRecords.hpp"
 
@@ -105,7 +106,13 @@ public:
 
     OV::Array<Protocol::ServicePort> GetServicePortList() override
     {
-        return requests_.Get<Protocol::PortList>("/ports").value;
+        auto ports = requests_.Get<Protocol::PortList>("/ports").value;
+        // The server that may hear the password says so itself.
+        const Communication::ServerAddress& server = requests_.GetAddress();
+        for (const auto& service : ports)
+            Communication::ServerTrust::GetInstance().AddService(server.host, server.port,
+                                                                 service.port);
+        return ports;
     }
 
     OV::Array<Protocol::Member> GetProjectMembersEx(const OV::UniString& projectId) override

@@ -15,5 +15,6 @@ inline constexpr int ActivityLog = 32160;
 namespace SYC::Alerts {
 
 inline constexpr int DiscardChanges = 32040;
+inline constexpr int ServerNotTrusted = 32060;
 
 }  // namespace SYC::Alerts

@@ -7,6 +7,7 @@
 #include "OVRoot/Thread.hpp"
 #include "SYClientBase/Backoff.hpp"
 #include "SYClientBase/SyncraClientFactory.hpp"
+#include "SYCommunication/ServerTrust.hpp"
 #include "SyncraProtocol/ErrorCode.hpp"
 
 #include <algorithm>
@@ -125,6 +126,7 @@ public:
 private:
     void Run() noexcept
     {
+        const Communication::ServerTrust::WithoutQuestion quiet;
         try {
             SYCB::Backoff backoff;
             while (TryOnce(backoff))

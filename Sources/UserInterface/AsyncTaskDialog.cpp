@@ -4,6 +4,9 @@
 #include "ManagementTool/RunAtScopeEnd.hpp"
 #include "OVRoot/Clock.hpp"
 #include "OVRoot/Resources.hpp"
+#include "UserInterface/TrustServerQuestion.hpp"
+
+#include <algorithm>
 
 namespace Syncra::Server::ManagementTool::GUI {
 
@@ -15,6 +18,7 @@ constexpr int CancelNumber = 2;
 constexpr int Communicating = 37;
 constexpr int PleaseWait = 38;
 constexpr std::uint64_t SecondsOfAText = 3;
+constexpr std::uint32_t LookMilliseconds = 20;
 
 /// Any of these dialogs is in its modal loop; only the main thread looks.
 bool hasDialogInvoked = false;
@@ -44,7 +48,7 @@ bool AsyncTaskDialog::Invoke()
     Core::AsyncTaskExecuting executing(task_, response_, executor_);
     if (!executing.IsStarted())
         return false;
-    if (delayMilliseconds_ != 0 && response_->Wait(delayMilliseconds_)) {
+    if (delayMilliseconds_ != 0 && WaitSilently()) {
         executing.CancelTask();
         return response_->HasSucceeded();
     }
@@ -57,6 +61,17 @@ bool AsyncTaskDialog::Invoke()
         hasDialogInvoked = false;
     }));
     return ModalDialog::Invoke();
+}
+
+/// For the delay, but for what the task asks meanwhile: a user who sees nothing cannot answer.
+bool AsyncTaskDialog::WaitSilently()
+{
+    for (std::uint32_t waited = 0; waited < delayMilliseconds_; waited += LookMilliseconds) {
+        if (response_->Wait(std::min(LookMilliseconds, delayMilliseconds_ - waited)))
+            return true;
+        TrustServerQuestion::AnswerWaiting();
+    }
+    return false;
 }
 
 void AsyncTaskDialog::_PanelOpened(Dlg::Panel&)

@@ -31,6 +31,7 @@ private:
     void _PanelClosed(Dlg::Panel&) override;
     void _ButtonClicked(Dlg::ButtonItem&) override;
     void ShowText(int listItem);
+    [[nodiscard]] bool WaitSilently();
 
     OV::Ref<Core::AsyncTaskExecuting::Task> task_;
     std::uint32_t delayMilliseconds_;

@@ -4,6 +4,7 @@
 #include "Files/ResourceNumbers.hpp"
 #include "OVRoot/Resources.hpp"
 #include "UserInterface/AsyncTaskDialog.hpp"
+#include "UserInterface/TrustServerQuestion.hpp"
 
 namespace Syncra::Server::ManagementTool::GUI {
 
@@ -88,6 +89,8 @@ short AsyncTaskDialogExecutingImplementation::ShowAlert(ErrorType error, ObjectT
 void SetAsyncTaskDialogExecutingImplementationForCore()
 {
     static auto& withDialogs = *new AsyncTaskDialogExecutingImplementation;
+    static auto& question = *new TrustServerQuestion;
+    Communication::ServerTrust::GetInstance().SetQuestion(&question);
     Core::SetUserAsyncTaskExecutingImplementation(&withDialogs);
 }
 

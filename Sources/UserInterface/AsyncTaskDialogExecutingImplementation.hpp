@@ -22,7 +22,9 @@ private:
     const std::thread::id mainThread_ = std::this_thread::get_id();
 };
 
-/// Lets the management tool wait and tell with dialogs from now on. For the main thread.
+/// Lets the management tool wait and tell with dialogs from now on, and every request of the
+/// process ask there about servers that are not trusted. For the main thread, which then waits for
+/// requests of other threads through the strategy or in its message loop.
 SYC_API void SetAsyncTaskDialogExecutingImplementationForCore();
 
 }  // namespace Syncra::Server::ManagementTool::GUI

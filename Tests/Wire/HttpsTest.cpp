@@ -1,33 +1,42 @@
 #include "SYCommunication/HttpClient.hpp"
+#include "SYCommunication/ServerTrust.hpp"
 #include "Support/ChildProcess.hpp"
 #include "Support/Eventually.hpp"
+#include "Support/ScriptedServer.hpp"
 #include "Support/TemporaryFolder.hpp"
+#include "Support/TestCertificates.hpp"
 #include "Support/Thrown.hpp"
 
 #include <gtest/gtest.h>
 
 #include <cstdlib>
 #include <fstream>
+#include <mutex>
 
 using namespace Communication;
 
 namespace {
 
+/// Answers with the name in the client's certificate.
 constexpr const char* ServerScript = R"(
 import http.server, os, ssl, sys
 class Handler(http.server.BaseHTTPRequestHandler):
     protocol_version = "HTTP/1.1"
     def do_GET(self):
+        certificate = self.connection.getpeercert()
+        name = certificate["subject"][0][0][1] if certificate else "nobody"
         self.send_response(200)
-        self.send_header("Content-Length", "2")
+        self.send_header("Content-Length", str(len(name)))
         self.end_headers()
-        self.wfile.write(b"{}")
+        self.wfile.write(name.encode())
     def log_message(self, *arguments):
         pass
 os.chdir(sys.argv[1])
 server = http.server.HTTPServer(("127.0.0.1", 0), Handler)
 context = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
-context.load_cert_chain("cert.pem", "key.pem")
+context.load_cert_chain("own.pem", "own.key")
+context.load_verify_locations("ca.pem")
+context.verify_mode = ssl.CERT_OPTIONAL
 server.handle_error = lambda *arguments: None
 server.socket = context.wrap_socket(server.socket, server_side=True, do_handshake_on_connect=False)
 with open("port.new", "w") as file:
@@ -36,64 +45,136 @@ os.rename("port.new", "port")
 server.serve_forever()
 )";
 
-/// A TLS server whose certificate is its own authority and names "localhost" only.
+/// What a client gets: the body, or the name of the exception.
+std::string Outcome(const ServerAddress& server, const HttpOptions& options)
+{
+    HttpClient client(server, options);
+    std::string body;
+    const Thrown thrown([&] { body = client.Perform({HttpMethod::Get, "/", {}, {}, 0}).body; });
+    return body.empty() ? thrown.name : body;
+}
+
+/// A TLS server whose certificate names "localhost" only.
 class HttpsTest : public testing::Test {
 protected:
-    void SetUp() override
+    HttpsTest()
     {
-        const std::string folder = folder_.Path().string();
-        const std::string make =
-            "cd '" + folder +
-            "' && openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:P-256 "
-            "-nodes -days 2 -subj /CN=localhost -addext "
-            "subjectAltName=DNS:localhost -keyout key.pem -out cert.pem "
-            "2>openssl.log";
-        ASSERT_EQ(std::system(make.c_str()), 0);
-        server_.emplace([&folder] {
-            execlp("python3", "python3", "-c", ServerScript, folder.c_str(), nullptr);
+        certificates.Make("own", "DNS:localhost");
+        server_.emplace([this] {
+            execlp("python3", "python3", "-c", ServerScript, folder.Path().c_str(), nullptr);
             return 127;
         });
-        ASSERT_TRUE(Eventually([this] {
-            std::ifstream(folder_.Path() / "port") >> port_;
-            return port_ != 0;
+        EXPECT_TRUE(Eventually([this] {
+            std::ifstream(folder.Path() / "port") >> port;
+            return port != 0;
         }));
+        unsetenv("SYCLIENT_CA_FILE");
     }
-    void TearDown() override { unsetenv("SYCLIENT_CA_FILE"); }
+    ~HttpsTest() override { unsetenv("SYCLIENT_CA_FILE"); }
 
-    [[nodiscard]] std::string Certificate() const { return (folder_.Path() / "cert.pem").string(); }
-
-    /// "200", or the name of the exception.
-    [[nodiscard]] std::string Outcome(OV::UniStringView serverName,
-                                      OV::String authoritiesFile) const
+    [[nodiscard]] std::string Get(OV::UniStringView serverName, OV::String authoritiesFile,
+                                  const std::string& shows = {}) const
     {
         HttpOptions options;
         options.authoritiesFile = std::move(authoritiesFile);
-        HttpClient client(ServerAddress::FromServerName(serverName, port_), options);
-        int status = 0;
-        const Thrown thrown([&] {
-            status = client.Perform({HttpMethod::Get, "/", {}, {}, 0}).status;
-        });
-        return status != 0 ? std::to_string(status) : thrown.name;
+        if (!shows.empty()) {
+            options.certificateFile = certificates.Certificate(shows);
+            options.keyFile = certificates.Key(shows);
+        }
+        return Outcome(ServerAddress::FromServerName(serverName, port), options);
     }
 
+    TemporaryFolder folder;
+    TestCertificates certificates{folder.Path()};
+    std::uint16_t port = 0;
+
 private:
-    TemporaryFolder folder_;
     std::optional<ChildProcess> server_;
-    std::uint16_t port_ = 0;
 };
 
 }  // namespace
 
 TEST_F(HttpsTest, OnlyATrustedServerOfThatNameIsTalkedTo)
 {
-    unsetenv("SYCLIENT_CA_FILE");
-    EXPECT_EQ(Outcome(u"https://localhost", Certificate()), "200");
-    EXPECT_EQ(Outcome(u"https://localhost", ""), "ConnectionException") << "unknown authority";
-    EXPECT_EQ(Outcome(u"https://127.0.0.1", Certificate()), "ConnectionException") << "other name";
-    EXPECT_EQ(Outcome(u"https://localhost", "/does/not/exist.pem"), "ConnectionException");
+    constexpr const char* refused = "UntrustedServerException";
+    const OV::String authority = certificates.Authority();
+    EXPECT_EQ(Get(u"https://localhost", authority), "nobody");
+    EXPECT_EQ(Get(u"https://localhost", ""), refused) << "unknown authority";
+    EXPECT_EQ(Get(u"https://127.0.0.1", authority), refused) << "other name";
+    EXPECT_EQ(Get(u"https://localhost", "/does/not/exist.pem"), "ConnectionException");
+    certificates.Make("studio-07", "DNS:studio-07");
+    EXPECT_EQ(Get(u"https://localhost", authority, "studio-07"), "studio-07");
 
-    setenv("SYCLIENT_CA_FILE", Certificate().c_str(), 1);
-    EXPECT_EQ(Outcome(u"https://localhost", ""), "200");
-    EXPECT_EQ(Outcome(u"https://localhost", "/does/not/exist.pem"), "ConnectionException")
+    setenv("SYCLIENT_CA_FILE", authority.c_str(), 1);
+    EXPECT_EQ(Get(u"https://localhost", ""), "nobody");
+    EXPECT_EQ(Get(u"https://localhost", "/does/not/exist.pem"), "ConnectionException")
         << "the option comes before the environment";
+}
+
+TEST_F(HttpsTest, ADamagedFileOfTrustHarmsNoOther)
+{
+    auto& trust = ServerTrust::GetInstance();
+    const auto fingerprint = OV::FromUtf8(certificates.Fingerprint("own"));
+    trust.Trust({u"LocalHost", port, fingerprint}, true);
+    trust.Trust({u"127.0.0.1", port, fingerprint}, true);
+    EXPECT_EQ(Get(u"https://localhost", ""), "nobody");
+    EXPECT_EQ(Get(u"https://127.0.0.1", ""), "nobody");
+    const auto files = folder.Path() / "config/Orvant/TrustedServers";
+    const auto fileOf = [&](const std::string& host) {
+        return files / (host + "%3A" + std::to_string(port) + ".xml");
+    };
+    EXPECT_EQ(std::filesystem::status(fileOf("localhost")).permissions() &
+                  std::filesystem::perms(077),
+              std::filesystem::perms::none);
+    // What was written for one place trusts nobody at another one.
+    std::filesystem::copy_file(fileOf("127.0.0.1"), fileOf("localhost"),
+                               std::filesystem::copy_options::overwrite_existing);
+    EXPECT_EQ(Get(u"https://localhost", ""), "UntrustedServerException");
+    for (const char* bytes : {"", "<TrustedServer>", "\xFF\xFE"}) {
+        std::ofstream(fileOf("localhost")) << bytes;
+        EXPECT_EQ(Get(u"https://localhost", ""), "UntrustedServerException");
+        EXPECT_EQ(Get(u"https://127.0.0.1", ""), "nobody");
+        EXPECT_EQ(trust.List().size(), 1U);
+    }
+}
+
+TEST(PlainHttpTest, GoesToThisComputerAloneUnlessItIsAllowedAndAroundNoProxyThere)
+{
+    std::mutex lock;
+    std::vector<std::string> heard;
+    const auto note = [&](ScriptedServer::Peer& peer, const ScriptedServer::Request& request) {
+        const std::lock_guard guard(lock);
+        heard.push_back(request.method + " " + request.target);
+        peer.Answer(200, "proxy");
+    };
+    const ScriptedServer proxy(note);
+    const ScriptedServer server([](ScriptedServer::Peer& peer, const ScriptedServer::Request&) {
+        peer.Answer(200, "server");
+    });
+    HttpOptions options;
+    options.proxy = "http://127.0.0.1:" + std::to_string(proxy.Port());
+    for (const char* name : {"http_proxy", "all_proxy"})
+        setenv(name, options.proxy.c_str(), 1);
+    for (const char16_t* host :
+         {u"127.0.0.1", u"localhost", u"LOCALHOST", u"127.1", u"0x7f000001"}) {
+        EXPECT_EQ(Outcome({host, server.Port(), false}, options), "server") << OV::ToUtf8(host);
+        EXPECT_EQ(Outcome({host, server.Port(), false}, {}), "server") << OV::ToUtf8(host);
+    }
+    for (const char16_t* host : {u"::1", u"::ffff:127.0.0.1", u"127.255.0.2"})
+        EXPECT_TRUE(ServerAddress({host, 1, false}).IsLoopback()) << OV::ToUtf8(host);
+    EXPECT_TRUE(heard.empty());
+    // Nothing leaves this computer: what is allowed goes to the proxy, which is told the names.
+    for (const char16_t* host : {u"nexar.example", u"localhost.example", u"127.0.0.1.example",
+                                 u"192.0.2.1", u"126.0.0.1", u"::2", u"::ffff:192.0.2.1"}) {
+        EXPECT_EQ(Outcome({host, 80, false}, options), "UntrustedServerException")
+            << OV::ToUtf8(host);
+        EXPECT_TRUE(heard.empty());
+    }
+    options.allowPlainHttp = true;
+    EXPECT_EQ(Outcome({u"nexar.example", 80, false}, options), "proxy");
+    EXPECT_NE(Outcome({u"nexar.example", 443, true}, options), "proxy");
+    for (const char* name : {"http_proxy", "all_proxy"})
+        unsetenv(name);
+    EXPECT_EQ(heard,
+              (std::vector<std::string>{"GET http://nexar.example/", "CONNECT nexar.example:443"}));
 }

@@ -5,6 +5,7 @@
 #include "OVRoot/Exception.hpp"
 #include "OVRoot/Logger.hpp"
 #include "RegisteredProjects.hpp"
+#include "SYCommunication/HttpOptions.hpp"
 #include "UserInterface/AsyncTaskDialogExecutingImplementation.hpp"
 
 #include <QApplication>
@@ -58,6 +59,18 @@ int DrawChart(const QCommandLineParser& options)
     return 1;
 }
 
+void ApplyTransport(const QCommandLineParser& options)
+{
+    auto transport = Communication::DefaultHttpOptions();
+    transport.authoritiesFile = options.value("ca-file").toStdString();
+    transport.certificateFile = options.value("client-certificate").toStdString();
+    transport.keyFile = options.value("client-key").toStdString();
+    transport.proxy = options.value("proxy").toStdString();
+    transport.noProxy = options.value("no-proxy").toStdString();
+    transport.allowPlainHttp = options.isSet("allow-plain-http");
+    Communication::SetDefaultHttpOptions(transport);
+}
+
 }  // namespace
 
 int main(int argumentCount, char** arguments)
@@ -69,9 +82,15 @@ try {
     parser.setApplicationDescription("Shared projects of a Nexar Server in a window.");
     parser.addHelpOption();
     parser.addVersionOption();
-    parser.addOptions({{{"s", "server"}, "Server to begin with.", "HOST"},
+    parser.addOptions({{{"s", "server"}, "Server to begin with; https://HOST for TLS.", "HOST"},
                        {{"p", "port"}, "Its model port.", "N", "19001"},
                        {{"u", "user"}, "Login name.", "NAME"},
+                       {"ca-file", "Authorities to trust for TLS instead of the system's.", "FILE"},
+                       {"client-certificate", "By which a server knows this computer.", "FILE"},
+                       {"client-key", "The key of that certificate.", "FILE"},
+                       {"proxy", "Instead of the one of the environment.", "URL"},
+                       {"no-proxy", "Hosts and domains to reach without it.", "LIST"},
+                       {"allow-plain-http", "Plain HTTP to other computers; passwords are seen."},
                        {"chart", "Draw a chart of a cached log and end.", "KIND"},
                        {"log-cache", "The name of the cached log.", "NAME"},
                        {"size", "Of the chart, in pixels.", "WxH", "900x540"},
@@ -80,6 +99,7 @@ try {
 
     if (parser.isSet("chart"))
         return DrawChart(parser);
+    ApplyTransport(parser);
     const Dlg::QtToolkit toolkit;
     Syncra::Server::ManagementTool::GUI::SetAsyncTaskDialogExecutingImplementationForCore();
     MainWindow window(DataFolder());

@@ -23,6 +23,8 @@ bool ListProjects::RunTask()
         return true;
     } catch (const Communication::ResponseContentException& error) {
         refusal = error.GetMessage();
+    } catch (const Communication::UntrustedServerException& error) {
+        refusal = u"Not connected. " + error.GetServer().DescribeProblems();
     } catch (const SYCB::IncopatibleServerVersionException& error) {
         refusal = error.GetMessage();
     } catch (const std::exception&) {

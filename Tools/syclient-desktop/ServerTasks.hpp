@@ -22,7 +22,8 @@ public:
     explicit ListProjects(Syncra::Client::SignInData signIn) : signIn_(std::move(signIn)) {}
 
     OV::Array<Syncra::Protocol::Project> projects;
-    /// What the server said when it refused; empty when it could not be reached.
+    /// What the server said when it refused, or why nothing was sent to it; empty when it could not
+    /// be reached.
     OV::UniString refusal;
 
 private:

@@ -34,3 +34,5 @@ void DeclarePermissionSets(CLI::App& command, Context& context);
 void DeclareProperties(CLI::App& command, Context& context);
 void DeclareCategories(CLI::App& command, Context& context);
 void DeclareModules(CLI::App& command, Context& context);
+/// Those of "server" for trust.
+void AddTrustCommands(CLI::App& server, Context& context);

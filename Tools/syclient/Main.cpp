@@ -4,6 +4,7 @@
 #include "OVRoot/ExceptionText.hpp"
 #include "OVRoot/Logger.hpp"
 #include "TerminalWait.hpp"
+#include "TransportOptions.hpp"
 
 #include <CLI/CLI.hpp>
 
@@ -18,8 +19,9 @@ constexpr const char* Version = "syclient " SYCLIENT_VERSION;
 void SendLogToStandardError(bool verbose)
 {
     OV::Logger::SetSink([verbose](const OV::LogRecord& record) {
-        if (verbose || record.level >= OV::LogLevel::Warning)
-            std::cerr << "syclient: " << ForDisplay(record.text) << '\n';
+        if (const auto text = ForDisplay(record.text);
+            verbose || (record.level >= OV::LogLevel::Warning && !Output::WasTold(text)))
+            std::cerr << "syclient: " << text << '\n';
     });
 }
 
@@ -65,9 +67,15 @@ int Run(int argc, char** argv)
     CLI::App app("Work with shared projects on a Nexar Server from a shell.", "syclient");
     Context context;
     const TerminalWait wait(context.output);
+    const TrustNotice trust(context.output);
     bool verbose = false;
+    TransportOptions transport;
     AddGlobalOptions(app, context, verbose);
-    app.parse_complete_callback([&verbose] { SendLogToStandardError(verbose); });
+    transport.AddOptions(app);
+    app.parse_complete_callback([&] {
+        SendLogToStandardError(verbose);
+        transport.Apply();
+    });
     AddCommands(app, context);
     return Run(app, context, argc, argv);
 }

@@ -9,8 +9,20 @@
 #include <cstdio>
 #include <ctime>
 #include <iostream>
+#include <mutex>
 
 namespace {
+
+struct ToldTexts {
+    std::mutex lock;
+    std::vector<std::string> texts;
+};
+
+ToldTexts& Told()
+{
+    static auto& told = *new ToldTexts;
+    return told;
+}
 
 /// Columns of a UTF-8 text, one a code point.
 std::size_t Width(const std::string& text)
@@ -104,9 +116,28 @@ void Output::Progress(const std::string& text) const
         std::cerr << text << '\n';
 }
 
+bool Output::WasTold(const std::string& text)
+{
+    const std::lock_guard guard(Told().lock);
+    return std::any_of(Told().texts.begin(), Told().texts.end(), [&](const std::string& each) {
+        return text.find(each) != std::string::npos;
+    });
+}
+
 void Output::Error(const std::string& text) const
 {
-    std::cerr << "syclient: " << text << '\n';
+    if (!WasTold(text))
+        std::cerr << "syclient: " << text << '\n';
+}
+
+bool Output::ErrorOnce(const std::string& text) const
+{
+    if (WasTold(text))
+        return false;
+    Error(text);
+    const std::lock_guard guard(Told().lock);
+    Told().texts.push_back(text);
+    return true;
 }
 
 std::string ForDisplay(OV::UniStringView text)

@@ -32,7 +32,12 @@ public:
 
     /// What is being waited for; shown to a person only.
     void Progress(const std::string& text) const;
+    /// Nothing when it holds what ErrorOnce told.
     void Error(const std::string& text) const;
+    /// Tells what several places would tell, each in its own words around it; false when it was
+    /// told. Safe on any thread.
+    bool ErrorOnce(const std::string& text) const;
+    [[nodiscard]] static bool WasTold(const std::string& text);
 };
 
 /// UTF-8 for the terminal: lone surrogates as U+FFFD, control characters as "?" so that no text of

@@ -149,7 +149,7 @@ std::pair<ExitCode, std::string> Judge(const SetServerConnectionTask& task,
     const std::string login = arguments.server.Describe();
     if (!task.HasServerConnectionSucceeded())
         return {ExitCode::Offline,
-                "No server answers where " + login +
+                "No server that is trusted answers where " + login +
                     " is to be. Look at host name and port, and whether it runs."};
     if (!task.IsServerCompatible())
         return {ExitCode::IncompatibleVersion,
@@ -216,4 +216,5 @@ void DeclareServer(CLI::App& command, Context& context)
     AddCommand(command, context, "connect",
                "Sign in to a server, look for you in a group, and remember the server", &Connect);
     AddCommand(command, context, "set", "Change what is remembered beside passwords", &Set);
+    AddTrustCommands(command, context);
 }

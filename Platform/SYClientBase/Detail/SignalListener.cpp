@@ -2,6 +2,7 @@
 
 #include "OVRoot/Detail/RunLogged.hpp"
 #include "OVRoot/Thread.hpp"
+#include "SYCommunication/ServerTrust.hpp"
 #include "SyncraProtocol/ErrorCode.hpp"
 
 #include <chrono>
@@ -92,6 +93,7 @@ SignalListener::SignalListener(SignalState& state, PresenceService& presence,
 
 void SignalListener::Run()
 {
+    const Communication::ServerTrust::WithoutQuestion quiet;
     thread_ = std::this_thread::get_id();
     try {
         do

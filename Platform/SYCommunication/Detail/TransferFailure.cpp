@@ -2,6 +2,9 @@
 
 #include "OVRoot/Format.hpp"
 
+#include <algorithm>
+#include <iterator>
+
 namespace Communication::Detail {
 
 namespace {
@@ -26,6 +29,16 @@ bool IsTlsFailure(CURLcode code)
     return code == CURLE_PEER_FAILED_VERIFICATION || code == CURLE_SSL_CONNECT_ERROR ||
            code == CURLE_SSL_CACERT_BADFILE || code == CURLE_SSL_CERTPROBLEM ||
            code == CURLE_SSL_CIPHER || code == CURLE_SSL_ISSUER_ERROR;
+}
+
+/// Whether OpenSSL's words say that the other end speaks something else, or TLS that is too old.
+bool IsNoTls(OV::StringView detail)
+{
+    constexpr OV::StringView words[] = {"wrong version number", "packet length too long",
+                                        "unsupported protocol", "http request", "protocol version"};
+    return std::any_of(std::begin(words), std::end(words), [&](OV::StringView each) {
+        return detail.find(each) != OV::StringView::npos;
+    });
 }
 
 bool IsMalformedAnswer(CURLcode code)
@@ -74,6 +87,8 @@ void ThrowTransferFailure(CURLcode code, const TransferNotes& notes, const Serve
     if (IsMalformedAnswer(code))
         throw MalformedResponseException(text(
             u"Server % answered % with something other than HTTP (%). Check the port.", reason));
+    if (code == CURLE_SSL_CONNECT_ERROR && IsNoTls(tlsDetail))
+        throw UntrustedServerException({address.host, address.port, {TrustProblem::NoTls}, {}, {}});
     if (IsTlsFailure(code))
         throw ConnectionException(
             text(u"No trusted TLS connection to server % for %: %. Check the server's certificate, "

@@ -68,6 +68,10 @@ public:
         (void)Ask<Protocol::Empty>(Communication::HttpMethod::Delete, path, {}, 0);
     }
 
+    [[nodiscard]] const Communication::ServerAddress& GetAddress() const noexcept
+    {
+        return http_.GetAddress();
+    }
     /// The size of the last answer, for who adds answers up.
     [[nodiscard]] std::size_t GetAnswerBytes() const noexcept { return answerBytes_; }
 

@@ -1,0 +1,114 @@
+#include "DialogsQt/QtUser.hpp"
+#include "MainWindow.hpp"
+#include "SYCommunication/HttpOptions.hpp"
+#include "Support/DoubtfulServers.hpp"
+#include "Support/TemporaryFolder.hpp"
+#include "UserInterface/AsyncTaskDialogExecutingImplementation.hpp"
+#include "UserInterface/TrustServerDialog.hpp"
+
+#include <QLineEdit>
+#include <QPushButton>
+#include <QSpinBox>
+#include <QStatusBar>
+#include <QTableWidget>
+
+namespace {
+
+using Syncra::Server::ManagementTool::GUI::CertificateChangedDialog;
+using Syncra::Server::ManagementTool::GUI::TrustServerDialog;
+
+/// The desktop in front of servers with TLS.
+class TrustDialogTest : public testing::Test {
+protected:
+    TrustDialogTest()
+    {
+        Syncra::Server::ManagementTool::GUI::SetAsyncTaskDialogExecutingImplementationForCore();
+        MakeDoubtful(certificates);
+        Communication::HttpOptions options;
+        options.authoritiesFile = certificates.Authority();
+        Communication::SetDefaultHttpOptions(options);
+        window.show();
+    }
+    ~TrustDialogTest() override { Communication::SetDefaultHttpOptions({}); }
+
+    /// The number of projects that are shown.
+    int Connect(const char* host, std::uint16_t port)
+    {
+        window.SetLogin(host, port, "anna.novak");
+        window.findChild<QLineEdit*>("password")->setText(ServerProcess::Password);
+        QTest::mouseClick(window.findChild<QPushButton*>("connect"), Qt::LeftButton);
+        return window.findChild<QTableWidget*>("projects")->rowCount();
+    }
+    [[nodiscard]] std::string Status() const
+    {
+        return window.statusBar()->currentMessage().toStdString();
+    }
+    [[nodiscard]] std::vector<std::string> Showing(const char* name) const
+    {
+        return {
+            "--sample", "--sample-lines",      "0", "--certificate", certificates.Certificate(name),
+            "--key",    certificates.Key(name)};
+    }
+
+    TemporaryFolder folder;
+    TestCertificates certificates{folder.Path()};
+    Dlg::QtToolkit toolkit;
+    MainWindow window{folder.GetLocation().Appended(u"Caches")};
+    QtUser user;
+};
+
+}  // namespace
+
+TEST_F(TrustDialogTest, NothingIsSentToAServerThatIsNotTheOneThatWasMeant)
+{
+    for (const auto& each : DoubtfulCases) {
+        SCOPED_TRACE(each.name);
+        std::optional<ServerProcess> server;
+        std::optional<Impostor> impostor;
+        const auto place = folder.Path() / each.name;
+        std::filesystem::create_directory(place);
+        if (each.isImpostor)
+            impostor.emplace(place, certificates.Certificate(each.shows),
+                             certificates.Key(each.shows));
+        else
+            server.emplace(place,
+                           each.shows ? Showing(each.shows) : std::vector<std::string>{"--sample"});
+        const auto port = impostor ? impostor->Port() : server->ModelPort();
+        if (each.trusted)
+            Communication::ServerTrust::GetInstance().Trust(
+                {u"127.0.0.1", port, OV::FromUtf8(certificates.Fingerprint(each.trusted))}, true);
+        user.Then([&each] {
+            QString shown;
+            for (const auto* label : QtUser::Window().findChildren<QLabel*>())
+                shown += label->text();
+            EXPECT_TRUE(shown.contains(each.problem)) << shown.toStdString();
+            QtUser::ExpectGoodLooks((std::string("Trust") + each.name).c_str());
+            QtUser::Key(Qt::Key_Return);  // the default button refuses
+        });
+        EXPECT_EQ(Connect("https://127.0.0.1", port), 0);
+        EXPECT_NE(Status().find(each.problem), std::string::npos) << Status();
+        if (impostor) {
+            EXPECT_EQ(impostor->Heard(), "");
+        }
+    }
+    user.Then([] { QtUser::Key(Qt::Key_Return); });
+    EXPECT_EQ(Connect("nexar.example", 19001), 0);
+    EXPECT_NE(Status().find("Plain HTTP"), std::string::npos) << Status();
+}
+
+TEST_F(TrustDialogTest, WhatTheUserTrustsIsTrustedForAsLongAsHeSays)
+{
+    ServerProcess server(folder.Path(), Showing("stranger"));
+    auto& trust = Communication::ServerTrust::GetInstance();
+    for (const auto button : {TrustServerDialog::OnceButton, TrustServerDialog::AlwaysButton}) {
+        user.Then([button] { QtUser::Press(button); });
+        EXPECT_GT(Connect("https://127.0.0.1", server.ModelPort()), 0) << Status();
+        EXPECT_GT(Connect("https://127.0.0.1", server.ModelPort()), 0) << "without a question";
+        EXPECT_EQ(trust.List().size(), button == TrustServerDialog::AlwaysButton ? 1U : 0U);
+        EXPECT_TRUE(trust.Distrust(u"127.0.0.1", server.ModelPort()));
+    }
+    trust.Trust({u"127.0.0.1", server.ModelPort(), u"00"}, true);
+    user.Then([] { QtUser::Press(CertificateChangedDialog::ForgetButton); });
+    EXPECT_EQ(Connect("https://127.0.0.1", server.ModelPort()), 0) << "forgotten, not trusted";
+    EXPECT_TRUE(trust.List().empty());
+}
