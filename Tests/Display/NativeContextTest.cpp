@@ -40,22 +40,6 @@ TEST(NativeContextTest, PaintsPixelsByWhatOfThemIsCovered)
             << i << ' ' << std::hex << image.GetPixels()[i];
 }
 
-TEST(NativeContextTest, AveragesAllOfALargePictureWhenItIsMadeSmall)
-{
-    // Stripes as wide as a filter that looks at every 64th pixel's neighbours would take for plain.
-    const int side = 1024;
-    std::vector<Pixel> stripes(static_cast<std::size_t>(side) * side);
-    for (std::size_t i = 0; i < stripes.size(); ++i)
-        stripes[i] = (i % side + 8) / 16 % 2 == 0 ? 0xFFFFFFFF : 0xFF000000;
-    auto image = NativeImage::Create(8, 8);
-    NativeContext context(image);
-    context.DrawImage(NativeImage::FromPixels(side, side, std::move(stripes)), 0, 0, 1.0 / 128,
-                      1.0 / 128);
-    context.Release();
-    for (const auto pixel : image.GetPixels())
-        EXPECT_TRUE(Near(pixel, 0xFF808080, 8)) << std::hex << pixel;
-}
-
 TEST(NativeContextTest, RefusesWhatCannotBeDrawnAndStaysUsable)
 {
     constexpr double nan = std::numeric_limits<double>::quiet_NaN();

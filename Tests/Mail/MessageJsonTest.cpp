@@ -9,51 +9,21 @@ using namespace MailTest;
 using namespace Syncra::Protocol;
 using namespace std::string_literals;
 
-TEST(MessageJsonTest, CarriesAnyText)
+TEST(MessageJsonTest, CarriesAnyTextAndBodiesUpToTheirLimit)
 {
     Message message;
     message.header[u"\xD800 key\r"] = u"\0 \\u0041 \xDC00"s;
     message.header[u""] = u"";
-    message.bodyData = std::string("\0\xFF\x80", 3);
-    EXPECT_EQ(ReadAnswer<Message>(WriteJson(message)), message);
-}
-
-TEST(MessageJsonTest, RefusesDamagedRecords)
-{
-    const auto golden = nlohmann::json::parse(ReadGolden("full.message.json"));
-    const auto expectRefused = [](const nlohmann::json& record) {
-        EXPECT_THROW(static_cast<void>(ReadAnswer<Message>(record.dump())),
-                     MalformedRecordException)
-            << record.dump().substr(0, 400);
-    };
-    for (const auto& [key, value] : golden.items()) {
-        auto record = golden;
-        record.erase(key);
-        expectRefused(record);
-        for (const auto& other :
-             {nlohmann::json(nullptr), nlohmann::json(1.5), nlohmann::json::array(),
-              nlohmann::json(std::uint64_t(1) << 63)}) {
-            record[key] = other;
-            expectRefused(record);
-        }
-    }
-    auto record = golden;
+    message.bodyData.assign(Message::MaximumBodySize, '\xFF');
+    const auto text = WriteJson(message);
+    EXPECT_EQ(ReadAnswer<Message>(text), message);
+    auto record = nlohmann::json::parse(text);
     record["timeStamp"] = std::int64_t(1) << 40;
     EXPECT_EQ(ReadAnswer<Message>(record.dump()).timeStamp, INT32_MAX) << "late, but readable";
-    record["header"]["Sender"] = 1;
-    expectRefused(record);
-    expectRefused(nlohmann::json::array());
-    expectRefused("text");
-}
-
-TEST(MessageJsonTest, LimitsTheBody)
-{
-    Message message;
-    message.bodyData.assign(Message::MaximumBodySize, 'x');
-    EXPECT_EQ(ReadAnswer<Message>(WriteJson(message)).bodyData.size(), Message::MaximumBodySize);
+    record["header"][""] = 1;
+    EXPECT_THROW((void)ReadAnswer<Message>(record.dump()), MalformedRecordException);
     message.bodyData += 'x';
-    EXPECT_THROW(static_cast<void>(ReadAnswer<Message>(WriteJson(message))),
-                 TooLargeFieldException);
+    EXPECT_THROW((void)ReadAnswer<Message>(WriteJson(message)), TooLargeFieldException);
 }
 
 TEST(Base64Test, CodesTheExamplesOfItsStandard)

@@ -86,7 +86,7 @@ TEST_F(OperationsTest, EachSendsItsRequestAndNamesItsObject)
     List<User> userList;
     List<ConnectedModule> moduleList;
     User user;
-    Role role;
+    Role role{id, name, {}, {}, {}, false};
     CustomPropertyDefinition property{{}, name, {}, {}, {}};
     Permission permission{{}, name, {}, false};
     PermissionSet set{{}, name, {}, {}};
@@ -107,6 +107,7 @@ TEST_F(OperationsTest, EachSendsItsRequestAndNamesItsObject)
         {"POST /permissions", "3 2", [&] { return users.InsertPermission(permission); }},
         {"POST /permission-sets", "3 3", [&] { return users.InsertPermissionSet(set); }},
         {"GET /roles?name=N%201", "3 5", [&] { return users.FindRole(name, role); }},
+        {"PUT /roles/ID", "3 0", [&] { return users.UpdateRole(role); }},
         {"GET /groups/ID", "3 6", [&] { return users.GetGroup(id, group); }},
         {"POST /projects", "3 7", [&] { return projects.InsertProject(project); }},
         {"POST /categories", "3 8 N 1",
