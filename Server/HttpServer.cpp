@@ -15,6 +15,7 @@
 
 #include <csignal>
 #include <stdexcept>
+#include <thread>
 
 namespace Nexar {
 
@@ -57,11 +58,11 @@ bool HasRoom(const Shared& shared, const tcp::socket& socket)
 {
     if (shared.connections >= shared.limits.connections)
         return false;
-    // Behind a proxy all have its address.
     beast::error_code gone;
     const auto peer = socket.remote_endpoint(gone).address();
     const auto found = shared.addresses.find(AddressShare(peer));
-    return shared.limits.isBehindProxy || found == shared.addresses.end() ||
+    // Those of a proxy all have its address.
+    return shared.limits.IsProxy(peer.to_string()) || found == shared.addresses.end() ||
            found->second < shared.limits.connectionsOfAddress;
 }
 
@@ -75,22 +76,34 @@ void RunGuarded(const std::function<void()>& work)
     }
 }
 
+/// False when the port was closed.
+asio::awaitable<bool> AcceptOne(Shared& shared, Listener& listener)
+{
+    auto [error, socket] =
+        co_await listener.acceptor.async_accept(asio::as_tuple(asio::use_awaitable));
+    if (error == asio::error::operation_aborted)
+        co_return false;
+    if (error) {
+        // Out of descriptors, mostly: give connections time to end.
+        asio::steady_timer pause(shared.context, std::chrono::milliseconds(50));
+        co_await pause.async_wait(asio::as_tuple(asio::use_awaitable));
+    } else if (HasRoom(shared, socket)) {
+        asio::co_spawn(shared.context, ServeConnection(shared, std::move(socket), listener),
+                       asio::detached);
+    }
+    co_return true;
+}
+
 asio::awaitable<void> Accept(Shared& shared, Listener& listener)
 {
-    while (!shared.stopping) {
-        auto [error, socket] =
-            co_await listener.acceptor.async_accept(asio::as_tuple(asio::use_awaitable));
-        if (error == asio::error::operation_aborted)
-            break;
-        if (error) {
-            // Out of descriptors, mostly: give connections time to end.
-            asio::steady_timer pause(shared.context, std::chrono::milliseconds(50));
-            co_await pause.async_wait(asio::as_tuple(asio::use_awaitable));
-            continue;
+    bool goesOn = true;
+    while (goesOn && !shared.stopping) {
+        try {
+            goesOn = co_await AcceptOne(shared, listener);
+        } catch (const std::exception&) {
+            // Without memory nothing else gets on either, and the port must not be left.
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
         }
-        if (HasRoom(shared, socket))
-            asio::co_spawn(shared.context, ServeConnection(shared, std::move(socket), listener),
-                           asio::detached);
     }
 }
 
