@@ -15,6 +15,7 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr int Kept = 5;
+constexpr std::size_t RefusalsOfMinute = 600;
 
 std::string Numbered(const std::string& file, int number)
 {
@@ -39,6 +40,18 @@ void Describe(Visitor& v, AuditLine& line)
     v("method", line.method);
     v("path", line.path);
     v("status", line.status);
+}
+
+struct OmittedLine {
+    OV::UniString time;
+    std::int64_t omittedRefusals = 0;
+};
+
+template <class Visitor>
+void Describe(Visitor& v, OmittedLine& line)
+{
+    v("time", line.time);
+    v("omittedRefusals", line.omittedRefusals);
 }
 
 /// On the thread of the writer alone.
@@ -111,11 +124,17 @@ AuditLog::AuditLog(const std::string& file, std::uint64_t largest)
         std::make_unique<LogWriter>([rotated](const std::string& line) { rotated->Write(line); });
 }
 
+AuditLog::~AuditLog()
+{
+    WriteOmitted();
+}
+
 void AuditLog::Add(const HttpRequest& request, const std::string& user,
                    const HttpResponse& response)
 {
-    const bool isRefusal = response.status == 401 || response.status == 403;
-    if (!writer_ || (request.method == "GET" && !isRefusal))
+    const bool lacksRight = response.status == 401 || response.status == 403;
+    const bool isRefusal = lacksRight || response.status == 429;
+    if (!writer_ || (request.method == "GET" && !lacksRight) || (isRefusal && !HasRoomForRefusal()))
         return;
     AuditLine line;
     line.time = OV::FromUtf8(Now());
@@ -124,6 +143,27 @@ void AuditLog::Add(const HttpRequest& request, const std::string& user,
     line.method = OV::FromUtf8(request.method);
     line.path = OV::FromUtf8(PathOf(request));
     line.status = response.status;
+    writer_->Write(Syncra::Protocol::WriteJson(line) + '\n');
+}
+
+bool AuditLog::HasRoomForRefusal()
+{
+    const auto now = Clock::now();
+    if (now - minute_ >= std::chrono::minutes(1)) {
+        WriteOmitted();
+        minute_ = now;
+        refusals_ = 0;
+    }
+    return ++refusals_ <= RefusalsOfMinute;
+}
+
+void AuditLog::WriteOmitted()
+{
+    if (!writer_ || refusals_ <= RefusalsOfMinute)
+        return;
+    OmittedLine line;
+    line.time = OV::FromUtf8(Now());
+    line.omittedRefusals = static_cast<std::int64_t>(refusals_ - RefusalsOfMinute);
     writer_->Write(Syncra::Protocol::WriteJson(line) + '\n');
 }
 

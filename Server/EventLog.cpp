@@ -17,6 +17,7 @@ constexpr int LogVersion = 14;
 constexpr std::size_t MostLines = 20'000;
 constexpr std::size_t MostBytes = 4 * 1024 * 1024;
 constexpr std::int64_t SecondsOfDay = 86'400;
+constexpr int MostDropped = 10'000;
 constexpr std::int64_t KeptSeconds = 400 * SecondsOfDay;
 
 /// A field never holds what ends a field or a line.
@@ -150,14 +151,24 @@ void EventLog::AppendPerformance(const std::string& key, double value)
     transaction.Commit();
 }
 
-void EventLog::DropOld(const Limits& limits)
+bool EventLog::DropOld(const Limits& limits)
 {
-    const auto drop = [this](const char* sql, std::uint32_t days) {
+    bool isMoreLeft = false;
+    const auto drop = [&](const char* sql, std::uint32_t days) {
         if (days > 0)
-            database_.Prepare(sql).Bind(1, std::int64_t{days} * SecondsOfDay).Run();
+            isMoreLeft |= database_.Prepare(sql)
+                              .Bind(1, std::int64_t{days} * SecondsOfDay)
+                              .Bind(2, std::int64_t{MostDropped})
+                              .Run() == MostDropped;
     };
-    drop("DELETE FROM events WHERE time < unixepoch() - ?1", limits.keptLogDays);
-    drop("DELETE FROM mail_keys WHERE time < unixepoch() - ?1", limits.keptKeyDays);
+    drop("/* all */ DELETE FROM events WHERE number IN "
+         "(SELECT number FROM events WHERE time < unixepoch() - ?1 LIMIT ?2)",
+         limits.keptLogDays);
+    drop(
+        "/* all */ DELETE FROM mail_keys WHERE (project_id, sender_id, key) IN (SELECT project_id, "
+        "sender_id, key FROM mail_keys WHERE time < unixepoch() - ?1 LIMIT ?2)",
+        limits.keptKeyDays);
+    return isMoreLeft;
 }
 
 std::int64_t EventLog::LastSample()

@@ -28,8 +28,9 @@ public:
                 const Syncra::Protocol::LoggedEvent& event);
     /// A figure of the server's load; drops those of more than 400 days ago.
     void AppendPerformance(const std::string& key, double value);
-    /// Drops lines of the projects and keys of mails that are older than is kept.
-    void DropOld(const Limits& limits);
+    /// Drops some of the lines of projects and keys of mails that are older than is kept; whether
+    /// there may be more of them.
+    [[nodiscard]] bool DropOld(const Limits& limits);
     /// A line of another time and of a user who need not be one; for samples.
     void AppendLine(const std::string& projectId, std::int64_t time, const std::string& user,
                     const Syncra::Protocol::LoggedEvent& event);

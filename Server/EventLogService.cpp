@@ -91,9 +91,13 @@ void EventLogService::DropOldLater(std::chrono::milliseconds wait)
         return;
     nextDropping_ = server_.After(wait, [this] {
         WithMemory([this] { DropOldLater(DropTime); }, FewAttempts);
+        const auto isMoreLeft = std::make_shared<bool>(false);
         workers_.Write(
-            {}, [this] { log_.DropOld(limits_); },
-            [](std::exception_ptr error) {
+            {}, [this, isMoreLeft] { *isMoreLeft = log_.DropOld(limits_); },
+            [this, isMoreLeft](std::exception_ptr error) {
+                // In parts, so that others may write in between.
+                if (*isMoreLeft && nextDropping_)
+                    DropOldLater(std::chrono::milliseconds(0));
                 if (error)
                     OV::Logger::Warning("nexar-server",
                                         u"Old lines and keys could not be dropped now.");

@@ -53,6 +53,11 @@ public:
             owners_.erase(found);
     }
     [[nodiscard]] std::size_t Size() const { return size_; }
+    [[nodiscard]] std::size_t WaitingOf(const std::string& owner) const
+    {
+        const auto found = owners_.find(owner);
+        return found == owners_.end() ? 0 : found->second.waiting.size();
+    }
 
 private:
     struct Owner {

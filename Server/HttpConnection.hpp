@@ -40,12 +40,12 @@ using asio::ip::tcp;
 using std::chrono::seconds;
 using Syncra::Protocol::ErrorCode;
 
-inline constexpr std::size_t MaximumBodyBytes = 16u << 20;
 inline constexpr std::uint32_t MaximumHeaderBytes = 16u << 10;
 /// Until the first byte of a new connection.
 inline constexpr seconds FirstTime{10};
 /// How long a refused client may go on sending before the connection is cut.
 inline constexpr seconds DrainTime{5};
+inline constexpr std::size_t MostDrained = 32u << 20;
 
 using Parser = http::request_parser<http::string_body>;
 using Plain = beast::tcp_stream;
@@ -69,6 +69,8 @@ struct Shared {
 };
 
 inline constexpr std::size_t ReadBytes = 4096;
+/// Of what a client sends while it waits for an answer, and of a body that is being received.
+inline constexpr std::size_t MostBuffered = 16u << 20;
 /// For the last words of a protected connection.
 inline constexpr seconds FarewellTime{2};
 
@@ -103,8 +105,20 @@ inline void CancelAll(const Streams& streams)
         stream->cancel();
 }
 
+inline HttpResponse TooMuchInFlight()
+{
+    HttpResponse response =
+        ErrorResponse(429, static_cast<std::int32_t>(ErrorCode::TooManyRequests),
+                      "The server receives as much as it can. Try again in a moment.");
+    response.headers.emplace_back("Retry-After", "2");
+    return response;
+}
+
 inline HttpResponse RefusalOf(const beast::error_code& error)
 {
+    // As Beast tells that there is no memory for a body.
+    if (error == http::error::buffer_overflow)
+        return TooMuchInFlight();
     const auto refuse = [](int status, ErrorCode code, const char* message) {
         return ErrorResponse(status, static_cast<std::int32_t>(code), message);
     };
@@ -113,15 +127,6 @@ inline HttpResponse RefusalOf(const beast::error_code& error)
     if (error == http::error::header_limit)
         return refuse(431, ErrorCode::TooLarge, "The header is larger than 16 KiB.");
     return refuse(400, ErrorCode::BadRequest, "This is no HTTP/1.1 request.");
-}
-
-inline HttpResponse TooMuchInFlight()
-{
-    HttpResponse response =
-        ErrorResponse(429, static_cast<std::int32_t>(ErrorCode::TooManyRequests),
-                      "The server receives as much as it can. Try again in a moment.");
-    response.headers.emplace_back("Retry-After", "2");
-    return response;
 }
 
 /// Errors after which nobody listens for an answer: all that are not about what the request says.
@@ -376,7 +381,7 @@ private:
     asio::awaitable<bool> WaitForRequest()
     {
         const Listed listed(shared_.idle, Lowest());
-        Lowest().expires_after(hadRequest_ ? shared_.limits.idleTime : FirstTime);
+        Lowest().expires_after(hadRequest_ ? seconds(shared_.limits.idleSeconds) : FirstTime);
         auto [error, size] = co_await stream_.async_read_some(buffer_.prepare(ReadBytes),
                                                               asio::as_tuple(asio::use_awaitable));
         buffer_.commit(size);
@@ -387,7 +392,8 @@ private:
     /// Head and body; false when there is nothing to answer any more.
     asio::awaitable<bool> Receive(Parser& parser, HttpRequest& request)
     {
-        parser.body_limit(MaximumBodyBytes);
+        // What the body may be the head's check says.
+        parser.body_limit(boost::none);
         parser.header_limit(MaximumHeaderBytes);
         auto error = co_await ReceiveHead(parser);
         if (!error && !ReadHead(parser.get(), request)) {
@@ -433,7 +439,7 @@ private:
     asio::awaitable<beast::error_code> ReceiveHead(Parser& parser)
     {
         const Listed listed(shared_.receiving, Lowest());
-        Lowest().expires_after(shared_.limits.deliveryTime);
+        Lowest().expires_after(seconds(shared_.limits.deliverySeconds));
         auto [error, size] = co_await http::async_read_header(stream_, buffer_, parser,
                                                               asio::as_tuple(asio::use_awaitable));
         co_return error;
@@ -471,7 +477,7 @@ private:
 
     asio::awaitable<bool> Write(http::response<http::string_body> message)
     {
-        Lowest().expires_after(shared_.limits.deliveryTime);
+        Lowest().expires_after(seconds(shared_.limits.deliverySeconds));
         auto [error, size] =
             co_await http::async_write(stream_, message, asio::as_tuple(asio::use_awaitable));
         shared_.traffic.bytes += size;
@@ -490,7 +496,7 @@ private:
         const Listed listed(shared_.receiving, Lowest());
         Lowest().expires_after(DrainTime);
         std::array<char, 16384> dropped;
-        for (std::size_t total = 0; total < 2 * MaximumBodyBytes;) {
+        for (std::size_t total = 0; total < MostDrained;) {
             auto [error, size] = co_await Lowest().async_read_some(
                 asio::buffer(dropped), asio::as_tuple(asio::use_awaitable));
             if (error)
@@ -502,7 +508,7 @@ private:
     /// Of the client: a proxy in front says whom it speaks for, last of all those named.
     [[nodiscard]] std::string Address(const Parser::value_type& message) const
     {
-        if (!shared_.limits.isBehindProxy)
+        if (!shared_.limits.IsProxy(address_))
             return address_;
         beast::string_view named = message["X-Forwarded-For"];
         named.remove_prefix(named.rfind(',') + 1);
@@ -519,7 +525,7 @@ private:
     const HeadCheck& check_;
     std::string address_;
     bool hadRequest_ = false;
-    beast::flat_buffer buffer_{MaximumBodyBytes + 2 * MaximumHeaderBytes};
+    beast::flat_buffer buffer_{MostBuffered};
 };
 
 }  // namespace Nexar::Http

@@ -58,11 +58,11 @@ bool HasRoom(const Shared& shared, const tcp::socket& socket)
 {
     if (shared.connections >= shared.limits.connections)
         return false;
-    // Behind a proxy all have its address.
     beast::error_code gone;
     const auto peer = socket.remote_endpoint(gone).address();
     const auto found = shared.addresses.find(AddressShare(peer));
-    return shared.limits.isBehindProxy || found == shared.addresses.end() ||
+    // Those of a proxy all have its address.
+    return shared.limits.IsProxy(peer.to_string()) || found == shared.addresses.end() ||
            found->second < shared.limits.connectionsOfAddress;
 }
 

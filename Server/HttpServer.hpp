@@ -3,7 +3,10 @@
 #include "Guarded.hpp"
 #include "Http.hpp"
 
+#include <algorithm>
 #include <chrono>
+#include <string>
+#include <vector>
 
 namespace Nexar {
 
@@ -12,10 +15,17 @@ struct HttpLimits {
     std::size_t connections = 10'000;
     std::size_t connectionsOfAddress = 1'000;
     std::size_t bytesInFlight = 256u << 20;  ///< of all bodies that are on their way
-    std::chrono::seconds idleTime{120};
-    std::chrono::seconds deliveryTime{30};  ///< of a request, and of an answer
-    /// All connections come from a proxy, which names the address of each client.
+    std::uint32_t idleSeconds = 120;
+    std::uint32_t deliverySeconds = 30;  ///< of a request, and of an answer
+    /// Connections come from a proxy, which names the address of each client.
     bool isBehindProxy = false;
+    /// From whose addresses such names are believed.
+    std::vector<std::string> proxies = {"127.0.0.1", "::1"};
+
+    [[nodiscard]] bool IsProxy(const std::string& address) const
+    {
+        return isBehindProxy && std::find(proxies.begin(), proxies.end(), address) != proxies.end();
+    }
 };
 
 /// HTTP/1.1 for several ports on one thread: handlers, completions and timers all run in Run, so

@@ -17,8 +17,6 @@ namespace {
 
 constexpr std::size_t MaximumKeyUnits = 64;
 constexpr std::size_t MaximumRecipients = 1000;
-/// Of one request: everybody who writes waits until all of them are done.
-constexpr std::size_t MaximumIds = 1000;
 const std::string MailsPath = "/syncra/v1/projects/{}/mails";
 
 [[noreturn]] void Malformed(const std::string& message)
@@ -71,13 +69,6 @@ std::string SignedHeader(MailContents& contents, const StoredUser& sender)
     return WriteJson(contents.header);
 }
 
-void RequireFew(std::size_t count)
-{
-    if (count > MaximumIds)
-        throw Refusal(ErrorCode::TooLarge,
-                      "A request names at most 1000 mails. Send them in parts.");
-}
-
 /// A whole number from the front of `text`, which loses it; nothing when there is none.
 std::optional<std::int64_t> TakeNumber(std::string_view& text)
 {
@@ -115,7 +106,7 @@ MailPlace ReadPlace(const Call& call)
 void MailService::AddRoutes(Router& router)
 {
     router.Add(
-        "POST", MailsPath, [this](const Call& call) { return Send(call); }, Router::LargeBody);
+        "POST", MailsPath, [this](const Call& call) { return Send(call); }, Router::Body::Large);
     router.Add("GET", MailsPath,
                [this](const Call& call) { return mails_.PageJson(BoxOf(call), ReadPlace(call)); });
     AddFlagRoutes(router, "/status", MailFlag::Read);
@@ -152,6 +143,14 @@ void MailService::AddFlagRoutes(Router& router, const std::string& name, MailFla
         RequireFew(entries.size());
         mails_.SetFlags(box, flag, entries);
     });
+}
+
+void MailService::RequireFew(std::size_t count) const
+{
+    if (count > limits_.idsOfRequest)
+        throw Refusal(ErrorCode::TooLarge, "A request names at most " +
+                                               std::to_string(limits_.idsOfRequest) +
+                                               " mails. Send them in parts.");
 }
 
 MailBox MailService::BoxOf(const Call& call)

@@ -10,8 +10,8 @@
 #include "OperationService.hpp"
 #include "Options.hpp"
 #include "PasswordHash.hpp"
+#include "Process.hpp"
 #include "Sample.hpp"
-#include "ServiceManager.hpp"
 #include "SignInService.hpp"
 #include "StoreTools.hpp"
 #include "Tls.hpp"
@@ -151,14 +151,14 @@ public:
         : audit_(options.auditFile, options.auditBytes), watch_{options.userLimits, audit_,
                                                                 metrics_},
           server_(options.limits), tokens_(options.userLimits),
-          workers_(server_, database, options.readers), users_(database), projects_(database),
-          members_(database), sessions_(database), mailStore_(database, options.userLimits),
-          groups_(database), photos_(database),
+          workers_(server_, database, options.readers, options.userLimits.waitingWork),
+          users_(database), projects_(database), members_(database), sessions_(database),
+          mailStore_(database, options.userLimits), groups_(database), photos_(database),
           presence_(server_, std::chrono::milliseconds(options.presenceGrace)), signals_(server_),
           passwords_(server_, options.userLimits, hash),
           signIn_(workers_, users_, passwords_, tokens_),
-          model_(projects_, members_, sessions_, signals_, presence_),
-          mails_(users_, projects_, mailStore_, signals_),
+          model_(options.userLimits, projects_, members_, sessions_, signals_, presence_),
+          mails_(options.userLimits, users_, projects_, mailStore_, signals_),
           management_(database, users_, groups_, photos_, projects_, members_, sessions_, signals_,
                       passwords_, tokens_),
           messaging_(server_, options.userLimits, projects_, presence_), eventLog_(database),
@@ -326,6 +326,8 @@ int main(int argc, char** argv)
     if (!options.exitCode) {
         try {
             OV::System::IgnoreBrokenPipes();
+            FailTooLargeFiles();
+            KeepFreedMemory();
             OV::System::ForbidCoreDumps();
             RunCommand(options);
             return 0;

@@ -78,7 +78,8 @@ void ModelService::AddAttributeRoutes(Router& router)
         const auto value = OV::ToUtf8(call.Read<AttributeValue>().value);
         if (std::max(value.size(), call.parameters[1].size()) > MaximumAttributeBytes)
             throw Refusal(ErrorCode::TooLarge, "A session attribute holds at most 4096 bytes.");
-        sessions_.SetAttribute(call.parameters[0], call.parameters[1], value);
+        sessions_.SetAttribute(call.parameters[0], call.parameters[1], value,
+                               limits_.attributesOfSession);
     });
 }
 

@@ -13,10 +13,10 @@ namespace Nexar {
 /// Projects, their members, sessions and signals.
 class ModelService {
 public:
-    ModelService(ProjectStore& projects, MemberStore& members, SessionStore& sessions,
-                 SignalHub& signals, PresenceBoard& presence)
-        : projects_(projects), members_(members), sessions_(sessions), signals_(signals),
-          presence_(presence)
+    ModelService(const Limits& limits, ProjectStore& projects, MemberStore& members,
+                 SessionStore& sessions, SignalHub& signals, PresenceBoard& presence)
+        : limits_(limits), projects_(projects), members_(members), sessions_(sessions),
+          signals_(signals), presence_(presence)
     {}
 
     void SetPorts(std::vector<Syncra::Protocol::ServicePort> ports) { ports_ = std::move(ports); }
@@ -32,6 +32,7 @@ private:
     [[nodiscard]] Syncra::Protocol::Session StartSession(const Call& call);
     void WaitForSignals(const Call& call, const Reply& reply);
 
+    const Limits& limits_;
     ProjectStore& projects_;
     MemberStore& members_;
     SessionStore& sessions_;

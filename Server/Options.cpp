@@ -47,6 +47,11 @@ void AddProtection(CLI::App& app, Options& options)
     key->needs(certificate);
     app.add_flag("--behind-tls", options.limits.isBehindProxy,
                  "A proxy in front does TLS, and names each client in X-Forwarded-For");
+    app.add_option("--proxy", options.limits.proxies,
+                   "From whose addresses X-Forwarded-For is believed, with commas between them")
+        ->delimiter(',')
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+        ->option_text("ADDRESS");
     app.add_option("--make-certificate", options.certificateHost,
                    "Make a certificate for a host that no authority vouches for, and end; into the "
                    "files of --certificate and --key (default: certificate.pem and key.pem)")
@@ -92,6 +97,12 @@ void AddLimits(CLI::App& app, Options& options)
     app.add_option("--bytes-in-flight", options.limits.bytesInFlight,
                    "The most bytes of bodies that are on their way")
         ->option_text("N");
+    app.add_option("--idle-time", options.limits.idleSeconds,
+                   "How long a connection may be without a request, in seconds")
+        ->option_text("S");
+    app.add_option("--delivery-time", options.limits.deliverySeconds,
+                   "How long a request may take to arrive, and an answer to be taken, in seconds")
+        ->option_text("S");
 }
 
 void AddUserLimits(CLI::App& app, Limits& limits)
@@ -110,6 +121,14 @@ void AddUserLimits(CLI::App& app, Limits& limits)
         "The same for the built-in account, from one address");
     add("--subscriptions-per-user", limits.subscriptionsOfUser,
         "The most presence subscriptions of a user, or of an address for the built-in account");
+    add("--ids-per-request", limits.idsOfRequest, "The most mails that a request names");
+    add("--attributes-per-session", limits.attributesOfSession, "The most attributes of a session");
+    add("--sign-in-bytes", limits.openBodyBytes, "The most bytes of a sign-in");
+    add("--large-body-bytes", limits.largeBodyBytes, "The most bytes of a mail or a photo");
+    add("--body-bytes", limits.bodyBytes, "The most bytes of any other request");
+    add("--json-values", limits.jsonValues, "The most values in a body");
+    add("--waiting-work", limits.waitingWork,
+        "The most requests that wait for the store, reading or writing; a quarter for each user");
     add("--mails-per-box", limits.mailsOfBox, "The most mails that a member has in a project");
     add("--mail-bytes-per-project", limits.mailBytesOfProject,
         "The most bytes of a project's mails");

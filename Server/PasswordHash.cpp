@@ -3,6 +3,7 @@
 #include <sodium.h>
 
 #include <cerrno>
+#include <new>
 #include <stdexcept>
 
 namespace Nexar {
@@ -31,7 +32,7 @@ std::string PasswordHash::Make(const std::string& password) const
 {
     char hash[crypto_pwhash_STRBYTES];
     if (crypto_pwhash_str(hash, password.data(), password.size(), operations_, memory_) != 0)
-        throw std::runtime_error("There is not enough memory to hash a password.");
+        throw std::bad_alloc();
     return hash;
 }
 
@@ -45,7 +46,7 @@ bool PasswordHash::Check(const std::string& hash, const std::string& password)
         crypto_pwhash_str_verify(known.c_str(), password.data(), password.size()) == 0;
     // A wrong password is told by EINVAL alone; without memory there is no result.
     if (!isRight && errno != EINVAL)
-        throw std::runtime_error("There is not enough memory to check a password.");
+        throw std::bad_alloc();
     if (!isRight || hash.empty())
         return false;
     const std::lock_guard guard(lock_);

@@ -1,6 +1,7 @@
 #include "PasswordWorker.hpp"
 
 #include "Guarded.hpp"
+#include "Process.hpp"
 #include "Router.hpp"
 
 #include <algorithm>
@@ -12,6 +13,9 @@ namespace {
 
 constexpr std::size_t MaximumRunning = 2;
 constexpr std::size_t MaximumOfOneName = 2;
+constexpr std::chrono::seconds ShortWait{2};
+constexpr const char* TooManyWait =
+    "The server checks as many passwords as it can. Try again in a moment.";
 
 void Refuse(const Reply& reply, std::chrono::seconds retryAfter, const char* message)
 {
@@ -59,24 +63,46 @@ void PasswordWorker::Make(const std::string& password, const Reply& reply,
 
 void PasswordWorker::Add(Job job)
 {
-    if (IsTooMuch(job))
-        return Refuse(job.reply, std::chrono::seconds(2),
-                      "The server checks as many passwords as it can. Try again in a moment.");
+    if (!MakeRoom(job))
+        return Refuse(job.reply, ShortWait, TooManyWait);
     job.reply.WhenGone([this, number = job.number] { Forget(number); });
     waiting_.push_back(std::move(job));
     StartNext();
 }
 
-bool PasswordWorker::IsTooMuch(const Job& job) const
+bool PasswordWorker::MakeRoom(const Job& job)
 {
-    const auto alike = std::count_if(waiting_.begin(), waiting_.end(), [&](const Job& each) {
-        return each.login.empty() == job.login.empty();
-    });
+    const auto isAlike = [&](const Job& each) { return each.login.empty() == job.login.empty(); };
     const auto ofName = std::count_if(waiting_.begin(), waiting_.end(), [&](const Job& each) {
         return !job.login.empty() && each.login == job.login && each.address == job.address;
     });
-    return static_cast<std::size_t>(alike) >= mostWaiting_ ||
-           static_cast<std::size_t>(ofName) >= MaximumOfOneName;
+    if (static_cast<std::size_t>(ofName) >= MaximumOfOneName)
+        return false;
+    if (static_cast<std::size_t>(std::count_if(waiting_.begin(), waiting_.end(), isAlike)) <
+        mostWaiting_)
+        return true;
+    // The newest of whoever has the most: those who came first keep their turn.
+    auto last = waiting_.rend();
+    std::size_t most = WaitingFrom(job.address) + 1;
+    for (auto each = waiting_.rbegin(); each != waiting_.rend(); ++each)
+        if (isAlike(*each) && WaitingFrom(each->address) > most) {
+            most = WaitingFrom(each->address);
+            last = each;
+        }
+    if (last == waiting_.rend())
+        return false;
+    const Reply reply = last->reply;
+    waiting_.erase(std::next(last).base());
+    Refuse(reply, ShortWait, TooManyWait);
+    return true;
+}
+
+std::size_t PasswordWorker::WaitingFrom(const std::string& address) const
+{
+    return static_cast<std::size_t>(
+        std::count_if(waiting_.begin(), waiting_.end(), [&](const Job& each) {
+            return !each.login.empty() && each.address == address;
+        }));
 }
 
 void PasswordWorker::StartNext()
@@ -89,6 +115,7 @@ void PasswordWorker::StartNext()
     running->emplace(running_, std::move(*chosen));
     waiting_.erase(chosen);
     workers_.Execute(OV::MakeTask([this, open = server_.HoldOpen(), running] {
+        LetOtherThreadsGoFirst();
         Running& mine = **running;
         try {
             mine.finish = mine.job.compute();
@@ -132,7 +159,7 @@ void PasswordWorker::Forget(std::uint64_t number)
 void PasswordWorker::RefuseWaiting()
 {
     for (const Job& job : std::exchange(waiting_, {}))
-        Refuse(job.reply, std::chrono::seconds(2), "The server is being stopped. Try again.");
+        Refuse(job.reply, ShortWait, "The server is being stopped. Try again.");
 }
 
 }  // namespace Nexar

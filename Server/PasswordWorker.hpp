@@ -19,8 +19,9 @@ namespace Nexar {
 /// Password hashes on threads of their own, so that a sign-in holds nobody else up. A hash costs
 /// its asker nothing and the server a long computation, so what waits is limited, in all and for
 /// each name; users who are signed in come before those who want to be, and those of an address
-/// that was not served last before the others. Whoever is too much is told when to come back, and
-/// who hangs up is not computed for. Used on the server's thread alone; results come back on it.
+/// that was not served last before the others. When no more may wait, the address with the most of
+/// them gives way to one with fewer. Whoever is too much is told when to come back, and who hangs
+/// up is not computed for. Used on the server's thread alone; results come back on it.
 class PasswordWorker {
 public:
     PasswordWorker(HttpServer& server, const Limits& limits, PasswordHash& hash)
@@ -77,7 +78,9 @@ private:
     void Finish(std::optional<Running>& running);
     [[nodiscard]] std::deque<Job>::iterator ChooseNext();
     void Forget(std::uint64_t number);
-    [[nodiscard]] bool IsTooMuch(const Job& job) const;
+    [[nodiscard]] std::size_t WaitingFrom(const std::string& address) const;
+    /// Whether the job may wait, if need be in the place of another.
+    [[nodiscard]] bool MakeRoom(const Job& job);
 
     HttpServer& server_;
     std::size_t mostWaiting_;

@@ -93,6 +93,26 @@ bool Fits(const std::vector<std::string>& pattern, const std::vector<std::string
     return true;
 }
 
+/// From then on a request is one that others should not wait for.
+constexpr std::int64_t CostlyMicroseconds = 2'000;
+
+StoreWorkers::Cost CostOf(const Call& call)
+{
+    return call.usualTime && *call.usualTime >= CostlyMicroseconds ? StoreWorkers::Cost::Much
+                                                                   : StoreWorkers::Cost::Little;
+}
+
+/// What one request took counts an eighth.
+void NoteTime(const Call& call, std::chrono::steady_clock::time_point begin)
+{
+    if (!call.usualTime)
+        return;
+    const auto time = std::chrono::duration_cast<std::chrono::microseconds>(
+        std::chrono::steady_clock::now() - begin);
+    const std::int64_t usual = *call.usualTime;
+    *call.usualTime = usual + (time.count() - usual) / 8;
+}
+
 HttpResponse AnswerOfCurrentException()
 {
     try {
@@ -112,6 +132,11 @@ HttpResponse AnswerOfCurrentException()
                       .With("Retry-After", "1")
                 : Refusal(ErrorCode::InternalError,
                           "The server failed; its log says why. Try again later."));
+    } catch (const std::bad_alloc&) {
+        OV::Logger::Error("nexar-server", u"A request failed: there was no memory for it.");
+        return ErrorResponse(Refusal(ErrorCode::StoreUnavailable,
+                                     "The server has no memory for this now. Try again.")
+                                 .With("Retry-After", "1"));
     } catch (const std::exception& error) {
         OV::Logger::Error("nexar-server", u"A request failed: %", {error.what()});
         return ErrorResponse(Refusal(ErrorCode::InternalError,
@@ -122,7 +147,7 @@ HttpResponse AnswerOfCurrentException()
 }  // namespace
 
 void Router::AddText(const std::string& method, const std::string& pattern, TextHandler handler,
-                     std::size_t bodyLimit)
+                     Body size)
 {
     const auto access = method == "GET" ? Access::Reads : Access::Writes;
     Insert(
@@ -130,7 +155,7 @@ void Router::AddText(const std::string& method, const std::string& pattern, Text
         [this, access, handler = std::move(handler)](Call call, const Reply& reply) {
             RunOnStore(access, std::move(call), reply, handler, nullptr);
         },
-        false, bodyLimit);
+        false, size);
 }
 
 void Router::AddAsync(const std::string& method, const std::string& pattern, Check check,
@@ -149,33 +174,45 @@ void Router::AddAsync(const std::string& method, const std::string& pattern, Che
                 },
                 handler);
         },
-        false, OrdinaryBody);
+        false, Body::Ordinary);
 }
 
 void Router::AddOpen(const std::string& method, const std::string& pattern, AsyncHandler handler)
 {
-    Insert(method, pattern, std::move(handler), true, OpenBody);
+    Insert(method, pattern, std::move(handler), true, Body::Open);
 }
 
 void Router::Insert(const std::string& method, const std::string& pattern, AsyncHandler handler,
-                    bool open, std::size_t bodyLimit)
+                    bool open, Body size)
 {
     routes_.push_back({method, method + " " + pattern, SplitPattern(pattern), std::move(handler),
-                       open, allowBuiltIn_, bodyLimit});
+                       open, allowBuiltIn_, size, std::make_shared<std::atomic<std::int64_t>>(0)});
 }
 
 void Router::operator()(HttpRequest request, const Reply& reply) const
 {
+    Call call{std::move(request), {}, {}};
     Reply answer = reply;
+    const Route* route = nullptr;
     try {
-        Call call{std::move(request), {}, {}};
-        const Route& route = Match(call);
-        Admit(route, call);
-        answer = Watched(route, call, reply);
-        route.handler(std::move(call), answer);
+        route = &Match(call);
+        Admit(*route, call);
+        answer = Watched(*route, call, reply);
+    } catch (...) {
+        return reply(Refused(call));
+    }
+    try {
+        route->handler(std::move(call), answer);
     } catch (...) {
         answer(AnswerOfCurrentException());
     }
+}
+
+HttpResponse Router::Refused(const Call& call) const
+{
+    HttpResponse response = AnswerOfCurrentException();
+    watch_.audit.Add(call.request, call.user.userLogin, response);
+    return response;
 }
 
 Reply Router::Watched(const Route& route, const Call& call, const Reply& reply) const
@@ -215,18 +252,31 @@ Reply Router::Watched(const Route& route, const Call& call, const Reply& reply) 
 
 HeadVerdict Router::CheckHead(const HttpRequest& head) const
 {
+    Call call{head, {}, {}};
     try {
-        Call call{head, {}, {}};
         const Route& route = Match(call);
         Admit(route, call);
         // A page in a browser can send other types to any server in reach of its visitor.
         if (!head.isJson)
             throw Refusal(ErrorCode::BadRequest, "A body must be of the type application/json.",
                           415);
-        return {route.bodyLimit, std::nullopt};
+        return {LimitOf(route.size), std::nullopt};
     } catch (...) {
-        return {0, AnswerOfCurrentException()};
+        return {0, Refused(call)};
     }
+}
+
+std::size_t Router::LimitOf(Body size) const
+{
+    switch (size) {
+    case Body::Open:
+        return watch_.limits.openBodyBytes;
+    case Body::Large:
+        return watch_.limits.largeBodyBytes;
+    case Body::Ordinary:
+        break;
+    }
+    return watch_.limits.bodyBytes;
 }
 
 void Router::AnswerText(const Reply& reply, const std::function<std::string()>& makeText)
@@ -262,12 +312,14 @@ void Router::RunOnStore(Access access, Call call, const Reply& reply, TextHandle
         Job{std::move(call), reply, {}, std::make_shared<std::atomic<bool>>(false)});
     // What was to be read is of no use then; what was to be written was asked for.
     reply.WhenGone([isGone = job->isGone] { *isGone = true; });
-    const auto& owner = TokenTable::OwnerOf(job->call.user, job->call.request.address);
+    const auto owner = TokenTable::OwnerOf(job->call.user, job->call.request.address);
     auto run = [this, access, job, work = std::move(work)] {
         if (access == Access::Reads && *job->isGone)
             return;
+        const auto begin = std::chrono::steady_clock::now();
         RequireAccount(job->call.user);
         job->text = work(job->call);
+        NoteTime(job->call, begin);
     };
     auto then = [this, job, next = std::move(next)](std::exception_ptr error) {
         try {
@@ -289,7 +341,7 @@ void Router::RunOnStore(Access access, Call call, const Reply& reply, TextHandle
     };
     try {
         if (access == Access::Reads)
-            workers_.Read(owner, std::move(run), std::move(then));
+            workers_.Read(owner, std::move(run), std::move(then), CostOf(job->call));
         else
             workers_.Write(owner, std::move(run), std::move(then));
     } catch (const Refusal& refusal) {
@@ -315,14 +367,16 @@ const Router::Route& Router::Match(Call& call) const
 
 void Router::Admit(const Route& route, Call& call) const
 {
+    call.mostValues = watch_.limits.jsonValues;
+    call.usualTime = route.usualTime;
     if (route.open)
         return;
     auto login = tokens_.Find(call.request.token);
     if (!login)
         throw Refusal(ErrorCode::TokenExpired, "The token is unknown or too old. Sign in again.");
-    if (login->isBuiltIn && !route.builtIn)
-        throw Refusal(ErrorCode::AccessDenied, "This account may only read presence.");
     call.user = *std::move(login);
+    if (call.user.isBuiltIn && !route.builtIn)
+        throw Refusal(ErrorCode::AccessDenied, "This account may only read presence.");
 }
 
 /// A token is worth nothing once its user was deleted or switched off. Its login name may be

@@ -11,7 +11,9 @@
 
 #include "SyncraProtocol/Detail/JsonText.hpp"
 
+#include <atomic>
 #include <functional>
+#include <memory>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -24,12 +26,16 @@ struct Call {
     std::vector<std::string> parameters;  ///< what stood for each {} of the pattern, in order
     TokenTable::Login user;
     std::vector<std::string> findings = {};  ///< what a check looked up for its handler
+    std::size_t mostValues = 0;              ///< of the body
+    /// How long the work of its route took lately, in microseconds; none for what was asked by no
+    /// request of its own.
+    std::shared_ptr<std::atomic<std::int64_t>> usualTime = nullptr;
 
     /// The record of the body. Throws MalformedRecordException.
     template <class Record>
     [[nodiscard]] Record Read() const
     {
-        return Syncra::Protocol::ReadRequest<Record>(request.body);
+        return Syncra::Protocol::ReadRequest<Record>(request.body, mostValues);
     }
     /// A query value as a whole number; `fallback` when absent. Throws Refusal.
     [[nodiscard]] std::uint64_t QueryNumber(const std::string& name, std::uint64_t fallback) const;
@@ -59,11 +65,8 @@ public:
         : tokens_(tokens), users_(users), workers_(workers), watch_(watch)
     {}
 
-    /// The most bytes of a body, but for the routes that say otherwise.
-    static constexpr std::size_t OrdinaryBody = std::size_t{4} << 20;
-    static constexpr std::size_t LargeBody = std::size_t{16} << 20;
-    /// Enough for a name and a password, however they are escaped.
-    static constexpr std::size_t OpenBody = std::size_t{16} << 10;
+    /// How large a body may be.
+    enum class Body { Open, Ordinary, Large };
 
     /// `pattern` is like "/syncra/v1/projects/{}/state". `handler` takes a Call and answers with
     /// the record that it returns, the text when that is JSON already, {} when it returns nothing,
@@ -71,7 +74,7 @@ public:
     /// writes it.
     template <class Handler>
     void Add(const std::string& method, const std::string& pattern, Handler handler,
-             std::size_t bodyLimit = OrdinaryBody)
+             Body size = Body::Ordinary)
     {
         AddText(
             method, pattern,
@@ -79,7 +82,7 @@ public:
                 const auto work = [&] { return handler(call); };
                 return JsonOf(work);
             },
-            bodyLimit);
+            size);
     }
     /// For what may wait, or is about what the server's thread alone may touch.
     void AddAsync(const std::string& method, const std::string& pattern, Check check,
@@ -105,7 +108,7 @@ public:
 private:
     enum class Access { Reads, Writes };
     void AddText(const std::string& method, const std::string& pattern, TextHandler handler,
-                 std::size_t bodyLimit);
+                 Body size);
     void RunOnStore(Access access, Call call, const Reply& reply, TextHandler work,
                     AsyncHandler next) const;
     static void AnswerText(const Reply& reply, const std::function<std::string()>& makeText);
@@ -130,14 +133,18 @@ private:
         AsyncHandler handler;
         bool open;
         bool builtIn;
-        std::size_t bodyLimit;
+        Body size;
+        std::shared_ptr<std::atomic<std::int64_t>> usualTime;
     };
+    [[nodiscard]] std::size_t LimitOf(Body size) const;
     void Insert(const std::string& method, const std::string& pattern, AsyncHandler handler,
-                bool open, std::size_t bodyLimit);
+                bool open, Body size);
     [[nodiscard]] const Route& Match(Call& call) const;
     /// Counts the request as the user's until it is answered or its client has gone, and notes the
     /// answer. Throws Refusal when he has too many.
     [[nodiscard]] Reply Watched(const Route& route, const Call& call, const Reply& reply) const;
+    /// The answer for the exception at hand, which kept a call from its handler; noted.
+    [[nodiscard]] HttpResponse Refused(const Call& call) const;
     void Admit(const Route& route, Call& call) const;
     void RequireAccount(TokenTable::Login& login) const;
 

@@ -1,6 +1,7 @@
 #include "Sample.hpp"
 
 #include "GroupStore.hpp"
+#include "Limits.hpp"
 #include "Management/SampleRecords.hpp"
 #include "PhotoStore.hpp"
 #include "SampleLog.hpp"
@@ -157,7 +158,7 @@ void AddSessions(SessionStore& store, UserStore& userStore)
             store.Start(OV::ToUtf8(session.projectId), userStore.FindByLogin(session.login)->id);
         store.SetAttribute(OV::ToUtf8(started->id),
                            OV::ToUtf8(Syncra::Protocol::SessionAttributeNames::ComputerName),
-                           session.computer);
+                           session.computer, Limits().attributesOfSession);
     }
 }
 

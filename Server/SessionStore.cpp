@@ -110,14 +110,14 @@ std::string SessionStore::GetAttribute(const std::string& sessionId, const std::
 }
 
 void SessionStore::SetAttribute(const std::string& sessionId, const std::string& name,
-                                const std::string& value)
+                                const std::string& value, std::size_t most)
 {
-    constexpr std::int64_t most = 64;
     auto others = database_.Prepare(
         "SELECT count(*) FROM session_attributes WHERE session_id = ?1 AND name <> ?2");
-    if (others.Bind(1, sessionId).Bind(2, name).Step() && others.Number(0) >= most)
+    if (others.Bind(1, sessionId).Bind(2, name).Step() &&
+        static_cast<std::size_t>(others.Number(0)) >= most)
         throw Refusal(Syncra::Protocol::ErrorCode::TooLarge,
-                      "A session holds at most 64 attributes.");
+                      "A session holds at most " + std::to_string(most) + " attributes.");
     database_
         .Prepare("INSERT INTO session_attributes (session_id, name, value) VALUES (?1, ?2, ?3) "
                  "ON CONFLICT (session_id, name) DO UPDATE SET value = excluded.value")

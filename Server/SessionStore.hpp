@@ -31,8 +31,9 @@ public:
     [[nodiscard]] bool IsVisibleTo(const std::string& sessionId, const std::string& userId);
     /// Empty when the attribute was never set.
     [[nodiscard]] std::string GetAttribute(const std::string& sessionId, const std::string& name);
+    /// Throws Refusal when the session has `most` others already.
     void SetAttribute(const std::string& sessionId, const std::string& name,
-                      const std::string& value);
+                      const std::string& value, std::size_t most);
 
 private:
     Database& database_;

@@ -88,6 +88,15 @@ std::vector<std::string> Problems(sqlite3* handle)
     return problems;
 }
 
+/// The name, or the first of its numbered ones that no file has: no store is ever written over.
+std::string FreeName(const std::string& name)
+{
+    std::string free = name;
+    for (int number = 2; fs::exists(free); ++number)
+        free = name + "-" + std::to_string(number);
+    return free;
+}
+
 /// A store has side files while somebody has it open; without them it is one file.
 void LeaveWal(sqlite3* handle)
 {
@@ -131,7 +140,7 @@ std::string Restore(const std::string& store, const std::string& file)
     std::string former;
     if (fs::exists(store)) {
         LeaveWal(OpenStore(store).get());
-        former = store + ".before-restore";
+        former = FreeName(store + ".before-restore");
         fs::rename(store, former);
     }
     (void)IO::File::CreatePrivate(IO::Location::FromPath(OV::FromUtf8(store)));

@@ -14,7 +14,8 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr std::size_t MaximumWaiting = 2000;
+/// Of what may wait an owner has one of so many shares.
+constexpr std::size_t Shares = 4;
 constexpr std::size_t MaximumOfCommit = 64;
 /// From then on a commit takes nothing more in: those who wait for it should not wait for long.
 constexpr std::chrono::milliseconds LongestGathering{20};
@@ -28,12 +29,15 @@ std::chrono::microseconds Since(Clock::time_point begin)
 
 }  // namespace
 
-StoreWorkers::StoreWorkers(HttpServer& server, Database& database, std::size_t readers)
+StoreWorkers::StoreWorkers(HttpServer& server, Database& database, std::size_t readers,
+                           std::size_t mostWaiting)
     : server_(server), database_(database), reads_(std::max<std::size_t>(1, readers / 2)),
-      writes_(MaximumOfCommit)
+      costlyReads_(std::max<std::size_t>(1, readers / 2)), writes_(MaximumOfCommit),
+      mostWaiting_(std::max<std::size_t>(1, mostWaiting))
 {
-    for (std::size_t i = 0; i < std::max<std::size_t>(1, readers); ++i)
-        threads_.emplace_back([this](const std::stop_token& token) { ReadAll(token); });
+    const std::size_t count = std::max<std::size_t>(2, readers);
+    for (std::size_t i = 0; i < count; ++i)
+        threads_.emplace_back([this, i](const std::stop_token& token) { ReadAll(token, i != 0); });
     threads_.emplace_back([this](const std::stop_token& token) { WriteAll(token); });
 }
 
@@ -44,10 +48,11 @@ StoreWorkers::~StoreWorkers()
     threads_.clear();
 }
 
-void StoreWorkers::Read(const std::string& owner, Work work, Then then)
+void StoreWorkers::Read(const std::string& owner, Work work, Then then, Cost cost)
 {
-    Add(reads_, owner, std::move(work), std::move(then));
-    hasReads_.notify_one();
+    Add(cost == Cost::Much ? costlyReads_ : reads_, owner, std::move(work), std::move(then));
+    // Not every reader takes everything.
+    hasReads_.notify_all();
 }
 
 void StoreWorkers::Write(const std::string& owner, Work work, Then then)
@@ -59,8 +64,10 @@ void StoreWorkers::Write(const std::string& owner, Work work, Then then)
 void StoreWorkers::Add(FairQueue<Job>& queue, const std::string& owner, Work work, Then then)
 {
     Job job{owner, std::move(work), std::move(then), server_.HoldOpen()};
+    job.queue = &queue;
     const std::lock_guard guard(lock_);
-    if (queue.Size() >= MaximumWaiting)
+    if (queue.Size() >= mostWaiting_ ||
+        queue.WaitingOf(owner) >= std::max<std::size_t>(1, mostWaiting_ / Shares))
         throw Refusal(Syncra::Protocol::ErrorCode::TooManyRequests,
                       "The server has as much to do as it can. Try again in a moment.")
             .With("Retry-After", "1");
@@ -78,17 +85,26 @@ void StoreWorkers::AfterCommit(std::function<void()> news)
 StoreWorkers::Load StoreWorkers::GetLoad() const
 {
     const std::lock_guard guard(lock_);
-    return {reads_.Size(), writes_.Size(), commits_, writesDone_};
+    return {reads_.Size() + costlyReads_.Size(), writes_.Size(), commits_, writesDone_};
 }
 
-void StoreWorkers::ReadAll(const std::stop_token& token)
+std::optional<StoreWorkers::Job> StoreWorkers::TakeRead(bool takesCostly)
+{
+    isCostlysTurn_ = takesCostly && !isCostlysTurn_;
+    auto job = (isCostlysTurn_ ? costlyReads_ : reads_).Take();
+    if (!job && takesCostly)
+        job = (isCostlysTurn_ ? reads_ : costlyReads_).Take();
+    return job;
+}
+
+void StoreWorkers::ReadAll(const std::stop_token& token, bool takesCostly)
 {
     OV::System::NameCurrentThread("store reader");
     std::optional<Database::Reader> reader;
     for (;;) {
         std::unique_lock guard(lock_);
         std::optional<Job> job;
-        hasReads_.wait(guard, token, [&] { return (job = reads_.Take()).has_value(); });
+        hasReads_.wait(guard, token, [&] { return (job = TakeRead(takesCostly)).has_value(); });
         guard.unlock();
         if (!job)
             return;
@@ -103,10 +119,10 @@ void StoreWorkers::ReadAll(const std::stop_token& token)
         }
         job->time = Since(begin);
         guard.lock();
-        reads_.Done(job->owner);
+        job->queue->Done(job->owner);
         guard.unlock();
         // His next one may have waited for this one.
-        hasReads_.notify_one();
+        hasReads_.notify_all();
         Jobs done;
         WithMemory([&] { done.reserve(1); });
         done.push_back(*std::move(job));

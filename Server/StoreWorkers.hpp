@@ -18,23 +18,27 @@ namespace Nexar {
 
 /// Work on the store, so that the server's thread never waits for it: a few threads that read, each
 /// with a connection of its own, beside one that writes. Whoever asks takes turns with the others,
-/// and never has all readers for himself. What is written waits for a commit together with what
-/// others write meanwhile; it is answered when the commit is on the disk.
+/// and has at most half of the readers for what takes much time, and for what takes little; one
+/// reader is kept for the latter. What is written waits for a commit together with what others
+/// write meanwhile; it is answered when the commit is on the disk.
 class StoreWorkers {
 public:
     using Work = std::function<void()>;
     /// On the server's thread, with what the work threw. The work is destroyed there, too.
     using Then = std::function<void(std::exception_ptr)>;
 
-    StoreWorkers(HttpServer& server, Database& database, std::size_t readers);
+    StoreWorkers(HttpServer& server, Database& database, std::size_t readers,
+                 std::size_t mostWaiting);
     /// Does what still waits, and waits for it.
     ~StoreWorkers();
     StoreWorkers(const StoreWorkers&) = delete;
     StoreWorkers& operator=(const StoreWorkers&) = delete;
 
+    enum class Cost { Little, Much };
+
     /// On the server's thread. Runs `work` on one state of the store, which it cannot change.
-    /// Throws Refusal when too much waits already.
-    void Read(const std::string& owner, Work work, Then then);
+    /// Throws Refusal when too much waits already, of him or of all.
+    void Read(const std::string& owner, Work work, Then then, Cost cost = Cost::Little);
     /// The same for work that changes the store: all of it happens or nothing.
     void Write(const std::string& owner, Work work, Then then);
 
@@ -59,11 +63,14 @@ private:
         std::exception_ptr error = nullptr;
         std::vector<std::function<void()>> news = {};
         std::chrono::microseconds time{0};
+        FairQueue<Job>* queue = nullptr;
     };
     using Jobs = std::vector<Job>;
 
     void Add(FairQueue<Job>& queue, const std::string& owner, Work work, Then then);
-    void ReadAll(const std::stop_token& token);
+    /// Alternates between the two kinds of reads, or leaves the costly ones to others.
+    void ReadAll(const std::stop_token& token, bool takesCostly);
+    [[nodiscard]] std::optional<Job> TakeRead(bool takesCostly);
     void WriteAll(const std::stop_token& token);
     void Commit(Jobs& jobs);
     /// The next that waits, for the commit that is being made; nothing when there is none.
@@ -77,7 +84,10 @@ private:
     std::condition_variable_any hasReads_;
     std::condition_variable_any hasWrites_;
     FairQueue<Job> reads_;
+    FairQueue<Job> costlyReads_;
     FairQueue<Job> writes_;
+    std::size_t mostWaiting_;
+    bool isCostlysTurn_ = false;
     std::uint64_t commits_ = 0;
     std::uint64_t writesDone_ = 0;
     std::vector<std::jthread> threads_;

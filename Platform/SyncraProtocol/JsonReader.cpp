@@ -28,8 +28,6 @@ using Kind = Token::Kind;
 using Error = Boost::error_code;
 
 constexpr std::size_t MaximumDepth = 64;
-/// Two bytes of a body can become fifty of a record.
-constexpr std::size_t MaximumValues = 4'000'000;
 /// How much of the body is parsed at a time.
 constexpr std::size_t PieceSize = std::size_t{16} << 10;
 
@@ -42,7 +40,8 @@ public:
     static constexpr std::size_t max_string_size = max_array_size;
     static constexpr std::size_t max_key_size = max_array_size;
 
-    explicit TokenQueue(OV::StringView body) : body_(body) {}
+    TokenQueue(OV::StringView body, std::size_t mostValues) : body_(body), mostValues_(mostValues)
+    {}
 
     [[nodiscard]] bool IsEmpty() const { return next_ == tokens_.size(); }
     [[nodiscard]] const Token& Front()
@@ -127,8 +126,9 @@ private:
 
     void CountValue()
     {
-        if (++values_ > MaximumValues)
-            throw MalformedRecordException("The JSON holds more than 4,000,000 values.");
+        if (++values_ > mostValues_)
+            throw MalformedRecordException("The JSON holds more than " +
+                                           std::to_string(mostValues_) + " values.");
     }
     bool AddValue(const Token& token)
     {
@@ -187,6 +187,7 @@ private:
     bool isOpen_ = false;
     OV::String copies_;
     OV::String number_;
+    std::size_t mostValues_;
     std::size_t values_ = 0;
 };
 
@@ -201,7 +202,9 @@ Boost::parse_options Options()
 
 class JsonReader::Parser {
 public:
-    explicit Parser(OV::StringView body) : body_(body), parser_(Options(), body) {}
+    Parser(OV::StringView body, std::size_t mostValues)
+        : body_(body), parser_(Options(), body, mostValues)
+    {}
 
     [[nodiscard]] const Token& Peek()
     {
@@ -251,7 +254,9 @@ private:
     Boost::basic_parser<TokenQueue> parser_;
 };
 
-JsonReader::JsonReader(OV::StringView body) : parser_(std::make_unique<Parser>(body)) {}
+JsonReader::JsonReader(OV::StringView body, std::size_t mostValues)
+    : parser_(std::make_unique<Parser>(body, mostValues))
+{}
 
 JsonReader::~JsonReader() = default;
 

@@ -72,7 +72,8 @@ void UserManagement::AddPhotoRoutes(Router& router)
         return photos_.Get(id);
     });
     router.Add(
-        "PUT", Path("/{}/photo"), [this](const Call& call) { SetPhoto(call); }, Router::LargeBody);
+        "PUT", Path("/{}/photo"), [this](const Call& call) { SetPhoto(call); },
+        Router::Body::Large);
 }
 
 std::vector<Records::User> UserManagement::Chosen(const Call& call)

@@ -3,8 +3,13 @@
 #include "Support/ChildProcess.hpp"
 
 #include <atomic>
+#include <fcntl.h>
+#include <functional>
 #include <list>
 #include <memory>
+#include <set>
+#include <sys/resource.h>
+#include <sys/stat.h>
 #include <thread>
 
 namespace {
@@ -32,7 +37,8 @@ protected:
     LimitsTest()
         : ServerTest({"--sample", "--sample-lines", "0", "--requests-per-user", "3",
                       "--connections-per-address", "9", "--mails-per-box", "2",
-                      "--mail-bytes-per-project", "1000000", "--tokens-per-user", "2"})
+                      "--mail-bytes-per-project", "1000000", "--tokens-per-user", "2",
+                      "--ids-per-request", "2", "--json-values", "20"})
     {}
 };
 
@@ -79,6 +85,9 @@ TEST_F(LimitsTest, EachIsToldByItsCodeAndConcernsNobodyElse)
                   0);
         EXPECT_EQ(send("lena.fischer", "AAAA"), 4);
         EXPECT_EQ(send("yuki.tanaka", "AAAA"), 0);
+        EXPECT_EQ(anna.Ask("POST", mails + "/delete", R"({"ids":["a","b","c"]})").Code(), 4);
+        const json manyValues{{"ids", std::vector<std::string>(20)}};
+        EXPECT_EQ(anna.Ask("POST", mails + "/delete", manyValues.dump()).Code(), 1);
         // A third sign-in ends the first.
         (void)SignedIn("anna.novak");
         (void)SignedIn("anna.novak");
@@ -212,17 +221,75 @@ TEST_F(AttackTest, WhoIsSwitchedOffIsLetGo)
               std::string::npos);
 }
 
-TEST_F(AttackTest, AStoreThatIsLockedIsABusyOne)
+TEST_F(AttackTest, WhatIsMissingForAWhileIsToldAndEndsNothing)
 {
+    // Bounds what the running server may take, and gives back what it had.
+    const auto without = [&](int resource, rlim_t most) {
+        const auto former = std::make_shared<rlimit>();
+        prlimit(server.Id(), static_cast<__rlimit_resource>(resource), nullptr, former.get());
+        const rlimit less{most, former->rlim_max};
+        prlimit(server.Id(), static_cast<__rlimit_resource>(resource), &less, nullptr);
+        return std::shared_ptr<void>(former.get(), [this, former, resource](void*) {
+            prlimit(server.Id(), static_cast<__rlimit_resource>(resource), former.get(), nullptr);
+        });
+    };
+    struct Row {
+        const char* what;
+        std::function<std::shared_ptr<void>()> take;
+        std::set<int> codes;  ///< of a large mail
+    };
+    const Row rows[] = {
+        {"the store", [&] { return std::make_shared<StoreLock>(server.StorePath()); }, {25}},
+        {"room on the disk", [&] { return without(RLIMIT_FSIZE, 1000); }, {25}},
+        // It may find some, or none for the body or for the work.
+        {"memory", [&] { return without(RLIMIT_AS, 1 << 20); }, {0, 25, 26}},
+        // The store may need a file of its own for what it may have to undo.
+        {"descriptors", [&] { return without(RLIMIT_NOFILE, 3); }, {0, 25}}};
     auto anna = SignedIn("anna.novak");
-    const auto path = ProjectPath(Sample::HarbourBridge, "sessions");
-    {
-        const StoreLock lock(server.StorePath());
-        EXPECT_EQ(anna.Ask("POST", path, "{}").Code(), 25);
-        EXPECT_EQ(anna.Ask("GET", path).status, 200);
+    const auto mails = ProjectPath(Sample::HarbourBridge, "mails");
+    int key = 0;
+    const auto send = [&](Client& client) {
+        std::string mail = MailTo(std::to_string(++key), "yuki.tanaka", "").dump();
+        const std::string_view empty = R"("body":")";
+        mail.insert(mail.find(empty) + empty.size(), 9 << 20, 'A');
+        return client.Ask("POST", mails, mail).Code();
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.what);
+        EXPECT_EQ(anna.Ask("GET", "/syncra/version").status, 200) << "accepted";
+        auto missing = row.take();
+        // It is noticed only by who is accepted later.
+        RawHttp waiting(server.ModelPort());
+        (void)waiting.Send(RequestText("GET", "/syncra/version"));
+        Client kept(server.ModelPort(), anna.Token());
+        EXPECT_TRUE(row.codes.contains(send(anna)));
         EXPECT_EQ(anna.Ask("GET", "/syncra/version").status, 200);
+        missing.reset();
+        EXPECT_EQ(waiting.Read().status, 200);
+        EXPECT_EQ(send(kept), 0);
+        anna = Client(server.ModelPort(), anna.Token());
     }
-    EXPECT_EQ(anna.Ask("POST", path, "{}").status, 200);
+    EXPECT_EQ(server.Terminate(), 0);
+}
+
+TEST_F(AttackTest, TheLogMayStandStillOrGoAway)
+{
+    ASSERT_EQ(server.Terminate(), 0);
+    fs::remove(server.LogPath());
+    ASSERT_EQ(mkfifo(server.LogPath().c_str(), 0600), 0);
+    const int reader = open(server.LogPath().c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    server.Start();
+    const auto logMore = [&] {
+        for (int user = 0; user < 50; ++user)
+            EXPECT_EQ(Client(server.ModelPort())
+                          .SignIn("nobody" + std::to_string(user) + std::string(60, 'x'), "wrong")
+                          .Code(),
+                      10);
+    };
+    EXPECT_GE(fcntl(reader, F_SETPIPE_SZ, 4096), 0);
+    logMore();
+    close(reader);
+    logMore();
     EXPECT_EQ(server.Terminate(), 0);
 }
 

@@ -1,9 +1,13 @@
 #include "ServerTest.hpp"
 
 #include <cstdlib>
+#include <cstring>
 #include <fstream>
 #include <iterator>
 #include <sstream>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <thread>
 
 namespace {
 
@@ -61,6 +65,9 @@ TEST_F(OperationTest, ABackupIsTakenWhileItServesAndRestoredWhenItDoesNot)
     EXPECT_EQ(Run({"check"}, damaged), 1);
     EXPECT_EQ(Run({"restore", damaged}, server.StorePath()), 1);
     ASSERT_EQ(Run({"restore", backup}, server.StorePath()), 0) << TextOf(folder.Path() / "run.log");
+    ASSERT_EQ(Run({"restore", backup}, server.StorePath()), 0);
+    for (const char* former : {".before-restore", ".before-restore-2"})
+        EXPECT_EQ(Run({"check"}, server.StorePath().string() + former), 0) << former;
     server.Start();
     EXPECT_EQ(SignedIn("anna.novak").Ask("GET", sessions).json.at("sessions").at(0).at("id"),
               session);
@@ -102,6 +109,10 @@ TEST_F(OperationTest, TheAuditLogTellsWhoDidWhatAndNoSecret)
     Client manager(audited.ManagementPort(), jonas.Token());
     EXPECT_EQ(manager.Ask("DELETE", "/root/syncrav2/users/anna.novak").Code(), 13);
     EXPECT_EQ(jonas.Ask("GET", "/syncra/v1/projects").status, 200);
+    // Refused by their heads, with a body to come and without.
+    Client stranger(audited.ManagementPort());
+    EXPECT_EQ(stranger.Ask("DELETE", "/root/syncrav2/users/anna.novak").Code(), 15);
+    EXPECT_EQ(stranger.Ask("PUT", "/root/syncrav2/configuration", "{}").Code(), 15);
     for (int i = 0; i < 40; ++i)
         (void)manager.Ask("PUT", "/root/syncrav2/configuration", "{}");
     ASSERT_EQ(audited.Terminate(), 0);
@@ -117,11 +128,13 @@ TEST_F(OperationTest, TheAuditLogTellsWhoDidWhatAndNoSecret)
                        entry.at("path").get<std::string>() + ' ' + entry.at("status").dump());
         EXPECT_EQ(entry.at("address"), "127.0.0.1");
     }
-    ASSERT_EQ(told.size(), 43u) << all;
-    told.resize(3);
+    ASSERT_EQ(told.size(), 45u) << all;
+    told.resize(5);
     EXPECT_EQ(told, (std::vector<std::string>{"jonas.berg /syncra/v1/sign-in 200",
                                               "jonas.berg /syncra/v1/sign-in 401",
-                                              "jonas.berg /root/syncrav2/users/anna.novak 403"}));
+                                              "jonas.berg /root/syncrav2/users/anna.novak 403",
+                                              " /root/syncrav2/users/anna.novak 401",
+                                              " /root/syncrav2/configuration 401"}));
     for (const std::string& secret :
          {std::string(ServerProcess::Password), std::string("no secret"), jonas.Token()})
         EXPECT_EQ(all.find(secret), std::string::npos) << secret;
@@ -143,4 +156,58 @@ TEST_F(OperationTest, OptionsComeFromTheCommandLineTheEnvironmentAndAFileInThisO
     for (const char* line :
          {"\nport=1111\n", "\nmanagement-port=4444\n", "\nmessaging-port=6666\n"})
         EXPECT_NE(printed.find(line), std::string::npos) << line << printed;
+}
+
+TEST_F(OperationTest, AProxyNamesItsClientsAndNobodyElseDoes)
+{
+    ASSERT_EQ(server.Terminate(), 0);
+    for (const auto& [proxy, told] :
+         {std::pair("127.0.0.2,127.0.0.1", "192.0.2.7"), std::pair("127.0.0.2", "127.0.0.1")}) {
+        const fs::path file = folder.Path() / (std::string("audit of ") + told);
+        ServerProcess behind(folder.Path(),
+                             {"--behind-tls", "--proxy", proxy, "--audit-log", file});
+        RawHttp connection(behind.ModelPort());
+        (void)connection.Send("POST /syncra/v1/sign-out HTTP/1.1\r\nHost: h\r\n"
+                              "X-Forwarded-For: 198.51.100.1, 192.0.2.7\r\n"
+                              "Content-Length: 0\r\n\r\n");
+        EXPECT_EQ(connection.Read().status, 401);
+        ASSERT_EQ(behind.Terminate(), 0);
+        EXPECT_EQ(json::parse(TextOf(file)).at("address"), told);
+    }
+}
+
+TEST_F(OperationTest, AServiceHearsWhenItServesAndWhatIsTooOldGoes)
+{
+    ASSERT_EQ(server.Terminate(), 0);
+    for (const char* time : {"0", "unixepoch()"})
+        Sql("INSERT INTO events (project_id, time, user, action) VALUES ('" +
+            Sample::HarbourBridge + "', " + time + ", 'u', 'Send'); " +
+            "INSERT INTO mail_keys (project_id, sender_id, key, mail_id, time) SELECT '" +
+            Sample::HarbourBridge + "', id, '" + time + "', 'x', " + time +
+            " FROM users WHERE login = 'anna.novak'");
+    sockaddr_un address{AF_UNIX, {}};
+    std::strcpy(address.sun_path, (folder.Path() / "notify").c_str());
+    const int manager = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    ASSERT_EQ(bind(manager, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+    const timeval longest{30, 0};
+    setsockopt(manager, SOL_SOCKET, SO_RCVTIMEO, &longest, sizeof longest);
+    const auto hear = [manager] {
+        char text[64];
+        const auto size = recv(manager, text, sizeof text, 0);
+        return std::string(text, size > 0 ? static_cast<std::size_t>(size) : 0);
+    };
+    setenv("NOTIFY_SOCKET", address.sun_path, 1);
+    ServerProcess kept(folder.Path(), {"--keep-log-days", "1", "--keep-mail-keys-days", "1"});
+    unsetenv("NOTIFY_SOCKET");
+    EXPECT_EQ(hear(), "READY=1");
+    const auto count = [&](const std::string& table, const std::string& old) {
+        return EditStore(kept.StorePath(), "SELECT count(*) FROM " + table + " WHERE time " + old);
+    };
+    while (count("events", "= 0") != "0\n" || count("mail_keys", "= 0") != "0\n")
+        std::this_thread::yield();
+    EXPECT_NE(count("events", "> 0"), "0\n");
+    EXPECT_EQ(count("mail_keys", "> 0"), "1\n");
+    EXPECT_EQ(kept.Terminate(), 0);
+    EXPECT_EQ(hear(), "STOPPING=1");
+    close(manager);
 }

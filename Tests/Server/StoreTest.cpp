@@ -1,7 +1,10 @@
 #include "ServerTest.hpp"
 #include "Support/FileBytes.hpp"
+#include "Support/KillLoop.hpp"
 
 #include <atomic>
+#include <iostream>
+#include <random>
 #include <thread>
 
 namespace fs = std::filesystem;
@@ -103,32 +106,103 @@ TEST_F(StoreTest, AnotherStartWithTheSampleTeamWritesNothing)
     EXPECT_TRUE(ReadBytes(server.StorePath()) == before);
 }
 
-TEST_F(StoreTest, WhatWasAnsweredSurvivesAKillInTheMiddleOfWrites)
-{
-    const auto path = ProjectPath(Sample::HarbourBridge, "sessions");
-    const std::string session = SignedIn("anna.novak").Ask("POST", path, "{}").json.at("id");
-    const auto attribute = "/syncra/v1/sessions/" + session + "/attributes/count";
-    for (int round = 0; round < 5; ++round) {
-        Client writing = SignedIn("anna.novak");
-        std::atomic<int> answered = 0;
-        std::atomic<bool> ended = false;
-        std::thread writer([&] {
-            for (int i = 1;
-                 writing.Ask("PUT", attribute, nlohmann::json{{"value", std::to_string(i)}}.dump())
-                     .status == 200;
-                 ++i)
-                answered = i;
-            ended = true;
-        });
-        while (answered < 20 + round && !ended)
-            std::this_thread::yield();
-        EXPECT_FALSE(ended);
-        server.Kill();
-        writer.join();
-        server.Start();
-        const auto value = SignedIn("anna.novak").Ask("GET", attribute).json.at("value");
-        // The write that was under way may have happened; nothing else may differ.
-        EXPECT_TRUE(value == std::to_string(answered) || value == std::to_string(answered + 1))
-            << value << " after " << answered;
+namespace {
+
+/// Sends mails one after the other, each until it is answered, as a client does.
+class Sender {
+public:
+    Sender(const ServerProcess& server, std::string name) : server_(server), name_(std::move(name))
+    {}
+    /// Until the server answers no more.
+    void SendOn()
+    {
+        try {
+            Client client(server_.ModelPort(), name_, ServerProcess::Password);
+            while (Send(client)) {
+            }
+        } catch (const std::runtime_error&) {
+            // It was gone before it could be reached.
+        }
     }
+    /// The mail that was under way, with the key that it had.
+    void SendAgain()
+    {
+        Client client(server_.ModelPort(), name_, ServerProcess::Password);
+        EXPECT_TRUE(Send(client));
+    }
+    [[nodiscard]] int Acknowledged() const { return acknowledged_; }
+
+private:
+    bool Send(Client& client)
+    {
+        const auto key = name_ + std::to_string(acknowledged_);
+        const nlohmann::json mail{
+            {"key", key},
+            {"recipients", {"yuki.tanaka"}},
+            {"message", {{"header", {{"Key", key}}}, {"body", std::string(2000, 'A')}}}};
+        const auto path = "/syncra/v1/projects/" + Sample::HarbourBridge + "/mails";
+        const bool isAnswered = client.Ask("POST", path, mail.dump()).status == 200;
+        acknowledged_ += isAnswered ? 1 : 0;
+        return isAnswered;
+    }
+
+    const ServerProcess& server_;
+    std::string name_;
+    std::atomic<int> acknowledged_ = 0;
+};
+
+/// How many mails a store holds, each of which must be there once, with an entry for both.
+int MailsOf(const fs::path& store)
+{
+    const std::string extra =
+        EditStore(store, "SELECT header FROM mails GROUP BY header HAVING count(*) > 1 UNION ALL "
+                         "SELECT id FROM mails WHERE "
+                         "(SELECT count(*) FROM mail_entries WHERE mail = number) <> 2");
+    EXPECT_EQ(extra, "") << "twice, or half";
+    return std::stoi(EditStore(store, "SELECT count(*) FROM mails"));
+}
+
+}  // namespace
+
+TEST_F(StoreTest, AKillInTheMiddleOfWritesLosesNoAnsweredMailAndNoBackup)
+{
+    const int kills = Rounds(4, 1000);
+    std::mt19937 random(std::random_device{}());
+    std::uniform_int_distribution<int> instant(0, 60);
+    const auto backup = folder.Path() / "backup.db", restored = folder.Path() / "restored.db";
+    const auto run = [&](const std::string& command, const fs::path& store) {
+        return ServerProcess::Run({command, backup, "--data", store}, "/dev/null",
+                                  folder.Path() / "run.log");
+    };
+    int answered = 0, inBackups = 0;
+    for (int kill = 0; kill < kills && !HasFailure(); ++kill) {
+        Sender first(server, "anna.novak"), second(server, "lena.fischer");
+        std::thread threads[] = {std::thread([&] { first.SendOn(); }),
+                                 std::thread([&] { second.SendOn(); })};
+        while (first.Acknowledged() == 0 || second.Acknowledged() == 0)
+            std::this_thread::yield();
+        const int before = first.Acknowledged() + second.Acknowledged();
+        std::thread killer([&] {
+            std::this_thread::sleep_for(std::chrono::milliseconds(instant(random)));
+            server.Ask(SIGKILL);
+        });
+        EXPECT_EQ(run("backup", server.StorePath()), 0) << ReadBytes(folder.Path() / "run.log");
+        for (std::thread* thread : {&killer, &threads[0], &threads[1]})
+            thread->join();
+        server.Kill();
+        server.Start();
+        first.SendAgain();
+        second.SendAgain();
+        EXPECT_EQ(MailsOf(server.StorePath()), first.Acknowledged() + second.Acknowledged());
+        EXPECT_EQ(run("restore", restored), 0) << ReadBytes(folder.Path() / "run.log");
+        const int kept = MailsOf(restored);
+        EXPECT_GE(kept, before);
+        answered += first.Acknowledged() + second.Acknowledged();
+        inBackups += kept;
+        Sql("DELETE FROM mails; DELETE FROM mail_keys");
+        fs::remove(backup);
+        fs::remove(restored);
+    }
+    std::cout << kills << " kills, " << answered << " answered mails, " << inBackups
+              << " of them in backups\n";
 }

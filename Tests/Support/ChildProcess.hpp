@@ -26,6 +26,7 @@ public:
     ChildProcess(ChildProcess&& other) noexcept : id_(std::exchange(other.id_, 0)) {}
     ChildProcess& operator=(ChildProcess&&) = delete;
 
+    [[nodiscard]] pid_t Id() const { return id_; }
     void Signal(int signal) const
     {
         // An id of 0 would mean this very process and its group.

@@ -43,6 +43,8 @@ public:
     [[nodiscard]] const std::string& ReadyLine() const { return readyLine_; }
     [[nodiscard]] std::string Log() const { return ReadBytes(LogPath()); }
 
+    [[nodiscard]] pid_t Id() const { return server_->Id(); }
+
     /// Ends it at once, as a crash would.
     void Kill() { (void)End(SIGKILL); }
     /// Asks it to end and waits; its exit code, or EndedBySignal.

@@ -48,7 +48,11 @@ public:
         OV::StringView text = {};  ///< of texts and keys, UTF-8; valid until the next call
     };
 
-    explicit JsonReader(OV::StringView body);
+    /// Two bytes of a body can become fifty of a record.
+    static constexpr std::size_t MostValues = 4'000'000;
+
+    /// `mostValues` bounds what the body holds; beyond it the next token throws.
+    explicit JsonReader(OV::StringView body, std::size_t mostValues = MostValues);
     ~JsonReader();
     JsonReader(const JsonReader&) = delete;
     JsonReader& operator=(const JsonReader&) = delete;

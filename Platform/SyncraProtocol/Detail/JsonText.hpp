@@ -13,11 +13,13 @@ template <class Record>
     return RecordReader(body, RecordReader::Sender::Server).Read<Record>();
 }
 
-/// What a client asks: as ReadAnswer, without the fields that the server gives.
+/// What a client asks: as ReadAnswer, without the fields that the server gives, and with at most
+/// so many values.
 template <class Record>
-[[nodiscard]] Record ReadRequest(OV::StringView body)
+[[nodiscard]] Record ReadRequest(OV::StringView body,
+                                 std::size_t mostValues = JsonReader::MostValues)
 {
-    return RecordReader(body, RecordReader::Sender::Client).Read<Record>();
+    return RecordReader(body, RecordReader::Sender::Client, mostValues).Read<Record>();
 }
 
 /// One line of JSON.

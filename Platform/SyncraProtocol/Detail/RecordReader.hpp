@@ -23,8 +23,9 @@ class RecordReader {
 public:
     enum class Sender { Client, Server };
 
-    RecordReader(OV::StringView body, Sender sender)
-        : json_(body), isRequest_(sender == Sender::Client)
+    RecordReader(OV::StringView body, Sender sender,
+                 std::size_t mostValues = JsonReader::MostValues)
+        : json_(body, mostValues), isRequest_(sender == Sender::Client)
     {}
 
     template <class Record>

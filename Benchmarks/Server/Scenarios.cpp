@@ -1,0 +1,535 @@
+#include "Scenarios.hpp"
+
+#include "Support/StoreEdit.hpp"
+
+#include <algorithm>
+#include <atomic>
+#include <list>
+#include <memory>
+#include <numeric>
+#include <sys/resource.h>
+#include <sys/syscall.h>
+#include <thread>
+
+namespace Load {
+
+namespace {
+
+using namespace std::chrono_literals;
+using Clock = std::chrono::steady_clock;
+
+const std::string Project = "6B1F0C52-8A5D-4B1E-9B6A-0D3C7E5A1001";
+const std::string ProjectPath = "/syncra/v1/projects/" + Project;
+constexpr const char* Password = "nexar-sample";
+constexpr const char* StrangersAddress = "127.0.0.9";
+
+double SecondsSince(Clock::time_point begin)
+{
+    return std::chrono::duration<double>(Clock::now() - begin).count();
+}
+
+/// The latencies of many requests in milliseconds.
+class Latencies {
+public:
+    void Add(double milliseconds) { all_.push_back(milliseconds); }
+    /// The value that `share` of them do not exceed.
+    double At(double share)
+    {
+        if (all_.empty())
+            return std::numeric_limits<double>::quiet_NaN();
+        std::sort(all_.begin(), all_.end());
+        return all_[static_cast<std::size_t>(share * static_cast<double>(all_.size() - 1))];
+    }
+    [[nodiscard]] std::size_t Count() const { return all_.size(); }
+
+private:
+    std::vector<double> all_;
+};
+
+/// Runs a task to its end on a loop of its own, on this thread.
+template <class MakeTask>
+void Run(MakeTask makeTask)
+{
+    asio::io_context context;
+    asio::co_spawn(context, makeTask(context), [](std::exception_ptr error) {
+        if (error)
+            std::rethrow_exception(error);
+    });
+    context.run();
+}
+
+/// What goes on beside that which is measured: a thread of its own, which does not take the
+/// processor from what measures.
+class Beside {
+public:
+    template <class MakeTask>
+    explicit Beside(MakeTask makeTask)
+        : thread_([this, makeTask] {
+              setpriority(PRIO_PROCESS, static_cast<id_t>(syscall(SYS_gettid)),
+                          getpriority(PRIO_PROCESS, 0) + 5);
+              Run([&](asio::io_context& context) { return makeTask(context, ends_); });
+          })
+    {}
+    ~Beside() { ends_ = true; }
+    Beside(const Beside&) = delete;
+    Beside& operator=(const Beside&) = delete;
+
+private:
+    std::atomic<bool> ends_ = false;
+    std::jthread thread_;
+};
+using Ends = std::atomic<bool>;
+
+Task<> Pause(asio::io_context& context, Clock::duration time)
+{
+    asio::steady_timer timer(context, time);
+    co_await timer.async_wait(asio::as_tuple(asio::use_awaitable));
+}
+
+Task<std::string> Token(Link& link, std::string user)
+{
+    const auto text = SignInText(user, Password);
+    const auto answer = co_await link.Ask(text);
+    co_return TextOf(answer.body, "token");
+}
+
+constexpr auto LongestSignIn = 30s;
+
+/// A sign-in as a client does it: opens a connection, and comes again when it is told to.
+Task<> SignInPatiently(asio::io_context& context, Place place, const char* from, double& seconds)
+{
+    const auto begin = Clock::now();
+    const auto text = SignInText("anna.novak", Password);
+    Response answer;
+    while (answer.status != 200) {
+        Link link(context);
+        const bool isOpen = co_await link.Open(place, from);
+        if (isOpen)
+            answer = co_await link.Ask(text);
+        if (answer.status != 200)
+            co_await Pause(context, 1s);
+    }
+    seconds = SecondsSince(begin);
+    context.stop();
+}
+
+// ---- strangers
+// -----------------------------------------------------------------------------------
+
+/// One who knows no password; he waits for the answer, or goes at once.
+Task<> Stranger(asio::io_context& context, Place place, int number, std::shared_ptr<int> open)
+{
+    Link link(context);
+    const bool isOpen = co_await link.Open(place, StrangersAddress);
+    if (isOpen) {
+        const auto text = SignInText("stranger" + std::to_string(number), "guessed");
+        if (number % 2 == 0)
+            co_await link.Send(text);
+        else
+            co_await link.Ask(text);
+    }
+    --*open;
+}
+
+/// So many strangers a second, half of whom wait for their answers.
+Task<> Flood(asio::io_context& context, Place place, int eachSecond, const Ends& ends)
+{
+    const auto open = std::make_shared<int>(0);
+    int number = 0;
+    auto next = Clock::now();
+    while (!ends) {
+        for (int i = 0; i < eachSecond / 100 && *open < 900; ++i) {
+            ++*open;
+            asio::co_spawn(context, Stranger(context, place, ++number, open), asio::detached);
+        }
+        next = std::max(next + 10ms, Clock::now());
+        co_await Pause(context, next - Clock::now());
+    }
+    context.stop();
+}
+
+auto FloodOf(Place place, int eachSecond)
+{
+    return [=](asio::io_context& context, const Ends& ends) {
+        return Flood(context, place, eachSecond, ends);
+    };
+}
+
+Figures SignInDuringFlood(const Stage& stage)
+{
+    Figures figures;
+    for (const auto& [name, from] :
+         {std::pair{"from another address", "127.0.0.1"}, {"from theirs", StrangersAddress}}) {
+        MeasuredServer server(stage.program, stage.store);
+        const Place place{server.Port()};
+        const Beside flood(FloodOf(place, 1000));
+        std::this_thread::sleep_for(1s);
+        double seconds = LongestSignIn.count();
+        asio::io_context context;
+        asio::co_spawn(context, SignInPatiently(context, place, from, seconds), asio::detached);
+        context.run_for(LongestSignIn);
+        figures.push_back({std::string("sign-in ") + name + ", s (30: not within that)", seconds});
+    }
+    return figures;
+}
+
+// ---- bodies
+// --------------------------------------------------------------------------------------
+
+Figures UnfinishedBodies(const Stage& stage)
+{
+    constexpr std::size_t promised = 16u << 20;
+    MeasuredServer server(stage.program, stage.store);
+    const double before = server.MebibytesOfMemory();
+    double after = 0;
+    Run([&](asio::io_context& context) -> Task<> {
+        std::list<Link> links;
+        const std::string body(promised - 1, ' ');
+        auto text = RequestText("POST", "/syncra/v1/projects");
+        text.replace(text.find("Length: 0"), 9, "Length: " + std::to_string(promised));
+        text += body;
+        for (int i = 0; i < 24; ++i) {
+            const bool isOpen = co_await links.emplace_back(context).Open({server.Port()});
+            if (isOpen)
+                co_await links.back().Send(text);
+        }
+        co_await Pause(context, 200ms);
+        after = server.MebibytesOfMemory();
+    });
+    return {{"memory before, MiB", before}, {"with 24 unfinished bodies of 16 MiB, MiB", after}};
+}
+
+// ---- bulk work
+// -----------------------------------------------------------------------------------
+
+/// The oldest mails of a box, as a list of JSON texts.
+std::vector<std::string> MailIds(const std::filesystem::path& store, const std::string& user,
+                                 int count)
+{
+    std::vector<std::string> ids;
+    std::string rows = EditStore(
+        store, "SELECT '\"' || m.id || '\"' FROM mail_entries e JOIN mails m ON m.number = e.mail "
+               "JOIN users u ON u.id = e.user_id WHERE u.login = '" +
+                   user + "' ORDER BY e.time_stamp, e.mail LIMIT " + std::to_string(count));
+    for (std::size_t begin = 0, end; (end = rows.find('\n', begin)) != std::string::npos;
+         begin = end + 1)
+        ids.push_back(rows.substr(begin, end - begin));
+    return ids;
+}
+
+std::string DeleteText(const std::string& token, const std::vector<std::string>& ids,
+                       std::size_t from, std::size_t count)
+{
+    std::string body = R"({"ids":[)";
+    for (std::size_t i = from; i < std::min(ids.size(), from + count); ++i)
+        body += (i > from ? "," : "") + ids[i];
+    return RequestText("POST", ProjectPath + "/mails/delete", token, body + "]}");
+}
+
+/// In one request, or in as many as the server wants.
+Task<> DeleteMails(Link& link, const std::string& token, const std::vector<std::string>& ids)
+{
+    std::string text = DeleteText(token, ids, 0, ids.size());
+    const auto answer = co_await link.Ask(text);
+    if (answer.status != 413)
+        co_return;
+    for (std::size_t from = 0; from < ids.size(); from += 1000) {
+        text = DeleteText(token, ids, from, 1000);
+        co_await link.Ask(text);
+    }
+}
+
+Figures StopDuringDeletion(const Stage& stage)
+{
+    const auto ids = MailIds(stage.store, "omar.haddad", 40'000);
+    MeasuredServer server(stage.program, stage.store);
+    std::atomic<bool> isSignedIn = false;
+    const Beside deleting([&](asio::io_context& context, const Ends&) -> Task<> {
+        Link link(context);
+        co_await link.Open({server.Port()});
+        const auto token = co_await Token(link, "omar.haddad");
+        isSignedIn = true;
+        co_await DeleteMails(link, token, ids);
+    });
+    while (!isSignedIn)
+        std::this_thread::sleep_for(1ms);
+    std::this_thread::sleep_for(50ms);
+    return {{"stop during the deletion of 40,000 mails, s", server.Stop()}};
+}
+
+// ---- everybody at once
+// ---------------------------------------------------------------------------
+
+/// Asks at fixed times, and counts from these: a request that had to wait for the one before it is
+/// late, too.
+Task<> Probe(asio::io_context& context, Place place, std::string user, Clock::duration time,
+             Latencies& latencies)
+{
+    Link link(context);
+    co_await link.Open(place);
+    const auto token = co_await Token(link, user);
+    const auto text = RequestText("GET", "/syncra/v1/projects", token);
+    const auto end = Clock::now() + time;
+    for (auto due = Clock::now() + 5ms; due < end; due += 5ms) {
+        if (due > Clock::now())
+            co_await Pause(context, due - Clock::now());
+        const auto answer = co_await link.Ask(text);
+        if (answer.status == 200)
+            latencies.Add(1000 * SecondsSince(due));
+    }
+}
+
+Task<> FetchBox(asio::io_context& context, Place place, const Ends& ends, std::atomic<int>& pages)
+{
+    Link link(context);
+    co_await link.Open(place);
+    const auto token = co_await Token(link, "yuki.tanaka");
+    std::string cursor;
+    while (!ends) {
+        const auto text =
+            RequestText("GET", ProjectPath + "/mails?since=0&cursor=" + cursor, token);
+        const auto page = co_await link.Ask(text);
+        cursor = page.body.substr(std::max<std::size_t>(page.body.size(), 80) - 80);
+        cursor = TextOf(cursor, "cursor");
+        pages += page.status == 200 ? 1 : 0;
+    }
+}
+
+Task<> DeleteBox(asio::io_context& context, Place place, const Ends& ends,
+                 const std::vector<std::string>& ids, std::atomic<int>& deletions)
+{
+    Link link(context);
+    co_await link.Open(place);
+    const auto token = co_await Token(link, "omar.haddad");
+    for (std::size_t from = 0; from + 10'000 <= ids.size() && !ends; from += 10'000) {
+        const auto begin = ids.begin() + static_cast<std::ptrdiff_t>(from);
+        const std::vector<std::string> some(begin, begin + 10'000);
+        co_await DeleteMails(link, token, some);
+        ++deletions;
+    }
+}
+
+Figures EverybodyAtOnce(const Stage& stage)
+{
+    const auto ids = MailIds(stage.store, "omar.haddad", 40'000);
+    MeasuredServer server(stage.program, stage.store);
+    const Place place{server.Port()};
+    Latencies latencies;
+    std::atomic<int> pages = 0, deletions = 0;
+    constexpr int seconds = 8;
+    std::optional<Beside> fetching, deleting, flood;
+    // The flood begins last: all others are signed in by then.
+    fetching.emplace([&](asio::io_context& context, const Ends& ends) {
+        return FetchBox(context, place, ends, pages);
+    });
+    while (pages == 0)
+        std::this_thread::sleep_for(1ms);
+    Run([&](asio::io_context& context) -> Task<> {
+        Link link(context);
+        co_await link.Open(place);
+        (void)co_await Token(link, "omar.haddad");
+        (void)co_await Token(link, "anna.novak");
+    });
+    deleting.emplace([&](asio::io_context& context, const Ends& ends) {
+        return DeleteBox(context, place, ends, ids, deletions);
+    });
+    flood.emplace(FloodOf(place, 1000));
+    Run([&](asio::io_context& context) {
+        return Probe(context, place, "anna.novak", std::chrono::seconds(seconds), latencies);
+    });
+    flood.reset();
+    fetching.reset();
+    deleting.reset();
+    return {{"project list, median, ms", latencies.At(0.5)},
+            {"project list, 99 of 100, ms", latencies.At(0.99)},
+            {"project list, longest, ms", latencies.At(1)},
+            {"mails fetched beside, each second", 1000.0 * pages / seconds},
+            {"times 10,000 mails were deleted beside", static_cast<double>(deletions)}};
+}
+
+// ---- rates
+// ---------------------------------------------------------------------------------------
+
+Task<> AskUntil(Link& link, const std::string& text, Clock::time_point end, Latencies& latencies)
+{
+    while (Clock::now() < end) {
+        const auto begin = Clock::now();
+        const auto answer = co_await link.Ask(text);
+        if (answer.status != 200)
+            co_return;
+        latencies.Add(1000 * SecondsSince(begin));
+    }
+}
+
+Figures RateOf(const Stage& stage, bool isProtected, const std::vector<std::string>& certificate)
+{
+    const std::vector<std::pair<std::string, std::string>> requests = {
+        {"membership", ProjectPath + "/membership"},
+        {"project list", "/syncra/v1/projects"},
+        {"new mails", ProjectPath + "/mails?since=1900000000"},
+        {"own session", ProjectPath + "/sessions"}};
+    Figures figures;
+    for (const auto& request : requests)
+        for (const char* what : {", requests/s", ", 99 of 100, ms"})
+            figures.push_back({request.first + (isProtected ? ", TLS" : "") + what});
+    if (isProtected && !stage.program.KnowsTls())
+        return figures;
+    MeasuredServer server(stage.program, stage.store,
+                          isProtected ? certificate : std::vector<std::string>());
+    Run([&](asio::io_context& context) -> Task<> {
+        constexpr int clients = 32;
+        std::list<Link> links;
+        for (int i = 0; i < clients; ++i)
+            co_await links.emplace_back(context).Open({server.Port(), isProtected});
+        const auto token = co_await Token(links.front(), "anna.novak");
+        for (std::size_t which = 0; which < requests.size(); ++which) {
+            const auto text = RequestText("GET", requests[which].second, token);
+            Latencies latencies;
+            const auto begin = Clock::now();
+            int open = clients;
+            for (auto& link : links)
+                asio::co_spawn(context, AskUntil(link, text, begin + 1500ms, latencies),
+                               [&open](const std::exception_ptr&) { --open; });
+            while (open > 0)
+                co_await Pause(context, 1ms);
+            figures[2 * which].value = static_cast<double>(latencies.Count()) / SecondsSince(begin);
+            figures[2 * which + 1].value = latencies.At(0.99);
+        }
+    });
+    return figures;
+}
+
+// ---- held requests
+// -------------------------------------------------------------------------------
+
+Task<> Hear(Link& link, int& heard)
+{
+    const auto answer = co_await link.Receive();
+    heard += answer.status == 200 ? 1 : 0;
+}
+
+Figures HeldRequests(const Stage& stage, int count, bool isProtected,
+                     std::vector<std::string> options)
+{
+    const std::string name = std::to_string(count) + " held" + (isProtected ? ", TLS" : "");
+    Figures figures = {{name + ", KiB each"}, {name + ", ms until all hear"}};
+    if (isProtected && !stage.program.KnowsTls())
+        return figures;
+    for (const char* limit :
+         {"--connections=12000", "--connections-per-address=12000", "--requests-per-user=12000"})
+        options.emplace_back(limit);
+    MeasuredServer server(stage.program, stage.store, options);
+    const Place place{server.Port(), isProtected};
+    Run([&](asio::io_context& context) -> Task<> {
+        Link actor(context);
+        co_await actor.Open(place);
+        const auto token = co_await Token(actor, "anna.novak");
+        const auto text = RequestText(
+            "GET", "/syncra/v1/signals?project=" + Project + "&after=0&wait=60000", token);
+        const double before = server.MebibytesOfMemory();
+        std::list<Link> links;
+        for (int i = 0; i < count; ++i) {
+            bool isTaken = co_await links.emplace_back(context).Open(place);
+            if (isTaken)
+                isTaken = co_await links.back().Send(text);
+            if (!isTaken)
+                co_return;
+        }
+        co_await Pause(context, 1s);
+        const double after = server.MebibytesOfMemory();
+        int heard = 0, open = count;
+        for (auto& link : links)
+            asio::co_spawn(context, Hear(link, heard),
+                           [&open](const std::exception_ptr&) { --open; });
+        // Some could not be held and have ended already.
+        co_await Pause(context, 200ms);
+        if (open < count)
+            co_return;
+        const auto begin = Clock::now();
+        const auto raise = RequestText("POST", ProjectPath + "/sessions", token, "{}");
+        co_await actor.Ask(raise);
+        while (open > 0)
+            co_await Pause(context, 1ms);
+        if (heard < count)
+            co_return;
+        figures[0].value = 1024 * (after - before) / count;
+        figures[1].value = 1000 * SecondsSince(begin);
+    });
+    return figures;
+}
+
+/// The options for a certificate that the program itself made beside the store.
+std::vector<std::string> Certificate(const Stage& stage)
+{
+    if (!stage.program.KnowsTls())
+        return {};
+    const std::string file = stage.store.string() + ".pem";
+    const std::vector<std::string> options = {"--certificate=" + file, "--key=" + file + ".key"};
+    if (!std::filesystem::exists(file))
+        (void)OutputOf(stage.program.Path() + " --make-certificate 127.0.0.1 '" + options[0] +
+                       "' '" + options[1] + "'");
+    return options;
+}
+
+Figures ForPlainAndTls(const Stage& stage,
+                       const std::function<Figures(bool, const std::vector<std::string>&)>& run)
+{
+    Figures figures = run(false, {});
+    const auto protectedOnes = run(true, Certificate(stage));
+    figures.insert(figures.end(), protectedOnes.begin(), protectedOnes.end());
+    return figures;
+}
+
+Scenario HeldScenario(int count)
+{
+    return {std::to_string(count) + " held requests", [count](const Stage& stage) {
+                return ForPlainAndTls(stage, [&](bool isProtected, const auto& certificate) {
+                    return HeldRequests(stage, count, isProtected,
+                                        isProtected ? certificate : std::vector<std::string>());
+                });
+            }};
+}
+
+}  // namespace
+
+std::vector<Scenario> AllScenarios()
+{
+    return {{"Everybody at once", EverybodyAtOnce},
+            {"A sign-in during a flood", SignInDuringFlood},
+            {"Unfinished bodies", UnfinishedBodies},
+            {"Stop", StopDuringDeletion},
+            {"Rates on 32 connections",
+             [](const Stage& stage) {
+                 return ForPlainAndTls(stage, [&](bool isProtected, const auto& certificate) {
+                     return RateOf(stage, isProtected, certificate);
+                 });
+             }},
+            HeldScenario(500),
+            HeldScenario(10'000)};
+}
+
+void MakeStore(const Program& program, const std::filesystem::path& store)
+{
+    MeasuredServer(program, store, {"--sample", "--sample-lines=0"}).Stop();
+    const auto fill = [&](const std::string& user, int count, int first) {
+        const auto numbers = "WITH RECURSIVE n(i) AS (SELECT " + std::to_string(first) +
+                             " UNION ALL SELECT i + 1 FROM n WHERE i + 1 < " +
+                             std::to_string(first + count) + ") ";
+        const auto at = std::to_string(1'700'000'000);
+        EditStore(store, "BEGIN; INSERT INTO mails (id, project_id, time_stamp, header, body) " +
+                             numbers + "SELECT printf('%08X-0000-4000-8000-000000000000', i), '" +
+                             Project + "', " + at +
+                             " + i, '{\"Subject\":\"Mail ' || i || '\",\"Version\":\"1\"}', "
+                             "hex(zeroblob(200)) FROM n; "
+                             "INSERT INTO mail_entries (user_id, project_id, time_stamp, mail, "
+                             "is_copy, is_read, read_change, historical_change) SELECT "
+                             "(SELECT id FROM users WHERE login = '" +
+                             user + "'), '" + Project +
+                             "', time_stamp, number, 0, 0, 1, 1 FROM mails WHERE time_stamp >= " +
+                             at + " + " + std::to_string(first) + "; COMMIT");
+    };
+    fill("yuki.tanaka", 100'000, 1);
+    fill("omar.haddad", 40'000, 200'000);
+}
+
+}  // namespace Load
