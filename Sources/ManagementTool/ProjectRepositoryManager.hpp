@@ -4,7 +4,7 @@
 #include "OVRoot/Export.hpp"
 #include "SyncraProtocol/Management/ConnectedModule.hpp"
 #include "SyncraProtocol/Management/ProjectCategory.hpp"
-#include "SyncraProtocol/Management/V2/Project.hpp"
+#include "SyncraProtocol/Management/V2/ProjectV2.hpp"
 
 namespace Syncra::Server::Management {
 class ProjectRepository;
