@@ -58,8 +58,24 @@ void Run(MakeTask makeTask)
     context.run();
 }
 
-/// What goes on beside that which is measured: a thread of its own, which does not take the
-/// processor from what measures.
+Task<> Pause(asio::io_context& context, Clock::duration time)
+{
+    asio::steady_timer timer(context, time);
+    co_await timer.async_wait(asio::as_tuple(asio::use_awaitable));
+}
+
+using Ends = std::atomic<bool>;
+
+/// Cuts off everything on a loop once it ends.
+Task<> StopAtEnd(asio::io_context& context, const Ends& ends)
+{
+    while (!ends)
+        co_await Pause(context, 5ms);
+    context.stop();
+}
+
+/// What goes on beside that which is measured, until this object goes: a thread of its own, which
+/// does not take the processor from what measures.
 class Beside {
 public:
     template <class MakeTask>
@@ -67,7 +83,10 @@ public:
         : thread_([this, makeTask] {
               setpriority(PRIO_PROCESS, static_cast<id_t>(syscall(SYS_gettid)),
                           getpriority(PRIO_PROCESS, 0) + 5);
-              Run([&](asio::io_context& context) { return makeTask(context, ends_); });
+              asio::io_context context;
+              asio::co_spawn(context, makeTask(context, ends_), asio::detached);
+              asio::co_spawn(context, StopAtEnd(context, ends_), asio::detached);
+              context.run();
           })
     {}
     ~Beside() { ends_ = true; }
@@ -75,16 +94,9 @@ public:
     Beside& operator=(const Beside&) = delete;
 
 private:
-    std::atomic<bool> ends_ = false;
+    Ends ends_ = false;
     std::jthread thread_;
 };
-using Ends = std::atomic<bool>;
-
-Task<> Pause(asio::io_context& context, Clock::duration time)
-{
-    asio::steady_timer timer(context, time);
-    co_await timer.async_wait(asio::as_tuple(asio::use_awaitable));
-}
 
 Task<std::string> Token(Link& link, std::string user)
 {
@@ -145,7 +157,6 @@ Task<> Flood(asio::io_context& context, Place place, int eachSecond, const Ends&
         next = std::max(next + 10ms, Clock::now());
         co_await Pause(context, next - Clock::now());
     }
-    context.stop();
 }
 
 auto FloodOf(Place place, int eachSecond)
@@ -423,7 +434,8 @@ Figures HeldRequests(const Stage& stage, int count, bool isProtected,
     Run([&](asio::io_context& context) -> Task<> {
         Link actor(context);
         co_await actor.Open(place);
-        const auto token = co_await Token(actor, "anna.novak");
+        // The session of the one is in the store of the other.
+        const auto token = co_await Token(actor, isProtected ? "lena.fischer" : "anna.novak");
         const auto text = RequestText(
             "GET", "/syncra/v1/signals?project=" + Project + "&after=0&wait=60000", token);
         const double before = server.MebibytesOfMemory();
