@@ -34,9 +34,17 @@ void AskUsers(std::uint16_t port)
         Host, static_cast<short>(port), u"u", u"p", false);
 }
 
+/// Notified once StopLate is under way.
+OV::Condition& Begun()
+{
+    static auto& begun = *new OV::Condition;
+    return begun;
+}
+
 /// Waits until it is asked to stop, and then does what the end of a request does.
 void StopLate()
 {
+    Begun().Notify();
     try {
         OV::Thread::Sleep(600'000);
     } catch (const OV::InterruptedException&) {
@@ -133,6 +141,8 @@ TEST(ProcessEndTest, WorkUnderWayFindsWhatItNeedsAndEnds)
                                                                                        true);
                 row.begin(server.Port());
                 reached.Wait();
+                if (*row.said != '\0')
+                    Begun().Wait();
                 std::exit(0);
             },
             testing::ExitedWithCode(0), row.said);
