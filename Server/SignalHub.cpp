@@ -8,6 +8,7 @@
 
 namespace Nexar {
 
+using Syncra::Protocol::EverySignal;
 using Syncra::Protocol::Signal;
 using Syncra::Protocol::SignalBatch;
 using Syncra::Protocol::SignalId;
