@@ -49,18 +49,6 @@ protected:
         return Run(command, answers);
     }
     static std::string PlaceOf(std::uint16_t port) { return "127.0.0.1:" + std::to_string(port); }
-    [[nodiscard]] Strings Showing(const std::string& name) const
-    {
-        return {"--sample",
-                "--sample-lines",
-                "0",
-                "--audit-log",
-                Audit(),
-                "--certificate",
-                certificates.Certificate(name),
-                "--key",
-                certificates.Key(name)};
-    }
     [[nodiscard]] std::string Audit() const { return folder.Path() / "audit"; }
 
     TemporaryFolder folder;
@@ -71,21 +59,8 @@ TEST_F(TrustCommandTest, NothingIsSentToAServerThatIsNotTheOneThatWasMeant)
 {
     for (const auto& each : DoubtfulCases) {
         SCOPED_TRACE(each.name);
-        std::optional<ServerProcess> server;
-        std::optional<Impostor> impostor;
-        const auto place = folder.Path() / each.name;
-        std::filesystem::create_directory(place);
-        if (each.isImpostor)
-            impostor.emplace(place, certificates.Certificate(each.shows),
-                             certificates.Key(each.shows));
-        else
-            server.emplace(place, each.shows ? Showing(each.shows)
-                                             : Strings{"--sample", "--sample-lines", "0",
-                                                       "--audit-log", Audit()});
-        const auto port = impostor ? impostor->Port() : server->ModelPort();
-        if (each.trusted)  // as if the one that was meant had been there before
-            Communication::ServerTrust::GetInstance().Trust(
-                {u"127.0.0.1", port, OV::FromUtf8(certificates.Fingerprint(each.trusted))}, true);
+        const DoubtfulServer server(each, folder.Path(), certificates, {"--audit-log", Audit()});
+        const auto port = server.Port();
         const TerminalRun run = Connect(port, {"--ca-file", certificates.Authority()});
         EXPECT_EQ(run.code, 11);
         EXPECT_NE(run.output.find(each.problem), std::string::npos) << run.output;
@@ -95,20 +70,20 @@ TEST_F(TrustCommandTest, NothingIsSentToAServerThatIsNotTheOneThatWasMeant)
                 << run.output;
         }
         EXPECT_EQ(ReadBytes(Audit()), "") << "signed in";
-        if (!impostor)
+        EXPECT_EQ(server.Heard(), "");
+        if (!each.isImpostor)
             continue;
-        EXPECT_EQ(impostor->Heard(), "");
         // Who trusts an impostor tells him the password: he would have heard it.
         (void)Run({"server", "distrust", PlaceOf(port)});
         EXPECT_EQ(Trust(port, {"--yes"}).code, 0);
         (void)Connect(port);
-        EXPECT_NE(impostor->Heard().find(ServerProcess::Password), std::string::npos);
+        EXPECT_NE(server.Heard().find(ServerProcess::Password), std::string::npos);
     }
 }
 
 TEST_F(TrustCommandTest, AServerIsTrustedByItsFingerprintUntilItsCertificateChanges)
 {
-    ServerProcess server(folder.Path(), Showing("stranger"));
+    ServerProcess server(folder.Path(), OptionsShowing(certificates, "stranger"));
     const auto port = server.ModelPort();
     const std::string fingerprint = certificates.Fingerprint("stranger");
     const struct {

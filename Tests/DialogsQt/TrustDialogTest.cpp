@@ -43,13 +43,6 @@ protected:
     {
         return window.statusBar()->currentMessage().toStdString();
     }
-    [[nodiscard]] std::vector<std::string> Showing(const char* name) const
-    {
-        return {
-            "--sample", "--sample-lines",      "0", "--certificate", certificates.Certificate(name),
-            "--key",    certificates.Key(name)};
-    }
-
     TemporaryFolder folder;
     TestCertificates certificates{folder.Path()};
     Dlg::QtToolkit toolkit;
@@ -63,20 +56,7 @@ TEST_F(TrustDialogTest, NothingIsSentToAServerThatIsNotTheOneThatWasMeant)
 {
     for (const auto& each : DoubtfulCases) {
         SCOPED_TRACE(each.name);
-        std::optional<ServerProcess> server;
-        std::optional<Impostor> impostor;
-        const auto place = folder.Path() / each.name;
-        std::filesystem::create_directory(place);
-        if (each.isImpostor)
-            impostor.emplace(place, certificates.Certificate(each.shows),
-                             certificates.Key(each.shows));
-        else
-            server.emplace(place,
-                           each.shows ? Showing(each.shows) : std::vector<std::string>{"--sample"});
-        const auto port = impostor ? impostor->Port() : server->ModelPort();
-        if (each.trusted)
-            Communication::ServerTrust::GetInstance().Trust(
-                {u"127.0.0.1", port, OV::FromUtf8(certificates.Fingerprint(each.trusted))}, true);
+        const DoubtfulServer server(each, folder.Path(), certificates);
         user.Then([&each] {
             QString shown;
             for (const auto* label : QtUser::Window().findChildren<QLabel*>())
@@ -85,11 +65,9 @@ TEST_F(TrustDialogTest, NothingIsSentToAServerThatIsNotTheOneThatWasMeant)
             QtUser::ExpectGoodLooks((std::string("Trust") + each.name).c_str());
             QtUser::Key(Qt::Key_Return);  // the default button refuses
         });
-        EXPECT_EQ(Connect("https://127.0.0.1", port), 0);
+        EXPECT_EQ(Connect("https://127.0.0.1", server.Port()), 0);
         EXPECT_NE(Status().find(each.problem), std::string::npos) << Status();
-        if (impostor) {
-            EXPECT_EQ(impostor->Heard(), "");
-        }
+        EXPECT_EQ(server.Heard(), "");
     }
     user.Then([] { QtUser::Key(Qt::Key_Return); });
     EXPECT_EQ(Connect("nexar.example", 19001), 0);
@@ -98,7 +76,7 @@ TEST_F(TrustDialogTest, NothingIsSentToAServerThatIsNotTheOneThatWasMeant)
 
 TEST_F(TrustDialogTest, WhatTheUserTrustsIsTrustedForAsLongAsHeSays)
 {
-    ServerProcess server(folder.Path(), Showing("stranger"));
+    ServerProcess server(folder.Path(), OptionsShowing(certificates, "stranger"));
     auto& trust = Communication::ServerTrust::GetInstance();
     for (const auto button : {TrustServerDialog::OnceButton, TrustServerDialog::AlwaysButton}) {
         user.Then([button] { QtUser::Press(button); });

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "SYCommunication/ServerTrust.hpp"
 #include "Support/Eventually.hpp"
 #include "Support/ServerProcess.hpp"
 #include "Support/TestCertificates.hpp"
@@ -7,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <optional>
 
 /// The ways in which a server on 127.0.0.1 may not be the one that was meant.
 struct DoubtfulCase {
@@ -86,4 +88,48 @@ while True:
     std::filesystem::path folder_;
     std::uint16_t port_ = 0;
     ChildProcess server_;
+};
+
+/// Options of a real server that shows the certificate of that name; null for one without TLS.
+inline std::vector<std::string> OptionsShowing(const TestCertificates& certificates,
+                                               const char* name)
+{
+    std::vector<std::string> options{"--sample", "--sample-lines", "0"};
+    if (name != nullptr)
+        options.insert(options.end(), {"--certificate", certificates.Certificate(name), "--key",
+                                       certificates.Key(name)});
+    return options;
+}
+
+/// The server of a case, running, and trusted before as the case has it.
+class DoubtfulServer {
+public:
+    DoubtfulServer(const DoubtfulCase& which, const std::filesystem::path& parent,
+                   const TestCertificates& certificates, const std::vector<std::string>& more = {})
+    {
+        const auto place = parent / which.name;
+        std::filesystem::create_directory(place);
+        auto options = OptionsShowing(certificates, which.shows);
+        options.insert(options.end(), more.begin(), more.end());
+        if (which.isImpostor)
+            impostor_.emplace(place, certificates.Certificate(which.shows),
+                              certificates.Key(which.shows));
+        else
+            server_.emplace(place, options);
+        if (which.trusted != nullptr)
+            Communication::ServerTrust::GetInstance().Trust(
+                {u"127.0.0.1", Port(), OV::FromUtf8(certificates.Fingerprint(which.trusted))},
+                true);
+    }
+
+    [[nodiscard]] std::uint16_t Port() const
+    {
+        return impostor_ ? impostor_->Port() : server_->ModelPort();
+    }
+    /// What an impostor heard; nothing of the real server.
+    [[nodiscard]] std::string Heard() const { return impostor_ ? impostor_->Heard() : ""; }
+
+private:
+    std::optional<ServerProcess> server_;
+    std::optional<Impostor> impostor_;
 };
