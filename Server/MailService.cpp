@@ -175,7 +175,7 @@ MailReceipt MailService::Send(const Call& call)
         {box.projectId, box.userId, CheckedKey(sent.key), CheckedRecipients(sent.recipients),
          SignedHeader(sent.message, SenderOf(call)), OV::EncodeBase64(sent.message.bodyData)});
     if (!delivery.duplicate)
-        signals_.Raise(box.projectId, SignalId::NewMail, delivery.concerned);
+        signals_.RaiseFor(box.projectId, SignalId::NewMail, delivery.concerned);
     return {OV::FromUtf8(delivery.id), delivery.duplicate};
 }
 

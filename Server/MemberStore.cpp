@@ -7,6 +7,8 @@
 namespace Nexar {
 
 using Syncra::Protocol::Member;
+using Syncra::Protocol::MemberAtWork;
+using Syncra::Protocol::MemberChangesBody;
 
 namespace {
 
@@ -19,6 +21,14 @@ constexpr const char* MayInProject =
     "SELECT 1 FROM members m JOIN roles r ON r.name = m.role JOIN permissions p ON p.name = ?1 "
     "WHERE m.user_id = ?2 AND m.project_id = ?3 AND " NEXAR_ROLE_HAS_PERMISSION;
 
+#define NEXAR_MEMBERS_AT_WORK                                                                      \
+    "SELECT m.logon_id, u.login, u.full_name, u.id, u.color, m.role, u.photo, "                    \
+    "iif(s.id IS NULL, '', coalesce(nullif(a.value, ''), 'Normal')) "                              \
+    "FROM members m CROSS JOIN users u ON u.id = m.user_id LEFT JOIN sessions s "                  \
+    "ON s.project_id = m.project_id AND s.user_id = m.user_id LEFT JOIN session_attributes a "     \
+    "ON a.session_id = s.id AND a.name = 'SessionType' WHERE m.project_id = ?1"
+
+template <class Member>
 Member ReadMember(const Statement& row)
 {
     Member member;
@@ -42,10 +52,41 @@ std::vector<Member> MemberStore::List(const std::string& projectId)
     RolePermissions permissions(database_);
     std::vector<Member> members;
     while (query.Step()) {
-        members.push_back(ReadMember(query));
+        members.push_back(ReadMember<Member>(query));
         members.back().permissions = permissions.Of(query.Text(5));
     }
     return members;
+}
+
+MemberChangesBody MemberStore::Changes(const std::string& projectId,
+                                       const std::optional<std::set<std::string>>& users)
+{
+    MemberChangesBody body;
+    RolePermissions permissions(database_);
+    std::set<std::string> roles;
+    const auto take = [&](const Statement& row) {
+        auto& member = body.changes.members.emplace_back(ReadMember<MemberAtWork>(row));
+        member.photo = OV::FromUtf8(row.Text(6));
+        member.session = OV::FromUtf8(row.Text(7));
+        if (roles.insert(row.Text(5)).second)
+            body.roles.push_back({member.roleName, permissions.Of(row.Text(5))});
+    };
+    body.changes.isWhole = !users;
+    if (!users) {
+        auto query = database_.Prepare(NEXAR_MEMBERS_AT_WORK " ORDER BY m.logon_id");
+        query.Bind(1, projectId);
+        while (query.Step())
+            take(query);
+        return body;
+    }
+    for (const auto& user : *users) {
+        auto query = database_.Prepare(NEXAR_MEMBERS_AT_WORK " AND m.user_id = ?2");
+        if (query.Bind(1, projectId).Bind(2, user).Step())
+            take(query);
+        else
+            body.changes.gone.push_back(OV::Guid::Parse(OV::FromUtf8(user)));
+    }
+    return body;
 }
 
 bool MemberStore::Add(const std::string& projectId, const std::string& userId,

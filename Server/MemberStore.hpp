@@ -1,9 +1,11 @@
 #pragma once
 
 #include "Database.hpp"
-#include "SyncraProtocol/Member.hpp"
+#include "SyncraProtocol/Detail/ModelRecords.hpp"
 
 #include <map>
+#include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -16,6 +18,10 @@ public:
 
     /// By short number.
     [[nodiscard]] std::vector<Syncra::Protocol::Member> List(const std::string& projectId);
+    /// Those of `users`, or all, with their sessions and the stamps of their photos, and once each
+    /// what those of a role may do. Who of `users` is no member is gone.
+    [[nodiscard]] Syncra::Protocol::MemberChangesBody
+    Changes(const std::string& projectId, const std::optional<std::set<std::string>>& users);
     /// Gives the member a short number that nobody had in this project before: data and mails of a
     /// former member name him by his. False when he is a member already. Throws Refusal when the
     /// numbers are used up.

@@ -19,6 +19,7 @@ constexpr std::size_t MaximumAttributeBytes = 4096;
 void ModelService::AddRoutes(Router& router)
 {
     AddProjectRoutes(router);
+    AddMemberRoutes(router);
     AddSessionRoutes(router);
     AddAttributeRoutes(router);
     router.AddAsync(
@@ -43,10 +44,27 @@ void ModelService::AddProjectRoutes(Router& router)
     router.Add("GET", "/syncra/v1/projects/{}/state", [this](const Call& call) {
         return StateOfProject{RequireMembership(projects_, call, call.parameters[0]).state};
     });
+}
+
+void ModelService::AddMemberRoutes(Router& router)
+{
     router.Add("GET", "/syncra/v1/projects/{}/members", [this](const Call& call) {
         RequireMembership(projects_, call, call.parameters[0]);
         return MemberList{members_.List(call.parameters[0])};
     });
+    // The place is of before the store is read: what changes meanwhile is told once more.
+    router.AddAsync(
+        "GET", "/syncra/v1/projects/{}/members/changes", nullptr,
+        [this, &router](Call call, const Reply& reply) {
+            auto changed =
+                signals_.MembersChangedAfter(call.parameters[0], call.QueryText("after"));
+            router.AnswerReading(std::move(call), reply, [this, changed](const Call& asked) {
+                RequireMembership(projects_, asked, asked.parameters[0]);
+                auto body = members_.Changes(asked.parameters[0], changed.since);
+                body.changes.place = OV::FromUtf8(changed.place);
+                return WriteJson(body);
+            });
+        });
 }
 
 void ModelService::AddSessionRoutes(Router& router)
@@ -60,7 +78,7 @@ void ModelService::AddSessionRoutes(Router& router)
         if (!projectId)
             throw Refusal(ErrorCode::NotFound,
                           "You have no such session; it may have ended already.");
-        signals_.Raise(*projectId, SignalId::SessionsChanged);
+        signals_.RaiseAbout(*projectId, SignalId::SessionsChanged, {call.user.userId});
     });
 }
 
@@ -74,19 +92,23 @@ void ModelService::AddAttributeRoutes(Router& router)
             OV::FromUtf8(sessions_.GetAttribute(call.parameters[0], call.parameters[1]))};
     });
     router.Add("PUT", "/syncra/v1/sessions/{}/attributes/{}", [this](const Call& call) {
-        RequireOwnSession(call, call.parameters[0]);
+        const auto projectId = ProjectOfOwnSession(call);
         const auto value = OV::ToUtf8(call.Read<AttributeValue>().value);
         if (std::max(value.size(), call.parameters[1].size()) > MaximumAttributeBytes)
             throw Refusal(ErrorCode::TooLarge, "A session attribute holds at most 4096 bytes.");
         sessions_.SetAttribute(call.parameters[0], call.parameters[1], value,
                                limits_.attributesOfSession);
+        if (OV::FromUtf8(call.parameters[1]) == SessionAttributeNames::SessionType)
+            signals_.RaiseAbout(projectId, SignalId::SessionsChanged, {call.user.userId});
     });
 }
 
-void ModelService::RequireOwnSession(const Call& call, const std::string& sessionId)
+std::string ModelService::ProjectOfOwnSession(const Call& call)
 {
-    if (!sessions_.IsOwner(sessionId, call.user.userId))
+    auto project = sessions_.FindProject(call.parameters[0], call.user.userId);
+    if (!project)
         throw Refusal(ErrorCode::NotFound, "You have no such session; it may have ended already.");
+    return *std::move(project);
 }
 
 std::vector<Session> ModelService::ListSessions(const Call& call)
@@ -115,7 +137,7 @@ Session ModelService::StartSession(const Call& call)
     auto session = sessions_.Start(projectId, call.user.userId);
     if (!session)
         throw Refusal(ErrorCode::SessionExists, "You have a session in this project already.");
-    signals_.Raise(projectId, SignalId::SessionsChanged);
+    signals_.RaiseAbout(projectId, SignalId::SessionsChanged, {call.user.userId});
     return *std::move(session);
 }
 

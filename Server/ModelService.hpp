@@ -24,10 +24,12 @@ public:
 
 private:
     void AddProjectRoutes(Router& router);
+    void AddMemberRoutes(Router& router);
     void AddSessionRoutes(Router& router);
     void AddAttributeRoutes(Router& router);
 
-    void RequireOwnSession(const Call& call, const std::string& sessionId);
+    /// Throws Refusal when the session is none of the user's.
+    [[nodiscard]] std::string ProjectOfOwnSession(const Call& call);
     [[nodiscard]] std::vector<Syncra::Protocol::Session> ListSessions(const Call& call);
     [[nodiscard]] Syncra::Protocol::Session StartSession(const Call& call);
     void WaitForSignals(const Call& call, const Reply& reply);

@@ -14,6 +14,10 @@ Photo PhotoStore::Get(const std::string& userId)
 
 void PhotoStore::Set(const std::string& userId, const Photo& photo)
 {
+    database_.Prepare("UPDATE users SET photo = iif(?2, hex(randomblob(8)), '') WHERE id = ?1")
+        .Bind(1, userId)
+        .Bind(2, std::int64_t{!photo.data.empty()})
+        .Run();
     if (photo.data.empty()) {
         database_.Prepare("DELETE FROM photos WHERE user_id = ?1").Bind(1, userId).Run();
         return;

@@ -414,6 +414,12 @@ CREATE INDEX projects_by_category ON projects(category);
     // Clients ask of mails that have gone whether they were ever here.
     R"(
 CREATE INDEX mail_keys_by_mail ON mail_keys(mail_id);
+)",
+    // Clients fetch a photo when its stamp is new to them. It stands with the user: behind a photo
+    // it could not be read without the photo.
+    R"(
+ALTER TABLE users ADD COLUMN photo TEXT NOT NULL DEFAULT '';
+UPDATE users SET photo = hex(randomblob(8)) WHERE id IN (SELECT user_id FROM photos);
 )"};
 
 inline constexpr auto SchemaVersion = static_cast<std::int64_t>(SchemaSteps.size());

@@ -84,12 +84,14 @@ std::optional<std::string> SessionStore::Close(const std::string& sessionId,
     return projectId;
 }
 
-bool SessionStore::IsOwner(const std::string& sessionId, const std::string& userId)
+std::optional<std::string> SessionStore::FindProject(const std::string& sessionId,
+                                                     const std::string& userId)
 {
-    return database_.Prepare("SELECT 1 FROM sessions WHERE id = ?1 AND user_id = ?2")
-        .Bind(1, sessionId)
-        .Bind(2, userId)
-        .Step();
+    auto query =
+        database_.Prepare("SELECT project_id FROM sessions WHERE id = ?1 AND user_id = ?2");
+    if (!query.Bind(1, sessionId).Bind(2, userId).Step())
+        return std::nullopt;
+    return query.Text(0);
 }
 
 bool SessionStore::IsVisibleTo(const std::string& sessionId, const std::string& userId)

@@ -26,7 +26,9 @@ public:
     [[nodiscard]] std::optional<std::string> Close(const std::string& sessionId,
                                                    const std::string& userId);
 
-    [[nodiscard]] bool IsOwner(const std::string& sessionId, const std::string& userId);
+    /// The project of a session of the user; nothing when it is none of his.
+    [[nodiscard]] std::optional<std::string> FindProject(const std::string& sessionId,
+                                                         const std::string& userId);
     /// Whether he is a member of the session's project.
     [[nodiscard]] bool IsVisibleTo(const std::string& sessionId, const std::string& userId);
     /// Empty when the attribute was never set.

@@ -2,7 +2,10 @@
 
 #include "StoreWorkers.hpp"
 
+#include "OVRoot/Guid.hpp"
+
 #include <algorithm>
+#include <charconv>
 #include <iterator>
 #include <utility>
 
@@ -17,35 +20,84 @@ namespace {
 
 constexpr std::size_t MaximumRecent = 1000;
 
+bool IsAboutMembers(SignalId id)
+{
+    return id == SignalId::MembersChanged || id == SignalId::SessionsChanged;
+}
+
+/// The whole number that follows `front` in `text`; nothing when the text has another form.
+std::optional<std::uint64_t> NumberBehind(std::string_view front, std::string_view text)
+{
+    if (!text.starts_with(front))
+        return std::nullopt;
+    text.remove_prefix(front.size());
+    std::uint64_t number = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    if (error != std::errc() || end != text.data() + text.size())
+        return std::nullopt;
+    return number;
+}
+
 }  // namespace
+
+SignalHub::SignalHub(HttpServer& server)
+    : server_(server), life_(OV::ToUtf8(OV::Guid::Generate().ToText()))
+{}
 
 void SignalHub::Raise(const std::string& projectId, SignalId id)
 {
-    StoreWorkers::AfterCommit([this, projectId, id] { RaiseNow(projectId, id, nullptr); });
+    StoreWorkers::AfterCommit([this, projectId, id] { RaiseNow(projectId, id, {}, {}); });
 }
 
-void SignalHub::Raise(const std::string& projectId, SignalId id, UserIds audience)
+void SignalHub::RaiseAbout(const std::string& projectId, SignalId id, UserIds changed)
+{
+    StoreWorkers::AfterCommit(
+        [this, projectId, id, some = std::make_shared<const UserIds>(std::move(changed))] {
+            RaiseNow(projectId, id, {}, some);
+        });
+}
+
+void SignalHub::RaiseFor(const std::string& projectId, SignalId id, UserIds audience)
 {
     StoreWorkers::AfterCommit(
         [this, projectId, id, some = std::make_shared<const UserIds>(std::move(audience))] {
-            RaiseNow(projectId, id, some);
+            RaiseNow(projectId, id, some, {});
         });
 }
 
 void SignalHub::RaiseNow(const std::string& projectId, SignalId id,
-                         std::shared_ptr<const UserIds> audience)
+                         std::shared_ptr<const UserIds> audience,
+                         std::shared_ptr<const UserIds> changed)
 {
     Project& project = projects_[projectId];
-    Signal signal;
-    signal.sequence = ++sequence_;
-    signal.id = id;
-    signal.projectId = OV::FromUtf8(projectId);
-    const Raised& raised = project.recent.emplace_back(Raised{std::move(signal), audience});
-    Release(project, [&](const Waiter& waiter) { return raised.IsFor(waiter.userId); });
+    const Raised& newest = project.recent.emplace_back(Raised{
+        {++sequence_, id, OV::FromUtf8(projectId)}, std::move(audience), std::move(changed)});
+    Release(project, [&](const Waiter& waiter) { return newest.IsFor(waiter.userId); });
     if (project.recent.size() > MaximumRecent) {
         project.forgotten = project.recent.front().signal.sequence;
         project.recent.pop_front();
     }
+}
+
+SignalHub::MembersChanged SignalHub::MembersChangedAfter(const std::string& projectId,
+                                                         const std::string& place) const
+{
+    MembersChanged result{std::nullopt, life_ + "." + std::to_string(sequence_)};
+    const auto project = projects_.find(projectId);
+    const auto after = NumberBehind(life_ + ".", place);
+    if (!after || (project != projects_.end() && *after < project->second.forgotten))
+        return result;
+    UserIds since;
+    if (project != projects_.end())
+        for (const auto& raised : project->second.recent) {
+            if (raised.signal.sequence <= *after || !IsAboutMembers(raised.signal.id))
+                continue;
+            if (!raised.changed)
+                return result;
+            since.insert(raised.changed->begin(), raised.changed->end());
+        }
+    result.since = std::move(since);
+    return result;
 }
 
 std::function<void()> SignalHub::Wait(const std::string& projectId, const std::string& userId,

@@ -6,6 +6,7 @@
 #include <deque>
 #include <map>
 #include <memory>
+#include <optional>
 #include <set>
 #include <vector>
 
@@ -19,18 +20,27 @@ public:
     using Answer = std::function<void(Syncra::Protocol::SignalBatch)>;
     using UserIds = std::set<std::string>;
 
-    explicit SignalHub(HttpServer& server) : server_(server) {}
+    explicit SignalHub(HttpServer& server);
 
-    /// For every member of the project.
+    /// For every member of the project; whoever of them may have changed.
     void Raise(const std::string& projectId, Syncra::Protocol::SignalId id);
+    /// For every member, about these of them.
+    void RaiseAbout(const std::string& projectId, Syncra::Protocol::SignalId id, UserIds changed);
     /// For these users alone.
-    void Raise(const std::string& projectId, Syncra::Protocol::SignalId id, UserIds audience);
+    void RaiseFor(const std::string& projectId, Syncra::Protocol::SignalId id, UserIds audience);
     /// Answers at once when there is something after `after`, when `after` is from another life or
     /// `wait` is 0, otherwise with the next signal or after `wait`. Returns what forgets the
     /// waiting request unanswered; it does nothing once that is answered.
     [[nodiscard]] std::function<void()> Wait(const std::string& projectId,
                                              const std::string& userId, std::uint64_t after,
                                              std::chrono::milliseconds wait, Answer answer);
+    /// Which members signals told of after a place; nothing when that may be anybody.
+    struct MembersChanged {
+        std::optional<UserIds> since;
+        std::string place;  ///< of now
+    };
+    [[nodiscard]] MembersChanged MembersChangedAfter(const std::string& projectId,
+                                                     const std::string& place) const;
     /// Answers what the user's requests wait for: his client asks again, and is refused if he may
     /// not any more.
     void Release(const std::string& userId);
@@ -41,6 +51,7 @@ private:
     struct Raised {
         Syncra::Protocol::Signal signal;
         std::shared_ptr<const UserIds> audience;  ///< none: everybody
+        std::shared_ptr<const UserIds> changed;   ///< the members that it is about; none: anybody
         [[nodiscard]] bool IsFor(const std::string& userId) const
         {
             return !audience || audience->contains(userId);
@@ -60,7 +71,7 @@ private:
     };
 
     void RaiseNow(const std::string& projectId, Syncra::Protocol::SignalId id,
-                  std::shared_ptr<const UserIds> audience);
+                  std::shared_ptr<const UserIds> audience, std::shared_ptr<const UserIds> changed);
     [[nodiscard]] static bool HasNews(const Project& project, const std::string& userId,
                                       std::uint64_t after);
     [[nodiscard]] Syncra::Protocol::SignalBatch
@@ -71,6 +82,8 @@ private:
     HttpServer& server_;
     std::map<std::string, Project> projects_;
     std::uint64_t sequence_ = 0;
+    /// Tells places of this life of the server from those of others.
+    const std::string life_;
     bool stopping_ = false;
 };
 

@@ -115,10 +115,17 @@ public:
         return ports;
     }
 
-    OV::Array<Protocol::Member> GetProjectMembersEx(const OV::UniString& projectId) override
+    Protocol::MemberChanges GetProjectMembersEx(const OV::UniString& projectId,
+                                                const OV::UniString& after) override
     {
-        return requests_.Get<Protocol::MemberList>(MakePath("/projects/{}/members", {projectId}))
-            .value;
+        auto body = requests_.Get<Protocol::MemberChangesBody>(
+            MakePath("/projects/{}/members/changes?after={}", {projectId, after}));
+        OV::HashTable<OV::UniString, OV::HashSet<OV::UniString>> rights;
+        for (auto& role : body.roles)
+            rights.insert_or_assign(std::move(role.name), std::move(role.permissions));
+        for (auto& member : body.changes.members)
+            member.permissions = rights[member.roleName];
+        return std::move(body.changes);
     }
 
     OV::Array<Protocol::Session> GetAllSessions(const OV::UniString& projectId) override

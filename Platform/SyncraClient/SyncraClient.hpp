@@ -49,9 +49,10 @@ public:
 
     [[nodiscard]] virtual OV::Array<Protocol::ServicePort> GetServicePortList() = 0;
 
-    /// The members of the project; the user must be one.
-    [[nodiscard]] virtual OV::Array<Protocol::Member>
-    GetProjectMembersEx(const OV::UniString& projectId) = 0;
+    /// The members of the project; the user must be one. With the place of a former answer
+    /// only who became another since then, when the server still knows; empty for all.
+    [[nodiscard]] virtual Protocol::MemberChanges
+    GetProjectMembersEx(const OV::UniString& projectId, const OV::UniString& after) = 0;
     /// The sessions of all members.
     [[nodiscard]] virtual OV::Array<Protocol::Session>
     GetAllSessions(const OV::UniString& projectId) = 0;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "OVRoot/Array.hpp"
 #include "OVRoot/Containers.hpp"
 #include "OVRoot/Export.hpp"
 #include "OVRoot/Guid.hpp"
@@ -18,6 +19,24 @@ struct SYC_API Member {
     OV::HashSet<OV::UniString> permissions;
 
     friend bool operator==(const Member&, const Member&) = default;
+};
+
+/// A member with what others see of him besides.
+struct SYC_API MemberAtWork : Member {
+    OV::UniString photo;    ///< changes with his photo; empty when he has none
+    OV::UniString session;  ///< the type of his session; empty when he has none
+
+    friend bool operator==(const MemberAtWork&, const MemberAtWork&) = default;
+};
+
+/// Who became another since a client asked last.
+struct SYC_API MemberChanges {
+    OV::Array<MemberAtWork> members;
+    OV::Array<OV::Guid> gone;
+    bool isWhole = false;  ///< `members` are all there are
+    OV::UniString place;   ///< what the next request passes on
+
+    friend bool operator==(const MemberChanges&, const MemberChanges&) = default;
 };
 
 /// A user's photo as the management service keeps it. Type and data are empty when there is none.

@@ -7,6 +7,21 @@ namespace Nexar {
 using Syncra::Protocol::ErrorCode;
 using Syncra::Protocol::SignalId;
 
+namespace {
+
+/// The users who are among `members`, and not in the same role among `others`.
+template <class Members>
+SignalHub::UserIds Missing(const Members& members, const Members& others)
+{
+    SignalHub::UserIds users;
+    for (const auto& member : members)
+        if (!others.contains(member))
+            users.insert(OV::ToUtf8(member.id));
+    return users;
+}
+
+}  // namespace
+
 void ProjectManagement::AddRoutes(Router& router)
 {
     RecordRoutes::AddRoutes(router);
@@ -36,11 +51,13 @@ void ProjectManagement::Updated(const Project& before, const Project& after,
     const auto id = OV::ToUtf8(after.id);
     if (before.status.state != after.status.state)
         context_.signals.Raise(id, SignalId::ProjectStateChanged);
-    if (before.members == after.members)
+    auto changed = Missing(before.members, after.members);
+    changed.merge(Missing(after.members, before.members));
+    if (changed.empty())
         return;
-    context_.signals.Raise(id, SignalId::MembersChanged);
+    context_.signals.RaiseAbout(id, SignalId::MembersChanged, changed);
     // Who was taken out may have had a session.
-    context_.signals.Raise(id, SignalId::SessionsChanged);
+    context_.signals.RaiseAbout(id, SignalId::SessionsChanged, changed);
 }
 
 void ProjectManagement::Deleted(const Project& project, const std::vector<std::string>&)
@@ -58,7 +75,7 @@ void ProjectManagement::AddMember(const Call& call)
     const auto userId = users_.RequireId(OV::ToUtf8(member.loginName));
     if (!members_.Add(projectId, userId, role))
         throw Refusal(ErrorCode::NameAlreadyExists, "The user is a member already.");
-    context_.signals.Raise(projectId, SignalId::MembersChanged);
+    context_.signals.RaiseAbout(projectId, SignalId::MembersChanged, {userId});
 }
 
 void ProjectManagement::SetRole(const Call& call)
@@ -70,7 +87,7 @@ void ProjectManagement::SetRole(const Call& call)
     context_.rights.RequireAllOf(call, projectId, members_.RoleOf(projectId, userId));
     if (!members_.SetRole(projectId, userId, role))
         throw Refusal(ErrorCode::NotFound, "The user is no member of this project.");
-    context_.signals.Raise(projectId, SignalId::MembersChanged);
+    context_.signals.RaiseAbout(projectId, SignalId::MembersChanged, {userId});
 }
 
 void ProjectManagement::RemoveMember(const Call& call)
@@ -82,9 +99,9 @@ void ProjectManagement::RemoveMember(const Call& call)
     if (!members_.Remove(projectId, userId))
         throw Refusal(ErrorCode::NotFound, "The user is no member of this project.");
     // Reaches the request that he himself holds, too: his client asks again and is refused.
-    context_.signals.Raise(projectId, SignalId::MembersChanged);
+    context_.signals.RaiseAbout(projectId, SignalId::MembersChanged, {userId});
     if (hadSession)
-        context_.signals.Raise(projectId, SignalId::SessionsChanged);
+        context_.signals.RaiseAbout(projectId, SignalId::SessionsChanged, {userId});
 }
 
 void ProjectManagement::SetState(const Call& call)

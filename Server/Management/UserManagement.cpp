@@ -118,12 +118,13 @@ void UserManagement::Updated(const Records::User& before, const Records::User& a
     if (before.enabled && !after.enabled) {
         context_.signals.Release(OV::ToUtf8(after.id));
         for (const auto& project : projects)
-            context_.signals.Raise(project, SignalId::SessionsChanged);
+            context_.signals.RaiseAbout(project, SignalId::SessionsChanged, {OV::ToUtf8(after.id)});
     }
-    // Members see this much of each other, and fetch every photo anew when they are told.
+    // Members see this much of each other.
     if (before.loginName != after.loginName || before.fullName != after.fullName ||
         before.color != after.color)
-        RecordRoutes::Updated(before, after, projects);
+        for (const auto& project : projects)
+            context_.signals.RaiseAbout(project, SignalId::MembersChanged, {OV::ToUtf8(after.id)});
 }
 
 void UserManagement::Deleted(const Records::User& user, const std::vector<std::string>& projects)
@@ -131,8 +132,8 @@ void UserManagement::Deleted(const Records::User& user, const std::vector<std::s
     EndTokens(OV::ToUtf8(user.id), {});
     for (const auto& project : projects) {
         // Reaches the request that he himself holds, too: his client asks again and is refused.
-        context_.signals.Raise(project, SignalId::MembersChanged);
-        context_.signals.Raise(project, SignalId::SessionsChanged);
+        context_.signals.RaiseAbout(project, SignalId::MembersChanged, {OV::ToUtf8(user.id)});
+        context_.signals.RaiseAbout(project, SignalId::SessionsChanged, {OV::ToUtf8(user.id)});
     }
 }
 
@@ -153,7 +154,7 @@ void UserManagement::SetPhoto(const Call& call)
                       "The data is no picture of its type: \"image/png\" or \"image/jpeg\".");
     photos_.Set(id, photo);
     for (const auto& project : ProjectsOf(id))
-        context_.signals.Raise(project, SignalId::MembersChanged);
+        context_.signals.RaiseAbout(project, SignalId::MembersChanged, {id});
 }
 
 void UserManagement::InsertWithPassword(const Router& router, Call call, const Reply& reply)

@@ -46,7 +46,7 @@ OV::Array<OV::Pair<OV::UniString, OV::UniString>> GetMemberList(Client::SyncraCl
 {
     OV::Array<OV::Pair<OV::UniString, OV::UniString>> list;
     try {
-        for (const auto& member : client.GetProjectMembersEx(projectId))
+        for (const auto& member : client.GetProjectMembersEx(projectId, {}).members)
             list.emplace_back(member.loginName, member.roleName);
     } catch (const Communication::ResponseContentException& refusal) {
         if (!IsOutOfReach(refusal))

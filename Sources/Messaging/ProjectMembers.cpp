@@ -41,8 +41,8 @@ public:
     ~RefreshEnd()
     {
         try {
-            if (members_.wanted_ != Wanted::Nothing)
-                members_.StartRefresh(members_.wanted_ == Wanted::Photos);
+            if (members_.isWanted_)
+                members_.StartRefresh();
         } catch (...) {
             OV::LogCurrentException(OV::Logger::Library, u"SYC::ProjectMembers: % not refreshed: %",
                                     u"the members are");
@@ -75,7 +75,8 @@ ProjectMembers::~ProjectMembers()
 void ProjectMembers::Init()
 {
     project_ = std::make_shared<OpenedProject>(manager_);
-    StartRefresh(true);
+    known_ = nullptr;
+    StartRefresh();
 }
 
 void ProjectMembers::Clear()
@@ -89,12 +90,14 @@ void ProjectMembers::Clear()
 
 void ProjectMembers::ClearUserDataTable()
 {
+    known_ = nullptr;
     users_.clear();
     loginNames_.clear();
 }
 
 void ProjectMembers::ClearPermissionTable()
 {
+    known_ = nullptr;
     permissions_.clear();
 }
 
@@ -148,6 +151,12 @@ bool ProjectMembers::GetUserAttributesFromId(MemberId id,
                   [](const SYCB::UserAttributes& found) { return &found; });
 }
 
+SYCB::UserAttributes ProjectMembers::AttributesOf(MemberId id) const
+{
+    const auto found = permissions_.find(id);
+    return found == permissions_.end() ? SYCB::UserAttributes() : found->second;
+}
+
 NewDisplay::NativeImage ProjectMembers::GetImageFromId(MemberId id) const
 {
     const auto found = users_.find(id);
@@ -156,6 +165,13 @@ NewDisplay::NativeImage ProjectMembers::GetImageFromId(MemberId id) const
 
 void ProjectMembers::RefreshProjectMembers(const OV::Array<ProjectMember>& members,
                                            std::optional<Clock::time_point> asOf)
+{
+    known_ = nullptr;
+    Replace(members, asOf);
+}
+
+void ProjectMembers::Replace(const OV::Array<ProjectMember>& members,
+                             std::optional<Clock::time_point> asOf)
 {
     UserDataTable users;
     LoginNameTable loginNames;
@@ -181,10 +197,9 @@ bool ProjectMembers::_CheckSignalType(Syncra::Protocol::SignalId id) const
     return id == SignalId::MembersChanged || id == SignalId::SessionsChanged;
 }
 
-void ProjectMembers::_SignalReceived(const Syncra::Protocol::Signal& signal)
+void ProjectMembers::_SignalReceived(const Syncra::Protocol::Signal&)
 {
-    const bool withPhotos = signal.id == Syncra::Protocol::SignalId::MembersChanged;
-    GetTarget().Post([this, withPhotos] { StartRefresh(withPhotos); });
+    GetTarget().Post([this] { StartRefresh(); });
 }
 
 void ProjectMembers::TellNotRefreshed(const OV::UniString& problem)
@@ -195,19 +210,13 @@ void ProjectMembers::TellNotRefreshed(const OV::UniString& problem)
     });
 }
 
-void ProjectMembers::StartRefresh(bool withPhotos)
+void ProjectMembers::StartRefresh()
 {
     if (!project_)
         return;
-    if (refresh_) {
-        wanted_ = std::max(wanted_, withPhotos ? Wanted::Photos : Wanted::Members);
+    isWanted_ = static_cast<bool>(refresh_);
+    if (isWanted_)
         return;
-    }
-    wanted_ = Wanted::Nothing;
-    PhotoTable known;
-    if (!withPhotos)
-        for (const auto& [id, user] : users_)
-            known.emplace(user.GetUserGuid(), user.GetImage());
     const auto token = refresh_.Begin();
     const auto fail = [this, target = GetTarget(), token](const OV::UniString& problem) {
         target.Post([this, problem, token] {
@@ -215,16 +224,20 @@ void ProjectMembers::StartRefresh(bool withPhotos)
             TellNotRefreshed(problem);
         });
     };
-    const auto fetch = [this, project = project_, known, generation = generation_,
-                        asOf = Clock::now(), target = GetTarget(), token, fail] {
+    const auto fetch = [this, project = project_, known = known_, withPhotos = photosWanted_,
+                        generation = generation_, asOf = Clock::now(), target = GetTarget(), token,
+                        fail] {
         try {
-            const auto members =
-                std::make_shared<OV::Array<ProjectMember>>(FetchMembers(*project, known));
-            target.Post([this, members, generation, asOf, token] {
+            const auto news =
+                std::make_shared<const MemberNews>(FetchMembers(*project, known, withPhotos));
+            target.Post([this, known, news, generation, asOf, token] {
                 const RefreshEnd end(*this, token);
                 try {
-                    if (generation == generation_)
-                        RefreshProjectMembers(*members, asOf);
+                    // What others put into the tables meanwhile is not what was asked about.
+                    if (generation == generation_ && known_ == known)
+                        Apply(*news, asOf);
+                    else
+                        isWanted_ = isWanted_ || generation == generation_;
                 } catch (...) {
                     TellNotRefreshed(OV::DescribeCurrentException());
                 }
@@ -237,13 +250,43 @@ void ProjectMembers::StartRefresh(bool withPhotos)
         fail(OV::UniString(NoThread));
 }
 
+void ProjectMembers::Apply(const MemberNews& news, Clock::time_point asOf)
+{
+    OV::HashTable<OV::Guid, ProjectMember> members;
+    for (const auto& [id, user] : users_)
+        members.emplace(user.GetUserGuid(), ProjectMember{id, user, AttributesOf(id)});
+    for (const auto& guid : news.changes.gone)
+        members.erase(guid);
+    OV::Array<ProjectMember> list;
+    const auto add = [&](ProjectMember member) {
+        const auto image = news.images.find(member.data.GetUserGuid());
+        if (image != news.images.end())
+            member.data.SetImage(image->second);
+        list.push_back(std::move(member));
+    };
+    for (const auto& record : news.changes.members) {
+        const auto former = members.extract(record.guid);
+        auto photo = former ? former.mapped().data.GetImage() : NewDisplay::NativeImage();
+        ProjectMember member{record.id,
+                             UserData(record.loginName, record.fullName, record.guid,
+                                      std::move(photo), record.color),
+                             {record.roleName, record.permissions}};
+        // A session is a person at work unless a service says otherwise.
+        member.data.SetNormalSession(record.session == Syncra::Protocol::NormalSessionType);
+        add(std::move(member));
+    }
+    if (!news.changes.isWhole)
+        for (auto& [guid, member] : members)
+            add(std::move(member));
+    known_ = news.known;
+    Replace(list, asOf);
+}
+
 OV::ChannelStatus ProjectMembers::Write(OV::OChannel& channel) const
 {
     OV::FieldWriter stream(channel, ClassInformation);
     stream.Elements(users_, [this](OV::FieldWriter& each, const auto& entry) {
-        const auto found = permissions_.find(entry.first);
-        const auto& attributes =
-            found == permissions_.end() ? SYCB::UserAttributes() : found->second;
+        const auto attributes = AttributesOf(entry.first);
         TransferMember(each, entry.first, entry.second, attributes);
     });
     return stream.Status();

@@ -18,6 +18,8 @@ namespace SYC {
 
 class OpenedProject;
 class ProjectMembers;
+struct KnownMembers;
+struct MemberNews;
 
 class SYC_API ProjectMembersObserver {
 public:
@@ -64,8 +66,10 @@ public:
     void Clear();
     void ClearUserDataTable();
     void ClearPermissionTable();
-    /// Asks the server once more; the photos that are known stay. Nothing before Init.
-    void Refresh() { StartRefresh(false); }
+    /// Asks the server what changed. Nothing before Init.
+    void Refresh() { StartRefresh(); }
+    /// Whether photos are asked for, which they are unless somebody says otherwise before Init.
+    void SetPhotosWanted(bool wanted) noexcept { photosWanted_ = wanted; }
     /// Whether a refresh is under way, of which the observers will hear.
     [[nodiscard]] bool IsRefreshing() const noexcept { return static_cast<bool>(refresh_); }
     /// Whether there was a refresh since Init or Clear, or a Read.
@@ -113,8 +117,11 @@ private:
     bool _CheckSignalType(Syncra::Protocol::SignalId id) const override;
     void _SignalReceived(const Syncra::Protocol::Signal& signal) override;
 
-    /// Photos are asked for when `withPhotos`; otherwise those of the members known stay.
-    void StartRefresh(bool withPhotos);
+    void StartRefresh();
+    /// None for who has none.
+    [[nodiscard]] SYCB::UserAttributes AttributesOf(MemberId id) const;
+    void Apply(const MemberNews& news, Clock::time_point asOf);
+    void Replace(const OV::Array<ProjectMember>& members, std::optional<Clock::time_point> asOf);
     /// Ends a refresh however its answer was taken, and begins the one that is wanted.
     class RefreshEnd;
     using PermissionTable = OV::HashTable<MemberId, SYCB::UserAttributes>;
@@ -131,7 +138,10 @@ private:
     /// Tells a refresh that began before Clear from one after it.
     std::uint64_t generation_ = 0;
     RequestUnderWay refresh_;
-    enum class Wanted { Nothing, Members, Photos } wanted_ = Wanted::Nothing;
+    bool isWanted_ = false;  ///< one more, behind the one that is under way
+    bool photosWanted_ = true;
+    /// What the server's answer left us with; null when the tables are not of one.
+    std::shared_ptr<const KnownMembers> known_;
     OV::EventSource<ProjectMembersObserver> observers_;
     OV::PooledExecutor worker_;
 };

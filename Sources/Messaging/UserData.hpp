@@ -25,6 +25,7 @@ public:
     [[nodiscard]] const OV::Guid& GetUserGuid() const noexcept { return guid_; }
     /// The photo; may be empty.
     [[nodiscard]] const NewDisplay::NativeImage& GetImage() const noexcept { return image_; }
+    void SetImage(NewDisplay::NativeImage image) { image_ = std::move(image); }
     [[nodiscard]] std::uint32_t GetUserColor() const noexcept { return color_; }
     /// Whether he has a normal working session open.
     [[nodiscard]] bool HasNormalSession() const noexcept { return normalSession_; }

@@ -256,6 +256,65 @@ TEST_F(ModelServiceTest, MembersAndTheirSessionsAreSeenByMembersAlone)
     EXPECT_EQ(SignedIn("liam.walsh").Ask("GET", marcos).Code(), 12);
 }
 
+TEST_F(ModelServiceTest, WhoAsksAgainHearsOfTheMembersWhoChangedAlone)
+{
+    auto anna = SignedIn("anna.novak");
+    auto lena = SignedIn("lena.fischer");
+    auto admin = Manager("admin");
+    std::string place;
+    // Of each member that is told: login, role, whether he has a photo, and his session.
+    const auto ask = [&] {
+        const auto answer =
+            anna.Ask("GET", ProjectPath(Sample::HarbourBridge, "members/changes?after=" + place));
+        place = answer.json.at("place");
+        std::string told = answer.json.at("whole") ? "all:" : "";
+        for (const auto& member : answer.json.at("members")) {
+            told += " " + member.at("loginName").get<std::string>() + "/" +
+                    member.at("roleName").get<std::string>() + "/" +
+                    (member.at("photo") == "" ? "" : "photo") + "/" +
+                    member.at("session").get<std::string>();
+            EXPECT_FALSE(answer.json.at("roles").empty());
+        }
+        return told + (answer.json.at("gone").empty()
+                           ? ""
+                           : " -" + answer.json.at("gone")[0].get<std::string>());
+    };
+    EXPECT_EQ(ask(), "all: anna.novak/Project Manager/photo/ marco.rossi/Architect/photo/Normal "
+                     "yuki.tanaka/Architect/photo/ lena.fischer/Engineer/photo/ "
+                     "omar.haddad/Engineer/photo/ priya.nair/Engineer// jonas.berg/Viewer// "
+                     "admin/Project Manager//");
+    EXPECT_EQ(ask(), "");
+    const std::string id = Start(lena, Sample::HarbourBridge);
+    EXPECT_EQ(ask(), " lena.fischer/Engineer/photo/Normal");
+    ASSERT_EQ(lena.Ask("PUT", SessionPath(id) + "/attributes/SessionType", R"({"value":"Backup"})")
+                  .status,
+              200);
+    EXPECT_EQ(ask(), " lena.fischer/Engineer/photo/Backup");
+    const std::string users = "/root/syncrav2/users/";
+    ASSERT_EQ(admin.Ask("PUT", users + "lena.fischer/photo", R"({"type":"","data":""})").status,
+              200);
+    EXPECT_EQ(ask(), " lena.fischer/Engineer//Backup");
+    const std::string members = "/root/syncrav2/projects/" + Sample::HarbourBridge + "/members/";
+    ASSERT_EQ(admin.Ask("PUT", members + "lena.fischer", R"({"role":"Viewer"})").status, 200);
+    ASSERT_EQ(admin.Ask("DELETE", members + "lena.fischer").status, 200);
+    EXPECT_EQ(ask().substr(0, 2), " -");
+    // A change of a role may be about anybody; a place of another life of the server says nothing.
+    auto role = admin.Ask("GET", "/root/syncrav2/roles?name=Architect").json.at("items")[0];
+    role["permissions"].clear();
+    ASSERT_EQ(
+        admin.Ask("PUT", "/root/syncrav2/roles/" + role.at("id").get<std::string>(), role.dump())
+            .status,
+        200);
+    EXPECT_EQ(ask().substr(0, 4), "all:");
+    place = "another.1";
+    EXPECT_EQ(ask().substr(0, 4), "all:");
+    EXPECT_EQ(ask(), "");
+    EXPECT_EQ(SignedIn("liam.walsh")
+                  .Ask("GET", ProjectPath(Sample::HarbourBridge, "members/changes?after="))
+                  .Code(),
+              13);
+}
+
 TEST_F(ModelServiceTest, AttributesKeepAnyTextAndEndWithTheSession)
 {
     auto anna = SignedIn("anna.novak");

@@ -18,7 +18,8 @@ public:
     }
     void SetSessionAttribute(const OV::UniString&, OV::UniStringView, const OV::String&) override {}
     OV::Array<Syncra::Protocol::ServicePort> GetServicePortList() override { return {}; }
-    OV::Array<Syncra::Protocol::Member> GetProjectMembersEx(const OV::UniString&) override
+    Syncra::Protocol::MemberChanges GetProjectMembersEx(const OV::UniString&,
+                                                        const OV::UniString&) override
     {
         return {};
     }

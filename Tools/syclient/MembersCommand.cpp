@@ -141,6 +141,7 @@ void Print(const std::vector<Row>& rows, bool isPresenceKnown, const Output& out
 void RunMembers(const MembersArguments& arguments, Context& context)
 {
     ProjectHost host(context, arguments.project);
+    host.Members().SetPhotosWanted(true);
     if (!host.RefreshMembers())
         return;
     auto rows = CollectRows(host.Members());

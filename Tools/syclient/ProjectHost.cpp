@@ -41,6 +41,8 @@ ProjectHost::ProjectHost(Context& context, const ProjectArguments& arguments)
       members_(manager_.GetSignalClient(), manager_, executor_)
 {
     members_.Attach(*this);
+    // Mails need none; who shows them says so.
+    members_.SetPhotosWanted(false);
 }
 
 ProjectHost::~ProjectHost()

@@ -54,6 +54,20 @@ void Describe(Visitor& v, Member& member)
     v("permissions", member.permissions);
 }
 
+/// The rights stand with the roles of the answer.
+template <class Visitor>
+void Describe(Visitor& v, MemberAtWork& member)
+{
+    v("id", member.id, Between{1, 32767});
+    v("loginName", member.loginName);
+    v("fullName", member.fullName);
+    v("guid", member.guid);
+    v("color", member.color, Between{0, 0xFFFFFF});
+    v("roleName", member.roleName);
+    v("photo", member.photo);
+    v("session", member.session);
+}
+
 template <class Visitor>
 void Describe(Visitor& v, Photo& photo)
 {
@@ -184,6 +198,35 @@ using ProjectExistence = Single<"exists", bool>;
 using ProjectMembership = Single<"member", bool>;
 using SessionList = Single<"sessions", OV::Array<Session>>;
 using MemberList = Single<"members", OV::Array<Member>>;
+
+struct RightsOfRole {
+    OV::UniString name;
+    OV::HashSet<OV::UniString> permissions;
+};
+
+template <class Visitor>
+void Describe(Visitor& v, RightsOfRole& role)
+{
+    v("name", role.name);
+    v("permissions", role.permissions);
+}
+
+/// What changed among the members, and once each what those of a role may do.
+struct MemberChangesBody {
+    MemberChanges changes;
+    OV::Array<RightsOfRole> roles;
+};
+
+template <class Visitor>
+void Describe(Visitor& v, MemberChangesBody& body)
+{
+    v("members", body.changes.members);
+    v("roles", body.roles);
+    v("gone", body.changes.gone);
+    v("whole", body.changes.isWhole);
+    v("place", body.changes.place);
+}
+
 using AttributeValue = Single<"value", OV::UniString>;
 
 struct StateOfProject {

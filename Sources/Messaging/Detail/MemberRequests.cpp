@@ -9,7 +9,6 @@
 #include "SYClientBase/ProjectURL.hpp"
 #include "SYClientBase/ServicePortCache.hpp"
 #include "SYCommunication/PagedReading.hpp"
-#include "SyncraProtocol/ErrorCode.hpp"
 #include "SyncraServerManagement/UserRepository.hpp"
 
 namespace SYC {
@@ -17,33 +16,9 @@ namespace SYC {
 namespace {
 
 using Syncra::Client::SyncraClient;
-using Syncra::Protocol::Member;
 using Syncra::Server::Management::CreateUserRepository;
 using Syncra::Server::Management::UserRepository;
 namespace PropertyNames = Syncra::Server::Management::PropertyNames;
-
-/// A session is a person at work unless a service says otherwise.
-bool IsNormalSession(SyncraClient& client, const OV::UniString& sessionId)
-{
-    try {
-        const auto type = client.GetSessionAttribute(
-            sessionId, Syncra::Protocol::SessionAttributeNames::SessionType);
-        return type.empty() || type == Syncra::Protocol::NormalSessionType;
-    } catch (const Communication::ResponseContentException& refusal) {
-        if (refusal.GetErrorCode() != static_cast<int>(Syncra::Protocol::ErrorCode::NotFound))
-            throw;
-        return false;  // it ended since it was listed
-    }
-}
-
-OV::HashSet<OV::UniString> LoginsAtWork(SyncraClient& client, const OV::UniString& projectId)
-{
-    OV::HashSet<OV::UniString> logins;
-    for (const auto& session : client.GetAllSessions(projectId))
-        if (IsNormalSession(client, session.id))
-            logins.insert(session.loginName);
-    return logins;
-}
 
 /// The name under which the opened project's server answers, and its ports are kept.
 OV::UniString HostOf(const OpenedProject& project)
@@ -71,10 +46,14 @@ std::unique_ptr<UserRepository> OpenUserRepository(const OpenedProject& project)
     return CreateUserRepository(u"WBEM", properties);
 }
 
-NewDisplay::NativeImage FetchPhoto(UserRepository& users, const OV::UniString& loginName)
+/// Nothing when the server refuses it now.
+std::optional<NewDisplay::NativeImage> FetchPhoto(UserRepository& users,
+                                                  const OV::UniString& loginName)
 {
+    bool isRefused = true;
     try {
         const auto photo = users.GetUserPhoto(loginName);
+        isRefused = false;
         if (photo.type == u"image/png" || photo.type == u"image/jpeg")
             return NewDisplay::DecodeImage(photo.data, photo.type);
     } catch (const OV::InterruptedException&) {
@@ -85,28 +64,34 @@ NewDisplay::NativeImage FetchPhoto(UserRepository& users, const OV::UniString& l
         OV::Logger::Warning(OV::Logger::Library, u"SYC::ProjectMembers: no photo of %: %",
                             {loginName, error.what()});
     }
-    return {};
+    return isRefused ? std::nullopt : std::optional<NewDisplay::NativeImage>(std::in_place);
 }
 
 constexpr std::uint64_t BytesPerPixel = 4;
 
-/// Completes `photos` with those of `members` that it lacks.
-void FetchPhotos(OpenedProject& project, const OV::Array<Member>& members, PhotoTable& photos)
+/// Fetches what the server has another photo of than the tables.
+void FetchPhotos(OpenedProject& project, PhotoStates& photos, PhotoTable& images)
 {
     std::unique_ptr<UserRepository> users;
     // A few bytes of the wire may be a large picture.
-    Communication::PagedReading reading(u"the photos", {std::uint64_t{1} << 30, members.size()});
+    Communication::PagedReading reading(u"the photos", {std::uint64_t{1} << 30, photos.size()});
     try {
-        for (const auto& member : members) {
-            if (photos.contains(member.guid))
+        for (auto& [guid, state] : photos) {
+            if (state.here == state.latest)
                 continue;
-            if (!users)
+            if (!state.latest.empty() && !users) {
                 users = OpenUserRepository(project);
-            if (!users)
-                return;
-            const auto& photo =
-                photos.emplace(member.guid, FetchPhoto(*users, member.loginName)).first->second;
-            reading.TakePage(BytesPerPixel * photo.GetWidth() * photo.GetHeight(), 1, false);
+                if (!users)
+                    return;
+            }
+            auto photo = state.latest.empty()
+                             ? std::optional<NewDisplay::NativeImage>(std::in_place)
+                             : FetchPhoto(*users, state.loginName);
+            if (!photo)
+                continue;
+            reading.TakePage(BytesPerPixel * photo->GetWidth() * photo->GetHeight(), 1, false);
+            images.insert_or_assign(guid, *std::move(photo));
+            state.here = state.latest;
         }
     } catch (const OV::InterruptedException&) {
         throw;
@@ -119,29 +104,36 @@ void FetchPhotos(OpenedProject& project, const OV::Array<Member>& members, Photo
     }
 }
 
+/// What is known of the photos once these changes are known.
+PhotoStates After(const PhotoStates& before, const Syncra::Protocol::MemberChanges& changes)
+{
+    PhotoStates after = changes.isWhole ? PhotoStates() : before;
+    for (const auto& guid : changes.gone)
+        after.erase(guid);
+    for (const auto& member : changes.members) {
+        const auto found = before.find(member.guid);
+        after.insert_or_assign(
+            member.guid, PhotoState{member.loginName, member.photo,
+                                    found == before.end() ? OV::UniString() : found->second.here});
+    }
+    return after;
+}
+
 }  // namespace
 
-OV::Array<ProjectMember> FetchMembers(OpenedProject& project, const PhotoTable& knownPhotos)
+MemberNews FetchMembers(OpenedProject& project, const std::shared_ptr<const KnownMembers>& known,
+                        bool withPhotos)
 {
-    OV::Array<Member> records;
-    OV::HashSet<OV::UniString> atWork;
+    const KnownMembers before = known ? *known : KnownMembers();
+    MemberNews news;
     project.Ask([&](SyncraClient& client) {
-        records = client.GetProjectMembersEx(project.GetProjectId());
-        atWork = LoginsAtWork(client, project.GetProjectId());
+        news.changes = client.GetProjectMembersEx(project.GetProjectId(), before.place);
     });
-    PhotoTable photos = knownPhotos;
-    FetchPhotos(project, records, photos);
-    OV::Array<ProjectMember> members;
-    members.reserve(records.size());
-    for (auto& record : records) {
-        ProjectMember member{record.id,
-                             UserData(record.loginName, record.fullName, record.guid,
-                                      photos[record.guid], record.color),
-                             {record.roleName, std::move(record.permissions)}};
-        member.data.SetNormalSession(atWork.contains(record.loginName));
-        members.push_back(std::move(member));
-    }
-    return members;
+    KnownMembers after{news.changes.place, After(before.photos, news.changes)};
+    if (withPhotos)
+        FetchPhotos(project, after.photos, news.images);
+    news.known = std::make_shared<const KnownMembers>(std::move(after));
+    return news;
 }
 
 }  // namespace SYC
