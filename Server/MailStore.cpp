@@ -190,6 +190,7 @@ void MailStore::AddEntry(const MailBox& box, const MailPlace& place, bool isCopy
 
 std::string MailStore::PageJson(const MailBox& box, const MailPlace& from)
 {
+    const auto change = std::to_string(LastChange(box.projectId));
     auto query = database_.Prepare(
         "SELECT e.mail, m.id, e.time_stamp, e.is_copy, e.is_read, e.is_historical, m.header, "
         "m.body FROM mail_entries e JOIN mails m ON m.number = e.mail "
@@ -208,7 +209,7 @@ std::string MailStore::PageJson(const MailBox& box, const MailPlace& from)
         page += count > 0 ? "," : "";
         page += Syncra::Protocol::WriteJson(ReadMail(query), size);
     }
-    return page + "],\"cursor\":\"" + cursor + "\"}";
+    return page + "],\"cursor\":\"" + cursor + "\",\"change\":" + change + "}";
 }
 
 FlagPage MailStore::Flags(const MailBox& box, MailFlag flag, std::uint64_t after)

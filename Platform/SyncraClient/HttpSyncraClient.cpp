@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <optional>
 
 namespace Syncra::Client {
 
@@ -135,11 +136,12 @@ public:
             .value;
     }
 
-    void GetMails(const OV::UniString& projectId, std::int32_t sinceTime,
-                  OV::PagedArray<Protocol::Message>& mails) override
+    std::uint64_t GetMails(const OV::UniString& projectId, std::int32_t sinceTime,
+                           const TakePage& take) override
     {
         Communication::PagedReading reading(u"the mails", MailBoxLimits);
         OV::UniString cursor;
+        std::optional<std::uint64_t> change;
         do {
             auto page = requests_.Get<Protocol::MailPage>(
                 cursor.empty() ? MakePath("/projects/{}/mails?since={}", {projectId, sinceTime})
@@ -148,9 +150,12 @@ public:
             if (!page.cursor.empty() && page.cursor == cursor)
                 ThrowMalformed(u"pages of mails");
             reading.TakePage(requests_.GetAnswerBytes(), page.mails.size(), !page.cursor.empty());
-            std::move(page.mails.begin(), page.mails.end(), std::back_inserter(mails));
+            // Later pages show later changes as well.
+            change = change.value_or(page.change);
             cursor = std::move(page.cursor);
+            take(std::move(page.mails), cursor.empty());
         } while (!cursor.empty());
+        return *change;
     }
 
     OV::UniString SendMail(const OV::UniString& projectId,

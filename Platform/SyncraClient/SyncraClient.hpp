@@ -1,7 +1,6 @@
 #pragma once
 
 #include "OVRoot/Export.hpp"
-#include "OVRoot/PagedArray.hpp"
 #include "OVRoot/Secret.hpp"
 #include "SYCommunication/HttpClient.hpp"
 #include "SyncraProtocol/EventLogPage.hpp"
@@ -12,6 +11,7 @@
 #include "SyncraProtocol/Session.hpp"
 #include "SyncraProtocol/Signal.hpp"
 
+#include <functional>
 #include <memory>
 
 namespace Syncra::Client {
@@ -57,10 +57,13 @@ public:
     [[nodiscard]] virtual OV::Array<Protocol::Session>
     GetAllSessions(const OV::UniString& projectId) = 0;
 
-    /// Appends the user's mails with a time stamp of `sinceTime` or later, oldest first, in as many
-    /// requests as it takes. Mails of that very second come again: the caller knows their ids.
-    virtual void GetMails(const OV::UniString& projectId, std::int32_t sinceTime,
-                          OV::PagedArray<Protocol::Message>& mails) = 0;
+    /// Hands over the user's mails with a time stamp of `sinceTime` or later, oldest first, page by
+    /// page. Mails of that very second come again: the caller knows their ids. Returns the change
+    /// of flags that all of them show; what changed behind it, GetMailStatus and GetMailHistorical
+    /// tell.
+    using TakePage = std::function<void(OV::Array<Protocol::Message> page, bool isLast)>;
+    virtual std::uint64_t GetMails(const OV::UniString& projectId, std::int32_t sinceTime,
+                                   const TakePage& take) = 0;
     /// Delivers a mail to its recipients' login names and returns its id. `key` is 1 to 64
     /// characters, one for each mail: who does not know whether his request arrived repeats it with
     /// the same key, and the mail arrives once.

@@ -286,11 +286,8 @@ bool MailClient::ApplyFlags(const FlagTable& flags, const Mark& mark)
     for (const auto& [id, flag] : flags) {
         if (!flag)
             continue;
-        const auto mail = box_.Find(id);
-        if (!mail || ((*mail).*mark.isSet)())
-            continue;
-        ((*mail).*mark.set)();
-        isChanged = true;
+        if (const auto mail = box_.Find(id))
+            isChanged = mark.Set(*mail) || isChanged;
     }
     return isChanged;
 }
@@ -307,9 +304,8 @@ void MailClient::SetMailHistoricalMessage(ClientMail& mail)
 
 void MailClient::MarkLocally(ClientMail& mail, const Mark& mark)
 {
-    if ((mail.*mark.isSet)())
+    if (!mark.Set(mail))
         return;
-    (mail.*mark.set)();
     mail.SetModify(true);
     try {
         box_.NoteMark();
@@ -496,11 +492,15 @@ void MailClient::TakeRefresh(Refreshed& refreshed, RefreshMailListReason::Value 
 void MailClient::ApplyRefresh(Refreshed& refreshed, RefreshMailListReason::Value reason)
 {
     auto newMails = OV::MakeRef<MailList>(box_.TakeArrivals());
+    bool isMarkChanged = false;
     for (const auto& mail : refreshed.mails)
         if (box_.Add(mail))
             newMails->push_back(mail);
-    const bool isReadChanged = ApplyFlags(refreshed.read, Mark::Read);
-    const bool isMarkChanged = ApplyFlags(refreshed.historical, Mark::Historical) || isReadChanged;
+        else if (const auto ours = box_.Find(mail->GetId()))
+            for (const auto* mark : {&Mark::Read, &Mark::Historical})
+                isMarkChanged = (mark->IsSet(*mail) && mark->Set(*ours)) || isMarkChanged;
+    isMarkChanged = ApplyFlags(refreshed.read, Mark::Read) || isMarkChanged;
+    isMarkChanged = ApplyFlags(refreshed.historical, Mark::Historical) || isMarkChanged;
     const bool isOldChanged = box_.Remove(refreshed.deleted) || isMarkChanged;
     flagChanges_ = refreshed.changes;
     if (!newMails->empty() || isOldChanged)

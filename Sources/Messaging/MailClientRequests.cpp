@@ -4,6 +4,7 @@
 #include "OVRoot/ExceptionText.hpp"
 #include "OVRoot/Logger.hpp"
 
+#include <future>
 #include <new>
 
 /// The work of the mail client on its worker threads.
@@ -40,6 +41,15 @@ OV::Ref<ClientMail> ToMail(const Message& message)
     return {};
 }
 
+MailClient::MailList ToMails(const OV::Array<Message>& page)
+{
+    MailClient::MailList mails;
+    for (const Message& message : page)
+        if (auto mail = ToMail(message))
+            mails.push_back(std::move(mail));
+    return mails;
+}
+
 }  // namespace
 
 MailClient::Refreshed MailClient::FetchMails(std::int32_t sinceTime, FlagChanges known,
@@ -49,14 +59,23 @@ MailClient::Refreshed MailClient::FetchMails(std::int32_t sinceTime, FlagChanges
     refreshed.changes = known;
     project_->Ask([&](SyncraClient& client) {
         const auto& projectId = project_->GetProjectId();
-        OV::PagedArray<Message> messages;
-        client.GetMails(projectId, sinceTime, messages);
-        // Each message goes as its mail comes, so that a large box is not held twice.
-        for (Message& each : messages) {
-            const Message message = std::move(each);
-            if (auto mail = ToMail(message))
-                refreshed.mails.push_back(std::move(mail));
-        }
+        // A page becomes mails while the next one travels.
+        std::future<MailList> converted;
+        const auto takeOver = [&] {
+            if (converted.valid())
+                for (auto& mail : converted.get())
+                    refreshed.mails.push_back(std::move(mail));
+        };
+        const auto change =
+            client.GetMails(projectId, sinceTime, [&](OV::Array<Message> page, bool isLast) {
+                takeOver();
+                converted = std::async(isLast ? std::launch::deferred : std::launch::async, ToMails,
+                                       std::move(page));
+            });
+        takeOver();
+        // Mails of a list that had none show their flags as they are.
+        if (known.read == 0 && kept.empty())
+            refreshed.changes = {change, change};
         refreshed.read = client.GetMailStatus(projectId, refreshed.changes.read);
         refreshed.historical = client.GetMailHistorical(projectId, refreshed.changes.historical);
         // What the server has no more was deleted, or is lost to a server that was restored from an

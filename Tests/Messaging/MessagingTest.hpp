@@ -141,11 +141,11 @@ protected:
     /// How often each text stands in the user's box on the server.
     std::map<OV::UniString, int> TextsOf(const std::string& user)
     {
-        OV::PagedArray<Syncra::Protocol::Message> messages;
-        Connect(user)->GetMails(ProjectId(), 0, messages);
         std::map<OV::UniString, int> texts;
-        for (const auto& message : messages)
-            ++texts[message.header.at(u"TextBody")];
+        Connect(user)->GetMails(ProjectId(), 0, [&](const auto& page, bool) {
+            for (const auto& message : page)
+                ++texts[message.header.at(u"TextBody")];
+        });
         return texts;
     }
 };

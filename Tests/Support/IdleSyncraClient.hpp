@@ -27,9 +27,10 @@ public:
     {
         return {};
     }
-    void GetMails(const OV::UniString&, std::int32_t,
-                  OV::PagedArray<Syncra::Protocol::Message>&) override
-    {}
+    std::uint64_t GetMails(const OV::UniString&, std::int32_t, const TakePage&) override
+    {
+        return 0;
+    }
     OV::UniString SendMail(const OV::UniString&, const OV::Array<OV::UniString>&,
                            const Syncra::Protocol::Message&, const OV::UniString&) override
     {

@@ -230,12 +230,11 @@ TEST(SyncraClientTest, PagesThatBringNothingOrNeverEndAreRefused)
 {
     int pages = 0;
     const ScriptedServer server([&](Peer& peer, const Asked& request) {
-        peer.Answer(200, request.number == 1
-                             ? Token
-                             : R"({"mails":[],"cursor":")" + std::to_string(++pages) + R"("})");
+        peer.Answer(200, request.number == 1 ? Token
+                                             : R"({"mails":[],"change":0,"cursor":")" +
+                                                   std::to_string(++pages) + R"("})");
     });
-    OV::PagedArray<Syncra::Protocol::Message> mails;
-    EXPECT_EQ(Outcome([&] { SignedIn(server)->GetMails(u"p", 0, mails); }),
+    EXPECT_EQ(Outcome([&] { SignedIn(server)->GetMails(u"p", 0, [](const auto&, bool) {}); }),
               "MalformedResponseException");
 
     const std::pair<std::uint64_t, std::uint64_t> beyond[] = {

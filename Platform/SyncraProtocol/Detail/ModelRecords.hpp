@@ -241,7 +241,8 @@ void Describe(Visitor& v, StateOfProject& body)
 
 struct MailPage {
     OV::Array<Message> mails;
-    OV::UniString cursor;  ///< of the next page; empty behind the last one
+    OV::UniString cursor;      ///< of the next page; empty behind the last one
+    std::uint64_t change = 0;  ///< the newest change of flags that the page shows
 };
 
 template <class Visitor>
@@ -249,6 +250,7 @@ void Describe(Visitor& v, MailPage& page)
 {
     v("mails", page.mails);
     v("cursor", page.cursor);
+    v("change", page.change);
 }
 
 template <class Mail>

@@ -10,6 +10,16 @@ struct MailClient::Mark {
     void (Syncra::Client::SyncraClient::*send)(const OV::UniString& projectId,
                                                const FlagTable& flags);
 
+    [[nodiscard]] bool IsSet(const ClientMail& mail) const { return (mail.*isSet)(); }
+    /// False when it was set already.
+    [[nodiscard]] bool Set(ClientMail& mail) const
+    {
+        const bool isNew = !IsSet(mail);
+        if (isNew)
+            (mail.*set)();
+        return isNew;
+    }
+
     static const Mark Read;
     static const Mark Historical;
 };
