@@ -54,7 +54,7 @@ public:
     class SetConnectionTask;
     /// The task of an operation on records; what a host has of it is its name.
     template <RecordOperation operation, class Record>
-    class RecordTask;
+    class SYC_LOCAL RecordTask;
 
     virtual ~ConnectedRepositoryManager();
     ConnectedRepositoryManager(const ConnectedRepositoryManager&) = delete;

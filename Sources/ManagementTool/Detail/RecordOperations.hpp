@@ -41,7 +41,7 @@ struct ResultOf<Record, RecordOperation::Delete> {
 
 template <class Repository>
 template <RecordOperation operation, class Record>
-class ConnectedRepositoryManager<Repository>::RecordTask final
+class SYC_LOCAL ConnectedRepositoryManager<Repository>::RecordTask final
     : public StepTask<Repository, typename ResultOf<Record, operation>::Type> {
     using Base = StepTask<Repository, typename ResultOf<Record, operation>::Type>;
 
