@@ -1,13 +1,12 @@
+#include "Beside.hpp"
 #include "CachedProjectInfo.hpp"
 #include "IO/Folder.hpp"
 
 #include <benchmark/benchmark.h>
 #include <pugixml.hpp>
 
-#include <chrono>
 #include <cstdio>
 #include <filesystem>
-#include <functional>
 #include <malloc.h>
 #include <memory>
 #include <stdexcept>
@@ -17,8 +16,6 @@
 #include <unistd.h>
 
 namespace {
-
-using Seconds = std::chrono::duration<double>;
 
 /// A folder with one cache as a member of a medium-sized team has it.
 class Workplace {
@@ -57,29 +54,6 @@ private:
     IO::Location folder_;
 };
 
-double Measure(const std::function<void()>& work)
-{
-    const auto start = std::chrono::steady_clock::now();
-    work();
-    return Seconds(std::chrono::steady_clock::now() - start).count();
-}
-
-/// Runs ours and the bare form in turn, so that both meet the same machine.
-void Compare(benchmark::State& state, const std::function<void()>& ours,
-             const std::function<void()>& bare)
-{
-    double oursTotal = 0;
-    double bareTotal = 0;
-    for (auto _ : state) {
-        const double time = Measure(ours);
-        state.SetIterationTime(time);
-        oursTotal += time;
-        bareTotal += Measure(bare);
-    }
-    state.counters["bare_us"] = bareTotal * 1e6 / static_cast<double>(state.iterations());
-    state.counters["ratio"] = oursTotal / bareTotal;
-}
-
 void ReadBesideBareParse(benchmark::State& state)
 {
     const Workplace place;
@@ -87,14 +61,14 @@ void ReadBesideBareParse(benchmark::State& state)
     IO::Location file;
     info.GetCacheInfoFileLocation(file);
     const std::string path = file.ToNativePath();
-    Compare(
-        state, [&] { info.ReadFromDisc(false); },
-        [&] {
-            pugi::xml_document document;
-            if (!document.load_file(path.c_str()))
-                throw std::runtime_error("the file cannot be parsed");
-            benchmark::DoNotOptimize(document);
-        });
+    Beside(state, "opening a cache", "pugixml loads the same file", 1.5)
+        .Run([&] { info.ReadFromDisc(false); },
+             [&] {
+                 pugi::xml_document document;
+                 if (!document.load_file(path.c_str()))
+                     throw std::runtime_error("the file cannot be parsed");
+                 benchmark::DoNotOptimize(document);
+             });
 }
 BENCHMARK(ReadBesideBareParse)->UseManualTime()->Unit(benchmark::kMicrosecond);
 
@@ -118,17 +92,18 @@ void WriteBesideBareSave(benchmark::State& state, bool isSafe)
     const std::string folder = info.GetCacheFolderLocation().ToNativePath();
     const std::string target = folder + "/bare.xml";
     const std::string written = isSafe ? target + ".new" : target;
-    Compare(
-        state, [&] { info.WriteToDisc(); },
-        [&] {
-            if (!document.save_file(written.c_str()))
-                throw std::runtime_error("the file cannot be saved");
-            if (!isSafe)
-                return;
-            FlushToDisk(written);
-            std::filesystem::rename(written, target);
-            FlushToDisk(folder);
-        });
+    Beside(state, "writing a cache",
+           isSafe ? "pugixml saves it, flushed and renamed" : "pugixml saves it in place")
+        .Run([&] { info.WriteToDisc(); },
+             [&] {
+                 if (!document.save_file(written.c_str()))
+                     throw std::runtime_error("the file cannot be saved");
+                 if (!isSafe)
+                     return;
+                 FlushToDisk(written);
+                 std::filesystem::rename(written, target);
+                 FlushToDisk(folder);
+             });
 }
 
 void WriteBesideBareSaveWithTheSameSafety(benchmark::State& state)
@@ -157,13 +132,15 @@ void OpenCaches(benchmark::State& state)
         std::vector<std::unique_ptr<SYC::CachedProjectInfo>> caches;
         caches.reserve(count);
         const auto before = mallinfo2().uordblks;
-        time = Measure([&] {
+        const auto start = Beside::Clock::now();
+        {
             for (const IO::Location& folder : folders)
                 caches.push_back(std::make_unique<SYC::CachedProjectInfo>(folder));
-        });
+        }
+        time = Beside::Microseconds(Beside::Clock::now() - start);
         bytes = static_cast<double>(mallinfo2().uordblks - before);
     }
-    state.counters["us_each"] = time * 1e6 / static_cast<double>(count);
+    state.counters["us_each"] = time / static_cast<double>(count);
     state.counters["bytes_each"] = bytes / static_cast<double>(count);
 }
 BENCHMARK(OpenCaches)->Arg(100)->Arg(10000)->Iterations(1)->Unit(benchmark::kMillisecond);

@@ -1,13 +1,11 @@
 // A whole check of a project connection beside the same requests made with bare libcurl.
 #include "BareClient.hpp"
+#include "Beside.hpp"
 #include "ClientProjectConnectionManager.hpp"
 #include "ReadProjectConnection.hpp"
 #include "Support/TemporaryFolder.hpp"
 #include "SyncraURL.hpp"
 
-#include <benchmark/benchmark.h>
-
-#include <chrono>
 #include <memory>
 
 namespace {
@@ -39,48 +37,24 @@ struct Scene {
     std::vector<std::string> targets;
 };
 
-using Clock = std::chrono::steady_clock;
-
-/// Runs `ours` and `bare` in turn and reports their ratio.
-template <class Ours, class Bare>
-void Compare(benchmark::State& state, Ours&& ours, Bare&& bare)
-{
-    Clock::duration oursTime{}, bareTime{};
-    for (auto _ : state) {
-        const auto start = Clock::now();
-        ours();
-        const auto middle = Clock::now();
-        bare();
-        oursTime += middle - start;
-        bareTime += Clock::now() - middle;
-    }
-    state.counters["ratio"] = std::chrono::duration<double>(oursTime) / bareTime;
-    const auto perRound = [&](Clock::duration time) {
-        return std::chrono::duration<double, std::micro>(time).count() /
-               static_cast<double>(state.iterations());
-    };
-    state.counters["check_us"] = perRound(oursTime);
-    state.counters["curl_us"] = perRound(bareTime);
-}
-
 void CheckWithSignIn(benchmark::State& state)
 {
     Scene scene;
-    Compare(
-        state,
-        [&] {
-            SYC::ReadProjectConnection connection(scene.manager.get());
-            if (connection.Check(true, false, false, false) != SYC::CheckResult::Passed)
-                state.SkipWithError("the check failed");
-        },
-        [&] {
-            BareClient client(scene.server.ModelPort());
-            client.SignIn();
-            for (const auto& target : scene.targets)
-                client.Get(target);
-        });
+    Beside(state, "a check of a project, with sign-in", "its five requests by curl", 1.1)
+        .Run(
+            [&] {
+                SYC::ReadProjectConnection connection(scene.manager.get());
+                if (connection.Check(true, false, false, false) != SYC::CheckResult::Passed)
+                    state.SkipWithError("the check failed");
+            },
+            [&] {
+                BareClient client(scene.server.ModelPort());
+                client.SignIn();
+                for (const auto& target : scene.targets)
+                    client.Get(target);
+            });
 }
-BENCHMARK(CheckWithSignIn)->UseRealTime();
+BENCHMARK(CheckWithSignIn)->UseManualTime()->Unit(benchmark::kMicrosecond);
 
 void CheckOnKeptConnection(benchmark::State& state)
 {
@@ -88,17 +62,17 @@ void CheckOnKeptConnection(benchmark::State& state)
     SYC::ReadProjectConnection connection(scene.manager.get());
     BareClient client(scene.server.ModelPort());
     client.SignIn();
-    Compare(
-        state,
-        [&] {
-            if (connection.Check(false, false, false, false) != SYC::CheckResult::Passed)
-                state.SkipWithError("the check failed");
-        },
-        [&] {
-            for (const auto& target : scene.targets)
-                client.Get(target);
-        });
+    Beside(state, "a check on a kept connection", "its four requests by curl", 1.05)
+        .Run(
+            [&] {
+                if (connection.Check(false, false, false, false) != SYC::CheckResult::Passed)
+                    state.SkipWithError("the check failed");
+            },
+            [&] {
+                for (const auto& target : scene.targets)
+                    client.Get(target);
+            });
 }
-BENCHMARK(CheckOnKeptConnection)->UseRealTime();
+BENCHMARK(CheckOnKeptConnection)->UseManualTime()->Unit(benchmark::kMicrosecond);
 
 }  // namespace

@@ -1,13 +1,10 @@
+#include "Beside.hpp"
 #include "IO/File.hpp"
 #include "Messaging/DummyAction.hpp"
 #include "Messaging/MailFile.hpp"
 #include "OVRoot/MemoryChannels.hpp"
 #include "Support/TemporaryFolder.hpp"
 
-#include <benchmark/benchmark.h>
-
-#include <chrono>
-#include <cstring>
 #include <functional>
 #include <malloc.h>
 
@@ -15,7 +12,6 @@ namespace {
 
 using SYC::ClientMail;
 using SYC::MailFile::MailList;
-using Seconds = std::chrono::duration<double>;
 
 constexpr std::size_t MailCount = 100000;
 
@@ -52,30 +48,11 @@ const MailList& Mails()
     return mails;
 }
 
-double Measure(const std::function<void()>& work)
+/// How many bytes a second; nothing else does the same work.
+void Rate(benchmark::State& state, OV::StringView bytes, const std::function<void()>& work)
 {
-    const auto start = std::chrono::steady_clock::now();
-    work();
-    return Seconds(std::chrono::steady_clock::now() - start).count();
-}
-
-/// `ours` in turn with a copy of as many bytes, so that both meet the same machine.
-void BesideCopy(benchmark::State& state, OV::StringView bytes, const std::function<void()>& ours)
-{
-    OV::String target(bytes.size(), '\0');
-    double oursTotal = 0;
-    double copyTotal = 0;
-    for (auto _ : state) {
-        const double time = Measure(ours);
-        state.SetIterationTime(time);
-        oursTotal += time;
-        copyTotal += Measure([&] {
-            std::memcpy(target.data(), bytes.data(), bytes.size());
-            benchmark::DoNotOptimize(target.data());
-            benchmark::ClobberMemory();
-        });
-    }
-    state.counters["ratio"] = oursTotal / copyTotal;
+    for (auto _ : state)
+        state.SetIterationTime(Beside::Microseconds(Beside::Time(work)) / 1e6);
     state.counters["bytes_each"] = static_cast<double>(bytes.size()) / MailCount;
     state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(bytes.size()));
 }
@@ -89,14 +66,14 @@ void Require(bool isFine)
 void EncodeDisk(benchmark::State& state)
 {
     const auto bytes = SYC::MailFile::Encode(Mails());
-    BesideCopy(state, bytes, [] { benchmark::DoNotOptimize(SYC::MailFile::Encode(Mails())); });
+    Rate(state, bytes, [] { benchmark::DoNotOptimize(SYC::MailFile::Encode(Mails())); });
 }
 BENCHMARK(EncodeDisk)->UseManualTime()->Unit(benchmark::kMillisecond);
 
 void DecodeDisk(benchmark::State& state)
 {
     const auto bytes = SYC::MailFile::Encode(Mails());
-    BesideCopy(state, bytes, [&] {
+    Rate(state, bytes, [&] {
         Require(SYC::MailFile::Decode(bytes).outcome == SYC::MailFile::Outcome::Complete);
     });
 }
@@ -116,7 +93,7 @@ OV::String EncodeAllCompact(std::vector<std::size_t>* ends = nullptr)
 void EncodeCompact(benchmark::State& state)
 {
     const auto bytes = EncodeAllCompact();
-    BesideCopy(state, bytes, [] { benchmark::DoNotOptimize(EncodeAllCompact()); });
+    Rate(state, bytes, [] { benchmark::DoNotOptimize(EncodeAllCompact()); });
 }
 BENCHMARK(EncodeCompact)->UseManualTime()->Unit(benchmark::kMillisecond);
 
@@ -124,7 +101,7 @@ void DecodeCompact(benchmark::State& state)
 {
     std::vector<std::size_t> ends;
     const auto bytes = EncodeAllCompact(&ends);
-    BesideCopy(state, bytes, [&] {
+    Rate(state, bytes, [&] {
         MailList mails;
         std::size_t begin = 0;
         for (const std::size_t end : ends) {
@@ -158,14 +135,14 @@ OV::String TextOf(const std::vector<Syncra::Protocol::Message>& messages)
 
 void ToMessages(benchmark::State& state)
 {
-    BesideCopy(state, TextOf(MakeMessages()), [] { benchmark::DoNotOptimize(MakeMessages()); });
+    Rate(state, TextOf(MakeMessages()), [] { benchmark::DoNotOptimize(MakeMessages()); });
 }
 BENCHMARK(ToMessages)->UseManualTime()->Unit(benchmark::kMillisecond);
 
 void FromMessages(benchmark::State& state)
 {
     const auto messages = MakeMessages();
-    BesideCopy(state, TextOf(messages), [&] {
+    Rate(state, TextOf(messages), [&] {
         MailList mails;
         for (const auto& message : messages) {
             mails.push_back(OV::MakeRef<ClientMail>());
@@ -180,16 +157,9 @@ void SaveBox(benchmark::State& state)
 {
     const TemporaryFolder folder;
     const auto bytes = SYC::MailFile::Encode(Mails());
-    double ours = 0;
-    double bare = 0;
-    for (auto _ : state) {
-        const double time = Measure(
-            [&] { SYC::MailFile::Write(folder.GetLocation().Appended(u"Mails.dat"), Mails()); });
-        state.SetIterationTime(time);
-        ours += time;
-        bare += Measure([&] { IO::File::Replace(folder.GetLocation().Appended(u"bare"), bytes); });
-    }
-    state.counters["ratio"] = ours / bare;
+    Beside(state, "saving a box of 100,000 mails", "writing the same bytes as safely")
+        .Run([&] { SYC::MailFile::Write(folder.GetLocation().Appended(u"Mails.dat"), Mails()); },
+             [&] { IO::File::Replace(folder.GetLocation().Appended(u"bare"), bytes); });
 }
 BENCHMARK(SaveBox)->UseManualTime()->Unit(benchmark::kMillisecond);
 
@@ -198,23 +168,20 @@ void LoadBox(benchmark::State& state)
     const TemporaryFolder folder;
     const auto file = folder.GetLocation().Appended(u"Mails.dat");
     SYC::MailFile::Write(file, Mails());
-    double ours = 0;
-    double bare = 0;
     double memory = 0;
+    Beside beside(state, "loading a box of 100,000 mails", "reading the same file");
     for (auto _ : state) {
         const auto before = mallinfo2();
         SYC::MailFile::Content content;
-        const double time = Measure([&] { content = SYC::MailFile::Read(file); });
-        state.SetIterationTime(time);
+        const auto ours = Beside::Time([&] { content = SYC::MailFile::Read(file); });
         Require(content.mails.size() == MailCount);
         const auto after = mallinfo2();
         memory = static_cast<double>(after.uordblks + after.hblkhd) -
                  static_cast<double>(before.uordblks + before.hblkhd);
-        ours += time;
-        bare += Measure(
-            [&] { benchmark::DoNotOptimize(IO::File::ReadAll(file, IO::File::MostOfMailFile)); });
+        beside.Add(ours, Beside::Time([&] {
+                       benchmark::DoNotOptimize(IO::File::ReadAll(file, IO::File::MostOfMailFile));
+                   }));
     }
-    state.counters["ratio"] = ours / bare;
     state.counters["memory_each"] = memory / MailCount;
 }
 BENCHMARK(LoadBox)->UseManualTime()->Unit(benchmark::kMillisecond);

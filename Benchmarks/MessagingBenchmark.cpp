@@ -1,5 +1,6 @@
 // The mail client beside bare requests of the same content: delivering the outbox, fetching a box.
 #include "BareClient.hpp"
+#include "Beside.hpp"
 #include "ClientProjectConnectionManager.hpp"
 #include "Messaging/MailClient.hpp"
 #include "OVRoot/Guid.hpp"
@@ -11,14 +12,10 @@
 #include "SyncraProtocol/Detail/ModelRecords.hpp"
 #include "SyncraURL.hpp"
 
-#include <benchmark/benchmark.h>
-
-#include <chrono>
 #include <malloc.h>
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
 using SYC::ClientMail;
 using SYC::MailClient;
 using SYCB::PresenceState;
@@ -26,11 +23,6 @@ using SYCB::PresenceState;
 constexpr std::size_t FlushedMails = 1000;
 constexpr std::size_t FetchedMails = 100'000;
 constexpr const char* MailsPath = "/syncra/v1/projects/6B1F0C52-8A5D-4B1E-9B6A-0D3C7E5A1001/mails";
-
-double Seconds(Clock::duration time)
-{
-    return std::chrono::duration<double>(time).count();
-}
 
 /// A note of a few lines.
 OV::Ref<ClientMail> MakeMail(const OV::UniString& sender, const OV::UniString& recipient)
@@ -88,7 +80,7 @@ void FlushOutbox(benchmark::State& state)
     const auto folder = manager->FindCache()->GetCacheFolderLocation();
     BareClient bare(scene.server.ModelPort());
     bare.SignIn();
-    Clock::duration oursTime{}, bareTime{};
+    Beside beside(state, "delivering an outbox of 1,000 mails", "posting them by curl");
     for (auto _ : state) {
         presence.SetState(PresenceState::Offline);
         SYC::MailFile::MailList mails;
@@ -102,40 +94,40 @@ void FlushOutbox(benchmark::State& state)
         MailClient client(manager->GetSignalClient(), *manager, members, folder, scene.executor);
         (void)SYCB::MessageLoop::RunUntil([] { return false; }, 200);  // the first refresh
 
-        const auto start = Clock::now();
-        presence.SetState(PresenceState::Online);
-        while (IO::File::GetChangeStamp(outboxFile)->size > 4)
-            (void)SYCB::MessageLoop::RunUntil([] { return false; }, 1);
-        const auto middle = Clock::now();
-        for (const auto& body : bodies)
-            bare.Post(MailsPath, body);
-        const auto end = Clock::now();
-        state.SetIterationTime(Seconds(middle - start));
-        oursTime += middle - start;
-        bareTime += end - middle;
+        const auto ours = Beside::Time([&] {
+            presence.SetState(PresenceState::Online);
+            while (IO::File::GetChangeStamp(outboxFile)->size > 4)
+                (void)SYCB::MessageLoop::RunUntil([] { return false; }, 1);
+        });
+        beside.Add(ours, Beside::Time([&] {
+                       for (const auto& body : bodies)
+                           bare.Post(MailsPath, body);
+                   }));
     }
-    const auto perSecond = [&](Clock::duration time) {
-        return static_cast<double>(FlushedMails * state.iterations()) / Seconds(time);
-    };
-    state.counters["ours_per_s"] = perSecond(oursTime);
-    state.counters["bare_per_s"] = perSecond(bareTime);
-    state.counters["rate_ratio"] = perSecond(oursTime) / perSecond(bareTime);
 }
 BENCHMARK(FlushOutbox)->UseManualTime()->Iterations(5)->Unit(benchmark::kMillisecond);
 
-/// Takes the pages of the box as they come and reads nothing but the cursor.
+/// Takes the pages of the box as they come and reads nothing but the cursor, then asks for the
+/// flags that changed meanwhile.
 std::size_t FetchBare(BareClient& bare)
 {
+    const auto behind = [](const std::string& page, const std::string& key) {
+        const auto at = page.find(key) + key.size();
+        return page.substr(at, page.find_first_of("\",}", at) - at);
+    };
+    std::string change;
     std::size_t bytes = 0;
     std::string cursor;
     do {
         const auto& page = bare.Get(std::string(MailsPath) + "?since=0" +
                                     (cursor.empty() ? std::string() : "&cursor=" + cursor));
         bytes += page.size();
-        const std::string key = "\"cursor\":\"";
-        const auto at = page.find(key) + key.size();
-        cursor = page.substr(at, page.find('"', at) - at);
+        cursor = behind(page, "\"cursor\":\"");
+        if (change.empty())
+            change = behind(page, "\"change\":");
     } while (!cursor.empty());
+    for (const char* flags : {"/status?after=", "/historical?after="})
+        bytes += bare.Get(MailsPath + (flags + change)).size();
     return bytes;
 }
 
@@ -170,33 +162,26 @@ void RefreshBox(benchmark::State& state)
             "FROM mail_entries e JOIN mails m ON m.number != e.mail WHERE e.is_copy = 0");
     BareClient bare(scene.server.ModelPort());
     bare.SignIn("yuki.tanaka");
-    Clock::duration oursTime{}, bareTime{};
     double heldBytes = 0;
-    int round = 0;
+    Beside beside(state, "fetching 100,000 mails into an empty client", "the same requests by curl",
+                  2.5);
     for (auto _ : state) {
         const auto manager = scene.Open(u"yuki.tanaka");
         SYC::ProjectMembers members(manager->GetSignalClient(), *manager, scene.executor);
         const TemporaryFolder folder(TemporaryFolder::UserFolders::Leave);
         const auto before = mallinfo2().uordblks;
         Refreshed refreshed;
-        const auto start = Clock::now();
+        const auto start = Beside::Clock::now();
         MailClient client(manager->GetSignalClient(), *manager, members, folder.GetLocation(),
                           scene.executor);
         client.Attach(refreshed);
         (void)SYCB::MessageLoop::RunUntil([&] { return refreshed.isDone; }, 300'000);
-        const auto middle = Clock::now();
+        const auto ours = Beside::Clock::now() - start;
         if (refreshed.count != FetchedMails)
             state.SkipWithError("mails are missing");
         heldBytes = static_cast<double>(mallinfo2().uordblks - before) / FetchedMails;
-        const auto end = Clock::now();
-        benchmark::DoNotOptimize(FetchBare(bare));
-        bareTime += Clock::now() - end;
-        oursTime += middle - start;
-        state.SetIterationTime(Seconds(middle - start));
-        ++round;
+        beside.Add(ours, Beside::Time([&] { benchmark::DoNotOptimize(FetchBare(bare)); }));
     }
-    state.counters["bare_s"] = Seconds(bareTime) / round;
-    state.counters["ratio"] = Seconds(oursTime) / Seconds(bareTime);
     state.counters["bytes_a_mail"] = heldBytes;
 }
 BENCHMARK(RefreshBox)->UseManualTime()->Iterations(3)->Unit(benchmark::kMillisecond);

@@ -1,16 +1,12 @@
 // A large list of users as records beside the bare request of the same answer.
 #include "BareClient.hpp"
+#include "Beside.hpp"
 #include "Support/StoreEdit.hpp"
 #include "Support/TemporaryFolder.hpp"
 #include "SyncraServerManagement/UserRepository.hpp"
 
-#include <benchmark/benchmark.h>
-
-#include <chrono>
-
 namespace {
 
-using Clock = std::chrono::steady_clock;
 using namespace Syncra::Server::Management;
 
 constexpr int UserCount = 10'000;
@@ -35,19 +31,13 @@ void ReadUsers(benchmark::State& state)
          {PropertyNames::UserRepositoryCredentials, OV::FromUtf8(ServerProcess::Password)}});
     BareClient bare(server.ManagementPort());
     bare.SignIn("admin");
-    Clock::duration ours{}, other{};
-    for (auto _ : state) {
-        const auto start = Clock::now();
-        const auto users = repository->Users().List();
-        const auto middle = Clock::now();
-        benchmark::DoNotOptimize(bare.Get("/root/syncrav2/users"));
-        other += Clock::now() - middle;
-        ours += middle - start;
-        if (users.size() < UserCount)
-            state.SkipWithError("users are missing");
-        state.SetIterationTime(std::chrono::duration<double>(middle - start).count());
-    }
-    state.counters["ratio"] = std::chrono::duration<double>(ours) / other;
+    Beside(state, "reading 10,000 users", "the same request by curl", 1.15)
+        .Run(
+            [&] {
+                if (repository->Users().List().size() < UserCount)
+                    state.SkipWithError("users are missing");
+            },
+            [&] { benchmark::DoNotOptimize(bare.Get("/root/syncrav2/users")); });
 }
 BENCHMARK(ReadUsers)->UseManualTime()->Unit(benchmark::kMillisecond);
 

@@ -1,44 +1,18 @@
 #include "BareClient.hpp"
+#include "Beside.hpp"
 #include "Support/TemporaryFolder.hpp"
 #include "SyncraClient/SyncraClient.hpp"
 
-#include <benchmark/benchmark.h>
-
-#include <array>
-#include <chrono>
-
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
-/// Alternates blocks of bare requests with blocks of ours, so that both meet the same machine, and
-/// times ours. The counters tell microseconds a request, and how many times the bare one ours
-/// takes.
+/// Ours beside the bare request, in blocks.
 template <class Ours>
-void Compare(benchmark::State& state, BareClient& bare, const std::string& path, Ours&& ours)
+void Compare(benchmark::State& state, std::string_view what, BareClient& bare,
+             const std::string& path, Ours&& ours)
 {
-    constexpr int block = 8;
-    Clock::duration bareTime{};
-    Clock::duration ourTime{};
-    const auto timed = [](auto&& request) {
-        const auto begin = Clock::now();
-        for (int count = 0; count < block; ++count)
-            request();
-        return Clock::now() - begin;
-    };
-    for (auto _ : state) {
-        bareTime += timed([&] { benchmark::DoNotOptimize(bare.Get(path)); });
-        const auto taken = timed(ours);
-        ourTime += taken;
-        state.SetIterationTime(std::chrono::duration<double>(taken).count());
-    }
-    const auto microseconds = [&](Clock::duration time) {
-        return std::chrono::duration<double, std::micro>(time).count() /
-               static_cast<double>(state.iterations() * block);
-    };
-    state.counters["bare_us"] = microseconds(bareTime);
-    state.counters["ours_us"] = microseconds(ourTime);
-    state.counters["ratio"] = microseconds(ourTime) / microseconds(bareTime);
+    Beside(state, what, "the same request by curl")
+        .Run(
+            ours, [&] { benchmark::DoNotOptimize(bare.Get(path)); }, 8);
 }
 
 /// A server with the sample team, and a user of it who is signed in both ways.
@@ -59,7 +33,8 @@ void BM_TransportRequest(benchmark::State& state)
     Communication::HttpClient http({u"127.0.0.1", user.server.ModelPort(), false});
     const Communication::HttpRequest request{
         Communication::HttpMethod::Get, path, {}, user.token, 0};
-    Compare(state, user.bare, path, [&] { benchmark::DoNotOptimize(http.Perform(request)); });
+    Compare(state, "a request through the transport", user.bare, path,
+            [&] { benchmark::DoNotOptimize(http.Perform(request)); });
 }
 BENCHMARK(BM_TransportRequest)->UseManualTime()->Unit(benchmark::kMicrosecond);
 
@@ -67,7 +42,7 @@ BENCHMARK(BM_TransportRequest)->UseManualTime()->Unit(benchmark::kMicrosecond);
 void BM_ProjectList(benchmark::State& state)
 {
     SignedInUser user;
-    Compare(state, user.bare, "/syncra/v1/projects",
+    Compare(state, "a list of five projects as records", user.bare, "/syncra/v1/projects",
             [&] { benchmark::DoNotOptimize(user.client->GetProjects()); });
 }
 BENCHMARK(BM_ProjectList)->UseManualTime()->Unit(benchmark::kMicrosecond);
@@ -78,7 +53,7 @@ void BM_Membership(benchmark::State& state)
     SignedInUser user;
     const OV::UniString project = user.client->GetProjects().at(0).id;
     const std::string path = "/syncra/v1/projects/" + OV::ToUtf8(project) + "/membership";
-    Compare(state, user.bare, path,
+    Compare(state, "a membership", user.bare, path,
             [&] { benchmark::DoNotOptimize(user.client->IsMember(project)); });
 }
 BENCHMARK(BM_Membership)->UseManualTime()->Unit(benchmark::kMicrosecond);

@@ -1,20 +1,18 @@
 // A task of the management tool beside the plainest ways to have something done elsewhere.
+#include "Beside.hpp"
 #include "ManagementTool/UserAsyncTaskExecutingImplementation.hpp"
 #include "OVRoot/PooledExecutor.hpp"
 #include "SYClientBase/MessageLoop.hpp"
 
-#include <benchmark/benchmark.h>
-
-#include <chrono>
 #include <condition_variable>
 #include <deque>
 #include <functional>
+#include <future>
 #include <mutex>
 #include <thread>
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
 using namespace Syncra::Server::ManagementTool::Core;
 
 struct Nothing final : AsyncTaskExecuting::Task {
@@ -57,44 +55,37 @@ private:
     std::jthread thread_{[this](const std::stop_token& stop) { Serve(stop); }};
 };
 
-/// Runs the strategy with `executor` and the bare way in turn.
-template <class Bare>
-void Compare(benchmark::State& state, OV::Executor* executor, Bare bare)
+/// Blocks of tasks: one by one, what is measured is how fast an idle processor wakes.
+constexpr int Block = 100;
+
+void RunTask(OV::Executor* executor)
 {
-    Clock::duration ours{}, other{};
-    for (auto _ : state) {
-        const auto start = Clock::now();
-        (void)UserAsyncTaskExecutingImplementation::Current().ExecuteTask(OV::MakeRef<Nothing>(),
-                                                                          executor, 0);
-        SYCB::MessageLoop::RunPending();
-        const auto middle = Clock::now();
-        bare();
-        other += Clock::now() - middle;
-        ours += middle - start;
-        state.SetIterationTime(std::chrono::duration<double>(middle - start).count());
-    }
-    const auto each = [&](Clock::duration time) {
-        return std::chrono::duration<double, std::micro>(time).count() /
-               static_cast<double>(state.iterations());
-    };
-    state.counters["ours_us"] = each(ours);
-    state.counters["bare_us"] = each(other);
-    state.counters["ratio"] = each(ours) / each(other);
+    (void)UserAsyncTaskExecutingImplementation::Current().ExecuteTask(OV::MakeRef<Nothing>(),
+                                                                      executor, 0);
+    SYCB::MessageLoop::RunPending();
 }
 
-/// On a thread of its own, beside starting and joining one.
+/// On a thread of its own.
 void TaskBesideThread(benchmark::State& state)
 {
-    Compare(state, nullptr, [] { std::jthread([] {}).join(); });
+    Beside(state, "a task on a thread of its own", "a std::jthread that hands back a result", 1.5)
+        .Run([] { RunTask(nullptr); },
+             [] {
+                 std::promise<bool> result;
+                 std::jthread thread([&] { result.set_value(true); });
+                 benchmark::DoNotOptimize(result.get_future().get());
+             },
+             Block);
 }
 BENCHMARK(TaskBesideThread)->UseManualTime()->Unit(benchmark::kMicrosecond);
 
-/// On the pooled executor that a connection keeps, beside a queue with one thread.
+/// On the pooled executor that a connection keeps.
 void TaskBesideQueue(benchmark::State& state)
 {
     OV::PooledExecutor pool(1, 1, 300'000);
     BareQueue queue;
-    Compare(state, &pool, [&] { queue.Do([] {}); });
+    Beside(state, "a task on a pooled executor", "a thread that serves a queue")
+        .Run([&] { RunTask(&pool); }, [&] { queue.Do([] {}); }, Block);
 }
 BENCHMARK(TaskBesideQueue)->UseManualTime()->Unit(benchmark::kMicrosecond);
 
