@@ -1,6 +1,7 @@
 #include "ServerTest.hpp"
 
 #include "Support/ChildProcess.hpp"
+#include "Support/Eventually.hpp"
 
 #include <atomic>
 #include <fcntl.h>
@@ -40,6 +41,11 @@ protected:
                       "--mail-bytes-per-project", "1000000", "--tokens-per-user", "2",
                       "--ids-per-request", "2", "--json-values", "20"})
     {}
+};
+
+class HashTest : public ServerTest {
+protected:
+    HashTest() : ServerTest({"--sample", "--sample-lines", "0", "--hash", "interactive"}) {}
 };
 
 json MailTo(const std::string& key, const std::string& recipient, const std::string& body)
@@ -240,6 +246,13 @@ TEST_F(AttackTest, WhatIsMissingForAWhileIsToldAndEndsNothing)
     };
     const Row rows[] = {
         {"the store", [&] { return std::make_shared<StoreLock>(server.StorePath()); }, {25}},
+        {"a table, so that the handler throws",
+         [&] {
+             Sql("ALTER TABLE mail_keys RENAME TO away");
+             return std::shared_ptr<void>(
+                 nullptr, [this](void*) { Sql("ALTER TABLE away RENAME TO mail_keys"); });
+         },
+         {2}},
         {"room on the disk", [&] { return without(RLIMIT_FSIZE, 1000); }, {25}},
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
         // It may find some, or none for the body or for the work. A sanitizer ends without memory.
@@ -273,6 +286,33 @@ TEST_F(AttackTest, WhatIsMissingForAWhileIsToldAndEndsNothing)
         anna = Client(server.ModelPort(), anna.Token());
     }
     EXPECT_EQ(server.Terminate(), 0);
+}
+
+TEST_F(HashTest, TheProcessThatComputesMayEndAndEndsWithItsServer)
+{
+    const auto helpers = [&] {
+        std::set<pid_t> found;
+        for (const auto& thread :
+             fs::directory_iterator("/proc/" + std::to_string(server.Id()) + "/task")) {
+            std::ifstream children(thread.path() / "children");
+            for (pid_t id = 0; children >> id;)
+                found.insert(id);
+        }
+        return found;
+    };
+    const auto signIn = [&](const char* user) {
+        return Client(server.ModelPort()).SignIn(user, ServerProcess::Password).Code();
+    };
+    ASSERT_EQ(helpers().size(), 1U);
+    EXPECT_EQ(signIn("anna.novak"), 0);
+    kill(*helpers().begin(), SIGKILL);
+    EXPECT_EQ(signIn("jonas.berg"), 25) << "to be tried again";
+    EXPECT_EQ(signIn("jonas.berg"), 0);
+    const auto last = helpers();
+    server.Kill();
+    for (const pid_t id : last)
+        EXPECT_TRUE(Eventually(
+            [&] { return ReadBytes("/proc/" + std::to_string(id) + "/cmdline").empty(); }));
 }
 
 TEST_F(AttackTest, TheLogMayStandStillOrGoAway)
