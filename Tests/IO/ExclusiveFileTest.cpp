@@ -49,7 +49,9 @@ TEST_F(ExclusiveFileTest, IsHeldByOneAndFreeWhenItIsLetGo)
         ASSERT_TRUE(held);
         EXPECT_FALSE(IsFree()) << "not even for this process";
         EXPECT_FALSE(IsFreeForOthers());
-        EXPECT_EQ(CodeOf([&] { (void)ExclusiveFile::Open(Lock(), {1, 2}); }),
+        EXPECT_EQ(CodeOf([&] {
+                      (void)ExclusiveFile::Open(Lock(), {1, 2});
+                  }),
                   ErrorCode::HeldByOther);
         EXPECT_EQ(CodeOf([&] { IO::File::Delete(Lock()); }), ErrorCode::HeldByOther);
         const ExclusiveFile moved = std::move(*held);
@@ -57,6 +59,9 @@ TEST_F(ExclusiveFileTest, IsHeldByOneAndFreeWhenItIsLetGo)
         EXPECT_FALSE(IsFreeForOthers());
     }
     EXPECT_TRUE(IO::File::Exists(Lock())) << "a left-over file proves nothing";
+    EXPECT_EQ(std::filesystem::status(Lock().ToNativePath()).permissions(),
+              std::filesystem::perms(0600))
+        << "who may open it may hold it";
     EXPECT_TRUE(IsFreeForOthers());
     auto held = Hold();
     EXPECT_TRUE(held.StillInPlace());
