@@ -9,8 +9,8 @@ namespace Nexar {
 
 /// A write beyond the size that a file of the process may have fails instead of ending the process.
 void FailTooLargeFiles() noexcept;
-/// Keeps freed memory for the next request. Giving a large answer back to the system waits for
-/// whoever else takes memory from it, and a password hash takes 64 MiB each time.
+/// Keeps freed memory for the next request: taking it from the system anew costs a third of the
+/// rate of large answers.
 void KeepFreedMemory() noexcept;
 
 /// Another process of this program that answers requests, so that its work keeps no thread of this
