@@ -89,13 +89,12 @@ TEST_F(MailClientTest, TriesAgainByItselfOnceTheServerIsLessBusy)
     anna->SetPresence(PresenceState::Online);
     {
         const StoreLock lock(server.StorePath());
-        anna->Send(u"1", {u"yuki.tanaka"});
-        anna->Send(u"2", {u"yuki.tanaka"});
-        anna->Await([&] { return anna->sent.size() > 2; }, "attempts in vain");
+        anna->Send(u"a mail", {u"yuki.tanaka"});
+        anna->Await([&] { return anna->sent.size() > 1; }, "a second attempt");
     }
     anna->Await([&] { return anna->client->GetOutboxMails().empty(); }, "the delivery");
     Communication::SetDefaultHttpOptions({});
-    EXPECT_EQ(TextsOf("yuki.tanaka"), (std::map<OV::UniString, int>{{u"1", 1}, {u"2", 1}}));
+    EXPECT_EQ(TextsOf("yuki.tanaka"), (std::map<OV::UniString, int>{{u"a mail", 1}}));
 }
 
 TEST_F(MailClientTest, ARefusedMailWaitsAndHoldsUpNoOther)
