@@ -157,15 +157,19 @@ inline std::string BearerToken(beast::string_view header)
                : std::string();
 }
 
-inline bool ReadHead(const Parser::value_type& message, HttpRequest& request)
+/// Null, or what is wrong with it.
+inline const char* ReadHead(const Parser::value_type& message, HttpRequest& request)
 {
     if (!ParseTarget({message.target().data(), message.target().size()}, request))
-        return false;
+        return "The path or the query is damaged.";
+    const beast::string_view coding = message[http::field::transfer_encoding];
+    if (!coding.empty() && !beast::iequals(coding, "chunked"))
+        return "A body may come in chunks, and coded in no other way.";
     request.method = std::string(message.method_string());
     request.token = BearerToken(message[http::field::authorization]);
     const beast::string_view type = message[http::field::content_type];
     request.isJson = beast::iequals(type.substr(0, type.find(';')), "application/json");
-    return true;
+    return nullptr;
 }
 
 /// One request with its handler. Whichever comes first ends it: the answer, or the client's going.
@@ -396,9 +400,10 @@ private:
         parser.body_limit(boost::none);
         parser.header_limit(MaximumHeaderBytes);
         auto error = co_await ReceiveHead(parser);
-        if (!error && !ReadHead(parser.get(), request)) {
-            auto refusal = ErrorResponse(400, static_cast<std::int32_t>(ErrorCode::BadRequest),
-                                         "The path or the query is damaged.");
+        const char* const problem = error ? nullptr : ReadHead(parser.get(), request);
+        if (problem != nullptr) {
+            auto refusal =
+                ErrorResponse(400, static_cast<std::int32_t>(ErrorCode::BadRequest), problem);
             co_await Refuse(std::move(refusal));
             co_return false;
         }

@@ -115,7 +115,7 @@ void WriteCertificate(const Options& options)
               << ", its key in " << key << ".\nSHA-256 fingerprint: " << made.fingerprint << '\n';
 }
 
-void AddUser(Database& database, const PasswordHash& hash, const Options& options)
+void AddUser(Database& database, PasswordHash& hash, const Options& options)
 {
     std::string password;
     if (options.passwordFile.empty())
@@ -322,6 +322,11 @@ void RunCommand(const Options& options)
 
 int main(int argc, char** argv)
 {
+    if (argc == 2 && argv[1] == std::string_view(PasswordHash::ProcessArgument)) {
+        OV::System::ForbidCoreDumps();
+        PasswordHash::ComputeForOthers();
+        return 0;
+    }
     const auto options = ReadOptions(argc, argv);
     if (!options.exitCode) {
         try {

@@ -1,7 +1,6 @@
 #include "PasswordWorker.hpp"
 
 #include "Guarded.hpp"
-#include "Process.hpp"
 #include "Router.hpp"
 
 #include <algorithm>
@@ -115,7 +114,6 @@ void PasswordWorker::StartNext()
     running->emplace(running_, std::move(*chosen));
     waiting_.erase(chosen);
     workers_.Execute(OV::MakeTask([this, open = server_.HoldOpen(), running] {
-        LetOtherThreadsGoFirst();
         Running& mine = **running;
         try {
             mine.finish = mine.job.compute();

@@ -127,7 +127,7 @@ constexpr std::array sessions{
     SampleSession{u"6B1F0C52-8A5D-4B1E-9B6A-0D3C7E5A1002", "sofia.costa", "SITE-LAPTOP-2"},
 };
 
-void AddUsers(UserStore& store, const PasswordHash& hash)
+void AddUsers(UserStore& store, PasswordHash& hash)
 {
     for (const auto& user : users)
         store.Add({OV::ToUtf8(OV::Guid::Generate().ToText()), user.login, user.fullName,
@@ -190,7 +190,7 @@ void AddToGroups(GroupStore& store, UserStore& userStore)
 
 }  // namespace
 
-bool FillWithSample(Database& database, const PasswordHash& hash, std::uint32_t logLines)
+bool FillWithSample(Database& database, PasswordHash& hash, std::uint32_t logLines)
 {
     UserStore userStore(database);
     if (!userStore.IsEmpty())

@@ -14,7 +14,6 @@ inline constexpr const char* SamplePassword = "nexar-sample";
 /// Fills an empty store with a believable team; Docs/Commands.md tells who and what. Does nothing
 /// and is false when there are users already. Its projects have logs of `logLines` lines over two
 /// years.
-[[nodiscard]] bool FillWithSample(Database& database, const PasswordHash& hash,
-                                  std::uint32_t logLines);
+[[nodiscard]] bool FillWithSample(Database& database, PasswordHash& hash, std::uint32_t logLines);
 
 }  // namespace Nexar

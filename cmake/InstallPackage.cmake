@@ -19,5 +19,7 @@ write_basic_package_version_file("${PROJECT_BINARY_DIR}/SYClientConfigVersion.cm
 install(FILES "${PROJECT_BINARY_DIR}/SYClientConfig.cmake"
   "${PROJECT_BINARY_DIR}/SYClientConfigVersion.cmake" DESTINATION "${package_dir}")
 
+# Found from where the file lies: what is installed may be moved, or be installed elsewhere than was configured.
+file(RELATIVE_PATH way_to_prefix "${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig" "${CMAKE_INSTALL_PREFIX}")
 configure_file("${PROJECT_SOURCE_DIR}/cmake/SYClient.pc.in" "${PROJECT_BINARY_DIR}/SYClient.pc" @ONLY)
 install(FILES "${PROJECT_BINARY_DIR}/SYClient.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")

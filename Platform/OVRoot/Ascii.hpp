@@ -19,6 +19,14 @@ template <class Char>
     return c >= '0' && c <= '9';
 }
 
+/// Marks that nobody sees and that turn the direction of what follows: with one of them a name reads
+/// as another.
+[[nodiscard]] constexpr bool IsDirectionMark(char16_t c) noexcept
+{
+    return c == 0x061C || c == 0x200E || c == 0x200F || (c >= 0x202A && c <= 0x202E) ||
+           (c >= 0x2066 && c <= 0x2069);
+}
+
 /// The letters A to Z in small ones, everything else as it is.
 template <class Char>
 [[nodiscard]] constexpr Char Fold(Char c) noexcept

@@ -155,6 +155,9 @@ void HttpClient::State::SetUpProxy()
         curl_easy_setopt(handle, CURLOPT_PROXY, "");  // not even the one of the environment
         return;
     }
+    // The certificate of a proxy that is itself reached by TLS would be judged as if it were the
+    // server's. Without a cipher for it none is reached, wherever it was named.
+    curl_easy_setopt(handle, CURLOPT_PROXY_SSL_CIPHER_LIST, "none");
     if (!options.proxy.empty())
         curl_easy_setopt(handle, CURLOPT_PROXY, options.proxy.c_str());
     if (!options.noProxy.empty())
@@ -326,10 +329,12 @@ void HttpClient::ThrowIfUnusable() const
         throw ConnectionException(u"\"" + address_.host + u"\" with port " +
                                   OV::ToText(address_.port) +
                                   u" is no server. Check the server's name and port.");
-    // Its certificate would be judged as if it were the server's.
-    if (!state_->isLoopback && state_->options.proxy.starts_with("https://"))
-        throw ConnectionException(OV::StringView(
-            "A proxy that is itself reached by TLS cannot be used. Name one with http://."));
+    // curl would ask for another name than the one whose certificate and trust are looked at.
+    if (std::any_of(address_.host.begin(), address_.host.end(),
+                    [](char16_t unit) { return unit > 0x7F; }))
+        throw ConnectionException(u"\"" + address_.host +
+                                  u"\" has letters that the names of computers do not have. Give "
+                                  u"its international form, which begins with \"xn--\".");
     if (address_.secure || state_->isLoopback || state_->options.allowPlainHttp)
         return;
     const UntrustedServer server{address_.host, address_.port, {TrustProblem::ClearText}, {}, {}};

@@ -1,32 +1,38 @@
 #include "SYCommunication/HttpOptions.hpp"
 
-#include <mutex>
+#include "OVRoot/Lock.hpp"
+
 #include <utility>
 
 namespace Communication {
 
 namespace {
 
-std::mutex defaultsLock;
+struct Defaults {
+    OV::Lock lock;
+    HttpOptions options OV_GUARDED_BY(lock);
 
-HttpOptions& Defaults()
-{
-    static auto& defaults = *new HttpOptions;
-    return defaults;
-}
+    static Defaults& Get()
+    {
+        static auto& defaults = *new Defaults;
+        return defaults;
+    }
+};
 
 }  // namespace
 
 HttpOptions DefaultHttpOptions()
 {
-    const std::lock_guard guard(defaultsLock);
-    return Defaults();
+    auto& defaults = Defaults::Get();
+    const OV::LockGuard guard(defaults.lock);
+    return defaults.options;
 }
 
 void SetDefaultHttpOptions(HttpOptions options)
 {
-    const std::lock_guard guard(defaultsLock);
-    Defaults() = std::move(options);
+    auto& defaults = Defaults::Get();
+    const OV::LockGuard guard(defaults.lock);
+    std::swap(defaults.options, options);
 }
 
 }  // namespace Communication

@@ -2,6 +2,7 @@
 #include "MainWindow.hpp"
 #include "RegisteredProjects.hpp"
 #include "Support/ServerProcess.hpp"
+#include "Support/StoreEdit.hpp"
 #include "Support/TemporaryFolder.hpp"
 #include "SyncraURL.hpp"
 #include "UserInterface/AsyncTaskDialogExecutingImplementation.hpp"
@@ -68,6 +69,7 @@ protected:
 
 TEST_F(DesktopTest, AProjectIsOpenedShownAndClosedFromTheKeyboard)
 {
+    EditStore(server.StorePath(), "UPDATE users SET login = '<u>' WHERE login = 'lena.fischer'");
     Connect();
     Select("Harbour Bridge");
     QTest::keyClick(QApplication::focusWidget(), Qt::Key_Return);
@@ -75,6 +77,10 @@ TEST_F(DesktopTest, AProjectIsOpenedShownAndClosedFromTheKeyboard)
     ASSERT_TRUE(QTest::qWaitFor([&] { return members.count() == 8; }, Patience));
     EXPECT_TRUE(members.item(0)->text().endsWith("working"));
     EXPECT_TRUE(members.item(3)->text().endsWith("away"));
+    int escaped = 0;
+    for (int row = 0; row < members.count(); ++row)
+        escaped += members.item(row)->toolTip().contains("&lt;u&gt;") ? 1 : 0;
+    EXPECT_EQ(escaped, 1) << "Qt takes a login name for markup";
     TakePicture("Desktop");
     for (const QWidget* widget : window.findChildren<QWidget*>()) {
         if (widget->focusPolicy() == Qt::NoFocus || widget->objectName().startsWith("qt_"))

@@ -57,6 +57,9 @@ TEST_F(ExclusiveFileTest, IsHeldByOneAndFreeWhenItIsLetGo)
         EXPECT_FALSE(IsFreeForOthers());
     }
     EXPECT_TRUE(IO::File::Exists(Lock())) << "a left-over file proves nothing";
+    EXPECT_EQ(std::filesystem::status(Lock().ToNativePath()).permissions(),
+              std::filesystem::perms(0600))
+        << "who may open it may hold it";
     EXPECT_TRUE(IsFreeForOthers());
     auto held = Hold();
     EXPECT_TRUE(held.StillInPlace());

@@ -8,7 +8,9 @@
 #include "IO/IOException.hpp"
 #include "OVRoot/Guid.hpp"
 #include "OVRoot/Resources.hpp"
+#include "SYCommunication/HttpOptions.hpp"
 #include "Support/AlertRecorder.hpp"
+#include "Support/StoreEdit.hpp"
 
 #include <cstdlib>
 #include <fstream>
@@ -75,6 +77,24 @@ TEST_F(MailClientTest, StopsTheFlushOfflineAndResumesItOnline)
     EXPECT_EQ(texts.size(), 5u);
     for (const auto& [text, count] : texts)
         EXPECT_EQ(count, 1) << OV::ToUtf8(text);
+}
+
+TEST_F(MailClientTest, TriesAgainByItselfOnceTheServerIsLessBusy)
+{
+    const auto anna = MakeHost("anna.novak");
+    Communication::HttpOptions quick;
+    quick.requestTimeoutMilliseconds = 900;  // shorter than the pauses that the server asks for
+    Communication::SetDefaultHttpOptions(quick);
+    anna->Open();
+    anna->SetPresence(PresenceState::Online);
+    {
+        const StoreLock lock(server.StorePath());
+        anna->Send(u"a mail", {u"yuki.tanaka"});
+        anna->Await([&] { return anna->sent.size() > 1; }, "a second attempt");
+    }
+    anna->Await([&] { return anna->client->GetOutboxMails().empty(); }, "the delivery");
+    Communication::SetDefaultHttpOptions({});
+    EXPECT_EQ(TextsOf("yuki.tanaka"), (std::map<OV::UniString, int>{{u"a mail", 1}}));
 }
 
 TEST_F(MailClientTest, ARefusedMailWaitsAndHoldsUpNoOther)

@@ -1,6 +1,7 @@
 #include "ServerTest.hpp"
 
 #include "Support/ChildProcess.hpp"
+#include "Support/Eventually.hpp"
 
 #include <atomic>
 #include <fcntl.h>
@@ -40,6 +41,11 @@ protected:
                       "--mail-bytes-per-project", "1000000", "--tokens-per-user", "2",
                       "--ids-per-request", "2", "--json-values", "20"})
     {}
+};
+
+class HashTest : public ServerTest {
+protected:
+    HashTest() : ServerTest({"--hash", "interactive"}) {}
 };
 
 json MailTo(const std::string& key, const std::string& recipient, const std::string& body)
@@ -240,6 +246,13 @@ TEST_F(AttackTest, WhatIsMissingForAWhileIsToldAndEndsNothing)
     };
     const Row rows[] = {
         {"the store", [&] { return std::make_shared<StoreLock>(server.StorePath()); }, {25}},
+        {"a table, so that the handler throws",
+         [&] {
+             Sql("ALTER TABLE mail_keys RENAME TO away");
+             return std::shared_ptr<void>(
+                 nullptr, [this](void*) { Sql("ALTER TABLE away RENAME TO mail_keys"); });
+         },
+         {2}},
         {"room on the disk", [&] { return without(RLIMIT_FSIZE, 1000); }, {25}},
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
         // It may find some, or none for the body or for the work. A sanitizer ends without memory.
@@ -273,6 +286,26 @@ TEST_F(AttackTest, WhatIsMissingForAWhileIsToldAndEndsNothing)
         anna = Client(server.ModelPort(), anna.Token());
     }
     EXPECT_EQ(server.Terminate(), 0);
+}
+
+TEST_F(HashTest, TheProcessThatComputesMayEndAndEndsWithItsServer)
+{
+    const auto helper = [&] {
+        const auto id = std::to_string(server.Id());
+        pid_t found = 0;
+        std::ifstream("/proc/" + id + "/task/" + id + "/children") >> found;
+        return found;
+    };
+    const auto former = "/proc/" + std::to_string(helper()) + "/cmdline";
+    ASSERT_FALSE(ReadBytes(former).empty());
+    server.Kill();
+    EXPECT_TRUE(Eventually([&] { return ReadBytes(former).empty(); }));
+    server.Start();
+    ASSERT_GT(helper(), 0);
+    kill(helper(), SIGKILL);
+    // To be tried again, which a new one does: nobody has that name.
+    for (const int code : {25, 10})
+        EXPECT_EQ(Client(server.ModelPort()).SignIn("anna.novak", "wrong").Code(), code);
 }
 
 TEST_F(AttackTest, TheLogMayStandStillOrGoAway)

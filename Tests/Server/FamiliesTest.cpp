@@ -198,6 +198,7 @@ TEST_F(FamiliesTest, NoRecordThatBreaksARuleIsTaken)
         {"roles", {{"permissions", {"Read", "Fly"}}}},
         {"roles", {{"permissionSet", "none"}}},
         {"groups", {{"name", "two\nlines"}}},
+        {"permissions", {{"name", "txt.\u202Eexe"}}},
         {"permissions", {{"name", "blank "}}},
         {"permission-sets", {{"permissions", {""}}}},
         {"custom-properties", {{"choices", json::array()}}},

@@ -59,6 +59,10 @@ TEST_F(HttpRequestsTest, RefusesDamagedRequestsAndGoesOn)
         {"two lengths", begin + "Content-Length: 1\r\nContent-Length: 2\r\n\r\nab", 400, 1},
         {"length and chunks",
          begin + "Content-Length: 3\r\nTransfer-Encoding: chunked\r\n\r\n0\r\n\r\n", 400, 1},
+        {"chunks of something",
+         begin + "Transfer-Encoding: gzip, chunked\r\n\r\n2c\r\n" +
+             R"({"userName":"a","password":"b","protocol":1})" + "\r\n0\r\n\r\n",
+         400, 1},
         {"chunk of no size", begin + "Transfer-Encoding: chunked\r\n\r\nzz\r\nab\r\n0\r\n\r\n", 400,
          1},
         {"chunk over 16 MiB", begin + "Transfer-Encoding: chunked\r\n\r\nfffffffff\r\n", 413, 4},

@@ -3,6 +3,7 @@
 #include "Support/ChildProcess.hpp"
 #include "Support/FileBytes.hpp"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <fcntl.h>
@@ -22,8 +23,9 @@ public:
     /// Everybody of the sample team signs in with it.
     static constexpr const char* Password = "nexar-sample";
 
-    /// Returns once the server listens. `options` follow those for the store, the ports and cheap
-    /// password hashes. Throws std::runtime_error with what the server said when it does not start.
+    /// Returns once the server listens. `options` follow those for the store and the ports; without
+    /// "--hash" among them password hashes are cheap. Throws std::runtime_error with what the
+    /// server said when it does not start.
     explicit ServerProcess(const std::filesystem::path& folder,
                            std::vector<std::string> options = {"--sample", "--sample-lines", "0"})
         : folder_(folder), options_(std::move(options))
@@ -62,11 +64,13 @@ public:
     void Start()
     {
         std::vector<std::string> arguments{
-            "--data", StorePath(), "--hash", "minimum", "--port", std::to_string(ports_[0]),
+            "--data", StorePath(), "--port", std::to_string(ports_[0]),
             // 0 follows the model port, which is itself 0 the first time.
             "--management-port", std::to_string(ports_[1]), "--messaging-port",
             std::to_string(ports_[2])};
         arguments.insert(arguments.end(), options_.begin(), options_.end());
+        if (std::find(options_.begin(), options_.end(), "--hash") == options_.end())
+            arguments.insert(arguments.end(), {"--hash", "minimum"});
         int output[2];
         if (pipe2(output, O_CLOEXEC) != 0)
             throw std::runtime_error("no pipe can be made");

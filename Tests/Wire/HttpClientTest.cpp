@@ -179,8 +179,9 @@ TEST(HttpClientTest, AHostThatWouldBecomeAnotherPartOfTheUrlIsRefused)
 {
     const ScriptedServer server(
         [](ScriptedServer::Peer& peer, const ScriptedServer::Request&) { peer.Answer(200, "{}"); });
-    for (const char16_t* host : {u"", u"user@127.0.0.1", u"127.0.0.1/x", u"127.0.0.1?x",
-                                 u"127.0.0.1#", u"127.0.0.1\r\nA: b", u"12%37.0.0.1", u"a b"}) {
+    for (const char16_t* host :
+         {u"", u"user@127.0.0.1", u"127.0.0.1/x", u"127.0.0.1?x", u"127.0.0.1#",
+          u"127.0.0.1\r\nA: b", u"12%37.0.0.1", u"a b", u"n\u00E9xar.example"}) {
         HttpClient client(ServerAddress{host, server.Port(), false}, {});
         EXPECT_EQ(Outcome(client), "ConnectionException") << OV::ToUtf8(host);
     }

@@ -173,6 +173,11 @@ TEST(PlainHttpTest, GoesToThisComputerAloneUnlessItIsAllowedAndAroundNoProxyTher
     options.allowPlainHttp = true;
     EXPECT_EQ(Outcome({u"nexar.example", 80, false}, options), "proxy");
     EXPECT_NE(Outcome({u"nexar.example", 443, true}, options), "proxy");
+    options.proxy.replace(0, 4, "HTTPS");
+    EXPECT_EQ(Outcome({u"nexar.example", 443, true}, options), "ConnectionException");
+    setenv("all_proxy", options.proxy.c_str(), 1);
+    options.proxy.clear();
+    EXPECT_EQ(Outcome({u"nexar.example", 443, true}, options), "ConnectionException");
     for (const char* name : {"http_proxy", "all_proxy"})
         unsetenv(name);
     EXPECT_EQ(heard,

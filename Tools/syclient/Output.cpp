@@ -147,9 +147,7 @@ std::string ForDisplay(OV::UniStringView text)
     std::replace_if(
         whole.begin(), whole.end(),
         [](char16_t unit) {
-            return unit < 0x20 || (unit >= 0x7F && unit < 0xA0) || unit == 0x061C ||
-                   unit == 0x200E || unit == 0x200F || (unit >= 0x202A && unit <= 0x202E) ||
-                   (unit >= 0x2066 && unit <= 0x2069);
+            return unit < 0x20 || (unit >= 0x7F && unit < 0xA0) || OV::IsDirectionMark(unit);
         },
         u'?');
     return OV::ToUtf8(whole);

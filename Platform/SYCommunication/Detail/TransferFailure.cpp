@@ -28,7 +28,7 @@ bool IsTlsFailure(CURLcode code)
 {
     return code == CURLE_PEER_FAILED_VERIFICATION || code == CURLE_SSL_CONNECT_ERROR ||
            code == CURLE_SSL_CACERT_BADFILE || code == CURLE_SSL_CERTPROBLEM ||
-           code == CURLE_SSL_CIPHER || code == CURLE_SSL_ISSUER_ERROR;
+           code == CURLE_SSL_ISSUER_ERROR;
 }
 
 /// Whether OpenSSL's words say that the other end speaks something else, or TLS that is too old.
@@ -89,6 +89,11 @@ void ThrowTransferFailure(CURLcode code, const TransferNotes& notes, const Serve
             u"Server % answered % with something other than HTTP (%). Check the port.", reason));
     if (code == CURLE_SSL_CONNECT_ERROR && IsNoTls(tlsDetail))
         throw UntrustedServerException({address.host, address.port, {TrustProblem::NoTls}, {}, {}});
+    if (code == CURLE_SSL_CIPHER)  // ours leaves a proxy alone without one
+        throw ConnectionException(
+            text(u"Server % is to be reached for % by a proxy that is itself reached by TLS, which "
+                 u"cannot be used (%). Name one with http://.",
+                 reason));
     if (IsTlsFailure(code))
         throw ConnectionException(
             text(u"No trusted TLS connection to server % for %: %. Check the server's certificate, "

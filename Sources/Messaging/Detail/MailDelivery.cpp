@@ -1,6 +1,8 @@
 #include "Messaging/Detail/MailDelivery.hpp"
 
 #include "Messaging/Detail/MailRequest.hpp"
+#include "OVRoot/Thread.hpp"
+#include "SYCommunication/ServerTrust.hpp"
 #include "SyncraProtocol/ErrorCode.hpp"
 
 #include <optional>
@@ -25,6 +27,17 @@ bool IsRefusalOfMail(int result)
            result == static_cast<int>(ErrorCode::BadRequest) ||
            result == static_cast<int>(ErrorCode::TooLarge) ||
            result == static_cast<int>(ErrorCode::NotFound);
+}
+
+/// The server is busy or out of reach, say: neither the user nor his mail has anything to mend.
+bool MayPassByItself(int result)
+{
+    using Syncra::Protocol::ErrorCode;
+    return result == MailResult::NotReached ||
+           result == static_cast<int>(ErrorCode::InternalError) ||
+           result == static_cast<int>(ErrorCode::ProjectUnavailable) ||
+           result == static_cast<int>(ErrorCode::StoreUnavailable) ||
+           result == static_cast<int>(ErrorCode::TooManyRequests);
 }
 
 }  // namespace
@@ -108,6 +121,7 @@ void MailDelivery::Close()
 {
     const OV::LockGuard guard(lock_);
     isClosed_ = true;
+    retryChanged_.notify_all();
 }
 
 bool MailDelivery::ProcessSendTask()
@@ -116,6 +130,7 @@ bool MailDelivery::ProcessSendTask()
     if (isClosed_)
         return false;
     isSendWanted_ = isSending_;
+    retryChanged_.notify_all();
     return !std::exchange(isSending_, true);
 }
 
@@ -136,43 +151,78 @@ void MailDelivery::GiveUpSending()
 void MailDelivery::SendOutbox()
 {
     OV::HashSet<OV::UniString> passed;
-    do {
+    // Nobody asked for the attempts behind the first.
+    std::optional<Communication::ServerTrust::WithoutQuestion> quiet;
+    for (;;) {
+        bool mayPass = false;
         try {
-            SendOnce(passed);
+            mayPass = SendOnce(passed);
         } catch (...) {
             LogFailure(u"Sending the outbox");
         }
+        if (worker_.IsCanceled())
+            return;
         // Whatever came between the last look at the outbox and here is seen by one of the two:
         // this task, or the one that the newcomer starts.
-    } while (!worker_.IsCanceled() && !SendTaskFinished());
+        if (!SendTaskFinished())
+            continue;
+        if (!mayPass || !AwaitRetry())
+            return;
+        quiet.emplace();
+    }
 }
 
-void MailDelivery::SendOnce(OV::HashSet<OV::UniString>& passed)
+/// Whether this task is to try again, its pause being over. It is not when another one was started
+/// meanwhile, which waits for its end. The analysis does not follow a lock into the condition
+/// variable.
+bool MailDelivery::AwaitRetry() OV_NO_ANALYSIS
 {
-    const int result =
-        ResultOf(u"Reaching the server for the outbox", [&] { SendWhileOnline(passed); });
+    if (!presence_.IsOnline())
+        return false;  // coming back starts a task
+    const std::chrono::milliseconds pause(retryPauses_.NextMilliseconds());
+    const auto token = OV::Thread::CurrentToken();
+    std::unique_lock guard(lock_);
+    const bool isOvertaken = retryChanged_.wait_for(
+        guard, token, pause, [this]() OV_NO_ANALYSIS { return isSending_ || isClosed_; });
+    if (isOvertaken || token.stop_requested())
+        return false;
+    isSending_ = true;
+    return true;
+}
+
+/// Whether another attempt may go better without anybody's help.
+bool MailDelivery::SendOnce(OV::HashSet<OV::UniString>& passed)
+{
+    int resultOfMail = MailResult::Succeeded;
+    const int result = ResultOf(u"Reaching the server for the outbox",
+                                [&] { resultOfMail = SendWhileOnline(passed); });
     if (result != MailResult::Succeeded)
         if (const auto first = outbox_.First(passed))
             ReportSent(*first, result);
     outbox_.Save();
     ReportTaken();
+    return MayPassByItself(result) || MayPassByItself(resultOfMail);
 }
 
-void MailDelivery::SendWhileOnline(OV::HashSet<OV::UniString>& passed)
+/// The result of the mail that ended it.
+int MailDelivery::SendWhileOnline(OV::HashSet<OV::UniString>& passed)
 {
     // Last of all the presence: the outbox may be written meanwhile, and take its time.
     const auto next = [&] {
         auto first = outbox_.First(passed);
         return presence_.IsOnline() ? first : OV::Ref<ClientMail>();
     };
+    int result = MailResult::Succeeded;
     if (!next())
-        return;
+        return result;
     project_.Ask([&](Syncra::Client::SyncraClient& client) {
         while (const auto first = next()) {
             ClientMail mail = *first;
-            const int result = SendOne(client, mail);
-            if (result == MailResult::Succeeded)
+            result = SendOne(client, mail);
+            if (result == MailResult::Succeeded) {
                 outbox_.Delivered(mail.GetId());
+                retryPauses_.Reset();
+            }
             ReportSent(mail, result);
             if (IsRefusalOfMail(result))
                 passed.insert(mail.GetId());
@@ -180,6 +230,7 @@ void MailDelivery::SendWhileOnline(OV::HashSet<OV::UniString>& passed)
                 return;
         }
     });
+    return result;
 }
 
 int MailDelivery::SendOne(Syncra::Client::SyncraClient& client, ClientMail& mail)

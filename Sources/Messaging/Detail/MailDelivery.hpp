@@ -4,13 +4,17 @@
 #include "Messaging/Detail/OpenedProject.hpp"
 #include "Messaging/Outbox.hpp"
 #include "OVRoot/PooledExecutor.hpp"
+#include "SYClientBase/Backoff.hpp"
 #include "SYClientBase/PresenceService.hpp"
+
+#include <condition_variable>
 
 namespace SYC {
 
 /// Delivers the mails of the outbox while the project is online: one after the other, in one send
-/// task at a time, on a thread of its own. Knows who waits for which mail. Safe on any thread but
-/// where a method tells otherwise.
+/// task at a time, on a thread of its own. While the server is busy the task tries again after
+/// growing pauses. Knows who waits for which mail. Safe on any thread but where a method tells
+/// otherwise.
 class MailDelivery {
 public:
     /// Reads "Outbox.dat" in `folder`; throws IO::IOException. What is given outlives it. `client`
@@ -56,8 +60,9 @@ private:
 
     // On the worker's thread.
     void SendOutbox();
-    void SendOnce(OV::HashSet<OV::UniString>& passed);
-    void SendWhileOnline(OV::HashSet<OV::UniString>& passed);
+    [[nodiscard]] bool AwaitRetry();
+    [[nodiscard]] bool SendOnce(OV::HashSet<OV::UniString>& passed);
+    [[nodiscard]] int SendWhileOnline(OV::HashSet<OV::UniString>& passed);
     [[nodiscard]] int SendOne(Syncra::Client::SyncraClient& client, ClientMail& mail);
     void ReportSent(const ClientMail& mail, int result);
     void ReportTaken();
@@ -73,6 +78,9 @@ private:
     /// Something happened since the send task looked last.
     bool isSendWanted_ OV_GUARDED_BY(lock_) = false;
     bool isClosed_ OV_GUARDED_BY(lock_) = false;
+    /// One of them became true.
+    std::condition_variable_any retryChanged_;
+    SYCB::Backoff retryPauses_;  ///< of the worker's thread
     OV::HashTable<OV::UniString, Sender> senders_ OV_GUARDED_BY(lock_);
 
     OV::PooledExecutor worker_;
