@@ -71,43 +71,28 @@ TEST(HttpClientTest, EveryMisbehaviourHasItsException)
     };
     const Case cases[] = {
         {"a whole answer", "200", [](Peer& p, const Asked&) { p.Answer(200, "{}"); }},
-        {"no content", "204", sending("HTTP/1.1 204 No Content\r\n\r\n")},
         {"a redirect is not followed", "302",
          [](Peer& p, const Asked&) { p.Answer(302, "", "Location: http://127.0.0.1:1/\r\n"); }},
         {"a body up to the limit", "200",
          [](Peer& p, const Asked&) { p.Answer(200, std::string(100'000, 'x')); }},
         {"closed before a byte", "ConnectionException", sending("")},
-        {"closed in the status line", "ConnectionException", sending("HTTP/1.1 2")},
         {"closed in the headers", "ConnectionException", sending("HTTP/1.1 200 OK\r\nA: b\r\n")},
         {"closed in the body", "ConnectionException",
          sending("HTTP/1.1 200 OK\r\nContent-Length: 10\r\n\r\n{\"a\"")},
-        {"closed in a chunk", "ConnectionException",
-         sending("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\nff\r\nabc")},
         {"chunks that are none", "ConnectionException",
          sending("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\nzz\r\nabc")},
         {"something other than HTTP", "MalformedResponseException", sending("SSH-2.0-x\r\n\r\n")},
-        {"zeros", "MalformedResponseException", sending(std::string(5000, '\0'))},
         {"a declared body over the limit", "MalformedResponseException",
          sending("HTTP/1.1 200 OK\r\nContent-Length: 99999999999\r\n\r\n")},
         {"a body one byte over the limit", "MalformedResponseException",
          [](Peer& p, const Asked&) { p.Answer(200, std::string(100'001, 'x')); }},
         {"an endless body", "MalformedResponseException",
          [](Peer& p, const Asked&) { StreamForEver(p, "HTTP/1.1 200 OK\r\n\r\n", "x"); }},
-        {"endless chunks", "MalformedResponseException",
-         [](Peer& p, const Asked&) {
-             StreamForEver(p, "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n",
-                           "4\r\nabcd\r\n");
-         }},
         {"endless header lines", "MalformedResponseException",
          [](Peer& p, const Asked&) { StreamForEver(p, "HTTP/1.1 200 OK\r\n", "A: b\r\n"); }},
         {"endless interim answers", "MalformedResponseException",
          [](Peer& p, const Asked&) { StreamForEver(p, "", "HTTP/1.1 100 Continue\r\n\r\n"); }},
         {"never an answer", "TimeoutException", [](Peer& p, const Asked&) { p.HoldUntilGone(); }},
-        {"never the end of the body", "TimeoutException",
-         [](Peer& p, const Asked&) {
-             p.Send("HTTP/1.1 200 OK\r\nContent-Length: 10\r\n\r\nabc");
-             p.HoldUntilGone();
-         }},
     };
     for (const Case& one : cases) {
         SCOPED_TRACE(one.name);
