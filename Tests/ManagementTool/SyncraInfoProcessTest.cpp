@@ -50,26 +50,6 @@ TEST_F(SyncraInfoProcessTest, WritersAtOnceLoseNothingAndReadersSeeWholeFiles)
     EXPECT_FALSE(IsLockFileThere());
 }
 
-TEST_F(SyncraInfoProcessTest, AKilledWriterLeavesAWholeFileAndLocksNobodyOut)
-{
-    std::size_t users = 0;
-    KillAtRandomInstants(
-        [] {
-            for (int round = 0;; ++round)
-                AddOne(OV::ToText(getpid()) + u"-" + OV::ToText(round % 3));
-        },
-        std::chrono::milliseconds(20),
-        [&] {
-            const SyncraInfo read;
-            ASSERT_GE(read.GetUserNumber(), users);
-            users = read.GetUserNumber();
-            for (const auto& user : read.GetUserList())
-                ASSERT_EQ(read.GetUserPassword(user, u"nexar"), user);
-            AddOne(u"survivor");
-        });
-    EXPECT_GT(users, 1u);
-}
-
 TEST_F(SyncraInfoProcessTest, WhoWaitsForAHolderThatNeverLetsGoCanBeAskedToStop)
 {
     AddOne(u"before");

@@ -174,34 +174,6 @@ TEST_F(ModelServiceTest, AProjectIsFoundByNameInAnyLetterCaseAndEncoding)
     }
 }
 
-TEST_F(ModelServiceTest, OneOfManyClientsStartsTheSessionAndTheOthersAreTold)
-{
-    const auto path = ProjectPath(Sample::HarbourBridge, "sessions");
-    std::vector<Client> clients;
-    for (int i = 0; i < 8; ++i)
-        clients.push_back(SignedIn("anna.novak"));
-    for (int round = 0; round < 25; ++round) {
-        std::vector<Answer> answers(clients.size());
-        {
-            std::latch start(static_cast<std::ptrdiff_t>(clients.size()));
-            std::vector<std::jthread> threads;
-            for (std::size_t i = 0; i < clients.size(); ++i)
-                threads.emplace_back([&, i] {
-                    start.arrive_and_wait();
-                    answers[i] = clients[i].Ask("POST", path, "{}");
-                });
-        }
-        std::vector<std::string> started;
-        for (const auto& answer : answers)
-            if (answer.status == 200)
-                started.push_back(answer.json.at("id"));
-            else
-                EXPECT_TRUE(answer.status == 409 && answer.Code() == 17) << answer.json;
-        ASSERT_EQ(started.size(), 1u);
-        ASSERT_EQ(clients[0].Ask("DELETE", SessionPath(started[0])).status, 200);
-    }
-}
-
 TEST_F(ModelServiceTest, ASessionTellsWhatItsUserMayDoAndBelongsToHimAlone)
 {
     auto anna = SignedIn("anna.novak");
@@ -275,18 +247,4 @@ TEST_F(ModelServiceTest, AttributesKeepAnyTextAndEndWithTheSession)
     EXPECT_EQ(anna.Ask("PUT", path + "a", R"({"value":1})").Code(), 1);
     EXPECT_EQ(anna.Ask("DELETE", SessionPath(id)).status, 200);
     EXPECT_EQ(anna.Ask("GET", path + "a").Code(), 12);
-}
-
-TEST_F(ModelServiceTest, ChangesOfTheStoreFromOutsideAreSeenAtOnce)
-{
-    auto anna = SignedIn("anna.novak");
-    const auto state = ProjectPath(Sample::HarbourBridge, "state");
-    EXPECT_EQ(anna.Ask("GET", state).json, (nlohmann::json{{"state", 3}}));
-    Sql("UPDATE projects SET state = 2");
-    EXPECT_EQ(anna.Ask("GET", state).json, (nlohmann::json{{"state", 2}}));
-    EXPECT_EQ(anna.Ask("POST", ProjectPath(Sample::HarbourBridge, "sessions"), "{}").Code(), 24);
-    Sql("DELETE FROM members");
-    EXPECT_EQ(anna.Ask("GET", state).Code(), 13);
-    EXPECT_EQ(anna.Ask("GET", ProjectPath(Sample::HarbourBridge, "membership")).json,
-              (nlohmann::json{{"member", false}}));
 }

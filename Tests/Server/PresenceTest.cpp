@@ -41,7 +41,9 @@ protected:
 
 class PresenceWithoutGraceTest : public PresenceTest {
 protected:
-    PresenceWithoutGraceTest() : PresenceTest({"--sample", "--sample-lines", "0", "--presence-grace", "1"}) {}
+    PresenceWithoutGraceTest()
+        : PresenceTest({"--sample", "--sample-lines", "0", "--presence-grace", "1"})
+    {}
 };
 
 }  // namespace

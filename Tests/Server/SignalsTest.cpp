@@ -64,17 +64,6 @@ TEST_F(SignalsTest, TheFirstSignalOfAFreshServerReachesWhoAskedForHisPlaceBefore
     EXPECT_EQ(listener.Ask("GET", SignalPath(Sample::HarbourBridge, 0, 0)).json, Nothing(2));
 }
 
-TEST_F(SignalsTest, AHeldRequestEndsAfterItsTimeAndIgnoresOtherProjects)
-{
-    auto listener = SignedIn("anna.novak");
-    auto actor = SignedIn("grace.okoro");
-    const auto begin = Clock::now();
-    listener.Begin("GET", SignalPath(Sample::HarbourBridge, 0, 300));
-    ASSERT_EQ(actor.Ask("POST", ProjectPath(Sample::CityLibrary, "sessions"), "{}").status, 200);
-    EXPECT_EQ(listener.End().json, Nothing(1));
-    EXPECT_GE(Clock::now() - begin, 290ms);
-}
-
 TEST_F(SignalsTest, APlaceThatTheServerHasNotReachedIsAnsweredAtOnce)
 {
     auto listener = SignedIn("anna.novak");
@@ -93,20 +82,6 @@ TEST_F(SignalsTest, WhoMissedMoreThanIsKeptIsToldOfEveryKind)
     ASSERT_EQ(signals.size(), 4u);
     for (int id = 1; id <= 4; ++id)
         EXPECT_EQ(signals[static_cast<std::size_t>(id) - 1].at("id"), id);
-}
-
-TEST_F(SignalsTest, HundredsOfHeldRequestsAreAnsweredByOneSignalWhileTheServerWorksOn)
-{
-    constexpr int Listeners = 400;
-    auto actor = SignedIn("lena.fischer");
-    const auto token = SignedIn("anna.novak").Token();
-    std::list<Client> listeners;
-    for (int i = 0; i < Listeners; ++i)
-        listeners.emplace_back(server.ModelPort(), token).Begin("GET", Held(0));
-    EXPECT_EQ(actor.Ask("GET", "/syncra/v1/projects").status, 200);
-    Raise(actor);
-    for (auto& listener : listeners)
-        ExpectSessionSignal(listener.End(), 1);
 }
 
 TEST_F(SignalsTest, SignalsAndTimeLimitsThatMeetAnswerEachRequestOnce)
