@@ -3,11 +3,12 @@
 #include "Files/FileErrors.hpp"
 #include "IO/ExclusiveFile.hpp"
 #include "OVRoot/Thread.hpp"
-#include "Support/KillLoop.hpp"
+#include "Support/ChildProcess.hpp"
 #include "Support/Pipe.hpp"
 #include "Support/Thrown.hpp"
 
 #include <atomic>
+#include <thread>
 #include <vector>
 
 namespace {

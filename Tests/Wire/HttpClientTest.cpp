@@ -106,36 +106,33 @@ TEST(HttpClientTest, EveryMisbehaviourHasItsException)
 
 TEST(HttpClientTest, AnAnswerWithoutEndIsCutWhenNobodySetALimit)
 {
-    const ScriptedServer server([](ScriptedServer::Peer& peer, const ScriptedServer::Request&) {
-        StreamForEver(peer, "HTTP/1.1 200 OK\r\n\r\n", "x");
-    });
+    const ScriptedServer server(
+        [](auto& peer, const auto&) { StreamForEver(peer, "HTTP/1.1 200 OK\r\n\r\n", "x"); });
     HttpClient client = ClientOf(server);
     EXPECT_EQ(Outcome(client), "MalformedResponseException");
 }
 
 TEST(HttpClientTest, ARequestThatABusyServerWantsLaterIsSentAgain)
 {
-    struct Case {
+    const struct {
         int status;
         const char* headers;
         const char* expected;
         int requests;
-    };
-    const Case cases[] = {{429, "Retry-After: 1\r\n", "200", 2},
-                          {503, "Retry-After: 1\r\n", "200", 2},
-                          {429, "Retry-After: 99999999999\r\n", "429", 1},
-                          {429, "Retry-After: soon\r\n", "429", 1},
-                          {503, "", "503", 1},
-                          {500, "Retry-After: 1\r\n", "500", 1}};
-    for (const Case& one : cases) {
+    } cases[] = {{429, "Retry-After: 1\r\n", "200", 2},
+                 {503, "Retry-After: 1\r\n", "200", 2},
+                 {429, "Retry-After: 99999999999\r\n", "429", 1},
+                 {429, "Retry-After: soon\r\n", "429", 1},
+                 {503, "", "503", 1},
+                 {500, "Retry-After: 1\r\n", "500", 1}};
+    for (const auto& one : cases) {
         SCOPED_TRACE(std::to_string(one.status) + one.headers);
-        const ScriptedServer server(
-            [&](ScriptedServer::Peer& peer, const ScriptedServer::Request& request) {
-                if (request.number == 1)
-                    peer.Answer(one.status, "{}", one.headers);
-                else
-                    peer.Answer(200, "{}");
-            });
+        const ScriptedServer server([&](auto& peer, const auto& request) {
+            if (request.number == 1)
+                peer.Answer(one.status, "{}", one.headers);
+            else
+                peer.Answer(200, "{}");
+        });
         HttpClient client = ClientOf(server, {});
         EXPECT_EQ(Outcome(client), one.expected);
         EXPECT_EQ(server.Requests(), one.requests);
@@ -146,7 +143,7 @@ TEST(HttpClientTest, AnUnreachableServerIsNamedWithItsPort)
 {
     std::uint16_t freePort = 0;
     {
-        const ScriptedServer gone([](ScriptedServer::Peer&, const ScriptedServer::Request&) {});
+        const ScriptedServer gone([](auto&, const auto&) {});
         freePort = gone.Port();
     }
     HttpClient client(ServerAddress{u"127.0.0.1", freePort, false}, {});
@@ -162,8 +159,7 @@ TEST(HttpClientTest, AnUnreachableServerIsNamedWithItsPort)
 
 TEST(HttpClientTest, AHostThatWouldBecomeAnotherPartOfTheUrlIsRefused)
 {
-    const ScriptedServer server(
-        [](ScriptedServer::Peer& peer, const ScriptedServer::Request&) { peer.Answer(200, "{}"); });
+    const ScriptedServer server([](auto& peer, const auto&) { peer.Answer(200, "{}"); });
     for (const char16_t* host : {u"", u"user@127.0.0.1", u"127.0.0.1/x", u"127.0.0.1?x",
                                  u"127.0.0.1#", u"127.0.0.1\r\nA: b", u"12%37.0.0.1", u"a b"}) {
         HttpClient client(ServerAddress{host, server.Port(), false}, {});
@@ -172,44 +168,10 @@ TEST(HttpClientTest, AHostThatWouldBecomeAnotherPartOfTheUrlIsRefused)
     EXPECT_EQ(server.Connections(), 0);
 }
 
-TEST(HttpClientTest, MethodBodyAndTokenReachTheServerAsTheyAre)
-{
-    std::vector<ScriptedServer::Request> seen;
-    const ScriptedServer server(
-        [&seen](ScriptedServer::Peer& peer, const ScriptedServer::Request& request) {
-            seen.push_back(request);
-            peer.Answer(200, request.method);
-        });
-    HttpClient client = ClientOf(server);
-    const OV::String large(3'000'000, 'b');  // over what curl would first ask leave for
-    const OV::String zero("{\"a\":\0}", 7);
-    const auto perform = [&client](HttpMethod method, OV::String body, OV::String token) {
-        return client
-            .Perform({method, "/a/../%2e%2E/b?c=%20", std::move(body), std::move(token), 0})
-            .body;
-    };
-    EXPECT_EQ(perform(HttpMethod::Post, large, "one"), "POST");
-    EXPECT_EQ(perform(HttpMethod::Delete, "", "one"), "DELETE");
-    EXPECT_EQ(perform(HttpMethod::Put, zero, "two"), "PUT");
-    EXPECT_EQ(perform(HttpMethod::Get, "", ""), "GET");
-    EXPECT_EQ(perform(HttpMethod::Post, "", "two"), "POST");
-
-    ASSERT_EQ(seen.size(), 5u);
-    EXPECT_EQ(seen[0].body, large);
-    EXPECT_EQ(seen[0].head.find("Expect"), std::string::npos);
-    EXPECT_NE(seen[0].head.find("Authorization: Bearer one\r\n"), std::string::npos);
-    EXPECT_EQ(seen[0].target, "/a/../%2e%2E/b?c=%20");
-    EXPECT_EQ(seen[1].body, "");
-    EXPECT_EQ(seen[2].body, zero);
-    EXPECT_NE(seen[2].head.find("Authorization: Bearer two\r\n"), std::string::npos);
-    EXPECT_EQ(seen[3].head.find("Authorization"), std::string::npos);
-    EXPECT_EQ(server.Connections(), 1);
-}
-
 TEST(HttpClientTest, AConnectionIsKeptAndReplacedWhenTheServerDroppedIt)
 {
     std::atomic<int> closed = 0;
-    ScriptedServer server([&](ScriptedServer::Peer& peer, const ScriptedServer::Request& request) {
+    ScriptedServer server([&](auto& peer, const auto& request) {
         peer.Answer(200, "{}");
         if (request.number % 50 == 0) {
             request.number == 50 ? peer.Close() : peer.HalfClose();
@@ -231,27 +193,25 @@ TEST(HttpClientTest, OnlyARequestThatChangesNothingIsSentAgainOnANewConnection)
 {
     // The server takes the second request of each connection in full and closes without an answer:
     // it may have acted on it.
-    struct Case {
+    const struct {
         HttpMethod method;
         const char* body;
         const char* expected;
         int requests;
-    };
-    const Case cases[] = {
+    } cases[] = {
         {HttpMethod::Get, "", "200", 3},
         {HttpMethod::Post, "{}", "ConnectionException", 2},
         {HttpMethod::Post, "", "ConnectionException", 2},
         {HttpMethod::Put, "{}", "ConnectionException", 2},
         {HttpMethod::Delete, "", "ConnectionException", 2},
     };
-    for (const Case& one : cases) {
-        const ScriptedServer server(
-            [](ScriptedServer::Peer& peer, const ScriptedServer::Request& request) {
-                if (request.number == 2)
-                    peer.Close();
-                else
-                    peer.Answer(200, "{}");
-            });
+    for (const auto& one : cases) {
+        const ScriptedServer server([](auto& peer, const auto& request) {
+            if (request.number == 2)
+                peer.Close();
+            else
+                peer.Answer(200, "{}");
+        });
         HttpClient client = ClientOf(server);
         ASSERT_EQ(Outcome(client), "200");
         EXPECT_EQ(Outcome(client, one.method, one.body), one.expected)
@@ -267,11 +227,10 @@ TEST(HttpClientTest, AHeldRequestEndsWhenItsThreadIsInterruptedOrItsClientCancel
         std::atomic<bool> arrived = false;
         // The second request is held: a new connection has timers of curl's own, which would wake
         // it.
-        const ScriptedServer server(
-            [&](ScriptedServer::Peer& peer, const ScriptedServer::Request& request) {
-                arrived = request.number == 2;
-                request.number == 2 ? peer.HoldUntilGone() : void(peer.Answer(200, "{}"));
-            });
+        const ScriptedServer server([&](auto& peer, const auto& request) {
+            arrived = request.number == 2;
+            request.number == 2 ? peer.HoldUntilGone() : void(peer.Answer(200, "{}"));
+        });
         HttpClient client = ClientOf(server);
         EXPECT_EQ(Outcome(client), "200");
         std::promise<std::string> outcome;
@@ -317,16 +276,15 @@ TEST(TransferDeadlineTest, AStalledOrDrippingTransferEndsAndALargeOneHasItsTime)
 
 TEST(ServerAddressTest, ServerNamesAsUsersWriteThem)
 {
-    struct Case {
+    const struct {
         const char16_t* name;
         const char* url;
-    };
-    const Case cases[] = {
+    } cases[] = {
         {u"nexar", "http://nexar:80"},          {u" HTTP://Nexar/ ", "http://Nexar:80"},
         {u"HttpS://nexar", "https://nexar:80"}, {u"[::1]", "http://[::1]:80"},
         {u"https://::1", "https://[::1]:80"},   {u"fe80::1%eth0", "http://[fe80::1%25eth0]:80"},
         {u"https", "http://https:80"},          {u"server-\u00FC", "http://server-\xC3\xBC:80"},
     };
-    for (const Case& one : cases)
+    for (const auto& one : cases)
         EXPECT_EQ(ServerAddress::FromServerName(one.name, 80).BaseUrl(), one.url);
 }
