@@ -7,7 +7,7 @@
 #include "SYCommunication/CommunicationException.hpp"
 #include "Support/Eventually.hpp"
 #include "Support/FileBytes.hpp"
-#include "Support/IdleSyncraClient.hpp"
+#include "Support/ScriptedServer.hpp"
 #include "Support/ServerProcess.hpp"
 #include "Support/TemporaryFolder.hpp"
 
@@ -159,21 +159,30 @@ TEST_F(SignalClientTest, SignalsArriveAndAReconnectionBringsOneOfEachWantedKind)
     EXPECT_EQ(notes.GetStates(), (std::vector{Online, Offline, Online}));
 }
 
-TEST_F(SignalClientTest, AServerThatLostItsPlaceCountsAsAReconnection)
+TEST_F(SignalClientTest, APlaceThatIsLostCountsAsAReconnectionAndOfflineEndsTheHeldRequest)
 {
-    struct Forgetful final : IdleSyncraClient {
-        SignalBatch WaitForSignals(const OV::UniString&, std::uint64_t after,
-                                   std::uint32_t wait) override
-        {
-            if (wait != 0 && after == 0)
-                never.Wait();
-            return {{}, wait == 0 ? 5u : 0u};
+    std::atomic<bool> isGone = false;
+    const ScriptedServer forgetful([&](auto& peer, const auto& request) {
+        const bool isFirst = request.target.ends_with("wait=0");
+        if (request.target.ends_with("/sign-in")) {
+            peer.Answer(200, ScriptedServer::SignedIn);
+        } else if (!isFirst && request.target.find("after=0") != std::string::npos) {
+            peer.HoldUntilGone();
+            isGone = true;
+        } else {
+            peer.Answer(200, R"({"signals":[],"next":)" + std::string(isFirst ? "5}" : "0}"));
         }
-        OV::Condition never;
-    };
-    client.Start([] { return std::make_unique<Forgetful>(); }, u"P");
+    });
+    client.Start(
+        [&] {
+            return CreateSyncraClient({u"127.0.0.1", forgetful.Port(), u"u", u"p"});
+        },
+        u"P");
     AwaitSignals(EveryWantedKind);
     EXPECT_EQ(notes.GetStates(), std::vector{Online});
+    client.SetForcedOffline(true);
+    EXPECT_TRUE(Eventually([&] { return isGone.load(); }));
+    client.Stop();
 }
 
 TEST_F(SignalClientTest, ARefusedUserIsNotTriedAgain)
@@ -211,27 +220,6 @@ TEST_F(SignalClientTest, WorkingOfflineEndsTheRequestAndLastsUntilLifted)
     AwaitState(Online);
     AwaitSignals(EveryWantedKind);
     EXPECT_EQ(connects, 2);
-}
-
-TEST_F(SignalClientTest, WorkingOfflineCancelsTheHeldRequest)
-{
-    struct Held final : IdleSyncraClient {
-        explicit Held(OV::Condition& condition) : cancelled(condition) {}
-        SignalBatch WaitForSignals(const OV::UniString&, std::uint64_t, std::uint32_t wait) override
-        {
-            if (wait != 0)
-                cancelled.Wait();
-            return {{}, 1};
-        }
-        void Cancel() override { cancelled.Notify(); }
-        OV::Condition& cancelled;
-    };
-    OV::Condition cancelled;
-    client.Start([&] { return std::make_unique<Held>(cancelled); }, u"P");
-    AwaitState(Online);
-    client.SetForcedOffline(true);
-    EXPECT_TRUE(cancelled.Wait(60'000));
-    client.Stop();
 }
 
 TEST_F(SignalClientTest, StopEndsAHeldRequestAndAPauseAtOnce)

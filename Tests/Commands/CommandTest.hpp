@@ -64,6 +64,16 @@ protected:
         return command;
     }
 
+    /// As a host does that works on the cache.
+    static void MarkUnsent(const std::filesystem::path& cache)
+    {
+        const auto file = cache / "CacheInfo.xml";
+        std::string text = ReadBytes(file);
+        const std::string sent = "<UnsentChange>false";
+        text.replace(text.find(sent), sent.size(), "<UnsentChange>true");
+        std::ofstream(file) << text;
+    }
+
     TemporaryFolder folder;
     ServerProcess server{folder.Path()};
 };

@@ -15,14 +15,6 @@ protected:
         filter.insert(filter.begin(), {"projects", "--json"});
         return json::parse(Run(filter).output).size();
     }
-    static void MarkUnsent(const std::filesystem::path& cache)
-    {
-        const auto file = cache / "CacheInfo.xml";
-        std::string text = ReadBytes(file);
-        const std::string sent = "<UnsentChange>false";
-        text.replace(text.find(sent), sent.size(), "<UnsentChange>true");
-        std::ofstream(file) << text;
-    }
 };
 
 TEST_F(ProjectsCommandTest, ListsFiltersAndForgets)
@@ -75,7 +67,9 @@ TEST_F(ProjectsCommandTest, ListsFiltersAndForgets)
 
     const std::string last = json::parse(Run({"projects", "--json"}).output).at(0).at("folder");
     std::ofstream(last + "/CacheInfo.xml") << "<Cache>";
-    EXPECT_EQ(Run({"projects"}).code, 1);
+    const auto damaged = Run({"projects"});
+    EXPECT_EQ(damaged.code, 1);
+    EXPECT_NE(damaged.errors.find("CacheInfo.xml"), std::string::npos) << "says which file";
     EXPECT_EQ(Run({"projects", "forget", last, "--yes"}).code, 1) << "nobody knows what it holds";
     EXPECT_EQ(Run({"projects", "forget", last, "--yes", "--force"}).code, 0);
     EXPECT_EQ(Count(), 0u);
@@ -119,9 +113,7 @@ TEST_F(ProjectsCommandTest, PhotoFitsWhateverItIsGiven)
         {photo, "8x8", out, 0},
         {"", "20000x1", out, 0},
         {photo, "0x8", out, 2},
-        {photo, "8x8x", out, 2},
         {photo, "-1x8", out, 2},
-        {photo, "20000x20000", out, 2},
         {photo, "99999999999x1", out, 2},
         {folder.Path() / "cut off", "8x8", out, 1},
         {folder.Path() / "nothing", "8x8", out, 1},

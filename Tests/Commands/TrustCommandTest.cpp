@@ -27,26 +27,17 @@ protected:
         return {arguments, "Trust it [y/N]? ", answers};
     }
     /// Signs in at the model service, and at the management service.
-    TerminalRun Connect(std::uint16_t port, const Strings& more = {}) const
+    TerminalRun Connect(std::uint16_t port, Strings more = {}) const
     {
-        Strings command{"server",
-                        "connect",
-                        "-s",
-                        "https://127.0.0.1",
-                        "-p",
-                        std::to_string(port),
-                        "-u",
-                        "anna.novak",
-                        "--password-file",
-                        folder.Path() / "password"};
-        command.insert(command.end(), more.begin(), more.end());
-        return Run(command);
+        more.insert(more.begin(),
+                    {"server", "connect", "-s", "https://127.0.0.1", "-p", std::to_string(port),
+                     "-u", "anna.novak", "--password-file", folder.Path() / "password"});
+        return Run(more);
     }
-    static TerminalRun Trust(std::uint16_t port, const Strings& more, const Strings& answers = {})
+    static TerminalRun Trust(std::uint16_t port, Strings more, const Strings& answers = {})
     {
-        Strings command{"server", "trust", PlaceOf(port)};
-        command.insert(command.end(), more.begin(), more.end());
-        return Run(command, answers);
+        more.insert(more.begin(), {"server", "trust", PlaceOf(port)});
+        return Run(more, answers);
     }
     static std::string PlaceOf(std::uint16_t port) { return "127.0.0.1:" + std::to_string(port); }
     [[nodiscard]] std::string Audit() const { return folder.Path() / "audit"; }

@@ -201,18 +201,6 @@ TEST_F(CheckOutcomeTest, ServerOfAnotherVersionIsIncompatible)
     EXPECT_EQ(host.events, (Events{{14, u""}}));
 }
 
-TEST_F(CheckOutcomeTest, RestartedServerIsWorkedWithAgain)
-{
-    Host host(Url("anna.novak", u"Harbour Bridge"), DataFolder());
-    SYC::ReadProjectConnection connection(&host.manager);
-    EXPECT_EQ(connection.Check(true, false, false, false), CheckResult::Passed);
-    EXPECT_EQ(server.Terminate(), 0);
-    EXPECT_EQ(connection.Check(false, false, false, false), CheckResult::Offline);
-    server.Start();
-    EXPECT_EQ(connection.Check(false, false, false, false), CheckResult::Passed)
-        << "a new token, the same session";
-}
-
 TEST_F(CheckOutcomeTest, ClosingLogsItsOutcomeAndForgetsTheSession)
 {
     const LogCapture log;

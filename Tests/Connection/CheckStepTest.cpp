@@ -1,8 +1,5 @@
 #include "Connection/ConnectionTest.hpp"
-#include "Support/IdleSyncraClient.hpp"
 #include "Support/ScriptedServer.hpp"
-
-#include <functional>
 
 using SYC::CheckResult;
 
@@ -42,32 +39,6 @@ public:
 
 private:
     Host* open_;
-};
-
-/// Its client is there before the first check, and knows one project.
-class OwnClient final : public IdleSyncraClient {
-public:
-    explicit OwnClient(std::function<bool()> isMember) : isMember_(std::move(isMember)) {}
-    OV::Array<Syncra::Protocol::Project> GetProjects() override
-    {
-        Syncra::Protocol::Project bridge;
-        bridge.id = u"id";
-        bridge.name = u"Bridge";
-        return {bridge};
-    }
-    bool IsMember(const OV::UniString&) override { return isMember_(); }
-
-private:
-    std::function<bool()> isMember_;
-};
-
-class OwnConnection final : public SYC::OwnClientConnection {
-public:
-    OwnConnection(SYCB::ProjectConnectionManagerInterface& manager, std::function<bool()> isMember)
-        : OwnClientConnection(Kind::Reading, &manager)
-    {
-        _SetSyncraClient(std::make_unique<OwnClient>(std::move(isMember)));
-    }
 };
 
 }  // namespace
@@ -151,20 +122,4 @@ TEST_F(CheckStepTest, AConnectionTakesUpWhatTheHostHasOpenNow)
     host.hasNoCache = true;
     EXPECT_TRUE(SYC::CloseSession(host)) << "the server's session is closed all the same";
     EXPECT_EQ(connection.Check(true, false, false, false), CheckResult::Offline);
-}
-
-TEST_F(CheckStepTest, AFailedMembershipQueryIsNoMembershipUnlessItWasInterrupted)
-{
-    const std::tuple<std::function<bool()>, CheckResult, Events> queries[] = {
-        {[]() -> bool { throw 7; }, CheckResult::AccessDenied, {{11, u""}}},
-        {[]() -> bool { throw OV::NullReferenceException(); },
-         CheckResult::AccessDenied,
-         {{11, u""}}},
-        {[]() -> bool { throw OV::InterruptedException(); }, CheckResult::Offline, {}},
-    };
-    for (const auto& [query, result, events] : queries) {
-        Host host(Url("anna.novak", u"Bridge"), DataFolder());
-        EXPECT_EQ(OwnConnection(host.manager, query).Check(true, false, false, false), result);
-        EXPECT_EQ(host.events, events);
-    }
 }

@@ -43,24 +43,23 @@ TEST(SetServerConnectionTaskTest, AServerOfAnotherVersionIsTakenOnlyWhenAskedTo)
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.body);
-        ScriptedServer server(
-            [&](ScriptedServer::Peer& peer, const ScriptedServer::Request& request) {
-                if (request.target.ends_with("/ports"))
-                    peer.Answer(200, ScriptedServer::Ports("ManagementService", server.Port()));
-                else if (request.target.ends_with("/groups"))
-                    peer.Answer(200, R"({"groups":["Administrators"]})");
-                else
-                    peer.Answer(row.status, row.body);
-            });
+        ScriptedServer server([&](auto& peer, const auto& request) {
+            if (request.target.ends_with("/ports"))
+                peer.Answer(200, ScriptedServer::Ports("ManagementService", server.Port()));
+            else if (request.target.ends_with("/groups"))
+                peer.Answer(200, R"({"groups":["Administrators"]})");
+            else
+                peer.Answer(row.status, row.body);
+        });
         for (const auto group : {Group::AnyUser, Group::Administrators}) {
             EXPECT_EQ(Outcome(server.Port(), u"p", group), row.checked);
             EXPECT_EQ(Outcome(server.Port(), u"p", group, true), row.unchecked);
         }
     }
-    ScriptedServer management([](ScriptedServer::Peer& peer, const ScriptedServer::Request&) {
+    ScriptedServer management([](auto& peer, const auto&) {
         peer.Answer(426, R"({"code":30,"message":"other version"})");
     });
-    ScriptedServer model([&](ScriptedServer::Peer& peer, const ScriptedServer::Request& request) {
+    ScriptedServer model([&](auto& peer, const auto& request) {
         peer.Answer(200, request.target.ends_with("/ports")
                              ? ScriptedServer::Ports("ManagementService", management.Port())
                              : known);

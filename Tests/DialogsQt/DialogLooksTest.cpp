@@ -41,9 +41,7 @@ TEST_F(DialogLooksTest, ClosingAProjectInEachOfItsLooks)
         Result::Value result;
     } rows[] = {
         {"CloseSend", true, false, false, u"Harbour Bridge", Result::SendAndSave},
-        {"CloseSendRelease", true, false, true, u"Harbour Bridge", Result::SendSaveAndReleaseAll},
         {"CloseSaveOnly", true, true, false, u"Harbour Bridge", Result::SaveLocally},
-        {"CloseSaveOnlyRelease", true, true, true, u"Harbour Bridge", Result::SaveLocally},
         {"CloseOffline", false, false, false, u"Harbour Bridge", Result::SaveLocally},
         {"CloseLongName", true, false, true, LongName, Result::SendSaveAndReleaseAll},
     };

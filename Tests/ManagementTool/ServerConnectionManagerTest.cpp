@@ -149,17 +149,16 @@ TEST_F(ServerConnectionManagerTest, FailuresOfAManagerArePrintedWithTheirPlace)
 struct Site {
     std::atomic<std::uint16_t> listed = 0;
     std::atomic<bool> isSilent = false;
-    ScriptedServer server{
-        [this](ScriptedServer::Peer& peer, const ScriptedServer::Request& request) {
-            if (isSilent)
-                peer.HoldUntilGone();
-            else if (request.target.ends_with("/sign-in"))
-                peer.Answer(200, ScriptedServer::SignedIn);
-            else if (!request.target.ends_with("/ports"))
-                peer.Answer(200, R"({"items":[]})");
-            else
-                peer.Answer(200, ScriptedServer::Ports("ManagementService", listed));
-        }};
+    ScriptedServer server{[this](auto& peer, const auto& request) {
+        if (isSilent)
+            peer.HoldUntilGone();
+        else if (request.target.ends_with("/sign-in"))
+            peer.Answer(200, ScriptedServer::SignedIn);
+        else if (!request.target.ends_with("/ports"))
+            peer.Answer(200, R"({"items":[]})");
+        else
+            peer.Answer(200, ScriptedServer::Ports("ManagementService", listed));
+    }};
 };
 
 TEST(ManagementServiceTest, IsFoundWhereverItIsAndItsFailuresAreToldByTheNextRequest)

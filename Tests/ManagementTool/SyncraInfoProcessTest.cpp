@@ -3,11 +3,12 @@
 #include "Files/FileErrors.hpp"
 #include "IO/ExclusiveFile.hpp"
 #include "OVRoot/Thread.hpp"
-#include "Support/KillLoop.hpp"
+#include "Support/ChildProcess.hpp"
 #include "Support/Pipe.hpp"
 #include "Support/Thrown.hpp"
 
 #include <atomic>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -48,26 +49,6 @@ TEST_F(SyncraInfoProcessTest, WritersAtOnceLoseNothingAndReadersSeeWholeFiles)
         EXPECT_EQ(writer.Wait(), 0);
     EXPECT_EQ(SyncraInfo().GetUserNumber(), static_cast<std::size_t>(Writers * Rounds));
     EXPECT_FALSE(IsLockFileThere());
-}
-
-TEST_F(SyncraInfoProcessTest, AKilledWriterLeavesAWholeFileAndLocksNobodyOut)
-{
-    std::size_t users = 0;
-    KillAtRandomInstants(
-        [] {
-            for (int round = 0;; ++round)
-                AddOne(OV::ToText(getpid()) + u"-" + OV::ToText(round % 3));
-        },
-        std::chrono::milliseconds(20),
-        [&] {
-            const SyncraInfo read;
-            ASSERT_GE(read.GetUserNumber(), users);
-            users = read.GetUserNumber();
-            for (const auto& user : read.GetUserList())
-                ASSERT_EQ(read.GetUserPassword(user, u"nexar"), user);
-            AddOne(u"survivor");
-        });
-    EXPECT_GT(users, 1u);
 }
 
 TEST_F(SyncraInfoProcessTest, WhoWaitsForAHolderThatNeverLetsGoCanBeAskedToStop)

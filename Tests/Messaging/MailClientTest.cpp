@@ -26,35 +26,6 @@ using MailClientTest = MessagingTest;
 
 }  // namespace
 
-TEST_F(MailClientTest, DeliversWhileOnlineAndReportsEachMailOnce)
-{
-    const auto anna = MakeHost("anna.novak");
-    anna->Open();
-    EXPECT_EQ(anna->lastReason, SYC::RefreshMailListReason::ClientStarted);
-    anna->SetPresence(PresenceState::Online);
-    anna->Send(u"first", {u"yuki.tanaka"});
-    anna->Send(u"second", {u"yuki.tanaka", u"lena.fischer"});
-    anna->Await([&] { return anna->sent.size() == 2; }, "two results");
-    EXPECT_EQ(anna->sent, (decltype(anna->sent){{u"first", Ok}, {u"second", Ok}}));
-    EXPECT_TRUE(anna->client->GetOutboxMails().empty());
-    EXPECT_GE(anna->outboxChanges, 3);
-    EXPECT_EQ(TextsOf("yuki.tanaka"),
-              (std::map<OV::UniString, int>{{u"first", 1}, {u"second", 1}}));
-
-    // The recipient's box, and what is found by id.
-    const auto lena = MakeHost("lena.fischer");
-    anna->client.reset();
-    lena->Open();
-    ASSERT_EQ(lena->newMails.size(), 1u);
-    OV::Ref<ClientMail> mail;
-    ASSERT_TRUE(lena->client->GetMail(lena->newMails[0]->GetId(), mail));
-    EXPECT_EQ(mail->GetBodyText(), u"second");
-    EXPECT_EQ(mail->GetSender(), u"anna.novak");
-    EXPECT_EQ(mail->GetRecipientsLoginName(),
-              (ClientMail::NameList{u"yuki.tanaka", u"lena.fischer"}));
-    EXPECT_FALSE(lena->client->GetMail(u"another", mail));
-}
-
 TEST_F(MailClientTest, StopsTheFlushOfflineAndResumesItOnline)
 {
     const auto anna = MakeHost("anna.novak");

@@ -271,11 +271,10 @@ TEST_F(CachedProjectInfoTest, AFailedWriteIsAnAlertAndLosesNothingInMemory)
 TEST_F(CachedProjectInfoTest, FolderNamesAreSafeCutAndUnused)
 {
     const OV::UniString high(1, u'\xd83d');
-    struct Case {
+    const struct {
         ProjectConnectionInfo info;
         OV::UniString name;
-    };
-    const Case cases[] = {
+    } cases[] = {
         {TheConnection, u"nexar_Bridge_me"},
         {{u"..", 1, u"a/b\\c", OV::UniString(u"\0:*", 3), u""}, u".._a_b_c____"},
         {{u"", 1, u"", u"", u""}, u"__"},
@@ -287,7 +286,7 @@ TEST_F(CachedProjectInfoTest, FolderNamesAreSafeCutAndUnused)
         {{u"s", 1, u"p", OV::UniString(200, u'\x4e2d'), u""},
          u"s_p_" + OV::UniString(78, u'\x4e2d')},
     };
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         const CachedProjectInfo info(c.info, Folder());
         EXPECT_EQ(info.GetLocalFolderName(), c.name);
         EXPECT_EQ(info.GetCacheFolderLocation().Parent(), Folder());

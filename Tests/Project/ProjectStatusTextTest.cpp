@@ -6,13 +6,12 @@ namespace {
 
 TEST(ProjectStatusTextTest, NamesTheStateThatLeavesLeastToDo)
 {
-    struct Case {
+    // joined, detached, deleted, traveling, unsent changes, offline
+    const struct {
         SYC::ProjectStatusFacts facts;
         const char* word;
         const char* status;
-    };
-    // joined, detached, deleted, traveling, unsent changes, offline
-    const Case cases[] = {
+    } cases[] = {
         {{}, "", ""},
         {{false, false, false, false, true, true}, "", ""},
         {{true}, "Joined", "Joined"},
@@ -25,7 +24,7 @@ TEST(ProjectStatusTextTest, NamesTheStateThatLeavesLeastToDo)
         {{true, true, true, true, true}, "Deleted from Server", "Deleted from Server"},
         {{true, false, true, false, false, true}, "Deleted from Server", "Deleted from Server"},
     };
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         EXPECT_EQ(OV::ToUtf8(SYC::GetProjectStateWord(c.facts)), c.word);
         EXPECT_EQ(OV::ToUtf8(SYC::GetProjectStatusText(c.facts)), c.status);
         EXPECT_EQ(OV::ToUtf8(SYC::GetUnsentChangesText(c.facts)),

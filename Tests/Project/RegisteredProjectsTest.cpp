@@ -134,11 +134,10 @@ TEST_F(RegisteredProjectsTest, FindsByFolderAndByUrl)
     (void)Make(u"Bridge", u"you");
     (void)Make(u"Bridge", u"me", u"other");
     const OV::UniString base = u"nexar_Bridge_me", upper = u"nexar_BRIDGE_me";
-    struct Case {
+    const struct {
         IO::Location project;
         OV::UniString exact, anyCase;
-    };
-    const std::vector<Case> cases = {
+    } cases[] = {
         {first.GetCacheFolderLocation(), base, base},
         {second.GetCacheFolderLocation(), base + u" 2", base + u" 2"},
         {Url(u"Bridge"), base, base},

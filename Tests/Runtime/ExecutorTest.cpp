@@ -187,16 +187,6 @@ TEST(ExecutorTest, APoolGrowsToItsMaximumAndGivesItsThreadsBack)
     EXPECT_TRUE(Eventually([&] { return ran.load(); })) << "and comes back with the next task";
 }
 
-TEST(ExecutorTest, AnIdleThreadIsWokenForTheNextTask)
-{
-    OV::PooledExecutor executor(1, 1, 10 * TooLong);
-    std::atomic<int> done{0};
-    for (int task = 1; task <= 3; ++task) {
-        executor.Execute(MakeTask([&] { ++done; }));
-        EXPECT_TRUE(Eventually([&] { return done == task; })) << task;
-    }
-}
-
 TEST(ExecutorTest, SurvivesCancelBesideExecute)
 {
     for (int round = 0; round < 200; ++round) {

@@ -43,6 +43,7 @@ protected:
     {}
 };
 
+<<<<<<< HEAD
 class HashTest : public ServerTest {
 protected:
     HashTest() : ServerTest({"--hash", "interactive"}) {}
@@ -62,6 +63,8 @@ json MailTo(const std::string& key, const std::string& recipient, const std::str
               {"body", body}}}};
 }
 
+=======
+>>>>>>> proof
 }  // namespace
 
 TEST_F(LimitsTest, EachIsToldByItsCodeAndConcernsNobodyElse)
@@ -69,17 +72,16 @@ TEST_F(LimitsTest, EachIsToldByItsCodeAndConcernsNobodyElse)
     auto jonas = SignedIn("jonas.berg");
     std::list<Client> held;
     for (int i = 0; i < 3; ++i)
-        held.emplace_back(server.ModelPort(), jonas.Token())
-            .Begin("GET", SignalPath(Sample::HarbourBridge, 0, 60'000));
+        held.emplace_back(server.ModelPort(), jonas.Token()).Begin("GET", BridgeSignals(0, 60'000));
     {
         // Its answer tells that the server has read all that was sent before.
         auto anna = SignedIn("anna.novak");
         EXPECT_EQ(anna.Ask("GET", "/syncra/v1/ports").status, 200);
         EXPECT_EQ(jonas.Ask("GET", "/syncra/v1/ports").Code(), 26);
-        const auto mails = ProjectPath(Sample::HarbourBridge, "mails");
+        const auto mails = Bridge("mails");
         const auto send = [&](const std::string& recipient, const std::string& body) {
             static int key = 0;
-            return anna.Ask("POST", mails, MailTo(std::to_string(++key), recipient, body).dump())
+            return anna.Ask("POST", mails, Mail(std::to_string(++key), {recipient}, body).dump())
                 .Code();
         };
         EXPECT_EQ(send("lena.fischer", std::string(1'000'000, 'A')), 4) << "the project's room";
@@ -92,6 +94,9 @@ TEST_F(LimitsTest, EachIsToldByItsCodeAndConcernsNobodyElse)
         EXPECT_EQ(send("lena.fischer", "AAAA"), 4);
         EXPECT_EQ(send("yuki.tanaka", "AAAA"), 0);
         EXPECT_EQ(anna.Ask("POST", mails + "/delete", R"({"ids":["a","b","c"]})").Code(), 4);
+        const json three{{"entries", std::vector(3, std::pair("a", true))}};
+        for (const char* flags : {"/status", "/historical"})
+            EXPECT_EQ(anna.Ask("PUT", mails + flags, three.dump()).Code(), 4) << flags;
         const json manyValues{{"ids", std::vector<std::string>(20)}};
         EXPECT_EQ(anna.Ask("POST", mails + "/delete", manyValues.dump()).Code(), 1);
         // A third sign-in ends the first.
@@ -116,7 +121,7 @@ TEST_F(AttackTest, WhoeverReadsDoesNotWaitForThoseWhoWrite)
     std::atomic<bool> isAnswered = false;
     int read = 0;
     const StoreLock lock(server.StorePath());
-    writer.Begin("POST", ProjectPath(Sample::HarbourBridge, "sessions"), "{}");
+    writer.Begin("POST", Bridge("sessions"), "{}");
     std::thread waiting([&] {
         EXPECT_EQ(writer.End().Code(), 25);
         isAnswered = true;
@@ -130,7 +135,7 @@ TEST_F(AttackTest, WhoeverReadsDoesNotWaitForThoseWhoWrite)
 TEST_F(AttackTest, WhatIsWrittenTogetherStandsOrFallsEachByItself)
 {
     constexpr int clients = 6, each = 20;
-    const auto path = ProjectPath(Sample::HarbourBridge, "mails");
+    const auto path = Bridge("mails");
     const auto token = SignedIn("anna.novak").Token();
     std::vector<std::thread> senders;
     std::atomic<int> refused = 0;
@@ -140,7 +145,7 @@ TEST_F(AttackTest, WhatIsWrittenTogetherStandsOrFallsEachByItself)
             for (int i = 0; i < each; ++i) {
                 const auto key = std::to_string(number) + "-" + std::to_string(i);
                 const auto to = i % 2 == 0 ? "lena.fischer" : "nobody";
-                refused += anna.Ask("POST", path, MailTo(key, to, "AAAA").dump()).Code() == 12;
+                refused += anna.Ask("POST", path, Mail(key, {to}, "AAAA").dump()).Code() == 12;
             }
         });
     for (auto& sender : senders)
@@ -152,7 +157,7 @@ TEST_F(AttackTest, WhatIsWrittenTogetherStandsOrFallsEachByItself)
 
 TEST_F(AttackTest, ALargeBodyIsRefusedBeforeItIsReceived)
 {
-    EXPECT_EQ(AskWithoutBody(ProjectPath(Sample::HarbourBridge, "mails"), 16u << 20).Code(), 15);
+    EXPECT_EQ(AskWithoutBody(Bridge("mails"), 16u << 20).Code(), 15);
     EXPECT_EQ(AskWithoutBody("/syncra/v1/nothing", 16u << 20).Code(), 3);
     EXPECT_EQ(AskWithoutBody(SignInPath, 1u << 20).Code(), 4);
     // What a page in a browser may send anywhere.
@@ -178,8 +183,7 @@ TEST_F(AttackTest, WhoGuessesAPasswordWaitsAndNobodyElseDoes)
 TEST_F(AttackTest, WhatOneTakesHisOwnLimitsBound)
 {
     auto jonas = SignedIn("jonas.berg");
-    const auto session = jonas.Ask("POST", ProjectPath(Sample::HarbourBridge, "sessions"), "{}")
-                             .json.value("id", "");
+    const auto session = jonas.Ask("POST", Bridge("sessions"), "{}").json.value("id", "");
     const auto attribute = [&](int number) {
         return "/syncra/v1/sessions/" + session + "/attributes/" + std::to_string(number);
     };
@@ -212,18 +216,16 @@ TEST_F(AttackTest, WhoIsSwitchedOffIsLetGo)
 {
     auto admin = Manager("admin");
     auto jonas = SignedIn("jonas.berg");
-    ASSERT_EQ(jonas.Ask("POST", ProjectPath(Sample::HarbourBridge, "sessions"), "{}").status, 200);
-    const auto next = jonas.Ask("GET", SignalPath(Sample::HarbourBridge, 0, 0)).json.at("next");
-    jonas.Begin("GET", SignalPath(Sample::HarbourBridge, next, 60'000));
+    ASSERT_EQ(jonas.Ask("POST", Bridge("sessions"), "{}").status, 200);
+    const auto next = jonas.Ask("GET", BridgeSignals(0, 0)).json.at("next");
+    jonas.Begin("GET", BridgeSignals(next, 60'000));
     auto record = admin.Ask("GET", "/root/syncrav2/users/jonas.berg").json;
     record["enabled"] = false;
     ASSERT_EQ(admin.Ask("PUT", "/root/syncrav2/users/jonas.berg", record.dump()).Code(), 0);
     EXPECT_EQ(jonas.End().status, 200);
     EXPECT_EQ(jonas.Ask("GET", "/syncra/v1/ports").Code(), 16);
     auto anna = SignedIn("anna.novak");
-    EXPECT_EQ(anna.Ask("GET", ProjectPath(Sample::HarbourBridge, "sessions?scope=all"))
-                  .json.dump()
-                  .find("jonas.berg"),
+    EXPECT_EQ(anna.Ask("GET", Bridge("sessions?scope=all")).json.dump().find("jonas.berg"),
               std::string::npos);
 }
 
@@ -239,12 +241,11 @@ TEST_F(AttackTest, WhatIsMissingForAWhileIsToldAndEndsNothing)
             prlimit(server.Id(), static_cast<__rlimit_resource>(resource), former.get(), nullptr);
         });
     };
-    struct Row {
+    const struct {
         const char* what;
         std::function<std::shared_ptr<void>()> take;
         std::set<int> codes;  ///< of a large mail
-    };
-    const Row rows[] = {
+    } rows[] = {
         {"the store", [&] { return std::make_shared<StoreLock>(server.StorePath()); }, {25}},
         {"a table, so that the handler throws",
          [&] {
@@ -262,10 +263,10 @@ TEST_F(AttackTest, WhatIsMissingForAWhileIsToldAndEndsNothing)
         {"descriptors", [&] { return without(RLIMIT_NOFILE, 3); }, {0, 25}}
     };
     auto anna = SignedIn("anna.novak");
-    const auto mails = ProjectPath(Sample::HarbourBridge, "mails");
+    const auto mails = Bridge("mails");
     int key = 0;
     const auto send = [&](Client& client) {
-        std::string mail = MailTo(std::to_string(++key), "yuki.tanaka", "").dump();
+        std::string mail = Mail(std::to_string(++key), {"yuki.tanaka"}).dump();
         const std::string_view empty = R"("body":")";
         mail.insert(mail.find(empty) + empty.size(), 9 << 20, 'A');
         return client.Ask("POST", mails, mail).Code();

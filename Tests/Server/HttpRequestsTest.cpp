@@ -16,67 +16,46 @@ std::string JsonTo(const std::string& path)
     return "POST " + path + " HTTP/1.1\r\nContent-Type: application/json\r\n";
 }
 
-std::string Repeated(std::string_view text, std::size_t count)
-{
-    std::string result;
-    for (std::size_t i = 0; i < count; ++i)
-        result += text;
-    return result;
-}
-
 }  // namespace
 
 TEST_F(HttpRequestsTest, RefusesDamagedRequestsAndGoesOn)
 {
     const std::string begin = JsonTo("/syncra/v1/sign-in");
-    struct Case {
+    const struct {
         const char* name;
         std::string bytes;
         int status;
         int code;
-    };
-    const std::vector<Case> cases = {
+    } cases[] = {
         {"no HTTP", "hello\r\n\r\n", 400, 1},
-        {"TLS", std::string("\x16\x03\x01\x02\x00\x01\x00\x01\xfc\x03\x03\r\n\r\n", 15), 400, 1},
-        {"HTTP/3.0", "GET /syncra/version HTTP/3.0\r\n\r\n", 400, 1},
         {"no path", "GET syncra/version HTTP/1.1\r\n\r\n", 400, 1},
         {"empty component", RequestText("GET", "/syncra//version"), 400, 1},
         {"cut escape", RequestText("GET", "/syncra/versio%6"), 400, 1},
-        {"wrong escape", RequestText("GET", "/syncra/versio%6g"), 400, 1},
         {"bytes that are no UTF-8", RequestText("GET", "/syncra/%ff%fe"), 400, 1},
         {"damaged query", RequestText("GET", "/syncra/version?a=%"), 400, 1},
         {"escaped slash is no separator", RequestText("GET", "/syncra%2Fversion"), 404, 3},
         {"dots are no way up", RequestText("GET", "/syncra/v1/../version"), 404, 3},
-        {"unknown path", RequestText("GET", "/"), 404, 3},
         {"wrong method", RequestText("DELETE", "/syncra/version"), 405, 3},
-        {"unknown method", RequestText("BREW", "/syncra/version"), 405, 3},
         {"header over 16 KiB",
          "GET /syncra/version HTTP/1.1\r\nX: " + std::string(20'000, 'x') + "\r\n\r\n", 431, 4},
-        {"path over 16 KiB", RequestText("GET", "/" + std::string(20'000, 'x')), 431, 4},
         {"body announced over 16 MiB", begin + "Content-Length: 16777217\r\n\r\n", 413, 4},
         {"length beyond 64 bits", begin + "Content-Length: 99999999999999999999\r\n\r\n", 400, 1},
-        {"negative length", begin + "Content-Length: -1\r\n\r\n", 400, 1},
-        {"two lengths", begin + "Content-Length: 1\r\nContent-Length: 2\r\n\r\nab", 400, 1},
         {"length and chunks",
          begin + "Content-Length: 3\r\nTransfer-Encoding: chunked\r\n\r\n0\r\n\r\n", 400, 1},
+<<<<<<< HEAD
         {"chunks of something",
          begin + "Transfer-Encoding: gzip, chunked\r\n\r\n2c\r\n" +
              R"({"userName":"a","password":"b","protocol":1})" + "\r\n0\r\n\r\n",
          400, 1},
         {"chunk of no size", begin + "Transfer-Encoding: chunked\r\n\r\nzz\r\nab\r\n0\r\n\r\n", 400,
          1},
+=======
+>>>>>>> proof
         {"chunk over 16 MiB", begin + "Transfer-Encoding: chunked\r\n\r\nfffffffff\r\n", 413, 4},
         {"no body", SignInWith(""), 400, 1},
         {"no JSON", SignInWith("user=a"), 400, 1},
-        {"no object", SignInWith("[1]"), 400, 1},
-        {"two values", SignInWith("{}{}"), 400, 1},
-        {"no UTF-8", SignInWith("{\"userName\":\"\xff\"}"), 400, 1},
-        {"deep arrays", SignInWith(Repeated("[", 10'000)), 400, 1},
-        {"deep objects", SignInWith(Repeated("{\"a\":", 2'000)), 400, 1},
-        {"number beyond a double", SignInWith("{\"protocol\":1e999}"), 400, 1},
+        {"deep arrays", SignInWith(std::string(10'000, '[')), 400, 1},
         {"missing field", SignInWith("{\"userName\":\"a\",\"protocol\":1}"), 400, 1},
-        {"wrong type", SignInWith("{\"userName\":[],\"password\":\"b\",\"protocol\":1}"), 400, 1},
-        {"protocol as a fraction", SignInWith("{\"protocol\":1.5}"), 400, 1},
         {"name over 1024 units",
          SignInWith("{\"userName\":\"" + std::string(1025, 'x') +
                     "\",\"password\":\"b\",\"protocol\":1}"),
@@ -161,16 +140,4 @@ TEST_F(HttpRequestsTest, AnAnswerToHeadCarriesNoBody)
     EXPECT_EQ(answer.status, 405);
     EXPECT_EQ(answer.body, "");
     EXPECT_TRUE(connection.IsClosedByServer());
-}
-
-TEST_F(HttpRequestsTest, KeepsOrClosesTheConnectionAsTheClientAsks)
-{
-    for (const std::string_view request :
-         {"GET /syncra/version HTTP/1.0\r\n\r\n",
-          "GET /syncra/version HTTP/1.1\r\nConnection: close\r\n\r\n"}) {
-        RawHttp connection(server.ModelPort());
-        ASSERT_TRUE(connection.Send(request));
-        EXPECT_EQ(connection.Read().status, 200);
-        EXPECT_TRUE(connection.IsClosedByServer()) << request;
-    }
 }

@@ -46,7 +46,7 @@ protected:
 TEST_F(OperationTest, ABackupIsTakenWhileItServesAndRestoredWhenItDoesNot)
 {
     auto anna = SignedIn("anna.novak");
-    const auto sessions = ProjectPath(Sample::HarbourBridge, "sessions");
+    const auto sessions = Bridge("sessions");
     const auto session = anna.Ask("POST", sessions, "{}").json.value("id", "");
     const fs::path backup = folder.Path() / "backup.db";
     ASSERT_EQ(Run({"backup", backup}, server.StorePath()), 0) << TextOf(folder.Path() / "run.log");

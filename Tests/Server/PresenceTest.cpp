@@ -41,7 +41,9 @@ protected:
 
 class PresenceWithoutGraceTest : public PresenceTest {
 protected:
-    PresenceWithoutGraceTest() : PresenceTest({"--sample", "--sample-lines", "0", "--presence-grace", "1"}) {}
+    PresenceWithoutGraceTest()
+        : PresenceTest({"--sample", "--sample-lines", "0", "--presence-grace", "1"})
+    {}
 };
 
 }  // namespace
@@ -79,10 +81,10 @@ TEST_F(PresenceTest, AUserStaysPresentBetweenTheRequestsOfHisClients)
     const auto subscription = Subscribe(lookout, {Sample::HarbourBridge});
     auto anna = SignedIn("anna.novak");
     // To ask for one's place is not to be there.
-    EXPECT_EQ(anna.Ask("GET", SignalPath(Sample::HarbourBridge, 0, 0)).status, 200);
+    EXPECT_EQ(anna.Ask("GET", BridgeSignals(0, 0)).status, 200);
     EXPECT_EQ(lookout.Ask("GET", Path(subscription, 0)).json, Present({}, 1));
     for (int i = 0; i < 20; ++i)
-        EXPECT_EQ(anna.Ask("GET", SignalPath(Sample::HarbourBridge, 0, 1)).status, 200);
+        EXPECT_EQ(anna.Ask("GET", BridgeSignals(0, 1)).status, 200);
     EXPECT_EQ(lookout.Ask("GET", Path(subscription, 2, 50)).json, Present({"anna.novak"}, 2));
 }
 
@@ -95,10 +97,8 @@ TEST_F(PresenceTest, TheBuiltInAccountReadsPresenceAndNothingElse)
     const auto token = Lookout().Token();
     ASSERT_FALSE(token.empty());
     Client model(server.ModelPort(), token);
-    for (const std::string& target :
-         std::initializer_list<std::string>{"/syncra/v1/projects", "/syncra/v1/ports",
-                                            ProjectPath(Sample::HarbourBridge, "members"),
-                                            SignalPath(Sample::HarbourBridge, 0, 0)})
+    for (const std::string& target : std::initializer_list<std::string>{
+             "/syncra/v1/projects", "/syncra/v1/ports", Bridge("members"), BridgeSignals(0, 0)})
         EXPECT_EQ(model.Ask("GET", target).Code(), 13) << target;
     EXPECT_EQ(Client(server.ManagementPort(), token)
                   .Ask("GET", "/root/syncrav2/users/anna.novak/photo")
@@ -122,8 +122,11 @@ TEST_F(PresenceTest, AtTheEndHeldRequestsAreAnsweredAndNobodysAbsenceIsWaitedFor
     const auto next = lookout.Ask("GET", Path(subscription, 0)).json.at("next");
     lookout.Begin("GET", Path(subscription, next));
     EXPECT_EQ(Lookout().Ask("GET", Path(subscription, 0)).status, 200);
+    RawHttp half(server.ModelPort());
+    ASSERT_TRUE(half.Send("POST /syncra/v1/sign-in HTTP/1.1\r\nContent-Length: 9\r\n\r\nab"));
     const auto begin = Clock::now();
     EXPECT_EQ(server.Terminate(), 0);
     EXPECT_LT(Clock::now() - begin, std::chrono::seconds(9));
+    EXPECT_EQ(anna.End().json, (json{{"signals", json::array()}, {"next", 0}}));
     EXPECT_EQ(lookout.End().json, Present({"anna.novak", "lena.fischer"}, next));
 }

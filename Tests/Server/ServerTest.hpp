@@ -43,6 +43,16 @@ struct Answer {
     return text + "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + std::string(body);
 }
 
+/// A mail as a client sends it; the body is base64.
+[[nodiscard]] inline nlohmann::json Mail(const std::string& key,
+                                         const std::vector<std::string>& recipients,
+                                         const std::string& body = "")
+{
+    return {{"key", key},
+            {"recipients", recipients},
+            {"message", {{"header", {{"Version", "1"}}}, {"body", body}}}};
+}
+
 [[nodiscard]] inline Answer ReadAnswer(RawHttp& connection)
 {
     const auto response = connection.Read();
@@ -108,6 +118,14 @@ protected:
     {
         return "/syncra/v1/signals?project=" + project + "&after=" + std::to_string(after) +
                "&wait=" + std::to_string(wait);
+    }
+    static std::string Bridge(const std::string& what)
+    {
+        return ProjectPath(Sample::HarbourBridge, what);
+    }
+    static std::string BridgeSignals(std::uint64_t after, int wait)
+    {
+        return SignalPath(Sample::HarbourBridge, after, wait);
     }
     void Sql(const std::string& sql) const { EditStore(server.StorePath(), sql); }
 

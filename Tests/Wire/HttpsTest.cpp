@@ -142,15 +142,13 @@ TEST(PlainHttpTest, GoesToThisComputerAloneUnlessItIsAllowedAndAroundNoProxyTher
 {
     std::mutex lock;
     std::vector<std::string> heard;
-    const auto note = [&](ScriptedServer::Peer& peer, const ScriptedServer::Request& request) {
+    const auto note = [&](auto& peer, const auto& request) {
         const std::lock_guard guard(lock);
         heard.push_back(request.method + " " + request.target);
         peer.Answer(200, "proxy");
     };
     const ScriptedServer proxy(note);
-    const ScriptedServer server([](ScriptedServer::Peer& peer, const ScriptedServer::Request&) {
-        peer.Answer(200, "server");
-    });
+    const ScriptedServer server([](auto& peer, const auto&) { peer.Answer(200, "server"); });
     HttpOptions options;
     options.proxy = "http://127.0.0.1:" + std::to_string(proxy.Port());
     for (const char* name : {"http_proxy", "all_proxy"})

