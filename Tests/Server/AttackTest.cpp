@@ -43,28 +43,11 @@ protected:
     {}
 };
 
-<<<<<<< HEAD
 class HashTest : public ServerTest {
 protected:
     HashTest() : ServerTest({"--hash", "interactive"}) {}
 };
 
-json MailTo(const std::string& key, const std::string& recipient, const std::string& body)
-{
-    return {{"key", key},
-            {"recipients", {recipient}},
-            {"message",
-             {{"id", ""},
-              {"read", false},
-              {"copy", false},
-              {"historical", false},
-              {"timeStamp", 0},
-              {"header", json::object()},
-              {"body", body}}}};
-}
-
-=======
->>>>>>> proof
 }  // namespace
 
 TEST_F(LimitsTest, EachIsToldByItsCodeAndConcernsNobodyElse)

@@ -42,15 +42,10 @@ TEST_F(HttpRequestsTest, RefusesDamagedRequestsAndGoesOn)
         {"length beyond 64 bits", begin + "Content-Length: 99999999999999999999\r\n\r\n", 400, 1},
         {"length and chunks",
          begin + "Content-Length: 3\r\nTransfer-Encoding: chunked\r\n\r\n0\r\n\r\n", 400, 1},
-<<<<<<< HEAD
         {"chunks of something",
          begin + "Transfer-Encoding: gzip, chunked\r\n\r\n2c\r\n" +
              R"({"userName":"a","password":"b","protocol":1})" + "\r\n0\r\n\r\n",
          400, 1},
-        {"chunk of no size", begin + "Transfer-Encoding: chunked\r\n\r\nzz\r\nab\r\n0\r\n\r\n", 400,
-         1},
-=======
->>>>>>> proof
         {"chunk over 16 MiB", begin + "Transfer-Encoding: chunked\r\n\r\nfffffffff\r\n", 413, 4},
         {"no body", SignInWith(""), 400, 1},
         {"no JSON", SignInWith("user=a"), 400, 1},
