@@ -118,8 +118,8 @@ void PasswordHash::ComputeForOthers()
     if (sodium_init() < 0)
         return;
     AnswerRequests([](std::string_view request) {
-        return std::optional(Answer(request, crypto_pwhash_OPSLIMIT_INTERACTIVE,
-                                    crypto_pwhash_MEMLIMIT_INTERACTIVE));
+        return Answer(request, crypto_pwhash_OPSLIMIT_INTERACTIVE,
+                      crypto_pwhash_MEMLIMIT_INTERACTIVE);
     });
 }
 

@@ -33,10 +33,9 @@ private:
     int id_ = -1;
 };
 /// Answers the requests of the process that started this one, until that has gone. Of a low
-/// priority: other processes come first. What `answer` gives nothing for stays unanswered, and this
-/// returns.
-void AnswerRequests(
-    const std::function<std::optional<std::string>(std::string_view)>& answer) noexcept;
+/// priority: other processes come first. Returns when `answer` throws; that request stays
+/// unanswered.
+void AnswerRequests(const std::function<std::string(std::string_view)>& answer) noexcept;
 
 /// Tells who started the server, when he asked for it by NOTIFY_SOCKET as systemd does, how it is:
 /// "READY=1", "STOPPING=1". Never throws; without somebody to tell it does nothing.
