@@ -161,12 +161,13 @@ TEST_F(SignalClientTest, SignalsArriveAndAReconnectionBringsOneOfEachWantedKind)
 
 TEST_F(SignalClientTest, APlaceThatIsLostCountsAsAReconnectionAndOfflineEndsTheHeldRequest)
 {
-    std::atomic<bool> isGone = false;
+    std::atomic<bool> isHeld = false, isGone = false;
     const ScriptedServer forgetful([&](auto& peer, const auto& request) {
         const bool isFirst = request.target.ends_with("wait=0");
         if (request.target.ends_with("/sign-in")) {
             peer.Answer(200, ScriptedServer::SignedIn);
         } else if (!isFirst && request.target.find("after=0") != std::string::npos) {
+            isHeld = true;
             peer.HoldUntilGone();
             isGone = true;
         } else {
@@ -180,6 +181,7 @@ TEST_F(SignalClientTest, APlaceThatIsLostCountsAsAReconnectionAndOfflineEndsTheH
         u"P");
     AwaitSignals(EveryWantedKind);
     EXPECT_EQ(notes.GetStates(), std::vector{Online});
+    EXPECT_TRUE(Eventually([&] { return isHeld.load(); }));
     client.SetForcedOffline(true);
     EXPECT_TRUE(Eventually([&] { return isGone.load(); }));
     client.Stop();

@@ -92,7 +92,7 @@ TEST_F(CommandTest, ClosingAsksWhatBecomesOfChanges)
                    .at(0)
                    .at("folder")
                    .get<std::string>());
-    EXPECT_NE(close({"--choice", "discard"}).code, 0) << "warned, and kept";
+    EXPECT_EQ(close({"--choice", "discard"}).code, 1) << "warned, and kept";
     EXPECT_EQ(unsent().size(), 1u);
     EXPECT_EQ(close({"--choice", "discard", "--discard-anyway"}).code, 0);
     EXPECT_EQ(unsent().size(), 0u);

@@ -1,4 +1,5 @@
 #include "Connection/ConnectionTest.hpp"
+#include "SYCommunication/HttpOptions.hpp"
 #include "Support/FaultProxy.hpp"
 
 using SYC::CheckResult;

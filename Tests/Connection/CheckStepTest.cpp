@@ -1,5 +1,4 @@
 #include "Connection/ConnectionTest.hpp"
-#include "Support/ScriptedServer.hpp"
 
 using SYC::CheckResult;
 
@@ -44,30 +43,6 @@ private:
 }  // namespace
 
 class CheckStepTest : public ConnectionTest {};
-
-TEST_F(CheckStepTest, EveryErrorCodeOfTheServerHasItsResult)
-{
-    const Events denied{{11, u""}};
-    const std::vector<std::tuple<int, CheckResult, Events>> codes = {
-        {10, CheckResult::AccessDenied, denied}, {13, CheckResult::AccessDenied, denied},
-        {16, CheckResult::AccessDenied, denied}, {24, CheckResult::ForbiddenByState, {}},
-        {12, CheckResult::Offline, {}},          {17, CheckResult::Offline, {}},
-        {0, CheckResult::Offline, {}},           {-1, CheckResult::Offline, {}},
-        {4711, CheckResult::Offline, {}}};
-    for (const auto& [code, result, events] : codes) {
-        SCOPED_TRACE(code);
-        ScriptedServer refusing([code = code](auto& peer, const auto& request) {
-            if (request.method == "POST")
-                peer.Answer(200, ScriptedServer::SignedIn);
-            else
-                peer.Answer(403, R"({"code":)" + std::to_string(code) + R"(,"message":"no"})");
-        });
-        Host host(Url("anna.novak", u"Harbour Bridge", refusing.Port()), DataFolder());
-        SYC::ReadProjectConnection connection(&host.manager);
-        EXPECT_EQ(connection.Check(true, false, false, false), result);
-        EXPECT_EQ(host.events, events);
-    }
-}
 
 TEST_F(CheckStepTest, StepsRunAloneAndStandStillAfterAFailure)
 {

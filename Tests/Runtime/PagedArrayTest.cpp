@@ -45,18 +45,3 @@ TEST(PagedArrayTest, ACopyIsASnapshotWhateverHappensToTheOther)
     last.push_back(last.back());  // which the copy alone shared
     EXPECT_EQ(last, Texts({"0", "1", "2", "2"}));
 }
-
-TEST(PagedArrayTest, WhatIsSharedIsTheSame)
-{
-    const Texts first = Numbers(2000);
-    Texts longer = first;
-    longer.push_back("new");
-    const auto shared = first.CountShared(longer);
-    EXPECT_GT(shared, 1000u);
-    EXPECT_LT(shared, 2000u) << "the last page got another element";
-    EXPECT_EQ(longer.CountShared(first), shared);
-    longer[0] = "changed";
-    EXPECT_EQ(first.CountShared(longer), 0u);
-    EXPECT_EQ(first.CountShared(Numbers(2000)), 0u);
-    EXPECT_EQ(Texts(first).CountShared(first), 2000u);
-}

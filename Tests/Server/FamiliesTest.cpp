@@ -434,13 +434,14 @@ TEST_F(FamiliesTest, MergingPutsTogetherOrChangesNothing)
            {"permissions", {"2"}},
            {"permissionSet", "3"},
            {"builtIn", false}}}},
-        {"customProperties", json::array()}};
+        {"customProperties", {Patched(NewRecords().at("custom-properties"), {{"id", "5"}})}}};
     auto dangling = contents;
     dangling["roles"][0]["permissions"] = {"Read"};
     EXPECT_EQ(admin.Ask("POST", Root + "merge", dangling.dump()).Code(), 20);
     EXPECT_EQ(Count(admin, "permissions"), 8);
     ASSERT_EQ(admin.Ask("POST", Root + "merge", contents.dump()).Code(), 0);
     EXPECT_EQ(Count(admin, "permissions"), 9);
+    EXPECT_NE(IdOf(admin, "custom-properties", "Floor"), "none");
     const auto read = admin.Ask("GET", Root + "permissions/Read").json;
     EXPECT_EQ(read.at("name"), "Read");
     EXPECT_EQ(read.at("description"), "theirs");

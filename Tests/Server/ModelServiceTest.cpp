@@ -136,30 +136,6 @@ TEST_F(ModelServiceTest, TheOtherServicesSignInWithTheSameAccountsAndHaveNoModel
         (std::vector<int>{server.ModelPort(), server.ManagementPort(), server.MessagingPort()}));
 }
 
-TEST_F(ModelServiceTest, AProjectIsFoundByNameInAnyLetterCaseAndEncoding)
-{
-    Sql("UPDATE projects SET name = 'L\xc3\xa4ngs' || char(7) || '/& \\u0041%' WHERE id = '" +
-        Sample::OldMill + "'");
-    auto client = SignedIn("liam.walsh");
-    const std::pair<const char*, bool> cases[] = {
-        {"Harbour%20Bridge", true},
-        {"hARBOUR%20bridge", true},
-        {"Harbour+Bridge", false},
-        {"Harbour%20Bridg", false},
-        {"Harbour%20Bridge%20", false},
-        {"Harbour%20Bridge%00", false},
-        {"%25", false},
-        {"", false},
-        // A bell and a backslash before a "u" travel as escapes.
-        {"L%C3%A4ngs%5Cu0007%2F%26%20%5Cu005Cu0041%25", true},
-    };
-    for (const auto& [name, exists] : cases) {
-        const auto answer =
-            client.Ask("GET", std::string("/syncra/v1/projects/exists?name=") + name);
-        EXPECT_EQ(answer.json, (json{{"exists", exists}})) << name;
-    }
-}
-
 TEST_F(ModelServiceTest, ASessionTellsWhatItsUserMayDoAndBelongsToHimAlone)
 {
     auto anna = SignedIn("anna.novak");

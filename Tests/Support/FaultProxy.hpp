@@ -1,8 +1,7 @@
 #pragma once
 
-#include "ScriptedServer.hpp"
-
-#include "SYCommunication/HttpClient.hpp"
+#include "Support/RawHttp.hpp"
+#include "Support/ScriptedServer.hpp"
 
 /// Stands before a real server and passes every request on, but for one that meets a fault.
 class FaultProxy {
@@ -41,7 +40,7 @@ private:
         if (failAt >= 0 && (number == failAt || (andAllLater_ && number > failAt)))
             Misbehave(peer, request);
         else
-            Forward(peer, request);
+            peer.Send(Ask(request));
     }
 
     void Misbehave(Peer& peer, const Request& request)
@@ -73,33 +72,13 @@ private:
         }
     }
 
-    Communication::HttpResponse Ask(const Request& request) const
+    /// The server's answer, word for word.
+    std::string Ask(const Request& request) const
     {
-        Communication::HttpClient client({u"127.0.0.1", serverPort_, false});
-        Communication::HttpRequest passed;
-        using enum Communication::HttpMethod;
-        passed.method = request.method == "POST"  ? Post
-                        : request.method == "PUT" ? Put
-                        : request.method == "GET" ? Get
-                                                  : Delete;
-        passed.target = request.target;
-        passed.body = request.body;
-        constexpr std::string_view bearer = "Authorization: Bearer ";
-        if (const auto at = request.head.find(bearer); at != std::string::npos) {
-            const auto token = at + bearer.size();
-            passed.token = request.head.substr(token, request.head.find('\r', token) - token);
-        }
-        return client.Perform(passed);
-    }
-
-    void Forward(Peer& peer, const Request& request) const
-    {
-        try {
-            const auto answer = Ask(request);
-            peer.Answer(answer.status, answer.body);
-        } catch (const OV::Exception&) {
-            peer.Close();
-        }
+        RawHttp server(serverPort_);
+        (void)server.Send(request.head + request.body);
+        const auto answer = server.Read();
+        return answer.head + answer.body;
     }
 
     std::uint16_t serverPort_;

@@ -1,5 +1,4 @@
 #include "Support/Pieces.hpp"
-#include "SyncraProtocol/Detail/ManagementRecords.hpp"
 #include "SyncraProtocol/Detail/ModelRecords.hpp"
 
 #include <gtest/gtest.h>
@@ -235,23 +234,4 @@ TEST(JsonRecordTest, NumbersOutOfRangeAreRefused)
             << logon;
     EXPECT_THROW((void)ReadAnswer<ServicePort>(with(Written(ServicePort{}), "port", 65536)),
                  MalformedRecordException);
-}
-
-TEST(JsonRecordTest, WhatTheServerGivesIsNotLookedAtInARequest)
-{
-    namespace Management = Syncra::Server::Management;
-    const Management::Role role{u"r", u"Architect", u"", {u"Read"}, u"", true};
-    const auto text = WriteJson(role);
-    EXPECT_EQ(ReadAnswer<Management::Role>(text), role);
-    auto asked = role;
-    asked.id.clear();
-    asked.builtIn = false;
-    EXPECT_EQ(ReadRequest<Management::Role>(text), asked);
-    auto record = json::parse(text);
-    record["id"] = 1;
-    record.erase("builtIn");
-    EXPECT_EQ(ReadRequest<Management::Role>(record.dump()), asked);
-    EXPECT_THROW((void)ReadAnswer<Management::Role>(record.dump()), MalformedRecordException);
-    record.erase("permissions");
-    EXPECT_THROW((void)ReadRequest<Management::Role>(record.dump()), MalformedRecordException);
 }

@@ -234,6 +234,15 @@ TEST(SyncraClientTest, PagesThatBringNothingOrNeverEndAreRefused)
     });
     EXPECT_EQ(Outcome([&] { SignedIn(server)->GetMails(u"p", 0, [](const auto&, bool) {}); }),
               "MalformedResponseException");
+    const ScriptedServer two([](Peer& peer, const Asked& request) {
+        const bool isLast = request.target.find("cursor=next") != std::string::npos;
+        const std::string mail =
+            R"({"mails":[{"id":"m","read":false,"copy":false,"historical":false,)"
+            R"("timeStamp":0,"header":{},"body":""}],"cursor":")";
+        peer.Answer(200, request.number == 1 ? Token : mail + (isLast ? "\"}" : "next\"}"));
+    });
+    EXPECT_EQ(Outcome([&] { SignedIn(two)->GetMails(u"p", 0, mails); }), "-");
+    EXPECT_EQ(mails.size(), 2u);
 
     const std::pair<std::uint64_t, std::uint64_t> beyond[] = {
         {41, 1}, {1, 4}, {~0ull, 0}, {0, ~0ull}};

@@ -88,8 +88,11 @@ void Ask(Dlg::HeadlessDialog& dialog, const CloseProjectArguments& arguments)
         std::getline(std::cin, key);
     }
     for (const Choice& choice : choices)
-        if (choice.key == key)
-            return choice.act(dialog);
+        if (choice.key == key) {
+            choice.act(dialog);
+            // A warning that was not agreed to leaves the dialog open, and nobody else closes it.
+            return dialog.Leave();
+        }
     if (!key.empty())
         std::cerr << "\"" << key << "\" is none of the choices; the project stays open.\n";
     dialog.Leave();
