@@ -19,7 +19,6 @@
 namespace {
 
 using Lines = OV::PagedArray<LogDataLine>;
-constexpr std::int64_t LinesOfPage = 20'000;
 
 /// The pages in which a server sends the log.
 class Pages {

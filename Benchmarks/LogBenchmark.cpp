@@ -21,8 +21,6 @@ namespace {
 
 using Lines = OV::PagedArray<LogDataLine>;
 using Field = LogDataLine::LogField;
-/// A server sends no more at once.
-constexpr std::int64_t LinesOfPage = 20'000;
 
 OV::Array<Syncra::Protocol::EventLogPage> PagesOf(std::int64_t count)
 {

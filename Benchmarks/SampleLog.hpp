@@ -9,6 +9,8 @@
 #include <string>
 
 inline constexpr const char* Separator = "#!";
+/// A server sends no more at once.
+inline constexpr std::int64_t LinesOfPage = 20'000;
 
 /// Writes a log of about 100 bytes a line, in the order of time, as far as it is asked for.
 class SampleLogWriter {

@@ -110,11 +110,7 @@ void LogDataLine::Set(OV::StringView SYC::LogRecord::*member, OV::UniStringView 
 
 bool operator==(const LogDataLine& left, const LogDataLine& right)
 {
-    const SYC::LogRecord a = left.Record(), b = right.Record();
-    return a.user == b.user && a.loginName == b.loginName && a.duration == b.duration &&
-           a.operation == b.operation && a.project == b.project && a.projectId == b.projectId &&
-           a.sizeVal == b.sizeVal && a.timeVal == b.timeVal && a.comment == b.comment &&
-           a.version == b.version && left.GetTime() == right.GetTime();
+    return left.Record() == right.Record() && left.GetTime() == right.GetTime();
 }
 
 OV::UniString LogDataLine::GetTime() const

@@ -5,8 +5,8 @@
 #include "IO/FileSource.hpp"
 #include "LogLine/Detail/KnownRecords.hpp"
 
+#include <algorithm>
 #include <limits>
-#include <optional>
 
 namespace SYC::Detail::LogCacheLines {
 
@@ -29,11 +29,20 @@ OV::HashSet<OV::UniString> ChangedProjects(const IO::Location& folder, const Lin
                                            const Lines& kept, const Files& files)
 {
     OV::HashSet<OV::UniString> changed;
-    for (const auto& [each, other] : {std::pair(&lines, &kept), std::pair(&kept, &lines)}) {
-        std::optional<OV::StringView> last;
-        for (std::size_t at = each->CountShared(*other); at < each->size(); ++at)
-            if (const OV::StringView id = (*each)[at].ProjectId(); id != last)
-                changed.insert(OV::FromUtf8(*(last = id)));
+    OV::StringView last;
+    const auto add = [&](const LogDataLine& line) {
+        if (const OV::StringView id = line.ProjectId(); id != last || changed.empty())
+            changed.insert(OV::FromUtf8(last = id));
+    };
+    for (std::size_t at = lines.CountShared(kept); at < std::max(lines.size(), kept.size()); ++at) {
+        const LogDataLine* const line = at < lines.size() ? &lines[at] : nullptr;
+        const LogDataLine* const former = at < kept.size() ? &kept[at] : nullptr;
+        // A page of which one array got another line is copied; its other lines are the same.
+        if (line != nullptr && former != nullptr && line->Record() == former->Record())
+            continue;
+        for (const LogDataLine* each : {line, former})
+            if (each != nullptr)
+                add(*each);
     }
     for (const auto& [name, file] : files.byName)
         try {
