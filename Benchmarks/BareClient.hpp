@@ -18,6 +18,7 @@ public:
         curl_easy_setopt(handle_.get(), CURLOPT_WRITEDATA, &answer_);
         curl_easy_setopt(handle_.get(), CURLOPT_NOSIGNAL, 1L);
         curl_easy_setopt(handle_.get(), CURLOPT_TCP_NODELAY, 1L);
+        AddHeader("Content-Type: application/json");
     }
 
     /// The token, which later requests carry.
@@ -28,8 +29,7 @@ public:
         const std::string key = "\"token\":\"";
         const auto at = answer_.find(key) + key.size();
         const auto token = answer_.substr(at, answer_.find('"', at) - at);
-        headers_.reset(curl_slist_append(nullptr, ("Authorization: Bearer " + token).c_str()));
-        curl_easy_setopt(handle_.get(), CURLOPT_HTTPHEADER, headers_.get());
+        AddHeader("Authorization: Bearer " + token);
         return token;
     }
     const std::string& Get(const std::string& target)
@@ -49,6 +49,12 @@ private:
     {
         static_cast<std::string*>(target)->append(bytes, size * count);
         return size * count;
+    }
+
+    void AddHeader(const std::string& header)
+    {
+        headers_.reset(curl_slist_append(headers_.release(), header.c_str()));
+        curl_easy_setopt(handle_.get(), CURLOPT_HTTPHEADER, headers_.get());
     }
 
     const std::string& Perform(const std::string& target)

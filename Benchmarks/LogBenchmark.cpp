@@ -1,100 +1,50 @@
 #include "BinCacheHandler/BinCacheHandler.hpp"
 #include "EventLogUpdater.hpp"
 #include "IO/File.hpp"
-#include "Log/LogFilter.hpp"
 #include "Log/LogLineReader.hpp"
 #include "Log/LogTable.hpp"
 #include "LogIndex/CompositeStringIndex.hpp"
 #include "LogLine/LogText.hpp"
+#include "OVRoot/Collation.hpp"
+#include "SampleLog.hpp"
+#include "SideBySide.hpp"
 #include "Support/TemporaryFolder.hpp"
 
-#include <benchmark/benchmark.h>
 #include <sqlite3.h>
 
-#include <algorithm>
-#include <chrono>
+#include <array>
 #include <cstring>
 #include <deque>
-#include <functional>
 #include <malloc.h>
-#include <random>
 
 namespace {
 
 using Lines = OV::PagedArray<LogDataLine>;
 using Field = LogDataLine::LogField;
-constexpr const char* Separator = "#!";
 
-double Milliseconds(const std::function<void()>& work)
+OV::Array<Syncra::Protocol::EventLogPage> PagesOf(std::int64_t count)
 {
-    const auto begin = std::chrono::steady_clock::now();
-    work();
-    return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - begin)
-        .count();
+    OV::Array<Syncra::Protocol::EventLogPage> pages;
+    SampleLogWriter text;
+    for (std::int64_t left = count; left > 0; left -= LinesOfPage)
+        text.Append(pages.emplace_back(Syncra::Protocol::EventLogPage{{}, Separator, 0, 0}).text,
+                    std::min(left, LinesOfPage));
+    return pages;
 }
 
-double Median(std::vector<double> values)
+/// As the updater does it.
+Lines LinesOf(const OV::Array<Syncra::Protocol::EventLogPage>& pages)
 {
-    std::nth_element(values.begin(),
-                     values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2), values.end());
-    return values[values.size() / 2];
-}
-
-/// Both in turn, in every iteration; the medians and their ratio.
-void SideBySide(benchmark::State& state, const std::function<void()>& ours,
-                const std::function<void()>& other)
-{
-    std::vector<double> ourTimes, otherTimes;
-    for (auto _ : state) {
-        ourTimes.push_back(Milliseconds(ours));
-        otherTimes.push_back(Milliseconds(other));
-    }
-    state.counters["ours_ms"] = Median(ourTimes);
-    state.counters["other_ms"] = Median(otherTimes);
-    state.counters["ratio"] = Median(ourTimes) / Median(otherTimes);
-}
-
-/// A log of about 100 bytes a line, in the order of time.
-const OV::String& LogOf(std::int64_t count)
-{
-    static std::map<std::int64_t, OV::String> logs;
-    OV::String& text = logs[count];
-    if (!text.empty())
-        return text;
-    constexpr const char* users[] = {"Anna Nov\u00e1k (anna.novak)", "Marco Rossi (marco.rossi)",
-                                     "Lena Fischer (lena.fischer)",  "Omar Haddad (omar.haddad)",
-                                     "Priya Nair (priya.nair)",      "Jonas Berg (jonas.berg)"};
-    constexpr const char* actions[] = {"Send", "GetChanges", "Reserve", "Release", "Comment"};
-    std::mt19937 random(1);
-    std::int64_t time = 1'700'000'000;
-    for (std::int64_t line = 0; line < count; ++line) {
-        time += static_cast<std::int64_t>(random() % 90);
-        text += std::to_string(time) + Separator + users[random() % 6] + Separator +
-                actions[random() % 5] + Separator + std::to_string(random() % 9'000'000) +
-                Separator + "North wall moved by two bricks" + Separator +
-                std::to_string(random() % 60) + Separator + "14" + Separator +
-                std::to_string(line) + "\n";
-    }
-    return text;
-}
-
-Syncra::Protocol::EventLogPage PageOf(std::int64_t count)
-{
-    return {LogOf(count), Separator, 0, 0};
-}
-
-Syncra::Protocol::Project TheProject()
-{
-    Syncra::Protocol::Project project;
-    project.id = u"6B1F0C52-8A5D-4B1E-9B6A-0D3C7E5A1001";
-    project.name = u"Harbour Bridge";
-    return project;
+    Lines lines;
+    for (const auto& page : pages)
+        for (auto& line : SYC::ReadLogLines(page, TheProject()))
+            lines.push_back(std::move(line));
+    return lines;
 }
 
 Lines LinesOf(std::int64_t count)
 {
-    const auto lines = SYC::ReadLogLines(PageOf(count), TheProject());
-    return {lines.begin(), lines.end()};
+    return LinesOf(PagesOf(count));
 }
 
 std::size_t SplitAll(OV::String& log)
@@ -161,9 +111,15 @@ struct Columns {
     std::vector<std::array<OV::StringView, 3>> parts;
 };
 
+enum Order : std::int64_t { AsLogged, Shuffled };
+
+/// Both have the same texts in the same order, and make of them keys and their order. The other
+/// makes UTF-16 texts with the numbers of their rows and sorts them by `std::stable_sort`.
 void LogIndexBesideSort(benchmark::State& state)
 {
-    const Columns columns(state.range(0));
+    Columns columns(state.range(0));
+    if (state.range(2) == Shuffled)
+        std::shuffle(columns.parts.begin(), columns.parts.end(), std::mt19937(2));
     const auto kind = static_cast<Index>(state.range(1));
     const auto build = [&](StringIndex&& index) {
         index.AddRows(static_cast<std::uint32_t>(columns.parts.size()),
@@ -176,16 +132,11 @@ void LogIndexBesideSort(benchmark::State& state)
                       });
         benchmark::DoNotOptimize(index.GetSize());
     };
-    std::vector<std::pair<OV::UniString, std::uint32_t>> keys;
-    for (std::uint32_t row = 0; row < columns.parts.size(); ++row) {
-        const auto& all = columns.parts[row];
-        keys.emplace_back(kind == ByTime ? OV::FromUtf8(all[0])
-                          : kind == ByUser
-                              ? OV::FromUtf8(all[1])
-                              : OV::FromUtf8(all[1]) + u'/' + OV::FromUtf8(all[2]) + u'/',
-                          row);
-    }
-    std::shuffle(keys.begin(), keys.end(), std::mt19937(2));
+    const auto keyOf = [&](const std::array<OV::StringView, 3>& all) {
+        if (kind == ByUserAndAction)
+            return OV::FromUtf8(all[1]) + u'/' + OV::FromUtf8(all[2]) + u'/';
+        return OV::FromUtf8(all[kind == ByTime ? 0 : 1]);
+    };
     SideBySide(
         state,
         [&] {
@@ -195,13 +146,65 @@ void LogIndexBesideSort(benchmark::State& state)
                 build(StringIndex(kind == ByTime ? 0 : 1));
         },
         [&] {
-            auto sorted = keys;
-            std::stable_sort(sorted.begin(), sorted.end(),
+            std::vector<std::pair<OV::UniString, std::uint32_t>> keys;
+            keys.reserve(columns.parts.size());
+            for (std::uint32_t row = 0; row < columns.parts.size(); ++row)
+                keys.emplace_back(keyOf(columns.parts[row]), row);
+            std::stable_sort(keys.begin(), keys.end(),
                              [](const auto& a, const auto& b) { return a.first < b.first; });
-            benchmark::DoNotOptimize(sorted.data());
+            benchmark::DoNotOptimize(keys.data());
         });
 }
 
+/// The order of the keys that `keyOf` makes of the lines, each once.
+template <class KeyOf>
+std::vector<std::uint32_t> SortByKeys(const Lines& lines, KeyOf&& keyOf)
+{
+    std::vector<std::pair<decltype(keyOf(lines[0])), std::uint32_t>> keys;
+    keys.reserve(lines.size());
+    for (const LogDataLine& line : lines)
+        keys.emplace_back(keyOf(line), static_cast<std::uint32_t>(keys.size()));
+    std::stable_sort(keys.begin(), keys.end(),
+                     [](const auto& a, const auto& b) { return a.first < b.first; });
+    std::vector<std::uint32_t> order;
+    order.reserve(keys.size());
+    for (const auto& each : keys)
+        order.push_back(each.second);
+    return order;
+}
+
+std::vector<std::uint32_t> SortByField(const Lines& lines, Field field)
+{
+    const auto& collation = OV::Collation::OfUser();
+    struct Collated {
+        OV::String text;
+        const OV::Collation* collation;
+        bool operator<(const Collated& other) const
+        {
+            return collation->Compare(text, other.text) < 0;
+        }
+    };
+    switch (field) {
+    case Field::Time:
+        return SortByKeys(
+            lines, [](const auto& line) { return std::pair(line.GetTimeVal(), line.GetId()); });
+    case Field::User:
+        return SortByKeys(lines, [](const auto& line) { return line.GetUser(); });
+    case Field::Duration:
+        return SortByKeys(lines, [](const auto& line) { return line.GetDuration(); });
+    case Field::Size:
+        return SortByKeys(lines, [](const auto& line) { return line.GetSizeVal(); });
+    case Field::Operation:
+        return SortByKeys(lines, [&](const auto& line) {
+            return Collated{OV::ToUtf8(line.GetOperationText()), &collation};
+        });
+    default:
+        return SortByKeys(lines, [](const auto& line) { return line.GetProject(); });
+    }
+}
+
+/// The other takes each line's key once, sorts them by `std::stable_sort`, and copies the lines in
+/// that order.
 void SortLinesBesideSort(benchmark::State& state)
 {
     Lines lines = LinesOf(65'535);
@@ -212,14 +215,13 @@ void SortLinesBesideSort(benchmark::State& state)
         [&] {
             auto sorted = lines;
             EventLogUpdater::SortLines(sorted, field, true);
-            benchmark::DoNotOptimize(sorted.front());
+            benchmark::DoNotOptimize(std::as_const(sorted).front());
         },
         [&] {
-            auto sorted = lines;
-            std::stable_sort(sorted.begin(), sorted.end(), [&](const auto& a, const auto& b) {
-                return LogDataLine::Compare(a, b, field);
-            });
-            benchmark::DoNotOptimize(sorted.front());
+            Lines sorted;
+            for (const std::uint32_t at : SortByField(lines, field))
+                sorted.push_back(std::as_const(lines)[at]);
+            benchmark::DoNotOptimize(std::as_const(sorted).front());
         });
 }
 
@@ -258,7 +260,7 @@ void LogUpdateBesideCopies(benchmark::State& state)
     cache.FlushCacheData();
     auto project = TheProject();
     project.id = u"small";
-    const auto news = SYC::ReadLogLines(PageOf(100), project);
+    const auto news = SYC::ReadLogLines(PagesOf(100).front(), project);
     const std::deque<LogDataLine> all(cache.GetLines()->begin(), cache.GetLines()->end());
     SYC::LogLines shown;
     SideBySide(
@@ -350,12 +352,14 @@ void Execute(sqlite3* database, const char* sql)
         std::abort();
 }
 
-/// 0: lines in; 1: three indexes; 2: the viewer's question.
+/// 0: pages of a server become lines; the other inserts as many rows into a table in memory. 1:
+/// three indexes of each. 2: the viewer's question; the other has an index for it.
 void LogBesideSqlite(benchmark::State& state)
 {
     const std::int64_t count = state.range(0);
     const Columns columns(count);
-    const Lines lines = LinesOf(count);
+    const auto pages = PagesOf(count);
+    const Lines lines = LinesOf(pages);
     sqlite3* database = nullptr;
     const auto insert = [&] {
         sqlite3_close(database);
@@ -399,7 +403,7 @@ void LogBesideSqlite(benchmark::State& state)
     switch (state.range(1)) {
     case 0:
         SideBySide(
-            state, [&] { benchmark::DoNotOptimize(LinesOf(count)); }, insert);
+            state, [&] { benchmark::DoNotOptimize(LinesOf(pages)); }, insert);
         break;
     case 1:
         SideBySide(
@@ -445,7 +449,7 @@ constexpr std::int64_t Small = 10'000, Middle = 100'000, Large = 1'000'000;
 BENCHMARK(LogParseBesideMemchr)->Arg(Small)->Arg(Middle)->Arg(Large)->Iterations(7);
 BENCHMARK(LogParseBesideCut)->Arg(Large)->Iterations(3);
 BENCHMARK(LogIndexBesideSort)
-    ->ArgsProduct({{Small, Middle, Large}, {ByTime, ByUser, ByUserAndAction}})
+    ->ArgsProduct({{Small, Middle, Large}, {ByTime, ByUser, ByUserAndAction}, {AsLogged, Shuffled}})
     ->Iterations(3);
 BENCHMARK(SortLinesBesideSort)->DenseRange(1, 6)->Iterations(5);
 BENCHMARK(LogFlushBesideWrite)->Arg(Small)->Arg(Middle)->Arg(Large)->Iterations(5);

@@ -234,10 +234,12 @@ void EventLogUpdater::SortLines(OV::PagedArray<LogDataLine>& lines, LogDataLine:
         throw OV::IllegalArgumentException("Of " + std::to_string(lines.size()) +
                                            " lines at most " + std::to_string(MostSortedLines) +
                                            " can be sorted.");
-    OV::Array<const LogDataLine*> unsorted;
-    for (const LogDataLine& line : std::as_const(lines))
-        unsorted.push_back(&line);
-    const auto order = Select(SYC::Detail::RankLines(unsorted, field, ascending));
+    OV::Array<Position> rows(lines.size()), ranks(lines.size());
+    std::iota(rows.begin(), rows.end(), Position(0));
+    const auto ranked = SYC::Detail::RankRows(lines, rows, SYC::Detail::KeyOf(field));
+    for (const auto& [rank, row] : ranked)
+        ranks[row] = ascending ? rank : ranked.back().rank - rank;
+    const auto order = Select(ranks);
     OV::Array<LogDataLine> former(std::make_move_iterator(lines.begin()),
                                   std::make_move_iterator(lines.end()));
     for (std::size_t at = 0; at < order.size(); ++at)

@@ -3,6 +3,7 @@
 #include "Display/ImageCoding.hpp"
 #include "Files/Detail/ReadDecimal.hpp"
 #include "LogLine/ActionNameTranslator.hpp"
+#include "LogLine/Detail/LogBlockWriter.hpp"
 #include "ManagementTool/UserUtils.hpp"
 #include "OVRoot/Clock.hpp"
 #include "OVRoot/Collation.hpp"
@@ -11,7 +12,6 @@
 #include "OVRoot/Resources.hpp"
 
 #include <algorithm>
-#include <array>
 #include <atomic>
 #include <utility>
 
@@ -22,9 +22,6 @@ std::uint64_t NextId() noexcept
     static std::atomic<std::uint64_t> next{0};
     return next.fetch_add(1, std::memory_order_relaxed);
 }
-
-/// The record of a line whose texts are empty and whose numbers are 0.
-constexpr std::array<char, SYC::LogRecord::NumberBytes> EmptyRecord{};
 
 /// The order of the decoded texts. Where two texts part in ASCII, their bytes tell it.
 bool IsLess(OV::StringView left, OV::StringView right)
@@ -47,16 +44,16 @@ bool IsLess(OV::StringView left, OV::StringView right)
 LogDataLine::LogDataLine() noexcept : id_(NextId()) {}
 
 LogDataLine::LogDataLine(LogDataLine&& other) noexcept
-    : block_(std::move(other.block_)), record_(std::exchange(other.record_, nullptr)),
-      id_(other.id_), sizeVal_(std::exchange(other.sizeVal_, 0)),
-      timeVal_(std::exchange(other.timeVal_, 0)), version_(other.version_),
-      timeText_(std::exchange(other.timeText_, TimeText::None))
+    : block_(std::move(other.block_)), id_(other.id_), place_(other.place_),
+      sizeVal_(std::exchange(other.sizeVal_, 0)), timeVal_(std::exchange(other.timeVal_, 0)),
+      version_(other.version_), timeText_(std::exchange(other.timeText_, TimeText::None))
 {}
 
-LogDataLine::LogDataLine(std::shared_ptr<const OV::String> block, const char* record,
-                         const SYC::LogRecord& parsed)
-    : block_(std::move(block)), record_(record), id_(NextId()), sizeVal_(parsed.sizeVal),
-      timeVal_(parsed.timeVal), version_(parsed.version), timeText_(TimeText::OfNumber)
+LogDataLine::LogDataLine(SYC::LogBlock::Texts texts, const SYC::LogRecord& record,
+                         bool hasOwnTime) noexcept
+    : block_(std::move(texts.block)), id_(NextId()), place_(texts.place), sizeVal_(record.sizeVal),
+      timeVal_(record.timeVal), version_(record.version),
+      timeText_(hasOwnTime ? TimeText::Own : TimeText::OfNumber)
 {}
 
 LogDataLine& LogDataLine::operator=(const LogDataLine& other) noexcept
@@ -68,50 +65,39 @@ LogDataLine& LogDataLine::operator=(const LogDataLine& other) noexcept
 
 LogDataLine& LogDataLine::operator=(LogDataLine&& other) noexcept
 {
-    block_.swap(other.block_);
-    std::swap(record_, other.record_);
+    std::swap(block_, other.block_);
     std::swap(id_, other.id_);
+    std::swap(place_, other.place_);
     std::swap(sizeVal_, other.sizeVal_);
     std::swap(timeVal_, other.timeVal_);
     std::swap(timeText_, other.timeText_);
     return *this;
 }
 
-OV::StringView LogDataLine::Rest() const noexcept
-{
-    if (block_ == nullptr)
-        return {EmptyRecord.data(), EmptyRecord.size()};
-    return {record_, static_cast<std::size_t>(block_->data() + block_->size() - record_)};
-}
-
 SYC::LogRecord LogDataLine::Record() const noexcept
 {
-    SYC::LogRecord record;
-    (void)record.Parse(Rest());
+    SYC::LogRecord record = block_ ? block_->TextsAt(place_) : SYC::LogRecord();
+    record.sizeVal = sizeVal_;
+    record.timeVal = timeVal_;
     record.version = version_;
     return record;
 }
 
 OV::StringView LogDataLine::OwnTime() const noexcept
 {
-    if (timeText_ != TimeText::Own)
-        return {};
-    SYC::LogRecord record;
-    const OV::StringView rest = Rest();
-    return rest.substr(record.Parse(rest));
+    return timeText_ == TimeText::Own ? block_->TimeAt(place_) : OV::StringView();
 }
 
-void LogDataLine::Adopt(const SYC::LogRecord& record, OV::StringView ownTime)
+void LogDataLine::Adopt(const SYC::LogRecord& record, TimeText timeText, OV::StringView ownTime)
 {
-    OV::String bytes;
-    bytes.reserve(record.Size() + ownTime.size());
-    record.AppendTo(bytes);
-    bytes.append(ownTime);
-    block_ = std::make_shared<const OV::String>(std::move(bytes));
-    record_ = block_->data();
+    auto texts =
+        SYC::Detail::LogBlockWriter().Add(record, timeText == TimeText::Own ? &ownTime : nullptr);
+    block_ = std::move(texts.block);
+    place_ = texts.place;
     sizeVal_ = record.sizeVal;
     timeVal_ = record.timeVal;
     version_ = record.version;
+    timeText_ = timeText;
 }
 
 void LogDataLine::Set(OV::StringView SYC::LogRecord::*member, OV::UniStringView text)
@@ -119,16 +105,12 @@ void LogDataLine::Set(OV::StringView SYC::LogRecord::*member, OV::UniStringView 
     const OV::String utf8 = OV::ToUtf8(text);
     SYC::LogRecord record = Record();
     record.*member = utf8;
-    Adopt(record, OwnTime());
+    Adopt(record, timeText_, OwnTime());
 }
 
 bool operator==(const LogDataLine& left, const LogDataLine& right)
 {
-    const SYC::LogRecord a = left.Record(), b = right.Record();
-    return a.user == b.user && a.loginName == b.loginName && a.duration == b.duration &&
-           a.operation == b.operation && a.project == b.project && a.projectId == b.projectId &&
-           a.sizeVal == b.sizeVal && a.timeVal == b.timeVal && a.comment == b.comment &&
-           a.version == b.version && left.GetTime() == right.GetTime();
+    return left.Record() == right.Record() && left.GetTime() == right.GetTime();
 }
 
 OV::UniString LogDataLine::GetTime() const
@@ -203,8 +185,7 @@ void LogDataLine::SetTime(OV::UniStringView time)
     SYC::LogRecord record = Record();
     if (const auto seconds = SYC::Detail::ReadDecimal(time))
         record.timeVal = OV::Seconds32(*seconds);
-    Adopt(record, OV::ToUtf8(time));
-    timeText_ = TimeText::Own;
+    Adopt(record, TimeText::Own, OV::ToUtf8(time));
 }
 
 void LogDataLine::SetSize(OV::UniStringView size)
@@ -212,7 +193,7 @@ void LogDataLine::SetSize(OV::UniStringView size)
     SYC::LogRecord record = Record();
     if (const auto bytes = SYC::Detail::ReadDecimal(size))
         record.sizeVal = SYC::Detail::Bytes32(*bytes);
-    Adopt(record, OwnTime());
+    Adopt(record, timeText_, OwnTime());
 }
 
 bool LogDataLine::Compare(const LogDataLine& a, const LogDataLine& b, LogField field)
@@ -261,16 +242,6 @@ OV::UniString LogDataLine::FormatSize(std::uint32_t bytes)
     return text + u"KB";
 }
 
-void LogDataLine::AppendRecord(OV::String& bytes) const
-{
-    SYC::LogRecord record;
-    const OV::StringView rest = Rest();
-    bytes.append(rest.substr(0, record.Parse(rest) - sizeof(version_)));
-    const auto version = static_cast<std::uint16_t>(version_);
-    bytes += static_cast<char>(version & 0xFF);
-    bytes += static_cast<char>(version >> 8);
-}
-
 OV::ChannelStatus LogDataLine::Write(OV::OChannel& channel) const
 {
     OV::String bytes;
@@ -295,7 +266,6 @@ OV::ChannelStatus LogDataLine::Read(OV::IChannel& channel)
     record.project = project;
     record.projectId = projectId;
     record.comment = comment;
-    Adopt(record);
-    timeText_ = TimeText::OfNumber;
+    Adopt(record, TimeText::OfNumber);
     return stream.Status();
 }

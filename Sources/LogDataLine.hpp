@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Display/NativeImage.hpp"
-#include "LogLine/LogRecord.hpp"
+#include "LogLine/LogBlock.hpp"
 #include "OVRoot/Channel.hpp"
 #include "OVRoot/Export.hpp"
 #include "OVRoot/PagedArray.hpp"
@@ -9,9 +9,8 @@
 #include <memory>
 
 /// One line of a server's activity log: what a user did in a project. A value, and a small one: its
-/// texts stand in the binary form of the record, in a block that many lines may share, and are
-/// made into strings when they are asked for. Reading a line is safe on any thread; setting one
-/// leaves its copies alone.
+/// texts stand in a block that many lines may share, and are made into strings when they are asked
+/// for. Reading a line is safe on any thread; setting one leaves its copies alone.
 class SYC_API LogDataLine {
 public:
     /// The columns that lines are sorted by.
@@ -35,9 +34,10 @@ public:
     LogDataLine& operator=(LogDataLine&& other) noexcept;
     ~LogDataLine() = default;
 
-    /// A line whose record stands in `block`, at `record`. Of `parsed` the numbers count.
-    LogDataLine(std::shared_ptr<const OV::String> block, const char* record,
-                const SYC::LogRecord& parsed);
+    /// A new line of these texts. Of `record` the numbers count; the text of the time is that of
+    /// its number, or stands behind the other texts.
+    LogDataLine(SYC::LogBlock::Texts texts, const SYC::LogRecord& record,
+                bool hasOwnTime = false) noexcept;
 
     /// Whether they tell different things; the sequence number tells nothing.
     friend bool operator!=(const LogDataLine& left, const LogDataLine& right)
@@ -103,36 +103,42 @@ public:
     [[nodiscard]] OV::ChannelStatus Write(OV::OChannel& channel) const;
     [[nodiscard]] OV::ChannelStatus Read(OV::IChannel& channel);
     /// Appends what Write writes.
-    void AppendRecord(OV::String& bytes) const;
+    void AppendRecord(OV::String& bytes) const { Record().AppendTo(bytes); }
 
     /// The texts and numbers without a copy; the texts live as long as this line is not changed.
     [[nodiscard]] SYC::LogRecord Record() const noexcept;
+    /// The text of the project's id without a copy, as long as this line is not changed.
+    [[nodiscard]] OV::StringView ProjectId() const noexcept
+    {
+        return block_ ? block_->ProjectIdAt(place_) : OV::StringView();
+    }
 
 private:
-    void Set(OV::StringView SYC::LogRecord::*member, OV::UniStringView text);
-    /// Makes `record`, of any texts, the only one of a block of its own.
-    void Adopt(const SYC::LogRecord& record, OV::StringView ownTime = {});
-    /// The block from this record on.
-    [[nodiscard]] OV::StringView Rest() const noexcept;
-    /// The time as it arrived, where it is kept.
-    [[nodiscard]] OV::StringView OwnTime() const noexcept;
-
     /// What GetTime tells.
     enum class TimeText : std::uint8_t {
         None,      ///< nothing: no time was set
         OfNumber,  ///< the number
-        Own,       ///< the text behind the record, up to the end of the block
+        Own,       ///< the text behind those of the record
     };
 
-    /// Null when all texts are empty.
-    std::shared_ptr<const OV::String> block_;
-    const char* record_ = nullptr;
+    void Set(OV::StringView SYC::LogRecord::*member, OV::UniStringView text);
+    /// Makes the texts of `record`, which may be those of this line, the only ones of a block of
+    /// its own; the sequence number stays.
+    void Adopt(const SYC::LogRecord& record, TimeText timeText, OV::StringView ownTime = {});
+    /// The time as it arrived, where it is kept.
+    [[nodiscard]] OV::StringView OwnTime() const noexcept;
+
+    /// None when all texts are empty.
+    SYC::LogBlock::Keeper block_;
     std::uint64_t id_;
+    std::uint32_t place_ = 0;
     std::uint32_t sizeVal_ = 0;
     std::int32_t timeVal_ = 0;
     std::int16_t version_ = 0;
     TimeText timeText_ = TimeText::None;
 };
+// Ten million lines are held at once: what one takes counts.
+static_assert(sizeof(LogDataLine) <= 32);
 
 namespace SYC {
 

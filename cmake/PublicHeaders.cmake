@@ -29,6 +29,7 @@ set(headers
   Sources/LogIndex/StringIndex.hpp
   Sources/LogIndex/StringIndexItem.hpp
   Sources/LogIndex/TextParser.hpp
+  Sources/LogLine/LogBlock.hpp
   Sources/LogLine/LogRecord.hpp
   Sources/LogLine/LogText.hpp
   Sources/ManagementTool/AsyncTaskExecuting.hpp

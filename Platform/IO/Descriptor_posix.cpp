@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <fcntl.h>
 #include <limits>
 #include <unistd.h>
 
@@ -84,6 +85,43 @@ bool StillNames(const OV::String& path, const Descriptor& opened, const Location
     if (fstat(opened.Number(), &held) != 0)
         Fail(u"Cannot look at", place);
     return IsSameFile(named, held);
+}
+
+Opened OpenRegular(const Location& file)
+{
+    constexpr int flags = O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
+    Opened opened{Descriptor(Retry([&] { return open(file.ToNativePath().c_str(), flags); }))};
+    if (!opened.file || fstat(opened.file.Number(), &opened.status) != 0)
+        FailToOpen(u"Cannot open", file);
+    if (S_ISDIR(opened.status.st_mode))
+        FailToOpen(u"Cannot read", file, EISDIR);
+    if (!S_ISREG(opened.status.st_mode))
+        throw IOException(ErrorCode::Other, u"Cannot read", file,
+                          "it is no regular file; move it away", OV::SourcePlace::Here(),
+                          Step::Open);
+    return opened;
+}
+
+std::size_t Fill(const Descriptor& opened, const Location& file, char* to, std::size_t size)
+{
+    std::size_t filled = 0;
+    while (filled < size) {
+        const auto count = Retry([&] { return read(opened.Number(), to + filled, size - filled); });
+        if (count < 0)
+            Fail(u"Cannot read", file);
+        if (count == 0)
+            break;
+        filled += static_cast<std::size_t>(count);
+    }
+    return filled;
+}
+
+void FailTooLong(const Location& file, std::uint64_t most)
+{
+    throw IOException(
+        ErrorCode::Other, u"Cannot read", file,
+        "it is longer than the " + std::to_string(most) +
+            " bytes that a file of this kind may have; look at what it is and move it away");
 }
 
 }  // namespace Posix

@@ -129,6 +129,20 @@ public:
             emplace_back(*first);
     }
 
+    /// Leaves `other` empty. Whole pages change their owner when this array ends with one.
+    void append(PagedArray&& other)
+    {
+        if (size_ % PageLength() == 0) {
+            pages_.insert(pages_.end(), std::make_move_iterator(other.pages_.begin()),
+                          std::make_move_iterator(other.pages_.end()));
+            size_ += std::exchange(other.size_, 0);
+            other.pages_.clear();
+            return;
+        }
+        append(std::make_move_iterator(other.begin()), std::make_move_iterator(other.end()));
+        other.clear();
+    }
+
     /// How many elements from the first one on are known to be those of `other`, as one is a copy
     /// of the other or both are of a third; found in a step for each page.
     [[nodiscard]] std::size_t CountShared(const PagedArray& other) const noexcept

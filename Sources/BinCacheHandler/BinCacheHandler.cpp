@@ -38,7 +38,7 @@ void BinCacheHandler::NoteLastTimes(const LogCacheLines::Lines& lines, std::size
     OV::StringView current;
     for (std::size_t at = first; at < lines.size(); ++at) {
         const LogDataLine& line = lines[at];
-        const OV::StringView project = line.Record().projectId;
+        const OV::StringView project = line.ProjectId();
         if (newest == nullptr || project != current) {
             current = project;
             newest =

@@ -59,10 +59,11 @@ public:
     /// from it.
     using Progress = std::function<bool(const OV::PagedArray<LogDataLine>& lines,
                                         std::uint64_t done, std::uint64_t total)>;
-    /// Reads everything. A damaged file gives the lines before the damage; one that cannot be read
-    /// is left out, with a warning in the log. Throws BinCacheHandlerException, OV::Exception for
-    /// statistics of another version ("Invalid cache version."), OV::InterruptedException, and what
-    /// `progress` throws; everything then stays as it was.
+    /// Reads everything. A damaged file, and one that cannot be read on, gives the lines before
+    /// that place; one that cannot be read at all is left out. Both failures are a warning in the
+    /// log. Throws BinCacheHandlerException, OV::Exception for statistics of another version
+    /// ("Invalid cache version."), OV::InterruptedException, and what `progress` throws; everything
+    /// then stays as it was.
     void GetCacheData(const Progress& progress = {});
     /// The same without the statistics, whatever version they are of.
     void GetCacheLines(const Progress& progress = {});

@@ -36,18 +36,30 @@ public:
 
     [[nodiscard]] bool Takes(OV::StringView text)
     {
-        if (!text_ || text == utf8_)
+        if (!text_)
             return true;
+        // Lines of a block have the very same text of their project.
+        if (text.data() != last_.data() || text.size() != last_.size()) {
+            last_ = text;
+            takesLast_ = text == utf8_ || IsSpelledInAnotherWay(text);
+        }
+        return takesLast_;
+    }
+
+private:
+    [[nodiscard]] bool IsSpelledInAnotherWay(OV::StringView text)
+    {
         const auto [known, isNew] = known_.try_emplace(text, false);
         if (isNew)
             known->second = OV::FromUtf8(text) == *text_;
         return known->second;
     }
 
-private:
     const std::optional<OV::UniString>& text_;
     OV::String utf8_;
     std::unordered_map<OV::StringView, bool> known_;
+    OV::StringView last_;
+    bool takesLast_ = utf8_.empty();
 };
 
 }  // namespace

@@ -1,10 +1,12 @@
 #include "Log/LogLineReader.hpp"
 
 #include "Files/Detail/ReadDecimal.hpp"
+#include "LogLine/Detail/LogBlockWriter.hpp"
 #include "LogLine/LogText.hpp"
 #include "OVRoot/Clock.hpp"
 
 #include <algorithm>
+#include <charconv>
 #include <limits>
 
 namespace SYC {
@@ -27,46 +29,34 @@ void ReadUser(OV::StringView text, LogRecord& record)
     record.loginName = text.substr(open + 2, text.size() - open - 3);
 }
 
+bool IsSpelledAs(OV::StringView text, std::int32_t number)
+{
+    char spelled[std::numeric_limits<std::int32_t>::digits10 + 2];
+    const auto [end, error] = std::to_chars(std::begin(spelled), std::end(spelled), number);
+    return text == OV::StringView(spelled, static_cast<std::size_t>(end - spelled));
+}
+
+/// What the lines of a page have in common, and the fields of one after the other.
 class PageReader {
 public:
     PageReader(const Syncra::Protocol::EventLogPage& page, const Syncra::Protocol::Project& project)
-        : text_(page.text), separator_(page.separator), name_(OV::ToUtf8(project.name)),
-          id_(OV::ToUtf8(project.id))
+        : page_(page), name_(OV::ToUtf8(project.name)), id_(OV::ToUtf8(project.id)),
+          writer_(page.text.size())
     {}
 
     [[nodiscard]] OV::Array<LogDataLine> Read()
     {
-        OV::String bytes;
-        OV::Array<Place> places;
-        places.reserve(text_.GetLineCount());
-        for (std::uint32_t line = 0; line < text_.GetLineCount(); ++line) {
-            LogText::Split(text_.GetLine(line), separator_, fields_);
-            places.push_back(AppendRecord(line, bytes));
-        }
-        const auto block = std::make_shared<const OV::String>(std::move(bytes));
         OV::Array<LogDataLine> lines;
-        lines.reserve(places.size());
-        LogRecord numbers;
-        for (const Place& place : places) {
-            numbers.sizeVal = place.sizeVal;
-            numbers.timeVal = place.timeVal;
-            numbers.version = place.version;
-            lines.emplace_back(block, block->data() + place.start, numbers);
-        }
-        for (const auto& [line, time] : times_)
-            lines[line].SetTime(OV::FromUtf8(time));
+        constexpr std::size_t usualLength = 64;
+        lines.reserve(page_.text.size() / usualLength);
+        LogText::ForEachLine(page_.text, [&](OV::StringView line) {
+            LogText::Split(line, page_.separator, fields_);
+            lines.push_back(MakeLine());
+        });
         return lines;
     }
 
 private:
-    /// Where a record stands in the block, and its numbers.
-    struct Place {
-        std::size_t start;
-        std::uint32_t sizeVal;
-        std::int32_t timeVal;
-        std::int16_t version;
-    };
-
     [[nodiscard]] OV::StringView Get(Field number) const
     {
         return number < fields_.size() ? fields_[number] : OV::StringView();
@@ -76,15 +66,12 @@ private:
         return ReadDecimal(Get(number)).value_or(fallback);
     }
 
-    Place AppendRecord(std::uint32_t line, OV::String& bytes)
+    LogDataLine MakeLine()
     {
         LogRecord record;
         record.project = name_;
         record.projectId = id_;
         record.timeVal = OV::Seconds32(GetNumber(Time));
-        // A record has the number alone; a time that is spelled in another way is kept beside it.
-        if (Get(Time) != std::to_string(record.timeVal))
-            times_.emplace_back(line, Get(Time));
         ReadUser(Get(User), record);
         record.operation = Get(Action);
         record.sizeVal = Detail::Bytes32(GetNumber(Size));
@@ -93,19 +80,18 @@ private:
         record.version = static_cast<std::int16_t>(
             std::clamp<std::int64_t>(version, std::numeric_limits<std::int16_t>::min(),
                                      std::numeric_limits<std::int16_t>::max()));
-        const OV::String seconds =
-            Get(Duration).empty() ? OV::String("0s") : OV::String(Get(Duration)) + 's';
-        record.duration = version > LastVersionWithoutDuration ? OV::StringView(seconds) : "N/A ";
-        const std::size_t start = bytes.size();
-        record.AppendTo(bytes);
-        return {start, record.sizeVal, record.timeVal, record.version};
+        seconds_.assign(Get(Duration).empty() ? "0" : Get(Duration)).push_back('s');
+        record.duration = version > LastVersionWithoutDuration ? OV::StringView(seconds_) : "N/A ";
+        // A time that is spelled in another way than its number is kept beside it.
+        const OV::StringView time = Get(Time);
+        const bool hasOwnTime = !IsSpelledAs(time, record.timeVal);
+        return {writer_.Add(record, hasOwnTime ? &time : nullptr), record, hasOwnTime};
     }
 
-    LogText text_;
-    OV::String separator_, name_, id_;
+    const Syncra::Protocol::EventLogPage& page_;
+    OV::String name_, id_, seconds_;
     OV::Array<OV::StringView> fields_;
-    /// Times that are not spelled as their number is.
-    OV::Array<std::pair<std::uint32_t, OV::StringView>> times_;
+    Detail::LogBlockWriter writer_;
 };
 
 }  // namespace

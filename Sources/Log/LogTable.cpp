@@ -2,20 +2,18 @@
 
 #include "Files/ResourceNumbers.hpp"
 #include "IO/File.hpp"
+#include "IO/FileReplacement.hpp"
 #include "IO/Folder.hpp"
 #include "Log/Detail/LogRank.hpp"
 #include "OVRoot/Resources.hpp"
 
 #include <algorithm>
 #include <array>
-#include <numeric>
 
 namespace SYC {
 
 namespace {
 constexpr std::size_t MostCellBytes = 1024;
-
-using LogField = LogDataLine::LogField;
 
 /// At most so many bytes, and no part of a character.
 OV::StringView Cut(OV::StringView utf8)
@@ -68,50 +66,52 @@ int LogTable::GetPicture(int row, int column) const
 
 std::shared_ptr<LogTable> LogTable::Sorted(int column, bool ascending) const
 {
-    OV::Array<const LogDataLine*> lines;
-    lines.reserve(rows_.size());
-    for (const std::uint32_t row : rows_)
-        lines.push_back(&(*lines_)[row]);
-    OV::Array<std::uint32_t> order(rows_.size());
-    std::iota(order.begin(), order.end(), 0U);
-    const auto sortBy = [&](auto&& isLess) {
-        std::stable_sort(order.begin(), order.end(), isLess);
+    using Key = Detail::LogKey;
+    constexpr std::array keys{Key::Time,    Key::User, Key::Operation,
+                              Key::Comment, Key::Size, Key::Duration};
+    const auto ranked =
+        Detail::RankRows(*lines_, rows_, keys.at(static_cast<std::size_t>(column) - 1));
+    OV::Array<std::uint32_t> sorted;
+    sorted.reserve(ranked.size());
+    const auto add = [&](auto first, auto end) {
+        std::for_each(first, end, [&](const auto& each) { sorted.push_back(rows_[each.row]); });
     };
-    if (column == Comment) {
-        OV::Array<OV::StringView> comments;
-        comments.reserve(lines.size());
-        for (const LogDataLine* line : lines)
-            comments.push_back(line->Record().comment);
-        sortBy([&](std::uint32_t a, std::uint32_t b) {
-            return ascending ? comments[a] < comments[b] : comments[b] < comments[a];
-        });
-    } else {
-        constexpr std::array fields{LogField::Time, LogField::User, LogField::Operation,
-                                    LogField::Time, LogField::Size, LogField::Duration};
-        const auto ranks =
-            Detail::RankLines(lines, fields.at(static_cast<std::size_t>(column) - 1), ascending);
-        sortBy([&](std::uint32_t a, std::uint32_t b) { return ranks[a] < ranks[b]; });
-    }
-    for (std::uint32_t& at : order)
-        at = rows_[at];
-    return std::make_shared<LogTable>(lines_, std::move(order));
+    if (ascending)
+        add(ranked.begin(), ranked.end());
+    else
+        for (auto end = ranked.end(); end != ranked.begin();) {
+            const auto first = std::find_if(
+                std::make_reverse_iterator(end), ranked.rend(),
+                [rank = std::prev(end)->rank](const auto& each) { return each.rank != rank; });
+            add(first.base(), end);
+            end = first.base();
+        }
+    return std::make_shared<LogTable>(lines_, std::move(sorted));
 }
 
 void LogTable::Export(const IO::Location& file) const
 {
-    OV::String bytes;
-    for (int row = 1; row <= GetCount(); ++row)
-        for (int column = 1; column <= ColumnCount; ++column) {
-            bytes += '"';
-            bytes += Cut(OV::ToUtf8(GetText(row, column)));
-            bytes += column < ColumnCount ? "\"," : "\"\n";
-        }
+    constexpr std::size_t bytesOfPiece = std::size_t{256} << 10;
     // Replacing would write through a link, to a file that the user did not name.
     const auto folder = file.Parent();
     const auto written =
         folder.Appended(IO::Folder::GenerateUnusedName(folder, file.LastComponent() + u".new"));
     try {
-        IO::File::Replace(written, bytes);
+        IO::FileReplacement replacement(written);
+        OV::String bytes;
+        for (int row = 1; row <= GetCount(); ++row) {
+            for (int column = 1; column <= ColumnCount; ++column) {
+                bytes += '"';
+                bytes += Cut(OV::ToUtf8(GetText(row, column)));
+                bytes += column < ColumnCount ? "\"," : "\"\n";
+            }
+            if (bytes.size() >= bytesOfPiece) {
+                replacement.Write(bytes);
+                bytes.clear();
+            }
+        }
+        replacement.Write(bytes);
+        replacement.Commit();
         IO::File::Rename(written, file);
     } catch (...) {
         IO::File::Delete(written);

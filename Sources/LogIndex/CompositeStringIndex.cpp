@@ -6,7 +6,7 @@ namespace {
 
 auto LongerThan(const OV::UniString& prefix)
 {
-    return [&prefix](const OV::UniString& value) {
+    return [&prefix](OV::UniStringView value) {
         return value.size() > prefix.size() && value.starts_with(prefix);
     };
 }
@@ -28,7 +28,6 @@ void CompositeStringIndex::AddRows(std::uint32_t count, const RowTexts& texts)
     if (GetSize() > 0 || typeid(*this) != typeid(CompositeStringIndex))
         return LogIndex::AddRows(count, texts);
     Fill(count, texts, [](const OV::Array<OV::StringView>& parts, OV::String& key) {
-        key.clear();
         for (const auto part : parts) {
             key += part;
             key += '/';

@@ -24,31 +24,37 @@ void StringIndex::AddRows(std::uint32_t count, const RowTexts& texts)
     if (GetSize() > 0 || typeid(*this) != typeid(StringIndex))
         return LogIndex::AddRows(count, texts);
     Fill(count, texts,
-         [](const OV::Array<OV::StringView>& parts, OV::String& key) { key = parts.at(0); });
+         [](const OV::Array<OV::StringView>& parts, OV::String& key) { key += parts.at(0); });
 }
 
-/// All items stand in one block, and rows of one text share it.
+/// All items stand in one block with their texts, and rows of one text share it.
 void StringIndex::Fill(std::uint32_t count, const RowTexts& texts, MakeKey makeKey)
 {
     SYC::Detail::IndexOrder order;
     OV::Array<OV::StringView> parts;
-    OV::String key;
     for (std::uint32_t row = 0; row < count; ++row) {
         OV::Thread::ThrowIfInterrupted();
         texts(row, parts);
-        makeKey(parts, key);
-        order.Add(key);
+        makeKey(parts, order.Bytes());
+        order.EndRow();
     }
-    const auto sorted = order.Sort();
-    const auto items = std::make_shared<OV::Array<StringIndexItem>>();
-    items->reserve(count);
-    for (const auto& [row, text] : sorted)
-        items->emplace_back(row, text);
-    for (StringIndexItem& item : *items)
-        Append(OV::Ref<IndexItem>(std::shared_ptr<IndexItem>(items, &item)));
+    auto sorted = order.Sort();
+    struct Block {
+        OV::Array<char16_t> texts;
+        OV::Array<StringIndexItem> items;
+    };
+    const auto block = std::make_shared<Block>();
+    block->texts = std::move(sorted.texts);
+    block->items.reserve(count);
+    for (const auto& [text, end] : sorted.runs)
+        while (block->items.size() < end)
+            block->items.emplace_back(sorted.rows[block->items.size()],
+                                      StringIndexItem::Kept{text});
+    for (StringIndexItem& item : block->items)
+        Append(OV::Ref<IndexItem>(std::shared_ptr<IndexItem>(block, &item)));
 }
 
-const OV::UniString& StringIndex::Value(std::uint32_t pos) const
+OV::UniStringView StringIndex::Value(std::uint32_t pos) const
 {
     if (pos >= GetSize())
         throw OV::NullReferenceException();
@@ -60,7 +66,7 @@ const OV::UniString& StringIndex::Value(std::uint32_t pos) const
 
 OV::UniString StringIndex::GetValueAt(std::uint32_t pos) const
 {
-    return Value(pos);
+    return OV::UniString(Value(pos));
 }
 
 std::uint32_t StringIndex::Search(OV::UniString value) const
@@ -95,19 +101,19 @@ std::uint32_t StringIndex::FindLast(OV::UniString start, const Matches& matches)
 
 std::uint32_t StringIndex::FindFirst(OV::UniString value)
 {
-    return FindFirst(value, [&](const OV::UniString& each) { return each == value; });
+    return FindFirst(value, [&](OV::UniStringView each) { return each == value; });
 }
 
 std::uint32_t StringIndex::FindLast(OV::UniString value)
 {
-    return FindLast(value, [&](const OV::UniString& each) { return each == value; });
+    return FindLast(value, [&](OV::UniStringView each) { return each == value; });
 }
 
 OV::Array<OV::UniString> StringIndex::GetUniqueKeys() const
 {
     OV::Array<OV::UniString> keys;
     for (std::uint32_t pos = 0; pos < GetSize(); ++pos)
-        if (const OV::UniString& value = Value(pos); keys.empty() || keys.back() != value)
-            keys.push_back(value);
+        if (const OV::UniStringView value = Value(pos); keys.empty() || keys.back() != value)
+            keys.emplace_back(value);
     return keys;
 }

@@ -33,15 +33,15 @@ protected:
     StringIndex(std::uint32_t field, IndexType type) noexcept : LogIndex(field, type) {}
 
     /// Whether the item of a position matches.
-    using Matches = std::function<bool(const OV::UniString& value)>;
+    using Matches = std::function<bool(OV::UniStringView value)>;
     [[nodiscard]] std::uint32_t FindFirst(OV::UniString start, const Matches& matches) const;
     [[nodiscard]] std::uint32_t FindLast(OV::UniString start, const Matches& matches) const;
-    /// Fills the empty index with items of the texts that `makeKey` makes of the texts of a row's
-    /// columns, in UTF-8, as adding the rows one by one would.
+    /// Fills the empty index with items of the texts that `makeKey` appends to `key` for the texts
+    /// of a row's columns, in UTF-8, as adding the rows one by one would.
     using MakeKey = void (*)(const OV::Array<OV::StringView>& parts, OV::String& key);
     void Fill(std::uint32_t count, const RowTexts& texts, MakeKey makeKey);
 
 private:
     [[nodiscard]] std::uint32_t Search(OV::UniString value) const;
-    [[nodiscard]] const OV::UniString& Value(std::uint32_t pos) const;
+    [[nodiscard]] OV::UniStringView Value(std::uint32_t pos) const;
 };

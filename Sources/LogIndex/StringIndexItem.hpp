@@ -5,27 +5,32 @@
 
 #include <memory>
 
-/// An element that knows the text of its row in the indexed column. Rows of one text share it.
+/// An element that knows the text of its row in the indexed column.
 class SYC_API StringIndexItem final : public IndexItem {
 public:
-    using Text = std::shared_ptr<const OV::UniString>;
-
     explicit StringIndexItem(std::uint32_t position = 0, OV::UniString value = {})
-        : StringIndexItem(position, std::make_shared<const OV::UniString>(std::move(value)))
+        : IndexItem(position), own_(std::make_unique<const OV::UniString>(std::move(value))),
+          value_(*own_)
     {}
-    StringIndexItem(std::uint32_t position, Text value) noexcept
-        : IndexItem(position), value_(std::move(value))
+    /// A text that is kept for the item as long as the item lives.
+    struct Kept {
+        OV::UniStringView text;
+    };
+    StringIndexItem(std::uint32_t position, Kept value) noexcept
+        : IndexItem(position), value_(value.text)
     {}
 
     /// By the text alone; 1 when `other` has none.
     [[nodiscard]] int Compare(IndexItem* other) const override;
     [[nodiscard]] int Write(OV::OChannel& channel) override;
     [[nodiscard]] int Read(OV::IChannel& channel) override;
-    [[nodiscard]] virtual OV::UniString GetValue() const { return *value_; }
+    [[nodiscard]] virtual OV::UniString GetValue() const { return OV::UniString(value_); }
 
     /// The text without a copy.
-    [[nodiscard]] const OV::UniString& Value() const noexcept { return *value_; }
+    [[nodiscard]] OV::UniStringView Value() const noexcept { return value_; }
 
 private:
-    Text value_;
+    /// Null for a text that others keep.
+    std::unique_ptr<const OV::UniString> own_;
+    OV::UniStringView value_;
 };

@@ -59,18 +59,19 @@ private:
 };
 
 template <class Number>
-void Append(OV::String& bytes, Number number)
+char* Put(char* at, Number number) noexcept
 {
     number = FromLittleEndian(number);
-    char raw[sizeof(Number)];
-    std::memcpy(raw, &number, sizeof(Number));
-    bytes.append(raw, sizeof(Number));
+    std::memcpy(at, &number, sizeof(Number));
+    return at + sizeof(Number);
 }
 
-void Append(OV::String& bytes, OV::StringView text)
+char* Put(char* at, OV::StringView text) noexcept
 {
-    Append(bytes, static_cast<std::uint32_t>(text.size()));
-    bytes.append(text);
+    at = Put(at, static_cast<std::uint32_t>(text.size()));
+    if (!text.empty())
+        std::memcpy(at, text.data(), text.size());
+    return at + text.size();
 }
 
 }  // namespace
@@ -89,12 +90,15 @@ std::size_t LogRecord::Parse(OV::StringView bytes) noexcept
 
 void LogRecord::AppendTo(OV::String& bytes) const
 {
+    const std::size_t before = bytes.size();
+    bytes.resize(before + Size());
+    char* at = bytes.data() + before;
     for (const OV::StringView text : {user, loginName, duration, operation, project, projectId})
-        Append(bytes, text);
-    Append(bytes, sizeVal);
-    Append(bytes, timeVal);
-    Append(bytes, comment);
-    Append(bytes, version);
+        at = Put(at, text);
+    at = Put(at, sizeVal);
+    at = Put(at, timeVal);
+    at = Put(at, comment);
+    Put(at, version);
 }
 
 }  // namespace SYC

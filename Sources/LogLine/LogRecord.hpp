@@ -21,6 +21,8 @@ struct SYC_API LogRecord {
     OV::StringView comment;
     std::int16_t version = 0;
 
+    friend bool operator==(const LogRecord&, const LogRecord&) = default;
+
     /// Bytes of a record without its texts.
     static constexpr std::size_t NumberBytes = 7 * 4 + 4 + 4 + 2;
 

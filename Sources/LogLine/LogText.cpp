@@ -2,7 +2,6 @@
 
 #include "OVRoot/Exception.hpp"
 
-#include <cstring>
 #include <limits>
 
 namespace SYC {
@@ -11,20 +10,12 @@ LogText::LogText(OV::String text) : text_(std::move(text))
 {
     if (text_.size() > std::numeric_limits<std::uint32_t>::max())
         throw OV::IllegalArgumentException("A log of 4 GiB cannot be read.");
-    const char* const begin = text_.data();
-    const char* const end = begin + text_.size();
     constexpr std::size_t usualLength = 64;
     lines_.reserve(text_.size() / usualLength);
-    for (const char* at = begin; at != end;) {
-        const auto* const feed =
-            static_cast<const char*>(std::memchr(at, '\n', static_cast<std::size_t>(end - at)));
-        if (feed == nullptr)
-            break;
-        if (feed != at)
-            lines_.push_back(
-                {static_cast<std::uint32_t>(at - begin), static_cast<std::uint32_t>(feed - at)});
-        at = feed + 1;
-    }
+    ForEachLine(text_, [this](OV::StringView line) {
+        lines_.push_back({static_cast<std::uint32_t>(line.data() - text_.data()),
+                          static_cast<std::uint32_t>(line.size())});
+    });
 }
 
 void LogText::Split(OV::StringView line, OV::StringView separator,

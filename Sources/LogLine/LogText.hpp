@@ -30,6 +30,16 @@ public:
         return {text_.data() + lines_[line].start, lines_[line].length};
     }
 
+    /// Tells the lines of a text to `take`: what stands before each line feed and is not empty.
+    template <class Take>
+    static void ForEachLine(OV::StringView text, Take&& take)
+    {
+        for (std::size_t feed; (feed = text.find('\n')) != OV::StringView::npos;) {
+            if (feed > 0)
+                take(text.substr(0, feed));
+            text.remove_prefix(feed + 1);
+        }
+    }
     /// Cuts a line at each separator; nothing escapes one. The parts are views of the line.
     static void Split(OV::StringView line, OV::StringView separator,
                       OV::Array<OV::StringView>& fields);

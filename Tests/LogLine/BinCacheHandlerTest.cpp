@@ -108,7 +108,8 @@ TEST_F(BinCacheHandlerTest, TimesOnlyMoveForward)
 
 TEST_F(BinCacheHandlerTest, WhatIsFlushedIsLoaded)
 {
-    const Lines lines{Line(u"a", 1, u"\u00E4"), Line(u"b", 2), Line(u"a", 3)};
+    const Lines lines{Line(u"a", 1, u"\u00E4"), Line(u"b", 2),
+                      Line(u"a", 3, OV::UniString(700'000, u'x'))};
     handler.SetProjectData(lines);
     handler.SetPerformanceData(Statistics());
     WriteFile("che.lck", "left over");

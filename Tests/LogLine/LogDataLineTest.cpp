@@ -1,6 +1,7 @@
 #include "LogDataLine.hpp"
 #include "Log/LogLineReader.hpp"
 #include "LogLine/ActionNameTranslator.hpp"
+#include "LogLine/Detail/LogBlockWriter.hpp"
 #include "ManagementTool/UserUtils.hpp"
 #include "OVRoot/Clock.hpp"
 #include "OVRoot/LocalTime.hpp"
@@ -9,6 +10,8 @@
 #include "Support/ManualClock.hpp"
 
 #include <gtest/gtest.h>
+
+#include <random>
 
 namespace {
 
@@ -224,4 +227,40 @@ TEST(LogDataLineTest, TheRecordHoldsExactlyItsBytesAndComesBack)
     OV::MemoryIChannel text("\xFF\xFF\xFF\xFFonly this");
     EXPECT_EQ(early.Read(text), -7003);
     EXPECT_EQ(early.GetUser(), u"only this") << "as far as it came";
+}
+
+TEST(LogDataLineTest, LinesThatShareABlockAreThoseThatWerePutThere)
+{
+    std::mt19937 random(5);
+    SYC::Detail::LogBlockWriter writer(300'000);
+    std::vector<std::pair<LogDataLine, OV::String>> lines;
+    OV::String text(200'000, '\xE4');
+    for (int i = 0; i < 3000; ++i) {
+        const auto any = [&](std::size_t most) {
+            return OV::StringView(text).substr(0,
+                                               random() % 20 > 0 ? random() % 20 : random() % most);
+        };
+        const SYC::LogRecord record{any(300),
+                                    any(20'000),
+                                    any(200),
+                                    any(200),
+                                    any(i % 100 < 9 ? 300 : 2),
+                                    any(i % 100 < 9 ? 300 : 2),
+                                    static_cast<std::uint32_t>(random()),
+                                    static_cast<std::int32_t>(random()),
+                                    any(i % 500 == 0 ? text.size() : 40),
+                                    static_cast<std::int16_t>(random())};
+        const OV::StringView time = any(30);
+        const bool hasOwnTime = i % 7 == 0;
+        const LogDataLine line(writer.Add(record, hasOwnTime ? &time : nullptr), record,
+                               hasOwnTime);
+        ASSERT_EQ(line.GetTime(), hasOwnTime ? OV::FromUtf8(time) : OV::ToText(record.timeVal));
+        ASSERT_TRUE(lines.empty() || lines.back().first.GetId() < line.GetId());
+        record.AppendTo(lines.emplace_back(line, OV::String()).second);
+    }
+    for (const auto& [line, bytes] : lines) {
+        OV::String again;
+        line.AppendRecord(again);
+        ASSERT_EQ(again, bytes);
+    }
 }

@@ -1,8 +1,10 @@
 #include "EventLogUpdater.hpp"
+#include "Log/LogTable.hpp"
 #include "OVRoot/Exception.hpp"
 
 #include <gtest/gtest.h>
 
+#include <optional>
 #include <random>
 
 namespace {
@@ -62,6 +64,50 @@ TEST(SortLinesTest, LeavesTheOrderThatSelectionLeaves)
                     ASSERT_EQ(fast[at].GetId(), slow[at].GetId()) << count << ' ' << field;
                     ASSERT_FALSE(fast[at] != slow[at]) << "and each version at its position";
                 }
+            }
+    }
+}
+
+TEST(SortLinesTest, ATableLeavesWhatAStableSortOfItsRowsLeaves)
+{
+    using Table = SYC::LogTable;
+    std::mt19937 random(2);
+    const std::optional<Field> fields[] = {Field::Time,  Field::User, Field::Operation,
+                                           std::nullopt, Field::Size, Field::Duration};
+    for (std::size_t round = 0; round < 40; ++round) {
+        auto lines =
+            RandomLines(round < 20 ? round : 300, 1 + static_cast<int>(random() % 9), random);
+        for (auto& line : lines) {
+            const OV::UniString end = OV::ToText(static_cast<int>(random() % 3));
+            line.SetComment(OV::UniString(random() % 3 * 7, u'x') + (round % 2 == 0 ? end : u""));
+            if (round % 3 == 0)
+                line.SetTime(u"-" + OV::ToText(static_cast<int>(random() % 4)));
+            if (round % 4 == 0)
+                line.SetSize(OV::ToText(random()));
+        }
+        std::shuffle(lines.begin(), lines.end(), random);
+        OV::Array<std::uint32_t> rows;
+        for (std::uint32_t row = 0; row < lines.size(); ++row)
+            if (random() % 3 > 0)
+                rows.push_back(row);
+        std::shuffle(rows.begin(), rows.end(), random);
+        const auto shared = std::make_shared<const Lines>(lines);
+        const Lines& kept = *shared;
+        const Table table(shared, rows);
+        for (int column = 1; column <= Table::ColumnCount; ++column)
+            for (const bool ascending : {true, false}) {
+                auto sorted = rows;
+                const auto field = fields[column - 1];
+                std::stable_sort(sorted.begin(), sorted.end(), [&](auto left, auto right) {
+                    const LogDataLine& a = kept[ascending ? left : right];
+                    const LogDataLine& b = kept[ascending ? right : left];
+                    return field ? LogDataLine::Compare(a, b, *field)
+                                 : a.Record().comment < b.Record().comment;
+                });
+                const auto quick = table.Sorted(column, ascending);
+                for (std::size_t at = 0; at < sorted.size(); ++at)
+                    ASSERT_EQ(&quick->GetLine(static_cast<int>(at) + 1), &kept[sorted[at]])
+                        << round << ' ' << column;
             }
     }
 }

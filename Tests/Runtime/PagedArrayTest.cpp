@@ -44,4 +44,15 @@ TEST(PagedArrayTest, ACopyIsASnapshotWhateverHappensToTheOther)
     }
     last.push_back(last.back());  // which the copy alone shared
     EXPECT_EQ(last, Texts({"0", "1", "2", "2"}));
+    for (const int count : {0, 3, 512, 2000}) {
+        Texts all = Numbers(count), more = Numbers(700);
+        const Texts before = all, appended = more;
+        all.append(std::move(more));
+        Texts expected = before;
+        expected.append(appended.cbegin(), appended.cend());
+        EXPECT_EQ(all, expected);
+        EXPECT_EQ(before, Numbers(count));
+        EXPECT_EQ(appended, Numbers(700)) << "which shared what was appended";
+        EXPECT_TRUE(more.empty());
+    }
 }

@@ -67,6 +67,18 @@ auto Retry(Call&& call)
 [[nodiscard]] bool StillNames(const OV::String& path, const Descriptor& opened,
                               const Location& place);
 
+struct Opened {
+    Descriptor file;
+    struct stat status {};
+};
+/// A regular file for reading, without waiting for the other end of a pipe, which is refused like
+/// all that is no regular file.
+[[nodiscard]] Opened OpenRegular(const Location& file);
+/// Reads until `size` bytes are there or the file ends; returns how many.
+[[nodiscard]] std::size_t Fill(const Descriptor& opened, const Location& file, char* to,
+                               std::size_t size);
+[[noreturn]] void FailTooLong(const Location& file, std::uint64_t most);
+
 /// Each lost round of opening and finding the file replaced means that another process won it; so
 /// many in a row count as a file that others hold.
 inline constexpr int MostRounds = 1000;

@@ -10,19 +10,10 @@ namespace SYC::Detail::LogCacheLines {
 
 using Lines = OV::PagedArray<LogDataLine>;
 
-/// What a file held when it was read or written last.
+/// A file as it was when it was read or written last, and how many lines of its own it had.
 struct KnownFile {
-    KnownFile(const IO::ChangeStamp& fileStamp, OV::StringView bytes)
-        : stamp(fileStamp), size(bytes.size()), hash(std::hash<OV::StringView>()(bytes))
-    {}
-    [[nodiscard]] bool Holds(OV::StringView bytes) const
-    {
-        return size == bytes.size() && hash == std::hash<OV::StringView>()(bytes);
-    }
-
     IO::ChangeStamp stamp;
-    std::size_t size;
-    std::size_t hash;
+    std::size_t lines;
 };
 struct Files {
     OV::HashTable<OV::UniString, KnownFile> byName;
@@ -34,10 +25,11 @@ struct Loaded {
     /// Whether the files that were read hold these lines and nothing else, each its project's.
     bool isAllOfFiles;
 };
-/// Reads the project files among `names`. One that cannot be read is left out, which is logged; a
-/// damaged one gives the lines before the damage. Lines without a project are left out, and those
-/// that stand in another file than their project's while that one is there too: they are copies.
-/// Throws OV::InterruptedException when `progress` or the thread says so.
+/// Reads the project files among `names`, piece by piece. One that cannot be read is left out,
+/// which is logged; a damaged one, and one that cannot be read on, gives the lines before that
+/// place. Lines without a project are left out, and those that stand in another file than their
+/// project's while that one is there too: they are copies. Throws OV::InterruptedException when
+/// `progress` or the thread says so.
 [[nodiscard]] Loaded Load(const IO::Location& folder, const OV::Array<OV::UniString>& names,
                           const BinCacheHandler::Progress& progress);
 

@@ -1,11 +1,13 @@
 #include "BinCacheHandler/Detail/LogCacheFiles.hpp"
 #include "BinCacheHandler/Detail/LogCacheLines.hpp"
-#include "LogLine/Detail/LogRecords.hpp"
+#include "BinCacheHandler/Detail/RecordSource.hpp"
+#include "IO/FileSource.hpp"
 #include "OVRoot/HeldLocks.hpp"
 #include "OVRoot/Logger.hpp"
 #include "OVRoot/Thread.hpp"
 
 #include <deque>
+#include <memory>
 #include <optional>
 #include <unordered_set>
 
@@ -28,7 +30,7 @@ public:
     void Enter(const OV::UniString& file)
     {
         file_ = &file;
-        last_ = {};
+        last_.clear();
     }
     [[nodiscard]] bool IsOwn(OV::StringView projectId)
     {
@@ -49,84 +51,9 @@ public:
 private:
     std::unordered_set<OV::UniString> names_;
     const OV::UniString* file_ = nullptr;
-    OV::StringView last_;
+    OV::String last_;
     bool isLastOwn_ = false;
     bool hasAdopted_ = false;
-};
-
-/// Reads the lines of files part by part.
-class Loader {
-public:
-    Loader(const OV::Array<OV::UniString>& names, const Progress& progress, std::uint64_t total)
-        : ownership_(names), progress_(progress), total_(total)
-    {}
-
-    /// Shows the lines of the beginning of a file; they come again.
-    void Preview(const OV::UniString& name, OV::String bytes)
-    {
-        (void)Take(name, std::move(bytes), [](std::uint64_t) {});
-        Tell(part_, 0);
-        part_.clear();
-    }
-    void Load(const OV::UniString& name, OV::String bytes)
-    {
-        const std::uint64_t size = bytes.size();
-        const std::uint64_t taken = Take(name, std::move(bytes), [&](std::uint64_t done) {
-            if (part_.size() >= PartLines)
-                FinishPart(done);
-        });
-        isEachByteTaken_ = isEachByteTaken_ && taken == size;
-        FinishPart(size);
-        done_ += size;
-    }
-    [[nodiscard]] Lines TakeLines() { return std::move(lines_); }
-    [[nodiscard]] bool IsAllOfFiles() const noexcept
-    {
-        return isEachByteTaken_ && !ownership_.HasAdopted();
-    }
-
-private:
-    /// Returns how many bytes the lines have that were taken.
-    template <class Done>
-    std::uint64_t Take(const OV::UniString& name, OV::String bytes, Done&& done)
-    {
-        ownership_.Enter(name);
-        const auto block = std::make_shared<const OV::String>(std::move(bytes));
-        std::uint64_t taken = 0;
-        for (const auto& [record, bytesOfRecord] : LogRecords(*block)) {
-            if (!ownership_.IsOwn(record.projectId))
-                continue;
-            part_.emplace_back(block, bytesOfRecord.data(), record);
-            taken += bytesOfRecord.size();
-            done(static_cast<std::uint64_t>(bytesOfRecord.data() - block->data()));
-        }
-        return taken;
-    }
-    void Tell(const Lines& part, std::uint64_t done)
-    {
-        if (progress_)
-            OV::AssertNoLockHeld("progress of the log cache");
-        if (OV::Thread::IsInterrupted() || (progress_ && !progress_(part, done, total_)))
-            throw OV::InterruptedException();
-    }
-    void FinishPart(std::uint64_t doneOfFile)
-    {
-        Tell(part_, done_ + doneOfFile);
-        if (lines_.empty())
-            lines_.swap(part_);
-        else
-            lines_.append(std::make_move_iterator(part_.begin()),
-                          std::make_move_iterator(part_.end()));
-        part_.clear();
-    }
-
-    Ownership ownership_;
-    const Progress& progress_;
-    std::uint64_t total_;
-    std::uint64_t done_ = 0;
-    bool isEachByteTaken_ = true;
-    Lines part_;
-    Lines lines_;
 };
 
 /// What `read` gives; nothing for a file that cannot be read, which costs itself alone.
@@ -143,6 +70,89 @@ auto TryToRead(Read&& read) -> std::optional<decltype(read())>
         return std::nullopt;
     }
 }
+
+/// Reads the lines of files part by part.
+class Loader {
+public:
+    Loader(const OV::Array<OV::UniString>& names, const Progress& progress, std::uint64_t total)
+        : ownership_(names), progress_(progress), total_(total)
+    {}
+
+    /// Shows the lines of the beginning of a file; they come again.
+    void Preview(const OV::UniString& name, OV::StringView bytes)
+    {
+        ownership_.Enter(name);
+        LogBlockWriter writer(bytes.size());
+        for (const auto& [record, bytesOfRecord] : LogRecords(bytes))
+            (void)Take(record, writer);
+        Tell(part_, 0);
+        part_.clear();
+    }
+    /// Returns the number of its lines, and nothing when it cannot be read to its end; what was
+    /// read counts, as it does before damage.
+    [[nodiscard]] std::optional<std::size_t> Load(const OV::UniString& name, IO::FileSource& source)
+    {
+        ownership_.Enter(name);
+        const std::uint64_t size = source.GetStamp().size;
+        LogBlockWriter writer(static_cast<std::size_t>(size));
+        const std::size_t before = lines_.size();
+        std::uint64_t read = 0, own = 0;
+        bool isRead = true;
+        TakeRecords(
+            [&](char* to, std::size_t most) {
+                const auto count = TryToRead([&] { return source.Read(to, most); });
+                isRead = isRead && count;
+                return count.value_or(0);
+            },
+            [&](const LogRecord& record, OV::StringView bytes) {
+                read += bytes.size();
+                if (!Take(record, writer))
+                    return;
+                own += bytes.size();
+                if (part_.size() >= PartLines)
+                    FinishPart(std::min(read, size));
+            });
+        isEachByteTaken_ = isEachByteTaken_ && own == size;
+        FinishPart(size);
+        done_ += size;
+        return isRead ? std::optional(lines_.size() - before) : std::nullopt;
+    }
+    [[nodiscard]] Lines TakeLines() { return std::move(lines_); }
+    [[nodiscard]] bool IsAllOfFiles() const noexcept
+    {
+        return isEachByteTaken_ && !ownership_.HasAdopted();
+    }
+
+private:
+    /// Whether it is one of the file's own lines, which it then is.
+    bool Take(const LogRecord& record, LogBlockWriter& writer)
+    {
+        if (!ownership_.IsOwn(record.projectId))
+            return false;
+        part_.emplace_back(writer.Add(record), record);
+        return true;
+    }
+    void Tell(const Lines& part, std::uint64_t done)
+    {
+        if (progress_)
+            OV::AssertNoLockHeld("progress of the log cache");
+        if (OV::Thread::IsInterrupted() || (progress_ && !progress_(part, done, total_)))
+            throw OV::InterruptedException();
+    }
+    void FinishPart(std::uint64_t doneOfFile)
+    {
+        Tell(part_, done_ + doneOfFile);
+        lines_.append(std::move(part_));
+    }
+
+    Ownership ownership_;
+    const Progress& progress_;
+    std::uint64_t total_;
+    std::uint64_t done_ = 0;
+    bool isEachByteTaken_ = true;
+    Lines part_;
+    Lines lines_;
+};
 
 struct ProjectFile {
     OV::UniString name;
@@ -184,18 +194,17 @@ Loaded Load(const IO::Location& folder, const OV::Array<OV::UniString>& names,
         auto bytes = TryToRead([&] { return IO::File::ReadBeginning(first.place, PreviewBytes); });
         isShown = bytes.has_value();
         if (isShown)
-            loader.Preview(first.name, std::move(*bytes));
+            loader.Preview(first.name, *bytes);
         else
             files.pop_front();
     }
     Files known;
     for (const ProjectFile& file : files) {
-        auto content =
-            TryToRead([&] { return IO::File::Read(file.place, IO::File::MostOfLogFile); });
-        if (!content)
-            continue;
-        known.byName.insert_or_assign(file.name, KnownFile(content->stamp, content->bytes));
-        loader.Load(file.name, std::move(content->bytes));
+        const auto source = TryToRead(
+            [&] { return std::make_unique<IO::FileSource>(file.place, IO::File::MostOfLogFile); });
+        const auto lines = source ? loader.Load(file.name, **source) : std::nullopt;
+        if (lines)
+            known.byName.insert_or_assign(file.name, KnownFile{(*source)->GetStamp(), *lines});
     }
     return {loader.TakeLines(), std::move(known), loader.IsAllOfFiles()};
 }

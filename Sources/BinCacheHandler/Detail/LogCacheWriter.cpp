@@ -1,19 +1,27 @@
 #include "BinCacheHandler/Detail/LogCacheFiles.hpp"
 #include "BinCacheHandler/Detail/LogCacheLines.hpp"
+#include "BinCacheHandler/Detail/RecordSource.hpp"
+#include "IO/FileReplacement.hpp"
+#include "IO/FileSource.hpp"
 #include "LogLine/Detail/KnownRecords.hpp"
-#include "LogLine/Detail/LogRecords.hpp"
 
+#include <algorithm>
 #include <limits>
-#include <optional>
 
 namespace SYC::Detail::LogCacheLines {
 
 namespace {
 
+/// Lines that stand one behind the other.
+struct Stretch {
+    std::size_t first;
+    std::size_t end;
+};
 /// The lines of a project, in their order.
 struct Project {
     OV::UniString id;
-    OV::Array<const LogDataLine*> lines;
+    OV::Array<Stretch> stretches;
+    std::size_t lines = 0;
 };
 
 /// The ids of projects whose files may not hold their lines.
@@ -21,11 +29,20 @@ OV::HashSet<OV::UniString> ChangedProjects(const IO::Location& folder, const Lin
                                            const Lines& kept, const Files& files)
 {
     OV::HashSet<OV::UniString> changed;
-    for (const auto& [each, other] : {std::pair(&lines, &kept), std::pair(&kept, &lines)}) {
-        std::optional<OV::StringView> last;
-        for (std::size_t at = each->CountShared(*other); at < each->size(); ++at)
-            if (const OV::StringView id = (*each)[at].Record().projectId; id != last)
-                changed.insert(OV::FromUtf8(*(last = id)));
+    OV::StringView last;
+    const auto add = [&](const LogDataLine& line) {
+        if (const OV::StringView id = line.ProjectId(); id != last || changed.empty())
+            changed.insert(OV::FromUtf8(last = id));
+    };
+    for (std::size_t at = lines.CountShared(kept); at < std::max(lines.size(), kept.size()); ++at) {
+        const LogDataLine* const line = at < lines.size() ? &lines[at] : nullptr;
+        const LogDataLine* const former = at < kept.size() ? &kept[at] : nullptr;
+        // A page of which one array got another line is copied; its other lines are the same.
+        if (line != nullptr && former != nullptr && line->Record() == former->Record())
+            continue;
+        for (const LogDataLine* each : {line, former})
+            if (each != nullptr)
+                add(*each);
     }
     for (const auto& [name, file] : files.byName)
         try {
@@ -48,8 +65,8 @@ OV::Array<Project> SortByProject(const Lines& lines, const OV::HashSet<OV::UniSt
     OV::HashTable<OV::UniString, std::size_t> places;
     OV::StringView last;
     std::size_t place = nowhere;
-    for (const LogDataLine& line : lines) {
-        const OV::StringView id = line.Record().projectId;
+    for (std::size_t at = 0; at < lines.size(); ++at) {
+        const OV::StringView id = lines[at].ProjectId();
         if (id.empty()) {
             if (!failure)
                 failure = std::make_exception_ptr(BinCacheHandlerException("Project id is empty"));
@@ -61,48 +78,93 @@ OV::Array<Project> SortByProject(const Lines& lines, const OV::HashSet<OV::UniSt
             const auto [known, isNew] = places.try_emplace(OV::FromUtf8(id), nowhere);
             if (isNew && (wanted == nullptr || wanted->contains(known->first))) {
                 known->second = projects.size();
-                projects.push_back({known->first, {}});
+                projects.push_back({known->first, {}, 0});
             }
             place = known->second;
         }
-        if (place != nowhere)
-            projects[place].lines.push_back(&line);
+        if (place == nowhere)
+            continue;
+        auto& stretches = projects[place].stretches;
+        if (stretches.empty() || stretches.back().end != at)
+            stretches.push_back({at, at});
+        ++stretches.back().end;
+        ++projects[place].lines;
     }
     return projects;
 }
 
-/// One after the other, in as much memory as they need.
-OV::String RecordsOf(const OV::Array<const LogDataLine*>& lines)
+/// Tells the records of the lines to `take`, many at a time; false as soon as that says so.
+template <class Take>
+bool TakePieces(const Lines& lines, const Project& project, Take&& take)
 {
-    std::size_t size = 0;
-    for (const LogDataLine* line : lines)
-        size += line->Record().Size();
+    constexpr std::size_t usualBytes = std::size_t{1} << 20;
     OV::String records;
-    records.reserve(size);
-    for (const LogDataLine* line : lines)
-        line->AppendRecord(records);
-    return records;
+    for (const auto& [first, end] : project.stretches)
+        for (std::size_t at = first; at < end; ++at) {
+            lines[at].AppendRecord(records);
+            // Pieces of whole pages: the system then has none that is written twice.
+            const std::size_t whole = records.size() - records.size() % usualBytes;
+            if (whole == 0)
+                continue;
+            if (!take(OV::StringView(records).substr(0, whole)))
+                return false;
+            records.erase(0, whole);
+        }
+    return take(OV::StringView(records));
 }
 
-/// Appends to `records` those that the file of another process has beyond them; returns their
-/// lines.
-Lines AppendFound(const IO::Location& file, OV::String& records)
+/// Whether the file holds the project's lines and nothing else. Who has the same lines in other
+/// objects asks for it; a file of another size is not read.
+bool Holds(const IO::Location& file, const IO::ChangeStamp& stamp, const Lines& lines,
+           const Project& project)
+{
+    std::uint64_t size = 0;
+    for (const auto& [first, end] : project.stretches)
+        for (std::size_t at = first; at < end; ++at)
+            size += lines[at].Record().Size();
+    if (size != stamp.size)
+        return false;
+    IO::FileSource source(file, IO::File::MostOfLogFile);
+    OV::String bytes;
+    return TakePieces(lines, project, [&](OV::StringView piece) {
+        bytes.resize(piece.size());
+        return source.Read(bytes.data(), bytes.size()) == piece.size() && bytes == piece;
+    });
+}
+
+/// The lines that the file of another process has beyond those of the project.
+Lines FindOthers(const IO::Location& file, const Lines& lines, const Project& project)
 {
     KnownRecords known;
-    for (const auto& [record, bytes] : LogRecords(records))
-        known.Add(record);
-    const auto block =
-        std::make_shared<const OV::String>(IO::File::ReadAll(file, IO::File::MostOfLogFile));
+    for (const auto& [first, end] : project.stretches)
+        for (std::size_t at = first; at < end; ++at)
+            known.Add(lines[at].Record());
+    IO::FileSource source(file, IO::File::MostOfLogFile);
+    LogBlockWriter writer;
     Lines found;
-    for (const auto& [record, bytes] : LogRecords(*block))
-        if (!record.projectId.empty() && !known.Take(record)) {
-            found.emplace_back(block, bytes.data(), record);
-            records += bytes;
-        }
+    TakeRecords([&](char* to, std::size_t most) { return source.Read(to, most); },
+                [&](const LogRecord& record, OV::StringView) {
+                    if (!record.projectId.empty() && !known.Take(record))
+                        found.emplace_back(writer.Add(record), record);
+                });
     return found;
 }
 
-void WriteProject(const IO::Location& folder, const Project& project, Written& written)
+IO::ChangeStamp Replace(const IO::Location& file, const Lines& lines, const Project& project,
+                        const Lines& others)
+{
+    IO::FileReplacement replacement(file);
+    const auto write = [&](OV::StringView piece) {
+        replacement.Write(piece);
+        return true;
+    };
+    (void)TakePieces(lines, project, write);
+    (void)TakePieces(others, {{}, {{0, others.size()}}, others.size()}, write);
+    return replacement.Commit();
+}
+
+void WriteProject(const IO::Location& folder, const Lines& lines, const Project& project,
+                  Written& written)
 {
     constexpr OV::StringView message = "Failed to  to create project cache file location.";
     const auto name = project.id + OV::UniString(LogCacheFiles::Extension);
@@ -111,20 +173,18 @@ void WriteProject(const IO::Location& folder, const Project& project, Written& w
     const auto file = LogCacheFiles::Form(folder, name, message);
     auto& files = written.files.byName;
     const auto known = files.find(name);
-    const bool isKnown = known != files.end();
-    OV::String records = RecordsOf(project.lines);
-    LogCacheFiles::Try("Failed to create project cache: failed to create project cache channel.",
-                       [&] {
-                           const auto stamp = IO::File::GetChangeStamp(file);
-                           if (stamp && isKnown && known->second.Holds(records))
-                               return;
-                           if (stamp && !(isKnown && known->second.stamp == *stamp)) {
-                               const auto found = AppendFound(file, records);
-                               written.found.append(found.cbegin(), found.cend());
-                           }
-                           const auto now = IO::File::Replace(file, records);
-                           files.insert_or_assign(name, KnownFile(now, records));
-                       });
+    LogCacheFiles::Try(
+        "Failed to create project cache: failed to create project cache channel.", [&] {
+            const auto stamp = IO::File::GetChangeStamp(file);
+            const bool isAsKnown = stamp && known != files.end() && known->second.stamp == *stamp;
+            if (isAsKnown && known->second.lines == project.lines &&
+                Holds(file, *stamp, lines, project))
+                return;
+            const Lines others = stamp && !isAsKnown ? FindOthers(file, lines, project) : Lines();
+            files.insert_or_assign(name, KnownFile{Replace(file, lines, project, others),
+                                                   project.lines + others.size()});
+            written.found.append(others.cbegin(), others.cend());
+        });
 }
 
 }  // namespace
@@ -141,7 +201,7 @@ Written Write(const IO::Location& folder, const Lines& lines, const Lines* kept,
     for (const auto& project :
          SortByProject(lines, kept == nullptr ? nullptr : &changed, written.failure))
         try {
-            WriteProject(folder, project, written);
+            WriteProject(folder, lines, project, written);
         } catch (const BinCacheHandlerException&) {
             if (!written.failure)
                 written.failure = std::current_exception();

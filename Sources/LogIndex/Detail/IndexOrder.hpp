@@ -1,9 +1,9 @@
 #pragma once
 
-#include "LogIndex/StringIndexItem.hpp"
 #include "OVRoot/Array.hpp"
+#include "OVRoot/UniString.hpp"
 
-#include <unordered_map>
+#include <cstdint>
 
 namespace SYC::Detail {
 
@@ -14,24 +14,31 @@ namespace SYC::Detail {
 /// size of the index and the place of that run, and both are numbers: how many smaller texts came
 /// before, and how many equal ones. So each row's place within its run at the time it came is
 /// computed without a comparison of texts; the final places follow from the last row back to the
-/// first.
+/// first. Rows that come in the order of their texts, as times do, need no counting: all smaller
+/// ones came before.
 class IndexOrder {
 public:
-    struct Entry {
-        std::uint32_t row;
-        StringIndexItem::Text text;
+    /// The rows of a text.
+    struct Run {
+        OV::UniStringView text;
+        std::uint32_t end;  ///< behind the last one; the first one stands where the run before ends
+    };
+    struct Sorted {
+        OV::Array<std::uint32_t> rows;
+        OV::Array<Run> runs;
+        OV::Array<char16_t> texts;  ///< of the runs
     };
 
-    /// The text of the next row, in UTF-8.
-    void Add(const OV::String& text);
+    /// Where the text of the next row is appended, in UTF-8.
+    [[nodiscard]] OV::String& Bytes() noexcept { return bytes_; }
+    /// The text is complete.
+    void EndRow() { ends_.push_back(bytes_.size()); }
     /// Throws OV::InterruptedException when the calling thread is interrupted.
-    [[nodiscard]] OV::Array<Entry> Sort() const;
+    [[nodiscard]] Sorted Sort() const;
 
 private:
-    /// Texts by their number of first appearance.
-    std::unordered_map<OV::String, std::uint32_t> numbers_;
-    OV::Array<const OV::String*> texts_;
-    OV::Array<std::uint32_t> rows_;
+    OV::String bytes_;
+    OV::Array<std::size_t> ends_{0};
 };
 
 }  // namespace SYC::Detail
