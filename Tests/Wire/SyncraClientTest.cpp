@@ -226,11 +226,11 @@ TEST(SyncraClientTest, AnExpiredTokenIsRenewedOnceARequest)
 
 TEST(SyncraClientTest, PagesThatBringNothingOrNeverEndAreRefused)
 {
-    int pages = 0;
+    int number = 0;
     const ScriptedServer server([&](Peer& peer, const Asked& request) {
         peer.Answer(200, request.number == 1 ? Token
                                              : R"({"mails":[],"change":0,"cursor":")" +
-                                                   std::to_string(++pages) + R"("})");
+                                                   std::to_string(++number) + R"("})");
     });
     EXPECT_EQ(Outcome([&] { SignedIn(server)->GetMails(u"p", 0, [](const auto&, bool) {}); }),
               "MalformedResponseException");
@@ -238,11 +238,19 @@ TEST(SyncraClientTest, PagesThatBringNothingOrNeverEndAreRefused)
         const bool isLast = request.target.find("cursor=next") != std::string::npos;
         const std::string mail =
             R"({"mails":[{"id":"m","read":false,"copy":false,"historical":false,)"
-            R"("timeStamp":0,"header":{},"body":""}],"cursor":")";
-        peer.Answer(200, request.number == 1 ? Token : mail + (isLast ? "\"}" : "next\"}"));
+            R"("timeStamp":0,"header":{},"body":""}],"change":)";
+        peer.Answer(200, request.number == 1
+                             ? Token
+                             : mail + (isLast ? R"(6,"cursor":""})" : R"(5,"cursor":"next"})"));
     });
-    EXPECT_EQ(Outcome([&] { SignedIn(two)->GetMails(u"p", 0, mails); }), "-");
-    EXPECT_EQ(mails.size(), 2u);
+    std::string pages;
+    EXPECT_EQ(SignedIn(two)->GetMails(u"p", 0,
+                                      [&](const auto& page, bool isLast) {
+                                          pages +=
+                                              std::to_string(page.size()) + (isLast ? "." : ",");
+                                      }),
+              5u);
+    EXPECT_EQ(pages, "1,1.");
 
     const std::pair<std::uint64_t, std::uint64_t> beyond[] = {
         {41, 1}, {1, 4}, {~0ull, 0}, {0, ~0ull}};
