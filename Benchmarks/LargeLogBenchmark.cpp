@@ -1,15 +1,16 @@
+#include "Beside.hpp"
 #include "BinCacheHandler/BinCacheHandler.hpp"
 #include "IO/File.hpp"
 #include "Log/LogLineReader.hpp"
 #include "Log/LogTable.hpp"
 #include "SampleLog.hpp"
-#include "SideBySide.hpp"
 #include "Support/TemporaryFolder.hpp"
 
 #include <sqlite3.h>
 
 #include <cstdlib>
 #include <fstream>
+#include <functional>
 #include <malloc.h>
 #include <numeric>
 #include <optional>
@@ -107,6 +108,11 @@ double PeakOf(std::size_t before, Work&& work)
     return peak / static_cast<double>(Resident("VmRSS") - before);
 }
 
+double Milliseconds(const std::function<void()>& work)
+{
+    return Beside::Microseconds(Beside::Time(work)) / 1e3;
+}
+
 /// Of the processor: what touches no disk.
 double ProcessorMilliseconds(const std::function<void()>& work)
 {
@@ -116,7 +122,7 @@ double ProcessorMilliseconds(const std::function<void()>& work)
         work();
         times.push_back(static_cast<double>(std::clock() - begin) * 1000 / CLOCKS_PER_SEC);
     }
-    return Median(times);
+    return Beside::Median(times);
 }
 
 /// Its memory, and what is done with it: as from a server, in and out of the cache, and in a
@@ -158,8 +164,8 @@ void LogOfTenMillion(benchmark::State& state)
                 others.push_back(Milliseconds([&] { IO::File::Replace(other, bytes); }));
             }
         }
-        report("flush_ms", Median(ours));
-        report("flush_ratio", Median(ours) / Median(others));
+        report("flush_ms", Beside::Median(ours));
+        report("flush_ratio", Beside::Median(ours) / Beside::Median(others));
         IO::File::Delete(other);
         cache.SetProjectData({});
         ours.clear();
@@ -173,8 +179,8 @@ void LogOfTenMillion(benchmark::State& state)
                 benchmark::DoNotOptimize(IO::File::ReadAll(file, IO::File::MostOfLogFile));
             }));
         }
-        report("load_ms", Median(ours));
-        report("load_ratio", Median(ours) / Median(others));
+        report("load_ms", Beside::Median(ours));
+        report("load_ratio", Beside::Median(ours) / Beside::Median(others));
         malloc_trim(0);
         const std::size_t held = Held(), resident = Resident("VmRSS");
         SYC::BinCacheHandler loaded(u"bench");

@@ -1,3 +1,4 @@
+#include "Beside.hpp"
 #include "BinCacheHandler/BinCacheHandler.hpp"
 #include "EventLogUpdater.hpp"
 #include "IO/File.hpp"
@@ -7,7 +8,6 @@
 #include "LogLine/LogText.hpp"
 #include "OVRoot/Collation.hpp"
 #include "SampleLog.hpp"
-#include "SideBySide.hpp"
 #include "Support/TemporaryFolder.hpp"
 
 #include <sqlite3.h>
@@ -63,19 +63,19 @@ std::size_t SplitAll(OV::String& log)
 void LogParseBesideMemchr(benchmark::State& state)
 {
     OV::String log = LogOf(state.range(0));
-    SideBySide(
-        state, [&] { benchmark::DoNotOptimize(SplitAll(log)); },
-        [&] {
-            std::size_t lines = 0;
-            const char* const end = log.data() + log.size();
-            for (const char* at = log.data(); at != end; ++lines)
-                at = static_cast<const char*>(
-                         std::memchr(at, '\n', static_cast<std::size_t>(end - at))) +
-                     1;
-            benchmark::DoNotOptimize(lines);
-        });
+    Beside(state, "cutting a log into lines and fields", "memchr finds the line ends")
+        .RunCold([&] { benchmark::DoNotOptimize(SplitAll(log)); },
+                 [&] {
+                     std::size_t lines = 0;
+                     const char* const end = log.data() + log.size();
+                     for (const char* at = log.data(); at != end; ++lines)
+                         at = static_cast<const char*>(
+                                  std::memchr(at, '\n', static_cast<std::size_t>(end - at))) +
+                              1;
+                     benchmark::DoNotOptimize(lines);
+                 });
     state.counters["GB_per_s"] =
-        static_cast<double>(log.size()) / 1e6 / state.counters["ours_ms"].value;
+        static_cast<double>(log.size()) / 1e6 / (state.counters["ours_us"].value / 1e3);
 }
 
 void LogParseBesideCut(benchmark::State& state)
@@ -85,14 +85,14 @@ void LogParseBesideCut(benchmark::State& state)
     IO::File::Replace(IO::Location::FromPath(OV::FromUtf8(file.string())), LogOf(state.range(0)));
     const std::string command = "wc -l '" + file.string() + "' > /dev/null; cut -d '#' -f 1,2,3 '" +
                                 file.string() + "' > /dev/null";
-    SideBySide(
-        state,
-        [&] {
-            auto text = IO::File::ReadAll(IO::Location::FromPath(OV::FromUtf8(file.string())),
-                                          IO::File::MostOfLogFile);
-            benchmark::DoNotOptimize(SplitAll(text));
-        },
-        [&] { benchmark::DoNotOptimize(std::system(command.c_str())); });
+    Beside(state, "the same with reading its file", "the processes wc -l and cut")
+        .RunCold(
+            [&] {
+                auto text = IO::File::ReadAll(IO::Location::FromPath(OV::FromUtf8(file.string())),
+                                              IO::File::MostOfLogFile);
+                benchmark::DoNotOptimize(SplitAll(text));
+            },
+            [&] { benchmark::DoNotOptimize(std::system(command.c_str())); });
 }
 
 /// Time, user, or user and action.
@@ -112,6 +112,13 @@ struct Columns {
 };
 
 enum Order : std::int64_t { AsLogged, Shuffled };
+
+std::string WhatOf(Index kind, std::int64_t order)
+{
+    constexpr const char* names[] = {"time", "user", "user and action"};
+    return std::string("an index by ") + names[kind] +
+           (order == AsLogged ? ", lines as logged" : ", lines shuffled");
+}
 
 /// Both have the same texts in the same order, and make of them keys and their order. The other
 /// makes UTF-16 texts with the numbers of their rows and sorts them by `std::stable_sort`.
@@ -137,23 +144,25 @@ void LogIndexBesideSort(benchmark::State& state)
             return OV::FromUtf8(all[1]) + u'/' + OV::FromUtf8(all[2]) + u'/';
         return OV::FromUtf8(all[kind == ByTime ? 0 : 1]);
     };
-    SideBySide(
-        state,
-        [&] {
-            if (kind == ByUserAndAction)
-                build(CompositeStringIndex({1, 2}));
-            else
-                build(StringIndex(kind == ByTime ? 0 : 1));
-        },
-        [&] {
-            std::vector<std::pair<OV::UniString, std::uint32_t>> keys;
-            keys.reserve(columns.parts.size());
-            for (std::uint32_t row = 0; row < columns.parts.size(); ++row)
-                keys.emplace_back(keyOf(columns.parts[row]), row);
-            std::stable_sort(keys.begin(), keys.end(),
-                             [](const auto& a, const auto& b) { return a.first < b.first; });
-            benchmark::DoNotOptimize(keys.data());
-        });
+    Beside(state, WhatOf(kind, state.range(2)),
+           "std::stable_sort of the keys with their rows, in UTF-16",
+           kind == ByTime && state.range(2) == AsLogged ? 1.0 : 0)
+        .RunCold(
+            [&] {
+                if (kind == ByUserAndAction)
+                    build(CompositeStringIndex({1, 2}));
+                else
+                    build(StringIndex(kind == ByTime ? 0 : 1));
+            },
+            [&] {
+                std::vector<std::pair<OV::UniString, std::uint32_t>> keys;
+                keys.reserve(columns.parts.size());
+                for (std::uint32_t row = 0; row < columns.parts.size(); ++row)
+                    keys.emplace_back(keyOf(columns.parts[row]), row);
+                std::stable_sort(keys.begin(), keys.end(),
+                                 [](const auto& a, const auto& b) { return a.first < b.first; });
+                benchmark::DoNotOptimize(keys.data());
+            });
 }
 
 /// The order of the keys that `keyOf` makes of the lines, each once.
@@ -210,19 +219,20 @@ void SortLinesBesideSort(benchmark::State& state)
     Lines lines = LinesOf(65'535);
     std::shuffle(lines.begin(), lines.end(), std::mt19937(3));
     const auto field = static_cast<Field>(state.range(0));
-    SideBySide(
-        state,
-        [&] {
-            auto sorted = lines;
-            EventLogUpdater::SortLines(sorted, field, true);
-            benchmark::DoNotOptimize(std::as_const(sorted).front());
-        },
-        [&] {
-            Lines sorted;
-            for (const std::uint32_t at : SortByField(lines, field))
-                sorted.push_back(std::as_const(lines)[at]);
-            benchmark::DoNotOptimize(std::as_const(sorted).front());
-        });
+    Beside(state, "sorting 65,535 lines by a field",
+           "each key made once, std::stable_sort, and a copy")
+        .RunCold(
+            [&] {
+                auto sorted = lines;
+                EventLogUpdater::SortLines(sorted, field, true);
+                benchmark::DoNotOptimize(std::as_const(sorted).front());
+            },
+            [&] {
+                Lines sorted;
+                for (const std::uint32_t at : SortByField(lines, field))
+                    sorted.push_back(std::as_const(lines)[at]);
+                benchmark::DoNotOptimize(std::as_const(sorted).front());
+            });
 }
 
 /// The file of the one project.
@@ -239,15 +249,15 @@ void LogFlushBesideWrite(benchmark::State& state)
     cache.FlushCacheData();
     const auto bytes = IO::File::ReadAll(FileOf(cache), IO::File::MostOfLogFile);
     const auto other = cache.GetFolder().Appended(u"other");
-    SideBySide(
-        state,
-        [&] {
-            Lines lines = *cache.GetLines();
-            lines.push_back(lines.back());
-            cache.SetProjectData(lines);
-            cache.FlushCacheData();
-        },
-        [&] { IO::File::Replace(other, bytes); });
+    Beside(state, "flushing a log with one more line", "writing the same bytes as safely", 1.1)
+        .RunCold(
+            [&] {
+                Lines lines = *cache.GetLines();
+                lines.push_back(lines.back());
+                cache.SetProjectData(lines);
+                cache.FlushCacheData();
+            },
+            [&] { IO::File::Replace(other, bytes); });
 }
 
 /// A hundred new lines of a project that has few, from the cache to the file and to an observer
@@ -263,20 +273,20 @@ void LogUpdateBesideCopies(benchmark::State& state)
     const auto news = SYC::ReadLogLines(PagesOf(100).front(), project);
     const std::deque<LogDataLine> all(cache.GetLines()->begin(), cache.GetLines()->end());
     SYC::LogLines shown;
-    SideBySide(
-        state,
-        [&] {
-            Lines lines;
-            cache.GetProjectData(lines);
-            lines.append(news.begin(), news.end());
-            cache.SetProjectData(lines);
-            cache.FlushCacheData();
-            shown = cache.GetLines();
-        },
-        [&] {
-            for (int copy = 0; copy < 3; ++copy)
-                benchmark::DoNotOptimize(std::deque<LogDataLine>(all));
-        });
+    Beside(state, "a hundred lines of another project, with a flush", "three copies of all lines")
+        .RunCold(
+            [&] {
+                Lines lines;
+                cache.GetProjectData(lines);
+                lines.append(news.begin(), news.end());
+                cache.SetProjectData(lines);
+                cache.FlushCacheData();
+                shown = cache.GetLines();
+            },
+            [&] {
+                for (int copy = 0; copy < 3; ++copy)
+                    benchmark::DoNotOptimize(std::deque<LogDataLine>(all));
+            });
 }
 
 void LogLoadBesideRead(benchmark::State& state)
@@ -286,31 +296,29 @@ void LogLoadBesideRead(benchmark::State& state)
     cache.SetProjectData(LinesOf(state.range(0)));
     cache.FlushCacheData();
     std::vector<double> firstScreens;
-    SideBySide(
-        state,
-        [&] {
-            SYC::BinCacheHandler other(u"bench");
-            other.GetCacheData();
-        },
-        [&] {
-            benchmark::DoNotOptimize(IO::File::ReadAll(FileOf(cache), IO::File::MostOfLogFile));
-        });
+    Beside(state, "loading a log", "reading the same bytes", 1.3)
+        .RunCold(
+            [&] {
+                SYC::BinCacheHandler other(u"bench");
+                other.GetCacheData();
+            },
+            [&] {
+                benchmark::DoNotOptimize(IO::File::ReadAll(FileOf(cache), IO::File::MostOfLogFile));
+            });
     for (int round = 0; round < 5; ++round) {
-        const auto begin = std::chrono::steady_clock::now();
+        const auto begin = Beside::Clock::now();
         bool isFirst = true;
         SYC::BinCacheHandler other(u"bench");
         other.GetCacheData([&](const Lines& part, std::uint64_t, std::uint64_t) {
             if (std::exchange(isFirst, false)) {
                 const SYC::LogTable table(std::make_shared<Lines>(part), {0, 1, 2});
                 benchmark::DoNotOptimize(table.GetText(1, SYC::LogTable::Timestamp));
-                firstScreens.push_back(std::chrono::duration<double, std::milli>(
-                                           std::chrono::steady_clock::now() - begin)
-                                           .count());
+                firstScreens.push_back(Beside::Microseconds(Beside::Clock::now() - begin) / 1e3);
             }
             return true;
         });
     }
-    state.counters["first_screen_ms"] = Median(firstScreens);
+    state.counters["first_screen_ms"] = Beside::Median(firstScreens);
 }
 
 void LogMemory(benchmark::State& state)
@@ -402,42 +410,44 @@ void LogBesideSqlite(benchmark::State& state)
         std::to_string(question.to) + " AND user = 'Lena Fischer' ORDER BY time";
     switch (state.range(1)) {
     case 0:
-        SideBySide(
-            state, [&] { benchmark::DoNotOptimize(LinesOf(pages)); }, insert);
+        Beside(state, "lines from pages", "SQLite in memory inserts them", 0.5)
+            .RunCold([&] { benchmark::DoNotOptimize(LinesOf(pages)); }, insert);
         break;
     case 1:
-        SideBySide(
-            state,
-            [&] {
-                for (const auto kind : {ByTime, ByUser}) {
-                    StringIndex built(0);
-                    built.AddRows(static_cast<std::uint32_t>(count),
-                                  [&](std::uint32_t row, OV::Array<OV::StringView>& parts) {
-                                      parts.assign(1, columns.parts[row][kind == ByTime ? 0 : 1]);
-                                  });
-                    benchmark::DoNotOptimize(built.GetSize());
-                }
-                CompositeStringIndex both({1, 2});
-                both.AddRows(static_cast<std::uint32_t>(count),
-                             [&](std::uint32_t row, OV::Array<OV::StringView>& parts) {
-                                 parts = {columns.parts[row][1], columns.parts[row][2]};
-                             });
-                benchmark::DoNotOptimize(both.GetSize());
-            },
-            index);
+        Beside(state, "three indexes", "SQLite makes three", 0.5)
+            .RunCold(
+                [&] {
+                    for (const auto kind : {ByTime, ByUser}) {
+                        StringIndex built(0);
+                        built.AddRows(static_cast<std::uint32_t>(count),
+                                      [&](std::uint32_t row, OV::Array<OV::StringView>& parts) {
+                                          parts.assign(1,
+                                                       columns.parts[row][kind == ByTime ? 0 : 1]);
+                                      });
+                        benchmark::DoNotOptimize(built.GetSize());
+                    }
+                    CompositeStringIndex both({1, 2});
+                    both.AddRows(static_cast<std::uint32_t>(count),
+                                 [&](std::uint32_t row, OV::Array<OV::StringView>& parts) {
+                                     parts = {columns.parts[row][1], columns.parts[row][2]};
+                                 });
+                    benchmark::DoNotOptimize(both.GetSize());
+                },
+                index);
         break;
     default:
-        SideBySide(
-            state, [&] { benchmark::DoNotOptimize(question.Select(lines)); },
-            [&] {
-                sqlite3_stmt* statement = nullptr;
-                sqlite3_prepare_v2(database, query.c_str(), -1, &statement, nullptr);
-                std::size_t rows = 0;
-                while (sqlite3_step(statement) == SQLITE_ROW)
-                    ++rows;
-                sqlite3_finalize(statement);
-                benchmark::DoNotOptimize(rows);
-            });
+        Beside(state, "the viewer's filters", "SQLite answers the same question with its indexes",
+               0.5)
+            .RunCold([&] { benchmark::DoNotOptimize(question.Select(lines)); },
+                     [&] {
+                         sqlite3_stmt* statement = nullptr;
+                         sqlite3_prepare_v2(database, query.c_str(), -1, &statement, nullptr);
+                         std::size_t rows = 0;
+                         while (sqlite3_step(statement) == SQLITE_ROW)
+                             ++rows;
+                         sqlite3_finalize(statement);
+                         benchmark::DoNotOptimize(rows);
+                     });
     }
     sqlite3_close(database);
 }
@@ -446,14 +456,25 @@ constexpr std::int64_t Small = 10'000, Middle = 100'000, Large = 1'000'000;
 
 }  // namespace
 
-BENCHMARK(LogParseBesideMemchr)->Arg(Small)->Arg(Middle)->Arg(Large)->Iterations(7);
-BENCHMARK(LogParseBesideCut)->Arg(Large)->Iterations(3);
+BENCHMARK(LogParseBesideMemchr)
+    ->Arg(Small)
+    ->Arg(Middle)
+    ->Arg(Large)
+    ->UseManualTime()
+    ->Iterations(7);
+BENCHMARK(LogParseBesideCut)->Arg(Large)->UseManualTime()->Iterations(3);
 BENCHMARK(LogIndexBesideSort)
     ->ArgsProduct({{Small, Middle, Large}, {ByTime, ByUser, ByUserAndAction}, {AsLogged, Shuffled}})
+    ->UseManualTime()
     ->Iterations(3);
-BENCHMARK(SortLinesBesideSort)->DenseRange(1, 6)->Iterations(5);
-BENCHMARK(LogFlushBesideWrite)->Arg(Small)->Arg(Middle)->Arg(Large)->Iterations(5);
-BENCHMARK(LogUpdateBesideCopies)->Arg(Small)->Arg(Middle)->Arg(Large)->Iterations(5);
-BENCHMARK(LogLoadBesideRead)->Arg(Small)->Arg(Middle)->Arg(Large)->Iterations(5);
+BENCHMARK(SortLinesBesideSort)->DenseRange(1, 6)->UseManualTime()->Iterations(5);
+BENCHMARK(LogFlushBesideWrite)->Arg(Small)->Arg(Middle)->Arg(Large)->UseManualTime()->Iterations(5);
+BENCHMARK(LogUpdateBesideCopies)
+    ->Arg(Small)
+    ->Arg(Middle)
+    ->Arg(Large)
+    ->UseManualTime()
+    ->Iterations(5);
+BENCHMARK(LogLoadBesideRead)->Arg(Small)->Arg(Middle)->Arg(Large)->UseManualTime()->Iterations(5);
 BENCHMARK(LogMemory)->Arg(Small)->Arg(Middle)->Arg(Large)->Iterations(1);
-BENCHMARK(LogBesideSqlite)->ArgsProduct({{Large}, {0, 1, 2}})->Iterations(3);
+BENCHMARK(LogBesideSqlite)->ArgsProduct({{Large}, {0, 1, 2}})->UseManualTime()->Iterations(3);

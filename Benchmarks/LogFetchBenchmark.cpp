@@ -1,9 +1,9 @@
 // A whole log from the server into the cache beside its pages, asked for with nothing but curl.
 #include "BareClient.hpp"
+#include "Beside.hpp"
 #include "BinCacheHandler/BinCacheHandler.hpp"
 #include "EventLogUpdater.hpp"
 #include "SYClientBase/SyncraClientFactory.hpp"
-#include "SideBySide.hpp"
 #include "Support/TemporaryFolder.hpp"
 #include "SyncraClient/SyncraClient.hpp"
 
@@ -63,26 +63,31 @@ void LogFetchBesideBare(benchmark::State& state)
         }
     double lines = 0;
     int round = 0;
-    SideBySide(
-        state,
-        [&] {
-            SYC::BinCacheHandler cache(u"fetch" + OV::ToText(round++));
-            EventLogUpdater updater(source, cache);
-            updater.Update();
-            lines = static_cast<double>(cache.GetLines()->size());
-        },
-        [&] {
-            for (const auto& project : projects)
-                for (std::uint64_t next = 0, left = 1; left > 0;) {
-                    const std::string& answer = bare.Get(PathOf(project, next));
-                    next = NumberOf(answer, "next");
-                    left = NumberOf(answer, "left");
-                }
-        });
+    Beside(state, "a whole log from the server into the cache", "its pages by curl", 2.0)
+        .RunCold(
+            [&] {
+                SYC::BinCacheHandler cache(u"fetch" + OV::ToText(round++));
+                EventLogUpdater updater(source, cache);
+                updater.Update();
+                lines = static_cast<double>(cache.GetLines()->size());
+            },
+            [&] {
+                for (const auto& project : projects)
+                    for (std::uint64_t next = 0, left = 1; left > 0;) {
+                        const std::string& answer = bare.Get(PathOf(project, next));
+                        next = NumberOf(answer, "next");
+                        left = NumberOf(answer, "left");
+                    }
+            });
     state.counters["lines"] = lines;
-    state.counters["us_per_line"] = state.counters["ours_ms"].value * 1000 / lines;
+    state.counters["us_per_line"] = state.counters["ours_us"].value / lines;
 }
-BENCHMARK(LogFetchBesideBare)->Arg(LargeStore)->Iterations(1);
-BENCHMARK(LogFetchBesideBare)->Arg(10'000)->Arg(100'000)->Arg(1'000'000)->Iterations(3);
+BENCHMARK(LogFetchBesideBare)->Arg(LargeStore)->UseManualTime()->Iterations(1);
+BENCHMARK(LogFetchBesideBare)
+    ->Arg(10'000)
+    ->Arg(100'000)
+    ->Arg(1'000'000)
+    ->UseManualTime()
+    ->Iterations(3);
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include "SyncraProtocol/ErrorCode.hpp"
 
 #include <algorithm>
+#include <charconv>
 #include <utility>
 
 namespace Nexar {
@@ -76,6 +77,15 @@ HttpResponse ErrorResponse(int status, std::int32_t code, std::string_view messa
 {
     using namespace Syncra::Protocol;
     return {status, WriteJson(RefusalBody{code, OV::FromUtf8(message)})};
+}
+
+std::optional<std::uint64_t> ReadNumber(std::string_view text)
+{
+    std::uint64_t number = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    if (error != std::errc() || end != text.data() + text.size())
+        return std::nullopt;
+    return number;
 }
 
 bool ParseTarget(std::string_view target, HttpRequest& request)

@@ -71,6 +71,9 @@ using HeadCheck = std::function<HeadVerdict(const HttpRequest&)>;
 /// {"code": n, "message": "..."} with the given status.
 [[nodiscard]] HttpResponse ErrorResponse(int status, std::int32_t code, std::string_view message);
 
+/// A whole number; nothing when the text is anything else.
+[[nodiscard]] std::optional<std::uint64_t> ReadNumber(std::string_view text);
+
 /// Takes "/a/b%20c?d=e" apart; false when the encoding is damaged.
 [[nodiscard]] bool ParseTarget(std::string_view target, HttpRequest& request);
 

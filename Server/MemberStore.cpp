@@ -21,8 +21,9 @@ constexpr const char* MayInProject =
     "SELECT 1 FROM members m JOIN roles r ON r.name = m.role JOIN permissions p ON p.name = ?1 "
     "WHERE m.user_id = ?2 AND m.project_id = ?3 AND " NEXAR_ROLE_HAS_PERMISSION;
 
+#define NEXAR_COLUMNS_OF_MEMBER "m.logon_id, u.login, u.full_name, u.id, u.color, m.role"
 #define NEXAR_MEMBERS_AT_WORK                                                                      \
-    "SELECT m.logon_id, u.login, u.full_name, u.id, u.color, m.role, u.photo, "                    \
+    "SELECT " NEXAR_COLUMNS_OF_MEMBER ", u.photo, "                                                \
     "iif(s.id IS NULL, '', coalesce(nullif(a.value, ''), 'Normal')) "                              \
     "FROM members m CROSS JOIN users u ON u.id = m.user_id LEFT JOIN sessions s "                  \
     "ON s.project_id = m.project_id AND s.user_id = m.user_id LEFT JOIN session_attributes a "     \
@@ -45,8 +46,8 @@ Member ReadMember(const Statement& row)
 
 std::vector<Member> MemberStore::List(const std::string& projectId)
 {
-    auto query = database_.Prepare("SELECT m.logon_id, u.login, u.full_name, u.id, u.color, m.role "
-                                   "FROM members m JOIN users u ON u.id = m.user_id "
+    auto query = database_.Prepare("SELECT " NEXAR_COLUMNS_OF_MEMBER
+                                   " FROM members m JOIN users u ON u.id = m.user_id "
                                    "WHERE m.project_id = ?1 ORDER BY m.logon_id");
     query.Bind(1, projectId);
     RolePermissions permissions(database_);

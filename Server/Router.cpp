@@ -4,7 +4,6 @@
 #include "OVRoot/Logger.hpp"
 
 #include <atomic>
-#include <charconv>
 #include <memory>
 #include <utility>
 
@@ -53,12 +52,9 @@ std::uint64_t Call::QueryNumber(const std::string& name, std::uint64_t fallback)
     const auto found = request.query.find(name);
     if (found == request.query.end())
         return fallback;
-    std::uint64_t number = 0;
-    const auto& text = found->second;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    if (error != std::errc() || end != text.data() + text.size())
-        throw Refusal(ErrorCode::BadRequest, "\"" + name + "\" in the query is no whole number.");
-    return number;
+    if (const auto number = ReadNumber(found->second))
+        return *number;
+    throw Refusal(ErrorCode::BadRequest, "\"" + name + "\" in the query is no whole number.");
 }
 
 std::string Call::QueryText(const std::string& name) const

@@ -5,7 +5,6 @@
 #include "OVRoot/Guid.hpp"
 
 #include <algorithm>
-#include <charconv>
 #include <iterator>
 #include <utility>
 
@@ -25,23 +24,10 @@ bool IsAboutMembers(SignalId id)
     return id == SignalId::MembersChanged || id == SignalId::SessionsChanged;
 }
 
-/// The whole number that follows `front` in `text`; nothing when the text has another form.
-std::optional<std::uint64_t> NumberBehind(std::string_view front, std::string_view text)
-{
-    if (!text.starts_with(front))
-        return std::nullopt;
-    text.remove_prefix(front.size());
-    std::uint64_t number = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    if (error != std::errc() || end != text.data() + text.size())
-        return std::nullopt;
-    return number;
-}
-
 }  // namespace
 
 SignalHub::SignalHub(HttpServer& server)
-    : server_(server), life_(OV::ToUtf8(OV::Guid::Generate().ToText()))
+    : server_(server), life_(OV::ToUtf8(OV::Guid::Generate().ToText()) + ".")
 {}
 
 void SignalHub::Raise(const std::string& projectId, SignalId id)
@@ -82,9 +68,11 @@ void SignalHub::RaiseNow(const std::string& projectId, SignalId id,
 SignalHub::MembersChanged SignalHub::MembersChangedAfter(const std::string& projectId,
                                                          const std::string& place) const
 {
-    MembersChanged result{std::nullopt, life_ + "." + std::to_string(sequence_)};
+    MembersChanged result{std::nullopt, life_ + std::to_string(sequence_)};
     const auto project = projects_.find(projectId);
-    const auto after = NumberBehind(life_ + ".", place);
+    const auto after = place.starts_with(life_)
+                           ? ReadNumber(std::string_view(place).substr(life_.size()))
+                           : std::nullopt;
     if (!after || (project != projects_.end() && *after < project->second.forgotten))
         return result;
     UserIds since;

@@ -82,7 +82,7 @@ private:
     HttpServer& server_;
     std::map<std::string, Project> projects_;
     std::uint64_t sequence_ = 0;
-    /// Tells places of this life of the server from those of others.
+    /// What places of this life of the server begin with.
     const std::string life_;
     bool stopping_ = false;
 };

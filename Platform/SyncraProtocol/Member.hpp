@@ -25,8 +25,6 @@ struct SYC_API Member {
 struct SYC_API MemberAtWork : Member {
     OV::UniString photo;    ///< changes with his photo; empty when he has none
     OV::UniString session;  ///< the type of his session; empty when he has none
-
-    friend bool operator==(const MemberAtWork&, const MemberAtWork&) = default;
 };
 
 /// Who became another since a client asked last.
@@ -35,8 +33,6 @@ struct SYC_API MemberChanges {
     OV::Array<OV::Guid> gone;
     bool isWhole = false;  ///< `members` are all there are
     OV::UniString place;   ///< what the next request passes on
-
-    friend bool operator==(const MemberChanges&, const MemberChanges&) = default;
 };
 
 /// A user's photo as the management service keeps it. Type and data are empty when there is none.

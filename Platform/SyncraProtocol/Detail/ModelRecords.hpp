@@ -43,7 +43,7 @@ void Describe(Visitor& v, Session& session)
 }
 
 template <class Visitor>
-void Describe(Visitor& v, Member& member)
+void DescribeMember(Visitor& v, Member& member)
 {
     v("id", member.id, Between{1, 32767});
     v("loginName", member.loginName);
@@ -51,6 +51,12 @@ void Describe(Visitor& v, Member& member)
     v("guid", member.guid);
     v("color", member.color, Between{0, 0xFFFFFF});
     v("roleName", member.roleName);
+}
+
+template <class Visitor>
+void Describe(Visitor& v, Member& member)
+{
+    DescribeMember(v, member);
     v("permissions", member.permissions);
 }
 
@@ -58,12 +64,7 @@ void Describe(Visitor& v, Member& member)
 template <class Visitor>
 void Describe(Visitor& v, MemberAtWork& member)
 {
-    v("id", member.id, Between{1, 32767});
-    v("loginName", member.loginName);
-    v("fullName", member.fullName);
-    v("guid", member.guid);
-    v("color", member.color, Between{0, 0xFFFFFF});
-    v("roleName", member.roleName);
+    DescribeMember(v, member);
     v("photo", member.photo);
     v("session", member.session);
 }

@@ -102,13 +102,11 @@ bool TakePieces(const Lines& lines, const Project& project, Take&& take)
     for (const auto& [first, end] : project.stretches)
         for (std::size_t at = first; at < end; ++at) {
             lines[at].AppendRecord(records);
-            // Pieces of whole pages: the system then has none that is written twice.
-            const std::size_t whole = records.size() - records.size() % usualBytes;
-            if (whole == 0)
+            if (records.size() < usualBytes)
                 continue;
-            if (!take(OV::StringView(records).substr(0, whole)))
+            if (!take(OV::StringView(records)))
                 return false;
-            records.erase(0, whole);
+            records.clear();
         }
     return take(OV::StringView(records));
 }
