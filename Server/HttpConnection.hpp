@@ -59,6 +59,7 @@ struct Shared {
     Streams idle;       ///< wait for a request, may be closed at any time
     Streams receiving;  ///< have begun a request, or drain a refused one
     std::size_t connections = 0;
+    std::size_t turnedAway = 0;  ///< are being told that there is no room for them
     std::unordered_map<std::string, std::size_t> addresses;  ///< connections of each
     std::size_t bytesInFlight = 0;
     std::size_t underWay = 0;  ///< requests that are being answered, the held ones among them
@@ -110,6 +111,15 @@ inline HttpResponse TooMuchInFlight()
     HttpResponse response =
         ErrorResponse(429, static_cast<std::int32_t>(ErrorCode::TooManyRequests),
                       "The server receives as much as it can. Try again in a moment.");
+    response.headers.emplace_back("Retry-After", "2");
+    return response;
+}
+
+inline HttpResponse NoRoom()
+{
+    HttpResponse response =
+        ErrorResponse(429, static_cast<std::int32_t>(ErrorCode::TooManyRequests),
+                      "There are too many connections, of the server or of your address.");
     response.headers.emplace_back("Retry-After", "2");
     return response;
 }
@@ -349,6 +359,13 @@ public:
         while (goesOn)
             goesOn = co_await ServeOne();
         co_await EndSending(shared_, stream_);
+    }
+
+    /// Tells a client for whom there is no room.
+    asio::awaitable<void> TurnAway()
+    {
+        const Share told(shared_.turnedAway, 1);
+        co_await Refuse(NoRoom());
     }
 
 private:

@@ -25,6 +25,7 @@ using namespace Http;
 
 /// Of the store, the log, the ports and of those who are turned away.
 constexpr std::size_t OtherDescriptors = 64;
+constexpr std::size_t MostTurnedAway = 32;
 constexpr seconds LongestStop{10};
 /// What a client has begun to send when the server stops may still arrive for so long.
 constexpr seconds LateDelivery{1};
@@ -52,6 +53,13 @@ asio::awaitable<void> ServeConnection(Shared& shared, tcp::socket socket, const 
     } catch (const std::exception&) {
         // A broken connection concerns its client only.
     }
+}
+
+/// A handshake costs too much to tell those who are too many anyway: protected, it just ends.
+asio::awaitable<void> TurnAway(Shared& shared, tcp::socket socket, const Listener& listener)
+{
+    Connection<Plain> connection(shared, Plain(std::move(socket)), listener);
+    co_await connection.TurnAway();
 }
 
 bool HasRoom(const Shared& shared, const tcp::socket& socket)
@@ -105,6 +113,9 @@ void Accept(Shared& shared, Listener& listener, const Standing::Token& token)
         }
         if (HasRoom(shared, socket))
             asio::co_spawn(shared.context, ServeConnection(shared, std::move(socket), listener),
+                           asio::detached);
+        else if (!shared.tls && shared.turnedAway < MostTurnedAway)
+            asio::co_spawn(shared.context, TurnAway(shared, std::move(socket), listener),
                            asio::detached);
         Accept(shared, listener, token);
     };

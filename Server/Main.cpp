@@ -270,6 +270,7 @@ void Serve(const Options& options)
     SendLogTo(writer, options.logsJson);
     const ResetLog reset;
     PasswordHash hash(options.cost);
+    StoreTools::KeepPrivate(StorePath(options));
     Database database(StorePath(options));
     if (options.newUser) {
         AddUser(database, hash, options);

@@ -4,6 +4,7 @@
 #include "Schema.hpp"
 
 #include "IO/File.hpp"
+#include "OVRoot/Logger.hpp"
 
 #include <sqlite3.h>
 
@@ -151,6 +152,21 @@ std::string Restore(const std::string& store, const std::string& file)
 std::vector<std::string> Check(const std::string& store)
 {
     return Problems(OpenStore(store).get());
+}
+
+void KeepPrivate(const std::string& store)
+{
+    constexpr fs::perms others = fs::perms::group_all | fs::perms::others_all;
+    for (const char* ending : {"", "-wal", "-shm"}) {
+        const fs::path file = store + ending;
+        std::error_code error;
+        if ((fs::status(file, error).permissions() & others) == fs::perms::none || error)
+            continue;
+        fs::permissions(file, others, fs::perm_options::remove, error);
+        if (error)
+            OV::Logger::Warning("nexar-server", OV::FromUtf8("Others may read \"" + file.string() +
+                                                             "\": " + error.message() + "."));
+    }
 }
 
 void Compact(const std::string& store)

@@ -15,6 +15,9 @@ void Backup(const std::string& store, const std::string& file);
 std::string Restore(const std::string& store, const std::string& file);
 /// What is wrong with the store, a line each; none when nothing is.
 [[nodiscard]] std::vector<std::string> Check(const std::string& store);
+/// Takes others' rights to read a store away, which it may have brought along from elsewhere. A
+/// warning in the log says when that cannot be done.
+void KeepPrivate(const std::string& store);
 /// Gives back the room of what was deleted.
 void Compact(const std::string& store);
 

@@ -93,7 +93,9 @@ TEST_F(LimitsTest, EachIsToldByItsCodeAndConcernsNobodyElse)
     std::list<RawHttp> silent;
     for (int i = 0; i < 8; ++i)
         silent.emplace_back(server.ModelPort());
-    EXPECT_TRUE(RawHttp(server.ModelPort()).IsClosedByServer()) << "the tenth of this address";
+    RawHttp tenth(server.ModelPort());
+    EXPECT_EQ(ReadAnswer(tenth).Code(), 26) << "the tenth of this address";
+    EXPECT_TRUE(tenth.IsClosedByServer());
     EXPECT_EQ(jonas.Ask("GET", "/syncra/v1/ports").status, 200);
 }
 

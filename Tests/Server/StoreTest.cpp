@@ -13,6 +13,10 @@ using StoreTest = ServerTest;
 TEST_F(StoreTest, OnlyItsUserMayReadTheStoreAndNothingSecretIsInReach)
 {
     const std::string secret = "correct-horse-\xc3\xa4";
+    ASSERT_EQ(server.Terminate(), 0);
+    fs::permissions(server.StorePath(), fs::perms::group_read | fs::perms::others_read,
+                    fs::perm_options::add);
+    server.Start();
     WriteBytes(folder.Path() / "password", secret + "\r\nsecond line");
     ASSERT_EQ(ServerProcess::Run({"--data", server.StorePath(), "--hash", "minimum", "--add-user",
                                   "new.user", "--password-file", folder.Path() / "password"},
