@@ -342,6 +342,22 @@ void HttpClient::ThrowIfUnusable() const
     throw UntrustedServerException(server);
 }
 
+void HttpClient::SendLast(HttpRequest request) noexcept
+{
+    try {
+        state_->ThrowIfStopped({});
+        curl_easy_setopt(
+            state_->easy.get(), CURLOPT_OPENSOCKETFUNCTION,
+            +[](void*, curlsocktype, curl_sockaddr*) -> curl_socket_t { return CURL_SOCKET_BAD; });
+        request.timeoutMilliseconds = 1;
+        (void)PerformOnce(request, {});
+    } catch (const OV::Exception&) {
+        // The server forgets by itself, only later.
+    } catch (const std::exception&) {
+    }
+    curl_easy_setopt(state_->easy.get(), CURLOPT_OPENSOCKETFUNCTION, nullptr);
+}
+
 UntrustedServer HttpClient::ReadCertificate()
 {
     HttpClient look({address_.host, address_.port, true}, state_->options);

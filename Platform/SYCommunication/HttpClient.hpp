@@ -53,6 +53,10 @@ public:
     /// called, within 100 ms.
     [[nodiscard]] HttpResponse Perform(const HttpRequest& request);
 
+    /// Sends a last word that nobody depends on, on the connection that is kept; without one nothing
+    /// happens. Neither connects, nor asks anybody, nor waits for more than a millisecond.
+    void SendLast(HttpRequest request) noexcept;
+
     /// Makes a TLS connection and ends it in the handshake: the certificate of the server, and what
     /// is wrong with it. Asks nobody and sends no request. Throws as Perform does.
     [[nodiscard]] UntrustedServer ReadCertificate();

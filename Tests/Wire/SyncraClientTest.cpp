@@ -1,6 +1,7 @@
 #include "SyncraClient/SyncraClient.hpp"
 #include "SYClientBase/SyncraClientFactory.hpp"
 #include "SYCommunication/PagedReading.hpp"
+#include "Support/Eventually.hpp"
 #include "Support/ScriptedServer.hpp"
 #include "Support/Thrown.hpp"
 
@@ -198,6 +199,7 @@ TEST(SyncraClientTest, AnExpiredTokenIsRenewedOnceARequest)
     std::atomic<int> signIns = 0;
     std::atomic<int> oldest = 1;
     std::atomic<int> sessions = 0;
+    std::atomic<int> left = 0;
     const ScriptedServer server([&](Peer& peer, const Asked& request) {
         if (request.target == "/syncra/v1/sign-in") {
             peer.Answer(200,
@@ -206,12 +208,15 @@ TEST(SyncraClientTest, AnExpiredTokenIsRenewedOnceARequest)
             return;
         }
         const std::size_t at = request.head.find("Bearer ");
-        if (std::stoi(request.head.substr(at + 7)) < oldest)
+        if (request.target == "/syncra/v1/sign-out") {
+            left = std::stoi(request.head.substr(at + 7));
+            peer.Answer(200, "{}");
+        } else if (std::stoi(request.head.substr(at + 7)) < oldest)
             peer.Answer(401, R"({"code":15,"message":"too old"})");
         else if (++sessions)
             peer.Answer(200, "{}");
     });
-    const auto client = SignedIn(server);
+    auto client = SignedIn(server);
     client->CloseSession(u"s");
     EXPECT_EQ(signIns, 1);
     oldest = 2;
@@ -222,6 +227,8 @@ TEST(SyncraClientTest, AnExpiredTokenIsRenewedOnceARequest)
     oldest = 1000;
     EXPECT_EQ(Outcome([&] { client->CloseSession(u"s"); }), "refused 15");
     EXPECT_EQ(signIns, 3) << "not again and again";
+    client.reset();
+    EXPECT_TRUE(Eventually([&] { return left == 3; })) << "whoever goes takes his token back";
 }
 
 TEST(SyncraClientTest, PagesThatBringNothingOrNeverEndAreRefused)

@@ -66,6 +66,20 @@ JsonRequests::JsonRequests(const SignInData& data, const Communication::HttpOpti
     SignIn();
 }
 
+JsonRequests::~JsonRequests()
+{
+    try {
+        HttpRequest request;
+        request.method = Communication::HttpMethod::Post;
+        request.target = "/syncra/v1/sign-out";
+        request.body = "{}";
+        request.token = std::move(token_);
+        http_.SendLast(std::move(request));
+    } catch (const std::bad_alloc&) {
+        // The server takes the token back when nobody has used it for a while.
+    }
+}
+
 void JsonRequests::SignIn()
 {
     HttpRequest request;

@@ -34,11 +34,12 @@ private:
 /// at a time, except Cancel.
 class JsonRequests {
 public:
-    /// Signs in; throws as Connect does. Never signs out: that would cost every client a request,
-    /// and hold up whoever closes a project whose server is gone. An unused token dies on the
-    /// server. Paths begin behind `root`.
+    /// Signs in; throws as Connect does. Paths begin behind `root`.
     JsonRequests(const SignInData& data, const Communication::HttpOptions& options,
                  OV::String root = "/syncra/v1");
+    /// Signs out when the connection still stands, and waits for nobody: an unused token dies on the
+    /// server anyway.
+    ~JsonRequests();
     JsonRequests(const JsonRequests&) = delete;
     JsonRequests& operator=(const JsonRequests&) = delete;
 
