@@ -29,6 +29,12 @@ struct Scenario {
     std::function<Figures(const Stage&)> run;
 };
 
+/// A membership asked for at fixed times, alone and beside what takes long.
+[[nodiscard]] Figures SmallRequestBeside(const Stage& stage);
+/// Common requests to the store of the stage, and to the one that SYCLIENT_LARGE_STORE names, which
+/// Tools/large-store/make made for this version; no figures without it.
+[[nodiscard]] Figures LargeStoreBesideSmall(const Stage& stage);
+
 /// All of them, those that measure a busy server first.
 [[nodiscard]] std::vector<Scenario> AllScenarios();
 
