@@ -1,6 +1,7 @@
 #pragma once
 
 #include "CachedProjectInfo.hpp"
+#include "Failure.hpp"
 #include "OVRoot/Export.hpp"
 #include "SYClientBase/ProjectConnectionManagerInterface.hpp"
 
@@ -10,8 +11,9 @@
 namespace SYC {
 
 /// The connection manager for a host that has none of its own: one opened project, its cache below
-/// a data folder, its signal client, and a sink for the events that the user must hear about. Used
-/// on the thread that made it; the event sink is called on the thread that posts.
+/// a data folder, its signal client, and a sink for the events that the user must hear about. For
+/// one thread at a time (a check on a worker is that one); the event sink is called on the thread
+/// that posts.
 class SYC_API ClientProjectConnectionManager final
     : public SYCB::ProjectConnectionManagerInterface {
 public:
@@ -36,9 +38,16 @@ public:
     /// read; so does GetSessionId.
     [[nodiscard]] std::shared_ptr<CachedProjectInfo> FindCache() const;
 
-    /// Begins to listen for the signals of the opened project, after a check that passed.
+    /// Begins to listen for the signals of the opened project, after a check that passed. Neither
+    /// of the two waits for the server.
     void StartSignals(const OV::UniString& projectId);
     void StopSignals();
+    /// Why the opened project is offline although its signals are listened for; none while it is
+    /// online. Safe on any thread.
+    [[nodiscard]] Failure GetLastFailure() const
+    {
+        return DescribeException(signalClient_.GetFailure());
+    }
 
 private:
     IO::Location projectLocation_;
