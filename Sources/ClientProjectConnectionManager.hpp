@@ -10,6 +10,8 @@
 
 namespace SYC {
 
+class CacheHold;
+
 /// The connection manager for a host that has none of its own: one opened project, its cache below
 /// a data folder, its signal client, and a sink for the events that the user must hear about. For
 /// one thread at a time (a check on a worker is that one); the event sink is called on the thread
@@ -26,8 +28,9 @@ public:
     ~ClientProjectConnectionManager() override;
 
     [[nodiscard]] IO::Location GetProjectLocation() const override { return projectLocation_; }
-    /// The project's cache: found below the data folder, or made on the first call. Throws what the
-    /// disk throws.
+    /// The project's cache: found below the data folder, or made on the first call. From then on,
+    /// as long as this object lives, nobody removes it (see CleanUp.hpp). Throws what the disk
+    /// throws.
     [[nodiscard]] std::shared_ptr<SYCB::CachedProjectInfo> GetCachedProjectInfo() override;
     [[nodiscard]] SYCB::PKSignalClient& GetSignalClient() override { return signalClient_; }
     [[nodiscard]] OV::UniString GetSessionId() const override;
@@ -54,6 +57,7 @@ private:
     IO::Location dataFolder_;
     EventSink eventSink_;
     mutable std::shared_ptr<CachedProjectInfo> cache_;
+    std::unique_ptr<CacheHold> hold_;
     SYCB::PKSignalClient signalClient_;
 };
 

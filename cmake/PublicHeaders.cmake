@@ -9,6 +9,7 @@ set(headers
   Sources/CachedProjectInfoObserver.hpp
   Sources/CheckOptions.hpp
   Sources/CheckResult.hpp
+  Sources/CleanUp.hpp
   Sources/ClientProjectConnectionManager.hpp
   Sources/ClientProjectData.hpp
   Sources/ClientProjectDataObserver.hpp
