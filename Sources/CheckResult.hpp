@@ -4,15 +4,18 @@
 
 namespace SYC {
 
-/// Outcome of a project connection's check. The numbers are fixed; 4 is not in use.
+/// Outcome of a project connection's check; Failure.hpp has its words. The numbers are fixed; 4 is
+/// not in use.
 enum class CheckResult : std::int32_t {
     Passed = 0,
-    Offline = 1,           ///< no manager, no client, no server, no session, or an unexpected error
-    AccessDenied = 2,      ///< not a member, or the server refused the credentials
-    SessionInUse = 3,      ///< the project session is in use on another computer
-    ProjectMismatch = 5,   ///< a project of that name exists but is not the expected one
-    ProjectNotFound = 6,   ///< no such project, or another one carries its name now
-    ForbiddenByState = 7,  ///< the state of the project on the server forbids the operation
+    Offline = 1,       ///< no manager, no client, no server, no session, or an unexpected error
+    AccessDenied = 2,  ///< not a member, or the server refused the credentials
+    SessionInUse = 3,  ///< the project session is in use on another computer
+    /// A project of that name exists and the user cannot see it, or the cached session ended
+    /// elsewhere; then a check with a new session (CheckOptions::newSession) is the cure.
+    ProjectMismatch = 5,
+    ProjectNotFound = 6,      ///< no such project, or another one carries its name now
+    ForbiddenByState = 7,     ///< locked (writing), or under maintenance: no event tells the latter
     IncompatibleVersion = 8,  ///< the server's version does not go with this client
 };
 

@@ -1,5 +1,6 @@
 #include "ClientProjectConnectionManager.hpp"
 
+#include "Cache/Detail/CacheHold.hpp"
 #include "OVRoot/Exception.hpp"
 #include "OVRoot/HeldLocks.hpp"
 #include "OVRoot/Logger.hpp"
@@ -39,6 +40,8 @@ std::shared_ptr<SYCB::CachedProjectInfo> ClientProjectConnectionManager::GetCach
 {
     if (!FindCache())
         cache_ = registeredProjects().CreateCachedProjectInfo(projectLocation_, dataFolder_);
+    if (!hold_)
+        hold_ = CacheHold::Take(cache_->GetCacheFolderLocation());
     return cache_;
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "CachedProjectInfo.hpp"
+#include "Failure.hpp"
 #include "OVRoot/Export.hpp"
 #include "SYClientBase/ProjectConnectionManagerInterface.hpp"
 
@@ -9,9 +10,12 @@
 
 namespace SYC {
 
+class CacheHold;
+
 /// The connection manager for a host that has none of its own: one opened project, its cache below
-/// a data folder, its signal client, and a sink for the events that the user must hear about. Used
-/// on the thread that made it; the event sink is called on the thread that posts.
+/// a data folder, its signal client, and a sink for the events that the user must hear about. For
+/// one thread at a time (a check on a worker is that one); the event sink is called on the thread
+/// that posts.
 class SYC_API ClientProjectConnectionManager final
     : public SYCB::ProjectConnectionManagerInterface {
 public:
@@ -24,8 +28,9 @@ public:
     ~ClientProjectConnectionManager() override;
 
     [[nodiscard]] IO::Location GetProjectLocation() const override { return projectLocation_; }
-    /// The project's cache: found below the data folder, or made on the first call. Throws what the
-    /// disk throws.
+    /// The project's cache: found below the data folder, or made on the first call. From then on,
+    /// as long as this object lives, nobody removes it (see CleanUp.hpp). Throws what the disk
+    /// throws.
     [[nodiscard]] std::shared_ptr<SYCB::CachedProjectInfo> GetCachedProjectInfo() override;
     [[nodiscard]] SYCB::PKSignalClient& GetSignalClient() override { return signalClient_; }
     [[nodiscard]] OV::UniString GetSessionId() const override;
@@ -36,15 +41,23 @@ public:
     /// read; so does GetSessionId.
     [[nodiscard]] std::shared_ptr<CachedProjectInfo> FindCache() const;
 
-    /// Begins to listen for the signals of the opened project, after a check that passed.
+    /// Begins to listen for the signals of the opened project, after a check that passed. Neither
+    /// of the two waits for the server.
     void StartSignals(const OV::UniString& projectId);
     void StopSignals();
+    /// Why the opened project is offline although its signals are listened for; none while it is
+    /// online. Safe on any thread.
+    [[nodiscard]] Failure GetLastFailure() const
+    {
+        return DescribeException(signalClient_.GetFailure());
+    }
 
 private:
     IO::Location projectLocation_;
     IO::Location dataFolder_;
     EventSink eventSink_;
     mutable std::shared_ptr<CachedProjectInfo> cache_;
+    std::unique_ptr<CacheHold> hold_;
     SYCB::PKSignalClient signalClient_;
 };
 

@@ -36,6 +36,11 @@ public:
     /// Observers must outlive this object or detach.
     void Attach(ClientProjectDataObserver& observer) { observers_.Attach(observer); }
     void Detach(ClientProjectDataObserver& observer) { observers_.Detach(observer); }
+    /// Attached for as long as the answer lives (see OVRoot/EventSource.hpp).
+    [[nodiscard]] OV::Subscription Subscribe(ClientProjectDataObserver& observer)
+    {
+        return observers_.Subscribe(observer);
+    }
     void NotifyFieldChanged(ChangedField field);
 
     [[nodiscard]] const OV::UniString& GetServerName() const { return fields_.serverName; }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "OVRoot/EventSource.hpp"
 #include "OVRoot/Export.hpp"
 #include <cstdint>
 
@@ -7,7 +8,7 @@ namespace SYC {
 
 class ClientProjectData;
 
-class SYC_API ClientProjectDataObserver {
+class SYC_API ClientProjectDataObserver : public OV::ObserverBase {
 public:
     enum class ChangedField : std::int32_t {
         ServerName,

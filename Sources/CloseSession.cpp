@@ -1,14 +1,20 @@
 #include "CloseSession.hpp"
 
+#include "Failure.hpp"
+#include "Files/ResourceNumbers.hpp"
 #include "OVRoot/ExceptionText.hpp"
 #include "OVRoot/Logger.hpp"
+#include "OVRoot/Resources.hpp"
 #include "ProjectConnectionInfo.hpp"
 #include "SYClientBase/SyncraClientFactory.hpp"
+#include "SyncraProtocol/ErrorCode.hpp"
 #include "SyncraURL.hpp"
 
 namespace SYC {
 
 namespace {
+
+constexpr int NoSessionToClose = 3;
 
 void LogOutcome(OV::UniStringView format, const char16_t* outcome,
                 const Inner::ProjectConnectionInfo& info)
@@ -17,21 +23,32 @@ void LogOutcome(OV::UniStringView format, const char16_t* outcome,
                      {outcome, info.serverName, info.port, info.userName});
 }
 
-bool CloseOnServer(SYCB::ProjectConnectionManagerInterface& manager)
+/// One that ended elsewhere is closed as well.
+bool HasEnded(const Failure& failure)
+{
+    return failure.code == static_cast<std::int32_t>(Syncra::Protocol::ErrorCode::NotFound);
+}
+
+Failure CloseOnServer(SYCB::ProjectConnectionManagerInterface& manager)
 {
     Inner::ProjectConnectionInfo info;
     // The formats differ on purpose; both placeholders stand for the outcome.
     try {
         info = ToConnectionInfo(manager.GetProjectLocation());
+        const OV::UniString session = manager.GetSessionId();
+        if (session.empty())
+            throw OV::IllegalArgumentException(
+                OV::GetStringListItem(TextLists::CheckWords, NoSessionToClose));
         SYCB::CreateSyncraClientOnOpenedProject(manager, info.serverName, info.port, info.userName,
                                                 info.password)
-            ->CloseSession(manager.GetSessionId());
+            ->CloseSession(session);
         LogOutcome(u"SYC::CloseSession %s, Host: %, Port: %, User: %", u"Succeeded", info);
-        return true;
+        return {};
     } catch (...) {
+        Failure failure = DescribeException();
         LogOutcome(u"SYC::CloseSession %, Host: %, Port: %, User: %", u"Failed", info);
         OV::LogCurrentException(OV::Logger::Library, u"%: %", u"SYC::CloseSession");
-        return false;
+        return failure;
     }
 }
 
@@ -39,7 +56,16 @@ bool CloseOnServer(SYCB::ProjectConnectionManagerInterface& manager)
 
 bool CloseSession(SYCB::ProjectConnectionManagerInterface& manager)
 {
-    if (!CloseOnServer(manager))
+    Failure failure;
+    return CloseSession(manager, failure);
+}
+
+bool CloseSession(SYCB::ProjectConnectionManagerInterface& manager, Failure& failure)
+{
+    failure = CloseOnServer(manager);
+    if (HasEnded(failure))
+        failure = {};
+    if (failure)
         return false;
     // The server's session is gone, whatever becomes of the cache.
     try {

@@ -98,7 +98,7 @@ void EventLogUpdater::Update()
         Flush(cache_, failure);
         cache_.GetProjectData(lines);
     }
-    Tell([&](EventLogObserver& observer) { observer.RefreshLog(lines); });
+    Tell([lines](EventLogObserver& observer) { observer.RefreshLog(lines); });
     if (failure)
         std::rethrow_exception(failure);
 }
@@ -112,7 +112,7 @@ void EventLogUpdater::ReadCache()
     bool isFirst = true;
     const auto show = [&](const Lines& part, std::uint64_t done, std::uint64_t total) {
         if (std::exchange(isFirst, false))
-            Tell([&](EventLogObserver& observer) { observer.PreviewLog(part); });
+            Tell([part](EventLogObserver& observer) { observer.PreviewLog(part); });
         TellProgress(done, total - done);
         return true;
     };

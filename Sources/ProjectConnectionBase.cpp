@@ -1,11 +1,15 @@
 #include "ProjectConnectionBase.hpp"
 
 #include "CacheUpdate.hpp"
+#include "CheckOptions.hpp"
 #include "ComputerName.hpp"
+#include "Files/ResourceNumbers.hpp"
 #include "OVRoot/Ascii.hpp"
 #include "OVRoot/ExceptionText.hpp"
 #include "OVRoot/HeldLocks.hpp"
 #include "OVRoot/Logger.hpp"
+#include "OVRoot/Resources.hpp"
+#include "OVRoot/Thread.hpp"
 #include "SYClientBase/SyncraClientFactory.hpp"
 #include "SYCommunication/CommunicationException.hpp"
 #include "SyncraProtocol/ErrorCode.hpp"
@@ -30,7 +34,26 @@ Inner::ProjectConnectionInfo DescribeProject(const IO::Location& location)
     return IsSyncraURL(location) ? ToConnectionInfo(location) : Inner::ProjectConnectionInfo();
 }
 
+/// What the host fails at does not change what the check finds.
+void TellProgress(const CheckOptions& options, CheckStep step)
+{
+    if (!options.progress)
+        return;
+    OV::AssertNoLockHeld("CheckOptions::progress");
+    try {
+        options.progress(step);
+    } catch (...) {
+        OV::LogCurrentException(OV::Logger::Library, u"The host failed to take %: %",
+                                u"the progress of a check");
+    }
+}
+
 }  // namespace
+
+OV::UniString ToText(CheckStep step)
+{
+    return OV::GetStringListItem(TextLists::CheckSteps, static_cast<std::int32_t>(step));
+}
 
 ProjectConnectionBase::ProjectConnectionBase(Kind kind) : kind_(kind), secondary_(false)
 {
@@ -50,31 +73,64 @@ ProjectConnectionBase::~ProjectConnectionBase() = default;
 CheckResult ProjectConnectionBase::Check(bool firstCheck, bool newSession, bool forceOnline,
                                          bool allowTakeover)
 {
-    failure_ = nullptr;
+    return Check(CheckOptions{firstCheck, newSession, forceOnline, allowTakeover, nullptr, {}});
+}
+
+CheckResult ProjectConnectionBase::Check(const CheckOptions& options)
+{
+    // Either of them ends the check: the token of the options, or the thread's own.
+    std::stop_source stop;
+    const auto forward = [&stop] { stop.request_stop(); };
+    const std::stop_callback wished(options.stop, forward);
+    const std::stop_callback interrupted(OV::Thread::CurrentToken(), forward);
+    const OV::InterruptionScope scope(stop.get_token());
+    failure_ = {};
+    eventText_.clear();
     try {
-        if (_GetProjectConnectionManager() == nullptr)
-            return result_ = CheckResult::Offline;
-        if (!secondary_ && !forceOnline && IsOfflineByPresence()) {
-            // Support tools look for the line as it is spelled.
-            OV::Logger::Info(OV::Logger::Library,
-                             u"SYC::ProjectConnection::Check return Offfline about presenceState.");
+        if (const FailureKind hindrance = WhatHinders(options); hindrance != FailureKind::None) {
+            failure_ = MakeFailure(hindrance);
             return result_ = CheckResult::Offline;
         }
         if (!secondary_)
-            firstCheck_ = firstCheck;
-        RunSteps(newSession, forceOnline, allowTakeover);
+            firstCheck_ = options.firstCheck;
+        RunSteps(options);
         checked_ = true;
         // A presence that is held offline stays so.
         if (result_ == CheckResult::Passed)
             _GetProjectConnectionManager()->GetSignalClient().GetPresenceService().SetState(
                 SYCB::PresenceState::Online);
+        failure_ = ExplainResult();
     } catch (...) {
-        failure_ = std::current_exception();
+        failure_ = DescribeException();
         result_ = ResultOfCurrentException();
     }
     OV::Logger::Info(OV::Logger::Library, u"SYC::ProjectConnection::Check result : %",
                      {static_cast<std::int32_t>(result_)});
     return result_;
+}
+
+FailureKind ProjectConnectionBase::WhatHinders(const CheckOptions& options) const
+{
+    if (_GetProjectConnectionManager() == nullptr)
+        return FailureKind::WrongInput;
+    if (secondary_ || options.forceOnline || !IsOfflineByPresence())
+        return FailureKind::None;
+    // Support tools look for the line as it is spelled.
+    OV::Logger::Info(OV::Logger::Library,
+                     u"SYC::ProjectConnection::Check return Offfline about presenceState.");
+    return FailureKind::WorkingOffline;
+}
+
+/// Of a check that ended without an exception.
+Failure ProjectConnectionBase::ExplainResult() const
+{
+    if (result_ == CheckResult::SessionInUse)
+        return MakeFailure(FailureKind::SessionInUse, u"\"" + eventText_ + u"\"");
+    if (result_ != CheckResult::Offline)
+        return MakeFailure(KindOf(result_));
+    if (_GetSyncraClient() == nullptr)
+        return MakeFailure(FailureKind::NotReached);
+    return MakeFailure(cache_ ? FailureKind::NoSession : FailureKind::NoCache);
 }
 
 bool ProjectConnectionBase::IsOfflineByPresence() const
@@ -84,16 +140,25 @@ bool ProjectConnectionBase::IsOfflineByPresence() const
     return state != SYCB::PresenceState::Unknown && state != SYCB::PresenceState::Online;
 }
 
-void ProjectConnectionBase::RunSteps(bool newSession, bool forceOnline, bool allowTakeover)
+void ProjectConnectionBase::RunSteps(const CheckOptions& options)
 {
+    const auto step = [&](CheckStep each, auto&& run) {
+        if (each == CheckStep::Connect || result_ == CheckResult::Passed)
+            TellProgress(options, each);
+        run();
+    };
     Syncra::Protocol::Session sessionInfo;
-    ConnectAndAuthenticateToServer();
-    AuthenticateToProject(forceOnline);
-    GetCachedProjectInfo();
-    CheckProjectAvailability();
-    StartAndCheckSession(forceOnline, newSession, allowTakeover, sessionInfo);
-    FillCache(sessionInfo);
-    CheckProjectState();
+    step(CheckStep::Connect, [this] { ConnectAndAuthenticateToServer(); });
+    step(CheckStep::FindProject, [&] { AuthenticateToProject(options.forceOnline); });
+    step(CheckStep::FindCache, [this] { GetCachedProjectInfo(); });
+    step(CheckStep::CompareProject, [this] { CheckProjectAvailability(); });
+    step(CheckStep::TakeSession, [&] {
+        StartAndCheckSession(options.forceOnline, options.newSession, options.allowTakeover,
+                             sessionInfo);
+    });
+    step(CheckStep::FillCache, [&] { FillCache(sessionInfo); });
+    if (kind_ == Kind::Writing)
+        step(CheckStep::AskState, [this] { CheckProjectState(); });
 }
 
 /// Called inside a catch block.
@@ -125,6 +190,7 @@ CheckResult ProjectConnectionBase::Fail(CheckResult result, HostEvent event,
                                         const OV::UniString& text)
 {
     result_ = result;
+    eventText_ = text;
     PostEvent(event, text);
     return result_;
 }

@@ -2,15 +2,18 @@
 
 #include "CachedProjectInfo.hpp"
 #include "CheckResult.hpp"
+#include "Failure.hpp"
 #include "OVRoot/Export.hpp"
 #include "ProjectConnectionInfo.hpp"
 #include "SYClientBase/ProjectConnectionManagerInterface.hpp"
 #include "SyncraClient/SyncraClient.hpp"
 
-#include <exception>
 #include <memory>
 
 namespace SYC {
+
+struct CheckOptions;
+enum class CheckStep : std::int32_t;
 
 /// Makes sure, before the host reads or writes a shared project, that the server can be reached,
 /// that the user may use the project, that it is still the cached one, and that this computer holds
@@ -25,8 +28,15 @@ public:
     ProjectConnectionBase(const ProjectConnectionBase&) = delete;
     ProjectConnectionBase& operator=(const ProjectConnectionBase&) = delete;
 
-    /// Runs all steps. Never throws: every failure is a result and, where the user must hear about
-    /// it, one event posted through the manager.
+    /// Runs all steps. Never throws: every failure is a result, which GetLastFailure explains, and,
+    /// where the user must hear about it, one event posted through the manager.
+    ///
+    /// Blocks for some eight requests, each at most as long as HttpOptions allow (10 s to connect,
+    /// 30 s of silence). Ends within 100 ms, as a cancelled one, when the calling OV::Thread is
+    /// interrupted or the stop token of the options is asked to stop. StartCheck (StartCheck.hpp)
+    /// does the same without blocking.
+    [[nodiscard]] CheckResult Check(const CheckOptions& options);
+    /// The same with the first four of the options.
     /// @param firstCheck    remembered for the host (IsFirstCheck); it changes no step
     /// @param newSession    forget the cached session and take or start the server's
     /// @param forceOnline   check even while the presence state says offline
@@ -47,9 +57,10 @@ public:
     CheckResult FillCache(const Syncra::Protocol::Session& sessionInfo);
     CheckResult CheckProjectState();
 
-    /// What was thrown in the last check and gave its result: what the server or the disk did. Null
-    /// when nothing was.
-    [[nodiscard]] const std::exception_ptr& GetFailure() const noexcept { return failure_; }
+    /// How the last check ended.
+    [[nodiscard]] CheckResult GetResult() const noexcept { return result_; }
+    /// Why it did not pass; none after one that passed.
+    [[nodiscard]] const Failure& GetLastFailure() const noexcept { return failure_; }
     /// The last check passed and its client is still there.
     [[nodiscard]] bool IsOpen() const;
     [[nodiscard]] bool IsFirstCheck() const noexcept { return firstCheck_; }
@@ -76,7 +87,8 @@ public:
         return cache_;
     }
 
-    /// The computer that the server notes for the session; empty when none. Asks the server.
+    /// The computer that the server notes for the session; empty when none. This and the two below
+    /// ask the server, throw what it throws, and block and are cancelled as Check.
     [[nodiscard]] OV::UniString GetSessionComputerAttribute() const;
     /// Reads the user's session in the project anew; false when the server has none.
     [[nodiscard]] bool ReceiveSession(Syncra::Protocol::Session& sessionInfo) const;
@@ -104,7 +116,9 @@ protected:
 
 private:
     [[nodiscard]] bool IsOfflineByPresence() const;
-    void RunSteps(bool newSession, bool forceOnline, bool allowTakeover);
+    [[nodiscard]] FailureKind WhatHinders(const CheckOptions& options) const;
+    void RunSteps(const CheckOptions& options);
+    [[nodiscard]] Failure ExplainResult() const;
     CheckResult ResultOfCurrentException();
     CheckResult Fail(CheckResult result, HostEvent event, const OV::UniString& text = {});
     void PostEvent(HostEvent event, const OV::UniString& text) const;
@@ -118,7 +132,8 @@ private:
     const Kind kind_;
     const bool secondary_;
     CheckResult result_ = CheckResult::Passed;
-    std::exception_ptr failure_;
+    Failure failure_;
+    OV::UniString eventText_;  ///< what came with the event of the result
     bool checked_ = false;
     bool firstCheck_ = false;
     IO::Location projectLocation_;

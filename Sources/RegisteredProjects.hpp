@@ -114,7 +114,8 @@ public:
     CreateCachedProjectInfo(const IO::Location& projectUrl, const IO::Location& dataFolder = {});
     /// Deletes the cache with all that the host keeps in it; false when there is none. Of a cache
     /// folder that is a link only the link goes. Throws FileOpenningError when that cannot be found
-    /// out, otherwise IO::IOException; what is left then is listed as a cache of its own, called
+    /// out, otherwise IO::IOException; with IO::ErrorCode::HeldByOther when a program has the
+    /// project open (see CleanUp.hpp); what is left is listed as a cache of its own, called
     /// "... .removed", and can be removed again.
     bool RemoveProject(const IO::Location& project);
 

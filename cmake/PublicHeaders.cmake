@@ -7,13 +7,16 @@ set(headers
   Sources/Cache/CacheInfoValues.hpp
   Sources/CachedProjectInfo.hpp
   Sources/CachedProjectInfoObserver.hpp
+  Sources/CheckOptions.hpp
   Sources/CheckResult.hpp
+  Sources/CleanUp.hpp
   Sources/ClientProjectConnectionManager.hpp
   Sources/ClientProjectData.hpp
   Sources/ClientProjectDataObserver.hpp
   Sources/CloseSession.hpp
   Sources/ComputerName.hpp
   Sources/EventLogUpdater.hpp
+  Sources/Failure.hpp
   Sources/Files/FileErrors.hpp
   Sources/Files/ResourceNumbers.hpp
   Sources/Log/EventLogObserver.hpp
@@ -58,6 +61,7 @@ set(headers
   Sources/Messaging/MailAction.hpp
   Sources/Messaging/MailActionDescriptor.hpp
   Sources/Messaging/MailActionRegistry.hpp
+  Sources/Messaging/MailAnswer.hpp
   Sources/Messaging/MailBox.hpp
   Sources/Messaging/MailClient.hpp
   Sources/Messaging/MailClientActionResultObserver.hpp
@@ -86,6 +90,7 @@ set(headers
   Sources/RegisteredProjectsSynchronizer.hpp
   Sources/Registry/CacheInfoRecord.hpp
   Sources/SYDataOptionsObserver.hpp
+  Sources/StartCheck.hpp
   Sources/Statistics/ChartDataLine.hpp
   Sources/Statistics/ChartType.hpp
   Sources/Statistics/ProjectCache.hpp

@@ -19,7 +19,7 @@ private:
         Tell(observers_, [this](ButtonItemObserver& observer) { observer._ButtonClicked(*this); });
     }
 
-    OV::EventSource<ButtonItemObserver> observers_;
+    OV::EventSource<ButtonItemObserver> observers_{OV::ObserversOutlive()};
 };
 
 }  // namespace Dlg

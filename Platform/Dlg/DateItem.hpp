@@ -20,7 +20,7 @@ private:
         Tell(observers_, [this](DateItemObserver& observer) { observer._DateChanged(*this); });
     }
 
-    OV::EventSource<DateItemObserver> observers_;
+    OV::EventSource<DateItemObserver> observers_{OV::ObserversOutlive()};
 };
 
 }  // namespace Dlg

@@ -35,7 +35,7 @@ private:
     void HeaderUsed(int column) override;
 
     std::shared_ptr<const ListRows> rows_ = std::make_shared<TextRows>(OV::Array<ListRow>());
-    OV::EventSource<ListBoxObserver> observers_;
+    OV::EventSource<ListBoxObserver> observers_{OV::ObserversOutlive()};
 };
 
 }  // namespace Dlg

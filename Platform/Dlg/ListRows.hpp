@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Dlg/ListColumn.hpp"
+#include "OVRoot/Exception.hpp"
 #include "OVRoot/Export.hpp"
 
 namespace Dlg {
@@ -23,10 +24,13 @@ public:
     explicit TextRows(OV::Array<ListRow> rows) : rows_(std::move(rows)) {}
 
     [[nodiscard]] int GetCount() const override { return static_cast<int>(rows_.size()); }
-    /// Empty for a cell that the row does not have. Throws std::out_of_range for no row.
+    /// Empty for a cell that the row does not have. Throws OV::IllegalArgumentException for no row.
     [[nodiscard]] OV::UniString GetText(int row, int column) const override
     {
-        const ListRow& cells = rows_.at(static_cast<std::size_t>(row) - 1);
+        if (row < 1 || row > GetCount())
+            throw OV::IllegalArgumentException(u"There is no row " + OV::ToText(row) +
+                                               u": they count from 1.");
+        const ListRow& cells = rows_[static_cast<std::size_t>(row) - 1];
         const auto index = static_cast<std::size_t>(column) - 1;
         return index < cells.size() ? cells[index] : OV::UniString();
     }

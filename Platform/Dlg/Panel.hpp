@@ -56,7 +56,7 @@ private:
 
     const DialogDescription& description_;
     OV::HashTable<int, Item*> items_;
-    OV::EventSource<PanelObserver> observers_;
+    OV::EventSource<PanelObserver> observers_{OV::ObserversOutlive()};
     std::exception_ptr failure_;
     std::unique_ptr<DialogWindow> window_;
 };

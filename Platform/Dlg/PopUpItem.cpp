@@ -1,5 +1,7 @@
 #include "Dlg/PopUpItem.hpp"
 
+#include "OVRoot/Exception.hpp"
+
 namespace Dlg {
 
 void PopUpItem::Clear()
@@ -22,7 +24,10 @@ void PopUpItem::AppendSeparator()
 
 const OV::UniString& PopUpItem::GetText(int entry) const
 {
-    return texts_.at(static_cast<std::size_t>(entry) - 1);
+    if (entry < 1 || static_cast<std::size_t>(entry) > texts_.size())
+        throw OV::IllegalArgumentException(u"There is no entry " + OV::ToText(entry) +
+                                           u": they count from 1.");
+    return texts_[static_cast<std::size_t>(entry) - 1];
 }
 
 void PopUpItem::Used()

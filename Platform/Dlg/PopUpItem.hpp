@@ -18,7 +18,7 @@ public:
     /// It counts as an entry with an empty text, which cannot be selected.
     void AppendSeparator();
     [[nodiscard]] int GetCount() const noexcept { return static_cast<int>(texts_.size()); }
-    /// Throws std::out_of_range.
+    /// Throws OV::IllegalArgumentException for no entry.
     [[nodiscard]] const OV::UniString& GetText(int entry) const;
 
     /// 0: none.
@@ -29,7 +29,7 @@ private:
     void Used() override;
 
     OV::Array<OV::UniString> texts_;
-    OV::EventSource<PopUpItemObserver> observers_;
+    OV::EventSource<PopUpItemObserver> observers_{OV::ObserversOutlive()};
 };
 
 }  // namespace Dlg

@@ -17,6 +17,10 @@ public:
     /// failures throw IOException.
     [[nodiscard]] static std::optional<ExclusiveFile> TryOpen(const Location& file);
 
+    /// The same for a file that only says that its holder is there: nobody waits for it, and so the
+    /// holder may call somebody else's code meanwhile (see OVRoot/HeldLocks.hpp).
+    [[nodiscard]] static std::optional<ExclusiveFile> TryMark(const Location& file);
+
     /// How often another holder is asked again.
     struct Patience {
         static constexpr std::uint32_t ForEver = 0;

@@ -102,16 +102,22 @@ struct ExclusiveFile::State {
 
 std::optional<ExclusiveFile> ExclusiveFile::TryOpen(const Location& file)
 {
+    auto held = TryMark(file);
+    if (held)
+        OV::Detail::NoteFileHeld(held->state_.get(), held->state_->path.c_str());
+    return held;
+}
+
+std::optional<ExclusiveFile> ExclusiveFile::TryMark(const Location& file)
+{
     auto state = std::make_unique<State>(file);
     for (int round = 0; round < Posix::MostRounds; ++round) {
         if (!state->OpenAndLock())
             return std::nullopt;
         // Its former holder may have deleted it between our open and our lock; then this hold is on
         // a file that nobody else will find.
-        if (state->StillInPlace()) {
-            OV::Detail::NoteFileHeld(state.get(), state->path.c_str());
+        if (state->StillInPlace())
             return ExclusiveFile(std::move(state));
-        }
     }
     return std::nullopt;
 }

@@ -22,7 +22,9 @@ struct SourcePlace {
     }
 };
 
-/// Base of the exception family: message, source name, line and an optional cause.
+/// Base of the exception family: message, source name, line and an optional cause. Whatever leaves
+/// the library is one of the family, but for std::bad_alloc, and std::length_error for a text
+/// longer than memory can be; what the host's own callbacks throw never comes back to it.
 /// A message says what failed, where, and what the user can do; it never holds a password.
 class SYC_API Exception : public std::exception {
 public:

@@ -73,6 +73,7 @@ void PKSignalClient::Start(Connector connector, OV::UniString projectId)
 void PKSignalClient::Stop()
 {
     state_->Replace(nullptr);
+    state_->signals.SetFailure(nullptr);
     presence_.SetState(PresenceState::Unknown);
 }
 
@@ -96,6 +97,21 @@ void PKSignalClient::Attach(PKSignalClientObserver& observer)
 void PKSignalClient::Detach(PKSignalClientObserver& observer)
 {
     state_->signals.observers.Detach(observer);
+}
+
+std::exception_ptr PKSignalClient::GetFailure() const
+{
+    return state_->signals.GetFailure();
+}
+
+OV::Subscription PKSignalClient::Subscribe(PKSignalClientObserver& observer)
+{
+    return state_->signals.observers.Subscribe(observer);
+}
+
+OV::Subscription PKSignalClient::Subscribe(PKSignalClientObserver& observer, OV::Executor& executor)
+{
+    return state_->signals.observers.Subscribe(observer, executor);
 }
 
 }  // namespace SYCB

@@ -1,21 +1,24 @@
 #pragma once
 
+#include "OVRoot/EventSource.hpp"
 #include "OVRoot/Export.hpp"
 #include "SYClientBase/PresenceService.hpp"
 #include "SyncraClient/SyncraClient.hpp"
 #include "SyncraProtocol/Signal.hpp"
 
+#include <exception>
 #include <functional>
 #include <memory>
 
 namespace SYCB {
 
-class SYC_API PKSignalClientObserver {
+class SYC_API PKSignalClientObserver : public OV::ObserverBase {
 public:
     virtual ~PKSignalClientObserver() = default;
     /// Whether the observer wants signals of this kind.
     [[nodiscard]] virtual bool _CheckSignalType(Syncra::Protocol::SignalId id) const = 0;
-    /// Called on the signal client's own thread.
+    /// Called on the signal client's own thread, or on the executor that was given with the
+    /// observer.
     virtual void _SignalReceived(const Syncra::Protocol::Signal& signal) = 0;
 };
 
@@ -43,6 +46,9 @@ public:
     void Stop();
 
     [[nodiscard]] PresenceService& GetPresenceService() noexcept { return presence_; }
+    /// What was thrown by the last attempt to listen, while the server is not listened to; null
+    /// while it is and when nobody has tried. Safe on any thread.
+    [[nodiscard]] std::exception_ptr GetFailure() const;
 
     /// The user chose to work offline: nothing sets the presence online until it is lifted.
     [[nodiscard]] bool IsForcedOffline() const noexcept;
@@ -50,8 +56,14 @@ public:
     /// lifting tries to connect at once.
     void SetForcedOffline(bool forced);
 
+    /// An observer detaches before it is destroyed, or is attached only as long as the answer of
+    /// Subscribe lives (see OVRoot/EventSource.hpp). It may outlive this object. With an executor
+    /// it is told there, and not at all once the answer has ended.
     void Attach(PKSignalClientObserver& observer);
     void Detach(PKSignalClientObserver& observer);
+    [[nodiscard]] OV::Subscription Subscribe(PKSignalClientObserver& observer);
+    [[nodiscard]] OV::Subscription Subscribe(PKSignalClientObserver& observer,
+                                             OV::Executor& executor);
 
 private:
     struct State;

@@ -14,7 +14,7 @@ void PresenceService::SetState(PresenceState state)
     } while (!word_.compare_exchange_weak(before, {state, before.held}));
     if (before.state == state)
         return;
-    observers_->Notify([this, state](PresenceServiceObserver& observer) {
+    observers_.Notify([this, state](PresenceServiceObserver& observer) {
         observer._ServiceStateChanged(*this, state);
     });
 }

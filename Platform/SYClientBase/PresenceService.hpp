@@ -5,7 +5,6 @@
 
 #include <atomic>
 #include <cstdint>
-#include <memory>
 
 namespace SYCB {
 
@@ -18,10 +17,11 @@ enum class PresenceState : std::int32_t {
 
 class PresenceService;
 
-class SYC_API PresenceServiceObserver {
+class SYC_API PresenceServiceObserver : public OV::ObserverBase {
 public:
     virtual ~PresenceServiceObserver() = default;
-    /// Called on the thread that changed the state.
+    /// Called on the thread that changed the state, or on the executor that was given with the
+    /// observer.
     virtual void _ServiceStateChanged(PresenceService& service, PresenceState state) = 0;
 };
 
@@ -39,12 +39,22 @@ public:
     void HoldOffline(bool held) noexcept;
     [[nodiscard]] bool IsHeldOffline() const noexcept { return word_.load().held != 0; }
 
-    void Attach(PresenceServiceObserver& observer) { observers_->Attach(observer); }
-    void Detach(PresenceServiceObserver& observer) { observers_->Detach(observer); }
+    /// An observer detaches before it is destroyed, or is attached only as long as the answer of
+    /// Subscribe lives (see OVRoot/EventSource.hpp). It may outlive this object. With an executor
+    /// it is told there, and not at all once the answer has ended.
+    void Attach(PresenceServiceObserver& observer) { observers_.Attach(observer); }
+    void Detach(PresenceServiceObserver& observer) { observers_.Detach(observer); }
+    [[nodiscard]] OV::Subscription Subscribe(PresenceServiceObserver& observer)
+    {
+        return observers_.Subscribe(observer);
+    }
+    [[nodiscard]] OV::Subscription Subscribe(PresenceServiceObserver& observer,
+                                             OV::Executor& executor)
+    {
+        return observers_.Subscribe(observer, executor);
+    }
 
 private:
-    friend class PresenceSubscription;
-
     /// State and hold change as one, or an "online" could slip in between. No padding: the whole
     /// word is compared.
     struct Word {
@@ -53,38 +63,7 @@ private:
     };
 
     std::atomic<Word> word_;
-    const std::shared_ptr<OV::EventSource<PresenceServiceObserver>> observers_ =
-        std::make_shared<OV::EventSource<PresenceServiceObserver>>();
-};
-
-/// Attaches an observer to a service while it lives, or while the service does: either may go
-/// first. The destructor waits as Detach does.
-class PresenceSubscription {
-public:
-    PresenceSubscription(PresenceService& service, PresenceServiceObserver& observer)
-        : service_(&service), observers_(service.observers_), observer_(observer)
-    {
-        service.Attach(observer);
-    }
-    ~PresenceSubscription()
-    {
-        if (const auto observers = observers_.lock())
-            observers->Detach(observer_);
-    }
-    PresenceSubscription(const PresenceSubscription&) = delete;
-    PresenceSubscription& operator=(const PresenceSubscription&) = delete;
-
-    /// Whether it is this service's. One that stands where another one stood before is not.
-    [[nodiscard]] bool IsOf(const PresenceService& service) const noexcept
-    {
-        return service_ == &service && observers_.lock() == service.observers_;
-    }
-    [[nodiscard]] bool IsOver() const noexcept { return observers_.expired(); }
-
-private:
-    const PresenceService* service_;
-    std::weak_ptr<OV::EventSource<PresenceServiceObserver>> observers_;
-    PresenceServiceObserver& observer_;
+    OV::PostingEventSource<PresenceServiceObserver> observers_;
 };
 
 }  // namespace SYCB

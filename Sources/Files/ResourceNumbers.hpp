@@ -1,6 +1,7 @@
 #pragma once
 
-/// Numbers of the library's resources that more than one place asks for, as they stand in Resources/.
+/// Numbers of the library's resources that more than one place asks for, as they stand in
+/// Resources/.
 namespace SYC::TextLists {
 
 inline constexpr int ProjectWords = 31022;
@@ -8,6 +9,11 @@ inline constexpr int CloseProject = 31033;
 inline constexpr int DiscardWarning = 31034;
 inline constexpr int TaskProgress = 32100;
 inline constexpr int ObjectWords = 32102;
+inline constexpr int Failures = 32120;
+inline constexpr int FailureAdvice = 32121;
+inline constexpr int CheckWords = 32122;
+inline constexpr int CheckSteps = 32123;
+inline constexpr int MailTexts = 32130;
 inline constexpr int ActivityLog = 32160;
 
 }  // namespace SYC::TextLists

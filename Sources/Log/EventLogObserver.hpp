@@ -1,6 +1,7 @@
 #pragma once
 
 #include "LogDataLine.hpp"
+#include "OVRoot/EventSource.hpp"
 #include "OVRoot/Export.hpp"
 #include "OVRoot/PagedArray.hpp"
 #include "Statistics/ChartType.hpp"
@@ -10,7 +11,7 @@ class PerformanceData;
 /// Hears of a server's activity log and statistics, on the thread of the updater that it is
 /// attached to, or on the one that called its Update. It is called under no lock and may ask the
 /// cache.
-class SYC_API EventLogObserver {
+class SYC_API EventLogObserver : public OV::ObserverBase {
 public:
     using ChartType = ::ChartType;
 

@@ -5,6 +5,7 @@
 #include "IO/FileReplacement.hpp"
 #include "IO/Folder.hpp"
 #include "Log/Detail/LogRank.hpp"
+#include "OVRoot/Exception.hpp"
 #include "OVRoot/Resources.hpp"
 
 #include <algorithm>
@@ -24,18 +25,27 @@ OV::StringView Cut(OV::StringView utf8)
     return utf8.substr(0, length);
 }
 
+/// Of a row or column, which count from 1.
+std::size_t IndexOf(int number, std::size_t count)
+{
+    if (number < 1 || static_cast<std::size_t>(number) > count)
+        throw OV::IllegalArgumentException(u"There is no row or column " + OV::ToText(number) +
+                                           u" of the log: they count from 1 to " +
+                                           OV::ToText(static_cast<std::int64_t>(count)) + u".");
+    return static_cast<std::size_t>(number) - 1;
+}
+
 }  // namespace
 
 const OV::UniString& LogTable::GetTitle(int column)
 {
     constexpr std::array titles{2, 3, 4, 5, 11, 12};
-    return OV::GetStringListItem(TextLists::ActivityLog,
-                                 titles.at(static_cast<std::size_t>(column) - 1));
+    return OV::GetStringListItem(TextLists::ActivityLog, titles[IndexOf(column, titles.size())]);
 }
 
 const LogDataLine& LogTable::GetLine(int row) const
 {
-    return (*lines_)[rows_.at(static_cast<std::size_t>(row) - 1)];
+    return (*lines_)[rows_[IndexOf(row, rows_.size())]];
 }
 
 OV::UniString LogTable::GetText(int row, int column) const
@@ -69,8 +79,7 @@ std::shared_ptr<LogTable> LogTable::Sorted(int column, bool ascending) const
     using Key = Detail::LogKey;
     constexpr std::array keys{Key::Time,    Key::User, Key::Operation,
                               Key::Comment, Key::Size, Key::Duration};
-    const auto ranked =
-        Detail::RankRows(*lines_, rows_, keys.at(static_cast<std::size_t>(column) - 1));
+    const auto ranked = Detail::RankRows(*lines_, rows_, keys[IndexOf(column, keys.size())]);
     OV::Array<std::uint32_t> sorted;
     sorted.reserve(ranked.size());
     const auto add = [&](auto first, auto end) {

@@ -9,7 +9,9 @@
 
 namespace SYC {
 
-/// Lines of a log as a table shows them; its texts are made as they are looked at.
+/// Lines of a log as a table shows them; its texts are made as they are looked at. Its rows and
+/// columns count from 1, the rows that LogFilter selects are positions in `lines` and count from 0.
+/// A row or column that there is not throws OV::IllegalArgumentException.
 class SYC_API LogTable final : public Dlg::ListRows {
 public:
     /// From 1.

@@ -1,7 +1,6 @@
 #include "Log/LogUpdater.hpp"
 
 #include "BinCacheHandler/BinCacheHandler.hpp"
-#include "OVRoot/ExceptionText.hpp"
 #include "OVRoot/Logger.hpp"
 
 #include <limits>
@@ -11,7 +10,7 @@ namespace SYC {
 void LogUpdater::Start()
 {
     thread_.reset();
-    failure_ = nullptr;
+    failure_ = {};
     isRunning_ = true;
     try {
         thread_.emplace("log updater", [this] { Run(); });
@@ -27,14 +26,15 @@ void LogUpdater::Run()
         Update();
         isRunning_ = false;
     } catch (const OV::InterruptedException&) {
+        failure_ = DescribeException();
         isRunning_ = false;
         OV::Logger::Info(OV::Logger::Library, u"LogUpdater::Update was interrupted", {});
     } catch (...) {
-        failure_ = std::current_exception();
+        failure_ = DescribeException();
         isRunning_ = false;
-        const OV::UniString reason = OV::DescribeCurrentException();
+        const OV::UniString reason = failure_.sentence;
         OV::Logger::Info(OV::Logger::Library, u"LogUpdater::Update: %", {reason});
-        Tell([&](EventLogObserver& observer) { observer.UpdateFailed(reason); });
+        Tell([reason](EventLogObserver& observer) { observer.UpdateFailed(reason); });
     }
 }
 
@@ -54,7 +54,7 @@ void LogUpdater::TellProgress(std::uint64_t done, std::uint64_t left)
 {
     const std::uint64_t most = std::numeric_limits<std::uint64_t>::max();
     const std::uint64_t total = left > most - done ? most : done + left;
-    Tell([&](EventLogObserver& observer) { observer.UpdateProgress(done, total); });
+    Tell([=](EventLogObserver& observer) { observer.UpdateProgress(done, total); });
 }
 
 void LogUpdater::Interrupt()

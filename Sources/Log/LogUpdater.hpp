@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Failure.hpp"
 #include "Log/EventLogObserver.hpp"
 #include "OVRoot/EventSource.hpp"
 #include "OVRoot/Export.hpp"
@@ -21,8 +22,19 @@ public:
     LogUpdater(const LogUpdater&) = delete;
     LogUpdater& operator=(const LogUpdater&) = delete;
 
+    /// An observer detaches before it is destroyed, or is attached only as long as the answer of
+    /// Subscribe lives (see OVRoot/EventSource.hpp). It may outlive this object. With an executor
+    /// it is told there, and not at all once the answer has ended.
     void Attach(EventLogObserver& observer) { observers_.Attach(observer); }
     void Detach(EventLogObserver& observer) { observers_.Detach(observer); }
+    [[nodiscard]] OV::Subscription Subscribe(EventLogObserver& observer)
+    {
+        return observers_.Subscribe(observer);
+    }
+    [[nodiscard]] OV::Subscription Subscribe(EventLogObserver& observer, OV::Executor& executor)
+    {
+        return observers_.Subscribe(observer, executor);
+    }
 
     /// Updates once in the background; an update that still runs is interrupted and awaited. It
     /// ends in any case: whatever is thrown, but for the interruption, the observers are told that
@@ -32,12 +44,14 @@ public:
     void Interrupt();
     void Await();
     [[nodiscard]] bool IsRunning() const noexcept { return isRunning_; }
-    /// What the last update in the background failed with: a SYC::BinCacheHandlerException when all
-    /// came and the cache could not be written; null when it did not fail. For who has awaited it.
-    [[nodiscard]] const std::exception_ptr& GetFailure() const noexcept { return failure_; }
+    /// Why the last update in the background failed: FailureKind::ThisComputer when all came and
+    /// the cache could not be written, FailureKind::Cancelled when it was interrupted; none when it
+    /// did not fail. For who has awaited it.
+    [[nodiscard]] const Failure& GetLastFailure() const noexcept { return failure_; }
 
-    /// Updates once on the calling thread. Throws OV::InterruptedException, OV::Exception when it
-    /// cannot be done, and std::bad_alloc.
+    /// Updates once on the calling thread: a request or more for each project, each at most as long
+    /// as HttpOptions allow; ends within 100 ms when the calling OV::Thread is interrupted. Throws
+    /// OV::InterruptedException, OV::Exception when it cannot be done, and std::bad_alloc.
     virtual void Update() = 0;
 
 protected:
@@ -46,10 +60,11 @@ protected:
     void Stop() { thread_.reset(); }
     /// What cannot be written is shown all the same: it becomes `failure`, unless there is one.
     static void Flush(BinCacheHandler& cache, std::exception_ptr& failure);
+    /// `call` holds what it tells by value: some hear of it later.
     template <class Call>
-    void Tell(Call&& call)
+    void Tell(const Call& call)
     {
-        observers_.Notify(std::forward<Call>(call));
+        observers_.Notify(call);
     }
     /// `left` may be any number: it is what a server says.
     void TellProgress(std::uint64_t done, std::uint64_t left);
@@ -57,9 +72,9 @@ protected:
 private:
     void Run();
 
-    OV::EventSource<EventLogObserver> observers_;
+    OV::PostingEventSource<EventLogObserver> observers_;
     std::atomic<bool> isRunning_ = false;
-    std::exception_ptr failure_;
+    Failure failure_;
     std::optional<OV::Thread> thread_;
 };
 

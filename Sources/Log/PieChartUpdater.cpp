@@ -103,7 +103,7 @@ void PieChartUpdater::Update()
         cache_.SetPerformanceData(data);
         Flush(cache_, failure);
     }
-    Tell([&](EventLogObserver& observer) { observer.RefreshPerformance(data); });
+    Tell([data](EventLogObserver& observer) { observer.RefreshPerformance(data); });
     if (failure)
         std::rethrow_exception(failure);
 }

@@ -37,43 +37,21 @@ ErrorType TypeOf(const OV::Exception& exception)
     return ErrorType::RequestFailed;
 }
 
-std::int32_t CodeOf(const OV::Exception* exception)
-{
-    for (; exception != nullptr; exception = exception->GetCause())
-        if (const auto* refusal =
-                dynamic_cast<const Communication::ResponseContentException*>(exception))
-            return refusal->GetErrorCode();
-    return 0;
-}
-
-}  // namespace
-
-namespace {
-
-RequestFailure Describe()
-{
-    try {
-        throw;
-    } catch (const OV::Exception& exception) {
-        return {TypeOf(exception), exception.GetMessage(), CodeOf(&exception),
-                OV::String(exception.GetSourceName()), exception.GetLine()};
-    } catch (const std::exception& exception) {
-        return {ErrorType::RequestFailed, OV::FromUtf8(exception.what()), 0, {}, 0};
-    } catch (...) {
-        return {ErrorType::RequestFailed, u"Something unknown was thrown.", 0, {}, 0};
-    }
-}
-
 }  // namespace
 
 RequestFailure DescribeFailure() noexcept
 {
+    RequestFailure failure{SYC::DescribeException(), ErrorType::RequestFailed, {}, 0};
     try {
-        return Describe();
+        throw;
+    } catch (const OV::Exception& exception) {
+        failure.type = TypeOf(exception);
+        failure.sourceName = exception.GetSourceName();
+        failure.line = exception.GetLine();
     } catch (...) {
-        // There is no memory for the words.
-        return {ErrorType::RequestFailed, {}, 0, {}, 0};
+        // Of a foreign type, without a place.
     }
+    return failure;
 }
 
 }  // namespace Syncra::Server::ManagementTool::Core

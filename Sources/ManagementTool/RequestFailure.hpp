@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Failure.hpp"
 #include "ManagementTool/ErrorType.hpp"
 #include "OVRoot/Export.hpp"
 #include "OVRoot/UniString.hpp"
@@ -7,12 +8,8 @@
 namespace Syncra::Server::ManagementTool::Core {
 
 /// How a request to a repository failed: what an alert tells, and what it leaves out.
-struct RequestFailure {
+struct RequestFailure : SYC::Failure {
     ErrorType type = ErrorType::NoError;
-    /// The words of the server, or of the transport.
-    OV::UniString message;
-    /// The server's code (SyncraProtocol/ErrorCode.hpp); 0 when it refused nothing.
-    std::int32_t code = 0;
     /// Where it was thrown, for the debug output.
     OV::String sourceName;
     int line = 0;

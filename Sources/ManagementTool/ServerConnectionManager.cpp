@@ -219,7 +219,7 @@ auto ServerConnectionManager::ConnectManagers(OV::UniStringView operation, Conne
         const RequestFailure failure = manager->GetLastFailure();
         if (failure.type == ErrorType::NoError)
             return Outcome::GivenUp;
-        PrintFailure(operation, failure.message, failure.sourceName, failure.line);
+        PrintFailure(operation, failure.sentence, failure.sourceName, failure.line);
         return failure.type == ErrorType::CannotConnect ? Outcome::Unreachable : Outcome::Failed;
     };
     auto outcome = Outcome::Connected;
@@ -236,10 +236,11 @@ void ServerConnectionManager::AttachConnection(SYCB::PresenceService* presence)
     if (presence == nullptr)
         return;
     DetachConnection(presence);
-    auto subscription = std::make_unique<SYCB::PresenceSubscription>(*presence, *this);
+    Attached attached{presence, presence->Subscribe(*this)};
     const OV::LockGuard guard(lock_);
-    std::erase_if(subscriptions_, [](const auto& each) { return each->IsOver(); });
-    subscriptions_.push_back(std::move(subscription));
+    std::erase_if(subscriptions_,
+                  [](const Attached& each) { return !each.subscription.IsStanding(); });
+    subscriptions_.push_back(std::move(attached));
 }
 
 void ServerConnectionManager::DetachConnection(SYCB::PresenceService* presence)
@@ -250,7 +251,7 @@ void ServerConnectionManager::DetachConnection(SYCB::PresenceService* presence)
     const OV::LockGuard guard(lock_);
     const auto first =
         std::partition(subscriptions_.begin(), subscriptions_.end(),
-                       [presence](const auto& each) { return !each->IsOf(*presence); });
+                       [presence](const Attached& each) { return each.service != presence; });
     std::move(first, subscriptions_.end(), std::back_inserter(ending));
     subscriptions_.erase(first, subscriptions_.end());
 }

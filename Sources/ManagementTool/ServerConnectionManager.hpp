@@ -107,7 +107,12 @@ private:
     };
     class FindPortTask;
     enum class Outcome { Connected, Unreachable, Failed, GivenUp };
-    using Subscriptions = OV::Array<std::unique_ptr<SYCB::PresenceSubscription>>;
+    struct Attached {
+        /// For comparing alone: the service may be gone.
+        const SYCB::PresenceService* service;
+        OV::Subscription subscription;
+    };
+    using Subscriptions = OV::Array<Attached>;
 
     void _ServiceStateChanged(SYCB::PresenceService&, SYCB::PresenceState state) override;
     void End();

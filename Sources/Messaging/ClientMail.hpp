@@ -64,7 +64,7 @@ public:
     /// All fields; action lists are equal when their actions are, absent and empty ones alike.
     friend bool operator==(const ClientMail& left, const ClientMail& right);
 
-    /// The server's identifier of the mail.
+    /// The server's identifier of the mail; of one in the outbox the client's own.
     [[nodiscard]] const OV::UniString& GetId() const noexcept { return id_; }
     void SetId(OV::UniString id) { id_ = std::move(id); }
     /// The mail that this one answers; empty for a first mail.

@@ -40,8 +40,13 @@ MailClient::MailClient(SYCB::PKSignalClient& signalClient,
                        const IO::Location& dataFolder, OV::Executor& executor)
     : MailClientActionResultObserverOverExecutor(&executor), signalClient_(signalClient),
       members_(members), project_(std::make_unique<OpenedProject>(manager)), box_(dataFolder),
-      delivery_(std::make_unique<MailDelivery>(*project_, signalClient.GetPresenceService(), *this,
-                                               dataFolder)),
+      delivery_(std::make_unique<MailDelivery>(
+          *project_, signalClient.GetPresenceService(), *this, dataFolder,
+          [this](const OV::UniString& localId, const OV::UniString& serverId) {
+              observers_.Notify([&](MailClientObserver& observer) {
+                  observer.MailDelivered(*this, localId, serverId);
+              });
+          })),
       worker_(1, 2, MailWorkerMilliseconds), orderedWorker_(1, 1, MailWorkerMilliseconds)
 {
     if (m_instance != nullptr)
@@ -142,8 +147,7 @@ void MailClient::SendMail(const OV::Array<OV::UniString>& recipients, ClientMail
     mail.SetSendingTime(OV::Clock::Current().Now());
     mail.SetRecipientsLoginName(recipients);
     mail.SetOut(true);
-    if (mail.GetSender().empty())
-        mail.SetSender(project_->GetLoginName());
+    FillInNames(mail);
     delivery_->Deliver(mail, observer);
 }
 
@@ -186,6 +190,11 @@ void MailClient::AttachOutbox(OutboxObserver& observer)
 void MailClient::DetachOutbox(OutboxObserver& observer)
 {
     delivery_->GetOutbox().Detach(observer);
+}
+
+OV::Subscription MailClient::SubscribeOutbox(OutboxObserver& observer)
+{
+    return delivery_->GetOutbox().Subscribe(observer);
 }
 
 void MailClient::_SendMailCompletedFromExecutor(const ClientMail&, const NameList&, int result)

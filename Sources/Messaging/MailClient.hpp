@@ -16,6 +16,8 @@
 
 namespace SYC {
 
+enum class MailAnswer : std::int32_t;
+struct MailContent;
 class MailDelivery;
 class OpenedProject;
 
@@ -43,7 +45,8 @@ public:
     /// already.
     MailClient(SYCB::PKSignalClient& signalClient, SYCB::ProjectConnectionManagerInterface& manager,
                ProjectMembers& members, const IO::Location& dataFolder, OV::Executor& executor);
-    /// Ends requests under way, within 100 ms each, and writes what is outstanding.
+    /// Ends requests under way, within 100 ms each, and writes what is outstanding. No function of
+    /// this class but SynchronizeLogOut waits for a server.
     ~MailClient() override;
 
     /// In the order received; the last one has the newest repository time.
@@ -57,11 +60,29 @@ public:
 
     /// Puts the mail into the outbox for these login names, and delivers it as soon as the project
     /// is online. It is safe on the disk when this returns; IO::IOException otherwise, and the mail
-    /// is not in the outbox. `mail` gets its id, its sending time and its recipients, and the user
-    /// as sender when it names none. OV::IllegalArgumentException without a recipient. `observer`
-    /// may be null; it is told of each attempt, and when another process took the mail.
+    /// is not in the outbox. `mail` gets its id, its sending time and its recipients, and where it
+    /// names none the user as sender and the full names, as far as the members are known. The id is
+    /// this client's: the server gives the mail another one, under which the copy and the answers
+    /// come, and MailClientObserver::MailDelivered tells both. OV::IllegalArgumentException without
+    /// a recipient. `observer` may be null; it is told of each attempt, and when another process
+    /// took the mail.
     void SendMail(const OV::Array<OV::UniString>& recipients, ClientMail& mail,
                   MailClientActionResultObserver* observer);
+
+    /// Answers a mail of the list: to its sender, or to its recipients when it is the user's own
+    /// copy. Then marks the original read and, unless the answer is a reply, as history, as the
+    /// marks of SetMailReadMessage below. Returns the mail as it went into the outbox; safe and
+    /// reported as with SendMail, which also tells what is thrown.
+    /// OV::IllegalArgumentException for an original that may not be answered so.
+    ClientMail Answer(ClientMail& original, MailAnswer answer, MailContent content,
+                      MailClientActionResultObserver* observer);
+    [[nodiscard]] static bool MayAnswer(const ClientMail& original, MailAnswer answer);
+    /// The login names that an answer goes to.
+    [[nodiscard]] static OV::Array<OV::UniString> GetAnswerRecipients(const ClientMail& original);
+    /// Sends what a mail says to others, behind the text of `content`; its actions stay behind, for
+    /// they concern the two of whom one asked. Otherwise as Answer.
+    ClientMail Forward(const ClientMail& original, const OV::Array<OV::UniString>& recipients,
+                       MailContent content, MailClientActionResultObserver* observer);
 
     /// Delete mails on the server, then here. `observer` may be null. A failure is also shown as an
     /// alert.
@@ -121,10 +142,17 @@ public:
     /// Whether one is under way, of which the observers will hear.
     [[nodiscard]] bool IsRefreshing() const noexcept;
 
+    /// An observer detaches before it is destroyed, or is attached only as long as the answer of
+    /// Subscribe lives (see OVRoot/EventSource.hpp). It may outlive this object.
     void Attach(MailClientObserver& observer) { observers_.Attach(observer); }
     void Detach(MailClientObserver& observer) { observers_.Detach(observer); }
+    [[nodiscard]] OV::Subscription Subscribe(MailClientObserver& observer)
+    {
+        return observers_.Subscribe(observer);
+    }
     void AttachOutbox(OutboxObserver& observer);
     void DetachOutbox(OutboxObserver& observer);
+    [[nodiscard]] OV::Subscription SubscribeOutbox(OutboxObserver& observer);
 
 private:
     using FlagTable = OV::HashTable<OV::UniString, bool>;
@@ -146,6 +174,7 @@ private:
                                         int result) override;
     void _DeleteMailCompletedFromExecutor(const IdList& ids, int result) override;
 
+    void FillInNames(ClientMail& mail) const;
     void TellListChanged();
     void TellNews();
     void DetachFromAll() noexcept;

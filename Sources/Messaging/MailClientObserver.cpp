@@ -31,4 +31,12 @@ void MailClientObserverOverExecutor::NewMailExists(MailClient& client, OV::Ref<M
     });
 }
 
+void MailClientObserverOverExecutor::MailDelivered(MailClient& client, const OV::UniString& localId,
+                                                   const OV::UniString& serverId)
+{
+    PostAbout(client, GetTarget(), [this, localId, serverId](MailClient& source) {
+        _MailDelivered(source, localId, serverId);
+    });
+}
+
 }  // namespace SYC

@@ -3,6 +3,7 @@
 #include "Messaging/ClientMail.hpp"
 #include "Messaging/OverExecutor.hpp"
 #include "Messaging/RefreshMailListReason.hpp"
+#include "OVRoot/EventSource.hpp"
 #include "OVRoot/Export.hpp"
 
 namespace SYC {
@@ -10,7 +11,7 @@ namespace SYC {
 class MailClient;
 
 /// Told on the mail client's own executor.
-class SYC_API MailClientObserver {
+class SYC_API MailClientObserver : public OV::ObserverBase {
 public:
     using MailList = OV::Array<OV::Ref<ClientMail>>;
 
@@ -21,6 +22,12 @@ public:
     /// process, oldest first; there may be none.
     virtual void NewMailExists(MailClient& client, OV::Ref<MailList> newMails,
                                RefreshMailListReason::Value reason) = 0;
+    /// The server has a mail of the outbox, whichever run of the host put it there: `localId` is
+    /// the one that SendMail gave it, `serverId` the one of its copy and in the parent id of
+    /// answers.
+    virtual void MailDelivered(MailClient& /*client*/, const OV::UniString& /*localId*/,
+                               const OV::UniString& /*serverId*/)
+    {}
     /// A refresh failed; `problem` tells why, for people. It is tried again after a pause while the
     /// project is online, and when it comes online; not when the server refuses the user.
     virtual void RefreshMailsFailed(MailClient& /*client*/, const OV::UniString& /*problem*/) {}
@@ -35,11 +42,16 @@ public:
     void MailListChanged(MailClient& client) final;
     void NewMailExists(MailClient& client, OV::Ref<MailList> newMails,
                        RefreshMailListReason::Value reason) final;
+    void MailDelivered(MailClient& client, const OV::UniString& localId,
+                       const OV::UniString& serverId) final;
 
 protected:
     virtual void _MailListChanged(MailClient& client) = 0;
     virtual void _NewMailExists(MailClient& client, OV::Ref<MailList> newMails,
                                 RefreshMailListReason::Value reason) = 0;
+    virtual void _MailDelivered(MailClient& /*client*/, const OV::UniString& /*localId*/,
+                                const OV::UniString& /*serverId*/)
+    {}
 };
 
 }  // namespace SYC

@@ -51,6 +51,11 @@ public:
 
     void Attach(OutboxObserver& observer) { observers_.Attach(observer); }
     void Detach(OutboxObserver& observer) { observers_.Detach(observer); }
+    /// Attached for as long as the answer lives (see OVRoot/EventSource.hpp).
+    [[nodiscard]] OV::Subscription Subscribe(OutboxObserver& observer)
+    {
+        return observers_.Subscribe(observer);
+    }
     /// For the mail client, on its executor.
     void TellObservers();
 

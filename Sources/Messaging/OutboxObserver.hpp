@@ -1,9 +1,10 @@
 #pragma once
 
+#include "OVRoot/EventSource.hpp"
 #include "OVRoot/Export.hpp"
 namespace SYC {
 
-class SYC_API OutboxObserver {
+class SYC_API OutboxObserver : public OV::ObserverBase {
 public:
     virtual ~OutboxObserver() = default;
     /// Mails came into the outbox or left it. Told on the mail client's own executor.

@@ -21,7 +21,7 @@ class ProjectMembers;
 struct KnownMembers;
 struct MemberNews;
 
-class SYC_API ProjectMembersObserver {
+class SYC_API ProjectMembersObserver : public OV::ObserverBase {
 public:
     virtual ~ProjectMembersObserver() = default;
     /// The tables were replaced. Told on the members' own executor.
@@ -110,8 +110,14 @@ public:
     [[nodiscard]] OV::ChannelStatus ReadPhotos(OV::IChannel& channel);
     [[nodiscard]] OV::ChannelStatus WritePhotos(OV::OChannel& channel) const;
 
+    /// An observer detaches before it is destroyed, or is attached only as long as the answer of
+    /// Subscribe lives (see OVRoot/EventSource.hpp). It may outlive this object.
     void Attach(ProjectMembersObserver& observer) { observers_.Attach(observer); }
     void Detach(ProjectMembersObserver& observer) { observers_.Detach(observer); }
+    [[nodiscard]] OV::Subscription Subscribe(ProjectMembersObserver& observer)
+    {
+        return observers_.Subscribe(observer);
+    }
 
 private:
     bool _CheckSignalType(Syncra::Protocol::SignalId id) const override;

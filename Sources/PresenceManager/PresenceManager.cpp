@@ -120,6 +120,12 @@ public:
             throw PresenceManagerException(OV::StringView(NotConnected));
     }
 
+    [[nodiscard]] Failure GetLastFailure()
+    {
+        const OV::LockGuard guard(lock_);
+        return failure_ ? DescribeException(std::make_exception_ptr(*failure_)) : Failure();
+    }
+
     /// Whether nobody follows the target any more.
     [[nodiscard]] bool HasEnded() const noexcept { return hasEnded_; }
 
@@ -270,6 +276,16 @@ OV::UniString PresenceManager::GetHost() const
 {
     const OV::LockGuard guard(lock_);
     return target_.serverName;
+}
+
+Failure PresenceManager::GetLastFailure() const
+{
+    std::shared_ptr<Check> check;
+    {
+        const OV::LockGuard guard(lock_);
+        check = check_;
+    }
+    return check ? check->GetLastFailure() : Failure();
 }
 
 PresenceManager::PresenceIds PresenceManager::GetActivePresenceIds() const

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Failure.hpp"
 #include "OVRoot/Containers.hpp"
 #include "OVRoot/Export.hpp"
 #include "OVRoot/Lock.hpp"
@@ -25,16 +26,21 @@ public:
     PresenceManager& operator=(const PresenceManager&) = delete;
 
     /// Follows the presence on that server from now on and returns once its first check went well;
-    /// blocks for as long as the server takes. Throws OV::IllegalArgumentException for an empty
-    /// host or port 0 before anything else, and PresenceManagerException when the check fails: the
-    /// server is then tried again in the background until the check is stopped, unless it refused
-    /// the user. The target that is followed already costs nothing.
+    /// blocks for as long as the server takes (some five requests, each as
+    /// HttpOptions allow), or until the calling OV::Thread is interrupted. Throws
+    /// OV::IllegalArgumentException for an empty host or port 0 before anything else, and
+    /// PresenceManagerException when the check fails: the server is then tried again in the
+    /// background until the check is stopped, unless it refused the user. The target that is
+    /// followed already costs nothing.
     void SetTargetServer(const OV::UniString& host, std::uint16_t port, const OV::UniString& user,
                          const OV::Secret& password);
     /// Of the target server; empty when there is none.
     [[nodiscard]] OV::UniString GetHost() const;
     /// Who is present, as one consistent set; empty while nobody knows.
     [[nodiscard]] PresenceIds GetActivePresenceIds() const;
+    /// Why nobody knows who is present: how the newest attempt on the target server failed. None
+    /// while it goes well or nothing is followed.
+    [[nodiscard]] Failure GetLastFailure() const;
     /// Ends the presence-check thread within 100 ms; nobody counts as present any more.
     void StopPresenceCheck();
 

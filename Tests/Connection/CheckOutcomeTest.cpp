@@ -1,6 +1,9 @@
 #include "CachedProjectInfoObserver.hpp"
+#include "CheckOptions.hpp"
 #include "ClientProjectData.hpp"
 #include "Connection/ConnectionTest.hpp"
+#include "Failure.hpp"
+#include "Support/FileBytes.hpp"
 #include "Support/ScriptedServer.hpp"
 
 #include <memory>
@@ -214,4 +217,43 @@ TEST_F(CheckOutcomeTest, ClosingLogsItsOutcomeAndForgetsTheSession)
     EXPECT_FALSE(SYC::CloseSession(host.manager));
     EXPECT_TRUE(log.Has("SYClient: SYC::CloseSession Failed" + tail));
     EXPECT_EQ(Check(host), CheckResult::Passed) << "the next check starts a new one";
+    host.manager.FindCache()->SetSessionId(u"ended elsewhere");
+    EXPECT_TRUE(SYC::CloseSession(host.manager)) << "it could never be closed";
+    EXPECT_EQ(host.manager.GetSessionId(), u"");
+}
+
+TEST_F(CheckOutcomeTest, EveryFailureSaysWhyAndWhatToDo)
+{
+    using SYC::FailureKind;
+    const auto file = folder.GetLocation().Appended(u"file");
+    WriteBytes(file.ToPath(), "x");
+    const struct {
+        std::uint16_t port;
+        std::string password;
+        IO::Location caches;
+        FailureKind kind;
+        std::int32_t code;
+        bool mayTryAgain;
+    } rows[] = {
+        {1, ServerProcess::Password, DataFolder(), FailureKind::NotReached, 0, true},
+        {server.ManagementPort(), ServerProcess::Password, DataFolder(), FailureKind::NotUnderstood,
+         3, true},
+        {server.ModelPort(), "wrong", DataFolder(), FailureKind::AccessDenied, 10, false},
+        {server.ModelPort(), ServerProcess::Password, file, FailureKind::ThisComputer, 0, false},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(static_cast<int>(row.kind));
+        Host host(Url("anna.novak", u"Harbour Bridge", row.port, row.password), row.caches);
+        SYC::ReadProjectConnection connection(&host.manager);
+        EXPECT_NE(connection.Check({}), CheckResult::Passed);
+        const SYC::Failure& failure = connection.GetLastFailure();
+        EXPECT_EQ(failure.kind, row.kind) << OV::ToUtf8(failure.sentence);
+        EXPECT_EQ(failure.code, row.code);
+        EXPECT_EQ(failure.mayTryAgain, row.mayTryAgain);
+        EXPECT_FALSE(failure.sentence.empty());
+        EXPECT_FALSE(failure.advice.empty());
+    }
+    for (auto kind = FailureKind::Cancelled; kind <= FailureKind::Unexpected;
+         kind = FailureKind(static_cast<int>(kind) + 1))
+        EXPECT_FALSE(SYC::MakeFailure(kind).advice.empty()) << "it has words in the resources";
 }

@@ -172,7 +172,7 @@ TEST_F(OperationsTest, EachFailureHasItsKindAndOnlyWhatIsGoneCountsAsDeleted)
         EXPECT_FALSE(users.GetRole(u"r", role));
         EXPECT_EQ(strategy.TakeAlerts(), Alerts{row.get});
         EXPECT_EQ(users.GetLastFailure().code, row.code);
-        EXPECT_EQ(users.GetLastFailure().message == u"Said by the server.", row.code != 0);
+        EXPECT_EQ(users.GetLastFailure().sentence == u"Said by the server.", row.code != 0);
         Connect();
         EXPECT_EQ(users.DeleteRole(role), row.removed == nullptr);
         EXPECT_EQ(strategy.TakeAlerts(), row.removed ? Alerts{row.removed} : Alerts{});

@@ -6,6 +6,7 @@
 
 #include "IO/File.hpp"
 #include "IO/IOException.hpp"
+#include "Messaging/MailAnswer.hpp"
 #include "OVRoot/Guid.hpp"
 #include "OVRoot/Resources.hpp"
 #include "SYCommunication/HttpOptions.hpp"
@@ -48,6 +49,36 @@ TEST_F(MailClientTest, StopsTheFlushOfflineAndResumesItOnline)
     EXPECT_EQ(texts.size(), 5u);
     for (const auto& [text, count] : texts)
         EXPECT_EQ(count, 1) << OV::ToUtf8(text);
+}
+
+TEST_F(MailClientTest, AnswersAndForwardsUnderBothIdsWithFullNames)
+{
+    using SYC::MailAnswer;
+    auto host = MakeHost("anna.novak");
+    host->SetPresence(PresenceState::Online);
+    const auto asked = Deliver("marco.rossi", {u"anna.novak"}, u"May I?", MailType::Request);
+    host->Open();
+    OV::Ref<ClientMail> request, copy;
+    ASSERT_TRUE(host->client->GetMail(asked, request));
+    EXPECT_THROW(host->client->Answer(*request, MailAnswer::Revoke, {}, nullptr),
+                 OV::IllegalArgumentException);
+    const auto answer = host->client->Answer(*request, MailAnswer::Accept, {u"Yes"}, host.get());
+    EXPECT_TRUE(request->IsRead() && request->IsHistorical());
+    EXPECT_FALSE(MailClient::MayAnswer(*request, MailAnswer::Deny)) << "it was answered";
+    const auto forwarded =
+        host->client->Forward(*request, {u"lena.fischer"}, {u"Look"}, host.get());
+    host->Await([&] { return host->delivered.size() == 2 && host->sent.size() == 2; }, "both");
+    const auto refreshes = host->refreshes;
+    host->client->RefreshMails(SYC::RefreshMailListReason::ServerSignal);
+    host->Await([&] { return host->refreshes > refreshes; }, "the copies");
+    ASSERT_TRUE(host->client->GetMail(host->delivered[answer.GetId()], copy));
+    EXPECT_EQ(copy->GetType(), MailType::RequestAccepted);
+    EXPECT_EQ(copy->GetParentMailId(), asked);
+    EXPECT_EQ(copy->GetSenderFullName(), host->manager.FindCache()->GetUserName());
+    EXPECT_FALSE(copy->GetRecipientsFullName().empty());
+    ASSERT_TRUE(host->client->GetMail(host->delivered[forwarded.GetId()], copy));
+    EXPECT_EQ(copy->GetBodyText(), u"Look\n\nFrom Marco Rossi:\nMay I?");
+    EXPECT_EQ(TextsOf("lena.fischer")[copy->GetBodyText()], 1);
 }
 
 TEST_F(MailClientTest, TriesAgainByItselfOnceTheServerIsLessBusy)

@@ -34,8 +34,8 @@ public:
     {
         client = std::make_unique<MailClient>(manager.GetSignalClient(), manager, members, Folder(),
                                               executor);
-        client->Attach(*this);
-        client->AttachOutbox(*this);
+        mailSubscription = client->Subscribe(*this);
+        outboxSubscription = client->SubscribeOutbox(*this);
         Await([this] { return refreshes + failedRefreshes > 0; }, "the first refresh");
     }
 
@@ -71,6 +71,11 @@ public:
         lastReason = reason;
         newMails.insert(newMails.end(), mails->begin(), mails->end());
     }
+    void MailDelivered(MailClient&, const OV::UniString& localId,
+                       const OV::UniString& serverId) override
+    {
+        delivered[localId] = serverId;
+    }
     void RefreshMailsFailed(MailClient&, const OV::UniString&) override { ++failedRefreshes; }
     void SendMailCompleted(const ClientMail& mail, const NameList&, int result) override
     {
@@ -93,6 +98,8 @@ public:
     OV::Array<OV::Ref<ClientMail>> newMails;
     std::vector<std::pair<OV::UniString, int>> sent;
     std::vector<int> deletions;
+    std::map<OV::UniString, OV::UniString> delivered;
+    OV::Subscription mailSubscription, outboxSubscription;
 };
 
 class MessagingTest : public ConnectionTest {

@@ -1,16 +1,20 @@
 #include "DataOptionsTest.hpp"
 
 #include "Cache/Detail/CacheFolders.hpp"
+#include "CleanUp.hpp"
+#include "ClientProjectConnectionManager.hpp"
 #include "Files/FileErrors.hpp"
 #include "IO/ExclusiveFile.hpp"
 #include "IO/IOException.hpp"
 #include "OVRoot/Exception.hpp"
 #include "Support/ChildProcess.hpp"
 #include "Support/LogCapture.hpp"
+#include "Support/Pipe.hpp"
 #include "SyncraURL.hpp"
 
 #include <fcntl.h>
 #include <functional>
+#include <map>
 #include <sys/stat.h>
 #include <thread>
 
@@ -329,6 +333,44 @@ TEST_F(RegisteredProjectsTest, RemovesACacheWholeAndOnlyWhenNobodySetsItUp)
     EXPECT_TRUE(registry.RemoveProject(HostFolder().Appended(u"link")));
     EXPECT_EQ(std::distance(fs::directory_iterator(host), {}), 1);
     EXPECT_EQ(std::distance(fs::directory_iterator(target), {}), 1) << "no lock file either";
+}
+
+TEST_F(RegisteredProjectsTest, DueCachesGoOnlyWhenNobodyHasThemOpenAndNothingWaits)
+{
+    constexpr std::int32_t now = 1'700'000'000, day = 24 * 60 * 60;
+    registry.SetLastUsedDays(30);
+    const auto make = [&](const OV::UniString& name, std::int32_t lastOpened) {
+        auto cache = Make(name);
+        cache.SetLastOpenProjectTime(lastOpened);
+        return cache;
+    };
+    const auto idle = make(u"Idle", now - 31 * day).GetCacheFolderLocation();
+    (void)make(u"New", now - 30 * day);
+    make(u"Changed", now - 31 * day).SetUnsentChanges(true);
+    const auto mailed = make(u"Mailed", now - 31 * day).GetCacheFolderLocation();
+    WriteBytes(mailed.Appended(u"Outbox.dat").ToNativePath(), "not an outbox");
+    const auto open = make(u"Open", now - 31 * day).GetCacheFolderLocation();
+    Pipe isOpen;
+    ChildProcess other([&] {
+        SYC::ClientProjectConnectionManager manager(Url(u"Open"), HostFolder(), {});
+        (void)manager.GetCachedProjectInfo();
+        isOpen.Tell();
+        pause();
+        return 0;
+    });
+    isOpen.Await();
+    std::map<OV::UniString, bool> due;
+    for (const auto& each : SYC::FindCachesToClean(now, HostFolder()))
+        due[each.project.GetProjectName()] = each.MayGo();
+    EXPECT_EQ(due,
+              (std::map<OV::UniString, bool>{
+                  {u"Changed", false}, {u"Idle", true}, {u"Mailed", false}, {u"Open", false}}));
+    EXPECT_THROW(registry.RemoveProject(open), IO::IOException);
+    EXPECT_EQ(Names().size(), 5u);
+    other.Kill();
+    EXPECT_FALSE(SYC::IsCacheInUse(open)) << "a dead process holds nothing";
+    EXPECT_TRUE(registry.RemoveProject(open));
+    EXPECT_TRUE(registry.RemoveProject(idle));
 }
 
 TEST_F(RegisteredProjectsTest, ARemovalThatEndsEarlyLeavesACacheToBeRemovedAgain)

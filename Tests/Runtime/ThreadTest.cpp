@@ -1,8 +1,10 @@
 #include "OVRoot/Thread.hpp"
 #include "OVRoot/Condition.hpp"
 #include "OVRoot/EventSource.hpp"
+#include "OVRoot/Executor.hpp"
 #include "OVRoot/Lock.hpp"
 #include "OVRoot/Logger.hpp"
+#include "OVRoot/PooledExecutor.hpp"
 #include "Support/LogCapture.hpp"
 #include "Support/Thrown.hpp"
 
@@ -221,4 +223,79 @@ TEST(EventSourceTest, AnObserverThatWasDetachedMayBeDestroyed)
         EXPECT_EQ(*observer, 2) << "detached in the middle of a call";
     }
     stop = true;
+}
+
+TEST(EventSourceTest, ASubscriptionEndsWithWhicheverGoesFirst)
+{
+    int first = 0;
+    int second = 0;
+    OV::Subscription outlives;
+    const auto count = [](int& observer) { ++observer; };
+    {
+        OV::EventSource<int> source;
+        outlives = source.Subscribe(first);
+        {
+            const OV::Subscription ends = source.Subscribe(second);
+            source.Notify(count);
+        }
+        source.Notify(count);
+        EXPECT_EQ(first, 2);
+        EXPECT_EQ(second, 1);
+        OV::Subscription newer = source.Subscribe(first);
+        outlives.Reset();
+        EXPECT_TRUE(newer.IsStanding()) << "the former one has nothing to end any more";
+        outlives = std::move(newer);
+        EXPECT_TRUE(outlives.IsStanding());
+    }
+    EXPECT_FALSE(outlives.IsStanding());
+}
+
+TEST(EventSourceTest, AnExecutorTellsWhatWasTrueThenAndNobodyWhoHasGone)
+{
+    OV::PooledExecutor executor(0, 1, 0);
+    std::vector<std::string> told;
+    OV::Condition isHeld, goOn;
+    executor.Execute(OV::MakeTask([&] {
+        isHeld.Notify();
+        goOn.Wait();
+    }));
+    isHeld.Wait();
+    {
+        OV::PostingEventSource<std::vector<std::string>> source;
+        const auto tell = [&source](std::string text) {
+            source.Notify([text](std::vector<std::string>& observer) { observer.push_back(text); });
+        };
+        std::vector<std::string> gone;
+        const OV::Subscription stays = source.Subscribe(told, executor);
+        {
+            const OV::Subscription ends = source.Subscribe(gone, executor);
+            tell("first");
+        }
+        tell("second");
+        EXPECT_TRUE(told.empty()) << "told on this thread";
+        goOn.Notify();
+        OV::Condition done;
+        executor.Execute(OV::MakeTask([&] { done.Notify(); }));
+        done.Wait();
+        EXPECT_EQ(told, (std::vector<std::string>{"first", "second"}));
+        EXPECT_TRUE(gone.empty());
+    }
+}
+
+TEST(EventSourceTest, WhoGoesBeforeTheAttachmentIsNamed)
+{
+#ifdef NDEBUG
+    GTEST_SKIP() << "noticed in builds with assertions";
+#endif
+    struct View : OV::ObserverBase {};
+    LogCapture log;
+    auto source = std::make_unique<OV::EventSource<View>>();
+    {
+        View view;
+        source->Attach(view);
+    }
+    EXPECT_TRUE(log.Mentions("View) is destroyed while it is attached"));
+    EXPECT_FALSE(log.Mentions("A source ends"));
+    source.reset();
+    EXPECT_TRUE(log.Mentions("A source ends while an observer ("));
 }

@@ -7,7 +7,9 @@
 #include "EventLogUpdater.hpp"
 #include "ManagementTool/UserAsyncTaskExecutingImplementation.hpp"
 #include "ProjectStatusText.hpp"
+#include "ReadProjectConnection.hpp"
 #include "RegisteredProjects.hpp"
+#include "StartCheck.hpp"
 #include "SyncraURL.hpp"
 #include "UserInterface/CloseProjectDialog.hpp"
 #include "UserInterface/ProjectLogViewerDlg_14.hpp"
@@ -36,20 +38,9 @@ using ProjectLogViewer = Syncra::Server::ManagementTool::GUI::ProjectLogViewerDl
 constexpr int PhotoWidth = 50;
 constexpr int PhotoHeight = 60;
 
-QString ReasonOf(SYC::CheckResult result)
+QString ReasonOf(const SYC::Failure& failure)
 {
-    switch (result) {
-    case SYC::CheckResult::AccessDenied:
-        return "You are no member of this project. Ask its manager to add you.";
-    case SYC::CheckResult::ProjectNotFound:
-        return "There is no such project any more, or another one carries its name now.";
-    case SYC::CheckResult::ForbiddenByState:
-        return "The state of the project forbids it. Try again later.";
-    case SYC::CheckResult::IncompatibleVersion:
-        return "The server and this program are of versions that do not fit together.";
-    default:
-        return "The project or its session is another one than this computer remembers.";
-    }
+    return ::ToQt(failure.sentence + u" " + failure.advice);
 }
 
 /// The same pixels; the image keeps a copy.
@@ -81,6 +72,8 @@ MainWindow::MainWindow(IO::Location dataFolder) : dataFolder_(std::move(dataFold
 
 MainWindow::~MainWindow()
 {
+    if (opening_)
+        opening_->request_stop();
     if (opened_ && opened_->members)
         opened_->members->Detach(*this);
 }
@@ -304,6 +297,10 @@ void MainWindow::ShowProjects(const OV::Array<Syncra::Protocol::Project>& projec
 
 void MainWindow::Open()
 {
+    if (opening_) {
+        opening_->request_stop();
+        return;
+    }
     const auto selected = projects_->selectedItems();
     if (selected.isEmpty())
         return;
@@ -311,37 +308,55 @@ void MainWindow::Open()
     info.projectName = FromQt(selected.front()->text());  // the table may change while one is asked
     if (!Close())
         return;
-    const auto manager = std::make_shared<SYC::ClientProjectConnectionManager>(
-        SYC::ToSyncraLocation(info), dataFolder_, nullptr);
-    bool takeOver = false;
-    for (;;) {
-        Say("Opening " + ::ToQt(info.projectName) + " ...");
-        const auto task = OV::MakeRef<ServerTasks::OpenProject>(manager, takeOver);
-        if (ServerTasks::Run(task))
-            return Follow(*task, manager, info.projectName);
-        Say("Not opened.");
-        if (task->result == SYC::CheckResult::Offline)
-            return OpenOffline(manager, info.projectName);
-        if (task->result != SYC::CheckResult::SessionInUse || takeOver) {
-            Say(ReasonOf(task->result));
-            return;
-        }
-        if (QMessageBox::question(this, windowTitle(),
-                                  "Another computer holds your session in this project. Take it "
-                                  "over? Unsent changes there can then not be sent.") !=
-            QMessageBox::Yes)
-            return;
-        takeOver = true;
-    }
+    Check(std::make_shared<SYC::ClientProjectConnectionManager>(SYC::ToSyncraLocation(info),
+                                                                dataFolder_, nullptr),
+          info.projectName, false);
 }
 
-void MainWindow::Follow(const ServerTasks::OpenProject& opened, OpenedManager manager,
-                        OV::UniString name)
+void MainWindow::Check(OpenedManager manager, OV::UniString name, bool takeOver)
+{
+    opening_.emplace();
+    UpdateButtons();
+    SYC::CheckOptions options;
+    options.forceOnline = true;
+    options.allowTakeover = takeOver;
+    options.stop = opening_->get_token();
+    options.progress = [this, name](SYC::CheckStep step) {
+        Say(::ToQt(name) + ": " + ::ToQt(SYC::ToText(step)) + " ...");
+    };
+    const auto connection = std::make_shared<SYC::ReadProjectConnection>(manager.get());
+    SYC::StartCheck(connection, std::move(options), opener_, executor_,
+                    [=, this](SYC::CheckResult result, const SYC::Failure& failure) {
+                        opening_.reset();
+                        UpdateButtons();
+                        if (result == SYC::CheckResult::Passed)
+                            Follow(connection->GetProjectId(), manager, name);
+                        else
+                            TellNotOpened(manager, name, takeOver, result, failure);
+                    });
+}
+
+void MainWindow::TellNotOpened(const OpenedManager& manager, const OV::UniString& name,
+                               bool hasTakenOver, SYC::CheckResult result,
+                               const SYC::Failure& failure)
+{
+    Say(ReasonOf(failure));
+    if (failure.kind == SYC::FailureKind::Cancelled)
+        return;
+    if (result == SYC::CheckResult::Offline)
+        OpenOffline(manager, name);
+    else if (result == SYC::CheckResult::SessionInUse && !hasTakenOver &&
+             QMessageBox::question(this, windowTitle(), ReasonOf(failure) + "\n\nTake it over?") ==
+                 QMessageBox::Yes)
+        Check(manager, name, true);
+}
+
+void MainWindow::Follow(const OV::UniString& projectId, OpenedManager manager, OV::UniString name)
 {
     opened_ = std::make_unique<Opened>();
     opened_->manager = std::move(manager);
     opened_->name = std::move(name);
-    opened_->manager->StartSignals(opened.projectId);
+    opened_->manager->StartSignals(projectId);
     opened_->members = std::make_unique<SYC::ProjectMembers>(opened_->manager->GetSignalClient(),
                                                              *opened_->manager, executor_);
     opened_->members->Attach(*this);
@@ -357,8 +372,7 @@ void MainWindow::Follow(const ServerTasks::OpenProject& opened, OpenedManager ma
 void MainWindow::OpenOffline(OpenedManager manager, OV::UniString name)
 {
     if (!manager->FindCache()) {
-        Say("The server cannot be reached, and this computer has no cache of the project.");
-        return;
+        return;  // why the server cannot be worked with stands there already
     }
     try {
         if (!SYC::AuthenticateOnCache(manager.get(), false))
@@ -395,8 +409,9 @@ bool MainWindow::Close()
         opened_->members->Detach(*this);
     opened_->members.reset();
     manager.StopSignals();
-    if (isOnline && !ServerTasks::Run(OV::MakeRef<ServerTasks::CloseProject>(opened)))
-        Say("Closed here; the server's session is still open.");
+    const auto closing = OV::MakeRef<ServerTasks::CloseProject>(opened);
+    if (isOnline && !ServerTasks::Run(closing))
+        Say("Closed here; the server's session is still open. " + ReasonOf(closing->failure));
     else
         Say("Closed.");
     opened_.reset();
@@ -407,6 +422,8 @@ bool MainWindow::Close()
 
 void MainWindow::closeEvent(QCloseEvent* event)
 {
+    if (opening_)
+        opening_->request_stop();
     event->setAccepted(Close());
 }
 
@@ -453,7 +470,8 @@ void MainWindow::UpdateButtons()
 {
     log_->setEnabled(!projectIds_.empty() && !projects_->selectedItems().isEmpty());
     charts_->setEnabled(!projectIds_.empty());
-    open_->setEnabled(!projects_->selectedItems().isEmpty());
+    open_->setText(opening_ ? "&Cancel" : "&Open");
+    open_->setEnabled(opening_ || !projects_->selectedItems().isEmpty());
     close_->setEnabled(opened_ != nullptr);
 }
 

@@ -1,13 +1,17 @@
 #pragma once
 
+#include "Failure.hpp"
 #include "LogIndex/TextParser.hpp"
 #include "Messaging/ProjectMembers.hpp"
+#include "OVRoot/PooledExecutor.hpp"
 #include "SYClientBase/MessageLoopExecutor.hpp"
 #include "ServerTasks.hpp"
 
 #include <QMainWindow>
 
 #include <memory>
+#include <optional>
+#include <stop_token>
 
 class QAbstractButton;
 class QLineEdit;
@@ -29,7 +33,7 @@ public:
 
 private:
     /// A project that is open, with what follows it.
-    using OpenedManager = ServerTasks::OpenProject::Manager;
+    using OpenedManager = ServerTasks::Manager;
     struct Opened {
         OpenedManager manager;
         OV::UniString name;
@@ -51,7 +55,10 @@ private:
     void TakeLoginOf(int row);
     void ShowProjects(const OV::Array<Syncra::Protocol::Project>& projects);
     void Open();
-    void Follow(const ServerTasks::OpenProject& opened, OpenedManager manager, OV::UniString name);
+    void Check(OpenedManager manager, OV::UniString name, bool takeOver);
+    void TellNotOpened(const OpenedManager& manager, const OV::UniString& name, bool hasTakenOver,
+                       SYC::CheckResult result, const SYC::Failure& failure);
+    void Follow(const OV::UniString& projectId, OpenedManager manager, OV::UniString name);
     void OpenOffline(OpenedManager manager, OV::UniString name);
     /// False when the user keeps it open.
     bool Close();
@@ -65,6 +72,9 @@ private:
 
     const IO::Location dataFolder_;
     SYCB::MessageLoopExecutor executor_;
+    OV::PooledExecutor opener_{0, 1, 0};
+    /// Of the project that is being opened.
+    std::optional<std::stop_source> opening_;
     QLineEdit* server_ = nullptr;
     QSpinBox* port_ = nullptr;
     QLineEdit* user_ = nullptr;

@@ -5,7 +5,6 @@
 #include "Log/PieChartUpdater.hpp"
 #include "ManagementTool/UserAsyncTaskExecutingImplementation.hpp"
 #include "OVRoot/Logger.hpp"
-#include "ReadProjectConnection.hpp"
 #include "SYClientBase/SyncraClientFactory.hpp"
 
 namespace ServerTasks {
@@ -33,17 +32,9 @@ bool ListProjects::RunTask()
     return false;
 }
 
-bool OpenProject::RunTask()
-{
-    SYC::ReadProjectConnection connection(manager_.get());
-    result = connection.Check(true, false, true, takeOver_);
-    projectId = connection.GetProjectId();
-    return result == SYC::CheckResult::Passed;
-}
-
 bool CloseProject::RunTask()
 {
-    return SYC::CloseSession(*manager_);
+    return SYC::CloseSession(*manager_, failure);
 }
 
 bool UpdateStatistics::RunTask()

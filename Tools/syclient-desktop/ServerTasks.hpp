@@ -3,6 +3,7 @@
 #include "Charts.hpp"
 #include "CheckResult.hpp"
 #include "ClientProjectConnectionManager.hpp"
+#include "Failure.hpp"
 #include "LogIndex/TextParser.hpp"
 #include "ManagementTool/AsyncTaskExecuting.hpp"
 #include "ManagementTool/ErrorType.hpp"
@@ -14,6 +15,7 @@
 /// the user gave up finishes in the background and is dropped.
 namespace ServerTasks {
 
+using Manager = std::shared_ptr<SYC::ClientProjectConnectionManager>;
 using Task = Syncra::Server::ManagementTool::Core::AsyncTaskExecuting::Task;
 
 /// The projects that a user may see.
@@ -31,31 +33,17 @@ private:
     Syncra::Client::SignInData signIn_;
 };
 
-/// The check of a project connection, which takes or starts the session.
-class OpenProject final : public Task {
+/// Ends the server session.
+class CloseProject final : public Task {
 public:
-    using Manager = std::shared_ptr<SYC::ClientProjectConnectionManager>;
+    explicit CloseProject(Manager manager) : manager_(std::move(manager)) {}
 
-    OpenProject(Manager manager, bool takeOver) : manager_(std::move(manager)), takeOver_(takeOver)
-    {}
-
-    SYC::CheckResult result = SYC::CheckResult::Offline;
-    OV::UniString projectId;
+    /// Why it was not closed.
+    SYC::Failure failure;
 
 private:
     bool RunTask() override;
     Manager manager_;
-    bool takeOver_;
-};
-
-/// Ends the server session.
-class CloseProject final : public Task {
-public:
-    explicit CloseProject(OpenProject::Manager manager) : manager_(std::move(manager)) {}
-
-private:
-    bool RunTask() override;
-    OpenProject::Manager manager_;
 };
 
 /// Brings the log and the statistics of a server up to date in the cache, and reads them.

@@ -161,7 +161,7 @@ ProjectRepositoryManager& AdminSession::Projects()
 
 void AdminSession::Fail(const ManagementCore::RequestFailure& failure)
 {
-    throw AdminFailure(ExitCodeOf(failure), failure.message);
+    throw AdminFailure(ExitCodeOf(failure), failure.sentence);
 }
 
 void RunOnServer(Context& context, const ServerArguments& server,

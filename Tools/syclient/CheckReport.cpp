@@ -7,36 +7,22 @@
 
 namespace {
 
+/// What a shell knows of a result beside the library's words.
 struct Meaning {
     SYC::CheckResult result;
     const char* word;
-    const char* explanation;
+    const char* option;  ///< what the advice is called here; null for none
 };
 
 constexpr std::array meanings{
-    Meaning{SYC::CheckResult::Passed, "passed", "The project is open."},
-    Meaning{SYC::CheckResult::Offline, "offline",
-            "The project is offline: its server cannot be worked with. Check the server's name and "
-            "port, and try again."},
-    Meaning{SYC::CheckResult::AccessDenied, "access-denied",
-            "You may not use this project: the login is wrong or you are no member of it. Ask its "
-            "manager to add you."},
-    Meaning{
-        SYC::CheckResult::SessionInUse, "session-in-use",
-        "Your session in this project is in use on another computer. Close it there, or take it "
-        "over with --take-over."},
-    Meaning{SYC::CheckResult::ProjectMismatch, "mismatch",
-            "The project or your session in it is not the expected one. A lost session is replaced "
-            "with --new-session."},
-    Meaning{
-        SYC::CheckResult::ProjectNotFound, "not-found",
-        "The project does not exist on the server, or another project carries its name now. Your "
-        "cache is kept."},
-    Meaning{SYC::CheckResult::ForbiddenByState, "forbidden-by-state",
-            "The state of the project on the server forbids this. A locked project can be opened "
-            "for reading, without --write."},
-    Meaning{SYC::CheckResult::IncompatibleVersion, "incompatible-version",
-            "The server speaks another version of the protocol. Update the older side."},
+    Meaning{SYC::CheckResult::Passed, "passed", nullptr},
+    Meaning{SYC::CheckResult::Offline, "offline", nullptr},
+    Meaning{SYC::CheckResult::AccessDenied, "access-denied", nullptr},
+    Meaning{SYC::CheckResult::SessionInUse, "session-in-use", "--take-over"},
+    Meaning{SYC::CheckResult::ProjectMismatch, "mismatch", "--new-session"},
+    Meaning{SYC::CheckResult::ProjectNotFound, "not-found", nullptr},
+    Meaning{SYC::CheckResult::ForbiddenByState, "forbidden-by-state", nullptr},
+    Meaning{SYC::CheckResult::IncompatibleVersion, "incompatible-version", nullptr},
 };
 
 const Meaning& MeaningOf(SYC::CheckResult result)
@@ -62,13 +48,11 @@ std::string CheckReport::Word() const
 
 std::string CheckReport::Explanation() const
 {
-    // A locked project comes with its event; a server that refuses every session does not.
-    if (result == SYC::CheckResult::ForbiddenByState && events.empty())
-        return "The project is under maintenance on its server. Try again when that is over.";
-    std::string text = MeaningOf(result).explanation;
-    for (const auto& event : events)
-        if (!event.text.empty())
-            text += " (" + ForDisplay(event.text) + ")";
+    if (!failure)
+        return ForDisplay(SYC::ToText(result));
+    std::string text = ForDisplay(failure.sentence) + " " + ForDisplay(failure.advice);
+    if (const char* option = MeaningOf(result).option)
+        text += std::string(" (") + option + ")";
     return text;
 }
 

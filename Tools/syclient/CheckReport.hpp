@@ -2,6 +2,7 @@
 
 #include "CachedProjectInfo.hpp"
 #include "CheckResult.hpp"
+#include "Failure.hpp"
 #include "Output.hpp"
 #include "ProjectConnectionInfo.hpp"
 
@@ -17,6 +18,7 @@ struct CheckReport {
 
     SYC::Inner::ProjectConnectionInfo connection;
     SYC::CheckResult result = SYC::CheckResult::Offline;
+    SYC::Failure failure;  ///< why it did not pass
     std::vector<Event> events;
     OV::UniString projectId;
     OV::UniString serverLocation;

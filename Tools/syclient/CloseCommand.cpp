@@ -4,6 +4,7 @@
 #include "CacheView.hpp"
 #include "ClientProjectConnectionManager.hpp"
 #include "CloseSession.hpp"
+#include "Failure.hpp"
 #include "ProjectArguments.hpp"
 #include "SyncraURL.hpp"
 
@@ -26,15 +27,16 @@ void RunClose(const ProjectArguments& arguments, Context& context)
                                                 context.DataFolder(), {});
     const auto session = manager.GetSessionId();
     context.output.Progress("Closing the session of " + DescribeLogin(described) + " ...");
-    const bool closed = SYC::CloseSession(manager);
+    SYC::Failure failure;
+    const bool closed = SYC::CloseSession(manager, failure);
     context.exitCode = closed ? ExitCode::Success : ExitCode::Failure;
     if (context.output.json)
         context.output.PrintJson({{"closed", closed}, {"session", ForJson(session)}});
     else if (closed)
         context.output.PrintLine("Closed \"" + ForDisplay(described.projectName) + "\".");
     else
-        context.output.Error("The session could not be closed; the line above says why. "
-                             "It stays in the cache, so that you can try again.");
+        context.output.Error("The session could not be closed and stays in the cache: " +
+                             ForDisplay(failure.sentence) + " " + ForDisplay(failure.advice));
     if (const auto cache = manager.FindCache())
         ReportUnwritten(*cache, context);
 }

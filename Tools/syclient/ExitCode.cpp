@@ -16,6 +16,21 @@ ExitCode ExitCodeOf(const std::exception_ptr& failure)
     return ExitCode::Failure;
 }
 
+ExitCode ExitCodeOf(const SYC::Failure& failure)
+{
+    switch (failure.kind) {
+    case SYC::FailureKind::Cancelled:
+    case SYC::FailureKind::NoCache:
+    case SYC::FailureKind::ThisComputer:
+    case SYC::FailureKind::WrongInput:
+    case SYC::FailureKind::OutOfMemory:
+    case SYC::FailureKind::Unexpected:
+        return ExitCode::Failure;
+    default:
+        return ExitCode::Offline;
+    }
+}
+
 ExitCode ExitCodeOfRefusal(std::int32_t code)
 {
     using Syncra::Protocol::ErrorCode;

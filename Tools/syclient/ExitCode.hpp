@@ -1,6 +1,7 @@
 #pragma once
 
 #include "CheckResult.hpp"
+#include "Failure.hpp"
 
 #include <cstdint>
 #include <exception>
@@ -22,6 +23,9 @@ enum class ExitCode : int {
 
 /// Offline when a server could not be worked with; a failure that happened on this machine is 1.
 [[nodiscard]] ExitCode ExitCodeOf(const std::exception_ptr& failure);
+
+/// The same of a failure that was described.
+[[nodiscard]] ExitCode ExitCodeOf(const SYC::Failure& failure);
 
 /// The exit code of a server's refusal, told by its code.
 [[nodiscard]] ExitCode ExitCodeOfRefusal(std::int32_t code);

@@ -67,9 +67,9 @@ bool RunUpdate(SYC::LogUpdater& updater, UpdateView& view, Context& context)
     if (InterruptNote::WasInterrupted()) {
         context.exitCode = ExitCode::Failure;
         context.output.Error("Cancelled; the next update goes on from what was there before.");
-    } else if (updater.GetFailure()) {
-        context.exitCode = ExitCodeOf(updater.GetFailure());
-        context.output.Error(view.failure);
+    } else if (const auto& failure = updater.GetLastFailure()) {
+        context.exitCode = ExitCodeOf(failure);
+        context.output.Error(ForDisplay(failure.sentence));
     }
     return context.exitCode == ExitCode::Success;
 }

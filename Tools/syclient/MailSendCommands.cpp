@@ -1,11 +1,13 @@
 #include "MailCommands.hpp"
 
 #include "MailSubcommand.hpp"
+#include "Messaging/MailAnswer.hpp"
 #include "SyncraProtocol/ErrorCode.hpp"
 
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
+#include <functional>
 #include <iostream>
 #include <iterator>
 #include <map>
@@ -57,17 +59,17 @@ struct NewArguments {
 };
 
 struct AnswerArguments {
-    MailType type = MailType::Normal;
-    bool answersRequest = false;  ///< otherwise any mail
-    bool ofOwnCopy = false;       ///< the user's own request, withdrawn
+    SYC::MailAnswer kind = SYC::MailAnswer::Reply;
     std::string id{};
     Letter letter{};
+
+    [[nodiscard]] bool AnswersRequest() const { return kind != SYC::MailAnswer::Reply; }
 
     void AddOptions(CLI::App& command)
     {
         command.add_option("-i,--id", id, "Id of the mail")->required()->option_text("ID");
-        letter.AddOptions(command,
-                          answersRequest ? "none is needed" : "standard input when it is missing");
+        letter.AddOptions(command, AnswersRequest() ? "none is needed"
+                                                    : "standard input when it is missing");
     }
 };
 
@@ -118,17 +120,6 @@ void ReportSending(const ClientMail& mail, const std::optional<int>& result, Con
             ". \"syclient mail outbox --flush\" tries again, --drop " + id + " takes it out.");
 }
 
-OV::UniString FullNames(ProjectHost& host, const OV::Array<OV::UniString>& logins)
-{
-    OV::UniString names;
-    for (const auto& login : logins) {
-        OV::UniString name = login;
-        (void)host.Members().GetFullNameFromLoginName(login, name);
-        names += (names.empty() ? u"" : u", ") + name;
-    }
-    return names;
-}
-
 /// When the members are known, a wrong name is refused before it waits in the outbox for ever.
 bool AreMembers(ProjectHost& host, Context& context, const OV::Array<OV::UniString>& logins)
 {
@@ -153,17 +144,15 @@ bool IsInOutbox(ProjectHost& host, const OV::UniString& id)
                        [&](const auto& mail) { return mail->GetId() == id; });
 }
 
+/// `post` puts the mail into the outbox.
 bool Send(ProjectHost& host, Context& context, const OV::Array<OV::UniString>& logins,
-          ClientMail& mail)
+          const std::function<ClientMail(SendResult&)>& post)
 {
     const bool isOnline = host.GoOnline() && host.RefreshMembers();
     if (!AreMembers(host, context, logins))
         return false;
-    mail.SetSender(host.Connection().userName);
-    mail.SetSenderFullName(host.UserFullName());
-    mail.SetRecipientsFullName(FullNames(host, logins));
     SendResult sending(&host.Executor());
-    host.Mails().SendMail(logins, mail, &sending);
+    const ClientMail mail = post(sending);
     context.output.Progress("The mail is safe in the outbox.");
     if (isOnline)
         (void)ProjectHost::WaitUntil(
@@ -187,18 +176,18 @@ void SendNew(ProjectHost& host, Context& context, const NewArguments& arguments)
     mail.SetImportance(arguments.letter.importance);
     mail.SetBodyText(arguments.letter.Text());
     host.OpenMails();
-    Send(host, context, logins, mail);
+    Send(host, context, logins, [&](SendResult& sending) {
+        host.Mails().SendMail(logins, mail, &sending);
+        return mail;
+    });
 }
 
-bool Fits(const ClientMail& mail, const AnswerArguments& answer, Context& context)
+bool Fits(const ClientMail& mail, SYC::MailAnswer answer, Context& context)
 {
-    if (!answer.answersRequest)
-        return true;
-    if (mail.GetType() == MailType::Request && mail.IsCopy() == answer.ofOwnCopy &&
-        !mail.IsHistorical())
+    if (SYC::MailClient::MayAnswer(mail, answer))
         return true;
     context.exitCode = ExitCode::Usage;
-    context.output.Error(answer.ofOwnCopy
+    context.output.Error(answer == SYC::MailAnswer::Revoke
                              ? "The mail is no open request of yours."
                              : "The mail is no open request to you; it may have been answered.");
     return false;
@@ -208,22 +197,17 @@ void SendAnswer(ProjectHost& host, Context& context, const AnswerArguments& answ
 {
     (void)host.RefreshMails();
     const auto original = FindMail(host, context, answer.id);
-    if (!original || !Fits(*original, answer, context))
+    if (!original || !Fits(*original, answer.kind, context))
         return;
-    ClientMail mail;
-    mail.SetType(answer.type);
-    mail.SetImportance(answer.letter.importance);
-    mail.SetParentMailId(original->GetId());
+    SYC::MailContent content;
+    content.importance = answer.letter.importance;
     // An answer to a request says all by its kind; a reply without words says nothing.
-    if (answer.letter.text || !answer.answersRequest)
-        mail.SetBodyText(answer.letter.Text());
-    const bool isSent = Send(host, context,
-                             original->IsCopy() ? original->GetRecipientsLoginName()
-                                                : OV::Array<OV::UniString>{original->GetSender()},
-                             mail);
-    host.Mails().SetMailReadMessage(*original);
-    if (answer.answersRequest)
-        host.Mails().SetMailHistoricalMessage(*original);
+    if (answer.letter.text || !answer.AnswersRequest())
+        content.text = answer.letter.Text();
+    const bool isSent = Send(
+        host, context, SYC::MailClient::GetAnswerRecipients(*original), [&](SendResult& sending) {
+            return host.Mails().Answer(*original, answer.kind, content, &sending);
+        });
     if (isSent)
         (void)host.Mails().SynchronizeLogOut();
     host.KeepMails("That the mail was read could not be kept on this machine.");
@@ -240,10 +224,9 @@ void AddMailSendCommands(CLI::App& mail, Context& context)
                       "Ask members for the ownership of what the text names", &SendNew,
                       {.type = MailType::Request});
     AddMailSubcommand(mail, context, "accept", "Grant a request", &SendAnswer,
-                      {.type = MailType::RequestAccepted, .answersRequest = true});
+                      {.kind = SYC::MailAnswer::Accept});
     AddMailSubcommand(mail, context, "deny", "Refuse a request", &SendAnswer,
-                      {.type = MailType::RequestDenied, .answersRequest = true});
-    AddMailSubcommand(
-        mail, context, "revoke", "Withdraw a request of one's own", &SendAnswer,
-        {.type = MailType::RequestRevoked, .answersRequest = true, .ofOwnCopy = true});
+                      {.kind = SYC::MailAnswer::Deny});
+    AddMailSubcommand(mail, context, "revoke", "Withdraw a request of one's own", &SendAnswer,
+                      {.kind = SYC::MailAnswer::Revoke});
 }

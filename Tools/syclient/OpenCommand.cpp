@@ -4,9 +4,14 @@
 #include "CacheView.hpp"
 #include "CheckReport.hpp"
 #include "ClientProjectConnectionManager.hpp"
+#include "InterruptNote.hpp"
 #include "OVRoot/Clock.hpp"
+#include "OVRoot/PooledExecutor.hpp"
 #include "ProjectArguments.hpp"
 #include "ReadProjectConnection.hpp"
+#include "SYClientBase/MessageLoop.hpp"
+#include "SYClientBase/MessageLoopExecutor.hpp"
+#include "StartCheck.hpp"
 #include "SyncraURL.hpp"
 #include "WriteProjectConnection.hpp"
 
@@ -34,6 +39,36 @@ struct OpenArguments {
     }
 };
 
+/// Runs the check beside the message loop: shows its steps once it takes long, ends with Ctrl-C.
+void Check(std::shared_ptr<SYC::ProjectConnectionBase> connection, SYC::CheckOptions options,
+           CheckReport& report, const Output& output)
+{
+    constexpr std::uint32_t LookMilliseconds = 50;
+    constexpr std::uint32_t PatienceMilliseconds = 2000;
+    const InterruptNote note;
+    SYCB::MessageLoopExecutor home;
+    OV::PooledExecutor worker(0, 1, 0);
+    std::stop_source stop;
+    bool hasEnded = false;
+    std::optional<SYC::CheckStep> step, shown;
+    options.stop = stop.get_token();
+    options.progress = [&](SYC::CheckStep next) { step = next; };
+    SYC::StartCheck(std::move(connection), std::move(options), worker, home,
+                    [&](SYC::CheckResult result, const SYC::Failure& failure) {
+                        report.result = result;
+                        report.failure = failure;
+                        hasEnded = true;
+                    });
+    std::uint32_t waited = 0;
+    while (!SYCB::MessageLoop::RunUntil([&] { return hasEnded; }, LookMilliseconds)) {
+        if (InterruptNote::WasInterrupted())
+            stop.request_stop();
+        waited += LookMilliseconds;
+        if (waited >= PatienceMilliseconds && step && std::exchange(shown, step) != step)
+            output.Progress(ForDisplay(SYC::ToText(*step)) + " ...");
+    }
+}
+
 void RunOpen(const OpenArguments& arguments, Context& context)
 {
     CheckReport report;
@@ -43,20 +78,26 @@ void RunOpen(const OpenArguments& arguments, Context& context)
                                                 [&](std::int32_t code, const OV::UniString& text) {
                                                     report.events.push_back({code, text});
                                                 });
-    std::unique_ptr<SYC::ProjectConnectionBase> connection;
+    std::shared_ptr<SYC::ProjectConnectionBase> connection;
     if (arguments.forWriting)
-        connection = std::make_unique<SYC::WriteProjectConnection>(&manager);
+        connection = std::make_shared<SYC::WriteProjectConnection>(&manager);
     else
-        connection = std::make_unique<SYC::ReadProjectConnection>(&manager);
+        connection = std::make_shared<SYC::ReadProjectConnection>(&manager);
 
     context.output.Progress("Checking \"" + ForDisplay(report.connection.projectName) + "\" as " +
                             DescribeLogin(report.connection) + " ...");
-    report.result =
-        connection->Check(true, arguments.newSession, arguments.forceOnline, arguments.takeOver);
+    SYC::CheckOptions options;
+    options.newSession = arguments.newSession;
+    options.forceOnline = arguments.forceOnline;
+    options.allowTakeover = arguments.takeOver;
+    Check(connection, std::move(options), report, context.output);
     // An unreadable cache is no reason to look at the server.
-    if (report.result == SYC::CheckResult::Offline && connection->GetFailure() &&
-        ExitCodeOf(connection->GetFailure()) == ExitCode::Failure)
-        std::rethrow_exception(connection->GetFailure());
+    if (report.result == SYC::CheckResult::Offline &&
+        ExitCodeOf(report.failure) == ExitCode::Failure) {
+        context.exitCode = ExitCode::Failure;
+        context.output.Error(report.Explanation());
+        return;
+    }
     report.projectId = connection->GetProjectId();
     report.serverLocation = connection->GetServerLocation();
     report.sessionId = connection->GetSessionId();

@@ -73,11 +73,6 @@ bool ProjectHost::IsOnline()
     return manager_.GetSignalClient().GetPresenceService().IsOnline();
 }
 
-OV::UniString ProjectHost::UserFullName() const
-{
-    return cache_->GetUserName();
-}
-
 bool ProjectHost::GoOnline()
 {
     context_.output.Progress("Connecting as " + DescribeLogin(info_) + " ...");

@@ -44,7 +44,6 @@ public:
     [[nodiscard]] SYC::ProjectMembers& Members() { return members_; }
     [[nodiscard]] OV::Executor& Executor() { return executor_; }
     [[nodiscard]] const SYC::Inner::ProjectConnectionInfo& Connection() const { return info_; }
-    [[nodiscard]] OV::UniString UserFullName() const;
     [[nodiscard]] bool IsOnline();
 
 private:

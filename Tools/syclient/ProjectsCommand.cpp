@@ -3,8 +3,8 @@
 #include "Commands.hpp"
 
 #include "CacheView.hpp"
+#include "CleanUp.hpp"
 #include "Files/FileErrors.hpp"
-#include "Messaging/MailFile.hpp"
 #include "OVRoot/Ascii.hpp"
 #include "OVRoot/Exception.hpp"
 #include "OVRoot/Terminal.hpp"
@@ -60,16 +60,6 @@ std::string DescribeProject(const CachedProjectInfo& cache)
     return "\"" + ForDisplay(info.projectName) + "\" of " + DescribeLogin(info);
 }
 
-/// Changes of the project, or mails that wait in the outbox.
-bool HasUnsent(const CachedProjectInfo& cache)
-{
-    const auto outbox = cache.GetCacheFolderLocation().Appended(SYC::MailFile::OutboxName);
-    const auto content = SYC::MailFile::Read(outbox);
-    // Nobody knows what a damaged outbox held.
-    return cache.IsChanges() || !content.mails.empty() || content.unknown.count != 0 ||
-           content.outcome == SYC::MailFile::Outcome::Damaged;
-}
-
 /// Letters A to Z in any case.
 bool Holds(const std::string& text, const std::string& part)
 {
@@ -81,7 +71,7 @@ bool IsWanted(const RegisteredProject& project, const ListArguments& arguments)
 {
     return (arguments.name.empty() ||
             Holds(ForDisplay(project.GetProjectName()), arguments.name)) &&
-           (!arguments.unsent || HasUnsent(project.GetCachedProjectInfo()));
+           (!arguments.unsent || SYC::HasUnsentWork(project.GetCachedProjectInfo()));
 }
 
 OV::Array<RegisteredProject> Select(const ListArguments& arguments, Context& context)
@@ -162,7 +152,7 @@ ForgetView LookAt(const IO::Location& folder)
         return {project,
                 "The cache of " + project +
                     " holds changes or mails that were not sent. Open the project and send them.",
-                HasUnsent(cache)};
+                SYC::HasUnsentWork(cache)};
     } catch (const Syncra::Server::ManagementTool::Core::FileError& error) {
         return {"\"" + ForDisplay(folder.LastComponent()) + "\"", ForDisplay(error.GetMessage()),
                 true};

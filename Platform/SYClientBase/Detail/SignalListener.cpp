@@ -173,7 +173,7 @@ void SignalListener::ListenWith(Syncra::Client::SyncraClient& client)
 
 void SignalListener::Deliver(const Signal& signal)
 {
-    state_.observers.Notify([&signal](PKSignalClientObserver& observer) {
+    state_.observers.Notify([signal](PKSignalClientObserver& observer) {
         if (observer._CheckSignalType(signal.id))
             observer._SignalReceived(signal);
     });
@@ -192,6 +192,7 @@ void SignalListener::SetOnline()
     if (OV::Thread::IsInterrupted() || state_.IsForcedOffline())
         throw OV::InterruptedException();
     lossWasLogged_ = false;
+    state_.SetFailure(nullptr);
     presence_.SetState(PresenceState::Online);
 }
 
@@ -199,6 +200,7 @@ void SignalListener::NoteLoss(const char* reason, OV::LogLevel level)
 {
     if (OV::Thread::IsInterrupted())
         throw OV::InterruptedException();
+    state_.SetFailure(std::current_exception());
     // The loop goes on although there may be no memory for the line, or for telling.
     if (!std::exchange(lossWasLogged_, true))
         OV::Detail::RunLogged(LogCategory, [&] {

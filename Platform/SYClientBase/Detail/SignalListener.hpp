@@ -18,7 +18,7 @@ class SignalState {
 public:
     explicit SignalState(PresenceService& presence) : presence_(presence) {}
 
-    OV::EventSource<PKSignalClientObserver> observers;
+    OV::PostingEventSource<PKSignalClientObserver> observers;
 
     [[nodiscard]] bool IsForcedOffline() const noexcept { return presence_.IsHeldOffline(); }
     /// Ends the request under way when `forced`; wakes who waits for the end of it otherwise.
@@ -32,9 +32,22 @@ public:
     /// The client whose request SetForcedOffline ends; null for none.
     void SetClient(std::shared_ptr<Syncra::Client::SyncraClient> client);
 
+    /// Of the last attempt to listen; null while there is none.
+    void SetFailure(std::exception_ptr failure)
+    {
+        const OV::LockGuard guard(lock_);
+        failure_.swap(failure);
+    }
+    [[nodiscard]] std::exception_ptr GetFailure()
+    {
+        const OV::LockGuard guard(lock_);
+        return failure_;
+    }
+
 private:
     PresenceService& presence_;
     OV::Lock lock_;
+    std::exception_ptr failure_ OV_GUARDED_BY(lock_);
     std::condition_variable_any changed_;
     std::uint64_t changes_ OV_GUARDED_BY(lock_) = 0;
     std::shared_ptr<Syncra::Client::SyncraClient> client_ OV_GUARDED_BY(lock_);
@@ -62,6 +75,7 @@ private:
     void Deliver(const Syncra::Protocol::Signal& signal);
     void DeliverEveryKind();
     void SetOnline();
+    /// Inside the handler of what ended the listening.
     void NoteLoss(const char* reason, OV::LogLevel level);
 
     SignalState& state_;

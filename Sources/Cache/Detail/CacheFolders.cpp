@@ -1,6 +1,7 @@
 #include "Cache/Detail/CacheFolders.hpp"
 
 #include "Cache/CacheInfoFormat.hpp"
+#include "Cache/Detail/CacheHold.hpp"
 #include "Files/Detail/InfoFileLock.hpp"
 #include "IO/Folder.hpp"
 #include "IO/IOException.hpp"
@@ -91,6 +92,13 @@ bool IsFree(const IO::Location& parent, const OV::UniString& name)
     }
 }
 
+void RefuseWhenHeld(const IO::Location& folder, const IO::Location& named)
+{
+    if (CacheHold::IsHeld(folder))
+        throw IO::IOException(IO::ErrorCode::HeldByOther, u"Cannot remove the cache", named,
+                              "a program has its project open; close it there first");
+}
+
 }  // namespace
 
 OV::UniString MakeName(const Inner::ProjectConnectionInfo& info)
@@ -141,13 +149,21 @@ void Remove(const IO::Location& folder)
     if (!hold)
         throw IO::IOException(IO::ErrorCode::HeldByOther, u"Cannot remove the cache", folder,
                               "another program is setting it up or removing it");
+    RefuseWhenHeld(folder, folder);
     // What a link leads to stays, so the hold there ends like any other.
     if (IO::Folder::IsLink(folder))
         hold->DeleteAndClose();
     // Last of all what makes it a cache: if this ends in the middle, the rest is listed and can be
     // removed again.
     constexpr OV::UniStringView last[] = {CacheInfoFormat::FileName, HoldFileName};
-    IO::Folder::DeleteTree(Rename(folder), last);
+    const IO::Location removed = Rename(folder);
+    try {
+        RefuseWhenHeld(removed, folder);
+    } catch (...) {
+        IO::File::Rename(removed, folder);
+        throw;
+    }
+    IO::Folder::DeleteTree(removed, last);
 }
 
 NewFolder::NewFolder(const IO::Location& parent, const OV::UniString& name)

@@ -29,7 +29,7 @@ struct Found {
 /// Deletes a cache folder with all that it holds, of one that is a link only the link. It goes at
 /// once under its name, for which a new cache may be made meanwhile. What is left of it when this
 /// ends early is a cache called "... .removed". Throws IO::IOException, with HeldByOther while it
-/// is being set up.
+/// is being set up or somebody holds it (CacheHold).
 void Remove(const IO::Location& folder);
 
 /// Whether the folder is what an unfinished Remove left of a cache of that connection.

@@ -44,9 +44,9 @@ bool MayPassByItself(int result)
 
 MailDelivery::MailDelivery(OpenedProject& project, const SYCB::PresenceService& presence,
                            MailClientActionResultObserverOverExecutor& client,
-                           const IO::Location& folder)
-    : project_(project), presence_(presence), client_(client), outbox_(folder),
-      worker_(1, 1, MailWorkerMilliseconds)
+                           const IO::Location& folder, TakeServerId takeServerId)
+    : project_(project), presence_(presence), client_(client),
+      takeServerId_(std::move(takeServerId)), outbox_(folder), worker_(1, 1, MailWorkerMilliseconds)
 {}
 
 void MailDelivery::Deliver(const ClientMail& mail, MailClientActionResultObserver* observer)
@@ -239,8 +239,10 @@ int MailDelivery::SendOne(Syncra::Client::SyncraClient& client, ClientMail& mail
     if (mail.SyncraMessageConvertFrom(message) != OV::ChannelOk)
         return MailResult::NotConverted;
     return ResultOf(u"Sending a mail", [&] {
-        (void)client.SendMail(project_.GetProjectId(), mail.GetRecipientsLoginName(), message,
-                              mail.GetId());
+        const auto serverId = client.SendMail(project_.GetProjectId(),
+                                              mail.GetRecipientsLoginName(), message, mail.GetId());
+        (void)client_.GetTarget().Post(
+            [this, localId = mail.GetId(), serverId] { takeServerId_(localId, serverId); });
     });
 }
 

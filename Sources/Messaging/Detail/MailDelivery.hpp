@@ -8,6 +8,7 @@
 #include "SYClientBase/PresenceService.hpp"
 
 #include <condition_variable>
+#include <functional>
 
 namespace SYC {
 
@@ -17,10 +18,16 @@ namespace SYC {
 /// otherwise.
 class MailDelivery {
 public:
+    /// Takes the id by which the server knows a mail now.
+    using TakeServerId =
+        std::function<void(const OV::UniString& localId, const OV::UniString& serverId)>;
+
     /// Reads "Outbox.dat" in `folder`; throws IO::IOException. What is given outlives it. `client`
-    /// hears of every attempt, before the one who waits for the mail does.
+    /// hears of every attempt, before the one who waits for the mail does; `takeServerId` is called
+    /// where it is told, before that.
     MailDelivery(OpenedProject& project, const SYCB::PresenceService& presence,
-                 MailClientActionResultObserverOverExecutor& client, const IO::Location& folder);
+                 MailClientActionResultObserverOverExecutor& client, const IO::Location& folder,
+                 TakeServerId takeServerId);
     MailDelivery(const MailDelivery&) = delete;
     MailDelivery& operator=(const MailDelivery&) = delete;
 
@@ -71,6 +78,7 @@ private:
     OpenedProject& project_;
     const SYCB::PresenceService& presence_;
     MailClientActionResultObserverOverExecutor& client_;
+    const TakeServerId takeServerId_;
     Outbox outbox_;
 
     mutable OV::Lock lock_;

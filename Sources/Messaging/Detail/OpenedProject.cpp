@@ -23,7 +23,8 @@ OV::UniString RequireProjectId(SYCB::ProjectConnectionManagerInterface& manager)
 
 OpenedProject::OpenedProject(SYCB::ProjectConnectionManagerInterface& manager)
     : manager_(manager), location_(manager.GetProjectLocation()),
-      projectId_(RequireProjectId(manager))
+      projectId_(RequireProjectId(manager)),
+      userFullName_(manager.GetCachedProjectInfo()->GetUserName())
 {}
 
 void OpenedProject::SetPassword(const OV::Secret& password)

@@ -23,6 +23,8 @@ public:
 
     [[nodiscard]] const OV::UniString& GetProjectId() const noexcept { return projectId_; }
     [[nodiscard]] const OV::UniString& GetLoginName() const { return location_.GetUserName(); }
+    /// As the server told it at the last check; may be empty.
+    [[nodiscard]] const OV::UniString& GetUserFullName() const noexcept { return userFullName_; }
     [[nodiscard]] const IO::Location& GetLocation() const noexcept { return location_; }
     /// In place of the one in the project's location, for later requests.
     void SetPassword(const OV::Secret& password);
@@ -38,6 +40,7 @@ private:
     SYCB::ProjectConnectionManagerInterface& manager_;
     const IO::Location location_;
     const OV::UniString projectId_;
+    const OV::UniString userFullName_;
     mutable OV::Lock lock_;
     std::optional<OV::Secret> password_ OV_GUARDED_BY(lock_);
     /// Counts the passwords that were set.

@@ -1,0 +1,37 @@
+#pragma once
+
+#include "IO/Location.hpp"
+#include "OVRoot/Array.hpp"
+#include "OVRoot/Export.hpp"
+#include "RegisteredProject.hpp"
+
+/// What a host asks before it removes caches. When to clean is the host's business; the options say
+/// after how many days a cache is due (RegisteredProjects::GetLastUsedDays).
+namespace SYC {
+
+/// Whether something of the project waits to be sent: changes, or mails in the outbox, those
+/// included that this process does not know. What cannot be read may hold some and counts as well.
+[[nodiscard]] SYC_API bool HasUnsentWork(const CachedProjectInfo& cache);
+
+/// Whether a ClientProjectConnectionManager of this or another process, on this machine, works with
+/// the cache in that folder. Throws IO::IOException when the folder cannot be looked into.
+[[nodiscard]] SYC_API bool IsCacheInUse(const IO::Location& folder);
+
+struct CacheToClean {
+    RegisteredProject project;
+    bool hasUnsentWork = false;
+    bool isInUse = false;
+
+    /// Whether nothing is lost and nobody is disturbed when it goes.
+    [[nodiscard]] bool MayGo() const noexcept { return !hasUnsentWork && !isInUse; }
+};
+
+/// The caches directly below `dataFolder` (the main project folder when it is empty) that were
+/// opened last more than GetLastUsedDays() days before `now`, seconds since 1970-01-01 UTC; none
+/// when the option is 0 or less. A cache that was never opened is due. Removes nothing:
+/// RegisteredProjects::RemoveProject does, and refuses one that is in use, even when somebody began
+/// to use it meanwhile. Looks at the disk alone; throws as RegisteredProjects::RefreshCaches.
+[[nodiscard]] SYC_API OV::Array<CacheToClean>
+FindCachesToClean(std::int32_t now, const IO::Location& dataFolder = {});
+
+}  // namespace SYC
