@@ -19,7 +19,9 @@ public:
 
     /// The port of the service; 0 when the server lists none. When it is not known yet, the server
     /// is asked with the given login if `mayAsk`, and 0 is returned otherwise; a server that lists
-    /// it later is found then. Throws as CreateSyncraClient does.
+    /// it later is found then. Throws as CreateSyncraClient does. Asking
+    /// takes two requests, each at most as long as HttpOptions allow, and ends within 100 ms of an
+    /// interruption of the calling thread.
     [[nodiscard]] std::uint16_t GetServicePort(const OV::UniString& serverName,
                                                std::uint16_t modelPort,
                                                const OV::UniString& userName,

@@ -28,9 +28,10 @@ auto WithServerVersionException(Work&& work)
     }
 }
 
-/// A client signed in with a login in clear text. Throws IncopatibleServerVersionException, and
-/// otherwise as Syncra::Client::Connect. A server that answered is remembered as a working
-/// connection (see ConnectionValidator.hpp).
+/// A client signed in with a login in clear text. This and the two below take one request, at most
+/// as long as HttpOptions allow, and end within 100 ms of an interruption of the calling thread.
+/// Throws IncopatibleServerVersionException, and otherwise as Syncra::Client::Connect. A server
+/// that answered is remembered as a working connection (see ConnectionValidator.hpp).
 [[nodiscard]] SYC_API std::unique_ptr<Syncra::Client::SyncraClient>
 CreateSyncraClient(const Syncra::Client::SignInData& data);
 

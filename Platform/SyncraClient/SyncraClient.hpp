@@ -19,7 +19,8 @@ namespace Syncra::Client {
 /// The project server as one signed-in user sees it. Every call is a request and blocks for its
 /// answer; one thread at a time, except Cancel. Failures: Communication::ResponseContentException
 /// when the server refuses, the other exceptions of Communication when it cannot be asked,
-/// OV::InterruptedException after Cancel or an interruption of the calling thread.
+/// OV::InterruptedException within 100 ms of Cancel or an interruption of the calling thread. A
+/// request takes at most as long as HttpOptions allow: 10 s to connect, 30 s of silence.
 class SYC_API SyncraClient {
 public:
     virtual ~SyncraClient() = default;
@@ -125,8 +126,8 @@ struct SignInData {
     bool withoutVersionCheck = false;
 };
 
-/// Connects and signs in. Throws as the requests do, and ServerVersionException when the server
-/// speaks another version of the protocol.
+/// Connects and signs in: one request. Throws as the requests do, and ServerVersionException when
+/// the server speaks another version of the protocol.
 [[nodiscard]] SYC_API std::unique_ptr<SyncraClient>
 Connect(const SignInData& data,
         const Communication::HttpOptions& options = Communication::DefaultHttpOptions());

@@ -14,7 +14,8 @@ class JsonRequests;
 namespace Syncra::Messaging {
 
 /// Follows who is present on a server. Every call is a request and blocks for its answer; one
-/// thread at a time, except Cancel. Failures are those of Syncra::Client::SyncraClient.
+/// thread at a time, except Cancel. How long it takes, how it is ended and its failures are those
+/// of Syncra::Client::SyncraClient; ReceivePresence also waits for its time-out.
 class SYC_API MessagingClient {
 public:
     using PresenceIds = OV::HashSet<OV::UniString>;

@@ -45,7 +45,8 @@ struct FailureManner {
 /// Operations return whether they succeeded and leave their reference arguments as they are when
 /// not. After a connection that failed they fail with CannotConnect, as they do when it is lost
 /// later, so that the user can try again; a manager that was never connected throws
-/// OV::NullReferenceException.
+/// OV::NullReferenceException. A request takes at most as long as HttpOptions allow; the user ends
+/// the wait for it by the strategy, an interruption of the calling thread within 100 ms.
 template <class Repository>
 class SYC_API ConnectedRepositoryManager {
 public:

@@ -52,7 +52,8 @@ public:
     /// tells the observers, connects the repository managers of `type`; one that is not of it is
     /// disconnected when it served another server. A management service that is not where it was
     /// found before is looked for once more. Nothing happens for NoConnection. Blocks for the
-    /// requests.
+    /// requests, some four, each at most as long as HttpOptions allow: the user ends the wait by
+    /// the strategy, an interruption of the calling thread within 100 ms.
     void SetConnection(const OV::UniString& serverName, short port, ConnectionType type);
     /// Connects to the current server again; NoConnection stands for the type of SetConnection.
     /// Nothing happens when there is no current server.

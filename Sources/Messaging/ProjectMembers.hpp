@@ -42,8 +42,8 @@ struct ProjectMember {
 /// The members of the opened project: who they are, what they may do, who works in it now.
 ///
 /// Made, used and destroyed on one thread, the one that its executor runs on. The server is asked
-/// on a worker thread; the tables change on the own thread alone. Short ids are the server's
-/// numbers of the users in this project.
+/// on a worker thread, and nothing here waits for it; the tables change on the own thread alone.
+/// Short ids are the server's numbers of the users in this project.
 class SYC_API ProjectMembers final : public OverExecutor, private SYCB::PKSignalClientObserver {
 public:
     static constexpr OV::ClassInfo ClassInformation{u"ProjectMembers", 1, 0};
