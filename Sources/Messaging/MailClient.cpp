@@ -5,7 +5,6 @@
 #include "Messaging/Detail/MailRequest.hpp"
 #include "OVRoot/Clock.hpp"
 #include "OVRoot/Condition.hpp"
-#include "OVRoot/ExceptionText.hpp"
 #include "OVRoot/Guid.hpp"
 #include "OVRoot/Logger.hpp"
 #include "OVRoot/Resources.hpp"
@@ -448,13 +447,12 @@ void MailClient::RefreshMails(RefreshMailListReason::Value reason)
     isRefreshWanted_ = false;
     box_.BeginRefresh();
     const auto token = refresh_.Begin();
-    const auto fail = [this, target = GetTarget(), token](const OV::UniString& problem,
-                                                          bool isUserRefused) {
+    const auto fail = [this, target = GetTarget(), token](const Failure& failure) {
         OV::Logger::Warning(OV::Logger::Library, u"SYC::MailClient: mails cannot be fetched: %",
-                            {problem});
-        target.Post([this, problem, isUserRefused, token] {
+                            {failure.sentence});
+        target.Post([this, failure, token] {
             const RefreshEnd end(*this, token);
-            RefreshFailed(problem, isUserRefused);
+            RefreshFailed(failure);
         });
     };
     IdList kept;
@@ -472,14 +470,12 @@ void MailClient::RefreshMails(RefreshMailListReason::Value reason)
             });
         } catch (const OV::InterruptedException&) {
             // The client ends, and nobody is left to be told.
-        } catch (const Communication::ResponseContentException& refusal) {
-            fail(refusal.GetMessage(), Syncra::Protocol::RefusesUser(refusal.GetErrorCode()));
         } catch (...) {
-            fail(OV::DescribeCurrentException(), false);
+            fail(DescribeException());
         }
     };
     if (!worker_.Execute(OV::MakeTask(fetch)))
-        fail(OV::UniString(NoThread), false);
+        fail(NoThreadFailure());
 }
 
 void MailClient::TakeRefresh(Refreshed& refreshed, RefreshMailListReason::Value reason)
@@ -492,9 +488,10 @@ void MailClient::TakeRefresh(Refreshed& refreshed, RefreshMailListReason::Value 
     try {
         ApplyRefresh(refreshed, reason);
         isRefreshMissing_ = false;
+        lastFailure_ = {};
         retryPauses_.Reset();
     } catch (...) {
-        RefreshFailed(OV::DescribeCurrentException(), false);
+        RefreshFailed(DescribeException());
     }
 }
 
@@ -527,13 +524,15 @@ void MailClient::ApplyRefresh(Refreshed& refreshed, RefreshMailListReason::Value
         TellListChanged();
 }
 
-void MailClient::RefreshFailed(const OV::UniString& problem, bool isUserRefused)
+void MailClient::RefreshFailed(const Failure& failure)
 {
     isRefreshMissing_ = true;
-    observers_.Notify(
-        [&](MailClientObserver& observer) { observer.RefreshMailsFailed(*this, problem); });
+    lastFailure_ = failure;
+    observers_.Notify([&](MailClientObserver& observer) {
+        observer.RefreshMailsFailed(*this, failure.sentence);
+    });
     // What follows a refusal of the user is for the user to do.
-    if (!isUserRefused)
+    if (!Syncra::Protocol::RefusesUser(failure.code))
         RetrySoon();
 }
 

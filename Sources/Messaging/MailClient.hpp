@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Failure.hpp"
 #include "Messaging/MailBox.hpp"
 #include "Messaging/MailClientActionResultObserver.hpp"
 #include "Messaging/MailClientObserver.hpp"
@@ -141,6 +142,8 @@ public:
     void RefreshMails(RefreshMailListReason::Value reason);
     /// Whether one is under way, of which the observers will hear.
     [[nodiscard]] bool IsRefreshing() const noexcept;
+    /// Why the last refresh failed; none after one that did not.
+    [[nodiscard]] const Failure& GetLastFailure() const noexcept { return lastFailure_; }
 
     /// An observer detaches before it is destroyed, or is attached only as long as the answer of
     /// Subscribe lives (see OVRoot/EventSource.hpp). It may outlive this object.
@@ -181,7 +184,7 @@ private:
 
     void TakeRefresh(Refreshed& refreshed, RefreshMailListReason::Value reason);
     void ApplyRefresh(Refreshed& refreshed, RefreshMailListReason::Value reason);
-    void RefreshFailed(const OV::UniString& problem, bool isUserRefused);
+    void RefreshFailed(const Failure& failure);
     void RetrySoon();
     /// Ends a refresh however its answer was taken.
     class RefreshEnd;
@@ -205,6 +208,7 @@ private:
     bool isRefreshWanted_ = false;
     /// The last refresh failed, and nobody fetched since.
     bool isRefreshMissing_ = false;
+    Failure lastFailure_;
     RequestUnderWay retry_;
     SYCB::Backoff retryPauses_;
     /// Tells a refresh that began before Clear from one after it.

@@ -202,11 +202,13 @@ void ProjectMembers::_SignalReceived(const Syncra::Protocol::Signal&)
     GetTarget().Post([this] { StartRefresh(); });
 }
 
-void ProjectMembers::TellNotRefreshed(const OV::UniString& problem)
+void ProjectMembers::TellNotRefreshed(const Failure& failure)
 {
-    OV::Logger::Warning(OV::Logger::Library, u"SYC::ProjectMembers: not refreshed: %", {problem});
+    OV::Logger::Warning(OV::Logger::Library, u"SYC::ProjectMembers: not refreshed: %",
+                        {failure.sentence});
+    lastFailure_ = failure;
     observers_.Notify([&](ProjectMembersObserver& observer) {
-        observer._ProjectMembersNotRefreshed(*this, problem);
+        observer._ProjectMembersNotRefreshed(*this, failure.sentence);
     });
 }
 
@@ -218,10 +220,10 @@ void ProjectMembers::StartRefresh()
     if (isWanted_)
         return;
     const auto token = refresh_.Begin();
-    const auto fail = [this, target = GetTarget(), token](const OV::UniString& problem) {
-        target.Post([this, problem, token] {
+    const auto fail = [this, target = GetTarget(), token](const Failure& failure) {
+        target.Post([this, failure, token] {
             const RefreshEnd end(*this, token);
-            TellNotRefreshed(problem);
+            TellNotRefreshed(failure);
         });
     };
     const auto fetch = [this, project = project_, known = known_, withPhotos = photosWanted_,
@@ -238,16 +240,17 @@ void ProjectMembers::StartRefresh()
                         Apply(*news, asOf);
                     else
                         isWanted_ = isWanted_ || generation == generation_;
+                    lastFailure_ = {};
                 } catch (...) {
-                    TellNotRefreshed(OV::DescribeCurrentException());
+                    TellNotRefreshed(DescribeException());
                 }
             });
         } catch (...) {
-            fail(OV::DescribeCurrentException());
+            fail(DescribeException());
         }
     };
     if (!worker_.Execute(OV::MakeTask(fetch)))
-        fail(OV::UniString(NoThread));
+        fail(NoThreadFailure());
 }
 
 void ProjectMembers::Apply(const MemberNews& news, Clock::time_point asOf)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Failure.hpp"
 #include "Messaging/OverExecutor.hpp"
 #include "Messaging/RequestUnderWay.hpp"
 #include "Messaging/UserData.hpp"
@@ -72,6 +73,8 @@ public:
     void SetPhotosWanted(bool wanted) noexcept { photosWanted_ = wanted; }
     /// Whether a refresh is under way, of which the observers will hear.
     [[nodiscard]] bool IsRefreshing() const noexcept { return static_cast<bool>(refresh_); }
+    /// Why the last refresh failed; none after one that did not.
+    [[nodiscard]] const Failure& GetLastFailure() const noexcept { return lastFailure_; }
     /// Whether there was a refresh since Init or Clear, or a Read.
     [[nodiscard]] bool IsKnown() const noexcept { return isKnown_; }
     /// When the tables were true: whoever joined later may be missing. Nothing when nobody knows,
@@ -131,7 +134,7 @@ private:
     /// Ends a refresh however its answer was taken, and begins the one that is wanted.
     class RefreshEnd;
     using PermissionTable = OV::HashTable<MemberId, SYCB::UserAttributes>;
-    void TellNotRefreshed(const OV::UniString& problem);
+    void TellNotRefreshed(const Failure& failure);
 
     SYCB::PKSignalClient& signalClient_;
     SYCB::ProjectConnectionManagerInterface& manager_;
@@ -140,6 +143,7 @@ private:
     LoginNameTable loginNames_;
     PermissionTable permissions_;
     bool isKnown_ = false;
+    Failure lastFailure_;
     std::optional<Clock::time_point> asOf_;
     /// Tells a refresh that began before Clear from one after it.
     std::uint64_t generation_ = 0;

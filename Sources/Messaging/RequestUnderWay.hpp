@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Failure.hpp"
 #include "OVRoot/UniString.hpp"
 
 #include <atomic>
@@ -8,8 +9,12 @@
 namespace SYC {
 
 /// What a request ends with that no worker takes.
-inline constexpr OV::UniStringView NoThread =
-    u"The system gives no thread for the request. Try again later.";
+[[nodiscard]] inline Failure NoThreadFailure()
+{
+    Failure failure = MakeFailure(FailureKind::OutOfMemory);
+    failure.sentence = u"The system gives no thread for the request. Try again later.";
+    return failure;
+}
 
 /// Whether a request that was given to a worker is still under way: until its answer is taken, or
 /// until all that could bring one has gone, as when the executor drops it. So a lost answer never

@@ -69,7 +69,7 @@ class ServerConnectionManagerTest : public testing::Test {
 protected:
     ServerConnectionManagerTest()
     {
-        manager.Attach(observer);
+        subscription = manager.Subscribe(observer);
         manager.SetUserName(u"anna.novak");
         manager.SetPassword(OV::FromUtf8(ServerProcess::Password));
     }
@@ -92,6 +92,7 @@ protected:
     ServerConnectionManager manager{
         OV::MakeRef<Recording<UserRepositoryManager>>("users", lines),
         OV::MakeRef<Recording<ProjectRepositoryManager>>("projects", lines)};
+    OV::Subscription subscription;
 };
 
 TEST_F(ServerConnectionManagerTest, TellsTheObserversAndThenConnectsTheManagersOfTheType)
@@ -132,7 +133,7 @@ TEST_F(ServerConnectionManagerTest, FailuresOfAManagerArePrintedWithTheirPlace)
     const LogCapture log;
     const auto port = static_cast<short>(server.ModelPort());
     ServerConnectionManager failing(OV::MakeRef<FailingManager>(Idle()), {});
-    failing.Attach(observer);
+    const auto attached = failing.Subscribe(observer);
     failing.SetUserName(u"anna.novak");
     failing.SetPassword(OV::FromUtf8(ServerProcess::Password));
     failing.SetConnection(u"127.0.0.1", port, ConnectionType::UserConnection);

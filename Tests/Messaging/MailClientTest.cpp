@@ -394,9 +394,11 @@ TEST_F(MailClientTest, ARefreshThatGoesWrongKeepsNoOtherAway)
     server.Terminate();
     refresh();
     yuki->Await([&] { return yuki->failedRefreshes > 0; }, "a failure");
+    EXPECT_EQ(yuki->client->GetLastFailure().kind, SYC::FailureKind::NotReached);
     const int before = yuki->refreshes;
     server.Start();
     awaitRefresh(before + 1);
+    EXPECT_FALSE(yuki->client->GetLastFailure());
     yuki->client.reset();
     yuki->SetPresence(PresenceState::Offline);
     server.Terminate();
