@@ -7,14 +7,13 @@
 #include "Files/FileErrors.hpp"
 #include "OVRoot/Ascii.hpp"
 #include "OVRoot/Exception.hpp"
-#include "OVRoot/Terminal.hpp"
 #include "ProjectArguments.hpp"
+#include "Question.hpp"
 #include "RegisteredProjects.hpp"
 
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
-#include <iostream>
 
 namespace {
 
@@ -44,7 +43,9 @@ struct ForgetArguments {
 
     void AddOptions(CLI::App& command)
     {
-        command.add_option("folder", folder, "Name of a cache folder, or its path")
+        command
+            .add_option("folder", folder,
+                        "A cache folder by name or path, or its project by name or URL")
             ->required()
             ->option_text("FOLDER");
         command.add_flag("-y,--yes", yes, "Do not ask");
@@ -109,31 +110,19 @@ void List(const ListArguments& arguments, Context& context)
 {
     Json list = Json::array();
     std::vector<std::vector<std::string>> rows{
-        {"PROJECT", "SERVER", "LOGIN", "STATUS", "LAST OPENED", "SIZE", "FOLDER"}};
+        {"PROJECT", "SERVER", "USER", "STATUS", "LAST OPENED", "SIZE", "FOLDER"}};
     for (const auto& project : Select(arguments, context)) {
         const auto& cache = project.GetCachedProjectInfo();
         list.push_back(CacheJson(cache));
         rows.push_back(Row(cache, list.back()));
     }
     if (context.output.json)
-        context.output.PrintJson(list);
+        context.output.PrintJson({{"projects", std::move(list)}});
     else if (list.empty())
         context.output.PrintLine("No such project is cached in \"" +
                                  ForDisplay(context.DataFolder().ToPath()) + "\".");
     else
         context.output.PrintTable(rows);
-}
-
-/// Whether the person at the terminal agrees. Throws OV::IllegalArgumentException without one.
-bool Agrees(const std::string& question)
-{
-    if (!OV::Terminal::IsTerminal(OV::Terminal::Stream::Input))
-        throw OV::IllegalArgumentException(
-            OV::StringView("Nobody is there to be asked: --yes removes it without a question."));
-    std::cerr << question << " [y/N] " << std::flush;
-    std::string answer;
-    std::getline(std::cin, answer);
-    return answer == "y" || answer == "Y" || answer == "yes";
 }
 
 struct ForgetView {
@@ -171,12 +160,9 @@ void Forget(const ForgetArguments& arguments, Context& context)
         context.output.Error(problem + " --force removes it all the same.");
         return;
     }
-    if (!arguments.yes &&
-        !Agrees("Remove the cache of " + project + " with all that is in \"" + path + "\"?")) {
-        context.exitCode = ExitCode::Failure;
-        context.output.Error("Nothing was removed.");
-        return;
-    }
+    if (!arguments.yes)
+        Question::Require("Remove the cache of " + project + " with all that is in \"" + path +
+                          "\"?");
     SYC::registeredProjects().RemoveProject(folder);
     if (context.output.json)
         context.output.PrintJson(
