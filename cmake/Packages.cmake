@@ -1,8 +1,9 @@
 # Debian packages, one a component: cpack -G DEB in a build configured for the prefix /usr (preset "package").
 set(CPACK_PACKAGE_NAME SYClient)
 set(CPACK_PACKAGE_VENDOR "The SYClient developers")
-set(CPACK_PACKAGE_CONTACT "The SYClient developers <syclient@localhost.localdomain>")
-set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "${PROJECT_DESCRIPTION}")
+set(CPACK_PACKAGE_CONTACT "The SYClient developers <syclient@orvant.com>")
+# As CPack has it by itself, or it would stand before the line of each package.
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "${CMAKE_PROJECT_NAME} built using CMake")
 set(CPACK_GENERATOR DEB)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_PACKAGING_INSTALL_PREFIX "${CMAKE_INSTALL_PREFIX}")
@@ -41,35 +42,38 @@ endmacro()
 set(same "= ${PROJECT_VERSION}")
 syc_package(libsyclient1 SECTION libs
   SUMMARY "Client library for shared design projects"
-  DESCRIPTION "A host application loads it to open, join and leave projects on a project server, to keep\na cache of each, and to exchange mail and requests with their members.")
+  DESCRIPTION "A host application loads it to open, join and leave projects on a project\nserver, to keep a cache of each, and to exchange mail and requests with\ntheir members.")
 syc_package(libsyclient-qt1 SECTION libs DEPENDS "libsyclient1 (${same})"
   SUMMARY "Dialogs of the client library in Qt windows"
-  DESCRIPTION "What a host with Qt loads beside the client library for shared design projects, to show\nits dialogs in windows.")
+  DESCRIPTION "What a host with Qt loads beside the client library for shared design\nprojects, to show its dialogs in windows.")
 syc_package(libsyclient-dev SECTION libdevel DEPENDS "libsyclient1 (${same})" "libsyclient-qt1 (${same})"
   SUMMARY "Client library for shared design projects (development files)"
-  DESCRIPTION "Headers, the static library, and the files by which CMake and pkg-config find both, for\nwho develops a host application.")
+  DESCRIPTION "Headers, the static library, and the files by which CMake and pkg-config\nfind both, for who develops a host application.")
 syc_package(syclient SECTION net DEPENDS "libsyclient1 (${same})"
   SUMMARY "Shared design projects from a shell"
-  DESCRIPTION "A command line for projects on a project server: their sessions, members, mail and activity\nlog, and the administration of the server.")
+  DESCRIPTION "A command line for projects on a project server: their sessions, members,\nmail and activity log, and the administration of the server.")
 syc_package(syclient-desktop SECTION net DEPENDS "libsyclient1 (${same})" "libsyclient-qt1 (${same})" fonts-dejavu-core
   SUMMARY "Shared design projects in a window"
-  DESCRIPTION "The projects of a project server in a window: their members, activity log and charts.")
+  DESCRIPTION "The projects of a project server in a window: their members, activity log\nand charts.")
 syc_package(nexar-server SECTION net
   SUMMARY "Project server for small teams"
-  DESCRIPTION "Serves shared design projects over HTTP from one file. The systemd unit is there and switched\noff: who runs a server enables it after it was configured.")
+  DESCRIPTION "Serves shared design projects over HTTP from one file. The systemd unit is\nthere and switched off: who runs a server enables it after it was\nconfigured.")
 syc_package(syclient-doc SECTION doc ALL
   SUMMARY "Client library for shared design projects (documentation)"
   DESCRIPTION "The guides of the client library, its commands and its server, and examples.")
+foreach(library LIBSYCLIENT1 LIBSYCLIENT-QT1)
+  set(CPACK_DEBIAN_${library}_PACKAGE_CONTROL_EXTRA "${PROJECT_SOURCE_DIR}/Tools/package/library/triggers")
+endforeach()
 set(CPACK_DEBIAN_NEXAR-SERVER_PACKAGE_CONTROL_EXTRA "${PROJECT_SOURCE_DIR}/Tools/package/nexar-server/conffiles")
 
 # gzip without a name and a time: the same bytes each time.
 find_program(GZIP_PROGRAM gzip)
 if(GZIP_PROGRAM)
   file(MAKE_DIRECTORY "${PROJECT_BINARY_DIR}/package")
-  execute_process(COMMAND "${GZIP_PROGRAM}" -9nc "${PROJECT_SOURCE_DIR}/CHANGELOG.md"
+  execute_process(COMMAND "${GZIP_PROGRAM}" -9nc "${PROJECT_SOURCE_DIR}/Tools/package/changelog"
     OUTPUT_FILE "${PROJECT_BINARY_DIR}/package/changelog.gz")
 endif()
 install(DIRECTORY Docs/ DESTINATION "${CMAKE_INSTALL_DATADIR}/doc/syclient-doc" COMPONENT syclient-doc EXCLUDE_FROM_ALL)
-install(FILES README.md DESTINATION "${CMAKE_INSTALL_DATADIR}/doc/syclient-doc" COMPONENT syclient-doc EXCLUDE_FROM_ALL)
+install(FILES README.md CHANGELOG.md DESTINATION "${CMAKE_INSTALL_DATADIR}/doc/syclient-doc" COMPONENT syclient-doc EXCLUDE_FROM_ALL)
 install(DIRECTORY Examples DESTINATION "${CMAKE_INSTALL_DATADIR}/doc/syclient-doc" COMPONENT syclient-doc EXCLUDE_FROM_ALL)
 include(CPack)

@@ -102,6 +102,15 @@ function(syc_output_of program file)
     BYPRODUCTS "${CMAKE_CURRENT_BINARY_DIR}/${file}" VERBATIM)
 endfunction()
 
+# syc_install_manual(<program> <section>): the page in the folder of the build, compressed without a name and a time.
+function(syc_install_manual program section)
+  set(page "${CMAKE_CURRENT_BINARY_DIR}/${program}.${section}")
+  find_program(GZIP_PROGRAM gzip REQUIRED)
+  add_custom_command(TARGET ${program} POST_BUILD
+    COMMAND "${GZIP_PROGRAM}" -9nc "${page}" > "${page}.gz" BYPRODUCTS "${page}.gz" VERBATIM)
+  install(FILES "${page}.gz" DESTINATION "${CMAKE_INSTALL_MANDIR}/man${section}" COMPONENT ${program})
+endfunction()
+
 # syc_manual(<program> <section> <summary>): a manual page made from its --help.
 function(syc_manual program section summary)
   syc_output_of(${program} ${program}.help --help)
@@ -111,5 +120,5 @@ function(syc_manual program section summary)
       "-DNAME=${program}" "-DSECTION=${section}" "-DSUMMARY=${summary}" "-DVERSION=${PROJECT_VERSION}"
       -P "${PROJECT_SOURCE_DIR}/cmake/WriteManual.cmake"
     BYPRODUCTS "${page}" VERBATIM)
-  install(FILES "${page}" DESTINATION "${CMAKE_INSTALL_MANDIR}/man${section}" COMPONENT ${program})
+  syc_install_manual(${program} ${section})
 endfunction()
