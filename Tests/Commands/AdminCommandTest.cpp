@@ -167,7 +167,7 @@ TEST_F(AdminCommandTest, RefusalsAreToldWithTheServersWordsAndAnExitCode)
         int code;
         const char* says;
     } rows[] = {
-        {{"users", "set", "mei.chen", "--email=", "--full-name"}, "admin", 2, "--full-name"},
+        {{"users", "set", "mei.chen", "--email=", "--colour=1"}, "admin", 2, "#RRGGBB"},
         {{"roles", "add", "viewer"}, "admin", 1, "viewer"},
         {{"roles", "remove", "Architect", "--yes"}, "admin", 1, "role"},
         {{"roles", "add", "Guest"}, "anna.novak", 12, "administrators"},

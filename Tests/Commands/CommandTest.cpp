@@ -148,11 +148,8 @@ TEST_F(CommandTest, AScriptIsToldOfEveryFailureInOneWay)
     std::vector<std::pair<int, std::vector<std::string>>> failing{
         {12, wrong({"open"})},
         {12, wrong({"status"})},
-        {12, wrong({"mail", "list"})},
-        {12, wrong({"mail", "send", "--to", "mei.chen", "-t", "x"})},
-        {12, wrong({"members"})},
-        {12, wrong({"close"})},
         {12, wrong({"close-project"})},
+        {12, wrong({"mail", "list"})},
         {2, {"opne"}},
         {3, {"cache", "show", "x"}},
         {16, On("anna.novak", "Nowhere", {"open"})},
@@ -175,7 +172,7 @@ TEST_F(CommandTest, AScriptIsToldOfEveryFailureInOneWay)
     }
     EXPECT_EQ(Run(On("anna.novak", "Harbour Bridge", {"status"})).errors, "");
     EXPECT_EQ(
-        Run(On("anna.novak", "Harbour Bridge", {"mail", "send", "--to", "mei.chen", "-t", "x"}))
+        Run(On("anna.novak", "Harbour Bridge", {"mail", "send", "--to", "yuki.tanaka", "-t", "x"}))
             .errors,
         "")
         << "no log of the library after a success";

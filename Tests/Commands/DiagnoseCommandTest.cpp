@@ -28,7 +28,7 @@ TEST_F(DiagnoseCommandTest, TellsTheWayTheDamageAndTheLocksAndNoSecret)
     auto login = On("anna.novak", "Harbour Bridge", {"login", "--store-password"});
     ASSERT_EQ(Run(login).code, 0);
     ASSERT_EQ(Run({"open"}).code, 0);
-    ASSERT_EQ(Run({"mail", "send", "--to", "mei.chen", "-t", planted[2]}).code, 0);
+    ASSERT_EQ(Run({"mail", "send", "--to", "yuki.tanaka", "-t", planted[2]}).code, 0);
     std::ofstream(folder.Path() / "secret") << planted[0] << "\n";
     ASSERT_EQ(Run({"password", "set", "--server", "elsewhere", "--user", "anna.novak",
                    "--password-file", folder.Path() / "secret"})

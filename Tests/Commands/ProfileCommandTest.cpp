@@ -40,10 +40,11 @@ TEST_F(ProfileCommandTest, OneLoginIsEnoughForEveryCommand)
                                                     {"projects", "show", "Harbour Bridge"},
                                                     {"close"}})
         EXPECT_EQ(Run(command).code, 0) << command[0] << ' ' << Run(command).errors;
-    for (const auto& entry : std::filesystem::recursive_directory_iterator(folder.Path()))
-        if (entry.is_regular_file() && entry.path().filename() != "password" &&
-            entry.path().extension() != ".db")
-            EXPECT_EQ(ReadBytes(entry.path()).find(ServerProcess::Password), std::string::npos)
+    for (const char* place : {"config", "data"})
+        for (const auto& entry :
+             std::filesystem::recursive_directory_iterator(folder.Path() / place))
+            EXPECT_TRUE(entry.is_directory() ||
+                        ReadBytes(entry.path()).find(ServerProcess::Password) == std::string::npos)
                 << entry.path();
     std::ofstream(PasswordFile()) << "another\n";
     EXPECT_EQ(Run({"status", "--password-file", PasswordFile()}).code, 12)
@@ -53,7 +54,7 @@ TEST_F(ProfileCommandTest, OneLoginIsEnoughForEveryCommand)
 TEST_F(ProfileCommandTest, WhatIsNearerHolds)
 {
     ASSERT_EQ(Login("work", "anna.novak").code, 0);
-    ASSERT_EQ(Login("other", "mei.chen").code, 0);
+    ASSERT_EQ(Login("other", "omar.haddad").code, 0);
     const std::string url = "syncra://liam.walsh@127.0.0.1:7/Open%20House%202026";
     const struct {
         std::vector<std::string> options;
@@ -61,7 +62,7 @@ TEST_F(ProfileCommandTest, WhatIsNearerHolds)
         const char* user;
         const char* from;
     } cases[] = {
-        {{}, "", "mei.chen", "profile \"other\""},
+        {{}, "", "omar.haddad", "profile \"other\""},
         {{}, "SYCLIENT_PROFILE=work ", "anna.novak", "profile \"work\""},
         {{}, "SYCLIENT_PROFILE=work SYCLIENT_USER=e ", "e", "SYCLIENT_USER"},
         {{"--profile", "work"}, "SYCLIENT_USER=e ", "anna.novak", "profile \"work\""},

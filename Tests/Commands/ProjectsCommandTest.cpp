@@ -82,14 +82,15 @@ TEST_F(ProjectsCommandTest, OptionsMoveTheDataFolderForEveryCommand)
 {
     const auto place = folder.Path() / "Pl\xc3\xa4tze";
     EXPECT_EQ(Run({"options", "set", "--folder", "relative"}).code, 2);
-    const auto set = Run(
-        {"options", "set", "--folder", place, "--auto-clean", "on", "--period", "-5", "--json"});
+    EXPECT_EQ(Run({"options", "set", "--period", "-5"}).code, 2);
+    const auto set =
+        Run({"options", "set", "--folder", place, "--auto-clean", "on", "--period", "5", "--json"});
     ASSERT_EQ(set.code, 0) << set.errors;
     EXPECT_EQ(Run({"options", "show", "--json"}).output, set.output);
     const auto options = json::parse(set.output);
     EXPECT_EQ(options.at("folder"), place.string());
     EXPECT_EQ(options.at("autoClean"), true);
-    EXPECT_EQ(options.at("period"), -5);
+    EXPECT_EQ(options.at("period"), 5);
     ASSERT_EQ(Run(On("anna.novak", "Harbour Bridge", {"open"})).code, 0);
     EXPECT_EQ(Count(), 1u);
     EXPECT_FALSE(std::filesystem::is_empty(place));

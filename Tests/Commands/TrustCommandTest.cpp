@@ -24,7 +24,7 @@ protected:
     static TerminalRun Run(Strings arguments, const Strings& answers = {})
     {
         arguments.insert(arguments.begin(), SYCLIENT_TEST_CLI);
-        return {arguments, "Trust it [y/N]? ", answers};
+        return {arguments, "Trust it? [y/N] ", answers};
     }
     /// Signs in at the model service, and at the management service.
     TerminalRun Connect(std::uint16_t port, Strings more = {}) const

@@ -64,9 +64,10 @@ Layer ProfileLayer(const std::string& name, const std::string& namedBy)
     const ConnectionProfiles profiles;
     const ConnectionProfile* profile = profiles.Find(OV::FromUtf8(name));
     if (profile == nullptr)
-        throw OV::IllegalArgumentException(
-            OV::StringView("There is no profile \"" + name + "\", which " + namedBy +
-                           " names. \"syclient profile list\" shows those there are."));
+        throw CommandFailure(
+            ExitCode::NotFound,
+            OV::FromUtf8("There is no profile \"" + name + "\", which " + namedBy +
+                         " names. \"syclient profile list\" shows those there are."));
     ConnectionValues values;
     values.server = OV::ToUtf8(profile->serverName);
     values.port = profile->port == 0 ? "" : std::to_string(profile->port);

@@ -50,7 +50,7 @@ struct Connection {
     /// What a command cannot do without.
     enum class Needs { Address, Login, Project };
 
-    /// Throws OV::IllegalArgumentException for a profile that there is not. The file of profiles is
+    /// Throws CommandFailure for a profile that there is not. The file of profiles is
     /// read only for what is needed and was not named, or when a profile was.
     [[nodiscard]] static Connection Resolve(const Context& context, ConnectionValues options,
                                             Needs needs);

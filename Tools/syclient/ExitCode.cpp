@@ -107,6 +107,9 @@ ExitCode ExitCodeOfRefusal(std::int32_t code)
         return ExitCode::ForbiddenByState;
     case ErrorCode::IncompatibleVersion:
         return ExitCode::IncompatibleVersion;
+    case ErrorCode::StoreUnavailable:
+    case ErrorCode::TooManyRequests:
+        return ExitCode::Offline;  // it takes no work now
     default:
         return ExitCode::Failure;
     }

@@ -111,7 +111,7 @@ void ReportSending(const ClientMail& mail, const std::optional<int>& result, Con
             context.output.PrintLine("Another program that has the project open took the mail.");
         return;
     }
-    if (!isSent)
+    if (!isSent && context.exitCode == ExitCode::Success)
         context.exitCode = result.value_or(-1) > 0 ? ExitCode::Failure : ExitCode::Offline;
     if (context.output.json)
         context.output.PrintJson({{"sent", isSent}, {"id", ForJson(mail.GetId())}});

@@ -82,6 +82,19 @@ bool Holds(const std::vector<std::string>& texts, const std::string& text)
     });
 }
 
+/// Whether one of the texts says what this one says, be it behind other words of what failed.
+bool IsTold(const std::vector<std::string>& texts, const std::string& text)
+{
+    constexpr std::size_t shortest = 16;
+    for (std::size_t begin = 0; begin + shortest < text.size();) {
+        if (Holds(texts, text.substr(begin)))
+            return true;
+        const auto colon = text.find(": ", begin);
+        begin = colon == std::string::npos ? text.size() : colon + 2;
+    }
+    return Holds(texts, text);
+}
+
 void ToStandardError(const char* kind, const std::string& text, bool isJson)
 {
     if (isJson)
@@ -236,7 +249,7 @@ void Output::FinishMessages(Json failure) const
     for (std::size_t i = 1; i < errors.size(); ++i)
         details.push_back(errors[i]);
     for (const auto& text : Held().warnings) {
-        if (Holds(errors, text))
+        if (IsTold(errors, text))
             continue;
         if (!json)
             ToStandardError("error", text, false);
@@ -247,7 +260,7 @@ void Output::FinishMessages(Json failure) const
     }
     if (!json)
         return;
-    failure["message"] = message;
+    failure["message"] = message.empty() ? failure["kind"] : Json(message);
     failure["details"] = std::move(details);
     std::cerr << Json{{"error", std::move(failure)}}.dump(-1, ' ', false,
                                                           Json::error_handler_t::replace)
@@ -262,6 +275,11 @@ bool Output::Flush()
 std::string ForDisplay(OV::UniStringView text)
 {
     OV::UniString whole = WithoutLoneSurrogates(text);
+    // A text of several lines stands on one.
+    std::erase(whole, u'\r');
+    std::replace_if(
+        whole.begin(), whole.end(), [](char16_t unit) { return unit == u'\n' || unit == u'\t'; },
+        u' ');
     // Codes that a terminal obeys, those that turn the direction of what follows, and those that
     // make a name look like another one.
     std::replace_if(

@@ -88,6 +88,17 @@ const CLI::Option* OptionIn(const std::string& text, const CLI::App& command)
     return nullptr;
 }
 
+/// The value that the words of the parser complain of.
+std::string ValueIn(const std::string& text)
+{
+    const std::string before = text.starts_with("Could not convert") ? " = " : "Check ";
+    const auto begin = text.find(before);
+    if (begin == std::string::npos)
+        return {};
+    const auto value = text.substr(begin + before.size());
+    return value.substr(0, value.find(" value in "));
+}
+
 /// What the parser says of a value names its own checks; the option tells better what it takes.
 std::string DescribeValueError(const CLI::ParseError& error, const CLI::App& command)
 {
@@ -96,8 +107,8 @@ std::string DescribeValueError(const CLI::ParseError& error, const CLI::App& com
     const bool isRaw =
         text.find("FAILED") != std::string::npos || text.starts_with("Could not convert");
     if (option != nullptr && isRaw)
-        return "Not a value of " + option->get_name() + ", which takes " +
-               option->get_option_text() + ".";
+        return "\"" + Plain(ValueIn(text)) + "\" is no value of " + option->get_name() +
+               ", which takes " + option->get_option_text() + ".";
     const auto colon = text.find(": ");
     if (option == nullptr || colon == std::string::npos)
         return Plain(text) + ".";
