@@ -229,7 +229,8 @@ Options ReadOptions(int argc, char** argv)
             options.exitCode = 0;
         }
     } catch (const CLI::ParseError& error) {
-        options.exitCode = app.exit(error);
+        constexpr int wrongUsage = 2;
+        options.exitCode = app.exit(error) == 0 ? 0 : wrongUsage;
     }
     return options;
 }

@@ -90,3 +90,35 @@ function(syc_layer name)
   target_include_directories(${name} PRIVATE "${PROJECT_SOURCE_DIR}/Platform")
   syc_few_compilations(${name})
 endfunction()
+
+# syc_output_of(<program> <file> <argument>...): what the built program prints, as a file of the build.
+function(syc_output_of program file)
+  if(CMAKE_CROSSCOMPILING)
+    return()
+  endif()
+  add_custom_command(TARGET ${program} POST_BUILD
+    COMMAND "${CMAKE_COMMAND}" -E env QT_QPA_PLATFORM=offscreen ASAN_OPTIONS=detect_leaks=0
+      "$<TARGET_FILE:${program}>" ${ARGN} > "${CMAKE_CURRENT_BINARY_DIR}/${file}"
+    BYPRODUCTS "${CMAKE_CURRENT_BINARY_DIR}/${file}" VERBATIM)
+endfunction()
+
+# syc_install_manual(<program> <section>): the page in the folder of the build, compressed without a name and a time.
+function(syc_install_manual program section)
+  set(page "${CMAKE_CURRENT_BINARY_DIR}/${program}.${section}")
+  find_program(GZIP_PROGRAM gzip REQUIRED)
+  add_custom_command(TARGET ${program} POST_BUILD
+    COMMAND "${GZIP_PROGRAM}" -9nc "${page}" > "${page}.gz" BYPRODUCTS "${page}.gz" VERBATIM)
+  install(FILES "${page}.gz" DESTINATION "${CMAKE_INSTALL_MANDIR}/man${section}" COMPONENT ${program})
+endfunction()
+
+# syc_manual(<program> <section> <summary>): a manual page made from its --help.
+function(syc_manual program section summary)
+  syc_output_of(${program} ${program}.help --help)
+  set(page "${CMAKE_CURRENT_BINARY_DIR}/${program}.${section}")
+  add_custom_command(TARGET ${program} POST_BUILD
+    COMMAND "${CMAKE_COMMAND}" "-DHELP=${CMAKE_CURRENT_BINARY_DIR}/${program}.help" "-DPAGE=${page}"
+      "-DNAME=${program}" "-DSECTION=${section}" "-DSUMMARY=${summary}" "-DVERSION=${PROJECT_VERSION}"
+      -P "${PROJECT_SOURCE_DIR}/cmake/WriteManual.cmake"
+    BYPRODUCTS "${page}" VERBATIM)
+  syc_install_manual(${program} ${section})
+endfunction()

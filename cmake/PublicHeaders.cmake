@@ -15,6 +15,8 @@ set(headers
   Sources/ClientProjectDataObserver.hpp
   Sources/CloseSession.hpp
   Sources/ComputerName.hpp
+  Sources/Diagnosis/Diagnosis.hpp
+  Sources/Diagnosis/LogFile.hpp
   Sources/EventLogUpdater.hpp
   Sources/Failure.hpp
   Sources/Files/FileErrors.hpp
@@ -37,6 +39,7 @@ set(headers
   Sources/LogLine/LogText.hpp
   Sources/ManagementTool/AsyncTaskExecuting.hpp
   Sources/ManagementTool/ConnectedRepositoryManager.hpp
+  Sources/ManagementTool/ConnectionProfiles.hpp
   Sources/ManagementTool/ConnectionType.hpp
   Sources/ManagementTool/DisposeChannelTask.hpp
   Sources/ManagementTool/ErrorType.hpp

@@ -60,6 +60,10 @@ struct Content {
 /// IOException::GetStep whether anything was opened.
 SYC_API ChangeStamp Replace(const Location& file, OV::StringView bytes, bool isPrivate = false);
 
+/// Adds bytes to the end of the file, in one piece even when other processes add to it at once; a
+/// new one is readable by its user alone. One of `most` bytes or more is renamed to "NAME.1" first.
+SYC_API void Append(const Location& file, OV::StringView bytes, std::uint64_t most);
+
 /// Makes an empty file that its user alone can read; false when something stands there already,
 /// made a moment ago by another process or long before.
 SYC_API bool CreatePrivate(const Location& file);

@@ -117,6 +117,21 @@ ChangeStamp Replace(const Location& file, OV::StringView bytes, bool isPrivate)
     return replacement.Commit();
 }
 
+void Append(const Location& file, OV::StringView bytes, std::uint64_t most)
+{
+    const OV::String path = file.ToNativePath();
+    struct stat status {};
+    if (stat(path.c_str(), &status) == 0 && static_cast<std::uint64_t>(status.st_size) >= most)
+        (void)rename(path.c_str(), (path + ".1").c_str());  // another process may have done it
+    constexpr int flags = O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC;
+    const Descriptor opened(Retry([&] { return open(path.c_str(), flags, PrivateMode); }));
+    if (!opened)
+        Posix::FailToOpen(u"Cannot write to", file);
+    const auto written = Retry([&] { return write(opened.Number(), bytes.data(), bytes.size()); });
+    if (written < 0 || static_cast<std::size_t>(written) != bytes.size())
+        Posix::Fail(u"Cannot write to", file);
+}
+
 bool CreatePrivate(const Location& file)
 {
     constexpr int flags = O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC;

@@ -26,6 +26,8 @@ namespace OV::System {
 [[nodiscard]] SYC_API String HomeFolder();
 /// Bytes of memory that this process has in use; 0 when the system does not tell.
 [[nodiscard]] SYC_API std::uint64_t ProcessMemory();
+/// Name, version and processor of the operating system.
+[[nodiscard]] String Description();
 /// The folder of the running program in UTF-8; empty when the system does not tell.
 [[nodiscard]] SYC_API String ProgramFolder();
 /// Runs a program to its end, with this one's streams, and returns its exit code; nothing when it

@@ -14,6 +14,7 @@
 #include <pwd.h>
 #include <spawn.h>
 #include <sys/resource.h>
+#include <sys/utsname.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -88,6 +89,13 @@ std::uint64_t ProcessMemory()
     std::uint64_t all = 0, resident = 0;
     file >> all >> resident;
     return file ? resident * static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE)) : 0;
+}
+
+String Description()
+{
+    utsname name{};
+    return uname(&name) != 0 ? String()
+                             : String(name.sysname) + " " + name.release + " " + name.machine;
 }
 
 String ProgramFolder()

@@ -18,4 +18,13 @@ enum class Stream { Input, Output, Error };
 /// input ended. The caller wipes the text.
 [[nodiscard]] SYC_API std::optional<String> ReadPassword(StringView prompt);
 
+/// How many columns a line has there; 0 where nobody reads it on a terminal.
+[[nodiscard]] SYC_API std::size_t Columns(Stream stream) noexcept;
+
+/// How many columns a terminal gives a UTF-8 text: two for a wide character, none for one that
+/// joins what stands before it, whatever the locale of the process.
+[[nodiscard]] SYC_API std::size_t Width(StringView text);
+/// The beginning of the text that fits into so many columns, no character taken apart.
+[[nodiscard]] SYC_API String CutToWidth(StringView text, std::size_t columns);
+
 }  // namespace OV::Terminal

@@ -1,8 +1,13 @@
 #include "OVRoot/Terminal.hpp"
 
+#include <algorithm>
+#include <clocale>
 #include <csignal>
 #include <cstdio>
+#include <cwchar>
 #include <fcntl.h>
+#include <locale.h>
+#include <sys/ioctl.h>
 #include <termios.h>
 #include <unistd.h>
 
@@ -79,12 +84,79 @@ std::optional<String> ReadLine(int file)
     return line.empty() ? std::nullopt : std::optional(line);
 }
 
+/// Widths as UTF-8 has them on the calling thread while it lives.
+class Utf8Locale {
+public:
+    Utf8Locale() : former_(uselocale(Utf8())) {}
+    ~Utf8Locale() { uselocale(former_); }
+    Utf8Locale(const Utf8Locale&) = delete;
+    Utf8Locale& operator=(const Utf8Locale&) = delete;
+
+private:
+    static locale_t Utf8()
+    {
+        static const locale_t locale = newlocale(LC_CTYPE_MASK, "C.UTF-8", locale_t{});
+        return locale;
+    }
+
+    locale_t former_;
+};
+
+/// Calls `take` with each character and its columns until it is false.
+template <class Take>
+void ForEachCharacter(StringView text, Take take)
+{
+    const Utf8Locale locale;
+    for (std::mbstate_t state{}; !text.empty();) {
+        wchar_t character = 0;
+        auto length = std::mbrtowc(&character, text.data(), text.size(), &state);
+        if (length == 0 || length > text.size()) {  // no UTF-8
+            state = {};
+            length = 1;
+        }
+        if (!take(text.substr(0, length),
+                  static_cast<std::size_t>(std::max(0, wcwidth(character)))))
+            return;
+        text.remove_prefix(length);
+    }
+}
+
 }  // namespace
 
 bool IsTerminal(Stream stream) noexcept
 {
     constexpr int files[] = {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO};
     return isatty(files[static_cast<int>(stream)]) == 1;
+}
+
+std::size_t Columns(Stream stream) noexcept
+{
+    constexpr int files[] = {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO};
+    winsize size{};
+    return ioctl(files[static_cast<int>(stream)], TIOCGWINSZ, &size) == 0 ? size.ws_col : 0;
+}
+
+std::size_t Width(StringView text)
+{
+    std::size_t width = 0;
+    ForEachCharacter(text, [&](StringView, std::size_t columns) {
+        width += columns;
+        return true;
+    });
+    return width;
+}
+
+String CutToWidth(StringView text, std::size_t columns)
+{
+    String beginning;
+    ForEachCharacter(text, [&](StringView character, std::size_t width) {
+        if (width > columns)
+            return false;
+        columns -= width;
+        beginning += character;
+        return true;
+    });
+    return beginning;
 }
 
 std::optional<String> ReadPassword(StringView prompt)

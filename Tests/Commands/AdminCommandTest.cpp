@@ -62,7 +62,7 @@ TEST_F(AdminCommandTest, EveryKindIsAddedChangedShownAndDeletedByNames)
          {{"name", "Level"}, {"description", ""}, {"type", "choice"}, {"choices", {"3"}}}},
         {{"users", "z.lan", "--full-name", "Z", "--colour", "#00ff10", "--property", "Floor=2=b"},
          {"--enabled", "no", "--email", "z@lan.example"},
-         {{"loginName", "z.lan"},
+         {{"user", "z.lan"},
           {"fullName", "Z"},
           {"email", "z@lan.example"},
           {"enabled", false},
@@ -90,7 +90,7 @@ TEST_F(AdminCommandTest, EveryKindIsAddedChangedShownAndDeletedByNames)
         };
         Strings add(row.add.begin() + 1, row.add.end());
         EXPECT_EQ(Shown(with("add", add)).at("id").get<std::string>().size(), 36u);
-        const std::string name = kind == "users" ? row.shown.at("loginName") : row.shown.at("name");
+        const std::string name = kind == "users" ? row.shown.at("user") : row.shown.at("name");
         Strings change = row.change;
         change.insert(change.begin(), add[0]);
         const auto changed = Admin(with("set", change));
@@ -99,9 +99,13 @@ TEST_F(AdminCommandTest, EveryKindIsAddedChangedShownAndDeletedByNames)
         shown.erase("id");
         shown.erase("location");
         EXPECT_EQ(shown, row.shown);
-        EXPECT_NE(Shown(with("list", {})).at(kind).dump().find('"' + name + '"'),
+        EXPECT_NE(Shown(with("list", {}))
+                      .at(kind == "permission-sets" ? "permissionSets" : kind)
+                      .dump()
+                      .find('"' + name + '"'),
                   std::string::npos);
-        EXPECT_EQ(Admin(with("remove", {name})).code, 0);
+        EXPECT_EQ(Admin(with("remove", {name})).code, 2) << "nobody to ask";
+        EXPECT_EQ(Admin(with("remove", {name, "--yes"})).code, 0);
         const auto gone = Admin(with("show", {name}));
         EXPECT_EQ(gone.code, 3);
         EXPECT_NE(gone.errors.find("syclient " + kind + " list"), std::string::npos);
@@ -130,7 +134,7 @@ TEST_F(AdminCommandTest, SpecialActionsDoTheirWork)
     const auto members =
         Json::parse(Run(On("anna.novak", "Harbour Bridge", {"members", "--json"})).output);
     for (const auto& member : members.at("members"))
-        if (member.at("loginName") == "lena.fischer") {
+        if (member.at("user") == "lena.fischer") {
             EXPECT_EQ(member.at("photo"), nullptr);
         }
 }
@@ -163,8 +167,9 @@ TEST_F(AdminCommandTest, RefusalsAreToldWithTheServersWordsAndAnExitCode)
         int code;
         const char* says;
     } rows[] = {
+        {{"users", "set", "mei.chen", "--email=", "--colour=1"}, "admin", 2, "#RRGGBB"},
         {{"roles", "add", "viewer"}, "admin", 1, "viewer"},
-        {{"roles", "remove", "Architect"}, "admin", 1, "role"},
+        {{"roles", "remove", "Architect", "--yes"}, "admin", 1, "role"},
         {{"roles", "add", "Guest"}, "anna.novak", 12, "administrators"},
         {{"roles", "add", "Guest", "--permission", "Fly"}, "admin", 3, "no permission \"Fly\""},
         {{"groups", "join", "Administrators", "nobody"}, "admin", 3, "no user \"nobody\""},

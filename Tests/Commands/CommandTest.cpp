@@ -51,7 +51,7 @@ TEST_F(CommandTest, UrlBuiltHereOpensTheProjectWithoutAskingAgain)
 TEST_F(CommandTest, CacheIsListedShownAndClosed)
 {
     ASSERT_EQ(Run(On("anna.novak", "Harbour Bridge", {"open"})).code, 0);
-    const auto list = nlohmann::json::parse(Run({"projects", "--json"}).output);
+    const auto list = nlohmann::json::parse(Run({"projects", "--json"}).output).at("projects");
     ASSERT_EQ(list.size(), 1u);
     EXPECT_EQ(list[0].at("status"), "Joined");
     EXPECT_NE(list[0].at("session"), "");
@@ -86,9 +86,10 @@ TEST_F(CommandTest, ClosingAsksWhatBecomesOfChanges)
     EXPECT_EQ(nlohmann::json::parse(close({}, "other\n").output).at("result"), 3);
     EXPECT_EQ(Run(On("anna.novak", "Harbour Bridge", {"close"})).code, 3) << "the session ended";
     const auto unsent = [&] {
-        return nlohmann::json::parse(Run({"projects", "--unsent", "--json"}).output);
+        return nlohmann::json::parse(Run({"projects", "--unsent", "--json"}).output).at("projects");
     };
     MarkUnsent(nlohmann::json::parse(Run({"projects", "--json"}).output)
+                   .at("projects")
                    .at(0)
                    .at("folder")
                    .get<std::string>());
@@ -111,4 +112,80 @@ TEST_F(CommandTest, WrongUsageAndAMissingTerminalAreToldApart)
     EXPECT_EQ(Run({"open", "--help"}).code, 0);
     const auto colours = Run({"projects"});
     EXPECT_EQ(colours.output.find('\x1b'), std::string::npos) << "no colours into a file";
+
+    const struct {
+        std::vector<std::string> words;
+        const char* says;
+    } wrong[] = {
+        {{"opne"}, "\"opne\". Did you mean \"open\"?"},
+        {{"users", "lst"}, "\"lst\". Did you mean \"list\"?"},
+        {{"mail", "send", "--txt", "x"}, "\"--txt\". Did you mean \"--text\"?"},
+        {{"users"}, "needs one of: list, show,"},
+        {{"mail", "watch", "--count", "-1"}, "no number"},
+        {{"mail", "watch", "--seconds", "nan"}, "no number"},
+        {{"open", "--port", "999999"}, "--port"},
+        {{"log", "show", "--from", "2026-02-30", "--server", "a", "--port", "1"}, "no day"},
+        {{"log", "show", "--from", "", "--server", "a", "--port", "1"}, "no day"},
+        {{"users", "add", "bad\xff"}, "no UTF-8"},
+    };
+    for (const auto& each : wrong) {
+        const auto run = Run(each.words);
+        EXPECT_EQ(run.code, 2) << each.says;
+        EXPECT_TRUE(run.errors.starts_with("syclient: ")) << run.errors;
+        EXPECT_NE(run.errors.find(each.says), std::string::npos) << run.errors;
+    }
+}
+
+TEST_F(CommandTest, AScriptIsToldOfEveryFailureInOneWay)
+{
+    std::ofstream(folder.Path() / "wrong") << "wrong\n";
+    ASSERT_EQ(Run(On("anna.novak", "Harbour Bridge", {"open"})).code, 0);
+    const auto wrong = [&](std::vector<std::string> command) {
+        command = On("anna.novak", "Harbour Bridge", command);
+        command.back() = folder.Path() / "wrong";
+        return command;
+    };
+    std::vector<std::pair<int, std::vector<std::string>>> failing{
+        {12, wrong({"open"})},
+        {12, wrong({"status"})},
+        {12, wrong({"close-project"})},
+        {12, wrong({"mail", "list"})},
+        {2, {"opne"}},
+        {3, {"cache", "show", "x"}},
+        {16, On("anna.novak", "Nowhere", {"open"})},
+    };
+    for (const auto& [code, command] : failing) {
+        auto words = command;
+        words.push_back("--json");
+        const auto run = Run(words);
+        EXPECT_EQ(run.code, code) << command[0] << run.errors;
+        const auto last = run.errors.rfind('\n', run.errors.size() - 2);
+        const auto error =
+            nlohmann::json::parse(run.errors.substr(last == std::string::npos ? 0 : last + 1))
+                .at("error");
+        EXPECT_EQ(error.at("code"), code) << error;
+        EXPECT_NE(error.at("message"), "") << error;
+        if (code == 12) {
+            EXPECT_EQ(error.at("user"), "anna.novak");
+            EXPECT_EQ(run.errors.find("::"), std::string::npos) << run.errors;
+        }
+    }
+    EXPECT_EQ(Run(On("anna.novak", "Harbour Bridge", {"status"})).errors, "");
+    EXPECT_EQ(
+        Run(On("anna.novak", "Harbour Bridge", {"mail", "send", "--to", "yuki.tanaka", "-t", "x"}))
+            .errors,
+        "")
+        << "no log of the library after a success";
+    server.Kill();
+    for (const char* command : {"close", "status", "open"})
+        EXPECT_EQ(Run(On("anna.novak", "Harbour Bridge", {command})).code, 11) << command;
+}
+
+TEST_F(CommandTest, OutputThatCannotBeWrittenIsAFailure)
+{
+    for (const char* command : {"projects", "projects --json", "--help", "completion bash"}) {
+        const std::string line = Quoted(SYCLIENT_TEST_CLI) + " " + command + " 2>/dev/null";
+        for (const char* to : {" >/dev/full", " >&-"})
+            EXPECT_EQ(WEXITSTATUS(std::system((line + to).c_str())), 1) << command << to;
+    }
 }

@@ -23,7 +23,7 @@ protected:
 TEST_F(LogCommandTest, IsFetchedOnceAndThenReadWithoutTheServer)
 {
     EXPECT_EQ(Log({"show"}).code, 3) << "nothing is cached";
-    EXPECT_EQ(Update("nobody").code, 11);
+    EXPECT_EQ(Update("nobody").code, 12);
     ASSERT_EQ(Run(On("anna.novak", "Harbour Bridge", {"open"})).code, 0);
     ASSERT_EQ(Run(On("anna.novak", "Harbour Bridge", {"close"})).code, 0);
     EditStore(server.StorePath(), "UPDATE events SET comment = '=1+1' || char(27) || ']' || "

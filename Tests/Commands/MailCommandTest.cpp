@@ -1,6 +1,7 @@
 #include "Commands/CommandTest.hpp"
 #include "Support/ChildProcess.hpp"
 #include "Support/StoreEdit.hpp"
+#include "Support/TerminalRun.hpp"
 
 using nlohmann::json;
 
@@ -83,7 +84,7 @@ TEST_F(MailCommandTest, AWatcherPrintsMailAsItIsSignalled)
     const auto isPresent = [&] {
         const auto listed = json::parse(anna({"members", "--json"}).output);
         for (const auto& member : listed.at("members"))
-            if (member.at("loginName") == "yuki.tanaka")
+            if (member.at("user") == "yuki.tanaka")
                 return member.at("present") == true;
         return false;
     };
@@ -99,6 +100,22 @@ TEST_F(MailCommandTest, AWatcherPrintsMailAsItIsSignalled)
     for (std::string line; std::getline(lines, line);)
         texts.push_back(json::parse(line).at("text"));
     EXPECT_EQ(texts, (std::vector<std::string>{"one", "two"}));
+}
+
+TEST_F(MailCommandTest, AnInterruptEndsWhateverWaits)
+{
+    const struct {
+        std::vector<std::string> command;
+        const char* shown;
+    } waiting[] = {{{"mail", "watch"}, "Waiting for mail"},
+                   {{"mail", "send", "--to", "yuki.tanaka"}, "Type the text"}};
+    for (const auto& each : waiting) {
+        auto command = On("anna.novak", Project, each.command);
+        command.insert(command.begin(), SYCLIENT_TEST_CLI);
+        command.insert(command.end(),
+                       {"--data-folder", (folder.Path() / "data" / "anna.novak").string()});
+        EXPECT_EQ(TerminalRun(command, each.shown, {"\x03"}).code, 130) << each.shown;
+    }
 }
 
 TEST_F(MailCommandTest, ARequestIsGrantedOnceAndEndsWithItsAnswer)
@@ -132,7 +149,7 @@ TEST_F(MailCommandTest, MembersComeWithPhotosSessionsAndPresence)
     const auto members =
         JsonAs("anna.novak", {"members", "--photos", photos.string()}).at("members");
     ASSERT_EQ(members.size(), 8u);
-    EXPECT_EQ(members[0].at("loginName"), "anna.novak");
+    EXPECT_EQ(members[0].at("user"), "anna.novak");
     EXPECT_EQ(members[0].at("role"), "Project Manager");
     EXPECT_EQ(members[0].at("working"), true);
     EXPECT_EQ(members[0].at("present"), false) << "nothing listens for her just now";

@@ -13,7 +13,7 @@ protected:
     [[nodiscard]] std::size_t Count(std::vector<std::string> filter = {}) const
     {
         filter.insert(filter.begin(), {"projects", "--json"});
-        return json::parse(Run(filter).output).size();
+        return json::parse(Run(filter).output).at("projects").size();
     }
 };
 
@@ -22,9 +22,9 @@ TEST_F(ProjectsCommandTest, ListsFiltersAndForgets)
     ASSERT_EQ(Run(On("anna.novak", "Harbour Bridge", {"open"})).code, 0);
     ASSERT_EQ(Run(On("anna.novak", "North Station", {"open"})).code, 0);
     ASSERT_EQ(Run(On("marco.rossi", "Harbour Bridge", {"open", "--take-over"})).code, 0);
-    const auto all = json::parse(Run({"projects", "--json"}).output);
+    const auto all = json::parse(Run({"projects", "--json"}).output).at("projects");
     ASSERT_EQ(all.size(), 3u);
-    EXPECT_EQ(all[0].at("login"), "anna.novak");
+    EXPECT_EQ(all[0].at("user"), "anna.novak");
     EXPECT_EQ(all[2].at("project"), "North Station");
     EXPECT_GT(all[0].at("sizeBytes"), 100);
     EXPECT_GT(all[0].at("lastOpened"), 1'600'000'000);
@@ -59,13 +59,16 @@ TEST_F(ProjectsCommandTest, ListsFiltersAndForgets)
                      {"mail", "send", "--to", "anna.novak", "--text", "later"}))
                   .code,
               11);
-    const std::string marco =
-        json::parse(Run({"projects", "--unsent", "--json"}).output).at(0).at("folder");
+    const std::string marco = json::parse(Run({"projects", "--unsent", "--json"}).output)
+                                  .at("projects")
+                                  .at(0)
+                                  .at("folder");
     EXPECT_EQ(Run({"projects", "forget", marco, "--yes"}).code, 1) << "a mail waits";
     EXPECT_EQ(Run({"projects", "forget", marco, "--yes", "--force"}).code, 0);
     EXPECT_EQ(Count(), 1u);
 
-    const std::string last = json::parse(Run({"projects", "--json"}).output).at(0).at("folder");
+    const std::string last =
+        json::parse(Run({"projects", "--json"}).output).at("projects").at(0).at("folder");
     std::ofstream(last + "/CacheInfo.xml") << "<Cache>";
     const auto damaged = Run({"projects"});
     EXPECT_EQ(damaged.code, 1);
@@ -79,14 +82,15 @@ TEST_F(ProjectsCommandTest, OptionsMoveTheDataFolderForEveryCommand)
 {
     const auto place = folder.Path() / "Pl\xc3\xa4tze";
     EXPECT_EQ(Run({"options", "set", "--folder", "relative"}).code, 2);
-    const auto set = Run(
-        {"options", "set", "--folder", place, "--auto-clean", "on", "--period", "-5", "--json"});
+    EXPECT_EQ(Run({"options", "set", "--period", "-5"}).code, 2);
+    const auto set =
+        Run({"options", "set", "--folder", place, "--auto-clean", "on", "--period", "5", "--json"});
     ASSERT_EQ(set.code, 0) << set.errors;
     EXPECT_EQ(Run({"options", "show", "--json"}).output, set.output);
     const auto options = json::parse(set.output);
     EXPECT_EQ(options.at("folder"), place.string());
     EXPECT_EQ(options.at("autoClean"), true);
-    EXPECT_EQ(options.at("period"), -5);
+    EXPECT_EQ(options.at("period"), 5);
     ASSERT_EQ(Run(On("anna.novak", "Harbour Bridge", {"open"})).code, 0);
     EXPECT_EQ(Count(), 1u);
     EXPECT_FALSE(std::filesystem::is_empty(place));
@@ -117,7 +121,7 @@ TEST_F(ProjectsCommandTest, PhotoFitsWhateverItIsGiven)
         {photo, "99999999999x1", out, 2},
         {folder.Path() / "cut off", "8x8", out, 1},
         {folder.Path() / "nothing", "8x8", out, 1},
-        {photo, "8x8", folder.Path() / "no folder" / "x", 1},
+        {photo, "8x8", folder.Path() / "no folder" / "x.png", 1},
     };
     for (const auto& each : cases)
         EXPECT_EQ(

@@ -24,7 +24,7 @@ protected:
     static TerminalRun Run(Strings arguments, const Strings& answers = {})
     {
         arguments.insert(arguments.begin(), SYCLIENT_TEST_CLI);
-        return {arguments, "Trust it [y/N]? ", answers};
+        return {arguments, "Trust it? [y/N] ", answers};
     }
     /// Signs in at the model service, and at the management service.
     TerminalRun Connect(std::uint16_t port, Strings more = {}) const
@@ -99,7 +99,8 @@ TEST_F(TrustCommandTest, AServerIsTrustedByItsFingerprintUntilItsCertificateChan
         EXPECT_NE(asked.output.find(shown), std::string::npos) << asked.output;
     EXPECT_EQ(Connect(port).code, 0) << "the other services of the server count as trusted";
     EXPECT_EQ(Trust(server.ManagementPort(), {"--json"}).code, 2) << "another port alone does not";
-    const auto listed = nlohmann::json::parse(Run({"server", "trusted", "--json"}).output);
+    const auto listed =
+        nlohmann::json::parse(Run({"server", "trusted", "--json"}).output).at("servers");
     EXPECT_EQ(listed.size(), 1U);
     EXPECT_EQ(listed.at(0).at("fingerprint"), fingerprint);
 

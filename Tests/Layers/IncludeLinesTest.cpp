@@ -91,6 +91,7 @@ TEST(LayersTest, SourcesNameOnlyTheStandardLibraryAndOurHeaders)
             EXPECT_TRUE(IsStandardHeader(include.header)) << include.file << ": " << include.header;
         } else {
             EXPECT_TRUE(fs::exists(root / "Sources" / include.header) ||
+                        include.header == "SYClient/Version.hpp" ||  // made by CMake
                         platform.count(FirstFolder(include.header)) == 1)
                 << include.file << ": " << include.header;
         }

@@ -2,6 +2,7 @@
 #include "OVRoot/Format.hpp"
 #include "OVRoot/Guid.hpp"
 #include "OVRoot/Resources.hpp"
+#include "OVRoot/Terminal.hpp"
 
 #include <gtest/gtest.h>
 
@@ -49,4 +50,25 @@ TEST(ResourcesTest, KeepsTextsToTheLetterAndReportsUnknownNumbers)
          {std::pair{31022, 0}, {31022, -1}, {31022, 14}, {1, 1}, {32100, 25}})
         EXPECT_THROW((void)OV::GetStringListItem(list, index), OV::IllegalReferenceException);
     EXPECT_THROW(OV::ShowAlert(1), OV::IllegalReferenceException);
+}
+
+TEST(TerminalTest, CountsAndCutsColumnsAsATerminalDoes)
+{
+    const struct {
+        const char* text;
+        std::size_t width;
+        const char* cutToThree;
+    } rows[] = {
+        {"", 0, ""},
+        {"abcd", 4, "abc"},
+        {"田中 雪", 7, "田"},
+        {"e\u0301te\u0301", 3, "e\u0301te\u0301"},
+        {"👍👍", 4, "👍"},
+        {"שלום", 4, "שלו"},
+        {"a\xff\xfe", 1, "a\xff\xfe"},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(OV::Terminal::Width(row.text), row.width) << row.text;
+        EXPECT_EQ(OV::Terminal::CutToWidth(row.text, 3), row.cutToThree) << row.text;
+    }
 }

@@ -13,7 +13,7 @@
 /// A program run on a terminal of its own, with a person who answers its prompts.
 class TerminalRun {
 public:
-    int code = -1;
+    int code = -1;       ///< as shells tell it: 128 and the signal that ended it
     std::string output;  ///< all that the terminal showed
     std::size_t answered = 0;
 
@@ -49,7 +49,7 @@ public:
         while (waitpid(id, &status, 0) < 0 && errno == EINTR) {
         }
         close(terminal);
-        code = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+        code = WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
     }
 
 private:

@@ -11,7 +11,9 @@
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QSize>
+#include <algorithm>
 #include <iostream>
+#include <string_view>
 
 namespace {
 
@@ -71,13 +73,21 @@ void ApplyTransport(const QCommandLineParser& options)
     Communication::SetDefaultHttpOptions(transport);
 }
 
+/// Whether the program only prints how it is used, which needs no display.
+bool OnlyTells(int argumentCount, char** arguments)
+{
+    static constexpr std::string_view words[] = {"-h", "--help", "--help-all", "-v", "--version"};
+    return std::any_of(arguments + 1, arguments + argumentCount, [](const char* each) {
+        return std::find(std::begin(words), std::end(words), each) != std::end(words);
+    });
+}
+
 }  // namespace
 
 int main(int argumentCount, char** arguments)
 try {
-    const QApplication application(argumentCount, arguments);
-    QApplication::setApplicationName("syclient-desktop");
-    QApplication::setApplicationVersion(SYCLIENT_VERSION);
+    QCoreApplication::setApplicationName("syclient-desktop");
+    QCoreApplication::setApplicationVersion(SYCLIENT_VERSION);
     QCommandLineParser parser;
     parser.setApplicationDescription("Shared projects of a Nexar Server in a window.");
     parser.addHelpOption();
@@ -95,8 +105,17 @@ try {
                        {"log-cache", "The name of the cached log.", "NAME"},
                        {"size", "Of the chart, in pixels.", "WxH", "900x540"},
                        {"out", "The PNG file of the chart.", "FILE"}});
+    if (OnlyTells(argumentCount, arguments)) {
+        const QCoreApplication words(argumentCount, arguments);
+        parser.process(words);
+    }
+    const QApplication application(argumentCount, arguments);
     parser.process(application);
-
+    if (!parser.positionalArguments().isEmpty() || parser.value("port").toUShort() == 0) {
+        std::cerr << "syclient-desktop: --port takes a number from 1 to 65535, and nothing stands "
+                     "beside the options.\n";
+        return 2;
+    }
     if (parser.isSet("chart"))
         return DrawChart(parser);
     ApplyTransport(parser);

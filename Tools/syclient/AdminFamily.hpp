@@ -1,6 +1,7 @@
 #pragma once
 
 #include "AdminSession.hpp"
+#include "Question.hpp"
 
 #include <CLI/CLI.hpp>
 
@@ -27,9 +28,10 @@ struct AdminField {
 /// The records of one kind: how they are called, reached and described.
 template <class Manager, class Record>
 struct AdminFamily {
-    std::string word;    ///< of the command, the plural
-    std::string single;  ///< as a sentence names one
-    std::string keyName = "name";
+    std::string word;               ///< of the command, the plural
+    std::string single;             ///< as a sentence names one
+    std::string keyName = "name";   ///< in JSON
+    std::string keyLabel = "name";  ///< as people read it
     OV::UniString Record::*key;
     Manager& (AdminSession::*manager)();
     bool (Manager::*list)(OV::Array<Record>&);
@@ -39,27 +41,35 @@ struct AdminFamily {
     bool (Manager::*update)(Record&) = nullptr;
     bool (Manager::*remove)(const Record&) = nullptr;
     std::vector<AdminField<Record>> fields{};
+    /// Gives a new record what nobody named.
+    void (*complete)(Record&) = nullptr;
 
+    /// The word as a name of JSON: "permissionSets".
+    [[nodiscard]] std::string ListName() const
+    {
+        std::string name = word;
+        if (const auto hyphen = name.find('-'); hyphen != std::string::npos) {
+            name.erase(hyphen, 1);
+            name[hyphen] = static_cast<char>(name[hyphen] - 'a' + 'A');
+        }
+        return name;
+    }
     [[nodiscard]] Record Find(AdminSession& session, const std::string& name) const
     {
         Record record;
         try {
             session.Do((session.*manager)(), find, OV::FromUtf8(name), record);
-        } catch (const AdminFailure& failure) {
+        } catch (const CommandFailure& failure) {
             if (failure.GetExitCode() != ExitCode::NotFound)
                 throw;
-            throw AdminFailure(ExitCode::NotFound, OV::FromUtf8("There is no " + single + " \"" +
-                                                                name + "\". \"syclient " + word +
-                                                                " list\" shows those there are."));
+            throw CommandFailure(ExitCode::NotFound,
+                                 OV::FromUtf8("There is no " + single + " \"" + name +
+                                              "\". \"syclient " + word +
+                                              " list\" shows those there are."));
         }
         return record;
     }
 };
-
-/// "fullName" as people read it: "full name".
-[[nodiscard]] std::string LabelOf(const std::string& name);
-/// What a person reads in the place of a JSON value.
-[[nodiscard]] std::string PlainText(const Json& value);
 
 /// What the options of one command gave, by their names.
 using AdminValues = std::map<std::string, std::vector<std::string>>;
@@ -81,7 +91,7 @@ public:
         AddAdminAction(command, context, "add", "Add a " + single, &Insert, {{of}, false});
         AddAdminAction(command, context, "set", "Change a " + single + "; what is not named stays",
                        &Update, {{of}, true});
-        AddAdminAction(command, context, "remove", "Delete a " + single, &Delete, {of});
+        AddAdminAction(command, context, "remove", "Delete a " + single, &Delete, {{of}, false});
     }
 
     /// Prints what was done to a record.
@@ -106,14 +116,29 @@ private:
     struct Named : OfFamily {
         std::string name{};
 
+        /// Where a project is named, its URL may stand.
+        [[nodiscard]] std::string* NamedProject()
+        {
+            return this->family->word == "projects" ? &name : nullptr;
+        }
+
         void AddOptions(CLI::App& command)
         {
             command
                 .add_option("name", name,
-                            "The " + LabelOf(this->family->keyName) + " of the " +
-                                this->family->single)
+                            "The " + this->family->keyLabel + " of the " + this->family->single)
                 ->required()
                 ->option_text("NAME");
+        }
+    };
+
+    struct Removed : Named {
+        bool yes = false;
+
+        void AddOptions(CLI::App& command)
+        {
+            Named::AddOptions(command);
+            command.add_flag("-y,--yes", yes, "Do not ask");
         }
     };
 
@@ -125,7 +150,7 @@ private:
         {
             Named::AddOptions(command);
             if (canRename)
-                AddOption(command, "rename", "NAME", "The new " + LabelOf(this->family->keyName));
+                AddOption(command, "rename", "NAME", "The new " + this->family->keyLabel);
             for (const auto& field : this->family->fields)
                 if (!field.option.empty())
                     AddOption(command, field.option, field.placeholder, field.help);
@@ -155,10 +180,10 @@ private:
         OV::Array<Record> records;
         session.Do((session.*family.manager)(), family.list, records);
         Json items = Json::array();
-        std::vector<std::vector<std::string>> table{{LabelOf(family.keyName)}};
+        std::vector<std::vector<std::string>> table{{HeadingOf(family.keyLabel)}};
         for (const auto& field : family.fields)
             if (field.isListed)
-                table[0].push_back(LabelOf(field.name));
+                table[0].push_back(HeadingOf(LabelOf(field.name)));
         for (const Record& record : records) {
             const Json& item = items.emplace_back(ToJson(family, session, record));
             auto& row = table.emplace_back(std::vector{PlainText(item[family.keyName])});
@@ -168,7 +193,7 @@ private:
         }
         const Output& output = session.GetContext().output;
         if (output.json)
-            output.PrintJson({{family.word, std::move(items)}});
+            output.PrintJson({{family.ListName(), std::move(items)}});
         else
             output.PrintTable(table);
     }
@@ -182,7 +207,8 @@ private:
             return output.PrintJson(json);
         std::vector<std::pair<std::string, std::string>> lines;
         for (const auto& [name, value] : json.items())
-            lines.emplace_back(LabelOf(name), PlainText(value));
+            lines.emplace_back(name == family.keyName ? family.keyLabel : LabelOf(name),
+                               PlainText(value));
         output.PrintFields(lines);
     }
 
@@ -192,6 +218,8 @@ private:
         Record record;
         record.*family.key = OV::FromUtf8(arguments.name);
         Write(family, session, record, arguments.values);
+        if (family.complete != nullptr)
+            family.complete(record);
         session.Do((session.*family.manager)(), family.insert, record);
         Tell(family, session, "Added", record);
     }
@@ -220,10 +248,14 @@ private:
                 field.write(record, values.at(field.option), session);
     }
 
-    static void Delete(AdminSession& session, const Named& arguments)
+    static void Delete(AdminSession& session, const Removed& arguments)
     {
         const Family& family = *arguments.family;
         const Record record = family.Find(session, arguments.name);
+        if (!arguments.yes)
+            Question::Require("Delete the " + family.single + " \"" +
+                              ForDisplay(record.*family.key) + "\" from " +
+                              ForDisplay(OV::FromUtf8(session.Server().server)) + "?");
         session.Do((session.*family.manager)(), family.remove, record);
         Tell(family, session, "Deleted", record);
     }

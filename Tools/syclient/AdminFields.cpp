@@ -17,33 +17,6 @@ bool ReadNumber(std::string_view text, int base, std::uint32_t& number)
 
 }  // namespace
 
-std::string LabelOf(const std::string& name)
-{
-    std::string label;
-    for (const char each : name) {
-        if (each != OV::Fold(each))
-            label += ' ';
-        label += OV::Fold(each);
-    }
-    return label;
-}
-
-std::string PlainText(const Json& value)
-{
-    if (value.is_string())
-        return ForDisplay(OV::FromUtf8(value.get_ref<const std::string&>()));
-    if (value.is_boolean())
-        return value.get<bool>() ? "yes" : "no";
-    if (!value.is_structured())
-        return value.is_null() ? "" : value.dump();
-    std::string text;
-    for (const auto& [name, item] : value.items())
-        text += (text.empty() ? "" : ", ") +
-                (value.is_object() ? ForDisplay(OV::FromUtf8(name)) + "=" : std::string()) +
-                PlainText(item);
-    return text;
-}
-
 namespace AdminFields {
 
 void ThrowBadValue(const std::string& name, const std::string& value,

@@ -12,7 +12,7 @@ using ManagementCore::UserRepositoryManager;
 
 namespace {
 
-ExitCode ExitCodeOf(const ManagementCore::RequestFailure& failure)
+ExitCode ExitCodeOfRequest(const ManagementCore::RequestFailure& failure)
 {
     switch (failure.type) {
     case ManagementCore::ErrorType::CannotConnect:
@@ -65,21 +65,13 @@ std::uint16_t FindPort(TerminalWait& wait, const ServerArguments& server,
 {
     const auto task = OV::MakeRef<FindPortTask>(server, password);
     if (!wait.ExecuteTask(task, nullptr, TerminalWait::UsualDelayMilliseconds))
-        throw AdminFailure(ExitCode::Failure, u"");  // cancelled, and told
+        throw CommandFailure(ExitCode::Failure, u"");  // cancelled, and told
     if (task->failure)
         std::rethrow_exception(task->failure);
     if (task->found == 0)
-        throw AdminFailure(ExitCode::Failure,
-                           u"The server lists no management service; it cannot be administered.");
+        throw CommandFailure(ExitCode::Failure,
+                             u"The server lists no management service; it cannot be administered.");
     return task->found;
-}
-
-void End(Context& context, ExitCode exitCode, const OV::Exception& reason)
-{
-    context.exitCode = exitCode;
-    // What was cancelled has been told, and has no words.
-    if (!reason.GetMessage().empty())
-        context.output.Error(ForDisplay(reason.GetMessage()));
 }
 
 }  // namespace
@@ -105,8 +97,8 @@ OV::UniString NameTable::IdOf(const std::string& name)
         return OV::EqualsIgnoreCase(known.second, wanted);
     });
     if (found == Known().end())
-        throw AdminFailure(ExitCode::NotFound, u"There is no " + kind_ + u" \"" + wanted +
-                                                   u"\" on the server, or you may not see it.");
+        throw CommandFailure(ExitCode::NotFound, u"There is no " + kind_ + u" \"" + wanted +
+                                                     u"\" on the server, or you may not see it.");
     return found->first;
 }
 
@@ -120,8 +112,7 @@ AdminSession::AdminSession(Context& context, const ServerArguments& server)
                                               &Management::PermissionSet::name)),
       properties(u"property", Fetch(&UserRepositoryManager::GetCustomPropertyDefinitions,
                                     &Management::CustomPropertyDefinition::name)),
-      context_(context), server_(server), wait_(context.output),
-      password_(server.password.Read(server.Describe())),
+      context_(context), server_(server), wait_(context.output), password_(server.ReadPassword()),
       managementPort_(FindPort(wait_, server, password_))
 {}
 
@@ -161,22 +152,5 @@ ProjectRepositoryManager& AdminSession::Projects()
 
 void AdminSession::Fail(const ManagementCore::RequestFailure& failure)
 {
-    throw AdminFailure(ExitCodeOf(failure), failure.sentence);
-}
-
-void RunOnServer(Context& context, const ServerArguments& server,
-                 const std::function<void(AdminSession&)>& action)
-{
-    try {
-        AdminSession session(context, server);
-        action(session);
-    } catch (const AdminFailure& failure) {
-        End(context, failure.GetExitCode(), failure);
-    } catch (const SYCB::IncopatibleServerVersionException& version) {
-        End(context, ExitCode::IncompatibleVersion, version);
-    } catch (const Communication::ResponseContentException& refusal) {
-        End(context, ExitCodeOfRefusal(refusal.GetErrorCode()), refusal);
-    } catch (const Communication::CommunicationException& failure) {
-        End(context, ExitCode::Offline, failure);
-    }
+    throw CommandFailure(ExitCodeOfRequest(failure), failure.sentence);
 }

@@ -14,19 +14,6 @@
 namespace ManagementCore = Syncra::Server::ManagementTool::Core;
 namespace Management = Syncra::Server::Management;
 
-/// Why an admin command ends: what to say, and its exit code.
-class AdminFailure : public OV::Exception {
-public:
-    AdminFailure(ExitCode exitCode, OV::UniString message)
-        : Exception(std::move(message)), exitCode_(exitCode)
-    {}
-    [[nodiscard]] ExitCode GetExitCode() const noexcept { return exitCode_; }
-    OV_EXCEPTION_IDENTITY(AdminFailure)
-
-private:
-    ExitCode exitCode_;
-};
-
 /// Names of a server's objects of one kind by their identifiers, and back; asked when first needed.
 class NameTable {
 public:
@@ -37,7 +24,7 @@ public:
     {}
     /// The identifier itself when the user may not see the object.
     [[nodiscard]] OV::UniString NameOf(const OV::UniString& id);
-    /// In any ASCII letter case. Throws AdminFailure.
+    /// In any ASCII letter case. Throws CommandFailure.
     [[nodiscard]] OV::UniString IdOf(const std::string& name);
 
 private:
@@ -50,7 +37,7 @@ private:
 };
 
 /// The management service of a server for one command. A repository is connected when it is first
-/// asked for. Failures throw AdminFailure.
+/// asked for. Failures throw CommandFailure.
 class AdminSession {
 public:
     AdminSession(Context& context, const ServerArguments& server);
@@ -98,10 +85,6 @@ private:
     std::uint16_t managementPort_;
 };
 
-/// Runs `action` in a session with that server. How it fails is told, and left in the context.
-void RunOnServer(Context& context, const ServerArguments& server,
-                 const std::function<void(AdminSession&)>& action);
-
 /// Adds an action on a server, which the options name beside what the action itself is told.
 template <class Arguments>
 void AddAdminAction(CLI::App& parent, Context& context, const std::string& name,
@@ -112,8 +95,8 @@ void AddAdminAction(CLI::App& parent, Context& context, const std::string& name,
     DefineCommand(
         AddSubcommand(parent, name, description), context,
         [run](const OnServer& arguments, Context& shared) {
-            RunOnServer(shared, arguments.place,
-                        [&](AdminSession& session) { run(session, arguments.own); });
+            AdminSession session(shared, arguments.place);
+            run(session, arguments.own);
         },
         OnServer{{}, std::move(initial)});
 }

@@ -73,7 +73,8 @@ UserFamily<User> Users()
     using Manager = UserRepositoryManager;
     return {.word = "users",
             .single = "user",
-            .keyName = "loginName",
+            .keyName = "user",
+            .keyLabel = "login name",
             .key = &User::loginName,
             .manager = &AdminSession::Users,
             .list = &Manager::GetUsers,
@@ -81,11 +82,16 @@ UserFamily<User> Users()
             .insert = &Manager::InsertUser,
             .update = &Manager::UpdateUser,
             .remove = &Manager::DeleteUser,
-            .fields = {Text<User>("fullName", "full-name", "Full name", &User::fullName),
+            .fields = {Text<User>("fullName", "full-name", "Full name; the login name without",
+                                  &User::fullName),
                        Text<User>("email", "email", "E-mail address; empty for none", &User::email),
                        YesNo<User>("enabled", "Whether signing in is allowed", &User::enabled),
                        Colour(), Properties(),
-                       ShownNames("groups", &User::groups, &AdminSession::groups)}};
+                       ShownNames("groups", &User::groups, &AdminSession::groups)},
+            .complete = [](User& user) {
+                if (user.fullName.empty())
+                    user.fullName = user.loginName;
+            }};
 }
 
 /// A role is given one set at most.
@@ -237,7 +243,7 @@ void Tell(const AdminSession& session, const std::string& done, const User& user
 {
     const Output& output = session.GetContext().output;
     if (output.json)
-        output.PrintJson({{"done", true}, {"loginName", ForJson(user.loginName)}});
+        output.PrintJson({{"done", true}, {"user", ForJson(user.loginName)}});
     else
         output.PrintLine(done);
 }

@@ -68,6 +68,7 @@ struct AuthenticateArguments {
     ProjectArguments project;
     bool silent = false;
 
+    void Resolve(Context& context) { project.Resolve(context); }
     void AddOptions(CLI::App& command)
     {
         project.AddOptions(command);
@@ -79,8 +80,8 @@ void RunAuthenticate(const AuthenticateArguments& arguments, Context& context)
 {
     auto info = arguments.project.Describe();
     const std::string login = DescribeLogin(info);
-    if (arguments.project.server.password.IsGiven())
-        info.password = arguments.project.server.password.Read(login);
+    if (auto given = arguments.project.GivenPassword())
+        info.password = std::move(*given);
     SYC::ClientProjectConnectionManager manager(SYC::ToSyncraLocation(info), context.DataFolder(),
                                                 {});
     if (!manager.FindCache()) {

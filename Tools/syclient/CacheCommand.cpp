@@ -16,7 +16,7 @@ std::string FieldText(const std::string& key, const Json& value)
         return SizeForDisplay(value.get<std::uint64_t>());
     if (key == "lastOpened" || key == "travelPackageTime")
         return TimeForDisplay(value.get<std::int32_t>());
-    return value.is_string() ? value.get<std::string>() : value.dump();
+    return PlainText(value);
 }
 
 void ShowText(const CachedProjectInfo& cache, const Output& output)
@@ -26,7 +26,7 @@ void ShowText(const CachedProjectInfo& cache, const Output& output)
     std::vector<std::pair<std::string, std::string>> fields;
     for (const auto& [key, value] : json.items())
         if (key != "project")
-            fields.emplace_back(key, FieldText(key, value));
+            fields.emplace_back(LabelOf(key), FieldText(key, value));
     output.PrintFields(fields);
 }
 
@@ -35,7 +35,9 @@ struct ShowArguments {
 
     void AddOptions(CLI::App& command)
     {
-        command.add_option("folder", folder, "Name of a cache folder, or its path")
+        command
+            .add_option("folder", folder,
+                        "A cache folder by name or path, or its project by name or URL")
             ->required()
             ->option_text("FOLDER");
     }

@@ -1,5 +1,6 @@
 #include "CacheView.hpp"
 
+#include "Connection.hpp"
 #include "IO/Folder.hpp"
 #include "OVRoot/Exception.hpp"
 #include "Output.hpp"
@@ -45,10 +46,10 @@ Json CacheJson(const SYC::CachedProjectInfo& cache)
             {"project", ForJson(cache.GetProjectName())},
             {"projectId", ForJson(cache.GetProjectId())},
             {"category", ForJson(cache.GetCategoryName())},
-            {"login", ForJson(cache.GetLoginName())},
-            {"user", ForJson(cache.GetUserName())},
+            {"user", ForJson(cache.GetLoginName())},
+            {"fullName", ForJson(cache.GetUserName())},
             {"userId", ForJson(cache.GetUserId())},
-            {"session", ForJson(cache.GetSessionId())},
+            {"session", ForJsonOrNull(cache.GetSessionId())},
             {"logonId", cache.GetLogonId()},
             {"role", ForJson(cache.GetRoleName())},
             {"permissions", permissions},
@@ -59,8 +60,8 @@ Json CacheJson(const SYC::CachedProjectInfo& cache)
             {"travelPackageCreated", cache.IsTravelPackageCreated()},
             {"travelPackageTime", cache.GetTravelPackageCreationTime()},
             {"extractedFromTravelPackage", cache.ExtractedFromTravelPackage()},
-            {"projectVersion", ForJson(cache.GetProjectVersion())},
-            {"projectBuild", cache.GetProjectBuildNum()},
+            {"dataVersion", ForJson(cache.GetProjectVersion())},
+            {"dataBuild", cache.GetProjectBuildNum()},
             {"detached", cache.IsProjectDetached()},
             {"complete", cache.IsComplete()},
             {"sizeBytes", SizeOf(cache.GetCacheFolderLocation())}};
@@ -85,8 +86,35 @@ void ReportUnwritten(const SYC::CachedProjectInfo& cache, Context& context)
     context.exitCode = ExitCode::Failure;
     context.output.Error("The cache \"" + ForDisplay(cache.GetCacheFolderLocation().ToPath()) +
                          "\" could not be written, so nothing of this is known here any more when "
-                         "this program ends; the lines above say why.");
+                         "this program ends.");
 }
+
+namespace {
+
+/// The cache of a project that is named by its URL, or by its name when one cache alone has it.
+IO::Location FolderOfProject(const std::string& text, const Context& context)
+{
+    ConnectionValues wanted;
+    if (LooksLikeProjectUrl(text))
+        wanted.FillFromUrl(text);
+    else
+        wanted.project = text;
+    OV::Array<SYC::CacheInfoRecord> records;
+    SYC::registeredProjects().SearchCaches(context.DataFolder(), records);
+    IO::Location found;
+    for (const auto& record : records) {
+        if (!record.info || record.info->GetProjectName() != OV::FromUtf8(wanted.project) ||
+            (!wanted.user.empty() && record.info->GetLoginName() != OV::FromUtf8(wanted.user)) ||
+            (!wanted.server.empty() && record.info->GetServerName() != OV::FromUtf8(wanted.server)))
+            continue;
+        if (!found.IsEmpty())
+            return {};
+        found = record.info->GetCacheFolderLocation();
+    }
+    return found;
+}
+
+}  // namespace
 
 IO::Location FindCacheFolder(const std::string& text, Context& context)
 {
@@ -95,9 +123,13 @@ IO::Location FindCacheFolder(const std::string& text, Context& context)
         if (std::size_t index = 0;
             folder.IsLegal() && SYC::registeredProjects().GetCacheIndex(folder, index, true))
             return folder;
+    if (const auto folder = FolderOfProject(text, context); !folder.IsEmpty())
+        return folder;
     context.exitCode = ExitCode::NotFound;
-    context.output.Error("\"" + text + "\" is no cache folder: neither below \"" +
-                         ForDisplay(context.DataFolder().ToPath()) +
-                         "\" nor as a path. \"syclient projects\" names those there are.");
+    context.output.Error(
+        "\"" + text + "\" is no cache folder: neither below \"" +
+        ForDisplay(context.DataFolder().ToPath()) +
+        "\" nor as a path, nor the project of one cache alone. \"syclient projects\" "
+        "names those there are.");
     return {};
 }

@@ -59,28 +59,28 @@ std::string CheckReport::Explanation() const
 void CheckReport::Print(const Output& output) const
 {
     const bool passed = result == SYC::CheckResult::Passed;
+    if (!passed)
+        output.Error(Explanation());
     if (output.json) {
         output.PrintJson({{"result", static_cast<int>(result)},
                           {"meaning", Word()},
                           {"explanation", Explanation()},
                           {"events", EventsAsJson(events)},
-                          {"projectId", ForJson(projectId)},
-                          {"serverLocation", ForJson(serverLocation)},
-                          {"session", ForJson(sessionId)},
+                          {"projectId", ForJsonOrNull(projectId)},
+                          {"serverLocation", ForJsonOrNull(serverLocation)},
+                          {"session", ForJsonOrNull(sessionId)},
                           {"cacheFolder", cache ? ForJson(cache->GetCacheFolderLocation().ToPath())
                                                 : Json(nullptr)}});
         return;
     }
-    if (!passed) {
-        output.PrintLine(output.Styled(Output::Style::Bad, Explanation()));
+    if (!passed)
         return;
-    }
     output.PrintLine(output.Styled(Output::Style::Good, "Opened") + " \"" +
                      ForDisplay(connection.projectName) + "\" as " + DescribeLogin(connection));
-    output.PrintFields({{"user", ForDisplay(cache->GetUserName())},
+    output.PrintFields({{"name", ForDisplay(cache->GetUserName())},
                         {"role", ForDisplay(cache->GetRoleName())},
                         {"category", ForDisplay(cache->GetCategoryName())},
-                        {"format", ForDisplay(cache->GetProjectVersion())},
+                        {"data version", ForDisplay(cache->GetProjectVersion())},
                         {"session", ForDisplay(sessionId)},
                         {"cache", ForDisplay(cache->GetCacheFolderLocation().ToPath())}});
 }

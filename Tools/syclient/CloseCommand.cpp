@@ -6,9 +6,31 @@
 #include "CloseSession.hpp"
 #include "Failure.hpp"
 #include "ProjectArguments.hpp"
+#include "SYClientBase/SyncraClientFactory.hpp"
 #include "SyncraURL.hpp"
 
 namespace {
+
+/// A session that the server has no more, or that went with the membership, can never be closed; it
+/// is forgotten here. False when the server still has it or cannot be asked.
+bool ForgetWhatEndedElsewhere(SYC::ClientProjectConnectionManager& manager, const Context& context)
+{
+    const auto cache = manager.FindCache();
+    if (!cache)
+        return false;
+    try {
+        const auto client = SYCB::CreateSyncraClient(manager.GetProjectLocation());
+        if (client->IsMember(cache->GetProjectId()))
+            for (const auto& session : client->GetSessions(cache->GetProjectId()))
+                if (session.id == manager.GetSessionId())
+                    return false;
+    } catch (const OV::Exception&) {
+        return false;
+    }
+    cache->SetSessionId({});
+    context.output.Notice("The session had ended elsewhere.");
+    return true;
+}
 
 void RunClose(const ProjectArguments& arguments, Context& context)
 {
@@ -28,15 +50,16 @@ void RunClose(const ProjectArguments& arguments, Context& context)
     const auto session = manager.GetSessionId();
     context.output.Progress("Closing the session of " + DescribeLogin(described) + " ...");
     SYC::Failure failure;
-    const bool closed = SYC::CloseSession(manager, failure);
-    context.exitCode = closed ? ExitCode::Success : ExitCode::Failure;
+    const bool closed =
+        SYC::CloseSession(manager, failure) || ForgetWhatEndedElsewhere(manager, context);
+    context.exitCode = closed ? ExitCode::Success : ExitCodeOf(failure);
     if (context.output.json)
         context.output.PrintJson({{"closed", closed}, {"session", ForJson(session)}});
     else if (closed)
         context.output.PrintLine("Closed \"" + ForDisplay(described.projectName) + "\".");
-    else
+    if (!closed)
         context.output.Error("The session could not be closed and stays in the cache: " +
-                             ForDisplay(failure.sentence) + " " + ForDisplay(failure.advice));
+                              ForDisplay(failure.sentence) + " " + ForDisplay(failure.advice));
     if (const auto cache = manager.FindCache())
         ReportUnwritten(*cache, context);
 }

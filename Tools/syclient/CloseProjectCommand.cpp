@@ -28,6 +28,7 @@ struct CloseProjectArguments {
     std::string choice;
     bool discardAnyway = false;
 
+    void Resolve(Context& context) { project.Resolve(context); }
     void AddOptions(CLI::App& command)
     {
         project.AddOptions(command);
@@ -122,7 +123,10 @@ bool IsReachable(const IO::Location& location)
     try {
         (void)SYCB::CreateSyncraClient(location);
         return true;
-    } catch (const std::exception&) {
+    } catch (const OV::Exception& failure) {
+        // Who is refused works neither here nor there; only a server that is away leaves him alone.
+        if (ExitCodeOf(failure) != ExitCode::Offline)
+            throw;
         return false;
     }
 }

@@ -26,7 +26,22 @@ struct ArgumentsAt {
         place.AddOptions(command);
         own.AddOptions(command);
     }
+    void Resolve(Context& context)
+    {
+        if constexpr (requires { place.Resolve(context, own.NamedProject()); })
+            place.Resolve(context, own.NamedProject());
+        else
+            place.Resolve(context);
+    }
 };
+
+/// What is still open after the options is filled in before the command runs.
+template <class Arguments>
+void ResolveArguments(Arguments& arguments, Context& context)
+{
+    if constexpr (requires { arguments.Resolve(context); })
+        arguments.Resolve(context);
+}
 
 /// Adds a command that does nothing yet.
 CLI::App& AddSubcommand(CLI::App& parent, const std::string& name, const std::string& description);
@@ -40,7 +55,10 @@ void DefineCommand(CLI::App& command, Context& context, Run run, Arguments initi
 {
     const auto arguments = std::make_shared<Arguments>(std::move(initial));
     arguments->AddOptions(command);
-    SetAction(command, [arguments, &context, run = std::move(run)] { run(*arguments, context); });
+    SetAction(command, [arguments, &context, run = std::move(run)] {
+        ResolveArguments(*arguments, context);
+        run(*arguments, context);
+    });
 }
 template <class Arguments>
 void DefineCommand(CLI::App& command, Context& context, void (*run)(const Arguments&, Context&))

@@ -11,6 +11,10 @@ struct Command {
 };
 
 constexpr Command Commands[] = {
+    {"login",
+     "Sign in once: this computer remembers server, login and project, and on wish the password",
+     &DeclareLogin},
+    {"profile", "What was remembered of servers, logins and projects", &DeclareProfile},
     {"open",
      "Check a project and take or start its session: server, membership, replaced projects, "
      "session, cache",
@@ -40,6 +44,10 @@ constexpr Command Commands[] = {
      &DeclareProjects},
     {"options", "Where this machine keeps its projects, and how hosts clean them up",
      &DeclareOptions},
+    {"diagnose",
+     "What who helps needs to know: versions, the way to the server, caches, locks and the log; no "
+     "secrets",
+     &DeclareDiagnose},
     {"photo", "Fit a member's photo into a picture of any size, as mails and lists show it",
      &DeclarePhoto},
 };
@@ -53,6 +61,11 @@ constexpr Command AdministrationCommands[] = {
     {"properties", "Fields that users have beside the usual ones", &DeclareProperties},
     {"categories", "The headings that lists show projects under", &DeclareCategories},
     {"modules", "Programs that work for the server", &DeclareModules},
+};
+
+constexpr Command HiddenCommands[] = {
+    {"completion", "Let a shell complete the words of a command line", &DeclareCompletion},
+    {"manual", "The manual page, as man reads it", &DeclareManual},
 };
 
 CLI::App& Add(CLI::App& app, Context& context, const Command& command)
@@ -71,4 +84,19 @@ void AddCommands(CLI::App& app, Context& context)
         Add(app, context, command);
     for (const Command& command : AdministrationCommands)
         Add(app, context, command).group("Administration of a server");
+    for (const Command& command : HiddenCommands)
+        Add(app, context, command).group("");
+}
+
+void DeclareBelow(CLI::App& command, Context& context)
+{
+    const auto declare = [&](const auto& commands) {
+        for (const Command& each : commands)
+            if (each.name == command.get_name() && command.get_parent() != nullptr &&
+                command.get_parent()->get_parent() == nullptr && command.count() == 0 &&
+                command.get_subcommands(nullptr).empty() && command.get_options().size() <= 1)
+                each.declare(command, context);
+    };
+    declare(Commands);
+    declare(AdministrationCommands);
 }

@@ -9,8 +9,15 @@ class App;
 /// Adds the commands of the first level to `app`, which ends before `context`. What stands below
 /// one of them is declared when the command line names it.
 void AddCommands(CLI::App& app, Context& context);
+/// Declares what stands below one of them that the command line did not name.
+void DeclareBelow(CLI::App& command, Context& context);
 
 /// Each declares one of them: its options, its action and its subcommands.
+void DeclareCompletion(CLI::App& command, Context& context);
+void DeclareManual(CLI::App& command, Context& context);
+void DeclareDiagnose(CLI::App& command, Context& context);
+void DeclareLogin(CLI::App& command, Context& context);
+void DeclareProfile(CLI::App& command, Context& context);
 void DeclareOpen(CLI::App& command, Context& context);
 void DeclareClose(CLI::App& command, Context& context);
 void DeclareCloseProject(CLI::App& command, Context& context);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "CheckResult.hpp"
+#include "OVRoot/Exception.hpp"
 #include "Failure.hpp"
 
 #include <cstdint>
@@ -19,9 +20,29 @@ enum class ExitCode : int {
     ProjectNotFound = 16,
     ForbiddenByState = 17,
     IncompatibleVersion = 18,
+    Interrupted = 130,  ///< by Ctrl-C, as shells tell it
+    Terminated = 143,
 };
 
-/// Offline when a server could not be worked with; a failure that happened on this machine is 1.
+/// The exit code in one word, for scripts.
+[[nodiscard]] const char* WordOf(ExitCode exitCode);
+
+/// Why a command ends: what to say, and its exit code.
+class CommandFailure : public OV::Exception {
+public:
+    CommandFailure(ExitCode exitCode, OV::UniString message)
+        : Exception(std::move(message)), exitCode_(exitCode)
+    {}
+    [[nodiscard]] ExitCode GetExitCode() const noexcept { return exitCode_; }
+    OV_EXCEPTION_IDENTITY(CommandFailure)
+
+private:
+    ExitCode exitCode_;
+};
+
+/// What a failure, or what caused it, comes to: a server that could not be worked with, one that
+/// refused, wrong usage; a failure that happened on this machine is 1.
+[[nodiscard]] ExitCode ExitCodeOf(const OV::Exception& failure);
 [[nodiscard]] ExitCode ExitCodeOf(const std::exception_ptr& failure);
 
 /// The same of a failure that was described.

@@ -6,6 +6,7 @@
 #include "InterruptNote.hpp"
 #include "Log/PieChartUpdater.hpp"
 #include "LogSelection.hpp"
+#include "Numbers.hpp"
 #include "OVRoot/System.hpp"
 #include "OVRoot/Terminal.hpp"
 #include "ServerArguments.hpp"
@@ -14,6 +15,7 @@
 
 #include <algorithm>
 #include <iostream>
+#include <limits>
 #include <thread>
 
 namespace {
@@ -80,7 +82,7 @@ void Update(const ServerArguments& server, Context& context)
     source.host = OV::FromUtf8(server.server);
     source.port = server.port;
     source.userName = OV::FromUtf8(server.user);
-    source.password = server.password.Read(server.Describe());
+    source.password = server.ReadPassword();
     SYC::BinCacheHandler cache(source.GetCacheName());
     UpdateView view(context.output);
     EventLogUpdater log(source, cache);
@@ -104,11 +106,13 @@ struct ShowArguments {
     int limit = 100;
     bool csv = false;
 
+    void Resolve(Context& context) { selection.Resolve(context); }
     void AddOptions(CLI::App& command)
     {
         selection.AddOptions(command);
         command.add_option("--limit", limit, "How many lines at most; 0: all")
             ->option_text("N")
+            ->check(Numbers::UpTo(std::numeric_limits<int>::max()))
             ->capture_default_str();
         command.add_flag("--csv", csv, "Comma-separated, as spreadsheets read it");
     }
@@ -117,8 +121,8 @@ struct ShowArguments {
 Json LineJson(const LogDataLine& line)
 {
     return {{"time", line.GetTimeVal()},
-            {"user", ForJson(line.GetUser())},
-            {"loginName", ForJson(line.GetLoginName())},
+            {"user", ForJson(line.GetLoginName())},
+            {"fullName", ForJson(line.GetUser())},
             {"action", ForJson(line.GetOperation())},
             {"actionText", ForJson(line.GetOperationText())},
             {"comment", ForJson(line.GetComment())},
@@ -145,7 +149,7 @@ std::string CsvText(const OV::UniString& text)
     return quoted + '"';
 }
 
-void PrintCsv(const SYC::LogTable& table, int first, const Output& output)
+void PrintCsv(const SYC::LogTable& table, int first, int last, const Output& output)
 {
     const auto print = [&](auto&& cell) {
         std::string line;
@@ -154,16 +158,16 @@ void PrintCsv(const SYC::LogTable& table, int first, const Output& output)
         output.PrintLine(line);
     };
     print([](int column) { return SYC::LogTable::GetTitle(column); });
-    for (int row = first; row <= table.GetCount(); ++row)
+    for (int row = first; row <= last; ++row)
         print([&](int column) { return table.GetText(row, column); });
 }
 
-void PrintTable(const SYC::LogTable& table, int first, const Output& output)
+void PrintTable(const SYC::LogTable& table, int first, int last, const Output& output)
 {
     std::vector<std::vector<std::string>> rows(1);
     for (int column = 1; column <= SYC::LogTable::ColumnCount; ++column)
         rows[0].push_back(ForDisplay(SYC::LogTable::GetTitle(column)));
-    for (int row = first; row <= table.GetCount(); ++row) {
+    for (int row = first; row <= last; ++row) {
         auto& cells = rows.emplace_back();
         for (int column = 1; column <= SYC::LogTable::ColumnCount; ++column)
             cells.push_back(ForDisplay(table.GetText(row, column)));
@@ -177,19 +181,22 @@ void Show(const ShowArguments& arguments, Context& context)
     if (table == nullptr)
         return;
     const int count = table->GetCount();
-    const int first = arguments.limit > 0 ? std::max(1, count - arguments.limit + 1) : 1;
-    if (first > 1)
-        context.output.Progress("The last " + std::to_string(arguments.limit) + " of " +
-                                std::to_string(count) + " lines; --limit 0 shows all.");
+    // Of lines that go down the first are the largest or the newest, of those that go up the last.
+    const int shown = arguments.limit > 0 ? std::min(arguments.limit, count) : count;
+    const int first = arguments.selection.isDescending ? 1 : count - shown + 1;
+    const int last = first + shown - 1;
+    if (shown < count)
+        context.output.Progress(std::to_string(shown) + " of " + std::to_string(count) +
+                                " lines; --limit 0 shows all.");
     if (context.output.json) {
         Json lines = Json::array();
-        for (int row = first; row <= count; ++row)
+        for (int row = first; row <= last; ++row)
             lines.push_back(LineJson(table->GetLine(row)));
         context.output.PrintJson({{"count", count}, {"lines", std::move(lines)}});
     } else if (arguments.csv) {
-        PrintCsv(*table, first, context.output);
+        PrintCsv(*table, first, last, context.output);
     } else {
-        PrintTable(*table, first, context.output);
+        PrintTable(*table, first, last, context.output);
     }
 }
 
@@ -197,6 +204,7 @@ struct ExportArguments {
     LogSelection selection;
     std::string file;
 
+    void Resolve(Context& context) { selection.Resolve(context); }
     void AddOptions(CLI::App& command)
     {
         selection.AddOptions(command);
@@ -308,6 +316,7 @@ struct ChartArguments {
     std::string file;
     std::string size = "900x540";
 
+    void Resolve(Context& context) { address.Resolve(context); }
     void AddOptions(CLI::App& command)
     {
         address.AddOptions(command);
@@ -325,6 +334,13 @@ struct ChartArguments {
 /// Charts are the desktop's; it draws without a window.
 void Chart(const ChartArguments& arguments, Context& context)
 {
+    if (!arguments.file.ends_with(".png"))
+        throw OV::IllegalArgumentException(
+            OV::StringView("Charts are PNG pictures: name a file that ends with .png."));
+    LogSelection all;
+    all.address = arguments.address;
+    if (all.Read(context) == nullptr)
+        return;
     const std::string program = OV::System::ProgramFolder() + "syclient-desktop";
     const auto exitCode =
         OV::System::RunProgram(program, {"-platform", "offscreen", "--chart", arguments.kind,

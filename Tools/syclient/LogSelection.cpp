@@ -3,12 +3,15 @@
 #include "BinCacheHandler/BinCacheHandler.hpp"
 #include "Log/LogFilter.hpp"
 #include "LogIndex/TextParser.hpp"
+#include "Numbers.hpp"
+#include "OVRoot/Ascii.hpp"
 #include "OVRoot/LocalTime.hpp"
 
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
 #include <cstdio>
+#include <limits>
 
 namespace {
 
@@ -18,8 +21,12 @@ using Lines = OV::PagedArray<LogDataLine>;
 std::int64_t ReadDay(const std::string& text, std::int64_t (*endOf)(int, int, int))
 {
     int year = 0, month = 0, day = 0;
-    char rest = 0;
-    const int count = std::sscanf(text.c_str(), "%4d-%2d-%2d%c", &year, &month, &day, &rest);
+    constexpr std::string_view form = "0000-00-00";
+    const bool isFormed = text.size() == form.size() &&
+                          std::equal(text.begin(), text.end(), form.begin(), [](char c, char f) {
+                              return f == '-' ? c == f : OV::IsDigit(c);
+                          });
+    const int count = isFormed ? std::sscanf(text.c_str(), "%4d-%2d-%2d", &year, &month, &day) : 0;
     // Days that no calendar has come out as others.
     const OV::LocalTime start = OV::ToLocalTime(OV::StartOfDay(year, month, day));
     if (count != 3 || start.year != year || start.month != month || start.day != day)
@@ -57,7 +64,8 @@ void LogSelection::AddOptions(CLI::App& command)
         .add_option("--action", action, "Only this action, as lists show it (\"Send\", \"Join\")")
         ->option_text("TEXT");
     command.add_option("--min-size", smallestSize, "Only lines of so many bytes or more")
-        ->option_text("BYTES");
+        ->option_text("BYTES")
+        ->check(Numbers::UpTo(std::numeric_limits<std::uint32_t>::max()));
     command.add_option("--sort", sortColumn, "What the lines are sorted by")
         ->transform(CLI::CheckedTransformer(
                         std::map<std::string, int>{{"time", SYC::LogTable::Timestamp},
@@ -75,10 +83,13 @@ std::shared_ptr<const SYC::LogTable> LogSelection::Read(Context& context,
                                                         PerformanceData* load) const
 {
     SYC::LogFilter filter;
-    if (!from.empty())
-        filter.from = ReadDay(from, OV::StartOfDay);
-    if (!to.empty())
-        filter.to = ReadDay(to, OV::EndOfDay);
+    if (from)
+        filter.from = ReadDay(*from, OV::StartOfDay);
+    if (to)
+        filter.to = ReadDay(*to, OV::EndOfDay);
+    if (from && to && *from > *to)
+        throw OV::IllegalArgumentException(
+            OV::StringView("--from " + *from + " is after --to " + *to + "."));
     if (!user.empty())
         filter.user = OV::FromUtf8(user);
     if (!action.empty())

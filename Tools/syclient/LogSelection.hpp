@@ -14,8 +14,8 @@
 struct LogSelection {
     AddressArguments address;
     std::string project;
-    std::string from;
-    std::string to;
+    std::optional<std::string> from;
+    std::optional<std::string> to;
     std::string user;
     std::string action;
     std::uint32_t smallestSize = 0;
@@ -23,6 +23,7 @@ struct LogSelection {
     bool isDescending = false;
 
     void AddOptions(CLI::App& command);
+    void Resolve(Context& context) { address.Resolve(context, &project); }
     /// Nothing, with a message and an exit code, when there is no such cache or project. `load`
     /// gets the statistics that are cached beside the lines. Throws OV::IllegalArgumentException
     /// for a day that is none.

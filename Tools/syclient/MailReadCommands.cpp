@@ -1,23 +1,15 @@
 #include "MailCommands.hpp"
 
+#include "InterruptNote.hpp"
 #include "MailSubcommand.hpp"
 #include "MailView.hpp"
+#include "Numbers.hpp"
 
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
-#include <csignal>
 
 namespace {
-
-volatile std::sig_atomic_t stopAsked = 0;
-
-/// Ctrl-C and SIGTERM end a watch in order.
-void StopOnSignal()
-{
-    std::signal(SIGINT, [](int) { stopAsked = 1; });
-    std::signal(SIGTERM, [](int) { stopAsked = 1; });
-}
 
 struct ListArguments {
     bool withHistory = false;
@@ -112,9 +104,10 @@ void Delete(ProjectHost& host, Context& context, const DeleteArguments& argument
         return;
     OV::PagedArray<OV::UniString> chosen;
     for (const auto& id : arguments.ids) {
-        if (!FindMail(host, context, id))
+        const auto mail = FindMail(host, context, id);
+        if (!mail)
             return;
-        chosen.push_back(OV::FromUtf8(id));
+        chosen.push_back(mail->GetId());
     }
     DeleteResult deletion(&host.Executor());
     host.Mails().DeleteMails(chosen, &deletion);
@@ -127,7 +120,7 @@ void Delete(ProjectHost& host, Context& context, const DeleteArguments& argument
     else if (isDone)
         context.output.PrintLine("Deleted " + std::to_string(chosen.size()) + " mail(s).");
     else
-        context.output.Error(deletion.result ? "Nothing was deleted; the line above says why."
+        context.output.Error(deletion.result ? "Nothing was deleted."
                                              : "Whether they are deleted is not known; \"syclient "
                                                "mail list\" tells.");
     if (isDone)
@@ -161,8 +154,12 @@ void ShowOutbox(ProjectHost& host, Context& context, const OutboxArguments& argu
 {
     host.OpenMails();
     OV::Array<OV::UniString> ids;
-    for (const auto& id : arguments.drop)
-        ids.push_back(OV::FromUtf8(id));
+    for (const auto& id : arguments.drop) {
+        const auto mail = FindMailAmong(host.Mails().GetOutboxMails(), context, id);
+        if (!mail)
+            return;
+        ids.push_back(mail->GetId());
+    }
     if (!ids.empty())
         host.Mails().DeleteOutboxMails(ids);
     if (arguments.flush && host.GoOnline())
@@ -182,7 +179,7 @@ void ShowOutbox(ProjectHost& host, Context& context, const OutboxArguments& argu
         context.exitCode = ExitCode::Failure;
         context.output.Error(std::to_string(left) + " mail(s) of " +
                              DescribeLogin(host.Connection()) +
-                             " could not be delivered and wait; --verbose tells why.");
+                             " could not be delivered and wait.");
     }
 }
 
@@ -220,13 +217,37 @@ struct WatchArguments {
 
     void AddOptions(CLI::App& command)
     {
-        command.add_option("--count", count, "End after so many mails")->option_text("N");
+        command.add_option("--count", count, "End after so many mails")
+            ->option_text("N")
+            ->check(Numbers::UpTo(1'000'000'000));
         command
             .add_option("--seconds", seconds,
                         "End after this time; exit code 3 when --count was not reached")
-            ->option_text("S");
+            ->option_text("S")
+            ->check(Numbers::Seconds());
     }
 };
+
+/// Tells when the server goes and when it is back. False when it refuses the user, for whom no mail
+/// comes any more.
+bool TellLoss(ProjectHost& host, Context& context, bool& isOnline)
+{
+    if (host.IsOnline() == std::exchange(isOnline, host.IsOnline()))
+        return true;
+    if (isOnline) {
+        context.output.Notice("The server is back; waiting for mail.");
+        return true;
+    }
+    const auto loss = host.AskWhyOffline();
+    if (loss.exitCode == ExitCode::AccessDenied) {
+        context.exitCode = loss.exitCode;
+        context.output.Error("The server refuses " + DescribeLogin(host.Connection()) +
+                             " now: " + loss.reason);
+        return false;
+    }
+    context.output.Notice("The server cannot be reached; mail comes when it is back.");
+    return true;
+}
 
 void Watch(ProjectHost& host, Context& context, const WatchArguments& arguments)
 {
@@ -234,17 +255,23 @@ void Watch(ProjectHost& host, Context& context, const WatchArguments& arguments)
     const double seconds = arguments.seconds;
     if (!host.RefreshMails() || !host.GoOnline())
         return;
-    StopOnSignal();
+    const InterruptNote note;
     Watcher watcher(&host.Executor(), context.output);
     host.Mails().Attach(watcher);
     context.output.Progress("Waiting for mail; Ctrl-C ends it.");
-    const auto isEnough = [&] { return stopAsked || (count != 0 && watcher.seen >= count); };
+    const auto isEnough = [&] {
+        return InterruptNote::WasInterrupted() || (count != 0 && watcher.seen >= count);
+    };
     constexpr std::uint32_t step = 100;
     const auto steps = seconds * 1000 / step;
-    for (double waited = 0; !isEnough() && (seconds == 0 || waited < steps); ++waited)
+    bool isOnline = true;
+    for (double waited = 0; !isEnough() && (seconds == 0 || waited < steps); ++waited) {
         (void)ProjectHost::WaitUntil(isEnough, step);
+        if (!TellLoss(host, context, isOnline))
+            break;
+    }
     host.Mails().Detach(watcher);
-    if (count != 0 && watcher.seen < count && !stopAsked)
+    if (context.exitCode == ExitCode::Success && count != 0 && watcher.seen < count)
         context.exitCode = ExitCode::NotFound;
 }
 

@@ -2,6 +2,7 @@
 
 #include "MailSubcommand.hpp"
 #include "Messaging/MailAnswer.hpp"
+#include "Question.hpp"
 #include "SyncraProtocol/ErrorCode.hpp"
 
 #include <CLI/CLI.hpp>
@@ -28,19 +29,21 @@ struct Letter {
     {
         if (text)
             return OV::FromUtf8(*text);
+        if (Question::CanAsk())
+            Question::Show("Type the text; Ctrl-D on a line of its own ends it.");
         return OV::FromUtf8(std::string(std::istreambuf_iterator<char>(std::cin), {}));
     }
 
     void AddOptions(CLI::App& command, const std::string& whenMissing)
     {
         command.add_option("-t,--text", text, "The text; " + whenMissing)->option_text("TEXT");
-        command.add_option("--importance", importance, "low, medium or high")
+        command.add_option("--importance", importance, "How important it is")
             ->transform(CLI::CheckedTransformer(
                 std::map<std::string, Importance>{{"low", Importance::Low},
                                                   {"medium", Importance::Medium},
                                                   {"high", Importance::High}},
                 CLI::ignore_case))
-            ->option_text("WORD");
+            ->option_text("low|medium|high");
     }
 };
 
@@ -108,7 +111,7 @@ void ReportSending(const ClientMail& mail, const std::optional<int>& result, Con
             context.output.PrintLine("Another program that has the project open took the mail.");
         return;
     }
-    if (!isSent)
+    if (!isSent && context.exitCode == ExitCode::Success)
         context.exitCode = result.value_or(-1) > 0 ? ExitCode::Failure : ExitCode::Offline;
     if (context.output.json)
         context.output.PrintJson({{"sent", isSent}, {"id", ForJson(mail.GetId())}});

@@ -21,6 +21,10 @@ void AddMailSubcommand(CLI::App& mail, Context& context, const std::string& name
         OfProject{{}, std::move(initial)});
 }
 
-/// The mail of that id in the box; an error message and null when there is none.
+/// The mail of that id, or the only one whose id begins with those four or more letters; an error
+/// message and null when there is none.
+[[nodiscard]] OV::Ref<SYC::ClientMail> FindMailAmong(const SYC::MailClient::MailList& mails,
+                                                     Context& context, const std::string& id);
+/// The same in the box.
 [[nodiscard]] OV::Ref<SYC::ClientMail> FindMail(ProjectHost& host, Context& context,
                                                 const std::string& id);

@@ -79,10 +79,10 @@ std::int32_t TimeOf(const ClientMail& mail)
 
 std::vector<std::string> MailTableHeading()
 {
-    return {"time", "from", "to", "kind", "state", "text", "id"};
+    return {"TIME", "FROM", "TO", "KIND", "STATE", "TEXT", "ID"};
 }
 
-std::vector<std::string> MailTableRow(const ClientMail& mail)
+std::vector<std::string> MailTableRow(const ClientMail& mail, std::size_t idLength)
 {
     return {TimeForDisplay(TimeOf(mail)),
             ForDisplay(mail.GetSender()),
@@ -90,7 +90,7 @@ std::vector<std::string> MailTableRow(const ClientMail& mail)
             TypeWord(mail.GetType()),
             StateWords(mail),
             Subject(mail),
-            ForDisplay(mail.GetId())};
+            ForDisplay(mail.GetId().substr(0, idLength))};
 }
 
 Json MailJson(const ClientMail& mail)
@@ -99,7 +99,7 @@ Json MailJson(const ClientMail& mail)
     for (const auto& name : mail.GetRecipientsLoginName())
         recipients.push_back(ForJson(name));
     return {{"id", ForJson(mail.GetId())},
-            {"parent", ForJson(mail.GetParentMailId())},
+            {"parent", ForJsonOrNull(mail.GetParentMailId())},
             {"kind", TypeWord(mail.GetType())},
             {"importance", ImportanceWord(mail.GetImportance())},
             {"from", ForJson(mail.GetSender())},

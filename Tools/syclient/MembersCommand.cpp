@@ -23,6 +23,7 @@ struct MembersArguments {
     ProjectArguments project;
     std::string photos;
 
+    void Resolve(Context& context) { project.Resolve(context); }
     void AddOptions(CLI::App& command)
     {
         project.AddOptions(command);
@@ -107,7 +108,7 @@ void Print(const std::vector<Row>& rows, bool isPresenceKnown, const Output& out
 {
     Json list = Json::array();
     std::vector<std::vector<std::string>> table{
-        {"id", "login", "name", "role", "colour", "working", "present", "photo"}};
+        {"ID", "USER", "NAME", "ROLE", "COLOUR", "WORKING", "PRESENT", "PHOTO"}};
     for (const Row& row : rows) {
         const auto& photo = row.user->GetImage();
         const std::string size = photo.IsEmpty() ? "none"
@@ -121,16 +122,17 @@ void Print(const std::vector<Row>& rows, bool isPresenceKnown, const Output& out
                          : row.isPresent  ? "yes"
                                           : "no",
                          row.photoFile.empty() ? size : size + "  " + row.photoFile});
-        list.push_back({{"id", row.id},
-                        {"loginName", ForJson(row.user->GetLoginName())},
-                        {"fullName", ForJson(row.user->GetFullName())},
-                        {"guid", ForJson(row.user->GetUserGuid().ToText())},
-                        {"role", ForJson(row.role)},
-                        {"colour", ColourForDisplay(row.user->GetUserColor())},
-                        {"working", row.user->HasNormalSession()},
-                        {"present", isPresenceKnown ? Json(row.isPresent) : Json(nullptr)},
-                        {"photo", photo.IsEmpty() ? Json(nullptr) : Json(size)},
-                        {"photoFile", row.photoFile}});
+        list.push_back(
+            {{"id", row.id},
+             {"user", ForJson(row.user->GetLoginName())},
+             {"fullName", ForJson(row.user->GetFullName())},
+             {"guid", ForJson(row.user->GetUserGuid().ToText())},
+             {"role", ForJson(row.role)},
+             {"colour", ColourForDisplay(row.user->GetUserColor())},
+             {"working", row.user->HasNormalSession()},
+             {"present", isPresenceKnown ? Json(row.isPresent) : Json(nullptr)},
+             {"photo", photo.IsEmpty() ? Json(nullptr) : Json(size)},
+             {"photoFile", row.photoFile.empty() ? Json(nullptr) : Json(row.photoFile)}});
     }
     if (output.json)
         output.PrintJson({{"members", std::move(list)}});

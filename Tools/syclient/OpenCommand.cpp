@@ -26,6 +26,7 @@ struct OpenArguments {
     bool forceOnline = false;
     bool takeOver = false;
 
+    void Resolve(Context& context) { project.Resolve(context); }
     void AddOptions(CLI::App& command)
     {
         project.AddOptions(command);

@@ -1,11 +1,13 @@
 #include "Command.hpp"
 #include "Commands.hpp"
 
+#include "Numbers.hpp"
 #include "OVRoot/Exception.hpp"
 #include "RegisteredProjectsSynchronizer.hpp"
 
 #include <CLI/CLI.hpp>
 
+#include <limits>
 #include <optional>
 
 namespace {
@@ -21,18 +23,22 @@ struct SetArguments {
 
     void AddOptions(CLI::App& command)
     {
+        const auto most = Numbers::UpTo(std::numeric_limits<std::int32_t>::max());
         command.add_option("--folder", folder, "Where caches stand from now on; none is moved")
             ->option_text("DIR");
         command.add_option("--auto-clean", autoClean, "Whether hosts clean up by themselves")
             ->option_text("on|off");
         command.add_option("--period", period, "Time between two runs, in the host's unit")
-            ->option_text("N");
+            ->option_text("N")
+            ->check(most);
         command
             .add_option("--last-used-days", lastUsedDays,
                         "Days since a project was last used, after which it may go")
-            ->option_text("N");
+            ->option_text("N")
+            ->check(most);
         command.add_option("--last-run", lastRun, "When it last ran, in the host's unit")
-            ->option_text("N");
+            ->option_text("N")
+            ->check(most);
     }
 };
 

@@ -3,7 +3,7 @@
 
 #include "ManagementTool/SyncraInfo.hpp"
 #include "OVRoot/Exception.hpp"
-#include "PasswordSource.hpp"
+#include "ServerArguments.hpp"
 
 #include <CLI/CLI.hpp>
 
@@ -11,18 +11,16 @@ namespace {
 
 using Syncra::Server::ManagementTool::GUI::SyncraInfo;
 
-struct SetArguments {
-    std::string server;
-    std::string user;
-    PasswordSource password;
+struct SetArguments : ServerArguments {
     bool isDefault = false;
+
+    void Resolve(Context& context) { (void)Fill(context, Options(), Connection::Needs::Login); }
 
     void AddOptions(CLI::App& command)
     {
         command.add_option("-s,--server", server, "Server: host name or address")
-            ->required()
             ->option_text("HOST");
-        command.add_option("-u,--user", user, "Login name")->required()->option_text("NAME");
+        command.add_option("-u,--user", user, "Login name")->option_text("NAME");
         command.add_flag("--default", isDefault, "Also make it the user's default password");
         password.AddOptions(command);
     }
@@ -49,11 +47,14 @@ void Set(const SetArguments& arguments, Context& context)
 {
     const auto user = OV::FromUtf8(arguments.user), server = OV::FromUtf8(arguments.server);
     const std::string login = ForDisplay(user) + " on " + ForDisplay(server);
+    if (user.empty() || server.empty())
+        throw OV::IllegalArgumentException(
+            OV::StringView("Name the server and the user, or sign in with \"syclient login\"."));
     // Asked for before the file is locked: a person takes his time.
     const OV::Secret password = arguments.password.Read(login);
-    if (user.empty() || server.empty() || password.empty())
+    if (password.empty())
         throw OV::IllegalArgumentException(
-            OV::StringView("Nothing is stored: user, server and password must not be empty."));
+            OV::StringView("Nothing is stored: the password must not be empty."));
     SyncraInfo().Update([&](SyncraInfo& info) {
         info.AddUser(user, server, password);
         if (arguments.isDefault)

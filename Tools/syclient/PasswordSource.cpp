@@ -14,7 +14,12 @@ namespace {
 OV::Secret FirstLine(std::string& text)
 {
     const OV::SecureWipeGuard<char> wipe(text);
-    return OV::FromUtf8(OV::StringView(text).substr(0, text.find_first_of("\r\n")));
+    OV::StringView line = OV::StringView(text).substr(0, text.find_first_of("\r\n"));
+    // Editors of some systems put it in front of a text.
+    constexpr OV::StringView byteOrderMark = "\xEF\xBB\xBF";
+    if (line.starts_with(byteOrderMark))
+        line.remove_prefix(byteOrderMark.size());
+    return OV::FromUtf8(line);
 }
 
 }  // namespace

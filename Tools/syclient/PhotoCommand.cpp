@@ -57,12 +57,16 @@ Size ParseSize(const std::string& text)
 NewDisplay::ImageFormat FormatOf(const std::string& name)
 {
     const bool isJpeg = name.ends_with(".jpg") || name.ends_with(".jpeg");
+    if (!isJpeg && !name.ends_with(".png"))
+        throw OV::IllegalArgumentException(
+            OV::StringView("A picture is a .png or a .jpg, \"" + name + "\" is neither."));
     return isJpeg ? NewDisplay::ImageFormat::Jpeg : NewDisplay::ImageFormat::Png;
 }
 
 void Render(const PhotoArguments& arguments, Context& context)
 {
     const auto [width, height] = ParseSize(arguments.size);
+    const auto format = FormatOf(arguments.out);
     NewDisplay::NativeImage photo;
     if (!arguments.file.empty())
         photo = NewDisplay::DecodeImage(
@@ -71,9 +75,11 @@ void Render(const PhotoArguments& arguments, Context& context)
             u"");
     const auto picture = SYC::GetUserPhoto(photo, width, height, true, arguments.dimmed);
     IO::File::Replace(IO::Location::FromPath(OV::FromUtf8(arguments.out)),
-                      NewDisplay::EncodeImage(picture, FormatOf(arguments.out)));
+                      NewDisplay::EncodeImage(picture, format));
     if (context.output.json)
         context.output.PrintJson({{"out", arguments.out}, {"width", width}, {"height", height}});
+    else
+        context.output.PrintLine("Wrote \"" + ForDisplay(OV::FromUtf8(arguments.out)) + "\".");
 }
 
 }  // namespace

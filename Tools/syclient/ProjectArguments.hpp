@@ -1,22 +1,27 @@
 #pragma once
 
-#include "IO/Location.hpp"
 #include "ProjectConnectionInfo.hpp"
 #include "ServerArguments.hpp"
 
 #include <string>
 
 /// How a command is told which project, as which user: by a project URL, or by its parts.
-struct ProjectArguments {
+struct ProjectArguments : ServerArguments {
     std::string url;
     std::string project;
-    ServerArguments server;
 
     void AddOptions(CLI::App& command);
-    /// Everything but the password. Throws OV::IllegalArgumentException when something is missing.
+    /// Throws OV::IllegalArgumentException when something is missing.
+    void Resolve(Context& context);
+    /// The same; what is missing stays empty.
+    Connection Look(Context& context);
+    /// Everything but the password.
     [[nodiscard]] SYC::Inner::ProjectConnectionInfo Describe() const;
-    /// With the password, asked for when a URL does not carry one.
+    /// With the password.
     [[nodiscard]] SYC::Inner::ProjectConnectionInfo Read() const;
+
+private:
+    [[nodiscard]] ConnectionValues Options() const;
 };
 
 /// "user on server:port" for prompts and messages.

@@ -3,21 +3,23 @@
 #include "OVRoot/Exception.hpp"
 #include "OVRoot/ExceptionText.hpp"
 #include "SYClientBase/MessageLoop.hpp"
+#include "SYClientBase/SyncraClientFactory.hpp"
 #include "SyncraURL.hpp"
 
 namespace {
 
 constexpr std::uint32_t ConnectMilliseconds = 30'000;
 
-/// Throws OV::IllegalArgumentException when there is none, or none with a project.
+/// Throws CommandFailure when there is none, or none with a project.
 std::shared_ptr<SYC::CachedProjectInfo>
 FindOpened(const SYC::ClientProjectConnectionManager& manager, const OV::UniString& projectName)
 {
     auto cache = manager.FindCache();
     if (!cache || cache->GetProjectId().empty())
-        throw OV::IllegalArgumentException(u"\"" + projectName +
-                                           u"\" has not been opened by this user on this machine "
-                                           u"yet. Run \"syclient open\" first.");
+        throw CommandFailure(ExitCode::NotFound,
+                             u"\"" + projectName +
+                                 u"\" has not been opened by this user on this machine yet. Run "
+                                 u"\"syclient open\" first.");
     return cache;
 }
 
@@ -87,17 +89,27 @@ bool ProjectHost::RequireOnline()
 {
     if (IsOnline())
         return true;
-    context_.exitCode = ExitCode::Offline;
-    context_.output.Error("The project is offline: " + DescribeLogin(info_) +
-                          " cannot be worked with now; --verbose tells why.");
+    const Loss loss = AskWhyOffline();
+    context_.exitCode = loss.exitCode;
+    context_.output.Error("The project cannot be worked with as " + DescribeLogin(info_) + ": " +
+                          loss.reason);
     return false;
+}
+
+Loss ProjectHost::AskWhyOffline()
+{
+    auto loss = AskForLoss(manager_.GetProjectLocation(), cache_->GetProjectId());
+    if (loss.exitCode == ExitCode::Success)
+        return {ExitCode::Offline, "The server could not be reached for a while. Try again."};
+    return loss;
 }
 
 bool ProjectHost::Report(const Outcome& outcome, const std::string& what)
 {
     if (outcome && outcome->empty())
         return true;
-    context_.exitCode = ExitCode::Offline;
+    const Loss loss = outcome ? AskWhyOffline() : Loss{};
+    context_.exitCode = loss.exitCode;
     context_.output.Error(what + (outcome
                                       ? ": " + ForDisplay(*outcome)
                                       : ": the server takes too long, or its answer was lost."));

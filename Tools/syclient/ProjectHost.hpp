@@ -2,6 +2,7 @@
 
 #include "ClientProjectConnectionManager.hpp"
 #include "Commands.hpp"
+#include "Loss.hpp"
 #include "Messaging/MailClient.hpp"
 #include "ProjectArguments.hpp"
 #include "SYClientBase/MessageLoopExecutor.hpp"
@@ -13,7 +14,7 @@
 /// of the functions waits.
 class ProjectHost : private SYC::ProjectMembersObserver, private SYC::MailClientObserver {
 public:
-    /// Throws OV::IllegalArgumentException when the project was never opened here.
+    /// Throws CommandFailure when the project was never opened here.
     ProjectHost(Context& context, const ProjectArguments& arguments);
     ~ProjectHost() override;
 
@@ -22,6 +23,8 @@ public:
     bool GoOnline();
     /// The same for later on: whether the project is online still.
     bool RequireOnline();
+    /// Never success.
+    [[nodiscard]] Loss AskWhyOffline();
     /// Asks for the members and waits; false, with a message, when that failed.
     bool RefreshMembers();
     /// Opens the mail box and waits for its first refresh; false, with a message, when that failed:

@@ -6,15 +6,16 @@
 #include "CleanUp.hpp"
 #include "Files/FileErrors.hpp"
 #include "OVRoot/Ascii.hpp"
+#include "OVRoot/Clock.hpp"
 #include "OVRoot/Exception.hpp"
-#include "OVRoot/Terminal.hpp"
+#include "OVRoot/ExceptionText.hpp"
 #include "ProjectArguments.hpp"
+#include "Question.hpp"
 #include "RegisteredProjects.hpp"
 
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
-#include <iostream>
 
 namespace {
 
@@ -44,7 +45,9 @@ struct ForgetArguments {
 
     void AddOptions(CLI::App& command)
     {
-        command.add_option("folder", folder, "Name of a cache folder, or its path")
+        command
+            .add_option("folder", folder,
+                        "A cache folder by name or path, or its project by name or URL")
             ->required()
             ->option_text("FOLDER");
         command.add_flag("-y,--yes", yes, "Do not ask");
@@ -109,31 +112,19 @@ void List(const ListArguments& arguments, Context& context)
 {
     Json list = Json::array();
     std::vector<std::vector<std::string>> rows{
-        {"PROJECT", "SERVER", "LOGIN", "STATUS", "LAST OPENED", "SIZE", "FOLDER"}};
+        {"PROJECT", "SERVER", "USER", "STATUS", "LAST OPENED", "SIZE", "FOLDER"}};
     for (const auto& project : Select(arguments, context)) {
         const auto& cache = project.GetCachedProjectInfo();
         list.push_back(CacheJson(cache));
         rows.push_back(Row(cache, list.back()));
     }
     if (context.output.json)
-        context.output.PrintJson(list);
+        context.output.PrintJson({{"projects", std::move(list)}});
     else if (list.empty())
         context.output.PrintLine("No such project is cached in \"" +
                                  ForDisplay(context.DataFolder().ToPath()) + "\".");
     else
         context.output.PrintTable(rows);
-}
-
-/// Whether the person at the terminal agrees. Throws OV::IllegalArgumentException without one.
-bool Agrees(const std::string& question)
-{
-    if (!OV::Terminal::IsTerminal(OV::Terminal::Stream::Input))
-        throw OV::IllegalArgumentException(
-            OV::StringView("Nobody is there to be asked: --yes removes it without a question."));
-    std::cerr << question << " [y/N] " << std::flush;
-    std::string answer;
-    std::getline(std::cin, answer);
-    return answer == "y" || answer == "Y" || answer == "yes";
 }
 
 struct ForgetView {
@@ -171,18 +162,101 @@ void Forget(const ForgetArguments& arguments, Context& context)
         context.output.Error(problem + " --force removes it all the same.");
         return;
     }
-    if (!arguments.yes &&
-        !Agrees("Remove the cache of " + project + " with all that is in \"" + path + "\"?")) {
-        context.exitCode = ExitCode::Failure;
-        context.output.Error("Nothing was removed.");
-        return;
-    }
+    if (!arguments.yes)
+        Question::Require("Remove the cache of " + project + " with all that is in \"" + path +
+                          "\"?");
     SYC::registeredProjects().RemoveProject(folder);
     if (context.output.json)
         context.output.PrintJson(
             {{"forgotten", true}, {"folder", ForJson(folder.ToPath())}, {"hadUnsent", unsent}});
     else
         context.output.PrintLine("Removed the cache of " + project + ".");
+}
+
+struct CleanArguments {
+    bool yes = false;
+
+    void AddOptions(CLI::App& command) { command.add_flag("-y,--yes", yes, "Do not ask"); }
+};
+
+/// What would become of a cache, or did.
+std::string FateOf(const SYC::CacheToClean& cache, bool isRemoved)
+{
+    return cache.isInUse         ? "stays: it is in use"
+           : cache.hasUnsentWork ? "stays: it holds what was not sent"
+           : isRemoved           ? "removed"
+                                 : "goes";
+}
+
+/// Removes those that may go. One that somebody began to use meanwhile, or that the disk does not
+/// let go, is told and stays.
+std::vector<bool> RemoveThoseThatMayGo(const OV::Array<SYC::CacheToClean>& due, Context& context)
+{
+    std::vector<bool> removed;
+    for (const auto& cache : due) {
+        bool isGone = false;
+        if (cache.MayGo()) {
+            try {
+                isGone = SYC::registeredProjects().RemoveProject(
+                    cache.project.GetCachedProjectInfo().GetCacheFolderLocation());
+            } catch (const OV::Exception& problem) {
+                context.exitCode = ExitCode::Failure;
+                context.output.Error(ForDisplay(OV::MessageWithCauses(problem)));
+            }
+        }
+        removed.push_back(isGone);
+    }
+    return removed;
+}
+
+void ShowDue(const OV::Array<SYC::CacheToClean>& due, const std::vector<bool>& removed,
+             const Output& output)
+{
+    Json list = Json::array();
+    std::vector<std::vector<std::string>> rows{{"PROJECT", "SERVER", "USER", "LAST OPENED", ""}};
+    for (std::size_t i = 0; i < due.size(); ++i) {
+        const auto& cache = due[i].project.GetCachedProjectInfo();
+        list.push_back({{"project", ForJson(cache.GetProjectName())},
+                        {"server", ForJson(cache.GetServerName())},
+                        {"user", ForJson(cache.GetLoginName())},
+                        {"folder", ForJson(cache.GetCacheFolderLocation().ToPath())},
+                        {"lastOpened", cache.GetLastOpenProjectTime()},
+                        {"unsent", due[i].hasUnsentWork},
+                        {"inUse", due[i].isInUse},
+                        {"removed", removed[i]}});
+        rows.push_back({ForDisplay(cache.GetProjectName()), ForDisplay(cache.GetServerName()),
+                        ForDisplay(cache.GetLoginName()),
+                        TimeForDisplay(cache.GetLastOpenProjectTime()),
+                        FateOf(due[i], removed[i])});
+    }
+    if (output.json)
+        output.PrintJson({{"caches", std::move(list)}});
+    else
+        output.PrintTable(rows);
+}
+
+void Clean(const CleanArguments& arguments, Context& context)
+{
+    const auto folder = context.DataFolder();
+    const auto days = Context::Registry().GetLastUsedDays();
+    const auto due = SYC::FindCachesToClean(OV::Clock::Current().Now(), folder);
+    if (due.empty() && !context.output.json)
+        return context.output.PrintLine(days <= 0 ? "No cache is ever due: \"syclient options set "
+                                                    "--last-used-days N\" says after how "
+                                                    "many days one is."
+                                                  : "No cache was left unopened for more than " +
+                                                        std::to_string(days) + " days.");
+    std::vector<bool> removed(due.size(), false);
+    if (!arguments.yes)
+        ShowDue(due, removed, context.output);
+    const bool mayAny =
+        std::any_of(due.begin(), due.end(), [](const auto& each) { return each.MayGo(); });
+    if (!arguments.yes && (!mayAny || context.output.json || !Question::CanAsk()))
+        return context.output.Notice("Nothing was removed; --yes removes what goes.");
+    if (!arguments.yes)
+        Question::Require("Remove what goes?");
+    removed = RemoveThoseThatMayGo(due, context);
+    ShowDue(due, removed, context.output);
 }
 
 }  // namespace
@@ -193,6 +267,11 @@ void DeclareProjects(CLI::App& command, Context& context)
     DefineCommand(command, context, &List);
     AddCommand(command, context, "forget",
                "Remove a cache from this machine; the project on its server stays", &Forget);
+    AddCommand(command, context, "clean",
+               "Remove caches that were not opened for long, but none that is in use or holds what "
+               "was not "
+               "sent; shows them first",
+               &Clean);
     command.footer(
         "\"list\", \"show\", \"add\", \"set\" and \"remove\" work on a server, the rest on "
         "this machine.");

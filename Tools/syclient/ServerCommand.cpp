@@ -5,7 +5,9 @@
 #include "ManagementTool/SyncraInfo.hpp"
 #include "OVRoot/Exception.hpp"
 #include "SYClientBase/ConnectionValidator.hpp"
+#include "SYClientBase/SyncraClientFactory.hpp"
 #include "ServerArguments.hpp"
+#include "SyncraProtocol/ErrorCode.hpp"
 #include "TerminalWait.hpp"
 #include "UserInterface/SetServerConnectionTask.hpp"
 
@@ -24,6 +26,7 @@ struct ConnectArguments {
     ManagementCore::UserGroupType::Value group = ManagementCore::UserGroupType::AnyUser;
     bool anyVersion = false;
 
+    void Resolve(Context& context) { server.Resolve(context); }
     void AddOptions(CLI::App& command)
     {
         server.AddOptions(command);
@@ -160,6 +163,26 @@ std::pair<ExitCode, std::string> Judge(const SetServerConnectionTask& task,
     return {ExitCode::Success, "Connected as " + login + "."};
 }
 
+/// The management and the messaging service take a login as well, and nothing else that commands
+/// ask for. Throws CommandFailure.
+void RequireModelPort(const ConnectArguments& arguments, const OV::Secret& password)
+{
+    const ServerArguments& server = arguments.server;
+    try {
+        (void)SYCB::CreateSyncraClient({OV::FromUtf8(server.server), server.port,
+                                        OV::FromUtf8(server.user), password, arguments.anyVersion})
+            ->GetServicePortList();
+    } catch (const Communication::ResponseContentException& refusal) {
+        using Syncra::Protocol::ErrorCode;
+        if (refusal.GetErrorCode() == static_cast<std::int32_t>(ErrorCode::NoSuchRoute))
+            throw CommandFailure(ExitCode::Usage,
+                                 u"Port " + OV::ToText(server.port) +
+                                     u" is another service of the server; its model port, mostly "
+                                     u"19001, is the one that is needed.");
+        throw;
+    }
+}
+
 /// Makes the server the current one and remembers it.
 std::uint16_t Choose(const ServerArguments& server, const OV::Secret& password)
 {
@@ -176,7 +199,7 @@ std::uint16_t Choose(const ServerArguments& server, const OV::Secret& password)
 void Connect(const ConnectArguments& arguments, Context& context)
 {
     const ServerArguments& server = arguments.server;
-    const OV::Secret password = server.password.Read(server.Describe());
+    const OV::Secret password = server.ReadPassword();
     const auto task = OV::MakeRef<SetServerConnectionTask>(
         OV::FromUtf8(server.server), static_cast<short>(server.port), OV::FromUtf8(server.user),
         password, arguments.group, arguments.anyVersion);
@@ -188,6 +211,8 @@ void Connect(const ConnectArguments& arguments, Context& context)
     }
     const auto [exitCode, words] = Judge(*task, arguments);
     context.exitCode = exitCode;
+    if (done)
+        RequireModelPort(arguments, password);
     const std::uint16_t managementPort = done ? Choose(server, password) : std::uint16_t(0);
     if (wait.WasCancelled()) {
         context.exitCode = ExitCode::Failure;

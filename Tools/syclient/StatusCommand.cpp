@@ -58,16 +58,14 @@ ServerView AskServer(const SYC::Inner::ProjectConnectionInfo& info, Context& con
         AskAboutProject(*client, info.projectName, view);
         if (view.says == ServerSays::Deleted)
             context.exitCode = ExitCode::ProjectNotFound;
-    } catch (const Communication::ResponseContentException& error) {
-        view.says = ServerSays::NotAsked;
+    } catch (const OV::Exception& error) {
+        const bool isRefused =
+            dynamic_cast<const Communication::ResponseContentException*>(&error) != nullptr;
+        view.says = isRefused ? ServerSays::NotAsked : ServerSays::Unreachable;
         view.problem = ForDisplay(error.GetMessage());
-        context.exitCode = ExitCodeOfRefusal(error.GetErrorCode());
-    } catch (const SYCB::IncopatibleServerVersionException& error) {
-        view.problem = ForDisplay(error.GetMessage());
-        context.exitCode = ExitCode::IncompatibleVersion;
-    } catch (const Communication::CommunicationException& error) {
-        view.problem = ForDisplay(error.GetMessage());
-        context.exitCode = ExitCode::Offline;
+        context.exitCode = ExitCodeOf(error);
+        if (context.exitCode == ExitCode::Failure && !isRefused)
+            throw;
     }
     return view;
 }
@@ -76,24 +74,22 @@ void PrintJson(const ServerView& view, const std::string& status,
                const SYC::CachedProjectInfo* cache, const Output& output)
 {
     Json json{{"reachable", view.says != ServerSays::Unreachable},
-              {"problem", view.problem},
+              {"problem", view.problem.empty() ? Json(nullptr) : Json(view.problem)},
               {"status", status},
               {"cached", cache != nullptr},
               {"onServer", view.project.has_value()},
               {"member", view.member}};
     if (view.project) {
         json["projectId"] = ForJson(view.project->id);
-        json["state"] = static_cast<int>(view.project->state);
+        json["state"] = ForJson(SYC::GetServerStateText(view.project->state));
     }
     json["session"] = view.session ? ForJson(view.session->id) : Json(nullptr);
-    json["computer"] = ForJson(view.computer);
+    json["computer"] = ForJsonOrNull(view.computer);
     output.PrintJson(json);
 }
 
 void PrintText(const ServerView& view, const std::string& status, const Output& output)
 {
-    if (!view.problem.empty())
-        output.Error(view.problem);
     std::vector<std::pair<std::string, std::string>> fields{{"status", status}};
     if (view.says == ServerSays::Present || view.says == ServerSays::Deleted) {
         fields.emplace_back("on server",
@@ -114,6 +110,8 @@ void RunStatus(const ProjectArguments& arguments, Context& context)
                                                               context.DataFolder());
     context.output.Progress("Asking " + DescribeLogin(info) + " ...");
     const ServerView view = AskServer(info, context);
+    if (!view.problem.empty())
+        context.output.Error(view.problem);
     const std::string status = cache ? CacheStatus(*cache, view.says) : "not cached here";
     if (context.output.json)
         PrintJson(view, status, cache.get(), context.output);

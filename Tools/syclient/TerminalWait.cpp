@@ -70,7 +70,7 @@ short TerminalWait::ShowAlert(ErrorType error, ObjectType object, const OV::UniS
 
 int TerminalWait::Show(const OV::AlertResource& alert)
 {
-    std::cerr << "syclient: " << ForDisplay(alert.message) << "\n";
+    output_.Error(ForDisplay(alert.message));
     const int last = static_cast<int>(alert.buttons.size());
     if (last < 2 || output_.json || !OV::Terminal::IsTerminal(OV::Terminal::Stream::Input))
         return last;

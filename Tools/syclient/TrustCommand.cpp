@@ -5,13 +5,13 @@
 #include "OVRoot/Ascii.hpp"
 #include "OVRoot/LocalTime.hpp"
 #include "OVRoot/Terminal.hpp"
+#include "Question.hpp"
 #include "SYCommunication/HttpClient.hpp"
 #include "SYCommunication/ServerTrust.hpp"
 
 #include <CLI/CLI.hpp>
 
 #include <charconv>
-#include <iostream>
 
 namespace {
 
@@ -124,11 +124,8 @@ bool MayTrust(const TrustArguments& arguments, const UntrustedServer& server, Co
     if (context.output.json || !OV::Terminal::IsTerminal(OV::Terminal::Stream::Input))
         throw OV::IllegalArgumentException(OV::StringView(
             "There is nobody to ask whether to trust it. Use --fingerprint or --yes."));
-    std::cerr << "Did the server's administrator tell you this fingerprint? Trust it [y/N]? "
-              << std::flush;
-    std::string answer;
-    std::getline(std::cin, answer);
-    const bool isYes = answer == "y" || answer == "Y" || answer == "yes";
+    const bool isYes =
+        Question::Agrees("Did the server's administrator tell you this fingerprint? Trust it?");
     context.exitCode = isYes ? ExitCode::Success : ExitCode::AccessDenied;
     return isYes;
 }
@@ -178,7 +175,7 @@ void List(const NoArguments&, Context& context)
             all.push_back({{"host", ForJson(server.host)},
                            {"port", server.port},
                            {"fingerprint", ForJson(server.fingerprint)}});
-        context.output.PrintJson(all);
+        context.output.PrintJson({{"servers", std::move(all)}});
         return;
     }
     std::vector<std::vector<std::string>> rows{{"HOST", "PORT", "SHA-256 FINGERPRINT"}};

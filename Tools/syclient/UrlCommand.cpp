@@ -14,6 +14,7 @@ struct BuildArguments {
     ProjectArguments project;
     bool withoutPassword = false;
 
+    void Resolve(Context& context) { project.Resolve(context); }
     void AddOptions(CLI::App& command)
     {
         project.AddOptions(command);

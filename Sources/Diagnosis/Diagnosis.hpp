@@ -1,0 +1,66 @@
+#pragma once
+
+#include "IO/Location.hpp"
+#include "OVRoot/Array.hpp"
+#include "OVRoot/Export.hpp"
+#include "OVRoot/Secret.hpp"
+
+#include <optional>
+
+namespace SYC {
+
+/// What somebody who helps from afar needs to know of this computer and its way to a server. It
+/// holds no password, no token and no text of a mail.
+struct SYC_API Diagnosis {
+    /// One part of the way to a server, and how it ended.
+    struct Step {
+        OV::UniString name;     ///< "name look-up", "connect", "TLS", "sign-in"
+        OV::UniString address;  ///< what was tried
+        std::uint32_t milliseconds = 0;
+        bool succeeded = false;
+        OV::UniString outcome;  ///< in words; of a failure, why
+    };
+    struct Cache {
+        IO::Location folder;
+        OV::UniString server, project, user;  ///< empty when the cache cannot be read
+        bool hasUnsentChanges = false;
+        std::uint32_t waitingMails = 0;
+        OV::Array<OV::UniString> damage;  ///< a sentence for each file that is not as it should be
+    };
+    /// A lock file that stands there; nobody holds one that a process left behind.
+    struct Lock {
+        IO::Location file;
+        std::int64_t processId = 0;  ///< 0 when nobody holds it
+        OV::UniString program;
+    };
+    struct Version {
+        OV::UniString name, number;
+    };
+
+    OV::Array<Version> versions;
+    OV::Array<Step> steps;
+    OV::Array<Cache> caches;
+    OV::Array<Lock> locks;
+    OV::Array<OV::UniString> log;
+};
+
+/// What is looked at.
+struct SYC_API DiagnosisRequest {
+    struct Login {
+        OV::UniString serverName;
+        std::uint16_t port = 0;
+        OV::UniString userName;  ///< empty: nobody signs in
+        OV::Secret password;
+    };
+    std::optional<Login> login;  ///< nothing: no server is asked
+    IO::Location dataFolder;     ///< of the caches
+    IO::Location logFile;        ///< see LogFile.hpp
+    std::int32_t logSeconds = 3600;
+    std::uint32_t connectMilliseconds = 5000;  ///< for each address
+};
+
+/// Looks at everything, on the calling thread; with a server it takes as long as its addresses need
+/// to answer. What goes wrong is part of the answer; throws nothing but OV::InterruptedException.
+[[nodiscard]] SYC_API Diagnosis Diagnose(const DiagnosisRequest& request);
+
+}  // namespace SYC
