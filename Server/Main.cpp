@@ -26,6 +26,7 @@
 
 #include <algorithm>
 #include <iostream>
+#include <limits>
 
 namespace {
 
@@ -196,9 +197,14 @@ public:
                 [&router](const HttpRequest& head) { return router.CheckHead(head); });
         };
         const auto follow = [&](std::uint16_t asked, int distance) {
-            return asked != 0 || options.port == 0
-                       ? asked
-                       : static_cast<std::uint16_t>(options.port + distance);
+            if (asked != 0 || options.port == 0)
+                return asked;
+            const int port = options.port + distance;
+            if (port > std::numeric_limits<std::uint16_t>::max())
+                throw std::runtime_error(
+                    "The ports that follow --port " + std::to_string(options.port) +
+                    " are too high: name them with --management-port and --messaging-port.");
+            return static_cast<std::uint16_t>(port);
         };
         const auto model = listen(modelRouter_, options.port);
         const auto management = listen(managementRouter_, follow(options.managementPort, 1));

@@ -161,14 +161,13 @@ void Router::AddAsync(const std::string& method, const std::string& pattern, Che
         method, pattern,
         [this, check = std::move(check), handler = std::move(handler)](Call call,
                                                                        const Reply& reply) {
-            RunOnStore(
-                Access::Reads, std::move(call), reply,
-                [check](Call& checked) {
-                    if (check)
-                        check(checked);
+            TextHandler work;
+            if (check)
+                work = [check](Call& checked) {
+                    check(checked);
                     return std::string();
-                },
-                handler);
+                };
+            RunOnStore(Access::Reads, std::move(call), reply, std::move(work), handler);
         },
         false, Body::Ordinary);
 }
@@ -294,7 +293,7 @@ void Router::AnswerWriting(Call call, const Reply& reply, TextHandler work) cons
     RunOnStore(Access::Writes, std::move(call), reply, std::move(work), nullptr);
 }
 
-/// Answers with the text of the work, or goes on with `next` when there is one.
+/// Answers with the text of the work, when there is work, or goes on with `next` when there is one.
 void Router::RunOnStore(Access access, Call call, const Reply& reply, TextHandler work,
                         AsyncHandler next) const
 {
@@ -303,6 +302,7 @@ void Router::RunOnStore(Access access, Call call, const Reply& reply, TextHandle
         Reply reply;
         std::string text;
         std::shared_ptr<std::atomic<bool>> isGone;
+        bool isPassedOver = false;
     };
     const auto job = std::make_shared<Job>(
         Job{std::move(call), reply, {}, std::make_shared<std::atomic<bool>>(false)});
@@ -310,17 +310,21 @@ void Router::RunOnStore(Access access, Call call, const Reply& reply, TextHandle
     reply.WhenGone([isGone = job->isGone] { *isGone = true; });
     const auto owner = TokenTable::OwnerOf(job->call.user, job->call.request.address);
     auto run = [this, access, job, work = std::move(work)] {
-        if (access == Access::Reads && *job->isGone)
+        job->isPassedOver = access == Access::Reads && work && *job->isGone;
+        if (job->isPassedOver)
             return;
         const auto begin = std::chrono::steady_clock::now();
         RequireAccount(job->call.user);
-        job->text = work(job->call);
+        if (work)
+            job->text = work(job->call);
         NoteTime(job->call, begin);
     };
     auto then = [this, job, next = std::move(next)](std::exception_ptr error) {
         try {
             if (error)
                 std::rethrow_exception(error);
+            if (job->isPassedOver)
+                return;  // there is nothing for what comes next, and nobody
             if (next)
                 next(std::move(job->call), job->reply);
             else

@@ -82,6 +82,7 @@ TEST_F(StoreTest, AStoreThatCannotBeUsedOrAPortInUseEndsTheStartWithAReason)
         {"--data", folder.Path() / "other.db", "--port", port},
         {"--data", folder.Path() / "other.db", "--port", "0", "--listen", "nowhere"},
         {"--port", "70000"},
+        {"--data", folder.Path() / "other.db", "--port", "65535"},
         {"--data", folder.Path() / "other.db", "--port", "0", "--add-user", "", "--password-file",
          folder.Path() / "password"},
         {"--data", folder.Path() / "other.db", "--port", "0", "--add-user", "two,names",
