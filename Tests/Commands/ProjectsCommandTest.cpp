@@ -4,6 +4,8 @@
 #include "IO/ExclusiveFile.hpp"
 #include "Support/TerminalRun.hpp"
 
+#include <regex>
+
 namespace {
 
 using nlohmann::json;
@@ -64,17 +66,26 @@ TEST_F(ProjectsCommandTest, ListsFiltersAndForgets)
                                   .at(0)
                                   .at("folder");
     EXPECT_EQ(Run({"projects", "forget", marco, "--yes"}).code, 1) << "a mail waits";
-    EXPECT_EQ(Run({"projects", "forget", marco, "--yes", "--force"}).code, 0);
-    EXPECT_EQ(Count(), 1u);
 
-    const std::string last =
-        json::parse(Run({"projects", "--json"}).output).at("projects").at(0).at("folder");
-    std::ofstream(last + "/CacheInfo.xml") << "<Cache>";
+    ASSERT_EQ(Run({"options", "set", "--last-used-days", "9"}).code, 0);
+    const auto caches = json::parse(Run({"projects", "--json"}).output).at("projects");
+    for (const auto& cache : caches) {
+        const std::filesystem::path file = cache.at("folder").get<std::string>() + "/CacheInfo.xml";
+        WriteBytes(file, std::regex_replace(ReadBytes(file), std::regex("Time>\\d+<"),
+                                            "Time>1700000000<"));
+    }
+    EXPECT_EQ(Run({"projects", "clean"}).code, 0);
+    EXPECT_EQ(Count(), 2u) << "only shown";
+    EXPECT_EQ(Run({"projects", "clean", "--yes"}).code, 0);
+    EXPECT_EQ(Count(), 1u);
+    EXPECT_EQ(Count({"--unsent"}), 1u) << "unsent work stays";
+
+    std::ofstream(marco + "/CacheInfo.xml") << "<Cache>";
     const auto damaged = Run({"projects"});
     EXPECT_EQ(damaged.code, 1);
     EXPECT_NE(damaged.errors.find("CacheInfo.xml"), std::string::npos) << "says which file";
-    EXPECT_EQ(Run({"projects", "forget", last, "--yes"}).code, 1) << "nobody knows what it holds";
-    EXPECT_EQ(Run({"projects", "forget", last, "--yes", "--force"}).code, 0);
+    EXPECT_EQ(Run({"projects", "forget", marco, "--yes"}).code, 1) << "nobody knows what it holds";
+    EXPECT_EQ(Run({"projects", "forget", marco, "--yes", "--force"}).code, 0);
     EXPECT_EQ(Count(), 0u);
 }
 

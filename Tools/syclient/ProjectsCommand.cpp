@@ -245,7 +245,8 @@ void Clean(const CleanArguments& arguments, Context& context)
                                                     "--last-used-days N\" says after how "
                                                     "many days one is."
                                                   : "No cache was left unopened for more than " +
-                                                        std::to_string(days) + " days.");
+                                                        std::to_string(days) +
+                                                        (days == 1 ? " day." : " days."));
     std::vector<bool> removed(due.size(), false);
     if (!arguments.yes)
         ShowDue(due, removed, context.output);
