@@ -106,22 +106,17 @@ inline void CancelAll(const Streams& streams)
         stream->cancel();
 }
 
-inline HttpResponse TooMuchInFlight()
+inline HttpResponse ComeAgain(const char* message)
 {
     HttpResponse response =
-        ErrorResponse(429, static_cast<std::int32_t>(ErrorCode::TooManyRequests),
-                      "The server receives as much as it can. Try again in a moment.");
+        ErrorResponse(429, static_cast<std::int32_t>(ErrorCode::TooManyRequests), message);
     response.headers.emplace_back("Retry-After", "2");
     return response;
 }
 
-inline HttpResponse NoRoom()
+inline HttpResponse TooMuchInFlight()
 {
-    HttpResponse response =
-        ErrorResponse(429, static_cast<std::int32_t>(ErrorCode::TooManyRequests),
-                      "There are too many connections, of the server or of your address.");
-    response.headers.emplace_back("Retry-After", "2");
-    return response;
+    return ComeAgain("The server receives as much as it can. Try again in a moment.");
 }
 
 inline HttpResponse RefusalOf(const beast::error_code& error)
@@ -365,7 +360,8 @@ public:
     asio::awaitable<void> TurnAway()
     {
         const Share told(shared_.turnedAway, 1);
-        co_await Refuse(NoRoom());
+        co_await Refuse(
+            ComeAgain("There are too many connections, of the server or of your address."));
     }
 
 private:
