@@ -14,14 +14,13 @@ std::string LargeStore()
     return named == nullptr ? std::string() : named;
 }
 
-/// Reads a number out of an answer.
-std::uint16_t PortOf(const std::string& body, const std::string& name)
+std::uint16_t ManagementPort(const std::string& body)
 {
-    const auto key = '"' + name + "\":";
+    const std::string key = R"("ManagementService","port":)";
     const auto at = body.find(key);
-    return at == std::string::npos
-               ? std::uint16_t{0}
-               : static_cast<std::uint16_t>(std::atoi(body.c_str() + at + key.size()));
+    if (at == std::string::npos)
+        throw std::runtime_error("The server names no management service: " + body);
+    return static_cast<std::uint16_t>(std::atoi(body.c_str() + at + key.size()));
 }
 
 Task<Place> ManagementOf(asio::io_context& context, Place model)
@@ -31,7 +30,7 @@ Task<Place> ManagementOf(asio::io_context& context, Place model)
     const auto token = co_await Token(link, "admin");
     const auto text = RequestText("GET", "/syncra/v1/ports", token);
     const auto answer = co_await link.Ask(text);
-    co_return Place{PortOf(answer.body, "management")};
+    co_return Place{ManagementPort(answer.body)};
 }
 
 Task<> PostMails(asio::io_context& context, Place place, int number, const Ends& ends)
