@@ -11,9 +11,9 @@
 
 namespace {
 
-/// A session that the server has no more, or that went with the membership, can never be closed; it
-/// is forgotten here. False when the server still has it or cannot be asked.
-bool ForgetWhatEndedElsewhere(SYC::ClientProjectConnectionManager& manager, const Context& context)
+/// A session that went with the membership can never be closed; it is forgotten here. False when
+/// the user is a member, or the server cannot be asked.
+bool ForgetWithoutMembership(SYC::ClientProjectConnectionManager& manager, const Context& context)
 {
     const auto cache = manager.FindCache();
     if (!cache)
@@ -21,14 +21,12 @@ bool ForgetWhatEndedElsewhere(SYC::ClientProjectConnectionManager& manager, cons
     try {
         const auto client = SYCB::CreateSyncraClient(manager.GetProjectLocation());
         if (client->IsMember(cache->GetProjectId()))
-            for (const auto& session : client->GetSessions(cache->GetProjectId()))
-                if (session.id == manager.GetSessionId())
-                    return false;
+            return false;
     } catch (const OV::Exception&) {
         return false;
     }
     cache->SetSessionId({});
-    context.output.Notice("The session had ended elsewhere.");
+    context.output.Notice("The session went with your membership.");
     return true;
 }
 
@@ -51,7 +49,7 @@ void RunClose(const ProjectArguments& arguments, Context& context)
     context.output.Progress("Closing the session of " + DescribeLogin(described) + " ...");
     SYC::Failure failure;
     const bool closed =
-        SYC::CloseSession(manager, failure) || ForgetWhatEndedElsewhere(manager, context);
+        SYC::CloseSession(manager, failure) || ForgetWithoutMembership(manager, context);
     context.exitCode = closed ? ExitCode::Success : ExitCodeOf(failure);
     if (context.output.json)
         context.output.PrintJson({{"closed", closed}, {"session", ForJson(session)}});
@@ -59,7 +57,7 @@ void RunClose(const ProjectArguments& arguments, Context& context)
         context.output.PrintLine("Closed \"" + ForDisplay(described.projectName) + "\".");
     if (!closed)
         context.output.Error("The session could not be closed and stays in the cache: " +
-                              ForDisplay(failure.sentence) + " " + ForDisplay(failure.advice));
+                             ForDisplay(failure.sentence) + " " + ForDisplay(failure.advice));
     if (const auto cache = manager.FindCache())
         ReportUnwritten(*cache, context);
 }

@@ -73,6 +73,8 @@ ExitCode ExitCodeOf(const std::exception_ptr& failure)
 
 ExitCode ExitCodeOf(const SYC::Failure& failure)
 {
+    if (failure.code != 0)
+        return ExitCodeOfRefusal(failure.code);
     switch (failure.kind) {
     case SYC::FailureKind::AccessDenied:
         return ExitCode::AccessDenied;
