@@ -160,6 +160,7 @@ set(headers
   Platform/OVRoot/LocalTime.hpp
   Platform/OVRoot/Lock.hpp
   Platform/OVRoot/Logger.hpp
+  Platform/OVRoot/MemoryChannels.hpp
   Platform/OVRoot/Object.hpp
   Platform/OVRoot/PagedArray.hpp
   Platform/OVRoot/PercentCoding.hpp

@@ -1,11 +1,12 @@
 #pragma once
 
 #include "OVRoot/Channel.hpp"
+#include "OVRoot/Export.hpp"
 
 namespace OV {
 
 /// Reads from bytes that the caller keeps alive.
-class MemoryIChannel final : public IChannel {
+class SYC_API MemoryIChannel final : public IChannel {
 public:
     explicit MemoryIChannel(StringView bytes) : rest_(bytes) {}
     [[nodiscard]] ChannelStatus ReadBytes(std::span<std::byte> target) override;
@@ -16,7 +17,8 @@ private:
     StringView rest_;
 };
 
-class MemoryOChannel final : public OChannel {
+/// Collects bytes.
+class SYC_API MemoryOChannel final : public OChannel {
 public:
     /// Makes room for `size` bytes in all, for a writer that knows how many come.
     void Reserve(std::size_t size) { bytes_.reserve(size); }
@@ -28,7 +30,8 @@ private:
     String bytes_;
 };
 
-class MemoryIChannelX final : public IChannelX {
+/// The same two with exceptions.
+class SYC_API MemoryIChannelX final : public IChannelX {
 public:
     explicit MemoryIChannelX(StringView bytes) : rest_(bytes) {}
     void ReadBytes(std::span<std::byte> target) override;
@@ -39,7 +42,7 @@ private:
     StringView rest_;
 };
 
-class MemoryOChannelX final : public OChannelX {
+class SYC_API MemoryOChannelX final : public OChannelX {
 public:
     void WriteBytes(std::span<const std::byte> source) override;
     [[nodiscard]] const String& Bytes() const noexcept { return bytes_; }

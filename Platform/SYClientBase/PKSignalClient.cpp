@@ -104,6 +104,16 @@ std::exception_ptr PKSignalClient::GetFailure() const
     return state_->signals.GetFailure();
 }
 
+std::optional<PKSignalClient::Clock::time_point> PKSignalClient::GetNextTry() const
+{
+    return state_->signals.GetNextTry();
+}
+
+void PKSignalClient::TryNow()
+{
+    state_->signals.TryNow();
+}
+
 OV::Subscription PKSignalClient::Subscribe(PKSignalClientObserver& observer)
 {
     return state_->signals.observers.Subscribe(observer);

@@ -6,9 +6,11 @@
 #include "SyncraClient/SyncraClient.hpp"
 #include "SyncraProtocol/Signal.hpp"
 
+#include <chrono>
 #include <exception>
 #include <functional>
 #include <memory>
+#include <optional>
 
 namespace SYCB {
 
@@ -49,6 +51,12 @@ public:
     /// What was thrown by the last attempt to listen, while the server is not listened to; null
     /// while it is and when nobody has tried. Safe on any thread.
     [[nodiscard]] std::exception_ptr GetFailure() const;
+    using Clock = std::chrono::steady_clock;
+    /// When the server is tried again; nothing while no pause is under way: it answers or is being
+    /// asked, the user works offline, or the server refused him. Safe on any thread.
+    [[nodiscard]] std::optional<Clock::time_point> GetNextTry() const;
+    /// Ends such a pause. Safe on any thread.
+    void TryNow();
 
     /// The user chose to work offline: nothing sets the presence online until it is lifted.
     [[nodiscard]] bool IsForcedOffline() const noexcept;

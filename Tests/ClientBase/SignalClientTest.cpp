@@ -233,7 +233,13 @@ TEST_F(SignalClientTest, StopEndsAHeldRequestAndAPauseAtOnce)
             const int before = connects;
             server.Kill();
             EXPECT_TRUE(Eventually([&] { return connects >= before + 2; }));
+            EXPECT_TRUE(Eventually([&] {
+                client.TryNow();
+                return connects >= before + 20;  // without it some minutes of pauses
+            }));
+            EXPECT_TRUE(Eventually([&] { return client.GetNextTry().has_value(); }));
         }
+        EXPECT_EQ(client.GetNextTry().has_value(), away);
         const auto begin = std::chrono::steady_clock::now();
         client.Stop();
         EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(1));

@@ -85,6 +85,35 @@ void SignalState::Pause(std::uint32_t milliseconds) OV_NO_ANALYSIS
         throw OV::InterruptedException();
 }
 
+void SignalState::PauseBeforeTry(std::uint32_t milliseconds)
+{
+    const struct Told {
+        SignalState& state;
+
+        void Set(std::optional<PKSignalClient::Clock::time_point> time) const
+        {
+            const OV::LockGuard guard(state.lock_);
+            state.nextTry_ = time;
+        }
+        ~Told() { Set(std::nullopt); }
+    } told{*this};
+    told.Set(PKSignalClient::Clock::now() + std::chrono::milliseconds(milliseconds));
+    Pause(milliseconds);
+}
+
+void SignalState::TryNow()
+{
+    const OV::LockGuard guard(lock_);
+    ++changes_;
+    changed_.notify_all();
+}
+
+std::optional<PKSignalClient::Clock::time_point> SignalState::GetNextTry()
+{
+    const OV::LockGuard guard(lock_);
+    return nextTry_;
+}
+
 SignalListener::SignalListener(SignalState& state, PresenceService& presence,
                                PKSignalClient::Connector connector, OV::UniString projectId)
     : state_(state), presence_(presence), connector_(std::move(connector)),
@@ -131,7 +160,7 @@ bool SignalListener::TryOnce()
         // The connector is the host's and may throw anything.
         NoteLoss("something unknown was thrown", OV::LogLevel::Warning);
     }
-    state_.Pause(backoff_.NextMilliseconds());
+    state_.PauseBeforeTry(backoff_.NextMilliseconds());
     return true;
 }
 

@@ -8,6 +8,7 @@
 
 #include <condition_variable>
 #include <memory>
+#include <optional>
 #include <thread>
 
 namespace SYCB::Detail {
@@ -26,8 +27,12 @@ public:
     /// Waits on the calling thread until working offline is not wished; throws
     /// InterruptedException.
     void AwaitOnlineWish();
-    /// Waits `milliseconds`, or shorter when the wish to work offline changes.
+    /// Waits `milliseconds`, or shorter when the wish to work offline changes or TryNow is called.
     void Pause(std::uint32_t milliseconds);
+    /// The pause before the next attempt to connect, of which GetNextTry tells the end.
+    void PauseBeforeTry(std::uint32_t milliseconds);
+    void TryNow();
+    [[nodiscard]] std::optional<PKSignalClient::Clock::time_point> GetNextTry();
 
     /// The client whose request SetForcedOffline ends; null for none.
     void SetClient(std::shared_ptr<Syncra::Client::SyncraClient> client);
@@ -48,6 +53,7 @@ private:
     PresenceService& presence_;
     OV::Lock lock_;
     std::exception_ptr failure_ OV_GUARDED_BY(lock_);
+    std::optional<PKSignalClient::Clock::time_point> nextTry_ OV_GUARDED_BY(lock_);
     std::condition_variable_any changed_;
     std::uint64_t changes_ OV_GUARDED_BY(lock_) = 0;
     std::shared_ptr<Syncra::Client::SyncraClient> client_ OV_GUARDED_BY(lock_);
