@@ -34,6 +34,19 @@ void ModelService::AddProjectRoutes(Router& router)
     router.Add("GET", "/syncra/v1/projects", [this](const Call& call) {
         return ProjectList{projects_.VisibleTo(call.user.userId)};
     });
+    router.AddAsync("GET", "/syncra/v1/projects/overview", nullptr,
+                    [this, &router](Call call, const Reply& reply) {
+                        router.AnswerReading(
+                            std::move(call), reply,
+                            [this, present = presence_.Counts()](const Call& asked) {
+                                auto projects = projects_.OverviewFor(asked.user.userId);
+                                for (auto& project : projects)
+                                    if (const auto at = present.find(OV::ToUtf8(project.id));
+                                        at != present.end())
+                                        project.atWork = at->second;
+                                return WriteJson(ProjectOverviewList{std::move(projects)});
+                            });
+                    });
     router.Add("GET", "/syncra/v1/projects/exists", [this](const Call& call) {
         return ProjectExistence{projects_.NameExists(call.QueryText("name"))};
     });

@@ -50,6 +50,15 @@ void PresenceBoard::Collect(const std::string& projectId, std::set<std::string>&
         logins.insert(login);
 }
 
+std::map<std::string, std::uint32_t> PresenceBoard::Counts() const
+{
+    std::map<std::string, std::uint32_t> counts;
+    for (const auto& [projectId, present] : projects_)
+        if (!present.empty())
+            counts.emplace(projectId, static_cast<std::uint32_t>(present.size()));
+    return counts;
+}
+
 void PresenceBoard::SetObserver(std::function<void(const std::string& projectId)> observer)
 {
     observer_ = std::move(observer);

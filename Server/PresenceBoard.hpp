@@ -24,6 +24,8 @@ public:
                                               const std::string& login);
     /// Adds the login names of those who are present.
     void Collect(const std::string& projectId, std::set<std::string>& logins) const;
+    /// How many are present in each project; in none that is not named.
+    [[nodiscard]] std::map<std::string, std::uint32_t> Counts() const;
     /// Called after somebody came or went in a project.
     void SetObserver(std::function<void(const std::string& projectId)> observer);
     /// The server stops: nobody's absence is waited for any more.

@@ -6,9 +6,8 @@ namespace Nexar {
 
 namespace {
 
-Syncra::Protocol::Project ReadProject(const Statement& row)
+void ReadInto(Syncra::Protocol::Project& project, const Statement& row)
 {
-    Syncra::Protocol::Project project;
     project.id = OV::FromUtf8(row.Text(0));
     project.name = OV::FromUtf8(row.Text(1));
     project.location = OV::FromUtf8(row.Text(2));
@@ -16,7 +15,6 @@ Syncra::Protocol::Project ReadProject(const Statement& row)
     project.state = static_cast<Syncra::Protocol::ProjectState>(row.Number(4));
     project.version = OV::FromUtf8(row.Text(5));
     project.build = static_cast<std::int32_t>(row.Number(6));
-    return project;
 }
 
 }  // namespace
@@ -30,7 +28,27 @@ std::vector<Syncra::Protocol::Project> ProjectStore::VisibleTo(const std::string
     query.Bind(1, userId);
     std::vector<Syncra::Protocol::Project> projects;
     while (query.Step())
-        projects.push_back(ReadProject(query));
+        ReadInto(projects.emplace_back(), query);
+    return projects;
+}
+
+std::vector<Syncra::Protocol::ProjectOverview> ProjectStore::OverviewFor(const std::string& userId)
+{
+    auto query = database_.Prepare(
+        "SELECT id, name, location, category, state, version, build, "
+        "(SELECT COUNT(*) FROM members WHERE project_id = projects.id), "
+        "EXISTS (SELECT 1 FROM members WHERE project_id = projects.id AND user_id = ?1) FROM "
+        "projects "
+        "WHERE id IN (SELECT project_id FROM members WHERE user_id = ?1 "
+        "UNION SELECT id FROM projects WHERE is_public) ORDER BY number /* all */");
+    query.Bind(1, userId);
+    std::vector<Syncra::Protocol::ProjectOverview> projects;
+    while (query.Step()) {
+        auto& project = projects.emplace_back();
+        ReadInto(project, query);
+        project.members = static_cast<std::uint32_t>(query.Number(7));
+        project.isMember = query.Number(8) != 0;
+    }
     return projects;
 }
 
@@ -47,7 +65,9 @@ std::optional<Syncra::Protocol::Project> ProjectStore::Find(const std::string& p
                                    "FROM projects WHERE id = ?1");
     if (!query.Bind(1, projectId).Step())
         return std::nullopt;
-    return ReadProject(query);
+    std::optional<Syncra::Protocol::Project> project(std::in_place);
+    ReadInto(*project, query);
+    return project;
 }
 
 bool ProjectStore::IsMember(const std::string& projectId, const std::string& userId)

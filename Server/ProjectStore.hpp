@@ -21,6 +21,9 @@ public:
 
     /// In order of creation: those the user is a member of, and the public ones.
     [[nodiscard]] std::vector<Syncra::Protocol::Project> VisibleTo(const std::string& userId);
+    /// The same with their members counted; who is at work there, the store does not know.
+    [[nodiscard]] std::vector<Syncra::Protocol::ProjectOverview>
+    OverviewFor(const std::string& userId);
     [[nodiscard]] bool NameExists(const std::string& name);
     [[nodiscard]] std::optional<Syncra::Protocol::Project> Find(const std::string& projectId);
     [[nodiscard]] bool IsMember(const std::string& projectId, const std::string& userId);

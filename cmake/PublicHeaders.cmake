@@ -4,6 +4,7 @@ set(headers
   Sources/AuthenticateOnCache.hpp
   Sources/BinCacheHandler/BinCacheHandler.hpp
   Sources/BinCacheHandler/BinCacheHandlerException.hpp
+  Sources/BrowseProject.hpp
   Sources/Cache/CacheInfoValues.hpp
   Sources/CachedProjectInfo.hpp
   Sources/CachedProjectInfoObserver.hpp
@@ -26,6 +27,7 @@ set(headers
   Sources/Log/LogTable.hpp
   Sources/Log/LogUpdater.hpp
   Sources/Log/PieChartUpdater.hpp
+  Sources/Flow/Flow.hpp
   Sources/LogDataLine.hpp
   Sources/LogIndex/CompositeStringIndex.hpp
   Sources/LogIndex/IndexItem.hpp

@@ -52,6 +52,11 @@ public:
         return requests_.Get<Protocol::ProjectList>("/projects").value;
     }
 
+    OV::Array<Protocol::ProjectOverview> GetProjectOverviews() override
+    {
+        return requests_.Get<Protocol::ProjectOverviewList>("/projects/overview").value;
+    }
+
     bool IsMember(const OV::UniString& projectId) override
     {
         return requests_

@@ -27,6 +27,8 @@ public:
 
     /// The projects that the user may see, in the server's order.
     [[nodiscard]] virtual OV::Array<Protocol::Project> GetProjects() = 0;
+    /// The same with what lists show of them besides.
+    [[nodiscard]] virtual OV::Array<Protocol::ProjectOverview> GetProjectOverviews() = 0;
     /// Whether the user is a member of the project.
     [[nodiscard]] virtual bool IsMember(const OV::UniString& projectId) = 0;
     /// Whether a project of that name exists at all, visible to the user or not, in any letter

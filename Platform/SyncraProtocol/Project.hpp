@@ -25,4 +25,11 @@ struct SYC_API Project {
     friend bool operator==(const Project&, const Project&) = default;
 };
 
+/// A project with what lists show of it besides.
+struct SYC_API ProjectOverview : Project {
+    std::uint32_t members = 0;
+    std::uint32_t atWork = 0;  ///< members whose client is connected to the project now
+    bool isMember = false;     ///< whether the user himself is one; if not, the project is public
+};
+
 }  // namespace Syncra::Protocol

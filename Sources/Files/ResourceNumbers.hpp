@@ -14,6 +14,7 @@ inline constexpr int FailureAdvice = 32121;
 inline constexpr int CheckWords = 32122;
 inline constexpr int CheckSteps = 32123;
 inline constexpr int MailTexts = 32130;
+inline constexpr int Flows = 32140;
 inline constexpr int ActivityLog = 32160;
 
 }  // namespace SYC::TextLists

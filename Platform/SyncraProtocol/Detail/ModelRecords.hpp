@@ -17,7 +17,7 @@ namespace Syncra::Protocol {
 // Records
 
 template <class Visitor>
-void Describe(Visitor& v, Project& project)
+void DescribeProject(Visitor& v, Project& project)
 {
     v("id", project.id);
     v("name", project.name);
@@ -26,6 +26,21 @@ void Describe(Visitor& v, Project& project)
     v("state", project.state, Between{1, 3});
     v("version", project.version);
     v("build", project.build);
+}
+
+template <class Visitor>
+void Describe(Visitor& v, Project& project)
+{
+    DescribeProject(v, project);
+}
+
+template <class Visitor>
+void Describe(Visitor& v, ProjectOverview& project)
+{
+    DescribeProject(v, project);
+    v("members", project.members);
+    v("atWork", project.atWork);
+    v("member", project.isMember);
 }
 
 template <class Visitor>
@@ -195,6 +210,7 @@ void Describe(Visitor& v, RefusalBody& refusal)
 
 using PortList = Single<"ports", OV::Array<ServicePort>>;
 using ProjectList = Single<"projects", OV::Array<Project>>;
+using ProjectOverviewList = Single<"projects", OV::Array<ProjectOverview>>;
 using ProjectExistence = Single<"exists", bool>;
 using ProjectMembership = Single<"member", bool>;
 using SessionList = Single<"sessions", OV::Array<Session>>;

@@ -1,0 +1,108 @@
+#pragma once
+
+#include "Failure.hpp"
+#include "OVRoot/EventSource.hpp"
+#include "OVRoot/Export.hpp"
+
+#include <functional>
+#include <memory>
+#include <stop_token>
+
+namespace OV {
+class Executor;
+}
+
+namespace SYC {
+
+enum class FlowState : std::int32_t {
+    Idle,       ///< nothing was started yet
+    Running,    ///< GetProgress says with what
+    Succeeded,  ///< what was started is done as a whole
+    Failed,     ///< GetFailure says why; everything is as it was before
+    Cancelled,  ///< likewise, because somebody asked for it
+};
+
+class SYC_API FlowObserver : public OV::ObserverBase {
+public:
+    /// State, progress or contents of the flow became others.
+    virtual void _FlowChanged() = 0;
+
+protected:
+    ~FlowObserver() = default;
+};
+
+/// Where a flow works, and where it tells its observers. Both outlive it.
+struct FlowExecutors {
+    OV::Executor& worker;
+    OV::Executor& home;
+};
+
+/// Something a user does with a server and projects that takes a while, without a window: it works
+/// on a worker's thread and tells on the home executor. All calls are made on the thread of that
+/// executor, and none of them waits. Dialogs and commands stand upon flows.
+class SYC_API Flow {
+public:
+    /// What is under way is asked to stop, and its end is told to nobody.
+    virtual ~Flow();
+    Flow(const Flow&) = delete;
+    Flow& operator=(const Flow&) = delete;
+
+    [[nodiscard]] FlowState GetState() const noexcept { return state_; }
+    [[nodiscard]] bool IsRunning() const noexcept { return state_ == FlowState::Running; }
+    /// Why the last run failed or was cancelled; none otherwise.
+    [[nodiscard]] const Failure& GetFailure() const noexcept { return failure_; }
+    /// What is being done, for a line that shows it; empty while nothing is.
+    [[nodiscard]] const OV::UniString& GetProgress() const noexcept { return progress_; }
+
+    /// Asks what is under way to stop; it does within 100 ms, and its end is told. What is done by
+    /// then stays done, and the flow has succeeded.
+    void Cancel() noexcept;
+
+    /// Attached for as long as the answer lives.
+    [[nodiscard]] OV::Subscription Subscribe(FlowObserver& observer)
+    {
+        return observers_.Subscribe(observer);
+    }
+
+protected:
+    /// Takes what a piece of work found over into the flow, on the home executor.
+    using TakeOver = std::function<void()>;
+    /// Called by the work for each step.
+    using Report = std::function<void(const OV::UniString& progress)>;
+    /// What came of the work. One that failed may have found something all the same.
+    struct Result {
+        TakeOver takeOver;
+        Failure failure;
+    };
+    /// Done on the worker, below the interruption flag that Cancel sets; touches nothing of the
+    /// flow. What it throws is the failure.
+    using Work = std::function<Result(const Report& report)>;
+
+    explicit Flow(const FlowExecutors& executors) : executors_(executors) {}
+
+    /// Begins; what was under way is asked to stop and tells nothing any more.
+    void Start(Work work);
+    /// Ends without any work.
+    void Fail(Failure failure);
+    /// Nothing was started: what is under way is asked to stop and tells nothing any more.
+    void Reset();
+    void NotifyChanged();
+
+    [[nodiscard]] const FlowExecutors& GetExecutors() const noexcept { return executors_; }
+
+private:
+    struct Run;
+
+    void Begin(std::shared_ptr<Run> run);
+    void End(const Result& result);
+    void SetProgress(const OV::UniString& progress);
+
+    FlowExecutors executors_;
+    FlowState state_ = FlowState::Idle;
+    Failure failure_;
+    OV::UniString progress_;
+    std::shared_ptr<Run> run_;
+    OV::EventSource<FlowObserver> observers_;
+};
+
+}  // namespace SYC
