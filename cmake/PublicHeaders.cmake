@@ -68,12 +68,17 @@ set(headers
   Sources/Messaging/MailActionRegistry.hpp
   Sources/Messaging/MailAnswer.hpp
   Sources/Messaging/MailBox.hpp
+  Sources/Messaging/MailChanges.hpp
   Sources/Messaging/MailClient.hpp
   Sources/Messaging/MailClientActionResultObserver.hpp
   Sources/Messaging/MailClientObserver.hpp
   Sources/Messaging/MailConversionException.hpp
   Sources/Messaging/MailFile.hpp
+  Sources/Messaging/MailListModel.hpp
+  Sources/Messaging/MailListModelObserver.hpp
   Sources/Messaging/MailType.hpp
+  Sources/Messaging/MailView.hpp
+  Sources/Messaging/MemberCompletion.hpp
   Sources/Messaging/Outbox.hpp
   Sources/Messaging/OutboxObserver.hpp
   Sources/Messaging/OverExecutor.hpp

@@ -18,6 +18,10 @@ public:
     /// Negative when `left` comes first, 0 when neither does, positive otherwise.
     [[nodiscard]] int Compare(const String& left, const String& right) const noexcept;
 
+    /// Bytes in the order of which stand the texts that they are made of, for who compares a text
+    /// more than once.
+    [[nodiscard]] String KeyOf(const String& text) const;
+
     /// The user's; his environment is read at the first call.
     [[nodiscard]] static const Collation& OfUser();
 

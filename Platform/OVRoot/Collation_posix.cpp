@@ -30,6 +30,22 @@ int Collation::Compare(const String& left, const String& right) const noexcept
                : strcoll_l(left.c_str(), right.c_str(), static_cast<locale_t>(locale_));
 }
 
+String Collation::KeyOf(const String& text) const
+{
+    if (locale_ == nullptr)
+        return text;
+    String key(text.size() * 4 + 16, '\0');
+    const auto transform = [&] {
+        return strxfrm_l(key.data(), text.c_str(), key.size() + 1, static_cast<locale_t>(locale_));
+    };
+    const auto size = transform();
+    const bool isCut = size > key.size();
+    key.resize(size);
+    if (isCut)
+        (void)transform();
+    return key;
+}
+
 const Collation& Collation::OfUser()
 {
     // Never destroyed: lines may be sorted until the process ends.

@@ -283,6 +283,17 @@ OV::ChannelStatus ClientMail::WriteVersion1(OV::OChannel& channel) const
     return stream.Status();
 }
 
+OV::UniStringView ClientMail::GetSubject() const noexcept
+{
+    constexpr OV::UniStringView blanks = u" \t\r\n";
+    const OV::UniStringView text = bodyText_;
+    const auto begin = text.find_first_not_of(blanks);
+    if (begin == OV::UniStringView::npos)
+        return {};
+    const auto line = text.substr(begin, text.find_first_of(u"\r\n", begin) - begin);
+    return line.substr(0, line.find_last_not_of(blanks) + 1);
+}
+
 bool ClientMail::IsCurrentFormat(const Message& message)
 {
     return message.header.contains(Keys().version);

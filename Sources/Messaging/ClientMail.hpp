@@ -101,8 +101,16 @@ public:
     void SetSendingTime(std::int32_t time) noexcept { sendingTime_ = time; }
     /// By the server's clock.
     [[nodiscard]] std::int32_t GetRepositoryTime() const noexcept { return repositoryTime_; }
+    /// The time to show and to sort by: the server's, or the sending time of a mail that it does
+    /// not have yet.
+    [[nodiscard]] std::int32_t GetTime() const noexcept
+    {
+        return repositoryTime_ != 0 ? repositoryTime_ : sendingTime_;
+    }
     [[nodiscard]] const OV::UniString& GetBodyText() const noexcept { return bodyText_; }
     void SetBodyText(OV::UniString text) { bodyText_ = std::move(text); }
+    /// The first line of the text that says something, without blanks around it. Into this mail.
+    [[nodiscard]] OV::UniStringView GetSubject() const noexcept;
     /// May be an empty holder, and is one when the mail has unknown actions.
     [[nodiscard]] const OV::Ref<ActionList>& GetActionList() const noexcept
     {

@@ -113,15 +113,28 @@ bool MailBox::Add(const OV::Ref<ClientMail>& mail)
         !index_->entries.insert({mail, Clock::now(), false}).second)
         return false;
     mails_.push_back(mail);
+    changes_.added.push_back(mail);
     isChanged_ = true;
     return true;
+}
+
+/// Returns how many were there.
+template <class Chosen>
+std::size_t MailBox::RemoveFromList(Chosen isChosen)
+{
+    return std::erase_if(mails_, [&](const auto& mail) {
+        const bool isGone = isChosen(mail);
+        if (isGone)
+            changes_.removed.push_back(mail);
+        return isGone;
+    });
 }
 
 bool MailBox::Remove(const OV::PagedArray<OV::UniString>& ids)
 {
     const OV::HashSet<OV::UniString> chosen(ids.begin(), ids.end());
     const auto removed =
-        std::erase_if(mails_, [&](const auto& mail) { return chosen.contains(mail->GetId()); });
+        RemoveFromList([&](const auto& mail) { return chosen.contains(mail->GetId()); });
     for (const auto& id : chosen) {
         if (const auto found = index_->entries.find(OV::UniStringView(id));
             found != index_->entries.end())
@@ -138,6 +151,7 @@ void MailBox::Clear()
     isChanged_ = isChanged_ || !mails_.empty();
     for (const auto& mail : mails_)
         index_->cleared.insert(mail->GetId());
+    changes_.removed.insert(changes_.removed.end(), mails_.begin(), mails_.end());
     mails_.clear();
     arrivals_.clear();
     index_->entries.clear();
@@ -173,8 +187,11 @@ void MailBox::TakeOverMail(const OV::Ref<ClientMail>& theirs)
         return;
     }
     ours->isInFile = true;
-    hasNews_ = hasNews_ || (theirs->IsRead() && !ours->mail->IsRead()) ||
-               (theirs->IsHistorical() && !ours->mail->IsHistorical());
+    if ((theirs->IsRead() && !ours->mail->IsRead()) ||
+        (theirs->IsHistorical() && !ours->mail->IsHistorical())) {
+        changes_.marked.push_back(ours->mail);
+        hasNews_ = true;
+    }
     if (theirs->IsRead())
         ours->mail->SetRead();
     if (theirs->IsHistorical())
@@ -191,6 +208,7 @@ void MailBox::Insert(const OV::Ref<ClientMail>& mail)
            (*std::prev(place))->GetRepositoryTime() > mail->GetRepositoryTime())
         --place;
     mails_.insert(place, mail);
+    changes_.added.push_back(mail);
 }
 
 void MailBox::RemoveWhatOthersDeleted(const MailList& theirs)
@@ -208,7 +226,7 @@ void MailBox::RemoveWhatOthersDeleted(const MailList& theirs)
         return;
     const auto isDeleted = [&](const auto& mail) { return deleted.contains(mail->GetId()); };
     std::erase_if(index_->entries, [&](const Entry& entry) { return isDeleted(entry.mail); });
-    std::erase_if(mails_, isDeleted);
+    RemoveFromList(isDeleted);
     std::erase_if(arrivals_, isDeleted);
     hasNews_ = true;
 }
@@ -246,6 +264,13 @@ void MailBox::NoteCost(Clock::time_point start) noexcept
 bool MailBox::IsTimeToWrite() const noexcept
 {
     return Clock::now() - lastWrite_ >= lastWriteCost_ * WriteSoonShare;
+}
+
+void MailBox::NoteMarked(const ClientMail& mail)
+{
+    const auto* entry = index_->Find(mail.GetId());
+    if (entry != nullptr && entry->mail.Get() == &mail)
+        changes_.marked.push_back(entry->mail);
 }
 
 void MailBox::NoteMark()

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "IO/File.hpp"
+#include "Messaging/MailChanges.hpp"
 #include "Messaging/MailFile.hpp"
 #include "OVRoot/Export.hpp"
 #include "OVRoot/PagedArray.hpp"
@@ -42,6 +43,8 @@ public:
     bool Remove(const OV::PagedArray<OV::UniString>& ids);
     void Clear();
 
+    /// Tells TakeChanges of a mark. Nothing for a mail that is not of the box.
+    void NoteMarked(const ClientMail& mail);
     /// Notes that a mail was marked here alone, and writes the box with the sixth mark since it was
     /// last written. Throws as Write does.
     void NoteMark();
@@ -65,6 +68,9 @@ public:
     /// The mails that came that way since this was last asked, oldest first.
     [[nodiscard]] MailList TakeArrivals() noexcept { return std::exchange(arrivals_, {}); }
 
+    /// What became of the list since this was last asked, whoever did it.
+    [[nodiscard]] MailChanges TakeChanges() noexcept { return std::exchange(changes_, {}); }
+
 private:
     struct Index;
     /// As WriteSoon and the others, which are not to throw.
@@ -76,12 +82,15 @@ private:
     void TakeOverMail(const OV::Ref<ClientMail>& theirs);
     void Insert(const OV::Ref<ClientMail>& mail);
     void RemoveWhatOthersDeleted(const MailList& theirs);
+    template <class Chosen>
+    std::size_t RemoveFromList(Chosen isChosen);
 
     const IO::Location file_;
     const IO::Location lockFile_;
     MailList mails_;
     MailFile::UnknownRecords unknown_;
     MailList arrivals_;
+    MailChanges changes_;
     std::unique_ptr<Index> index_;
     std::optional<IO::ChangeStamp> stamp_;
     bool hasNews_ = false;

@@ -123,8 +123,17 @@ void MailClient::WriteToDisc()
     TellNews();
 }
 
+void MailClient::TellChanges()
+{
+    const auto changes = box_.TakeChanges();
+    if (!changes.IsEmpty())
+        observers_.Notify(
+            [&](MailClientObserver& observer) { observer.MailsChanged(*this, changes); });
+}
+
 void MailClient::TellListChanged()
 {
+    TellChanges();
     observers_.Notify([this](MailClientObserver& observer) { observer.MailListChanged(*this); });
 }
 
@@ -288,6 +297,15 @@ void MailClient::SetMails(const IdList& ids, bool flag, const Mark& mark)
         tell(MailResult::NotReached);
 }
 
+/// False when it was set already.
+bool MailClient::SetMark(ClientMail& mail, const Mark& mark)
+{
+    const bool isNew = mark.Set(mail);
+    if (isNew)
+        box_.NoteMarked(mail);
+    return isNew;
+}
+
 bool MailClient::ApplyFlags(const FlagTable& flags, const Mark& mark)
 {
     bool isChanged = false;
@@ -295,7 +313,7 @@ bool MailClient::ApplyFlags(const FlagTable& flags, const Mark& mark)
         if (!flag)
             continue;
         if (const auto mail = box_.Find(id))
-            isChanged = mark.Set(*mail) || isChanged;
+            isChanged = SetMark(*mail, mark) || isChanged;
     }
     return isChanged;
 }
@@ -312,7 +330,7 @@ void MailClient::SetMailHistoricalMessage(ClientMail& mail)
 
 void MailClient::MarkLocally(ClientMail& mail, const Mark& mark)
 {
-    if (!mark.Set(mail))
+    if (!SetMark(mail, mark))
         return;
     mail.SetModify(true);
     try {
@@ -504,7 +522,7 @@ void MailClient::ApplyRefresh(Refreshed& refreshed, RefreshMailListReason::Value
             newMails->push_back(mail);
         else if (const auto ours = box_.Find(mail->GetId()))
             for (const auto* mark : {&Mark::Read, &Mark::Historical})
-                isMarkChanged = (mark->IsSet(*mail) && mark->Set(*ours)) || isMarkChanged;
+                isMarkChanged = (mark->IsSet(*mail) && SetMark(*ours, *mark)) || isMarkChanged;
     isMarkChanged = ApplyFlags(refreshed.read, Mark::Read) || isMarkChanged;
     isMarkChanged = ApplyFlags(refreshed.historical, Mark::Historical) || isMarkChanged;
     const bool isOldChanged = box_.Remove(refreshed.deleted) || isMarkChanged;
@@ -518,6 +536,7 @@ void MailClient::ApplyRefresh(Refreshed& refreshed, RefreshMailListReason::Value
         std::any_of(newMails->begin(), newMails->end(),
                     [&](const auto& mail) { return IsOfFormerMember(*mail); }))
         members_.Refresh();
+    TellChanges();
     observers_.Notify(
         [&](MailClientObserver& observer) { observer.NewMailExists(*this, newMails, reason); });
     if (isListChanged)

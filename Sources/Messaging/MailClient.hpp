@@ -178,6 +178,7 @@ private:
     void _DeleteMailCompletedFromExecutor(const IdList& ids, int result) override;
 
     void FillInNames(ClientMail& mail) const;
+    void TellChanges();
     void TellListChanged();
     void TellNews();
     void DetachFromAll() noexcept;
@@ -188,6 +189,7 @@ private:
     void RetrySoon();
     /// Ends a refresh however its answer was taken.
     class RefreshEnd;
+    [[nodiscard]] bool SetMark(ClientMail& mail, const Mark& mark);
     [[nodiscard]] bool ApplyFlags(const FlagTable& flags, const Mark& mark);
     void SetMails(const IdList& ids, bool flag, const Mark& mark);
     void MarkLocally(ClientMail& mail, const Mark& mark);

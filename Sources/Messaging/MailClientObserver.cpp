@@ -31,6 +31,12 @@ void MailClientObserverOverExecutor::NewMailExists(MailClient& client, OV::Ref<M
     });
 }
 
+void MailClientObserverOverExecutor::MailsChanged(MailClient& client, const MailChanges& changes)
+{
+    PostAbout(client, GetTarget(),
+              [this, changes](MailClient& source) { _MailsChanged(source, changes); });
+}
+
 void MailClientObserverOverExecutor::MailDelivered(MailClient& client, const OV::UniString& localId,
                                                    const OV::UniString& serverId)
 {

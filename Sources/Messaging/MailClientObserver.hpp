@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Messaging/ClientMail.hpp"
+#include "Messaging/MailChanges.hpp"
 #include "Messaging/OverExecutor.hpp"
 #include "Messaging/RefreshMailListReason.hpp"
 #include "OVRoot/EventSource.hpp"
@@ -22,6 +22,8 @@ public:
     /// process, oldest first; there may be none.
     virtual void NewMailExists(MailClient& client, OV::Ref<MailList> newMails,
                                RefreshMailListReason::Value reason) = 0;
+    /// What became of the list; told before either of the two above tells of it.
+    virtual void MailsChanged(MailClient& /*client*/, const MailChanges& /*changes*/) {}
     /// The server has a mail of the outbox, whichever run of the host put it there: `localId` is
     /// the one that SendMail gave it, `serverId` the one of its copy and in the parent id of
     /// answers.
@@ -42,6 +44,7 @@ public:
     void MailListChanged(MailClient& client) final;
     void NewMailExists(MailClient& client, OV::Ref<MailList> newMails,
                        RefreshMailListReason::Value reason) final;
+    void MailsChanged(MailClient& client, const MailChanges& changes) final;
     void MailDelivered(MailClient& client, const OV::UniString& localId,
                        const OV::UniString& serverId) final;
 
@@ -49,6 +52,7 @@ protected:
     virtual void _MailListChanged(MailClient& client) = 0;
     virtual void _NewMailExists(MailClient& client, OV::Ref<MailList> newMails,
                                 RefreshMailListReason::Value reason) = 0;
+    virtual void _MailsChanged(MailClient& /*client*/, const MailChanges& /*changes*/) {}
     virtual void _MailDelivered(MailClient& /*client*/, const OV::UniString& /*localId*/,
                                 const OV::UniString& /*serverId*/)
     {}
