@@ -1,6 +1,7 @@
 #include "BrowseProject.hpp"
 
 #include "CleanUp.hpp"
+#include "Flow/Detail/CacheOfProject.hpp"
 #include "Flow/Detail/FlowText.hpp"
 #include "OVRoot/Ascii.hpp"
 #include "OVRoot/Collation.hpp"
@@ -38,8 +39,7 @@ void SortForPeople(Projects& projects)
 OV::Array<RegisteredProject> FindCaches(const SignInData& login, const IO::Location& dataFolder)
 {
     RegisteredProjects& registry = registeredProjects();
-    const IO::Location folder =
-        dataFolder.IsEmpty() ? registry.GetMainProjectCacheFolderLocation() : dataFolder;
+    const IO::Location folder = CacheFolderOr(dataFolder);
     OV::Array<CacheInfoRecord> records;
     OV::Array<RegisteredProject> caches;
     registry.RefreshCaches(folder);

@@ -39,6 +39,7 @@ enum class FailureKind : std::int32_t {
     WrongInput,
     OutOfMemory,
     Unexpected,
+    UnsentWork,  ///< changes or mails that would be lost
 };
 
 /// Why something failed, in the one form in which connections, updaters and repositories tell it.

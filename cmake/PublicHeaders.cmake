@@ -22,6 +22,9 @@ set(headers
   Sources/Failure.hpp
   Sources/Files/FileErrors.hpp
   Sources/Files/ResourceNumbers.hpp
+  Sources/JoinProject.hpp
+  Sources/JoinedProject.hpp
+  Sources/LeaveProject.hpp
   Sources/Log/EventLogObserver.hpp
   Sources/Log/LogFilter.hpp
   Sources/Log/LogTable.hpp
@@ -100,6 +103,7 @@ set(headers
   Sources/RegisteredProjectsSynchronizer.hpp
   Sources/Registry/CacheInfoRecord.hpp
   Sources/SYDataOptionsObserver.hpp
+  Sources/SYClientProjectDiscovery.hpp
   Sources/StartCheck.hpp
   Sources/Statistics/ChartDataLine.hpp
   Sources/Statistics/ChartType.hpp

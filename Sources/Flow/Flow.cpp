@@ -79,16 +79,18 @@ void Flow::Start(Work work)
     NotifyChanged();
 }
 
-void Flow::Fail(Failure failure)
-{
-    Begin(nullptr);
-    End({{}, std::move(failure)});
-}
-
-void Flow::Cancel() noexcept
+void Flow::Cancel()
 {
     if (run_)
         run_->stop.request_stop();
+    else if (IsRunning())
+        _Cancelled();
+}
+
+void Flow::GoOn(const OV::UniString& progress)
+{
+    state_ = FlowState::Running;
+    progress_ = progress;
 }
 
 void Flow::Reset()

@@ -56,7 +56,7 @@ public:
 
     /// Asks what is under way to stop; it does within 100 ms, and its end is told. What is done by
     /// then stays done, and the flow has succeeded.
-    void Cancel() noexcept;
+    void Cancel();
 
     /// Attached for as long as the answer lives.
     [[nodiscard]] OV::Subscription Subscribe(FlowObserver& observer)
@@ -82,8 +82,10 @@ protected:
 
     /// Begins; what was under way is asked to stop and tells nothing any more.
     void Start(Work work);
-    /// Ends without any work.
-    void Fail(Failure failure);
+    /// For a TakeOver: the flow goes on on the home executor, until End. Cancel calls _Cancelled.
+    void GoOn(const OV::UniString& progress);
+    virtual void _Cancelled() {}
+    void End(const Result& result);
     /// Nothing was started: what is under way is asked to stop and tells nothing any more.
     void Reset();
     void NotifyChanged();
@@ -94,7 +96,6 @@ private:
     struct Run;
 
     void Begin(std::shared_ptr<Run> run);
-    void End(const Result& result);
     void SetProgress(const OV::UniString& progress);
 
     FlowExecutors executors_;

@@ -8,6 +8,11 @@ namespace SYC {
 /// What flows say; the numbers are those of string list 32140.
 enum class FlowText : int {
     AskForProjects = 1,
+    FetchMembersAndMails,
+    LookForUnsentWork,
+    EndSession,
+    RemoveCache,
+    LookForServers,
 };
 
 [[nodiscard]] inline OV::UniString GetText(FlowText text)

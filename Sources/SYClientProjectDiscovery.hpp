@@ -1,0 +1,48 @@
+#pragma once
+
+#include "Flow/Flow.hpp"
+#include "IO/Location.hpp"
+#include "OVRoot/Array.hpp"
+#include "OVRoot/Export.hpp"
+#include "OVRoot/UniString.hpp"
+
+namespace SYC {
+
+/// A project server that a user may choose.
+struct SYC_API DiscoveredServer {
+    OV::UniString host;
+    std::uint16_t port = 0;  ///< of the model service; 0 when nobody said it
+    OV::UniString title;     ///< name for people; mostly empty
+    /// The login names under which this computer knows it, each once, by name.
+    OV::Array<OV::UniString> users;
+    std::uint32_t cachedProjects = 0;
+    bool isKnown = false;  ///< to this computer: used before, or a cache is of it
+    bool isFound = false;  ///< told in the local network just now
+    bool isLast = false;   ///< the one that was used last
+};
+
+/// The servers among which a user finds his projects: first those that this computer knows (from
+/// its list of servers and stored passwords, its profiles and its caches), at once and without any
+/// request, then those that tell of themselves in the local network, as they are heard. A server is
+/// known by host, in any letter case, and port.
+class SYC_API SYClientProjectDiscovery final : public Flow {
+public:
+    /// The caches are those below `dataFolder`, or below the main project folder when it is empty.
+    SYClientProjectDiscovery(IO::Location dataFolder, const FlowExecutors& executors);
+    ~SYClientProjectDiscovery() override;
+
+    /// Reads anew what this computer knows.
+    void Refresh();
+
+    /// The one that was used last, the other known ones by name, then those that were found.
+    [[nodiscard]] const OV::Array<DiscoveredServer>& GetServers() const noexcept
+    {
+        return servers_;
+    }
+
+private:
+    IO::Location dataFolder_;
+    OV::Array<DiscoveredServer> servers_;
+};
+
+}  // namespace SYC
