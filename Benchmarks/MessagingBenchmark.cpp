@@ -1,16 +1,11 @@
 // The mail client beside bare requests of the same content: delivering the outbox, fetching a box.
 #include "BareClient.hpp"
 #include "Beside.hpp"
-#include "ClientProjectConnectionManager.hpp"
 #include "Messaging/MailClient.hpp"
 #include "OVRoot/Guid.hpp"
-#include "ReadProjectConnection.hpp"
-#include "SYClientBase/MessageLoop.hpp"
-#include "SYClientBase/MessageLoopExecutor.hpp"
+#include "Scene.hpp"
 #include "Support/StoreEdit.hpp"
-#include "Support/TemporaryFolder.hpp"
 #include "SyncraProtocol/Detail/ModelRecords.hpp"
-#include "SyncraURL.hpp"
 
 #include <malloc.h>
 
@@ -46,29 +41,6 @@ std::string BodyOf(ClientMail& mail)
     return Syncra::Protocol::WriteJson(Syncra::Protocol::MailDelivery<Syncra::Protocol::Message>{
         mail.GetId(), mail.GetRecipientsLoginName(), mail.ConvertToSyncraMessage()});
 }
-
-/// A server, and hosts of the sample team's "Harbour Bridge" on it.
-struct Scene {
-    std::unique_ptr<SYC::ClientProjectConnectionManager> Open(const OV::UniString& user)
-    {
-        SYC::Inner::ProjectConnectionInfo info;
-        info.serverName = u"127.0.0.1";
-        info.port = server.ModelPort();
-        info.userName = user;
-        info.password = OV::FromUtf8(ServerProcess::Password);
-        info.projectName = u"Harbour Bridge";
-        auto manager = std::make_unique<SYC::ClientProjectConnectionManager>(
-            SYC::ToSyncraLocation(info), folder.GetLocation(), nullptr);
-        SYC::ReadProjectConnection connection(manager.get());
-        if (connection.Check(true, false, false, false) != SYC::CheckResult::Passed)
-            throw std::runtime_error("the project cannot be opened");
-        return manager;
-    }
-
-    TemporaryFolder folder;
-    ServerProcess server{folder.Path()};
-    SYCB::MessageLoopExecutor executor;
-};
 
 /// The outbox of a thousand mails, safe on the disk throughout, until it is empty on the disk.
 void FlushOutbox(benchmark::State& state)

@@ -84,6 +84,7 @@ set(headers
   Sources/Messaging/MemberCompletion.hpp
   Sources/Messaging/Outbox.hpp
   Sources/Messaging/OutboxObserver.hpp
+  Sources/Messaging/OutboxStatus.hpp
   Sources/Messaging/OverExecutor.hpp
   Sources/Messaging/ProjectMembers.hpp
   Sources/Messaging/RefreshMailListReason.hpp

@@ -172,6 +172,18 @@ bool MailClient::HasUnwrittenOutbox() const
 void MailClient::FlushOutbox() noexcept
 {
     delivery_->Start();
+    if (!IsOnline())
+        signalClient_.TryNow();
+}
+
+OutboxStatus MailClient::GetOutboxStatus(const ClientMail& mail) const
+{
+    auto status = delivery_->GetStatus(mail);
+    if (status.reason == OutboxReason::Offline) {
+        status.failure = DescribeException(signalClient_.GetFailure());
+        status.nextTry = signalClient_.GetNextTry();
+    }
+    return status;
 }
 
 bool MailClient::IsSending() const
@@ -407,6 +419,7 @@ void MailClient::_SignalReceived(const Syncra::Protocol::Signal&)
 
 void MailClient::_ServiceStateChanged(SYCB::PresenceService&, SYCB::PresenceState state)
 {
+    delivery_->TellStatus();
     if (state != SYCB::PresenceState::Online)
         return;
     delivery_->Start();

@@ -5,6 +5,7 @@
 #include "Messaging/MailClientActionResultObserver.hpp"
 #include "Messaging/MailClientObserver.hpp"
 #include "Messaging/OutboxObserver.hpp"
+#include "Messaging/OutboxStatus.hpp"
 #include "Messaging/ProjectMembers.hpp"
 #include "Messaging/RequestUnderWay.hpp"
 #include "OVRoot/Export.hpp"
@@ -106,9 +107,12 @@ public:
     void SetMailReadMessage(ClientMail& mail);
     void SetMailHistoricalMessage(ClientMail& mail);
 
-    /// Begins to deliver what the outbox holds, unless the client does so already. Online it does
-    /// by itself.
+    /// Begins to deliver what the outbox holds, unless the client does so already; a pause before
+    /// the next attempt ends, and offline one before the server is tried again. Online it does by
+    /// itself.
     void FlushOutbox() noexcept;
+    /// Why a mail of the outbox waits.
+    [[nodiscard]] OutboxStatus GetOutboxStatus(const ClientMail& mail) const;
     /// Whether mails are being delivered. What the outbox then still holds waits for something: the
     /// server, a recipient, or a process that knows its actions.
     [[nodiscard]] bool IsSending() const;

@@ -333,7 +333,17 @@ void MailListModel::_ProjectMembersChanged(ProjectMembers& members)
         if (state_->wantedSort == MailSort::Sender)
             StartJob();
     }
-    // Their photos and colours may be others as well.
+    TellAllChanged();  // their photos and colours may be others as well
+}
+
+void MailListModel::OutboxStatusChanged()
+{
+    if (state_->view == MailView::Outbox)
+        TellAllChanged();
+}
+
+void MailListModel::TellAllChanged()
+{
     if (const auto count = GetRowCount(); count != 0)
         observers_.Notify(
             [&](MailListModelObserver& observer) { observer.RowsChanged(*this, 0, count); });

@@ -64,6 +64,11 @@ public:
     [[nodiscard]] MailCounts GetCounts(MailView view) const noexcept;
 
     [[nodiscard]] MailSender GetSender(const ClientMail& mail) const;
+    /// Of a mail of the outbox view; a change of it is told as one of its row.
+    [[nodiscard]] OutboxStatus GetOutboxStatus(std::size_t row) const
+    {
+        return client_.GetOutboxStatus(*GetMail(row));
+    }
     /// The mails from the first that this one answers, directly or not, to the last answers to any
     /// of them, in the order of their times; those of the outbox as well. Empty for an unknown id.
     [[nodiscard]] MailList GetThread(const OV::UniString& id) const;
@@ -90,9 +95,11 @@ private:
     {}
     void MailsChanged(MailClient& client, const MailChanges& changes) override;
     void OutboxChanged() override;
+    void OutboxStatusChanged() override;
     void _ProjectMembersChanged(ProjectMembers& members) override;
 
     // Changes one by one.
+    void TellAllChanged();
     void Take(const MailChanges& changes, bool isOut);
     void Add(const OV::Ref<ClientMail>& mail, bool isOut);
     void Update(const OV::Ref<ClientMail>& mail);

@@ -206,4 +206,9 @@ void Outbox::TellObservers()
     observers_.Notify([](OutboxObserver& observer) { observer.OutboxChanged(); });
 }
 
+void Outbox::TellStatusObservers()
+{
+    observers_.Notify([](OutboxObserver& observer) { observer.OutboxStatusChanged(); });
+}
+
 }  // namespace SYC

@@ -58,6 +58,7 @@ public:
     }
     /// For the mail client, on its executor.
     void TellObservers();
+    void TellStatusObservers();
 
 private:
     /// Writes `change` of the file's content, under both locks, and logs what there is to tell when

@@ -138,6 +138,45 @@ TEST_F(MailCommandTest, ARequestIsGrantedOnceAndEndsWithItsAnswer)
     EXPECT_EQ(Mails("yuki.tanaka")[0].at("history"), true);
 }
 
+TEST_F(MailCommandTest, AListIsNarrowedSortedAndCut)
+{
+    const auto send = [&](std::vector<std::string> command) {
+        command.insert(command.end(), {"--to", "yuki.tanaka"});
+        return JsonAs("anna.novak", std::move(command)).at("sent") == true;
+    };
+    ASSERT_TRUE(send({"mail", "send", "-t", "wall north", "--importance", "high"}));
+    ASSERT_TRUE(send({"mail", "send", "-t", "ÜBER alles"}));
+    ASSERT_TRUE(send({"mail", "request", "-t", "wall south"}));
+    const std::string id = Mails("yuki.tanaka")[0].at("id");
+    EXPECT_EQ(As("yuki.tanaka", {"mail", "reply", id.substr(0, 6), "-t", "an answer"}).code, 0);
+    EXPECT_EQ(As("yuki.tanaka", {"mail", "read", id.substr(0, 5)}).code, 2);
+    using Texts = std::vector<std::string>;
+    const struct {
+        Texts command;
+        Texts texts;
+    } rows[] = {{{"list"}, {"wall north", "ÜBER alles", "wall south"}},
+                {{"list", "--unread"}, {"ÜBER alles", "wall south"}},
+                {{"list", "--waiting"}, {"wall south"}},
+                {{"list", "--sent"}, {"an answer"}},
+                {{"list", "--history"}, {}},
+                {{"list", "--all", "--search", "WALL anna"}, {"wall north", "wall south"}},
+                {{"list", "--search", "über"}, {"ÜBER alles"}},
+                {{"list", "--limit", "2"}, {"ÜBER alles", "wall south"}},
+                {{"list", "--limit", "1", "--sort", "importance"}, {"wall north"}},
+                {{"list", "--search", "wall", "--sort", "subject", "--reverse"},
+                 {"wall south", "wall north"}},
+                {{"thread", id}, {"wall north", "an answer"}}};
+    for (const auto& row : rows) {
+        auto command = row.command;
+        command.insert(command.begin(), "mail");
+        Texts texts;
+        const auto printed = JsonAs("yuki.tanaka", command);
+        for (const auto& mail : printed.begin().value())
+            texts.push_back(mail.at("text"));
+        EXPECT_EQ(texts, row.texts) << testing::PrintToString(row.command);
+    }
+}
+
 TEST_F(MailCommandTest, MembersComeWithPhotosSessionsAndPresence)
 {
     const auto photos = folder.Path() / "photos";

@@ -92,6 +92,14 @@ TEST_F(MailClientTest, TriesAgainByItselfOnceTheServerIsLessBusy)
     {
         const StoreLock lock(server.StorePath());
         anna->Send(u"a mail", {u"yuki.tanaka"});
+        const auto mail = *anna->client->GetOutboxMails().front();
+        SYC::OutboxStatus status;
+        anna->Await(
+            [&] { return (status = anna->client->GetOutboxStatus(mail)).nextTry.has_value(); },
+            "a pause");
+        EXPECT_EQ(status.reason, SYC::OutboxReason::TriedAgain);
+        EXPECT_TRUE(status.failure);
+        EXPECT_GT(*status.nextTry, std::chrono::steady_clock::now());
         anna->Await([&] { return anna->sent.size() > 1; }, "a second attempt");
     }
     anna->Await([&] { return anna->client->GetOutboxMails().empty(); }, "the delivery");
@@ -109,6 +117,10 @@ TEST_F(MailClientTest, ARefusedMailWaitsAndHoldsUpNoOther)
     anna->Await([&] { return anna->sent.size() == 2; }, "both results");
     EXPECT_EQ(anna->sent, (decltype(anna->sent){{u"to nobody", 12}, {u"to Yuki", Ok}}));
     ASSERT_EQ(anna->client->GetOutboxMails().size(), 1u);
+    const auto reasonOfFirst = [&] {
+        return anna->client->GetOutboxStatus(*anna->client->GetOutboxMails().front()).reason;
+    };
+    EXPECT_EQ(reasonOfFirst(), SYC::OutboxReason::Refused);
     anna->client->DeleteOutboxMails({refused});
     EXPECT_TRUE(anna->client->GetOutboxMails().empty());
     // A refusal of the user would meet every mail: one is enough.
@@ -120,12 +132,14 @@ TEST_F(MailClientTest, ARefusedMailWaitsAndHoldsUpNoOther)
     anna->Send(u"1", {u"yuki.tanaka"});
     anna->Send(u"2", {u"yuki.tanaka"});
     awaitEndOfFlush();
+    EXPECT_EQ(reasonOfFirst(), SYC::OutboxReason::Offline);
     RemoveMember(u"anna.novak");
     anna->SetPresence(PresenceState::Online);
     awaitEndOfFlush();
     EXPECT_EQ(anna->sent.size(), 3u);
     EXPECT_EQ(anna->sent.back(), (std::pair<OV::UniString, int>(u"1", 13)));
     EXPECT_EQ(anna->client->GetOutboxMails().size(), 2u);
+    EXPECT_EQ(reasonOfFirst(), SYC::OutboxReason::Refused);
     ClientMail toNobody;
     EXPECT_THROW(anna->client->SendMail({}, toNobody, nullptr), OV::IllegalArgumentException);
 }

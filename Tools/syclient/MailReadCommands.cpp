@@ -3,31 +3,121 @@
 #include "InterruptNote.hpp"
 #include "MailSubcommand.hpp"
 #include "MailView.hpp"
+#include "Messaging/MailListModel.hpp"
 #include "Numbers.hpp"
 
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
+#include <map>
 
 namespace {
 
+using SYC::MailSort;
+using SYC::MailView;
+
 struct ListArguments {
     bool withHistory = false;
+    bool isWaiting = false;
+    bool isSent = false;
+    bool isHistory = false;
+    bool isUnread = false;
+    bool isReversed = false;
+    std::string words;
+    MailSort sort = MailSort::Time;
+    std::size_t limit = 0;
 
-    void AddOptions(CLI::App& command) { command.add_flag("-a,--all", withHistory, "History too"); }
+    void AddOptions(CLI::App& command)
+    {
+        auto* all = command.add_flag("-a,--all", withHistory, "History too");
+        auto* waiting = command.add_flag("--waiting", isWaiting, "Open requests to the user");
+        auto* sent = command.add_flag("--sent", isSent, "What the user sent");
+        auto* history = command.add_flag("--history", isHistory, "What he is done with");
+        waiting->excludes(all)->excludes(sent)->excludes(history);
+        sent->excludes(all)->excludes(history);
+        history->excludes(all);
+        command.add_flag("--unread", isUnread, "Of these, what was received and not read");
+        command
+            .add_option("--search", words,
+                        "Of these, what has each of the words in the names of sender and "
+                        "recipients or in the text")
+            ->option_text("TEXT");
+        command
+            .add_option("--sort", sort,
+                        "By time, the newest last, or by another field, with the most important "
+                        "or the first in the alphabet first")
+            ->transform(CLI::CheckedTransformer(
+                std::map<std::string, MailSort>{{"time", MailSort::Time},
+                                                {"sender", MailSort::Sender},
+                                                {"importance", MailSort::Importance},
+                                                {"subject", MailSort::Subject}},
+                CLI::ignore_case))
+            ->option_text("time|sender|importance|subject");
+        command.add_flag("--reverse", isReversed, "The other way round");
+        command.add_option("--limit", limit, "So many: the newest, or the first of another order")
+            ->option_text("N")
+            ->check(Numbers::UpTo(1'000'000'000));
+    }
+
+    [[nodiscard]] MailView View() const
+    {
+        return isWaiting   ? MailView::Waiting
+               : isSent    ? MailView::Sent
+               : isHistory ? MailView::History
+                           : MailView::All;
+    }
+    /// History is shown to who asks for it; of what was sent, most is.
+    [[nodiscard]] bool Shows(const SYC::ClientMail& mail) const
+    {
+        return (withHistory || View() != MailView::All || !mail.IsHistorical()) &&
+               (!isUnread || (!mail.IsRead() && !mail.IsCopy()));
+    }
 };
+
+void AwaitRows(const SYC::MailListModel& model)
+{
+    while (!ProjectHost::WaitUntil([&] { return !model.IsBusy(); }))
+        continue;
+}
 
 void List(ProjectHost& host, Context& context, const ListArguments& arguments)
 {
     (void)host.RefreshMails();
+    SYC::MailListModel model(host.Mails(), host.Executor());
+    model.SetView(arguments.View());
+    model.SetSort(arguments.sort,
+                  arguments.sort == MailSort::Time || arguments.sort == MailSort::Importance);
+    model.SetSearch(OV::FromUtf8(arguments.words));
+    AwaitRows(model);
     SYC::MailClient::MailList mails;
-    for (const auto& mail : host.Mails().GetMails())
-        if (arguments.withHistory || !mail->IsHistorical())
-            mails.push_back(mail);
+    const auto limit = arguments.limit == 0 ? model.GetRowCount() : arguments.limit;
+    for (std::size_t row = 0; row < model.GetRowCount() && mails.size() < limit; ++row)
+        if (arguments.Shows(*model.GetMail(row)))
+            mails.push_back(model.GetMail(row));
+    if ((arguments.sort == MailSort::Time) != arguments.isReversed)
+        std::reverse(mails.begin(), mails.end());
     PrintMails(mails, "mails",
-               arguments.withHistory ? "No mails."
-                                     : "No mails, history apart; --all shows that too.",
+               arguments.withHistory || arguments.View() != MailView::All
+                   ? "No such mails."
+                   : "No such mails, history apart; --all shows that too.",
                context.output);
+}
+
+struct ThreadArguments {
+    std::string id;
+
+    void AddOptions(CLI::App& command) { AddMailIdOption(command, id, "Id of a mail"); }
+};
+
+void ShowThread(ProjectHost& host, Context& context, const ThreadArguments& arguments)
+{
+    (void)host.RefreshMails();
+    const auto mail = FindMail(host, context, arguments.id);
+    if (!mail)
+        return;
+    SYC::MailListModel model(host.Mails(), host.Executor());
+    AwaitRows(model);
+    PrintMails(model.GetThread(mail->GetId()), "thread", "", context.output);
 }
 
 /// An answer that was read leaves nothing to do about the request.
@@ -48,7 +138,7 @@ struct ReadArguments {
 
     void AddOptions(CLI::App& command)
     {
-        command.add_option("-i,--id", id, "Id of the mail")->required()->option_text("ID");
+        AddMailIdOption(command, id, "Id of the mail");
         command.add_flag("--keep-unread", keepUnread, "Do not mark it");
     }
 };
@@ -92,9 +182,7 @@ struct DeleteArguments {
 
     void AddOptions(CLI::App& command)
     {
-        command.add_option("-i,--id", ids, "Id of a mail; may be given again")
-            ->required()
-            ->option_text("ID");
+        AddMailIdOption(command, ids, "Id of a mail; may be given again");
     }
 };
 
@@ -165,7 +253,21 @@ void ShowOutbox(ProjectHost& host, Context& context, const OutboxArguments& argu
     if (arguments.flush && host.GoOnline())
         Flush(host);
     const auto waiting = host.Mails().GetOutboxMails();
-    PrintMails(waiting, "outbox", "The outbox is empty.", context.output);
+    // Why a mail waits is known once it was tried.
+    const auto reasonOf = [&](const SYC::ClientMail& mail) {
+        return SYC::ToText(host.Mails().GetOutboxStatus(mail));
+    };
+    PrintMails(waiting, "outbox", "The outbox is empty.", context.output,
+               [&](const SYC::ClientMail& mail) {
+                   auto json = MailJson(mail);
+                   if (arguments.flush)
+                       json["reason"] = ForJson(reasonOf(mail));
+                   return json;
+               });
+    if (arguments.flush && !context.output.json)
+        for (const auto& mail : waiting)
+            context.output.PrintLine(ForDisplay(mail->GetId()) + ": " +
+                                     ForDisplay(reasonOf(*mail)));
     const auto unknown = std::count_if(waiting.begin(), waiting.end(),
                                        [](const auto& mail) { return mail->HasUnknownActions(); });
     if (unknown > 0)
@@ -280,6 +382,8 @@ void Watch(ProjectHost& host, Context& context, const WatchArguments& arguments)
 void AddMailReadCommands(CLI::App& mail, Context& context)
 {
     AddMailSubcommand(mail, context, "list", "The mails received and sent, fetched anew", &List);
+    AddMailSubcommand(mail, context, "thread", "A mail, what it answers and its answers",
+                      &ShowThread);
     AddMailSubcommand(mail, context, "read", "Show one mail and mark it read", &Read);
     AddMailSubcommand(mail, context, "delete", "Delete mails, for this user alone", &Delete);
     AddMailSubcommand(mail, context, "outbox", "The mails that wait for delivery", &ShowOutbox);

@@ -70,7 +70,7 @@ struct AnswerArguments {
 
     void AddOptions(CLI::App& command)
     {
-        command.add_option("-i,--id", id, "Id of the mail")->required()->option_text("ID");
+        AddMailIdOption(command, id, "Id of the mail");
         letter.AddOptions(command, AnswersRequest() ? "none is needed"
                                                     : "standard input when it is missing");
     }

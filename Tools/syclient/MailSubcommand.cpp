@@ -5,7 +5,7 @@
 OV::Ref<SYC::ClientMail> FindMailAmong(const SYC::MailClient::MailList& mails, Context& context,
                                        const std::string& id)
 {
-    constexpr std::size_t shortestBeginning = 4;
+    constexpr std::size_t shortestBeginning = 6;
     const auto wanted = OV::FromUtf8(id);
     std::vector<OV::Ref<SYC::ClientMail>> found;
     for (const auto& mail : mails) {
@@ -17,9 +17,14 @@ OV::Ref<SYC::ClientMail> FindMailAmong(const SYC::MailClient::MailList& mails, C
     }
     if (found.size() == 1)
         return found.front();
-    context.exitCode = ExitCode::NotFound;
-    context.output.Error((found.empty() ? "There is no mail \"" : "Several mails begin with \"") +
-                         ForDisplay(wanted) + "\". \"syclient mail list\" shows the ids.");
+    const bool isShort = wanted.size() < shortestBeginning;
+    context.exitCode = found.empty() && !isShort ? ExitCode::NotFound : ExitCode::Usage;
+    const auto what =
+        isShort         ? std::string("An id is given by its first six letters or more, not by \"")
+        : found.empty() ? "There is no mail \""
+                        : std::to_string(found.size()) + " mails begin with \"";
+    context.output.Error(what + ForDisplay(wanted) +
+                         "\". \"syclient mail list --all\" shows the ids.");
     return {};
 }
 

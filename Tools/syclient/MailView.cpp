@@ -65,14 +65,8 @@ std::string Names(const ClientMail& mail)
 std::string Subject(const ClientMail& mail)
 {
     constexpr std::size_t longest = 60;
-    const auto& text = mail.GetBodyText();
-    const auto line = text.substr(0, text.find_first_of(u"\r\n"));
+    const auto line = mail.GetSubject();
     return line.size() <= longest ? ForDisplay(line) : ForDisplay(line.substr(0, longest)) + "...";
-}
-
-std::int32_t TimeOf(const ClientMail& mail)
-{
-    return mail.GetRepositoryTime() != 0 ? mail.GetRepositoryTime() : mail.GetSendingTime();
 }
 
 }  // namespace
@@ -84,7 +78,7 @@ std::vector<std::string> MailTableHeading()
 
 std::vector<std::string> MailTableRow(const ClientMail& mail, std::size_t idLength)
 {
-    return {TimeForDisplay(TimeOf(mail)),
+    return {TimeForDisplay(mail.GetTime()),
             ForDisplay(mail.GetSender()),
             Names(mail),
             TypeWord(mail.GetType()),
@@ -146,7 +140,7 @@ void PrintMail(const ClientMail& mail, const Output& output)
 
 std::string MailLine(const ClientMail& mail)
 {
-    return TimeForDisplay(TimeOf(mail)) + "  " + TypeWord(mail.GetType()) + " from " +
+    return TimeForDisplay(mail.GetTime()) + "  " + TypeWord(mail.GetType()) + " from " +
            ForDisplay(mail.GetSender()) + " to " + Names(mail) + ": " + Subject(mail) + "  " +
            ForDisplay(mail.GetId());
 }

@@ -14,13 +14,15 @@ void PrintMail(const SYC::ClientMail& mail, const Output& output);
 /// One line for a mail that arrives.
 [[nodiscard]] std::string MailLine(const SYC::ClientMail& mail);
 
-template <class Mails>
-void PrintMails(const Mails& mails, const char* key, const std::string& none, const Output& output)
+/// `none` stands for a table without rows; `jsonOf` makes what scripts get of a mail.
+template <class Mails, class JsonOf = decltype(&MailJson)>
+void PrintMails(const Mails& mails, const char* key, const std::string& none, const Output& output,
+                const JsonOf& jsonOf = &MailJson)
 {
     if (output.json) {
         Json list = Json::array();
         for (const auto& mail : mails)
-            list.push_back(MailJson(*mail));
+            list.push_back(jsonOf(*mail));
         output.PrintJson({{key, std::move(list)}});
         return;
     }

@@ -1,11 +1,9 @@
 #include "Messaging/Detail/MailDelivery.hpp"
 
-#include "Messaging/Detail/MailRequest.hpp"
 #include "OVRoot/Thread.hpp"
 #include "SYCommunication/ServerTrust.hpp"
 #include "SyncraProtocol/ErrorCode.hpp"
 
-#include <optional>
 #include <utility>
 
 namespace SYC {
@@ -92,8 +90,10 @@ void MailDelivery::MissWhenTaken(const OV::Array<OV::UniString>& ids, bool isMis
 void MailDelivery::ForgetSenders(const OV::Array<OV::UniString>& ids)
 {
     const OV::LockGuard guard(lock_);
-    for (const auto& id : ids)
+    for (const auto& id : ids) {
         senders_.erase(id);
+        refusals_.erase(id);
+    }
 }
 
 /// The mails are in the outbox whatever becomes of this attempt to deliver them.
@@ -179,11 +179,18 @@ bool MailDelivery::AwaitRetry() OV_NO_ANALYSIS
 {
     if (!presence_.IsOnline())
         return false;  // coming back starts a task
-    const std::chrono::milliseconds pause(retryPauses_.NextMilliseconds());
+    const auto next = std::chrono::steady_clock::now() +
+                      std::chrono::milliseconds(retryPauses_.NextMilliseconds());
+    {
+        const OV::LockGuard guard(lock_);
+        nextTry_ = next;
+    }
+    TellStatus();
     const auto token = OV::Thread::CurrentToken();
     std::unique_lock guard(lock_);
-    const bool isOvertaken = retryChanged_.wait_for(
-        guard, token, pause, [this]() OV_NO_ANALYSIS { return isSending_ || isClosed_; });
+    const bool isOvertaken = retryChanged_.wait_until(
+        guard, token, next, [this]() OV_NO_ANALYSIS { return isSending_ || isClosed_; });
+    nextTry_.reset();
     if (isOvertaken || token.stop_requested())
         return false;
     isSending_ = true;
@@ -193,52 +200,111 @@ bool MailDelivery::AwaitRetry() OV_NO_ANALYSIS
 /// Whether another attempt may go better without anybody's help.
 bool MailDelivery::SendOnce(OV::HashSet<OV::UniString>& passed)
 {
-    int resultOfMail = MailResult::Succeeded;
-    const int result = ResultOf(u"Reaching the server for the outbox",
-                                [&] { resultOfMail = SendWhileOnline(passed); });
-    if (result != MailResult::Succeeded)
-        if (const auto first = outbox_.First(passed))
-            ReportSent(*first, result);
+    MailOutcome ofMail;
+    const auto outcome =
+        OutcomeOf(u"Reaching the server for the outbox", [&] { ofMail = SendWhileOnline(passed); });
+    if (outcome.result != MailResult::Succeeded)
+        if (const auto first = outbox_.First(passed)) {
+            NoteOutcome(first->GetId(), outcome);
+            ReportSent(*first, outcome.result);
+        }
     outbox_.Save();
     ReportTaken();
-    return MayPassByItself(result) || MayPassByItself(resultOfMail);
+    return MayPassByItself(outcome.result) || MayPassByItself(ofMail.result);
 }
 
-/// The result of the mail that ended it.
-int MailDelivery::SendWhileOnline(OV::HashSet<OV::UniString>& passed)
+/// The outcome of the mail that ended it.
+MailOutcome MailDelivery::SendWhileOnline(OV::HashSet<OV::UniString>& passed)
 {
     // Last of all the presence: the outbox may be written meanwhile, and take its time.
     const auto next = [&] {
         auto first = outbox_.First(passed);
         return presence_.IsOnline() ? first : OV::Ref<ClientMail>();
     };
-    int result = MailResult::Succeeded;
+    MailOutcome outcome;
     if (!next())
-        return result;
+        return outcome;
     project_.Ask([&](Syncra::Client::SyncraClient& client) {
         while (const auto first = next()) {
             ClientMail mail = *first;
-            result = SendOne(client, mail);
-            if (result == MailResult::Succeeded) {
+            NoteSending(mail.GetId());
+            outcome = SendOne(client, mail);
+            NoteOutcome(mail.GetId(), outcome);
+            if (outcome.result == MailResult::Succeeded) {
                 outbox_.Delivered(mail.GetId());
                 retryPauses_.Reset();
             }
-            ReportSent(mail, result);
-            if (IsRefusalOfMail(result))
+            ReportSent(mail, outcome.result);
+            if (IsRefusalOfMail(outcome.result))
                 passed.insert(mail.GetId());
-            else if (result != MailResult::Succeeded)
+            else if (outcome.result != MailResult::Succeeded)
                 return;
         }
     });
-    return result;
+    return outcome;
 }
 
-int MailDelivery::SendOne(Syncra::Client::SyncraClient& client, ClientMail& mail)
+void MailDelivery::NoteSending(const OV::UniString& id)
+{
+    {
+        const OV::LockGuard guard(lock_);
+        sendingId_ = id;
+    }
+    TellStatus();
+}
+
+void MailDelivery::NoteOutcome(const OV::UniString& id, const MailOutcome& outcome)
+{
+    {
+        const OV::LockGuard guard(lock_);
+        sendingId_.clear();
+        refusals_.erase(id);
+        if (IsRefusalOfMail(outcome.result))
+            refusals_.emplace(id, outcome.failure);
+        else
+            failure_ = outcome.failure;
+    }
+    TellStatus();
+}
+
+OutboxStatus MailDelivery::GetStatus(const ClientMail& mail) const
+{
+    if (mail.HasUnknownActions())
+        return {OutboxReason::UnknownActions, {}, {}};
+    const OV::LockGuard guard(lock_);
+    if (sendingId_ == mail.GetId())
+        return {OutboxReason::Sending, {}, {}};
+    if (const auto refusal = refusals_.find(mail.GetId()); refusal != refusals_.end())
+        return {OutboxReason::Refused, refusal->second, {}};
+    if (!presence_.IsOnline())
+        return {presence_.IsHeldOffline() ? OutboxReason::WorkingOffline : OutboxReason::Offline,
+                {},
+                {}};
+    if (nextTry_)
+        return {OutboxReason::TriedAgain, failure_, nextTry_};
+    if (failure_ && !isSending_)
+        return {OutboxReason::Refused, failure_, {}};
+    return {OutboxReason::Queued, {}, {}};
+}
+
+void MailDelivery::TellStatus()
+{
+    if (isStatusToTell_.exchange(true))
+        return;
+    const bool isPosted = client_.GetTarget().Post([this] {
+        isStatusToTell_ = false;
+        outbox_.TellStatusObservers();
+    });
+    if (!isPosted)
+        isStatusToTell_ = false;
+}
+
+MailOutcome MailDelivery::SendOne(Syncra::Client::SyncraClient& client, ClientMail& mail)
 {
     Syncra::Protocol::Message message;
     if (mail.SyncraMessageConvertFrom(message) != OV::ChannelOk)
-        return MailResult::NotConverted;
-    return ResultOf(u"Sending a mail", [&] {
+        return {MailResult::NotConverted, MakeFailure(FailureKind::WrongInput)};
+    return OutcomeOf(u"Sending a mail", [&] {
         const auto serverId = client.SendMail(project_.GetProjectId(),
                                               mail.GetRecipientsLoginName(), message, mail.GetId());
         (void)client_.GetTarget().Post(

@@ -1,14 +1,19 @@
 #pragma once
 
 #include "Messaging/Detail/ActionResultTarget.hpp"
+#include "Messaging/Detail/MailRequest.hpp"
 #include "Messaging/Detail/OpenedProject.hpp"
 #include "Messaging/Outbox.hpp"
+#include "Messaging/OutboxStatus.hpp"
 #include "OVRoot/PooledExecutor.hpp"
 #include "SYClientBase/Backoff.hpp"
 #include "SYClientBase/PresenceService.hpp"
 
+#include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <functional>
+#include <optional>
 
 namespace SYC {
 
@@ -46,6 +51,10 @@ public:
     /// Begins to deliver what the outbox holds, unless that is under way.
     void Start() noexcept;
     [[nodiscard]] bool IsSending() const;
+    /// Of a mail of the outbox.
+    [[nodiscard]] OutboxStatus GetStatus(const ClientMail& mail) const;
+    /// Has the outbox's observers told that states changed, soon and once for many changes.
+    void TellStatus();
     /// From now on nothing begins any more; what is under way goes on.
     void Close();
     /// Interrupts what is under way. The destructor waits for its end.
@@ -69,8 +78,10 @@ private:
     void SendOutbox();
     [[nodiscard]] bool AwaitRetry();
     [[nodiscard]] bool SendOnce(OV::HashSet<OV::UniString>& passed);
-    [[nodiscard]] int SendWhileOnline(OV::HashSet<OV::UniString>& passed);
-    [[nodiscard]] int SendOne(Syncra::Client::SyncraClient& client, ClientMail& mail);
+    [[nodiscard]] MailOutcome SendWhileOnline(OV::HashSet<OV::UniString>& passed);
+    [[nodiscard]] MailOutcome SendOne(Syncra::Client::SyncraClient& client, ClientMail& mail);
+    void NoteSending(const OV::UniString& id);
+    void NoteOutcome(const OV::UniString& id, const MailOutcome& outcome);
     void ReportSent(const ClientMail& mail, int result);
     void ReportTaken();
     [[nodiscard]] bool SendTaskFinished();
@@ -90,6 +101,13 @@ private:
     std::condition_variable_any retryChanged_;
     SYCB::Backoff retryPauses_;  ///< of the worker's thread
     OV::HashTable<OV::UniString, Sender> senders_ OV_GUARDED_BY(lock_);
+    // What is told of the mails.
+    OV::UniString sendingId_ OV_GUARDED_BY(lock_);
+    std::optional<std::chrono::steady_clock::time_point> nextTry_ OV_GUARDED_BY(lock_);
+    /// Of the last attempt that met more than one mail.
+    Failure failure_ OV_GUARDED_BY(lock_);
+    OV::HashTable<OV::UniString, Failure> refusals_ OV_GUARDED_BY(lock_);
+    std::atomic<bool> isStatusToTell_ = false;
 
     OV::PooledExecutor worker_;
 };

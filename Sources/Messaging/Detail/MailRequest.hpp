@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Failure.hpp"
 #include "Messaging/MailClientActionResultObserver.hpp"
 #include "OVRoot/ExceptionText.hpp"
 #include "OVRoot/Logger.hpp"
@@ -16,22 +17,32 @@ inline void LogFailure(OV::UniStringView what) noexcept
     OV::LogCurrentException(OV::Logger::Library, u"SYC::MailClient: % failed: %", what);
 }
 
-/// Runs a request and gives its MailResult, whatever it throws; a failure is logged as one of
-/// `what`.
+/// How a request ended: its MailResult, and why it failed.
+struct MailOutcome {
+    int result = MailResult::Succeeded;
+    Failure failure;
+};
+
+/// Runs a request, whatever it throws; a failure is logged as one of `what`.
+template <class Request>
+[[nodiscard]] MailOutcome OutcomeOf(OV::UniStringView what, const Request& request)
+{
+    try {
+        request();
+        return {};
+    } catch (const Communication::ResponseContentException& refusal) {
+        LogFailure(what);
+        return {refusal.GetErrorCode(), DescribeException()};
+    } catch (...) {
+        LogFailure(what);
+        return {MailResult::NotReached, DescribeException()};
+    }
+}
+
 template <class Request>
 [[nodiscard]] int ResultOf(OV::UniStringView what, const Request& request)
 {
-    int result = MailResult::NotReached;
-    try {
-        request();
-        return MailResult::Succeeded;
-    } catch (const Communication::ResponseContentException& refusal) {
-        result = refusal.GetErrorCode();
-        LogFailure(what);
-    } catch (...) {
-        LogFailure(what);
-    }
-    return result;
+    return OutcomeOf(what, request).result;
 }
 
 }  // namespace SYC
