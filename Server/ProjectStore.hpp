@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Database.hpp"
+#include "Store/Database.hpp"
 #include "SyncraProtocol/Project.hpp"
 
 #include <optional>
@@ -22,6 +22,7 @@ public:
     /// In order of creation: those the user is a member of, and the public ones.
     [[nodiscard]] std::vector<Syncra::Protocol::Project> VisibleTo(const std::string& userId);
     [[nodiscard]] bool NameExists(const std::string& name);
+    /// Who writes holds the project from here on: one after the other changes what is in it.
     [[nodiscard]] std::optional<Syncra::Protocol::Project> Find(const std::string& projectId);
     [[nodiscard]] bool IsMember(const std::string& projectId, const std::string& userId);
 

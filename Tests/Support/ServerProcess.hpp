@@ -2,6 +2,7 @@
 
 #include "Support/ChildProcess.hpp"
 #include "Support/FileBytes.hpp"
+#include "Support/PostgresCluster.hpp"
 
 #include <algorithm>
 #include <cstdint>
@@ -40,6 +41,12 @@ public:
     [[nodiscard]] std::uint16_t ManagementPort() const { return ports_[1]; }
     [[nodiscard]] std::uint16_t MessagingPort() const { return ports_[2]; }
     [[nodiscard]] std::filesystem::path StorePath() const { return folder_ / "store.db"; }
+    /// As a server is told of a store: that path, or the URL of the database in its place.
+    [[nodiscard]] static std::string StoreName(const std::filesystem::path& path)
+    {
+        return PostgresCluster::IsWanted() ? PostgresCluster::Get().DatabaseOf(path)
+                                           : path.string();
+    }
     /// All that it wrote to standard error, over every start.
     [[nodiscard]] std::filesystem::path LogPath() const { return folder_ / "server.log"; }
     [[nodiscard]] const std::string& ReadyLine() const { return readyLine_; }
@@ -64,7 +71,7 @@ public:
     void Start()
     {
         std::vector<std::string> arguments{
-            "--data", StorePath(), "--port", std::to_string(ports_[0]),
+            "--store", StoreName(StorePath()), "--port", std::to_string(ports_[0]),
             // 0 follows the model port, which is itself 0 the first time.
             "--management-port", std::to_string(ports_[1]), "--messaging-port",
             std::to_string(ports_[2])};

@@ -1,7 +1,7 @@
-#include "StoreTools.hpp"
+#include "Store/Sqlite/StoreTools.hpp"
 
-#include "Database.hpp"
-#include "Schema.hpp"
+#include "Store/Database.hpp"
+#include "Store/Sqlite/Schema.hpp"
 
 #include "IO/File.hpp"
 #include "OVRoot/Logger.hpp"
