@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Store/News.hpp"
+
 #include <cstdint>
 #include <memory>
 #include <stdexcept>
@@ -160,6 +162,9 @@ public:
     /// Of who writes: until his transaction ends he is the only one of those who call this, for
     /// rules that are about more than what a statement holds.
     virtual void HoldAll() = 0;
+
+    /// How processes that share the store tell each other; none of a store that one process has.
+    [[nodiscard]] virtual std::unique_ptr<News> MakeNews(News::Heard heard) = 0;
 
     /// For a copy of a whole store, within a transaction: no trigger adds or counts anything until
     /// ResumeRules; rows go in as they are.

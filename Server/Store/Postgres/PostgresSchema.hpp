@@ -135,8 +135,17 @@ CREATE TABLE projects (
     last_logon_id BIGINT NOT NULL DEFAULT 0,
     description TEXT COLLATE "C" NOT NULL DEFAULT '',
     maximum_backups BIGINT NOT NULL DEFAULT 0,
-    mail_bytes BIGINT NOT NULL DEFAULT 0
+    mail_bytes BIGINT NOT NULL DEFAULT 0,
+    last_signal BIGINT NOT NULL DEFAULT 0
 ) WITH (fillfactor = 50);
+CREATE TABLE signals (
+    project_id TEXT COLLATE "C" NOT NULL REFERENCES projects(id) ON DELETE CASCADE,
+    sequence BIGINT NOT NULL,
+    id BIGINT NOT NULL,
+    audience TEXT COLLATE "C" NOT NULL,
+    changed TEXT COLLATE "C" NOT NULL,
+    PRIMARY KEY (project_id, sequence)
+);
 CREATE UNIQUE INDEX projects_by_name ON projects(lower(name));
 CREATE INDEX public_projects ON projects(id) WHERE is_public = 1;
 CREATE INDEX projects_by_category ON projects(category);

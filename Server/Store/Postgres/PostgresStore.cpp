@@ -1,6 +1,7 @@
 #include "Store/Postgres/PostgresStore.hpp"
 
 #include "Store/Postgres/PostgresConnection.hpp"
+#include "Store/Postgres/PostgresNews.hpp"
 #include "Store/Postgres/PostgresSchema.hpp"
 
 #include <algorithm>
@@ -24,6 +25,10 @@ public:
     }
     [[nodiscard]] std::size_t Writers() const override { return writers_; }
     void HoldAll() override { Prepare("SELECT pg_advisory_xact_lock(1852143969)").Step(); }
+    std::unique_ptr<News> MakeNews(News::Heard heard) override
+    {
+        return std::make_unique<PostgresNews>(url_, std::move(heard));
+    }
     void SuspendRules() override { SetRules("DISABLE"); }
     void ResumeRules() override { SetRules("ENABLE"); }
     std::int64_t LastNumber(const std::string& table) override

@@ -422,7 +422,8 @@ ALTER TABLE users ADD COLUMN photo TEXT NOT NULL DEFAULT '';
 UPDATE users SET photo = hex(randomblob(8)) WHERE id IN (SELECT user_id FROM photos);
 )",
     // Letter case is compared in the one form that every dialect of the statements has; the log
-    // tells the bytes of a mail.
+    // tells the bytes of a mail. Signals have places in the store, beyond every place that a
+    // process gave before.
     R"(
 DROP INDEX users_by_login;
 CREATE INDEX users_by_login ON users(lower(login));
@@ -440,6 +441,16 @@ CREATE INDEX project_categories_by_name ON project_categories(lower(name));
 CREATE INDEX modules_by_name ON modules(lower(name));
 DROP INDEX public_projects;
 CREATE INDEX public_projects ON projects(id) WHERE is_public = 1;
+CREATE TABLE signals (
+    project_id TEXT NOT NULL REFERENCES projects(id) ON DELETE CASCADE,
+    sequence INTEGER NOT NULL,
+    id INTEGER NOT NULL,
+    audience TEXT NOT NULL,
+    changed TEXT NOT NULL,
+    PRIMARY KEY (project_id, sequence)
+) WITHOUT ROWID;
+ALTER TABLE projects ADD COLUMN last_signal INTEGER NOT NULL DEFAULT 0;
+UPDATE projects SET last_signal = unixepoch();
 DROP TRIGGER mails_are_sent;
 CREATE TRIGGER mails_are_sent AFTER INSERT ON mail_keys
 BEGIN

@@ -297,6 +297,7 @@ public:
     }
     [[nodiscard]] std::size_t Writers() const override { return 1; }
     void HoldAll() override {}
+    std::unique_ptr<News> MakeNews(News::Heard) override { return nullptr; }
     void SuspendRules() override
     {
         auto query =
