@@ -149,14 +149,23 @@ TEST_F(SignalsTest, WhatOneServerRaisesReachesARequestThatAnotherOneHolds)
         ExpectSessionSignal(listener.End(), ++next);
         ExpectSessionSignal(here.End(), next);
     }
-    // The database goes while both hold, and nobody misses what is raised after that.
-    listener.Begin("GET", Held(next));
+    // The database goes while somebody holds, and he does not miss what is raised after that.
+    Client marco(other.ModelPort(), "marco.rossi", ServerProcess::Password);
+    Client lookout(other.MessagingPort(), "lookout", "lookout");
+    const nlohmann::json projects{{"projects", {Sample::HarbourBridge}}};
+    const std::string subscription =
+        lookout.Ask("POST", "/syncra/v1/presence/subscriptions", projects.dump())
+            .json.at("subscription");
+    const auto present = "/syncra/v1/presence?wait=0&after=0&subscription=" + subscription;
+    marco.Begin("GET", Held(next));
+    while (lookout.Ask("GET", present).json.at("present").size() < 2)
+        std::this_thread::yield();
     PostgresCluster::Get().Crash();
     PostgresCluster::Get().Start();
     while (actor.Ask("GET", "/syncra/v1/projects").status != 200)
         std::this_thread::yield();
     Raise(actor);
-    ExpectSessionSignal(listener.End(), ++next);
+    ExpectSessionSignal(marco.End(), ++next);
     // Back and forth: a place of one server is one of the other.
     Raise(actor);
     ExpectSessionSignal(here.Ask("GET", Held(next)), next + 1);
