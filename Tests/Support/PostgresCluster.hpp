@@ -2,6 +2,7 @@
 
 #include "Support/ChildProcess.hpp"
 
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
@@ -35,16 +36,22 @@ public:
         static PostgresCluster cluster;
         return cluster;
     }
-    /// The URL of the database that stands for a file of that path; made at its first use.
-    std::string DatabaseOf(const std::filesystem::path& path)
+    /// The URL of the database that stands for a file of that path; made at its first use, as a
+    /// copy of another one, which nobody may use meanwhile. All go with the cluster.
+    std::string DatabaseOf(const std::filesystem::path& path,
+                           const std::string& original = "template1")
     {
         if (!databases_.contains(path)) {
-            DropForgotten();
-            const auto name = "store" + std::to_string(++lastDatabase_);
-            Ask(UrlOf("postgres"), "CREATE DATABASE " + name);
+            const auto name = "store" + std::to_string(databases_.size());
+            Ask(UrlOf("postgres"), "CREATE DATABASE " + name + " TEMPLATE " + original +
+                                       " STRATEGY file_copy");  // no bytes for the log
             databases_[path] = name;
         }
         return UrlOf(databases_[path]);
+    }
+    [[nodiscard]] std::string UrlOf(const std::string& database) const
+    {
+        return "postgresql://nexar@/" + database + "?host=" + folder_.string();
     }
     /// What the statements select, a line a row with its columns in a row.
     static std::string Ask(const std::string& url, const std::string& sql)
@@ -97,7 +104,7 @@ private:
     PostgresCluster()
     {
         // The path of a socket holds 107 bytes.
-        std::string pattern = std::filesystem::temp_directory_path() / "syclient-pg-XXXXXX";
+        std::string pattern = Place() / "syclient-pg-XXXXXX";
         if (mkdtemp(pattern.data()) == nullptr)
             throw std::runtime_error("no folder for a PostgreSQL cluster can be made");
         folder_ = pattern;
@@ -111,13 +118,20 @@ private:
             throw std::runtime_error("no PostgreSQL cluster can be made: is it installed?");
         Start();
     }
+    /// Memory where there is enough of it: each database is 9 MB of files, and a disk that others
+    /// write to takes more time than all tests.
+    static std::filesystem::path Place()
+    {
+        constexpr std::uintmax_t enough = std::uintmax_t{2} << 30;
+        const std::filesystem::path memory = "/dev/shm";
+        std::error_code missing;
+        const auto room = std::filesystem::space(memory, missing);
+        return !missing && room.available >= enough ? memory
+                                                    : std::filesystem::temp_directory_path();
+    }
     static std::string Program(const char* name)
     {
         return std::string("/usr/lib/postgresql/15/bin/") + name;
-    }
-    [[nodiscard]] std::string UrlOf(const std::string& database) const
-    {
-        return "postgresql://nexar@/" + database + "?host=" + folder_.string();
     }
     ChildProcess AsOtherUser(const std::vector<std::string>& arguments) const
     {
@@ -145,22 +159,9 @@ private:
         server_->Wait();
         server_.reset();
     }
-    /// Those of tests that have ended, whose folders are gone.
-    void DropForgotten()
-    {
-        for (auto each = databases_.begin(); each != databases_.end();) {
-            if (std::filesystem::exists(each->first.parent_path())) {
-                ++each;
-                continue;
-            }
-            Ask(UrlOf("postgres"), "DROP DATABASE " + each->second + " WITH (FORCE)");
-            each = databases_.erase(each);
-        }
-    }
 
     const passwd* user_ = geteuid() == 0 ? getpwnam("postgres") : nullptr;
     std::filesystem::path folder_;
     std::optional<ChildProcess> server_;
     std::map<std::filesystem::path, std::string> databases_;
-    int lastDatabase_ = 0;
 };
