@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Database.hpp"
 #include "Limits.hpp"
+#include "Store/Database.hpp"
 #include "SyncraProtocol/EventLogPage.hpp"
 
 namespace Nexar {

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Database.hpp"
 #include "OVRoot/UniString.hpp"
+#include "Store/Database.hpp"
 
 #include <string>
 #include <vector>

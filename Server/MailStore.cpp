@@ -50,17 +50,17 @@ constexpr FlagStatements StatementsOf(MailFlag flag)
     // The larger of the two changes is what the index holds.
     if (flag == MailFlag::Read)
         return {"SELECT m.id, e.is_read FROM mail_entries e JOIN mails m ON m.number = e.mail "
-                "WHERE e.user_id = ?1 AND e.project_id = ?2 "
-                "AND max(e.read_change, e.historical_change) > ?3 AND e.read_change > ?3",
-                "UPDATE mail_entries SET is_read = ?4, read_change = ?5 "
-                "WHERE user_id = ?1 AND project_id = ?2 AND (time_stamp, mail) = "
-                "(SELECT time_stamp, number FROM mails WHERE id = ?3) AND is_read <> ?4"};
+                "WHERE e.user_id = $1 AND e.project_id = $2 "
+                "AND max(e.read_change, e.historical_change) > $3 AND e.read_change > $3",
+                "UPDATE mail_entries SET is_read = $4, read_change = $5 "
+                "WHERE user_id = $1 AND project_id = $2 AND (time_stamp, mail) = "
+                "(SELECT time_stamp, number FROM mails WHERE id = $3) AND is_read <> $4"};
     return {"SELECT m.id, e.is_historical FROM mail_entries e JOIN mails m ON m.number = e.mail "
-            "WHERE e.user_id = ?1 AND e.project_id = ?2 "
-            "AND max(e.read_change, e.historical_change) > ?3 AND e.historical_change > ?3",
-            "UPDATE mail_entries SET is_historical = ?4, historical_change = ?5 "
-            "WHERE user_id = ?1 AND project_id = ?2 AND (time_stamp, mail) = "
-            "(SELECT time_stamp, number FROM mails WHERE id = ?3) AND is_historical <> ?4"};
+            "WHERE e.user_id = $1 AND e.project_id = $2 "
+            "AND max(e.read_change, e.historical_change) > $3 AND e.historical_change > $3",
+            "UPDATE mail_entries SET is_historical = $4, historical_change = $5 "
+            "WHERE user_id = $1 AND project_id = $2 AND (time_stamp, mail) = "
+            "(SELECT time_stamp, number FROM mails WHERE id = $3) AND is_historical <> $4"};
 }
 
 }  // namespace
@@ -91,7 +91,7 @@ Delivery MailStore::Deliver(const OutgoingMail& mail)
 std::string MailStore::FindDelivered(const OutgoingMail& mail)
 {
     auto query = database_.Prepare(
-        "SELECT mail_id FROM mail_keys WHERE project_id = ?1 AND sender_id = ?2 AND key = ?3");
+        "SELECT mail_id FROM mail_keys WHERE project_id = $1 AND sender_id = $2 AND key = $3");
     query.Bind(1, mail.projectId).Bind(2, mail.senderId).Bind(3, mail.key);
     return query.Step() ? query.Text(0) : std::string();
 }
@@ -102,10 +102,10 @@ std::set<std::string> MailStore::FindRecipients(const OutgoingMail& mail)
     for (const auto& login : mail.recipients) {
         // Two accounts may differ in letter case alone; the exact one is meant then. The names
         // first: a project has many members, and a mail few recipients.
-        auto query =
-            database_.Prepare("SELECT u.id FROM users u CROSS JOIN members m ON m.user_id = u.id "
-                              "WHERE u.login = ?1 COLLATE NOCASE AND m.project_id = ?2 "
-                              "ORDER BY u.login = ?1 DESC");
+        auto query = database_.Prepare("SELECT u.id FROM users u CROSS JOIN members m "
+                                       "WHERE lower(u.login) = lower($1) AND m.user_id = u.id "
+                                       "AND m.project_id = $2 "
+                                       "ORDER BY u.login = $1 DESC");
         if (!query.Bind(1, login).Bind(2, mail.projectId).Step())
             throw Refusal(ErrorCode::NotFound,
                           "\"" + login + "\" is no member of this project; nobody got the mail.");
@@ -119,14 +119,14 @@ void MailStore::RequireRoom(const OutgoingMail& mail, const std::set<std::string
     const auto refuse = [](const std::string& what) {
         throw Refusal(ErrorCode::TooLarge, what + " Nobody got the mail.");
     };
-    auto project = database_.Prepare("SELECT mail_bytes FROM projects WHERE id = ?1");
+    auto project = database_.Prepare("SELECT mail_bytes FROM projects WHERE id = $1");
     if (project.Bind(1, mail.projectId).Step() &&
         static_cast<std::uint64_t>(project.Number(0)) + mail.header.size() + mail.body.size() >
             limits_.mailBytesOfProject)
         refuse("The mails of this project take all the room that they may have; delete some.");
     for (const auto& userId : users) {
         auto box = database_.Prepare("SELECT m.mails, u.login FROM members m JOIN users u "
-                                     "ON u.id = m.user_id WHERE project_id = ?1 AND user_id = ?2");
+                                     "ON u.id = m.user_id WHERE project_id = $1 AND user_id = $2");
         if (box.Bind(1, mail.projectId).Bind(2, userId).Step() &&
             static_cast<std::size_t>(box.Number(0)) >= limits_.mailsOfBox)
             refuse("The box of \"" + box.Text(1) + "\" is full; he must delete mails.");
@@ -136,8 +136,8 @@ void MailStore::RequireRoom(const OutgoingMail& mail, const std::set<std::string
 MailStore::Stamp MailStore::NextStamp(const std::string& projectId)
 {
     // The clock may go back, the times of a project may not: clients ask for "since".
-    auto update = database_.Prepare("UPDATE projects SET last_mail_time = max(last_mail_time, ?2), "
-                                    "last_mail_change = last_mail_change + 1 WHERE id = ?1 "
+    auto update = database_.Prepare("UPDATE projects SET last_mail_time = max(last_mail_time, $2), "
+                                    "last_mail_change = last_mail_change + 1 WHERE id = $1 "
                                     "RETURNING last_mail_time, last_mail_change");
     update.Bind(1, projectId).Bind(2, std::int64_t{OV::Clock::Current().Now()}).Step();
     const Stamp stamp{update.Number(0), update.Number(1)};
@@ -147,28 +147,31 @@ MailStore::Stamp MailStore::NextStamp(const std::string& projectId)
 
 std::int64_t MailStore::AddMail(const OutgoingMail& mail, const std::string& id, std::int64_t time)
 {
-    database_
-        .Prepare("INSERT INTO mails (id, project_id, time_stamp, header, body, size) "
-                 "VALUES (?1, ?2, ?3, ?4, ?5, ?6)")
-        .Bind(1, id)
+    auto insert =
+        database_.Prepare("INSERT INTO mails (id, project_id, time_stamp, header, body, size) "
+                          "VALUES ($1, $2, $3, $4, $5, $6) RETURNING number");
+    insert.Bind(1, id)
         .Bind(2, mail.projectId)
         .Bind(3, time)
         .Bind(4, mail.header)
         .Bind(5, mail.body)
         .Bind(6, static_cast<std::int64_t>(mail.header.size() + mail.body.size()))
-        .Run();
-    return database_.LastRowId();
+        .Step();
+    const std::int64_t number = insert.Number(0);
+    insert.Run();
+    return number;
 }
 
 void MailStore::AddKey(const OutgoingMail& mail, const std::string& id)
 {
     database_
         .Prepare("INSERT INTO mail_keys (project_id, sender_id, key, mail_id, time) "
-                 "VALUES (?1, ?2, ?3, ?4, unixepoch())")
+                 "VALUES ($1, $2, $3, $4, $5)")
         .Bind(1, mail.projectId)
         .Bind(2, mail.senderId)
         .Bind(3, mail.key)
         .Bind(4, id)
+        .Bind(5, std::int64_t{OV::Clock::Current().Now()})
         .Run();
 }
 
@@ -178,7 +181,7 @@ void MailStore::AddEntry(const MailBox& box, const MailPlace& place, bool isCopy
     database_
         .Prepare("INSERT INTO mail_entries (user_id, project_id, time_stamp, mail, is_copy, "
                  "is_read, read_change, historical_change) "
-                 "VALUES (?1, ?2, ?3, ?4, ?5, ?5, ?6, ?6)")
+                 "VALUES ($1, $2, $3, $4, $5, $5, $6, $6)")
         .Bind(1, box.userId)
         .Bind(2, box.projectId)
         .Bind(3, place.time)
@@ -194,8 +197,8 @@ std::string MailStore::PageJson(const MailBox& box, const MailPlace& from)
     auto query = database_.Prepare(
         "SELECT e.mail, m.id, e.time_stamp, e.is_copy, e.is_read, e.is_historical, m.header, "
         "m.body FROM mail_entries e JOIN mails m ON m.number = e.mail "
-        "WHERE e.user_id = ?1 AND e.project_id = ?2 AND (e.time_stamp, e.mail) >= (?3, ?4) "
-        "ORDER BY e.time_stamp, e.mail");
+        "WHERE e.user_id = $1 AND e.project_id = $2 AND (e.time_stamp, e.mail) >= ($3, $4) "
+        "ORDER BY e.time_stamp, e.mail /* by parts */");
     query.Bind(1, box.userId).Bind(2, box.projectId).Bind(3, from.time).Bind(4, from.number);
     std::string page = "{\"mails\":[";
     std::string cursor;
@@ -243,8 +246,8 @@ void MailStore::Delete(const MailBox& box, const std::vector<std::string>& ids)
 {
     Transaction transaction(database_);
     auto remove = database_.Prepare(
-        "DELETE FROM mail_entries WHERE user_id = ?1 AND project_id = ?2 "
-        "AND (time_stamp, mail) = (SELECT time_stamp, number FROM mails WHERE id = ?3)");
+        "DELETE FROM mail_entries WHERE user_id = $1 AND project_id = $2 "
+        "AND (time_stamp, mail) = (SELECT time_stamp, number FROM mails WHERE id = $3)");
     remove.Bind(1, box.userId).Bind(2, box.projectId);
     for (const auto& id : ids) {
         remove.Bind(3, id).Run();
@@ -256,10 +259,10 @@ void MailStore::Delete(const MailBox& box, const std::vector<std::string>& ids)
 std::vector<std::string> MailStore::Deleted(const MailBox& box, const OV::Array<OV::UniString>& ids)
 {
     auto query = database_.Prepare(
-        "SELECT mail_id FROM mail_keys WHERE +project_id = ?1 "
-        "AND mail_id IN (SELECT value FROM json_each(?3)) AND NOT EXISTS "
+        "SELECT mail_id FROM mail_keys WHERE project_id || '' = $1 "
+        "AND mail_id IN (SELECT value FROM json_each($3)) AND NOT EXISTS "
         "(SELECT 1 FROM mail_entries JOIN mails ON number = mail WHERE id = mail_id "
-        "AND user_id = ?2)");
+        "AND user_id = $2)");
     query.Bind(1, box.projectId).Bind(2, box.userId).Bind(3, Syncra::Protocol::WriteJson(ids));
     std::vector<std::string> deleted;
     while (query.Step())
@@ -269,7 +272,7 @@ std::vector<std::string> MailStore::Deleted(const MailBox& box, const OV::Array<
 
 std::int64_t MailStore::LastChange(const std::string& projectId)
 {
-    auto query = database_.Prepare("SELECT last_mail_change FROM projects WHERE id = ?1");
+    auto query = database_.Prepare("SELECT last_mail_change FROM projects WHERE id = $1");
     return query.Bind(1, projectId).Step() ? query.Number(0) : 0;
 }
 

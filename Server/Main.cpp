@@ -1,4 +1,3 @@
-#include "Database.hpp"
 #include "EventLogService.hpp"
 #include "HttpServer.hpp"
 #include "LogWriter.hpp"
@@ -13,7 +12,9 @@
 #include "Process.hpp"
 #include "Sample.hpp"
 #include "SignInService.hpp"
-#include "StoreTools.hpp"
+#include "Store/Copy.hpp"
+#include "Store/OpenStore.hpp"
+#include "Store/Sqlite/StoreTools.hpp"
 #include "Tls.hpp"
 
 #include "IO/File.hpp"
@@ -74,8 +75,11 @@ struct ResetLog {
     ~ResetLog() { OV::Logger::SetSink({}); }
 };
 
-std::string StorePath(const Options& options)
+/// A path, or a URL.
+std::string StoreName(const Options& options)
 {
+    if (!options.store.empty())
+        return options.store;
     if (!options.data.empty())
         return options.data;
     return IO::GetCompanyFolder(IO::SpecialFolder::ApplicationData)
@@ -128,15 +132,16 @@ void AddUser(Database& database, PasswordHash& hash, const Options& options)
     if (password.empty())
         throw std::runtime_error(
             "The password is empty. Give it in --password-file or on standard input.");
-    Rules::CheckPassword(database, OV::FromUtf8(password));
+    const std::string made = hash.Make(password);
     const std::string& login = *options.newUser;
+    Transaction transaction(database);
+    database.HoldAll();
+    Rules::CheckPassword(database, OV::FromUtf8(password));
     Rules::CheckLoginName(OV::FromUtf8(login));
     UserStore users(database);
     if (users.LoginExists(login))
         throw std::runtime_error("There is a user \"" + login + "\" already.");
-    const StoredUser user{OV::ToUtf8(OV::Guid::Generate().ToText()), login, login,
-                          hash.Make(password)};
-    Transaction transaction(database);
+    const StoredUser user{OV::ToUtf8(OV::Guid::Generate().ToText()), login, login, made};
     // Somebody must be able to manage the server.
     const bool isFirst = users.IsEmpty();
     users.Add(user);
@@ -155,8 +160,8 @@ public:
           workers_(server_, database, options.readers, options.userLimits.waitingWork),
           users_(database), projects_(database), members_(database), sessions_(database),
           mailStore_(database, options.userLimits), groups_(database), photos_(database),
-          presence_(server_, std::chrono::milliseconds(options.presenceGrace)), signals_(server_),
-          passwords_(server_, options.userLimits, hash),
+          presence_(server_, std::chrono::milliseconds(options.presenceGrace)),
+          signals_(server_, workers_, database), passwords_(server_, options.userLimits, hash),
           signIn_(workers_, users_, passwords_, tokens_),
           model_(options.userLimits, projects_, members_, sessions_, signals_, presence_),
           mails_(options.userLimits, users_, projects_, mailStore_, signals_),
@@ -164,7 +169,7 @@ public:
                       passwords_, tokens_),
           messaging_(server_, options.userLimits, projects_, presence_), eventLog_(database),
           events_(server_, workers_, options.userLimits, projects_, sessions_, groups_, eventLog_),
-          operation_(server_, workers_, passwords_, metrics_, StorePath(options))
+          operation_(server_, database, workers_, passwords_, metrics_, StoreName(options))
     {
         for (Router* router : {&modelRouter_, &managementRouter_})
             signIn_.AddRoutes(*router);
@@ -244,7 +249,7 @@ private:
     AuditLog audit_;
     Router::Watch watch_;
     Router modelRouter_{tokens_, users_, workers_, watch_};
-    Router managementRouter_{tokens_, users_, workers_, watch_};
+    Router managementRouter_{tokens_, users_, workers_, watch_, StoreWorkers::Order::OneByOne};
     Router messagingRouter_{tokens_, users_, workers_, watch_};
     HttpServer server_;
     TokenTable tokens_;
@@ -276,8 +281,11 @@ void Serve(const Options& options)
     SendLogTo(writer, options.logsJson);
     const ResetLog reset;
     PasswordHash hash(options.cost);
-    StoreTools::KeepPrivate(StorePath(options));
-    Database database(StorePath(options));
+    const std::string name = StoreName(options);
+    if (!IsPostgresStore(name))
+        StoreTools::KeepPrivate(name);
+    const auto store = OpenStore(name, options.writers);
+    Database& database = *store;
     if (options.newUser) {
         AddUser(database, hash, options);
         return;
@@ -296,9 +304,26 @@ void Serve(const Options& options)
     OV::Logger::Info("nexar-server", u"Stopped.");
 }
 
+void Copy(const Options& options)
+{
+    const auto from = OpenStore(options.from, options.writers);
+    const auto to = OpenStore(options.to, options.writers);
+    std::uint64_t rows = 0;
+    for (const auto& table : CopyStore(*from, *to)) {
+        std::cout << table.name << ' ' << table.rows << ' ' << table.digest << '\n';
+        rows += table.rows;
+    }
+    std::cout << rows << " rows were copied, and read back the same.\n";
+}
+
 void RunCommand(const Options& options)
 {
-    const std::string store = StorePath(options);
+    if (options.command == Options::Command::Copy)
+        return Copy(options);
+    const std::string store = StoreName(options);
+    if (options.command != Options::Command::Serve && IsPostgresStore(store))
+        throw std::runtime_error("This is for a store in a file. PostgreSQL has tools of its own: "
+                                 "pg_dump, pg_restore, pg_amcheck, VACUUM.");
     switch (options.command) {
     case Options::Command::Backup:
         return StoreTools::Backup(store, options.file);
@@ -317,6 +342,7 @@ void RunCommand(const Options& options)
     case Options::Command::Compact:
         return StoreTools::Compact(store);
     case Options::Command::Serve:
+    case Options::Command::Copy:
         break;
     }
     if (options.certificateHost)

@@ -15,19 +15,20 @@ namespace {
 constexpr std::int64_t LastLogonId = 32767;
 
 constexpr const char* MayAnywhere =
-    "SELECT 1 FROM members m JOIN roles r ON r.name = m.role JOIN permissions p ON p.name = ?1 "
-    "WHERE m.user_id = ?2 AND " NEXAR_ROLE_HAS_PERMISSION;
+    "SELECT 1 FROM members m JOIN roles r ON r.name = m.role JOIN permissions p ON p.name = $1 "
+    "WHERE m.user_id = $2 AND " NEXAR_ROLE_HAS_PERMISSION;
 constexpr const char* MayInProject =
-    "SELECT 1 FROM members m JOIN roles r ON r.name = m.role JOIN permissions p ON p.name = ?1 "
-    "WHERE m.user_id = ?2 AND m.project_id = ?3 AND " NEXAR_ROLE_HAS_PERMISSION;
+    "SELECT 1 FROM members m JOIN roles r ON r.name = m.role JOIN permissions p ON p.name = $1 "
+    "WHERE m.user_id = $2 AND m.project_id = $3 AND " NEXAR_ROLE_HAS_PERMISSION;
 
 #define NEXAR_COLUMNS_OF_MEMBER "m.logon_id, u.login, u.full_name, u.id, u.color, m.role"
 #define NEXAR_MEMBERS_AT_WORK                                                                      \
     "SELECT " NEXAR_COLUMNS_OF_MEMBER ", u.photo, "                                                \
-    "iif(s.id IS NULL, '', coalesce(nullif(a.value, ''), 'Normal')) "                              \
-    "FROM members m CROSS JOIN users u ON u.id = m.user_id LEFT JOIN sessions s "                  \
+    "CASE WHEN s.id IS NULL THEN '' ELSE coalesce(nullif(a.value, ''), 'Normal') END "             \
+    "FROM members m CROSS JOIN users u LEFT JOIN sessions s "                                      \
     "ON s.project_id = m.project_id AND s.user_id = m.user_id LEFT JOIN session_attributes a "     \
-    "ON a.session_id = s.id AND a.name = 'SessionType' WHERE m.project_id = ?1"
+    "ON a.session_id = s.id AND a.name = 'SessionType' "                                           \
+    "WHERE u.id = m.user_id AND m.project_id = $1"
 
 template <class Member>
 Member ReadMember(const Statement& row)
@@ -48,7 +49,7 @@ std::vector<Member> MemberStore::List(const std::string& projectId)
 {
     auto query = database_.Prepare("SELECT " NEXAR_COLUMNS_OF_MEMBER
                                    " FROM members m JOIN users u ON u.id = m.user_id "
-                                   "WHERE m.project_id = ?1 ORDER BY m.logon_id");
+                                   "WHERE m.project_id = $1 ORDER BY m.logon_id");
     query.Bind(1, projectId);
     RolePermissions permissions(database_);
     std::vector<Member> members;
@@ -81,7 +82,7 @@ MemberChangesBody MemberStore::Changes(const std::string& projectId,
         return body;
     }
     for (const auto& user : *users) {
-        auto query = database_.Prepare(NEXAR_MEMBERS_AT_WORK " AND m.user_id = ?2");
+        auto query = database_.Prepare(NEXAR_MEMBERS_AT_WORK " AND m.user_id = $2");
         if (query.Bind(1, projectId).Bind(2, user).Step())
             take(query);
         else
@@ -94,15 +95,15 @@ bool MemberStore::Add(const std::string& projectId, const std::string& userId,
                       const std::string& role)
 {
     {
-        auto last = database_.Prepare("SELECT last_logon_id FROM projects WHERE id = ?1");
+        auto last = database_.Prepare("SELECT last_logon_id FROM projects WHERE id = $1");
         if (last.Bind(1, projectId).Step() && last.Number(0) >= LastLogonId)
             throw Refusal(Syncra::Protocol::ErrorCode::TooLarge,
                           "This project has had 32767 members; it takes no more.");
     }
     // A trigger of the table counts the numbers.
     return database_
-               .Prepare("INSERT INTO members (project_id, user_id, role, logon_id) VALUES (?1, ?2, "
-                        "?3, (SELECT last_logon_id + 1 FROM projects WHERE id = ?1)) "
+               .Prepare("INSERT INTO members (project_id, user_id, role, logon_id) VALUES ($1, $2, "
+                        "$3, (SELECT last_logon_id + 1 FROM projects WHERE id = $1)) "
                         "ON CONFLICT (project_id, user_id) DO NOTHING")
                .Bind(1, projectId)
                .Bind(2, userId)
@@ -113,7 +114,7 @@ bool MemberStore::Add(const std::string& projectId, const std::string& userId,
 bool MemberStore::SetRole(const std::string& projectId, const std::string& userId,
                           const std::string& role)
 {
-    return database_.Prepare("UPDATE members SET role = ?3 WHERE project_id = ?1 AND user_id = ?2")
+    return database_.Prepare("UPDATE members SET role = $3 WHERE project_id = $1 AND user_id = $2")
                .Bind(1, projectId)
                .Bind(2, userId)
                .Bind(3, role)
@@ -122,7 +123,7 @@ bool MemberStore::SetRole(const std::string& projectId, const std::string& userI
 
 bool MemberStore::Remove(const std::string& projectId, const std::string& userId)
 {
-    return database_.Prepare("DELETE FROM members WHERE project_id = ?1 AND user_id = ?2")
+    return database_.Prepare("DELETE FROM members WHERE project_id = $1 AND user_id = $2")
                .Bind(1, projectId)
                .Bind(2, userId)
                .Run() == 1;
@@ -151,7 +152,7 @@ bool MemberStore::HasPermissionsOf(const std::string& projectId, const std::stri
 std::string MemberStore::RoleOf(const std::string& projectId, const std::string& userId)
 {
     auto query =
-        database_.Prepare("SELECT role FROM members WHERE project_id = ?1 AND user_id = ?2");
+        database_.Prepare("SELECT role FROM members WHERE project_id = $1 AND user_id = $2");
     return query.Bind(1, projectId).Bind(2, userId).Step() ? query.Text(0) : std::string();
 }
 
@@ -165,8 +166,8 @@ const OV::HashSet<OV::UniString>& RolePermissions::Of(const std::string& role)
     const auto [found, isNew] = sets_.try_emplace(role);
     if (isNew) {
         auto query =
-            database_.Prepare("SELECT p.name FROM roles r JOIN permissions p "
-                              "WHERE r.name = ?1 AND " NEXAR_ROLE_HAS_PERMISSION " /* all */");
+            database_.Prepare("SELECT p.name FROM roles r CROSS JOIN permissions p "
+                              "WHERE r.name = $1 AND " NEXAR_ROLE_HAS_PERMISSION " /* all */");
         query.Bind(1, role);
         while (query.Step())
             found->second.insert(OV::FromUtf8(query.Text(0)));

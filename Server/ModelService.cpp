@@ -23,8 +23,7 @@ void ModelService::AddRoutes(Router& router)
     AddSessionRoutes(router);
     AddAttributeRoutes(router);
     router.AddAsync(
-        "GET", "/syncra/v1/signals",
-        [this](const Call& call) { RequireMembership(projects_, call, call.QueryText("project")); },
+        "GET", "/syncra/v1/signals", [this](Call& call) { ReadSignals(call); },
         [this](const Call& call, const Reply& reply) { WaitForSignals(call, reply); });
 }
 
@@ -65,19 +64,15 @@ void ModelService::AddMemberRoutes(Router& router)
         RequireMembership(projects_, call, call.parameters[0]);
         return MemberList{members_.List(call.parameters[0])};
     });
-    // The place is of before the store is read: what changes meanwhile is told once more.
-    router.AddAsync(
-        "GET", "/syncra/v1/projects/{}/members/changes", nullptr,
-        [this, &router](Call call, const Reply& reply) {
-            auto changed =
-                signals_.MembersChangedAfter(call.parameters[0], call.QueryText("after"));
-            router.AnswerReading(std::move(call), reply, [this, changed](const Call& asked) {
-                RequireMembership(projects_, asked, asked.parameters[0]);
-                auto body = members_.Changes(asked.parameters[0], changed.since);
-                body.changes.place = OV::FromUtf8(changed.place);
-                return WriteJson(body);
-            });
-        });
+    router.Add("GET", "/syncra/v1/projects/{}/members/changes", [this](const Call& call) {
+        const auto& projectId = call.parameters[0];
+        RequireMembership(projects_, call, projectId);
+        const auto changed =
+            signals_.Store().MembersChangedAfter(projectId, call.QueryText("after"));
+        auto body = members_.Changes(projectId, changed.since);
+        body.changes.place = OV::FromUtf8(changed.place);
+        return body;
+    });
 }
 
 void ModelService::AddSessionRoutes(Router& router)
@@ -154,6 +149,22 @@ Session ModelService::StartSession(const Call& call)
     return *std::move(session);
 }
 
+/// Finds the answer, or else the place from which on the request waits.
+void ModelService::ReadSignals(Call& call)
+{
+    const auto projectId = call.QueryText("project");
+    RequireMembership(projects_, call, projectId);
+    const auto after = call.QueryNumber("after", 0);
+    const auto wait = call.QueryNumber("wait", 0);
+    auto batch = signals_.Store().BatchAfter(projectId, call.user.userId, after);
+    // 0 without waiting asks for the place alone, and gets no signals.
+    const bool asksForPlace = after == 0 && wait == 0;
+    if (asksForPlace)
+        batch.events.clear();
+    const bool isAnswer = wait == 0 || after > batch.next || !batch.events.empty();
+    call.findings = {isAnswer ? WriteJson(batch) : std::string(), std::to_string(batch.next)};
+}
+
 void ModelService::WaitForSignals(const Call& call, const Reply& reply)
 {
     const auto projectId = call.QueryText("project");
@@ -162,9 +173,12 @@ void ModelService::WaitForSignals(const Call& call, const Reply& reply)
     std::shared_ptr<void> presence;
     if (wait > 0)
         presence = presence_.Enter(projectId, call.user.userLogin);
-    reply.WhenGone(signals_.Wait(
-        projectId, call.user.userId, call.QueryNumber("after", 0), std::chrono::milliseconds(wait),
-        [reply, presence](const SignalBatch& batch) { reply(JsonResponse(batch)); }));
+    if (!call.findings[0].empty())
+        return reply({200, call.findings[0]});
+    reply.WhenGone(
+        signals_.Wait(projectId, call.user.userId, ReadNumber(call.findings[1]).value_or(0),
+                      std::chrono::milliseconds(wait),
+                      [reply, presence](const SignalBatch& batch) { reply(JsonResponse(batch)); }));
 }
 
 }  // namespace Nexar

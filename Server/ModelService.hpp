@@ -32,6 +32,7 @@ private:
     [[nodiscard]] std::string ProjectOfOwnSession(const Call& call);
     [[nodiscard]] std::vector<Syncra::Protocol::Session> ListSessions(const Call& call);
     [[nodiscard]] Syncra::Protocol::Session StartSession(const Call& call);
+    void ReadSignals(Call& call);
     void WaitForSignals(const Call& call, const Reply& reply);
 
     const Limits& limits_;

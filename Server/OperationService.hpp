@@ -13,10 +13,10 @@ namespace Nexar {
 /// port of its own, without a sign-in.
 class OperationService {
 public:
-    OperationService(HttpServer& server, StoreWorkers& workers, PasswordWorker& passwords,
-                     const Metrics& metrics, std::string store)
-        : server_(server), workers_(workers), passwords_(passwords), metrics_(metrics),
-          store_(std::move(store))
+    OperationService(HttpServer& server, Database& database, StoreWorkers& workers,
+                     PasswordWorker& passwords, const Metrics& metrics, std::string store)
+        : server_(server), database_(database), workers_(workers), passwords_(passwords),
+          metrics_(metrics), store_(std::move(store))
     {}
 
     void Answer(const HttpRequest& request, const Reply& reply);
@@ -26,6 +26,7 @@ private:
     [[nodiscard]] std::string MetricsText() const;
 
     HttpServer& server_;
+    Database& database_;
     StoreWorkers& workers_;
     PasswordWorker& passwords_;
     const Metrics& metrics_;

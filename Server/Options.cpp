@@ -19,9 +19,12 @@ struct Rest {
 
 void AddPlaces(CLI::App& app, Options& options)
 {
-    app.add_option("--data", options.data,
-                   "The store, an SQLite file (default: Orvant/nexar.db in your application data)")
-        ->option_text("FILE");
+    app.add_option("--store", options.store,
+                   "The store: an SQLite file (default: Orvant/nexar.db in your application data), "
+                   "or a PostgreSQL database, postgresql://USER@HOST/NAME, as libpq takes it")
+        ->option_text("STORE");
+    app.add_option("--data", options.data, "The same, where --store is not given")
+        ->option_text("STORE");
     app.add_option("--listen", options.address,
                    "Address to listen on; another one than of this machine alone takes TLS")
         ->option_text("ADDRESS");
@@ -87,6 +90,10 @@ void AddLimits(CLI::App& app, Options& options)
                    "milliseconds")
         ->option_text("MS");
     app.add_option("--readers", options.readers, "How many threads read the store")
+        ->option_text("N");
+    app.add_option("--writers", options.writers,
+                   "How many threads write to a store in PostgreSQL; each of them and of the "
+                   "readers has a connection of its own")
         ->option_text("N");
     app.add_option("--connections", options.limits.connections,
                    "The most connections of all ports together")
@@ -174,6 +181,13 @@ void AddCommands(CLI::App& app, Options& options)
         ->required();
     add("check", "Tell what is wrong with the store", Options::Command::Check);
     add("compact", "Give back the room of what was deleted", Options::Command::Compact);
+    auto* copy =
+        add("copy",
+            "Copy all of a store into an empty one of either kind, and compare; the one it "
+            "is copied from is brought up to date first",
+            Options::Command::Copy);
+    copy->add_option("--from", options.from, "The store to read")->required()->option_text("STORE");
+    copy->add_option("--to", options.to, "The store to fill")->required()->option_text("STORE");
 }
 
 /// The options that the environment names, NEXAR_PORT for --port, before those of the command line:

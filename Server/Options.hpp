@@ -13,7 +13,9 @@ namespace Nexar {
 /// What an administrator says, on the command line, in the environment or in a file.
 struct Options {
     std::optional<int> exitCode;  ///< there is nothing to do any more
+    std::string store;
     std::string data;
+    std::size_t writers = 4;
     std::string address = "127.0.0.1";
     std::uint16_t port = 19001;
     std::uint16_t managementPort = 0;
@@ -35,8 +37,9 @@ struct Options {
     bool logsJson = false;
     std::string operationAddress = "127.0.0.1";
     std::optional<std::uint16_t> operationPort;
-    enum class Command { Serve, Backup, Restore, Check, Compact } command = Command::Serve;
-    std::string file;  ///< of a backup
+    enum class Command { Serve, Backup, Restore, Check, Compact, Copy } command = Command::Serve;
+    std::string file;      ///< of a backup
+    std::string from, to;  ///< of a copy
 };
 
 /// Prints what is to be printed, and says so by the exit code.

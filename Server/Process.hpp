@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <optional>
 #include <string>
@@ -36,6 +37,24 @@ private:
 /// priority: other processes come first. Returns when `answer` throws; that request stays
 /// unanswered.
 void AnswerRequests(const std::function<std::string(std::string_view)>& answer) noexcept;
+
+/// Lets one thread sleep until something comes in or another thread wakes it.
+class Wakeup {
+public:
+    /// Throws std::system_error.
+    Wakeup();
+    ~Wakeup();
+    Wakeup(const Wakeup&) = delete;
+    Wakeup& operator=(const Wakeup&) = delete;
+
+    void Wake() noexcept;
+    /// Returns when the descriptor has input, after a Wake since the last return, or after a time;
+    /// -1 stands for no descriptor.
+    void WaitForInput(int descriptor, std::chrono::milliseconds longest) noexcept;
+
+private:
+    int event_ = -1;
+};
 
 /// Tells who started the server, when he asked for it by NOTIFY_SOCKET as systemd does, how it is:
 /// "READY=1", "STOPPING=1". Never throws; without somebody to tell it does nothing.

@@ -10,7 +10,9 @@
 #ifdef __GLIBC__
 #include <malloc.h>
 #endif
+#include <poll.h>
 #include <spawn.h>
+#include <sys/eventfd.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -136,6 +138,30 @@ void AnswerRequests(const std::function<std::string(std::string_view)>& answer) 
     } catch (...) {
         // Whoever asked hears that this process has gone.
     }
+}
+
+Wakeup::Wakeup() : event_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
+{
+    if (event_ < 0)
+        throw std::system_error(errno, std::generic_category(), "no event");
+}
+
+Wakeup::~Wakeup()
+{
+    close(event_);
+}
+
+void Wakeup::Wake() noexcept
+{
+    (void)eventfd_write(event_, 1);
+}
+
+void Wakeup::WaitForInput(int descriptor, std::chrono::milliseconds longest) noexcept
+{
+    pollfd waiting[] = {{event_, POLLIN, 0}, {descriptor, POLLIN, 0}};
+    (void)poll(waiting, 2, static_cast<int>(longest.count()));
+    eventfd_t count = 0;
+    (void)eventfd_read(event_, &count);
 }
 
 void TellServiceManager(const std::string& state) noexcept

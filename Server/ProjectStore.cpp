@@ -23,8 +23,8 @@ std::vector<Syncra::Protocol::Project> ProjectStore::VisibleTo(const std::string
 {
     auto query = database_.Prepare(
         "SELECT id, name, location, category, state, version, build FROM projects "
-        "WHERE id IN (SELECT project_id FROM members WHERE user_id = ?1 "
-        "UNION SELECT id FROM projects WHERE is_public) ORDER BY number /* all */");
+        "WHERE id IN (SELECT project_id FROM members WHERE user_id = $1 "
+        "UNION SELECT id FROM projects WHERE is_public = 1) ORDER BY number /* all */");
     query.Bind(1, userId);
     std::vector<Syncra::Protocol::Project> projects;
     while (query.Step())
@@ -54,7 +54,7 @@ std::vector<Syncra::Protocol::ProjectOverview> ProjectStore::OverviewFor(const s
 
 bool ProjectStore::NameExists(const std::string& name)
 {
-    return database_.Prepare("SELECT 1 FROM projects WHERE name = ?1 COLLATE NOCASE")
+    return database_.Prepare("SELECT 1 FROM projects WHERE lower(name) = lower($1)")
         .Bind(1, name)
         .Step();
 }
@@ -62,7 +62,7 @@ bool ProjectStore::NameExists(const std::string& name)
 std::optional<Syncra::Protocol::Project> ProjectStore::Find(const std::string& projectId)
 {
     auto query = database_.Prepare("SELECT id, name, location, category, state, version, build "
-                                   "FROM projects WHERE id = ?1");
+                                   "FROM projects p WHERE id = $1 /* hold p */");
     if (!query.Bind(1, projectId).Step())
         return std::nullopt;
     std::optional<Syncra::Protocol::Project> project(std::in_place);
@@ -72,7 +72,7 @@ std::optional<Syncra::Protocol::Project> ProjectStore::Find(const std::string& p
 
 bool ProjectStore::IsMember(const std::string& projectId, const std::string& userId)
 {
-    return database_.Prepare("SELECT 1 FROM members WHERE project_id = ?1 AND user_id = ?2")
+    return database_.Prepare("SELECT 1 FROM members WHERE project_id = $1 AND user_id = $2")
         .Bind(1, projectId)
         .Bind(2, userId)
         .Step();
@@ -84,7 +84,7 @@ void ProjectStore::Add(const StoredProject& project)
     database_
         .Prepare(
             "INSERT INTO projects (id, name, location, category, state, version, build, is_public) "
-            "VALUES (?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8)")
+            "VALUES ($1, $2, $3, $4, $5, $6, $7, $8)")
         .Bind(1, OV::ToUtf8(record.id))
         .Bind(2, OV::ToUtf8(record.name))
         .Bind(3, OV::ToUtf8(record.location))
@@ -98,7 +98,7 @@ void ProjectStore::Add(const StoredProject& project)
 
 void ProjectStore::SetState(const std::string& projectId, Syncra::Protocol::ProjectState state)
 {
-    database_.Prepare("UPDATE projects SET state = ?2 WHERE id = ?1")
+    database_.Prepare("UPDATE projects SET state = $2 WHERE id = $1")
         .Bind(1, projectId)
         .Bind(2, static_cast<std::int64_t>(state))
         .Run();
@@ -106,7 +106,7 @@ void ProjectStore::SetState(const std::string& projectId, Syncra::Protocol::Proj
 
 bool ProjectStore::RoleExists(const std::string& role)
 {
-    return database_.Prepare("SELECT 1 FROM roles WHERE name = ?1").Bind(1, role).Step();
+    return database_.Prepare("SELECT 1 FROM roles WHERE name = $1").Bind(1, role).Step();
 }
 
 }  // namespace Nexar

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Database.hpp"
+#include "Store/Database.hpp"
 #include "SyncraProtocol/Project.hpp"
 
 #include <optional>
@@ -25,6 +25,7 @@ public:
     [[nodiscard]] std::vector<Syncra::Protocol::ProjectOverview>
     OverviewFor(const std::string& userId);
     [[nodiscard]] bool NameExists(const std::string& name);
+    /// Who writes holds the project from here on: one after the other changes what is in it.
     [[nodiscard]] std::optional<Syncra::Protocol::Project> Find(const std::string& projectId);
     [[nodiscard]] bool IsMember(const std::string& projectId, const std::string& userId);
 

@@ -1,7 +1,7 @@
 #include "Router.hpp"
 
-#include "Database.hpp"
 #include "OVRoot/Logger.hpp"
+#include "Store/Database.hpp"
 
 #include <atomic>
 #include <memory>
@@ -314,6 +314,7 @@ void Router::RunOnStore(Access access, Call call, const Reply& reply, TextHandle
         if (job->isPassedOver)
             return;
         const auto begin = std::chrono::steady_clock::now();
+        job->call.findings.clear();
         RequireAccount(job->call.user);
         if (work)
             job->text = work(job->call);
@@ -343,7 +344,7 @@ void Router::RunOnStore(Access access, Call call, const Reply& reply, TextHandle
         if (access == Access::Reads)
             workers_.Read(owner, std::move(run), std::move(then), CostOf(job->call));
         else
-            workers_.Write(owner, std::move(run), std::move(then));
+            workers_.Write(owner, std::move(run), std::move(then), order_);
     } catch (const Refusal& refusal) {
         reply(ErrorResponse(refusal));
     }

@@ -61,8 +61,10 @@ public:
     /// Answers through `reply`, later if need be, on the server's thread.
     using AsyncHandler = std::function<void(Call, Reply)>;
 
-    Router(TokenTable& tokens, UserStore& users, StoreWorkers& workers, Watch& watch)
-        : tokens_(tokens), users_(users), workers_(workers), watch_(watch)
+    /// `order` is that of all that its routes write.
+    Router(TokenTable& tokens, UserStore& users, StoreWorkers& workers, Watch& watch,
+           StoreWorkers::Order order = StoreWorkers::Order::Beside)
+        : tokens_(tokens), users_(users), workers_(workers), watch_(watch), order_(order)
     {}
 
     /// How large a body may be.
@@ -152,6 +154,7 @@ private:
     UserStore& users_;
     StoreWorkers& workers_;
     Watch& watch_;
+    StoreWorkers::Order order_;
     std::vector<Route> routes_;
     bool allowBuiltIn_ = false;
 };

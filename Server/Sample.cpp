@@ -192,13 +192,14 @@ void AddToGroups(GroupStore& store, UserStore& userStore)
 
 bool FillWithSample(Database& database, PasswordHash& hash, std::uint32_t logLines)
 {
+    Transaction transaction(database);
+    database.HoldAll();
     UserStore userStore(database);
     if (!userStore.IsEmpty())
         return false;
     ProjectStore projectStore(database);
     MemberStore memberStore(database);
     SessionStore sessionStore(database);
-    Transaction transaction(database);
     AddUsers(userStore, hash);
     AddSampleRecords(database);
     AddProjects(projectStore, memberStore, userStore);

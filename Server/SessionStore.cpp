@@ -34,7 +34,7 @@ std::optional<Session> SessionStore::Find(const std::string& projectId, const st
     auto query = database_.Prepare(
         "SELECT s.id, s.project_id, s.user_id, u.login, u.full_name, m.logon_id, m.role, "
         "s.start_time FROM sessions s JOIN members m USING (project_id, user_id) "
-        "JOIN users u ON u.id = s.user_id WHERE s.project_id = ?1 AND s.user_id = ?2");
+        "JOIN users u ON u.id = s.user_id WHERE s.project_id = $1 AND s.user_id = $2");
     if (!query.Bind(1, projectId).Bind(2, userId).Step())
         return std::nullopt;
     RolePermissions permissions(database_);
@@ -46,7 +46,7 @@ std::vector<Session> SessionStore::List(const std::string& projectId)
     auto query = database_.Prepare(
         "SELECT s.id, s.project_id, s.user_id, u.login, u.full_name, m.logon_id, m.role, "
         "s.start_time FROM sessions s JOIN members m USING (project_id, user_id) "
-        "JOIN users u ON u.id = s.user_id WHERE s.project_id = ?1 ORDER BY m.logon_id");
+        "JOIN users u ON u.id = s.user_id WHERE s.project_id = $1 ORDER BY m.logon_id");
     query.Bind(1, projectId);
     RolePermissions permissions(database_);
     std::vector<Session> sessions;
@@ -61,7 +61,7 @@ std::optional<Session> SessionStore::Start(const std::string& projectId, const s
     const int added =
         database_
             .Prepare("INSERT INTO sessions (id, project_id, user_id, start_time) "
-                     "VALUES (?1, ?2, ?3, ?4) ON CONFLICT (project_id, user_id) DO NOTHING")
+                     "VALUES ($1, $2, $3, $4) ON CONFLICT (project_id, user_id) DO NOTHING")
             .Bind(1, OV::ToUtf8(OV::Guid::Generate().ToText()))
             .Bind(2, projectId)
             .Bind(3, userId)
@@ -73,22 +73,20 @@ std::optional<Session> SessionStore::Start(const std::string& projectId, const s
 std::optional<std::string> SessionStore::Close(const std::string& sessionId,
                                                const std::string& userId)
 {
-    auto statement = database_.Prepare(
-        "DELETE FROM sessions WHERE id = ?1 AND user_id = ?2 RETURNING project_id");
-    if (!statement.Bind(1, sessionId).Bind(2, userId).Step())
+    // Before the session: who works in a project holds it first.
+    auto projectId = FindProject(sessionId, userId);
+    if (projectId &&
+        database_.Prepare("DELETE FROM sessions WHERE id = $1").Bind(1, sessionId).Run() == 0)
         return std::nullopt;
-    std::string projectId = statement.Text(0);
-    // Stepped to its end: only then is the row gone for good.
-    while (statement.Step()) {
-    }
     return projectId;
 }
 
 std::optional<std::string> SessionStore::FindProject(const std::string& sessionId,
                                                      const std::string& userId)
 {
-    auto query =
-        database_.Prepare("SELECT project_id FROM sessions WHERE id = ?1 AND user_id = ?2");
+    auto query = database_.Prepare("SELECT p.id FROM sessions s CROSS JOIN projects p "
+                                   "WHERE s.id = $1 AND s.user_id = $2 AND p.id = s.project_id "
+                                   "/* hold p */");
     if (!query.Bind(1, sessionId).Bind(2, userId).Step())
         return std::nullopt;
     return query.Text(0);
@@ -97,8 +95,8 @@ std::optional<std::string> SessionStore::FindProject(const std::string& sessionI
 bool SessionStore::IsVisibleTo(const std::string& sessionId, const std::string& userId)
 {
     return database_
-        .Prepare("SELECT 1 FROM sessions s CROSS JOIN members m USING (project_id) "
-                 "WHERE s.id = ?1 AND m.user_id = ?2")
+        .Prepare("SELECT 1 FROM sessions s CROSS JOIN members m "
+                 "WHERE s.id = $1 AND m.project_id = s.project_id AND m.user_id = $2")
         .Bind(1, sessionId)
         .Bind(2, userId)
         .Step();
@@ -107,7 +105,7 @@ bool SessionStore::IsVisibleTo(const std::string& sessionId, const std::string& 
 std::string SessionStore::GetAttribute(const std::string& sessionId, const std::string& name)
 {
     auto query = database_.Prepare(
-        "SELECT value FROM session_attributes WHERE session_id = ?1 AND name = ?2");
+        "SELECT value FROM session_attributes WHERE session_id = $1 AND name = $2");
     return query.Bind(1, sessionId).Bind(2, name).Step() ? query.Text(0) : std::string();
 }
 
@@ -115,13 +113,13 @@ void SessionStore::SetAttribute(const std::string& sessionId, const std::string&
                                 const std::string& value, std::size_t most)
 {
     auto others = database_.Prepare(
-        "SELECT count(*) FROM session_attributes WHERE session_id = ?1 AND name <> ?2");
+        "SELECT count(*) FROM session_attributes WHERE session_id = $1 AND name <> $2");
     if (others.Bind(1, sessionId).Bind(2, name).Step() &&
         static_cast<std::size_t>(others.Number(0)) >= most)
         throw Refusal(Syncra::Protocol::ErrorCode::TooLarge,
                       "A session holds at most " + std::to_string(most) + " attributes.");
     database_
-        .Prepare("INSERT INTO session_attributes (session_id, name, value) VALUES (?1, ?2, ?3) "
+        .Prepare("INSERT INTO session_attributes (session_id, name, value) VALUES ($1, $2, $3) "
                  "ON CONFLICT (session_id, name) DO UPDATE SET value = excluded.value")
         .Bind(1, sessionId)
         .Bind(2, name)

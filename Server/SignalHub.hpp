@@ -1,62 +1,55 @@
 #pragma once
 
 #include "HttpServer.hpp"
-#include "SyncraProtocol/Signal.hpp"
+#include "SignalStore.hpp"
+#include "Store/News.hpp"
+#include "StoreWorkers.hpp"
 
 #include <deque>
 #include <map>
 #include <memory>
-#include <optional>
-#include <set>
 #include <vector>
 
 namespace Nexar {
 
-/// The signals of all projects within one life of the server, and the requests that wait for them.
-/// A waiting request is a completion and a timer, not a thread. Lives on the server's thread; what
-/// is raised while the store is written reaches it after the commit.
+/// Raises signals, and holds the requests that wait for them. A waiting request is a completion and
+/// a timer, not a thread. What this process raises reaches the waiting requests right after the
+/// commit; of what others raise it hears that there is something, and reads it. Lives on the
+/// server's thread, but for Raise.
 class SignalHub {
 public:
     using Answer = std::function<void(Syncra::Protocol::SignalBatch)>;
-    using UserIds = std::set<std::string>;
+    using UserIds = RaisedSignal::UserIds;
 
-    explicit SignalHub(HttpServer& server);
+    SignalHub(HttpServer& server, StoreWorkers& workers, Database& database);
+    ~SignalHub();
+    SignalHub(const SignalHub&) = delete;
+    SignalHub& operator=(const SignalHub&) = delete;
 
-    /// For every member of the project; whoever of them may have changed.
+    /// Of a thread that writes, with what the signal tells of: for every member of the project;
+    /// whoever of them may have changed.
     void Raise(const std::string& projectId, Syncra::Protocol::SignalId id);
     /// For every member, about these of them.
     void RaiseAbout(const std::string& projectId, Syncra::Protocol::SignalId id, UserIds changed);
     /// For these users alone.
     void RaiseFor(const std::string& projectId, Syncra::Protocol::SignalId id, UserIds audience);
-    /// Answers at once when there is something after `after`, when `after` is from another life or
-    /// `wait` is 0, otherwise with the next signal or after `wait`. Returns what forgets the
-    /// waiting request unanswered; it does nothing once that is answered.
-    [[nodiscard]] std::function<void()> Wait(const std::string& projectId,
-                                             const std::string& userId, std::uint64_t after,
-                                             std::chrono::milliseconds wait, Answer answer);
-    /// Which members signals told of after a place; nothing when that may be anybody.
-    struct MembersChanged {
-        std::optional<UserIds> since;
-        std::string place;  ///< of now
-    };
-    [[nodiscard]] MembersChanged MembersChangedAfter(const std::string& projectId,
-                                                     const std::string& place) const;
     /// Answers what the user's requests wait for: his client asks again, and is refused if he may
-    /// not any more.
+    /// not any more. Of a thread that writes.
     void Release(const std::string& userId);
+
+    /// Answers with the next signal for the user after a place that the store was just read at, or
+    /// after `wait`; without any, so that he asks again, when it is not known what came since the
+    /// reading. Returns what forgets the waiting request unanswered; it does nothing once that is
+    /// answered.
+    [[nodiscard]] std::function<void()> Wait(const std::string& projectId,
+                                             const std::string& userId, std::uint64_t place,
+                                             std::chrono::milliseconds wait, Answer answer);
     /// Answers every waiting request, and later ones at once: the server stops.
     void ReleaseAll();
 
+    [[nodiscard]] SignalStore& Store() { return store_; }
+
 private:
-    struct Raised {
-        Syncra::Protocol::Signal signal;
-        std::shared_ptr<const UserIds> audience;  ///< none: everybody
-        std::shared_ptr<const UserIds> changed;   ///< the members that it is about; none: anybody
-        [[nodiscard]] bool IsFor(const std::string& userId) const
-        {
-            return !audience || audience->contains(userId);
-        }
-    };
     struct Waiter {
         std::string userId;
         std::uint64_t after;
@@ -65,26 +58,32 @@ private:
     };
     using Waiters = std::vector<std::shared_ptr<Waiter>>;
     struct Project {
-        std::deque<Raised> recent;
-        std::uint64_t forgotten = 0;  ///< sequence of the newest signal that is kept no more
+        std::uint64_t known = 0;          ///< of the newest signal before which none is missing
+        std::deque<RaisedSignal> recent;  ///< the last ones up to that
         Waiters waiters;
+        bool isBehind = false;  ///< others raised something that was not read
+        bool isReading = false;
+        std::shared_ptr<void> retry;
     };
 
-    void RaiseNow(const std::string& projectId, Syncra::Protocol::SignalId id,
-                  std::shared_ptr<const UserIds> audience, std::shared_ptr<const UserIds> changed);
-    [[nodiscard]] static bool HasNews(const Project& project, const std::string& userId,
-                                      std::uint64_t after);
-    [[nodiscard]] Syncra::Protocol::SignalBatch
-    BatchAfter(const Project& project, const std::string& userId, std::uint64_t after) const;
-    /// Answers the waiting requests that `chosen` picks.
-    void Release(Project& project, const std::function<bool(const Waiter&)>& chosen);
+    void Add(RaisedSignal raised);
+    void Hear(const RaisedSignal& raised);
+    void HearOfOthers(const std::vector<std::string>& projectIds);
+    void Take(Project& project, const RaisedSignal& raised);
+    void CatchUp(const std::string& projectId, Project& project);
+    void CatchUpLater(const std::string& projectId, Project& project);
+    void CaughtUp(const std::string& projectId, const std::optional<SignalStore::Found>& found);
+    static Syncra::Protocol::SignalBatch BatchAfter(const Project& project, const Waiter& waiter);
+    /// Answers the waiting requests that `chosen` picks, with what `batchOf` has for them.
+    template <class Chosen, class BatchOf>
+    static void Release(Project& project, const Chosen& chosen, const BatchOf& batchOf);
 
     HttpServer& server_;
+    StoreWorkers& workers_;
+    SignalStore store_;
     std::map<std::string, Project> projects_;
-    std::uint64_t sequence_ = 0;
-    /// What places of this life of the server begin with.
-    const std::string life_;
     bool stopping_ = false;
+    std::unique_ptr<News> news_;  ///< none of a store that this process has alone
 };
 
 }  // namespace Nexar

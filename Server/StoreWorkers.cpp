@@ -19,6 +19,8 @@ constexpr std::size_t Shares = 4;
 constexpr std::size_t MaximumOfCommit = 64;
 /// From then on a commit takes nothing more in: those who wait for it should not wait for long.
 constexpr std::chrono::milliseconds LongestGathering{20};
+/// Of work that the store undid.
+constexpr int MostAttempts = 10;
 
 thread_local std::vector<std::function<void()>>* newsOfJob = nullptr;
 
@@ -32,13 +34,15 @@ std::chrono::microseconds Since(Clock::time_point begin)
 StoreWorkers::StoreWorkers(HttpServer& server, Database& database, std::size_t readers,
                            std::size_t mostWaiting)
     : server_(server), database_(database), reads_(std::max<std::size_t>(1, readers / 2)),
-      costlyReads_(std::max<std::size_t>(1, readers / 2)), writes_(MaximumOfCommit),
+      costlyReads_(std::max<std::size_t>(1, readers / 2)),
+      writes_(database.Writers() == 1 ? MaximumOfCommit : database.Writers() / 2),
       mostWaiting_(std::max<std::size_t>(1, mostWaiting))
 {
     const std::size_t count = std::max<std::size_t>(2, readers);
     for (std::size_t i = 0; i < count; ++i)
         threads_.emplace_back([this, i](const std::stop_token& token) { ReadAll(token, i != 0); });
-    threads_.emplace_back([this](const std::stop_token& token) { WriteAll(token); });
+    for (std::size_t i = 0; i < database.Writers(); ++i)
+        threads_.emplace_back([this](const std::stop_token& token) { WriteAll(token); });
 }
 
 StoreWorkers::~StoreWorkers()
@@ -50,20 +54,21 @@ StoreWorkers::~StoreWorkers()
 
 void StoreWorkers::Read(const std::string& owner, Work work, Then then, Cost cost)
 {
-    Add(cost == Cost::Much ? costlyReads_ : reads_, owner, std::move(work), std::move(then));
+    Add(cost == Cost::Much ? costlyReads_ : reads_, owner, std::move(work), std::move(then), {});
     // Not every reader takes everything.
     hasReads_.notify_all();
 }
 
-void StoreWorkers::Write(const std::string& owner, Work work, Then then)
+void StoreWorkers::Write(const std::string& owner, Work work, Then then, Order order)
 {
-    Add(writes_, owner, std::move(work), std::move(then));
+    Add(writes_, owner, std::move(work), std::move(then), order);
     hasWrites_.notify_one();
 }
 
-void StoreWorkers::Add(FairQueue<Job>& queue, const std::string& owner, Work work, Then then)
+void StoreWorkers::Add(FairQueue<Job>& queue, const std::string& owner, Work work, Then then,
+                       Order order)
 {
-    Job job{owner, std::move(work), std::move(then), server_.HoldOpen()};
+    Job job{owner, std::move(work), std::move(then), server_.HoldOpen(), order};
     job.queue = &queue;
     const std::lock_guard guard(lock_);
     if (queue.Size() >= mostWaiting_ ||
@@ -110,10 +115,7 @@ void StoreWorkers::ReadAll(const std::stop_token& token, bool takesCostly)
             return;
         const auto begin = Clock::now();
         try {
-            if (!reader)
-                reader.emplace(database_);
-            const Database::Snapshot snapshot(database_);
-            job->work();
+            RunRead(reader, *job);
         } catch (...) {
             job->error = std::current_exception();
         }
@@ -130,9 +132,26 @@ void StoreWorkers::ReadAll(const std::stop_token& token, bool takesCostly)
     }
 }
 
+void StoreWorkers::RunRead(std::optional<Database::Reader>& reader, Job& job)
+{
+    if (!reader)
+        reader.emplace(database_);
+    for (int left = MostAttempts;; --left) {
+        try {
+            const Database::Snapshot snapshot(database_);
+            return job.work();
+        } catch (const DatabaseError& error) {
+            if (!error.IsUndone() || left <= 1)
+                throw;
+        }
+    }
+}
+
 void StoreWorkers::WriteAll(const std::stop_token& token)
 {
     OV::System::NameCurrentThread("store writer");
+    std::optional<Database::Writer> writer;
+    WithMemory([&] { writer.emplace(database_); });
     for (;;) {
         Jobs jobs;
         WithMemory([&] { jobs.reserve(MaximumOfCommit); });
@@ -157,14 +176,38 @@ std::optional<StoreWorkers::Job> StoreWorkers::TakeWrite()
     return writes_.Take();
 }
 
-/// What fails by itself is undone alone; when the commit fails, nothing of it happened.
 void StoreWorkers::Commit(Jobs& jobs)
+{
+    const auto begin = Clock::now();
+    if (database_.Writers() == 1)
+        CommitTogether(jobs);
+    else
+        CommitAlone(jobs.front());
+    const std::lock_guard guard(lock_);
+    for (Job& job : jobs) {
+        job.time = Since(begin);
+        writes_.Done(job.owner);
+    }
+    ++commits_;
+    writesDone_ += jobs.size();
+    // His next one may have waited for this one.
+    hasWrites_.notify_one();
+}
+
+/// What fails by itself is undone alone; when the commit fails, nothing of it happened.
+void StoreWorkers::CommitTogether(Jobs& jobs)
 {
     const auto begin = Clock::now();
     try {
         Transaction together(database_);
         for (std::size_t next = 0; next < jobs.size(); ++next) {
-            RunWrite(jobs[next]);
+            try {
+                Transaction part(database_);
+                RunWrite(jobs[next]);
+                part.Commit();
+            } catch (...) {
+                jobs[next].error = std::current_exception();
+            }
             if (!database_.IsInTransaction())
                 // A full disk, say, may make the store undo all.
                 std::rethrow_exception(jobs[next].error);
@@ -178,26 +221,42 @@ void StoreWorkers::Commit(Jobs& jobs)
             if (!job.error)
                 job.error = std::current_exception();
     }
-    const std::lock_guard guard(lock_);
-    for (Job& job : jobs) {
-        job.time = Since(begin);
-        writes_.Done(job.owner);
+}
+
+void StoreWorkers::CommitAlone(Job& job)
+{
+    for (int attempt = 1;; ++attempt) {
+        try {
+            Transaction transaction(database_);
+            if (job.order == Order::OneByOne)
+                database_.HoldAll();
+            RunWrite(job);
+            return transaction.Commit();
+        } catch (const DatabaseError& error) {
+            if (!error.IsUndone() || attempt == MostAttempts) {
+                job.error = std::current_exception();
+                return;
+            }
+        } catch (...) {
+            job.error = std::current_exception();
+            return;
+        }
+        // Whoever was quicker may need a moment.
+        std::this_thread::sleep_for(std::chrono::milliseconds(attempt - 1));
     }
-    ++commits_;
-    writesDone_ += jobs.size();
 }
 
 void StoreWorkers::RunWrite(Job& job)
 {
-    newsOfJob = &job.news;
-    try {
-        Transaction part(database_);
-        job.work();
-        part.Commit();
-    } catch (...) {
-        job.error = std::current_exception();
-    }
-    newsOfJob = nullptr;
+    struct Gathering {
+        explicit Gathering(Job& its)
+        {
+            its.news.clear();
+            newsOfJob = &its.news;
+        }
+        ~Gathering() { newsOfJob = nullptr; }
+    } const gathering(job);
+    job.work();
 }
 
 void StoreWorkers::Answer(Jobs jobs)

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "Database.hpp"
 #include "FairQueue.hpp"
 #include "HttpServer.hpp"
+#include "Store/Database.hpp"
 
 #include <condition_variable>
 #include <exception>
@@ -17,10 +17,12 @@
 namespace Nexar {
 
 /// Work on the store, so that the server's thread never waits for it: a few threads that read, each
-/// with a connection of its own, beside one that writes. Whoever asks takes turns with the others,
-/// and has at most half of the readers for what takes much time, and for what takes little; one
-/// reader is kept for the latter. What is written waits for a commit together with what others
-/// write meanwhile; it is answered when the commit is on the disk.
+/// with a connection of its own, beside one or more that write. Whoever asks takes turns with the
+/// others, and has at most half of the readers for what takes much time, and for what takes little;
+/// one reader is kept for the latter. What is written waits, where the store has one writer, for a
+/// commit together with what others write meanwhile; it is answered when the commit is on the disk.
+/// Work may run more than once: what the store undid, since another one was quicker or the
+/// connection was lost, is tried again.
 class StoreWorkers {
 public:
     using Work = std::function<void()>;
@@ -39,10 +41,14 @@ public:
     /// On the server's thread. Runs `work` on one state of the store, which it cannot change.
     /// Throws Refusal when too much waits already, of him or of all.
     void Read(const std::string& owner, Work work, Then then, Cost cost = Cost::Little);
+    enum class Order {
+        Beside,    ///< other writers may work at the same time
+        OneByOne,  ///< not beside others of this order: rules look at more than they change
+    };
     /// The same for work that changes the store: all of it happens or nothing.
-    void Write(const std::string& owner, Work work, Then then);
+    void Write(const std::string& owner, Work work, Then then, Order order = Order::Beside);
 
-    /// Of the thread that writes: runs `news` on the server's thread once what is being written is
+    /// Of a thread that writes: runs `news` on the server's thread once what is being written is
     /// committed, and never when it is undone. On other threads it runs at once.
     static void AfterCommit(std::function<void()> news);
 
@@ -60,6 +66,7 @@ private:
         Work work;
         Then then;
         std::shared_ptr<void> open;  ///< keeps the server from ending before the answer
+        Order order = Order::Beside;
         std::exception_ptr error = nullptr;
         std::vector<std::function<void()>> news = {};
         std::chrono::microseconds time{0};
@@ -67,14 +74,19 @@ private:
     };
     using Jobs = std::vector<Job>;
 
-    void Add(FairQueue<Job>& queue, const std::string& owner, Work work, Then then);
+    void Add(FairQueue<Job>& queue, const std::string& owner, Work work, Then then, Order order);
     /// Alternates between the two kinds of reads, or leaves the costly ones to others.
     void ReadAll(const std::stop_token& token, bool takesCostly);
     [[nodiscard]] std::optional<Job> TakeRead(bool takesCostly);
     void WriteAll(const std::stop_token& token);
+    void RunRead(std::optional<Database::Reader>& reader, Job& job);
     void Commit(Jobs& jobs);
+    /// All that waits, of a store with one writer.
+    void CommitTogether(Jobs& jobs);
+    void CommitAlone(Job& job);
     /// The next that waits, for the commit that is being made; nothing when there is none.
     [[nodiscard]] std::optional<Job> TakeWrite();
+    /// Throws what the work throws.
     void RunWrite(Job& job);
     void Answer(Jobs jobs);
 

@@ -16,7 +16,7 @@ StoredUser ReadUser(const Statement& row)
 std::optional<StoredUser> UserStore::FindByLogin(const std::string& login)
 {
     auto query = database_.Prepare(
-        "SELECT id, login, full_name, password_hash, enabled, color FROM users WHERE login = ?1");
+        "SELECT id, login, full_name, password_hash, enabled, color FROM users WHERE login = $1");
     if (!query.Bind(1, login).Step())
         return std::nullopt;
     return ReadUser(query);
@@ -24,14 +24,14 @@ std::optional<StoredUser> UserStore::FindByLogin(const std::string& login)
 
 std::string UserStore::FindIdByLogin(const std::string& login)
 {
-    auto query = database_.Prepare("SELECT id FROM users WHERE login = ?1 COLLATE NOCASE");
+    auto query = database_.Prepare("SELECT id FROM users WHERE lower(login) = lower($1)");
     return query.Bind(1, login).Step() ? query.Text(0) : std::string();
 }
 
 std::string UserStore::RequireId(const std::string& idOrLogin)
 {
     // No login name has the form of an id.
-    auto query = database_.Prepare("SELECT id FROM users WHERE id = ?1 OR login = ?1");
+    auto query = database_.Prepare("SELECT id FROM users WHERE id = $1 OR login = $1");
     if (!query.Bind(1, idOrLogin).Step())
         throw Refusal(Syncra::Protocol::ErrorCode::NotFound,
                       "There is no such user; he may have been deleted.");
@@ -40,7 +40,7 @@ std::string UserStore::RequireId(const std::string& idOrLogin)
 
 std::optional<UserStore::Account> UserStore::FindAccount(const std::string& userId)
 {
-    auto query = database_.Prepare("SELECT login, enabled FROM users WHERE id = ?1");
+    auto query = database_.Prepare("SELECT login, enabled FROM users WHERE id = $1");
     if (!query.Bind(1, userId).Step())
         return std::nullopt;
     return Account{query.Text(0), query.Number(1) != 0};
@@ -50,7 +50,7 @@ bool UserStore::WorkTogether(const std::string& userId, const std::string& other
 {
     return database_
         .Prepare("SELECT 1 FROM members a JOIN members b USING (project_id) "
-                 "WHERE a.user_id = ?1 AND b.user_id = ?2")
+                 "WHERE a.user_id = $1 AND b.user_id = $2")
         .Bind(1, userId)
         .Bind(2, otherId)
         .Step();
@@ -63,7 +63,7 @@ bool UserStore::LoginExists(const std::string& login)
 
 void UserStore::SetPasswordHash(const std::string& userId, const std::string& hash)
 {
-    database_.Prepare("UPDATE users SET password_hash = ?2 WHERE id = ?1")
+    database_.Prepare("UPDATE users SET password_hash = $2 WHERE id = $1")
         .Bind(1, userId)
         .Bind(2, hash)
         .Run();
@@ -73,7 +73,7 @@ void UserStore::Add(const StoredUser& user)
 {
     database_
         .Prepare("INSERT INTO users (id, login, full_name, password_hash, enabled, color) "
-                 "VALUES (?1, ?2, ?3, ?4, ?5, ?6)")
+                 "VALUES ($1, $2, $3, $4, $5, $6)")
         .Bind(1, user.id)
         .Bind(2, user.login)
         .Bind(3, user.fullName)

@@ -17,7 +17,7 @@ void CategoryManagement::Merge(const Call& call)
         if (id == target.id)
             Rules::Break("A category cannot be merged into itself.");
         const auto category = Store().Require(OV::ToUtf8(id));
-        context_.database.Prepare("UPDATE projects SET category = ?2 WHERE category = ?1")
+        context_.database.Prepare("UPDATE projects SET category = $2 WHERE category = $1")
             .Bind(1, OV::ToUtf8(category.name))
             .Bind(2, OV::ToUtf8(target.name))
             .Run();

@@ -16,8 +16,8 @@ ServerConfiguration ConfigurationStore::Get()
 void ConfigurationStore::Set(const ServerConfiguration& configuration)
 {
     database_
-        .Prepare("INSERT OR REPLACE INTO configuration (one, server_name, "
-                 "minimum_password_length) VALUES (1, ?1, ?2)")
+        .Prepare(
+            "UPDATE configuration SET server_name = $1, minimum_password_length = $2 /* all */")
         .Bind(1, OV::ToUtf8(configuration.serverName))
         .Bind(2, std::int64_t{configuration.minimumPasswordLength})
         .Run();

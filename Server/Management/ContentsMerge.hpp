@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Database.hpp"
+#include "Store/Database.hpp"
 #include "SyncraProtocol/Management/RepositoryContents.hpp"
 
 #include <set>

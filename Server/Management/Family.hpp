@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Database.hpp"
+#include "Store/Database.hpp"
 #include "SyncraProtocol/Management/ConnectedModule.hpp"
 #include "SyncraProtocol/Management/CustomPropertyDefinition.hpp"
 #include "SyncraProtocol/Management/Group.hpp"
@@ -22,8 +22,8 @@ enum class Writers { Administrators, ProjectManagers };
 /// write it, its statements, and how it is read from a row of `select`, checked and written.
 ///
 /// `select` finds all; `nameColumn` holds what one is asked for by, beside its id, and `order` is
-/// the column that sorts a list. `taken` takes ?1 a name and ?2 the id of the record that may have
-/// it. The others take ?1 an id: `inUse` has a row while something keeps the record from being
+/// the column that sorts a list. `taken` takes $1 a name and $2 the id of the record that may have
+/// it. The others take $1 an id: `inUse` has a row while something keeps the record from being
 /// deleted, `projects` has those whose members a change of it concerns. `inUse` and `projects` may
 /// be null. Write inserts, or replaces the record of that id.
 template <class Record>

@@ -3,7 +3,7 @@
 #include "SyncraProtocol/Detail/ManagementRecords.hpp"
 
 /// Sets travel between statements and records as one JSON text: json_group_array out of a row,
-/// json_each into a table.
+/// json_each into a table. What a member of a set consists of stands with blanks between.
 namespace Nexar {
 
 template <class Value>
@@ -13,5 +13,15 @@ template <class Value>
 }
 
 using IdSet = OV::HashSet<OV::UniString>;
+using TextList = OV::Array<OV::UniString>;
+
+/// What stands before the first blank of `text`, which loses it and the blank.
+[[nodiscard]] inline OV::UniString TakeWord(OV::UniStringView& text)
+{
+    const auto end = std::min(text.find(u' '), text.size());
+    OV::UniString word(text.substr(0, end));
+    text.remove_prefix(std::min(end + 1, text.size()));
+    return word;
+}
 
 }  // namespace Nexar

@@ -20,7 +20,7 @@ void WriteGrants(Database& database, const char* clear, const char* fill, const 
     database.Prepare(fill).Bind(1, owner).Bind(2, Syncra::Protocol::WriteJson(permissions)).Run();
 }
 
-constexpr const char* PermissionExists = "SELECT 1 FROM permissions WHERE id = ?1";
+constexpr const char* PermissionExists = "SELECT 1 FROM permissions WHERE id = $1";
 
 }  // namespace
 
@@ -29,16 +29,16 @@ constexpr const char* PermissionExists = "SELECT 1 FROM permissions WHERE id = ?
 const char* const Family<Permission>::select =
     "SELECT id, name, description, built_in FROM permissions";
 const char* const Family<Permission>::nameColumn = "name";
-const char* const Family<Permission>::order = "name";
+const char* const Family<Permission>::order = "lower(name)";
 const char* const Family<Permission>::taken =
-    "SELECT 1 FROM permissions WHERE name = ?1 COLLATE NOCASE AND id <> ?2";
-const char* const Family<Permission>::remove = "DELETE FROM permissions WHERE id = ?1 /* all */";
+    "SELECT 1 FROM permissions WHERE lower(name) = lower($1) AND id <> $2";
+const char* const Family<Permission>::remove = "DELETE FROM permissions WHERE id = $1 /* all */";
 const char* const Family<Permission>::inUse =
-    "SELECT 1 FROM role_grants WHERE permission_id = ?1 "
-    "UNION ALL SELECT 1 FROM permission_set_grants WHERE permission_id = ?1 /* all */";
+    "SELECT 1 FROM role_grants WHERE permission_id = $1 "
+    "UNION ALL SELECT 1 FROM permission_set_grants WHERE permission_id = $1 /* all */";
 const char* const Family<Permission>::projects =
     "SELECT DISTINCT m.project_id FROM permissions p CROSS JOIN roles r CROSS JOIN members m "
-    "ON m.role = r.name WHERE p.id = ?1 AND " NEXAR_ROLE_HAS_PERMISSION " /* all */";
+    "WHERE m.role = r.name AND p.id = $1 AND " NEXAR_ROLE_HAS_PERMISSION " /* all */";
 
 Permission Family<Permission>::Read(const Statement& row)
 {
@@ -55,7 +55,7 @@ void Family<Permission>::Check(Database&, const Permission& permission)
 void Family<Permission>::Write(Database& database, const Permission& permission)
 {
     database
-        .Prepare("INSERT INTO permissions (id, name, description) VALUES (?1, ?2, ?3) "
+        .Prepare("INSERT INTO permissions (id, name, description) VALUES ($1, $2, $3) "
                  "ON CONFLICT (id) DO UPDATE SET name = excluded.name, "
                  "description = excluded.description")
         .Bind(1, ToUtf8(permission.id))
@@ -70,16 +70,16 @@ const char* const Family<PermissionSet>::select =
     "SELECT id, name, description, (SELECT json_group_array(permission_id) "
     "FROM permission_set_grants WHERE set_id = s.id) FROM permission_sets s";
 const char* const Family<PermissionSet>::nameColumn = "name";
-const char* const Family<PermissionSet>::order = "name";
+const char* const Family<PermissionSet>::order = "lower(name)";
 const char* const Family<PermissionSet>::taken =
-    "SELECT 1 FROM permission_sets WHERE name = ?1 COLLATE NOCASE AND id <> ?2";
+    "SELECT 1 FROM permission_sets WHERE lower(name) = lower($1) AND id <> $2";
 const char* const Family<PermissionSet>::remove =
-    "DELETE FROM permission_sets WHERE id = ?1 /* all */";
+    "DELETE FROM permission_sets WHERE id = $1 /* all */";
 const char* const Family<PermissionSet>::inUse =
-    "SELECT 1 FROM roles WHERE permission_set = ?1 /* all */";
+    "SELECT 1 FROM roles WHERE permission_set = $1 /* all */";
 const char* const Family<PermissionSet>::projects =
-    "SELECT DISTINCT m.project_id FROM roles r CROSS JOIN members m ON m.role = r.name "
-    "WHERE r.permission_set = ?1 /* all */";
+    "SELECT DISTINCT m.project_id FROM roles r CROSS JOIN members m "
+    "WHERE m.role = r.name AND r.permission_set = $1 /* all */";
 
 PermissionSet Family<PermissionSet>::Read(const Statement& row)
 {
@@ -98,16 +98,16 @@ void Family<PermissionSet>::Write(Database& database, const PermissionSet& set)
 {
     const auto id = ToUtf8(set.id);
     database
-        .Prepare("INSERT INTO permission_sets (id, name, description) VALUES (?1, ?2, ?3) "
+        .Prepare("INSERT INTO permission_sets (id, name, description) VALUES ($1, $2, $3) "
                  "ON CONFLICT (id) DO UPDATE SET name = excluded.name, "
                  "description = excluded.description")
         .Bind(1, id)
         .Bind(2, ToUtf8(set.name))
         .Bind(3, ToUtf8(set.description))
         .Run();
-    WriteGrants(database, "DELETE FROM permission_set_grants WHERE set_id = ?1",
+    WriteGrants(database, "DELETE FROM permission_set_grants WHERE set_id = $1",
                 "INSERT INTO permission_set_grants (set_id, permission_id) "
-                "SELECT ?1, value FROM json_each(?2)",
+                "SELECT $1, value FROM json_each($2)",
                 id, set.permissions);
 }
 
@@ -119,12 +119,12 @@ const char* const Family<Role>::select =
 const char* const Family<Role>::nameColumn = "name";
 const char* const Family<Role>::order = "name";
 const char* const Family<Role>::taken =
-    "SELECT 1 FROM roles WHERE name = ?1 COLLATE NOCASE AND id <> ?2";
-const char* const Family<Role>::remove = "DELETE FROM roles WHERE id = ?1";
+    "SELECT 1 FROM roles WHERE lower(name) = lower($1) AND id <> $2";
+const char* const Family<Role>::remove = "DELETE FROM roles WHERE id = $1";
 const char* const Family<Role>::inUse =
-    "SELECT 1 FROM members m JOIN roles r ON r.name = m.role WHERE r.id = ?1";
+    "SELECT 1 FROM members m JOIN roles r ON r.name = m.role WHERE r.id = $1";
 const char* const Family<Role>::projects =
-    "SELECT DISTINCT m.project_id FROM members m JOIN roles r ON r.name = m.role WHERE r.id = ?1";
+    "SELECT DISTINCT m.project_id FROM members m JOIN roles r ON r.name = m.role WHERE r.id = $1";
 
 Role Family<Role>::Read(const Statement& row)
 {
@@ -138,7 +138,7 @@ void Family<Role>::Check(Database& database, const Role& role)
     Rules::CheckText(role.description, "description");
     Rules::CheckReferences(database, PermissionExists, role.permissions, "permission");
     if (!role.permissionSet.empty())
-        Rules::CheckReferences(database, "SELECT 1 FROM permission_sets WHERE id = ?1",
+        Rules::CheckReferences(database, "SELECT 1 FROM permission_sets WHERE id = $1",
                                OV::Array<OV::UniString>{role.permissionSet}, "permission set");
 }
 
@@ -147,7 +147,7 @@ void Family<Role>::Write(Database& database, const Role& role)
     const auto id = ToUtf8(role.id);
     database
         .Prepare("INSERT INTO roles (id, name, description, permission_set) "
-                 "VALUES (?1, ?2, ?3, nullif(?4, '')) "
+                 "VALUES ($1, $2, $3, nullif($4, '')) "
                  "ON CONFLICT (id) DO UPDATE SET name = excluded.name, "
                  "description = excluded.description, permission_set = excluded.permission_set")
         .Bind(1, id)
@@ -155,9 +155,9 @@ void Family<Role>::Write(Database& database, const Role& role)
         .Bind(3, ToUtf8(role.description))
         .Bind(4, ToUtf8(role.permissionSet))
         .Run();
-    WriteGrants(database, "DELETE FROM role_grants WHERE role_id = ?1",
+    WriteGrants(database, "DELETE FROM role_grants WHERE role_id = $1",
                 "INSERT INTO role_grants (role_id, permission_id) "
-                "SELECT ?1, value FROM json_each(?2)",
+                "SELECT $1, value FROM json_each($2)",
                 id, role.permissions);
 }
 
@@ -169,8 +169,8 @@ const char* const Family<Group>::select =
 const char* const Family<Group>::nameColumn = "name";
 const char* const Family<Group>::order = "name";
 const char* const Family<Group>::taken =
-    "SELECT 1 FROM user_groups WHERE name = ?1 COLLATE NOCASE AND id <> ?2";
-const char* const Family<Group>::remove = "DELETE FROM user_groups WHERE id = ?1";
+    "SELECT 1 FROM user_groups WHERE lower(name) = lower($1) AND id <> $2";
+const char* const Family<Group>::remove = "DELETE FROM user_groups WHERE id = $1";
 const char* const Family<Group>::inUse = nullptr;
 const char* const Family<Group>::projects = nullptr;
 
@@ -189,7 +189,7 @@ void Family<Group>::Check(Database&, const Group& group)
 void Family<Group>::Write(Database& database, const Group& group)
 {
     database
-        .Prepare("INSERT INTO user_groups (id, name, description) VALUES (?1, ?2, ?3) "
+        .Prepare("INSERT INTO user_groups (id, name, description) VALUES ($1, $2, $3) "
                  "ON CONFLICT (id) DO UPDATE SET name = excluded.name, "
                  "description = excluded.description")
         .Bind(1, ToUtf8(group.id))
@@ -202,13 +202,13 @@ void Family<Group>::Write(Database& database, const Group& group)
 
 const char* const Family<ProjectCategory>::select = "SELECT id, name FROM project_categories";
 const char* const Family<ProjectCategory>::nameColumn = "name";
-const char* const Family<ProjectCategory>::order = "name";
+const char* const Family<ProjectCategory>::order = "lower(name)";
 const char* const Family<ProjectCategory>::taken =
-    "SELECT 1 FROM project_categories WHERE name = ?1 COLLATE NOCASE AND id <> ?2";
-const char* const Family<ProjectCategory>::remove = "DELETE FROM project_categories WHERE id = ?1";
+    "SELECT 1 FROM project_categories WHERE lower(name) = lower($1) AND id <> $2";
+const char* const Family<ProjectCategory>::remove = "DELETE FROM project_categories WHERE id = $1";
 const char* const Family<ProjectCategory>::inUse =
     "SELECT 1 FROM projects "
-    "WHERE category = (SELECT name FROM project_categories WHERE id = ?1)";
+    "WHERE category = (SELECT name FROM project_categories WHERE id = $1)";
 const char* const Family<ProjectCategory>::projects = nullptr;
 
 ProjectCategory Family<ProjectCategory>::Read(const Statement& row)
@@ -225,7 +225,7 @@ void Family<ProjectCategory>::Write(Database& database, const ProjectCategory& c
 {
     // A trigger takes the projects of the category along.
     database
-        .Prepare("INSERT INTO project_categories (id, name) VALUES (?1, ?2) "
+        .Prepare("INSERT INTO project_categories (id, name) VALUES ($1, $2) "
                  "ON CONFLICT (id) DO UPDATE SET name = excluded.name")
         .Bind(1, ToUtf8(category.id))
         .Bind(2, ToUtf8(category.name))
@@ -237,10 +237,10 @@ void Family<ProjectCategory>::Write(Database& database, const ProjectCategory& c
 const char* const Family<ConnectedModule>::select =
     "SELECT id, name, version, address, enabled FROM modules";
 const char* const Family<ConnectedModule>::nameColumn = "name";
-const char* const Family<ConnectedModule>::order = "name";
+const char* const Family<ConnectedModule>::order = "lower(name)";
 const char* const Family<ConnectedModule>::taken =
-    "SELECT 1 FROM modules WHERE name = ?1 COLLATE NOCASE AND id <> ?2";
-const char* const Family<ConnectedModule>::remove = "DELETE FROM modules WHERE id = ?1";
+    "SELECT 1 FROM modules WHERE lower(name) = lower($1) AND id <> $2";
+const char* const Family<ConnectedModule>::remove = "DELETE FROM modules WHERE id = $1";
 const char* const Family<ConnectedModule>::inUse = nullptr;
 const char* const Family<ConnectedModule>::projects = nullptr;
 
@@ -261,7 +261,7 @@ void Family<ConnectedModule>::Write(Database& database, const ConnectedModule& m
 {
     database
         .Prepare("INSERT INTO modules (id, name, version, address, enabled) "
-                 "VALUES (?1, ?2, ?3, ?4, ?5) ON CONFLICT (id) DO UPDATE SET "
+                 "VALUES ($1, $2, $3, $4, $5) ON CONFLICT (id) DO UPDATE SET "
                  "name = excluded.name, version = excluded.version, address = excluded.address, "
                  "enabled = excluded.enabled")
         .Bind(1, ToUtf8(module.id))

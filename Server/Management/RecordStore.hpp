@@ -32,15 +32,14 @@ public:
     }
     [[nodiscard]] std::vector<Record> Named(const std::string& name)
     {
-        static const std::string named = std::string(Family<Record>::select) + " WHERE " +
-                                         Family<Record>::nameColumn + " = ?1 COLLATE NOCASE" +
-                                         InOrder();
+        static const std::string named = std::string(Family<Record>::select) + " WHERE lower(" +
+                                         Family<Record>::nameColumn + ") = lower($1)" + InOrder();
         auto query = database_.Prepare(named.c_str());
         return Read(query.Bind(1, name));
     }
     [[nodiscard]] std::optional<Record> Find(const std::string& id)
     {
-        static const std::string one = std::string(Family<Record>::select) + " WHERE id = ?1";
+        static const std::string one = std::string(Family<Record>::select) + " WHERE id = $1";
         auto query = database_.Prepare(one.c_str());
         auto found = Read(query.Bind(1, id));
         return found.empty() ? std::nullopt : std::optional(std::move(found.front()));

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Database.hpp"
+#include "Store/Database.hpp"
 #include "SyncraProtocol/Management/CustomPropertyDefinition.hpp"
 
 #include <string>
@@ -27,7 +27,7 @@ void CheckDefinition(const Syncra::Server::Management::CustomPropertyDefinition&
 [[nodiscard]] bool IsValueOf(const Syncra::Server::Management::CustomPropertyDefinition& definition,
                              OV::UniStringView value);
 
-/// Each id must give `query` (with ?1) a row.
+/// Each id must give `query` (with $1) a row.
 template <class Ids>
 void CheckReferences(Database& database, const char* query, const Ids& ids, const std::string& what)
 {

@@ -14,27 +14,27 @@ using OV::ToUtf8;
 const char* const Family<CustomPropertyDefinition>::select =
     "SELECT id, name, description, type, choices FROM custom_properties";
 const char* const Family<CustomPropertyDefinition>::nameColumn = "name";
-const char* const Family<CustomPropertyDefinition>::order = "name";
+const char* const Family<CustomPropertyDefinition>::order = "lower(name)";
 const char* const Family<CustomPropertyDefinition>::taken =
-    "SELECT 1 FROM custom_properties WHERE name = ?1 COLLATE NOCASE AND id <> ?2";
+    "SELECT 1 FROM custom_properties WHERE lower(name) = lower($1) AND id <> $2";
 const char* const Family<CustomPropertyDefinition>::remove =
-    "DELETE FROM custom_properties WHERE id = ?1";
+    "DELETE FROM custom_properties WHERE id = $1";
 const char* const Family<CustomPropertyDefinition>::inUse =
-    "SELECT 1 FROM user_properties WHERE property_id = ?1";
+    "SELECT 1 FROM user_properties WHERE property_id = $1";
 const char* const Family<CustomPropertyDefinition>::projects = nullptr;
 
 CustomPropertyDefinition Family<CustomPropertyDefinition>::Read(const Statement& row)
 {
     return {FromUtf8(row.Text(0)), FromUtf8(row.Text(1)), FromUtf8(row.Text(2)),
             static_cast<CustomPropertyDefinition::Type>(row.Number(3)),
-            ReadColumn<OV::Array<OV::UniString>>(row.View(4))};
+            ReadColumn<TextList>(row.View(4))};
 }
 
 void Family<CustomPropertyDefinition>::Check(Database& database,
                                              const CustomPropertyDefinition& definition)
 {
     Rules::CheckDefinition(definition);
-    auto values = database.Prepare("SELECT value FROM user_properties WHERE property_id = ?1");
+    auto values = database.Prepare("SELECT value FROM user_properties WHERE property_id = $1");
     values.Bind(1, ToUtf8(definition.id));
     while (values.Step())
         if (!Rules::IsValueOf(definition, OV::UnescapeFromCarrier(FromUtf8(values.Text(0)))))
@@ -48,7 +48,7 @@ void Family<CustomPropertyDefinition>::Write(Database& database,
 {
     database
         .Prepare("INSERT INTO custom_properties (id, name, description, type, choices) "
-                 "VALUES (?1, ?2, ?3, ?4, ?5) ON CONFLICT (id) DO UPDATE SET name = excluded.name, "
+                 "VALUES ($1, $2, $3, $4, $5) ON CONFLICT (id) DO UPDATE SET name = excluded.name, "
                  "description = excluded.description, type = excluded.type, "
                  "choices = excluded.choices")
         .Bind(1, ToUtf8(definition.id))
@@ -63,27 +63,29 @@ void Family<CustomPropertyDefinition>::Write(Database& database,
 
 const char* const Family<User>::select =
     "SELECT id, login, full_name, email, enabled, color, "
-    "(SELECT json_group_object(property_id, value) FROM user_properties WHERE user_id = u.id), "
+    "(SELECT json_group_array(property_id || ' ' || value) FROM user_properties "
+    "WHERE user_id = u.id), "
     "(SELECT json_group_array(g.id) FROM user_group_members m "
     "JOIN user_groups g ON g.name = m.group_name WHERE m.user_id = u.id) FROM users u";
 const char* const Family<User>::nameColumn = "full_name";
 const char* const Family<User>::order = "login";
 const char* const Family<User>::taken =
-    "SELECT 1 FROM users WHERE login = ?1 COLLATE NOCASE AND id <> ?2";
-const char* const Family<User>::remove = "DELETE FROM users WHERE id = ?1";
+    "SELECT 1 FROM users WHERE lower(login) = lower($1) AND id <> $2";
+const char* const Family<User>::remove = "DELETE FROM users WHERE id = $1";
 const char* const Family<User>::inUse = nullptr;
-const char* const Family<User>::projects = "SELECT project_id FROM members WHERE user_id = ?1";
+const char* const Family<User>::projects = "SELECT project_id FROM members WHERE user_id = $1";
 
 User Family<User>::Read(const Statement& row)
 {
-    return {FromUtf8(row.Text(0)),
-            FromUtf8(row.Text(1)),
-            FromUtf8(row.Text(2)),
-            FromUtf8(row.Text(3)),
-            row.Number(4) != 0,
-            static_cast<std::uint32_t>(row.Number(5)) & 0xFFFFFF,
-            ReadColumn<decltype(User::properties)>(row.View(6)),
-            ReadColumn<IdSet>(row.View(7))};
+    decltype(User::properties) properties;
+    for (OV::UniStringView text : ReadColumn<TextList>(row.View(6))) {
+        const auto id = TakeWord(text);
+        properties[id] = text;
+    }
+    return {FromUtf8(row.Text(0)), FromUtf8(row.Text(1)),
+            FromUtf8(row.Text(2)), FromUtf8(row.Text(3)),
+            row.Number(4) != 0,    static_cast<std::uint32_t>(row.Number(5)) & 0xFFFFFF,
+            std::move(properties), ReadColumn<IdSet>(row.View(7))};
 }
 
 void Family<User>::Check(Database& database, const User& user)
@@ -107,7 +109,7 @@ void Family<User>::Write(Database& database, const User& user)
     const auto id = ToUtf8(user.id);
     database
         .Prepare("INSERT INTO users (id, login, full_name, password_hash, enabled, color, email) "
-                 "VALUES (?1, ?2, ?3, '', ?4, ?5, ?6) ON CONFLICT (id) DO UPDATE SET "
+                 "VALUES ($1, $2, $3, '', $4, $5, $6) ON CONFLICT (id) DO UPDATE SET "
                  "login = excluded.login, full_name = excluded.full_name, "
                  "enabled = excluded.enabled, color = excluded.color, email = excluded.email")
         .Bind(1, id)
@@ -117,11 +119,11 @@ void Family<User>::Write(Database& database, const User& user)
         .Bind(5, std::int64_t{user.color})
         .Bind(6, ToUtf8(user.email))
         .Run();
-    database.Prepare("DELETE FROM user_properties WHERE user_id = ?1").Bind(1, id).Run();
+    database.Prepare("DELETE FROM user_properties WHERE user_id = $1").Bind(1, id).Run();
     for (const auto& [property, value] : user.properties)
         database
             .Prepare("INSERT INTO user_properties (user_id, property_id, value) "
-                     "VALUES (?1, ?2, ?3)")
+                     "VALUES ($1, $2, $3)")
             .Bind(1, id)
             .Bind(2, ToUtf8(property))
             .Bind(3, ToUtf8(OV::EscapeForCarrier(value)))

@@ -161,13 +161,13 @@ void UserManagement::InsertWithPassword(const Router& router, Call call, const R
 {
     const auto asked = std::make_shared<Call>(std::move(call));
     const auto insert = [this, &router, asked, reply](const std::string& hash) {
-        router.AnswerWriting(std::move(*asked), reply, [this, hash](Call& checked) {
-            const OV::SecureWipeGuard wipe(checked.request.body);
+        const auto added = asked->Read<Records::NewUser>().user;
+        OV::SecureWipe(asked->request.body);
+        router.AnswerWriting(std::move(*asked), reply, [this, hash, added](const Call& checked) {
             RequireWriter(checked);
-            return WriteJson(
-                Insert(checked.Read<Records::NewUser>().user, [&](const Records::User& user) {
-                    users_.SetPasswordHash(OV::ToUtf8(user.id), hash);
-                }));
+            return WriteJson(Insert(added, [&](const Records::User& user) {
+                users_.SetPasswordHash(OV::ToUtf8(user.id), hash);
+            }));
         });
     };
     if (asked->findings.empty())

@@ -37,8 +37,8 @@ TEST_F(EventLogTest, TellsWhatHappenedAndWhoDidIt)
 {
     Client anna = SignedIn("anna.novak");
     // The clock went back, the log does not.
-    Sql("INSERT INTO events (project_id, time, user, action) VALUES ('" + Sample::HarbourBridge +
-        "', 2000000000, 'u', 'Send')");
+    Sql("INSERT INTO events (project_id, time, \"user\", action) VALUES ('" +
+        Sample::HarbourBridge + "', 2000000000, 'u', 'Send')");
     const std::size_t before = Log(anna).size();
     const auto session = anna.Ask("POST", Bridge("sessions")).json;
     const json event{{"action", "Put Object"},
@@ -82,7 +82,7 @@ TEST_F(EventLogTest, GivesRangesAndRefusesWhatItShould)
 {
     Client anna = SignedIn("anna.novak");
     Sql("WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 9) "
-        "INSERT INTO events (project_id, time, user, action) "
+        "INSERT INTO events (project_id, time, \"user\", action) "
         "SELECT '" +
         Sample::HarbourBridge + "', 1000 + i / 3, 'u', 'Send' FROM n");
     EXPECT_EQ(Log(anna, "&from=1001&to=1001").size(), 3u) << "both ends belong to it";

@@ -1,6 +1,6 @@
 #include "ServerTest.hpp"
 
-#include "../../Server/Schema.hpp"
+#include "../../Server/Store/Sqlite/Schema.hpp"
 #include "OVRoot/PercentCoding.hpp"
 
 #include <filesystem>
@@ -455,6 +455,7 @@ TEST_F(FamiliesTest, MergingPutsTogetherOrChangesNothing)
 
 TEST_F(FamiliesTest, StoresOfEveryOlderVersionKeepTheirRolesCategoriesAndNumbers)
 {
+    FOR_A_STORE_IN_A_FILE();
     const auto spare = (folder.Path() / "spare.db").string();
     std::ofstream(spare).close();
     const auto attach = "ATTACH '" + spare + "' AS spare;";

@@ -45,6 +45,7 @@ protected:
 
 TEST_F(OperationTest, ABackupIsTakenWhileItServesAndRestoredWhenItDoesNot)
 {
+    FOR_A_STORE_IN_A_FILE();
     auto anna = SignedIn("anna.novak");
     const auto sessions = Bridge("sessions");
     const auto session = anna.Ask("POST", sessions, "{}").json.value("id", "");
@@ -180,7 +181,7 @@ TEST_F(OperationTest, AServiceHearsWhenItServesAndWhatIsTooOldGoes)
 {
     ASSERT_EQ(server.Terminate(), 0);
     for (const char* time : {"0", "unixepoch()"})
-        Sql("INSERT INTO events (project_id, time, user, action) VALUES ('" +
+        Sql("INSERT INTO events (project_id, time, \"user\", action) VALUES ('" +
             Sample::HarbourBridge + "', " + time + ", 'u', 'Send'); " +
             "INSERT INTO mail_keys (project_id, sender_id, key, mail_id, time) SELECT '" +
             Sample::HarbourBridge + "', id, '" + time + "', 'x', " + time +

@@ -1,7 +1,9 @@
 #include "ServerTest.hpp"
 
+#include <algorithm>
 #include <chrono>
 #include <optional>
+#include <thread>
 
 namespace {
 
@@ -30,7 +32,14 @@ protected:
     {
         auto client = SignedIn(user);
         client.Begin("GET", SignalPath(project, 0, 60'000));
-        EXPECT_EQ(SignedIn(user).Ask("GET", "/syncra/v1/ports").status, 200);
+        auto lookout = Lookout();
+        const auto path = Path(Subscribe(lookout, {project}), 0, 0);
+        const auto isPresent = [&] {
+            const auto present = lookout.Ask("GET", path).json.at("present");
+            return std::find(present.begin(), present.end(), user) != present.end();
+        };
+        while (!isPresent())
+            std::this_thread::yield();
         return client;
     }
     static json Present(const std::vector<std::string>& logins, std::uint64_t next)

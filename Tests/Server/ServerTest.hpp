@@ -13,6 +13,11 @@
 #include <utility>
 #include <vector>
 
+/// Ends a test that is about the file of a store, where there is none.
+#define FOR_A_STORE_IN_A_FILE()                                                                    \
+    if (PostgresCluster::IsWanted())                                                               \
+    GTEST_SKIP() << "is about a store in a file"
+
 /// Projects of the sample team, and their state.
 namespace Sample {
 inline const std::string Prefix = "6B1F0C52-8A5D-4B1E-9B6A-0D3C7E5A1";

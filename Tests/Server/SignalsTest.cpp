@@ -1,6 +1,7 @@
 #include "ServerTest.hpp"
 
 #include <list>
+#include <thread>
 
 namespace {
 
@@ -109,4 +110,64 @@ TEST_F(SignalsTest, AClientThatLeavesItsHeldRequestLeavesNothingBehind)
     auto actor = SignedIn("lena.fischer");
     Raise(actor);
     ExpectSessionSignal(Client(server.ModelPort(), token).Ask("GET", Held(0)), 1);
+}
+
+TEST_F(SignalsTest, APlaceIsGoodAfterARestartAndLosesAndRepeatsNothing)
+{
+    auto actor = SignedIn("lena.fischer");
+    Raise(actor);
+    server.Kill();
+    server.Start();
+    actor = SignedIn("lena.fischer");
+    auto listener = SignedIn("anna.novak");
+    ExpectSessionSignal(listener.Ask("GET", Held(0)), 1);
+    listener.Begin("GET", Held(1));
+    Raise(actor);
+    ExpectSessionSignal(listener.End(), 2);
+    const auto path = [](const std::string& place) {
+        return Bridge("members/changes?after=" + place);
+    };
+    const auto changes = listener.Ask("GET", path("1")).json;
+    EXPECT_EQ(changes.at("whole"), false);
+    EXPECT_EQ(changes.at("members").size(), 1u) << changes;
+    EXPECT_EQ(listener.Ask("GET", path("3")).json.at("whole"), true) << "never reached";
+}
+
+TEST_F(SignalsTest, WhatOneServerRaisesReachesARequestThatAnotherOneHolds)
+{
+    if (!PostgresCluster::IsWanted())
+        GTEST_SKIP() << "is about several servers on one store";
+    ServerProcess other(folder.Path(), {});
+    auto actor = SignedIn("lena.fischer");
+    Client listener(other.ModelPort(), "anna.novak", ServerProcess::Password);
+    auto here = SignedIn("anna.novak");
+    std::uint64_t next = 0;
+    for (int round = 0; round < 100; ++round) {
+        listener.Begin("GET", Held(next));
+        here.Begin("GET", Held(next));
+        Raise(actor);
+        ExpectSessionSignal(listener.End(), ++next);
+        ExpectSessionSignal(here.End(), next);
+    }
+    // The database goes while somebody holds, and he does not miss what is raised after that.
+    Client marco(other.ModelPort(), "marco.rossi", ServerProcess::Password);
+    Client lookout(other.MessagingPort(), "lookout", "lookout");
+    const nlohmann::json projects{{"projects", {Sample::HarbourBridge}}};
+    const std::string subscription =
+        lookout.Ask("POST", "/syncra/v1/presence/subscriptions", projects.dump())
+            .json.at("subscription");
+    const auto present = "/syncra/v1/presence?wait=0&after=0&subscription=" + subscription;
+    marco.Begin("GET", Held(next));
+    while (lookout.Ask("GET", present).json.at("present").size() < 2)
+        std::this_thread::yield();
+    PostgresCluster::Get().Crash();
+    PostgresCluster::Get().Start();
+    while (actor.Ask("GET", "/syncra/v1/projects").status != 200)
+        std::this_thread::yield();
+    Raise(actor);
+    ExpectSessionSignal(marco.End(), ++next);
+    // Back and forth: a place of one server is one of the other.
+    Raise(actor);
+    ExpectSessionSignal(here.Ask("GET", Held(next)), next + 1);
+    ExpectSessionSignal(listener.Ask("GET", Held(next)), next + 1);
 }

@@ -12,6 +12,7 @@ using StoreTest = ServerTest;
 
 TEST_F(StoreTest, OnlyItsUserMayReadTheStoreAndNothingSecretIsInReach)
 {
+    FOR_A_STORE_IN_A_FILE();
     const std::string secret = "correct-horse-\xc3\xa4";
     ASSERT_EQ(server.Terminate(), 0);
     fs::permissions(server.StorePath(), fs::perms::group_read | fs::perms::others_read,
@@ -44,23 +45,22 @@ TEST_F(StoreTest, OnlyItsUserMayReadTheStoreAndNothingSecretIsInReach)
 
 TEST_F(StoreTest, AFirstUserComesFromStandardInputAndOnlyOnce)
 {
-    const auto store = folder.Path() / "fresh.db";
-    const std::vector<std::string> add = {"--data",  store,        "--hash",
-                                          "minimum", "--add-user", "first"};
+    const auto place = folder.Path() / "fresh";
+    fs::create_directory(place);
+    const std::vector<std::string> add = {
+        "--store", ServerProcess::StoreName(place / "store.db"), "--hash", "minimum", "--add-user",
+        "first"};
     WriteBytes(folder.Path() / "input", "pass word\n");
     WriteBytes(folder.Path() / "empty", "\n");
     EXPECT_EQ(ServerProcess::Run(add, folder.Path() / "empty", server.LogPath()), 1);
     EXPECT_EQ(ServerProcess::Run(add, folder.Path() / "input", server.LogPath()), 0);
     EXPECT_EQ(ServerProcess::Run(add, folder.Path() / "input", server.LogPath()), 1);
-    ASSERT_EQ(server.Terminate(), 0);
-    fs::remove(server.StorePath());
-    fs::rename(store, server.StorePath());
-    server.Start();
-    Client client(server.ModelPort(), "first", "pass word");
+    const ServerProcess fresh(place);
+    Client client(fresh.ModelPort(), "first", "pass word");
     // The sample is for an empty store only.
     EXPECT_EQ(client.Ask("GET", "/syncra/v1/projects").json,
               nlohmann::json::parse(R"({"projects":[]})"));
-    EXPECT_EQ(Client(server.ManagementPort(), "first", "pass word")
+    EXPECT_EQ(Client(fresh.ManagementPort(), "first", "pass word")
                   .Ask("GET", "/root/syncrav2/users/first/groups")
                   .json,
               nlohmann::json::parse(R"({"groups":["Administrators"]})"));
@@ -68,6 +68,7 @@ TEST_F(StoreTest, AFirstUserComesFromStandardInputAndOnlyOnce)
 
 TEST_F(StoreTest, AStoreThatCannotBeUsedOrAPortInUseEndsTheStartWithAReason)
 {
+    FOR_A_STORE_IN_A_FILE();
     WriteBytes(folder.Path() / "text.db", std::string(5000, 'x'));
     WriteBytes(folder.Path() / "password", "p");
     EditStore(server.StorePath(), "PRAGMA wal_checkpoint(TRUNCATE)");
@@ -98,6 +99,48 @@ TEST_F(StoreTest, AStoreThatCannotBeUsedOrAPortInUseEndsTheStartWithAReason)
         // Its exit code would hide among those of the refusals.
         EXPECT_EQ(ReadBytes(output).find("Sanitizer"), std::string::npos) << ReadBytes(output);
     }
+}
+
+TEST_F(StoreTest, ACopyThroughAStoreOfTheOtherKindIsTheSameAndGoesOn)
+{
+    auto anna = SignedIn("anna.novak");
+    // What a text may hold, and what PostgreSQL takes in none of its own.
+    const std::string odd = R"({"value":"\\u0000 \\uD800 \u00e4 \uD83D\uDE00"})";
+    const auto session = anna.Ask("POST", Bridge("sessions"), "{}").json.value("id", "");
+    const auto attribute = "/syncra/v1/sessions/" + session + "/attributes/Odd";
+    ASSERT_EQ(anna.Ask("PUT", attribute, odd).status, 200);
+    ASSERT_EQ(anna.Ask("POST", Bridge("mails"), Mail("k", {"yuki.tanaka"}, "AAAA").dump()).status,
+              200);
+    const auto log = anna.Ask("GET", Bridge("events")).json;
+    ASSERT_EQ(server.Terminate(), 0);
+    const auto place = folder.Path() / "copied";
+    fs::create_directory(place);
+    const std::string stores[] = {ServerProcess::StoreName(server.StorePath()),
+                                  folder.Path() / "file.db",
+                                  ServerProcess::StoreName(place / "store.db")};
+    const auto copy = [&](int from, int to) {
+        const auto output = folder.Path() / ("to " + std::to_string(to));
+        EXPECT_EQ(ServerProcess::Run({"copy", "--from", stores[from], "--to", stores[to]},
+                                     "/dev/null", output),
+                  0);
+        return ReadBytes(output);
+    };
+    const auto told = copy(0, 1);
+    EXPECT_NE(told.find("\nmails 1 "), std::string::npos) << told;
+    EXPECT_EQ(copy(1, 2), told) << "rows and digests of every table";
+    EXPECT_EQ(ServerProcess::Run({"copy", "--from", stores[1], "--to", stores[2]}, "/dev/null",
+                                 server.LogPath()),
+              1)
+        << "it is in use";
+    const ServerProcess copied(place, {});
+    Client there(copied.ModelPort(), "anna.novak", ServerProcess::Password);
+    EXPECT_EQ(there.Ask("GET", attribute).json, nlohmann::json::parse(odd));
+    EXPECT_EQ(there.Ask("GET", Bridge("events")).json, log);
+    // Numbers go on from where they were.
+    const auto again = Mail("k", {"yuki.tanaka"}, "AAAA").dump();
+    EXPECT_EQ(there.Ask("POST", Bridge("mails"), again).json.at("duplicate"), true);
+    EXPECT_EQ(there.Ask("POST", Bridge("mails"), Mail("l", {"yuki.tanaka"}).dump()).Code(), 0);
+    EXPECT_EQ(there.Ask("GET", Bridge("mails")).json.at("mails").size(), 2u);
 }
 
 namespace {
@@ -162,9 +205,12 @@ TEST_F(StoreTest, AKillInTheMiddleOfWritesLosesNoAnsweredMailAndNoBackup)
     std::mt19937 random(std::random_device{}());
     std::uniform_int_distribution<int> instant(0, 60);
     const auto backup = folder.Path() / "backup.db", restored = folder.Path() / "restored.db";
+    // A database is backed up by tools of its own.
+    const bool hasBackups = !PostgresCluster::IsWanted();
     const auto run = [&](const std::string& command, const fs::path& store) {
-        return ServerProcess::Run({command, backup, "--data", store}, "/dev/null",
-                                  folder.Path() / "run.log");
+        return !hasBackups ? 0
+                           : ServerProcess::Run({command, backup, "--data", store}, "/dev/null",
+                                                folder.Path() / "run.log");
     };
     int answered = 0, inBackups = 0;
     for (int kill = 0; kill < kills && !HasFailure(); ++kill) {
@@ -186,15 +232,59 @@ TEST_F(StoreTest, AKillInTheMiddleOfWritesLosesNoAnsweredMailAndNoBackup)
         first.SendAgain();
         second.SendAgain();
         EXPECT_EQ(MailsOf(server.StorePath()), first.Acknowledged() + second.Acknowledged());
-        EXPECT_EQ(run("restore", restored), 0) << ReadBytes(folder.Path() / "run.log");
-        const int kept = MailsOf(restored);
-        EXPECT_GE(kept, before);
         answered += first.Acknowledged() + second.Acknowledged();
-        inBackups += kept;
+        if (hasBackups) {
+            EXPECT_EQ(run("restore", restored), 0) << ReadBytes(folder.Path() / "run.log");
+            const int kept = MailsOf(restored);
+            EXPECT_GE(kept, before);
+            inBackups += kept;
+        }
         Sql("DELETE FROM mails; DELETE FROM mail_keys");
         fs::remove(backup);
         fs::remove(restored);
     }
     std::cout << kills << " kills, " << answered << " answered mails, " << inBackups
               << " of them in backups\n";
+}
+
+TEST_F(StoreTest, ADatabaseThatGoesTakesNoAnsweredMailWithItAndLetsNoHeldRequestGo)
+{
+    if (!PostgresCluster::IsWanted())
+        GTEST_SKIP() << "is about a store that another process keeps";
+    auto listener = SignedIn("jonas.berg");
+    auto actor = SignedIn("lena.fischer");
+    listener.Begin("GET", BridgeSignals(0, 60'000));
+    std::atomic<int> answered = 0, refused = 0;
+    std::atomic<bool> ends = false;
+    std::thread sending([&] {
+        Client anna(server.ModelPort(), "anna.novak", ServerProcess::Password);
+        while (!ends) {
+            const auto key = "k" + std::to_string(answered);
+            auto mail = Mail(key, {"yuki.tanaka"});
+            mail["message"]["header"]["Key"] = key;
+            const auto code = anna.Ask("POST", Bridge("mails"), mail.dump()).Code();
+            EXPECT_TRUE(code == 0 || code == 25) << code;
+            ++(code == 0 ? answered : refused);
+        }
+    });
+    const auto wait = [](const std::atomic<int>& count, int more) {
+        for (const int before = count; count < before + more;)
+            std::this_thread::yield();
+    };
+    for (int crash = 0; crash < 3; ++crash) {
+        wait(answered, 3);
+        PostgresCluster::Get().Crash();
+        wait(refused, 2);
+        EXPECT_EQ(actor.Ask("GET", "/syncra/v1/projects").Code(), 25);
+        EXPECT_EQ(actor.Ask("GET", "/syncra/version").status, 200);
+        PostgresCluster::Get().Start();
+    }
+    wait(answered, 3);
+    ends = true;
+    sending.join();
+    EXPECT_EQ(MailsOf(server.StorePath()), answered);
+    // Each connection tries again after a pause of its own.
+    while (actor.Ask("POST", Bridge("sessions"), "{}").Code() == 25)
+        std::this_thread::yield();
+    EXPECT_EQ(listener.End().json.at("signals").at(0).at("id"), 2);
 }

@@ -2,6 +2,7 @@
 
 #include "Support/ChildProcess.hpp"
 #include "Support/FileBytes.hpp"
+#include "Support/PostgresCluster.hpp"
 
 #include <algorithm>
 #include <cstdint>
@@ -40,6 +41,12 @@ public:
     [[nodiscard]] std::uint16_t ManagementPort() const { return ports_[1]; }
     [[nodiscard]] std::uint16_t MessagingPort() const { return ports_[2]; }
     [[nodiscard]] std::filesystem::path StorePath() const { return folder_ / "store.db"; }
+    /// As a server is told of a store: that path, or the URL of the database in its place.
+    [[nodiscard]] static std::string StoreName(const std::filesystem::path& path)
+    {
+        return PostgresCluster::IsWanted() ? PostgresCluster::Get().DatabaseOf(path)
+                                           : path.string();
+    }
     /// All that it wrote to standard error, over every start.
     [[nodiscard]] std::filesystem::path LogPath() const { return folder_ / "server.log"; }
     [[nodiscard]] const std::string& ReadyLine() const { return readyLine_; }
@@ -63,8 +70,10 @@ public:
     /// Starts it again, after its end, with the same store on the same ports.
     void Start()
     {
+        if (PostgresCluster::IsWanted() && HasPlainSample())
+            (void)PostgresCluster::Get().DatabaseOf(StorePath(), DatabaseWithSample());
         std::vector<std::string> arguments{
-            "--data", StorePath(), "--port", std::to_string(ports_[0]),
+            "--store", StoreName(StorePath()), "--port", std::to_string(ports_[0]),
             // 0 follows the model port, which is itself 0 the first time.
             "--management-port", std::to_string(ports_[1]), "--messaging-port",
             std::to_string(ports_[2])};
@@ -96,6 +105,36 @@ public:
 
 private:
     static constexpr int StartMilliseconds = 60'000;
+
+    /// What the fixtures' servers begin with.
+    [[nodiscard]] bool HasPlainSample() const
+    {
+        const std::string sample[] = {"--sample", "--sample-lines", "0"};
+        return std::search(options_.begin(), options_.end(), std::begin(sample),
+                           std::end(sample)) != options_.end();
+    }
+    /// A database that holds it, for copies: filling each anew would take most of the tests' time.
+    static const std::string& DatabaseWithSample()
+    {
+        static const std::string name = [] {
+            auto& cluster = PostgresCluster::Get();
+            PostgresCluster::Ask(cluster.UrlOf("postgres"), "CREATE DATABASE sample");
+            int output[2];
+            if (pipe2(output, O_CLOEXEC) != 0)
+                throw std::runtime_error("no pipe can be made");
+            ChildProcess server = Spawn({"--store", cluster.UrlOf("sample"), "--sample",
+                                         "--sample-lines", "0", "--hash", "minimum", "--port", "0"},
+                                        -1, output[1], output[1]);
+            close(output[1]);
+            while (server.IsRunning() && ReadLine(output[0]).find(" ready: ") == std::string::npos)
+                continue;
+            close(output[0]);
+            server.Signal(SIGTERM);
+            server.Wait();
+            return std::string("sample");
+        }();
+        return name;
+    }
 
     static ChildProcess Spawn(const std::vector<std::string>& arguments, int input, int output,
                               int errors)

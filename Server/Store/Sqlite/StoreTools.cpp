@@ -1,7 +1,7 @@
-#include "StoreTools.hpp"
+#include "Store/Sqlite/StoreTools.hpp"
 
-#include "Database.hpp"
-#include "Schema.hpp"
+#include "Store/Database.hpp"
+#include "Store/Sqlite/Schema.hpp"
 
 #include "IO/File.hpp"
 #include "OVRoot/Logger.hpp"
@@ -145,7 +145,13 @@ std::string Restore(const std::string& store, const std::string& file)
         fs::rename(store, former);
     }
     (void)IO::File::CreatePrivate(IO::Location::FromPath(OV::FromUtf8(store)));
-    Copy(source.get(), Open(store, SQLITE_OPEN_READWRITE).get());
+    const auto restored = Open(store, SQLITE_OPEN_READWRITE);
+    Copy(source.get(), restored.get());
+    // Clients have places beyond those of the backup: the next ones are beyond theirs.
+    if (std::stoll(Query(restored.get(), "PRAGMA user_version").front()) == SchemaVersion)
+        (void)Query(restored.get(), "BEGIN; DELETE FROM signals; "
+                                    "UPDATE projects SET last_signal = last_signal + 1000000000; "
+                                    "COMMIT");
     return former;
 }
 

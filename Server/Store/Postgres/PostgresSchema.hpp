@@ -1,0 +1,395 @@
+#pragma once
+
+#include "Store/Sqlite/Schema.hpp"
+
+#include <array>
+#include <cstdint>
+
+namespace Nexar {
+
+/// The tables of the store in PostgreSQL: those of Store/Sqlite/Schema.hpp, version for version,
+/// with the same columns and the same rules. The first step makes an empty store of version 13,
+/// each other one brings a store to the next version. Texts compare and sort by their bytes.
+///
+/// Several transactions write at once. Whatever counts or numbers within a project holds the
+/// project's row until it is committed: what got the lower number is seen first.
+inline constexpr std::array PostgresSteps = {
+    R"(
+CREATE TABLE store (
+    one BIGINT PRIMARY KEY CHECK (one = 1),
+    version BIGINT NOT NULL
+);
+INSERT INTO store VALUES (1, 0);
+
+-- What SQLite has of itself.
+CREATE FUNCTION unixepoch() RETURNS BIGINT VOLATILE LANGUAGE sql AS
+    'SELECT extract(epoch FROM clock_timestamp())::bigint';
+CREATE FUNCTION max(BIGINT, BIGINT) RETURNS BIGINT IMMUTABLE LANGUAGE sql AS
+    'SELECT greatest($1, $2)';
+CREATE FUNCTION json_each(TEXT) RETURNS TABLE (value TEXT) IMMUTABLE LANGUAGE sql AS
+    'SELECT json_array_elements_text($1::json)';
+CREATE FUNCTION json_of_texts(TEXT[]) RETURNS TEXT IMMUTABLE LANGUAGE sql AS
+    'SELECT coalesce(array_to_json($1)::text, ''[]'')';
+CREATE AGGREGATE json_group_array(TEXT) (
+    SFUNC = array_append, STYPE = TEXT[], FINALFUNC = json_of_texts);
+
+CREATE TABLE users (
+    id TEXT COLLATE "C" PRIMARY KEY,
+    login TEXT COLLATE "C" NOT NULL UNIQUE,
+    full_name TEXT COLLATE "C" NOT NULL,
+    password_hash TEXT COLLATE "C" NOT NULL,
+    enabled BIGINT NOT NULL DEFAULT 1,
+    color BIGINT NOT NULL DEFAULT 0,
+    email TEXT COLLATE "C" NOT NULL DEFAULT '',
+    photo TEXT COLLATE "C" NOT NULL DEFAULT ''
+);
+CREATE INDEX users_by_login ON users(lower(login));
+CREATE INDEX users_by_full_name ON users(lower(full_name));
+CREATE TABLE photos (
+    user_id TEXT COLLATE "C" PRIMARY KEY REFERENCES users(id) ON DELETE CASCADE,
+    type TEXT COLLATE "C" NOT NULL,
+    data BYTEA NOT NULL
+);
+ALTER TABLE photos ALTER COLUMN data SET STORAGE EXTERNAL;
+
+CREATE TABLE user_groups (
+    name TEXT COLLATE "C" PRIMARY KEY,
+    id TEXT COLLATE "C" NOT NULL UNIQUE,
+    description TEXT COLLATE "C" NOT NULL DEFAULT '',
+    built_in BIGINT NOT NULL DEFAULT 0
+);
+CREATE UNIQUE INDEX user_groups_by_name ON user_groups(lower(name));
+CREATE TABLE user_group_members (
+    user_id TEXT COLLATE "C" NOT NULL REFERENCES users(id) ON DELETE CASCADE,
+    group_name TEXT COLLATE "C" NOT NULL
+        REFERENCES user_groups(name) ON DELETE CASCADE ON UPDATE CASCADE,
+    PRIMARY KEY (user_id, group_name)
+);
+CREATE INDEX user_groups_by_member ON user_group_members(group_name);
+
+CREATE TABLE permissions (
+    id TEXT COLLATE "C" PRIMARY KEY,
+    name TEXT COLLATE "C" NOT NULL,
+    description TEXT COLLATE "C" NOT NULL DEFAULT '',
+    built_in BIGINT NOT NULL DEFAULT 0
+);
+CREATE UNIQUE INDEX permissions_by_name ON permissions(lower(name));
+CREATE TABLE permission_sets (
+    id TEXT COLLATE "C" PRIMARY KEY,
+    name TEXT COLLATE "C" NOT NULL,
+    description TEXT COLLATE "C" NOT NULL DEFAULT ''
+);
+CREATE UNIQUE INDEX permission_sets_by_name ON permission_sets(lower(name));
+CREATE TABLE permission_set_grants (
+    set_id TEXT COLLATE "C" NOT NULL REFERENCES permission_sets(id) ON DELETE CASCADE,
+    permission_id TEXT COLLATE "C" NOT NULL REFERENCES permissions(id),
+    PRIMARY KEY (set_id, permission_id)
+);
+CREATE TABLE roles (
+    name TEXT COLLATE "C" PRIMARY KEY,
+    id TEXT COLLATE "C" NOT NULL UNIQUE,
+    description TEXT COLLATE "C" NOT NULL DEFAULT '',
+    permission_set TEXT COLLATE "C" REFERENCES permission_sets(id),
+    built_in BIGINT NOT NULL DEFAULT 0
+);
+CREATE UNIQUE INDEX roles_by_name ON roles(lower(name));
+CREATE TABLE role_grants (
+    role_id TEXT COLLATE "C" NOT NULL REFERENCES roles(id) ON DELETE CASCADE,
+    permission_id TEXT COLLATE "C" NOT NULL REFERENCES permissions(id),
+    PRIMARY KEY (role_id, permission_id)
+);
+
+CREATE TABLE custom_properties (
+    id TEXT COLLATE "C" PRIMARY KEY,
+    name TEXT COLLATE "C" NOT NULL,
+    description TEXT COLLATE "C" NOT NULL,
+    type BIGINT NOT NULL,
+    choices TEXT COLLATE "C" NOT NULL
+);
+CREATE UNIQUE INDEX custom_properties_by_name ON custom_properties(lower(name));
+CREATE TABLE user_properties (
+    user_id TEXT COLLATE "C" NOT NULL REFERENCES users(id) ON DELETE CASCADE,
+    property_id TEXT COLLATE "C" NOT NULL REFERENCES custom_properties(id),
+    value TEXT COLLATE "C" NOT NULL,
+    PRIMARY KEY (user_id, property_id)
+);
+CREATE INDEX user_properties_by_property ON user_properties(property_id);
+
+CREATE TABLE project_categories (
+    id TEXT COLLATE "C" PRIMARY KEY,
+    name TEXT COLLATE "C" NOT NULL
+);
+CREATE UNIQUE INDEX project_categories_by_name ON project_categories(lower(name));
+CREATE TABLE projects (
+    number BIGINT GENERATED BY DEFAULT AS IDENTITY PRIMARY KEY,
+    id TEXT COLLATE "C" NOT NULL UNIQUE,
+    name TEXT COLLATE "C" NOT NULL,
+    location TEXT COLLATE "C" NOT NULL,
+    category TEXT COLLATE "C" NOT NULL DEFAULT '',
+    state BIGINT NOT NULL DEFAULT 3,
+    version TEXT COLLATE "C" NOT NULL DEFAULT '',
+    build BIGINT NOT NULL DEFAULT 0,
+    is_public BIGINT NOT NULL DEFAULT 0,
+    last_mail_time BIGINT NOT NULL DEFAULT 0,
+    last_mail_change BIGINT NOT NULL DEFAULT 0,
+    last_logon_id BIGINT NOT NULL DEFAULT 0,
+    description TEXT COLLATE "C" NOT NULL DEFAULT '',
+    maximum_backups BIGINT NOT NULL DEFAULT 0,
+    mail_bytes BIGINT NOT NULL DEFAULT 0,
+    last_signal BIGINT NOT NULL DEFAULT 0
+) WITH (fillfactor = 50);
+CREATE TABLE signals (
+    project_id TEXT COLLATE "C" NOT NULL REFERENCES projects(id) ON DELETE CASCADE,
+    sequence BIGINT NOT NULL,
+    id BIGINT NOT NULL,
+    audience TEXT COLLATE "C" NOT NULL,
+    changed TEXT COLLATE "C" NOT NULL,
+    PRIMARY KEY (project_id, sequence)
+);
+CREATE UNIQUE INDEX projects_by_name ON projects(lower(name));
+CREATE INDEX public_projects ON projects(id) WHERE is_public = 1;
+CREATE INDEX projects_by_category ON projects(category);
+CREATE TABLE backup_schedules (
+    id TEXT COLLATE "C" PRIMARY KEY,
+    project_id TEXT COLLATE "C" NOT NULL REFERENCES projects(id) ON DELETE CASCADE,
+    frequency BIGINT NOT NULL,
+    start_time BIGINT NOT NULL,
+    enabled BIGINT NOT NULL
+);
+CREATE INDEX backup_schedules_by_project ON backup_schedules(project_id);
+
+CREATE TABLE members (
+    project_id TEXT COLLATE "C" NOT NULL REFERENCES projects(id) ON DELETE CASCADE,
+    user_id TEXT COLLATE "C" NOT NULL REFERENCES users(id) ON DELETE CASCADE,
+    role TEXT COLLATE "C" NOT NULL REFERENCES roles(name) ON UPDATE CASCADE,
+    logon_id BIGINT NOT NULL CHECK (logon_id BETWEEN 1 AND 32767),
+    mails BIGINT NOT NULL DEFAULT 0,
+    PRIMARY KEY (project_id, user_id),
+    UNIQUE (project_id, logon_id)
+) WITH (fillfactor = 80);
+CREATE INDEX members_by_role ON members(role);
+CREATE INDEX members_by_user ON members(user_id);
+CREATE TABLE sessions (
+    id TEXT COLLATE "C" PRIMARY KEY,
+    project_id TEXT COLLATE "C" NOT NULL,
+    user_id TEXT COLLATE "C" NOT NULL,
+    start_time BIGINT NOT NULL,
+    UNIQUE (project_id, user_id),
+    FOREIGN KEY (project_id, user_id) REFERENCES members(project_id, user_id) ON DELETE CASCADE
+);
+CREATE TABLE session_attributes (
+    session_id TEXT COLLATE "C" NOT NULL REFERENCES sessions(id) ON DELETE CASCADE,
+    name TEXT COLLATE "C" NOT NULL,
+    value TEXT COLLATE "C" NOT NULL,
+    PRIMARY KEY (session_id, name)
+);
+
+CREATE TABLE mails (
+    number BIGINT GENERATED BY DEFAULT AS IDENTITY PRIMARY KEY,
+    id TEXT COLLATE "C" NOT NULL UNIQUE,
+    project_id TEXT COLLATE "C" NOT NULL REFERENCES projects(id) ON DELETE CASCADE,
+    time_stamp BIGINT NOT NULL,
+    header TEXT COLLATE "C" NOT NULL,
+    body TEXT COLLATE "C" NOT NULL,
+    size BIGINT NOT NULL DEFAULT 0
+);
+-- What is base64 already does not become smaller.
+ALTER TABLE mails ALTER COLUMN body SET STORAGE EXTERNAL;
+CREATE INDEX mails_by_project ON mails(project_id);
+CREATE TABLE mail_entries (
+    user_id TEXT COLLATE "C" NOT NULL,
+    project_id TEXT COLLATE "C" NOT NULL,
+    time_stamp BIGINT NOT NULL,
+    mail BIGINT NOT NULL REFERENCES mails(number) ON DELETE CASCADE,
+    is_copy BIGINT NOT NULL,
+    is_read BIGINT NOT NULL,
+    is_historical BIGINT NOT NULL DEFAULT 0,
+    read_change BIGINT NOT NULL,
+    historical_change BIGINT NOT NULL,
+    PRIMARY KEY (user_id, project_id, time_stamp, mail),
+    FOREIGN KEY (project_id, user_id) REFERENCES members(project_id, user_id) ON DELETE CASCADE
+);
+CREATE INDEX mail_entries_by_mail ON mail_entries(mail);
+CREATE INDEX mail_entries_by_change
+    ON mail_entries(user_id, project_id, max(read_change, historical_change));
+CREATE TABLE mail_keys (
+    project_id TEXT COLLATE "C" NOT NULL REFERENCES projects(id) ON DELETE CASCADE,
+    sender_id TEXT COLLATE "C" NOT NULL REFERENCES users(id) ON DELETE CASCADE,
+    key TEXT COLLATE "C" NOT NULL,
+    mail_id TEXT COLLATE "C" NOT NULL,
+    time BIGINT NOT NULL DEFAULT 0,
+    PRIMARY KEY (project_id, sender_id, key)
+);
+CREATE INDEX mail_keys_by_sender ON mail_keys(sender_id);
+CREATE INDEX mail_keys_by_mail ON mail_keys(mail_id);
+
+CREATE TABLE modules (
+    id TEXT COLLATE "C" PRIMARY KEY,
+    name TEXT COLLATE "C" NOT NULL,
+    version TEXT COLLATE "C" NOT NULL,
+    address TEXT COLLATE "C" NOT NULL,
+    enabled BIGINT NOT NULL
+);
+CREATE UNIQUE INDEX modules_by_name ON modules(lower(name));
+CREATE TABLE configuration (
+    one BIGINT PRIMARY KEY CHECK (one = 1),
+    server_name TEXT COLLATE "C" NOT NULL,
+    minimum_password_length BIGINT NOT NULL
+);
+
+CREATE TABLE events (
+    number BIGINT GENERATED BY DEFAULT AS IDENTITY PRIMARY KEY,
+    project_id TEXT COLLATE "C" NOT NULL,
+    time BIGINT NOT NULL,
+    "user" TEXT COLLATE "C" NOT NULL,
+    action TEXT COLLATE "C" NOT NULL,
+    size BIGINT NOT NULL DEFAULT 0,
+    comment TEXT COLLATE "C" NOT NULL DEFAULT '',
+    seconds BIGINT NOT NULL DEFAULT 0
+);
+CREATE INDEX events_by_project ON events(project_id, time, number);
+CREATE INDEX events_by_time ON events(time);
+CREATE TABLE performance (
+    number BIGINT GENERATED BY DEFAULT AS IDENTITY PRIMARY KEY,
+    time BIGINT NOT NULL,
+    key TEXT COLLATE "C" NOT NULL,
+    value DOUBLE PRECISION NOT NULL
+);
+CREATE INDEX performance_by_time ON performance(time, number);
+CREATE VIEW log_times AS
+    SELECT id AS project_id, least(2147483647, greatest(unixepoch(), coalesce(
+        (SELECT max(time) FROM events WHERE events.project_id = projects.id), 0))) AS now
+    FROM projects;
+
+-- A line with the time of its project's log; of `since` it tells how long ago that is.
+CREATE FUNCTION log_event(project TEXT, who TEXT, what TEXT, bytes BIGINT, since BIGINT)
+RETURNS VOID LANGUAGE plpgsql AS $$
+BEGIN
+    PERFORM 1 FROM projects WHERE id = project FOR NO KEY UPDATE;
+    INSERT INTO events (project_id, time, "user", action, size, seconds)
+        SELECT project_id, now, full_name || ' (' || login || ')', what, bytes,
+               greatest(0, now - coalesce(since, now))
+        FROM users JOIN log_times ON project_id = project WHERE id = who;
+END $$;
+CREATE FUNCTION members_join() RETURNS TRIGGER LANGUAGE plpgsql AS $$
+BEGIN
+    UPDATE projects SET last_logon_id = greatest(last_logon_id, NEW.logon_id)
+        WHERE id = NEW.project_id;
+    PERFORM log_event(NEW.project_id, NEW.user_id, 'Join', 0, NULL);
+    RETURN NULL;
+END $$;
+CREATE TRIGGER members_join AFTER INSERT ON members
+    FOR EACH ROW EXECUTE FUNCTION members_join();
+CREATE FUNCTION sessions_begin() RETURNS TRIGGER LANGUAGE plpgsql AS $$
+BEGIN
+    -- Who is being switched off meanwhile has none; whoever asks is told so when he tries again.
+    PERFORM 1 FROM users WHERE id = NEW.user_id AND enabled <> 0 FOR SHARE;
+    IF NOT FOUND THEN
+        RAISE EXCEPTION 'the account is switched off' USING ERRCODE = 'serialization_failure';
+    END IF;
+    PERFORM log_event(NEW.project_id, NEW.user_id, 'Login', 0, NULL);
+    RETURN NULL;
+END $$;
+CREATE TRIGGER sessions_begin AFTER INSERT ON sessions
+    FOR EACH ROW EXECUTE FUNCTION sessions_begin();
+CREATE FUNCTION sessions_end() RETURNS TRIGGER LANGUAGE plpgsql AS $$
+BEGIN
+    PERFORM log_event(OLD.project_id, OLD.user_id, 'Logout', 0, OLD.start_time);
+    RETURN NULL;
+END $$;
+CREATE TRIGGER sessions_end AFTER DELETE ON sessions
+    FOR EACH ROW EXECUTE FUNCTION sessions_end();
+CREATE FUNCTION sessions_end_with_the_account() RETURNS TRIGGER LANGUAGE plpgsql AS $$
+BEGIN
+    DELETE FROM sessions WHERE user_id = NEW.id;
+    RETURN NULL;
+END $$;
+CREATE TRIGGER sessions_end_with_the_account AFTER UPDATE OF enabled ON users
+    FOR EACH ROW WHEN (NEW.enabled = 0) EXECUTE FUNCTION sessions_end_with_the_account();
+CREATE FUNCTION mails_are_sent() RETURNS TRIGGER LANGUAGE plpgsql AS $$
+BEGIN
+    PERFORM log_event(NEW.project_id, NEW.sender_id, 'Send',
+        coalesce((SELECT size FROM mails WHERE id = NEW.mail_id), 0), NULL);
+    RETURN NULL;
+END $$;
+CREATE TRIGGER mails_are_sent AFTER INSERT ON mail_keys
+    FOR EACH ROW EXECUTE FUNCTION mails_are_sent();
+CREATE FUNCTION events_go_with_their_project() RETURNS TRIGGER LANGUAGE plpgsql AS $$
+BEGIN
+    DELETE FROM events WHERE project_id = OLD.id;
+    RETURN NULL;
+END $$;
+CREATE TRIGGER events_go_with_their_project AFTER DELETE ON projects
+    FOR EACH ROW EXECUTE FUNCTION events_go_with_their_project();
+CREATE FUNCTION projects_follow_the_name_of_their_category() RETURNS TRIGGER
+LANGUAGE plpgsql AS $$
+BEGIN
+    UPDATE projects SET category = NEW.name WHERE category = OLD.name;
+    RETURN NULL;
+END $$;
+CREATE TRIGGER projects_follow_the_name_of_their_category
+    AFTER UPDATE OF name ON project_categories
+    FOR EACH ROW EXECUTE FUNCTION projects_follow_the_name_of_their_category();
+
+CREATE FUNCTION mails_are_counted() RETURNS TRIGGER LANGUAGE plpgsql AS $$
+BEGIN
+    UPDATE projects SET mail_bytes = mail_bytes + NEW.size WHERE id = NEW.project_id;
+    RETURN NULL;
+END $$;
+CREATE TRIGGER mails_are_counted AFTER INSERT ON mails
+    FOR EACH ROW EXECUTE FUNCTION mails_are_counted();
+CREATE FUNCTION mails_are_discounted() RETURNS TRIGGER LANGUAGE plpgsql AS $$
+BEGIN
+    UPDATE projects SET mail_bytes = mail_bytes - OLD.size WHERE id = OLD.project_id;
+    RETURN NULL;
+END $$;
+CREATE TRIGGER mails_are_discounted AFTER DELETE ON mails
+    FOR EACH ROW EXECUTE FUNCTION mails_are_discounted();
+CREATE FUNCTION entries_are_counted() RETURNS TRIGGER LANGUAGE plpgsql AS $$
+BEGIN
+    UPDATE members SET mails = mails + 1
+        WHERE project_id = NEW.project_id AND user_id = NEW.user_id;
+    RETURN NULL;
+END $$;
+CREATE TRIGGER entries_are_counted AFTER INSERT ON mail_entries
+    FOR EACH ROW EXECUTE FUNCTION entries_are_counted();
+CREATE FUNCTION entries_are_discounted() RETURNS TRIGGER LANGUAGE plpgsql AS $$
+BEGIN
+    UPDATE members SET mails = mails - 1
+        WHERE project_id = OLD.project_id AND user_id = OLD.user_id;
+    -- Held first: of two that go at once one sees that the other is gone.
+    PERFORM 1 FROM mails WHERE number = OLD.mail FOR UPDATE;
+    IF FOUND AND NOT EXISTS (SELECT 1 FROM mail_entries WHERE mail = OLD.mail) THEN
+        DELETE FROM mails WHERE number = OLD.mail;
+    END IF;
+    RETURN NULL;
+END $$;
+CREATE TRIGGER entries_are_discounted AFTER DELETE ON mail_entries
+    FOR EACH ROW EXECUTE FUNCTION entries_are_discounted();
+
+INSERT INTO user_groups (name, id, built_in) VALUES
+    ('Administrators', 'Administrators', 1), ('ProjectManagers', 'ProjectManagers', 1),
+    ('ProjectWorkflowManagers', 'ProjectWorkflowManagers', 1);
+INSERT INTO permissions (id, name, description, built_in) VALUES
+    ('Read', 'Read', 'Open the project and read it', 1),
+    ('Write', 'Write', 'Change what is reserved', 1),
+    ('Reserve', 'Reserve', 'Reserve parts of the project', 1),
+    ('Release', 'Release', 'Release what is reserved', 1),
+    ('ChangeSettings', 'ChangeSettings', 'Change the settings of the project', 1),
+    ('ManageMembers', 'ManageMembers', 'Add and remove members and change their roles', 1),
+    ('CloseProject', 'CloseProject', 'Close the project for everybody', 1),
+    ('ReadLog', 'ReadLog', 'Read the activity log', 1);
+INSERT INTO roles (name, id, built_in) VALUES
+    ('Project Manager', 'Project Manager', 1), ('Viewer', 'Viewer', 1);
+INSERT INTO role_grants (role_id, permission_id)
+    SELECT r.id, p.id FROM roles r, permissions p
+    WHERE r.id = 'Viewer' AND p.id = 'Read' OR r.id = 'Project Manager' AND p.id <> 'ChangeSettings';
+INSERT INTO configuration VALUES (1, '', 8);
+)"};
+
+inline constexpr std::int64_t FirstPostgresVersion = 13;
+static_assert(FirstPostgresVersion + static_cast<std::int64_t>(PostgresSteps.size()) - 1 ==
+                  SchemaVersion,
+              "Each version exists in both dialects.");
+
+}  // namespace Nexar
