@@ -37,10 +37,9 @@ std::vector<Syncra::Protocol::ProjectOverview> ProjectStore::OverviewFor(const s
     auto query = database_.Prepare(
         "SELECT id, name, location, category, state, version, build, "
         "(SELECT COUNT(*) FROM members WHERE project_id = projects.id), "
-        "EXISTS (SELECT 1 FROM members WHERE project_id = projects.id AND user_id = ?1) FROM "
-        "projects "
-        "WHERE id IN (SELECT project_id FROM members WHERE user_id = ?1 "
-        "UNION SELECT id FROM projects WHERE is_public) ORDER BY number /* all */");
+        "(SELECT COUNT(*) FROM members WHERE project_id = projects.id AND user_id = $1) "
+        "FROM projects WHERE id IN (SELECT project_id FROM members WHERE user_id = $1 "
+        "UNION SELECT id FROM projects WHERE is_public = 1) ORDER BY number /* all */");
     query.Bind(1, userId);
     std::vector<Syncra::Protocol::ProjectOverview> projects;
     while (query.Step()) {

@@ -1,19 +1,20 @@
+#include "CardList.hpp"
+#include "ComposeWindow.hpp"
 #include "DialogsQt/QtUser.hpp"
 #include "MainWindow.hpp"
-#include "RegisteredProjects.hpp"
+#include "Passwords.hpp"
+#include "SYClientBase/SyncraClientFactory.hpp"
 #include "Support/ServerProcess.hpp"
 #include "Support/StoreEdit.hpp"
 #include "Support/TemporaryFolder.hpp"
-#include "SyncraURL.hpp"
 #include "UserInterface/AsyncTaskDialogExecutingImplementation.hpp"
 
 #include <QLineEdit>
-#include <QListWidget>
 #include <QPalette>
+#include <QPlainTextEdit>
 #include <QPushButton>
 #include <QSpinBox>
-#include <QStatusBar>
-#include <QTableWidget>
+#include <QTabBar>
 
 namespace {
 
@@ -25,90 +26,274 @@ protected:
     DesktopTest()
     {
         Syncra::Server::ManagementTool::GUI::SetAsyncTaskDialogExecutingImplementationForCore();
-        window.SetLogin("127.0.0.1", server.ModelPort(), "anna.novak");
-        window.show();
-        EXPECT_TRUE(QTest::qWaitForWindowActive(&window));
+        MakeWindow();
     }
 
+    void MakeWindow()
+    {
+        window.reset();
+        window = std::make_unique<MainWindow>(folder.GetLocation().Appended(u"Caches"));
+        window->show();
+        EXPECT_TRUE(QTest::qWaitForWindowActive(window.get()));
+    }
+    template <class Widget>
+    [[nodiscard]] Widget* Look(const char* name) const
+    {
+        return window->findChild<Widget*>(name);
+    }
     template <class Widget>
     Widget& Find(const char* name)
     {
-        return *window.findChild<Widget*>(name);
+        auto* const found = Look<Widget>(name);
+        if (found == nullptr)
+            throw std::runtime_error(std::string("there is no ") + name);
+        return *found;
     }
-    QString Status() const { return window.statusBar()->currentMessage(); }
-    void TakePicture(const char* name)
+    [[nodiscard]] QString Text(const char* name) const
+    {
+        const auto* const label = Look<QLabel>(name);
+        return label == nullptr ? QString() : label->text();
+    }
+    template <class Holds>
+    [[nodiscard]] static bool Wait(Holds holds)
+    {
+        return QTest::qWaitFor(holds, Patience);
+    }
+    void TakePicture(const char* name, QWidget* what = nullptr) const
     {
         if (const auto place = qEnvironmentVariable("SYCLIENT_SCREENSHOTS"); !place.isEmpty()) {
-            EXPECT_TRUE(window.grab().save(place + "/" + name + ".png"));
+            QTest::qWait(100);
+            EXPECT_TRUE(
+                (what != nullptr ? what : window.get())->grab().save(place + "/" + name + ".png"));
         }
     }
-    /// Types the password and presses Return, as the focus stands.
-    void Connect()
+    /// Adds the server as `login`, as somebody who types it does.
+    void AddServer(const char* login, const char* password = ServerProcess::Password)
     {
-        ASSERT_EQ(QApplication::focusWidget(), &Find<QLineEdit>("password"));
-        QTest::keyClicks(QApplication::focusWidget(), ServerProcess::Password);
-        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Return);
-        ASSERT_GT(Find<QTableWidget>("projects").rowCount(), 0) << Status().toStdString();
+        user.Then([=, this] {
+            auto& dialog = QtUser::Window();
+            dialog.findChild<QSpinBox*>("port")->setValue(server.ModelPort());
+            QTest::keyClicks(QApplication::focusWidget(), "127.0.0.1");
+            QTest::keyClicks(dialog.findChild<QLineEdit*>("user"), login);
+            QTest::keyClicks(dialog.findChild<QLineEdit*>("password"), password);
+            TakePicture("AddServer", &dialog);
+            QTest::keyClick(&dialog, Qt::Key_Return);
+        });
+        QTest::mouseClick(&Find<QPushButton>("addServer"), Qt::LeftButton);
     }
-    void Select(const QString& project)
+    [[nodiscard]] static QModelIndex RowOf(const CardList& list, const QString& title)
     {
-        auto& projects = Find<QTableWidget>("projects");
-        const auto found = projects.findItems(project, Qt::MatchExactly);
-        ASSERT_EQ(found.size(), 1);
-        projects.selectRow(found.front()->row());
+        for (int row = 0; row < list.model()->rowCount(); ++row) {
+            const auto index = list.model()->index(row, 0);
+            if (index.data(CardRole).value<Card>().title == title)
+                return index;
+        }
+        return {};
     }
+    [[nodiscard]] static Card CardOf(const CardList& list, int row)
+    {
+        return list.model()->index(row, 0).data(CardRole).value<Card>();
+    }
+    /// Without a window manager nobody does so when a dialog ends.
+    void Activate() const
+    {
+        window->activateWindow();
+        EXPECT_TRUE(QTest::qWaitForWindowActive(window.get()));
+    }
+    /// Chooses the project by the keyboard.
+    void Choose(const QString& project)
+    {
+        auto& list = Find<CardList>("projects");
+        ASSERT_TRUE(Wait([&] { return RowOf(list, project).isValid(); }))
+            << Text("problem").toStdString();
+        list.setCurrentIndex(RowOf(list, project));
+        QTest::keyClick(&list, Qt::Key_Return);
+    }
+    void OpenHarbourBridge()
+    {
+        Choose("Harbour Bridge");
+        ASSERT_TRUE(Wait([&] { return Text("state") == "Online"; }))
+            << Text("problem").toStdString() << Text("state").toStdString();
+        ASSERT_TRUE(Wait([&] { return Find<CardList>("members").model()->rowCount() >= 8; }));
+    }
+    /// Somebody else writes to the user of the window.
+    void Write(const OV::UniString& sender, SYC::MailType type, const OV::UniString& text)
+    {
+        const auto client =
+            SYCB::CreateSyncraClient({u"127.0.0.1", server.ModelPort(), sender,
+                                      OV::UniString(OV::FromUtf8(ServerProcess::Password))});
+        OV::UniString id;
+        for (const auto& project : client->GetProjects())
+            if (project.name == u"Harbour Bridge")
+                id = project.id;
+        SYC::ClientMail mail;
+        mail.SetType(type);
+        mail.SetSender(sender);
+        mail.SetSenderFullName(sender == u"yuki.tanaka" ? u"\u7530\u4e2d \u96ea" : u"Marco Rossi");
+        mail.SetRecipientsLoginName({u"anna.novak"});
+        mail.SetRecipientsFullName(u"Anna Nov\u00e1k");
+        mail.SetSendingTime(static_cast<std::int32_t>(QDateTime::currentSecsSinceEpoch()));
+        mail.SetImportance(type == SYC::MailType::Request ? SYC::Importance::High
+                                                          : SYC::Importance::Low);
+        mail.SetBodyText(text);
+        (void)client->SendMail(id, {u"anna.novak"}, mail.ConvertToSyncraMessage(),
+                               OV::Guid::Generate().ToText());
+    }
+    [[nodiscard]] ComposeWindow* Compose() const { return window->findChild<ComposeWindow*>(); }
 
     TemporaryFolder folder;
     ServerProcess server{folder.Path()};
     Dlg::QtToolkit toolkit;
-    MainWindow window{folder.GetLocation().Appended(u"Caches")};
+    OV::PooledExecutor worker{0, 1, 0};
+    std::unique_ptr<MainWindow> window;
     QtUser user;
 };
 
 }  // namespace
 
-TEST_F(DesktopTest, AProjectIsOpenedShownAndClosedFromTheKeyboard)
+TEST_F(DesktopTest, ADayFromTheKeyboard)
 {
     EditStore(server.StorePath(), "UPDATE users SET login = '<u>' WHERE login = 'lena.fischer'");
-    Connect();
-    Select("Harbour Bridge");
-    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Return);
-    auto& members = Find<QListWidget>("members");
-    ASSERT_TRUE(QTest::qWaitFor([&] { return members.count() == 8; }, Patience));
-    EXPECT_TRUE(members.item(0)->text().endsWith("working"));
-    EXPECT_TRUE(members.item(3)->text().endsWith("away"));
-    int escaped = 0;
-    for (int row = 0; row < members.count(); ++row)
-        escaped += members.item(row)->toolTip().contains("&lt;u&gt;") ? 1 : 0;
-    EXPECT_EQ(escaped, 1) << "Qt takes a login name for markup";
-    TakePicture("Desktop");
-    for (const QWidget* widget : window.findChildren<QWidget*>()) {
-        if (widget->focusPolicy() == Qt::NoFocus || widget->objectName().startsWith("qt_"))
+    AddServer("anna.novak");
+    auto& projects = Find<CardList>("projects");
+    ASSERT_TRUE(Wait([&] { return RowOf(projects, "Harbour Bridge").isValid(); }))
+        << Text("problem").toStdString();
+    TakePicture("StartServer");
+    OpenHarbourBridge();
+    // A request comes while something else is done, and is answered at once.
+    auto& mails = Find<CardList>("mails");
+    Write(u"marco.rossi", SYC::MailType::Normal, u"The drawings of pillar 7 are in.");
+    Write(u"yuki.tanaka", SYC::MailType::Request,
+          u"May I have pillar 7 until Thursday? The loads of the new crane go through it, and I "
+          u"would like to change "
+          u"the base before the calculation runs again.");
+    ASSERT_TRUE(Wait([&] { return mails.model()->rowCount() >= 2; }));
+    auto& views = Find<QTabBar>("views");
+    ASSERT_TRUE(Wait([&] { return views.tabText(0) == "Waiting for me 1"; }))
+        << views.tabText(0).toStdString();
+    views.setCurrentIndex(0);
+    ASSERT_EQ(mails.model()->rowCount(), 1);
+    EXPECT_EQ(CardOf(mails, 0).badge, "Request !");
+    Activate();
+    mails.setFocus();
+    TakePicture("MailWaiting");
+    for (const QWidget* widget : window->findChildren<QWidget*>()) {
+        if (widget->focusPolicy() == Qt::NoFocus || widget->objectName().startsWith("qt_") ||
+            !widget->isVisible())
             continue;
         const auto* button = qobject_cast<const QAbstractButton*>(widget);
-        EXPECT_TRUE(!widget->accessibleName().isEmpty() || (button && !button->text().isEmpty()))
-            << widget->objectName().toStdString() << " says nothing to a screen reader";
+        const auto* label = qobject_cast<const QLabel*>(widget);
+        EXPECT_TRUE(!widget->accessibleName().isEmpty() || (button && !button->text().isEmpty()) ||
+                    (label && !label->text().isEmpty()))
+            << widget->metaObject()->className() << " " << widget->objectName().toStdString()
+            << " says nothing to a screen reader";
     }
-    SYC::Inner::ProjectConnectionInfo project;
-    project.serverName = u"127.0.0.1";
-    project.port = server.ModelPort();
-    project.userName = u"anna.novak";
-    project.projectName = u"Harbour Bridge";
-    const auto cache = SYC::registeredProjects().GetCachedProjectInfo(
-        SYC::ToSyncraLocation(project), folder.GetLocation().Appended(u"Caches"));
-    ASSERT_TRUE(cache);
-    cache->SetUnsentChanges(true);
-    user.Then([] { QtUser::Press(2); });  // stays open
-    QTest::mouseClick(&Find<QPushButton>("close"), Qt::LeftButton);
-    EXPECT_EQ(members.count(), 8);
-    EXPECT_TRUE(cache->IsChanges());
-    user.Then([] { QtUser::Press(3); });  // discards
-    user.Then([] { QtUser::PressText("Discard Changes Anyway"); });
-    QTest::mouseClick(&Find<QPushButton>("close"), Qt::LeftButton);
-    EXPECT_FALSE(cache->IsChanges());
-    EXPECT_EQ(Status(), "Closed.");
-    EXPECT_EQ(members.count(), 0);
-    EXPECT_FALSE(Find<QPushButton>("close").isEnabled());
+    QTest::keyClick(&mails, Qt::Key_Return, Qt::ControlModifier);
+    EXPECT_TRUE(Wait([&] { return views.tabText(0) == "Waiting for me"; }))
+        << views.tabText(0).toStdString();
+    EXPECT_TRUE(Wait([&] { return Text("outbox") == "Outbox empty"; }))
+        << Text("outbox").toStdString();
+
+    // Offline on purpose: what is written waits, also over a restart of the window.
+    QTest::mouseClick(&Find<QPushButton>("workOffline"), Qt::LeftButton);
+    EXPECT_EQ(Text("state"), "Working offline");
+    QTest::keyClick(&mails, Qt::Key_N, Qt::ControlModifier);
+    ASSERT_NE(Compose(), nullptr);
+    QTest::keyClicks(Compose()->findChild<QLineEdit*>("to"), "anna.novak; marco.rossi; nobody");
+    EXPECT_FALSE(Compose()->findChild<QPushButton*>("send")->isEnabled());
+    EXPECT_TRUE(Compose()->findChild<QLabel*>("problem")->text().contains("nobody"));
+    Compose()->findChild<QLineEdit*>("to")->setText("Marco Rossi <marco.rossi>; ");
+    QTest::keyClicks(Compose()->findChild<QPlainTextEdit*>("text"), "Please look at the anchors.");
+    TakePicture("Compose", Compose());
+    QTest::keyClick(Compose()->findChild<QPlainTextEdit*>("text"), Qt::Key_Return,
+                    Qt::ControlModifier);
+    EXPECT_TRUE(Wait([&] { return Text("outbox").startsWith("Outbox: 1"); }))
+        << Text("outbox").toStdString();
+    EXPECT_TRUE(Wait([&] { return Compose() == nullptr; }));
+    TakePicture("WorkingOffline");
+    // A begun mail is kept as a draft.
+    Activate();
+    QTest::keyClick(&mails, Qt::Key_N, Qt::ControlModifier);
+    QTest::keyClicks(Compose()->findChild<QPlainTextEdit*>("text"), "Begun");
+    user.Then([] { QtUser::PressText("Keep as Draft"); });
+    EXPECT_TRUE(window->close());
+    MakeWindow();
+    user.Then([] {
+        QtUser::Window().findChild<QLineEdit*>("password")->setText(ServerProcess::Password);
+        QTest::keyClick(&QtUser::Window(), Qt::Key_Return);
+    });
+    Choose("Harbour Bridge");
+    ASSERT_TRUE(Wait([&] { return Text("state") == "Working offline"; }))
+        << Text("problem").toStdString();
+    EXPECT_GE(Find<CardList>("members").model()->rowCount(), 8)
+        << "the members are not known offline";
+    ASSERT_NE(Compose(), nullptr) << "the draft is lost";
+    EXPECT_EQ(Compose()->findChild<QPlainTextEdit*>("text")->toPlainText(), "Begun");
+    user.Then([] { QtUser::PressText("Discard"); });
+    Compose()->close();
+    QTest::mouseClick(&Find<QPushButton>("workOffline"), Qt::LeftButton);
+    EXPECT_TRUE(Wait([&] { return Text("state") == "Online"; })) << Text("state").toStdString();
+    EXPECT_TRUE(Wait([&] { return Text("outbox") == "Outbox empty"; }))
+        << Text("outbox").toStdString();
+    auto& sent = Find<CardList>("mails");
+    Find<QTabBar>("views").setCurrentIndex(2);
+    EXPECT_TRUE(Wait([&] {
+        return sent.model()->rowCount() >= 1 &&
+               CardOf(sent, 0).subtitle == "Please look at the anchors.";
+    }));
+
+    // A server that goes away is told, with the time of the next try.
+    server.Terminate();
+    EXPECT_TRUE(Wait([&] { return Text("state").startsWith("No answer"); }))
+        << Text("state").toStdString();
+    TakePicture("NoAnswer");
+    server.Start();
+    QTest::mouseClick(&Find<QPushButton>("workOffline"), Qt::LeftButton);
+    EXPECT_TRUE(Wait([&] { return Text("state") == "Online"; })) << Text("state").toStdString();
+    Activate();
+    for (int page = 1; page <= 3; ++page) {
+        QTest::keyClick(window.get(), static_cast<Qt::Key>(Qt::Key_1 + page), Qt::ControlModifier);
+        const char* const status = page == 1 ? "activityStatus" : "statisticsStatus";
+        EXPECT_TRUE(Wait([&] { return page == 3 || Text(status).startsWith("Up to date"); }))
+            << Text(status).toStdString();
+        TakePicture((std::string("Page") + std::to_string(page)).c_str());
+    }
+    QTest::keyClick(window.get(), Qt::Key_W, Qt::ControlModifier);
+    EXPECT_TRUE(
+        Wait([&] { return RowOf(Find<CardList>("projects"), "Harbour Bridge").isValid(); }));
+    EXPECT_EQ(Look<QLabel>("state"), nullptr);
+    TakePicture("Start");
+}
+
+TEST_F(DesktopTest, FailuresAreToldAndCanBeTriedAgain)
+{
+    AddServer("anna.novak", "wrong");
+    EXPECT_TRUE(Wait([&] {
+        return Text("problem").startsWith("The user name or the password is wrong");
+    })) << Text("problem").toStdString();
+    TakePicture("WrongPassword");
+    AddServer("anna.novak");
+    Choose("Open House 2026");
+    EXPECT_TRUE(Wait([&] { return !Text("problem").isEmpty(); }));
+    const QString refused = Text("problem");
+    EXPECT_TRUE(refused.contains("maintenance") || refused.contains("member"))
+        << refused.toStdString();
+    Choose("Harbour Bridge");
+    ASSERT_TRUE(Wait([&] { return Text("state") == "Online"; }));
+    window->close();
+    server.Terminate();
+    MakeWindow();
+    // Without its server it opens from the cache.
+    Passwords::Remember({u"127.0.0.1", server.ModelPort(), u"Harbour Bridge", u"anna.novak",
+                         OV::UniString(OV::FromUtf8(ServerProcess::Password))},
+                        worker);
+    worker.Shutdown();
+    worker.AwaitTermination();
+    Choose("Harbour Bridge");
+    EXPECT_TRUE(Wait([&] { return Text("state").startsWith("No answer"); }))
+        << Text("problem").toStdString();
+    server.Start();
+    EXPECT_TRUE(Wait([&] { return Text("state") == "Online"; })) << Text("state").toStdString();
 }
 
 TEST_F(DesktopTest, FollowsTheColoursOfADarkDesktop)
@@ -118,34 +303,16 @@ TEST_F(DesktopTest, FollowsTheColoursOfADarkDesktop)
     dark.setColor(QPalette::Base, QColor(30, 30, 30));
     QApplication::setPalette(dark);
     QTest::qWait(20);
-    Connect();
-    Select("City Library");
-    TakePicture("DesktopDark");
+    AddServer("anna.novak");
+    auto& projects = Find<CardList>("projects");
+    ASSERT_TRUE(Wait([&] { return RowOf(projects, "City Library").isValid(); }));
+    TakePicture("StartDark");
+    OpenHarbourBridge();
+    TakePicture("MailDark");
     // Light on dark: nothing in the window brings colours of its own.
-    for (const QWidget* widget : window.findChildren<QWidget*>())
+    for (const QWidget* widget : window->findChildren<QWidget*>())
         EXPECT_GT(widget->palette().color(QPalette::Active, QPalette::WindowText).lightness(),
                   widget->palette().color(QPalette::Active, QPalette::Window).lightness())
             << widget->objectName().toStdString();
     QApplication::setPalette(former);
-}
-
-TEST_F(DesktopTest, FailuresAreToldAndCanBeTriedAgain)
-{
-    Connect();
-    Select("Open House 2026");
-    QTest::mouseClick(&Find<QPushButton>("open"), Qt::LeftButton);
-    EXPECT_TRUE(QTest::qWaitFor([&] { return Status().startsWith("You may not use"); }, Patience))
-        << Status().toStdString();
-    server.Terminate();
-    user.Then([this] {
-        server.Start();
-        QtUser::TakePicture("CannotConnect");
-        QtUser::PressText("Try again");
-    });
-    QTest::mouseClick(&Find<QPushButton>("connect"), Qt::LeftButton);
-    EXPECT_TRUE(Status().startsWith("Connected")) << Status().toStdString();
-    Find<QLineEdit>("password").setText("wrong");
-    QTest::mouseClick(&Find<QPushButton>("connect"), Qt::LeftButton);
-    EXPECT_EQ(Status(), "The user name or the password is wrong.");
-    EXPECT_EQ(Find<QTableWidget>("projects").rowCount(), 0);
 }

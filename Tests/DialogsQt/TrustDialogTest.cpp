@@ -1,3 +1,4 @@
+#include "CardList.hpp"
 #include "DialogsQt/QtUser.hpp"
 #include "MainWindow.hpp"
 #include "SYCommunication/HttpOptions.hpp"
@@ -7,10 +8,6 @@
 #include "UserInterface/TrustServerDialog.hpp"
 
 #include <QLineEdit>
-#include <QPushButton>
-#include <QSpinBox>
-#include <QStatusBar>
-#include <QTableWidget>
 
 namespace {
 
@@ -31,17 +28,24 @@ protected:
     }
     ~TrustDialogTest() override { Communication::SetDefaultHttpOptions({}); }
 
-    /// The number of projects that are shown.
-    int Connect(const char* host, std::uint16_t port)
+    /// The number of rows that are shown; `asked` answers the question about trust.
+    int Connect(const char* host, std::uint16_t port, std::function<void()> asked = {})
     {
-        window.SetLogin(host, port, "anna.novak");
-        window.findChild<QLineEdit*>("password")->setText(ServerProcess::Password);
-        QTest::mouseClick(window.findChild<QPushButton*>("connect"), Qt::LeftButton);
-        return window.findChild<QTableWidget*>("projects")->rowCount();
+        user.Then([] {
+            QtUser::Window().findChild<QLineEdit*>("password")->setText(ServerProcess::Password);
+            QTest::keyClick(&QtUser::Window(), Qt::Key_Return);
+        });
+        if (asked)
+            user.Then(std::move(asked));
+        window.AddServer(host, port, "anna.novak");
+        const auto* const rows = window.findChild<CardList*>("projects")->model();
+        EXPECT_TRUE(
+            QTest::qWaitFor([&] { return rows->rowCount() > 0 || !Status().empty(); }, 60'000));
+        return rows->rowCount();
     }
     [[nodiscard]] std::string Status() const
     {
-        return window.statusBar()->currentMessage().toStdString();
+        return window.findChild<QLabel*>("problem")->text().toStdString();
     }
     TemporaryFolder folder;
     TestCertificates certificates{folder.Path()};
@@ -57,20 +61,19 @@ TEST_F(TrustDialogTest, NothingIsSentToAServerThatIsNotTheOneThatWasMeant)
     for (const auto& each : DoubtfulCases) {
         SCOPED_TRACE(each.name);
         const DoubtfulServer server(each, folder.Path(), certificates);
-        user.Then([&each] {
+        const auto refuse = [&each] {
             QString shown;
             for (const auto* label : QtUser::Window().findChildren<QLabel*>())
                 shown += label->text();
             EXPECT_TRUE(shown.contains(each.problem)) << shown.toStdString();
             QtUser::ExpectGoodLooks((std::string("Trust") + each.name).c_str());
             QtUser::Key(Qt::Key_Return);  // the default button refuses
-        });
-        EXPECT_EQ(Connect("https://127.0.0.1", server.Port()), 0);
+        };
+        EXPECT_EQ(Connect("https://127.0.0.1", server.Port(), refuse), 0);
         EXPECT_NE(Status().find(each.problem), std::string::npos) << Status();
         EXPECT_EQ(server.Heard(), "");
     }
-    user.Then([] { QtUser::Key(Qt::Key_Return); });
-    EXPECT_EQ(Connect("nexar.example", 19001), 0);
+    EXPECT_EQ(Connect("nexar.example", 19001, [] { QtUser::Key(Qt::Key_Return); }), 0);
     EXPECT_NE(Status().find("Plain HTTP"), std::string::npos) << Status();
 }
 
@@ -79,14 +82,18 @@ TEST_F(TrustDialogTest, WhatTheUserTrustsIsTrustedForAsLongAsHeSays)
     ServerProcess server(folder.Path(), OptionsShowing(certificates, "stranger"));
     auto& trust = Communication::ServerTrust::GetInstance();
     for (const auto button : {TrustServerDialog::OnceButton, TrustServerDialog::AlwaysButton}) {
-        user.Then([button] { QtUser::Press(button); });
-        EXPECT_GT(Connect("https://127.0.0.1", server.ModelPort()), 0) << Status();
+        EXPECT_GT(
+            Connect("https://127.0.0.1", server.ModelPort(), [button] { QtUser::Press(button); }),
+            0)
+            << Status();
         EXPECT_GT(Connect("https://127.0.0.1", server.ModelPort()), 0) << "without a question";
         EXPECT_EQ(trust.List().size(), button == TrustServerDialog::AlwaysButton ? 1U : 0U);
         EXPECT_TRUE(trust.Distrust(u"127.0.0.1", server.ModelPort()));
     }
     trust.Trust({u"127.0.0.1", server.ModelPort(), u"00"}, true);
-    user.Then([] { QtUser::Press(CertificateChangedDialog::ForgetButton); });
-    EXPECT_EQ(Connect("https://127.0.0.1", server.ModelPort()), 0) << "forgotten, not trusted";
+    EXPECT_EQ(Connect("https://127.0.0.1", server.ModelPort(),
+                      [] { QtUser::Press(CertificateChangedDialog::ForgetButton); }),
+              0)
+        << "forgotten, not trusted";
     EXPECT_TRUE(trust.List().empty());
 }

@@ -9,7 +9,6 @@
 #include <QChartView>
 #include <QDateTime>
 #include <QDateTimeAxis>
-#include <QDialog>
 #include <QGuiApplication>
 #include <QHorizontalBarSeries>
 #include <QLegendMarker>
@@ -17,8 +16,8 @@
 #include <QPainter>
 #include <QPalette>
 #include <QPieSeries>
-#include <QTabWidget>
-#include <QVBoxLayout>
+#include <QSaveFile>
+#include <QTextStream>
 #include <QValueAxis>
 
 #include <algorithm>
@@ -291,23 +290,52 @@ bool Render(const QString& kind, const Data& data, const QSize& size, const QStr
     return view.grab().save(file, "PNG");
 }
 
-void Show(QWidget* parent, const Data& data)
+bool WriteTable(const QString& kind, const Data& data, const QString& file)
 {
-    auto* window = new QDialog(parent);
-    window->setAttribute(Qt::WA_DeleteOnClose);
-    window->setWindowTitle("Statistics");
-    window->setObjectName("charts");
-    auto* tabs = new QTabWidget(window);
-    for (const QString& kind : Kinds()) {
-        auto* view = new QChartView(Make(kind, data).release());
-        view->setRenderHint(QPainter::Antialiasing);
-        view->setAccessibleName(Find(kind)->title);
-        tabs->addTab(view, Find(kind)->title);
+    const auto chart = Make(kind, data);
+    if (chart == nullptr)
+        return false;
+    QSaveFile out(file);
+    if (!out.open(QIODevice::WriteOnly))
+        return false;
+    QTextStream text(&out);
+    text << "series,at,value\n";
+    const auto write = [&text](const QString& series, const QString& at, double value) {
+        const auto quoted = [](QString cell) { return '"' + cell.replace('"', "\"\"") + '"'; };
+        text << quoted(series) << ',' << quoted(at) << ',' << QString::number(value, 'g', 12)
+             << '\n';
+    };
+    for (auto* series : chart->series()) {
+        if (auto* line = qobject_cast<QXYSeries*>(series)) {
+            const bool isTime =
+                qobject_cast<QDateTimeAxis*>(line->attachedAxes().value(0)) != nullptr;
+            for (const QPointF& point : line->points())
+                write(line->name(),
+                      isTime ? QDateTime::fromMSecsSinceEpoch(static_cast<qint64>(point.x()))
+                                   .toString(Qt::ISODate)
+                             : QString::number(point.x()),
+                      point.y());
+        } else if (auto* pie = qobject_cast<QPieSeries*>(series)) {
+            for (const auto* slice : pie->slices())
+                write(pie->name(), slice->label(), slice->value());
+        } else if (auto* bars = qobject_cast<QAbstractBarSeries*>(series)) {
+            QStringList names;
+            for (auto* axis : bars->attachedAxes())
+                if (auto* categories = qobject_cast<QBarCategoryAxis*>(axis))
+                    names = categories->categories();
+            for (const auto* set : bars->barSets())
+                for (int at = 0; at < set->count(); ++at)
+                    write(set->label(), names.value(at), set->at(at));
+        }
     }
-    auto* layout = new QVBoxLayout(window);
-    layout->addWidget(tabs);
-    window->resize(900, 540);
-    window->show();
+    text.flush();
+    return out.commit();
+}
+
+QString TitleOf(const QString& kind)
+{
+    const Kind* const found = Find(kind);
+    return found == nullptr ? QString() : QString(found->title);
 }
 
 }  // namespace Charts

@@ -11,7 +11,6 @@
 
 class QChart;
 class QSize;
-class QWidget;
 
 /// The statistics of a server as pictures.
 namespace Charts {
@@ -32,7 +31,10 @@ struct Data {
 /// Draws it into a PNG file; false when the kind is none or the file cannot be written.
 [[nodiscard]] bool Render(const QString& kind, const Data& data, const QSize& size,
                           const QString& file);
-/// A window with all of them, which deletes itself when it is closed.
-void Show(QWidget* parent, const Data& data);
+/// What it is called for people; empty for a kind that is none.
+[[nodiscard]] QString TitleOf(const QString& kind);
+/// Writes what it shows as CSV: the series, and for each point its place and its value. False as
+/// with Render.
+[[nodiscard]] bool WriteTable(const QString& kind, const Data& data, const QString& file);
 
 }  // namespace Charts

@@ -1,6 +1,7 @@
 #include "Charts.hpp"
 #include "DesktopText.hpp"
 #include "Dlg/Qt/QtToolkit.hpp"
+#include "Language.hpp"
 #include "MainWindow.hpp"
 #include "OVRoot/Exception.hpp"
 #include "OVRoot/Logger.hpp"
@@ -95,6 +96,7 @@ try {
     parser.addOptions({{{"s", "server"}, "Server to begin with; https://HOST for TLS.", "HOST"},
                        {{"p", "port"}, "Its model port.", "N", "19001"},
                        {{"u", "user"}, "Login name.", "NAME"},
+                       {{"n", "project"}, "Project of that server to open at once.", "NAME"},
                        {"ca-file", "Authorities to trust for TLS instead of the system's.", "FILE"},
                        {"client-certificate", "By which a server knows this computer.", "FILE"},
                        {"client-key", "The key of that certificate.", "FILE"},
@@ -118,12 +120,23 @@ try {
     }
     if (parser.isSet("chart"))
         return DrawChart(parser);
+    InstallLanguage();
     ApplyTransport(parser);
     const Dlg::QtToolkit toolkit;
     Syncra::Server::ManagementTool::GUI::SetAsyncTaskDialogExecutingImplementationForCore();
     MainWindow window(DataFolder());
-    window.SetLogin(parser.value("server"), parser.value("port").toInt(), parser.value("user"));
     window.show();
+    if (parser.isSet("project")) {
+        MainWindow::Login login;
+        login.serverName = FromQt(parser.value("server"));
+        login.port = parser.value("port").toUShort();
+        login.userName = FromQt(parser.value("user"));
+        login.projectName = FromQt(parser.value("project"));
+        window.Open(std::move(login));
+    } else if (parser.isSet("server")) {
+        window.AddServer(parser.value("server"), parser.value("port").toInt(),
+                         parser.value("user"));
+    }
     return QApplication::exec();
 } catch (const std::exception& error) {
     // Not even the folders of the user can be used.

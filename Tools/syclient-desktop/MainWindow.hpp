@@ -1,93 +1,60 @@
 #pragma once
 
-#include "Failure.hpp"
-#include "LogIndex/TextParser.hpp"
-#include "Messaging/ProjectMembers.hpp"
-#include "OVRoot/PooledExecutor.hpp"
+#include "ProjectOpener.hpp"
+#include "ProjectPage.hpp"
 #include "SYClientBase/MessageLoopExecutor.hpp"
-#include "ServerTasks.hpp"
+#include "StartPage.hpp"
 
 #include <QMainWindow>
 
+#include <functional>
 #include <memory>
-#include <optional>
-#include <stop_token>
 
-class QAbstractButton;
-class QLineEdit;
-class QListWidget;
-class QPushButton;
-class QSpinBox;
-class QTableWidget;
+class QStackedWidget;
+class QSystemTrayIcon;
 
-/// The desktop host: who connects where, the projects of that server, and the members of the one
-/// that is open.
-class MainWindow final : public QMainWindow, private SYC::ProjectMembersObserver {
+/// The window of the program: the start page, or the project that is open. Another project is
+/// opened by another process.
+class MainWindow final : public QMainWindow {
+    Q_OBJECT
 public:
+    using Login = SYC::Inner::ProjectConnectionInfo;
+
     /// `dataFolder` is where the caches stand.
     explicit MainWindow(IO::Location dataFolder);
     ~MainWindow() override;
 
-    /// Fills the form, for a host that was started with them.
-    void SetLogin(const QString& server, int port, const QString& user);
+    /// As if it had been chosen on the start page.
+    void Open(Login login);
+    /// See StartPage::AddServer.
+    void AddServer(const QString& host, int port, const QString& user)
+    {
+        start_->AddServer(host, port, user);
+    }
+    /// Opens a project beside the one that is open; the program starts itself.
+    std::function<void(const Login&)> openElsewhere;
 
 private:
-    /// A project that is open, with what follows it.
-    using OpenedManager = ServerTasks::Manager;
-    struct Opened {
-        OpenedManager manager;
-        OV::UniString name;
-        std::unique_ptr<SYC::ProjectMembers> members;
-    };
-
     void closeEvent(QCloseEvent* event) override;
-    void _ProjectMembersChanged(SYC::ProjectMembers& members) override;
 
-    [[nodiscard]] QWidget* MakeForm();
-    [[nodiscard]] QWidget* MakeProjects();
-    [[nodiscard]] QWidget* MakeMembers();
-    QLineEdit* AddField(class QFormLayout& form, const QString& label, const QString& name);
-
-    void Connect();
-    /// The projects of this computer, as long as no server is connected.
-    void ShowCached();
-    /// Puts the login of a cached project into the form.
-    void TakeLoginOf(int row);
-    void ShowProjects(const OV::Array<Syncra::Protocol::Project>& projects);
-    void Open();
-    void Check(OpenedManager manager, OV::UniString name, bool takeOver);
-    void TellNotOpened(const OpenedManager& manager, const OV::UniString& name, bool hasTakenOver,
-                       SYC::CheckResult result, const SYC::Failure& failure);
-    void Follow(const OV::UniString& projectId, OpenedManager manager, OV::UniString name);
-    void OpenOffline(OpenedManager manager, OV::UniString name);
+    void MakeMenus();
+    void Follow(const ProjectSession::Manager& manager, bool hasServerSession);
     /// False when the user keeps it open.
-    bool Close();
-    /// The log of the selected project, and the statistics of the server.
-    void ShowLog();
-    void ShowCharts();
-    [[nodiscard]] LogSource Source() const;
-    void UpdateButtons();
+    bool CloseProject();
     void Say(const QString& text);
-    [[nodiscard]] SYC::Inner::ProjectConnectionInfo Login() const;
+    void TellMails(const QStringList& senders, const QString& firstText);
+    void UpdateMenus();
+    void RememberPlace();
 
     const IO::Location dataFolder_;
     SYCB::MessageLoopExecutor executor_;
-    OV::PooledExecutor opener_{0, 1, 0};
-    /// Of the project that is being opened.
-    std::optional<std::stop_source> opening_;
-    QLineEdit* server_ = nullptr;
-    QSpinBox* port_ = nullptr;
-    QLineEdit* user_ = nullptr;
-    QLineEdit* password_ = nullptr;
-    QTableWidget* projects_ = nullptr;
-    QListWidget* members_ = nullptr;
-    QPushButton* open_ = nullptr;
-    QPushButton* close_ = nullptr;
-    QPushButton* log_ = nullptr;
-    QPushButton* charts_ = nullptr;
-    /// Logins of the cached projects, row by row, while they are shown.
-    OV::Array<SYC::Inner::ProjectConnectionInfo> cached_;
-    /// Ids of the projects, row by row.
-    OV::Array<OV::UniString> projectIds_;
-    std::unique_ptr<Opened> opened_;
+    QStackedWidget* pages_;
+    StartPage* start_;
+    ProjectOpener opener_;
+    QSystemTrayIcon* tray_ = nullptr;
+    QList<QAction*> projectActions_;
+    QList<QAction*> pageActions_;
+    // The page goes before its session.
+    std::unique_ptr<ProjectSession> session_;
+    std::unique_ptr<ProjectPage> page_;
 };

@@ -1,0 +1,30 @@
+#include "Language.hpp"
+
+#include "Preferences.hpp"
+
+#include <QCoreApplication>
+#include <QLibraryInfo>
+#include <QLocale>
+#include <QTranslator>
+
+namespace {
+
+bool Install(const QString& name, const QString& folder)
+{
+    auto* translator = new QTranslator(QCoreApplication::instance());
+    return translator->load(name, folder) && QCoreApplication::installTranslator(translator);
+}
+
+}  // namespace
+
+void InstallLanguage()
+{
+    const QString chosen = Preferences::GetLanguage();
+    const QLocale locale = chosen.isEmpty() ? QLocale::system() : QLocale(chosen);
+    QLocale::setDefault(locale);
+    const QString language = locale.name().section('_', 0, 0);
+    // Qt's own texts are a package of their own; without it they are English.
+    (void)Install("qtbase_" + language, QLibraryInfo::path(QLibraryInfo::TranslationsPath));
+    if (!Install("desktop_" + language, ":/translations"))
+        (void)Install("desktop_en", ":/translations");
+}

@@ -1,0 +1,5 @@
+#pragma once
+
+/// Makes the program speak the language that its user chose, or the one of the system; English when
+/// it does not know that one. Before the first window, once a process.
+void InstallLanguage();

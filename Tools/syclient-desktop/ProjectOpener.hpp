@@ -1,0 +1,59 @@
+#pragma once
+
+#include "OVRoot/PooledExecutor.hpp"
+#include "ProjectSession.hpp"
+#include "StartCheck.hpp"
+
+#include <optional>
+#include <stop_token>
+
+class QWidget;
+
+/// The way to an open project: finds or asks for the password, checks, asks what a person has to
+/// decide, and opens the cache when the server does not answer. One project at a time; for the main
+/// thread.
+class ProjectOpener final : public QObject {
+    Q_OBJECT
+public:
+    /// `window` is the one that questions stand before; both references outlive it.
+    ProjectOpener(IO::Location dataFolder, OV::Executor& home, QWidget& window);
+    ~ProjectOpener() override;
+
+    /// Without a password in `login` the remembered one is used, or one is asked for. Nothing
+    /// happens while another project is being opened.
+    void Open(SYC::Inner::ProjectConnectionInfo login);
+    void Cancel();
+    [[nodiscard]] bool IsOpening() const noexcept { return opening_.has_value(); }
+    [[nodiscard]] OV::Executor& Worker() noexcept { return worker_; }
+
+signals:
+    /// What is being done.
+    void Progress(const QString& text);
+    void Opened(const ProjectSession::Manager& manager, bool hasServerSession);
+    /// Whatever came of it but Opened; `reason` is empty when the user gave up.
+    void NotOpened(const QString& reason);
+
+private:
+    struct Attempt {
+        SYC::Inner::ProjectConnectionInfo login;
+        bool remember = false;
+        bool takeOver = false;
+        bool newSession = false;
+        std::stop_source stop{};
+    };
+
+    bool AskPassword(const QString& reason);
+    void Check();
+    void Ended(const ProjectSession::Manager& manager, SYC::CheckResult result,
+               const SYC::Failure& failure);
+    [[nodiscard]] bool Ask(const QString& reason, const QString& question,
+                           const QString& yes) const;
+    void OpenCache(const ProjectSession::Manager& manager, const QString& reason);
+    void GiveUp(const QString& reason);
+
+    const IO::Location dataFolder_;
+    OV::Executor& home_;
+    QWidget& window_;
+    std::optional<Attempt> opening_;
+    OV::PooledExecutor worker_{0, 1, 0};
+};
