@@ -169,6 +169,7 @@ set(headers
   Platform/OVRoot/Format.hpp
   Platform/OVRoot/Guid.hpp
   Platform/OVRoot/HeldLocks.hpp
+  Platform/OVRoot/Language.hpp
   Platform/OVRoot/LocalTime.hpp
   Platform/OVRoot/Lock.hpp
   Platform/OVRoot/Logger.hpp

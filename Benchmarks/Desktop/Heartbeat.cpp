@@ -161,7 +161,7 @@ int main(int argumentCount, char** arguments)
         QCoreApplication::processEvents(QEventLoop::AllEvents);
     }
     heart.SetPhase("3 search while typing");
-    for (const QString& text : {"w", "wa", "wal", "wall", "wall n", "", "anna", ""}) {
+    for (const QString text : {"w", "wa", "wal", "wall", "wall n", "", "anna", ""}) {
         search.setText(text);
         (void)RunUntil([&] { return false; }, 1);
     }

@@ -256,7 +256,8 @@ TEST_F(DesktopTest, ADayFromTheKeyboard)
         const char* const status = page == 1 ? "activityStatus" : "statisticsStatus";
         EXPECT_TRUE(Wait([&] { return page == 3 || Text(status).startsWith("Up to date"); }))
             << Text(status).toStdString();
-        TakePicture((std::string("Page") + std::to_string(page)).c_str());
+        static constexpr const char* names[] = {"Activity", "Statistics", "Settings"};
+        TakePicture(names[page - 1]);
     }
     QTest::keyClick(window.get(), Qt::Key_W, Qt::ControlModifier);
     EXPECT_TRUE(

@@ -1,5 +1,6 @@
 #include "Language.hpp"
 
+#include "OVRoot/Language.hpp"
 #include "Preferences.hpp"
 
 #include <QCoreApplication>
@@ -23,6 +24,7 @@ void InstallLanguage()
     const QLocale locale = chosen.isEmpty() ? QLocale::system() : QLocale(chosen);
     QLocale::setDefault(locale);
     const QString language = locale.name().section('_', 0, 0);
+    OV::SetLanguage(language.toStdString());
     // Qt's own texts are a package of their own; without it they are English.
     (void)Install("qtbase_" + language, QLibraryInfo::path(QLibraryInfo::TranslationsPath));
     if (!Install("desktop_" + language, ":/translations"))

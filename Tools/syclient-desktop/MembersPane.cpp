@@ -42,6 +42,7 @@ MembersPane::MembersPane(ProjectSession& session, QWidget* parent)
             (session_.GetState() == ProjectSession::State::Online))
             Show();
     });
+    wasOnline_ = session_.GetState() == ProjectSession::State::Online;
     Show();
 }
 

@@ -1,13 +1,17 @@
 #include "Preferences.hpp"
 
 #include <QSettings>
+#include <QStandardPaths>
 
 namespace {
 
 /// Opened for each use: another window of this program may have written.
 class Settings : public QSettings {
 public:
-    Settings() : QSettings(QSettings::IniFormat, QSettings::UserScope, "Orvant", "SYClientDesktop")
+    Settings()
+        : QSettings(QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) +
+                        "/Orvant/SYClientDesktop.ini",
+                    QSettings::IniFormat)
     {}
 };
 

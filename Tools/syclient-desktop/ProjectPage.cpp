@@ -46,12 +46,9 @@ ProjectPage::ProjectPage(ProjectSession& session, OV::Executor& home, QWidget* p
     row->setSpacing(0);
     row->addWidget(MakeNavigation());
     pages_->addWidget(mails_);
-    auto* activity = new ActivityPage(session_, ActivityPage::Kind::Activity, this);
-    pages_->addWidget(activity);
-    auto* statistics = new ActivityPage(session_, ActivityPage::Kind::Statistics, this);
-    pages_->addWidget(statistics);
-    auto* settings = new SettingsPage(session_, this);
-    pages_->addWidget(settings);
+    // The other pages are made when they are first looked at.
+    for (int page = 1; page < PageCount; ++page)
+        pages_->addWidget(new QWidget(this));
     splitter_->setObjectName("projectSplitter");
     splitter_->addWidget(pages_);
     splitter_->addWidget(members_);
@@ -63,9 +60,6 @@ ProjectPage::ProjectPage(ProjectSession& session, OV::Executor& home, QWidget* p
     column->addLayout(row, 1);
     column->addWidget(MakeFooter());
 
-    connect(settings, &SettingsPage::LeaveWanted, this, &ProjectPage::LeaveWanted);
-    connect(activity, &ActivityPage::Said, this, &ProjectPage::ShowMessage);
-    connect(statistics, &ActivityPage::Said, this, &ProjectPage::ShowMessage);
     connect(mails_, &MailPage::Said, this, &ProjectPage::ShowMessage);
     connect(mails_, &MailPage::CountsChanged, this, &ProjectPage::ShowCounts);
     connect(members_, &MembersPane::WriteWanted, this, [this](const OV::UniString& login) {
@@ -279,18 +273,41 @@ void ProjectPage::ShowOutbox()
         return;
     }
     QString text = tr("Outbox: %n mail(s) wait", nullptr, waiting);
-    if (const auto seconds = session_.GetSecondsToTry())
+    const bool isByChoice = session_.GetState() == ProjectSession::State::OfflineByChoice;
+    if (isByChoice)
+        text += ", " + tr("until you work online");
+    else if (const auto seconds = session_.GetSecondsToTry())
         text += ", " + tr("next try in %1 s").arg(*seconds);
     else if (session_.Mails().IsSending())
         text += ", " + tr("sending");
     outbox_->setText(text.toHtmlEscaped() +
-                     (session_.GetState() == ProjectSession::State::OfflineByChoice
-                          ? QString()
-                          : " · <a href=\"send\">" + tr("Send now") + "</a>"));
+                     (isByChoice ? QString() : " · <a href=\"send\">" + tr("Send now") + "</a>"));
+}
+
+QWidget* ProjectPage::MakePage(int page)
+{
+    if (page == SettingsPageNumber) {
+        auto* settings = new SettingsPage(session_, this);
+        connect(settings, &SettingsPage::LeaveWanted, this, &ProjectPage::LeaveWanted);
+        return settings;
+    }
+    auto* log = new ActivityPage(session_,
+                                 page == ActivityPageNumber ? ActivityPage::Kind::Activity
+                                                            : ActivityPage::Kind::Statistics,
+                                 this);
+    connect(log, &ActivityPage::Said, this, &ProjectPage::ShowMessage);
+    return log;
 }
 
 void ProjectPage::ShowPage(int page)
 {
+    if (!isMade_[static_cast<std::size_t>(page)]) {
+        isMade_[static_cast<std::size_t>(page)] = true;
+        QWidget* const place = pages_->widget(page);
+        pages_->removeWidget(place);
+        delete place;
+        pages_->insertWidget(page, MakePage(page));
+    }
     pages_->setCurrentIndex(page);
     buttons_[page]->setChecked(true);
 }

@@ -5,6 +5,8 @@
 
 #include <QWidget>
 
+#include <array>
+
 class QLabel;
 class QStackedWidget;
 class QToolButton;
@@ -44,6 +46,7 @@ private:
     QWidget* MakeHeader();
     QWidget* MakeNavigation();
     QWidget* MakeFooter();
+    QWidget* MakePage(int page);
     void ShowState();
     void ShowNews();
     void ShowCounts();
@@ -58,4 +61,5 @@ private:
     MembersPane* members_;
     QSplitter* splitter_;
     QTimer message_;
+    std::array<bool, PageCount> isMade_{true};
 };

@@ -55,6 +55,7 @@ SettingsPage::SettingsPage(ProjectSession& session, QWidget* parent)
     auto* languages = new QHBoxLayout;
     auto* language = new QComboBox(this);
     language->setObjectName("language");
+    language->setAccessibleName(tr("Language"));
     language->addItem(tr("Language of the system"), QString());
     language->addItem("English", "en");
     language->addItem("Deutsch", "de");

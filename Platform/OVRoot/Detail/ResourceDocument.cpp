@@ -1,6 +1,51 @@
 #include "OVRoot/Detail/ResourceDocument.hpp"
 
+#include "OVRoot/Containers.hpp"
 #include "OVRoot/Exception.hpp"
+#include "OVRoot/Language.hpp"
+
+#include <atomic>
+
+namespace OV::Embedded {
+std::string_view German();
+}  // namespace OV::Embedded
+
+namespace OV {
+
+namespace {
+
+std::atomic<bool> isGerman = false;
+
+/// By the English text.
+const HashTable<String, String>& GermanTexts()
+{
+    static const auto& texts = *new auto([] {
+        HashTable<String, String> read;
+        const auto document = Detail::ParseResource(Embedded::German());
+        for (const auto node : document.child("Translations").children("Text"))
+            read.emplace(node.attribute("of").as_string(), node.child_value());
+        return read;
+    }());
+    return texts;
+}
+
+/// As the user reads it; English where there is no translation.
+String Translated(String text)
+{
+    if (!isGerman)
+        return text;
+    const auto found = GermanTexts().find(text);
+    return found == GermanTexts().end() ? text : found->second;
+}
+
+}  // namespace
+
+void SetLanguage(StringView language)
+{
+    isGerman = language == "de";
+}
+
+}  // namespace OV
 
 namespace OV::Detail {
 
@@ -15,7 +60,7 @@ pugi::xml_document ParseResource(std::string_view text)
 
 UniString ResourceText(const char* source)
 {
-    String text = source;
+    String text = Translated(source);
     for (const auto& [escape, character] : {std::pair{"\\r", '\r'}, std::pair{"\\n", '\n'}})
         for (auto at = text.find(escape); at != String::npos; at = text.find(escape, at))
             text.replace(at, 2, 1, character);

@@ -190,10 +190,6 @@
         <translation>Ausgang</translation>
     </message>
     <message>
-        <source>All</source>
-        <translation>Alle</translation>
-    </message>
-    <message>
         <source>Newest first</source>
         <translation>Neueste zuerst</translation>
     </message>
@@ -272,10 +268,6 @@
 </context>
 <context>
     <name>MailReader</name>
-    <message>
-        <source>Mail</source>
-        <translation>Nachrichten</translation>
-    </message>
     <message>
         <source>No mail is selected.</source>
         <translation>Keine Nachricht ausgewählt.</translation>
@@ -509,6 +501,10 @@ Gemeinsame Entwurfsprojekte in einem Fenster.</translation>
         <source>Ask for &amp;Ownership ...</source>
         <translation>Um &amp;Besitz bitten ...</translation>
     </message>
+    <message>
+        <source>Who is here is not known now</source>
+        <translation>Wer da ist, ist jetzt unbekannt</translation>
+    </message>
 </context>
 <context>
     <name>PasswordDialog</name>
@@ -675,6 +671,10 @@ Gemeinsame Entwurfsprojekte in einem Fenster.</translation>
         <source>Send now</source>
         <translation>Jetzt senden</translation>
     </message>
+    <message>
+        <source>until you work online</source>
+        <translation>bis Sie online arbeiten</translation>
+    </message>
 </context>
 <context>
     <name>ServerDialog</name>
@@ -752,6 +752,10 @@ Gemeinsame Entwurfsprojekte in einem Fenster.</translation>
     <message>
         <source>%1 MiB</source>
         <translation>%1 MiB</translation>
+    </message>
+    <message>
+        <source>Language</source>
+        <translation>Sprache</translation>
     </message>
 </context>
 <context>
