@@ -1,8 +1,10 @@
 #include "CardList.hpp"
 #include "ComposeWindow.hpp"
 #include "DialogsQt/QtUser.hpp"
+#include "Language.hpp"
 #include "MainWindow.hpp"
 #include "Passwords.hpp"
+#include "Preferences.hpp"
 #include "SYClientBase/SyncraClientFactory.hpp"
 #include "Support/ServerProcess.hpp"
 #include "Support/StoreEdit.hpp"
@@ -316,4 +318,24 @@ TEST_F(DesktopTest, FollowsTheColoursOfADarkDesktop)
                   widget->palette().color(QPalette::Active, QPalette::Window).lightness())
             << widget->objectName().toStdString();
     QApplication::setPalette(former);
+}
+
+TEST_F(DesktopTest, SpeaksTheLanguageThatWasChosen)
+{
+    Preferences::SetLanguage("de");
+    InstallLanguage();
+    MakeWindow();
+    AddServer("anna.novak");
+    Choose("Harbour Bridge");
+    ASSERT_TRUE(Wait([&] { return Text("outbox") == "Ausgang leer"; }))
+        << Text("outbox").toStdString();
+    ASSERT_TRUE(Wait([&] { return Text("counts").startsWith("8 Mitglieder"); }))
+        << Text("counts").toStdString();
+    Write(u"yuki.tanaka", SYC::MailType::Request, u"Darf ich Pfeiler 7 bis Donnerstag haben?");
+    ASSERT_TRUE(Wait([&] { return Find<QTabBar>("views").tabText(0) == "Wartet auf mich 1"; }));
+    Find<QTabBar>("views").setCurrentIndex(0);
+    TakePicture("MailGerman");
+    window.reset();
+    Preferences::SetLanguage({});
+    InstallLanguage();
 }

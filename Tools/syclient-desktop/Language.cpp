@@ -5,14 +5,23 @@
 
 #include <QCoreApplication>
 #include <QLibraryInfo>
+#include <QList>
 #include <QLocale>
 #include <QTranslator>
 
 namespace {
 
+/// What was installed, in the hands of the application.
+QList<QTranslator*>& Installed()
+{
+    static QList<QTranslator*> translators;
+    return translators;
+}
+
 bool Install(const QString& name, const QString& folder)
 {
     auto* translator = new QTranslator(QCoreApplication::instance());
+    Installed() += translator;
     return translator->load(name, folder) && QCoreApplication::installTranslator(translator);
 }
 
@@ -20,6 +29,8 @@ bool Install(const QString& name, const QString& folder)
 
 void InstallLanguage()
 {
+    qDeleteAll(Installed());
+    Installed().clear();
     const QString chosen = Preferences::GetLanguage();
     const QLocale locale = chosen.isEmpty() ? QLocale::system() : QLocale(chosen);
     QLocale::setDefault(locale);
