@@ -93,8 +93,9 @@ MailPage::MailPage(ProjectSession& session, OV::Executor& home, QWidget* parent)
     splitter_->setChildrenCollapsible(false);
     splitter_->setStretchFactor(0, 0);
     splitter_->setStretchFactor(1, 1);
-    splitter_->setSizes(
-        {fontMetrics().averageCharWidth() * 60, fontMetrics().averageCharWidth() * 80});
+    const int width = std::max(fontMetrics().averageCharWidth() * 60,
+                               views_->sizeHint().width() + 2 * fontMetrics().height());
+    splitter_->setSizes({width, fontMetrics().averageCharWidth() * 80});
     auto* whole = new QHBoxLayout(this);
     whole->setContentsMargins({});
     whole->addWidget(splitter_);

@@ -148,8 +148,10 @@ QWidget* ProjectPage::MakeNavigation()
     buttons_[SettingsPageNumber]->setText(tr("Settings"));
     buttons_[MailPageNumber]->setText(tr("Mail"));
     // The count of mails must not move what stands below.
-    navigation->setFixedWidth(fontMetrics().horizontalAdvance(tr("Statistics")) +
-                              2 * fontMetrics().height());
+    int width = fontMetrics().horizontalAdvance(tr("Mail %1").arg(9999));
+    for (const QToolButton* button : buttons_)
+        width = std::max(width, fontMetrics().horizontalAdvance(button->text()));
+    navigation->setFixedWidth(width + 2 * fontMetrics().height());
     column->addStretch();
     return navigation;
 }

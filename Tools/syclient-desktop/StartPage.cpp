@@ -228,10 +228,10 @@ void StartPage::ServersChanged()
         login.port = server.port == 0 ? Words::UsualPort : server.port;
         for (const auto& user : server.users) {
             login.userName = user;
-            AddKnownServer(login);
+            AddKnownServer(login, server.isFound);
         }
         if (server.users.empty())
-            AddKnownServer(login);
+            AddKnownServer(login, server.isFound);
     }
     // The first server whose password is remembered is looked at unasked.
     for (std::size_t at = 0; at < knownServers_.size() && !server_; ++at)
@@ -240,7 +240,7 @@ void StartPage::ServersChanged()
     ShowServers();
 }
 
-void StartPage::AddKnownServer(const Login& login)
+void StartPage::AddKnownServer(const Login& login, bool isFound)
 {
     if (std::any_of(knownServers_.begin(), knownServers_.end(),
                     [&](const Login& each) { return IsSameServer(each, login); }))
@@ -248,6 +248,7 @@ void StartPage::AddKnownServer(const Login& login)
     Login& server = knownServers_.emplace_back(login);
     server.projectName.clear();
     server.password = {};
+    server.flag = isFound;
 }
 
 void StartPage::ShowServers()
@@ -260,7 +261,9 @@ void StartPage::ShowServers()
         card.title = NameOf(login);
         card.isStrong = true;
         card.dot = Card::Dot::Quiet;
-        card.subtitle = login.userName.empty() ? tr("found in this network") : ToQt(login.userName);
+        card.subtitle = !login.userName.empty() ? ToQt(login.userName)
+                        : login.flag            ? tr("found in this network")
+                                                : tr("nobody signed in yet");
         if (server_ && IsSameServer(*server_, login)) {
             switch (browse_.GetState()) {
             case SYC::FlowState::Succeeded:
@@ -314,7 +317,7 @@ void StartPage::AddServer(const QString& host, int port, const QString& user)
     if (dialog.exec() != QDialog::Accepted)
         return;
     isServerToBeRemembered_ = dialog.IsToBeRemembered();
-    AddKnownServer(dialog.GetLogin());
+    AddKnownServer(dialog.GetLogin(), false);
     AskServer(dialog.GetLogin());
 }
 

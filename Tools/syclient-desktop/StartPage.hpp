@@ -56,7 +56,7 @@ private:
     [[nodiscard]] QWidget* MakeProjects();
     [[nodiscard]] QWidget* MakeServers();
     void TakeCached(std::shared_ptr<const Rows> rows, const QString& problem);
-    void AddKnownServer(const Login& login);
+    void AddKnownServer(const Login& login, bool isFound);
     void ShowRows();
     void ShowServers();
     /// Signs in to the server of that row of the list, with the remembered password or one that is
@@ -77,6 +77,8 @@ private:
     CardList *projects_ = nullptr, *servers_ = nullptr;
     QStandardItemModel projectModel_, serverModel_;
     Rows cached_, rows_;
+    /// Those that nobody signed in to from here have no user; the flag of a login says that the
+    /// network told of it.
     std::vector<Login> knownServers_;
     /// The one that was asked; its password is not empty.
     std::optional<Login> server_;

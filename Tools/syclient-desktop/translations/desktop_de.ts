@@ -878,6 +878,10 @@ Gemeinsame Entwurfsprojekte in einem Fenster.</translation>
         <source>Leave</source>
         <translation>Verlassen</translation>
     </message>
+    <message>
+        <source>nobody signed in yet</source>
+        <translation>noch nicht angemeldet</translation>
+    </message>
 </context>
 <context>
     <name>Words</name>
