@@ -134,6 +134,7 @@ set(headers
   Platform/Dlg/DialogResult.hpp
   Platform/Dlg/DialogWindow.hpp
   Platform/Dlg/EditItem.hpp
+  Platform/Dlg/EditItemObserver.hpp
   Platform/Dlg/Headless/HeadlessDialog.hpp
   Platform/Dlg/Headless/HeadlessToolkit.hpp
   Platform/Dlg/Item.hpp
