@@ -15,6 +15,7 @@ inline constexpr int CheckWords = 32122;
 inline constexpr int CheckSteps = 32123;
 inline constexpr int MailTexts = 32130;
 inline constexpr int Flows = 32140;
+inline constexpr int DiagnosisHints = 32141;
 inline constexpr int ActivityLog = 32160;
 
 }  // namespace SYC::TextLists
