@@ -23,11 +23,13 @@
 #include "OVRoot/Guid.hpp"
 #include "OVRoot/Logger.hpp"
 #include "OVRoot/System.hpp"
+#include "SYCommunication/LocalServices.hpp"
 #include "SyncraProtocol/Detail/JsonText.hpp"
 
 #include <algorithm>
 #include <iostream>
 #include <limits>
+#include <optional>
 
 namespace {
 
@@ -189,7 +191,8 @@ public:
         });
     }
 
-    void Listen(const Options& options)
+    /// The port of the model service.
+    std::uint16_t Listen(const Options& options)
     {
         if (!options.certificate.empty())
             server_.UseCertificate(options.certificate, options.key);
@@ -225,6 +228,7 @@ public:
         std::cout << "nexar-server ready: model " << options.address << ':' << model
                   << " management " << options.address << ':' << management << " messaging "
                   << options.address << ':' << messaging << operation << std::endl;
+        return model;
     }
 
     void Run() { server_.Run(); }
@@ -297,7 +301,11 @@ void Serve(const Options& options)
         std::cerr << "nexar-server: the store is in use already; no sample team was added\n";
 
     Services services(database, hash, options);
-    services.Listen(options);
+    const std::uint16_t port = services.Listen(options);
+    std::optional<Communication::LocalServerAnnouncement> announcement;
+    if (options.isAnnounced)
+        announcement.emplace(u"Nexar Server on " + OV::System::ComputerName(), port,
+                             !options.certificate.empty() || options.limits.isBehindProxy);
     OV::Logger::Info("nexar-server", u"Started.");
     TellServiceManager("READY=1");
     services.Run();

@@ -37,6 +37,13 @@ void AddPlaces(CLI::App& app, Options& options)
         ->option_text("N");
 }
 
+void AddAnnouncement(CLI::App& app, Options& options)
+{
+    app.add_flag("--announce", options.isAnnounced,
+                 "Tell the local network of the server (DNS-SD), so that clients there find it; "
+                 "takes a daemon for that on this computer, such as Avahi");
+}
+
 void AddProtection(CLI::App& app, Options& options)
 {
     auto* certificate =
@@ -226,6 +233,7 @@ Options ReadOptions(int argc, char** argv)
                  "Print every option as --config takes it, and end")
         ->configurable(false);
     AddPlaces(app, options);
+    AddAnnouncement(app, options);
     AddProtection(app, options);
     AddContents(app, options);
     AddLimits(app, options);

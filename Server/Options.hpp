@@ -20,6 +20,7 @@ struct Options {
     std::uint16_t port = 19001;
     std::uint16_t managementPort = 0;
     std::uint16_t messagingPort = 0;
+    bool isAnnounced = false;  ///< in the local network
     std::string certificate;
     std::string key;
     std::optional<std::string> certificateHost;  ///< whom to make a certificate for

@@ -4,6 +4,7 @@
 #include "Flow/Detail/CacheOfProject.hpp"
 #include "Flow/Detail/FlowText.hpp"
 #include "Flow/Detail/PostedEnd.hpp"
+#include "Flow/Detail/QuickClient.hpp"
 #include "JoinedProject.hpp"
 #include "OVRoot/Clock.hpp"
 #include "OVRoot/ExceptionText.hpp"
@@ -93,12 +94,9 @@ private:
     /// Those of the user, who had none: the answer to the request that began one may be lost.
     void CloseSessions(const OV::UniString& projectId) const
     {
-        constexpr std::uint32_t patience = 2000;
         const auto info = ToConnectionInfo(project_);
-        auto options = Communication::DefaultHttpOptions();
-        options.connectTimeoutMilliseconds = options.requestTimeoutMilliseconds = patience;
-        const auto client = Syncra::Client::Connect(
-            {info.serverName, info.port, info.userName, info.password}, options);
+        const auto client =
+            ConnectQuickly({info.serverName, info.port, info.userName, info.password});
         for (const auto& session : client->GetSessions(projectId))
             client->CloseSession(session.id);
     }

@@ -2,12 +2,15 @@
 
 #include "Flow/Detail/CacheOfProject.hpp"
 #include "Flow/Detail/FlowText.hpp"
+#include "Flow/Detail/PostedEnd.hpp"
 #include "ManagementTool/ConnectionProfiles.hpp"
 #include "ManagementTool/SyncraInfo.hpp"
 #include "OVRoot/Ascii.hpp"
 #include "SYClientBase/ConnectionValidator.hpp"
+#include "SYCommunication/LocalServices.hpp"
 
 #include <algorithm>
+#include <optional>
 #include <tuple>
 
 namespace SYC {
@@ -115,6 +118,41 @@ Servers FindKnown(const IO::Location& folder)
 
 }  // namespace
 
+/// What the network tells, on its way to the home executor.
+class SYClientProjectDiscovery::Listening : public std::enable_shared_from_this<Listening> {
+public:
+    explicit Listening(SYClientProjectDiscovery& discovery) : discovery_(discovery) {}
+
+    void Begin()
+    {
+        browser_.emplace([weak = weak_from_this(), &home = discovery_.GetExecutors().home](
+                             const OV::Array<Communication::LocalServer>& servers) {
+            PostHome(home, u"a look for servers", [weak, servers] {
+                if (const auto self = weak.lock())
+                    self->Take(servers);
+            });
+        });
+    }
+
+private:
+    void Take(const OV::Array<Communication::LocalServer>& servers)
+    {
+        discovery_.found_.clear();
+        for (const auto& each : servers) {
+            DiscoveredServer& server = discovery_.found_.emplace_back();
+            server.host = each.host;
+            server.port = each.port;
+            server.title = each.title;
+            server.isFound = true;
+        }
+        discovery_.Combine();
+        discovery_.NotifyChanged();
+    }
+
+    SYClientProjectDiscovery& discovery_;
+    std::optional<Communication::LocalServerBrowser> browser_;
+};
+
 SYClientProjectDiscovery::SYClientProjectDiscovery(IO::Location dataFolder,
                                                    const FlowExecutors& executors)
     : Flow(executors), dataFolder_(std::move(dataFolder))
@@ -124,11 +162,34 @@ SYClientProjectDiscovery::~SYClientProjectDiscovery() = default;
 
 void SYClientProjectDiscovery::Refresh()
 {
+    if (!listening_) {
+        listening_ = std::make_shared<Listening>(*this);
+        listening_->Begin();
+    }
     Start([this, dataFolder = dataFolder_](const Report& report) -> Result {
         report(GetText(FlowText::LookForServers));
         auto known = FindKnown(CacheFolderOr(dataFolder));
-        return {[this, known = std::move(known)] { servers_ = known; }, {}};
+        return {[this, known = std::move(known)] {
+                    known_ = known;
+                    Combine();
+                },
+                {}};
     });
+}
+
+void SYClientProjectDiscovery::Combine()
+{
+    servers_ = known_;
+    for (const auto& found : found_) {
+        const auto same =
+            std::find_if(servers_.begin(), servers_.end(), [&](const DiscoveredServer& server) {
+                return server.port == found.port && OV::EqualsIgnoreCase(server.host, found.host);
+            });
+        if (same == servers_.end())
+            servers_.push_back(found);
+        else
+            same->isFound = true;
+    }
 }
 
 }  // namespace SYC

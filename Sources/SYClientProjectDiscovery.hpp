@@ -31,7 +31,9 @@ public:
     SYClientProjectDiscovery(IO::Location dataFolder, const FlowExecutors& executors);
     ~SYClientProjectDiscovery() override;
 
-    /// Reads anew what this computer knows.
+    /// Reads anew what this computer knows, and listens to the local network from then on, as long
+    /// as this lives. Nobody waits for that: whoever is heard comes into the list, and goes from it
+    /// when he ends, and the observers are told.
     void Refresh();
 
     /// The one that was used last, the other known ones by name, then those that were found.
@@ -41,8 +43,15 @@ public:
     }
 
 private:
+    class Listening;
+
+    void Combine();
+
     IO::Location dataFolder_;
+    OV::Array<DiscoveredServer> known_;
+    OV::Array<DiscoveredServer> found_;
     OV::Array<DiscoveredServer> servers_;
+    std::shared_ptr<Listening> listening_;
 };
 
 }  // namespace SYC

@@ -5,6 +5,7 @@ set(headers
   Sources/BinCacheHandler/BinCacheHandler.hpp
   Sources/BinCacheHandler/BinCacheHandlerException.hpp
   Sources/BrowseProject.hpp
+  Sources/BrowseShareableProject.hpp
   Sources/Cache/CacheInfoValues.hpp
   Sources/CachedProjectInfo.hpp
   Sources/CachedProjectInfoObserver.hpp
@@ -16,6 +17,9 @@ set(headers
   Sources/ClientProjectDataObserver.hpp
   Sources/CloseSession.hpp
   Sources/ComputerName.hpp
+  Sources/ConnectToServer.hpp
+  Sources/CreateNewSyncraProject.hpp
+  Sources/DeleteProject.hpp
   Sources/Diagnosis/Diagnosis.hpp
   Sources/Diagnosis/LogFile.hpp
   Sources/EventLogUpdater.hpp
@@ -31,6 +35,7 @@ set(headers
   Sources/Log/LogUpdater.hpp
   Sources/Log/PieChartUpdater.hpp
   Sources/Flow/Flow.hpp
+  Sources/Flow/OwnExecutors.hpp
   Sources/LogDataLine.hpp
   Sources/LogIndex/CompositeStringIndex.hpp
   Sources/LogIndex/IndexItem.hpp
@@ -110,15 +115,23 @@ set(headers
   Sources/Statistics/ChartType.hpp
   Sources/Statistics/ProjectCache.hpp
   Sources/SyncraURL.hpp
+  Sources/UpdateProjectSettings.hpp
   Sources/UserInterface/AsyncDialogResponse.hpp
   Sources/UserInterface/AsyncTaskDialog.hpp
   Sources/UserInterface/AsyncTaskDialogExecutingImplementation.hpp
   Sources/UserInterface/AuthenticationFailedDialog.hpp
+  Sources/UserInterface/BrowseProjectDialog.hpp
   Sources/UserInterface/CloseProjectDialog.hpp
+  Sources/UserInterface/ConnectDialog.hpp
   Sources/UserInterface/DiscardWarningDialog.hpp
+  Sources/UserInterface/FlowDialog.hpp
+  Sources/UserInterface/LeaveProjectDialog.hpp
+  Sources/UserInterface/ProjectDialogs.hpp
   Sources/UserInterface/LibResModule.hpp
   Sources/UserInterface/ProjectLogViewerDlg_14.hpp
+  Sources/UserInterface/ProjectSettingsDialog.hpp
   Sources/UserInterface/SetServerConnectionTask.hpp
+  Sources/UserInterface/ShareableProjectsDialog.hpp
   Sources/UserInterface/TrustServerDialog.hpp
   Sources/UserInterface/UserPhoto.hpp
   Sources/WriteProjectConnection.hpp
@@ -134,6 +147,7 @@ set(headers
   Platform/Dlg/DialogResult.hpp
   Platform/Dlg/DialogWindow.hpp
   Platform/Dlg/EditItem.hpp
+  Platform/Dlg/EditItemObserver.hpp
   Platform/Dlg/Headless/HeadlessDialog.hpp
   Platform/Dlg/Headless/HeadlessToolkit.hpp
   Platform/Dlg/Item.hpp

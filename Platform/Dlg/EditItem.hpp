@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Dlg/EditItemObserver.hpp"
 #include "Dlg/Item.hpp"
 #include "OVRoot/Export.hpp"
 
@@ -11,9 +12,18 @@ public:
     EditItem(Panel& panel, int number) : Item(panel, number, {ItemType::Edit, ItemType::Password})
     {}
 
+    void Attach(EditItemObserver& observer) { observers_.Attach(observer); }
     void SetText(const OV::UniString& text) { Window().SetText(GetNumber(), text); }
     /// A copy: who asks for a password wipes what he got.
     [[nodiscard]] OV::UniString GetText() const { return Window().GetText(GetNumber()); }
+
+private:
+    void Used() override
+    {
+        Tell(observers_, [this](EditItemObserver& observer) { observer._EditChanged(*this); });
+    }
+
+    OV::EventSource<EditItemObserver> observers_{OV::ObserversOutlive()};
 };
 
 }  // namespace Dlg

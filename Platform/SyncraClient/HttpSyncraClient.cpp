@@ -282,4 +282,11 @@ std::unique_ptr<SyncraClient> Connect(const SignInData& data,
     return std::make_unique<HttpSyncraClient>(data, options);
 }
 
+std::uint32_t AskServerVersion(const OV::UniString& serverName, std::uint16_t port,
+                               const Communication::HttpOptions& options)
+{
+    return Detail::JsonRequests::AskVersion(
+        Communication::ServerAddress::FromServerName(serverName, port), options);
+}
+
 }  // namespace Syncra::Client

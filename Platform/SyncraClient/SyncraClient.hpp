@@ -134,6 +134,12 @@ struct SignInData {
 Connect(const SignInData& data,
         const Communication::HttpOptions& options = Communication::DefaultHttpOptions());
 
+/// Without signing in: the product version (major * 100 + minor) of a server that speaks the
+/// protocol of this client. One request; throws as Connect does.
+[[nodiscard]] SYC_API std::uint32_t
+AskServerVersion(const OV::UniString& serverName, std::uint16_t port,
+                 const Communication::HttpOptions& options = Communication::DefaultHttpOptions());
+
 /// The server speaks another version of the protocol than this client.
 class SYC_API ServerVersionException : public Communication::CommunicationException {
 public:

@@ -2,6 +2,8 @@
 
 #include "CachedProjectInfo.hpp"
 #include "Diagnosis/LogFile.hpp"
+#include "Failure.hpp"
+#include "Files/ResourceNumbers.hpp"
 #include "Files/RoamingProfile.hpp"
 #include "IO/Folder.hpp"
 #include "IO/LockHolder.hpp"
@@ -10,6 +12,7 @@
 #include "Messaging/MailFile.hpp"
 #include "OVRoot/ExceptionText.hpp"
 #include "OVRoot/NetworkProbe.hpp"
+#include "OVRoot/Resources.hpp"
 #include "OVRoot/System.hpp"
 #include "OVRoot/Thread.hpp"
 #include "RegisteredProjects.hpp"
@@ -17,6 +20,7 @@
 #include "SYClientBase/SyncraClientFactory.hpp"
 #include "SyncraProtocol/ProductVersion.hpp"
 
+#include <algorithm>
 #include <chrono>
 
 namespace SYC {
@@ -25,11 +29,22 @@ namespace {
 
 using Step = Diagnosis::Step;
 
-/// Runs one step of the way. `work` returns what came of it in words, and throws what went wrong.
-template <class Work>
-bool Take(Diagnosis& diagnosis, OV::UniStringView name, const OV::UniString& address, Work work)
+using Steps = OV::Array<Step>;
+
+enum class Hint : int { Name = 1, Port, NoProjects };
+
+const OV::UniString& GetHint(Hint hint)
 {
-    Step step{OV::UniString(name), address, 0, true, {}};
+    return OV::GetStringListItem(TextLists::DiagnosisHints, static_cast<int>(hint));
+}
+
+/// Runs one step of the way. `work` returns what came of it in words, and throws what went wrong;
+/// `advice` is for a failure that has none of its own.
+template <class Work>
+bool Take(Steps& steps, OV::UniStringView name, const OV::UniString& address, Work work,
+          const OV::UniString& advice = {})
+{
+    Step step{OV::UniString(name), address, 0, true, {}, {}};
     const auto begin = std::chrono::steady_clock::now();
     try {
         step.outcome = work();
@@ -38,27 +53,31 @@ bool Take(Diagnosis& diagnosis, OV::UniStringView name, const OV::UniString& add
     } catch (...) {
         step.succeeded = false;
         step.outcome = Redacted(OV::DescribeCurrentException());
+        step.advice = advice.empty() ? DescribeException().advice : advice;
     }
     const auto took = std::chrono::steady_clock::now() - begin;
     step.milliseconds = static_cast<std::uint32_t>(
         std::chrono::duration_cast<std::chrono::milliseconds>(took).count());
-    diagnosis.steps.push_back(std::move(step));
-    return diagnosis.steps.back().succeeded;
+    steps.push_back(std::move(step));
+    return steps.back().succeeded;
 }
 
-std::vector<OV::String> LookUp(Diagnosis& diagnosis, const OV::UniString& host)
+std::vector<OV::String> LookUp(Steps& steps, const OV::UniString& host)
 {
     std::vector<OV::String> addresses;
-    (void)Take(diagnosis, u"name look-up", host, [&] {
-        OV::String problem;
-        addresses = OV::NetworkProbe::LookUp(OV::ToUtf8(host), problem);
-        if (addresses.empty())
-            throw OV::Exception(OV::FromUtf8(problem));
-        OV::UniString found;
-        for (const auto& each : addresses)
-            found += (found.empty() ? u"" : u", ") + OV::FromUtf8(each);
-        return found;
-    });
+    (void)Take(
+        steps, u"name look-up", host,
+        [&] {
+            OV::String problem;
+            addresses = OV::NetworkProbe::LookUp(OV::ToUtf8(host), problem);
+            if (addresses.empty())
+                throw OV::Exception(OV::FromUtf8(problem));
+            OV::UniString found;
+            for (const auto& each : addresses)
+                found += (found.empty() ? u"" : u", ") + OV::FromUtf8(each);
+            return found;
+        },
+        GetHint(Hint::Name));
     return addresses;
 }
 
@@ -70,40 +89,37 @@ OV::UniString DescribeCertificate(const Communication::UntrustedServer& server)
     return certificate;
 }
 
-/// The way of a request: name, addresses, TLS, sign-in. A proxy stands between when one is set.
-void WalkToServer(const DiagnosisRequest& request, Diagnosis& diagnosis)
+/// Each address, one that does not answer among them.
+void ConnectToEach(Steps& steps, const std::vector<OV::String>& addresses, std::uint16_t port,
+                   std::uint32_t milliseconds)
 {
-    const auto& login = *request.login;
-    const auto address = Communication::ServerAddress::FromServerName(login.serverName, login.port);
-    const OV::UniString place = OV::FromUtf8(address.BaseUrl());
-    for (const auto& each : LookUp(diagnosis, address.host)) {
+    for (const auto& each : addresses) {
         OV::Thread::ThrowIfInterrupted();
-        (void)Take(diagnosis, u"connect",
-                   OV::FromUtf8(each + " port " + std::to_string(login.port)), [&] {
-                       const auto problem =
-                           OV::NetworkProbe::Connect(each, login.port, request.connectMilliseconds);
-                       if (!problem.empty())
-                           throw OV::Exception(OV::FromUtf8(problem));
-                       return OV::UniString(u"connected");
-                   });
+        (void)Take(
+            steps, u"connect", OV::FromUtf8(each + " port " + std::to_string(port)),
+            [&] {
+                const auto problem = OV::NetworkProbe::Connect(each, port, milliseconds);
+                if (!problem.empty())
+                    throw OV::Exception(OV::FromUtf8(problem));
+                return OV::UniString(u"connected");
+            },
+            GetHint(Hint::Port));
     }
-    if (address.secure)
-        (void)Take(diagnosis, u"TLS", place, [&] {
-            return DescribeCertificate(
-                Communication::HttpClient(address, Communication::DefaultHttpOptions())
-                    .ReadCertificate());
-        });
-    if (login.userName.empty())
-        return;
+}
+
+/// Signs in and looks at what the user may do.
+void SignInTo(Steps& steps, const DiagnosisRequest::Login& login, const OV::UniString& place)
+{
     std::unique_ptr<Syncra::Client::SyncraClient> client;
-    if (Take(diagnosis, u"sign-in", login.userName + u" at " + place, [&] {
+    if (Take(steps, u"sign-in", login.userName + u" at " + place, [&] {
             client = SYCB::CreateSyncraClient(
                 {login.serverName, login.port, login.userName, login.password, false});
             return OV::UniString(u"accepted");
         }))
-        (void)Take(diagnosis, u"projects", place, [&] {
-            return OV::ToText(static_cast<std::int64_t>(client->GetProjects().size())) +
-                   u" can be seen";
+        (void)Take(steps, u"projects", place, [&] {
+            const auto count = static_cast<std::int64_t>(client->GetProjects().size());
+            return OV::ToText(count) + u" can be seen" +
+                   (count == 0 ? u"; " + GetHint(Hint::NoProjects) : OV::UniString());
         });
 }
 
@@ -175,8 +191,12 @@ void Attempt(Diagnosis& diagnosis, OV::UniStringView what, Look look)
     } catch (const OV::InterruptedException&) {
         throw;
     } catch (...) {
-        diagnosis.steps.push_back(
-            {OV::UniString(what), {}, 0, false, Redacted(OV::DescribeCurrentException())});
+        diagnosis.steps.push_back({OV::UniString(what),
+                                   {},
+                                   0,
+                                   false,
+                                   Redacted(OV::DescribeCurrentException()),
+                                   DescribeException().advice});
     }
 }
 
@@ -208,6 +228,43 @@ void TakeOut(const OV::Secret& secret, OV::UniString& text)
 
 }  // namespace
 
+OV::Array<Step> WalkToServer(const DiagnosisRequest::Login& login,
+                             std::uint32_t connectMilliseconds)
+{
+    Steps steps;
+    const auto address = Communication::ServerAddress::FromServerName(login.serverName, login.port);
+    const OV::UniString place = OV::FromUtf8(address.BaseUrl());
+    ConnectToEach(steps, LookUp(steps, address.host), login.port, connectMilliseconds);
+    if (address.secure)
+        (void)Take(steps, u"TLS", place, [&] {
+            return DescribeCertificate(
+                Communication::HttpClient(address, Communication::DefaultHttpOptions())
+                    .ReadCertificate());
+        });
+    (void)Take(steps, u"version", place, [&] {
+        const auto version = Syncra::Client::AskServerVersion(login.serverName, login.port);
+        return OV::ToText(static_cast<std::int64_t>(version));
+    });
+    if (!login.userName.empty() && steps.back().succeeded)
+        SignInTo(steps, login, place);
+    return steps;
+}
+
+const Step* FindHindrance(const OV::Array<Step>& steps) noexcept
+{
+    const auto isOnTheWay = [](const Step& step) {
+        return step.name == u"name look-up" || step.name == u"connect";
+    };
+    // By one of its addresses, or through a proxy that knows its name.
+    const bool isReached = std::any_of(steps.begin(), steps.end(), [&](const Step& step) {
+        return step.succeeded && step.name != u"name look-up";
+    });
+    const auto found = std::find_if(steps.begin(), steps.end(), [&](const Step& step) {
+        return !step.succeeded && !(isReached && isOnTheWay(step));
+    });
+    return found == steps.end() ? nullptr : &*found;
+}
+
 Diagnosis Diagnose(const DiagnosisRequest& request)
 {
     Diagnosis diagnosis;
@@ -215,7 +272,9 @@ Diagnosis Diagnose(const DiagnosisRequest& request)
                           {u"protocol", OV::ToText(Syncra::Protocol::ProductVersion)},
                           {u"system", OV::FromUtf8(OV::System::Description())}};
     if (request.login)
-        Attempt(diagnosis, u"server", [&] { WalkToServer(request, diagnosis); });
+        Attempt(diagnosis, u"server", [&] {
+            diagnosis.steps = WalkToServer(*request.login, request.connectMilliseconds);
+        });
     Attempt(diagnosis, u"caches", [&] { LookAtCaches(request.dataFolder, diagnosis); });
     constexpr int deep = 2;
     Attempt(diagnosis, u"locks", [&] {

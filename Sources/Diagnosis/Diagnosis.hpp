@@ -14,11 +14,12 @@ namespace SYC {
 struct SYC_API Diagnosis {
     /// One part of the way to a server, and how it ended.
     struct Step {
-        OV::UniString name;     ///< "name look-up", "connect", "TLS", "sign-in"
+        OV::UniString name;  ///< "name look-up", "connect", "TLS", "version", "sign-in", "projects"
         OV::UniString address;  ///< what was tried
         std::uint32_t milliseconds = 0;
         bool succeeded = false;
         OV::UniString outcome;  ///< in words; of a failure, why
+        OV::UniString advice;   ///< what the user can do about a failure; empty otherwise
     };
     struct Cache {
         IO::Location folder;
@@ -58,6 +59,16 @@ struct SYC_API DiagnosisRequest {
     std::int32_t logSeconds = 3600;
     std::uint32_t connectMilliseconds = 5000;  ///< for each address
 };
+
+/// The way to a server, step by step until one fails: its name, each of its addresses, TLS, the
+/// version of its protocol, the sign-in, and what the user may see. On the calling thread, as long
+/// as the server needs to answer; throws nothing but OV::InterruptedException.
+[[nodiscard]] SYC_API OV::Array<Diagnosis::Step>
+WalkToServer(const DiagnosisRequest::Login& login, std::uint32_t connectMilliseconds = 5000);
+/// The step that keeps the user from the server; null when none does. An address that does not
+/// answer is none beside one that does.
+[[nodiscard]] SYC_API const Diagnosis::Step*
+FindHindrance(const OV::Array<Diagnosis::Step>& steps) noexcept;
 
 /// Looks at everything, on the calling thread; with a server it takes as long as its addresses need
 /// to answer. What goes wrong is part of the answer; throws nothing but OV::InterruptedException.

@@ -15,6 +15,7 @@ inline constexpr int CheckWords = 32122;
 inline constexpr int CheckSteps = 32123;
 inline constexpr int MailTexts = 32130;
 inline constexpr int Flows = 32140;
+inline constexpr int DiagnosisHints = 32141;
 inline constexpr int ActivityLog = 32160;
 
 }  // namespace SYC::TextLists
@@ -23,5 +24,12 @@ namespace SYC::Alerts {
 
 inline constexpr int DiscardChanges = 32040;
 inline constexpr int ServerNotTrusted = 32060;
+inline constexpr int FlowFailed = 32070;
+inline constexpr int FlowMayTryAgain = 32071;
+inline constexpr int TakeSessionOver = 32072;
+inline constexpr int NewSession = 32073;
+inline constexpr int LoseUnsentWork = 32074;
+inline constexpr int DeleteProject = 32075;
+inline constexpr int DeleteProjectForGood = 32076;
 
 }  // namespace SYC::Alerts

@@ -67,6 +67,9 @@ void Flow::Start(Work work)
         OV::MakeTask([run, work = std::move(work), end, report, ending]() mutable {
             Result result;
             try {
+                // Cancel ends it, and so does whoever cancels the executor.
+                const std::stop_callback cancelled(OV::Thread::CurrentToken(),
+                                                   [&run] { run->stop.request_stop(); });
                 const OV::InterruptionScope scope(run->stop.get_token());
                 OV::Thread::ThrowIfInterrupted();
                 result = work(report);

@@ -54,26 +54,6 @@ protected:
     CheckResult result{};
 };
 
-/// Cancels its flow when the `number`th change is told.
-class CancelAtChange final : public SYC::FlowObserver {
-public:
-    CancelAtChange(SYC::Flow& flow, int number)
-        : number_(number), flow_(flow), subscription_(flow.Subscribe(*this))
-    {}
-    [[nodiscard]] bool HasCancelled() const { return number_ < 0; }
-
-private:
-    void _FlowChanged() override
-    {
-        if (flow_.IsRunning() && number_-- == 0)
-            flow_.Cancel();
-    }
-
-    int number_;
-    SYC::Flow& flow_;
-    OV::Subscription subscription_;
-};
-
 TEST_F(JoinProjectTest, MakesCacheAndSessionAndFetchesMembersAndMails)
 {
     SYC::ClientMail mail;

@@ -37,6 +37,7 @@ TEST_F(ModelServiceTest, EveryRequestIsAnsweredOrRefusedByItsRule)
     const std::vector<Case> cases = {
         {"anna.novak", "GET", "/syncra/v1/ports", "", 200, 0},
         {"anna.novak", "GET", "/syncra/v1/projects", "", 200, 0},
+        {"anna.novak", "GET", "/syncra/v1/projects/overview", "", 200, 0},
         {"anna.novak", "GET", "/syncra/v1/projects/exists", "", 400, 1},
         {"anna.novak", "GET", Bridge("membership"), "", 200, 0},
         {"anna.novak", "GET", path(Sample::Nowhere, "membership"), "", 404, 12},

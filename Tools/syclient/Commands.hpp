@@ -41,5 +41,11 @@ void DeclarePermissionSets(CLI::App& command, Context& context);
 void DeclareProperties(CLI::App& command, Context& context);
 void DeclareCategories(CLI::App& command, Context& context);
 void DeclareModules(CLI::App& command, Context& context);
+void DeclareBrowse(CLI::App& command, Context& context);
+void DeclareJoin(CLI::App& command, Context& context);
+void DeclareLeave(CLI::App& command, Context& context);
+void DeclareShare(CLI::App& command, Context& context);
+/// "server find".
+void AddFindServers(CLI::App& server, Context& context);
 /// Those of "server" for trust.
 void AddTrustCommands(CLI::App& server, Context& context);

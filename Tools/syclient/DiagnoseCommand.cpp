@@ -41,7 +41,8 @@ Json StepsJson(const Diagnosis& diagnosis)
                          {"address", ForJsonOrNull(step.address)},
                          {"milliseconds", step.milliseconds},
                          {"succeeded", step.succeeded},
-                         {"outcome", ForJson(step.outcome)}});
+                         {"outcome", ForJson(step.outcome)},
+                         {"advice", ForJsonOrNull(step.advice)}});
     return steps;
 }
 
@@ -81,8 +82,10 @@ Json AsJson(const Diagnosis& diagnosis)
     Json log = Json::array();
     for (const auto& line : diagnosis.log)
         log.push_back(ForJson(line));
+    const auto* hindrance = SYC::FindHindrance(diagnosis.steps);
     return {{"versions", std::move(versions)},
             {"steps", StepsJson(diagnosis)},
+            {"whatToDo", hindrance != nullptr ? ForJsonOrNull(hindrance->advice) : Json(nullptr)},
             {"caches", CachesJson(diagnosis)},
             {"locks", LocksJson(diagnosis)},
             {"log", std::move(log)}};
@@ -115,6 +118,8 @@ void Print(const Json& json, const Output& output)
     output.PrintFields(versions);
     PrintPart(output, "The way to the server", json["steps"],
               {"step", "address", "milliseconds", "succeeded", "outcome"});
+    if (!json["whatToDo"].is_null())
+        output.PrintLine("What to do: " + PlainText(json["whatToDo"]));
     PrintPart(output, "Caches", json["caches"],
               {"project", "server", "user", "unsentChanges", "waitingMails", "damage"});
     PrintPart(output, "Lock files", json["locks"], {"file", "process", "program"});

@@ -84,6 +84,9 @@ ExitCode ExitCodeOf(const SYC::Failure& failure)
     case SYC::FailureKind::NoSession:
         return ExitCode::NotFound;
     case SYC::FailureKind::Cancelled:
+    case SYC::FailureKind::NameTaken:
+    case SYC::FailureKind::ObjectInUse:
+    case SYC::FailureKind::UnsentWork:
     case SYC::FailureKind::NoCache:
     case SYC::FailureKind::ThisComputer:
     case SYC::FailureKind::WrongInput:

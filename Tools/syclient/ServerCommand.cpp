@@ -238,6 +238,7 @@ void DeclareServer(CLI::App& command, Context& context)
                "Last server and user, message setting, and who has a password where; no password "
                "is shown",
                &List);
+    AddFindServers(command, context);
     AddCommand(command, context, "connect",
                "Sign in to a server, look for you in a group, and remember the server", &Connect);
     AddCommand(command, context, "set", "Change what is remembered beside passwords", &Set);

@@ -85,6 +85,7 @@ void HeadlessDialog::Choose(int popUp, int entry)
 void HeadlessDialog::Type(int edit, const OV::UniString& text)
 {
     Usable(edit, {ItemType::Edit, ItemType::Password}).text = text;
+    events_._ItemUsed(edit);
 }
 
 void HeadlessDialog::SelectRow(int listBox, int row)

@@ -66,6 +66,20 @@ JsonRequests::JsonRequests(const SignInData& data, const Communication::HttpOpti
     SignIn();
 }
 
+std::uint32_t JsonRequests::AskVersion(const Communication::ServerAddress& address,
+                                       const Communication::HttpOptions& options)
+{
+    Communication::HttpClient http(address, options);
+    HttpRequest request;
+    request.target = "/syncra/version";
+    const HttpResponse response = http.Perform(request);
+    ThrowIfRefused(address, request, response);
+    if (Read<Protocol::SpokenProtocol>(address, request, response).value !=
+        Protocol::ProtocolVersion)
+        ThrowIncompatible(address);
+    return Read<Protocol::ServerVersion>(address, request, response).serverVersion;
+}
+
 JsonRequests::~JsonRequests()
 {
     try {
@@ -89,19 +103,20 @@ void JsonRequests::SignIn()
     const OV::SecureWipeGuard<char> wipe(request.body);
     const HttpResponse response = http_.Perform(request);
     try {
-        ThrowIfRefused(request, response);
+        ThrowIfRefused(http_.GetAddress(), request, response);
     } catch (const Communication::ResponseContentException& refusal) {
         if (Is(refusal, Protocol::ErrorCode::IncompatibleVersion))
             ThrowIncompatible(http_.GetAddress());
         throw;
     }
     // First, since the rest of the record may look different in another version.
-    if (const auto spoken = Read<Protocol::SpokenProtocol>(request, response).value;
+    if (const auto spoken =
+            Read<Protocol::SpokenProtocol>(http_.GetAddress(), request, response).value;
         !withoutVersionCheck_ && spoken != Protocol::ProtocolVersion)
         ThrowIncompatible(http_.GetAddress());
-    auto token = Read<Protocol::SignInAnswer>(request, response).token;
+    auto token = Read<Protocol::SignInAnswer>(http_.GetAddress(), request, response).token;
     if (!IsToken(token))
-        ThrowMalformed(request, response,
+        ThrowMalformed(http_.GetAddress(), request, response,
                        Protocol::MalformedRecordException("the token is not usable"));
     token_ = std::move(token);
 }
@@ -117,7 +132,7 @@ HttpResponse JsonRequests::Send(HttpRequest& request, std::uint32_t wait)
     HttpResponse response = http_.Perform(request);
     answerBytes_ = response.body.size();
     try {
-        ThrowIfRefused(request, response);
+        ThrowIfRefused(http_.GetAddress(), request, response);
         return response;
     } catch (const Communication::ResponseContentException& refusal) {
         if (!Is(refusal, Protocol::ErrorCode::TokenExpired))
@@ -127,23 +142,24 @@ HttpResponse JsonRequests::Send(HttpRequest& request, std::uint32_t wait)
     request.token = token_;
     response = http_.Perform(request);
     answerBytes_ = response.body.size();
-    ThrowIfRefused(request, response);
+    ThrowIfRefused(http_.GetAddress(), request, response);
     return response;
 }
 
-void JsonRequests::ThrowIfRefused(const HttpRequest& request, const HttpResponse& response) const
+void JsonRequests::ThrowIfRefused(const Communication::ServerAddress& address,
+                                  const HttpRequest& request, const HttpResponse& response)
 {
     if (response.status >= 200 && response.status < 300)
         return;
-    const auto refusal = Read<Protocol::RefusalBody>(request, response);
+    const auto refusal = Read<Protocol::RefusalBody>(address, request, response);
     throw Communication::ResponseContentException(refusal.code,
                                                   refusal.message.substr(0, MaximumMessageLength));
 }
 
-void JsonRequests::ThrowMalformed(const HttpRequest& request, const HttpResponse& response,
-                                  const OV::Exception& reason) const
+void JsonRequests::ThrowMalformed(const Communication::ServerAddress& address,
+                                  const HttpRequest& request, const HttpResponse& response,
+                                  const OV::Exception& reason)
 {
-    const Communication::ServerAddress& address = http_.GetAddress();
     const OV::String path = request.target.substr(0, request.target.find('?'));
     throw Communication::MalformedResponseException(
         OV::FormatText(u"Server %:% answered % with HTTP status % and something that is no answer "

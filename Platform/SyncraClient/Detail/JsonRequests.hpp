@@ -37,11 +37,16 @@ public:
     /// Signs in; throws as Connect does. Paths begin behind `root`.
     JsonRequests(const SignInData& data, const Communication::HttpOptions& options,
                  OV::String root = "/syncra/v1");
-    /// Signs out when the connection still stands, and waits for nobody: an unused token dies on the
-    /// server anyway.
+    /// Signs out when the connection still stands, and waits for nobody: an unused token dies on
+    /// the server anyway.
     ~JsonRequests();
     JsonRequests(const JsonRequests&) = delete;
     JsonRequests& operator=(const JsonRequests&) = delete;
+
+    /// Without signing in: the product version of a server that speaks the protocol of this client;
+    /// throws as Connect does.
+    [[nodiscard]] static std::uint32_t AskVersion(const Communication::ServerAddress& address,
+                                                  const Communication::HttpOptions& options);
 
     template <class Answer>
     [[nodiscard]] Answer Get(const OV::String& path)
@@ -89,27 +94,30 @@ private:
         request.target = root_ + path;
         request.body = std::move(body);
         const auto response = Send(request, wait);
-        return Read<Answer>(request, response);
+        return Read<Answer>(http_.GetAddress(), request, response);
     }
     template <class Answer>
-    Answer Read(const Communication::HttpRequest& request,
-                const Communication::HttpResponse& response) const
+    static Answer Read(const Communication::ServerAddress& address,
+                       const Communication::HttpRequest& request,
+                       const Communication::HttpResponse& response)
     {
         try {
             return Protocol::ReadAnswer<Answer>(response.body);
         } catch (const Protocol::MalformedRecordException& malformed) {
-            ThrowMalformed(request, response, malformed);
+            ThrowMalformed(address, request, response, malformed);
         }
     }
 
     void SignIn();
     /// Wipes the body: some carry a password.
     Communication::HttpResponse Send(Communication::HttpRequest& request, std::uint32_t wait);
-    void ThrowIfRefused(const Communication::HttpRequest& request,
-                        const Communication::HttpResponse& response) const;
-    [[noreturn]] void ThrowMalformed(const Communication::HttpRequest& request,
-                                     const Communication::HttpResponse& response,
-                                     const OV::Exception& reason) const;
+    static void ThrowIfRefused(const Communication::ServerAddress& address,
+                               const Communication::HttpRequest& request,
+                               const Communication::HttpResponse& response);
+    [[noreturn]] static void ThrowMalformed(const Communication::ServerAddress& address,
+                                            const Communication::HttpRequest& request,
+                                            const Communication::HttpResponse& response,
+                                            const OV::Exception& reason);
 
     Communication::HttpClient http_;
     std::uint32_t requestTimeout_;

@@ -91,6 +91,8 @@ void QtDialogWindow::Connect(const ItemDescription& item, QWidget& widget)
                                                [](const auto& each) { return each.isDefault; });
         button->setAutoDefault(isReturnOfUse);
         QObject::connect(button, &QPushButton::clicked, this, used);
+    } else if (auto* const edit = qobject_cast<QLineEdit*>(&widget)) {
+        QObject::connect(edit, &QLineEdit::textEdited, this, used);
     } else if (auto* const popUp = qobject_cast<QComboBox*>(&widget)) {
         QObject::connect(popUp, &QComboBox::activated, this, used);
     } else if (auto* const list = qobject_cast<QTableView*>(&widget)) {
