@@ -1,6 +1,7 @@
 #include "SettingsPage.hpp"
 
 #include "Preferences.hpp"
+#include "UserInterface/ProjectDialogs.hpp"
 #include "Words.hpp"
 
 #include <QBoxLayout>
@@ -69,10 +70,19 @@ SettingsPage::SettingsPage(ProjectSession& session, QWidget* parent)
     languages->addStretch();
     column->addLayout(languages);
     column->addSpacing(margin);
+    auto* change = new QPushButton(tr("Settings on the &Server ..."), this);
+    change->setObjectName("changeSettings");
+    connect(change, &QPushButton::clicked, this, [this] {
+        const auto& login = session_.GetLogin();
+        (void)SYC::UpdateProjectSettingsWithDialogs(
+            {login.serverName, login.port, login.userName, login.password},
+            session_.GetProjectId());
+    });
     auto* leave = new QPushButton(tr("Lea&ve the Project ..."), this);
     leave->setObjectName("leave");
     connect(leave, &QPushButton::clicked, this, &SettingsPage::LeaveWanted);
     auto* last = new QHBoxLayout;
+    last->addWidget(change);
     last->addWidget(leave);
     last->addStretch();
     column->addLayout(last);

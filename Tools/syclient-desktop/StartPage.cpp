@@ -8,6 +8,7 @@
 #include "RegisteredProjects.hpp"
 #include "ServerDialog.hpp"
 #include "SyncraURL.hpp"
+#include "UserInterface/ProjectDialogs.hpp"
 #include "Words.hpp"
 
 #include <QBoxLayout>
@@ -155,6 +156,11 @@ QWidget* StartPage::MakeServers()
     add->setObjectName("addServer");
     connect(add, &QPushButton::clicked, this, [this] { AddServer({}, 0, {}); });
     column->addWidget(add);
+    share_ = new QPushButton(tr("S&hare a Project ..."), box);
+    share_->setObjectName("share");
+    share_->setEnabled(false);
+    connect(share_, &QPushButton::clicked, this, &StartPage::ShareProject);
+    column->addWidget(share_);
     return box;
 }
 
@@ -329,8 +335,16 @@ void StartPage::AskServer(const Login& login)
     browse_.Refresh();
 }
 
+void StartPage::ShareProject()
+{
+    if (SYC::ShareProjectWithDialogs(browse_.GetLogin()).IsEmpty())
+        return;
+    browse_.Refresh();
+}
+
 void StartPage::BrowseChanged()
 {
+    share_->setEnabled(browse_.GetState() == SYC::FlowState::Succeeded);
     if (browse_.GetState() == SYC::FlowState::Succeeded &&
         std::exchange(isServerToBeRemembered_, false))
         Passwords::Remember(*server_, worker_);

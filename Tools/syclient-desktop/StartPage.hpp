@@ -63,6 +63,8 @@ private:
     /// asked for.
     void ChooseServer(std::size_t number);
     void AskServer(const Login& login);
+    /// Lets the user make a project on the server that is chosen.
+    void ShareProject();
     void Choose(const Row& row);
     void ShowMenu(const QPoint& place);
     [[nodiscard]] Row RowOf(const SYC::BrowsedProject& project) const;
@@ -73,7 +75,7 @@ private:
 
     const IO::Location dataFolder_;
     QLabel *problem_ = nullptr, *progress_ = nullptr, *empty_ = nullptr;
-    QPushButton* cancel_ = nullptr;
+    QPushButton *cancel_ = nullptr, *share_ = nullptr;
     CardList *projects_ = nullptr, *servers_ = nullptr;
     QStandardItemModel projectModel_, serverModel_;
     Rows cached_, rows_;

@@ -757,6 +757,10 @@ Gemeinsame Entwurfsprojekte in einem Fenster.</translation>
         <source>Language</source>
         <translation>Sprache</translation>
     </message>
+    <message>
+        <source>Settings on the &amp;Server ...</source>
+        <translation>Einstellungen auf dem &amp;Server ...</translation>
+    </message>
 </context>
 <context>
     <name>StartPage</name>
@@ -881,6 +885,10 @@ Gemeinsame Entwurfsprojekte in einem Fenster.</translation>
     <message>
         <source>nobody signed in yet</source>
         <translation>noch nicht angemeldet</translation>
+    </message>
+    <message>
+        <source>S&amp;hare a Project ...</source>
+        <translation>Projekt &amp;teilen ...</translation>
     </message>
 </context>
 <context>
