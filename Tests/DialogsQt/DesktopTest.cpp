@@ -4,12 +4,12 @@
 #include "Language.hpp"
 #include "MainWindow.hpp"
 #include "Passwords.hpp"
-#include "Preferences.hpp"
 #include "SYClientBase/SyncraClientFactory.hpp"
 #include "Support/ServerProcess.hpp"
 #include "Support/StoreEdit.hpp"
 #include "Support/TemporaryFolder.hpp"
 #include "UserInterface/AsyncTaskDialogExecutingImplementation.hpp"
+#include "UserSettings.hpp"
 
 #include <QLineEdit>
 #include <QPalette>
@@ -97,10 +97,11 @@ protected:
         return list.model()->index(row, 0).data(CardRole).value<Card>();
     }
     /// Without a window manager nobody does so when a dialog ends.
-    void Activate() const
+    void Activate(QWidget* what = nullptr) const
     {
-        window->activateWindow();
-        EXPECT_TRUE(QTest::qWaitForWindowActive(window.get()));
+        what = what != nullptr ? what : window.get();
+        what->activateWindow();
+        EXPECT_TRUE(QTest::qWaitForWindowActive(what));
     }
     /// Chooses the project by the keyboard.
     void Choose(const QString& project)
@@ -201,6 +202,7 @@ TEST_F(DesktopTest, ADayFromTheKeyboard)
     EXPECT_EQ(Text("state"), "Working offline");
     QTest::keyClick(&mails, Qt::Key_N, Qt::ControlModifier);
     ASSERT_NE(Compose(), nullptr);
+    Activate(Compose());
     QTest::keyClicks(Compose()->findChild<QLineEdit*>("to"), "anna.novak; marco.rossi; nobody");
     EXPECT_FALSE(Compose()->findChild<QPushButton*>("send")->isEnabled());
     EXPECT_TRUE(Compose()->findChild<QLabel*>("problem")->text().contains("nobody"));
@@ -322,7 +324,7 @@ TEST_F(DesktopTest, FollowsTheColoursOfADarkDesktop)
 
 TEST_F(DesktopTest, SpeaksTheLanguageThatWasChosen)
 {
-    Preferences::SetLanguage("de");
+    UserSettings::SetLanguage("de");
     InstallLanguage();
     MakeWindow();
     AddServer("anna.novak");
@@ -336,6 +338,6 @@ TEST_F(DesktopTest, SpeaksTheLanguageThatWasChosen)
     Find<QTabBar>("views").setCurrentIndex(0);
     TakePicture("MailGerman");
     window.reset();
-    Preferences::SetLanguage({});
+    UserSettings::SetLanguage({});
     InstallLanguage();
 }

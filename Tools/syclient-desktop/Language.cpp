@@ -1,7 +1,7 @@
 #include "Language.hpp"
 
 #include "OVRoot/Language.hpp"
-#include "Preferences.hpp"
+#include "UserSettings.hpp"
 
 #include <QCoreApplication>
 #include <QLibraryInfo>
@@ -31,7 +31,7 @@ void InstallLanguage()
 {
     qDeleteAll(Installed());
     Installed().clear();
-    const QString chosen = Preferences::GetLanguage();
+    const QString chosen = UserSettings::GetLanguage();
     const QLocale locale = chosen.isEmpty() ? QLocale::system() : QLocale(chosen);
     QLocale::setDefault(locale);
     const QString language = locale.name().section('_', 0, 0);

@@ -3,7 +3,7 @@
 #include "CardDelegate.hpp"
 #include "DesktopText.hpp"
 #include "Faces.hpp"
-#include "MailWords.hpp"
+#include "MailTexts.hpp"
 #include "Words.hpp"
 
 #include <QBoxLayout>
@@ -168,7 +168,7 @@ void MailReader::Write(QTextCursor& cursor, const SYC::ClientMail& mail) const
     QTextCharFormat quiet;
     quiet.setForeground(palette().color(QPalette::PlaceholderText));
     cursor.insertBlock(block, quiet);
-    const QString kind = MailWords::Kind(mail);
+    const QString kind = MailTexts::Kind(mail);
     cursor.insertText(NameOfSender(mail) + ", " + Words::Exactly(mail.GetSendingTime()) +
                       (kind.isEmpty() ? QString() : " · " + kind));
     block.setTopMargin(0);
@@ -187,7 +187,7 @@ void MailReader::ShowHead()
     QStringList facts{tr("to %1").arg(ToQt(mail_->GetRecipientsFullName())),
                       Words::Exactly(mail_->GetSendingTime())};
     for (const QString& fact :
-         {MailWords::Kind(*mail_), MailWords::Importance(mail_->GetImportance()),
+         {MailTexts::Kind(*mail_), MailTexts::Importance(mail_->GetImportance()),
           mail_->IsHistorical() ? tr("history") : QString()})
         if (!fact.isEmpty())
             facts += fact;

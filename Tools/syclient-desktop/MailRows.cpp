@@ -2,7 +2,7 @@
 
 #include "DesktopText.hpp"
 #include "Faces.hpp"
-#include "MailWords.hpp"
+#include "MailTexts.hpp"
 #include "Words.hpp"
 
 namespace {
@@ -48,10 +48,10 @@ Card MailRows::CardOf(const SYC::ClientMail& mail) const
 {
     Card card;
     const bool isOwn = mail.IsCopy() || mail.IsOut();
-    card.title = MailWords::Other(mail);
+    card.title = MailTexts::Other(mail);
     card.subtitle = ToQt(OV::UniStringView(mail.GetBodyText()).substr(0, ShownCharacters));
-    card.badge = MailWords::Kind(mail);
-    card.tone = MailWords::ToneOf(mail);
+    card.badge = MailTexts::Kind(mail);
+    card.tone = MailTexts::ToneOf(mail);
     if (mail.GetImportance() == SYC::Importance::High) {
         card.badge = card.badge.isEmpty() ? tr("Important") : card.badge + " !";
         card.tone = card.tone == Card::Tone::Plain ? Card::Tone::Bad : card.tone;

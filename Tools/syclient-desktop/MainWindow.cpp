@@ -1,9 +1,9 @@
 #include "MainWindow.hpp"
 
 #include "DesktopText.hpp"
-#include "Preferences.hpp"
 #include "ServerTasks.hpp"
 #include "UserInterface/CloseProjectDialog.hpp"
+#include "UserSettings.hpp"
 #include "Words.hpp"
 
 #include <QActionGroup>
@@ -37,7 +37,7 @@ MainWindow::MainWindow(IO::Location dataFolder)
     pages_->addWidget(start_);
     setCentralWidget(pages_);
     resize(1180, 740);
-    restoreGeometry(Preferences::Read("geometry"));
+    restoreGeometry(UserSettings::Read("geometry"));
     connect(start_, &StartPage::OpenWanted, this, &MainWindow::Open);
     connect(start_, &StartPage::CancelWanted, &opener_, &ProjectOpener::Cancel);
     connect(&opener_, &ProjectOpener::Progress, start_, &StartPage::ShowProgress);
@@ -182,8 +182,8 @@ void MainWindow::Follow(const ProjectSession::Manager& manager, bool hasServerSe
         return;
     }
     page_ = std::make_unique<ProjectPage>(*session_, executor_, this);
-    page_->RestoreSizes(Preferences::Read("sizes"));
-    page_->ShowPage(std::clamp(Preferences::Read("page").toInt(), 0,
+    page_->RestoreSizes(UserSettings::Read("sizes"));
+    page_->ShowPage(std::clamp(UserSettings::Read("page").toInt(), 0,
                                static_cast<int>(ProjectPage::PageCount) - 1));
     connect(
         page_.get(), &ProjectPage::LeaveWanted, this,
@@ -202,10 +202,10 @@ void MainWindow::Follow(const ProjectSession::Manager& manager, bool hasServerSe
 
 void MainWindow::RememberPlace()
 {
-    Preferences::Write("geometry", saveGeometry());
+    UserSettings::Write("geometry", saveGeometry());
     if (page_) {
-        Preferences::Write("sizes", page_->SaveSizes());
-        Preferences::Write("page", QByteArray::number(page_->CurrentPage()));
+        UserSettings::Write("sizes", page_->SaveSizes());
+        UserSettings::Write("page", QByteArray::number(page_->CurrentPage()));
     }
 }
 
@@ -259,7 +259,7 @@ void MainWindow::TellMails(const QStringList& senders, const QString& firstText)
     const auto count = static_cast<int>(senders.size());
     const QString text = tr("%n new mail(s) from %1", nullptr, count).arg(names.join(", "));
     Say(text);
-    if (!Preferences::IsTellingMails() || isActiveWindow())
+    if (!UserSettings::IsTellingMails() || isActiveWindow())
         return;
     QApplication::alert(this);
     if (tray_ != nullptr) {

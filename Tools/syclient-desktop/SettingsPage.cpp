@@ -1,7 +1,7 @@
 #include "SettingsPage.hpp"
 
-#include "Preferences.hpp"
 #include "UserInterface/ProjectDialogs.hpp"
+#include "UserSettings.hpp"
 #include "Words.hpp"
 
 #include <QBoxLayout>
@@ -49,9 +49,9 @@ SettingsPage::SettingsPage(ProjectSession& session, QWidget* parent)
     column->addSpacing(margin);
     auto* tell = new QCheckBox(tr("Tell &new mails by a notice"), this);
     tell->setObjectName("tellMails");
-    tell->setChecked(Preferences::IsTellingMails());
+    tell->setChecked(UserSettings::IsTellingMails());
     connect(tell, &QCheckBox::toggled, this,
-            [](bool tells) { Preferences::SetTellingMails(tells); });
+            [](bool tells) { UserSettings::SetTellingMails(tells); });
     column->addWidget(tell);
     auto* languages = new QHBoxLayout;
     auto* language = new QComboBox(this);
@@ -60,11 +60,11 @@ SettingsPage::SettingsPage(ProjectSession& session, QWidget* parent)
     language->addItem(tr("Language of the system"), QString());
     language->addItem("English", "en");
     language->addItem("Deutsch", "de");
-    language->setCurrentIndex(std::max(0, language->findData(Preferences::GetLanguage())));
+    language->setCurrentIndex(std::max(0, language->findData(UserSettings::GetLanguage())));
     auto* label = new QLabel(tr("&Language, from the next start on:"), this);
     label->setBuddy(language);
     connect(language, &QComboBox::currentIndexChanged, this,
-            [language] { Preferences::SetLanguage(language->currentData().toString()); });
+            [language] { UserSettings::SetLanguage(language->currentData().toString()); });
     languages->addWidget(label);
     languages->addWidget(language);
     languages->addStretch();

@@ -333,7 +333,7 @@
     </message>
 </context>
 <context>
-    <name>MailWords</name>
+    <name>MailTexts</name>
     <message>
         <source>Request</source>
         <translation>Anfrage</translation>

@@ -1,4 +1,4 @@
-#include "Preferences.hpp"
+#include "UserSettings.hpp"
 
 #include <QSettings>
 #include <QStandardPaths>
@@ -17,7 +17,7 @@ public:
 
 }  // namespace
 
-namespace Preferences {
+namespace UserSettings {
 
 QByteArray Read(const QString& name)
 {
@@ -49,4 +49,4 @@ void SetLanguage(const QString& language)
     Settings().setValue("language", language);
 }
 
-}  // namespace Preferences
+}  // namespace UserSettings

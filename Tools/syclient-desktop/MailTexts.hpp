@@ -6,7 +6,7 @@
 #include <QString>
 
 /// What the window calls the parts of a mail.
-namespace MailWords {
+namespace MailTexts {
 
 /// "Request", "Accepted" and the like; empty for a message.
 [[nodiscard]] QString Kind(const SYC::ClientMail& mail);
@@ -15,4 +15,4 @@ namespace MailWords {
 /// The sender, or the recipients of what the user sent.
 [[nodiscard]] QString Other(const SYC::ClientMail& mail);
 
-}  // namespace MailWords
+}  // namespace MailTexts

@@ -1,16 +1,16 @@
-#include "MailWords.hpp"
+#include "MailTexts.hpp"
 
 #include "DesktopText.hpp"
 
 #include <QCoreApplication>
 
-namespace MailWords {
+namespace MailTexts {
 
 namespace {
 
 QString Translated(const char* text)
 {
-    return QCoreApplication::translate("MailWords", text);
+    return QCoreApplication::translate("MailTexts", text);
 }
 
 }  // namespace
@@ -19,13 +19,13 @@ QString Kind(const SYC::ClientMail& mail)
 {
     switch (mail.GetType()) {
     case SYC::MailType::Request:
-        return Translated(QT_TRANSLATE_NOOP("MailWords", "Request"));
+        return Translated(QT_TRANSLATE_NOOP("MailTexts", "Request"));
     case SYC::MailType::RequestAccepted:
-        return Translated(QT_TRANSLATE_NOOP("MailWords", "Accepted"));
+        return Translated(QT_TRANSLATE_NOOP("MailTexts", "Accepted"));
     case SYC::MailType::RequestDenied:
-        return Translated(QT_TRANSLATE_NOOP("MailWords", "Denied"));
+        return Translated(QT_TRANSLATE_NOOP("MailTexts", "Denied"));
     case SYC::MailType::RequestRevoked:
-        return Translated(QT_TRANSLATE_NOOP("MailWords", "Withdrawn"));
+        return Translated(QT_TRANSLATE_NOOP("MailTexts", "Withdrawn"));
     default:
         return {};
     }
@@ -49,9 +49,9 @@ QString Importance(SYC::Importance importance)
 {
     switch (importance) {
     case SYC::Importance::High:
-        return Translated(QT_TRANSLATE_NOOP("MailWords", "high importance"));
+        return Translated(QT_TRANSLATE_NOOP("MailTexts", "high importance"));
     case SYC::Importance::Medium:
-        return Translated(QT_TRANSLATE_NOOP("MailWords", "medium importance"));
+        return Translated(QT_TRANSLATE_NOOP("MailTexts", "medium importance"));
     default:
         return {};
     }
@@ -64,4 +64,4 @@ QString Other(const SYC::ClientMail& mail)
     return ToQt(name.empty() ? mail.GetSender() : name);
 }
 
-}  // namespace MailWords
+}  // namespace MailTexts

@@ -4,7 +4,7 @@
 #include <QString>
 
 /// What the window remembers from one run to the next, in the user's settings of this program.
-namespace Preferences {
+namespace UserSettings {
 
 [[nodiscard]] QByteArray Read(const QString& name);
 void Write(const QString& name, const QByteArray& value);
@@ -16,4 +16,4 @@ void SetTellingMails(bool tells);
 [[nodiscard]] QString GetLanguage();
 void SetLanguage(const QString& language);
 
-}  // namespace Preferences
+}  // namespace UserSettings
