@@ -391,6 +391,8 @@ std::unique_ptr<QChart> Make(const QString& kind, const Data& data)
 
 bool Render(const QString& kind, const Data& data, const QSize& size, const QString& file)
 {
+    if (file.endsWith(".csv", Qt::CaseInsensitive))
+        return WriteTable(kind, data, file);
     auto chart = Make(kind, data);
     if (chart == nullptr)
         return false;
@@ -410,8 +412,15 @@ bool WriteTable(const QString& kind, const Data& data, const QString& file)
         return false;
     QTextStream text(&out);
     text << "series,at,value\n";
+    const Kind& shown = *Find(kind);
+    const QString lineName = *shown.axis == 0 ? shown.title : shown.axis;
     const auto write = [&text](const QString& series, const QString& at, double value) {
-        const auto quoted = [](QString cell) { return '"' + cell.replace('"', "\"\"") + '"'; };
+        // A spreadsheet takes what begins like a formula for one; members choose their names.
+        const auto quoted = [](QString cell) {
+            const bool isLikeFormula =
+                !cell.isEmpty() && QString("=+-@").contains(cell.front()) && cell.size() > 1;
+            return (isLikeFormula ? "\"'" : "\"") + cell.replace('"', "\"\"") + '"';
+        };
         text << quoted(series) << ',' << quoted(at) << ',' << QString::number(value, 'g', 12)
              << '\n';
     };
@@ -420,14 +429,14 @@ bool WriteTable(const QString& kind, const Data& data, const QString& file)
             const bool isTime =
                 qobject_cast<QDateTimeAxis*>(line->attachedAxes().value(0)) != nullptr;
             for (const QPointF& point : line->points())
-                write(line->name(),
+                write(lineName,
                       isTime ? QDateTime::fromMSecsSinceEpoch(static_cast<qint64>(point.x()))
                                    .toString(Qt::ISODate)
                              : QString::number(point.x()),
                       point.y());
         } else if (auto* pie = qobject_cast<QPieSeries*>(series)) {
             for (const auto* slice : pie->slices())
-                write(pie->name(), slice->label(), slice->value());
+                write(shown.title, slice->label(), slice->value());
         } else if (auto* bars = qobject_cast<QAbstractBarSeries*>(series)) {
             QStringList names;
             for (auto* axis : bars->attachedAxes())
