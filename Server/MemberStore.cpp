@@ -24,10 +24,12 @@ constexpr const char* MayInProject =
 #define NEXAR_COLUMNS_OF_MEMBER "m.logon_id, u.login, u.full_name, u.id, u.color, m.role"
 #define NEXAR_MEMBERS_AT_WORK                                                                      \
     "SELECT " NEXAR_COLUMNS_OF_MEMBER ", u.photo, "                                                \
-    "CASE WHEN s.id IS NULL THEN '' ELSE coalesce(nullif(a.value, ''), 'Normal') END "             \
+    "CASE WHEN s.id IS NULL THEN '' ELSE coalesce(nullif(a.value, ''), 'Normal') END, "            \
+    "coalesce(s.start_time, 0), coalesce(c.value, '') "                                            \
     "FROM members m CROSS JOIN users u LEFT JOIN sessions s "                                      \
     "ON s.project_id = m.project_id AND s.user_id = m.user_id LEFT JOIN session_attributes a "     \
-    "ON a.session_id = s.id AND a.name = 'SessionType' "                                           \
+    "ON a.session_id = s.id AND a.name = 'SessionType' LEFT JOIN session_attributes c "            \
+    "ON c.session_id = s.id AND c.name = 'ComputerName' "                                          \
     "WHERE u.id = m.user_id AND m.project_id = $1"
 
 template <class Member>
@@ -70,6 +72,8 @@ MemberChangesBody MemberStore::Changes(const std::string& projectId,
         auto& member = body.changes.members.emplace_back(ReadMember<MemberAtWork>(row));
         member.photo = OV::FromUtf8(row.Text(6));
         member.session = OV::FromUtf8(row.Text(7));
+        member.workingSince = static_cast<std::int32_t>(row.Number(8));
+        member.computer = OV::FromUtf8(row.Text(9));
         if (roles.insert(row.Text(5)).second)
             body.roles.push_back({member.roleName, permissions.Of(row.Text(5))});
     };

@@ -88,6 +88,11 @@ void ModelService::AddSessionRoutes(Router& router)
                           "You have no such session; it may have ended already.");
         signals_.RaiseAbout(*projectId, SignalId::SessionsChanged, {call.user.userId});
     });
+    router.Add("GET", "/syncra/v1/sessions/{}/end", [this](const Call& call) {
+        if (auto end = sessions_.FindEnd(call.parameters[0], call.user.userId))
+            return *std::move(end);
+        throw Refusal(ErrorCode::NotFound, "Nobody ended such a session of yours.");
+    });
 }
 
 void ModelService::AddAttributeRoutes(Router& router)
@@ -106,7 +111,9 @@ void ModelService::AddAttributeRoutes(Router& router)
             throw Refusal(ErrorCode::TooLarge, "A session attribute holds at most 4096 bytes.");
         sessions_.SetAttribute(call.parameters[0], call.parameters[1], value,
                                limits_.attributesOfSession);
-        if (OV::FromUtf8(call.parameters[1]) == SessionAttributeNames::SessionType)
+        const auto name = OV::FromUtf8(call.parameters[1]);
+        if (name == SessionAttributeNames::SessionType ||
+            name == SessionAttributeNames::ComputerName)
             signals_.RaiseAbout(projectId, SignalId::SessionsChanged, {call.user.userId});
     });
 }

@@ -9,8 +9,22 @@
 namespace Nexar {
 
 using Syncra::Protocol::Session;
+using Syncra::Protocol::SessionAtWork;
+using Syncra::Protocol::SessionEnd;
 
 namespace {
+
+/// So long an owner may come to learn that somebody ended his session.
+constexpr std::int64_t SecondsOfNotice = 30 * 86'400;
+
+#define NEXAR_SESSIONS_AT_WORK                                                                     \
+    "SELECT s.id, s.project_id, p.name, u.login, u.full_name, m.role, s.start_time, "              \
+    "coalesce(c.value, ''), coalesce(nullif(t.value, ''), 'Normal') "                              \
+    "FROM sessions s CROSS JOIN members m CROSS JOIN users u CROSS JOIN projects p "               \
+    "LEFT JOIN session_attributes c ON c.session_id = s.id AND c.name = 'ComputerName' "           \
+    "LEFT JOIN session_attributes t ON t.session_id = s.id AND t.name = 'SessionType' "            \
+    "WHERE m.project_id = s.project_id AND m.user_id = s.user_id AND u.id = s.user_id "            \
+    "AND p.id = s.project_id "
 
 Session ReadSession(RolePermissions& permissions, const Statement& row)
 {
@@ -79,6 +93,83 @@ std::optional<std::string> SessionStore::Close(const std::string& sessionId,
         database_.Prepare("DELETE FROM sessions WHERE id = $1").Bind(1, sessionId).Run() == 0)
         return std::nullopt;
     return projectId;
+}
+
+std::vector<SessionAtWork> SessionStore::ListAtWork(const std::string& projectId)
+{
+    const bool isOfOne = !projectId.empty();
+    auto query = database_.Prepare(
+        isOfOne ? NEXAR_SESSIONS_AT_WORK "AND s.project_id = $1 "
+                                         "ORDER BY s.start_time, m.logon_id"
+                : NEXAR_SESSIONS_AT_WORK "ORDER BY p.number, s.start_time, m.logon_id /* all */");
+    if (isOfOne)
+        query.Bind(1, projectId);
+    std::vector<SessionAtWork> sessions;
+    while (query.Step()) {
+        auto& session = sessions.emplace_back();
+        OV::UniString* const texts[] = {&session.id,          &session.projectId,
+                                        &session.projectName, &session.loginName,
+                                        &session.userName,    &session.roleName};
+        for (int column = 0; column < 6; ++column)
+            *texts[column] = OV::FromUtf8(query.Text(column));
+        session.startTime = static_cast<std::int32_t>(query.Number(6));
+        session.computer = OV::FromUtf8(query.Text(7));
+        session.type = OV::FromUtf8(query.Text(8));
+    }
+    return sessions;
+}
+
+std::optional<SessionStore::Owned> SessionStore::FindOwner(const std::string& sessionId)
+{
+    auto query = database_.Prepare("SELECT p.id, s.user_id FROM sessions s CROSS JOIN projects p "
+                                   "WHERE s.id = $1 AND p.id = s.project_id /* hold p */");
+    if (!query.Bind(1, sessionId).Step())
+        return std::nullopt;
+    return Owned{query.Text(0), query.Text(1)};
+}
+
+bool SessionStore::End(const std::string& sessionId, const Owned& owner, const std::string& endedBy,
+                       const OV::UniString& reason)
+{
+    const std::int64_t now = OV::Clock::Current().Now();
+    Transaction transaction(database_);
+    if (database_.Prepare("DELETE FROM sessions WHERE id = $1").Bind(1, sessionId).Run() == 0)
+        return false;
+    std::string login, name;
+    {
+        auto user = database_.Prepare("SELECT login, full_name FROM users WHERE id = $1");
+        if (user.Bind(1, endedBy).Step()) {
+            login = user.Text(0);
+            name = user.Text(1);
+        }
+    }
+    database_.Prepare("DELETE FROM session_ends WHERE time < $1")
+        .Bind(1, now - SecondsOfNotice)
+        .Run();
+    database_
+        .Prepare("INSERT INTO session_ends (session_id, project_id, user_id, ended_by, "
+                 "ended_by_name, reason, time) VALUES ($1, $2, $3, $4, $5, $6, $7)")
+        .Bind(1, sessionId)
+        .Bind(2, owner.projectId)
+        .Bind(3, owner.userId)
+        .Bind(4, login)
+        .Bind(5, name)
+        .Bind(6, OV::ToUtf8(reason))
+        .Bind(7, now)
+        .Run();
+    transaction.Commit();
+    return true;
+}
+
+std::optional<SessionEnd> SessionStore::FindEnd(const std::string& sessionId,
+                                                const std::string& userId)
+{
+    auto query = database_.Prepare("SELECT ended_by, ended_by_name, reason, time FROM session_ends "
+                                   "WHERE session_id = $1 AND user_id = $2");
+    if (!query.Bind(1, sessionId).Bind(2, userId).Step())
+        return std::nullopt;
+    return SessionEnd{OV::FromUtf8(query.Text(0)), OV::FromUtf8(query.Text(1)),
+                      OV::FromUtf8(query.Text(2)), static_cast<std::int32_t>(query.Number(3))};
 }
 
 std::optional<std::string> SessionStore::FindProject(const std::string& sessionId,

@@ -26,6 +26,23 @@ public:
     [[nodiscard]] std::optional<std::string> Close(const std::string& sessionId,
                                                    const std::string& userId);
 
+    /// With project and computer, by project and beginning; of one project unless `projectId` is
+    /// empty.
+    [[nodiscard]] std::vector<Syncra::Protocol::SessionAtWork>
+    ListAtWork(const std::string& projectId);
+    /// A session, whoever has it.
+    struct Owned {
+        std::string projectId;
+        std::string userId;
+    };
+    [[nodiscard]] std::optional<Owned> FindOwner(const std::string& sessionId);
+    /// Ends a session and keeps for its owner who did so and why. False when it has ended already.
+    [[nodiscard]] bool End(const std::string& sessionId, const Owned& owner,
+                           const std::string& endedBy, const OV::UniString& reason);
+    /// How the user's session was ended by somebody; nothing when nobody did.
+    [[nodiscard]] std::optional<Syncra::Protocol::SessionEnd> FindEnd(const std::string& sessionId,
+                                                                      const std::string& userId);
+
     /// The project of a session of the user; nothing when it is none of his.
     [[nodiscard]] std::optional<std::string> FindProject(const std::string& sessionId,
                                                          const std::string& userId);

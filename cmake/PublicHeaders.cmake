@@ -110,6 +110,7 @@ set(headers
   Sources/Registry/CacheInfoRecord.hpp
   Sources/SYDataOptionsObserver.hpp
   Sources/SYClientProjectDiscovery.hpp
+  Sources/SessionWatch.hpp
   Sources/StartCheck.hpp
   Sources/Statistics/ChartDataLine.hpp
   Sources/Statistics/ChartType.hpp

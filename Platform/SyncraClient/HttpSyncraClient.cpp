@@ -94,6 +94,17 @@ public:
         requests_.Delete(MakePath("/sessions/{}", {sessionId}));
     }
 
+    std::optional<Protocol::SessionEnd> GetSessionEnd(const OV::UniString& sessionId) override
+    {
+        try {
+            return requests_.Get<Protocol::SessionEnd>(MakePath("/sessions/{}/end", {sessionId}));
+        } catch (const Communication::ResponseContentException& refusal) {
+            if (refusal.GetErrorCode() != static_cast<int>(Protocol::ErrorCode::NotFound))
+                throw;
+            return std::nullopt;
+        }
+    }
+
     OV::UniString GetSessionAttribute(const OV::UniString& sessionId,
                                       OV::UniStringView name) override
     {

@@ -13,6 +13,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 
 namespace Syncra::Client {
 
@@ -43,6 +44,9 @@ public:
     /// Refused with code 17 when the user has one already.
     [[nodiscard]] virtual Protocol::Session StartSession(const OV::UniString& projectId) = 0;
     virtual void CloseSession(const OV::UniString& sessionId) = 0;
+    /// Who ended a session of the user, and why; nothing when nobody else did.
+    [[nodiscard]] virtual std::optional<Protocol::SessionEnd>
+    GetSessionEnd(const OV::UniString& sessionId) = 0;
     /// Empty when the attribute was never set.
     [[nodiscard]] virtual OV::UniString GetSessionAttribute(const OV::UniString& sessionId,
                                                             OV::UniStringView name) = 0;

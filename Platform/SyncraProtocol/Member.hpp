@@ -23,8 +23,10 @@ struct SYC_API Member {
 
 /// A member with what others see of him besides.
 struct SYC_API MemberAtWork : Member {
-    OV::UniString photo;    ///< changes with his photo; empty when he has none
-    OV::UniString session;  ///< the type of his session; empty when he has none
+    OV::UniString photo;            ///< changes with his photo; empty when he has none
+    OV::UniString session;          ///< the type of his session; empty when he has none
+    std::int32_t workingSince = 0;  ///< seconds since 1970-01-01 UTC; 0 without a session
+    OV::UniString computer;         ///< that he works on; empty when nobody knows
 };
 
 /// Who became another since a client asked last.

@@ -21,6 +21,29 @@ struct SYC_API Session {
     friend bool operator==(const Session&, const Session&) = default;
 };
 
+/// A session as those see it who may end it.
+struct SYC_API SessionAtWork {
+    OV::UniString id;
+    OV::UniString projectId;
+    OV::UniString projectName;
+    OV::UniString loginName;
+    OV::UniString userName;  ///< display name
+    OV::UniString roleName;
+    std::int32_t startTime = 0;  ///< seconds since 1970-01-01 UTC
+    OV::UniString computer;      ///< empty when the client did not tell
+    OV::UniString type;          ///< NormalSessionType for a person at work
+
+    friend bool operator==(const SessionAtWork&, const SessionAtWork&) = default;
+};
+
+/// What the owner of a session is told that somebody else ended.
+struct SYC_API SessionEnd {
+    OV::UniString endedBy;      ///< login name
+    OV::UniString endedByName;  ///< display name
+    OV::UniString reason;       ///< for people; may be empty
+    std::int32_t time = 0;      ///< seconds since 1970-01-01 UTC
+};
+
 /// Names of the attributes that clients keep with a session; values are 8-bit strings (UTF-8).
 namespace SessionAttributeNames {
 inline constexpr OV::UniStringView ComputerName = u"ComputerName";

@@ -11,9 +11,11 @@ enum class SignalId : std::int32_t {
     SessionsChanged = 2,
     MembersChanged = 3,
     NewMail = 4,
+    SessionEnded = 5,  ///< for the owner alone of a session that somebody else ended
 };
 inline constexpr SignalId EverySignal[] = {SignalId::ProjectStateChanged, SignalId::SessionsChanged,
-                                           SignalId::MembersChanged, SignalId::NewMail};
+                                           SignalId::MembersChanged, SignalId::NewMail,
+                                           SignalId::SessionEnded};
 
 /// One event of a project, in the order of its sequence.
 struct SYC_API Signal {

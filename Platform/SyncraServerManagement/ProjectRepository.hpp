@@ -5,6 +5,7 @@
 #include "SyncraProtocol/Management/ProjectCategory.hpp"
 #include "SyncraProtocol/Management/ServerConfiguration.hpp"
 #include "SyncraProtocol/Management/V2/ProjectV2.hpp"
+#include "SyncraProtocol/Session.hpp"
 #include "SyncraServerManagement/RecordFamily.hpp"
 #include "SyncraServerManagement/RepositoryProperties.hpp"
 
@@ -33,6 +34,19 @@ public:
     /// Projects of the categories `from` come under `into`, and `from` are deleted, together or not
     /// at all.
     void MergeCategories(const OV::Array<OV::UniString>& from, const OV::UniString& into);
+
+    // The members of a project one by one. `user` is an identifier or a login name, `role` a name.
+    void AddMember(const OV::UniString& projectId, const OV::UniString& loginName,
+                   const OV::UniString& role);
+    void SetMemberRole(const OV::UniString& projectId, const OV::UniString& user,
+                       const OV::UniString& role);
+    /// Ends his session, and deletes his mails.
+    void RemoveMember(const OV::UniString& projectId, const OV::UniString& user);
+
+    /// Who works in a project, or for an empty `projectId` in any whose members the user manages.
+    [[nodiscard]] OV::Array<Protocol::SessionAtWork> GetSessions(const OV::UniString& projectId);
+    /// Its owner is told who did so, and the reason.
+    void EndSession(const OV::UniString& sessionId, const OV::UniString& reason);
 
     [[nodiscard]] ServerConfiguration GetConfiguration();
     void SetConfiguration(const ServerConfiguration& configuration);

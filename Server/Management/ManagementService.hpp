@@ -5,6 +5,7 @@
 #include "Management/ProjectManagement.hpp"
 #include "Management/RoleManagement.hpp"
 #include "Management/ServerManagement.hpp"
+#include "Management/SessionManagement.hpp"
 #include "Management/UserManagement.hpp"
 
 namespace Nexar {
@@ -17,7 +18,8 @@ public:
                       SignalHub& signals, PasswordWorker& passwords, TokenTable& tokens)
         : rights_(groups, members), context_{database, rights_, signals},
           users_(context_, users, groups, photos, passwords, tokens),
-          groups_(context_, users, groups), projects_(context_, users, projects, members, sessions)
+          groups_(context_, users, groups), projects_(context_, users, projects, members, sessions),
+          sessions_(context_, projects, members, sessions)
     {}
     // The families refer to the context.
     ManagementService(const ManagementService&) = delete;
@@ -27,7 +29,7 @@ public:
     {
         const auto add = [&router](auto&... families) { (families.AddRoutes(router), ...); };
         add(users_, roles_, groups_, permissions_, permissionSets_, customProperties_, projects_,
-            categories_, modules_, server_);
+            sessions_, categories_, modules_, server_);
     }
     void SetPorts(std::vector<Syncra::Protocol::ServicePort> ports)
     {
@@ -40,6 +42,7 @@ private:
     UserManagement users_;
     GroupManagement groups_;
     ProjectManagement projects_;
+    SessionManagement sessions_;
     RoleManagement roles_{context_};
     RecordRoutes<Records::Permission> permissions_{context_};
     RecordRoutes<Records::PermissionSet> permissionSets_{context_};

@@ -43,6 +43,17 @@ class ProjectRepositoryManager::MergeCustomProjectCategoriesTask
     using StepTask::StepTask;
 };
 
+class ProjectRepositoryManager::ChangeMemberTask : public StepTask<ProjectRepository, Nothing> {
+    using StepTask::StepTask;
+};
+class ProjectRepositoryManager::GetSessionsTask
+    : public StepTask<ProjectRepository, OV::Array<Protocol::SessionAtWork>> {
+    using StepTask::StepTask;
+};
+class ProjectRepositoryManager::EndSessionTask : public StepTask<ProjectRepository, Nothing> {
+    using StepTask::StepTask;
+};
+
 ProjectRepositoryManager::ProjectRepositoryManager(OV::Executor& executor)
     : ConnectedRepositoryManager(executor)
 {}
@@ -53,6 +64,43 @@ bool ProjectRepositoryManager::MergeCustomProjectCategories(const OV::Array<Text
     return Change<MergeCustomProjectCategoriesTask>(
         {Categories.object},
         [from, into](Repository& repository) { repository.MergeCategories(from, into); });
+}
+
+bool ProjectRepositoryManager::AddMember(const Text& projectId, const Text& loginName,
+                                         const Text& role)
+{
+    return Change<ChangeMemberTask>({ObjectType::User, &loginName}, [=](Repository& repository) {
+        repository.AddMember(projectId, loginName, role);
+    });
+}
+
+bool ProjectRepositoryManager::SetMemberRole(const Text& projectId, const Text& user,
+                                             const Text& role)
+{
+    return Change<ChangeMemberTask>({ObjectType::User, &user}, [=](Repository& repository) {
+        repository.SetMemberRole(projectId, user, role);
+    });
+}
+
+bool ProjectRepositoryManager::RemoveMember(const Text& projectId, const Text& user)
+{
+    return Change<ChangeMemberTask>({ObjectType::User, &user}, [=](Repository& repository) {
+        repository.RemoveMember(projectId, user);
+    });
+}
+
+bool ProjectRepositoryManager::GetSessions(const Text& projectId,
+                                           OV::Array<Protocol::SessionAtWork>& sessions)
+{
+    return Read<GetSessionsTask>({}, sessions, [projectId](Repository& repository) {
+        return repository.GetSessions(projectId);
+    });
+}
+
+bool ProjectRepositoryManager::EndSession(const Text& sessionId, const Text& reason)
+{
+    return Change<EndSessionTask>(
+        {}, [=](Repository& repository) { repository.EndSession(sessionId, reason); });
 }
 
 bool ProjectRepositoryManager::CloseRepositories()

@@ -5,6 +5,7 @@
 #include "SyncraProtocol/Management/ConnectedModule.hpp"
 #include "SyncraProtocol/Management/ProjectCategory.hpp"
 #include "SyncraProtocol/Management/V2/ProjectV2.hpp"
+#include "SyncraProtocol/Session.hpp"
 
 namespace Syncra::Server::Management {
 class ProjectRepository;
@@ -36,6 +37,9 @@ public:
     using UpdateCustomProjectCategoryTask = RecordTask<RecordOperation::Update, Category>;
     using DeleteCustomProjectCategoryTask = RecordTask<RecordOperation::Delete, Category>;
     class MergeCustomProjectCategoriesTask;
+    class ChangeMemberTask;
+    class GetSessionsTask;
+    class EndSessionTask;
     using GetConnectedModulesTask = RecordTask<RecordOperation::List, Module>;
 
     /// The executor must outlive the manager and run one task at a time.
@@ -61,6 +65,19 @@ public:
     /// Projects of the categories `from` come under `into`, and `from` are deleted, together or not
     /// at all. All are identifiers.
     bool MergeCustomProjectCategories(const OV::Array<Text>& from, const Text& into);
+
+    // The members of a project one by one, of which the server allows more to who manages them.
+    // `user` is an identifier or a login name, `role` the name of a role.
+    bool AddMember(const Text& projectId, const Text& loginName, const Text& role);
+    bool SetMemberRole(const Text& projectId, const Text& user, const Text& role);
+    /// Ends his session, and deletes his mails.
+    bool RemoveMember(const Text& projectId, const Text& user);
+
+    /// Who works in a project, or for an empty `projectId` in any whose members the user manages.
+    bool GetSessions(const Text& projectId, OV::Array<Protocol::SessionAtWork>& sessions);
+    /// The owner's host is told who did so, and the reason (SYC::SessionEndObserver). What he has
+    /// not sent yet stays on his computer. Ask the user before.
+    bool EndSession(const Text& sessionId, const Text& reason);
 
     bool GetConnectedModules(OV::Array<Module>& modules);
 };

@@ -173,6 +173,8 @@ MailView MailListModel::GetView() const noexcept
 
 void MailListModel::SetSort(MailSort sort, bool isDescending)
 {
+    if (sort == state_->wantedSort && isDescending == state_->isWantedDescending)
+        return;
     state_->wantedSort = sort;
     state_->isWantedDescending = isDescending;
     StartJob();
@@ -190,7 +192,10 @@ bool MailListModel::IsDescending() const noexcept
 
 void MailListModel::SetSearch(const OV::UniString& words)
 {
-    state_->wantedSearch = WordSearch(words);
+    WordSearch search(words);
+    if (search == state_->wantedSearch)
+        return;
+    state_->wantedSearch = std::move(search);
     if (state_->wantedSearch.IsEmpty() && !state_->search.IsEmpty())
         Reset([this] {
             state_->search = {};

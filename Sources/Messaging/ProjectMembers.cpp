@@ -276,6 +276,7 @@ void ProjectMembers::Apply(const MemberNews& news, Clock::time_point asOf)
                              {record.roleName, record.permissions}};
         // A session is a person at work unless a service says otherwise.
         member.data.SetNormalSession(record.session == Syncra::Protocol::NormalSessionType);
+        member.data.SetWork(record.workingSince, record.computer);
         add(std::move(member));
     }
     if (!news.changes.isWhole)

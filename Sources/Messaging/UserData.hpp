@@ -30,6 +30,15 @@ public:
     /// Whether he has a normal working session open.
     [[nodiscard]] bool HasNormalSession() const noexcept { return normalSession_; }
     void SetNormalSession(bool normal) noexcept { normalSession_ = normal; }
+    /// Since when he has a session, in seconds since 1970-01-01 UTC, and on which computer, as far
+    /// as a server told it: 0 and empty for who has none, and after a Read.
+    [[nodiscard]] std::int32_t GetWorkingSince() const noexcept { return workingSince_; }
+    [[nodiscard]] const OV::UniString& GetComputer() const noexcept { return computer_; }
+    void SetWork(std::int32_t since, OV::UniString computer)
+    {
+        workingSince_ = since;
+        computer_ = std::move(computer);
+    }
 
     /// Everything but the photo. Return 0 or the channel's error.
     [[nodiscard]] OV::ChannelStatus Read(OV::IChannel& channel);
@@ -52,6 +61,8 @@ private:
     NewDisplay::NativeImage image_;
     std::uint32_t color_ = 0;
     bool normalSession_ = false;
+    std::int32_t workingSince_ = 0;
+    OV::UniString computer_;
 };
 
 }  // namespace SYC

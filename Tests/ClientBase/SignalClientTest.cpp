@@ -27,7 +27,7 @@ namespace {
 const OV::UniString HarbourBridge = u"6B1F0C52-8A5D-4B1E-9B6A-0D3C7E5A1001";
 using Signals = std::vector<SignalId>;
 const Signals EveryWantedKind = {SignalId::ProjectStateChanged, SignalId::SessionsChanged,
-                                 SignalId::NewMail};
+                                 SignalId::NewMail, SignalId::SessionEnded};
 using enum PresenceState;
 
 /// Notes what it is told.

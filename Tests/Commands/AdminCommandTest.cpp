@@ -131,6 +131,26 @@ TEST_F(AdminCommandTest, SpecialActionsDoTheirWork)
     EXPECT_EQ(Shown({"projects", "show", "Harbour Bridge"}).at("category"), "Housing");
     EXPECT_FALSE(Shown({"modules", "list"}).at("modules").empty());
     ASSERT_EQ(Run(On("anna.novak", "Harbour Bridge", {"open"})).code, 0);
+    for (const Strings& words : std::vector<Strings>{
+             {"projects", "members", "add", "harbour bridge", "nora.lind", "Viewer"},
+             {"projects", "members", "role", "Harbour Bridge", "nora.lind", "Engineer"},
+             {"projects", "members", "remove", "Harbour Bridge", "marco.rossi", "--yes"}})
+        EXPECT_EQ(Admin(words).code, 0) << words[2];
+    const auto roles = Shown({"projects", "show", "Harbour Bridge"}).at("members");
+    EXPECT_EQ(roles.at("nora.lind"), "Engineer");
+    EXPECT_FALSE(roles.contains("marco.rossi"));
+    const Strings end{"sessions", "end", "anna.novak", "--reason", "Maintenance"};
+    EXPECT_EQ(Admin(end).code, 2) << "nobody is there to be asked";
+    EXPECT_EQ(Admin(end, "lena.fischer").code, 3);
+    auto command = Command(end);
+    command.insert(command.begin(), SYCLIENT_TEST_CLI);
+    command.insert(command.end(), {"--password-file", PasswordFile().string()});
+    EXPECT_EQ(TerminalRun(command, "the session", {"y", "anna"}).code, 1);
+    const Strings list{"sessions", "list", "--of-project", "Harbour Bridge"};
+    ASSERT_EQ(Shown(list).at("sessions").size(), 1u);
+    EXPECT_EQ(Shown(list).at("sessions").at(0).at("user"), "anna.novak");
+    EXPECT_EQ(TerminalRun(command, "the session", {"y", "anna.novak"}).code, 0);
+    EXPECT_TRUE(Shown(list).at("sessions").empty());
     const auto members =
         Json::parse(Run(On("anna.novak", "Harbour Bridge", {"members", "--json"})).output);
     for (const auto& member : members.at("members"))

@@ -2,6 +2,7 @@
 #include "DialogsQt/QtUser.hpp"
 #include "Support/TemporaryFolder.hpp"
 
+#include <QCategoryAxis>
 #include <QChart>
 #include <QDialog>
 
@@ -88,4 +89,34 @@ TEST(ChartsTest, EveryKindIsDrawnAndOneWithoutDataSaysSo)
         EXPECT_GT(file.readAll().count('\n'), 1) << kind.toStdString();
     }
     EXPECT_FALSE(Charts::WriteTable("cpu", data, "/nowhere/chart.csv"));
+}
+
+TEST(ChartsTest, TicksOfTimeAreEvenWholeAndEachHasALabel)
+{
+    constexpr std::int32_t begin = 1'790'000'000;
+    for (const int minutes : {7, 50, 200, 600, 1800, 2400, 9000, 20'000, 100'000, 700'000}) {
+        ChartDataLine line;
+        line.type = ChartType::Cpu;
+        for (int point = 0; point <= minutes; ++point)
+            line.points.emplace_back(begin + point * 60, 1.0F);
+        line.values = {0, 100, 0, 1, 1, 1};
+        Charts::Data data;
+        data.performance.SetChartLine(line);
+        const auto chart = Charts::Make("cpu", data);
+        QCategoryAxis* axis = nullptr;
+        for (auto* each : chart->axes(Qt::Horizontal))
+            if (auto* labelled = qobject_cast<QCategoryAxis*>(each))
+                axis = labelled;
+        ASSERT_NE(axis, nullptr);
+        const auto labels = axis->categoriesLabels();
+        EXPECT_GE(labels.size(), 3) << minutes;
+        EXPECT_LE(labels.size(), 9) << minutes;
+        EXPECT_LE(axis->min(), begin * 1000.0);
+        EXPECT_GE(axis->max(), (begin + minutes * 60) * 1000.0);
+        const double mean = (axis->max() - axis->min()) / static_cast<double>(labels.size() - 1);
+        for (qsizetype tick = 1; tick < labels.size(); ++tick) {
+            const double step = axis->endValue(labels[tick]) - axis->endValue(labels[tick - 1]);
+            EXPECT_NEAR(step, mean, mean * 0.1) << minutes << " minutes, tick " << tick;
+        }
+    }
 }

@@ -85,6 +85,7 @@ TEST_F(OperationsTest, EachSendsItsRequestAndNamesItsObject)
     const OV::UniString id = u"a/\u00fc", name = u"N 1", login = u"lo";
     List<User> userList;
     List<ConnectedModule> moduleList;
+    List<Syncra::Protocol::SessionAtWork> sessionList;
     User user;
     Role role{id, name, {}, {}, {}, false};
     CustomPropertyDefinition property{{}, name, {}, {}, {}};
@@ -132,6 +133,14 @@ TEST_F(OperationsTest, EachSendsItsRequestAndNamesItsObject)
          [&] { return users.RemoveFromProjectAdministrators(login); }},
         {"POST /categories/ID/merge", "3 8",
          [&] { return projects.MergeCustomProjectCategories({login}, id); }},
+        {"POST /projects/ID/members", "3 4 lo",
+         [&] { return projects.AddMember(id, login, name); }},
+        {"PUT /projects/ID/members/lo", "3 4 lo",
+         [&] { return projects.SetMemberRole(id, login, name); }},
+        {"DELETE /projects/ID/members/lo", "3 4 lo",
+         [&] { return projects.RemoveMember(id, login); }},
+        {"GET /sessions?project=ID", "3 0", [&] { return projects.GetSessions(id, sessionList); }},
+        {"POST /sessions/ID/end", "3 0", [&] { return projects.EndSession(id, name); }},
         {"GET /modules", "3 0", [&] { return projects.GetConnectedModules(moduleList); }},
     };
     Refuse(409, 18);

@@ -1,6 +1,8 @@
 #include "Messaging/MessagingTest.hpp"
 
+#include "ComputerName.hpp"
 #include "OVRoot/MemoryChannels.hpp"
+#include "SessionWatch.hpp"
 
 using SYC::ProjectMembers;
 
@@ -84,6 +86,43 @@ TEST_F(ProjectMembersTest, SessionsAndMembershipsAreFollowed)
     EXPECT_FALSE(isAtWork(u"lena.fischer"));
     const auto lena = MakeHost("lena.fischer");
     anna->Await([&] { return isAtWork(u"lena.fischer"); }, "Lena's session");
+    OV::UniString computer;
+    SYC::GetClientComputerName(computer);
+    anna->Await(
+        [&] {
+            ProjectMembers::MemberId id = 0;
+            return anna->members.GetUserIdFromLoginName(u"lena.fischer", id) &&
+                   anna->members.GetUserDataTable().at(id).GetComputer() == computer &&
+                   anna->members.GetUserDataTable().at(id).GetWorkingSince() > 0;
+        },
+        "her computer");
+    // Her session is ended, of which she is told once, and so is a host that begins to watch later.
+    struct Ends final : SYC::SessionEndObserver {
+        void _SessionEnded(const Syncra::Protocol::SessionEnd& end) override
+        {
+            told.push_back(end.endedBy + u": " + end.reason);
+        }
+        std::vector<OV::UniString> told;
+    } ends;
+    lena->manager.StartSignals(ProjectId());
+    lena->Await([&] { return lena->manager.GetSignalClient().GetPresenceService().IsOnline(); },
+                "her signals");
+    SYC::SessionWatch watch(lena->manager.GetSignalClient(), lena->manager, lena->executor);
+    const auto subscription = watch.Subscribe(ends);
+    const auto own = Connect("lena.fischer")->GetSessions(ProjectId()).front().id;
+    ASSERT_EQ(Manager("admin")
+                  .Ask("POST", "/root/syncrav2/sessions/" + OV::ToUtf8(own) + "/end",
+                       R"({"reason":"Go home."})")
+                  .Code(),
+              0);
+    lena->Await([&] { return !ends.told.empty(); }, "the notice");
+    EXPECT_EQ(ends.told, (std::vector<OV::UniString>{u"admin: Go home."}));
+    Ends later;
+    SYC::SessionWatch second(lena->manager.GetSignalClient(), lena->manager, lena->executor);
+    const auto ofSecond = second.Subscribe(later);
+    lena->Await([&] { return !later.told.empty(); }, "the notice of before");
+    EXPECT_EQ(ends.told.size(), 1u);
+    lena->manager.StopSignals();
     // A session that a service holds is nobody at work.
     auto client = Connect("omar.haddad");
     const auto session = client->StartSession(ProjectId());

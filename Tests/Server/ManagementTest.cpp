@@ -2,6 +2,8 @@
 
 #include "OVRoot/Base64.hpp"
 
+#include <algorithm>
+
 namespace {
 
 using nlohmann::json;
@@ -173,4 +175,65 @@ TEST_F(ManagementTest, ARemovedMemberIsOutAtOnceAndEverybodyIsTold)
     ASSERT_EQ(admin.Ask("PUT", StatePath(Sample::HarbourBridge), R"({"state":2})").Code(), 0);
     EXPECT_EQ(lena.End().json.at("signals"),
               (json::array({{{"sequence", 6}, {"id", 1}, {"projectId", Sample::HarbourBridge}}})));
+}
+
+TEST_F(ManagementTest, ASessionIsEndedByWhoManagesTheMembersAndItsOwnerAloneIsToldWhy)
+{
+    auto yuki = SignedIn("yuki.tanaka");
+    auto lena = SignedIn("lena.fischer");
+    const std::string sessions = "/root/syncrav2/sessions";
+    const std::string id = yuki.Ask("POST", Bridge("sessions"), "{}").json.at("id");
+    const auto end = sessions + '/' + id + "/end";
+    const auto told = "/syncra/v1/sessions/" + id + "/end";
+    EXPECT_EQ(yuki.Ask("PUT", "/syncra/v1/sessions/" + id + "/attributes/ComputerName",
+                       R"({"value":"ATELIER-3"})")
+                  .Code(),
+              0);
+    EXPECT_EQ(yuki.Ask("GET", told).Code(), 12);
+    const std::string why = R"({"reason":"The plotter needs it."})";
+    const struct {
+        const char* user;
+        const char* method;
+        std::string target;
+        std::string body;
+        int code;
+    } rows[] = {{"lena.fischer", "GET", sessions + "?project=" + Sample::HarbourBridge, "", 13},
+                {"admin", "GET", sessions + "?project=" + Sample::Nowhere, "", 12},
+                {"lena.fischer", "POST", end, why, 12},
+                {"sofia.costa", "POST", end, why, 12},  // manages members of another project
+                {"admin", "POST", end, "{}", 1},
+                {"admin", "POST", end, R"({"reason":")" + std::string(1025, 'x') + "\"}", 20}};
+    for (const auto& row : rows)
+        EXPECT_EQ(Manager(row.user).Ask(row.method, row.target, row.body).Code(), row.code)
+            << row.user << ' ' << row.target;
+    EXPECT_EQ(Manager("lena.fischer").Ask("GET", sessions).json.at("sessions"), json::array());
+    EXPECT_EQ(Manager("sofia.costa").Ask("GET", sessions).json.at("sessions").size(), 1u)
+        << "those of her project alone";
+    const auto listed = Manager("anna.novak").Ask("GET", sessions).json.at("sessions");
+    const auto found = std::find_if(listed.begin(), listed.end(),
+                                    [&](const json& session) { return session.at("id") == id; });
+    ASSERT_NE(found, listed.end());
+    EXPECT_EQ(found->at("computer"), "ATELIER-3");
+    EXPECT_EQ(found->at("projectName"), "Harbour Bridge");
+
+    const auto now = lena.Ask("GET", BridgeSignals(0, 0)).json.at("next").get<std::uint64_t>();
+    EXPECT_EQ(Manager("anna.novak").Ask("POST", end, why).Code(), 0);
+    EXPECT_EQ(yuki.Ask("POST", Bridge("sessions"), "{}").Code(), 0) << "he may begin a new one";
+    const auto idsOf = [&](Client& user) {
+        std::vector<int> ids;
+        auto next = now;
+        while (std::count(ids.begin(), ids.end(), 2) < 2) {
+            const auto batch = user.Ask("GET", BridgeSignals(next, 60'000)).json;
+            next = batch.at("next");
+            for (const auto& signal : batch.at("signals"))
+                ids.push_back(signal.at("id"));
+        }
+        return ids;
+    };
+    EXPECT_EQ(idsOf(yuki), (std::vector{2, 5, 2}));
+    EXPECT_EQ(idsOf(lena), (std::vector{2, 2}));
+    EXPECT_EQ(yuki.Ask("GET", told).json.at("reason"), "The plotter needs it.");
+    EXPECT_EQ(yuki.Ask("GET", told).json.at("by"), "anna.novak");
+    EXPECT_EQ(lena.Ask("GET", told).Code(), 12);
+    EXPECT_EQ(Manager("admin").Ask("POST", end, why).Code(), 12) << "it has ended";
 }

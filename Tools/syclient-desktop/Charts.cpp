@@ -1,10 +1,12 @@
 #include "Charts.hpp"
 
 #include "BinCacheHandler/BinCacheHandler.hpp"
+#include "ChartGauges.hpp"
 #include "DesktopText.hpp"
 
 #include <QBarCategoryAxis>
 #include <QBarSet>
+#include <QCategoryAxis>
 #include <QChart>
 #include <QChartView>
 #include <QDateTime>
@@ -13,6 +15,7 @@
 #include <QHorizontalBarSeries>
 #include <QLegendMarker>
 #include <QLineSeries>
+#include <QLocale>
 #include <QPainter>
 #include <QPalette>
 #include <QPieSeries>
@@ -21,6 +24,7 @@
 #include <QValueAxis>
 
 #include <algorithm>
+#include <cmath>
 #include <map>
 
 namespace Charts {
@@ -29,21 +33,24 @@ namespace {
 
 constexpr std::size_t MostShares = 8;
 constexpr qint64 Week = 7 * 86'400;
+constexpr double Megabyte = 1024.0 * 1024.0;
 
 struct Kind {
     const char* name;
     const char* title;
     ChartType load{};
+    const char* axis = "";  ///< what the height of a line means, with its unit
 };
 
 constexpr Kind AllKinds[] = {
-    {"cpu", "CPU", ChartType::Cpu},
-    {"memory", "Memory", ChartType::Memory},
-    {"actions", "Server actions", ChartType::ServerActions},
-    {"transferred", "Data transferred", ChartType::DataTransferred},
-    {"longest", "Longest transaction", ChartType::LongestTransaction},
+    {"cpu", "CPU", ChartType::Cpu, "Load of the processor (%)"},
+    {"memory", "Memory", ChartType::Memory, "Memory that the server uses (MB)"},
+    {"actions", "Server actions", ChartType::ServerActions, "Requests in each minute"},
+    {"transferred", "Data transferred", ChartType::DataTransferred, "Data in each minute (KB)"},
+    {"longest", "Longest transaction", ChartType::LongestTransaction,
+     "Longest request in a minute (s)"},
     {"gauges", "Now"},
-    {"activity", "Activity by weeks"},
+    {"activity", "Activity by weeks", {}, "Lines of the log in each week"},
     {"by-action", "Shares of actions"},
     {"by-user", "Shares of users"},
     {"sizes", "Data by project"},
@@ -57,84 +64,151 @@ const Kind* Find(const QString& name)
     return found == std::end(AllKinds) ? nullptr : found;
 }
 
-/// A line over time, between its axes.
-void AddLine(QChart& chart, const QList<QPointF>& points, const QString& unit, double lowest,
-             double highest)
+/// Ticks of a time axis: so many seconds, days or months apart, at whole ones of local time.
+struct TickStep {
+    enum class Unit { Seconds, Days, Months } unit;
+    int count;
+    const char* format;
+
+    [[nodiscard]] qint64 Length() const
+    {
+        return count * (unit == Unit::Seconds ? 1 : unit == Unit::Days ? 86'400 : 30 * 86'400LL);
+    }
+    [[nodiscard]] QDateTime FirstUpTo(const QDateTime& time) const
+    {
+        const QDate day = time.date();
+        if (unit == Unit::Seconds)
+            return QDateTime(day, QTime(0, 0))
+                .addSecs(time.time().msecsSinceStartOfDay() / 1000 / count * count);
+        if (unit == Unit::Days)
+            return QDate::fromJulianDay(day.toJulianDay() / count * count).startOfDay();
+        const int months = (day.year() * 12 + day.month() - 1) / count * count;
+        return QDate(months / 12, months % 12 + 1, 1).startOfDay();
+    }
+    [[nodiscard]] QDateTime Next(const QDateTime& tick) const
+    {
+        return unit == Unit::Seconds ? tick.addSecs(count)
+               : unit == Unit::Days  ? tick.addDays(count)
+                                     : tick.addMonths(count);
+    }
+};
+
+/// The first that needs few enough ticks.
+const TickStep& StepFor(qint64 seconds)
+{
+    using enum TickStep::Unit;
+    static constexpr TickStep steps[] = {
+        {Seconds, 60, "hh:mm"},   {Seconds, 300, "hh:mm"},    {Seconds, 900, "hh:mm"},
+        {Seconds, 3600, "hh:mm"}, {Seconds, 10'800, "hh:mm"}, {Seconds, 21'600, "hh:mm"},
+        {Days, 1, "d MMM"},       {Days, 2, "d MMM"},         {Days, 7, "d MMM"},
+        {Days, 14, "d MMM"},      {Months, 1, "MMM yyyy"},    {Months, 3, "MMM yyyy"},
+        {Months, 6, "MMM yyyy"},  {Months, 12, "yyyy"},       {Months, 60, "yyyy"}};
+    constexpr qint64 most = 7;
+    for (const auto& step : steps)
+        if (seconds <= step.Length() * most)
+            return step;
+    return steps[std::size(steps) - 1];
+}
+
+/// Even ticks that stand where people look for them, from the one before the first point to the one
+/// behind the last.
+void AddTimeAxis(QChart& chart, QXYSeries& series, const QDateTime& first, const QDateTime& last)
+{
+    const auto& step = StepFor(std::max<qint64>(60, first.secsTo(last)));
+    auto* labels = new QCategoryAxis;
+    labels->setLabelsPosition(QCategoryAxis::AxisLabelsPositionOnValue);
+    const QDateTime begin = step.FirstUpTo(first);
+    QDateTime tick = begin;
+    const auto add = [&] {
+        // Where a day begins, which it is says more than that.
+        const bool isMidnight = step.unit == TickStep::Unit::Seconds && tick.time() == QTime(0, 0);
+        QString label = QLocale().toString(tick, isMidnight ? "d MMM" : step.format);
+        // The axis shows each text once; an invisible mark makes the same hour of two days two.
+        while (labels->categoriesLabels().contains(label))
+            label += QChar(0x200B);
+        labels->append(label, static_cast<double>(tick.toMSecsSinceEpoch()));
+    };
+    for (add(); tick < last || tick == begin; add())
+        tick = step.Next(tick);
+    labels->setRange(static_cast<double>(begin.toMSecsSinceEpoch()),
+                     static_cast<double>(tick.toMSecsSinceEpoch()));
+    const QString day = step.unit == TickStep::Unit::Seconds ? "d MMM yyyy hh:mm" : "d MMM yyyy";
+    labels->setTitleText(QString("%1 to %2, time of this computer")
+                             .arg(QLocale().toString(first, day), QLocale().toString(last, day)));
+    // Whoever reads the points knows by this one that they are times.
+    auto* time = new QDateTimeAxis;
+    time->setRange(begin, tick);
+    time->setVisible(false);
+    for (QAbstractAxis* axis : std::initializer_list<QAbstractAxis*>{time, labels}) {
+        chart.addAxis(axis, Qt::AlignBottom);
+        series.attachAxis(axis);
+    }
+}
+
+/// A line over time, between its axes; the legend tells its numbers.
+void AddLine(QChart& chart, const QList<QPointF>& points, const QString& name, const QString& axis,
+             double lowest, double highest)
 {
     auto* line = new QLineSeries;
     line->replace(points);
+    line->setName(name);
     chart.addSeries(line);
-    auto* time = new QDateTimeAxis;
-    time->setTickCount(6);
-    const bool isLong = points.back().x() - points.front().x() > 3.0 * 86'400'000;
-    time->setFormat(isLong ? "d MMM yyyy" : "d MMM hh:mm");
-    chart.addAxis(time, Qt::AlignBottom);
-    line->attachAxis(time);
+    const auto timeOf = [](const QPointF& point) {
+        return QDateTime::fromMSecsSinceEpoch(static_cast<qint64>(point.x()));
+    };
+    AddTimeAxis(chart, *line, timeOf(points.front()), timeOf(points.back()));
     auto* value = new QValueAxis;
     value->setRange(lowest, highest > lowest ? highest : lowest + 1);
     value->applyNiceNumbers();
-    value->setTitleText(unit);
+    const double step = (value->max() - value->min()) / std::max(1, value->tickCount() - 1);
+    value->setLabelFormat(step >= 1 ? "%.0f" : step >= 0.1 ? "%.1f" : "%.2f");
+    value->setTitleText(axis);
     chart.addAxis(value, Qt::AlignLeft);
     line->attachAxis(value);
-    chart.legend()->hide();
+    chart.legend()->setAlignment(Qt::AlignBottom);
 }
 
-bool AddLoad(QChart& chart, ChartType type, const PerformanceData& data)
+bool AddLoad(QChart& chart, const Kind& kind, const PerformanceData& data)
 {
-    if (!data.HasChartLine(type) || data.GetChartLine(type).points.empty())
+    if (!data.HasChartLine(kind.load) || data.GetChartLine(kind.load).points.empty())
         return false;
-    const ChartDataLine& line = data.GetChartLine(type);
+    const ChartDataLine& line = data.GetChartLine(kind.load);
     QList<QPointF> points;
-    for (const auto& [time, value] : line.points)
+    double sum = 0, most = line.points.front().second;
+    for (const auto& [time, value] : line.points) {
         points.append({static_cast<double>(time) * 1000, static_cast<double>(value)});
-    AddLine(chart, points, ToQt(line.unit), static_cast<double>(line.values[0]),
-            static_cast<double>(line.values[1]));
+        sum += static_cast<double>(value);
+        most = std::max(most, static_cast<double>(value));
+    }
+    AddLine(chart, points,
+            QString("last %1, mean %2, highest %3")
+                .arg(Number(points.back().y()), Number(sum / static_cast<double>(points.size())),
+                     Number(most)),
+            kind.axis, static_cast<double>(line.values[0]), static_cast<double>(line.values[1]));
     return true;
-}
-
-/// Half a ring that is filled as far as the value goes.
-void AddGauge(QChart& chart, const ChartDataLine& line, double place, const QColor& rest)
-{
-    constexpr double left = -90, right = 90;
-    const auto value = static_cast<double>(line.values[4]);
-    const double highest = std::max(1e-6, static_cast<double>(line.values[1]));
-    auto* ring = new QPieSeries;
-    ring->setHoleSize(0.5);
-    ring->setPieSize(0.8);
-    ring->setHorizontalPosition(place);
-    ring->setVerticalPosition(0.7);
-    ring->setPieStartAngle(left);
-    ring->setPieEndAngle(right);
-    const double filled = std::clamp(value / highest, 0.0, 1.0);
-    auto* done = ring->append(QString("%1: %2 %3")
-                                  .arg(ToQt(line.name))
-                                  .arg(value, 0, 'f', value < 10 ? 1 : 0)
-                                  .arg(ToQt(line.unit)),
-                              filled);
-    done->setBrush(filled > 0.85  ? QColor(200, 60, 50)
-                   : filled > 0.6 ? QColor(220, 150, 40)
-                                  : QColor(40, 150, 100));
-    auto* open = ring->append("", 1 - filled);
-    open->setBrush(rest);
-    chart.addSeries(ring);
-    for (auto* marker : chart.legend()->markers(ring))
-        marker->setVisible(marker->label() == done->label());
 }
 
 bool AddGauges(QChart& chart, const PerformanceData& data)
 {
-    double place = 0.25;
-    for (const auto type : {ChartType::Cpu, ChartType::Memory}) {
-        if (!data.HasChartLine(type))
+    std::vector<Gauge> gauges;
+    for (const char* name : {"cpu", "memory"}) {
+        const Kind& kind = *Find(name);
+        if (!data.HasChartLine(kind.load))
             return false;
-        AddGauge(chart, data.GetChartLine(type), place,
-                 QGuiApplication::palette().color(QPalette::Mid));
-        place += 0.5;
+        gauges.emplace_back(data.GetChartLine(kind.load), kind.title);
     }
+    // What is drawn, for who reads the chart.
+    auto* values = new QPieSeries;
+    for (const auto& gauge : gauges)
+        values->append(gauge.Text(), gauge.Value());
+    chart.addSeries(values);
+    values->setVisible(false);
+    chart.legend()->hide();
+    new GaugesItem(chart, std::move(gauges));  // the chart's own
     return true;
 }
 
-bool AddActivity(QChart& chart, const Data& data)
+bool AddActivity(QChart& chart, const Kind& kind, const Data& data)
 {
     std::map<qint64, int> weeks;
     for (const LogDataLine& line : *data.lines)
@@ -149,7 +223,11 @@ bool AddActivity(QChart& chart, const Data& data)
         points.append({static_cast<double>(week * Week * 1000), static_cast<double>(count)});
         highest = std::max(highest, count);
     }
-    AddLine(chart, points, "lines", 0, highest);
+    AddLine(chart, points,
+            QString("%1 lines in %2 weeks, at most %3 in one")
+                .arg(QLocale().toString(static_cast<qulonglong>(data.lines->size())),
+                     QLocale().toString(points.size()), QLocale().toString(highest)),
+            kind.axis, 0, highest);
     return true;
 }
 
@@ -191,10 +269,18 @@ bool AddShares(QChart& chart, const Amounts& amounts)
         slice->setBrush(QColor(colours[number++ % static_cast<int>(std::size(colours))]));
     for (auto* slice : pie->slices())
         slice->setLabel(
-            QString("%1: %2 %").arg(slice->label()).arg(slice->percentage() * 100, 0, 'f', 1));
+            QString("%1: %2 %")
+                .arg(slice->label(), QLocale().toString(slice->percentage() * 100, 'f', 1)));
     chart.addSeries(pie);
     chart.legend()->setAlignment(Qt::AlignRight);
     return true;
+}
+
+/// The axis makes no room for a name that is too long for it.
+QString Shortened(const QString& name)
+{
+    constexpr int longest = 28;
+    return name.size() <= longest ? name : name.left(longest - 1) + QChar(0x2026);
 }
 
 bool AddSizes(QChart& chart, const Amounts& amounts)
@@ -203,21 +289,31 @@ bool AddSizes(QChart& chart, const Amounts& amounts)
         return false;
     auto* set = new QBarSet("MB");
     auto* names = new QBarCategoryAxis;
-    // Bars are drawn from below.
+    // Bars are drawn from below. The axis shows each name once, so equal ones are told apart.
     for (auto at = amounts.rbegin(); at != amounts.rend(); ++at) {
-        set->append(at->second / (1024.0 * 1024.0));
-        names->append(at->first);
+        set->append(std::round(at->second / Megabyte * 100) / 100);
+        QString name = Shortened(at->first);
+        while (names->categories().contains(name))
+            name += ' ';
+        names->append(name);
     }
     auto* bars = new QHorizontalBarSeries;
     bars->append(set);
+    bars->setBarWidth(0.6);
+    bars->setLabelsVisible(true);
+    bars->setLabelsFormat("@value MB");
+    bars->setLabelsPrecision(5);
+    bars->setLabelsPosition(QAbstractBarSeries::LabelsOutsideEnd);
+    set->setLabelColor(TextColor(chart));
     chart.addSeries(bars);
     chart.addAxis(names, Qt::AlignLeft);
     bars->attachAxis(names);
     auto* value = new QValueAxis;
-    value->setRange(0, std::max(1.0, amounts.front().second / (1024.0 * 1024.0)));
+    // Room for the number behind the longest bar.
+    value->setRange(0, std::max(1.0, amounts.front().second / Megabyte * 1.15));
     value->applyNiceNumbers();
-    value->setLabelFormat("%.0f");
-    value->setTitleText("MB");
+    value->setLabelFormat(value->max() < 5 ? "%.1f" : "%.0f");
+    value->setTitleText("Data that members sent and fetched (MB)");
     chart.addAxis(value, Qt::AlignBottom);
     bars->attachAxis(value);
     chart.legend()->hide();
@@ -231,7 +327,7 @@ bool Fill(QChart& chart, const Kind& kind, const Data& data)
     if (name == "gauges")
         return AddGauges(chart, data.performance);
     if (name == "activity")
-        return AddActivity(chart, data);
+        return AddActivity(chart, kind, data);
     if (name == "by-action")
         return AddShares(chart, Collect(data, &LogDataLine::GetOperationText, one));
     if (name == "by-user")
@@ -240,7 +336,7 @@ bool Fill(QChart& chart, const Kind& kind, const Data& data)
         return AddSizes(chart, Collect(data, &LogDataLine::GetProject, [](const auto& line) {
                             return static_cast<double>(line.GetSizeVal());
                         }));
-    return AddLoad(chart, kind.load, data.performance);
+    return AddLoad(chart, kind, data.performance);
 }
 
 }  // namespace
@@ -274,13 +370,29 @@ std::unique_ptr<QChart> Make(const QString& kind, const Data& data)
     auto chart = std::make_unique<QChart>();
     const bool isDark = QGuiApplication::palette().color(QPalette::Window).lightness() < 128;
     chart->setTheme(isDark ? QChart::ChartThemeDark : QChart::ChartThemeLight);
+    chart->setLocalizeNumbers(true);
+    QFont title = QGuiApplication::font();
+    title.setBold(true);
+    chart->setTitleFont(title);
     const bool hasData = Fill(*chart, *found, data);
-    chart->setTitle(QString(found->title) + (hasData ? "" : ": nothing is known yet"));
+    chart->setTitle(QString(found->title) +
+                    (hasData ? "" : ": nothing is known yet; fetch the log of a server first"));
+    // Room for the label of the last tick.
+    chart->setMargins({16, 12, 28, 12});
+    QColor grid = TextColor(*chart);
+    grid.setAlphaF(0.15F);
+    for (auto* axis : chart->axes()) {
+        axis->setGridLinePen(QPen(grid));
+        axis->setTitleFont(QGuiApplication::font());
+        axis->setTitleBrush(TextColor(*chart));
+    }
     return chart;
 }
 
 bool Render(const QString& kind, const Data& data, const QSize& size, const QString& file)
 {
+    if (file.endsWith(".csv", Qt::CaseInsensitive))
+        return WriteTable(kind, data, file);
     auto chart = Make(kind, data);
     if (chart == nullptr)
         return false;
@@ -300,8 +412,15 @@ bool WriteTable(const QString& kind, const Data& data, const QString& file)
         return false;
     QTextStream text(&out);
     text << "series,at,value\n";
+    const Kind& shown = *Find(kind);
+    const QString lineName = *shown.axis == 0 ? shown.title : shown.axis;
     const auto write = [&text](const QString& series, const QString& at, double value) {
-        const auto quoted = [](QString cell) { return '"' + cell.replace('"', "\"\"") + '"'; };
+        // A spreadsheet takes what begins like a formula for one; members choose their names.
+        const auto quoted = [](QString cell) {
+            const bool isLikeFormula =
+                !cell.isEmpty() && QString("=+-@").contains(cell.front()) && cell.size() > 1;
+            return (isLikeFormula ? "\"'" : "\"") + cell.replace('"', "\"\"") + '"';
+        };
         text << quoted(series) << ',' << quoted(at) << ',' << QString::number(value, 'g', 12)
              << '\n';
     };
@@ -310,14 +429,14 @@ bool WriteTable(const QString& kind, const Data& data, const QString& file)
             const bool isTime =
                 qobject_cast<QDateTimeAxis*>(line->attachedAxes().value(0)) != nullptr;
             for (const QPointF& point : line->points())
-                write(line->name(),
+                write(lineName,
                       isTime ? QDateTime::fromMSecsSinceEpoch(static_cast<qint64>(point.x()))
                                    .toString(Qt::ISODate)
                              : QString::number(point.x()),
                       point.y());
         } else if (auto* pie = qobject_cast<QPieSeries*>(series)) {
             for (const auto* slice : pie->slices())
-                write(pie->name(), slice->label(), slice->value());
+                write(shown.title, slice->label(), slice->value());
         } else if (auto* bars = qobject_cast<QAbstractBarSeries*>(series)) {
             QStringList names;
             for (auto* axis : bars->attachedAxes())

@@ -28,7 +28,8 @@ struct Data {
 [[nodiscard]] const QStringList& Kinds();
 /// Null for a kind that is none. A chart without data says so.
 [[nodiscard]] std::unique_ptr<QChart> Make(const QString& kind, const Data& data);
-/// Draws it into a PNG file; false when the kind is none or the file cannot be written.
+/// Draws it into a PNG file, or into one that ends with ".csv" writes its table; false when the
+/// kind is none or the file cannot be written.
 [[nodiscard]] bool Render(const QString& kind, const Data& data, const QSize& size,
                           const QString& file);
 /// What it is called for people; empty for a kind that is none.

@@ -165,11 +165,83 @@ void Merge(AdminSession& session, const MergeArguments& arguments)
     Actions<ProjectCategory>::Tell(categories, session, "Merged into", into);
 }
 
+/// One member of a project, the others left as they are.
+struct MemberArguments {
+    enum class Change { Add, SetRole, Remove };
+    Change change = Change::Add;
+    std::string project{};
+    std::string user{};
+    std::string role{};
+    bool yes = false;
+
+    void AddOptions(CLI::App& command)
+    {
+        const auto add = [&](const char* name, const char* help, std::string& value) {
+            command.add_option(name, value, help)->required()->option_text(HeadingOf(name));
+        };
+        add("name", "The name of the project", project);
+        add("user", "The login name of the user", user);
+        if (change == Change::Remove)
+            command.add_flag("-y,--yes", yes, "Do not ask");
+        else
+            add("role", "The name of the role", role);
+    }
+};
+
+void ChangeMember(AdminSession& session, const MemberArguments& arguments)
+{
+    using Change = MemberArguments::Change;
+    const auto project = Projects().Find(session, arguments.project);
+    const auto user = OV::FromUtf8(arguments.user);
+    const auto role = OV::FromUtf8(arguments.role);
+    const auto words = ForDisplay(user) +
+                       (arguments.change == Change::Remove ? " is no member of \""
+                                                           : " is " + ForDisplay(role) + " in \"") +
+                       ForDisplay(project.name) + "\".";
+    auto& manager = session.Projects();
+    switch (arguments.change) {
+    case Change::Add:
+        session.Do(manager, &ProjectRepositoryManager::AddMember, project.id, user, role);
+        break;
+    case Change::SetRole:
+        session.Do(manager, &ProjectRepositoryManager::SetMemberRole, project.id, user, role);
+        break;
+    case Change::Remove:
+        if (!arguments.yes)
+            Question::Require("Take " + ForDisplay(user) + " out of \"" + ForDisplay(project.name) +
+                              "\"? That ends his session and deletes his mails.");
+        session.Do(manager, &ProjectRepositoryManager::RemoveMember, project.id, user);
+        break;
+    }
+    const Output& output = session.GetContext().output;
+    if (output.json)
+        output.PrintJson({{"project", ForJson(project.name)},
+                          {"user", ForJson(user)},
+                          {"role", ForJsonOrNull(role)}});
+    else
+        output.PrintLine(words);
+}
+
+void AddMemberActions(CLI::App& projects, Context& context)
+{
+    using Change = MemberArguments::Change;
+    auto& members = AddSubcommand(projects, "members", "The members of a project, one by one");
+    members.require_subcommand(1);
+    AddAdminAction(members, context, "add", "Make a user a member", &ChangeMember,
+                   {.change = Change::Add});
+    AddAdminAction(members, context, "role", "Give a member another role", &ChangeMember,
+                   {.change = Change::SetRole});
+    AddAdminAction(members, context, "remove",
+                   "Take a member out, which ends his session and deletes his mails", &ChangeMember,
+                   {.change = Change::Remove});
+}
+
 }  // namespace
 
 void AddProjectActions(CLI::App& projects, Context& context)
 {
     Actions<V2::Project>::Add(projects, context, Projects());
+    AddMemberActions(projects, context);
 }
 
 void DeclareCategories(CLI::App& command, Context& context)

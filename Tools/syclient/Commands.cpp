@@ -69,6 +69,7 @@ constexpr Command AdministrationCommands[] = {
     {"permission-sets", "Permissions that roles share", &DeclarePermissionSets},
     {"properties", "Fields that users have beside the usual ones", &DeclareProperties},
     {"categories", "The headings that lists show projects under", &DeclareCategories},
+    {"sessions", "Who works in which project, since when and where", &DeclareSessions},
     {"modules", "Programs that work for the server", &DeclareModules},
 };
 

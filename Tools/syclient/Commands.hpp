@@ -40,6 +40,7 @@ void DeclarePermissions(CLI::App& command, Context& context);
 void DeclarePermissionSets(CLI::App& command, Context& context);
 void DeclareProperties(CLI::App& command, Context& context);
 void DeclareCategories(CLI::App& command, Context& context);
+void DeclareSessions(CLI::App& command, Context& context);
 void DeclareModules(CLI::App& command, Context& context);
 void DeclareBrowse(CLI::App& command, Context& context);
 void DeclareJoin(CLI::App& command, Context& context);

@@ -334,9 +334,9 @@ struct ChartArguments {
 /// Charts are the desktop's; it draws without a window.
 void Chart(const ChartArguments& arguments, Context& context)
 {
-    if (!arguments.file.ends_with(".png"))
-        throw OV::IllegalArgumentException(
-            OV::StringView("Charts are PNG pictures: name a file that ends with .png."));
+    if (!arguments.file.ends_with(".png") && !arguments.file.ends_with(".csv"))
+        throw OV::IllegalArgumentException(OV::StringView(
+            "Charts are PNG pictures or CSV tables: name a file that ends with .png or .csv."));
     LogSelection all;
     all.address = arguments.address;
     if (all.Read(context) == nullptr)
@@ -350,7 +350,7 @@ void Chart(const ChartArguments& arguments, Context& context)
         if (context.output.json)
             context.output.PrintJson({{"drawn", arguments.file}});
         else
-            context.output.PrintLine("Drew \"" + arguments.file + "\".");
+            context.output.PrintLine("Wrote \"" + arguments.file + "\".");
         return;
     }
     context.exitCode = exitCode && *exitCode == 2 ? ExitCode::Usage : ExitCode::Failure;
@@ -370,7 +370,7 @@ void DeclareLog(CLI::App& command, Context& context)
     AddCommand(command, context, "show", "The last lines of the log", &Show);
     AddCommand(command, context, "export", "Write the lines to a file, as the log viewer does",
                &Export);
-    AddCommand(command, context, "chart", "Draw the statistics into a PNG file", &Chart);
+    AddCommand(command, context, "chart", "Draw the statistics into a PNG file, or write them as CSV", &Chart);
     AddCommand(command, context, "stats", "Shares of actions, users and projects, and the load",
                &Stats);
 }

@@ -1,8 +1,8 @@
 #include "MailCommands.hpp"
 
 #include "InterruptNote.hpp"
+#include "MailPrinting.hpp"
 #include "MailSubcommand.hpp"
-#include "MailView.hpp"
 #include "Messaging/MailListModel.hpp"
 #include "Numbers.hpp"
 

@@ -108,20 +108,23 @@ void Print(const std::vector<Row>& rows, bool isPresenceKnown, const Output& out
 {
     Json list = Json::array();
     std::vector<std::vector<std::string>> table{
-        {"ID", "USER", "NAME", "ROLE", "COLOUR", "WORKING", "PRESENT", "PHOTO"}};
+        {"ID", "USER", "NAME", "ROLE", "COLOUR", "WORKING", "SINCE", "ON", "PRESENT", "PHOTO"}};
     for (const Row& row : rows) {
         const auto& photo = row.user->GetImage();
         const std::string size = photo.IsEmpty() ? "none"
                                                  : std::to_string(photo.GetWidth()) + "x" +
                                                        std::to_string(photo.GetHeight());
-        table.push_back({std::to_string(row.id), ForDisplay(row.user->GetLoginName()),
-                         ForDisplay(row.user->GetFullName()), ForDisplay(row.role),
-                         ColourForDisplay(row.user->GetUserColor()),
-                         row.user->HasNormalSession() ? "yes" : "no",
-                         !isPresenceKnown ? "?"
-                         : row.isPresent  ? "yes"
-                                          : "no",
-                         row.photoFile.empty() ? size : size + "  " + row.photoFile});
+        table.push_back(
+            {std::to_string(row.id), ForDisplay(row.user->GetLoginName()),
+             ForDisplay(row.user->GetFullName()), ForDisplay(row.role),
+             ColourForDisplay(row.user->GetUserColor()),
+             row.user->HasNormalSession() ? "yes" : "no",
+             row.user->GetWorkingSince() == 0 ? "" : TimeForDisplay(row.user->GetWorkingSince()),
+             ForDisplay(row.user->GetComputer()),
+             !isPresenceKnown ? "?"
+             : row.isPresent  ? "yes"
+                              : "no",
+             row.photoFile.empty() ? size : size + "  " + row.photoFile});
         list.push_back(
             {{"id", row.id},
              {"user", ForJson(row.user->GetLoginName())},
@@ -130,6 +133,9 @@ void Print(const std::vector<Row>& rows, bool isPresenceKnown, const Output& out
              {"role", ForJson(row.role)},
              {"colour", ColourForDisplay(row.user->GetUserColor())},
              {"working", row.user->HasNormalSession()},
+             {"workingSince",
+              row.user->GetWorkingSince() == 0 ? Json(nullptr) : Json(row.user->GetWorkingSince())},
+             {"computer", ForJsonOrNull(row.user->GetComputer())},
              {"present", isPresenceKnown ? Json(row.isPresent) : Json(nullptr)},
              {"photo", photo.IsEmpty() ? Json(nullptr) : Json(size)},
              {"photoFile", row.photoFile.empty() ? Json(nullptr) : Json(row.photoFile)}});

@@ -58,6 +58,29 @@ void Describe(Visitor& v, Session& session)
 }
 
 template <class Visitor>
+void Describe(Visitor& v, SessionAtWork& session)
+{
+    v("id", session.id);
+    v("projectId", session.projectId);
+    v("projectName", session.projectName);
+    v("loginName", session.loginName);
+    v("userName", session.userName);
+    v("roleName", session.roleName);
+    v("startTime", session.startTime);
+    v("computer", session.computer);
+    v("type", session.type);
+}
+
+template <class Visitor>
+void Describe(Visitor& v, SessionEnd& end)
+{
+    v("by", end.endedBy);
+    v("byName", end.endedByName);
+    v("reason", end.reason);
+    v("time", end.time);
+}
+
+template <class Visitor>
 void DescribeMember(Visitor& v, Member& member)
 {
     v("id", member.id, Between{1, 32767});
@@ -82,6 +105,8 @@ void Describe(Visitor& v, MemberAtWork& member)
     DescribeMember(v, member);
     v("photo", member.photo);
     v("session", member.session);
+    v("since", member.workingSince);
+    v("computer", member.computer);
 }
 
 template <class Visitor>
@@ -214,6 +239,8 @@ using ProjectOverviewList = Single<"projects", OV::Array<ProjectOverview>>;
 using ProjectExistence = Single<"exists", bool>;
 using ProjectMembership = Single<"member", bool>;
 using SessionList = Single<"sessions", OV::Array<Session>>;
+using SessionsAtWork = Single<"sessions", OV::Array<SessionAtWork>>;
+using ReasonOfEnd = Single<"reason", OV::UniString>;
 using MemberList = Single<"members", OV::Array<Member>>;
 
 struct RightsOfRole {

@@ -385,6 +385,20 @@ INSERT INTO role_grants (role_id, permission_id)
     SELECT r.id, p.id FROM roles r, permissions p
     WHERE r.id = 'Viewer' AND p.id = 'Read' OR r.id = 'Project Manager' AND p.id <> 'ChangeSettings';
 INSERT INTO configuration VALUES (1, '', 8);
+)",
+    R"(
+CREATE TABLE session_ends (
+    session_id TEXT PRIMARY KEY,
+    project_id TEXT NOT NULL,
+    user_id TEXT NOT NULL,
+    ended_by TEXT NOT NULL,
+    ended_by_name TEXT NOT NULL,
+    reason TEXT NOT NULL,
+    time BIGINT NOT NULL,
+    FOREIGN KEY (project_id, user_id) REFERENCES members(project_id, user_id) ON DELETE CASCADE
+);
+CREATE INDEX session_ends_by_member ON session_ends(project_id, user_id);
+CREATE INDEX session_ends_by_time ON session_ends(time);
 )"};
 
 inline constexpr std::int64_t FirstPostgresVersion = 13;

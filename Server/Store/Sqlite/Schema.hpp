@@ -459,6 +459,21 @@ BEGIN
                coalesce((SELECT size FROM mails WHERE id = NEW.mail_id), 0)
         FROM users JOIN log_times ON project_id = NEW.project_id WHERE id = NEW.sender_id;
 END;
+)",
+    // Who ended somebody's session, for the owner to learn of it.
+    R"(
+CREATE TABLE session_ends (
+    session_id TEXT PRIMARY KEY,
+    project_id TEXT NOT NULL,
+    user_id TEXT NOT NULL,
+    ended_by TEXT NOT NULL,
+    ended_by_name TEXT NOT NULL,
+    reason TEXT NOT NULL,
+    time INTEGER NOT NULL,
+    FOREIGN KEY (project_id, user_id) REFERENCES members(project_id, user_id) ON DELETE CASCADE
+);
+CREATE INDEX session_ends_by_member ON session_ends(project_id, user_id);
+CREATE INDEX session_ends_by_time ON session_ends(time);
 )"};
 
 inline constexpr auto SchemaVersion = static_cast<std::int64_t>(SchemaSteps.size());

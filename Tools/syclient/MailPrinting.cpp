@@ -1,4 +1,4 @@
-#include "MailView.hpp"
+#include "MailPrinting.hpp"
 
 namespace {
 
