@@ -96,6 +96,11 @@ void AddLimits(CLI::App& app, Options& options)
                    "How long a user counts as present after his client's last request, in "
                    "milliseconds")
         ->option_text("MS");
+    app.add_option("--lease", options.lease,
+                   "Of several servers on one store: after how long without a sign of life the "
+                   "others give up what one held, in seconds")
+        ->check(CLI::Range(1, 3600))
+        ->option_text("S");
     app.add_option("--readers", options.readers, "How many threads read the store")
         ->option_text("N");
     app.add_option("--writers", options.writers,

@@ -459,7 +459,9 @@ BEGIN
                coalesce((SELECT size FROM mails WHERE id = NEW.mail_id), 0)
         FROM users JOIN log_times ON project_id = NEW.project_id WHERE id = NEW.sender_id;
 END;
-)"};
+)",
+    // A file has one process; what several tell each other stands in PostgreSQL alone.
+    ""};
 
 inline constexpr auto SchemaVersion = static_cast<std::int64_t>(SchemaSteps.size());
 
