@@ -119,6 +119,11 @@ void AddLimits(CLI::App& app, Options& options)
     app.add_option("--idle-time", options.limits.idleSeconds,
                    "How long a connection may be without a request, in seconds")
         ->option_text("S");
+    app.add_option(
+           "--drain", options.limits.drainSeconds,
+           "How long it goes on after SIGTERM, in seconds, with /health saying that it ends: a "
+           "balancer notices and sends requests to others")
+        ->option_text("S");
     app.add_option("--delivery-time", options.limits.deliverySeconds,
                    "How long a request may take to arrive, and an answer to be taken, in seconds")
         ->option_text("S");
