@@ -63,6 +63,7 @@ struct Shared {
     std::unordered_map<std::string, std::size_t> addresses;  ///< connections of each
     std::size_t bytesInFlight = 0;
     std::size_t underWay = 0;  ///< requests that are being answered, the held ones among them
+    bool draining = false;     ///< goes on, but no connection outlives its answer
     bool stopping = false;
     HttpServer::Traffic traffic;
     std::shared_ptr<asio::ssl::context> tls;  ///< none: plain connections
@@ -389,7 +390,7 @@ private:
         // An answer to HEAD carries no body, or the client takes it for the next answer.
         if (isHead)
             response->body.clear();
-        const bool goOn = keepAlive && !shared_.stopping;
+        const bool goOn = keepAlive && !shared_.draining && !shared_.stopping;
         auto message = ToBeast(std::move(*response), version, goOn);
         const bool isWritten = co_await Write(std::move(message));
         co_return isWritten&& goOn;

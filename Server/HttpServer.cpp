@@ -132,6 +132,7 @@ struct HttpServer::State {
     asio::signal_set renewals{shared.context, SIGHUP};
     asio::steady_timer lateDelivery{shared.context};
     asio::steady_timer stopLimit{shared.context};
+    asio::steady_timer drainTime{shared.context};
     std::function<void()> beforeStop;
     std::string certificate;
     std::string key;
@@ -161,10 +162,28 @@ struct HttpServer::State {
         shared.context.run();
     }
 
+    void AwaitEnd()
+    {
+        signals.async_wait([this](const beast::error_code& error, int) {
+            if (error)
+                return;
+            if (shared.limits.drainSeconds == 0 || std::exchange(shared.draining, true))
+                return Stop();
+            OV::Logger::Info("nexar-server", u"Asked to end: others may take over.");
+            drainTime.expires_after(seconds(shared.limits.drainSeconds));
+            drainTime.async_wait([this](const beast::error_code& isCut) {
+                if (!isCut)
+                    Stop();
+            });
+            AwaitEnd();
+        });
+    }
+
     void Stop()
     {
         if (std::exchange(shared.stopping, true))
             return;
+        drainTime.cancel();
         signals.cancel();
         renewals.cancel();
         for (auto& listener : listeners) {
@@ -251,10 +270,7 @@ std::uint16_t HttpServer::Listen(const std::string& address, std::uint16_t port,
 
 void HttpServer::Run()
 {
-    state_->signals.async_wait([this](const beast::error_code& error, int) {
-        if (!error)
-            state_->Stop();
-    });
+    state_->AwaitEnd();
     state_->standing.emplace_back(
         [this](const Standing::Token& token) { state_->AwaitRenewal(token); });
     constexpr std::chrono::milliseconds pause(10);
@@ -278,6 +294,11 @@ void HttpServer::Stop()
 void HttpServer::SetBeforeStop(std::function<void()> beforeStop)
 {
     state_->beforeStop = std::move(beforeStop);
+}
+
+bool HttpServer::IsEnding() const
+{
+    return state_->shared.draining || state_->shared.stopping;
 }
 
 HttpServer::Traffic HttpServer::TakeTraffic()

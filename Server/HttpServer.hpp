@@ -17,6 +17,7 @@ struct HttpLimits {
     std::size_t bytesInFlight = 256u << 20;  ///< of all bodies that are on their way
     std::uint32_t idleSeconds = 120;
     std::uint32_t deliverySeconds = 30;  ///< of a request, and of an answer
+    std::uint32_t drainSeconds = 0;      ///< between being asked to end and ending
     /// Connections come from a proxy, which names the address of each client.
     bool isBehindProxy = false;
     /// From whose addresses such names are believed.
@@ -48,13 +49,17 @@ public:
     std::uint16_t Listen(const std::string& address, std::uint16_t port, HttpHandler handler,
                          HeadCheck check);
 
-    /// Runs until SIGTERM, SIGINT or Stop, then until what is under way has been answered. Nothing
+    /// Runs until SIGTERM, SIGINT or Stop, then until what is under way has been answered. Before
+    /// that a signal lets it drain for a while, so that a balancer sends new requests elsewhere: it
+    /// serves as before, but each answer ends its connection; a second one cuts that short. Nothing
     /// else ends it: what fails, for lack of memory say, is logged, and costs at most a connection.
     void Run();
     /// From any thread: no new connections; `beforeStop` lets held requests go; the rest is
     /// answered.
     void Stop();
     void SetBeforeStop(std::function<void()> beforeStop);
+    /// Whether it was asked to end.
+    [[nodiscard]] bool IsEnding() const;
 
     /// What the server did since it was last asked.
     struct Traffic {

@@ -1,4 +1,5 @@
 #include "EventLogService.hpp"
+#include "Fellows.hpp"
 #include "HttpServer.hpp"
 #include "LogWriter.hpp"
 #include "MailService.hpp"
@@ -16,6 +17,8 @@
 #include "Store/OpenStore.hpp"
 #include "Store/Sqlite/StoreTools.hpp"
 #include "Tls.hpp"
+#include "TokenStore.hpp"
+#include "TokenTable.hpp"
 
 #include "IO/File.hpp"
 #include "IO/SpecialFolder.hpp"
@@ -158,17 +161,20 @@ public:
     Services(Database& database, PasswordHash& hash, const Options& options)
         : audit_(options.auditFile, options.auditBytes), watch_{options.userLimits, audit_,
                                                                 metrics_},
-          server_(options.limits), tokens_(options.userLimits),
+          tokens_(MakeTokens(database, options.userLimits)), server_(options.limits),
           workers_(server_, database, options.readers, options.userLimits.waitingWork),
           users_(database), projects_(database), members_(database), sessions_(database),
           mailStore_(database, options.userLimits), groups_(database), photos_(database),
           presence_(server_, std::chrono::milliseconds(options.presenceGrace)),
+          fellows_(server_, workers_, database, presence_, *tokens_,
+                   std::chrono::seconds(options.lease),
+                   std::chrono::milliseconds(options.presenceGrace)),
           signals_(server_, workers_, database), passwords_(server_, options.userLimits, hash),
-          signIn_(workers_, users_, passwords_, tokens_),
+          signIn_(workers_, users_, passwords_, *tokens_, database),
           model_(options.userLimits, projects_, members_, sessions_, signals_, presence_),
           mails_(options.userLimits, users_, projects_, mailStore_, signals_),
           management_(database, users_, groups_, photos_, projects_, members_, sessions_, signals_,
-                      passwords_, tokens_),
+                      passwords_, *tokens_),
           messaging_(server_, options.userLimits, projects_, presence_), eventLog_(database),
           events_(server_, workers_, options.userLimits, projects_, sessions_, groups_, eventLog_),
           operation_(server_, database, workers_, passwords_, metrics_, StoreName(options))
@@ -186,6 +192,7 @@ public:
             passwords_.RefuseWaiting();
             signals_.ReleaseAll();
             presence_.Stop();
+            fellows_.Stop();
             messaging_.ReleaseAll();
             events_.Stop();
         });
@@ -234,6 +241,13 @@ public:
     void Run() { server_.Run(); }
 
 private:
+    /// It only notes where the members are that it uses.
+    std::unique_ptr<Tokens> MakeTokens(Database& database, const Limits& limits)
+    {
+        if (database.IsShared())
+            return std::make_unique<TokenStore>(database, workers_, limits);
+        return std::make_unique<TokenTable>(limits, users_);
+    }
     /// What the line about the ports says of it.
     std::string ListenForOperation(const Options& options)
     {
@@ -252,11 +266,11 @@ private:
     Metrics metrics_;
     AuditLog audit_;
     Router::Watch watch_;
-    Router modelRouter_{tokens_, users_, workers_, watch_};
-    Router managementRouter_{tokens_, users_, workers_, watch_, StoreWorkers::Order::OneByOne};
-    Router messagingRouter_{tokens_, users_, workers_, watch_};
+    std::unique_ptr<Tokens> tokens_;
+    Router modelRouter_{*tokens_, workers_, watch_};
+    Router managementRouter_{*tokens_, workers_, watch_, StoreWorkers::Order::OneByOne};
+    Router messagingRouter_{*tokens_, workers_, watch_};
     HttpServer server_;
-    TokenTable tokens_;
     StoreWorkers workers_;
     UserStore users_;
     ProjectStore projects_;
@@ -266,6 +280,7 @@ private:
     GroupStore groups_;
     PhotoStore photos_;
     PresenceBoard presence_;
+    Fellows fellows_;
     SignalHub signals_;
     PasswordWorker passwords_;
     SignInService signIn_;

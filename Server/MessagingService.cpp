@@ -55,7 +55,7 @@ void MessagingService::FindProjects(Call& call)
 OV::UniString MessagingService::Subscribe(const Call& call)
 {
     Subscription subscription;
-    subscription.owner = TokenTable::OwnerOf(call.user, call.request.address);
+    subscription.owner = Tokens::OwnerOf(call.user, call.request.address);
     RequireRoom(subscription.owner);
     subscription.projects.insert(call.findings.begin(), call.findings.end());
     subscription.present = PresentIn(subscription.projects);

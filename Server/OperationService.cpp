@@ -20,9 +20,11 @@ void OperationService::Answer(const HttpRequest& request, const Reply& reply)
                                     "This port has GET /health and GET /metrics.")));
 }
 
-/// It is well when it could write.
+/// It is well when it could write, and will be there for the next request.
 void OperationService::AnswerHealth(const Reply& reply)
 {
+    if (server_.IsEnding())
+        return reply({503, R"({"status":"the server is being stopped"})"});
     workers_.Write(
         {},
         [this] {

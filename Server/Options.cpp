@@ -96,6 +96,11 @@ void AddLimits(CLI::App& app, Options& options)
                    "How long a user counts as present after his client's last request, in "
                    "milliseconds")
         ->option_text("MS");
+    app.add_option("--lease", options.lease,
+                   "Of several servers on one store: after how long without a sign of life the "
+                   "others give up what one held, in seconds")
+        ->check(CLI::Range(1, 3600))
+        ->option_text("S");
     app.add_option("--readers", options.readers, "How many threads read the store")
         ->option_text("N");
     app.add_option("--writers", options.writers,
@@ -113,6 +118,11 @@ void AddLimits(CLI::App& app, Options& options)
         ->option_text("N");
     app.add_option("--idle-time", options.limits.idleSeconds,
                    "How long a connection may be without a request, in seconds")
+        ->option_text("S");
+    app.add_option(
+           "--drain", options.limits.drainSeconds,
+           "How long it goes on after SIGTERM, in seconds, with /health saying that it ends: a "
+           "balancer notices and sends requests to others")
         ->option_text("S");
     app.add_option("--delivery-time", options.limits.deliverySeconds,
                    "How long a request may take to arrive, and an answer to be taken, in seconds")

@@ -29,6 +29,7 @@ struct Options {
     std::optional<std::string> newUser;
     std::string passwordFile;
     std::size_t readers = 4;
+    std::uint32_t lease = 15;
     std::uint32_t presenceGrace = 10'000;
     PasswordHash::Cost cost = PasswordHash::Cost::Interactive;
     HttpLimits limits;

@@ -36,7 +36,8 @@ void PasswordWorker::Check(const std::shared_ptr<Attempt>& attempt, const Reply&
         then(true);
         return;
     }
-    const auto wait = limits_.MustWait(attempt->login, attempt->address);
+    const auto wait =
+        std::max(attempt->mustWait, limits_.MustWait(attempt->login, attempt->address));
     if (wait.count() > 0)
         return Refuse(reply, wait, "Too many refused sign-ins. Wait a moment before the next one.");
     auto finish = [this, attempt, then = std::move(then)](bool isRight) {

@@ -34,6 +34,7 @@ public:
         std::string userId = {};
         std::string hash = {};  ///< empty when there is no such user
         std::string password = {};
+        std::chrono::seconds mustWait{0};  ///< as other processes on the store know
         Attempt() = default;
         Attempt(const Attempt&) = default;
         Attempt& operator=(const Attempt&) = default;

@@ -16,8 +16,8 @@ std::shared_ptr<void> PresenceBoard::Enter(const std::string& projectId, const s
     // The pointer is only there to be dropped.
     std::shared_ptr<void> here(this, std::move(leave));
     place->second.leaving.reset();
-    if (isNew && observer_)
-        observer_(projectId);
+    if (isNew)
+        Tell(projectId, login, true);
     return here;
 }
 
@@ -37,17 +37,49 @@ void PresenceBoard::Leave(const std::string& projectId, const std::string& login
 void PresenceBoard::TakeOff(const std::string& projectId, const std::string& login)
 {
     projects_[projectId].erase(login);
+    Tell(projectId, login, false);
+}
+
+void PresenceBoard::Tell(const std::string& projectId, const std::string& login, bool isPresent)
+{
+    if (change_)
+        change_(projectId, login, isPresent);
     if (observer_)
         observer_(projectId);
 }
 
+PresenceBoard::Present PresenceBoard::Here() const
+{
+    Present present;
+    for (const auto& [projectId, project] : projects_)
+        for (const auto& [login, presence] : project)
+            present[projectId].insert(login);
+    return present;
+}
+
+void PresenceBoard::SetElsewhere(const std::string& projectId, Logins logins)
+{
+    if (std::exchange(elsewhere_[projectId], std::move(logins)) != elsewhere_[projectId] &&
+        observer_)
+        observer_(projectId);
+}
+
+void PresenceBoard::SetElsewhere(Present present)
+{
+    for (const auto& [projectId, logins] : elsewhere_)
+        present.try_emplace(projectId);
+    for (auto& [projectId, logins] : present)
+        SetElsewhere(projectId, std::move(logins));
+    std::erase_if(elsewhere_, [](const auto& each) { return each.second.empty(); });
+}
+
 void PresenceBoard::Collect(const std::string& projectId, std::set<std::string>& logins) const
 {
-    const auto project = projects_.find(projectId);
-    if (project == projects_.end())
-        return;
-    for (const auto& [login, presence] : project->second)
-        logins.insert(login);
+    if (const auto project = projects_.find(projectId); project != projects_.end())
+        for (const auto& [login, presence] : project->second)
+            logins.insert(login);
+    if (const auto others = elsewhere_.find(projectId); others != elsewhere_.end())
+        logins.insert(others->second.begin(), others->second.end());
 }
 
 std::map<std::string, std::uint32_t> PresenceBoard::Counts() const

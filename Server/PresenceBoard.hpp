@@ -28,6 +28,18 @@ public:
     [[nodiscard]] std::map<std::string, std::uint32_t> Counts() const;
     /// Called after somebody came or went in a project.
     void SetObserver(std::function<void(const std::string& projectId)> observer);
+
+    using Logins = std::set<std::string>;
+    using Present = std::map<std::string, Logins>;  ///< in each project
+    /// Called after somebody came or went here.
+    using Change =
+        std::function<void(const std::string& projectId, const std::string& login, bool isPresent)>;
+    void SetChange(Change change) { change_ = std::move(change); }
+    /// Those who are present here.
+    [[nodiscard]] Present Here() const;
+    /// Who is present at other processes: in one project, or in all.
+    void SetElsewhere(const std::string& projectId, Logins logins);
+    void SetElsewhere(Present present);
     /// The server stops: nobody's absence is waited for any more.
     void Stop();
 
@@ -39,10 +51,14 @@ private:
     void Leave(const std::string& projectId, const std::string& login);
     void TakeOff(const std::string& projectId, const std::string& login);
 
+    void Tell(const std::string& projectId, const std::string& login, bool isPresent);
+
     HttpServer& server_;
     std::chrono::milliseconds grace_;
     std::map<std::string, std::map<std::string, Presence>> projects_;
+    Present elsewhere_;
     std::function<void(const std::string&)> observer_;
+    Change change_;
     bool stopping_ = false;
 };
 

@@ -212,7 +212,7 @@ HttpResponse Router::Refused(const Call& call) const
 
 Reply Router::Watched(const Route& route, const Call& call, const Reply& reply) const
 {
-    const std::string owner = TokenTable::OwnerOf(call.user, call.request.address);
+    const std::string owner = Tokens::OwnerOf(call.user, call.request.address);
     const std::size_t most =
         call.user.userId.empty() ? watch_.limits.requestsOfAddress : watch_.limits.requestsOfUser;
     std::size_t& count = watch_.underWay[owner];
@@ -308,14 +308,14 @@ void Router::RunOnStore(Access access, Call call, const Reply& reply, TextHandle
         Job{std::move(call), reply, {}, std::make_shared<std::atomic<bool>>(false)});
     // What was to be read is of no use then; what was to be written was asked for.
     reply.WhenGone([isGone = job->isGone] { *isGone = true; });
-    const auto owner = TokenTable::OwnerOf(job->call.user, job->call.request.address);
+    const auto owner = Tokens::OwnerOf(job->call.user, job->call.request.address);
     auto run = [this, access, job, work = std::move(work)] {
         job->isPassedOver = access == Access::Reads && work && *job->isGone;
         if (job->isPassedOver)
             return;
         const auto begin = std::chrono::steady_clock::now();
         job->call.findings.clear();
-        RequireAccount(job->call.user);
+        RequireAccount(job->call);
         if (work)
             job->text = work(job->call);
         NoteTime(job->call, begin);
@@ -334,7 +334,7 @@ void Router::RunOnStore(Access access, Call call, const Reply& reply, TextHandle
             // Worth nothing any more: its user was deleted or switched off.
             if (refusal.Code() == ErrorCode::TokenExpired ||
                 refusal.Code() == ErrorCode::UserDisabled)
-                tokens_.Remove(job->call.request.token);
+                tokens_.Remove(job->call.request.token, [](const std::exception_ptr&) {});
             job->reply(ErrorResponse(refusal));
         } catch (...) {
             job->reply(AnswerOfCurrentException());
@@ -382,17 +382,18 @@ void Router::Admit(const Route& route, Call& call) const
 
 /// A token is worth nothing once its user was deleted or switched off. Its login name may be
 /// another one by now.
-void Router::RequireAccount(TokenTable::Login& login) const
+void Router::RequireAccount(Call& call) const
 {
-    if (login.userId.empty())
-        return;  // the built-in account, or nobody yet
-    auto account = users_.FindAccount(login.userId);
+    if (call.user.userLogin.empty())
+        return;  // nobody yet
+    auto account = tokens_.FindAccount(call.user, call.request.token);
     if (account && account->enabled) {
-        login.userLogin = std::move(account->login);
+        call.user.userLogin = std::move(account->login);
         return;
     }
     if (!account)
-        throw Refusal(ErrorCode::TokenExpired, "The token is void: its user was deleted.");
+        throw Refusal(ErrorCode::TokenExpired,
+                      "The token is void: it ended, or its user was deleted. Sign in again.");
     throw Refusal(ErrorCode::UserDisabled, "This account is switched off. Ask your administrator.");
 }
 

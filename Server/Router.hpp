@@ -6,8 +6,7 @@
 #include "Metrics.hpp"
 #include "Refusal.hpp"
 #include "StoreWorkers.hpp"
-#include "TokenTable.hpp"
-#include "UserStore.hpp"
+#include "Tokens.hpp"
 
 #include "SyncraProtocol/Detail/JsonText.hpp"
 
@@ -24,7 +23,7 @@ namespace Nexar {
 struct Call {
     HttpRequest request;
     std::vector<std::string> parameters;  ///< what stood for each {} of the pattern, in order
-    TokenTable::Login user;
+    Tokens::Login user;
     std::vector<std::string> findings = {};  ///< what a check looked up for its handler
     std::size_t mostValues = 0;              ///< of the body
     /// How long the work of its route took lately, in microseconds; none for what was asked by no
@@ -62,9 +61,9 @@ public:
     using AsyncHandler = std::function<void(Call, Reply)>;
 
     /// `order` is that of all that its routes write.
-    Router(TokenTable& tokens, UserStore& users, StoreWorkers& workers, Watch& watch,
+    Router(Tokens& tokens, StoreWorkers& workers, Watch& watch,
            StoreWorkers::Order order = StoreWorkers::Order::Beside)
-        : tokens_(tokens), users_(users), workers_(workers), watch_(watch), order_(order)
+        : tokens_(tokens), workers_(workers), watch_(watch), order_(order)
     {}
 
     /// How large a body may be.
@@ -148,10 +147,9 @@ private:
     /// The answer for the exception at hand, which kept a call from its handler; noted.
     [[nodiscard]] HttpResponse Refused(const Call& call) const;
     void Admit(const Route& route, Call& call) const;
-    void RequireAccount(TokenTable::Login& login) const;
+    void RequireAccount(Call& call) const;
 
-    TokenTable& tokens_;
-    UserStore& users_;
+    Tokens& tokens_;
     StoreWorkers& workers_;
     Watch& watch_;
     StoreWorkers::Order order_;

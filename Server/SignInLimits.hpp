@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Store/Database.hpp"
+
 #include <chrono>
 #include <string>
 #include <unordered_map>
@@ -12,6 +14,10 @@ class SignInLimits {
 public:
     using Clock = std::chrono::steady_clock;
 
+    static constexpr std::chrono::minutes Memory{15};
+    /// How long to wait after so many refused ones in a row.
+    [[nodiscard]] static std::chrono::seconds PauseAfter(std::int64_t times);
+
     /// How long this pair has still to wait; zero when it may try.
     [[nodiscard]] std::chrono::seconds MustWait(const std::string& login,
                                                 const std::string& address,
@@ -21,7 +27,7 @@ public:
 
 private:
     struct Refused {
-        int times = 0;
+        std::int64_t times = 0;
         Clock::time_point until;
         Clock::time_point forgotten;
     };
@@ -32,6 +38,22 @@ private:
     void MakeRoom(Clock::time_point now);
 
     std::unordered_map<std::string, Refused> refused_;
+};
+
+/// The same, counted over all processes on a store. On threads of the store.
+class SignInLimitStore {
+public:
+    explicit SignInLimitStore(Database& database) : database_(database) {}
+
+    [[nodiscard]] std::chrono::seconds MustWait(const std::string& login,
+                                                const std::string& address);
+    /// Of a thread that writes.
+    void Told(const std::string& login, const std::string& address, bool isRight);
+    /// Forgets what is too old. Of a thread that writes.
+    void CleanUp();
+
+private:
+    Database& database_;
 };
 
 }  // namespace Nexar

@@ -1,5 +1,7 @@
 #include "SignInService.hpp"
 
+#include "Guarded.hpp"
+
 #include "OVRoot/Logger.hpp"
 #include "OVRoot/SecureWipe.hpp"
 #include "SyncraProtocol/Detail/ModelRecords.hpp"
@@ -33,8 +35,8 @@ SignInRequest ReadCredentials(const Call& call)
 }  // namespace
 
 SignInService::SignInService(StoreWorkers& workers, UserStore& users, PasswordWorker& passwords,
-                             TokenTable& tokens)
-    : workers_(workers), users_(users), passwords_(passwords), tokens_(tokens)
+                             Tokens& tokens, Database& database)
+    : workers_(workers), users_(users), passwords_(passwords), tokens_(tokens), refused_(database)
 {}
 
 void SignInService::AddRoutes(Router& router)
@@ -50,7 +52,7 @@ void SignInService::AddRoutesWithBuiltIn(Router& router)
     AddCommonRoutes(router);
     router.AddOpen("POST", "/syncra/v1/sign-in", [this, &router](Call call, const Reply& reply) {
         if (ReadCredentials(call).userName == OV::FromUtf8(BuiltInLogin))
-            SignInBuiltIn(call, reply);
+            SignInBuiltIn(router, call, reply);
         else
             SignIn(router, std::move(call), reply);
     });
@@ -62,11 +64,15 @@ void SignInService::AddCommonRoutes(Router& router)
         reply(JsonResponse(ServerVersion{ProtocolVersion, ProductVersion}));
     });
     router.AllowBuiltIn(true);
-    router.AddAsync("POST", "/syncra/v1/sign-out", nullptr,
-                    [this](const Call& call, const Reply& reply) {
-                        tokens_.Remove(call.request.token);
-                        reply({200, "{}"});
-                    });
+    router.AddAsync(
+        "POST", "/syncra/v1/sign-out", nullptr, [this](const Call& call, const Reply& reply) {
+            tokens_.Remove(call.request.token, [reply](const std::exception_ptr& error) {
+                Router::Answer(reply, [&] {
+                    if (error)
+                        std::rethrow_exception(error);
+                });
+            });
+        });
     router.AllowBuiltIn(false);
 }
 
@@ -79,23 +85,28 @@ void SignInService::SignIn(const Router& router, Call call, const Reply& reply)
     attempt->address = call.request.address;
     attempt->password = OV::ToUtf8(request.password.View());
     workers_.Read(
-        TokenTable::OwnerOf({}, call.request.address),
+        Tokens::OwnerOf({}, call.request.address),
         [this, attempt] {
             const auto user = users_.FindByLogin(attempt->login);
             attempt->userId = user ? user->id : std::string();
             attempt->hash = user ? user->passwordHash : std::string();
+            if (tokens_.AreInStore())
+                attempt->mustWait = refused_.MustWait(attempt->login, attempt->address);
         },
         [this, &router, call, reply, attempt](std::exception_ptr error) {
             if (error)
                 return Router::Answer(reply, [&] { std::rethrow_exception(error); });
             passwords_.Check(attempt, reply, [this, &router, call, reply, attempt](bool isRight) {
+                if (!isRight && tokens_.AreInStore())
+                    TellOthers(*attempt);
                 Finish(router, call, reply, attempt, isRight);
             });
         });
 }
 
-/// The token comes first: a change of the password that is committed after the last look at the
-/// user then takes it away again.
+/// A change of the password that is committed after the last look at the user must take the token
+/// away again: one in memory comes before that look, one in the store with it, while it holds the
+/// user.
 void SignInService::Finish(const Router& router, const Call& call, const Reply& reply,
                            const std::shared_ptr<PasswordWorker::Attempt>& attempt, bool isRight)
 {
@@ -106,25 +117,44 @@ void SignInService::Finish(const Router& router, const Call& call, const Reply& 
         if (response.status == 200)
             KeepUpToDate(*attempt);
         else
-            tokens_.Remove(token);
+            tokens_.Remove(token, [](const std::exception_ptr&) {});
         response.user = attempt->login;
         reply(std::move(response));
     });
-    router.AnswerReading(call, checked, [this, attempt, token](const Call&) {
-        return WriteJson(Grant(RequireUser(*attempt, token), token));
-    });
+    if (isRight && tokens_.AreInStore())
+        router.AnswerWriting(call, checked, [this, attempt, token](const Call&) {
+            users_.Hold(attempt->userId);
+            const auto user = RequireUser(*attempt, token);
+            refused_.Told(attempt->login, attempt->address, true);
+            tokens_.Keep(token, {attempt->userId, attempt->login}, attempt->address);
+            return WriteJson(Grant(user, token));
+        });
+    else
+        router.AnswerReading(call, checked, [this, attempt, token](const Call&) {
+            return WriteJson(Grant(RequireUser(*attempt, token), token));
+        });
 }
 
-void SignInService::SignInBuiltIn(const Call& call, const Reply& reply)
+void SignInService::SignInBuiltIn(const Router& router, const Call& call, const Reply& reply)
 {
     if (ReadCredentials(call).password != OV::FromUtf8(BuiltInLogin))
         throw Refusal(ErrorCode::BadCredentials, "The user name or the password is wrong.");
     StoredUser user;
     user.fullName = BuiltInLogin;
-    const auto token = tokens_.Add({"", BuiltInLogin, true}, call.request.address);
-    HttpResponse response = JsonResponse(Grant(user, token));
-    response.user = BuiltInLogin;
-    reply(std::move(response));
+    const Tokens::Login login{"", BuiltInLogin, true};
+    const auto token = tokens_.Add(login, call.request.address);
+    const Reply granted([reply](HttpResponse response) {
+        response.user = BuiltInLogin;
+        reply(std::move(response));
+    });
+    const auto grant = [this, login, token, user](const Call& its) {
+        tokens_.Keep(token, login, its.request.address);
+        return WriteJson(Grant(user, token));
+    };
+    if (tokens_.AreInStore())
+        router.AnswerWriting(call, granted, grant);
+    else
+        Router::Answer(granted, [&] { return grant(call); });
 }
 
 StoredUser SignInService::RequireUser(const PasswordWorker::Attempt& attempt,
@@ -143,6 +173,18 @@ StoredUser SignInService::RequireUser(const PasswordWorker::Attempt& attempt,
                       "This account is switched off. Ask your administrator.");
     }
     return *std::move(user);
+}
+
+void SignInService::TellOthers(const PasswordWorker::Attempt& attempt)
+{
+    RunGuarded([&] {
+        workers_.Write(
+            attempt.address,
+            [this, login = attempt.login, address = attempt.address] {
+                refused_.Told(login, address, false);
+            },
+            [](const std::exception_ptr&) {});
+    });
 }
 
 /// A hash of another cost than that of today would tell by its time whether a name exists.

@@ -11,7 +11,7 @@ namespace Nexar {
 class SignInService {
 public:
     SignInService(StoreWorkers& workers, UserStore& users, PasswordWorker& passwords,
-                  TokenTable& tokens);
+                  Tokens& tokens, Database& database);
 
     void AddRoutes(Router& router);
     /// The same, and the built-in account that reads presence may sign in.
@@ -23,12 +23,14 @@ public:
 private:
     void AddCommonRoutes(Router& router);
     void SignIn(const Router& router, Call call, const Reply& reply);
-    void SignInBuiltIn(const Call& call, const Reply& reply);
+    void SignInBuiltIn(const Router& router, const Call& call, const Reply& reply);
     void Finish(const Router& router, const Call& call, const Reply& reply,
                 const std::shared_ptr<PasswordWorker::Attempt>& attempt, bool isRight);
     /// Who may come in with the token; throws the refusal of who may not.
     [[nodiscard]] StoredUser RequireUser(const PasswordWorker::Attempt& attempt,
                                          const std::string& token);
+    /// Who counts refused sign-ins with this process.
+    void TellOthers(const PasswordWorker::Attempt& attempt);
     void KeepUpToDate(const PasswordWorker::Attempt& attempt);
     [[nodiscard]] static Syncra::Protocol::SignInAnswer Grant(const StoredUser& user,
                                                               const std::string& token);
@@ -36,7 +38,8 @@ private:
     StoreWorkers& workers_;
     UserStore& users_;
     PasswordWorker& passwords_;
-    TokenTable& tokens_;
+    Tokens& tokens_;
+    SignInLimitStore refused_;  ///< as the processes on the store tell each other
 };
 
 }  // namespace Nexar

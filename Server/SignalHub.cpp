@@ -21,7 +21,7 @@ constexpr std::chrono::milliseconds RetryPause{500};
 
 SignalHub::SignalHub(HttpServer& server, StoreWorkers& workers, Database& database)
     : server_(server), workers_(workers), store_(database),
-      news_(database.MakeNews([this](const std::vector<std::string>& projectIds) {
+      news_(database.MakeNews("news", [this](const std::vector<std::string>& projectIds) {
           server_.Post([this, projectIds] { HearOfOthers(projectIds); });
       }))
 {}

@@ -1,23 +1,23 @@
 #include "TokenTable.hpp"
 
+#include "StoreWorkers.hpp"
+
 #include <sodium.h>
 
 #include <algorithm>
 #include <array>
 #include <utility>
+#include <vector>
 
 namespace Nexar {
 
 namespace {
 
-constexpr std::chrono::hours IdleLife{12};
-/// A token that was stolen is not for ever; a client that still has the password gets another.
-constexpr std::chrono::hours Life{24};
 constexpr std::size_t MaximumBuiltIn = 10'000;
 
-std::string RandomToken()
+std::string RandomToken(std::size_t size)
 {
-    std::array<unsigned char, 32> bytes{};
+    std::vector<unsigned char> bytes(size);
     randombytes_buf(bytes.data(), bytes.size());
     std::array<char, 48> text{};
     sodium_bin2base64(text.data(), text.size(), bytes.data(), bytes.size(),
@@ -27,15 +27,15 @@ std::string RandomToken()
 
 }  // namespace
 
-std::string TokenTable::Add(Login login, const std::string& address)
+std::string TokenTable::Add(const Login& login, const std::string& address)
 {
     const std::string owner = OwnerOf(login, address);
     MakeRoom(login, owner);
     builtIn_ += login.isBuiltIn ? 1 : 0;
-    std::string token = RandomToken();
+    std::string token = RandomToken(RandomBytes);
     Order& order = owners_[owner];
     const auto now = Clock::now();
-    entries_[token] = {std::move(login), owner, now, now, order.insert(order.end(), token)};
+    entries_[token] = {login, owner, now, now, order.insert(order.end(), token)};
     return token;
 }
 
@@ -55,7 +55,13 @@ std::optional<TokenTable::Login> TokenTable::Find(const std::string& token)
     return entry.login;
 }
 
-void TokenTable::Remove(const std::string& token)
+void TokenTable::Remove(const std::string& token, Then then)
+{
+    EraseToken(token);
+    then(nullptr);
+}
+
+void TokenTable::EraseToken(const std::string& token)
 {
     if (const auto found = entries_.find(token); found != entries_.end())
         Erase(found);
@@ -63,18 +69,21 @@ void TokenTable::Remove(const std::string& token)
 
 void TokenTable::RemoveUser(const std::string& userId, const std::string& keptToken)
 {
-    const auto owner = owners_.find(userId);
-    if (owner == owners_.end())
-        return;
-    for (const std::string& token : Order(owner->second))
-        if (token != keptToken)
-            Remove(token);
+    StoreWorkers::AfterCommit([this, userId, keptToken] {
+        const auto owner = owners_.find(userId);
+        if (owner == owners_.end())
+            return;
+        for (const std::string& token : Order(owner->second))
+            if (token != keptToken)
+                EraseToken(token);
+    });
 }
 
 bool TokenTable::HasEnded(const Entry& entry)
 {
     const auto now = Clock::now();
-    return now - entry.lastUse > IdleLife || now - entry.begin > Life;
+    return now - entry.lastUse > std::chrono::seconds(IdleSeconds) ||
+           now - entry.begin > std::chrono::seconds(LifeSeconds);
 }
 
 void TokenTable::Erase(Entries::iterator entry)
@@ -94,7 +103,7 @@ void TokenTable::MakeRoom(const Login& login, const std::string& owner)
     const auto own = owners_.find(owner);
     const std::size_t most = login.isBuiltIn ? limits_.tokensOfAddress : limits_.tokensOfUser;
     if (own != owners_.end() && own->second.size() >= most) {
-        Remove(std::string(own->second.front()));
+        EraseToken(std::string(own->second.front()));
     } else if (login.isBuiltIn && builtIn_ >= MaximumBuiltIn) {
         const auto greediest =
             std::max_element(owners_.begin(), owners_.end(), [](const auto& a, const auto& b) {
@@ -103,7 +112,7 @@ void TokenTable::MakeRoom(const Login& login, const std::string& owner)
                 };
                 return countOf(a) < countOf(b);
             });
-        Remove(std::string(greediest->second.front()));
+        EraseToken(std::string(greediest->second.front()));
     }
 }
 

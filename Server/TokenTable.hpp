@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Limits.hpp"
+#include "Tokens.hpp"
 
 #include <chrono>
 #include <list>
@@ -10,31 +11,24 @@
 
 namespace Nexar {
 
-/// Who is signed in. A token is valid for twelve hours after its last use, for a day in all, and
-/// for one server's life. Nobody's tokens push out another's: a user has a bounded number, and so
-/// has each address that uses the built-in account, whose password everybody knows.
-class TokenTable {
+/// Tokens in memory: they end with the process. Each address that uses the built-in account, whose
+/// password everybody knows, has a bounded number, too.
+class TokenTable final : public Tokens {
 public:
-    struct Login {
-        std::string userId;
-        std::string userLogin;
-        bool isBuiltIn = false;  ///< the presence service's read-only account
-    };
+    TokenTable(const Limits& limits, UserStore& users) : limits_(limits), users_(users) {}
 
-    explicit TokenTable(const Limits& limits) : limits_(limits) {}
-
-    /// `address` is where he signs in from.
-    [[nodiscard]] std::string Add(Login login, const std::string& address);
-    [[nodiscard]] std::optional<Login> Find(const std::string& token);
-    void Remove(const std::string& token);
-    /// Every token of the user, but for one.
-    void RemoveUser(const std::string& userId, const std::string& keptToken = {});
-
-    /// Whose limits the login counts for.
-    [[nodiscard]] static std::string OwnerOf(const Login& login, const std::string& address)
+    [[nodiscard]] std::string Add(const Login& login, const std::string& address) override;
+    [[nodiscard]] bool AreInStore() const override { return false; }
+    void Keep(const std::string&, const Login&, const std::string&) override {}
+    [[nodiscard]] std::optional<Login> Find(const std::string& token) override;
+    [[nodiscard]] std::optional<UserStore::Account> FindAccount(const Login& login,
+                                                                const std::string&) override
     {
-        return login.userId.empty() ? "@" + address : login.userId;
+        return login.isBuiltIn ? UserStore::Account{login.userLogin, true}
+                               : users_.FindAccount(login.userId);
     }
+    void Remove(const std::string& token, Then then) override;
+    void RemoveUser(const std::string& userId, const std::string& keptToken) override;
 
 private:
     using Clock = std::chrono::steady_clock;
@@ -49,9 +43,11 @@ private:
     using Entries = std::unordered_map<std::string, Entry>;
     [[nodiscard]] static bool HasEnded(const Entry& entry);
     void Erase(Entries::iterator entry);
+    void EraseToken(const std::string& token);
     void MakeRoom(const Login& login, const std::string& owner);
 
     const Limits& limits_;
+    UserStore& users_;
     Entries entries_;
     std::unordered_map<std::string, Order> owners_;
     std::size_t builtIn_ = 0;

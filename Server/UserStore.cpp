@@ -46,6 +46,13 @@ std::optional<UserStore::Account> UserStore::FindAccount(const std::string& user
     return Account{query.Text(0), query.Number(1) != 0};
 }
 
+void UserStore::Hold(const std::string& userId)
+{
+    (void)database_.Prepare("SELECT 1 FROM users u WHERE u.id = $1 /* hold u */")
+        .Bind(1, userId)
+        .Step();
+}
+
 bool UserStore::WorkTogether(const std::string& userId, const std::string& otherId)
 {
     return database_

@@ -33,6 +33,8 @@ public:
     };
     /// Nothing when there is no such user.
     [[nodiscard]] std::optional<Account> FindAccount(const std::string& userId);
+    /// Keeps others from changing him until the transaction ends.
+    void Hold(const std::string& userId);
     /// Whether both are members of one project.
     [[nodiscard]] bool WorkTogether(const std::string& userId, const std::string& otherId);
     /// Whether a login name is taken, in any ASCII letter case.

@@ -13,6 +13,7 @@
 #include <boost/asio/use_awaitable.hpp>
 #include <boost/asio/write.hpp>
 
+#include <algorithm>
 #include <charconv>
 #include <cstdint>
 #include <optional>
@@ -30,6 +31,7 @@ using Task = asio::awaitable<Result>;
 struct Place {
     std::uint16_t port = 0;
     bool isProtected = false;
+    std::string address = "127.0.0.1";
 };
 
 struct Response {
@@ -62,12 +64,18 @@ public:
         socket_.set_option(tcp::acceptor::reuse_address(true), error);
         socket_.bind({asio::ip::make_address(from), 0}, error);
         socket_.set_option(tcp::no_delay(true), error);
-        const tcp::endpoint to(asio::ip::make_address("127.0.0.1"), place.port);
+        const tcp::endpoint to(asio::ip::make_address(place.address), place.port);
         auto [refused] = co_await socket_.async_connect(to, asio::as_tuple(asio::use_awaitable));
         bool isOpen = !refused;
         if (isOpen && place.isProtected)
             isOpen = co_await ShakeHands();
         co_return isOpen;
+    }
+    /// Whoever waits on it is told that it ended.
+    void Close()
+    {
+        boost::system::error_code ignored;
+        socket_.close(ignored);
     }
     Task<bool> Send(std::string_view text)
     {
@@ -84,7 +92,10 @@ public:
         const auto end = buffer_.find("\r\n\r\n") + 4;
         response.head = buffer_.substr(0, end);
         buffer_.erase(0, end);
-        const std::string_view name = "\r\nContent-Length: ";
+        // A balancer writes names as it likes.
+        std::transform(response.head.begin(), response.head.end(), response.head.begin(),
+                       [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; });
+        const std::string_view name = "\r\ncontent-length: ";
         const auto at = response.head.find(name);
         const auto size = at == std::string::npos ? 0 : Number(response.head, at + name.size());
         while (goesOn && buffer_.size() < size)

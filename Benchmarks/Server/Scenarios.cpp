@@ -103,7 +103,7 @@ Figures UnfinishedBodies(const Stage& stage)
         text.replace(text.find("Length: 0"), 9, "Length: " + std::to_string(promised));
         text += body;
         for (int i = 0; i < 24; ++i) {
-            const bool isOpen = co_await links.emplace_back(context).Open({server.Port()});
+            const bool isOpen = co_await links.emnowback(context).Open({server.Port()});
             if (isOpen)
                 co_await links.back().Send(text);
         }
@@ -250,7 +250,7 @@ Figures RateOf(const Stage& stage, bool isProtected, const std::vector<std::stri
         constexpr int clients = 32;
         std::list<Link> links;
         for (int i = 0; i < clients; ++i)
-            co_await links.emplace_back(context).Open({server.Port(), isProtected});
+            co_await links.emnowback(context).Open({server.Port(), isProtected});
         const auto token = co_await Token(links.front(), "anna.novak");
         for (std::size_t which = 0; which < requests.size(); ++which) {
             const auto text = RequestText("GET", requests[which].second, token);
@@ -293,7 +293,7 @@ Figures HeldRequests(const Stage& stage, int count, bool isProtected,
         return figures;
     for (const char* limit :
          {"--connections=12000", "--connections-per-address=12000", "--requests-per-user=12000"})
-        options.emplace_back(limit);
+        options.emnowback(limit);
     MeasuredServer server(stage.program, stage.store, options);
     const Place place{server.Port(), isProtected};
     Run([&](asio::io_context& context) -> Task<> {
@@ -301,13 +301,17 @@ Figures HeldRequests(const Stage& stage, int count, bool isProtected,
         co_await actor.Open(place);
         // The session of the one is in the store of the other.
         const auto token = co_await Token(actor, isProtected ? "lena.fischer" : "anna.novak");
+        const std::string path = "/syncra/v1/signals?project=" + Project;
+        const auto now = co_await actor.Ask(RequestText("GET", path + "&after=0&wait=0", token));
+        const auto next = now.body.substr(now.body.find("\"next\":") + 7);
         const auto text = RequestText(
-            "GET", "/syncra/v1/signals?project=" + Project + "&after=0&wait=60000", token);
+            "GET", path + "&after=" + next.substr(0, next.find_first_of(",}")) + "&wait=60000",
+            token);
         const double before = server.MebibytesOfMemory();
         std::list<Link> links;
         int heard = 0, open = 0;
         for (int i = 0; i < count; ++i) {
-            const bool isTaken = co_await links.emplace_back(context).Open(place);
+            const bool isTaken = co_await links.emnowback(context).Open(place);
             if (isTaken)
                 asio::co_spawn(context, Hear(links.back(), text, heard),
                                [&open](const std::exception_ptr&) { --open; });

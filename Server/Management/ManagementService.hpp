@@ -15,7 +15,7 @@ class ManagementService {
 public:
     ManagementService(Database& database, UserStore& users, GroupStore& groups, PhotoStore& photos,
                       ProjectStore& projects, MemberStore& members, SessionStore& sessions,
-                      SignalHub& signals, PasswordWorker& passwords, TokenTable& tokens)
+                      SignalHub& signals, PasswordWorker& passwords, Tokens& tokens)
         : rights_(groups, members), context_{database, rights_, signals},
           users_(context_, users, groups, photos, passwords, tokens),
           groups_(context_, users, groups), projects_(context_, users, projects, members, sessions),

@@ -193,7 +193,7 @@ void UserManagement::SetPassword(const Router& router, Call call, const Reply& r
 
 void UserManagement::EndTokens(const std::string& userId, const std::string& keptToken)
 {
-    StoreWorkers::AfterCommit([this, userId, keptToken] { tokens_.RemoveUser(userId, keptToken); });
+    tokens_.RemoveUser(userId, keptToken);
 }
 
 std::string UserManagement::Checked(const OV::Secret& password)

@@ -13,7 +13,7 @@ namespace Nexar {
 class UserManagement final : public RecordRoutes<Records::User> {
 public:
     UserManagement(const ManagementContext& context, UserStore& users, GroupStore& groups,
-                   PhotoStore& photos, PasswordWorker& passwords, TokenTable& tokens)
+                   PhotoStore& photos, PasswordWorker& passwords, Tokens& tokens)
         : RecordRoutes(context), users_(users), groups_(groups), photos_(photos),
           passwords_(passwords), tokens_(tokens)
     {}
@@ -47,7 +47,7 @@ private:
     GroupStore& groups_;
     PhotoStore& photos_;
     PasswordWorker& passwords_;
-    TokenTable& tokens_;
+    Tokens& tokens_;
 };
 
 }  // namespace Nexar

@@ -159,12 +159,15 @@ public:
     [[nodiscard]] bool IsInTransaction() const { return Here().IsInTransaction(); }
     /// How many threads may write at once; a single one writes for several requests in one commit.
     [[nodiscard]] virtual std::size_t Writers() const = 0;
+    /// Whether several processes may serve it at once.
+    [[nodiscard]] virtual bool IsShared() const = 0;
     /// Of who writes: until his transaction ends he is the only one of those who call this, for
     /// rules that are about more than what a statement holds.
     virtual void HoldAll() = 0;
 
     /// How processes that share the store tell each other; none of a store that one process has.
-    [[nodiscard]] virtual std::unique_ptr<News> MakeNews(News::Heard heard) = 0;
+    [[nodiscard]] virtual std::unique_ptr<News> MakeNews(const std::string& topic,
+                                                         News::Heard heard) = 0;
 
     /// For a copy of a whole store, within a transaction: no trigger adds or counts anything until
     /// ResumeRules; rows go in as they are.

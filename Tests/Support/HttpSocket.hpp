@@ -1,6 +1,8 @@
 #pragma once
 
+#include <algorithm>
 #include <arpa/inet.h>
+#include <cctype>
 #include <cerrno>
 #include <cstdint>
 #include <cstdlib>
@@ -79,9 +81,13 @@ public:
                 return std::nullopt;
         Message message{Take(end + 4), {}};
         constexpr std::string_view name = "\r\nContent-Length: ";
-        const auto at = message.head.find(name);
+        // A balancer writes it as it likes.
+        const auto at = static_cast<std::size_t>(
+            std::search(message.head.begin(), message.head.end(), name.begin(), name.end(),
+                        [](char a, char b) { return std::tolower(a) == std::tolower(b); }) -
+            message.head.begin());
         const std::size_t length =
-            at == std::string::npos
+            at == message.head.size()
                 ? 0
                 : std::strtoul(message.head.c_str() + at + name.size(), nullptr, 10);
         while (unread_.size() < length)

@@ -50,8 +50,8 @@ void PostgresNews::Close::operator()(pg_conn* connection) const noexcept
     PQfinish(connection);
 }
 
-PostgresNews::PostgresNews(std::string url, Heard heard)
-    : url_(std::move(url)), heard_(std::move(heard)),
+PostgresNews::PostgresNews(std::string url, const std::string& topic, Heard heard)
+    : url_(std::move(url)), channel_("nexar_" + topic), heard_(std::move(heard)),
       thread_([this](const std::stop_token& token) { Run(token); })
 {}
 
@@ -98,7 +98,7 @@ PostgresNews::Handle PostgresNews::Listen() const
                                   "read-write",        url_.c_str(), nullptr};
     Handle connection(PQconnectdbParams(keys, values, 1));
     if (PQstatus(connection.get()) != CONNECTION_OK ||
-        !RunQuery(connection.get(), "LISTEN nexar_news", nullptr))
+        !RunQuery(connection.get(), ("LISTEN " + channel_).c_str(), nullptr))
         return nullptr;
     return connection;
 }
@@ -132,8 +132,9 @@ bool PostgresNews::TellOthers(pg_conn* connection)
     }
     std::string text;
     const auto notify = [&] {
-        return text.empty() || RunQuery(connection, "SELECT pg_notify('nexar_news', $1)",
-                                        std::exchange(text, {}).c_str());
+        return text.empty() ||
+               RunQuery(connection, ("SELECT pg_notify('" + channel_ + "', $1)").c_str(),
+                        std::exchange(text, {}).c_str());
     };
     bool isTold = true;
     for (const auto& project : projects) {

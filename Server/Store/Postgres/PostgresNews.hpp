@@ -17,7 +17,7 @@ namespace Nexar {
 /// database, so none is part of a transaction: this thread tells of many commits at once.
 class PostgresNews final : public News {
 public:
-    PostgresNews(std::string url, Heard heard);
+    PostgresNews(std::string url, const std::string& topic, Heard heard);
     ~PostgresNews() override;
     PostgresNews(const PostgresNews&) = delete;
     PostgresNews& operator=(const PostgresNews&) = delete;
@@ -36,6 +36,7 @@ private:
     [[nodiscard]] bool TellOthers(pg_conn* connection);
 
     std::string url_;
+    std::string channel_;
     Heard heard_;
     Wakeup wakeup_;
     std::mutex lock_;

@@ -24,10 +24,11 @@ public:
         Migrate(made);
     }
     [[nodiscard]] std::size_t Writers() const override { return writers_; }
+    [[nodiscard]] bool IsShared() const override { return true; }
     void HoldAll() override { Prepare("SELECT pg_advisory_xact_lock(1852143969)").Step(); }
-    std::unique_ptr<News> MakeNews(News::Heard heard) override
+    std::unique_ptr<News> MakeNews(const std::string& topic, News::Heard heard) override
     {
-        return std::make_unique<PostgresNews>(url_, std::move(heard));
+        return std::make_unique<PostgresNews>(url_, topic, std::move(heard));
     }
     void SuspendRules() override { SetRules("DISABLE"); }
     void ResumeRules() override { SetRules("ENABLE"); }

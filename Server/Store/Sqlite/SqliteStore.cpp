@@ -297,7 +297,8 @@ public:
     }
     [[nodiscard]] std::size_t Writers() const override { return 1; }
     void HoldAll() override {}
-    std::unique_ptr<News> MakeNews(News::Heard) override { return nullptr; }
+    [[nodiscard]] bool IsShared() const override { return false; }
+    std::unique_ptr<News> MakeNews(const std::string&, News::Heard) override { return nullptr; }
     void SuspendRules() override
     {
         auto query =
