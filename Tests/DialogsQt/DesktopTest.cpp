@@ -1,7 +1,6 @@
 #include "CardList.hpp"
 #include "ComposeWindow.hpp"
 #include "DialogsQt/QtUser.hpp"
-#include "Language.hpp"
 #include "MainWindow.hpp"
 #include "Passwords.hpp"
 #include "SYClientBase/SyncraClientFactory.hpp"
@@ -10,6 +9,7 @@
 #include "Support/TemporaryFolder.hpp"
 #include "UserInterface/AsyncTaskDialogExecutingImplementation.hpp"
 #include "UserSettings.hpp"
+#include "WindowLanguage.hpp"
 
 #include <QLineEdit>
 #include <QPalette>
@@ -202,7 +202,6 @@ TEST_F(DesktopTest, ADayFromTheKeyboard)
     EXPECT_EQ(Text("state"), "Working offline");
     QTest::keyClick(&mails, Qt::Key_N, Qt::ControlModifier);
     ASSERT_NE(Compose(), nullptr);
-    Activate(Compose());
     QTest::keyClicks(Compose()->findChild<QLineEdit*>("to"), "anna.novak; marco.rossi; nobody");
     EXPECT_FALSE(Compose()->findChild<QPushButton*>("send")->isEnabled());
     EXPECT_TRUE(Compose()->findChild<QLabel*>("problem")->text().contains("nobody"));

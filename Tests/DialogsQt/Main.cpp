@@ -1,4 +1,4 @@
-#include "Language.hpp"
+#include "WindowLanguage.hpp"
 
 #include <QApplication>
 #include <gtest/gtest.h>

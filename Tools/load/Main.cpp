@@ -1,6 +1,6 @@
 // Thousands of members of a server from one thread, through the protocol, and whether each mail
 // that was answered arrived once and was heard of.
-#include "Member.hpp"
+#include "SimulatedMember.hpp"
 
 #include <CLI/CLI.hpp>
 

@@ -12,13 +12,13 @@
 #include <QFormLayout>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QSaveFile>
-#include <QShortcut>
 #include <QStringListModel>
 
 using SYC::Importance;
@@ -145,9 +145,8 @@ ComposeWindow::ComposeWindow(ProjectSession& session, Task task, QWidget* parent
     connect(&session_, &ProjectSession::MembersChanged, this, &ComposeWindow::ShowRecipients);
     connect(send_, &QPushButton::clicked, this, &ComposeWindow::Send);
     connect(cancel, &QPushButton::clicked, this, &ComposeWindow::reject);
-    for (const auto key : {Qt::Key_Return, Qt::Key_Enter})
-        connect(new QShortcut(Qt::CTRL | key, this), &QShortcut::activated, this,
-                &ComposeWindow::Send);
+    for (QWidget* part : findChildren<QWidget*>())
+        part->installEventFilter(this);
     draftTimer_.setSingleShot(true);
     connect(&draftTimer_, &QTimer::timeout, this, &ComposeWindow::KeepDraft);
     connect(text_, &QPlainTextEdit::textChanged, this,
@@ -274,6 +273,23 @@ bool ComposeWindow::MayClose()
         return true;
     }
     return false;
+}
+
+bool ComposeWindow::eventFilter(QObject* part, QEvent* event)
+{
+    // Not a shortcut: the window behind has one with the same keys.
+    const bool isPress = event->type() == QEvent::KeyPress;
+    if (isPress || event->type() == QEvent::ShortcutOverride) {
+        const auto* key = static_cast<QKeyEvent*>(event);
+        if ((key->key() == Qt::Key_Return || key->key() == Qt::Key_Enter) &&
+            (key->modifiers() & ~Qt::KeypadModifier) == Qt::ControlModifier) {
+            event->accept();
+            if (isPress)
+                Send();
+            return true;
+        }
+    }
+    return QDialog::eventFilter(part, event);
 }
 
 void ComposeWindow::reject()

@@ -40,6 +40,7 @@ signals:
     void Sent();
 
 private:
+    bool eventFilter(QObject* part, QEvent* event) override;
     void reject() override;
     void closeEvent(QCloseEvent* event) override;
 

@@ -1,13 +1,13 @@
 #include "Charts.hpp"
 #include "DesktopText.hpp"
 #include "Dlg/Qt/QtToolkit.hpp"
-#include "Language.hpp"
 #include "MainWindow.hpp"
 #include "OVRoot/Exception.hpp"
 #include "OVRoot/Logger.hpp"
 #include "RegisteredProjects.hpp"
 #include "SYCommunication/HttpOptions.hpp"
 #include "UserInterface/AsyncTaskDialogExecutingImplementation.hpp"
+#include "WindowLanguage.hpp"
 
 #include <QApplication>
 #include <QCommandLineParser>

@@ -1,4 +1,4 @@
-#include "Member.hpp"
+#include "SimulatedMember.hpp"
 
 namespace Load {
 

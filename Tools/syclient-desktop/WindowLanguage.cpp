@@ -1,4 +1,4 @@
-#include "Language.hpp"
+#include "WindowLanguage.hpp"
 
 #include "OVRoot/Language.hpp"
 #include "UserSettings.hpp"
