@@ -8,6 +8,7 @@
 #include "JoinedProject.hpp"
 #include "OVRoot/Clock.hpp"
 #include "OVRoot/ExceptionText.hpp"
+#include "OVRoot/Logger.hpp"
 #include "OVRoot/Thread.hpp"
 #include "ReadProjectConnection.hpp"
 #include "RegisteredProjects.hpp"

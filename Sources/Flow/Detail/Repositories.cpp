@@ -2,6 +2,7 @@
 
 #include "Flow/Detail/QuickClient.hpp"
 #include "OVRoot/ExceptionText.hpp"
+#include "OVRoot/Logger.hpp"
 #include "OVRoot/Thread.hpp"
 
 namespace SYC {
