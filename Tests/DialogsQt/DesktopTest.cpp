@@ -284,6 +284,17 @@ TEST_F(DesktopTest, FailuresAreToldAndCanBeTriedAgain)
         << refused.toStdString();
     Choose("Harbour Bridge");
     ASSERT_TRUE(Wait([&] { return Text("state") == "Online"; }));
+    // A session that ended elsewhere is begun anew, when the user wants it.
+    window.reset();
+    EditStore(server.StorePath(), "DELETE FROM sessions");
+    MakeWindow();
+    user.Then([] {
+        QtUser::Window().findChild<QLineEdit*>("password")->setText(ServerProcess::Password);
+        QTest::keyClick(&QtUser::Window(), Qt::Key_Return);
+    });
+    user.Then([] { QtUser::PressText("New Session"); });
+    Choose("Harbour Bridge");
+    ASSERT_TRUE(Wait([&] { return Text("state") == "Online"; })) << Text("problem").toStdString();
     window->close();
     server.Terminate();
     MakeWindow();

@@ -8,6 +8,7 @@
 #include <QCloseEvent>
 #include <QComboBox>
 #include <QCompleter>
+#include <QDir>
 #include <QFile>
 #include <QFormLayout>
 #include <QJsonDocument>
@@ -20,6 +21,7 @@
 #include <QPushButton>
 #include <QSaveFile>
 #include <QStringListModel>
+#include <QUuid>
 
 using SYC::Importance;
 using SYC::MailAnswer;
@@ -38,6 +40,11 @@ QString AddressOf(const SYC::ProjectMembers& members, const OV::UniString& login
     return members.GetFullNameFromLoginName(login, name) && name != login
                ? ToQt(name) + " <" + ToQt(login) + ">"
                : ToQt(login);
+}
+
+QString FolderOf(const ProjectSession& session)
+{
+    return ToQt(session.GetManager()->FindCache()->GetCacheFolderLocation().ToPath());
 }
 
 QString TitleOf(const ComposeWindow::Task& task)
@@ -126,7 +133,8 @@ ComposeWindow::ComposeWindow(ProjectSession& session, Task task, QWidget* parent
             text_->setPlaceholderText(tr("The forwarded text follows yours."));
         }
     }
-    startText_ = text_->toPlainText();
+    draftFile_ =
+        FolderOf(session_) + "/Draft-" + QUuid::createUuid().toString(QUuid::Id128) + ".json";
 
     auto* completer = new QCompleter(new QStringListModel(this), this);
     completer->setWidget(to_);
@@ -249,7 +257,7 @@ void ComposeWindow::Send()
 
 bool ComposeWindow::IsTyped() const
 {
-    return !isDone_ && text_->toPlainText() != startText_;
+    return !isDone_ && !text_->toPlainText().isEmpty();
 }
 
 bool ComposeWindow::MayClose()
@@ -302,20 +310,11 @@ void ComposeWindow::closeEvent(QCloseEvent* event)
     event->setAccepted(isDone_ || MayClose());
 }
 
-QString ComposeWindow::DraftFile() const
-{
-    return ToQt(session_.GetManager()
-                    ->FindCache()
-                    ->GetCacheFolderLocation()
-                    .Appended(u"Draft.json")
-                    .ToPath());
-}
-
 void ComposeWindow::KeepDraft()
 {
     if (!IsTyped())
         return;
-    QSaveFile file(DraftFile());
+    QSaveFile file(draftFile_);
     const QJsonObject draft{
         {"to", to_->text()},
         {"original", task_.original ? ToQt(task_.original->GetId()) : QString()},
@@ -334,22 +333,25 @@ void ComposeWindow::DropDraft()
 {
     draftTimer_.stop();
     isDone_ = true;
-    QFile::remove(DraftFile());
+    QFile::remove(draftFile_);
 }
 
-ComposeWindow* ComposeWindow::Restore(ProjectSession& session, QWidget* parent)
+void ComposeWindow::RestoreAll(ProjectSession& session, QWidget* parent)
 {
-    QFile file(ToQt(session.GetManager()
-                        ->FindCache()
-                        ->GetCacheFolderLocation()
-                        .Appended(u"Draft.json")
-                        .ToPath()));
+    const QDir folder(FolderOf(session));
+    for (const QString& name : folder.entryList({"Draft-*.json"}, QDir::Files, QDir::Time))
+        Restore(session, folder.filePath(name), parent);
+}
+
+void ComposeWindow::Restore(ProjectSession& session, const QString& draftFile, QWidget* parent)
+{
+    QFile file(draftFile);
     constexpr qint64 most = 4 * 1024 * 1024;
     if (!file.open(QIODevice::ReadOnly) || file.size() > most)
-        return nullptr;
+        return;
     const auto draft = QJsonDocument::fromJson(file.readAll()).object();
     if (draft["text"].toString().isEmpty())
-        return nullptr;
+        return;
     Task task;
     task.type = draft["type"].toInt() == static_cast<int>(MailType::Request) ? MailType::Request
                                                                              : MailType::Normal;
@@ -368,5 +370,6 @@ ComposeWindow* ComposeWindow::Restore(ProjectSession& session, QWidget* parent)
         window->to_->setText(draft["to"].toString());
     window->importance_->setCurrentIndex(draft["importance"].toInt());
     window->text_->setPlainText(draft["text"].toString());
-    return window;
+    window->draftFile_ = draftFile;
+    window->show();
 }

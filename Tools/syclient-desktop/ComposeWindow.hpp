@@ -30,8 +30,8 @@ public:
     ComposeWindow(ProjectSession& session, Task task, QWidget* parent);
     ~ComposeWindow() override;
 
-    /// A draft of a former run; nothing when there is none.
-    [[nodiscard]] static ComposeWindow* Restore(ProjectSession& session, QWidget* parent);
+    /// Opens the drafts of former runs.
+    static void RestoreAll(ProjectSession& session, QWidget* parent);
     /// False when the user wants to go on writing.
     [[nodiscard]] bool MayClose();
 
@@ -50,7 +50,7 @@ private:
     void Send();
     void KeepDraft();
     void DropDraft();
-    [[nodiscard]] QString DraftFile() const;
+    static void Restore(ProjectSession& session, const QString& draftFile, QWidget* parent);
     [[nodiscard]] bool IsTyped() const;
 
     ProjectSession& session_;
@@ -63,6 +63,6 @@ private:
     QPlainTextEdit* text_;
     QPushButton* send_;
     QTimer draftTimer_;
-    QString startText_;
+    QString draftFile_;
     bool isDone_ = false;
 };

@@ -12,6 +12,20 @@
 
 using SYC::CheckResult;
 
+namespace {
+
+/// Whether the cache knows of a session, which then ended elsewhere.
+bool HasSession(const SYC::ClientProjectConnectionManager& manager)
+{
+    try {
+        return !manager.GetSessionId().empty();
+    } catch (const OV::Exception&) {
+        return false;  // the cache cannot be read, as the check said
+    }
+}
+
+}  // namespace
+
 ProjectOpener::ProjectOpener(IO::Location dataFolder, OV::Executor& home, QWidget& window)
     : dataFolder_(std::move(dataFolder)), home_(home), window_(window)
 {}
@@ -105,7 +119,7 @@ void ProjectOpener::Ended(const ProjectSession::Manager& manager, CheckResult re
                 tr("Take Over"));
         opening_->takeOver ? Check() : GiveUp({});
     } else if (result == CheckResult::ProjectMismatch && !opening_->newSession &&
-               failure.kind == SYC::FailureKind::NoSession) {
+               HasSession(*manager)) {
         opening_->newSession = Ask(reason, tr("Begin a new session?"), tr("New Session"));
         opening_->newSession ? Check() : GiveUp({});
     } else if (result == CheckResult::Offline) {

@@ -23,8 +23,6 @@ public:
     /// happens while another project is being opened.
     void Open(SYC::Inner::ProjectConnectionInfo login);
     void Cancel();
-    [[nodiscard]] bool IsOpening() const noexcept { return opening_.has_value(); }
-    [[nodiscard]] OV::Executor& Worker() noexcept { return worker_; }
 
 signals:
     /// What is being done.

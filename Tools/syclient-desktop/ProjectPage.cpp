@@ -79,8 +79,7 @@ ProjectPage::ProjectPage(ProjectSession& session, OV::Executor& home, QWidget* p
     ShowCounts();
     ShowOutbox();
     ShowPage(MailPageNumber);
-    if (auto* draft = ComposeWindow::Restore(session_, mails_))
-        draft->show();
+    ComposeWindow::RestoreAll(session_, mails_);
 }
 
 ProjectPage::~ProjectPage() = default;
