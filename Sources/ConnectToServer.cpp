@@ -3,6 +3,7 @@
 #include "Flow/Detail/FlowText.hpp"
 #include "ManagementTool/SyncraInfo.hpp"
 #include "OVRoot/ExceptionText.hpp"
+#include "OVRoot/Logger.hpp"
 #include "SYClientBase/SyncraClientFactory.hpp"
 
 namespace SYC {

@@ -2,6 +2,7 @@
 #include "SYCommunication/ServerTrust.hpp"
 #include "SyncraClient/Detail/JsonRequests.hpp"
 #include "SyncraProtocol/Detail/ModelRecords.hpp"
+#include "SyncraProtocol/ErrorCode.hpp"
 
 #include <algorithm>
 #include <iterator>
