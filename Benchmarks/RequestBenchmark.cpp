@@ -1,5 +1,6 @@
 #include "BareClient.hpp"
 #include "Beside.hpp"
+#include "SYCommunication/HttpClient.hpp"
 #include "Support/TemporaryFolder.hpp"
 #include "SyncraClient/SyncraClient.hpp"
 

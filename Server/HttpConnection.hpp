@@ -274,6 +274,7 @@ private:
 struct Listener {
     tcp::acceptor acceptor;
     asio::steady_timer pause;
+    HttpServer::Audience audience;
     HttpHandler handler;
     HeadCheck check;
 };
@@ -336,13 +337,12 @@ inline asio::awaitable<void> EndSending(Shared& shared, Tls& stream)
 template <class Stream>
 class Connection {
 public:
-    Connection(Shared& shared, Stream stream, const Listener& listener)
+    Connection(Shared& shared, Stream stream, const Listener& listener, std::string address)
         : shared_(shared), stream_(std::move(stream)), handler_(listener.handler),
-          check_(listener.check)
+          check_(listener.check), address_(std::move(address))
     {
         beast::error_code ignored;
         Lowest().socket().set_option(tcp::no_delay(true), ignored);
-        address_ = Lowest().socket().remote_endpoint(ignored).address().to_string(ignored);
     }
     Connection(const Connection&) = delete;
     Connection& operator=(const Connection&) = delete;
@@ -527,7 +527,7 @@ private:
     /// Of the client: a proxy in front says whom it speaks for, last of all those named.
     [[nodiscard]] std::string Address(const Parser::value_type& message) const
     {
-        if (!shared_.limits.IsProxy(address_))
+        if (!shared_.limits.isBehindProxy || !shared_.limits.IsNamed(address_))
             return address_;
         beast::string_view named = message["X-Forwarded-For"];
         named.remove_prefix(named.rfind(',') + 1);
@@ -542,7 +542,7 @@ private:
     Stream stream_;
     const HttpHandler& handler_;
     const HeadCheck& check_;
-    std::string address_;
+    std::string address_;  ///< numeric
     bool hadRequest_ = false;
     beast::flat_buffer buffer_{MostBuffered};
 };

@@ -2,6 +2,7 @@
 #include "HttpServer.hpp"
 
 #include "HttpConnection.hpp"
+#include "ProxyHeader.hpp"
 #include "Tls.hpp"
 
 #include "OVRoot/Logger.hpp"
@@ -10,6 +11,7 @@
 #include <boost/asio/co_spawn.hpp>
 #include <boost/asio/detached.hpp>
 #include <boost/asio/executor_work_guard.hpp>
+#include <boost/asio/read.hpp>
 #include <boost/asio/signal_set.hpp>
 #include <boost/asio/steady_timer.hpp>
 
@@ -30,26 +32,77 @@ constexpr seconds LongestStop{10};
 /// What a client has begun to send when the server stops may still arrive for so long.
 constexpr seconds LateDelivery{1};
 
-template <class Stream>
-asio::awaitable<void> ServeStream(Shared& shared, Stream stream, const Listener& listener)
+asio::ip::address PeerOf(const tcp::socket& socket)
 {
-    Connection<Stream> connection(shared, std::move(stream), listener);
+    beast::error_code gone;
+    return socket.remote_endpoint(gone).address();
+}
+
+bool HasRoom(const Shared& shared, const asio::ip::address& address)
+{
+    const auto found = shared.addresses.find(AddressShare(address));
+    // Those of a proxy all have its address.
+    return shared.limits.IsProxy(address.to_string()) || found == shared.addresses.end() ||
+           found->second < shared.limits.connectionsOfAddress;
+}
+
+/// None when the proxy did not name a client.
+asio::awaitable<std::optional<asio::ip::address>> ReadClient(Shared& shared, Plain& stream)
+{
+    const Listed listed(shared.idle, stream);
+    stream.expires_after(FirstTime);
+    std::string header;
+    auto missing = MissingOfProxyHeader(header);
+    while (missing.value_or(0) > 0) {
+        const std::size_t begun = header.size();
+        header.resize(begun + *missing);
+        auto [error, size] =
+            co_await asio::async_read(stream, asio::buffer(header.data() + begun, *missing),
+                                      asio::as_tuple(asio::use_awaitable));
+        if (error)
+            co_return std::nullopt;
+        missing = MissingOfProxyHeader(header);
+    }
+    const auto client = missing ? ClientOfProxyHeader(header) : std::nullopt;
+    if (!client) {
+        OV::Logger::Warning("nexar-server",
+                            u"A connection from the proxy % does not begin with a header of the "
+                            u"PROXY protocol. Let it send one, or leave --proxy-protocol out.",
+                            {PeerOf(stream.socket()).to_string()});
+        co_return std::nullopt;
+    }
+    co_return client->empty() ? PeerOf(stream.socket()) : asio::ip::make_address(*client);
+}
+
+template <class Stream>
+asio::awaitable<void> ServeStream(Shared& shared, Stream stream, const Listener& listener,
+                                  std::string address)
+{
+    Connection<Stream> connection(shared, std::move(stream), listener, std::move(address));
     co_await connection.Serve();
 }
 
 asio::awaitable<void> ServeConnection(Shared& shared, tcp::socket socket, const Listener& listener)
 {
     try {
-        beast::error_code gone;
-        const auto peer = socket.remote_endpoint(gone).address();
-        const Place place(shared, AddressShare(peer));
+        auto address = PeerOf(socket);
+        std::optional<Place> place(std::in_place, shared, AddressShare(address));
         // Renewed meanwhile, the old certificate stays with the connections that began with it.
         const auto tls = shared.tls;
         Plain plain(std::move(socket));
+        if (listener.audience == HttpServer::Audience::Clients && shared.limits.readsProxyHeader &&
+            shared.limits.IsNamed(address.to_string())) {
+            const auto client = co_await ReadClient(shared, plain);
+            if (!client || !HasRoom(shared, *client))
+                co_return;
+            address = *client;
+            place.emplace(shared, AddressShare(address));
+        }
+        auto text = address.to_string();
         if (tls)
-            co_await ServeStream(shared, Tls(std::move(plain), *tls), listener);
+            co_await ServeStream(shared, Tls(std::move(plain), *tls), listener, std::move(text));
         else
-            co_await ServeStream(shared, std::move(plain), listener);
+            co_await ServeStream(shared, std::move(plain), listener, std::move(text));
     } catch (const std::exception&) {
         // A broken connection concerns its client only.
     }
@@ -58,20 +111,8 @@ asio::awaitable<void> ServeConnection(Shared& shared, tcp::socket socket, const 
 /// A handshake costs too much to tell those who are too many anyway: protected, it just ends.
 asio::awaitable<void> TurnAway(Shared& shared, tcp::socket socket, const Listener& listener)
 {
-    Connection<Plain> connection(shared, Plain(std::move(socket)), listener);
+    Connection<Plain> connection(shared, Plain(std::move(socket)), listener, {});
     co_await connection.TurnAway();
-}
-
-bool HasRoom(const Shared& shared, const tcp::socket& socket)
-{
-    if (shared.connections >= shared.limits.connections)
-        return false;
-    beast::error_code gone;
-    const auto peer = socket.remote_endpoint(gone).address();
-    const auto found = shared.addresses.find(AddressShare(peer));
-    // Those of a proxy all have its address.
-    return shared.limits.IsProxy(peer.to_string()) || found == shared.addresses.end() ||
-           found->second < shared.limits.connectionsOfAddress;
 }
 
 /// Something that the server waits for again and again. The wait holds the token, which goes with
@@ -111,7 +152,7 @@ void Accept(Shared& shared, Listener& listener, const Standing::Token& token)
             });
             return;
         }
-        if (HasRoom(shared, socket))
+        if (shared.connections < shared.limits.connections && HasRoom(shared, PeerOf(socket)))
             asio::co_spawn(shared.context, ServeConnection(shared, std::move(socket), listener),
                            asio::detached);
         else if (!shared.tls && shared.turnedAway < MostTurnedAway)
@@ -249,15 +290,15 @@ bool HttpServer::IsLoopback(const std::string& address)
     return asio::ip::make_address(address, error).is_loopback() && !error;
 }
 
-std::uint16_t HttpServer::Listen(const std::string& address, std::uint16_t port,
+std::uint16_t HttpServer::Listen(const std::string& address, std::uint16_t port, Audience audience,
                                  HttpHandler handler, HeadCheck check)
 {
     try {
         const tcp::endpoint place(asio::ip::make_address(address), port);
         auto& context = state_->shared.context;
         auto& listener = state_->listeners.emplace_back(
-            Listener{tcp::acceptor(context, place), asio::steady_timer(context), std::move(handler),
-                     std::move(check)});
+            Listener{tcp::acceptor(context, place), asio::steady_timer(context), audience,
+                     std::move(handler), std::move(check)});
         state_->standing.emplace_back([this, &listener](const Standing::Token& token) {
             Accept(state_->shared, listener, token);
         });

@@ -18,14 +18,21 @@ struct HttpLimits {
     std::uint32_t idleSeconds = 120;
     std::uint32_t deliverySeconds = 30;  ///< of a request, and of an answer
     std::uint32_t drainSeconds = 0;      ///< between being asked to end and ending
-    /// Connections come from a proxy, which names the address of each client.
+    /// Requests come from a proxy, which names the address of each client.
     bool isBehindProxy = false;
+    /// Connections of a proxy begin with a header that names the client (see ProxyHeader.hpp).
+    bool readsProxyHeader = false;
     /// From whose addresses such names are believed.
     std::vector<std::string> proxies = {"127.0.0.1", "::1"};
 
+    [[nodiscard]] bool IsNamed(const std::string& address) const
+    {
+        return std::find(proxies.begin(), proxies.end(), address) != proxies.end();
+    }
+    /// Whether others may stand behind it.
     [[nodiscard]] bool IsProxy(const std::string& address) const
     {
-        return isBehindProxy && std::find(proxies.begin(), proxies.end(), address) != proxies.end();
+        return (isBehindProxy || readsProxyHeader) && IsNamed(address);
     }
 };
 
@@ -44,10 +51,12 @@ public:
     /// Whether nobody but this machine reaches an address.
     [[nodiscard]] static bool IsLoopback(const std::string& address);
 
+    /// For clients, who may come through a proxy, or for whoever operates the server.
+    enum class Audience { Clients, Operators };
     /// Listens; port 0 picks a free one. Returns the port. Throws std::runtime_error naming the
     /// place.
-    std::uint16_t Listen(const std::string& address, std::uint16_t port, HttpHandler handler,
-                         HeadCheck check);
+    std::uint16_t Listen(const std::string& address, std::uint16_t port, Audience audience,
+                         HttpHandler handler, HeadCheck check);
 
     /// Runs until SIGTERM, SIGINT or Stop, then until what is under way has been answered. Before
     /// that a signal lets it drain for a while, so that a balancer sends new requests elsewhere: it

@@ -205,7 +205,7 @@ public:
             server_.UseCertificate(options.certificate, options.key);
         const auto listen = [&](Router& router, std::uint16_t port) {
             return server_.Listen(
-                options.address, port,
+                options.address, port, HttpServer::Audience::Clients,
                 [&router](HttpRequest request, const Reply& reply) {
                     router(std::move(request), reply);
                 },
@@ -254,7 +254,7 @@ private:
         if (!options.operationPort)
             return {};
         const auto port = server_.Listen(
-            options.operationAddress, *options.operationPort,
+            options.operationAddress, *options.operationPort, HttpServer::Audience::Operators,
             [this](const HttpRequest& request, const Reply& reply) {
                 operation_.Answer(request, reply);
             },

@@ -57,8 +57,12 @@ void AddProtection(CLI::App& app, Options& options)
     key->needs(certificate);
     app.add_flag("--behind-tls", options.limits.isBehindProxy,
                  "A proxy in front does TLS, and names each client in X-Forwarded-For");
+    app.add_flag("--proxy-protocol", options.limits.readsProxyHeader,
+                 "A proxy in front passes connections on unread, and names each client in a header "
+                 "of the PROXY protocol (version 1 or 2)");
     app.add_option("--proxy", options.limits.proxies,
-                   "From whose addresses X-Forwarded-For is believed, with commas between them")
+                   "The addresses of such proxies, with commas between them; nobody else may name "
+                   "a client")
         ->delimiter(',')
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
         ->option_text("ADDRESS");

@@ -2,7 +2,8 @@
 
 #include "OVRoot/Export.hpp"
 #include "OVRoot/Secret.hpp"
-#include "SYCommunication/HttpClient.hpp"
+#include "SYCommunication/CommunicationException.hpp"
+#include "SYCommunication/HttpOptions.hpp"
 #include "SyncraProtocol/EventLogPage.hpp"
 #include "SyncraProtocol/Member.hpp"
 #include "SyncraProtocol/Message.hpp"

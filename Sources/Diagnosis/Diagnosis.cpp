@@ -18,6 +18,7 @@
 #include "RegisteredProjects.hpp"
 #include "SYClient/Version.hpp"
 #include "SYClientBase/SyncraClientFactory.hpp"
+#include "SYCommunication/HttpClient.hpp"
 #include "SyncraProtocol/ProductVersion.hpp"
 
 #include <algorithm>

@@ -7,6 +7,7 @@
 #include "OVRoot/Thread.hpp"
 #include "SYClientBase/Backoff.hpp"
 #include "SYClientBase/SyncraClientFactory.hpp"
+#include "SYCommunication/HttpClient.hpp"
 #include "SYCommunication/ServerTrust.hpp"
 #include "SyncraProtocol/ErrorCode.hpp"
 

@@ -162,18 +162,41 @@ TEST_F(OperationTest, OptionsComeFromTheCommandLineTheEnvironmentAndAFileInThisO
 TEST_F(OperationTest, AProxyNamesItsClientsAndNobodyElseDoes)
 {
     ASSERT_EQ(server.Terminate(), 0);
-    for (const auto& [proxy, told] :
-         {std::pair("127.0.0.2,127.0.0.1", "192.0.2.7"), std::pair("127.0.0.2", "127.0.0.1")}) {
-        const fs::path file = folder.Path() / (std::string("audit of ") + told);
-        ServerProcess behind(folder.Path(),
-                             {"--behind-tls", "--proxy", proxy, "--audit-log", file});
+    using namespace std::string_literals;
+    const std::string signature = "\r\n\r\n\0\r\nQUIT\n"s;
+    const std::string ours = "127.0.0.2,127.0.0.1", another = "127.0.0.2", http = "--behind-tls",
+                      header = "--proxy-protocol";
+    const struct {
+        std::string option, proxies, sent, told;  ///< nothing: the connection just ends
+    } cases[] = {
+        {http, ours, "", "192.0.2.7"},
+        {http, another, "", "127.0.0.1"},
+        {header, ours, "PROXY TCP4 192.0.2.8 192.0.2.1 4000 9001\r\n", "192.0.2.8"},
+        {header, ours, "PROXY TCP6 2001:db8::8 2001:db8::1 4000 9001\r\n", "2001:db8::8"},
+        {header, ours, signature + "\x21\x11\0\x0d\xc0\0\2\x09\x7f\0\0\1\x10\0\x20\0+"s,
+         "192.0.2.9"},
+        {header, ours, signature + "\x20\0\0\0"s, "127.0.0.1"},
+        {header, ours, signature + "\x21\x11\0\2\xc0\0"s, ""},
+        {header, ours, "PROXY TCP4 2001:db8::8 192.0.2.1 4000 9001\r\n", ""},
+        {header, ours, "PROXY " + std::string(200, 'x') + "\r\n", ""},
+        {header, ours, "", ""},
+        {header, another, "", "127.0.0.1"},
+    };
+    for (const auto& [option, proxies, sent, told] : cases) {
+        const fs::path file = folder.Path() / "audit";
+        fs::remove(file);
+        ServerProcess behind(folder.Path(), {option, "--proxy", proxies, "--audit-log", file});
         RawHttp connection(behind.ModelPort());
-        (void)connection.Send("POST /syncra/v1/sign-out HTTP/1.1\r\nHost: h\r\n"
-                              "X-Forwarded-For: 198.51.100.1, 192.0.2.7\r\n"
-                              "Content-Length: 0\r\n\r\n");
-        EXPECT_EQ(connection.Read().status, 401);
+        (void)connection.Send(sent + "POST /syncra/v1/sign-out HTTP/1.1\r\nHost: h\r\n"
+                                     "X-Forwarded-For: 198.51.100.1, 192.0.2.7\r\n"
+                                     "Content-Length: 0\r\n\r\n");
+        if (told.empty())
+            EXPECT_TRUE(connection.IsClosedByServer()) << sent;
+        else
+            EXPECT_EQ(connection.Read().status, 401) << sent;
         ASSERT_EQ(behind.Terminate(), 0);
-        EXPECT_EQ(json::parse(TextOf(file)).at("address"), told);
+        if (!told.empty())
+            EXPECT_EQ(json::parse(TextOf(file)).at("address"), told) << sent;
     }
 }
 
