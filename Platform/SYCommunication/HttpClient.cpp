@@ -29,6 +29,9 @@ constexpr long MaximumIdleSeconds = 50;
 constexpr int MaximumTries = 4;
 /// How long one wait for the socket lasts at most; interruptions wake it.
 constexpr int WaitMilliseconds = 60'000;
+/// While it connects: some versions of curl, when they go on to the next address of a name, do not
+/// wait for the new socket.
+constexpr int ConnectingMilliseconds = 100;
 
 /// Whether `host` can stand in a URL without becoming another part of it.
 bool IsPlainHost(const OV::UniString& host)
@@ -292,7 +295,8 @@ std::optional<int> HttpClient::State::TimeToWait()
     if (now >= deadline.End())
         return std::nullopt;
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline.End() - now);
-    return static_cast<int>(std::min<std::int64_t>(left.count(), WaitMilliseconds));
+    const int longest = sends == 0 ? ConnectingMilliseconds : WaitMilliseconds;
+    return static_cast<int>(std::min<std::int64_t>(left.count(), longest));
 }
 
 CURLcode HttpClient::State::Drive(const std::stop_token& token)

@@ -68,10 +68,11 @@ public:
                                std::to_string(port) + "}]}";
     }
 
-    explicit ScriptedServer(Script script)
+    explicit ScriptedServer(Script script, in_addr_t place = INADDR_LOOPBACK)
         : script_(std::move(script)), listener_(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0))
     {
         sockaddr_in address = HttpSocket::Loopback(0);
+        address.sin_addr.s_addr = htonl(place);
         socklen_t length = sizeof address;
         if (bind(listener_, reinterpret_cast<sockaddr*>(&address), length) != 0 ||
             listen(listener_, 64) != 0 ||

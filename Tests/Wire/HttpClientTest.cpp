@@ -2,12 +2,16 @@
 #include "OVRoot/Thread.hpp"
 #include "SYCommunication/Detail/TransferDeadline.hpp"
 #include "Support/ScriptedServer.hpp"
+#include "Support/TemporaryFolder.hpp"
 #include "Support/Thrown.hpp"
 
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <fstream>
 #include <future>
+#include <sched.h>
+#include <sys/mount.h>
 
 using namespace Communication;
 
@@ -155,6 +159,46 @@ TEST(HttpClientTest, AnUnreachableServerIsNamedWithItsPort)
     for (const auto& told : {"127.0.0.1:" + std::to_string(freePort), std::string("GET /path")})
         EXPECT_TRUE(thrown.Tells(told)) << thrown.message;
     EXPECT_FALSE(thrown.Tells("geheim") || thrown.Tells("TOKEN")) << thrown.message;
+}
+
+TEST(HttpClientTest, OfANameWithSeveralAddressesTheNextIsTakenWhenOneIsDead)
+{
+    // The system names the first of the two first.
+    const ScriptedServer server([](auto& peer, const auto&) { peer.Answer(200, "{}"); },
+                                INADDR_LOOPBACK + 1);
+    const TemporaryFolder folder;
+    const auto hosts = folder.Path() / "hosts";
+    std::ofstream(hosts) << "127.0.0.1 two\n127.0.0.2 two\n";
+    const auto ask = [&] {
+        HttpOptions options;
+        options.connectTimeoutMilliseconds = 2'000;
+        options.allowPlainHttp = true;
+        HttpClient client(ServerAddress{u"two", server.Port(), false}, options);
+        return Outcome(client);
+    };
+    std::string whenRefused, whenSilent;
+    // The names of a thread of its own: nobody else sees them.
+    std::thread([&] {
+        if (unshare(CLONE_NEWNS) != 0 ||
+            mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
+            mount(hosts.c_str(), "/etc/hosts", nullptr, MS_BIND, nullptr) != 0)
+            return;
+        whenRefused = ask();
+        // With the queue of who knocks full, nothing answers there, as at a dead machine.
+        const int silent = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+        const int first = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+        const HttpSocket ends[] = {HttpSocket(silent), HttpSocket(first)};
+        const sockaddr_in there = HttpSocket::Loopback(server.Port());
+        const auto* place = reinterpret_cast<const sockaddr*>(&there);
+        EXPECT_EQ(bind(silent, place, sizeof there), 0);
+        EXPECT_EQ(listen(silent, 0), 0);
+        EXPECT_EQ(connect(first, place, sizeof there), 0);
+        whenSilent = ask();
+    }).join();
+    if (whenRefused.empty())
+        GTEST_SKIP() << "this system gives nobody names of his own";
+    EXPECT_EQ(whenRefused, "200");
+    EXPECT_EQ(whenSilent, "200");
 }
 
 TEST(HttpClientTest, AHostThatWouldBecomeAnotherPartOfTheUrlIsRefused)
