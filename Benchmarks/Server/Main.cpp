@@ -3,13 +3,13 @@
 
 #include "Scenarios.hpp"
 
+#include "OVRoot/System.hpp"
 #include "Support/TemporaryFolder.hpp"
 
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <iostream>
-#include <sys/resource.h>
 
 namespace {
 
@@ -83,14 +83,6 @@ void Compare(const Scenario& scenario, const std::vector<const Program*>& progra
     std::cout << std::flush;
 }
 
-void TakeAllDescriptors()
-{
-    rlimit descriptors{};
-    getrlimit(RLIMIT_NOFILE, &descriptors);
-    descriptors.rlim_cur = descriptors.rlim_max;
-    setrlimit(RLIMIT_NOFILE, &descriptors);
-}
-
 }  // namespace
 
 int main(int argc, char** argv)
@@ -101,7 +93,7 @@ int main(int argc, char** argv)
         return 2;
     }
     try {
-        TakeAllDescriptors();
+        (void)OV::System::RaiseDescriptorLimit();
         const TemporaryFolder folder;
         const Program older(argv[1]), newer(argv[2]);
         const std::vector<std::string> chosen(argv + std::min(argc, 4), argv + argc);

@@ -2,10 +2,11 @@
 // that was answered arrived once and was heard of.
 #include "SimulatedMember.hpp"
 
+#include "OVRoot/System.hpp"
+
 #include <CLI/CLI.hpp>
 
 #include <iostream>
-#include <sys/resource.h>
 
 namespace {
 
@@ -210,14 +211,6 @@ private:
     std::int64_t lost_ = 0, doubled_ = 0, unheard_ = 0;
 };
 
-void TakeAllDescriptors()
-{
-    rlimit descriptors{};
-    getrlimit(RLIMIT_NOFILE, &descriptors);
-    descriptors.rlim_cur = descriptors.rlim_max;
-    setrlimit(RLIMIT_NOFILE, &descriptors);
-}
-
 }  // namespace
 
 int main(int argc, char** argv)
@@ -245,7 +238,7 @@ int main(int argc, char** argv)
     app.add_flag("--json", settings.writesJson, "Write the report as JSON");
     CLI11_PARSE(app, argc, argv);
     try {
-        TakeAllDescriptors();
+        (void)OV::System::RaiseDescriptorLimit();
         return Run(settings).Go();
     } catch (const std::exception& error) {
         std::cerr << "nexar-load: " << error.what() << '\n';
