@@ -103,7 +103,7 @@ Figures UnfinishedBodies(const Stage& stage)
         text.replace(text.find("Length: 0"), 9, "Length: " + std::to_string(promised));
         text += body;
         for (int i = 0; i < 24; ++i) {
-            const bool isOpen = co_await links.emnowback(context).Open({server.Port()});
+            const bool isOpen = co_await links.emplace_back(context).Open({server.Port()});
             if (isOpen)
                 co_await links.back().Send(text);
         }
@@ -220,11 +220,21 @@ Figures EverybodyAtOnce(const Stage& stage)
 // ---- rates
 // ---------------------------------------------------------------------------------------
 
-Task<> AskUntil(Link& link, const std::string& text, Clock::time_point end, Latencies& latencies)
+/// Signed in once for each connection, as clients are.
+struct SignedIn {
+    explicit SignedIn(asio::io_context& context) : link(context) {}
+    Link link;
+    std::string token;
+    int asked = 0;
+};
+using MakeText = std::function<std::string(const std::string& token, int number)>;
+
+Task<> AskUntil(SignedIn& client, const MakeText& make, Clock::time_point end, Latencies& latencies)
 {
     while (Clock::now() < end) {
+        const auto text = make(client.token, ++client.asked);
         const auto begin = Clock::now();
-        const auto answer = co_await link.Ask(text);
+        const auto answer = co_await client.link.Ask(text);
         if (answer.status != 200)
             co_return;
         latencies.Add(1000 * SecondsSince(begin));
@@ -233,11 +243,17 @@ Task<> AskUntil(Link& link, const std::string& text, Clock::time_point end, Late
 
 Figures RateOf(const Stage& stage, bool isProtected, const std::vector<std::string>& certificate)
 {
-    const std::vector<std::pair<std::string, std::string>> requests = {
-        {"membership", ProjectPath + "/membership"},
-        {"project list", "/syncra/v1/projects"},
-        {"new mails", ProjectPath + "/mails?since=1900000000"},
-        {"own session", ProjectPath + "/sessions"}};
+    const auto get = [](std::string path) -> MakeText {
+        return [path](const std::string& token, int) { return RequestText("GET", path, token); };
+    };
+    const std::vector<std::pair<std::string, MakeText>> requests = {
+        {"membership", get(ProjectPath + "/membership")},
+        {"project list", get("/syncra/v1/projects")},
+        {"new mails", get(ProjectPath + "/mails?since=1900000000")},
+        {"own session", get(ProjectPath + "/sessions")},
+        {"a mail", [](const std::string& token, int number) {
+             return MailText(token, token.substr(token.size() - 12) + std::to_string(number));
+         }}};
     Figures figures;
     for (const auto& request : requests)
         for (const char* what : {", requests/s", ", 99 of 100, ms"})
@@ -248,17 +264,19 @@ Figures RateOf(const Stage& stage, bool isProtected, const std::vector<std::stri
                           isProtected ? certificate : std::vector<std::string>());
     Run([&](asio::io_context& context) -> Task<> {
         constexpr int clients = 32;
-        std::list<Link> links;
-        for (int i = 0; i < clients; ++i)
-            co_await links.emnowback(context).Open({server.Port(), isProtected});
-        const auto token = co_await Token(links.front(), "anna.novak");
+        std::list<SignedIn> signedIn;
+        for (int i = 0; i < clients; ++i) {
+            auto& client = signedIn.emplace_back(context);
+            co_await client.link.Open({server.Port(), isProtected});
+            client.token = co_await Token(client.link, "anna.novak");
+        }
         for (std::size_t which = 0; which < requests.size(); ++which) {
-            const auto text = RequestText("GET", requests[which].second, token);
             Latencies latencies;
             const auto begin = Clock::now();
             int open = clients;
-            for (auto& link : links)
-                asio::co_spawn(context, AskUntil(link, text, begin + 1500ms, latencies),
+            for (auto& client : signedIn)
+                asio::co_spawn(context,
+                               AskUntil(client, requests[which].second, begin + 1500ms, latencies),
                                [&open](const std::exception_ptr&) { --open; });
             while (open > 0)
                 co_await Pause(context, 1ms);
@@ -293,7 +311,7 @@ Figures HeldRequests(const Stage& stage, int count, bool isProtected,
         return figures;
     for (const char* limit :
          {"--connections=12000", "--connections-per-address=12000", "--requests-per-user=12000"})
-        options.emnowback(limit);
+        options.emplace_back(limit);
     MeasuredServer server(stage.program, stage.store, options);
     const Place place{server.Port(), isProtected};
     Run([&](asio::io_context& context) -> Task<> {
@@ -311,7 +329,7 @@ Figures HeldRequests(const Stage& stage, int count, bool isProtected,
         std::list<Link> links;
         int heard = 0, open = 0;
         for (int i = 0; i < count; ++i) {
-            const bool isTaken = co_await links.emnowback(context).Open(place);
+            const bool isTaken = co_await links.emplace_back(context).Open(place);
             if (isTaken)
                 asio::co_spawn(context, Hear(links.back(), text, heard),
                                [&open](const std::exception_ptr&) { --open; });

@@ -40,12 +40,7 @@ Task<> PostMails(asio::io_context& context, Place place, int number, const Ends&
     const auto token = co_await Token(link, "marco.rossi");
     for (int mail = 0; !ends; ++mail) {
         const auto key = std::to_string(number) + "-" + std::to_string(mail);
-        const auto text = RequestText(
-            "POST", ProjectPath + "/mails", token,
-            R"({"key":")" + key +
-                R"(","recipients":["lena.fischer"],"message":{"mailId":"","read":false,)"
-                R"("copy":false,"historical":false,"timeStamp":0,"header":{"Version":"1"},)"
-                R"("body":"AAAA"}})");
+        const auto text = MailText(token, key);
         co_await link.Ask(text);
     }
 }

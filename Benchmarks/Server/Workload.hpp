@@ -105,6 +105,16 @@ inline Task<std::string> Token(Link& link, std::string user)
     co_return TextOf(answer.body, "token");
 }
 
+/// Sends a mail to lena.fischer, once for each key of the token's user.
+inline std::string MailText(const std::string& token, const std::string& key)
+{
+    return RequestText("POST", ProjectPath + "/mails", token,
+                       R"({"key":")" + key +
+                           R"(","recipients":["lena.fischer"],"message":{"mailId":"","read":false,)"
+                           R"("copy":false,"historical":false,"timeStamp":0,)"
+                           R"("header":{"Version":"1"},"body":"AAAA"}})");
+}
+
 /// Asks at fixed times, and counts from these: a request that had to wait for the one before it is
 /// late, too.
 inline Task<> Probe(asio::io_context& context, Place place, std::string path, Clock::duration time,

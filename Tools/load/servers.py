@@ -16,6 +16,7 @@ ROOT = pathlib.Path(__file__).resolve().parents[2]
 POSTGRES = pathlib.Path("/usr/lib/postgresql/15/bin")
 FIRST_PORT = 25000
 SERVICES = ("model", "management", "messaging")
+WITH_PARENT = ("setpriv", "--pdeathsig=KILL")
 
 
 def wait_until(condition, what, seconds=30, log=None):
@@ -98,7 +99,7 @@ class Servers:
         command = [self.program, "--store", self.store, "--listen", "127.0.0.1", *ports,
                    f"--operation-port={self.operation_port(number)}", *self.options, *more]
         with open(self.folder / f"server-{number}.log", "ab") as log:
-            self.processes[number] = subprocess.Popen(command, stdout=log, stderr=log)
+            self.processes[number] = subprocess.Popen([*WITH_PARENT, *command], stdout=log, stderr=log)
         wait_until(lambda: self.health(number) is not None, f"The start of server {number}")
 
     def health(self, number):
@@ -155,7 +156,7 @@ class Balancer:
         assert "192." not in text, "no address beyond this machine"
         self.configuration.write_text(text)
         with open(folder / "haproxy.log", "ab") as log:
-            self.process = subprocess.Popen(["haproxy", "-W", "-db", "-f", self.configuration], stdout=log, stderr=log)
+            self.process = subprocess.Popen([*WITH_PARENT, "haproxy", "-W", "-db", "-f", self.configuration], stdout=log, stderr=log)
         wait_until(lambda: text_of(f"http://127.0.0.1:{self.model}/syncra/version") is not None, "The balancer's first answer",
                    log=folder / "haproxy.log")
 

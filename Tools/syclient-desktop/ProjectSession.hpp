@@ -10,6 +10,7 @@
 #include <QTimer>
 
 #include <memory>
+#include <stop_token>
 
 /// A project that is open in this process: its members, its mails, and how it stands with the
 /// server. For the main thread.
