@@ -264,11 +264,13 @@ Figures RateOf(const Stage& stage, bool isProtected, const std::vector<std::stri
                           isProtected ? certificate : std::vector<std::string>());
     Run([&](asio::io_context& context) -> Task<> {
         constexpr int clients = 32;
+        const Place place{server.Port(), isProtected};
         std::list<SignedIn> signedIn;
         for (int i = 0; i < clients; ++i) {
             auto& client = signedIn.emplace_back(context);
-            co_await client.link.Open({server.Port(), isProtected});
-            client.token = co_await Token(client.link, "anna.novak");
+            co_await client.link.Open(place);
+            const auto token = co_await Token(client.link, "anna.novak");
+            client.token = token;
         }
         for (std::size_t which = 0; which < requests.size(); ++which) {
             Latencies latencies;

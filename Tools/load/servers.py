@@ -61,7 +61,7 @@ class Database:
 
     def start(self):
         command = [POSTGRES / "postgres", "-D", self.folder / "data", "-k", self.folder, "-c", "listen_addresses=",
-                   "-c", "max_connections=200"]
+                   "-c", "max_connections=200", "-c", "dynamic_shared_memory_type=mmap"]
         with open(self.folder / "postgres.log", "ab") as log:
             self.process = subprocess.Popen(
                 ["setpriv", "--reuid=postgres", "--regid=postgres", "--clear-groups", "--pdeathsig=KILL", *command],
