@@ -36,6 +36,12 @@ def text_of(url):
         return None
 
 
+def processor_seconds(identifier):
+    """Of a process with those that it started and that have ended."""
+    fields = pathlib.Path(f"/proc/{identifier}/stat").read_text().rsplit(")", 1)[1].split()
+    return sum(int(field) for field in fields[11:15]) / os.sysconf("SC_CLK_TCK")
+
+
 def end(process, how):
     if process.poll() is None:
         process.send_signal(how)
@@ -72,6 +78,10 @@ class Database:
     def restart(self):
         end(self.process, signal.SIGINT)
         self.start()
+
+    def processor_seconds(self):
+        children = pathlib.Path(f"/proc/{self.process.pid}/task/{self.process.pid}/children").read_text().split()
+        return sum(processor_seconds(identifier) for identifier in [self.process.pid, *children])
 
     def ask(self, statement):
         """The rows, as lists of texts."""
@@ -119,8 +129,7 @@ class Servers:
         return int(re.search(r"VmRSS:\s+(\d+)", text)[1]) / 1024
 
     def processor_seconds(self, number):
-        fields = pathlib.Path(f"/proc/{self.processes[number].pid}/stat").read_text().rsplit(")", 1)[1].split()
-        return (int(fields[11]) + int(fields[12])) / os.sysconf("SC_CLK_TCK")
+        return processor_seconds(self.processes[number].pid)
 
     def kill(self, number):
         end(self.processes.pop(number), signal.SIGKILL)
