@@ -21,12 +21,17 @@ using OV::OBinaryChannelUtilities::WriteUniStringAsUTF8;
 /// Writes the form that mails have in files.
 class DiskWriter : public OV::FieldWriter {
 public:
-    using FieldWriter::FieldWriter;
+    /// `instead` of the mail's own actions, unless it is null.
+    explicit DiskWriter(OV::OChannel& channel, const MailFields::CarriedActions* instead = nullptr)
+        : FieldWriter(channel), instead_(instead)
+    {}
 
     using FieldWriter::operator();
+    void operator()(const MailFields::Flag& flag) { (*this)(static_cast<bool>(flag)); }
     void operator()(const ClientMail::NameList& names) { Elements(names, OV::TransferFields); }
-    void operator()(const MailFields::CarriedActions& actions)
+    void operator()(const MailFields::CarriedActions& own)
     {
+        const auto& actions = instead_ == nullptr ? own : *instead_;
         (*this)(MailActions::Count(actions));
         Then([&](OV::OChannel& channel) { return MailActions::Write(actions, channel); });
     }
@@ -36,6 +41,9 @@ public:
         (*this)(field);
     }
     void Trailing(const OV::UniString& text) { (*this)(text); }
+
+private:
+    const MailFields::CarriedActions* const instead_;
 };
 
 class CompactWriter {
@@ -88,6 +96,7 @@ public:
             throw OV::ChannelException("The mail record ends before its data.");
         flag = channel_.ReadBool();
     }
+    void operator()(MailFields::Flag& flag) { flag = ReadFlag(); }
     void operator()(std::int32_t& number) { number = channel_.ReadInt(); }
     void operator()(Importance& value) { value = ImportanceFromNumber(channel_.ReadInt()); }
     void operator()(MailType& value) { value = MailTypeFromNumber(channel_.ReadInt()); }
@@ -265,8 +274,17 @@ OV::ChannelStatus ClientMail::Read(OV::IChannel& channel)
 
 OV::ChannelStatus ClientMail::Write(OV::OChannel& channel) const
 {
+    return WriteWith(actions_, channel);
+}
+
+OV::ChannelStatus ClientMail::WriteWith(const CarriedActions& actions, OV::OChannel& channel) const
+{
     const OV::FieldWriter frame(channel, ClassInformation);
-    return frame.IsGood() ? WriteVersion1(channel) : frame.Status();
+    if (!frame.IsGood())
+        return frame.Status();
+    DiskWriter stream(channel, &actions);
+    MailFields::Transfer(*this, stream);
+    return stream.Status();
 }
 
 OV::ChannelStatus ClientMail::ReadVersion1(OV::IChannel& channel)

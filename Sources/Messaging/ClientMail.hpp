@@ -7,13 +7,16 @@
 #include "OVRoot/FieldStream.hpp"
 #include "SyncraProtocol/Message.hpp"
 
+#include <atomic>
 #include <memory>
 
 namespace SYC {
 
 /// One message between members of a shared project: a note, a request for ownership, or the answer
 /// to one. A value type, except that copies share the action list. Times are in seconds since
-/// 1970-01-01 UTC. Docs/Formats.md shows the encodings byte by byte.
+/// 1970-01-01 UTC. Docs/Formats.md shows the encodings byte by byte. One thread at a time; of a
+/// mail in a list, whose texts do not change any more, others may read the texts and the marks
+/// meanwhile.
 class SYC_API ClientMail {
 public:
     using NameList = OV::Array<OV::UniString>;
@@ -135,6 +138,23 @@ public:
 private:
     friend struct MailActions;
     friend struct MailFields;
+    friend class MailSnapshot;
+
+    /// A mark, which is set on the mail's own thread and read on any.
+    class Flag {
+    public:
+        Flag(bool value = false) noexcept : value_(value) {}
+        Flag(const Flag& other) noexcept : value_(static_cast<bool>(other)) {}
+        Flag& operator=(const Flag& other) noexcept
+        {
+            value_.store(other, std::memory_order_relaxed);
+            return *this;
+        }
+        operator bool() const noexcept { return value_.load(std::memory_order_relaxed); }
+
+    private:
+        std::atomic<bool> value_;
+    };
 
     /// So many actions in the form of the files.
     struct UnknownActions {
@@ -149,6 +169,10 @@ private:
         std::shared_ptr<const UnknownActions> unknown;  ///< then `known` is empty
     };
 
+    /// The form of the files, with other actions than those of the mail.
+    [[nodiscard]] OV::ChannelStatus WriteWith(const CarriedActions& actions,
+                                              OV::OChannel& channel) const;
+
     /// The sender's copy is history at once, for nothing is left to do with it; only the copy of a
     /// request waits for its answer. Returns whether the mail is such a copy.
     bool MarkDoneCopyHistorical() noexcept;
@@ -159,7 +183,7 @@ private:
     OV::UniString parentMailId_;
     Importance importance_ = Importance::Low;
     MailType type_ = MailType::None;
-    bool read_ = false;
+    Flag read_;
     OV::UniString sender_;
     OV::UniString senderFullName_;
     NameList recipientsLoginName_;
@@ -169,9 +193,9 @@ private:
     OV::UniString bodyText_;
     CarriedActions actions_;
     bool copy_ = false;
-    bool out_ = false;
-    bool historical_ = false;
-    bool modify_ = false;
+    Flag out_;
+    Flag historical_;
+    Flag modify_;
 };
 
 }  // namespace SYC

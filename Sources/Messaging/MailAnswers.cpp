@@ -2,8 +2,6 @@
 #include "Messaging/Detail/OpenedProject.hpp"
 #include "Messaging/MailAnswer.hpp"
 #include "Messaging/MailClient.hpp"
-#include "OVRoot/ExceptionText.hpp"
-#include "OVRoot/Logger.hpp"
 #include "OVRoot/Resources.hpp"
 
 /// Mails that the mail client makes of others.
@@ -63,15 +61,9 @@ ClientMail MailClient::Answer(ClientMail& original, MailAnswer answer, MailConte
     ClientMail mail = MakeMail(TypeOf(answer), std::move(content));
     mail.SetParentMailId(original.GetId());
     SendMail(GetAnswerRecipients(original), mail, observer);
-    // The answer is on its way, whatever the disk says to the marks.
-    try {
-        SetMailReadMessage(original);
-        if (answer != MailAnswer::Reply)
-            SetMailHistoricalMessage(original);
-    } catch (...) {
-        OV::LogCurrentException(OV::Logger::Library, u"The marks of % could not be written: %",
-                                original.GetId());
-    }
+    SetMailReadMessage(original);
+    if (answer != MailAnswer::Reply)
+        SetMailHistoricalMessage(original);
     TellListChanged();
     return mail;
 }

@@ -1,10 +1,12 @@
 #include "Messaging/MailBox.hpp"
 
-#include "IO/ExclusiveFile.hpp"
+#include "Messaging/Detail/MailBoxFile.hpp"
+#include "OVRoot/Condition.hpp"
 #include "OVRoot/ExceptionText.hpp"
 #include "OVRoot/Logger.hpp"
 
 #include <algorithm>
+#include <atomic>
 #include <unordered_set>
 
 namespace SYC {
@@ -21,8 +23,7 @@ constexpr int MaximumUnsavedMarks = 5;
 /// A mail of the box. What may change is no part of its identity.
 struct Entry {
     OV::Ref<ClientMail> mail;
-    mutable std::chrono::steady_clock::time_point arrival = {};
-    mutable bool isInFile = false;  ///< as it was last read or written here
+    std::chrono::steady_clock::time_point arrival = {};
 };
 
 /// Mails are looked up by their own id; a table of ids beside them would cost memory twice.
@@ -61,25 +62,58 @@ struct MailBox::Index {
     }
 };
 
+/// Whoever claims it first runs it: the background, or the box that cannot wait for that.
+struct MailBox::Work {
+    // What is asked.
+    std::shared_ptr<MailBoxFile> file;
+    std::optional<MailSnapshot> mails;  ///< to be written; nothing to follow others
+    OV::HashSet<OV::UniString> cleared;
+    int marks = 0;
+    // What comes of it.
+    bool isWritten = false;
+    std::optional<MailNews> news;
+    std::exception_ptr failure;
+    Clock::duration cost{};
+
+    void Run() noexcept
+    {
+        if (isClaimed_.exchange(true))
+            return;
+        const auto start = Clock::now();
+        try {
+            if (mails)
+                // They are merged on the box's own thread, which then asks again.
+                isWritten = file->Write(*mails, [this](MailNews theirs) {
+                    news = std::move(theirs);
+                    return nullptr;
+                });
+            else
+                news = file->Follow();
+        } catch (...) {
+            failure = std::current_exception();
+        }
+        cost = Clock::now() - start;
+        done_.Notify();
+    }
+    void Await()
+    {
+        Run();
+        done_.Wait();
+    }
+
+private:
+    std::atomic<bool> isClaimed_ = false;
+    OV::Condition done_;
+};
+
 MailBox::MailBox(const IO::Location& folder)
-    : file_(folder.Appended(MailFile::MailsName)),
-      lockFile_(folder.Appended(OV::UniString(MailFile::MailsName) + u".lock")),
+    : file_(std::make_shared<MailBoxFile>(folder)), mails_(*file_->Open()),
       index_(std::make_unique<Index>())
 {
-    OV::UniString notice;
-    {
-        const auto hold = IO::ExclusiveFile::Open(lockFile_);
-        MailFile::Content content = MailFile::ReadKeepingDamage(file_);
-        stamp_ = content.stamp;
-        mails_ = std::move(content.mails);
-        unknown_ = std::move(content.unknown);
-        notice = std::move(content.notice);
-    }
-    MailFile::LogNotice(notice);
     // All of them stay in the list, also those that share an id.
     index_->entries.reserve(mails_.size());
     for (const auto& mail : mails_)
-        index_->entries.insert({mail, {}, true});
+        index_->entries.insert({mail});
 }
 
 MailBox::~MailBox() = default;
@@ -110,7 +144,7 @@ bool MailBox::Add(const OV::Ref<ClientMail>& mail)
 {
     if (index_->deleted.contains(mail->GetId()) ||
         index_->deletedByOthers.contains(mail->GetId()) ||
-        !index_->entries.insert({mail, Clock::now(), false}).second)
+        !index_->entries.insert({mail, Clock::now()}).second)
         return false;
     mails_.push_back(mail);
     changes_.added.push_back(mail);
@@ -122,12 +156,14 @@ bool MailBox::Add(const OV::Ref<ClientMail>& mail)
 template <class Chosen>
 std::size_t MailBox::RemoveFromList(Chosen isChosen)
 {
-    return std::erase_if(mails_, [&](const auto& mail) {
+    const auto count = std::erase_if(mails_, [&](const auto& mail) {
         const bool isGone = isChosen(mail);
         if (isGone)
             changes_.removed.push_back(mail);
         return isGone;
     });
+    removed_ += count;
+    return count;
 }
 
 bool MailBox::Remove(const OV::PagedArray<OV::UniString>& ids)
@@ -160,33 +196,26 @@ void MailBox::Clear()
 // What others wrote
 
 /// Nothing of theirs is lost by the next write of this box, and nothing of this box by theirs.
-void MailBox::TakeOver(MailFile::Content content)
+void MailBox::TakeOver(const MailNews& news)
 {
-    for (const auto& mail : content.mails)
+    for (const auto& mail : news.mails)
         TakeOverMail(mail);
-    // Of a file that cannot be read to its end, nobody can say what is missing.
-    if (content.outcome == MailFile::Outcome::Complete && content.unknown.count == 0)
-        RemoveWhatOthersDeleted(content.mails);
-    if (content.outcome != MailFile::Outcome::Absent)
-        unknown_ = std::move(content.unknown);
-    stamp_ = content.stamp;
+    RemoveWhatOthersDeleted(news.deleted);
 }
 
 void MailBox::TakeOverMail(const OV::Ref<ClientMail>& theirs)
 {
     const auto& id = theirs->GetId();
-    // One without an id cannot be told from another; all processes read such ones from the file.
-    if (id.empty() || index_->deleted.contains(id) || index_->cleared.contains(id))
+    if (index_->deleted.contains(id) || index_->cleared.contains(id))
         return;
     const auto* ours = index_->Find(id);
     if (ours == nullptr) {
-        index_->entries.insert({theirs, Clock::now(), true});
+        index_->entries.insert({theirs, Clock::now()});
         Insert(theirs);
         arrivals_.push_back(theirs);
         hasNews_ = true;
         return;
     }
-    ours->isInFile = true;
     if ((theirs->IsRead() && !ours->mail->IsRead()) ||
         (theirs->IsHistorical() && !ours->mail->IsHistorical())) {
         changes_.marked.push_back(ours->mail);
@@ -211,17 +240,13 @@ void MailBox::Insert(const OV::Ref<ClientMail>& mail)
     changes_.added.push_back(mail);
 }
 
-void MailBox::RemoveWhatOthersDeleted(const MailList& theirs)
+void MailBox::RemoveWhatOthersDeleted(const OV::Array<OV::UniString>& ids)
 {
-    std::unordered_set<OV::UniStringView> still;
-    still.reserve(theirs.size());
-    for (const auto& mail : theirs)
-        still.insert(mail->GetId());
     auto& deleted = index_->deletedByOthers;
     const auto before = deleted.size();
-    for (const Entry& entry : index_->entries)
-        if (entry.isInFile && !entry.mail->GetId().empty() && !still.contains(entry.mail->GetId()))
-            deleted.insert(entry.mail->GetId());
+    for (const auto& id : ids)
+        if (index_->Find(id) != nullptr)
+            deleted.insert(id);
     if (deleted.size() == before)
         return;
     const auto isDeleted = [&](const auto& mail) { return deleted.contains(mail->GetId()); };
@@ -231,34 +256,129 @@ void MailBox::RemoveWhatOthersDeleted(const MailList& theirs)
     hasNews_ = true;
 }
 
-// Writing
+// The file
+
+void MailBox::SetBackground(Background background, Ended ended)
+{
+    background_ = std::move(background);
+    ended_ = std::move(ended);
+}
+
+bool MailBox::IsFileBehind() const noexcept
+{
+    return isChanged_ || (work_ && work_->mails);
+}
+
+/// Ends what is under way, on this thread if need be. Whether the file was written with it.
+bool MailBox::Settle()
+{
+    bool isWritten = false;
+    while (work_) {
+        const auto work = work_;
+        work->Await();
+        End(work);
+        isWritten = work->isWritten;
+    }
+    return isWritten;
+}
+
+/// Begins what was asked for while something else was under way.
+void MailBox::GoOn() noexcept
+{
+    if (!work_ && std::exchange(isWriteWanted_, false))
+        Start(true);
+}
 
 void MailBox::Write()
 {
+    if (Settle() && !isChanged_)
+        return;
     const auto start = Clock::now();
-    OV::UniString notice;
-    {
-        const auto hold = IO::ExclusiveFile::Open(lockFile_);
-        if (IO::File::GetChangeStamp(file_) != stamp_) {
-            MailFile::Content content = MailFile::ReadKeepingDamage(file_);
-            notice = std::move(content.notice);
-            TakeOver(std::move(content));
-        }
-        stamp_ = MailFile::Write(file_, mails_, unknown_);
-    }
-    for (const Entry& entry : index_->entries)
-        entry.isInFile = true;
+    std::optional<MailSnapshot> merged;
+    isChanged_ = true;
+    file_->Write(MailSnapshot(mails_), [&](const MailNews& news) {
+        TakeOver(news);
+        return &merged.emplace(mails_);
+    });
+    (void)file_->TakeRetired();
     index_->cleared.clear();
-    isChanged_ = false;
+    isChanged_ = isWriteWanted_ = false;
     unsavedMarks_ = 0;
-    NoteCost(start);
-    MailFile::LogNotice(notice);
-}
-
-void MailBox::NoteCost(Clock::time_point start) noexcept
-{
     lastWrite_ = Clock::now();
     lastWriteCost_ = lastWrite_ - start;
+}
+
+void MailBox::StartWriting() noexcept
+{
+    isChanged_ = true;
+    if (work_)
+        isWriteWanted_ = true;
+    else
+        Start(true);
+}
+
+/// Nothing may be under way.
+void MailBox::Start(bool isWriting) noexcept
+{
+    try {
+        const auto work = std::make_shared<Work>();
+        work->file = file_;
+        if (isWriting) {
+            work->mails.emplace(mails_);
+            work->cleared = index_->cleared;
+            work->marks = std::exchange(unsavedMarks_, 0);
+            isChanged_ = false;
+        }
+        work_ = work;
+        bool isTaken = false;
+        try {
+            const auto end = [this, work] {
+                End(work);
+                GoOn();
+            };
+            isTaken = background_ && background_([work] { work->Run(); }, end);
+        } catch (const std::bad_alloc&) {
+            // As if there were no thread.
+        }
+        if (isTaken)
+            return;
+        (void)Settle();
+        GoOn();
+    } catch (...) {
+        Failed(std::current_exception());
+    }
+}
+
+/// Takes over what came of the work, once.
+void MailBox::End(const std::shared_ptr<Work>& work) noexcept
+{
+    if (work != work_)
+        return;
+    work_.reset();
+    // The other thread may hold the work longer, and is not to destroy mails.
+    (void)file_->TakeRetired();
+    const bool isOpen = std::exchange(work->mails, std::nullopt) && !work->isWritten;
+    const auto news = std::exchange(work->news, std::nullopt);
+    isChanged_ = isChanged_ || isOpen;
+    unsavedMarks_ += isOpen ? work->marks : 0;
+    if (work->isWritten || news) {
+        lastWrite_ = Clock::now();
+        lastWriteCost_ = work->cost;
+    }
+    try {
+        if (work->isWritten)
+            for (const auto& id : work->cleared)
+                index_->cleared.erase(id);
+        if (news)
+            TakeOver(*news);
+    } catch (...) {
+        work->failure = std::current_exception();
+    }
+    isWriteWanted_ = isWriteWanted_ || (isOpen && !work->failure);
+    if (work->failure)
+        Failed(work->failure);
+    else if (ended_)
+        ended_(nullptr);
 }
 
 bool MailBox::IsTimeToWrite() const noexcept
@@ -273,57 +393,61 @@ void MailBox::NoteMarked(const ClientMail& mail)
         changes_.marked.push_back(entry->mail);
 }
 
-void MailBox::NoteMark()
+void MailBox::NoteMark() noexcept
 {
     isChanged_ = true;
     if (++unsavedMarks_ > MaximumUnsavedMarks)
-        Write();
+        StartWriting();
 }
 
-template <class Work>
-void MailBox::Guarded(Work work) noexcept
+void MailBox::Failed(const std::exception_ptr& failure) noexcept
 {
     try {
-        work();
+        std::rethrow_exception(failure);
     } catch (...) {
         OV::LogCurrentException(OV::Logger::Library,
                                 u"% cannot be kept in their file. The next refresh after a start "
                                 u"fetches what it lacks and takes out what was deleted. %",
                                 u"The mails");
     }
+    if (ended_)
+        ended_(failure);
 }
 
 void MailBox::WriteSoon() noexcept
 {
     isChanged_ = true;
     if (IsTimeToWrite())
-        WriteRest();
+        StartWriting();
 }
 
 void MailBox::WriteRest() noexcept
 {
-    if (isChanged_)
-        Guarded([this] { Write(); });
+    try {
+        if (Settle(); isChanged_)
+            Write();
+    } catch (...) {
+        Failed(std::current_exception());
+    }
 }
 
 void MailBox::FollowOthers() noexcept
 {
-    Guarded([this] {
-        if (IO::File::GetChangeStamp(file_) == stamp_)
-            return;
-        const auto start = Clock::now();
-        MailFile::Content content = MailFile::Read(file_);
-        // A damaged one is left to the next write, which sets it aside.
-        if (content.outcome == MailFile::Outcome::Complete)
-            TakeOver(std::move(content));
-        NoteCost(start);
-    });
+    try {
+        Settle();
+        if (const auto news = file_->Follow())
+            TakeOver(*news);
+        (void)file_->TakeRetired();
+        GoOn();
+    } catch (...) {
+        Failed(std::current_exception());
+    }
 }
 
 void MailBox::FollowOthersSoon() noexcept
 {
-    if (IsTimeToWrite())
-        FollowOthers();
+    if (IsTimeToWrite() && !work_)
+        Start(false);
 }
 
 }  // namespace SYC

@@ -1,20 +1,24 @@
 #pragma once
 
-#include "IO/File.hpp"
 #include "Messaging/MailChanges.hpp"
 #include "Messaging/MailFile.hpp"
 #include "OVRoot/Export.hpp"
 #include "OVRoot/PagedArray.hpp"
 
 #include <chrono>
+#include <exception>
+#include <functional>
 #include <memory>
 
 namespace SYC {
 
+class MailBoxFile;
+struct MailNews;
+
 /// The received and sent mails in the order received, found by id, and their file "Mails.dat".
 /// Several processes may share the file. Whoever writes it takes over what others changed since he
 /// read it: their marks, the mails that they fetched, and those that they deleted; and keeps what
-/// he cannot read. One thread at a time.
+/// he cannot read. One thread at a time; a large box is made on another one than it is used on.
 class SYC_API MailBox {
 public:
     using MailList = MailFile::MailList;
@@ -24,6 +28,16 @@ public:
     /// IO::IOException.
     explicit MailBox(const IO::Location& folder);
     ~MailBox();
+
+    /// Takes `work` to another thread; when that has run it, `end` is run on the box's own. Either
+    /// may come late or never, and what is left is done when the file is asked for next. False when
+    /// there is no thread: `work` then runs here.
+    using Background =
+        std::function<bool(std::function<void()> work, const std::function<void()>& end)>;
+    /// Told on the box's own thread when background work on the file has ended, with what failed.
+    using Ended = std::function<void(const std::exception_ptr& failure)>;
+    /// For what is written and followed soon; without it that happens at once.
+    void SetBackground(Background background, Ended ended);
 
     [[nodiscard]] const MailList& GetMails() const noexcept { return mails_; }
     /// Empty when there is none; the first when several have the id.
@@ -45,23 +59,27 @@ public:
 
     /// Tells TakeChanges of a mark. Nothing for a mail that is not of the box.
     void NoteMarked(const ClientMail& mail);
-    /// Notes that a mail was marked here alone, and writes the box with the sixth mark since it was
-    /// last written. Throws as Write does.
-    void NoteMark();
-    /// Takes over what others wrote, then writes the box whole. Throws IO::IOException; the file
-    /// then stays as it was.
+    /// Notes that a mail was marked here alone, and begins to write the box with the sixth mark
+    /// since it was last written.
+    void NoteMark() noexcept;
+    /// Takes over what others wrote, then writes the box whole, unless what it waited for just did.
+    /// Throws IO::IOException; the file then stays as it was.
     void Write();
-    /// For a change that the server knows as well: writes when that costs little of the time, and
-    /// otherwise leaves it to the next Write. A failure is logged.
+    /// Begins to write the box in the background; behind what is under way there. A failure is
+    /// logged.
+    void StartWriting() noexcept;
+    /// For a change that the server knows as well: begins to write when that costs little of the
+    /// time, and otherwise leaves it to the next time.
     void WriteSoon() noexcept;
-    /// Writes what WriteSoon left. A failure is logged.
+    /// Writes what is left before it returns. A failure is logged.
     void WriteRest() noexcept;
-    /// Takes over what others wrote; the second as seldom as WriteSoon writes. A failure is logged.
+    /// Takes over what others wrote, before it returns. A failure is logged.
     void FollowOthers() noexcept;
+    /// The same in the background, as seldom as WriteSoon writes.
     void FollowOthersSoon() noexcept;
 
-    /// Whether the list has changes that its file has not.
-    [[nodiscard]] bool IsFileBehind() const noexcept { return isChanged_; }
+    /// Whether the list has changes that its file has not, as far as is known.
+    [[nodiscard]] bool IsFileBehind() const noexcept;
 
     /// Whether something of others was taken over since this was last asked.
     [[nodiscard]] bool TakeNews() noexcept { return std::exchange(hasNews_, false); }
@@ -71,31 +89,40 @@ public:
     /// What became of the list since this was last asked, whoever did it.
     [[nodiscard]] MailChanges TakeChanges() noexcept { return std::exchange(changes_, {}); }
 
+    /// How many mails were taken out so far, by whomever.
+    [[nodiscard]] std::uint64_t CountRemoved() const noexcept { return removed_; }
+
 private:
     struct Index;
-    /// As WriteSoon and the others, which are not to throw.
-    template <class Work>
-    void Guarded(Work work) noexcept;
+    /// One reading or writing of the file.
+    struct Work;
+    void Start(bool isWriting) noexcept;
+    void End(const std::shared_ptr<Work>& work) noexcept;
+    bool Settle();
+    void GoOn() noexcept;
     [[nodiscard]] bool IsTimeToWrite() const noexcept;
-    void NoteCost(Clock::time_point start) noexcept;
-    void TakeOver(MailFile::Content content);
+    void Failed(const std::exception_ptr& failure) noexcept;
+    void TakeOver(const MailNews& news);
     void TakeOverMail(const OV::Ref<ClientMail>& theirs);
     void Insert(const OV::Ref<ClientMail>& mail);
-    void RemoveWhatOthersDeleted(const MailList& theirs);
+    void RemoveWhatOthersDeleted(const OV::Array<OV::UniString>& ids);
     template <class Chosen>
     std::size_t RemoveFromList(Chosen isChosen);
 
-    const IO::Location file_;
-    const IO::Location lockFile_;
+    /// Work that outlives the box has it as well.
+    const std::shared_ptr<MailBoxFile> file_;
     MailList mails_;
-    MailFile::UnknownRecords unknown_;
     MailList arrivals_;
     MailChanges changes_;
     std::unique_ptr<Index> index_;
-    std::optional<IO::ChangeStamp> stamp_;
+    std::uint64_t removed_ = 0;
     bool hasNews_ = false;
     bool isChanged_ = false;
     int unsavedMarks_ = 0;
+    Background background_;
+    Ended ended_;
+    std::shared_ptr<Work> work_;  ///< under way
+    bool isWriteWanted_ = false;  ///< behind it
     Clock::time_point lastWrite_;
     Clock::duration lastWriteCost_{};
 };

@@ -6,12 +6,7 @@
 #include "OVRoot/Clock.hpp"
 #include "OVRoot/Condition.hpp"
 #include "OVRoot/Guid.hpp"
-#include "OVRoot/Logger.hpp"
 #include "OVRoot/Resources.hpp"
-#include "OVRoot/Thread.hpp"
-#include "SyncraProtocol/ErrorCode.hpp"
-
-#include <algorithm>
 
 namespace SYC {
 
@@ -37,8 +32,16 @@ MailClient* MailClient::m_instance = nullptr;
 MailClient::MailClient(SYCB::PKSignalClient& signalClient,
                        SYCB::ProjectConnectionManagerInterface& manager, ProjectMembers& members,
                        const IO::Location& dataFolder, OV::Executor& executor)
+    : MailClient(signalClient, manager, members, dataFolder, executor,
+                 std::make_unique<MailBox>(dataFolder))
+{}
+
+MailClient::MailClient(SYCB::PKSignalClient& signalClient,
+                       SYCB::ProjectConnectionManagerInterface& manager, ProjectMembers& members,
+                       const IO::Location& dataFolder, OV::Executor& executor,
+                       std::unique_ptr<MailBox> box)
     : MailClientActionResultObserverOverExecutor(&executor), signalClient_(signalClient),
-      members_(members), project_(std::make_unique<OpenedProject>(manager)), box_(dataFolder),
+      members_(members), project_(std::make_unique<OpenedProject>(manager)), box_(std::move(box)),
       delivery_(std::make_unique<MailDelivery>(
           *project_, signalClient.GetPresenceService(), *this, dataFolder,
           [this](const OV::UniString& localId, const OV::UniString& serverId) {
@@ -46,12 +49,22 @@ MailClient::MailClient(SYCB::PKSignalClient& signalClient,
                   observer.MailDelivered(*this, localId, serverId);
               });
           })),
-      worker_(1, 2, MailWorkerMilliseconds), orderedWorker_(1, 1, MailWorkerMilliseconds)
+      worker_(1, 2, MailWorkerMilliseconds), orderedWorker_(1, 1, MailWorkerMilliseconds),
+      fileWorker_(1, 1, MailWorkerMilliseconds)
 {
     if (m_instance != nullptr)
         throw OV::IllegalArgumentException(
             "A mail client exists already; a process has one at a time.");
     m_instance = this;
+    box_->SetBackground(
+        [this](std::function<void()> work, const std::function<void()>& end) {
+            return fileWorker_.Execute(
+                OV::MakeTask([work = std::move(work), end, target = GetTarget()] {
+                    work();
+                    (void)target.Post(end);
+                }));
+        },
+        [this](const std::exception_ptr& failure) { FileWorkEnded(failure); });
     try {
         signalClient_.Attach(*this);
         signalClient_.GetPresenceService().Attach(*this);
@@ -74,7 +87,8 @@ MailClient::~MailClient()
     orderedWorker_.Cancel();
     worker_.AwaitTermination();
     orderedWorker_.AwaitTermination();
-    box_.WriteRest();
+    box_->SetBackground({}, {});  // nobody is told any more
+    box_->WriteRest();
 }
 
 void MailClient::DetachFromAll() noexcept
@@ -87,7 +101,7 @@ void MailClient::DetachFromAll() noexcept
 
 bool MailClient::GetMail(const OV::UniString& id, OV::Ref<ClientMail>& mail) const
 {
-    const auto found = box_.Find(id);
+    const auto found = box_->Find(id);
     if (found)
         mail = found;
     return static_cast<bool>(found);
@@ -105,7 +119,7 @@ void MailClient::SetPassword(const OV::Secret& password)
 
 void MailClient::Clear()
 {
-    box_.Clear();
+    box_->Clear();
     ++generation_;
     flagChanges_ = {};
     TellListChanged();
@@ -113,19 +127,19 @@ void MailClient::Clear()
 
 void MailClient::ReadFromDisc()
 {
-    box_.FollowOthers();
+    box_->FollowOthers();
     TellNews();
 }
 
 void MailClient::WriteToDisc()
 {
-    box_.Write();
+    box_->Write();
     TellNews();
 }
 
 void MailClient::TellChanges()
 {
-    const auto changes = box_.TakeChanges();
+    const auto changes = box_->TakeChanges();
     if (!changes.IsEmpty())
         observers_.Notify(
             [&](MailClientObserver& observer) { observer.MailsChanged(*this, changes); });
@@ -137,10 +151,19 @@ void MailClient::TellListChanged()
     observers_.Notify([this](MailClientObserver& observer) { observer.MailListChanged(*this); });
 }
 
+void MailClient::FileWorkEnded(const std::exception_ptr& failure)
+{
+    if (failure)
+        observers_.Notify([&](MailClientObserver& observer) {
+            observer.MailsNotWritten(*this, DescribeException(failure).sentence);
+        });
+    TellNews();
+}
+
 /// Of what the box took over from other processes.
 void MailClient::TellNews()
 {
-    if (box_.TakeNews())
+    if (box_->TakeNews())
         TellListChanged();
 }
 
@@ -254,10 +277,9 @@ void MailClient::_DeleteMailCompletedFromExecutor(const IdList& ids, int result)
         OV::ShowAlert(Alert::MessageDeletingError);
         return;
     }
-    if (!box_.Remove(ids))
+    if (!box_->Remove(ids))
         return;
-    box_.WriteRest();
-    (void)box_.TakeNews();
+    box_->StartWriting();
     TellListChanged();
 }
 
@@ -292,8 +314,7 @@ void MailClient::SetMails(const IdList& ids, bool flag, const Mark& mark)
             if (result != MailResult::Succeeded) {
                 OV::ShowAlert(Alert::MessageStatusSettingError);
             } else if (ApplyFlags(flags, mark)) {
-                box_.WriteSoon();
-                (void)box_.TakeNews();
+                box_->WriteSoon();
                 TellListChanged();
             }
         });
@@ -314,7 +335,7 @@ bool MailClient::SetMark(ClientMail& mail, const Mark& mark)
 {
     const bool isNew = mark.Set(mail);
     if (isNew)
-        box_.NoteMarked(mail);
+        box_->NoteMarked(mail);
     return isNew;
 }
 
@@ -324,7 +345,7 @@ bool MailClient::ApplyFlags(const FlagTable& flags, const Mark& mark)
     for (const auto& [id, flag] : flags) {
         if (!flag)
             continue;
-        if (const auto mail = box_.Find(id))
+        if (const auto mail = box_->Find(id))
             isChanged = SetMark(*mail, mark) || isChanged;
     }
     return isChanged;
@@ -345,13 +366,7 @@ void MailClient::MarkLocally(ClientMail& mail, const Mark& mark)
     if (!SetMark(mail, mark))
         return;
     mail.SetModify(true);
-    try {
-        box_.NoteMark();
-    } catch (...) {
-        TellListChanged();  // the mark stands, on the disk or not
-        throw;
-    }
-    (void)box_.TakeNews();
+    box_->NoteMark();
     TellListChanged();
 }
 
@@ -366,7 +381,7 @@ bool MailClient::SynchronizeLogOut()
     MailList modified;
     FlagTable read;
     FlagTable historical;
-    for (const auto& mail : box_.GetMails()) {
+    for (const auto& mail : box_->GetMails()) {
         if (!mail->IsModify())
             continue;
         modified.push_back(mail);
@@ -399,7 +414,8 @@ bool MailClient::SynchronizeLogOut()
     for (const auto& mail : modified)
         mail->SetModify(false);
     if (!modified.empty())
-        box_.WriteSoon();
+        box_->WriteSoon();
+    box_->WriteRest();
     TellNews();
     return true;
 }
@@ -437,10 +453,10 @@ void MailClient::_ProjectMembersChanged(ProjectMembers&)
     const auto asOf = members_.GetAsOf();
     IdList ids;
     bool isNewerListWanted = false;
-    for (const auto& mail : box_.GetMails()) {
+    for (const auto& mail : box_->GetMails()) {
         if (!IsOfFormerMember(*mail))
             continue;
-        if (asOf && box_.WasHereAt(*mail, *asOf))
+        if (asOf && box_->WasHereAt(*mail, *asOf))
             ids.push_back(mail->GetId());
         else
             isNewerListWanted = true;
@@ -456,143 +472,6 @@ bool MailClient::IsOfFormerMember(const ClientMail& mail) const
 {
     return !mail.IsCopy() && !mail.IsHistorical() && mail.GetType() != MailType::Normal &&
            !members_.IsMember(mail.GetSender());
-}
-
-// Refreshing
-
-bool MailClient::IsRefreshing() const noexcept
-{
-    return static_cast<bool>(refresh_);
-}
-
-void MailClient::RefreshMails(RefreshMailListReason::Value reason)
-{
-    if (loggedOut_ || worker_.IsShutdown())
-        return;
-    // One at a time: a second one would begin with a time that the first is about to move, and
-    // fetch the same mails again.
-    if (refresh_) {
-        isRefreshWanted_ = true;
-        return;
-    }
-    isRefreshWanted_ = false;
-    box_.BeginRefresh();
-    const auto token = refresh_.Begin();
-    const auto fail = [this, target = GetTarget(), token](const Failure& failure) {
-        OV::Logger::Warning(OV::Logger::Library, u"SYC::MailClient: mails cannot be fetched: %",
-                            {failure.sentence});
-        target.Post([this, failure, token] {
-            const RefreshEnd end(*this, token);
-            RefreshFailed(failure);
-        });
-    };
-    IdList kept;
-    if (flagChanges_.read == 0)
-        for (const auto& mail : box_.GetMails())
-            kept.push_back(mail->GetId());
-    const auto fetch = [this, reason, sinceTime = box_.LastRepositoryTime(), known = flagChanges_,
-                        kept, generation = generation_, target = GetTarget(), token, fail] {
-        try {
-            const auto refreshed = std::make_shared<Refreshed>(FetchMails(sinceTime, known, kept));
-            refreshed->generation = generation;
-            target.Post([this, refreshed, reason, token] {
-                const RefreshEnd end(*this, token);
-                TakeRefresh(*refreshed, reason);
-            });
-        } catch (const OV::InterruptedException&) {
-            // The client ends, and nobody is left to be told.
-        } catch (...) {
-            fail(DescribeException());
-        }
-    };
-    if (!worker_.Execute(OV::MakeTask(fetch)))
-        fail(NoThreadFailure());
-}
-
-void MailClient::TakeRefresh(Refreshed& refreshed, RefreshMailListReason::Value reason)
-{
-    if (refreshed.generation != generation_) {
-        // It began behind mails that the list does not hold any more.
-        isRefreshWanted_ = true;
-        return;
-    }
-    try {
-        ApplyRefresh(refreshed, reason);
-        isRefreshMissing_ = false;
-        lastFailure_ = {};
-        retryPauses_.Reset();
-    } catch (...) {
-        RefreshFailed(DescribeException());
-    }
-}
-
-void MailClient::ApplyRefresh(Refreshed& refreshed, RefreshMailListReason::Value reason)
-{
-    auto newMails = OV::MakeRef<MailList>(box_.TakeArrivals());
-    bool isMarkChanged = false;
-    for (const auto& mail : refreshed.mails)
-        if (box_.Add(mail))
-            newMails->push_back(mail);
-        else if (const auto ours = box_.Find(mail->GetId()))
-            for (const auto* mark : {&Mark::Read, &Mark::Historical})
-                isMarkChanged = (mark->IsSet(*mail) && SetMark(*ours, *mark)) || isMarkChanged;
-    isMarkChanged = ApplyFlags(refreshed.read, Mark::Read) || isMarkChanged;
-    isMarkChanged = ApplyFlags(refreshed.historical, Mark::Historical) || isMarkChanged;
-    const bool isOldChanged = box_.Remove(refreshed.deleted) || isMarkChanged;
-    flagChanges_ = refreshed.changes;
-    if (!newMails->empty() || isOldChanged)
-        box_.WriteSoon();
-    else
-        box_.FollowOthersSoon();
-    const bool isListChanged = box_.TakeNews() || isOldChanged;
-    if (members_.IsKnown() &&
-        std::any_of(newMails->begin(), newMails->end(),
-                    [&](const auto& mail) { return IsOfFormerMember(*mail); }))
-        members_.Refresh();
-    TellChanges();
-    observers_.Notify(
-        [&](MailClientObserver& observer) { observer.NewMailExists(*this, newMails, reason); });
-    if (isListChanged)
-        TellListChanged();
-}
-
-void MailClient::RefreshFailed(const Failure& failure)
-{
-    isRefreshMissing_ = true;
-    lastFailure_ = failure;
-    observers_.Notify([&](MailClientObserver& observer) {
-        observer.RefreshMailsFailed(*this, failure.sentence);
-    });
-    // What follows a refusal of the user is for the user to do.
-    if (!Syncra::Protocol::RefusesUser(failure.code))
-        RetrySoon();
-}
-
-/// One more attempt while the signals say that the server is there. When they do not, they bring a
-/// refresh as they come back.
-void MailClient::RetrySoon()
-{
-    if (retry_ || !IsOnline() || worker_.IsShutdown())
-        return;
-    (void)worker_.Execute(OV::MakeTask([this, pause = retryPauses_.NextMilliseconds(),
-                                        target = GetTarget(), token = retry_.Begin()] {
-        OV::Thread::Sleep(pause);
-        target.Post([this, token] {
-            token.End();
-            if (isRefreshMissing_ && IsOnline())
-                RefreshMails(RefreshMailListReason::ServerSignal);
-        });
-    }));
-}
-
-MailClient::RefreshEnd::~RefreshEnd()
-{
-    try {
-        if (client_.isRefreshWanted_)
-            client_.RefreshMails(RefreshMailListReason::ServerSignal);
-    } catch (...) {
-        LogFailure(u"Fetching mails");
-    }
 }
 
 }  // namespace SYC

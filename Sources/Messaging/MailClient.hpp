@@ -47,12 +47,18 @@ public:
     /// already.
     MailClient(SYCB::PKSignalClient& signalClient, SYCB::ProjectConnectionManagerInterface& manager,
                ProjectMembers& members, const IO::Location& dataFolder, OV::Executor& executor);
+    /// The same with the box of that folder, which a worker thread may have read: a large one takes
+    /// its time.
+    MailClient(SYCB::PKSignalClient& signalClient, SYCB::ProjectConnectionManagerInterface& manager,
+               ProjectMembers& members, const IO::Location& dataFolder, OV::Executor& executor,
+               std::unique_ptr<MailBox> box);
     /// Ends requests under way, within 100 ms each, and writes what is outstanding. No function of
-    /// this class but SynchronizeLogOut waits for a server.
+    /// this class but SynchronizeLogOut waits for a server. None but those and WriteToDisc and
+    /// ReadFromDisc wait for "Mails.dat", which is written on a worker.
     ~MailClient() override;
 
     /// In the order received; the last one has the newest repository time.
-    [[nodiscard]] const MailList& GetMails() const noexcept { return box_.GetMails(); }
+    [[nodiscard]] const MailList& GetMails() const noexcept { return box_->GetMails(); }
     /// False when there is none with that id; `mail` then stays.
     [[nodiscard]] bool GetMail(const OV::UniString& id, OV::Ref<ClientMail>& mail) const;
     [[nodiscard]] MailList GetOutboxMails() const;
@@ -101,9 +107,9 @@ public:
     /// or wait in the executor; one that found no memory is lost.
     [[nodiscard]] bool IsChanging() const noexcept { return changesUnderWay_.use_count() > 1; }
 
-    /// Mark a mail of the list here alone; the server hears of it at log-out. The file is written
-    /// with every sixth mark: the marks between are few, and a crash may cost them. Throw
-    /// IO::IOException when that write fails; the mark stays.
+    /// Mark a mail of the list here alone; the server hears of it at log-out. With every sixth mark
+    /// the file begins to be written: the marks between are few, and a crash may cost them. When it
+    /// cannot be written, MailClientObserver::MailsNotWritten tells, and the mark stays.
     void SetMailReadMessage(ClientMail& mail);
     void SetMailHistoricalMessage(ClientMail& mail);
 
@@ -124,22 +130,22 @@ public:
     void SetOutboxMailsHistorical(const OV::Array<OV::UniString>& ids);
 
     /// Sends the local marks to the server, waits at most five seconds for that, and ends fetching
-    /// and sending. Whether the server has them; those that it has not go with the next log-out,
-    /// and an alert tells of it.
+    /// and sending; what "Mails.dat" then lacks is written before it returns. Whether the server
+    /// has them; those that it has not go with the next log-out, and an alert tells of it.
     bool SynchronizeLogOut();
     /// In place of the one in the project's location, for later requests.
     void SetPassword(const OV::Secret& password);
     /// Empties the list here; the next refresh fetches all mails again.
     void Clear();
 
-    /// Takes over what other processes wrote into "Mails.dat".
+    /// Takes over what other processes wrote into "Mails.dat", before it returns.
     void ReadFromDisc();
-    /// Takes it over and writes the list whole. Throws IO::IOException; the file then stays as it
-    /// was.
+    /// Takes it over and writes the list whole, before it returns. Throws IO::IOException; the file
+    /// then stays as it was.
     void WriteToDisc();
-    /// Whether the list has changes that "Mails.dat" has not: up to five local marks, what waits
-    /// for a better moment, or what the disk did not take, which the log told.
-    [[nodiscard]] bool HasUnwrittenMails() const noexcept { return box_.IsFileBehind(); }
+    /// Whether the list has changes that "Mails.dat" has not: up to five local marks, what is being
+    /// written or waits for a better moment, or what the disk did not take, which the log told.
+    [[nodiscard]] bool HasUnwrittenMails() const noexcept { return box_->IsFileBehind(); }
 
     /// Fetches what is new. The first one after a start also takes out what was deleted meanwhile:
     /// on another computer, or here while the file could not be written.
@@ -185,10 +191,13 @@ private:
     void TellChanges();
     void TellListChanged();
     void TellNews();
+    void FileWorkEnded(const std::exception_ptr& failure);
     void DetachFromAll() noexcept;
 
-    void TakeRefresh(Refreshed& refreshed, RefreshMailListReason::Value reason);
-    void ApplyRefresh(Refreshed& refreshed, RefreshMailListReason::Value reason);
+    void TakeRefresh(const std::shared_ptr<Refreshed>& refreshed,
+                     RefreshMailListReason::Value reason, const RequestUnderWay::Token& token);
+    [[nodiscard]] bool AddSome(Refreshed& refreshed);
+    void EndRefresh(Refreshed& refreshed, RefreshMailListReason::Value reason);
     void RefreshFailed(const Failure& failure);
     void RetrySoon();
     /// Ends a refresh however its answer was taken.
@@ -201,12 +210,12 @@ private:
 
     /// On a worker thread.
     [[nodiscard]] Refreshed FetchMails(std::int32_t sinceTime, FlagChanges known,
-                                       const IdList& kept);
+                                       const MailList& kept);
 
     SYCB::PKSignalClient& signalClient_;
     ProjectMembers& members_;
     const std::unique_ptr<OpenedProject> project_;
-    MailBox box_;
+    const std::unique_ptr<MailBox> box_;
     const std::unique_ptr<MailDelivery> delivery_;
     OV::EventSource<MailClientObserver> observers_;
     FlagChanges flagChanges_;
@@ -228,6 +237,8 @@ private:
     OV::PooledExecutor worker_;
     /// Marks and deletions, in the order given.
     OV::PooledExecutor orderedWorker_;
+    /// Writing "Mails.dat", and reading it again.
+    OV::PooledExecutor fileWorker_;
 };
 
 }  // namespace SYC

@@ -33,6 +33,9 @@ public:
     /// A refresh failed; `problem` tells why, for people. It is tried again after a pause while the
     /// project is online, and when it comes online; not when the server refuses the user.
     virtual void RefreshMailsFailed(MailClient& /*client*/, const OV::UniString& /*problem*/) {}
+    /// "Mails.dat" could not be written in the background; `problem` tells why, for people. The
+    /// next change that is worth it, MailClient::WriteToDisc or the client's end tries again.
+    virtual void MailsNotWritten(MailClient& /*client*/, const OV::UniString& /*problem*/) {}
 };
 
 /// The same, told on an executor of the observer's choice.

@@ -50,10 +50,20 @@ MailClient::MailList ToMails(const OV::Array<Message>& page)
     return mails;
 }
 
+/// Leaves what the mails do not show themselves.
+void DropKnown(OV::HashTable<OV::UniString, bool>& flags,
+               bool (ClientMail::*isSet)() const noexcept, const MailClient::MailList& mails)
+{
+    for (const auto& mail : mails)
+        if ((*mail.*isSet)())
+            flags.erase(mail->GetId());
+    std::erase_if(flags, [](const auto& entry) { return !entry.second; });
+}
+
 }  // namespace
 
 MailClient::Refreshed MailClient::FetchMails(std::int32_t sinceTime, FlagChanges known,
-                                             const IdList& kept)
+                                             const MailList& kept)
 {
     Refreshed refreshed;
     refreshed.changes = known;
@@ -81,12 +91,14 @@ MailClient::Refreshed MailClient::FetchMails(std::int32_t sinceTime, FlagChanges
         // What the server has no more was deleted, or is lost to a server that was restored from an
         // older copy: then this list may be the last to have it.
         OV::Array<OV::UniString> missing;
-        for (const auto& id : kept)
-            if (!id.empty() && !refreshed.read.contains(id))
+        for (const auto& mail : kept)
+            if (const auto& id = mail->GetId(); !id.empty() && !refreshed.read.contains(id))
                 missing.push_back(id);
         if (!missing.empty())
             for (const auto& id : client.GetDeletedMails(projectId, missing))
                 refreshed.deleted.push_back(id);
+        DropKnown(refreshed.read, &ClientMail::IsRead, kept);
+        DropKnown(refreshed.historical, &ClientMail::IsHistorical, kept);
     });
     return refreshed;
 }

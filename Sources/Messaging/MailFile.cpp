@@ -1,45 +1,15 @@
 #include "Messaging/MailFile.hpp"
 
 #include "Messaging/Detail/MailFileReader.hpp"
+#include "Messaging/Detail/MailSnapshot.hpp"
 
 #include "IO/File.hpp"
 #include "IO/IOException.hpp"
 #include "OVRoot/Logger.hpp"
-#include "OVRoot/MemoryChannels.hpp"
-
-#include <limits>
 
 namespace SYC::MailFile {
 
 namespace {
-
-void RequireOk(OV::ChannelStatus status)
-{
-    if (status != OV::ChannelOk)
-        throw OV::ChannelException("A mail cannot be written.");
-}
-
-/// Takes bytes and keeps their number alone.
-class ByteCounter final : public OV::OChannel {
-public:
-    [[nodiscard]] OV::ChannelStatus WriteBytes(std::span<const std::byte> source) override
-    {
-        count_ += source.size();
-        return OV::ChannelOk;
-    }
-    [[nodiscard]] std::size_t Count() const noexcept { return count_; }
-
-private:
-    std::size_t count_ = 0;
-};
-
-void WriteMails(const MailList& mails, const UnknownRecords& unknown, OV::OChannel& channel)
-{
-    RequireOk(channel.Write(static_cast<std::uint32_t>(mails.size() + unknown.count)));
-    for (const auto& mail : mails)
-        RequireOk(mail->Write(channel));
-    RequireOk(channel.WriteBytes(std::as_bytes(std::span(unknown.bytes))));
-}
 
 /// "Mails.dat.damaged-1" and so on.
 IO::Location FreeNameBeside(const IO::Location& file)
@@ -98,15 +68,7 @@ void LogNotice(const OV::UniString& notice)
 
 OV::String Encode(const MailList& mails, const UnknownRecords& unknown)
 {
-    if (mails.size() > std::numeric_limits<std::uint32_t>::max() - unknown.count)
-        throw OV::ChannelException("The mails are too many for one file.");
-    // A box of many megabytes that grows by doubling is copied and held twice on the way.
-    ByteCounter counter;
-    WriteMails(mails, unknown, counter);
-    OV::MemoryOChannel channel;
-    channel.Reserve(counter.Count());
-    WriteMails(mails, unknown, channel);
-    return channel.TakeBytes();
+    return MailSnapshot(mails).Encode(unknown);
 }
 
 IO::ChangeStamp Write(const IO::Location& file, const MailList& mails,

@@ -18,8 +18,6 @@ using Clock = std::chrono::steady_clock;
 
 /// More changes than these at once are one change of the whole list.
 constexpr std::size_t FewChanges = 200;
-/// So long the thread of the host is taken at a time.
-constexpr std::chrono::milliseconds Slice{4};
 
 using Slots = std::vector<MailIndex::Slot>;
 
@@ -492,7 +490,7 @@ void MailListModel::Gather()
 {
     const auto before = state_->index.GetCounts();
     auto& arrivals = state_->arrivals;
-    const auto end = Clock::now() + Slice;
+    const auto end = Clock::now() + HostSlice;
     for (std::size_t count = 1; !arrivals.empty(); ++count) {
         const auto arrival = std::move(arrivals.front());
         arrivals.pop_front();

@@ -3,6 +3,8 @@
 #include "Mail/MailTest.hpp"
 #include "Support/TemporaryFolder.hpp"
 
+#include <deque>
+
 using SYC::ClientMail;
 using SYC::MailBox;
 
@@ -70,6 +72,72 @@ TEST(MailBoxTest, NoProcessUndoesWhatAnotherOneDid)
     ours.Clear();
     ours.Write();
     EXPECT_EQ(inFile(), "6") << "it came after what was cleared";
+}
+
+TEST(MailBoxTest, AWriteThatIsHeldBackHoldsNobodyAndIsNeverOvertaken)
+{
+    const TemporaryFolder folder;
+    const auto place = folder.GetLocation();
+    const auto inFile = [&] { return IdsOf(MailBox(place).GetMails()); };
+    std::deque<std::function<void()>> held;
+    int failures = 0;
+    MailBox ours(place);
+    ours.SetBackground(
+        [&](const std::function<void()>& work, const std::function<void()>& end) {
+            held.emplace_back([=] { work(), end(); });
+            return true;
+        },
+        [&](const std::exception_ptr& failure) { failures += failure ? 1 : 0; });
+    const auto letGo = [&] {
+        const auto next = std::move(held.front());
+        held.pop_front();
+        next();
+    };
+    ours.Add(MakeMail(u"1", 10));
+    ours.StartWriting();
+    ours.Add(MakeMail(u"2", 20));
+    ours.StartWriting();
+    EXPECT_EQ(inFile() + std::to_string(held.size()), "1") << "one at a time, and none yet";
+    letGo();
+    EXPECT_EQ(inFile(), "1") << "as it was when it was asked for";
+    EXPECT_TRUE(ours.IsFileBehind());
+    letGo();
+    EXPECT_EQ(inFile(), "12");
+    EXPECT_FALSE(ours.IsFileBehind());
+
+    // Another process comes first: it is taken over before anything is written.
+    for (int mark = 0; mark < 6; ++mark)
+        ours.NoteMark();
+    MailBox theirs(place);
+    theirs.Add(MakeMail(u"3", 30));
+    theirs.Remove({u"1"});
+    theirs.Write();
+    letGo();
+    EXPECT_EQ(inFile() + IdsOf(ours.GetMails()), "2323");
+    EXPECT_TRUE(ours.TakeNews());
+    letGo();
+    EXPECT_FALSE(ours.IsFileBehind());
+
+    // Who cannot wait does what is held back himself; it is not done again.
+    ours.Remove({u"2"});
+    ours.StartWriting();
+    ours.Add(MakeMail(u"4", 40));
+    ours.Write();
+    EXPECT_EQ(inFile(), "34");
+    theirs.Write();
+    letGo();
+    EXPECT_EQ(inFile(), "34");
+
+    // What fails is told, and stays to be written.
+    std::filesystem::remove(folder.Path() / "Mails.dat");
+    std::filesystem::create_directory(folder.Path() / "Mails.dat");
+    ours.StartWriting();
+    letGo();
+    EXPECT_EQ(failures, 1);
+    EXPECT_TRUE(ours.IsFileBehind() && held.empty());
+    std::filesystem::remove(folder.Path() / "Mails.dat");
+    ours.WriteRest();
+    EXPECT_EQ(inFile(), "34");
 }
 
 TEST(MailBoxTest, KeepsEveryMailOfItsFileAndWhatIsNoneYet)

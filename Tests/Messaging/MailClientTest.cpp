@@ -4,6 +4,7 @@
 #include "Mail/MailTest.hpp"
 #include "Messaging/Detail/OpenedProject.hpp"
 
+#include "IO/ExclusiveFile.hpp"
 #include "IO/File.hpp"
 #include "IO/IOException.hpp"
 #include "Messaging/MailAnswer.hpp"
@@ -206,6 +207,10 @@ TEST_F(MailClientTest, WritesEverySixthMarkAndSendsTheMarksAtLogOut)
     yuki->Open();
     const auto& mails = yuki->client->GetMails();
     ASSERT_EQ(mails.size(), 7u);
+    const auto awaitFile = [&] {
+        yuki->Await([&] { return !yuki->client->HasUnwrittenMails(); }, "the file");
+    };
+    awaitFile();
     const auto before = IO::File::ReadAll(yuki->MailsFile());
     for (int mark = 0; mark < 5; ++mark) {
         yuki->client->SetMailReadMessage(*mails[mark]);
@@ -213,7 +218,14 @@ TEST_F(MailClientTest, WritesEverySixthMarkAndSendsTheMarksAtLogOut)
     }
     EXPECT_EQ(IO::File::ReadAll(yuki->MailsFile()), before);
     EXPECT_EQ(yuki->listChanges, 5);
-    yuki->client->SetMailHistoricalMessage(*mails[0]);
+    {
+        // Whoever holds the file up does not hold up the host.
+        const auto hold = IO::ExclusiveFile::Open(yuki->Folder().Appended(u"Mails.dat.lock"));
+        yuki->client->SetMailHistoricalMessage(*mails[0]);
+        EXPECT_EQ(yuki->listChanges, 6);
+        EXPECT_EQ(IO::File::ReadAll(yuki->MailsFile()), before);
+    }
+    awaitFile();
     EXPECT_NE(IO::File::ReadAll(yuki->MailsFile()), before);
     yuki->client->SetMailReadMessage(*mails[5]);
     yuki->client->SetMailReadMessage(*mails[6]);

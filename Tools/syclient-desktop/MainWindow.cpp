@@ -172,11 +172,11 @@ void MainWindow::Open(Login login)
     opener_.Open(std::move(login));
 }
 
-void MainWindow::Follow(const ProjectSession::Manager& manager, bool hasServerSession)
+void MainWindow::Follow(const std::shared_ptr<ProjectSession::Opening>& opening)
 {
     start_->ShowProgress({});
     try {
-        session_ = std::make_unique<ProjectSession>(manager, hasServerSession, executor_);
+        session_ = std::make_unique<ProjectSession>(std::move(*opening), executor_);
     } catch (const OV::Exception& error) {
         start_->ShowProblem(ToQt(error.GetMessage()));
         return;
@@ -252,12 +252,9 @@ void MainWindow::closeEvent(QCloseEvent* event)
     event->setAccepted(CloseProject());
 }
 
-void MainWindow::TellMails(const QStringList& senders, const QString& firstText)
+void MainWindow::TellMails(int count, const QStringList& senders, const QString& firstText)
 {
-    QStringList names = senders;
-    names.removeDuplicates();
-    const auto count = static_cast<int>(senders.size());
-    const QString text = tr("%n new mail(s) from %1", nullptr, count).arg(names.join(", "));
+    const QString text = tr("%n new mail(s) from %1", nullptr, count).arg(senders.join(", "));
     Say(text);
     if (!UserSettings::IsTellingMails() || isActiveWindow())
         return;

@@ -38,11 +38,11 @@ private:
     void closeEvent(QCloseEvent* event) override;
 
     void MakeMenus();
-    void Follow(const ProjectSession::Manager& manager, bool hasServerSession);
+    void Follow(const std::shared_ptr<ProjectSession::Opening>& opening);
     /// False when the user keeps it open.
     bool CloseProject();
     void Say(const QString& text);
-    void TellMails(const QStringList& senders, const QString& firstText);
+    void TellMails(int count, const QStringList& senders, const QString& firstText);
     void UpdateMenus();
     void RememberPlace();
 

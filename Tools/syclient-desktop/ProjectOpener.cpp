@@ -108,8 +108,7 @@ void ProjectOpener::Ended(const ProjectSession::Manager& manager, CheckResult re
     } else if (result == CheckResult::Passed) {
         if (opening_->remember)
             Passwords::Remember(opening_->login, worker_);
-        opening_.reset();
-        emit Opened(manager, true);
+        ReadBox(manager, true);
     } else if (failure.code == static_cast<int>(Syncra::Protocol::ErrorCode::BadCredentials)) {
         if (AskPassword(reason))
             Check();
@@ -148,8 +147,7 @@ void ProjectOpener::OpenCache(const ProjectSession::Manager& manager, const QStr
         if (!cache || cache->GetProjectId().empty()) {
             GiveUp(reason);
         } else if (SYC::AuthenticateOnCache(manager.get(), false)) {
-            opening_.reset();
-            emit Opened(manager, false);
+            ReadBox(manager, false);
         } else {
             GiveUp({});
         }
@@ -158,6 +156,33 @@ void ProjectOpener::OpenCache(const ProjectSession::Manager& manager, const QStr
             reason + " " +
             tr("It cannot be opened without the server either: %1").arg(ToQt(error.GetMessage())));
     }
+}
+
+/// On a worker, for the mails may be many.
+void ProjectOpener::ReadBox(const ProjectSession::Manager& manager, bool hasServerSession)
+{
+    const auto opening = std::make_shared<ProjectSession::Opening>();
+    opening->manager = manager;
+    opening->hasServerSession = hasServerSession;
+    const auto read = [self = QPointer<ProjectOpener>(this), opening, &home = home_,
+                       folder = manager->FindCache()->GetCacheFolderLocation()] {
+        QString problem;
+        try {
+            opening->box = std::make_unique<SYC::MailBox>(folder);
+        } catch (const OV::Exception& error) {
+            problem = ToQt(error.GetMessage());
+        }
+        (void)home.Execute(OV::MakeTask([self, opening, problem] {
+            if (!self)
+                return;
+            if (!opening->box || self->opening_->stop.stop_requested())
+                return self->GiveUp(problem);
+            self->opening_.reset();
+            emit self->Opened(opening);
+        }));
+    };
+    if (!worker_.Execute(OV::MakeTask(read)))
+        GiveUp(ToQt(SYC::MakeFailure(SYC::FailureKind::OutOfMemory).sentence));
 }
 
 void ProjectOpener::GiveUp(const QString& reason)

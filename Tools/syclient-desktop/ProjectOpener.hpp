@@ -27,7 +27,7 @@ public:
 signals:
     /// What is being done.
     void Progress(const QString& text);
-    void Opened(const ProjectSession::Manager& manager, bool hasServerSession);
+    void Opened(const std::shared_ptr<ProjectSession::Opening>& opening);
     /// Whatever came of it but Opened; `reason` is empty when the user gave up.
     void NotOpened(const QString& reason);
 
@@ -47,6 +47,7 @@ private:
     [[nodiscard]] bool Ask(const QString& reason, const QString& question,
                            const QString& yes) const;
     void OpenCache(const ProjectSession::Manager& manager, const QString& reason);
+    void ReadBox(const ProjectSession::Manager& manager, bool hasServerSession);
     void GiveUp(const QString& reason);
 
     const IO::Location dataFolder_;

@@ -27,13 +27,14 @@ constexpr int LookMilliseconds = 1000;
 
 }  // namespace
 
-ProjectSession::ProjectSession(Manager manager, bool hasServerSession, OV::Executor& home)
-    : manager_(std::move(manager)), home_(home),
+ProjectSession::ProjectSession(Opening opening, OV::Executor& home)
+    : manager_(std::move(opening.manager)), home_(home),
       login_(SYC::ToConnectionInfo(manager_->GetProjectLocation())),
       name_(ToQt(login_.projectName)),
       server_(Words::ServerName(ToQt(login_.serverName), login_.port)),
       user_(ToQt(login_.userName)), cache_(manager_->FindCache()),
-      hasServerSession_(hasServerSession), members_(manager_->GetSignalClient(), *manager_, home)
+      hasServerSession_(opening.hasServerSession),
+      members_(manager_->GetSignalClient(), *manager_, home)
 {
     if (!cache_)
         throw OV::NullReferenceException();
@@ -42,7 +43,8 @@ ProjectSession::ProjectSession(Manager manager, bool hasServerSession, OV::Execu
     auto& signals_ = manager_->GetSignalClient();
     ReadMembers();
     mails_ = std::make_unique<SYC::MailClient>(signals_, *manager_, members_,
-                                               cache_->GetCacheFolderLocation(), home);
+                                               cache_->GetCacheFolderLocation(), home,
+                                               std::move(opening.box));
     membersSubscription_ = members_.Subscribe(*this);
     mailsSubscription_ = mails_->Subscribe(*this);
     outboxSubscription_ = mails_->SubscribeOutbox(*this);
@@ -250,18 +252,21 @@ void ProjectSession::NewMailExists(SYC::MailClient&, OV::Ref<MailList> newMails,
                                    SYC::RefreshMailListReason::Value)
 {
     lastNews_ = QDateTime::currentDateTime();
+    int count = 0;
     QStringList senders;
     QString firstText;
+    OV::HashSet<OV::UniString> known;
     for (const auto& mail : *newMails) {
         if (mail->IsCopy() || mail->IsRead() || mail->IsHistorical())
             continue;
-        if (senders.isEmpty())
+        if (count++ == 0)
             firstText = ToQt(mail->GetBodyText());
-        senders += ToQt(mail->GetSenderFullName());
+        if (known.insert(mail->GetSenderFullName()).second)
+            senders += ToQt(mail->GetSenderFullName());
     }
     emit BoxChanged();
-    if (!senders.isEmpty())
-        emit MailsArrived(senders, firstText);
+    if (count > 0)
+        emit MailsArrived(count, senders, firstText);
 }
 
 void ProjectSession::MailDelivered(SYC::MailClient&, const OV::UniString&, const OV::UniString&)
@@ -274,6 +279,11 @@ void ProjectSession::RefreshMailsFailed(SYC::MailClient&, const OV::UniString& p
 {
     if (GetState() == State::Online)
         emit Failed(ToQt(problem));
+}
+
+void ProjectSession::MailsNotWritten(SYC::MailClient&, const OV::UniString& problem)
+{
+    emit Failed(ToQt(problem));
 }
 
 void ProjectSession::OutboxChanged()

@@ -31,10 +31,16 @@ public:
         OfflineByChoice  ///< the user works offline
     };
 
-    /// Begins to listen to the server. `hasServerSession` says that a check passed: otherwise one
-    /// is run as soon as the server answers. The project has a cache. Throws IO::IOException for
-    /// mails that cannot be read. `home` outlives the session.
-    ProjectSession(Manager manager, bool hasServerSession, OV::Executor& home);
+    /// What a session begins with. The project has a cache.
+    struct Opening {
+        Manager manager;
+        /// A check passed; otherwise one is run as soon as the server answers.
+        bool hasServerSession = false;
+        std::unique_ptr<SYC::MailBox> box;  ///< of the folder of the cache
+    };
+
+    /// Begins to listen to the server. `home` outlives the session.
+    ProjectSession(Opening opening, OV::Executor& home);
     ~ProjectSession() override;
 
     [[nodiscard]] const QString& GetName() const noexcept { return name_; }
@@ -76,8 +82,8 @@ signals:
     void MembersChanged();
     /// The box changed in any way.
     void BoxChanged();
-    /// Mails came that nobody has seen.
-    void MailsArrived(const QStringList& senders, const QString& firstText);
+    /// So many mails came that nobody has seen; each of their senders once.
+    void MailsArrived(int count, const QStringList& senders, const QString& firstText);
     /// Mails came into the outbox or left it.
     void WaitingChanged();
     /// Something failed of which the user should know.
@@ -93,6 +99,7 @@ private:
     void MailDelivered(SYC::MailClient& client, const OV::UniString& localId,
                        const OV::UniString& serverId) override;
     void RefreshMailsFailed(SYC::MailClient& client, const OV::UniString& problem) override;
+    void MailsNotWritten(SYC::MailClient& client, const OV::UniString& problem) override;
     void OutboxChanged() override;
     void _ServiceStateChanged(SYCB::PresenceService& service, SYCB::PresenceState state) override;
 

@@ -4,6 +4,8 @@
 #include "Messaging/Detail/MailWords.hpp"
 #include "OVRoot/MemoryChannels.hpp"
 
+#include <functional>
+
 namespace SYC {
 
 /// Reads the form that mails have in files.
@@ -16,6 +18,7 @@ public:
     {}
 
     using FieldReader::operator();
+    void operator()(MailFields::Flag& flag) { ReadAs<bool>(flag, std::identity()); }
     void operator()(Importance& value) { ReadAs<std::int32_t>(value, ImportanceFromNumber); }
     void operator()(MailType& value) { ReadAs<std::int32_t>(value, MailTypeFromNumber); }
     void operator()(ClientMail::NameList& names) { Elements(names, OV::TransferFields); }

@@ -138,6 +138,18 @@ void MailActions::Keep(Carried& actions, std::uint32_t count, OV::String bytes)
                    ClientMail::UnknownActions{count, std::move(bytes)})};
 }
 
+MailActions::Carried MailActions::Sealed(const Carried& actions)
+{
+    if (actions.unknown)
+        return actions;
+    OV::MemoryOChannel bytes;
+    if (Write(actions, bytes) != OV::ChannelOk)
+        throw OV::ChannelException("A mail cannot be written.");
+    Carried sealed;
+    Keep(sealed, Count(actions), bytes.TakeBytes());
+    return sealed;
+}
+
 void MailActions::Serialize(const Carried& actions, OV::OChannelX& channel)
 {
     if (actions.unknown)

@@ -23,6 +23,9 @@ struct MailActions {
     /// Puts a new list of up to `count` actions in place of `actions`, an empty holder for none: a
     /// list may be shared with copies of the mail and is never changed. `count` is not trusted.
     [[nodiscard]] static Reading Read(Carried& actions, std::uint32_t count, OV::IChannel& channel);
+    /// The same actions as bytes, which any thread may write. Throws OV::ChannelException for one
+    /// that cannot be written.
+    [[nodiscard]] static Carried Sealed(const Carried& actions);
     /// Puts `count` actions that cannot be read in place of `actions`.
     static void Keep(Carried& actions, std::uint32_t count, OV::String bytes);
 

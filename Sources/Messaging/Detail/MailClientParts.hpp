@@ -42,6 +42,12 @@ private:
 struct MailClient::Refreshed {
     std::uint64_t generation = 0;
     MailList mails;
+    // Where the list stands that takes them.
+    std::size_t next = 0;
+    OV::Ref<MailList> added = OV::MakeRef<MailList>();
+    std::uint64_t removedBefore = 0;
+    bool isMarkChanged = false;
+    // What the server tells besides.
     FlagTable read;
     FlagTable historical;
     IdList deleted;

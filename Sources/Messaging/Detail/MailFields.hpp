@@ -8,6 +8,7 @@ namespace SYC {
 /// The fields of a mail, written down once for the readers and the writers of both encodings.
 struct MailFields {
     using CarriedActions = ClientMail::CarriedActions;
+    using Flag = ClientMail::Flag;
 
     /// `Mail` is ClientMail or const ClientMail. `stream` has calls of their own for what the
     /// compact form leaves out when it is empty.

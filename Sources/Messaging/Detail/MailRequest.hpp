@@ -6,10 +6,14 @@
 #include "OVRoot/Logger.hpp"
 #include "SYCommunication/CommunicationException.hpp"
 
+#include <chrono>
+
 namespace SYC {
 
 /// How long a worker of the mail client stays without work.
 inline constexpr std::uint32_t MailWorkerMilliseconds = 30'000;
+/// So long the thread of the host is taken at a time.
+inline constexpr std::chrono::milliseconds HostSlice{4};
 
 /// For the inside of a catch clause.
 inline void LogFailure(OV::UniStringView what) noexcept

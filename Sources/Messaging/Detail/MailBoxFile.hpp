@@ -1,0 +1,56 @@
+#pragma once
+
+#include "Messaging/Detail/MailSnapshot.hpp"
+
+#include <functional>
+#include <optional>
+
+namespace SYC {
+
+/// What others changed in "Mails.dat" since this process last saw it.
+struct MailNews {
+    MailFile::MailList mails;  ///< new ones, and those with a mark that ours lack
+    OV::Array<OV::UniString> deleted;
+
+    [[nodiscard]] bool IsEmpty() const noexcept { return mails.empty() && deleted.empty(); }
+};
+
+/// "Mails.dat" as this process last read or wrote it. One thread at a time, any.
+class MailBoxFile {
+public:
+    explicit MailBoxFile(const IO::Location& folder);
+
+    /// All that the file holds; a damaged one is kept under another name. Throws IO::IOException.
+    [[nodiscard]] MailSnapshot::List Open();
+    /// What others changed; nothing when the file is as it was. A damaged one is left to the next
+    /// Write. Throws IO::IOException.
+    [[nodiscard]] std::optional<MailNews> Follow();
+
+    /// Given what others changed, tells what to write then; null for nothing yet. It runs while the
+    /// file is held against other processes.
+    using Merge = std::function<const MailSnapshot*(MailNews news)>;
+    /// Puts the mails in place of the file, which keeps what nobody here can read. `merge` is asked
+    /// only when others changed it. False when nothing was written. Throws IO::IOException; the
+    /// file then stays as it was.
+    bool Write(const MailSnapshot& mails, const Merge& merge);
+
+    /// Lists that are not needed here any more, with which mails may be destroyed.
+    [[nodiscard]] std::vector<MailSnapshot::List> TakeRetired() noexcept
+    {
+        return std::exchange(retired_, {});
+    }
+
+private:
+    [[nodiscard]] MailNews TakeOver(MailFile::Content content);
+    void SetKnown(MailSnapshot::List list);
+
+    const IO::Location file_;
+    const IO::Location lockFile_;
+    /// The mails that the file is known to have.
+    MailSnapshot::List known_ = std::make_shared<const MailFile::MailList>();
+    std::vector<MailSnapshot::List> retired_;
+    MailFile::UnknownRecords unknown_;
+    std::optional<IO::ChangeStamp> stamp_;
+};
+
+}  // namespace SYC

@@ -1,0 +1,37 @@
+#pragma once
+
+#include "Messaging/Detail/MailActions.hpp"
+#include "Messaging/MailFile.hpp"
+
+#include <memory>
+#include <vector>
+
+namespace SYC {
+
+/// A list of mails as it is at one moment, to be written on any thread. Marks that are set later
+/// may be written or not. Mails are destroyed with their last holder, so a copy of the list goes
+/// back to where they belong.
+class MailSnapshot {
+public:
+    using List = std::shared_ptr<const MailFile::MailList>;
+
+    /// On the thread of the mails: actions are the host's own code. Throws OV::ChannelException for
+    /// one that cannot be written.
+    explicit MailSnapshot(const MailFile::MailList& mails);
+
+    [[nodiscard]] const List& GetList() const noexcept { return mails_; }
+    /// A mail file: the mails, and behind them what is unknown. Throws OV::ChannelException.
+    [[nodiscard]] OV::String Encode(const MailFile::UnknownRecords& unknown) const;
+
+private:
+    struct Actions {
+        std::size_t place;  ///< of their mail in the list
+        MailActions::Carried sealed;
+    };
+    void Write(const MailFile::UnknownRecords& unknown, OV::OChannel& channel) const;
+
+    List mails_;
+    std::vector<Actions> actions_;  ///< of those mails that carry some, in their order
+};
+
+}  // namespace SYC
