@@ -4,7 +4,9 @@
 #include "Dlg/WarningAlert.hpp"
 #include "Files/Preferences.hpp"
 #include "Files/ResourceNumbers.hpp"
+#include "ManagementTool/BackgroundExecutors.hpp"
 #include "OVRoot/Clock.hpp"
+#include "OVRoot/ExceptionText.hpp"
 #include "OVRoot/LocalTime.hpp"
 #include "OVRoot/Logger.hpp"
 #include "OVRoot/Resources.hpp"
@@ -86,10 +88,12 @@ std::optional<OV::UniString> Selected(const Dlg::PopUpItem& menu)
 }  // namespace
 
 ProjectLogViewerDlg_14::ProjectLogViewerDlg_14(OV::UniString projectId, OV::UniString projectName)
-    : ModalDialog(Number), projectId_(std::move(projectId)), projectName_(std::move(projectName)),
-      allLines_(std::make_shared<OV::PagedArray<LogDataLine>>()),
-      shown_(std::make_shared<SYC::LogTable>(allLines_, OV::Array<std::uint32_t>())),
-      self_(std::make_shared<ProjectLogViewerDlg_14*>(this))
+    : ModalDialog(Number), projectId_(std::move(projectId)),
+      projectName_(std::move(projectName)), told_{std::make_shared<OV::PagedArray<LogDataLine>>(),
+                                                  {},
+                                                  {}},
+      shown_(std::make_shared<SYC::LogTable>(told_.lines, OV::Array<std::uint32_t>())),
+      making_(std::make_shared<Making>()), self_(std::make_shared<ProjectLogViewerDlg_14*>(this))
 {
     Attach(*this);
     close_.Attach(*this);
@@ -108,7 +112,16 @@ ProjectLogViewerDlg_14::ProjectLogViewerDlg_14(OV::UniString projectId, OV::UniS
         sizeMenu_.Append(OV::UniString(text));
 }
 
-ProjectLogViewerDlg_14::~ProjectLogViewerDlg_14() = default;
+ProjectLogViewerDlg_14::~ProjectLogViewerDlg_14()
+{
+    try {
+        worker_->Shutdown();
+        Core::BackgroundExecutors::GetInstance().Keep(std::move(worker_));
+    } catch (...) {
+        OV::LogCurrentException(OV::Logger::Library, u"% waits for its worker: %",
+                                u"The viewer of the log");
+    }
+}
 
 void ProjectLogViewerDlg_14::_PanelOpened(Dlg::Panel&)
 {
@@ -136,50 +149,47 @@ void ProjectLogViewerDlg_14::_ButtonClicked(Dlg::ButtonItem& button)
         PostCloseRequest(Dlg::DialogResult::Accept);
 }
 
-void ProjectLogViewerDlg_14::Later(std::function<void()> work)
+ProjectLogViewerDlg_14::Home ProjectLogViewerDlg_14::GetHome() const
 {
-    SYCB::MessageLoop::Post(OV::MakeTask(
-        [self = std::weak_ptr<ProjectLogViewerDlg_14*>(self_), work = std::move(work)] {
+    return [self = std::weak_ptr<ProjectLogViewerDlg_14*>(self_)](std::function<void()> work) {
+        SYCB::MessageLoop::Post(OV::MakeTask([self, work = std::move(work)] {
             if (!self.expired())
                 work();
         }));
+    };
 }
 
 void ProjectLogViewerDlg_14::RefreshLog(const OV::PagedArray<LogDataLine>& lines)
 {
-    Later([this, all = std::make_shared<const OV::PagedArray<LogDataLine>>(lines)] {
-        TakeLines(all, true);
-    });
+    GetHome()([this, all = Read(lines)] { TakeLines(all, true); });
 }
 
 void ProjectLogViewerDlg_14::PreviewLog(const OV::PagedArray<LogDataLine>& lines)
 {
-    Later([this, some = std::make_shared<const OV::PagedArray<LogDataLine>>(lines)] {
-        TakeLines(some, false);
-    });
+    GetHome()([this, some = Read(lines)] { TakeLines(some, false); });
 }
 
 void ProjectLogViewerDlg_14::UpdateProgress(std::uint64_t done, std::uint64_t total)
 {
-    Later([this, done, total] { progress_.Show(done, total); });
+    GetHome()([this, done, total] { progress_.Show(done, total); });
 }
 
 void ProjectLogViewerDlg_14::UpdateFailed(const OV::UniString& reason)
 {
-    Later([this, reason] {
+    GetHome()([this, reason] {
         progress_.Hide();
         Dlg::ShowWarningAlert(TextOf(Error), reason, TextOf(Ok));
     });
 }
 
-void ProjectLogViewerDlg_14::TakeLines(SYC::LogTable::Lines lines, bool isAll)
+ProjectLogViewerDlg_14::Told
+ProjectLogViewerDlg_14::Read(const OV::PagedArray<LogDataLine>& lines) const
 {
-    allLines_ = std::move(lines);
     std::unordered_set<OV::StringView> users, operations;
     SYC::LogFilter ofProject;
     ofProject.projectId = projectId_;
-    for (const std::uint32_t row : ofProject.Select(*allLines_)) {
-        const SYC::LogRecord record = (*allLines_)[row].Record();
+    for (const std::uint32_t row : ofProject.Select(lines)) {
+        const SYC::LogRecord record = lines[row].Record();
         users.insert(record.user);
         operations.insert(record.operation);
     }
@@ -192,8 +202,14 @@ void ProjectLogViewerDlg_14::TakeLines(SYC::LogTable::Lines lines, bool isAll)
         line.SetOperation(OV::FromUtf8(operation));
         actionTexts.insert(line.GetOperationText());
     }
-    users_.assign(userTexts.begin(), userTexts.end());
-    actions_.assign(actionTexts.begin(), actionTexts.end());
+    return {std::make_shared<const OV::PagedArray<LogDataLine>>(lines),
+            {userTexts.begin(), userTexts.end()},
+            {actionTexts.begin(), actionTexts.end()}};
+}
+
+void ProjectLogViewerDlg_14::TakeLines(const Told& told, bool isAll)
+{
+    told_ = told;
     if (isAll)
         progress_.Hide();
     IntersectFilters(isAll);
@@ -212,23 +228,51 @@ SYC::LogFilter ProjectLogViewerDlg_14::ReadFilter() const
     return filter;
 }
 
+void ProjectLogViewerDlg_14::Make(std::function<void(Making&)> make,
+                                  std::function<void(Making made, std::uint64_t asked)> show)
+{
+    const auto work = [this, home = GetHome(), making = making_, asked = ++asked_,
+                       make = std::move(make), show = std::move(show)] {
+        make(*making);
+        home([this, asked, show, made = *making] {
+            shownFor_ = asked;
+            show(made, asked);
+        });
+    };
+    if (!worker_->Execute(OV::MakeTask(work)))
+        work();
+}
+
 void ProjectLogViewerDlg_14::IntersectFilters(bool warns)
 {
-    auto rows = ReadFilter().Select(*allLines_);
-    const std::uint64_t run = ++filterRun_;
-    if (warns && rows.size() >= ManyLines) {
+    sortColumn_ = 0;  // in the order of the log again
+    Make(
+        [filter = ReadFilter(), lines = told_.lines](Making& making) {
+            making.table = std::make_shared<SYC::LogTable>(lines, filter.Select(*lines));
+        },
+        [this, warns, run = ++filterRun_](const Making& made, std::uint64_t) {
+            if (run == filterRun_)
+                ShowFiltered(made.table, warns);
+        });
+}
+
+void ProjectLogViewerDlg_14::ShowFiltered(const std::shared_ptr<const SYC::LogTable>& table,
+                                          bool warns)
+{
+    const auto count = static_cast<std::size_t>(table->GetCount());
+    if (warns && count >= ManyLines) {
         const std::weak_ptr<ProjectLogViewerDlg_14*> self = self_;
-        Dlg::ShowWarningAlert(TextOf(Warning), OV::FormatText(TextOf(TooLarge), {rows.size()}),
+        const auto run = filterRun_;
+        Dlg::ShowWarningAlert(TextOf(Warning), OV::FormatText(TextOf(TooLarge), {count}),
                               TextOf(Ok));
         // While it was shown, other lines may have come and been filtered; these rows are not
         // theirs.
         if (self.expired() || run != filterRun_)
             return;
     }
-    Rebuild(userMenu_, users_);
-    Rebuild(actionMenu_, actions_);
-    shown_ = std::make_shared<SYC::LogTable>(allLines_, std::move(rows));
-    sortColumn_ = 0;  // in the order of the log again
+    Rebuild(userMenu_, told_.users);
+    Rebuild(actionMenu_, told_.actions);
+    shown_ = table;
     ShowData();
     table_.SetSortMark(0, true);
 }
@@ -237,9 +281,15 @@ void ProjectLogViewerDlg_14::_HeaderPressed(Dlg::ListBox&, int column)
 {
     isAscending_ = column != sortColumn_ || !isAscending_;
     sortColumn_ = column;
-    shown_ = shown_->Sorted(sortColumn_, isAscending_);
-    ShowData();
-    table_.SetSortMark(sortColumn_, isAscending_);
+    Make([column, isAscending = isAscending_](
+             Making& making) { making.table = making.table->Sorted(column, isAscending); },
+         [this, column, isAscending = isAscending_](const Making& made, std::uint64_t asked) {
+             if (asked != asked_)
+                 return;  // what was asked for behind it shows soon
+             shown_ = made.table;
+             ShowData();
+             table_.SetSortMark(column, isAscending);
+         });
 }
 
 void ProjectLogViewerDlg_14::ShowData()

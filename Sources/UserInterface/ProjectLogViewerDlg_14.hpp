@@ -11,12 +11,14 @@
 #include "Log/LogFilter.hpp"
 #include "Log/LogTable.hpp"
 #include "OVRoot/Export.hpp"
+#include "OVRoot/PooledExecutor.hpp"
 
 namespace Syncra::Server::ManagementTool::GUI {
 
 /// The log of a project as a table that the user narrows by days, user, action and size, sorts by
 /// its titles, and writes to a file. It is an observer of the log updater, which may tell it on any
-/// thread; the table follows on the main thread.
+/// thread; the table follows on the main thread. Filtering and sorting go on beside that, and show
+/// when they are done.
 class SYC_API ProjectLogViewerDlg_14 final : public Dlg::ModalDialog,
                                              public EventLogObserver,
                                              private Dlg::PanelObserver,
@@ -58,6 +60,8 @@ public:
         return left < right;
     }
 
+    /// Whether the table is not yet the one that was asked for.
+    [[nodiscard]] bool IsBusy() const noexcept { return asked_ != shownFor_; }
     /// The lines that passed the filters, as they are shown.
     [[nodiscard]] const SYC::LogTable& GetShownLines() const noexcept { return *shown_; }
 
@@ -70,22 +74,39 @@ private:
     void _RowSelected(Dlg::ListBox&) override {}
     void _HeaderPressed(Dlg::ListBox&, int column) override;
 
-    /// Runs on the main thread if this dialog is still there.
-    void Later(std::function<void()> work);
-    void TakeLines(SYC::LogTable::Lines lines, bool isAll);
+    /// Lines, and the texts of the project's for the menus.
+    struct Told {
+        SYC::LogTable::Lines lines;
+        OV::Array<OV::UniString> users, actions;
+    };
+    /// A table that is filtered or sorted on the worker, which alone uses it.
+    struct Making {
+        std::shared_ptr<const SYC::LogTable> table;
+    };
+
+    /// Runs `work` on the main thread if the dialog is still there.
+    using Home = std::function<void(std::function<void()> work)>;
+    [[nodiscard]] Home GetHome() const;
+    /// Runs `make` on the worker, one after the other, and then `show` here with the number of what
+    /// was asked.
+    void Make(std::function<void(Making&)> make,
+              std::function<void(Making made, std::uint64_t asked)> show);
+    /// On any thread: a pass over the lines is not for the main one.
+    [[nodiscard]] Told Read(const OV::PagedArray<LogDataLine>& lines) const;
+    void TakeLines(const Told& told, bool isAll);
     void IntersectFilters(bool warns);
+    void ShowFiltered(const std::shared_ptr<const SYC::LogTable>& table, bool warns);
     [[nodiscard]] SYC::LogFilter ReadFilter() const;
     void ShowData();
     void ExportData();
 
     const OV::UniString projectId_;
     const OV::UniString projectName_;
-    SYC::LogTable::Lines allLines_;
-    /// The texts of the project's lines, for the menus.
-    OV::Array<OV::UniString> users_, actions_;
+    Told told_;
     std::shared_ptr<const SYC::LogTable> shown_;
-    /// Counts the runs of IntersectFilters.
-    std::uint64_t filterRun_ = 0;
+    const std::shared_ptr<Making> making_;
+    /// Counts what was asked of the worker, and the runs of IntersectFilters.
+    std::uint64_t asked_ = 0, shownFor_ = 0, filterRun_ = 0;
     int sortColumn_ = 0;
     bool isAscending_ = true;
     std::shared_ptr<ProjectLogViewerDlg_14*> self_;
@@ -100,6 +121,9 @@ private:
     Dlg::ListBox table_{*this, Table};
     Dlg::ProgressItem progress_{*this, Progress};
     Dlg::TextItem count_{*this, CountText};
+
+    /// Goes on without the dialog.
+    std::unique_ptr<OV::PooledExecutor> worker_ = std::make_unique<OV::PooledExecutor>(0, 1, 0);
 };
 
 }  // namespace Syncra::Server::ManagementTool::GUI

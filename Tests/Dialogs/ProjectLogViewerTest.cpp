@@ -41,11 +41,17 @@ protected:
             user.PickDate(Viewer::FromDate, {2026, 3, 1});
             user.PickDate(Viewer::ToDate, {2026, 3, 2});
             viewer.RefreshLog(lines);
-            SYCB::MessageLoop::RunPending();
+            Settle();
             act(user);
             user.Press(Viewer::CloseButton);
         });
         EXPECT_TRUE(viewer.Invoke());
+    }
+    /// The worker has done what it was asked for.
+    void Settle()
+    {
+        SYCB::MessageLoop::RunPending();
+        EXPECT_TRUE(SYCB::MessageLoop::RunUntil([this] { return !viewer_->IsBusy(); }, 60'000));
     }
     static Texts Column(const Dlg::HeadlessDialog& user, int column)
     {
@@ -74,17 +80,21 @@ TEST_F(ProjectLogViewerTest, EachFilterNarrowsWhatTheOthersLeave)
         Line({2026, 3, 3, 0, 0, 0}, u"late", u"Join"),
     };
     Open(lines, [&](Dlg::HeadlessDialog& user) {
+        const auto choose = [&](int menu, int entry) {
+            user.Choose(menu, entry);
+            Settle();
+        };
         EXPECT_EQ(Column(user, SYC::LogTable::User), (Texts{u"anna", u"zoe", u"anna"}))
             << "both ends of the range belong to it";
         EXPECT_EQ(user.GetEntries(Viewer::UserMenu),
                   (Texts{u"Not Filtered", u"anna", u"early", u"late", u"zoe"}))
             << "of all the project's lines, and of no other project's";
         EXPECT_EQ(user.GetEntries(Viewer::ActionMenu), (Texts{u"Not Filtered", u"Join", u"Send"}));
-        user.Choose(Viewer::ActionMenu, 3);
+        choose(Viewer::ActionMenu, 3);
         EXPECT_EQ(Column(user, SYC::LogTable::User), (Texts{u"anna", u"zoe"}));
-        user.Choose(Viewer::SizeMenu, 2);
+        choose(Viewer::SizeMenu, 2);
         EXPECT_EQ(Column(user, SYC::LogTable::Size), (Texts{u"10 KB"}));
-        user.Choose(Viewer::UserMenu, 5);
+        choose(Viewer::UserMenu, 5);
         EXPECT_TRUE(Column(user, SYC::LogTable::User).empty());
         EXPECT_EQ(user.GetText(Viewer::CountText), u"0 lines");
         // New lines arrive: what was chosen stays chosen, wherever it stands now.
@@ -92,17 +102,19 @@ TEST_F(ProjectLogViewerTest, EachFilterNarrowsWhatTheOthersLeave)
         more.push_back(Line({2026, 3, 1, 9, 0, 0}, u"boris", u"Comment"));
         more.push_back(Line({2026, 3, 1, 9, 0, 0}, u"zoe", u"Send", 10'485'760));
         viewer_->RefreshLog(more);
-        SYCB::MessageLoop::RunPending();
+        Settle();
         EXPECT_EQ(user.GetSelection(Viewer::UserMenu), 6);
         EXPECT_EQ(Column(user, SYC::LogTable::Size), (Texts{u"10 240 KB"}));
-        user.Choose(Viewer::SizeMenu, 5);
+        choose(Viewer::SizeMenu, 5);
         EXPECT_EQ(Column(user, SYC::LogTable::User), (Texts{u"zoe"}));
-        user.Choose(Viewer::UserMenu, 1);
-        user.Choose(Viewer::ActionMenu, 1);
+        choose(Viewer::UserMenu, 1);
+        choose(Viewer::ActionMenu, 1);
         EXPECT_EQ(Column(user, SYC::LogTable::User), (Texts{u"anna", u"zoe"}));
-        user.Choose(Viewer::SizeMenu, 1);
+        choose(Viewer::SizeMenu, 1);
         user.PressHeader(Viewer::Table, SYC::LogTable::Size);
         user.PressHeader(Viewer::Table, SYC::LogTable::Size);
+        EXPECT_TRUE(viewer_->IsBusy()) << "the window does not wait";
+        Settle();
         EXPECT_EQ(user.GetSortMark(Viewer::Table), -SYC::LogTable::Size);
         EXPECT_EQ(Column(user, SYC::LogTable::User),
                   (Texts{u"anna", u"zoe", u"anna", u"zoe", u"boris"}));
@@ -123,13 +135,19 @@ TEST_F(ProjectLogViewerTest, LinesThatComeWhileTheWarningIsShownAreTheOnesShownT
     for (const Lines& newer : {Lines(1000, many.front()), Lines(999, many.front())})
         Open({}, [&](Dlg::HeadlessDialog& user) {
             viewer_->PreviewLog(many);
-            SYCB::MessageLoop::RunPending();
+            Settle();
             EXPECT_TRUE(toolkit_.GetAlertsShown().empty()) << "not while the rest is on its way";
-            viewer_->RefreshLog(newer);
             {
-                AlertRecorder alerts;  // goes on with what was posted, as a window's alert does
-                alerts.meanwhile = [] { SYCB::MessageLoop::RunPending(); };
+                AlertRecorder alerts;
+                bool isFirst = true;
+                alerts.meanwhile = [&] {
+                    if (!std::exchange(isFirst, false))
+                        return;
+                    viewer_->RefreshLog(newer);
+                    Settle();
+                };
                 user.PickDate(Viewer::ToDate, {2026, 3, 3});
+                Settle();
                 ASSERT_EQ(alerts.shown.size(), newer.size() < 1000 ? 1u : 2u);
                 EXPECT_EQ(alerts.shown[0].title, u"Warning");
                 EXPECT_EQ(alerts.shown[0].message,
@@ -172,6 +190,7 @@ TEST_F(ProjectLogViewerTest, TheExportIsWrittenToTheLetter)
         EXPECT_EQ(toolkit_.GetAlertsShown()[0].message,
                   u"An error has occurred while saving file.");
         user.PickDate(Viewer::ToDate, {2026, 2, 1});
+        Settle();
         toolkit_.AddSaveFile(location);
         user.Press(Viewer::ExportButton);
         EXPECT_EQ(content(), "") << "an empty table is an empty file";

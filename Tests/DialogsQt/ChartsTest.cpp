@@ -5,6 +5,7 @@
 #include <QCategoryAxis>
 #include <QChart>
 #include <QDialog>
+#include <QXYSeries>
 
 #include <cmath>
 
@@ -38,18 +39,18 @@ Charts::Data TheData()
         line.values = {0, row.highest, 0, row.highest, line.points.back().second, 0};
         data.performance.SetChartLine(line);
     }
-    auto lines = std::make_shared<OV::PagedArray<LogDataLine>>();
+    OV::PagedArray<LogDataLine> lines;
     constexpr const char16_t* actions[] = {u"Send", u"GetChanges", u"Reserve", u"Release",
                                            u"Login"};
     for (int number = 0; number < 2000; ++number) {
-        LogDataLine& line = lines->emplace_back();
+        LogDataLine& line = lines.emplace_back();
         line.SetTime(OV::ToText(begin + number * 15'000));
         line.SetUser(u"Member " + OV::ToText(number * number % 11));
         line.SetOperation(actions[number * 7 % 5]);
         line.SetProject(u"Project " + OV::ToText(number % 7 % 4));
         line.SetSize(OV::ToText(number * 4999));
     }
-    data.lines = lines;
+    data.log = Digest(lines);
     return data;
 }
 
@@ -66,8 +67,7 @@ TEST(ChartsTest, EveryKindIsDrawnAndOneWithoutDataSaysSo)
         ASSERT_NE(chart, nullptr);
         EXPECT_FALSE(chart->title().contains("nothing")) << kind.toStdString();
         EXPECT_FALSE(chart->series().isEmpty());
-        const auto empty =
-            Charts::Make(kind, {{}, std::make_shared<OV::PagedArray<LogDataLine>>()});
+        const auto empty = Charts::Make(kind, {});
         EXPECT_TRUE(empty->title().contains("nothing is known yet")) << kind.toStdString();
         const QString file = folder + "/Chart-" + kind + ".png";
         ASSERT_TRUE(Charts::Render(kind, data, {640, 400}, file));
@@ -89,6 +89,36 @@ TEST(ChartsTest, EveryKindIsDrawnAndOneWithoutDataSaysSo)
         EXPECT_GT(file.readAll().count('\n'), 1) << kind.toStdString();
     }
     EXPECT_FALSE(Charts::WriteTable("cpu", data, "/nowhere/chart.csv"));
+}
+
+TEST(ChartsTest, ActivityShowsTheDaysOfAYoungLogAndTheWeeksOfAnOldOne)
+{
+    const QDate monday(2026, 3, 30);
+    struct Row {
+        std::vector<int> days;
+        std::size_t spans;
+        bool isByWeeks;
+    };
+    for (const Row& row : {Row{{0}, 7, false}, Row{{0, 0, 6}, 7, false}, Row{{-9, 0}, 10, false},
+                           Row{{-69, 0}, 70, false}, Row{{-70, -1, 0}, 11, true}}) {
+        OV::PagedArray<LogDataLine> lines;
+        for (const int day : row.days) {
+            const auto begin = monday.addDays(day).startOfDay().toSecsSinceEpoch();
+            lines.emplace_back().SetTime(OV::ToText(begin));
+            lines.emplace_back().SetTime(
+                OV::ToText(monday.addDays(day + 1).startOfDay().toSecsSinceEpoch() - 1));
+        }
+        const auto digest = Digest(lines);
+        ASSERT_EQ(digest.spans.size(), row.spans);
+        EXPECT_EQ(digest.isByWeeks, row.isByWeeks);
+        EXPECT_EQ(digest.spans.back().begin.date(), monday.addDays(row.days.back()));
+        EXPECT_EQ(digest.spans.back().lines, 2);
+        const auto chart = Charts::Make("activity", {{}, digest});
+        auto* line = qobject_cast<QXYSeries*>(chart->series().value(0));
+        ASSERT_NE(line, nullptr);
+        EXPECT_EQ(static_cast<std::size_t>(line->count()), row.spans);
+        EXPECT_EQ(line->points().back().y(), 2);
+    }
 }
 
 TEST(ChartsTest, TicksOfTimeAreEvenWholeAndEachHasALabel)

@@ -142,11 +142,16 @@ TEST_F(DialogLooksTest, ALongLogIsLookedThroughWithoutWaiting)
     const int count = isLong != nullptr && *isLong == '1' ? 1'000'000 : 100'000;
     const auto lines = LongLog(count);
     Viewer viewer(u"p", u"Harbour Bridge");
+    constexpr int patience = 60'000;
+    const auto rowsAre = [&](int rows) {
+        const auto& table = QtUser::Item<QTableView>(Viewer::Table);
+        return QTest::qWaitFor(
+            [&] { return table.model()->rowCount() == rows && !viewer.IsBusy(); }, patience);
+    };
     user_.Then([&] {
         viewer.PreviewLog({lines.begin(), lines.begin() + 500});
         viewer.UpdateProgress(3, 4);
-        QTest::qWait(20);
-        EXPECT_EQ(QtUser::Item<QTableView>(Viewer::Table).model()->rowCount(), 500);
+        EXPECT_TRUE(rowsAre(500));
         EXPECT_EQ(QtUser::Item<QProgressBar>(Viewer::Progress).value(), 750);
         QtUser::ExpectGoodLooks("ProjectLogLoading");
         viewer.RefreshLog(lines);
@@ -164,6 +169,7 @@ TEST_F(DialogLooksTest, ALongLogIsLookedThroughWithoutWaiting)
         auto& header = *table->horizontalHeader();
         QTest::mouseClick(header.viewport(), Qt::LeftButton, {},
                           QPoint(header.sectionViewportPosition(4) + 5, 5));
+        EXPECT_TRUE(rowsAre(count));
         EXPECT_EQ(header.sortIndicatorSection(), 4);
         const auto begin = std::chrono::steady_clock::now();
         constexpr int steps = 100;

@@ -44,20 +44,36 @@ struct ActivityPage::Fetched {
     void Fetch(const LogSource& source, const OV::UniString& project, bool ask)
     {
         try {
-            if (ask)
-                ServerTasks::UpdateLog(source);
-        } catch (const OV::Exception& error) {
-            problem = ToQt(OV::MessageWithCauses(error));
-        }
-        try {
-            data = Charts::ReadCache(source.GetCacheName());
+            SYC::BinCacheHandler cache(source.GetCacheName());
+            if (!ask)
+                cache.GetCacheData();
+            else
+                Update(source, cache);
+            data = Charts::MakeData(cache);
+            FindLast(*cache.GetLines(), OV::ToUtf8(project));
+        } catch (const OV::InterruptedException&) {
+            throw;
         } catch (const OV::Exception& error) {
             problem += ToQt(error.GetMessage());
         }
-        for (std::size_t at = data.lines ? data.lines->size() : 0;
-             at > 0 && lines.size() < ShownLines; --at)
-            if (const auto& line = (*data.lines)[at - 1]; line.GetProject() == project)
-                lines.push_back(CardOf(line));
+    }
+
+private:
+    void Update(const LogSource& source, SYC::BinCacheHandler& cache)
+    {
+        try {
+            ServerTasks::UpdateLog(source, cache);
+        } catch (const OV::InterruptedException&) {
+            throw;
+        } catch (const OV::Exception& error) {
+            problem = ToQt(OV::MessageWithCauses(error));
+        }
+    }
+    void FindLast(const OV::PagedArray<LogDataLine>& all, const OV::String& project)
+    {
+        for (std::size_t at = all.size(); at > 0 && lines.size() < ShownLines; --at)
+            if (all[at - 1].Record().project == project)
+                lines.push_back(CardOf(all[at - 1]));
     }
 };
 

@@ -25,14 +25,13 @@
 
 #include <algorithm>
 #include <cmath>
-#include <map>
 
 namespace Charts {
 
 namespace {
 
-constexpr std::size_t MostShares = 8;
-constexpr qint64 Week = 7 * 86'400;
+/// More points than these are a line anyway.
+constexpr qsizetype MostMarkedPoints = 100;
 constexpr double Megabyte = 1024.0 * 1024.0;
 
 struct Kind {
@@ -50,7 +49,7 @@ constexpr Kind AllKinds[] = {
     {"longest", "Longest transaction", ChartType::LongestTransaction,
      "Longest request in a minute (s)"},
     {"gauges", "Now"},
-    {"activity", "Activity by weeks", {}, "Lines of the log in each week"},
+    {"activity", "Activity", {}, "Lines of the log"},
     {"by-action", "Shares of actions"},
     {"by-user", "Shares of users"},
     {"sizes", "Data by project"},
@@ -152,6 +151,8 @@ void AddLine(QChart& chart, const QList<QPointF>& points, const QString& name, c
     auto* line = new QLineSeries;
     line->replace(points);
     line->setName(name);
+    // A single point is no line yet.
+    line->setPointsVisible(points.size() <= MostMarkedPoints);
     chart.addSeries(line);
     const auto timeOf = [](const QPointF& point) {
         return QDateTime::fromMSecsSinceEpoch(static_cast<qint64>(point.x()));
@@ -208,52 +209,27 @@ bool AddGauges(QChart& chart, const PerformanceData& data)
     return true;
 }
 
-bool AddActivity(QChart& chart, const Kind& kind, const Data& data)
+bool AddActivity(QChart& chart, const Kind& kind, const LogDigest& log)
 {
-    std::map<qint64, int> weeks;
-    for (const LogDataLine& line : *data.lines)
-        ++weeks[line.GetTimeVal() / Week];
-    if (weeks.empty())
+    if (log.spans.empty())
         return false;
     QList<QPointF> points;
     int highest = 0;
-    for (auto week = weeks.begin()->first; week <= weeks.rbegin()->first; ++week) {
-        const auto found = weeks.find(week);
-        const int count = found == weeks.end() ? 0 : found->second;
-        points.append({static_cast<double>(week * Week * 1000), static_cast<double>(count)});
-        highest = std::max(highest, count);
+    for (const auto& span : log.spans) {
+        points.append(
+            {static_cast<double>(span.begin.toMSecsSinceEpoch()), static_cast<double>(span.lines)});
+        highest = std::max(highest, span.lines);
     }
     AddLine(chart, points,
-            QString("%1 lines in %2 weeks, at most %3 in one")
-                .arg(QLocale().toString(static_cast<qulonglong>(data.lines->size())),
+            QString(log.isByWeeks ? "%1 lines in %2 weeks, at most %3 in one"
+                                  : "%1 lines in %2 days, at most %3 in one")
+                .arg(QLocale().toString(static_cast<qulonglong>(log.lines)),
                      QLocale().toString(points.size()), QLocale().toString(highest)),
-            kind.axis, 0, highest);
+            QString(kind.axis) + (log.isByWeeks ? " in each week" : " in each day"), 0, highest);
     return true;
 }
 
-using Amounts = std::vector<std::pair<QString, double>>;
-
-/// The largest first; what is beyond the first few counts together.
-template <class Text, class Amount>
-Amounts Collect(const Data& data, Text&& text, Amount&& amount)
-{
-    std::map<OV::UniString, double> sums;
-    for (const LogDataLine& line : *data.lines)
-        sums[(line.*text)()] += amount(line);
-    Amounts amounts;
-    for (const auto& [name, sum] : sums)
-        amounts.emplace_back(ToQt(name), sum);
-    std::stable_sort(amounts.begin(), amounts.end(),
-                     [](const auto& a, const auto& b) { return a.second > b.second; });
-    if (amounts.size() > MostShares) {
-        double others = 0;
-        for (auto at = amounts.begin() + MostShares; at != amounts.end(); ++at)
-            others += at->second;
-        amounts.resize(MostShares);
-        amounts.emplace_back("Others", others);
-    }
-    return amounts;
-}
+using Amounts = LogDigest::Amounts;
 
 bool AddShares(QChart& chart, const Amounts& amounts)
 {
@@ -323,31 +299,26 @@ bool AddSizes(QChart& chart, const Amounts& amounts)
 bool Fill(QChart& chart, const Kind& kind, const Data& data)
 {
     const QString name = kind.name;
-    const auto one = [](const LogDataLine&) { return 1.0; };
     if (name == "gauges")
         return AddGauges(chart, data.performance);
     if (name == "activity")
-        return AddActivity(chart, kind, data);
+        return AddActivity(chart, kind, data.log);
     if (name == "by-action")
-        return AddShares(chart, Collect(data, &LogDataLine::GetOperationText, one));
+        return AddShares(chart, data.log.byAction);
     if (name == "by-user")
-        return AddShares(chart, Collect(data, &LogDataLine::GetUser, one));
+        return AddShares(chart, data.log.byUser);
     if (name == "sizes")
-        return AddSizes(chart, Collect(data, &LogDataLine::GetProject, [](const auto& line) {
-                            return static_cast<double>(line.GetSizeVal());
-                        }));
+        return AddSizes(chart, data.log.sizes);
     return AddLoad(chart, kind, data.performance);
 }
 
 }  // namespace
 
-Data ReadCache(const OV::UniString& name)
+Data MakeData(const SYC::BinCacheHandler& cache)
 {
-    SYC::BinCacheHandler cache(name);
-    cache.GetCacheData();
     Data data;
     cache.GetPerformanceData(data.performance);
-    data.lines = cache.GetLines();
+    data.log = Digest(*cache.GetLines());
     return data;
 }
 

@@ -1,7 +1,6 @@
 #pragma once
 
-#include "LogDataLine.hpp"
-#include "OVRoot/Containers.hpp"
+#include "LogDigest.hpp"
 #include "PerformanceData.hpp"
 
 #include <QString>
@@ -12,19 +11,24 @@
 class QChart;
 class QSize;
 
+namespace SYC {
+class BinCacheHandler;
+}
+
 /// The statistics of a server as pictures.
 namespace Charts {
 
 struct Data {
     PerformanceData performance;
-    SYC::LogLines lines;
+    LogDigest log;
 };
 
-/// What is cached under a name. Throws what the cache does.
-[[nodiscard]] Data ReadCache(const OV::UniString& name);
+/// What the cache holds, for any thread. Throws as Digest does.
+[[nodiscard]] Data MakeData(const SYC::BinCacheHandler& cache);
 
 /// The names of the charts: "cpu", "memory", "actions", "transferred" and "longest" over time,
-/// "gauges", "activity" by weeks, the shares "by-action" and "by-user", and "sizes" by project.
+/// "gauges", "activity" by days or weeks, the shares "by-action" and "by-user", and "sizes" by
+/// project.
 [[nodiscard]] const QStringList& Kinds();
 /// Null for a kind that is none. A chart without data says so.
 [[nodiscard]] std::unique_ptr<QChart> Make(const QString& kind, const Data& data);

@@ -1,3 +1,4 @@
+#include "BinCacheHandler/BinCacheHandler.hpp"
 #include "Charts.hpp"
 #include "DesktopText.hpp"
 #include "Dlg/Qt/QtToolkit.hpp"
@@ -51,7 +52,9 @@ int DrawChart(const QCommandLineParser& options)
         return 2;
     }
     try {
-        const auto data = Charts::ReadCache(FromQt(options.value("log-cache")));
+        SYC::BinCacheHandler cache(FromQt(options.value("log-cache")));
+        cache.GetCacheData();
+        const auto data = Charts::MakeData(cache);
         if (Charts::Render(kind, data, size, options.value("out")))
             return 0;
         std::cerr << "syclient-desktop: \"" << options.value("out").toStdString()

@@ -1,6 +1,5 @@
 #include "ServerTasks.hpp"
 
-#include "BinCacheHandler/BinCacheHandler.hpp"
 #include "CloseSession.hpp"
 #include "EventLogUpdater.hpp"
 #include "Log/PieChartUpdater.hpp"
@@ -25,9 +24,8 @@ bool Run(const OV::Ref<Task>& task)
     return Strategy::Current().ExecuteTask(task, nullptr, Strategy::UsualDelayMilliseconds);
 }
 
-void UpdateLog(const LogSource& source)
+void UpdateLog(const LogSource& source, SYC::BinCacheHandler& cache)
 {
-    SYC::BinCacheHandler cache(source.GetCacheName());
     EventLogUpdater(source, cache).Update();
     try {
         PieChartUpdater(source, cache).Update();

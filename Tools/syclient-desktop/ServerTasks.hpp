@@ -7,6 +7,10 @@
 
 #include <memory>
 
+namespace SYC {
+class BinCacheHandler;
+}
+
 /// What the window asks of a server.
 namespace ServerTasks {
 
@@ -31,8 +35,9 @@ private:
 /// finishes in the background and is dropped.
 [[nodiscard]] bool Run(const OV::Ref<Task>& task);
 
-/// Brings the log and the statistics of a server up to date in the cache, on the calling thread.
-/// Throws OV::Exception. That the load of the server is not for this user is no error.
-void UpdateLog(const LogSource& source);
+/// Brings the log and the statistics of a server up to date in its cache, on the calling thread.
+/// Throws OV::Exception; the cache then holds what there is all the same. That the load of the
+/// server is not for this user is no error.
+void UpdateLog(const LogSource& source, SYC::BinCacheHandler& cache);
 
 }  // namespace ServerTasks
