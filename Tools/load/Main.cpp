@@ -232,6 +232,7 @@ int main(int argc, char** argv)
     app.add_option("--settle", settings.settleSeconds,
                    "How long it then waits for what is on its way");
     app.add_option("--mails", settings.mailsEachSecond, "Mails each second, of all together");
+    app.add_option("--recipients", settings.recipients, "Members of the project who get each mail");
     app.add_option("--refresh", settings.refreshSeconds, "Seconds between refreshes of a member");
     app.add_option("--log", settings.logSeconds, "Seconds between his readings of the log");
     app.add_option("--sign-in", settings.signInSeconds, "Seconds between his sign-ins");

@@ -16,6 +16,7 @@ struct Settings {
     int seconds = 60;
     int settleSeconds = 60;      ///< at the end, for what is still on its way
     double mailsEachSecond = 5;  ///< of all members together
+    int recipients = 3;          ///< of each mail
     double refreshSeconds = 60;  ///< between a member's looks at projects and members
     double logSeconds = 300;     ///< between his looks at the log
     double signInSeconds = 600;  ///< between his sign-ins

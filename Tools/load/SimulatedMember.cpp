@@ -7,7 +7,6 @@ using nlohmann::json;
 namespace {
 
 constexpr int MailSignal = 4;
-constexpr int Recipients = 3;
 /// More than any request is held.
 constexpr std::chrono::seconds LongestAnswer{80};
 
@@ -156,7 +155,8 @@ Task<> Member::Write(int& writing)
             co_return;
         std::vector<int> recipients;
         json names = json::array();
-        for (int r = 1; r <= Recipients; ++r) {
+        std::string joined;
+        for (int r = 1; r <= settings_.recipients; ++r) {
             // Those of the same project.
             const int other = (number_ + r * settings_.projects) % settings_.members;
             if (other % settings_.projects != number_ % settings_.projects ||
@@ -164,10 +164,23 @@ Task<> Member::Write(int& writing)
                 continue;
             recipients.push_back(other);
             names.push_back(NameOf(other));
+            joined += NameOf(other) + ',';
         }
+        // As a client writes it, so that a window shows it.
+        const json header{{"Version", "1.0"},
+                          {"Sender", Login()},
+                          {"SenderFullName", Login()},
+                          {"Recipient", joined},
+                          {"RecipientsFullName", joined},
+                          {"SendingTime", std::to_string(std::time(nullptr))},
+                          {"ParentMailGuid", ""},
+                          {"Importance", "LOW"},
+                          {"Type", "NORMAL"},
+                          {"TextBody", "Mail " + std::to_string(i) + " of " + Login()},
+                          {"ActionList", "EMPTY"}};
         const json body{{"key", Login() + '-' + std::to_string(since_) + '-' + std::to_string(i)},
                         {"recipients", names},
-                        {"message", {{"header", {{"Version", "1"}}}, {"body", "aGVsbG8="}}}};
+                        {"message", {{"header", header}, {"body", ""}}}};
         ++writing;
         const Question theMail{"mail", "POST", Path("mails"), body.dump()};
         const auto answer = co_await Ask(mail_, theMail);
