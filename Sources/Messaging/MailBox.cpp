@@ -19,6 +19,8 @@ constexpr int WriteSoonShare = 20;
 
 /// The file is written when there are more marks than these.
 constexpr int MaximumUnsavedMarks = 5;
+/// Of so many, observers of a mark find it in the file: that takes a few milliseconds.
+constexpr std::size_t MailsWrittenAtOnce = 2'000;
 
 /// A mail of the box. What may change is no part of its identity.
 struct Entry {
@@ -396,8 +398,11 @@ void MailBox::NoteMarked(const ClientMail& mail)
 void MailBox::NoteMark() noexcept
 {
     isChanged_ = true;
-    if (++unsavedMarks_ > MaximumUnsavedMarks)
-        StartWriting();
+    if (++unsavedMarks_ <= MaximumUnsavedMarks)
+        return;
+    StartWriting();
+    if (mails_.size() <= MailsWrittenAtOnce)
+        WriteRest();
 }
 
 void MailBox::Failed(const std::exception_ptr& failure) noexcept

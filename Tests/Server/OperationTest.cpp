@@ -190,13 +190,15 @@ TEST_F(OperationTest, AProxyNamesItsClientsAndNobodyElseDoes)
         (void)connection.Send(sent + "POST /syncra/v1/sign-out HTTP/1.1\r\nHost: h\r\n"
                                      "X-Forwarded-For: 198.51.100.1, 192.0.2.7\r\n"
                                      "Content-Length: 0\r\n\r\n");
-        if (told.empty())
+        if (told.empty()) {
             EXPECT_TRUE(connection.IsClosedByServer()) << sent;
-        else
+        } else {
             EXPECT_EQ(connection.Read().status, 401) << sent;
+        }
         ASSERT_EQ(behind.Terminate(), 0);
-        if (!told.empty())
+        if (!told.empty()) {
             EXPECT_EQ(json::parse(TextOf(file)).at("address"), told) << sent;
+        }
     }
 }
 
