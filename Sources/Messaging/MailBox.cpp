@@ -19,8 +19,10 @@ constexpr int WriteSoonShare = 20;
 
 /// The file is written when there are more marks than these.
 constexpr int MaximumUnsavedMarks = 5;
-/// Of so many, observers of a mark find it in the file: that takes a few milliseconds.
+/// Observers of a mark find it in the file when so many mails are there, for which nobody holds up
+/// the write and a disk takes not longer.
 constexpr std::size_t MailsWrittenAtOnce = 2'000;
+constexpr std::uint32_t MillisecondsAtOnce = 40;
 
 /// A mail of the box. What may change is no part of its identity.
 struct Entry {
@@ -101,6 +103,13 @@ struct MailBox::Work {
     {
         Run();
         done_.Wait();
+    }
+    /// Not when the thread is asked to stop meanwhile.
+    [[nodiscard]] bool IsSoonDone() noexcept
+    try {
+        return done_.Wait(MillisecondsAtOnce);
+    } catch (...) {
+        return false;
     }
 
 private:
@@ -401,8 +410,11 @@ void MailBox::NoteMark() noexcept
     if (++unsavedMarks_ <= MaximumUnsavedMarks)
         return;
     StartWriting();
-    if (mails_.size() <= MailsWrittenAtOnce)
-        WriteRest();
+    if (const auto work = work_;
+        work && mails_.size() <= MailsWrittenAtOnce && work->IsSoonDone()) {
+        End(work);
+        GoOn();
+    }
 }
 
 void MailBox::Failed(const std::exception_ptr& failure) noexcept

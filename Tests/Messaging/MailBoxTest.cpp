@@ -106,8 +106,7 @@ TEST(MailBoxTest, AWriteThatIsHeldBackHoldsNobodyAndIsNeverOvertaken)
     EXPECT_FALSE(ours.IsFileBehind());
 
     // Another process comes first: it is taken over before anything is written.
-    for (int mark = 0; mark < 6; ++mark)
-        ours.NoteMark();
+    ours.StartWriting();
     MailBox theirs(place);
     theirs.Add(MakeMail(u"3", 30));
     theirs.Remove({u"1"});

@@ -16,6 +16,7 @@
 
 #include <cstdlib>
 #include <fstream>
+#include <future>
 #include <sys/wait.h>
 
 using SYCB::PresenceState;
@@ -218,18 +219,30 @@ TEST_F(MailClientTest, WritesEverySixthMarkAndSendsTheMarksAtLogOut)
     }
     EXPECT_EQ(IO::File::ReadAll(yuki->MailsFile()), before);
     EXPECT_EQ(yuki->listChanges, 5);
-    {
-        // Whoever holds the file up does not hold up the host.
-        const auto hold = IO::ExclusiveFile::Open(yuki->Folder().Appended(u"Mails.dat.lock"));
-        yuki->client->SetMailHistoricalMessage(*mails[0]);
-        EXPECT_EQ(yuki->listChanges, 6);
-        EXPECT_EQ(IO::File::ReadAll(yuki->MailsFile()), before);
-    }
-    awaitFile();
-    EXPECT_NE(IO::File::ReadAll(yuki->MailsFile()), before);
+    yuki->client->SetMailHistoricalMessage(*mails[0]);
+    const auto written = IO::File::ReadAll(yuki->MailsFile());
+    EXPECT_NE(written, before);
     yuki->client->SetMailReadMessage(*mails[5]);
     yuki->client->SetMailReadMessage(*mails[6]);
-    // Two marks are in memory alone now; log-out takes them to the server all the same.
+    for (int mark = 2; mark < 5; ++mark)
+        yuki->client->SetMailHistoricalMessage(*mails[mark]);
+    // Whoever holds the file up does not hold up the host.
+    std::promise<void> isHeld, letGo;
+    std::thread holder([&, folder = yuki->Folder()] {
+        const auto hold = IO::ExclusiveFile::Open(folder.Appended(u"Mails.dat.lock"));
+        isHeld.set_value();
+        letGo.get_future().wait();
+    });
+    isHeld.get_future().wait();
+    yuki->client->SetMailHistoricalMessage(*mails[5]);
+    EXPECT_EQ(yuki->listChanges, 12);
+    EXPECT_EQ(IO::File::ReadAll(yuki->MailsFile()), written);
+    letGo.set_value();
+    holder.join();
+    awaitFile();
+    EXPECT_NE(IO::File::ReadAll(yuki->MailsFile()), written);
+    // One mark is in memory alone now; log-out takes it to the server all the same.
+    yuki->client->SetMailHistoricalMessage(*mails[6]);
     ASSERT_TRUE(yuki->client->SynchronizeLogOut());
     EXPECT_TRUE(yuki->client->IsLogOut());
     std::uint64_t after = 0;
@@ -237,7 +250,7 @@ TEST_F(MailClientTest, WritesEverySixthMarkAndSendsTheMarksAtLogOut)
         EXPECT_TRUE(read) << OV::ToUtf8(id);
     after = 0;
     auto historical = Connect("yuki.tanaka")->GetMailHistorical(ProjectId(), after);
-    EXPECT_TRUE(historical.at(mails[0]->GetId()));
+    EXPECT_TRUE(historical.at(mails[0]->GetId()) && historical.at(mails[6]->GetId()));
     EXPECT_FALSE(historical.at(mails[1]->GetId()));
     for (const auto& mail : mails)
         EXPECT_FALSE(mail->IsModify());
