@@ -406,18 +406,17 @@ bool MailClient::SynchronizeLogOut()
             });
         done->condition.Notify();
     }));
-    if (!isTaken || !done->condition.Wait(LogOutMilliseconds) || !done->succeeded) {
-        if (!modified.empty())
-            OV::ShowAlert(Alert::MessageStatusSettingError);
-        return false;
-    }
-    for (const auto& mail : modified)
-        mail->SetModify(false);
-    if (!modified.empty())
+    const bool isKnown = isTaken && done->condition.Wait(LogOutMilliseconds) && done->succeeded;
+    if (isKnown && !modified.empty()) {
+        for (const auto& mail : modified)
+            mail->SetModify(false);
         box_->WriteSoon();
+    }
     box_->WriteRest();
     TellNews();
-    return true;
+    if (!isKnown && !modified.empty())
+        OV::ShowAlert(Alert::MessageStatusSettingError);
+    return isKnown;
 }
 
 // What others tell
