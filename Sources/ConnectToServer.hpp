@@ -7,6 +7,9 @@
 
 namespace SYC {
 
+/// Of the model service, where nobody says another one.
+inline constexpr std::uint16_t UsualPort = 19001;
+
 /// Signs in to a server for the first time, and finds out what keeps a user from it.
 class SYC_API ConnectToServer final : public Flow {
 public:

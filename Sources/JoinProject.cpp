@@ -45,9 +45,18 @@ public:
                 stop.request_stop();
         };
         const CheckResult result = connection_->Check(check);
-        if (result == CheckResult::Passed)
+        if (result == CheckResult::Passed) {
             connection_->GetCache()->SetLastOpenProjectTime(OV::Clock::Current().Now());
+            ReadBox();
+        }
         return result;
+    }
+    /// The mails of the cache. Throws what reading them threw.
+    [[nodiscard]] std::unique_ptr<MailBox> TakeBox()
+    {
+        if (boxProblem_)
+            std::rethrow_exception(boxProblem_);
+        return std::move(box_);
     }
     [[nodiscard]] Failure GetFailure() const
     {
@@ -81,6 +90,15 @@ public:
     }
 
 private:
+    /// Here, on a worker, for they may be many.
+    void ReadBox() noexcept
+    {
+        try {
+            box_ = std::make_unique<MailBox>(connection_->GetCache()->GetCacheFolderLocation());
+        } catch (...) {
+            boxProblem_ = std::current_exception();
+        }
+    }
     /// Whether the user has one before a new one may begin; nothing begins when nobody can say.
     bool LookForSessions() noexcept
     {
@@ -107,6 +125,8 @@ private:
     const bool wasCached_;
     bool mayHaveBegunSession_ = false;
     std::exception_ptr problem_;
+    std::unique_ptr<MailBox> box_;
+    std::exception_ptr boxProblem_;
     std::unique_ptr<Manager> manager_;
     std::optional<ReadProjectConnection> connection_;
 };
@@ -198,12 +218,16 @@ void JoinProject::Join(const JoinOptions& options)
             attempt->Undo();
             return {[this, result] { result_ = result; }, failure};
         }
-        return {[this, attempt] {
+        return {[this, attempt, waits = options.waitsForRefresh] {
                     result_ = CheckResult::Passed;
                     const OV::UniString id = attempt->GetProjectId();
                     try {
-                        BeginRefresh(std::make_unique<JoinedProject>(attempt->TakeManager(), id,
-                                                                     GetExecutors().home));
+                        open_ = std::make_unique<JoinedProject>(
+                            attempt->TakeManager(), id, GetExecutors().home, attempt->TakeBox());
+                        if (open_->GetManager().GetSignalClient().IsForcedOffline())
+                            refreshFailure_ = MakeFailure(FailureKind::WorkingOffline);
+                        else if (waits)
+                            BeginRefresh();
                     } catch (...) {
                         refreshFailure_ = DescribeException();
                     }
@@ -212,9 +236,8 @@ void JoinProject::Join(const JoinOptions& options)
     });
 }
 
-void JoinProject::BeginRefresh(std::unique_ptr<JoinedProject> open)
+void JoinProject::BeginRefresh()
 {
-    open_ = std::move(open);
     refresh_ = std::make_shared<FirstRefresh>(*this, *open_);
     GoOn(GetText(FlowText::FetchMembersAndMails));
 }

@@ -9,10 +9,13 @@ namespace SYC {
 
 class JoinedProject;
 
-/// What the user agreed to after a join failed for the want of it.
+/// What the user agreed to after a join failed for the want of it, and when the join ends.
 struct JoinOptions {
     bool allowTakeover = false;  ///< of a session that is in use on another computer (result 3)
     bool newSession = false;     ///< in the place of a cached one that ended elsewhere (result 5)
+    /// Until members and mails are fetched for the first time, or cannot be. Otherwise the flow
+    /// ends once the session stands, and they come to the observers of the joined project.
+    bool waitsForRefresh = true;
 };
 
 /// Joins a project, or opens one that is cached: makes the cache, takes or starts the session, then
@@ -42,7 +45,7 @@ private:
     class FirstRefresh;
 
     void _Cancelled() override;
-    void BeginRefresh(std::unique_ptr<JoinedProject> open);
+    void BeginRefresh();
     void EndRefresh(Failure failure);
 
     IO::Location project_;

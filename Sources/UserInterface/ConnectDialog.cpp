@@ -33,8 +33,9 @@ OV::UniString Describe(const DiscoveredServer& server)
 
 }  // namespace
 
-ConnectDialog::ConnectDialog(IO::Location dataFolder)
-    : ModalDialog(Number), discovery_(std::move(dataFolder), executors_), connect_(executors_),
+ConnectDialog::ConnectDialog(IO::Location dataFolder, Syncra::Client::SignInData proposed)
+    : ModalDialog(Number), proposed_(std::move(proposed)),
+      discovery_(std::move(dataFolder), executors_), connect_(executors_),
       connectButton_(*this, ConnectButton), cancelButton_(*this, CancelButton),
       diagnoseButton_(*this, DiagnoseButton), servers_(*this, ServerPopUp),
       store_(*this, StorePopUp), host_(*this, HostEdit), port_(*this, PortEdit),
@@ -58,22 +59,45 @@ void ConnectDialog::_PanelOpened(Dlg::Panel&)
     store_.Select(DoNotStore);
     steps_.SetColumns(
         {{GetText(FlowText::StepColumn), 130}, {GetText(FlowText::ResultColumn), 380}});
+    ShowPlace(proposed_.serverName, proposed_.port, proposed_.userName);
     ShowState();
     discovery_.Refresh();
 }
 
+void ConnectDialog::ShowPlace(const OV::UniString& host, std::uint16_t port,
+                              const OV::UniString& user)
+{
+    host_.SetText(host);
+    port_.SetText(OV::ToText(port == 0 ? UsualPort : port));
+    if (!user.empty())
+        user_.SetText(user);
+}
+
+/// The last entry is the one of a server that is not listed.
+int ConnectDialog::FindEntryOfHost() const
+{
+    const auto& all = discovery_.GetServers();
+    const auto found = std::find_if(all.begin(), all.end(), [&](const DiscoveredServer& each) {
+        return OV::EqualsIgnoreCase(each.host, host_.GetText());
+    });
+    return static_cast<int>(found - all.begin()) + 1;
+}
+
 void ConnectDialog::ShowServers()
 {
-    const bool isFirst = servers_.GetCount() == 0;
+    const int former = servers_.GetCount();
     const int selected = servers_.GetSelected();
     servers_.Clear();
     for (const auto& server : discovery_.GetServers())
         servers_.Append(Describe(server));
     servers_.Append(GetText(FlowText::OtherServer));
-    // Found ones come behind the others, so a place holds.
-    servers_.Select(isFirst ? 1 : std::min(selected, servers_.GetCount()));
-    if (isFirst && host_.GetText().empty())
-        _PopUpSelected(servers_);
+    if (former == 0 && host_.GetText().empty()) {
+        servers_.Select(1);
+        return _PopUpSelected(servers_);
+    }
+    // Found ones come behind the others, so a place holds, but for the last one.
+    const bool isOther = former == 0 || selected == former || selected > servers_.GetCount();
+    servers_.Select(isOther ? FindEntryOfHost() : selected);
 }
 
 void ConnectDialog::_PopUpSelected(Dlg::PopUpItem&)
@@ -82,10 +106,8 @@ void ConnectDialog::_PopUpSelected(Dlg::PopUpItem&)
     const auto entry = static_cast<std::size_t>(servers_.GetSelected());
     if (entry >= 1 && entry <= all.size()) {
         const DiscoveredServer& server = all[entry - 1];
-        host_.SetText(server.host);
-        port_.SetText(server.port == 0 ? OV::UniString() : OV::ToText(server.port));
-        if (!server.users.empty())
-            user_.SetText(server.users.front());
+        ShowPlace(server.host, server.port,
+                  server.users.empty() ? OV::UniString() : server.users.front());
     }
     ShowState();
 }

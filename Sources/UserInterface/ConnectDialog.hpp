@@ -13,9 +13,10 @@
 
 namespace SYC {
 
-/// Lets a user choose a server, or name one, and signs him in; tells what keeps him from it. An
-/// empty password is the one that this computer keeps. The question whether a server is trusted is
-/// asked as everywhere (SetAsyncTaskDialogExecutingImplementationForCore installs the dialogs).
+/// Lets a user choose a server, or name one, and signs him in; tells what keeps him from it, and
+/// stays open until he is in or gives up. An empty password is the one that this computer keeps.
+/// The question whether a server is trusted is asked as everywhere
+/// (SetAsyncTaskDialogExecutingImplementationForCore installs the dialogs).
 class SYC_API ConnectDialog final : public Dlg::ModalDialog,
                                     private Dlg::PanelObserver,
                                     private Dlg::ButtonItemObserver,
@@ -39,7 +40,9 @@ public:
     };
     enum StoreEntry { DoNotStore = 1, StorePassword };
 
-    explicit ConnectDialog(IO::Location dataFolder = {});
+    /// Server, port and user of `proposed` are filled in, as far as it has them; the usual port,
+    /// where nobody knows another one.
+    explicit ConnectDialog(IO::Location dataFolder = {}, Syncra::Client::SignInData proposed = {});
 
     /// Who signed in where; after an Invoke that was true.
     [[nodiscard]] const Syncra::Client::SignInData& GetLogin() const noexcept
@@ -57,11 +60,14 @@ private:
     void LeaveRequested() override;
 
     void ShowServers();
+    void ShowPlace(const OV::UniString& host, std::uint16_t port, const OV::UniString& user);
+    [[nodiscard]] int FindEntryOfHost() const;
     void ShowSteps();
     void ShowState();
     [[nodiscard]] OV::UniString DescribeState() const;
     [[nodiscard]] Syncra::Client::SignInData ReadLogin() const;
 
+    Syncra::Client::SignInData proposed_;
     OwnExecutors executors_;
     SYClientProjectDiscovery discovery_;
     ConnectToServer connect_;

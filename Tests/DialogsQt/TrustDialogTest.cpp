@@ -5,6 +5,7 @@
 #include "Support/DoubtfulServers.hpp"
 #include "Support/TemporaryFolder.hpp"
 #include "UserInterface/AsyncTaskDialogExecutingImplementation.hpp"
+#include "UserInterface/ConnectDialog.hpp"
 #include "UserInterface/TrustServerDialog.hpp"
 
 #include <QLineEdit>
@@ -28,24 +29,37 @@ protected:
     }
     ~TrustDialogTest() override { Communication::SetDefaultHttpOptions({}); }
 
-    /// The number of rows that are shown; `asked` answers the question about trust.
-    int Connect(const char* host, std::uint16_t port, std::function<void()> asked = {})
+    /// Signs in by the dialog; `asked` answers the question about trust. What the dialog says to a
+    /// user who `isRefused`, who then gives up; empty for one that is in.
+    std::string Connect(const char* host, std::uint16_t port, bool isRefused,
+                        std::function<void()> asked = {})
     {
+        using Item = SYC::ConnectDialog::Item;
         user.Then([] {
-            QtUser::Window().findChild<QLineEdit*>("password")->setText(ServerProcess::Password);
-            QTest::keyClick(&QtUser::Window(), Qt::Key_Return);
+            QTest::keyClicks(QApplication::focusWidget(), ServerProcess::Password);
+            QtUser::Key(Qt::Key_Return);
         });
         if (asked)
             user.Then(std::move(asked));
-        window.AddServer(host, port, "anna.novak");
+        std::string status;
+        if (isRefused)
+            user.Then([&status] {
+                const auto& button = QtUser::Item<QAbstractButton>(Item::ConnectButton);
+                EXPECT_TRUE(QTest::qWaitFor([&] { return button.isEnabled(); }, 60'000));
+                status = QtUser::Item<QLabel>(Item::StatusText)
+                             .text()
+                             .remove(QChar(0x200B))
+                             .toStdString();
+                QtUser::Press(Item::CancelButton);
+            });
+        MainWindow::Login login;
+        login.serverName = OV::FromUtf8(host);
+        login.port = port;
+        login.userName = u"anna.novak";
+        window.AddServer(login);
         const auto* const rows = window.findChild<CardList*>("projects")->model();
-        EXPECT_TRUE(
-            QTest::qWaitFor([&] { return rows->rowCount() > 0 || !Status().empty(); }, 60'000));
-        return rows->rowCount();
-    }
-    [[nodiscard]] std::string Status() const
-    {
-        return window.findChild<QLabel*>("problem")->text().toStdString();
+        EXPECT_TRUE(isRefused || QTest::qWaitFor([&] { return rows->rowCount() > 0; }, 60'000));
+        return status;
     }
     TemporaryFolder folder;
     TestCertificates certificates{folder.Path()};
@@ -69,12 +83,12 @@ TEST_F(TrustDialogTest, NothingIsSentToAServerThatIsNotTheOneThatWasMeant)
             QtUser::ExpectGoodLooks((std::string("Trust") + each.name).c_str());
             QtUser::Key(Qt::Key_Return);  // the default button refuses
         };
-        EXPECT_EQ(Connect("https://127.0.0.1", server.Port(), refuse), 0);
-        EXPECT_NE(Status().find(each.problem), std::string::npos) << Status();
+        const auto told = Connect("https://127.0.0.1", server.Port(), true, refuse);
+        EXPECT_NE(told.find(each.problem), std::string::npos) << told;
         EXPECT_EQ(server.Heard(), "");
     }
-    EXPECT_EQ(Connect("nexar.example", 19001, [] { QtUser::Key(Qt::Key_Return); }), 0);
-    EXPECT_NE(Status().find("Plain HTTP"), std::string::npos) << Status();
+    const auto told = Connect("nexar.example", 19001, true, [] { QtUser::Key(Qt::Key_Return); });
+    EXPECT_NE(told.find("Plain HTTP"), std::string::npos) << told;
 }
 
 TEST_F(TrustDialogTest, WhatTheUserTrustsIsTrustedForAsLongAsHeSays)
@@ -82,18 +96,16 @@ TEST_F(TrustDialogTest, WhatTheUserTrustsIsTrustedForAsLongAsHeSays)
     ServerProcess server(folder.Path(), OptionsShowing(certificates, "stranger"));
     auto& trust = Communication::ServerTrust::GetInstance();
     for (const auto button : {TrustServerDialog::OnceButton, TrustServerDialog::AlwaysButton}) {
-        EXPECT_GT(
-            Connect("https://127.0.0.1", server.ModelPort(), [button] { QtUser::Press(button); }),
-            0)
-            << Status();
-        EXPECT_GT(Connect("https://127.0.0.1", server.ModelPort()), 0) << "without a question";
+        Connect("https://127.0.0.1", server.ModelPort(), false,
+                [button] { QtUser::Press(button); });
+        Connect("https://127.0.0.1", server.ModelPort(), false);  // without a question
         EXPECT_EQ(trust.List().size(), button == TrustServerDialog::AlwaysButton ? 1U : 0U);
         EXPECT_TRUE(trust.Distrust(u"127.0.0.1", server.ModelPort()));
     }
     trust.Trust({u"127.0.0.1", server.ModelPort(), u"00"}, true);
-    EXPECT_EQ(Connect("https://127.0.0.1", server.ModelPort(),
+    EXPECT_NE(Connect("https://127.0.0.1", server.ModelPort(), true,
                       [] { QtUser::Press(CertificateChangedDialog::ForgetButton); }),
-              0)
+              "")
         << "forgotten, not trusted";
     EXPECT_TRUE(trust.List().empty());
 }

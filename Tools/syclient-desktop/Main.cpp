@@ -129,16 +129,13 @@ try {
     Syncra::Server::ManagementTool::GUI::SetAsyncTaskDialogExecutingImplementationForCore();
     MainWindow window(DataFolder());
     window.show();
-    if (parser.isSet("project")) {
+    if (parser.isSet("server") || parser.isSet("project")) {
         MainWindow::Login login;
         login.serverName = FromQt(parser.value("server"));
         login.port = parser.value("port").toUShort();
         login.userName = FromQt(parser.value("user"));
         login.projectName = FromQt(parser.value("project"));
-        window.Open(std::move(login));
-    } else if (parser.isSet("server")) {
-        window.AddServer(parser.value("server"), parser.value("port").toInt(),
-                         parser.value("user"));
+        login.projectName.empty() ? window.AddServer(login) : window.Open(std::move(login));
     }
     return QApplication::exec();
 } catch (const std::exception& error) {

@@ -172,11 +172,11 @@ void MainWindow::Open(Login login)
     opener_.Open(std::move(login));
 }
 
-void MainWindow::Follow(const std::shared_ptr<ProjectSession::Opening>& opening)
+void MainWindow::Follow(const ProjectSession::Project& project, bool hasServerSession)
 {
     start_->ShowProgress({});
     try {
-        session_ = std::make_unique<ProjectSession>(std::move(*opening), executor_);
+        session_ = std::make_unique<ProjectSession>(project, hasServerSession, executor_);
     } catch (const OV::Exception& error) {
         start_->ShowProblem(ToQt(error.GetMessage()));
         return;

@@ -27,10 +27,7 @@ public:
     /// As if it had been chosen on the start page.
     void Open(Login login);
     /// See StartPage::AddServer.
-    void AddServer(const QString& host, int port, const QString& user)
-    {
-        start_->AddServer(host, port, user);
-    }
+    void AddServer(const Login& known) { start_->AddServer(known); }
     /// Opens a project beside the one that is open; the program starts itself.
     std::function<void(const Login&)> openElsewhere;
 
@@ -38,7 +35,7 @@ private:
     void closeEvent(QCloseEvent* event) override;
 
     void MakeMenus();
-    void Follow(const std::shared_ptr<ProjectSession::Opening>& opening);
+    void Follow(const ProjectSession::Project& project, bool hasServerSession);
     /// False when the user keeps it open.
     bool CloseProject();
     void Say(const QString& text);

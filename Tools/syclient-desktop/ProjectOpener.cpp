@@ -1,8 +1,9 @@
 #include "ProjectOpener.hpp"
 
 #include "AuthenticateOnCache.hpp"
+#include "JoinedProject.hpp"
+#include "OVRoot/Clock.hpp"
 #include "Passwords.hpp"
-#include "ReadProjectConnection.hpp"
 #include "SyncraProtocol/ErrorCode.hpp"
 #include "SyncraURL.hpp"
 #include "Words.hpp"
@@ -10,35 +11,18 @@
 #include <QMessageBox>
 #include <QPushButton>
 
-using SYC::CheckResult;
-
-namespace {
-
-/// Whether the cache knows of a session, which then ended elsewhere.
-bool HasSession(const SYC::ClientProjectConnectionManager& manager)
-{
-    try {
-        return !manager.GetSessionId().empty();
-    } catch (const OV::Exception&) {
-        return false;  // the cache cannot be read, as the check said
-    }
-}
-
-}  // namespace
-
 ProjectOpener::ProjectOpener(IO::Location dataFolder, OV::Executor& home, QWidget& window)
     : dataFolder_(std::move(dataFolder)), home_(home), window_(window)
 {}
 
-ProjectOpener::~ProjectOpener()
-{
-    Cancel();
-}
+ProjectOpener::~ProjectOpener() = default;
 
 void ProjectOpener::Cancel()
 {
     if (opening_)
-        opening_->stop.request_stop();
+        opening_->isCancelled = true;
+    if (join_)
+        join_->Cancel();
 }
 
 void ProjectOpener::Open(SYC::Inner::ProjectConnectionInfo login)
@@ -51,7 +35,7 @@ void ProjectOpener::Open(SYC::Inner::ProjectConnectionInfo login)
             Passwords::Find(opening_->login.userName, opening_->login.serverName);
     if (opening_->login.password.empty() && !AskPassword({}))
         return;
-    Check();
+    Begin();
 }
 
 bool ProjectOpener::AskPassword(const QString& reason)
@@ -66,65 +50,94 @@ bool ProjectOpener::AskPassword(const QString& reason)
     return true;
 }
 
-void ProjectOpener::Check()
+ProjectSession::Manager ProjectOpener::MakeManager() const
 {
-    const QString name = ToQt(opening_->login.projectName);
-    auto manager = std::make_shared<SYC::ClientProjectConnectionManager>(
+    return std::make_shared<SYC::ClientProjectConnectionManager>(
         SYC::ToSyncraLocation(opening_->login), dataFolder_, nullptr);
-    try {
-        const auto cache = manager->FindCache();
-        if (cache && cache->IsProjectForcedOffline()) {
-            OpenCache(manager, tr("You chose to work offline."));
-            return;
-        }
-    } catch (const OV::Exception& error) {
-        GiveUp(ToQt(error.GetMessage()));
-        return;
-    }
-    SYC::CheckOptions options;
-    options.forceOnline = true;
-    options.allowTakeover = opening_->takeOver;
-    options.newSession = opening_->newSession;
-    options.stop = opening_->stop.get_token();
-    options.progress = [self = QPointer<ProjectOpener>(this), name](SYC::CheckStep step) {
-        if (self)
-            emit self->Progress(tr("%1: %2 ...").arg(name, ToQt(SYC::ToText(step))));
-    };
-    auto connection = std::make_shared<SYC::ReadProjectConnection>(manager.get());
-    SYC::StartCheck(std::move(connection), std::move(options), worker_, home_,
-                    [self = QPointer<ProjectOpener>(this), manager](CheckResult result,
-                                                                    const SYC::Failure& failure) {
-                        if (self)
-                            self->Ended(manager, result, failure);
-                    });
 }
 
-void ProjectOpener::Ended(const ProjectSession::Manager& manager, CheckResult result,
-                          const SYC::Failure& failure)
+/// A project that the user keeps offline asks no server.
+void ProjectOpener::Begin()
 {
+    try {
+        const auto manager = MakeManager();
+        const auto cache = manager->FindCache();
+        if (cache && cache->IsProjectForcedOffline())
+            OpenCache(manager, tr("You chose to work offline."));
+        else
+            Join();
+    } catch (const OV::Exception& error) {
+        GiveUp(ToQt(error.GetMessage()));
+    }
+}
+
+void ProjectOpener::Join()
+{
+    watch_.reset();
+    join_ = std::make_unique<SYC::JoinProject>(SYC::ToSyncraLocation(opening_->login), dataFolder_,
+                                               SYC::FlowExecutors{worker_, home_});
+    watch_ = std::make_unique<FlowWatch>(*join_, [this] { JoinChanged(); });
+    join_->Join(opening_->options);
+}
+
+void ProjectOpener::JoinChanged()
+{
+    if (join_->GetState() == SYC::FlowState::Succeeded)
+        Joined();  // at once: what the project tells must find somebody who listens
+    else if (!join_->IsRunning())
+        // Not from within the flow: what comes may begin another one in its place.
+        QMetaObject::invokeMethod(this, &ProjectOpener::NotJoined, Qt::QueuedConnection);
+    else if (!join_->GetProgress().empty())
+        emit Progress(
+            tr("%1: %2 ...").arg(ToQt(opening_->login.projectName), ToQt(join_->GetProgress())));
+}
+
+void ProjectOpener::NotJoined()
+{
+    using SYC::CheckResult;
+    const SYC::Failure failure = join_->GetFailure();
+    const auto result = join_->GetResult();
     const QString reason = Words::ReasonOf(failure);
+    auto& options = opening_->options;
     if (failure.kind == SYC::FailureKind::Cancelled) {
         GiveUp({});
-    } else if (result == CheckResult::Passed) {
-        if (opening_->remember)
-            Passwords::Remember(opening_->login, worker_);
-        ReadBox(manager, true);
     } else if (failure.code == static_cast<int>(Syncra::Protocol::ErrorCode::BadCredentials)) {
         if (AskPassword(reason))
-            Check();
-    } else if (result == CheckResult::SessionInUse && !opening_->takeOver) {
-        opening_->takeOver =
+            Join();
+    } else if (result == CheckResult::SessionInUse && !options.allowTakeover) {
+        options.allowTakeover =
             Ask(reason, tr("Take the session over? Whoever works there can send nothing any more."),
                 tr("Take Over"));
-        opening_->takeOver ? Check() : GiveUp({});
-    } else if (result == CheckResult::ProjectMismatch && !opening_->newSession &&
-               HasSession(*manager)) {
-        opening_->newSession = Ask(reason, tr("Begin a new session?"), tr("New Session"));
-        opening_->newSession ? Check() : GiveUp({});
+        options.allowTakeover ? Join() : GiveUp({});
+    } else if (result == CheckResult::ProjectMismatch && !options.newSession &&
+               HasCachedSession()) {
+        options.newSession = Ask(reason, tr("Begin a new session?"), tr("New Session"));
+        options.newSession ? Join() : GiveUp({});
     } else if (result == CheckResult::Offline) {
-        OpenCache(manager, reason);
+        OpenCache(MakeManager(), reason);
     } else {
         GiveUp(reason);
+    }
+}
+
+void ProjectOpener::Joined()
+{
+    const ProjectSession::Project project = join_->TakeProject();
+    if (!project)
+        return GiveUp(Words::ReasonOf(join_->GetRefreshFailure()));
+    if (opening_->remember)
+        Passwords::Remember(opening_->login, worker_);
+    opening_.reset();
+    emit Opened(project, true);
+}
+
+/// Whether the cache knows of a session, which then ended elsewhere.
+bool ProjectOpener::HasCachedSession() const
+{
+    try {
+        return !MakeManager()->GetSessionId().empty();
+    } catch (const OV::Exception&) {
+        return false;  // the cache cannot be read, as the check said
     }
 }
 
@@ -144,13 +157,11 @@ void ProjectOpener::OpenCache(const ProjectSession::Manager& manager, const QStr
 {
     try {
         const auto cache = manager->FindCache();
-        if (!cache || cache->GetProjectId().empty()) {
-            GiveUp(reason);
-        } else if (SYC::AuthenticateOnCache(manager.get(), false)) {
-            ReadBox(manager, false);
-        } else {
-            GiveUp({});
-        }
+        if (!cache || cache->GetProjectId().empty())
+            return GiveUp(reason);
+        if (!SYC::AuthenticateOnCache(manager.get(), false))
+            return GiveUp({});
+        ReadBox(manager, cache->GetCacheFolderLocation());
     } catch (const OV::Exception& error) {
         GiveUp(
             reason + " " +
@@ -159,30 +170,45 @@ void ProjectOpener::OpenCache(const ProjectSession::Manager& manager, const QStr
 }
 
 /// On a worker, for the mails may be many.
-void ProjectOpener::ReadBox(const ProjectSession::Manager& manager, bool hasServerSession)
+void ProjectOpener::ReadBox(const ProjectSession::Manager& manager, const IO::Location& folder)
 {
-    const auto opening = std::make_shared<ProjectSession::Opening>();
-    opening->manager = manager;
-    opening->hasServerSession = hasServerSession;
-    const auto read = [self = QPointer<ProjectOpener>(this), opening, &home = home_,
-                       folder = manager->FindCache()->GetCacheFolderLocation()] {
+    struct Found {
+        std::unique_ptr<SYC::MailBox> box;
         QString problem;
+    };
+    const auto read = [self = QPointer<ProjectOpener>(this), found = std::make_shared<Found>(),
+                       &home = home_, manager, folder] {
         try {
-            opening->box = std::make_unique<SYC::MailBox>(folder);
+            found->box = std::make_unique<SYC::MailBox>(folder);
         } catch (const OV::Exception& error) {
-            problem = ToQt(error.GetMessage());
+            found->problem = ToQt(error.GetMessage());
         }
-        (void)home.Execute(OV::MakeTask([self, opening, problem] {
+        (void)home.Execute(OV::MakeTask([self, found, manager] {
             if (!self)
                 return;
-            if (!opening->box || self->opening_->stop.stop_requested())
-                return self->GiveUp(problem);
-            self->opening_.reset();
-            emit self->Opened(opening);
+            if (found->box && !self->opening_->isCancelled)
+                self->TakeCache(manager, std::move(found->box));
+            else
+                self->GiveUp(found->problem);
         }));
     };
     if (!worker_.Execute(OV::MakeTask(read)))
         GiveUp(ToQt(SYC::MakeFailure(SYC::FailureKind::OutOfMemory).sentence));
+}
+
+void ProjectOpener::TakeCache(const ProjectSession::Manager& manager,
+                              std::unique_ptr<SYC::MailBox> box)
+{
+    try {
+        const auto cache = manager->FindCache();
+        const auto project = std::make_shared<SYC::JoinedProject>(manager, cache->GetProjectId(),
+                                                                  home_, std::move(box));
+        cache->SetLastOpenProjectTime(OV::Clock::Current().Now());
+        opening_.reset();
+        emit Opened(project, false);
+    } catch (const OV::Exception& error) {
+        GiveUp(ToQt(error.GetMessage()));
+    }
 }
 
 void ProjectOpener::GiveUp(const QString& reason)

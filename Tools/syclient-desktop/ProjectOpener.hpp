@@ -1,15 +1,15 @@
 #pragma once
 
+#include "FlowWatch.hpp"
+#include "JoinProject.hpp"
 #include "OVRoot/PooledExecutor.hpp"
 #include "ProjectSession.hpp"
-#include "StartCheck.hpp"
 
 #include <optional>
-#include <stop_token>
 
 class QWidget;
 
-/// The way to an open project: finds or asks for the password, checks, asks what a person has to
+/// The way to an open project: finds or asks for the password, joins, asks what a person has to
 /// decide, and opens the cache when the server does not answer. One project at a time; for the main
 /// thread.
 class ProjectOpener final : public QObject {
@@ -27,7 +27,7 @@ public:
 signals:
     /// What is being done.
     void Progress(const QString& text);
-    void Opened(const std::shared_ptr<ProjectSession::Opening>& opening);
+    void Opened(const ProjectSession::Project& project, bool hasServerSession);
     /// Whatever came of it but Opened; `reason` is empty when the user gave up.
     void NotOpened(const QString& reason);
 
@@ -35,24 +35,31 @@ private:
     struct Attempt {
         SYC::Inner::ProjectConnectionInfo login;
         bool remember = false;
-        bool takeOver = false;
-        bool newSession = false;
-        std::stop_source stop{};
+        bool isCancelled = false;
+        SYC::JoinOptions options{.waitsForRefresh = false};
     };
 
     bool AskPassword(const QString& reason);
-    void Check();
-    void Ended(const ProjectSession::Manager& manager, SYC::CheckResult result,
-               const SYC::Failure& failure);
+    void Begin();
+    void Join();
+    void JoinChanged();
+    void Joined();
+    void NotJoined();
+    [[nodiscard]] bool HasCachedSession() const;
+    [[nodiscard]] ProjectSession::Manager MakeManager() const;
     [[nodiscard]] bool Ask(const QString& reason, const QString& question,
                            const QString& yes) const;
     void OpenCache(const ProjectSession::Manager& manager, const QString& reason);
-    void ReadBox(const ProjectSession::Manager& manager, bool hasServerSession);
+    void ReadBox(const ProjectSession::Manager& manager, const IO::Location& folder);
+    void TakeCache(const ProjectSession::Manager& manager, std::unique_ptr<SYC::MailBox> box);
     void GiveUp(const QString& reason);
 
     const IO::Location dataFolder_;
     OV::Executor& home_;
     QWidget& window_;
     std::optional<Attempt> opening_;
-    OV::PooledExecutor worker_{0, 1, 0};
+    OV::PooledExecutor worker_{0, 2, 0};
+    std::unique_ptr<SYC::JoinProject> join_;
+    // Last, so that nobody is told once the rest goes.
+    std::unique_ptr<FlowWatch> watch_;
 };

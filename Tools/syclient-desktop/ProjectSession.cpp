@@ -1,9 +1,7 @@
 #include "ProjectSession.hpp"
 
-#include "CloseSession.hpp"
 #include "IO/File.hpp"
 #include "IO/IOException.hpp"
-#include "OVRoot/Clock.hpp"
 #include "OVRoot/ExceptionText.hpp"
 #include "OVRoot/Logger.hpp"
 #include "OVRoot/MemoryChannels.hpp"
@@ -27,33 +25,27 @@ constexpr int LookMilliseconds = 1000;
 
 }  // namespace
 
-ProjectSession::ProjectSession(Opening opening, OV::Executor& home)
-    : manager_(std::move(opening.manager)), home_(home),
+ProjectSession::ProjectSession(Project project, bool hasServerSession, OV::Executor& home)
+    : project_(std::move(project)), manager_(project_->GetSharedManager()), home_(home),
       login_(SYC::ToConnectionInfo(manager_->GetProjectLocation())),
       name_(ToQt(login_.projectName)),
       server_(Words::ServerName(ToQt(login_.serverName), login_.port)),
       user_(ToQt(login_.userName)), cache_(manager_->FindCache()),
-      hasServerSession_(opening.hasServerSession),
-      members_(manager_->GetSignalClient(), *manager_, home)
+      hasServerSession_(hasServerSession)
 {
-    if (!cache_)
+    if (!cache_ || project_->GetMails() == nullptr)
         throw OV::NullReferenceException();
     projectId_ = cache_->GetProjectId();
     role_ = ToQt(cache_->GetRoleName());
-    auto& signals_ = manager_->GetSignalClient();
+    // What was posted home since the project was opened comes after this.
     ReadMembers();
-    mails_ = std::make_unique<SYC::MailClient>(signals_, *manager_, members_,
-                                               cache_->GetCacheFolderLocation(), home,
-                                               std::move(opening.box));
-    membersSubscription_ = members_.Subscribe(*this);
-    mailsSubscription_ = mails_->Subscribe(*this);
-    outboxSubscription_ = mails_->SubscribeOutbox(*this);
-    presenceSubscription_ = signals_.GetPresenceService().Subscribe(*this, home);
-    if (cache_->IsProjectForcedOffline())
-        signals_.SetForcedOffline(true);
-    cache_->SetLastOpenProjectTime(OV::Clock::Current().Now());
-    manager_->StartSignals(projectId_);
-    members_.Init();
+    membersSubscription_ = Members().Subscribe(*this);
+    mailsSubscription_ = Mails().Subscribe(*this);
+    outboxSubscription_ = Mails().SubscribeOutbox(*this);
+    auto& presence = manager_->GetSignalClient().GetPresenceService();
+    presenceSubscription_ = presence.Subscribe(*this, home);
+    if (presence.IsOnline())
+        _ServiceStateChanged(presence, Presence::Online);
     connect(&second_, &QTimer::timeout, this, &ProjectSession::LookAround);
     second_.start(LookMilliseconds);
 }
@@ -65,25 +57,24 @@ ProjectSession::~ProjectSession()
     outboxSubscription_ = {};
     mailsSubscription_ = {};
     membersSubscription_ = {};
-    mails_.reset();
     worker_.Cancel();
     SYC::PresenceManager::GetInstance().StopPresenceCheck();
-    manager_->StopSignals();
+    project_.reset();
     login_.Clear();
 }
 
 QString ProjectSession::GetFullName() const
 {
     OV::UniString name;
-    return members_.GetFullNameFromLoginName(login_.userName, name) ? ToQt(name) : user_;
+    return Members().GetFullNameFromLoginName(login_.userName, name) ? ToQt(name) : user_;
 }
 
 QString ProjectSession::GetRole() const
 {
     SYC::ProjectMembers::MemberId id = 0;
     const SYCB::UserAttributes* attributes = nullptr;
-    if (members_.GetUserIdFromLoginName(login_.userName, id) &&
-        members_.GetUserAttributesFromId(id, attributes))
+    if (Members().GetUserIdFromLoginName(login_.userName, id) &&
+        Members().GetUserAttributesFromId(id, attributes))
         return ToQt(attributes->roleName);
     return role_;
 }
@@ -141,7 +132,7 @@ void ProjectSession::TryNow()
 void ProjectSession::MarkRead(const SYC::ClientMail& mail)
 {
     if (!mail.IsRead())
-        mails_->SetMailRead(mail.GetId(), true);
+        Mails().SetMailRead(mail.GetId(), true);
 }
 
 void ProjectSession::_ServiceStateChanged(SYCB::PresenceService&, Presence state)
@@ -210,8 +201,8 @@ void ProjectSession::ReadMembers()
     try {
         const auto bytes = IO::File::ReadAll(file, MostBytesOfMembers);
         OV::MemoryIChannel channel(bytes);
-        if (members_.Read(channel) == OV::ChannelOk)
-            (void)members_.ReadPhotos(channel);
+        if (Members().Read(channel) == OV::ChannelOk)
+            (void)Members().ReadPhotos(channel);
     } catch (const IO::IOException&) {
         // There is none before the first answer of a server.
     }
@@ -220,7 +211,8 @@ void ProjectSession::ReadMembers()
 void ProjectSession::WriteMembers()
 {
     OV::MemoryOChannel channel;
-    if (members_.Write(channel) != OV::ChannelOk || members_.WritePhotos(channel) != OV::ChannelOk)
+    if (Members().Write(channel) != OV::ChannelOk ||
+        Members().WritePhotos(channel) != OV::ChannelOk)
         return;
     try {
         (void)IO::File::Replace(

@@ -1,7 +1,6 @@
 #pragma once
 
-#include "ClientProjectConnectionManager.hpp"
-#include "Messaging/MailClient.hpp"
+#include "JoinedProject.hpp"
 #include "OVRoot/PooledExecutor.hpp"
 
 #include <QDateTime>
@@ -22,6 +21,7 @@ class ProjectSession final : public QObject,
     Q_OBJECT
 public:
     using Manager = std::shared_ptr<SYC::ClientProjectConnectionManager>;
+    using Project = std::shared_ptr<SYC::JoinedProject>;
 
     enum class State {
         Connecting,
@@ -31,16 +31,9 @@ public:
         OfflineByChoice  ///< the user works offline
     };
 
-    /// What a session begins with. The project has a cache.
-    struct Opening {
-        Manager manager;
-        /// A check passed; otherwise one is run as soon as the server answers.
-        bool hasServerSession = false;
-        std::unique_ptr<SYC::MailBox> box;  ///< of the folder of the cache
-    };
-
-    /// Begins to listen to the server. `home` outlives the session.
-    ProjectSession(Opening opening, OV::Executor& home);
+    /// `project` is this one's alone, and has mails; `hasServerSession` says that a check passed:
+    /// otherwise one is run as soon as the server answers. `home` outlives the session.
+    ProjectSession(Project project, bool hasServerSession, OV::Executor& home);
     ~ProjectSession() override;
 
     [[nodiscard]] const QString& GetName() const noexcept { return name_; }
@@ -55,8 +48,8 @@ public:
     }
     [[nodiscard]] const OV::UniString& GetProjectId() const noexcept { return projectId_; }
     [[nodiscard]] const Manager& GetManager() const noexcept { return manager_; }
-    [[nodiscard]] SYC::MailClient& Mails() noexcept { return *mails_; }
-    [[nodiscard]] SYC::ProjectMembers& Members() noexcept { return members_; }
+    [[nodiscard]] SYC::MailClient& Mails() const noexcept { return *project_->GetMails(); }
+    [[nodiscard]] SYC::ProjectMembers& Members() const noexcept { return project_->GetMembers(); }
     /// Whether somebody of that login name is seen on the server.
     [[nodiscard]] bool IsPresent(const OV::UniString& login) const
     {
@@ -109,6 +102,7 @@ private:
     void FollowPresence();
     void LookAround();
 
+    Project project_;
     const Manager manager_;
     OV::Executor& home_;
     SYC::Inner::ProjectConnectionInfo login_;
@@ -119,8 +113,6 @@ private:
     bool hasServerSession_;
     bool isTakingSession_ = false;
     SYC::Failure refusal_;  ///< of the check behind an opening without the server
-    SYC::ProjectMembers members_;
-    std::unique_ptr<SYC::MailClient> mails_;
     OV::HashSet<OV::UniString> present_;
     QDateTime lastNews_;
     QTimer second_;

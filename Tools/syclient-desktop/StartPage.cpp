@@ -6,8 +6,8 @@
 #include "Passwords.hpp"
 #include "ProjectStatusText.hpp"
 #include "RegisteredProjects.hpp"
-#include "ServerDialog.hpp"
 #include "SyncraURL.hpp"
+#include "UserInterface/ConnectDialog.hpp"
 #include "UserInterface/ProjectDialogs.hpp"
 #include "Words.hpp"
 
@@ -154,7 +154,7 @@ QWidget* StartPage::MakeServers()
     });
     auto* add = new QPushButton(tr("&Add a Server ..."), box);
     add->setObjectName("addServer");
-    connect(add, &QPushButton::clicked, this, [this] { AddServer({}, 0, {}); });
+    connect(add, &QPushButton::clicked, this, [this] { AddServer({}); });
     column->addWidget(add);
     share_ = new QPushButton(tr("S&hare a Project ..."), box);
     share_->setObjectName("share");
@@ -231,7 +231,7 @@ void StartPage::ServersChanged()
     for (const auto& server : discovery_.GetServers()) {
         Login login;
         login.serverName = server.host;
-        login.port = server.port == 0 ? Words::UsualPort : server.port;
+        login.port = server.port == 0 ? SYC::UsualPort : server.port;
         for (const auto& user : server.users) {
             login.userName = user;
             AddKnownServer(login, server.isFound);
@@ -298,33 +298,30 @@ void StartPage::ChooseServer(std::size_t number)
     if (number >= knownServers_.size())
         return;
     Login login = knownServers_[number];
-    if (login.userName.empty()) {
-        AddServer(ToQt(login.serverName), login.port, {});
-        return;
-    }
     if (server_ && IsSameServer(*server_, login)) {
         browse_.Refresh();
         return;
     }
     login.password = Passwords::Find(login.userName, login.serverName);
-    if (login.password.empty()) {
-        PasswordDialog dialog(login, {}, this);
-        if (dialog.exec() != QDialog::Accepted)
-            return;
-        login.password = dialog.GetPassword();
-        isServerToBeRemembered_ = dialog.IsToBeRemembered();
-    }
-    AskServer(login);
+    if (login.password.empty())
+        AddServer(login);
+    else
+        AskServer(login);
 }
 
-void StartPage::AddServer(const QString& host, int port, const QString& user)
+void StartPage::AddServer(const Login& known)
 {
-    ServerDialog dialog(host, port, user, this);
-    if (dialog.exec() != QDialog::Accepted)
+    SYC::ConnectDialog dialog(dataFolder_, {known.serverName, known.port, known.userName, {}});
+    if (!dialog.Invoke())
         return;
-    isServerToBeRemembered_ = dialog.IsToBeRemembered();
-    AddKnownServer(dialog.GetLogin(), false);
-    AskServer(dialog.GetLogin());
+    const auto& signedIn = dialog.GetLogin();
+    Login login;
+    login.serverName = signedIn.serverName;
+    login.port = signedIn.port;
+    login.userName = signedIn.userName;
+    login.password = signedIn.password;
+    AddKnownServer(login, false);
+    AskServer(login);
 }
 
 void StartPage::AskServer(const Login& login)
@@ -345,9 +342,6 @@ void StartPage::ShareProject()
 void StartPage::BrowseChanged()
 {
     share_->setEnabled(browse_.GetState() == SYC::FlowState::Succeeded);
-    if (browse_.GetState() == SYC::FlowState::Succeeded &&
-        std::exchange(isServerToBeRemembered_, false))
-        Passwords::Remember(*server_, worker_);
     if (browse_.GetState() == SYC::FlowState::Failed)
         ShowProblem(Words::ReasonOf(browse_.GetFailure()));
     else if (browse_.GetState() == SYC::FlowState::Succeeded)

@@ -33,9 +33,9 @@ public:
     /// What is being opened, with a button that ends it; empty for nothing.
     void ShowProgress(const QString& text);
     void ShowProblem(const QString& text);
-    /// Asks for a server, a user and his password, and lists the projects there. What is known of
-    /// them already may be given.
-    void AddServer(const QString& host, int port, const QString& user);
+    /// Lets the user sign in to a server, and lists the projects there. What is known of server and
+    /// user already is filled in.
+    void AddServer(const Login& known);
     /// Asks about what was not sent, ends the session and removes the cache.
     void Leave(const SYC::Inner::ProjectConnectionInfo& login);
 
@@ -84,7 +84,6 @@ private:
     std::vector<Login> knownServers_;
     /// The one that was asked; its password is not empty.
     std::optional<Login> server_;
-    bool isServerToBeRemembered_ = false;
     SYCB::MessageLoopExecutor home_;
     OV::PooledExecutor worker_{0, 2, 0};
     SYC::SYClientProjectDiscovery discovery_;

@@ -1,5 +1,7 @@
 #include "Words.hpp"
 
+#include "ConnectToServer.hpp"
+
 #include <QCoreApplication>
 #include <QDateTime>
 #include <QLocale>
@@ -49,7 +51,7 @@ QString ReasonOf(const SYC::Failure& failure)
 
 QString ServerName(const QString& host, int port)
 {
-    return port == UsualPort ? host : QString("%1:%2").arg(host).arg(port);
+    return port == SYC::UsualPort ? host : QString("%1:%2").arg(host).arg(port);
 }
 
 }  // namespace Words

@@ -20,6 +20,4 @@ namespace Words {
 /// "host:port", without the port that is usual.
 [[nodiscard]] QString ServerName(const QString& host, int port);
 
-inline constexpr int UsualPort = 19001;
-
 }  // namespace Words

@@ -1,6 +1,7 @@
 #include "Command.hpp"
 #include "Commands.hpp"
 
+#include "ConnectToServer.hpp"
 #include "ManagementTool/ConnectionProfiles.hpp"
 #include "ManagementTool/SyncraInfo.hpp"
 #include "OVRoot/Exception.hpp"
@@ -23,7 +24,6 @@ using Syncra::Server::ManagementTool::GUI::ConnectionProfiles;
 using Syncra::Server::ManagementTool::GUI::SyncraInfo;
 
 constexpr const char* UsualName = "default";
-constexpr const char* UsualPort = "19001";
 
 struct LoginArguments {
     ProjectArguments place;
@@ -52,7 +52,8 @@ std::string ProfileName(const Context& context)
 }
 
 /// A person answers what no option says; what a profile or the environment says is proposed.
-void AskFor(std::string& value, const std::string& origin, const char* what, const char* usual)
+void AskFor(std::string& value, const std::string& origin, const char* what,
+            const std::string& usual)
 {
     if (origin.starts_with("--") || !Question::CanAsk())
         return;
@@ -76,7 +77,7 @@ void AskForLogin(ProjectArguments& place, const Connection& known)
 {
     AskFor(place.server, known.origins.server, "Server", "");
     std::string port = place.port == 0 ? "" : std::to_string(place.port);
-    AskFor(port, known.origins.port, "Port", UsualPort);
+    AskFor(port, known.origins.port, "Port", std::to_string(SYC::UsualPort));
     AskFor(place.user, known.origins.user, "Your login name", "");
     Connection asked;
     asked.values = {place.server, port, place.user, {}, {}};

@@ -677,33 +677,6 @@ Gemeinsame Entwurfsprojekte in einem Fenster.</translation>
     </message>
 </context>
 <context>
-    <name>ServerDialog</name>
-    <message>
-        <source>&amp;Remember the password on this computer</source>
-        <translation>Passwort auf diesem Rechner &amp;merken</translation>
-    </message>
-    <message>
-        <source>Add a Server</source>
-        <translation>Server hinzufügen</translation>
-    </message>
-    <message>
-        <source>&amp;Server:</source>
-        <translation>&amp;Server:</translation>
-    </message>
-    <message>
-        <source>P&amp;ort:</source>
-        <translation>P&amp;ort:</translation>
-    </message>
-    <message>
-        <source>&amp;User:</source>
-        <translation>&amp;Benutzer:</translation>
-    </message>
-    <message>
-        <source>&amp;Password:</source>
-        <translation>&amp;Passwort:</translation>
-    </message>
-</context>
-<context>
     <name>SettingsPage</name>
     <message>
         <source>Server:</source>

@@ -281,14 +281,20 @@ Date QtDialogWindow::GetDate(int item) const
     return {date.year(), date.month(), date.day()};
 }
 
-/// A wait dialog comes up while the user types elsewhere: a key must not press its only button, so
-/// without an edit text or a default button the window itself has the focus.
+/// The first line that is empty still has the focus, or the first of all. A wait dialog comes up
+/// while the user types elsewhere: a key must not press its only button, so without an edit text or
+/// a default button the window itself has the focus.
 void QtDialogWindow::FocusFirst()
 {
     setFocus();
+    QLineEdit* first = nullptr;
     for (const ItemDescription& item : description_.items)
-        if (item.type == ItemType::Edit || item.type == ItemType::Password)
-            return places_.at(item.number).widget->setFocus();
+        if (auto* const edit = As<QLineEdit>(item.number);
+            edit != nullptr &&
+            (first == nullptr || (!first->text().isEmpty() && edit->text().isEmpty())))
+            first = edit;
+    if (first != nullptr)
+        return first->setFocus();
     for (const ItemDescription& item : description_.items)
         if (item.isDefault)
             return places_.at(item.number).widget->setFocus();
