@@ -53,6 +53,7 @@ ConnectDialog::ConnectDialog(IO::Location dataFolder, Syncra::Client::SignInData
 
 void ConnectDialog::_PanelOpened(Dlg::Panel&)
 {
+    hasTyped_ = false;
     store_.Clear();
     store_.Append(GetText(FlowText::DoNotStore));
     store_.Append(GetText(FlowText::StorePassword));
@@ -73,31 +74,37 @@ void ConnectDialog::ShowPlace(const OV::UniString& host, std::uint16_t port,
         user_.SetText(user);
 }
 
-/// The last entry is the one of a server that is not listed.
-int ConnectDialog::FindEntryOfHost() const
+/// Shows which of the servers the lines name; the last entry is for one that is not listed.
+void ConnectDialog::SelectServer()
 {
     const auto& all = discovery_.GetServers();
+    const auto port = ReadPort(port_.GetText());
     const auto found = std::find_if(all.begin(), all.end(), [&](const DiscoveredServer& each) {
-        return OV::EqualsIgnoreCase(each.host, host_.GetText());
+        return OV::EqualsIgnoreCase(each.host, host_.GetText()) &&
+               (each.port == 0 ? UsualPort : each.port) == port;
     });
-    return static_cast<int>(found - all.begin()) + 1;
+    if (servers_.GetCount() != 0)
+        servers_.Select(static_cast<int>(found - all.begin()) + 1);
 }
 
 void ConnectDialog::ShowServers()
 {
-    const int former = servers_.GetCount();
-    const int selected = servers_.GetSelected();
+    const bool isFirst = servers_.GetCount() == 0;
     servers_.Clear();
     for (const auto& server : discovery_.GetServers())
         servers_.Append(Describe(server));
     servers_.Append(GetText(FlowText::OtherServer));
-    if (former == 0 && host_.GetText().empty()) {
-        servers_.Select(1);
-        return _PopUpSelected(servers_);
-    }
-    // Found ones come behind the others, so a place holds, but for the last one.
-    const bool isOther = former == 0 || selected == former || selected > servers_.GetCount();
-    servers_.Select(isOther ? FindEntryOfHost() : selected);
+    if (!isFirst || hasTyped_ || !host_.GetText().empty())
+        return SelectServer();
+    servers_.Select(1);
+    _PopUpSelected(servers_);
+}
+
+void ConnectDialog::_EditChanged(Dlg::EditItem&)
+{
+    hasTyped_ = true;
+    SelectServer();
+    ShowState();
 }
 
 void ConnectDialog::_PopUpSelected(Dlg::PopUpItem&)
@@ -114,7 +121,7 @@ void ConnectDialog::_PopUpSelected(Dlg::PopUpItem&)
 
 void ConnectDialog::_FlowChanged()
 {
-    if (!discovery_.IsRunning() && discovery_.GetState() != FlowState::Idle && !isConnecting_)
+    if (!discovery_.IsRunning() && discovery_.GetState() != FlowState::Idle)
         ShowServers();
     ShowSteps();
     ShowState();

@@ -55,13 +55,13 @@ private:
     void _PanelClosed(Dlg::Panel&) override { password_.SetText({}); }
     void _ButtonClicked(Dlg::ButtonItem& button) override;
     void _PopUpSelected(Dlg::PopUpItem& popUp) override;
-    void _EditChanged(Dlg::EditItem&) override { ShowState(); }
+    void _EditChanged(Dlg::EditItem&) override;
     void _FlowChanged() override;
     void LeaveRequested() override;
 
     void ShowServers();
     void ShowPlace(const OV::UniString& host, std::uint16_t port, const OV::UniString& user);
-    [[nodiscard]] int FindEntryOfHost() const;
+    void SelectServer();
     void ShowSteps();
     void ShowState();
     [[nodiscard]] OV::UniString DescribeState() const;
@@ -72,6 +72,7 @@ private:
     SYClientProjectDiscovery discovery_;
     ConnectToServer connect_;
     bool isConnecting_ = false;
+    bool hasTyped_ = false;  ///< the user; nothing is proposed any more
     Dlg::ButtonItem connectButton_;
     Dlg::ButtonItem cancelButton_;
     Dlg::ButtonItem diagnoseButton_;
