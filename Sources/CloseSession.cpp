@@ -2,12 +2,15 @@
 
 #include "Failure.hpp"
 #include "Files/ResourceNumbers.hpp"
+#include "Flow/Detail/Doubt.hpp"
+#include "Flow/Detail/QuickClient.hpp"
 #include "OVRoot/ExceptionText.hpp"
 #include "OVRoot/Logger.hpp"
 #include "OVRoot/Resources.hpp"
 #include "ProjectConnectionInfo.hpp"
 #include "SYClientBase/SyncraClientFactory.hpp"
 #include "SyncraProtocol/ErrorCode.hpp"
+#include "SyncraProtocol/Session.hpp"
 #include "SyncraURL.hpp"
 
 namespace SYC {
@@ -29,26 +32,44 @@ bool HasEnded(const Failure& failure)
     return failure.code == static_cast<std::int32_t>(Syncra::Protocol::ErrorCode::NotFound);
 }
 
+/// Asks the server; nobody is told of the end of a session that its owner ended.
+bool HasEnded(const Inner::ProjectConnectionInfo& info, const OV::UniString& session)
+{
+    try {
+        (void)ConnectQuickly({info.serverName, info.port, info.userName, info.password})
+            ->GetSessionAttribute(session, Syncra::Protocol::SessionAttributeNames::ComputerName);
+        return false;
+    } catch (const Communication::ResponseContentException&) {
+        if (HasEnded(DescribeException()))
+            return true;
+        throw;
+    }
+}
+
 Failure CloseOnServer(SYCB::ProjectConnectionManagerInterface& manager)
 {
     Inner::ProjectConnectionInfo info;
+    bool wasSent = false;
+    OV::UniString session;
     // The formats differ on purpose; both placeholders stand for the outcome.
     try {
         info = ToConnectionInfo(manager.GetProjectLocation());
-        const OV::UniString session = manager.GetSessionId();
+        session = manager.GetSessionId();
         if (session.empty())
             throw OV::IllegalArgumentException(
                 OV::GetStringListItem(TextLists::CheckWords, NoSessionToClose));
-        SYCB::CreateSyncraClientOnOpenedProject(manager, info.serverName, info.port, info.userName,
-                                                info.password)
-            ->CloseSession(session);
+        const auto client = SYCB::CreateSyncraClientOnOpenedProject(
+            manager, info.serverName, info.port, info.userName, info.password);
+        wasSent = true;
+        client->CloseSession(session);
         LogOutcome(u"SYC::CloseSession %s, Host: %, Port: %, User: %", u"Succeeded", info);
         return {};
     } catch (...) {
         Failure failure = DescribeException();
         LogOutcome(u"SYC::CloseSession %, Host: %, Port: %, User: %", u"Failed", info);
         OV::LogCurrentException(OV::Logger::Library, u"%: %", u"SYC::CloseSession");
-        return failure;
+        return wasSent ? Settle(std::move(failure), [&] { return HasEnded(info, session); })
+                       : failure;
     }
 }
 

@@ -39,23 +39,6 @@ private:
     std::unique_ptr<Syncra::Client::SyncraClient> client_ OV_GUARDED_BY(lock_);
 };
 
-/// An insertion of which nobody knows is looked for.
-Failure InsertProject(const SignInData& login, const ClientProjectData::Project& project)
-{
-    bool wasSent = false;
-    try {
-        const auto repository = ConnectRepository<ProjectRepository>(login);
-        wasSent = true;
-        (void)repository->Projects().Insert(project);
-        return {};
-    } catch (...) {
-        Failure failure = DescribeException();
-        return wasSent && IsInDoubt(failure) && AskForName(login, project.name).value_or(false)
-                   ? Failure()
-                   : failure;
-    }
-}
-
 }  // namespace
 
 class CreateNewSyncraProject::NameCheck final : public Flow {
@@ -145,7 +128,11 @@ void CreateNewSyncraProject::Create()
             return {{}, MakeFailure(FailureKind::WrongInput)};
         if (SYCB::CreateSyncraClient(login)->ProjectExists(project.name))
             return {[this] { nameState_ = NameState::Taken; }, MakeFailure(FailureKind::NameTaken)};
-        if (auto failure = InsertProject(login, project))
+        auto failure = ChangeOnServer<ProjectRepository>(
+            login,
+            [&](ProjectRepository& repository) { (void)repository.Projects().Insert(project); },
+            [&] { return ConnectQuickly(login)->ProjectExists(project.name); });
+        if (failure)
             return {{}, std::move(failure)};
         return {[this] { data_.ToSyncraLocation(location_); }, {}};
     });

@@ -39,7 +39,8 @@ enum class FailureKind : std::int32_t {
     WrongInput,
     OutOfMemory,
     Unexpected,
-    UnsentWork,  ///< changes or mails that would be lost
+    UnsentWork,      ///< changes or mails that would be lost
+    OutcomeUnknown,  ///< a change was sent, and nobody can say whether it was carried out
 };
 
 /// Why something failed, in the one form in which connections, updaters and repositories tell it.

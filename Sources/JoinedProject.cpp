@@ -14,10 +14,9 @@ JoinedProject::JoinedProject(std::shared_ptr<ClientProjectConnectionManager> man
     members_.Init();
     const IO::Location folder = cache->GetCacheFolderLocation();
     if (MailClient::m_instance == nullptr)
-        mails_ = std::make_unique<MailClient>(manager_->GetSignalClient(), *manager_, members_,
-                                              folder, home,
-                                              box ? std::move(box)
-                                                  : std::make_unique<MailBox>(folder));
+        mails_ = std::make_unique<MailClient>(
+            manager_->GetSignalClient(), *manager_, members_, folder, home,
+            box ? std::move(box) : std::make_unique<MailBox>(folder));
 }
 
 JoinedProject::~JoinedProject()

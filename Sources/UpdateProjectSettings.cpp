@@ -56,13 +56,23 @@ void UpdateProjectSettings::Save(const Project& edited)
 {
     Start([this, login = login_, seen = project_, edited](const Report& report) -> Result {
         report(GetText(FlowText::ChangeSettings));
-        const auto repository = ConnectRepository<ProjectRepository>(login);
-        const Project current = repository->Projects().Get(seen.id);
-        const Project wanted = TakeChanges(seen, edited, current);
-        return {[this, saved = wanted == current
-                                   ? current
-                                   : repository->Projects().Update(wanted)] { project_ = saved; },
-                {}};
+        Project saved, wanted;
+        const auto save = [&](ProjectRepository& repository) {
+            saved = repository.Projects().Get(seen.id);
+            wanted = TakeChanges(seen, edited, saved);
+            if (wanted != saved)
+                saved = repository.Projects().Update(wanted);
+        };
+        const auto isSaved = [&] {
+            saved = ConnectRepository<ProjectRepository>(login, QuickOptions())
+                        ->Projects()
+                        .Get(seen.id);
+            // Somebody else may have changed something in between.
+            return saved.IsContentEqual(wanted) || TakeChanges(seen, edited, saved) == saved;
+        };
+        if (auto failure = ChangeOnServer<ProjectRepository>(login, save, isSaved))
+            return {{}, std::move(failure)};
+        return {[this, saved] { project_ = saved; }, {}};
     });
 }
 

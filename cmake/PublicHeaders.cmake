@@ -47,6 +47,7 @@ set(headers
   Sources/LogLine/LogBlock.hpp
   Sources/LogLine/LogRecord.hpp
   Sources/LogLine/LogText.hpp
+  Sources/ManageMembers.hpp
   Sources/ManagementTool/AsyncTaskExecuting.hpp
   Sources/ManagementTool/ConnectedRepositoryManager.hpp
   Sources/ManagementTool/ConnectionProfiles.hpp

@@ -7,8 +7,9 @@ namespace Syncra::Server::Management {
 
 using Detail::MakePath;
 
-ProjectRepository::ProjectRepository(const Client::SignInData& data)
-    : requests_(std::make_unique<Detail::RepositoryRequests>(data))
+ProjectRepository::ProjectRepository(const Client::SignInData& data,
+                                     const Communication::HttpOptions& options)
+    : requests_(std::make_unique<Detail::RepositoryRequests>(data, options))
 {}
 
 ProjectRepository::~ProjectRepository() = default;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "OVRoot/Export.hpp"
+#include "SYCommunication/HttpOptions.hpp"
 #include "SyncraProtocol/Management/ConnectedModule.hpp"
 #include "SyncraProtocol/Management/ProjectCategory.hpp"
 #include "SyncraProtocol/Management/ServerConfiguration.hpp"
@@ -21,7 +22,9 @@ namespace Syncra::Server::Management {
 /// UserRepository.
 class SYC_API ProjectRepository {
 public:
-    explicit ProjectRepository(const Client::SignInData& data);
+    explicit ProjectRepository(
+        const Client::SignInData& data,
+        const Communication::HttpOptions& options = Communication::DefaultHttpOptions());
     ~ProjectRepository();
     ProjectRepository(const ProjectRepository&) = delete;
     ProjectRepository& operator=(const ProjectRepository&) = delete;

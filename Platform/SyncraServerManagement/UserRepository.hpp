@@ -2,6 +2,7 @@
 
 #include "OVRoot/Export.hpp"
 #include "OVRoot/Secret.hpp"
+#include "SYCommunication/HttpOptions.hpp"
 #include "SyncraProtocol/Management/CustomPropertyDefinition.hpp"
 #include "SyncraProtocol/Management/Group.hpp"
 #include "SyncraProtocol/Management/Permission.hpp"
@@ -27,7 +28,9 @@ namespace Syncra::Server::Management {
 /// identifier and his login name are both good.
 class SYC_API UserRepository {
 public:
-    explicit UserRepository(const Client::SignInData& data);
+    explicit UserRepository(
+        const Client::SignInData& data,
+        const Communication::HttpOptions& options = Communication::DefaultHttpOptions());
     ~UserRepository();
     UserRepository(const UserRepository&) = delete;
     UserRepository& operator=(const UserRepository&) = delete;

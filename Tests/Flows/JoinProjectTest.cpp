@@ -168,20 +168,4 @@ TEST_F(JoinProjectTest, EndsJoinedOrNotWhereverTheServerFailsOrTheUserCancels)
     }
 }
 
-TEST_F(JoinProjectTest, LeavesOnceTheServerAnswersAgain)
-{
-    FaultProxy proxy(server.ModelPort());
-    const auto url = Url("anna.novak", u"Harbour Bridge", proxy.Port());
-    for (const auto fault : {Fault::Close, Fault::CloseInAnswer, Fault::ServerError})
-        for (int number = 0; number < 2; ++number) {
-            ASSERT_EQ(Join(url), FlowState::Succeeded);
-            proxy.FailAt(number, fault);
-            EXPECT_EQ(Leave(url, {}), FlowState::Failed);
-            EXPECT_TRUE(IsCached(url));
-            proxy.FailNever();
-            EXPECT_EQ(Leave(url, {}), FlowState::Succeeded);
-            ExpectJoined(url, false);
-        }
-}
-
 }  // namespace

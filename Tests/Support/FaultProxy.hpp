@@ -3,13 +3,14 @@
 #include "Support/RawHttp.hpp"
 #include "Support/ScriptedServer.hpp"
 
-/// Stands before a real server and passes every request on, but for one that meets a fault.
+/// Stands before a real server and passes every request on, but for one that meets a fault. With
+/// the port of its management service it stands before both, which have the one port then.
 class FaultProxy {
 public:
     enum class Fault { Close, CloseInAnswer, Garbage, WrongJson, Silence, ServerError };
 
-    explicit FaultProxy(std::uint16_t serverPort)
-        : serverPort_(serverPort),
+    explicit FaultProxy(std::uint16_t serverPort, std::uint16_t managementPort = 0)
+        : serverPort_(serverPort), managementPort_(managementPort),
           server_([this](auto& peer, const auto& request) { Pass(peer, request); })
     {}
 
@@ -75,13 +76,20 @@ private:
     /// The server's answer, word for word.
     std::string Ask(const Request& request) const
     {
-        RawHttp server(serverPort_);
+        const bool isManagement = managementPort_ != 0 && request.target.starts_with("/root/");
+        RawHttp server(isManagement ? managementPort_ : serverPort_);
         (void)server.Send(request.head + request.body);
-        const auto answer = server.Read();
+        auto answer = server.Read();
+        const auto told = std::to_string(managementPort_);
+        if (const auto at = answer.body.find(told);
+            managementPort_ != 0 && request.target.ends_with("/ports") && at != std::string::npos)
+            // Ports that the system gave are equally long.
+            answer.body.replace(at, told.size(), std::to_string(Port()));
         return answer.head + answer.body;
     }
 
     std::uint16_t serverPort_;
+    std::uint16_t managementPort_;
     std::atomic<int> failAt_ = -1;
     std::atomic<int> seen_ = 0;
     std::atomic<Fault> fault_ = Fault::Close;

@@ -87,6 +87,7 @@ ExitCode ExitCodeOf(const SYC::Failure& failure)
     case SYC::FailureKind::NameTaken:
     case SYC::FailureKind::ObjectInUse:
     case SYC::FailureKind::UnsentWork:
+    case SYC::FailureKind::OutcomeUnknown:
     case SYC::FailureKind::NoCache:
     case SYC::FailureKind::ThisComputer:
     case SYC::FailureKind::WrongInput:

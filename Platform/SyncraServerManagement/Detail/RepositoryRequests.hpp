@@ -15,8 +15,8 @@ using Protocol::Empty;
 /// Requests below the management service's root, with the exceptions of a repository.
 class RepositoryRequests {
 public:
-    explicit RepositoryRequests(const Client::SignInData& data)
-        : requests_(data, Communication::DefaultHttpOptions(), RootPath)
+    RepositoryRequests(const Client::SignInData& data, const Communication::HttpOptions& options)
+        : requests_(data, options, RootPath)
     {}
 
     template <class Answer>

@@ -52,6 +52,8 @@ enum class FlowText : int {
     WayIsFree,
     OtherServer,
     InNetwork,
+    ChangeMember,
+    AskForRights,
 };
 
 [[nodiscard]] inline OV::UniString GetText(FlowText text)

@@ -4,15 +4,20 @@
 
 namespace SYC {
 
-/// A client whose requests take two seconds each at most: for what is set right behind a failure,
-/// while somebody waits for its end.
-[[nodiscard]] inline std::unique_ptr<Syncra::Client::SyncraClient>
-ConnectQuickly(const Syncra::Client::SignInData& login)
+/// Two seconds a request at most: for what is set right behind a failure, while somebody waits for
+/// its end.
+[[nodiscard]] inline Communication::HttpOptions QuickOptions()
 {
     constexpr std::uint32_t patience = 2000;
     auto options = Communication::DefaultHttpOptions();
     options.connectTimeoutMilliseconds = options.requestTimeoutMilliseconds = patience;
-    return Syncra::Client::Connect(login, options);
+    return options;
+}
+
+[[nodiscard]] inline std::unique_ptr<Syncra::Client::SyncraClient>
+ConnectQuickly(const Syncra::Client::SignInData& login)
+{
+    return Syncra::Client::Connect(login, QuickOptions());
 }
 
 }  // namespace SYC

@@ -1,11 +1,10 @@
 #pragma once
 
-#include "Failure.hpp"
+#include "Flow/Detail/Doubt.hpp"
+#include "Flow/Detail/QuickClient.hpp"
 #include "SYClientBase/ServicePortCache.hpp"
 #include "SYClientBase/SyncraClientFactory.hpp"
 #include "SYCommunication/UntrustedServer.hpp"
-
-#include <optional>
 
 namespace SYC {
 
@@ -13,7 +12,9 @@ namespace SYC {
 /// the port that was known, the server is asked for it anew. Throws what the repository throws, and
 /// Communication::CommunicationException for a server without one.
 template <class Repository>
-[[nodiscard]] std::unique_ptr<Repository> ConnectRepository(const Syncra::Client::SignInData& login)
+[[nodiscard]] std::unique_ptr<Repository>
+ConnectRepository(const Syncra::Client::SignInData& login,
+                  const Communication::HttpOptions& options = Communication::DefaultHttpOptions())
 {
     auto& ports = SYCB::ServicePortCache::GetInstance();
     const auto find = [&](bool mayAsk) {
@@ -22,7 +23,8 @@ template <class Repository>
     };
     Syncra::Client::SignInData data = login;
     const auto connect = [&] {
-        return SYCB::WithServerVersionException([&] { return std::make_unique<Repository>(data); });
+        return SYCB::WithServerVersionException(
+            [&] { return std::make_unique<Repository>(data, options); });
     };
     if ((data.port = find(false)) != 0) {
         try {
@@ -39,17 +41,21 @@ template <class Repository>
     return connect();
 }
 
-/// Whether the server has a project of that name, asked in two seconds a request although the
-/// thread was interrupted: after a request of which nobody knows whether it was carried out.
-/// Nothing when the server does not say.
-[[nodiscard]] std::optional<bool> AskForName(const Syncra::Client::SignInData& login,
-                                             const OV::UniString& projectName) noexcept;
-
-/// Whether the server may have carried a request out that failed so.
-[[nodiscard]] inline bool IsInDoubt(const Failure& failure)
+/// Carries out a change by a repository of the server. None when it is done; otherwise why it is
+/// not, as Settle tells, to which `isDone` goes.
+template <class Repository, class Change>
+[[nodiscard]] Failure ChangeOnServer(const Syncra::Client::SignInData& login, Change&& change,
+                                     const std::function<bool()>& isDone)
 {
-    return failure.kind == FailureKind::NotReached || failure.kind == FailureKind::Cancelled ||
-           failure.kind == FailureKind::NotUnderstood || failure.kind == FailureKind::ServerFailed;
+    std::unique_ptr<Repository> repository;
+    try {
+        repository = ConnectRepository<Repository>(login);
+        change(*repository);
+        return {};
+    } catch (...) {
+        Failure failure = DescribeException();
+        return repository ? Settle(std::move(failure), isDone) : failure;
+    }
 }
 
 }  // namespace SYC
