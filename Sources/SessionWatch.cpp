@@ -1,5 +1,6 @@
 #include "SessionWatch.hpp"
 
+#include "CachedProjectInfo.hpp"
 #include "Messaging/Detail/OpenedProject.hpp"
 #include "OVRoot/ExceptionText.hpp"
 #include "OVRoot/Logger.hpp"
@@ -14,7 +15,8 @@ constexpr std::uint32_t WatchWorkerMilliseconds = 5'000;
 
 SessionWatch::SessionWatch(SYCB::PKSignalClient& signalClient,
                            SYCB::ProjectConnectionManagerInterface& manager, OV::Executor& executor)
-    : OverExecutor(&executor), signalClient_(signalClient), manager_(manager),
+    : OverExecutor(&executor), signalClient_(signalClient),
+      cacheFolder_(manager.GetCachedProjectInfo()->GetCacheFolderLocation()),
       project_(std::make_unique<OpenedProject>(manager)), worker_(1, 1, WatchWorkerMilliseconds)
 {
     signalClient_.Attach(*this);
@@ -41,11 +43,11 @@ void SessionWatch::_SignalReceived(const Syncra::Protocol::Signal&)
 
 void SessionWatch::Ask()
 {
-    const auto session = manager_.GetSessionId();
-    if (session.empty() || session == toldSession_)
-        return;
-    (void)worker_.Execute(OV::MakeTask([this, session, target = GetTarget()] {
+    (void)worker_.Execute(OV::MakeTask([this, target = GetTarget()] {
         try {
+            const auto session = CachedProjectInfo(cacheFolder_).GetSessionId();
+            if (session.empty())
+                return;
             std::optional<Syncra::Protocol::SessionEnd> end;
             project_->Ask(
                 [&](Syncra::Client::SyncraClient& client) { end = client.GetSessionEnd(session); });

@@ -27,7 +27,8 @@ public:
 /// signals are started.
 ///
 /// Made, used and destroyed on one thread, the one that its executor runs on; observers are told
-/// there, once. The server is asked on a worker thread.
+/// there, once. The server is asked on a worker thread, for the session that the cache on the disk
+/// has by then; a check may be at work with the manager meanwhile.
 class SYC_API SessionWatch final : public OverExecutor, private SYCB::PKSignalClientObserver {
 public:
     /// Watches the session that the cache of the opened project has. Everything given outlives the
@@ -48,7 +49,7 @@ private:
     void Ask();
 
     SYCB::PKSignalClient& signalClient_;
-    SYCB::ProjectConnectionManagerInterface& manager_;
+    const IO::Location cacheFolder_;
     const std::unique_ptr<OpenedProject> project_;
     OV::UniString toldSession_;
     OV::EventSource<SessionEndObserver> observers_;
