@@ -42,7 +42,7 @@ struct ResizeBehaviour {
 struct ItemDescription {
     int number = 0;
     ItemType type = ItemType::Text;
-    OV::UniString label;
+    OV::UniString label;  ///< of one that shows no text, its name for a screen reader
     Rectangle place;
     ResizeBehaviour resize;
     Picture picture = Picture::None;

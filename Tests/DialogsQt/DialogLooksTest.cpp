@@ -5,6 +5,7 @@
 #include "UserInterface/CloseProjectDialog.hpp"
 #include "UserInterface/ProjectLogViewerDlg_14.hpp"
 
+#include <QFile>
 #include <QHeaderView>
 #include <QLineEdit>
 #include <QProgressBar>
@@ -65,6 +66,31 @@ TEST_F(DialogLooksTest, ClosingAProjectInEachOfItsLooks)
     user_.Then([] { QtUser::Press(Main); });
     EXPECT_TRUE(offline.Invoke());
     EXPECT_EQ(offline.GetResult(), Result::Discard);
+}
+
+/// As they are described, before anybody fills them in.
+TEST_F(DialogLooksTest, EveryDialogCanBeUsedWithoutSeeingIt)
+{
+    struct : Dlg::WindowEvents {
+        void _ItemUsed(int) noexcept override {}
+        void _HeaderUsed(int, int) noexcept override {}
+        void _LeaveRequested() noexcept override {}
+        void _Resized() noexcept override {}
+        void _Idle() noexcept override {}
+    } nobody;
+    QFile file(SYCLIENT_TEST_SOURCE_DIR "/Resources/Dialogs.xml");
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    const QString text = file.readAll();
+    auto dialogs = QRegularExpression("<Dialog number=\"([0-9]+)\"").globalMatch(text);
+    ASSERT_TRUE(dialogs.hasNext());
+    while (dialogs.hasNext()) {
+        const int number = dialogs.next().captured(1).toInt();
+        SCOPED_TRACE(number);
+        const auto window = toolkit_.MakeWindow(Dlg::GetDialogDescription(number), nobody);
+        auto& widget = dynamic_cast<QWidget&>(*window);
+        widget.show();
+        QtUser::ExpectReadable(widget);
+    }
 }
 
 TEST_F(DialogLooksTest, AskingForAPassword)

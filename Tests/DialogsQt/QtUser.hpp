@@ -4,6 +4,7 @@
 
 #include <QAbstractButton>
 #include <QAbstractItemView>
+#include <QAccessible>
 #include <QApplication>
 #include <QComboBox>
 #include <QLabel>
@@ -70,10 +71,18 @@ public:
         ADD_FAILURE() << "there is no button " << text.toStdString();
     }
 
+    /// Whatever below `window` takes the keyboard tells a screen reader its name, and Tab leads to
+    /// it.
+    static void ExpectReadable(QWidget& window)
+    {
+        ExpectReadable(*QAccessible::queryAccessibleInterface(&window));
+    }
+
     /// Every text fits into its widget, and no two widgets overlap.
     static void ExpectGoodLooks(const char* name)
     {
         SCOPED_TRACE(name);
+        ExpectReadable(Window());
         const auto widgets = Window().findChildren<QWidget*>(QRegularExpression("^item[0-9]+$"));
         for (const QWidget* widget : widgets) {
             SCOPED_TRACE(widget->objectName().toStdString());
@@ -99,6 +108,33 @@ public:
     }
 
 private:
+    static void ExpectReadable(QAccessibleInterface& node)
+    {
+        const auto state = node.state();
+        if (state.invisible)
+            return;
+        const auto* const widget = qobject_cast<const QWidget*>(node.object());
+        // A cell of a table may be empty, and what Qt makes is Qt's.
+        const bool isOurs = widget != nullptr ? !widget->objectName().startsWith("qt_")
+                                              : node.role() == QAccessible::ListItem;
+        if (state.focusable && isOurs) {
+            const std::string what =
+                widget == nullptr ? "row"
+                                  : std::string(widget->metaObject()->className()) + " " +
+                                        widget->objectName().toStdString() + " of " +
+                                        (widget->parentWidget() != nullptr
+                                             ? widget->parentWidget()->metaObject()->className()
+                                             : "nobody");
+            EXPECT_FALSE(node.text(QAccessible::Name).isEmpty()) << what << " has no name";
+            EXPECT_TRUE(widget == nullptr || (widget->focusPolicy() & Qt::TabFocus) != 0)
+                << "Tab passes " << what << " by";
+        }
+        constexpr int most = 50;  // rows of a list
+        for (int child = 0; child < std::min(most, node.childCount()); ++child)
+            if (auto* const below = node.child(child))
+                ExpectReadable(*below);
+    }
+
     void Look()
     {
         QWidget* const window = QApplication::activeModalWidget();

@@ -15,6 +15,7 @@
 #include <QResizeEvent>
 #include <QScopedValueRollback>
 #include <QScreen>
+#include <QStyle>
 #include <QTableView>
 #include <QWindow>
 
@@ -38,6 +39,41 @@ double Unit()
 int Scaled(int length, double unit)
 {
     return static_cast<int>(length * unit + 0.5);
+}
+
+bool IsInFrontOf(const Rectangle& text, const Rectangle& control)
+{
+    const int middle = control.y + control.height / 2;
+    return text.x + text.width <= control.x && text.y <= middle && middle <= text.y + text.height;
+}
+
+bool IsRightAbove(const Rectangle& text, const Rectangle& control)
+{
+    constexpr int furthest = 8;
+    const int between = control.y - text.y - text.height;
+    return text.x == control.x && between >= 0 && between <= furthest;
+}
+
+/// What a control without words is called, by its description or the text that stands at it.
+OV::UniString NameOf(const ItemDescription& control, const DialogDescription& dialog)
+{
+    if (!control.label.empty() && control.type != ItemType::Edit)
+        return control.label;
+    const ItemDescription *inFront = nullptr, *above = nullptr;
+    for (const ItemDescription& text : dialog.items) {
+        if (text.type != ItemType::Text || text.label.empty())
+            continue;
+        if (IsInFrontOf(text.place, control.place) &&
+            (inFront == nullptr || text.place.x > inFront->place.x))
+            inFront = &text;
+        else if (IsRightAbove(text.place, control.place))
+            above = &text;
+    }
+    const auto* caption = inFront != nullptr ? inFront : above;
+    OV::UniString name = caption == nullptr ? OV::UniString() : caption->label;
+    if (name.ends_with(u':'))
+        name.pop_back();
+    return name;
 }
 
 }  // namespace
@@ -76,6 +112,8 @@ void QtDialogWindow::AddItem(const ItemDescription& item)
                        Scaled(item.place.width, unit_), Scaled(item.place.height, unit_)};
     place.resize = item.resize;
     place.widget = MakeItemWidget(item, *this, unit_);
+    if (item.type != ItemType::Text && item.type != ItemType::Button)
+        place.widget->setAccessibleName(ToQt(NameOf(item, description_)));
     place.text = item.label;
     Connect(item, *place.widget);
 }
@@ -181,7 +219,7 @@ void QtDialogWindow::PlaceItems()
         QRect rectangle = place.rectangle;
         rectangle.translate(resize.moveX ? more.width() : 0, resize.moveY ? more.height() : 0);
         rectangle.adjust(0, 0, resize.growX ? more.width() : 0, resize.growY ? more.height() : 0);
-        place.widget->setGeometry(rectangle);
+        place.widget->setGeometry(QStyle::visualRect(layoutDirection(), rect(), rectangle));
     }
 }
 
