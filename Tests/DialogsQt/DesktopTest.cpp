@@ -7,12 +7,16 @@
 #include "Support/ServerProcess.hpp"
 #include "Support/StoreEdit.hpp"
 #include "Support/TemporaryFolder.hpp"
+#include "SyncraServerManagement/ProjectRepository.hpp"
 #include "UserInterface/AsyncTaskDialogExecutingImplementation.hpp"
 #include "UserInterface/ConnectDialog.hpp"
 #include "UserSettings.hpp"
 #include "WindowLanguage.hpp"
 
+#include <QContextMenuEvent>
 #include <QLineEdit>
+#include <QMenu>
+#include <QMessageBox>
 #include <QPalette>
 #include <QPlainTextEdit>
 #include <QPushButton>
@@ -61,13 +65,26 @@ protected:
     {
         return QTest::qWaitFor(holds, Patience);
     }
+    /// Each picture is one that somebody who does not see it can use as well.
     void TakePicture(const char* name, QWidget* what = nullptr) const
     {
+        SCOPED_TRACE(name);
+        QtUser::ExpectReadable(what != nullptr ? *what : *window);
         if (const auto place = qEnvironmentVariable("SYCLIENT_SCREENSHOTS"); !place.isEmpty()) {
             QTest::qWait(100);
             EXPECT_TRUE(
                 (what != nullptr ? what : window.get())->grab().save(place + "/" + name + ".png"));
         }
+    }
+    /// Every page that was looked at so far has room in a narrow window.
+    void ExpectNarrow(const char* name)
+    {
+        constexpr int narrow = 480;
+        const QSize former = window->size();
+        window->resize(narrow, former.height());
+        EXPECT_EQ(window->width(), narrow) << name;
+        TakePicture(name);
+        window->resize(former);
     }
     /// Adds the server as `login`, as somebody who types it does, after a wrong password if that is
     /// wanted.
@@ -76,25 +93,26 @@ protected:
         using Item = SYC::ConnectDialog::Item;
         user.Then([=, this] {
             auto& dialog = QtUser::Window();
-            auto& port = QtUser::Item<QLineEdit>(Item::PortEdit);
-            port.selectAll();
-            QTest::keyClicks(&port, QString::number(server.ModelPort()));
-            QTest::keyClicks(QApplication::focusWidget(), "127.0.0.1");
-            QTest::keyClicks(&QtUser::Item<QLineEdit>(Item::UserEdit), login);
-            auto& password = QtUser::Item<QLineEdit>(Item::PasswordEdit);
+            const auto type = [](int item, const QString& text) {
+                auto& edit = QtUser::Item<QLineEdit>(item);
+                edit.selectAll();
+                QTest::keyClicks(&edit, text);
+            };
+            type(Item::PortEdit, QString::number(server.ModelPort()));
+            type(Item::HostEdit, "127.0.0.1");
+            type(Item::UserEdit, login);
             if (isWrongFirst) {
                 const auto told = [] {
                     return QtUser::Item<QLabel>(Item::StatusText)
                         .text()
                         .startsWith("The user name or the password is wrong");
                 };
-                QTest::keyClicks(&password, "wrong");
+                type(Item::PasswordEdit, "wrong");
                 QTest::keyClick(&dialog, Qt::Key_Return);
                 EXPECT_TRUE(Wait(told));
                 TakePicture("WrongPassword", &dialog);
-                password.clear();
             }
-            QTest::keyClicks(&password, ServerProcess::Password);
+            type(Item::PasswordEdit, ServerProcess::Password);
             TakePicture("AddServer", &dialog);
             QTest::keyClick(&dialog, Qt::Key_Return);
         });
@@ -197,17 +215,7 @@ TEST_F(DesktopTest, ADayFromTheKeyboard)
     Activate();
     mails.setFocus();
     TakePicture("MailWaiting");
-    for (const QWidget* widget : window->findChildren<QWidget*>()) {
-        if (widget->focusPolicy() == Qt::NoFocus || widget->objectName().startsWith("qt_") ||
-            !widget->isVisible())
-            continue;
-        const auto* button = qobject_cast<const QAbstractButton*>(widget);
-        const auto* label = qobject_cast<const QLabel*>(widget);
-        EXPECT_TRUE(!widget->accessibleName().isEmpty() || (button && !button->text().isEmpty()) ||
-                    (label && !label->text().isEmpty()))
-            << widget->metaObject()->className() << " " << widget->objectName().toStdString()
-            << " says nothing to a screen reader";
-    }
+    ExpectNarrow("MailNarrow");
     QTest::keyClick(&mails, Qt::Key_Return, Qt::ControlModifier);
     EXPECT_TRUE(Wait([&] { return views.tabText(0) == "Waiting for me"; }))
         << views.tabText(0).toStdString();
@@ -279,11 +287,13 @@ TEST_F(DesktopTest, ADayFromTheKeyboard)
         static constexpr const char* names[] = {"Activity", "Statistics", "Settings"};
         TakePicture(names[page - 1]);
     }
+    ExpectNarrow("SettingsNarrow");
     QTest::keyClick(window.get(), Qt::Key_W, Qt::ControlModifier);
     EXPECT_TRUE(
         Wait([&] { return RowOf(Find<CardList>("projects"), "Harbour Bridge").isValid(); }));
     EXPECT_EQ(Look<QLabel>("state"), nullptr);
     TakePicture("Start");
+    ExpectNarrow("StartNarrow");
 }
 
 TEST_F(DesktopTest, FailuresAreToldAndCanBeTriedAgain)
@@ -323,6 +333,81 @@ TEST_F(DesktopTest, FailuresAreToldAndCanBeTriedAgain)
     EXPECT_TRUE(Wait([&] { return Text("state") == "Online"; })) << Text("state").toStdString();
 }
 
+TEST_F(DesktopTest, AManagerSeesToMembersAndTheirSessions)
+{
+    AddServer("anna.novak");
+    OpenHarbourBridge();
+    auto& list = Find<CardList>("members");
+    const auto groupOf = [&](const char* name) {
+        return RowOf(list, name).data(Qt::AccessibleTextRole).toString().section(", ", -1);
+    };
+    const auto find = [](const QMenu& menu, const char* text) -> QAction* {
+        for (auto* action : menu.findChildren<QAction*>())
+            if (action->text() == text)
+                return action;
+        return nullptr;
+    };
+    const auto choose = [&](const char* name, const char* text) {
+        const auto place = list.visualRect(RowOf(list, name)).center();
+        QAction* found = nullptr;
+        EXPECT_TRUE(Wait([&] {  // what the user may is asked in the background
+            QContextMenuEvent event(QContextMenuEvent::Mouse, place,
+                                    list.viewport()->mapToGlobal(place));
+            QApplication::sendEvent(list.viewport(), &event);
+            auto* const menu = window->findChild<QMenu*>("memberMenu");
+            found = menu != nullptr ? find(*menu, text) : nullptr;
+            if (found == nullptr)
+                delete menu;
+            return found != nullptr;
+        })) << text;
+        auto* const menu = window->findChild<QMenu*>("memberMenu");
+        TakePicture("MemberMenu", menu);
+        menu->hide();
+        found->trigger();
+        delete menu;
+    };
+    choose("Jonas Berg", "Engineer");
+    EXPECT_TRUE(Wait([&] {
+        return CardOf(list, RowOf(list, "Jonas Berg").row()).subtitle == "Engineer";
+    })) << Text("news").toStdString();
+    ASSERT_EQ(groupOf("Marco Rossi"), "Working now");
+    user.Then([] { QtUser::PressText("End Session ..."); });
+    user.Then([] {
+        QTest::keyClicks(QApplication::focusWidget(), "Maintenance tonight");
+        QtUser::Key(Qt::Key_Return);
+    });
+    choose("Marco Rossi", "&End the Session ...");
+    EXPECT_TRUE(Wait([&] { return groupOf("Marco Rossi") == "Away"; }))
+        << Text("news").toStdString();
+    user.Then([] { QtUser::PressText("Take Out ..."); });
+    user.Then([] { QtUser::PressText("Take Out for Good"); });
+    choose("Marco Rossi", "&Take out of the Project ...");
+    EXPECT_TRUE(Wait([&] { return !RowOf(list, "Marco Rossi").isValid(); }))
+        << Text("news").toStdString();
+
+    // The same happens to the user, who goes on in a new session.
+    const OV::Secret password(OV::FromUtf8(ServerProcess::Password));
+    Syncra::Server::Management::ProjectRepository other(
+        {u"127.0.0.1", server.ManagementPort(), u"admin", password});
+    const auto own = [&]() -> OV::UniString {
+        for (const auto& session : other.GetSessions({}))
+            if (session.loginName == u"anna.novak")
+                return session.id;
+        return {};
+    };
+    const auto former = own();
+    QString told;
+    user.Then([&] {
+        told = qobject_cast<QMessageBox*>(&QtUser::Window())->text();
+        QtUser::PressText("New Session");
+    });
+    other.EndSession(former, u"Go home.");
+    EXPECT_TRUE(Wait([&] { return !told.isEmpty(); }));
+    EXPECT_EQ(told, "Site Administrator ended your session.\n\nGo home.");
+    EXPECT_TRUE(Wait([&] { return !own().empty() && own() != former; }));
+    EXPECT_TRUE(Wait([&] { return Text("state") == "Online"; })) << Text("state").toStdString();
+}
+
 TEST_F(DesktopTest, FollowsTheColoursOfADarkDesktop)
 {
     const QPalette former = QApplication::palette();
@@ -359,6 +444,7 @@ TEST_F(DesktopTest, SpeaksTheLanguageThatWasChosen)
     ASSERT_TRUE(Wait([&] { return Find<QTabBar>("views").tabText(0) == "Wartet auf mich 1"; }));
     Find<QTabBar>("views").setCurrentIndex(0);
     TakePicture("MailGerman");
+    ExpectNarrow("MailGermanNarrow");
     window.reset();
     UserSettings::SetLanguage({});
     InstallLanguage();

@@ -3,6 +3,7 @@
 #include "BinCacheHandler/BinCacheHandler.hpp"
 #include "CardList.hpp"
 #include "EventLogUpdater.hpp"
+#include "LineLabel.hpp"
 #include "OVRoot/ExceptionText.hpp"
 #include "ServerTasks.hpp"
 #include "UserInterface/ProjectLogViewerDlg_14.hpp"
@@ -78,12 +79,11 @@ private:
 };
 
 ActivityPage::ActivityPage(ProjectSession& session, Kind kind, QWidget* parent)
-    : QWidget(parent), session_(session), kind_(kind), status_(new QLabel(this)),
+    : QWidget(parent), session_(session), kind_(kind), status_(new LineLabel({}, this)),
       refresh_(new QPushButton(tr("&Refresh"), this)), view_(new QChartView(this))
 {
     auto* column = new QVBoxLayout(this);
     auto* row = new QHBoxLayout;
-    status_->setTextFormat(Qt::PlainText);
     status_->setObjectName(kind == Kind::Activity ? "activityStatus" : "statisticsStatus");
     view_->setRenderHint(QPainter::Antialiasing);
     view_->setObjectName(kind == Kind::Activity ? "activityChart" : "statisticsChart");
@@ -95,6 +95,7 @@ ActivityPage::ActivityPage(ProjectSession& session, Kind kind, QWidget* parent)
         for (const QString& name : Charts::Kinds())
             if (name != "activity")
                 charts_->addItem(Charts::TitleOf(name), name);
+        connect(charts_, &QComboBox::activated, this, [this] { isChartChosen_ = true; });
         connect(charts_, &QComboBox::currentIndexChanged, this, &ActivityPage::ShowChart);
         row->addWidget(charts_);
     }
@@ -109,8 +110,7 @@ ActivityPage::ActivityPage(ProjectSession& session, Kind kind, QWidget* parent)
     };
     if (kind == Kind::Activity)
         addButton(tr("Open the &Log ..."), "openLog", [this] { ShowLog(); });
-    addButton(tr("Save &Picture ..."), "savePicture", [this] { Export(true); });
-    addButton(tr("Save &Table ..."), "saveTable", [this] { Export(false); });
+    addButton(tr("&Save ..."), "saveChart", [this] { Export(); });
     column->addLayout(row);
     column->addWidget(view_, 1);
     if (kind == Kind::Activity) {
@@ -174,6 +174,7 @@ void ActivityPage::Take(Fetched& fetched)
         status_->setText(
             tr("Up to date at %1")
                 .arg(Words::When(static_cast<std::int32_t>(QDateTime::currentSecsSinceEpoch()))));
+    ProposeChart();
     ShowChart();
     if (rows_ == nullptr)
         return;
@@ -187,6 +188,16 @@ void ActivityPage::Take(Fetched& fetched)
     }
 }
 
+/// Until the user chooses one, the first that has something to show.
+void ActivityPage::ProposeChart()
+{
+    for (int at = 0; charts_ != nullptr && !isChartChosen_ && at < charts_->count(); ++at)
+        if (Charts::HasData(charts_->itemData(at).toString(), *data_)) {
+            const QSignalBlocker blocker(charts_);
+            return charts_->setCurrentIndex(at);
+        }
+}
+
 void ActivityPage::ShowChart()
 {
     if (!data_)
@@ -195,7 +206,8 @@ void ActivityPage::ShowChart()
         charts_ == nullptr ? QString("activity") : charts_->currentData().toString();
     const auto former = std::unique_ptr<QChart>(view_->chart());
     view_->setChart(Charts::Make(kind, *data_).release());
-    view_->setAccessibleName(Charts::TitleOf(kind));
+    for (QWidget* reader : {static_cast<QWidget*>(view_), view_->viewport()})
+        reader->setAccessibleName(Charts::TitleOf(kind));
 }
 
 void ActivityPage::ShowLog()
@@ -214,18 +226,21 @@ void ActivityPage::ShowLog()
     }
 }
 
-void ActivityPage::Export(bool asPicture)
+/// As a picture, or as a table when the file is named like one.
+void ActivityPage::Export()
 {
     if (!data_)
         return;
     const QString kind =
         charts_ == nullptr ? QString("activity") : charts_->currentData().toString();
-    const QString ending = asPicture ? ".png" : ".csv";
-    const QString file = QFileDialog::getSaveFileName(this, tr("Save the Chart"), kind + ending,
-                                                      asPicture ? "PNG (*.png)" : "CSV (*.csv)");
+    const QString table = "CSV (*.csv)";
+    QString filter;
+    QString file = QFileDialog::getSaveFileName(this, tr("Save the Chart"), kind + ".png",
+                                                "PNG (*.png);;" + table, &filter);
     if (file.isEmpty())
         return;
-    const bool isWritten = asPicture ? Charts::Render(kind, *data_, view_->size(), file)
-                                     : Charts::WriteTable(kind, *data_, file);
+    if (filter == table && !file.endsWith(".csv", Qt::CaseInsensitive))
+        file = file.endsWith(".png") ? file.chopped(4) + ".csv" : file + ".csv";
+    const bool isWritten = Charts::Render(kind, *data_, view_->size(), file);
     emit Said(isWritten ? tr("Saved as %1").arg(file) : tr("%1 cannot be written.").arg(file));
 }

@@ -36,9 +36,10 @@ private:
 
     void showEvent(QShowEvent* event) override;
     void Take(Fetched& fetched);
+    void ProposeChart();
     void ShowChart();
     void ShowLog();
-    void Export(bool asPicture);
+    void Export();
     [[nodiscard]] LogSource Source() const;
 
     ProjectSession& session_;
@@ -50,6 +51,7 @@ private:
     CardList* lines_ = nullptr;
     QStandardItemModel* rows_ = nullptr;
     std::unique_ptr<Charts::Data> data_;
+    bool isChartChosen_ = false;  ///< by the user
     bool isFetching_ = false;
     SYCB::MessageLoopExecutor home_;
     OV::PooledExecutor worker_{0, 1, 0};

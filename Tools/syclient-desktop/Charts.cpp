@@ -49,7 +49,7 @@ constexpr Kind AllKinds[] = {
     {"longest", "Longest transaction", ChartType::LongestTransaction,
      "Longest request in a minute (s)"},
     {"gauges", "Now"},
-    {"activity", "Activity", {}, "Lines of the log"},
+    {"activity", "Activity", {}, "Lines"},
     {"by-action", "Shares of actions"},
     {"by-user", "Shares of users"},
     {"sizes", "Data by project"},
@@ -331,6 +331,13 @@ const QStringList& Kinds()
         return names;
     }();
     return kinds;
+}
+
+bool HasData(const QString& kind, const Data& data)
+{
+    const Kind* const found = Find(kind);
+    QChart chart;
+    return found != nullptr && Fill(chart, *found, data);
 }
 
 std::unique_ptr<QChart> Make(const QString& kind, const Data& data)

@@ -30,6 +30,8 @@ struct Data {
 /// "gauges", "activity" by days or weeks, the shares "by-action" and "by-user", and "sizes" by
 /// project.
 [[nodiscard]] const QStringList& Kinds();
+/// Whether a chart of that kind has something to show.
+[[nodiscard]] bool HasData(const QString& kind, const Data& data);
 /// Null for a kind that is none. A chart without data says so.
 [[nodiscard]] std::unique_ptr<QChart> Make(const QString& kind, const Data& data);
 /// Draws it into a PNG file, or into one that ends with ".csv" writes its table; false when the

@@ -2,6 +2,7 @@
 
 #include "CardList.hpp"
 #include "DesktopText.hpp"
+#include "FoldingSplitter.hpp"
 #include "MailReader.hpp"
 #include "OVRoot/Exception.hpp"
 
@@ -54,7 +55,7 @@ MailPage::MailPage(ProjectSession& session, OV::Executor& home, QWidget* parent)
     : QWidget(parent), session_(session), rows_(session, home), views_(new QTabBar(this)),
       search_(new QLineEdit(this)), order_(new QComboBox(this)),
       list_(new CardList("mails", tr("Mails"), this)), empty_(new QLabel(this)),
-      reader_(new MailReader(session, this)), splitter_(new QSplitter(this))
+      reader_(new MailReader(session, this)), splitter_(new FoldingSplitter(this))
 {
     auto* left = new QWidget(this);
     auto* column = new QVBoxLayout(left);

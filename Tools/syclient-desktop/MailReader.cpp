@@ -3,6 +3,7 @@
 #include "CardDelegate.hpp"
 #include "DesktopText.hpp"
 #include "Faces.hpp"
+#include "LineLabel.hpp"
 #include "MailTexts.hpp"
 #include "Words.hpp"
 
@@ -78,9 +79,8 @@ QWidget* MailReader::MakeHead()
     auto* texts = new QVBoxLayout;
     texts->setSpacing(2);
     const auto add = [&](const char* name) {
-        auto* label = new QLabel(box);
+        auto* label = new LineLabel({}, box);
         label->setObjectName(name);
-        label->setTextFormat(Qt::PlainText);
         label->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
         texts->addWidget(label);
         return label;

@@ -12,6 +12,7 @@
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QProcess>
+#include <QPushButton>
 #include <QStackedWidget>
 #include <QStyle>
 #include <QSystemTrayIcon>
@@ -193,6 +194,7 @@ void MainWindow::Follow(const ProjectSession::Project& project, bool hasServerSe
                 start_->Leave(login);
         },
         Qt::QueuedConnection);
+    connect(session_.get(), &ProjectSession::SessionLost, this, &MainWindow::AskForNewSession);
     connect(session_.get(), &ProjectSession::MailsArrived, this, &MainWindow::TellMails);
     pages_->addWidget(page_.get());
     pages_->setCurrentWidget(page_.get());
@@ -250,6 +252,22 @@ void MainWindow::closeEvent(QCloseEvent* event)
     opener_.Cancel();
     RememberPlace();
     event->setAccepted(CloseProject());
+}
+
+/// Goes with the project, and waits for nobody.
+void MainWindow::AskForNewSession(const QString& why)
+{
+    auto* box =
+        new QMessageBox(QMessageBox::Warning, session_->GetName(),
+                        why.isEmpty() ? tr("Your session in this project ended elsewhere.") : why,
+                        QMessageBox::NoButton, page_.get());
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    box->setTextFormat(Qt::PlainText);
+    box->setInformativeText(tr("What you have not sent yet is still here. Begin a new session?"));
+    const auto* agreed = box->addButton(tr("New Session"), QMessageBox::AcceptRole);
+    box->setDefaultButton(box->addButton(tr("Not Now"), QMessageBox::RejectRole));
+    connect(agreed, &QPushButton::clicked, session_.get(), &ProjectSession::BeginNewSession);
+    box->open();
 }
 
 void MainWindow::TellMails(int count, const QStringList& senders, const QString& firstText)

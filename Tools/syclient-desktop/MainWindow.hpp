@@ -39,6 +39,7 @@ private:
     /// False when the user keeps it open.
     bool CloseProject();
     void Say(const QString& text);
+    void AskForNewSession(const QString& why);
     void TellMails(int count, const QStringList& senders, const QString& firstText);
     void UpdateMenus();
     void RememberPlace();

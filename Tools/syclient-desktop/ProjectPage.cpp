@@ -1,6 +1,8 @@
 #include "ProjectPage.hpp"
 
 #include "ActivityPage.hpp"
+#include "FoldingSplitter.hpp"
+#include "LineLabel.hpp"
 #include "SettingsPage.hpp"
 #include "Words.hpp"
 
@@ -35,8 +37,8 @@ QPixmap MakeDot(const QColor& colour, int side, qreal ratio)
 
 ProjectPage::ProjectPage(ProjectSession& session, OV::Executor& home, QWidget* parent)
     : QWidget(parent), session_(session), pages_(new QStackedWidget(this)),
-      mails_(new MailPage(session, home, this)), members_(new MembersPane(session, this)),
-      splitter_(new QSplitter(this))
+      mails_(new MailPage(session, home, this)), members_(new MembersPane(session, home, this)),
+      splitter_(new FoldingSplitter(this))
 {
     auto* column = new QVBoxLayout(this);
     column->setContentsMargins({});
@@ -62,6 +64,7 @@ ProjectPage::ProjectPage(ProjectSession& session, OV::Executor& home, QWidget* p
 
     connect(mails_, &MailPage::Said, this, &ProjectPage::ShowMessage);
     connect(mails_, &MailPage::CountsChanged, this, &ProjectPage::ShowCounts);
+    connect(members_, &MembersPane::Said, this, &ProjectPage::ShowMessage);
     connect(members_, &MembersPane::WriteWanted, this, [this](const OV::UniString& login) {
         mails_->Write({SYC::MailType::Normal, {login}, {}, {}});
     });
@@ -89,16 +92,15 @@ QWidget* ProjectPage::MakeHeader()
     auto* header = new QFrame(this);
     header->setFrameShape(QFrame::NoFrame);
     auto* row = new QHBoxLayout(header);
-    title_ = new QLabel(session_.GetName(), header);
+    title_ = new LineLabel(session_.GetName(), header);
     title_->setObjectName("projectTitle");
-    title_->setTextFormat(Qt::PlainText);
+    title_->setToolTip("<span>" + session_.GetName().toHtmlEscaped() + "</span>");
     QFont large = title_->font();
     large.setBold(true);
     large.setPointSizeF(large.pointSizeF() * 1.2);
     title_->setFont(large);
-    subtitle_ = new QLabel(header);
+    subtitle_ = new LineLabel({}, header);
     subtitle_->setObjectName("projectSubtitle");
-    subtitle_->setTextFormat(Qt::PlainText);
     subtitle_->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
     dot_ = new QLabel(header);
     state_ = new QLabel(header);
@@ -160,21 +162,19 @@ QWidget* ProjectPage::MakeFooter()
     auto* footer = new QWidget(this);
     auto* row = new QHBoxLayout(footer);
     row->setContentsMargins(row->contentsMargins().left(), 4, row->contentsMargins().right(), 4);
-    const auto add = [&](const char* name, int stretch) {
-        auto* label = new QLabel(footer);
+    const auto add = [&](QLabel* label, const char* name, int stretch) {
         label->setObjectName(name);
         row->addWidget(label, stretch);
         return label;
     };
-    outbox_ = add("outbox", 0);
+    outbox_ = add(new QLabel(footer), "outbox", 0);
     outbox_->setTextInteractionFlags(Qt::LinksAccessibleByMouse | Qt::LinksAccessibleByKeyboard);
     outbox_->setAccessibleName(tr("Outbox"));
-    news_ = add("news", 1);
-    news_->setTextFormat(Qt::PlainText);
+    news_ = add(new LineLabel({}, footer), "news", 1);
     news_->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
     message_.setSingleShot(true);
     connect(&message_, &QTimer::timeout, this, &ProjectPage::ShowNews);
-    counts_ = add("counts", 0);
+    counts_ = add(new LineLabel({}, footer), "counts", 0);
     connect(outbox_, &QLabel::linkActivated, this, [this] {
         session_.TryNow();
         session_.Mails().FlushOutbox();

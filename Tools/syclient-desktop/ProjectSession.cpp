@@ -42,6 +42,9 @@ ProjectSession::ProjectSession(Project project, bool hasServerSession, OV::Execu
     membersSubscription_ = Members().Subscribe(*this);
     mailsSubscription_ = Mails().Subscribe(*this);
     outboxSubscription_ = Mails().SubscribeOutbox(*this);
+    sessionWatch_ =
+        std::make_unique<SYC::SessionWatch>(manager_->GetSignalClient(), *manager_, home);
+    sessionSubscription_ = sessionWatch_->Subscribe(*this);
     auto& presence = manager_->GetSignalClient().GetPresenceService();
     presenceSubscription_ = presence.Subscribe(*this, home);
     if (presence.IsOnline())
@@ -53,6 +56,8 @@ ProjectSession::ProjectSession(Project project, bool hasServerSession, OV::Execu
 ProjectSession::~ProjectSession()
 {
     ending_.request_stop();
+    sessionSubscription_ = {};
+    sessionWatch_.reset();
     presenceSubscription_ = {};
     outboxSubscription_ = {};
     mailsSubscription_ = {};
@@ -126,6 +131,8 @@ void ProjectSession::TryNow()
         manager_->StartSignals(projectId_);
     else
         manager_->GetSignalClient().TryNow();
+    if (GetState() == State::Online)
+        TakeServerSession();
     emit StateChanged();
 }
 
@@ -145,29 +152,45 @@ void ProjectSession::_ServiceStateChanged(SYCB::PresenceService&, Presence state
     emit StateChanged();
 }
 
-void ProjectSession::TakeServerSession()
+void ProjectSession::_SessionEnded(const Syncra::Protocol::SessionEnd& end)
+{
+    hasServerSession_ = false;
+    refusal_ = SYC::MakeFailure(SYC::FailureKind::ProjectMismatch);
+    const QString reason = ToQt(end.reason);
+    emit SessionLost(tr("%1 ended your session.").arg(ToQt(end.endedByName)) +
+                     (reason.isEmpty() ? QString() : "\n\n" + reason));
+    emit StateChanged();
+}
+
+void ProjectSession::TakeServerSession(bool newSession)
 {
     if (hasServerSession_ || isTakingSession_)
         return;
     isTakingSession_ = true;
     SYC::CheckOptions options;
     options.forceOnline = true;
+    options.newSession = newSession;
     options.stop = ending_.get_token();
     auto connection = std::make_shared<SYC::ReadProjectConnection>(manager_.get());
     // The end may come when this session is gone.
     SYC::StartCheck(connection, std::move(options), worker_, home_,
                     [session = QPointer<ProjectSession>(this)](SYC::CheckResult result,
                                                                const SYC::Failure& failure) {
-                        if (!session)
-                            return;
-                        session->isTakingSession_ = false;
-                        session->hasServerSession_ = result == SYC::CheckResult::Passed;
-                        session->refusal_ = failure;
-                        if (result != SYC::CheckResult::Passed &&
-                            result != SYC::CheckResult::Offline)
-                            emit session->Failed(Words::ReasonOf(failure));
-                        emit session->StateChanged();
+                        if (session)
+                            session->TookServerSession(result, failure);
                     });
+}
+
+void ProjectSession::TookServerSession(SYC::CheckResult result, const SYC::Failure& failure)
+{
+    isTakingSession_ = false;
+    hasServerSession_ = result == SYC::CheckResult::Passed;
+    refusal_ = failure;
+    if (result == SYC::CheckResult::ProjectMismatch && !manager_->GetSessionId().empty())
+        emit SessionLost({});
+    else if (result != SYC::CheckResult::Passed && result != SYC::CheckResult::Offline)
+        emit Failed(Words::ReasonOf(failure));
+    emit StateChanged();
 }
 
 void ProjectSession::FollowPresence()

@@ -2,6 +2,7 @@
 
 #include "JoinedProject.hpp"
 #include "OVRoot/PooledExecutor.hpp"
+#include "SessionWatch.hpp"
 
 #include <QDateTime>
 #include <QObject>
@@ -17,6 +18,7 @@ class ProjectSession final : public QObject,
                              private SYC::ProjectMembersObserver,
                              private SYC::MailClientObserver,
                              private SYC::OutboxObserver,
+                             private SYC::SessionEndObserver,
                              private SYCB::PresenceServiceObserver {
     Q_OBJECT
 public:
@@ -63,6 +65,8 @@ public:
     [[nodiscard]] std::optional<int> GetSecondsToTry() const;
     void WorkOffline(bool offline);
     void TryNow();
+    /// In the place of one that was lost.
+    void BeginNewSession() { TakeServerSession(true); }
     /// When the server last told anything.
     [[nodiscard]] const QDateTime& GetLastNews() const noexcept { return lastNews_; }
 
@@ -79,6 +83,9 @@ signals:
     void MailsArrived(int count, const QStringList& senders, const QString& firstText);
     /// Mails came into the outbox or left it.
     void WaitingChanged();
+    /// The server session of the user ended elsewhere; `why` says by whom, when that is known. What
+    /// waits here stays; only a new session goes on.
+    void SessionLost(const QString& why);
     /// Something failed of which the user should know.
     void Failed(const QString& reason);
 
@@ -94,11 +101,13 @@ private:
     void RefreshMailsFailed(SYC::MailClient& client, const OV::UniString& problem) override;
     void MailsNotWritten(SYC::MailClient& client, const OV::UniString& problem) override;
     void OutboxChanged() override;
+    void _SessionEnded(const Syncra::Protocol::SessionEnd& end) override;
     void _ServiceStateChanged(SYCB::PresenceService& service, SYCB::PresenceState state) override;
 
     void ReadMembers();
     void WriteMembers();
-    void TakeServerSession();
+    void TakeServerSession(bool newSession = false);
+    void TookServerSession(SYC::CheckResult result, const SYC::Failure& failure);
     void FollowPresence();
     void LookAround();
 
@@ -118,7 +127,8 @@ private:
     QTimer second_;
     std::stop_source ending_;
     OV::PooledExecutor worker_{0, 2, 0};
+    std::unique_ptr<SYC::SessionWatch> sessionWatch_;
     // Last, so that nobody is told once the rest goes.
     OV::Subscription membersSubscription_, mailsSubscription_, outboxSubscription_,
-        presenceSubscription_;
+        presenceSubscription_, sessionSubscription_;
 };

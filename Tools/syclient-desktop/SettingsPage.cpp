@@ -21,6 +21,8 @@ QLabel* SettingsPage::AddFact(QFormLayout& form, const QString& name, const char
     label->setTextFormat(Qt::PlainText);
     label->setWordWrap(true);
     label->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
+    label->setMinimumWidth(12 * fontMetrics().averageCharWidth());  // a path has no blanks
+    label->setFocusPolicy(Qt::StrongFocus);  // or who has no mouse cannot copy it
     form.addRow(name, label);
     return label;
 }
@@ -33,6 +35,7 @@ SettingsPage::SettingsPage(ProjectSession& session, QWidget* parent)
     column->setContentsMargins(margin, margin, margin, margin);
     auto* form = new QFormLayout;
     form->setVerticalSpacing(margin / 2);
+    form->setRowWrapPolicy(QFormLayout::WrapLongRows);
     server_ = AddFact(*form, tr("Server:"), "factServer");
     user_ = AddFact(*form, tr("Signed in as:"), "factUser");
     role_ = AddFact(*form, tr("Role:"), "factRole");
@@ -53,7 +56,9 @@ SettingsPage::SettingsPage(ProjectSession& session, QWidget* parent)
     connect(tell, &QCheckBox::toggled, this,
             [](bool tells) { UserSettings::SetTellingMails(tells); });
     column->addWidget(tell);
-    auto* languages = new QHBoxLayout;
+    auto* languages = new QFormLayout;
+    languages->setRowWrapPolicy(QFormLayout::WrapLongRows);
+    languages->setFieldGrowthPolicy(QFormLayout::FieldsStayAtSizeHint);
     auto* language = new QComboBox(this);
     language->setObjectName("language");
     language->setAccessibleName(tr("Language"));
@@ -65,9 +70,7 @@ SettingsPage::SettingsPage(ProjectSession& session, QWidget* parent)
     label->setBuddy(language);
     connect(language, &QComboBox::currentIndexChanged, this,
             [language] { UserSettings::SetLanguage(language->currentData().toString()); });
-    languages->addWidget(label);
-    languages->addWidget(language);
-    languages->addStretch();
+    languages->addRow(label, language);
     column->addLayout(languages);
     column->addSpacing(margin);
     auto* change = new QPushButton(tr("Settings on the &Server ..."), this);

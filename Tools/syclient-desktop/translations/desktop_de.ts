@@ -16,14 +16,6 @@
         <translation>&amp;Protokoll öffnen ...</translation>
     </message>
     <message>
-        <source>Save &amp;Picture ...</source>
-        <translation>&amp;Bild sichern ...</translation>
-    </message>
-    <message>
-        <source>Save &amp;Table ...</source>
-        <translation>&amp;Tabelle sichern ...</translation>
-    </message>
-    <message>
         <source>What happened last</source>
         <translation>Was zuletzt geschah</translation>
     </message>
@@ -54,6 +46,10 @@
     <message>
         <source>%1 cannot be written.</source>
         <translation>%1 lässt sich nicht schreiben.</translation>
+    </message>
+    <message>
+        <source>&amp;Save ...</source>
+        <translation>&amp;Sichern ...</translation>
     </message>
 </context>
 <context>
@@ -474,6 +470,22 @@ Gemeinsame Entwurfsprojekte in einem Fenster.</translation>
             <numerusform>%n neue Nachrichten von %1</numerusform>
         </translation>
     </message>
+    <message>
+        <source>Your session in this project ended elsewhere.</source>
+        <translation>Ihre Sitzung in diesem Projekt wurde anderswo beendet.</translation>
+    </message>
+    <message>
+        <source>What you have not sent yet is still here. Begin a new session?</source>
+        <translation>Was Sie noch nicht gesendet haben, ist noch da. Neue Sitzung beginnen?</translation>
+    </message>
+    <message>
+        <source>New Session</source>
+        <translation>Neue Sitzung</translation>
+    </message>
+    <message>
+        <source>Not Now</source>
+        <translation>Jetzt nicht</translation>
+    </message>
 </context>
 <context>
     <name>MembersPane</name>
@@ -504,6 +516,82 @@ Gemeinsame Entwurfsprojekte in einem Fenster.</translation>
     <message>
         <source>Who is here is not known now</source>
         <translation>Wer da ist, ist jetzt unbekannt</translation>
+    </message>
+    <message>
+        <source>&amp;Role</source>
+        <translation>&amp;Rolle</translation>
+    </message>
+    <message>
+        <source>%1 is %2 now.</source>
+        <translation>%1 ist jetzt %2.</translation>
+    </message>
+    <message>
+        <source>&amp;End the Session ...</source>
+        <translation>Sitzung be&amp;enden ...</translation>
+    </message>
+    <message>
+        <source>&amp;Take out of the Project ...</source>
+        <translation>Aus dem Projekt &amp;nehmen ...</translation>
+    </message>
+    <message>
+        <source>End the session of %1?</source>
+        <translation>Sitzung von %1 beenden?</translation>
+    </message>
+    <message>
+        <source>It began %1.</source>
+        <translation>Sie begann %1.</translation>
+    </message>
+    <message>
+        <source>It is on %1.</source>
+        <translation>Sie läuft auf %1.</translation>
+    </message>
+    <message>
+        <source>What is not sent yet stays on that computer.</source>
+        <translation>Ungesendetes bleibt auf jenem Rechner.</translation>
+    </message>
+    <message>
+        <source>End Session ...</source>
+        <translation>Sitzung beenden ...</translation>
+    </message>
+    <message>
+        <source>End Session</source>
+        <translation>Sitzung beenden</translation>
+    </message>
+    <message>
+        <source>The &amp;reason, which the member is told:</source>
+        <translation>Der &amp;Grund, den das Mitglied erfährt:</translation>
+    </message>
+    <message>
+        <source>The session of %1 is ended.</source>
+        <translation>Die Sitzung von %1 ist beendet.</translation>
+    </message>
+    <message>
+        <source>Take %1 out of &quot;%2&quot;?</source>
+        <translation>%1 aus „%2“ nehmen?</translation>
+    </message>
+    <message>
+        <source>A session that is open there ends.</source>
+        <translation>Eine offene Sitzung darin endet.</translation>
+    </message>
+    <message>
+        <source>Take Out ...</source>
+        <translation>Herausnehmen ...</translation>
+    </message>
+    <message>
+        <source>%1 loses all mails in this project.</source>
+        <translation>%1 verliert alle Nachrichten in diesem Projekt.</translation>
+    </message>
+    <message>
+        <source>Nobody can bring them back.</source>
+        <translation>Niemand kann sie zurückholen.</translation>
+    </message>
+    <message>
+        <source>Take Out for Good</source>
+        <translation>Endgültig herausnehmen</translation>
+    </message>
+    <message>
+        <source>%1 is no member any more.</source>
+        <translation>%1 ist kein Mitglied mehr.</translation>
     </message>
 </context>
 <context>
@@ -674,6 +762,13 @@ Gemeinsame Entwurfsprojekte in einem Fenster.</translation>
     <message>
         <source>until you work online</source>
         <translation>bis Sie online arbeiten</translation>
+    </message>
+</context>
+<context>
+    <name>ProjectSession</name>
+    <message>
+        <source>%1 ended your session.</source>
+        <translation>%1 hat Ihre Sitzung beendet.</translation>
     </message>
 </context>
 <context>
