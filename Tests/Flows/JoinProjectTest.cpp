@@ -3,10 +3,7 @@
 #include "JoinedProject.hpp"
 #include "LeaveProject.hpp"
 #include "RegisteredProjects.hpp"
-#include "SYCommunication/HttpOptions.hpp"
-#include "Support/FaultProxy.hpp"
 
-using Fault = FaultProxy::Fault;
 using SYC::CheckResult;
 using SYC::FailureKind;
 using SYC::FlowState;
@@ -15,8 +12,6 @@ namespace {
 
 class JoinProjectTest : public FlowTest {
 protected:
-    ~JoinProjectTest() override { Communication::SetDefaultHttpOptions({}); }
-
     [[nodiscard]] bool IsCached(const IO::Location& url) const
     {
         return SYC::registeredProjects().GetCacheInfo(url, true, DataFolder()) != nullptr;
@@ -128,44 +123,6 @@ TEST_F(JoinProjectTest, LeavesNothingBehindWhenItIsRefused)
     EXPECT_TRUE(HasSession("marco.rossi")) << "held on the other computer still";
     EXPECT_EQ(Join(Url("marco.rossi", u"Harbour Bridge"), {.allowTakeover = true}),
               FlowState::Succeeded);
-}
-
-TEST_F(JoinProjectTest, EndsJoinedOrNotWhereverTheServerFailsOrTheUserCancels)
-{
-    FaultProxy proxy(server.ModelPort());
-    const auto url = Url("anna.novak", u"Harbour Bridge", proxy.Port());
-    const auto expectEither = [&](FlowState state) {
-        proxy.FailNever();
-        ExpectJoined(url, state == FlowState::Succeeded);
-        if (state == FlowState::Succeeded) {
-            EXPECT_EQ(Leave(url, {}), FlowState::Succeeded);
-        }
-    };
-    for (const auto fault : {Fault::Close, Fault::CloseInAnswer, Fault::ServerError})
-        for (int number = 0;; ++number) {
-            SCOPED_TRACE("request " + std::to_string(number));
-            proxy.FailAt(number, fault);
-            SYC::JoinProject join(url, DataFolder(), executors);
-            join.Join();
-            const auto state = Await(join);
-            const bool hasFailed = proxy.HasFailed();
-            (void)join.TakeProject();
-            expectEither(state);
-            if (!hasFailed || number > 20)
-                break;
-        }
-    for (int change = 0, cancelled = 1; cancelled != 0; ++change) {
-        SCOPED_TRACE("change " + std::to_string(change));
-        SYC::JoinProject join(url, DataFolder(), executors);
-        CancelAtChange observer(join, change);
-        join.Join();
-        const auto state = Await(join);
-        cancelled = observer.HasCancelled() ? 1 : 0;
-        EXPECT_NE(state, FlowState::Failed);
-        (void)join.TakeProject();
-        expectEither(state);
-        ASSERT_LT(change, 30);
-    }
 }
 
 }  // namespace
