@@ -66,10 +66,12 @@ Failure CloseOnServer(SYCB::ProjectConnectionManagerInterface& manager)
         return {};
     } catch (...) {
         Failure failure = DescribeException();
-        LogOutcome(u"SYC::CloseSession %, Host: %, Port: %, User: %", u"Failed", info);
+        if (wasSent)
+            failure = Settle(std::move(failure), [&] { return HasEnded(info, session); });
+        LogOutcome(u"SYC::CloseSession %, Host: %, Port: %, User: %",
+                   failure ? u"Failed" : u"Succeeded", info);
         OV::LogCurrentException(OV::Logger::Library, u"%: %", u"SYC::CloseSession");
-        return wasSent ? Settle(std::move(failure), [&] { return HasEnded(info, session); })
-                       : failure;
+        return failure;
     }
 }
 

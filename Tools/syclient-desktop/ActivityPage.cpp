@@ -88,6 +88,8 @@ ActivityPage::ActivityPage(ProjectSession& session, Kind kind, QWidget* parent)
     view_->setRenderHint(QPainter::Antialiasing);
     view_->setObjectName(kind == Kind::Activity ? "activityChart" : "statisticsChart");
     view_->setFrameShape(QFrame::NoFrame);
+    for (QWidget* reader : {static_cast<QWidget*>(view_), view_->viewport()})
+        reader->setAccessibleName(tr("Chart"));
     if (kind == Kind::Statistics) {
         charts_ = new QComboBox(this);
         charts_->setObjectName("charts");
@@ -233,14 +235,17 @@ void ActivityPage::Export()
         return;
     const QString kind =
         charts_ == nullptr ? QString("activity") : charts_->currentData().toString();
-    const QString table = "CSV (*.csv)";
-    QString filter;
-    QString file = QFileDialog::getSaveFileName(this, tr("Save the Chart"), kind + ".png",
-                                                "PNG (*.png);;" + table, &filter);
-    if (file.isEmpty())
+    QFileDialog dialog(this, tr("Save the Chart"), {}, "PNG (*.png);;CSV (*.csv)");
+    dialog.setAcceptMode(QFileDialog::AcceptSave);
+    dialog.selectFile(kind);
+    const auto nameBy = [&dialog](const QString& filter) {
+        dialog.setDefaultSuffix(filter.contains("csv") ? "csv" : "png");
+    };
+    nameBy({});
+    connect(&dialog, &QFileDialog::filterSelected, this, nameBy);
+    if (dialog.exec() != QDialog::Accepted)
         return;
-    if (filter == table && !file.endsWith(".csv", Qt::CaseInsensitive))
-        file = file.endsWith(".png") ? file.chopped(4) + ".csv" : file + ".csv";
+    const QString file = dialog.selectedFiles().value(0);
     const bool isWritten = Charts::Render(kind, *data_, view_->size(), file);
     emit Said(isWritten ? tr("Saved as %1").arg(file) : tr("%1 cannot be written.").arg(file));
 }
