@@ -10,7 +10,7 @@ namespace SYC {
 /// resolves.
 [[nodiscard]] SYC_API bool IsValidHostName(const OV::String& name);
 
-/// Whether the address has the form local@domain: printable ASCII without blanks and specials, at
+/// Whether the address has the form `local@domain`: printable ASCII without blanks and specials, at
 /// least five characters, a domain with dots inside only, never two in a row, that ends in two
 /// letters. The local part may hold dots anywhere.
 [[nodiscard]] SYC_API bool IsValidEmailAddress(const OV::UniString& address);

@@ -13,20 +13,21 @@ namespace SYC {
 
 /// A project of a server as one user sees it, on the server and on this computer.
 struct SYC_API BrowsedProject {
+    /// How the user stands to the project.
     enum class Membership {
         Member,  ///< may be joined
         Public,  ///< is shown to everybody; a manager of it has to add the user first
         None,    ///< known here alone: the server does not show it to the user (any more)
     };
 
-    OV::UniString id;  ///< empty when neither server nor cache says it
-    OV::UniString name;
-    OV::UniString category;                               ///< empty for none
-    OV::UniString version;                                ///< of the project's data format
+    OV::UniString id;        ///< empty when neither server nor cache says it
+    OV::UniString name;      ///< in its own letter case
+    OV::UniString category;  ///< empty for none
+    OV::UniString version;   ///< of the project's data format
     std::optional<Syncra::Protocol::ProjectState> state;  ///< nothing: the server did not say
-    std::uint32_t members = 0;
-    std::uint32_t atWork = 0;  ///< members whose client is connected to it now
-    Membership membership = Membership::None;
+    std::uint32_t members = 0;                 ///< how many it has; 0 when the server did not say
+    std::uint32_t atWork = 0;                  ///< members whose client is connected to it now
+    Membership membership = Membership::None;  ///< the user's own
 
     /// What is known of it on this computer; `facts.joined` says whether it is cached.
     ProjectStatusFacts facts;
@@ -34,6 +35,7 @@ struct SYC_API BrowsedProject {
     bool hasUnsentWork = false;       ///< changes or mails
     std::int32_t lastOpenedTime = 0;  ///< seconds since 1970-01-01 UTC; 0 for never
 
+    /// Whether it has a cache here.
     [[nodiscard]] bool IsCached() const noexcept { return facts.joined; }
     /// "Joined, unsent changes" and the like; empty for one that is not cached.
     [[nodiscard]] OV::UniString GetStatusText() const { return GetProjectStatusText(facts); }
@@ -54,6 +56,7 @@ public:
 
     /// Another server or user; what was listed goes. Asks nobody.
     void SetLogin(Syncra::Client::SignInData login);
+    /// Whose projects are listed.
     [[nodiscard]] const Syncra::Client::SignInData& GetLogin() const noexcept { return login_; }
 
     /// Reads the list anew; the former one stays until the new one is there.

@@ -45,6 +45,7 @@ public:
 
     /// Whether the folder holds a file "CacheInfo.xml"; false when that cannot be found out.
     [[nodiscard]] static bool CachedProjectInfoExist(const IO::Location& folder);
+    /// Where "CacheInfo.xml" stands, or would.
     void GetCacheInfoFileLocation(IO::Location& out) const;
 
     /// The connection that the cache belongs to. The password is the one set in this process. The
@@ -55,6 +56,8 @@ public:
     /// change, for the file does not hold it.
     bool SetProjectConnectionInfo(const Inner::ProjectConnectionInfo& info);
 
+    /// Of the user and his session in the project, as the server told them last.
+    /// @{
     void SetUserName(const OV::UniString& name);
     void SetUserId(const OV::UniString& id);
     void SetProjectId(const OV::UniString& id);
@@ -62,33 +65,64 @@ public:
     void SetRoleName(const OV::UniString& name);
     void SetPermissions(const OV::HashSet<OV::UniString>& permissions);
     void SetUnsentChanges(bool unsent) { SetChanges(unsent); }
+    /// @}
 
+    /// The category that lists show the project under; empty for none.
+    /// @{
     [[nodiscard]] const OV::UniString& GetCategoryName() const;
     void SetCategoryName(const OV::UniString& name);
+    /// @}
+    /// The host's own text of colours given to users.
+    /// @{
     [[nodiscard]] const OV::UniString& GetUserColorListString() const;
     void SetUserColorListString(const OV::UniString& text);
+    /// @}
+    /// The host's own number.
+    /// @{
     [[nodiscard]] std::int16_t GetColorMode() const;
     void SetColorMode(std::int16_t mode);
+    /// @}
     /// Times are seconds since 1970-01-01 UTC.
     [[nodiscard]] std::int32_t GetLastOpenProjectTime() const;
+    /// As GetLastOpenProjectTime gives it.
     void SetLastOpenProjectTime(std::int32_t time);
+    /// When the package was made that takes the cache to another computer; 0 for never.
+    /// @{
     [[nodiscard]] std::int32_t GetTravelPackageCreationTime() const;
     void SetTravelPackageCreationTime(std::int32_t time);
+    /// @}
+    /// Whether such a package was made.
+    /// @{
     [[nodiscard]] bool IsTravelPackageCreated() const;
     void SetTravelPackageCreated(bool created);
+    /// @}
+    /// Whether this cache came in such a package.
+    /// @{
     [[nodiscard]] bool ExtractedFromTravelPackage() const;
     void SetExtractedFromTravelPackage(bool extracted);
+    /// @}
+    /// Whether the host warns of the package when the project is closed.
+    /// @{
     [[nodiscard]] bool IsEnabledTravelPackageWarningAtClose() const;
     void EnableTravelPackageWarningAtClose(bool enable);
+    /// @}
+    /// Version text of the project's data format; empty when it is not known.
+    /// @{
     [[nodiscard]] const OV::UniString& GetProjectVersion() const;
     void SetProjectVersion(const OV::UniString& version);
+    /// @}
+    /// Build number of the project's data format; 0 when it is not known.
+    /// @{
     [[nodiscard]] std::int32_t GetProjectBuildNum() const;
     void SetProjectBuildNum(std::int32_t build);
+    /// @}
+    /// Whether the server's project is gone or another one.
     [[nodiscard]] bool IsProjectDetached() const;
     /// Marks the cache as detached from its project on the server, for good.
     void ProjectDetached();
     /// Clear text, in memory only; empty after reading. Who copies it wipes it.
     using SYCB::CachedProjectInfo::GetPassword;
+    /// Wipes the password; GetPassword gives none until it is set again.
     void ForgetPassword() { password_ = {}; }
     /// Of "CacheInfo.xml" when it was last read or written here.
     [[nodiscard]] std::int32_t GetModificationTime() const;
@@ -111,6 +145,7 @@ public:
     /// Between the two, setters only mark a write as pending; EndUpdate then writes once. Brackets
     /// do not nest: the first EndUpdate closes.
     void BeginUpdate();
+    /// Writes what was set since BeginUpdate, if anything.
     void EndUpdate();
     /// Writes now, inside a bracket too.
     void WriteToDisc();

@@ -18,6 +18,7 @@ public:
 
     /// Attaching twice counts once.
     void Attach();
+    /// Detaching twice counts once. Not told any more when it returns.
     void Detach();
 
     /// Called on the thread that wrote, after `info` was written or the user was told that it could

@@ -17,10 +17,12 @@ namespace SYC {
 /// the cache in that folder. Throws IO::IOException when the folder cannot be looked into.
 [[nodiscard]] SYC_API bool IsCacheInUse(const IO::Location& folder);
 
+/// A cache that is due, and what speaks against its removal.
 struct CacheToClean {
+    /// As it was when it was looked at.
     RegisteredProject project;
-    bool hasUnsentWork = false;
-    bool isInUse = false;
+    bool hasUnsentWork = false;  ///< see HasUnsentWork
+    bool isInUse = false;        ///< see IsCacheInUse
 
     /// Whether nothing is lost and nobody is disturbed when it goes.
     [[nodiscard]] bool MayGo() const noexcept { return !hasUnsentWork && !isInUse; }

@@ -19,6 +19,8 @@ class CacheHold;
 class SYC_API ClientProjectConnectionManager final
     : public SYCB::ProjectConnectionManagerInterface {
 public:
+    /// Takes an event of the host (HostEvent in CheckResult.hpp) and the text that comes with it.
+    /// What it throws is logged.
     using EventSink = std::function<void(std::int32_t eventCode, const OV::UniString& text)>;
 
     /// `projectLocation` is a project URL (OV::IllegalArgumentException otherwise); caches stand
@@ -32,6 +34,7 @@ public:
     /// as long as this object lives, nobody removes it (see CleanUp.hpp). Throws what the disk
     /// throws.
     [[nodiscard]] std::shared_ptr<SYCB::CachedProjectInfo> GetCachedProjectInfo() override;
+    /// Lives as long as this object.
     [[nodiscard]] SYCB::PKSignalClient& GetSignalClient() override { return signalClient_; }
     [[nodiscard]] OV::UniString GetSessionId() const override;
     void PostEvent(std::int32_t eventCode, const OV::UniString& text) override;
@@ -44,6 +47,7 @@ public:
     /// Begins to listen for the signals of the opened project, after a check that passed. Neither
     /// of the two waits for the server.
     void StartSignals(const OV::UniString& projectId);
+    /// Ends the listening, as SYCB::PKSignalClient::Stop.
     void StopSignals();
     /// Why the opened project is offline although its signals are listened for; none while it is
     /// online. Safe on any thread.

@@ -8,8 +8,10 @@ namespace SYC {
 
 class ClientProjectData;
 
+/// Hears of the fields of a ClientProjectData.
 class SYC_API ClientProjectDataObserver : public OV::ObserverBase {
 public:
+    /// Which one was set.
     enum class ChangedField : std::int32_t {
         ServerName,
         ServerPort,

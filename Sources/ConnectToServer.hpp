@@ -13,6 +13,7 @@ inline constexpr std::uint16_t UsualPort = 19001;
 /// Signs in to a server for the first time, and finds out what keeps a user from it.
 class SYC_API ConnectToServer final : public Flow {
 public:
+    /// Asks nobody.
     explicit ConnectToServer(const FlowExecutors& executors) : Flow(executors) {}
 
     /// Signs in, and remembers the server as the last one; with `storePassword` this computer keeps
@@ -25,6 +26,7 @@ public:
 
     /// Walks the way to the server; succeeds whatever it finds.
     void Diagnose(Syncra::Client::SignInData login);
+    /// What Diagnose found, in the order of the way.
     [[nodiscard]] const OV::Array<Diagnosis::Step>& GetSteps() const noexcept { return steps_; }
     /// What keeps the user from the server, with what he can do; null when nothing does.
     [[nodiscard]] const Diagnosis::Step* GetHindrance() const noexcept

@@ -13,6 +13,7 @@ namespace SYC {
 /// managers.
 class SYC_API CreateNewSyncraProject final : public Flow {
 public:
+    /// What is known of the name that was typed.
     enum class NameState {
         Empty,
         Unusable,  ///< blanks at an end, control characters, or longer than 128 code units
@@ -21,21 +22,27 @@ public:
         Taken,    ///< in this or other letter case
         Unknown,  ///< the server could not be asked; sharing tells
     };
+    /// One member of the new project: a user and his role, by their identifiers.
     using ProjectMember = ClientProjectData::ProjectMember;
 
+    /// Asks nobody before a name is set.
     CreateNewSyncraProject(Syncra::Client::SignInData login, const FlowExecutors& executors);
     ~CreateNewSyncraProject() override;
 
     /// The server is asked once the name was left alone for a moment; observers hear of the answer.
     void SetName(const OV::UniString& name);
+    /// Of the name that was set last.
     [[nodiscard]] NameState GetNameState() const noexcept { return nameState_; }
     /// What the state says in words; empty for Empty and Free.
     [[nodiscard]] OV::UniString GetNameText() const;
 
     /// Everything but the name, and the members: without any, nobody could open the project.
     [[nodiscard]] ClientProjectData& GetData() noexcept { return data_; }
+    /// Replaces all of them; the user himself is not among them unless he is here.
     void SetMembers(OV::HashSet<ProjectMember> members) { members_ = std::move(members); }
 
+    /// Makes the project: some three requests. Fails with WrongInput for a name that is Empty or
+    /// Unusable.
     void Create();
     /// The URL of the project, with the password coded, once it is there; empty before.
     [[nodiscard]] const IO::Location& GetLocation() const noexcept { return location_; }

@@ -12,12 +12,15 @@ namespace SYC {
 /// whether the project is there still. For administrators and project managers.
 class SYC_API DeleteProject final : public Flow {
 public:
+    /// As the server administers it.
     using Project = Syncra::Server::Management::V2::Project;
 
+    /// Only the identifier and the name of `project` matter. Asks nobody.
     DeleteProject(Syncra::Client::SignInData login, Project project, const FlowExecutors& executors)
         : Flow(executors), login_(std::move(login)), project_(std::move(project))
     {}
 
+    /// Deletes it for good; whether the user means it was asked before.
     void Delete();
 
 private:

@@ -45,6 +45,7 @@ enum class FailureKind : std::int32_t {
 
 /// Why something failed, in the one form in which connections, updaters and repositories tell it.
 struct SYC_API Failure {
+    /// None when nothing failed.
     FailureKind kind = FailureKind::None;
     /// The server's code (SyncraProtocol/ErrorCode.hpp); 0 when it refused nothing.
     std::int32_t code = 0;
@@ -55,6 +56,7 @@ struct SYC_API Failure {
     /// Whether the same may succeed when it is tried again without anything being done before.
     bool mayTryAgain = false;
 
+    /// Whether something failed.
     explicit operator bool() const noexcept { return kind != FailureKind::None; }
 };
 
@@ -70,13 +72,16 @@ struct SYC_API Failure {
 
 /// The kind that a result or an event stands for when nothing more is known.
 [[nodiscard]] SYC_API FailureKind KindOf(CheckResult result) noexcept;
+/// See KindOf(CheckResult).
 [[nodiscard]] SYC_API FailureKind KindOf(HostEvent event) noexcept;
 
 /// What a result means, and what the user can do about it; the advice is empty for success.
 [[nodiscard]] SYC_API OV::UniString ToText(CheckResult result);
+/// See ToText(CheckResult).
 [[nodiscard]] SYC_API OV::UniString GetAdvice(CheckResult result);
 /// The same of an event of the host; `text` is what came with it.
 [[nodiscard]] SYC_API OV::UniString ToText(HostEvent event, const OV::UniString& text = {});
+/// See ToText(HostEvent).
 [[nodiscard]] SYC_API OV::UniString GetAdvice(HostEvent event);
 
 }  // namespace SYC

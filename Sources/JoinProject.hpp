@@ -31,6 +31,7 @@ public:
     JoinProject(IO::Location project, IO::Location dataFolder, const FlowExecutors& executors);
     ~JoinProject() override;
 
+    /// Begins to join; what was under way is asked to stop.
     void Join(const JoinOptions& options = {});
 
     /// How the check of the last join ended.

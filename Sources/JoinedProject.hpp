@@ -24,6 +24,8 @@ public:
     JoinedProject(const JoinedProject&) = delete;
     JoinedProject& operator=(const JoinedProject&) = delete;
 
+    /// Live as long as this object.
+    /// @{
     [[nodiscard]] ClientProjectConnectionManager& GetManager() const noexcept { return *manager_; }
     /// For who closes the project when this is gone.
     [[nodiscard]] const std::shared_ptr<ClientProjectConnectionManager>&
@@ -32,6 +34,7 @@ public:
         return manager_;
     }
     [[nodiscard]] ProjectMembers& GetMembers() noexcept { return members_; }
+    /// @}
     /// Null when there are none.
     [[nodiscard]] MailClient* GetMails() const noexcept { return mails_.get(); }
 

@@ -16,14 +16,15 @@ class SYC_API LeaveProject final : public Flow {
 public:
     /// What would be lost, or stands in the way.
     struct Found {
-        bool hasUnsentChanges = false;
+        bool hasUnsentChanges = false;  ///< that the cache knows of
         std::uint32_t unsentMails = 0;  ///< those included that this process does not know
         bool hasUnsentWork = false;     ///< either, or what cannot be read and may hold some
         bool isInUse = false;           ///< by a program of this computer, this one included
-        bool hasSession = false;
+        bool hasSession = false;        ///< on the server, as the cache knows it
     };
+    /// What the user decided.
     struct Options {
-        bool removeCache = true;
+        bool removeCache = true;     ///< all that the host keeps in it goes as well
         bool discardUnsent = false;  ///< what was not sent goes with the cache
     };
 

@@ -44,9 +44,12 @@ public:
     {
         return !(left == right);
     }
+    /// Whether they tell the same; the sequence number tells nothing.
     friend bool operator==(const LogDataLine& left, const LogDataLine& right);
 
+    /// The full name of who did it.
     [[nodiscard]] OV::UniString GetUser() const { return OV::FromUtf8(Record().user); }
+    /// The login name of who did it.
     [[nodiscard]] OV::UniString GetLoginName() const { return OV::FromUtf8(Record().loginName); }
     /// Decimal seconds since 1970-01-01 UTC, as they arrived; empty while none were set.
     [[nodiscard]] OV::UniString GetTime() const;
@@ -56,8 +59,11 @@ public:
     [[nodiscard]] OV::UniString GetSize() const { return FormatSize(sizeVal_); }
     /// As the server named it.
     [[nodiscard]] OV::UniString GetOperation() const { return OV::FromUtf8(Record().operation); }
+    /// The name of the project.
     [[nodiscard]] OV::UniString GetProject() const { return OV::FromUtf8(Record().project); }
+    /// The server's identifier of the project.
     [[nodiscard]] OV::UniString GetProjectId() const { return OV::FromUtf8(Record().projectId); }
+    /// What he said about it; may be empty.
     [[nodiscard]] OV::UniString GetComment() const { return OV::FromUtf8(Record().comment); }
     /// "5 minutes ago", by the clock of now.
     [[nodiscard]] OV::UniString GetTimeInDays() const;
@@ -65,19 +71,26 @@ public:
     [[nodiscard]] OV::UniString GetTimeString() const;
     /// For people; the operation itself when it is not known.
     [[nodiscard]] OV::UniString GetOperationText() const;
+    /// Whether the operation has a picture.
     [[nodiscard]] bool HasIcon() const { return GetIconNumber() != 0; }
     /// The number of the picture of the operation; 0: none.
     [[nodiscard]] std::int16_t GetIconNumber() const;
     /// The picture of the operation; an empty image when it has none.
     [[nodiscard]] NewDisplay::NativeImage GetIcon() const;
+    /// In bytes.
     [[nodiscard]] std::uint32_t GetSizeVal() const noexcept { return sizeVal_; }
     /// Seconds since 1970-01-01 UTC.
     [[nodiscard]] std::int32_t GetTimeVal() const noexcept { return timeVal_; }
+    /// Counts the lines of this process; of two equal lines it tells which one was there first.
     [[nodiscard]] std::uint64_t GetId() const noexcept { return id_; }
+    /// The version of the record that the line was read from.
     [[nodiscard]] std::int16_t GetVersion() const noexcept { return version_; }
 
+    /// See the getters.
+    /// @{
     void SetUser(OV::UniStringView user);
     void SetLoginName(OV::UniStringView loginName);
+    /// @}
     /// Decimal seconds; a text that begins with no number leaves the number as it was. What 32 bits
     /// cannot hold is the nearest time that they can.
     void SetTime(OV::UniStringView time);
@@ -87,11 +100,14 @@ public:
     void SetDurationText(OV::UniStringView text);
     /// Bytes in decimal, 4 GiB - 1 at most; the text itself is not kept.
     void SetSize(OV::UniStringView size);
+    /// See the getters.
+    /// @{
     void SetOperation(OV::UniStringView operation);
     void SetProject(OV::UniStringView project);
     void SetProjectId(OV::UniStringView projectId);
     void SetComment(OV::UniStringView comment);
     void SetVersion(std::int16_t version) noexcept { version_ = version; }
+    /// @}
 
     /// Whether `a` sorts before `b`; never by a field that is none of LogField.
     [[nodiscard]] static bool Compare(const LogDataLine& a, const LogDataLine& b, LogField field);
@@ -101,6 +117,7 @@ public:
     /// The binary record. Texts are UTF-8 behind a 4-byte count of their bytes. A text that ends
     /// early stays as far as it came, and the read fails.
     [[nodiscard]] OV::ChannelStatus Write(OV::OChannel& channel) const;
+    /// Replaces the line by what Write wrote; 0, or OV::ChannelFailed.
     [[nodiscard]] OV::ChannelStatus Read(OV::IChannel& channel);
     /// Appends what Write writes.
     void AppendRecord(OV::String& bytes) const { Record().AppendTo(bytes); }

@@ -9,15 +9,19 @@ namespace SYC {
 /// its own.
 class SYC_API OwnClientConnection : public ProjectConnectionBase {
 protected:
+    /// The primary connection of `manager`, which outlives it.
     OwnClientConnection(Kind kind, SYCB::ProjectConnectionManagerInterface* manager)
         : ProjectConnectionBase(kind), manager_(manager)
     {}
+    /// A secondary one; see ProjectConnectionBase.
     OwnClientConnection(Kind kind, SYCB::ProjectConnectionManagerInterface* manager,
                         IO::Location projectLocation, std::shared_ptr<CachedProjectInfo> cache)
         : ProjectConnectionBase(kind, std::move(projectLocation), std::move(cache)),
           manager_(manager)
     {}
 
+    /// The slots; what the connection itself holds.
+    /// @{
     [[nodiscard]] Syncra::Client::SyncraClient* _GetSyncraClient() const override
     {
         return client_.get();
@@ -32,6 +36,7 @@ protected:
         return manager_;
     }
     [[nodiscard]] OV::UniString _GetSessionId() const override { return SessionId(); }
+    /// @}
 
 private:
     SYCB::ProjectConnectionManagerInterface* manager_;

@@ -15,6 +15,7 @@
 /// whoever shares one guards it.
 class SYC_API PerformanceData {
 public:
+    /// Whether there is a record of that key.
     [[nodiscard]] bool HasProject(const OV::UniString& key) const
     {
         return projects_.contains(key);
@@ -25,9 +26,12 @@ public:
     void UpdateProject(ProjectCache project);
     /// In the order of their keys.
     [[nodiscard]] OV::Array<ProjectCache> GetProjectCache() const;
+    /// Replaces all of them.
     void SetProjectCache(const OV::Array<ProjectCache>& projects);
 
+    /// The name that callers know it by.
     using ChartType = ::ChartType;
+    /// Whether there is a line of that type.
     [[nodiscard]] bool HasChartLine(ChartType type) const { return chartLines_.contains(type); }
     /// Throws OV::IllegalReferenceException for an unknown type.
     [[nodiscard]] const ChartDataLine& GetChartLine(ChartType type) const;
@@ -37,6 +41,7 @@ public:
     void SetChartLine(ChartDataLine line);
     /// In the order of their types.
     [[nodiscard]] OV::PagedArray<ChartDataLine> GetChartLines() const;
+    /// Replaces all of them; of one type the last counts.
     void SetChartLines(const OV::PagedArray<ChartDataLine>& lines);
 
     /// Asks the server for its projects and their members, and stores project by project what it
@@ -55,11 +60,13 @@ public:
     /// The same on another connection.
     static void UpdateProjectMembers(Syncra::Client::SyncraClient& client, ProjectCache& project);
 
+    /// The version that Write writes and Read reads.
     static constexpr std::uint32_t StreamVersion = 3;
     /// The stream of that version. Drops what was there; another version throws OV::Exception
     /// ("Invalid cache version."), a stream that ends early gives what stands before its end and
     /// fails.
     [[nodiscard]] OV::ChannelStatus Read(OV::IChannel& channel);
+    /// The stream of that version; 0, or OV::ChannelFailed.
     [[nodiscard]] OV::ChannelStatus Write(OV::OChannel& channel) const;
 
     friend bool operator==(const PerformanceData&, const PerformanceData&) = default;

@@ -49,6 +49,8 @@ public:
     /// throws; OV::NullReferenceException when a step before it, whose client or cache it needs,
     /// was left out.
     CheckResult ConnectAndAuthenticateToServer();
+    /// See ConnectAndAuthenticateToServer.
+    /// @{
     CheckResult AuthenticateToProject(bool forceOnline);
     CheckResult GetCachedProjectInfo();
     CheckResult CheckProjectAvailability();
@@ -56,6 +58,7 @@ public:
                                      Syncra::Protocol::Session& sessionInfo);
     CheckResult FillCache(const Syncra::Protocol::Session& sessionInfo);
     CheckResult CheckProjectState();
+    /// @}
 
     /// How the last check ended.
     [[nodiscard]] CheckResult GetResult() const noexcept { return result_; }
@@ -63,18 +66,24 @@ public:
     [[nodiscard]] const Failure& GetLastFailure() const noexcept { return failure_; }
     /// The last check passed and its client is still there.
     [[nodiscard]] bool IsOpen() const;
+    /// What the last Check was told.
     [[nodiscard]] bool IsFirstCheck() const noexcept { return firstCheck_; }
+    /// Whether it was made from a project URL of its own.
     [[nodiscard]] bool IsSecondary() const noexcept { return secondary_; }
+    /// The session of the last check that passed, or that the manager knows; empty when there is
+    /// none.
     [[nodiscard]] OV::UniString GetSessionId() const { return _GetSessionId(); }
     /// Null when there is none.
     [[nodiscard]] Syncra::Client::SyncraClient* GetSyncraClient() const
     {
         return _GetSyncraClient();
     }
+    /// Null when there is none.
     [[nodiscard]] SYCB::ProjectConnectionManagerInterface* GetProjectConnectionManager() const
     {
         return _GetProjectConnectionManager();
     }
+    /// The server's identifier of the project, once a check found it; empty before.
     [[nodiscard]] const OV::UniString& GetProjectId() const noexcept { return project_.id; }
     /// The project's place on the server, as its project list names it.
     [[nodiscard]] const OV::UniString& GetServerLocation() const noexcept
@@ -97,6 +106,7 @@ public:
     [[nodiscard]] bool IsEditConflict() const;
 
 protected:
+    /// What the host does with the project; one for writing is refused while the project is locked.
     enum class Kind { Reading, Writing };
 
     /// The primary connection, to the opened project of the manager.
@@ -106,12 +116,18 @@ protected:
     ProjectConnectionBase(Kind kind, IO::Location projectLocation,
                           std::shared_ptr<CachedProjectInfo> cache);
 
+    /// Where the client and the manager stand; the connection that derives owns the one and knows
+    /// the other.
+    /// @{
     [[nodiscard]] virtual Syncra::Client::SyncraClient* _GetSyncraClient() const = 0;
     virtual void _SetSyncraClient(std::unique_ptr<Syncra::Client::SyncraClient> client) = 0;
     [[nodiscard]] virtual SYCB::ProjectConnectionManagerInterface*
     _GetProjectConnectionManager() const = 0;
+    /// @}
+    /// See GetSessionId.
     [[nodiscard]] virtual OV::UniString _GetSessionId() const = 0;
 
+    /// The session of the last check that passed; empty when there is none.
     [[nodiscard]] const OV::UniString& SessionId() const noexcept { return sessionId_; }
 
 private:

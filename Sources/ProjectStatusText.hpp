@@ -14,9 +14,11 @@ struct ProjectStatusFacts {
     bool detached = false;
     /// The project has a cache here and is gone from its server.
     bool deletedFromServer = false;
+    /// A package was made that takes the cache to another computer.
     bool travelPackageCreated = false;
     /// The cache holds changes that were not sent yet.
     bool unsentChanges = false;
+    /// Its server is out of reach, or the user works offline.
     bool offline = false;
 };
 

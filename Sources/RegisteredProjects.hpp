@@ -29,11 +29,15 @@ class DataOptionsFile;
 class SYC_API RegisteredProjects final : private CachedProjectInfoObserver,
                                          private SYDataOptionsObserver {
 public:
+    /// The names that callers know them by.
+    /// @{
     using CacheInfoRecord = SYC::CacheInfoRecord;
     using ProjectIterator = OV::Array<RegisteredProject>::iterator;
     using ProjectConstIterator = OV::Array<RegisteredProject>::const_iterator;
+    /// @}
     class Synchronizer;
 
+    /// The one of this process, which lives until its end.
     [[nodiscard]] static RegisteredProjects& GetInstance();
     /// Sets where the data stands as long as the options file does not say otherwise, and the names
     /// of its subfolders for project caches and for caches of shared libraries; an empty name is
@@ -52,22 +56,36 @@ public:
     // or locked is shown to the user as an alert, after the lock is gone. Setters throw as
     // RefreshData and Synchronizer do.
 
+    /// Where "SYDataOptions.xml" stands, or would.
     [[nodiscard]] IO::Location GetOptionsFileLocation() const;
+    /// Where the data stands now.
     [[nodiscard]] IO::Location GetSYDataFolder() const;
     /// Without `save` the folder is used by this process alone, until another one is saved or the
     /// options file comes to name another one. Observers are told on this thread, or by the thread
     /// that ends the outermost Synchronizer. What is no local path from the root throws
     /// OV::IllegalArgumentException.
     void SetSYDataFolder(const IO::Location& folder, bool save);
+    /// Whether the user wants caches to be cleaned up without being asked.
+    /// @{
     [[nodiscard]] bool GetEnableAutoClean() const;
     void SetEnableAutoClean(bool enable);
+    /// @}
     /// The units of these are the host's, which also decides when to clean.
     [[nodiscard]] std::int32_t GetPeriodTime() const;
+    /// See GetPeriodTime.
     void SetPeriodTime(std::int32_t time);
+    /// After how many days without being opened a cache is due (FindCachesToClean); 0 or less for
+    /// never.
+    /// @{
     [[nodiscard]] std::int32_t GetLastUsedDays() const;
     void SetLastUsedDays(std::int32_t days);
+    /// @}
+    /// When the host cleaned up last, as it noted it.
+    /// @{
     [[nodiscard]] std::int32_t GetLastRunTime() const;
     void SetLastRunTime(std::int32_t time);
+    /// @}
+    /// Whether something was set that the file does not hold.
     [[nodiscard]] bool HasUnwrittenOptions() const;
 
     // The registry
@@ -119,13 +137,20 @@ public:
     /// "... .removed", and can be removed again.
     bool RemoveProject(const IO::Location& project);
 
+    /// How many records there are.
     [[nodiscard]] std::size_t GetCacheDataFolderNum() const;
     /// An empty location when there are fewer records.
     [[nodiscard]] IO::Location GetCacheDataFolder(std::size_t index) const;
+    /// The subfolders of the data folder that Init named.
+    /// @{
     [[nodiscard]] IO::Location GetMainProjectCacheFolderLocation() const;
     [[nodiscard]] IO::Location GetMainLibCacheFolderLocation() const;
+    /// @}
+    /// Whether project and login names count to the letter; server names never do.
+    /// @{
     [[nodiscard]] bool IsCaseSensitiveSearch() const { return mCaseSensitiveSearch; }
     void SetCaseSensitiveSearch(bool sensitive) { mCaseSensitiveSearch = sensitive; }
+    /// @}
     /// Forgets all records; the caches stay.
     void Clear();
     /// Forgets the records and the options, as before the first Init. Ends the hold of a
@@ -140,21 +165,40 @@ public:
     bool ProjectOpened(const IO::Location& project);
     /// The server's ids of project and user.
     bool GetIDs(const IO::Location& project, OV::UniString& projectId, OV::UniString& userId);
+    /// Seconds since 1970-01-01 UTC; 0 for never.
     [[nodiscard]] std::int32_t GetLastOpenedTime(const IO::Location& project);
+    /// Version text and build number of the project's data format.
+    /// @{
     [[nodiscard]] OV::UniString GetProjectVersion(const IO::Location& project);
     bool SetProjectVersion(const IO::Location& project, const OV::UniString& version);
     [[nodiscard]] std::int32_t GetProjectBuildNum(const IO::Location& project);
     bool SetProjectBuildNum(const IO::Location& project, std::int32_t build);
+    /// @}
+    /// Whether the cache is detached from its project on the server, which it becomes for good.
+    /// @{
     [[nodiscard]] bool IsProjectDetached(const IO::Location& project);
     bool ProjectDetached(const IO::Location& project);
+    /// @}
+    /// When the package was made that takes the cache to another computer; 0 for never.
+    /// @{
     [[nodiscard]] std::int32_t GetTravelPackageCreationTime(const IO::Location& project);
     bool SetTravelPackageCreationTime(const IO::Location& project, std::int32_t time);
+    /// @}
+    /// Whether such a package was made.
+    /// @{
     [[nodiscard]] bool IsTravelPackageCreated(const IO::Location& project);
     bool SetTravelPackageCreated(const IO::Location& project, bool created);
+    /// @}
+    /// Whether the cache came in such a package.
+    /// @{
     [[nodiscard]] bool ExtractedFromTravelPackage(const IO::Location& project);
     bool SetExtractedFromTravelPackage(const IO::Location& project, bool extracted);
+    /// @}
+    /// Whether the host warns of the package when the project is closed.
+    /// @{
     [[nodiscard]] bool IsEnabledTravelPackageWarningAtClose(const IO::Location& project);
     bool EnableTravelPackageWarningAtClose(const IO::Location& project, bool enable);
+    /// @}
 
 private:
     RegisteredProjects();

@@ -34,6 +34,7 @@ public:
     static void RemoveLock();
     /// The same, and no guard counts any more.
     static void Reset();
+    /// Where the lock file stands, or would.
     [[nodiscard]] static IO::Location GetLockFileLoc();
 
 private:

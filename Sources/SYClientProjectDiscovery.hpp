@@ -10,15 +10,15 @@ namespace SYC {
 
 /// A project server that a user may choose.
 struct SYC_API DiscoveredServer {
-    OV::UniString host;
+    OV::UniString host;      ///< name or address
     std::uint16_t port = 0;  ///< of the model service; 0 when nobody said it
     OV::UniString title;     ///< name for people; mostly empty
     /// The login names under which this computer knows it, each once, by name.
     OV::Array<OV::UniString> users;
-    std::uint32_t cachedProjects = 0;
-    bool isKnown = false;  ///< to this computer: used before, or a cache is of it
-    bool isFound = false;  ///< told in the local network just now
-    bool isLast = false;   ///< the one that was used last
+    std::uint32_t cachedProjects = 0;  ///< how many caches of it this computer has
+    bool isKnown = false;              ///< to this computer: used before, or a cache is of it
+    bool isFound = false;              ///< told in the local network just now
+    bool isLast = false;               ///< the one that was used last
 };
 
 /// The servers among which a user finds his projects: first those that this computer knows (from

@@ -16,6 +16,7 @@ public:
 
     /// Attaching twice counts once.
     void Attach();
+    /// Detaching twice counts once. Not told any more when it returns.
     void Detach();
 
     /// Called on the thread that set or read the folder, or that ended the Synchronizer under which

@@ -14,6 +14,7 @@ namespace SYC {
 
 class OpenedProject;
 
+/// Hears that somebody else ended the user's session.
 class SYC_API SessionEndObserver : public OV::ObserverBase {
 public:
     virtual ~SessionEndObserver() = default;
@@ -38,6 +39,7 @@ public:
     /// Ends a request under way, within 100 ms.
     ~SessionWatch();
 
+    /// Attached for as long as the answer lives.
     [[nodiscard]] OV::Subscription Subscribe(SessionEndObserver& observer)
     {
         return observers_.Subscribe(observer);

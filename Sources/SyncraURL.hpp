@@ -25,6 +25,7 @@ namespace SYC {
 /// reading decodes it: both throw SYCB::PasswordCodingException. The flag of the info is not
 /// carried.
 [[nodiscard]] SYC_API IO::Location ToSyncraLocation(const Inner::ProjectConnectionInfo& info);
+/// See ToSyncraLocation. For a location that is a project URL.
 [[nodiscard]] SYC_API Inner::ProjectConnectionInfo ToConnectionInfo(const IO::Location& location);
 /// The same for a location that need not be a project URL: OV::IllegalArgumentException then.
 [[nodiscard]] SYC_API Inner::ProjectConnectionInfo

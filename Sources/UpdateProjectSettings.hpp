@@ -13,6 +13,7 @@ namespace SYC {
 /// project managers.
 class SYC_API UpdateProjectSettings final : public Flow {
 public:
+    /// As the server administers it.
     using Project = Syncra::Server::Management::V2::Project;
 
     /// `project` is what the user looks at (see BrowseShareableProject).
@@ -21,6 +22,7 @@ public:
         : Flow(executors), login_(std::move(login)), project_(std::move(project))
     {}
 
+    /// Sends what differs between the two; some three requests.
     void Save(const Project& edited);
     /// As the server has it, after a Save that succeeded.
     [[nodiscard]] const Project& GetProject() const noexcept { return project_; }

@@ -31,11 +31,14 @@ public:
     /// An image of `pixels`, row by row from the top. Throws like Create, and when there are not
     /// exactly as many as the size needs.
     [[nodiscard]] static NativeImage FromPixels(int width, int height, std::vector<Pixel> pixels);
+    /// Whether both sides are from 1 to MaxSide and the whole is at most MaxPixels.
     [[nodiscard]] static bool IsPossibleSize(std::int64_t width, std::int64_t height) noexcept;
 
+    /// Whether it has no pixels at all.
     [[nodiscard]] bool IsEmpty() const noexcept { return !content_; }
     /// In pixels; 0 for the empty image.
     [[nodiscard]] int GetWidth() const noexcept { return content_ ? content_->width : 0; }
+    /// In pixels; 0 for the empty image.
     [[nodiscard]] int GetHeight() const noexcept { return content_ ? content_->height : 0; }
     /// Throws OV::IllegalArgumentException outside the image.
     [[nodiscard]] Pixel GetPixel(int x, int y) const;

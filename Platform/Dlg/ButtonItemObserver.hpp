@@ -5,6 +5,7 @@ namespace Dlg {
 
 class ButtonItem;
 
+/// Hears of a button; on the main thread.
 class SYC_API ButtonItemObserver {
 public:
     virtual ~ButtonItemObserver() = default;

@@ -6,9 +6,9 @@ namespace Dlg {
 
 /// A day of the Gregorian calendar.
 struct Date {
-    int year = 1970;
-    int month = 1;  ///< from 1
-    int day = 1;    ///< from 1
+    int year = 1970;  ///< of the Gregorian calendar
+    int month = 1;    ///< from 1
+    int day = 1;      ///< from 1
 
     friend auto operator<=>(const Date&, const Date&) = default;
 };

@@ -5,6 +5,7 @@ namespace Dlg {
 
 class DateItem;
 
+/// Hears of a date item; on the main thread.
 class SYC_API DateItemObserver {
 public:
     virtual ~DateItemObserver() = default;

@@ -8,10 +8,10 @@ namespace Dlg {
 
 /// A dialog as the resources describe it.
 struct SYC_API DialogDescription {
-    int number = 0;
-    OV::UniString title;
-    int width = 0;
-    int height = 0;
+    int number = 0;       ///< by which the resources know it
+    OV::UniString title;  ///< of its window
+    int width = 0;        ///< inside the frame, in the units of Rectangle
+    int height = 0;       ///< likewise
     /// In the order in which the keyboard goes through them.
     OV::Array<ItemDescription> items;
 

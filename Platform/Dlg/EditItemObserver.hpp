@@ -6,6 +6,7 @@ namespace Dlg {
 
 class EditItem;
 
+/// Hears of an edit; on the main thread.
 class SYC_API EditItemObserver {
 public:
     virtual ~EditItemObserver() = default;

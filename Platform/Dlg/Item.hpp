@@ -12,8 +12,11 @@ public:
     Item(const Item&) = delete;
     Item& operator=(const Item&) = delete;
 
+    /// The item's number in the description of the dialog.
     [[nodiscard]] int GetNumber() const noexcept { return number_; }
+    /// The user may use it.
     void Enable() { Window().SetEnabled(number_, true); }
+    /// The user may see it, and not use it.
     void Disable() { Window().SetEnabled(number_, false); }
 
 protected:
@@ -21,6 +24,7 @@ protected:
     /// OV::IllegalArgumentException when it is of none of these types.
     Item(Panel& panel, int number, std::initializer_list<ItemType> types);
 
+    /// The window of the panel, which is made when it is first needed.
     [[nodiscard]] DialogWindow& Window() const { return panel_.Window(); }
     /// Tells the item's observers. What one of them throws ends the dialog (ModalDialog::Invoke).
     template <class Observer, class Told>

@@ -5,6 +5,7 @@ namespace Dlg {
 
 class ListBox;
 
+/// Hears of a list box; on the main thread.
 class SYC_API ListBoxObserver {
 public:
     virtual ~ListBoxObserver() = default;

@@ -12,7 +12,9 @@ class SYC_API ListRows {
 public:
     virtual ~ListRows() = default;
 
+    /// How many rows there are.
     [[nodiscard]] virtual int GetCount() const = 0;
+    /// What stands in a cell.
     [[nodiscard]] virtual OV::UniString GetText(int row, int column) const = 0;
     /// The number of a picture of the resources that stands before the text; 0: none.
     [[nodiscard]] virtual int GetPicture(int /*row*/, int /*column*/) const { return 0; }
@@ -21,8 +23,10 @@ public:
 /// Rows that are there as texts.
 class SYC_API TextRows final : public ListRows {
 public:
+    /// Takes the rows over; their cells stand in the order of the columns.
     explicit TextRows(OV::Array<ListRow> rows) : rows_(std::move(rows)) {}
 
+    /// How many rows were given.
     [[nodiscard]] int GetCount() const override { return static_cast<int>(rows_.size()); }
     /// Empty for a cell that the row does not have. Throws OV::IllegalArgumentException for no row.
     [[nodiscard]] OV::UniString GetText(int row, int column) const override

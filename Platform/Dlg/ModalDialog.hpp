@@ -8,8 +8,11 @@ namespace Dlg {
 /// A dialog that the caller waits for.
 class SYC_API ModalDialog : public Panel {
 public:
+    /// As Panel's constructors.
+    /// @{
     explicit ModalDialog(int number) : ModalDialog(GetDialogDescription(number)) {}
     explicit ModalDialog(const DialogDescription& description);
+    /// @}
 
     /// Shows the dialog and runs the message loop until it is closed; true when it was accepted.
     /// Throws what an observer threw. An open dialog cannot be invoked again

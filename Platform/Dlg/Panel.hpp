@@ -26,17 +26,24 @@ public:
     Panel(const Panel&) = delete;
     Panel& operator=(const Panel&) = delete;
 
+    /// The observer is not owned; it detaches before it is destroyed, or outlives the panel.
+    /// @{
     void Attach(PanelObserver& observer) { observers_.Attach(observer); }
     void Detach(PanelObserver& observer) { observers_.Detach(observer); }
+    /// @}
+    /// The title of the window.
     void SetTitle(const OV::UniString& title) { Window().SetTitle(title); }
+    /// From now on _PanelIdle is told while the window runs.
     void EnableIdleEvents() { Window().EnableIdleEvents(); }
 
 protected:
     /// What one of them throws is kept as Guarded keeps it, and the others are told.
     void Notify(const std::function<void(PanelObserver&)>& tell);
+    /// Made when it is first needed. Throws as the constructor says.
     [[nodiscard]] DialogWindow& Window();
     /// Runs `handler`; an exception is kept for ThrowFailure, and ends the window.
     void Guarded(const std::function<void()>& handler) noexcept;
+    /// Whether an exception is kept.
     [[nodiscard]] bool HasFailed() const noexcept { return failure_ != nullptr; }
     /// Throws what a handler threw, once.
     void ThrowFailure();

@@ -18,6 +18,7 @@ public:
     virtual void _PanelIdle(Panel&) {}
     /// It is about to close, as accepted or cancelled.
     virtual void _PanelCloseRequested(Panel&, DialogResult) {}
+    /// It can be seen no longer; Invoke is about to return.
     virtual void _PanelClosed(Panel&) {}
     /// The user changed its size; the items have moved as their descriptions say.
     virtual void _PanelResized(Panel&) {}

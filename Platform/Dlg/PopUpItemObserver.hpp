@@ -5,6 +5,7 @@ namespace Dlg {
 
 class PopUpItem;
 
+/// Hears of a pop-up menu; on the main thread.
 class SYC_API PopUpItemObserver {
 public:
     virtual ~PopUpItemObserver() = default;

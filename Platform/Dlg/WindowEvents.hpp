@@ -13,6 +13,7 @@ public:
     virtual void _ItemUsed(int item) noexcept = 0;
     /// The user pressed the title of a column, counted from 1.
     virtual void _HeaderUsed(int listBox, int column) noexcept = 0;
+    /// Nothing else happened for a moment; only after EnableIdleEvents.
     virtual void _Idle() noexcept = 0;
     /// The user wants to leave by the window's own means (Escape, its close box).
     virtual void _LeaveRequested() noexcept = 0;

@@ -12,8 +12,9 @@ namespace IO {
 /// Tells whether a file may have changed: modification time in the file system's full resolution,
 /// size and identity.
 struct SYC_API ChangeStamp {
-    std::int64_t modificationNanoseconds = 0;
-    std::uint64_t size = 0;
+    std::int64_t modificationNanoseconds = 0;  ///< as the file system tells it
+    std::uint64_t size = 0;                    ///< in bytes
+    /// of the file on its disk: another one under the same name has another
     std::uint64_t identity = 0;
 
     friend bool operator==(const ChangeStamp&, const ChangeStamp&) = default;
@@ -32,17 +33,21 @@ namespace File {
 /// What a file of each kind may hold at most, in bytes. Far more than any real one has: it is there
 /// so that a damaged, foreign or endless file costs an error and not the memory.
 inline constexpr std::uint64_t MostOfValueFile = 32 << 20;
+/// The same for files of mails and of logs.
+/// @{
 inline constexpr std::uint64_t MostOfMailFile = std::uint64_t{4} << 30;
 inline constexpr std::uint64_t MostOfLogFile = std::uint64_t{16} << 30;
+/// @}
 
 /// The content and the stamp that belongs to it (both of one open file).
 struct Content {
-    OV::String bytes;
-    ChangeStamp stamp;
+    OV::String bytes;   ///< all of them
+    ChangeStamp stamp;  ///< of that very content
 };
 /// Reads a regular file of at most `most` bytes; anything else that stands there (a pipe, a device,
 /// a longer file) throws. Memory grows only with bytes that really arrived.
 [[nodiscard]] SYC_API Content Read(const Location& file, std::uint64_t most = MostOfValueFile);
+/// The content alone.
 [[nodiscard]] SYC_API OV::String ReadAll(const Location& file,
                                          std::uint64_t most = MostOfValueFile);
 

@@ -9,9 +9,10 @@
 /// Folders. Every failure throws IOException with the place.
 namespace IO::Folder {
 
+/// One thing that stands in a folder.
 struct Entry {
-    OV::UniString name;
-    bool isFolder = false;
+    OV::UniString name;     ///< without the folder
+    bool isFolder = false;  ///< a link counts as what it leads to
 };
 
 /// Throws when it cannot be told, as the next ones do.

@@ -27,12 +27,16 @@ enum class Step {
 /// reason.
 class SYC_API IOException : public OV::Exception {
 public:
+    /// `operation` is what was tried ("open"), `reason` what the system said.
     IOException(ErrorCode code, OV::UniStringView operation, const Location& place,
                 OV::StringView reason, OV::SourcePlace source = OV::SourcePlace::Here(),
                 Step step = Step::Use);
 
+    /// What went wrong, as far as callers tell it apart.
     [[nodiscard]] ErrorCode GetCode() const noexcept { return code_; }
+    /// The file or folder that it went wrong with.
     [[nodiscard]] const Location& GetLocation() const noexcept { return location_; }
+    /// How far the operation came.
     [[nodiscard]] Step GetStep() const noexcept { return step_; }
     OV_EXCEPTION_IDENTITY(IOException)
 

@@ -32,16 +32,22 @@ public:
     /// the host nor a component may be empty or hold a null character, and a local one no
     /// separator.
     [[nodiscard]] bool IsLegal() const;
+    /// What kind of place it names.
     [[nodiscard]] NetworkModel GetNetworkModel() const noexcept { return model_; }
+    /// Whether it names no place.
     [[nodiscard]] bool IsEmpty() const noexcept { return model_ == NetworkModel::None; }
     /// Whether it is a local path from the root, which means the same place to every process.
     [[nodiscard]] bool IsAbsolute() const noexcept { return absolute_; }
 
+    /// Of a URL, decoded; empty when it has none, and for a path.
+    /// @{
     [[nodiscard]] const OV::UniString& GetScheme() const noexcept { return scheme_; }
     [[nodiscard]] const OV::UniString& GetUserName() const noexcept { return userName_; }
     [[nodiscard]] const OV::UniString& GetPassword() const noexcept { return password_; }
+    /// @}
     /// The network part: host name or address, an IPv6 one without its brackets.
     [[nodiscard]] const OV::UniString& GetHost() const noexcept { return host_; }
+    /// Of a URL; 0 when it names none.
     [[nodiscard]] std::uint16_t GetPort() const noexcept { return port_; }
     /// The local part.
     [[nodiscard]] const std::vector<OV::UniString>& GetComponents() const noexcept
@@ -49,6 +55,8 @@ public:
         return components_;
     }
 
+    /// Takes a decoded text; nothing is checked before IsLegal is asked.
+    /// @{
     void SetScheme(OV::UniString scheme) { scheme_ = std::move(scheme); }
     void SetUserName(OV::UniString name) { userName_ = std::move(name); }
     void SetPassword(OV::UniString password) { password_ = std::move(password); }
@@ -58,6 +66,7 @@ public:
     {
         components_ = std::move(components);
     }
+    /// @}
 
     /// This location with one more component.
     [[nodiscard]] Location Appended(OV::UniStringView component) const;

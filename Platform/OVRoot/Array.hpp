@@ -4,6 +4,7 @@
 
 namespace OV {
 
+/// The array of the interfaces.
 template <class T>
 using Array = std::vector<T>;
 

@@ -17,6 +17,7 @@ public:
     [[nodiscard]] virtual std::int32_t Now() const = 0;
     /// A steady count for measuring spans.
     [[nodiscard]] virtual std::uint64_t Ticks() const = 0;
+    /// How many of them make a second; never 0.
     [[nodiscard]] virtual std::uint64_t TicksPerSecond() const = 0;
 
     /// The system's clock unless another one was set.

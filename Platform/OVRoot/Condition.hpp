@@ -12,7 +12,9 @@ namespace OV {
 /// waiter. Once notified it stays so until Reset. Safe on any thread.
 class SYC_API Condition {
 public:
+    /// Wakes all who wait, and lets pass who comes later.
     void Notify();
+    /// From now on waits wait again.
     void Reset();
     /// Returns when notified. Throws InterruptedException when the calling thread is asked to stop.
     void Wait();

@@ -66,10 +66,14 @@ private:
 class SYC_API Subscription {
 public:
     Subscription() noexcept = default;
+    /// What EventSource makes; hosts take it from Subscribe.
     Subscription(Detail::ObserverList::State& state, void* observer,
                  unsigned long long number) noexcept;
+    /// The one that is moved from ends nothing any more.
+    /// @{
     Subscription(Subscription&& other) noexcept;
     Subscription& operator=(Subscription&& other) noexcept;
+    /// @}
     /// Waits for a call of the observer that another thread is in, as EventSource::Detach does.
     ~Subscription();
 
@@ -101,6 +105,8 @@ public:
     /// One whose observers own it or outlive it in another way, and never detach.
     explicit EventSource(ObserversOutlive) : observers_(true) {}
 
+    /// Adds the observer behind the others. It detaches before it is destroyed, or outlives the
+    /// source.
     void Attach(Observer& observer) { observers_.Attach(typeid(Observer), &observer); }
 
     /// When this returns, the observer is not being told anything and will not be, so it may be
@@ -127,17 +133,20 @@ public:
     }
 
 protected:
+    /// How the list, which knows no types, comes back to the observer's.
     template <class Call>
     static void Run(void* call, void* observer)
     {
         (*static_cast<Call*>(call))(observer);
     }
+    /// For PostingEventSource: with a null executor the observer is told on the notifying thread.
     [[nodiscard]] Subscription Subscribe(Observer& observer, Executor* executor)
     {
         return {observers_.GetState(), &observer,
                 observers_.Subscribe(typeid(Observer), &observer, executor)};
     }
 
+    /// Who is told.
     Detail::ObserverList observers_;
 };
 

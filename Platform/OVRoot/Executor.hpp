@@ -11,6 +11,7 @@ namespace OV {
 class SYC_API Runnable {
 public:
     virtual ~Runnable() = default;
+    /// Does the work. An exception that leaves it is logged by the executor and goes no further.
     virtual void Run() = 0;
 };
 
@@ -35,12 +36,15 @@ public:
     virtual void Shutdown() = 0;
     /// Drops what has not begun, asks running tasks to stop (see Thread.hpp), takes nothing more.
     virtual void Cancel() = 0;
+    /// Whether Shutdown or Cancel was called.
     [[nodiscard]] virtual bool IsShutdown() const = 0;
+    /// Whether Cancel was called.
     [[nodiscard]] virtual bool IsCanceled() const = 0;
     /// Shut down or cancelled, and no task is running or waiting.
     [[nodiscard]] virtual bool IsTerminated() const = 0;
     /// Waits at most `milliseconds` for IsTerminated; returns it.
     virtual bool AwaitTermination(std::uint32_t milliseconds) = 0;
+    /// The same for as long as it takes.
     virtual void AwaitTermination() = 0;
 };
 

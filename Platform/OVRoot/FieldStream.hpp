@@ -13,20 +13,23 @@ class Guid;
 
 /// Name and version under which a class writes its records.
 struct ClassInfo {
-    UniStringView name;
-    std::uint16_t mainVersion;
-    std::uint16_t subVersion;
+    UniStringView name;         ///< unique among the classes of a file
+    std::uint16_t mainVersion;  ///< another one cannot be read
+    std::uint16_t subVersion;   ///< a newer one can: what it adds is passed over
 };
 
 /// Reads the fields of a binary record in turn until one fails; what is asked for after that stays
 /// as it is. A list of fields that a template writes down once serves this and FieldWriter.
 class SYC_API FieldReader {
 public:
+    /// For fields that stand in no record; the channel outlives the reader.
     explicit FieldReader(IChannel& channel) noexcept : channel_(channel) {}
     /// Opens a record. Another class name or main version gives the status -7003.
     FieldReader(IChannel& channel, const ClassInfo& expected);
 
+    /// 0, or what the first field that failed gave.
     [[nodiscard]] ChannelStatus Status() const noexcept { return status_; }
+    /// Whether nothing has failed yet.
     [[nodiscard]] bool IsGood() const noexcept { return status_ == ChannelOk; }
     /// That of the record, which may be one that was not expected; 0 when its frame did not come
     /// whole.
@@ -54,7 +57,9 @@ public:
         if (IsGood())
             status_ = channel_.Read(value);
     }
+    /// One byte.
     void operator()(std::uint8_t& byte) { Bytes(std::as_writable_bytes(std::span(&byte, 1))); }
+    /// The 32 bits of an IEEE 754 number.
     void operator()(float& number)
     {
         ReadAs<std::uint32_t>(number,
@@ -95,6 +100,7 @@ public:
 
     /// A count of bytes and UTF-8. A text that ends early stays as far as it came, and fails.
     void Utf8(String& text);
+    /// The same as UTF-16.
     void Utf8(UniString& text);
 
     /// All of `target`.
@@ -145,13 +151,17 @@ private:
 /// reads.
 class SYC_API FieldWriter {
 public:
+    /// For fields that stand in no record; the channel outlives the writer.
     explicit FieldWriter(OChannel& channel) noexcept : channel_(channel) {}
     /// Opens a record.
     FieldWriter(OChannel& channel, const ClassInfo& info);
 
+    /// 0, or what the first field that failed gave.
     [[nodiscard]] ChannelStatus Status() const noexcept { return status_; }
+    /// Whether nothing has failed yet.
     [[nodiscard]] bool IsGood() const noexcept { return status_ == ChannelOk; }
 
+    /// `write(channel)` gives the status; for what has a form of its own.
     template <class Write>
     void Then(Write&& write)
     {
@@ -159,11 +169,13 @@ public:
             status_ = write(channel_);
     }
 
+    /// In the form of OChannel.
     void operator()(UniStringView text)
     {
         if (IsGood())
             status_ = channel_.Write(text);
     }
+    /// Numbers and bool, in the forms of OChannel.
     template <class Value>
     requires std::is_arithmetic_v<Value>
     void operator()(Value value)
@@ -175,10 +187,13 @@ public:
         else if (IsGood())
             status_ = channel_.Write(value);
     }
+    /// As its text.
     void operator()(const Guid& guid);
+    /// As the number of its type.
     template <class Enum>
     requires std::is_enum_v<Enum>
     void operator()(Enum value) { (*this)(static_cast<std::underlying_type_t<Enum>>(value)); }
+    /// A record within the record.
     template <class Record>
     requires requires(Record& record, OChannel& channel)
     {
@@ -191,14 +206,17 @@ public:
         Then([&](OChannel& channel) { return record.Write(channel); });
     }
 
+    /// A count of bytes and UTF-8.
     void Utf8(UniStringView text);
 
+    /// All of `source`, without a count.
     void Bytes(std::span<const std::byte> source)
     {
         if (IsGood())
             status_ = channel_.WriteBytes(source);
     }
 
+    /// A count and the elements; `transfer(stream, element)` writes one.
     template <class List, class Transfer>
     void Elements(const List& list, Transfer&& transfer)
     {

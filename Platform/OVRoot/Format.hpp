@@ -11,6 +11,8 @@ namespace OV {
 /// One value of a message: a text or a whole number.
 class FormatArgument {
 public:
+    /// From whatever a call passes; 8-bit texts are UTF-8.
+    /// @{
     FormatArgument(UniStringView text) : text_(text) {}
     FormatArgument(const UniString& text) : text_(text) {}
     FormatArgument(const char16_t* text) : text_(text) {}
@@ -18,7 +20,9 @@ public:
     FormatArgument(const String& utf8) : text_(FromUtf8(utf8)) {}
     FormatArgument(const char* utf8) : text_(FromUtf8(utf8)) {}
     FormatArgument(std::integral auto number) : text_(ToText(static_cast<std::int64_t>(number))) {}
+    /// @}
 
+    /// As it stands in the message.
     [[nodiscard]] const UniString& Text() const noexcept { return text_; }
 
 private:

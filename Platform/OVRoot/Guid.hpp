@@ -22,6 +22,7 @@ public:
 
     /// In capitals, with hyphens, without braces.
     [[nodiscard]] UniString ToText() const;
+    /// In the order of the text.
     [[nodiscard]] const std::array<std::uint8_t, 16>& Bytes() const noexcept { return bytes_; }
 
     friend auto operator<=>(const Guid&, const Guid&) = default;

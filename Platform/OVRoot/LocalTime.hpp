@@ -7,12 +7,12 @@ namespace OV {
 
 /// A moment as the clocks of the user's place show it.
 struct LocalTime {
-    int year = 1970;
-    int month = 1;  ///< from 1
-    int day = 1;    ///< from 1
-    int hour = 0;
-    int minute = 0;
-    int second = 0;
+    int year = 1970;  ///< of the Gregorian calendar
+    int month = 1;    ///< from 1
+    int day = 1;      ///< from 1
+    int hour = 0;     ///< 0 to 23
+    int minute = 0;   ///< 0 to 59
+    int second = 0;   ///< 0 to 59
 
     friend bool operator==(const LocalTime&, const LocalTime&) = default;
 };
@@ -26,6 +26,7 @@ struct LocalTime {
 /// of two hours that the clocks show alike both belong to it. Days beyond the end of a month are
 /// those of the next one.
 [[nodiscard]] SYC_API std::int64_t StartOfDay(int year, int month, int day);
+/// The last second of that day, see StartOfDay.
 [[nodiscard]] SYC_API std::int64_t EndOfDay(int year, int month, int day);
 /// "2026-11-24 13:05:09", which sorts as the time does.
 [[nodiscard]] SYC_API UniString FormatLocalTime(std::int64_t seconds);

@@ -32,7 +32,9 @@ public:
     Lock(const Lock&) = delete;
     Lock& operator=(const Lock&) = delete;
 
+    /// Waits until nobody else holds it.
     void Acquire() OV_ACQUIRE() { lock(); }
+    /// For the thread that holds it.
     void Release() OV_RELEASE() { unlock(); }
     /// The names of the standard's BasicLockable, so that std::condition_variable_any can wait on
     /// it.
@@ -41,6 +43,7 @@ public:
         mutex_.lock();
         Detail::NoteLockTaken(this, file_, line_);
     }
+    /// As Release.
     void unlock() OV_RELEASE()
     {
         Detail::NoteLockReleased(this);
@@ -53,8 +56,10 @@ private:
     int line_;
 };
 
+/// Holds a lock for a scope.
 class OV_SCOPED_CAPABILITY LockGuard {
 public:
+    /// Waits for the lock, which outlives the guard.
     explicit LockGuard(Lock& lock) OV_ACQUIRE(lock) : lock_(lock) { lock_.Acquire(); }
     ~LockGuard() OV_RELEASE() { lock_.Release(); }
     LockGuard(const LockGuard&) = delete;

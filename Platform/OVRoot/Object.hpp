@@ -16,7 +16,9 @@ public:
 /// A text as such a value.
 class SYC_API UniStringObject final : public Object {
 public:
+    /// Takes the text over.
     explicit UniStringObject(UniString text) : text_(std::move(text)) {}
+    /// Valid as long as the object.
     [[nodiscard]] const UniString& Get() const noexcept { return text_; }
 
 private:

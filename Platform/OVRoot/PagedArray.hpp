@@ -25,6 +25,8 @@ class PagedArray {
     class Iterator;
 
 public:
+    /// The names by which the standard's algorithms know a container.
+    /// @{
     using value_type = T;
     using size_type = std::size_t;
     using difference_type = std::ptrdiff_t;
@@ -32,33 +34,41 @@ public:
     using const_reference = const T&;
     using iterator = Iterator<PagedArray>;
     using const_iterator = Iterator<const PagedArray>;
+    /// @}
 
     PagedArray() = default;
+    /// That many elements without a value of their own.
     explicit PagedArray(std::size_t count)
     {
         while (size_ < count)
             emplace_back();
     }
+    /// That many copies of `value`.
     PagedArray(std::size_t count, const T& value)
     {
         while (size_ < count)
             push_back(value);
     }
+    /// Copies of a range.
     template <std::input_iterator From>
     PagedArray(From first, From last)
     {
         append(first, last);
     }
+    /// Copies of the list.
     PagedArray(std::initializer_list<T> elements) : PagedArray(elements.begin(), elements.end()) {}
+    /// Shares the pages: a step for each.
     PagedArray(const PagedArray& other) requires std::is_copy_constructible_v<T>
         : pages_(other.pages_), size_(other.size_)
     {
         for (const auto& page : pages_)
             page->isShared.store(true, std::memory_order_relaxed);
     }
+    /// Takes the pages over; `other` is empty then.
     PagedArray(PagedArray&& other) noexcept
         : pages_(std::move(other.pages_)), size_(std::exchange(other.size_, 0))
     {}
+    /// Takes what was passed, copied or moved.
     PagedArray& operator=(PagedArray other) noexcept
     {
         swap(other);
@@ -66,6 +76,8 @@ public:
     }
     ~PagedArray() = default;
 
+    /// A step for each page at most.
+    /// @{
     void swap(PagedArray& other) noexcept
     {
         pages_.swap(other.pages_);
@@ -76,13 +88,18 @@ public:
         pages_.clear();
         size_ = 0;
     }
+    /// @}
 
+    /// In elements.
     [[nodiscard]] std::size_t size() const noexcept { return size_; }
+    /// Whether there is none.
     [[nodiscard]] bool empty() const noexcept { return size_ == 0; }
+    /// `at` must be below the size.
     [[nodiscard]] const T& operator[](std::size_t at) const noexcept
     {
         return *pages_[at / PageLength()]->At(at % PageLength());
     }
+    /// The same to be changed, which may copy a page.
     [[nodiscard]] T& operator[](std::size_t at)
     {
         auto& page = pages_[at / PageLength()];
@@ -90,17 +107,24 @@ public:
             page = CopyOf(*page);
         return *page->At(at % PageLength());
     }
+    /// The first and the last element; there must be one.
+    /// @{
     [[nodiscard]] const T& front() const noexcept { return (*this)[0]; }
     [[nodiscard]] T& front() { return (*this)[0]; }
     [[nodiscard]] const T& back() const noexcept { return (*this)[size_ - 1]; }
     [[nodiscard]] T& back() { return (*this)[size_ - 1]; }
+    /// @}
 
+    /// Random-access iterators; those of an array that is not const may copy a page when they are
+    /// dereferenced.
+    /// @{
     [[nodiscard]] const_iterator begin() const noexcept { return {*this, 0}; }
     [[nodiscard]] const_iterator end() const noexcept { return {*this, size_}; }
     [[nodiscard]] const_iterator cbegin() const noexcept { return begin(); }
     [[nodiscard]] const_iterator cend() const noexcept { return end(); }
     [[nodiscard]] iterator begin() noexcept { return {*this, 0}; }
     [[nodiscard]] iterator end() noexcept { return {*this, size_}; }
+    /// @}
 
     /// The arguments may stand in this array.
     template <class... Arguments>
@@ -120,8 +144,12 @@ public:
         ++size_;
         return *pages_.back()->At(at);
     }
+    /// Adds an element, which may stand in this array.
+    /// @{
     void push_back(const T& element) { emplace_back(element); }
     void push_back(T&& element) { emplace_back(std::move(element)); }
+    /// @}
+    /// Adds copies of a range, which must not be of this array.
     template <std::input_iterator From>
     void append(From first, From last)
     {
@@ -155,6 +183,7 @@ public:
         return count < size_ ? count : size_;
     }
 
+    /// The same elements in the same order.
     friend bool operator==(const PagedArray& left, const PagedArray& right)
     {
         if (left.size_ != right.size_)

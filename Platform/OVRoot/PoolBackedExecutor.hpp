@@ -19,13 +19,18 @@ public:
     bool Execute(RunnableTask task) override;
     void Shutdown() override;
     void Cancel() override;
+    /// As the base says.
+    /// @{
     [[nodiscard]] bool IsShutdown() const override;
     [[nodiscard]] bool IsCanceled() const override;
+    /// @}
     [[nodiscard]] bool IsTerminated() const override;
     bool AwaitTermination(std::uint32_t milliseconds) override;
+    /// As the base says.
     void AwaitTermination() override;
 
 protected:
+    /// The pool says how many threads there are.
     explicit PoolBackedExecutor(std::unique_ptr<Detail::TaskPool> pool);
 
 private:

@@ -14,13 +14,14 @@ namespace OV {
 
 /// An alert of the resources; texts still hold their placeholders.
 struct AlertResource {
-    int number = 0;
-    UniString title;
-    UniString message;
-    UniString detail;
-    std::vector<UniString> buttons;
+    int number = 0;                  ///< by which it is asked for
+    UniString title;                 ///< of the window
+    UniString message;               ///< what happened
+    UniString detail;                ///< what can be done; may be empty
+    std::vector<UniString> buttons;  ///< what they say; at least one
 };
 
+/// An alert of the resources; an unknown number throws IllegalReferenceException.
 [[nodiscard]] SYC_API const AlertResource& GetAlertResource(int number);
 
 /// The PNG bytes of a picture of the library, by number; they stay for the life of the process. An

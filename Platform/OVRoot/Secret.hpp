@@ -24,6 +24,7 @@ public:
     Secret(UniString&& text) : units_(text.begin(), text.end()) { SecureWipe(text); }
     Secret(const Secret&) = default;
     Secret(Secret&&) noexcept = default;
+    /// Takes what was passed; what stood here before is wiped.
     Secret& operator=(Secret other) noexcept
     {
         units_.swap(other.units_);
@@ -33,6 +34,7 @@ public:
 
     /// As long as the secret stays as it is.
     [[nodiscard]] UniStringView View() const noexcept { return {units_.data(), units_.size()}; }
+    /// Whether there is no password.
     [[nodiscard]] bool empty() const noexcept { return units_.empty(); }
     /// In UTF-16 code units.
     [[nodiscard]] std::size_t size() const noexcept { return units_.size(); }

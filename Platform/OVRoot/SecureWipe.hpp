@@ -25,6 +25,7 @@ void SecureWipe(std::basic_string<Character>& text) noexcept
 template <class Character>
 class SecureWipeGuard {
 public:
+    /// The text must outlive the guard.
     explicit SecureWipeGuard(std::basic_string<Character>& text) noexcept : text_(text) {}
     ~SecureWipeGuard() { SecureWipe(text_); }
     SecureWipeGuard(const SecureWipeGuard&) = delete;

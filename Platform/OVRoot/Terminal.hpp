@@ -8,6 +8,7 @@
 /// The terminal of a command-line host; one source file a system.
 namespace OV::Terminal {
 
+/// The three streams of a process.
 enum class Stream { Input, Output, Error };
 
 /// Whether a person sits at the other end.

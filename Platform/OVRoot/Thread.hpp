@@ -16,11 +16,16 @@ public:
     /// `body`, of whatever type, is logged and ends the thread.
     Thread(StringView name, std::function<void()> body);
     ~Thread();
+    /// The one that is moved from is no thread any more; one that is assigned to is ended first.
+    /// @{
     Thread(Thread&&) noexcept;
     Thread& operator=(Thread&&) noexcept;
+    /// @}
 
     /// Sets the flag and wakes a sleep or an interruptible wait of that thread. Safe on any thread.
     void Interrupt();
+    /// Waits until the thread has ended; an interruption of the calling thread does not end the
+    /// wait.
     void Join();
 
     /// Whether the calling thread, or the executor task it runs, was asked to stop.
@@ -44,6 +49,7 @@ private:
 /// Makes `token` the interruption flag of the calling thread while it lives; executors use it.
 class SYC_API InterruptionScope {
 public:
+    /// The former flag counts again when the scope ends.
     explicit InterruptionScope(std::stop_token token);
     ~InterruptionScope();
     InterruptionScope(const InterruptionScope&) = delete;

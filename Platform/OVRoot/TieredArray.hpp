@@ -11,7 +11,9 @@ namespace OV {
 template <class T>
 class TieredArray {
 public:
+    /// In elements.
     [[nodiscard]] std::size_t Size() const noexcept { return size_; }
+    /// Whether there is none.
     [[nodiscard]] bool IsEmpty() const noexcept { return size_ == 0; }
     /// `at` must be below the size.
     [[nodiscard]] const T& operator[](std::size_t at) const
@@ -26,13 +28,16 @@ public:
             block = BlockOf(at);
         return blocks_[block][at - starts_[block]];
     }
+    /// Drops all elements.
     void Clear()
     {
         blocks_.clear();
         starts_.clear();
         size_ = 0;
     }
+    /// Adds an element behind the others.
     void PushBack(T element) { Insert(size_, std::move(element)); }
+    /// The last element; there must be one.
     [[nodiscard]] T& Back() { return blocks_.back().back(); }
     /// In front of the element at `at`, or at the end.
     void Insert(std::size_t at, T element)

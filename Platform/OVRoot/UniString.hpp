@@ -10,10 +10,12 @@ namespace OV {
 /// A sequence of UTF-16 code units. Length, cutting and `<` count code units; a lone surrogate is a
 /// legal element and survives every file of ours.
 using UniString = std::u16string;
+/// Such a text of somebody else's.
 using UniStringView = std::u16string_view;
 
 /// 8-bit text in the default code page of the system, which is UTF-8 here.
 using String = std::string;
+/// Such a text of somebody else's.
 using StringView = std::string_view;
 
 /// UTF-8 of `text`. A lone surrogate becomes its three-byte form, so that FromUtf8 gives it back.

@@ -24,22 +24,32 @@ public:
     /// `text` is UTF-8; `sourceName` is what messages call the document (a path, mostly).
     XMLIChannel(String text, UniString sourceName);
     ~XMLIChannel();
+    /// The one that is moved from may only be destroyed or assigned to.
+    /// @{
     XMLIChannel(XMLIChannel&&) noexcept;
     XMLIChannel& operator=(XMLIChannel&&) noexcept;
+    /// @}
 
+    /// Goes into the next element; what follows is read from inside it.
     void EnterElement(StringView name);
     /// Everything inside the element must have been read.
     void LeaveElement(StringView name);
     /// Passes over the next element, whatever is inside.
     void SkipElement(StringView name);
 
+    /// With what EscapeForCarrier wrote undone.
     [[nodiscard]] UniString ReadString(StringView name);
+    /// The same in the default code page.
     [[nodiscard]] String Read8BitString(StringView name);
+    /// "true" or "false".
     [[nodiscard]] bool ReadBool(StringView name);
+    /// A whole decimal number of that many bits; one that is out of range throws.
+    /// @{
     [[nodiscard]] std::int16_t ReadInt16(StringView name);
     [[nodiscard]] std::uint16_t ReadUInt16(StringView name);
     [[nodiscard]] std::int32_t ReadInt32(StringView name);
     [[nodiscard]] std::uint32_t ReadUInt32(StringView name);
+    /// @}
 
     /// Name of the next value or element at this level; empty at the end of the level.
     [[nodiscard]] String PeekName() const;

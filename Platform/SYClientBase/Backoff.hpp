@@ -12,7 +12,9 @@ namespace SYCB {
 /// clients of a server that comes back do not all arrive at once. One thread at a time.
 class SYC_API Backoff {
 public:
+    /// The longest that the first pause can be.
     static constexpr std::uint32_t FirstStepMilliseconds = 500;
+    /// The longest that any pause can be.
     static constexpr std::uint32_t LastStepMilliseconds = 30'000;
 
     /// `random` returns numbers from 0 up to, not including, 1.

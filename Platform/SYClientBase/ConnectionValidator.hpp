@@ -13,6 +13,7 @@ namespace SYCB {
 /// any letter case. Safe on any thread.
 class SYC_API ConnectionValidator {
 public:
+    /// The one of this process, which lives until its end.
     [[nodiscard]] static ConnectionValidator& GetInstance();
 
     /// Remembers `info` as the way to its server, or forgets the server when `works` is false. What

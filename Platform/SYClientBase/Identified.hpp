@@ -11,14 +11,17 @@ namespace SYCB {
 /// destroys.
 class SYC_API Identified {
 public:
+    /// Unique in the process.
     using Identity = std::uint64_t;
 
     Identified();
     /// A copy is an object of its own.
     Identified(const Identified&) : Identified() {}
+    /// Each stays the object that it was.
     Identified& operator=(const Identified&) { return *this; }
     ~Identified() { ToDestroy(); }
 
+    /// Its number, from its construction on.
     [[nodiscard]] Identity GetIdentity() const noexcept { return identity_; }
     /// Whether the object exists and its destruction has not begun. Safe on any thread.
     [[nodiscard]] static bool InstanceExist(Identity identity);

@@ -13,6 +13,7 @@ namespace SYCB {
 /// process.
 class SYC_API MessageLoop {
 public:
+    /// Hands a task to the main thread of the host.
     using Poster = std::function<void(OV::RunnableTask)>;
 
     /// Hands the task to the main thread and returns at once. Safe on any thread. Tasks posted by
@@ -36,7 +37,9 @@ public:
 /// Delivers a runnable to the main thread: Run posts it to the message loop.
 class SYC_API MessageLoopRunnable final : public OV::Runnable {
 public:
+    /// The task that the main thread is to run.
     explicit MessageLoopRunnable(OV::RunnableTask task) : task_(std::move(task)) {}
+    /// Returns at once.
     void Run() override { MessageLoop::Post(task_); }
 
 private:

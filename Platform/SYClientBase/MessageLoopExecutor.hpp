@@ -18,11 +18,15 @@ public:
     bool Execute(OV::RunnableTask task) override;
     void Shutdown() override;
     void Cancel() override;
+    /// As OV::Executor says; safe on any thread.
+    /// @{
     [[nodiscard]] bool IsShutdown() const override;
     [[nodiscard]] bool IsCanceled() const override;
+    /// @}
     [[nodiscard]] bool IsTerminated() const override;
     /// On the main thread these run the loop while they wait.
     bool AwaitTermination(std::uint32_t milliseconds) override;
+    /// As long as it takes.
     void AwaitTermination() override;
 
 private:

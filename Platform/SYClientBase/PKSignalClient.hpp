@@ -14,6 +14,7 @@
 
 namespace SYCB {
 
+/// Hears the signals of one opened project.
 class SYC_API PKSignalClientObserver : public OV::ObserverBase {
 public:
     virtual ~PKSignalClientObserver() = default;
@@ -47,10 +48,12 @@ public:
     /// returns.
     void Stop();
 
+    /// Which this feeds, and which lives as long.
     [[nodiscard]] PresenceService& GetPresenceService() noexcept { return presence_; }
     /// What was thrown by the last attempt to listen, while the server is not listened to; null
     /// while it is and when nobody has tried. Safe on any thread.
     [[nodiscard]] std::exception_ptr GetFailure() const;
+    /// The clock of GetNextTry, which no change of the computer's time moves.
     using Clock = std::chrono::steady_clock;
     /// When the server is tried again; nothing while no pause is under way: it answers or is being
     /// asked, the user works offline, or the server refused him. Safe on any thread.
@@ -68,10 +71,13 @@ public:
     /// Subscribe lives (see OVRoot/EventSource.hpp). It may outlive this object. With an executor
     /// it is told there, and not at all once the answer has ended.
     void Attach(PKSignalClientObserver& observer);
+    /// See Attach.
+    /// @{
     void Detach(PKSignalClientObserver& observer);
     [[nodiscard]] OV::Subscription Subscribe(PKSignalClientObserver& observer);
     [[nodiscard]] OV::Subscription Subscribe(PKSignalClientObserver& observer,
                                              OV::Executor& executor);
+    /// @}
 
 private:
     struct State;

@@ -17,6 +17,7 @@ enum class PresenceState : std::int32_t {
 
 class PresenceService;
 
+/// Hears when the server of the opened project comes and goes.
 class SYC_API PresenceServiceObserver : public OV::ObserverBase {
 public:
     virtual ~PresenceServiceObserver() = default;
@@ -28,7 +29,9 @@ public:
 /// The presence state of one opened project. Safe on any thread.
 class SYC_API PresenceService {
 public:
+    /// As it was set last.
     [[nodiscard]] PresenceState GetState() const noexcept { return word_.load().state; }
+    /// Whether the server can be worked with now.
     [[nodiscard]] bool IsOnline() const noexcept { return GetState() == PresenceState::Online; }
     /// Tells the observers when the state really changes. Online changes nothing while the state is
     /// held offline.
@@ -37,12 +40,15 @@ public:
     /// The user chose to work offline: from now on nobody sets the state online, until it is
     /// lifted. Changes no state by itself.
     void HoldOffline(bool held) noexcept;
+    /// Whether the user chose to work offline.
     [[nodiscard]] bool IsHeldOffline() const noexcept { return word_.load().held != 0; }
 
     /// An observer detaches before it is destroyed, or is attached only as long as the answer of
     /// Subscribe lives (see OVRoot/EventSource.hpp). It may outlive this object. With an executor
     /// it is told there, and not at all once the answer has ended.
     void Attach(PresenceServiceObserver& observer) { observers_.Attach(observer); }
+    /// See Attach.
+    /// @{
     void Detach(PresenceServiceObserver& observer) { observers_.Detach(observer); }
     [[nodiscard]] OV::Subscription Subscribe(PresenceServiceObserver& observer)
     {
@@ -53,6 +59,7 @@ public:
     {
         return observers_.Subscribe(observer, executor);
     }
+    /// @}
 
 private:
     /// State and hold change as one, or an "online" could slip in between. No padding: the whole

@@ -19,6 +19,7 @@ public:
     [[nodiscard]] virtual IO::Location GetProjectLocation() const = 0;
     /// The cache of the opened project; null when there is none yet.
     [[nodiscard]] virtual std::shared_ptr<CachedProjectInfo> GetCachedProjectInfo() = 0;
+    /// The signal client of the opened project; it lives as long as this object.
     [[nodiscard]] virtual PKSignalClient& GetSignalClient() = 0;
     /// The server session of the opened project; empty before one is known.
     [[nodiscard]] virtual OV::UniString GetSessionId() const = 0;

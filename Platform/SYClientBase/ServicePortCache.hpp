@@ -15,6 +15,7 @@ enum class ServiceType : std::int32_t { Management = 0, Messaging = 1 };
 /// request is made on the calling thread without holding up the others.
 class SYC_API ServicePortCache {
 public:
+    /// The one of this process, which lives until its end.
     [[nodiscard]] static ServicePortCache& GetInstance();
 
     /// The port of the service; 0 when the server lists none. When it is not known yet, the server

@@ -7,8 +7,8 @@ namespace SYCB {
 
 /// What a member may do in a project.
 struct UserAttributes {
-    OV::UniString roleName;
-    OV::HashSet<OV::UniString> permissions;
+    OV::UniString roleName;                  ///< empty when the server did not tell
+    OV::HashSet<OV::UniString> permissions;  ///< names of what the role allows
 
     friend bool operator==(const UserAttributes&, const UserAttributes&) = default;
 };

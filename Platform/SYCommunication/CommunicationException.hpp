@@ -38,10 +38,12 @@ public:
 /// The server refused the request with a numeric code (see SyncraProtocol/ErrorCode.hpp).
 class SYC_API ResponseContentException : public CommunicationException {
 public:
+    /// With the server's code and what it said.
     ResponseContentException(std::int32_t code, OV::UniString message,
                              OV::SourcePlace place = OV::SourcePlace::Here())
         : CommunicationException(std::move(message), place), code_(code)
     {}
+    /// One of SyncraProtocol/ErrorCode.hpp, or a newer server's.
     [[nodiscard]] std::int32_t GetErrorCode() const noexcept { return code_; }
     OV_EXCEPTION_IDENTITY(ResponseContentException)
 

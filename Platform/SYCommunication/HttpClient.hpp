@@ -11,12 +11,15 @@
 
 namespace Communication {
 
+/// What is done with the target.
 enum class HttpMethod { Get, Post, Put, Delete };
 
+/// What is asked of a service.
 struct HttpRequest {
-    HttpMethod method = HttpMethod::Get;
+    HttpMethod method = HttpMethod::Get;  ///< what is done with the target
     /// Path and query, already percent-encoded; begins with "/".
     OV::String target;
+    /// JSON, or the bytes of a picture; empty for none.
     OV::String body;
     /// For "Authorization: Bearer"; empty for none.
     OV::String token;
@@ -24,9 +27,10 @@ struct HttpRequest {
     std::uint32_t timeoutMilliseconds = 0;
 };
 
+/// What a service answered.
 struct HttpResponse {
-    int status = 0;
-    OV::String body;
+    int status = 0;   ///< HTTP's number, 200 for "here you are"
+    OV::String body;  ///< all of it, of at most HttpOptions::maximumAnswerBytes
     /// How many seconds the server asks to wait before the next try; 0 when it does not.
     std::uint32_t retryAfterSeconds = 0;
 };
@@ -42,6 +46,7 @@ SYC_API void PrepareTransport();
 /// a server that is not trusted (see ServerTrust.hpp).
 class SYC_API HttpClient {
 public:
+    /// Connects to nothing before the first request.
     HttpClient(ServerAddress address, HttpOptions options = {});
     ~HttpClient();
     HttpClient(const HttpClient&) = delete;
@@ -53,8 +58,8 @@ public:
     /// called, within 100 ms.
     [[nodiscard]] HttpResponse Perform(const HttpRequest& request);
 
-    /// Sends a last word that nobody depends on, on the connection that is kept; without one nothing
-    /// happens. Neither connects, nor asks anybody, nor waits for more than a millisecond.
+    /// Sends a last word that nobody depends on, on the connection that is kept; without one
+    /// nothing happens. Neither connects, nor asks anybody, nor waits for more than a millisecond.
     void SendLast(HttpRequest request) noexcept;
 
     /// Makes a TLS connection and ends it in the handshake: the certificate of the server, and what
@@ -64,6 +69,7 @@ public:
     /// Ends the request under way, and every later one, with OV::InterruptedException.
     void Cancel();
 
+    /// Where the service listens.
     [[nodiscard]] const ServerAddress& GetAddress() const noexcept { return address_; }
 
 private:

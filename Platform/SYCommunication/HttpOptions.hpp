@@ -7,7 +7,9 @@
 
 namespace Communication {
 
+/// How a client reaches its server, and what it trusts.
 struct HttpOptions {
+    /// How long a connection may take to come about, TLS and proxy included.
     std::uint32_t connectTimeoutMilliseconds = 10'000;
     /// How long a transfer may stand still, the wait for the answer included; a held request passes
     /// its own. The whole takes at most as long, and a second more for each 8 KiB that moved.
@@ -20,6 +22,7 @@ struct HttpOptions {
     /// PEM files with the certificate, and its chain, by which this client shows who it is, and
     /// with its key; empty for none.
     OV::String certificateFile;
+    /// PEM file with the key of `certificateFile`.
     OV::String keyFile;
     /// Proxy as curl writes it ("http://host:port", "socks5h://host:port"); empty follows the
     /// environment of the user. None is used to reach this computer itself. TLS goes through it
@@ -35,6 +38,7 @@ struct HttpOptions {
 /// What a client is made with when nothing else is said. A host that knows its network sets them
 /// once, before its first connection; safe on any thread.
 [[nodiscard]] SYC_API HttpOptions DefaultHttpOptions();
+/// Counts for clients that are made from now on.
 SYC_API void SetDefaultHttpOptions(HttpOptions options);
 
 }  // namespace Communication

@@ -8,9 +8,9 @@ namespace Communication {
 /// Where a service listens. A server name that begins with "https://" asks for TLS; "http://" or
 /// nothing before the host does not.
 struct SYC_API ServerAddress {
-    OV::UniString host;
-    std::uint16_t port = 0;
-    bool secure = false;
+    OV::UniString host;      ///< name or address, an IPv6 one without its brackets
+    std::uint16_t port = 0;  ///< of the service; 0 when it is not known
+    bool secure = false;     ///< whether it is reached by TLS
 
     /// Takes the server name as users and project URLs write it.
     [[nodiscard]] static ServerAddress FromServerName(OV::UniStringView serverName,

@@ -9,6 +9,7 @@
 
 namespace Communication {
 
+/// What the user says about a certificate that no authority vouches for.
 enum class TrustAnswer {
     Refuse,
     TrustOnce,    ///< until this process ends
@@ -31,9 +32,9 @@ public:
 
 /// A server that the user trusts although no authority vouches for it.
 struct TrustedServer {
-    OV::UniString host;
-    std::uint16_t port = 0;
-    OV::UniString fingerprint;
+    OV::UniString host;         ///< name or address, in any letter case
+    std::uint16_t port = 0;     ///< of the service
+    OV::UniString fingerprint;  ///< SHA-256 of its certificate, "AB:CD:..."
 };
 
 /// Which certificates count although no authority vouches for them: each for one host, in any
@@ -43,6 +44,7 @@ struct TrustedServer {
 /// certificate is trusted no other one is, whoever vouches for it. Safe on any thread.
 class SYC_API ServerTrust {
 public:
+    /// The one of this process, which lives until its end.
     [[nodiscard]] static ServerTrust& GetInstance();
 
     /// Asks the user from now on; null refuses without asking, as at first. Returns the former one;

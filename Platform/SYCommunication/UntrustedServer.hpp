@@ -11,12 +11,15 @@ namespace Communication {
 struct ServerCertificate {
     /// SHA-256 of the whole certificate: "AB:CD:...", 32 bytes. Empty when none was shown.
     OV::UniString fingerprint;
+    /// Whom it was made for, as the certificate says.
     OV::UniString subject;
+    /// Who made it, as the certificate says.
     OV::UniString issuer;
     /// Host names and addresses.
     OV::Array<OV::UniString> names;
     /// Seconds since 1970-01-01 UTC.
     std::int64_t validFrom = 0;
+    /// The last second of its use, seconds since 1970-01-01 UTC.
     std::int64_t validUntil = 0;
 };
 
@@ -35,14 +38,16 @@ enum class TrustProblem : int {
 
 /// A server to which nothing was sent, and why.
 struct SYC_API UntrustedServer {
-    OV::UniString host;
-    std::uint16_t port = 0;
+    OV::UniString host;      ///< as it was asked for
+    std::uint16_t port = 0;  ///< of the service
     /// Empty when an authority vouches for the server.
     OV::Array<TrustProblem> problems;
+    /// What it showed; empty without TLS.
     ServerCertificate certificate;
     /// The one that is trusted, for Changed.
     OV::UniString trustedFingerprint;
 
+    /// Whether that is among what is wrong.
     [[nodiscard]] bool Has(TrustProblem problem) const noexcept;
     /// Whether the user may trust the certificate: it is all that is wrong, and none is trusted
     /// yet.
@@ -61,10 +66,12 @@ struct SYC_API UntrustedServer {
 /// nor a token nor a request has left this process for it.
 class SYC_API UntrustedServerException : public ConnectionException {
 public:
+    /// The message is what Describe says.
     explicit UntrustedServerException(UntrustedServer server,
                                       OV::SourcePlace place = OV::SourcePlace::Here())
         : ConnectionException(server.Describe(), place), server_(std::move(server))
     {}
+    /// Which one, and why.
     [[nodiscard]] const UntrustedServer& GetServer() const noexcept { return server_; }
     OV_EXCEPTION_IDENTITY(UntrustedServerException)
 

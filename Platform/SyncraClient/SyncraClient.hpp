@@ -36,6 +36,7 @@ public:
     /// Whether a project of that name exists at all, visible to the user or not, in any letter
     /// case.
     [[nodiscard]] virtual bool ProjectExists(const OV::UniString& projectName) = 0;
+    /// What may be done with the project now.
     [[nodiscard]] virtual Protocol::ProjectState
     GetProjectState(const OV::UniString& projectId) = 0;
 
@@ -44,6 +45,7 @@ public:
     GetSessions(const OV::UniString& projectId) = 0;
     /// Refused with code 17 when the user has one already.
     [[nodiscard]] virtual Protocol::Session StartSession(const OV::UniString& projectId) = 0;
+    /// Ends one of the user's own sessions; refused with code 12 when he has no such session.
     virtual void CloseSession(const OV::UniString& sessionId) = 0;
     /// Who ended a session of the user, and why; nothing when nobody else did.
     [[nodiscard]] virtual std::optional<Protocol::SessionEnd>
@@ -55,6 +57,7 @@ public:
     virtual void SetSessionAttribute(const OV::UniString& sessionId, OV::UniStringView name,
                                      const OV::String& value) = 0;
 
+    /// Where the services of the server listen.
     [[nodiscard]] virtual OV::Array<Protocol::ServicePort> GetServicePortList() = 0;
 
     /// The members of the project; the user must be one. With the place of a former answer
@@ -70,6 +73,7 @@ public:
     /// of flags that all of them show; what changed behind it, GetMailStatus and GetMailHistorical
     /// tell.
     using TakePage = std::function<void(OV::Array<Protocol::Message> page, bool isLast)>;
+    /// See TakePage.
     virtual std::uint64_t GetMails(const OV::UniString& projectId, std::int32_t sinceTime,
                                    const TakePage& take) = 0;
     /// Delivers a mail to its recipients' login names and returns its id. `key` is 1 to 64
@@ -98,6 +102,7 @@ public:
                                                       std::uint64_t& after) = 0;
     /// Ids that the server does not know are passed over.
     virtual void SetMailStatus(const OV::UniString& projectId, const FlagTable& flags) = 0;
+    /// The same for the historical flags.
     virtual void SetMailHistorical(const OV::UniString& projectId, const FlagTable& flags) = 0;
 
     /// Waits on the server for signals after `after`, at most `waitMilliseconds`.
@@ -124,10 +129,10 @@ public:
 
 /// Who signs in where.
 struct SignInData {
-    OV::UniString serverName;
-    std::uint16_t port = 0;
-    OV::UniString userName;
-    OV::Secret password;
+    OV::UniString serverName;  ///< as users and project URLs write it
+    std::uint16_t port = 0;    ///< of the model service
+    OV::UniString userName;    ///< login name
+    OV::Secret password;       ///< in clear text; wiped with this
     /// Takes an answer of another version of the protocol, as long as it can be read at all. A
     /// server that itself refuses this version stays incompatible.
     bool withoutVersionCheck = false;

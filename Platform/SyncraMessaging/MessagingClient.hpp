@@ -18,6 +18,7 @@ namespace Syncra::Messaging {
 /// of Syncra::Client::SyncraClient; ReceivePresence also waits for its time-out.
 class SYC_API MessagingClient {
 public:
+    /// Login names.
     using PresenceIds = OV::HashSet<OV::UniString>;
 
     /// Signs in to the messaging service; throws as Syncra::Client::Connect.

@@ -21,9 +21,9 @@ struct SYC_API EventLogPage {
 
 /// What a user did in a project, as his client tells the server.
 struct SYC_API LoggedEvent {
-    OV::UniString action;
-    std::uint32_t size = 0;  ///< bytes
-    OV::UniString comment;
+    OV::UniString action;       ///< one that servers know by that name
+    std::uint32_t size = 0;     ///< bytes
+    OV::UniString comment;      ///< for people; may be empty
     std::uint32_t seconds = 0;  ///< how long it took
 
     friend bool operator==(const LoggedEvent&, const LoggedEvent&) = default;

@@ -10,13 +10,13 @@ namespace Syncra::Protocol {
 
 /// A member of a project as its model service lists him.
 struct SYC_API Member {
-    std::int16_t id = 0;  ///< short number of the user in this project, 1 to 32767
-    OV::UniString loginName;
-    OV::UniString fullName;
-    OV::Guid guid;
+    std::int16_t id = 0;      ///< short number of the user in this project, 1 to 32767
+    OV::UniString loginName;  ///< what he signs in with
+    OV::UniString fullName;   ///< for people
+    OV::Guid guid;            ///< by which the server knows the user
     std::uint32_t color = 0;  ///< 0xRRGGBB
-    OV::UniString roleName;
-    OV::HashSet<OV::UniString> permissions;
+    OV::UniString roleName;   ///< in this project
+    OV::HashSet<OV::UniString> permissions;  ///< names of what the role allows
 
     friend bool operator==(const Member&, const Member&) = default;
 };
@@ -31,10 +31,10 @@ struct SYC_API MemberAtWork : Member {
 
 /// Who became another since a client asked last.
 struct SYC_API MemberChanges {
-    OV::Array<MemberAtWork> members;
-    OV::Array<OV::Guid> gone;
-    bool isWhole = false;  ///< `members` are all there are
-    OV::UniString place;   ///< what the next request passes on
+    OV::Array<MemberAtWork> members;  ///< who became another, or all
+    OV::Array<OV::Guid> gone;         ///< who are no members any more
+    bool isWhole = false;             ///< `members` are all there are
+    OV::UniString place;              ///< what the next request passes on
 };
 
 /// A user's photo as the management service keeps it. Type and data are empty when there is none.
@@ -43,7 +43,7 @@ struct SYC_API Photo {
     static constexpr std::size_t MaximumSize = 4 * 1024 * 1024;
 
     OV::UniString type;  ///< media type: "image/png" or "image/jpeg"
-    OV::String data;
+    OV::String data;     ///< the encoded picture
 
     friend bool operator==(const Photo&, const Photo&) = default;
 };

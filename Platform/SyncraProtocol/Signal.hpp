@@ -6,6 +6,7 @@
 
 namespace Syncra::Protocol {
 
+/// What happened in a project; the numbers are those of the protocol.
 enum class SignalId : std::int32_t {
     ProjectStateChanged = 1,
     SessionsChanged = 2,
@@ -13,15 +14,16 @@ enum class SignalId : std::int32_t {
     NewMail = 4,
     SessionEnded = 5,  ///< for the owner alone of a session that somebody else ended
 };
+/// All of them, for who begins anew.
 inline constexpr SignalId EverySignal[] = {SignalId::ProjectStateChanged, SignalId::SessionsChanged,
                                            SignalId::MembersChanged, SignalId::NewMail,
                                            SignalId::SessionEnded};
 
 /// One event of a project, in the order of its sequence.
 struct SYC_API Signal {
-    std::uint64_t sequence = 0;
-    SignalId id = SignalId::ProjectStateChanged;
-    OV::UniString projectId;
+    std::uint64_t sequence = 0;                   ///< rises with each signal of the project
+    SignalId id = SignalId::ProjectStateChanged;  ///< what happened
+    OV::UniString projectId;                      ///< where
 
     friend bool operator==(const Signal&, const Signal&) = default;
 };
@@ -31,7 +33,7 @@ struct SYC_API Signal {
 /// there.
 struct SYC_API SignalBatch {
     OV::Array<Signal> events;  ///< not "signals", which is a keyword to hosts with Qt
-    std::uint64_t next = 0;
+    std::uint64_t next = 0;    ///< what the next request passes on
 };
 
 }  // namespace Syncra::Protocol

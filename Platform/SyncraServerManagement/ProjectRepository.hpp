@@ -22,6 +22,7 @@ namespace Syncra::Server::Management {
 /// UserRepository.
 class SYC_API ProjectRepository {
 public:
+    /// Signs in, which is one request; throws as the calls do.
     explicit ProjectRepository(
         const Client::SignInData& data,
         const Communication::HttpOptions& options = Communication::DefaultHttpOptions());
@@ -31,16 +32,22 @@ public:
 
     /// The families live as long as the repository. A project's password is neither sent nor read.
     [[nodiscard]] RecordFamily<V2::Project>& Projects() { return projects_; }
+    /// As Projects.
+    /// @{
     [[nodiscard]] RecordFamily<ProjectCategory>& Categories() { return categories_; }
     [[nodiscard]] RecordFamily<ConnectedModule>& Modules() { return modules_; }
+    /// @}
 
     /// Projects of the categories `from` come under `into`, and `from` are deleted, together or not
     /// at all.
     void MergeCategories(const OV::Array<OV::UniString>& from, const OV::UniString& into);
 
     // The members of a project one by one. `user` is an identifier or a login name, `role` a name.
+    /// Throws UserRepositoryObjectNotFoundException when user, role or project is none of the
+    /// server's.
     void AddMember(const OV::UniString& projectId, const OV::UniString& loginName,
                    const OV::UniString& role);
+    /// The same for one who is a member.
     void SetMemberRole(const OV::UniString& projectId, const OV::UniString& user,
                        const OV::UniString& role);
     /// Ends his session, and deletes his mails.
@@ -51,8 +58,11 @@ public:
     /// Its owner is told who did so, and the reason.
     void EndSession(const OV::UniString& sessionId, const OV::UniString& reason);
 
+    /// The server's settings, for administrators; what is set is replaced whole.
+    /// @{
     [[nodiscard]] ServerConfiguration GetConfiguration();
     void SetConfiguration(const ServerConfiguration& configuration);
+    /// @}
 
     /// False once a call did not reach the server, and after Close. Safe on any thread.
     [[nodiscard]] bool IsUsable() const;

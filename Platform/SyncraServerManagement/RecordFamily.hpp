@@ -28,6 +28,8 @@ public:
     Record Insert(const Record& record);
     /// Replaces the record of that identifier whole; the record as the server keeps it now.
     Record Update(const Record& record);
+    /// Throws UserRepositoryObjectNotFoundException, and what the server answers for a record in
+    /// use.
     void Delete(const OV::UniString& id);
 
     RecordFamily(const RecordFamily&) = delete;

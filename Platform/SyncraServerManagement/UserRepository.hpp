@@ -28,6 +28,7 @@ namespace Syncra::Server::Management {
 /// identifier and his login name are both good.
 class SYC_API UserRepository {
 public:
+    /// Signs in, which is one request; throws as the calls do.
     explicit UserRepository(
         const Client::SignInData& data,
         const Communication::HttpOptions& options = Communication::DefaultHttpOptions());
@@ -38,6 +39,8 @@ public:
     /// The families live as long as the repository. A user who is inserted through Users() cannot
     /// sign in until he has a password.
     [[nodiscard]] RecordFamily<User>& Users() { return users_; }
+    /// As Users.
+    /// @{
     [[nodiscard]] RecordFamily<Role>& Roles() { return roles_; }
     [[nodiscard]] RecordFamily<Group>& Groups() { return groups_; }
     [[nodiscard]] RecordFamily<Permission>& Permissions() { return permissions_; }
@@ -46,9 +49,11 @@ public:
     {
         return customProperties_;
     }
+    /// @}
 
     /// In any ASCII letter case; nothing when there is none.
     [[nodiscard]] std::optional<User> FindUserByLoginName(const OV::UniString& loginName);
+    /// A user who can sign in at once; the record as the server keeps it.
     User InsertUser(const User& user, const OV::Secret& password);
     /// For the user himself and administrators. Signs him out everywhere else.
     void SetUserPassword(const OV::UniString& user, const OV::Secret& password);

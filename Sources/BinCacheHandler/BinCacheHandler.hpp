@@ -29,19 +29,24 @@ public:
     /// BinCacheHandlerException.
     explicit BinCacheHandler(const OV::UniString& name);
 
+    /// Lines in shared ownership that nobody changes any more.
     using Lines = LogLines;
 
     /// Replaces the lines. What they share with those before, as a copy that lines were appended to
     /// does, costs nothing.
     void SetProjectData(const OV::PagedArray<LogDataLine>& lines);
+    /// Copies them, which costs a step for each page.
     void GetProjectData(OV::PagedArray<LogDataLine>& out) const { out = *GetLines(); }
     /// As they are now, whatever happens to this object.
     [[nodiscard]] Lines GetLines() const { return GetState().lines; }
     /// The newest time that was ever set or read for the project, in seconds since 1970-01-01 UTC;
     /// 0 when there is none.
     [[nodiscard]] std::int32_t GetLastLogTime(const OV::UniString& projectId) const;
+    /// The statistics of the server, replaced or copied whole.
+    /// @{
     void SetPerformanceData(const PerformanceData& data);
     void GetPerformanceData(PerformanceData& out) const;
+    /// @}
 
     /// Brings the folder to the state of this object. Files whose content would stay the same are
     /// left alone. A project file that another process wrote since this object read or wrote it
@@ -68,6 +73,7 @@ public:
     /// The same without the statistics, whatever version they are of.
     void GetCacheLines(const Progress& progress = {});
 
+    /// Where the files stand.
     [[nodiscard]] const IO::Location& GetFolder() const noexcept { return folder_; }
 
 private:

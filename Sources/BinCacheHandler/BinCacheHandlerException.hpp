@@ -9,6 +9,7 @@ namespace SYC {
 /// whichever file of the handler throws it.
 class SYC_API BinCacheHandlerException : public OV::Exception {
 public:
+    /// `message` is UTF-8; `cause` is what led to it, or null.
     explicit BinCacheHandlerException(OV::StringView message,
                                       std::shared_ptr<const OV::Exception> cause = nullptr,
                                       int line = __builtin_LINE())

@@ -15,48 +15,61 @@ struct SYC_API Diagnosis {
     /// One part of the way to a server, and how it ended.
     struct Step {
         OV::UniString name;  ///< "name look-up", "connect", "TLS", "version", "sign-in", "projects"
-        OV::UniString address;  ///< what was tried
-        std::uint32_t milliseconds = 0;
-        bool succeeded = false;
-        OV::UniString outcome;  ///< in words; of a failure, why
-        OV::UniString advice;   ///< what the user can do about a failure; empty otherwise
+        OV::UniString address;           ///< what was tried
+        std::uint32_t milliseconds = 0;  ///< that it took
+        bool succeeded = false;          ///< whether the way goes on
+        OV::UniString outcome;           ///< in words; of a failure, why
+        OV::UniString advice;            ///< what the user can do about a failure; empty otherwise
     };
+    /// One cache below the data folder.
     struct Cache {
+        /// Where it stands.
         IO::Location folder;
-        OV::UniString server, project, user;  ///< empty when the cache cannot be read
-        bool hasUnsentChanges = false;
-        std::uint32_t waitingMails = 0;
+        /// These three are empty when the cache cannot be read.
+        OV::UniString server;
+        OV::UniString project;            ///< its name
+        OV::UniString user;               ///< login name
+        bool hasUnsentChanges = false;    ///< not sent to the server yet
+        std::uint32_t waitingMails = 0;   ///< in the outbox
         OV::Array<OV::UniString> damage;  ///< a sentence for each file that is not as it should be
     };
     /// A lock file that stands there; nobody holds one that a process left behind.
     struct Lock {
-        IO::Location file;
+        IO::Location file;           ///< where it stands
         std::int64_t processId = 0;  ///< 0 when nobody holds it
-        OV::UniString program;
+        OV::UniString program;       ///< name of the process; empty when nobody knows
     };
+    /// A part of the library, or a library that it stands upon.
     struct Version {
-        OV::UniString name, number;
+        OV::UniString name;    ///< which one
+        OV::UniString number;  ///< of its version
     };
 
+    /// Of the library and of what it stands upon.
     OV::Array<Version> versions;
+    /// The way to the server; empty when none was asked for.
     OV::Array<Step> steps;
+    /// Those below the data folder.
     OV::Array<Cache> caches;
+    /// Those of the user, with who holds them.
     OV::Array<Lock> locks;
+    /// The last lines, oldest first, without secrets.
     OV::Array<OV::UniString> log;
 };
 
 /// What is looked at.
 struct SYC_API DiagnosisRequest {
+    /// Who signs in where.
     struct Login {
-        OV::UniString serverName;
-        std::uint16_t port = 0;
-        OV::UniString userName;  ///< empty: nobody signs in
-        OV::Secret password;
+        OV::UniString serverName;  ///< as users write it
+        std::uint16_t port = 0;    ///< of the model service
+        OV::UniString userName;    ///< empty: nobody signs in
+        OV::Secret password;       ///< in clear text; it comes into no part of the answer
     };
-    std::optional<Login> login;  ///< nothing: no server is asked
-    IO::Location dataFolder;     ///< of the caches
-    IO::Location logFile;        ///< see LogFile.hpp
-    std::int32_t logSeconds = 3600;
+    std::optional<Login> login;                ///< nothing: no server is asked
+    IO::Location dataFolder;                   ///< of the caches
+    IO::Location logFile;                      ///< see LogFile.hpp
+    std::int32_t logSeconds = 3600;            ///< how much of the log is wanted, back from now
     std::uint32_t connectMilliseconds = 5000;  ///< for each address
 };
 

@@ -24,6 +24,7 @@ public:
     /// there and cannot be read.
     [[nodiscard]] OV::Array<OV::UniString> ReadLast(std::int32_t seconds) const;
 
+    /// At which a file is put aside.
     static constexpr std::uint64_t MostBytes = 1 << 20;
 
 private:

@@ -14,6 +14,7 @@ class Executor;
 
 namespace SYC {
 
+/// How far a flow has come.
 enum class FlowState : std::int32_t {
     Idle,       ///< nothing was started yet
     Running,    ///< GetProgress says with what
@@ -22,6 +23,7 @@ enum class FlowState : std::int32_t {
     Cancelled,  ///< likewise, because somebody asked for it
 };
 
+/// Hears of a flow, on its home executor.
 class SYC_API FlowObserver : public OV::ObserverBase {
 public:
     /// State, progress or contents of the flow became others.
@@ -33,7 +35,9 @@ protected:
 
 /// Where a flow works, and where it tells its observers. Both outlive it.
 struct FlowExecutors {
+    /// Where requests run; one thread or more.
     OV::Executor& worker;
+    /// Runs its tasks on one thread, on which the flow is used.
     OV::Executor& home;
 };
 
@@ -47,7 +51,9 @@ public:
     Flow(const Flow&) = delete;
     Flow& operator=(const Flow&) = delete;
 
+    /// Of the last run.
     [[nodiscard]] FlowState GetState() const noexcept { return state_; }
+    /// Whether something is under way.
     [[nodiscard]] bool IsRunning() const noexcept { return state_ == FlowState::Running; }
     /// Why the last run failed or was cancelled; none otherwise.
     [[nodiscard]] const Failure& GetFailure() const noexcept { return failure_; }
@@ -71,25 +77,30 @@ protected:
     using Report = std::function<void(const OV::UniString& progress)>;
     /// What came of the work. One that failed may have found something all the same.
     struct Result {
-        TakeOver takeOver;
-        Failure failure;
+        TakeOver takeOver;  ///< may be empty
+        Failure failure;    ///< none when it succeeded
     };
     /// Done on the worker, below the interruption flag that Cancel sets; touches nothing of the
     /// flow. What it throws is the failure.
     using Work = std::function<Result(const Report& report)>;
 
+    /// The executors outlive the flow.
     explicit Flow(const FlowExecutors& executors) : executors_(executors) {}
 
     /// Begins; what was under way is asked to stop and tells nothing any more.
     void Start(Work work);
     /// For a TakeOver: the flow goes on on the home executor, until End. Cancel calls _Cancelled.
     void GoOn(const OV::UniString& progress);
+    /// Cancel was called after GoOn; the place to call End.
     virtual void _Cancelled() {}
+    /// Ends what GoOn began; on the home executor.
     void End(const Result& result);
     /// Nothing was started: what is under way is asked to stop and tells nothing any more.
     void Reset();
+    /// Tells the observers that contents became others.
     void NotifyChanged();
 
+    /// Those that were given.
     [[nodiscard]] const FlowExecutors& GetExecutors() const noexcept { return executors_; }
 
 private:

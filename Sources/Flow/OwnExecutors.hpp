@@ -12,6 +12,7 @@ namespace SYC {
 /// that was asked to stop.
 class SYC_API OwnExecutors {
 public:
+    /// Valid as long as this lives.
     [[nodiscard]] operator FlowExecutors() noexcept { return {worker_, home_}; }
 
 private:

@@ -13,6 +13,7 @@ class PerformanceData;
 /// cache.
 class SYC_API EventLogObserver : public OV::ObserverBase {
 public:
+    /// Which chart; kept under this name for observers.
     using ChartType = ::ChartType;
 
     virtual ~EventLogObserver() = default;
@@ -20,6 +21,7 @@ public:
     virtual void RefreshLog(const OV::PagedArray<LogDataLine>& /*lines*/) {}
     /// Some of the lines, for the eye, while the rest is being read.
     virtual void PreviewLog(const OV::PagedArray<LogDataLine>& /*lines*/) {}
+    /// The statistics were updated.
     virtual void RefreshPerformance(const PerformanceData& /*data*/) {}
     /// An update has come so far; a total of 0 is not known yet.
     virtual void UpdateProgress(std::uint64_t /*done*/, std::uint64_t /*total*/) {}

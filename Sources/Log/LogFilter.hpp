@@ -12,11 +12,13 @@ namespace SYC {
 
 /// Which lines of a log are wanted. Texts count to the letter; what is not set keeps every line.
 struct SYC_API LogFilter {
-    std::optional<OV::UniString> projectId;
+    std::optional<OV::UniString> projectId;  ///< the server's identifier
     /// Seconds since 1970-01-01 UTC, both included.
     std::int64_t from = std::numeric_limits<std::int64_t>::min();
+    /// See `from`.
     std::int64_t to = std::numeric_limits<std::int64_t>::max();
-    std::optional<OV::UniString> user;
+    std::optional<OV::UniString> user;  ///< the full name
+    /// as it is shown, see LogDataLine::GetOperationText
     std::optional<OV::UniString> operationText;
     std::uint32_t smallestSize = 0;  ///< bytes
 

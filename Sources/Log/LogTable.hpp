@@ -16,7 +16,9 @@ class SYC_API LogTable final : public Dlg::ListRows {
 public:
     /// From 1.
     enum Column : int { Timestamp = 1, User, Action, Comment, Size, Duration };
+    /// How many columns there are.
     static constexpr int ColumnCount = Duration;
+    /// Lines in shared ownership that nobody changes.
     using Lines = LogLines;
 
     /// The rows are lines of `lines`, in that order.
@@ -24,11 +26,15 @@ public:
         : lines_(std::move(lines)), rows_(std::move(rows))
     {}
 
+    /// How many rows there are.
     [[nodiscard]] int GetCount() const override { return static_cast<int>(rows_.size()); }
+    /// What a cell shows, in the user's language and time zone.
     [[nodiscard]] OV::UniString GetText(int row, int column) const override;
     [[nodiscard]] int GetPicture(int row, int column) const override;
+    /// The line that a row shows.
     [[nodiscard]] const LogDataLine& GetLine(int row) const;
 
+    /// What stands above a column, in the user's language.
     [[nodiscard]] static const OV::UniString& GetTitle(int column);
     /// The same rows by a column; those that are equal in it stay in their order.
     [[nodiscard]] std::shared_ptr<LogTable> Sorted(int column, bool ascending) const;

@@ -26,6 +26,8 @@ public:
     /// Subscribe lives (see OVRoot/EventSource.hpp). It may outlive this object. With an executor
     /// it is told there, and not at all once the answer has ended.
     void Attach(EventLogObserver& observer) { observers_.Attach(observer); }
+    /// See Attach.
+    /// @{
     void Detach(EventLogObserver& observer) { observers_.Detach(observer); }
     [[nodiscard]] OV::Subscription Subscribe(EventLogObserver& observer)
     {
@@ -35,6 +37,7 @@ public:
     {
         return observers_.Subscribe(observer, executor);
     }
+    /// @}
 
     /// Updates once in the background; an update that still runs is interrupted and awaited. It
     /// ends in any case: whatever is thrown, but for the interruption, the observers are told that
@@ -42,7 +45,10 @@ public:
     void Start();
     /// Ends the update within a tenth of a second, whatever it waits for.
     void Interrupt();
+    /// Waits until the update in the background has ended; an interruption of the calling thread
+    /// does not end the wait.
     void Await();
+    /// Whether an update in the background is under way. Safe on any thread.
     [[nodiscard]] bool IsRunning() const noexcept { return isRunning_; }
     /// Why the last update in the background failed: FailureKind::ThisComputer when all came and
     /// the cache could not be written, FailureKind::Cancelled when it was interrupted; none when it

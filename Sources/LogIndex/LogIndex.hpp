@@ -13,6 +13,7 @@
 /// one stands right behind the one that the search meets. For one thread.
 class SYC_API LogIndex {
 public:
+    /// Which kind of key the items have; the numbers are those of the stream.
     enum IndexType : std::int32_t {
         SingleColumn = 1,
         Composite = 2,
@@ -36,13 +37,16 @@ public:
     [[nodiscard]] virtual OV::Ref<IndexItem> CreateElement();
     /// GetData then gives these rows alone. Linear in rows and items.
     virtual void SetFilteredRows(OV::StableArray<std::uint32_t> rows);
+    /// GetData gives all rows again.
     virtual void ResetFilter();
+    /// Stands for no row at all.
     static constexpr std::uint32_t NoRow = 0xFFFF'FFFF;
     /// The row at a position of the index, filtered or not; NoRow behind the end.
     [[nodiscard]] virtual std::uint32_t GetPositionAt(std::uint32_t pos) const;
 
     /// A null value throws OV::NullReferenceException.
     void Add(std::uint32_t row, const OV::Ref<OV::Object>& value);
+    /// A row with those texts in the columns.
     void AddComposite(std::uint32_t row, OV::Array<OV::UniString> parts);
     /// UTF-8 of the row's text, or of its parts in the order of GetIndexedFields, made for a row
     /// number counted from 0.
@@ -51,10 +55,12 @@ public:
     /// OV::InterruptedException when the calling thread is interrupted; there may be rows then.
     virtual void AddRows(std::uint32_t count, const RowTexts& texts);
 
+    /// In items, the filtered out ones included.
     [[nodiscard]] std::uint32_t GetSize() const noexcept
     {
         return static_cast<std::uint32_t>(items_.Size());
     }
+    /// One column or several.
     [[nodiscard]] IndexType GetType() const noexcept { return type_; }
     /// Drops the items; the filter stays.
     void Clear() { items_.Clear(); }
@@ -64,6 +70,7 @@ public:
     /// calling thread is interrupted.
     [[nodiscard]] OV::StableArray<std::uint32_t> GetData(std::uint32_t from, std::uint32_t to,
                                                          bool ascending) const;
+    /// All of them; see above.
     [[nodiscard]] OV::StableArray<std::uint32_t> GetData(bool ascending) const
     {
         return GetData(0, GetSize() - 1, ascending);
@@ -81,13 +88,17 @@ public:
     [[nodiscard]] int Read(OV::IChannel& channel);
 
 protected:
+    /// For derived classes: `type` goes into the stream.
     LogIndex(std::uint32_t field, IndexType type) noexcept : field_(field), type_(type) {}
 
+    /// Puts the item into its place.
     void AddElement(const std::uint32_t& row, OV::Ref<IndexItem> item);
     /// A position with an equal item, or where the search for one ends. The item at 0 is never
     /// looked at.
     [[nodiscard]] std::uint32_t LogSearch(const OV::Ref<IndexItem>& key) const;
+    /// The item at a position, which must be there.
     [[nodiscard]] const IndexItem& ItemAt(std::uint32_t pos) const { return *items_[pos]; }
+    /// Puts the item behind the others, whatever its place.
     void Append(OV::Ref<IndexItem> item) { items_.PushBack(std::move(item)); }
 
 private:

@@ -19,11 +19,14 @@ public:
                           const OV::StableArray<std::uint32_t>* rows) = 0;
     /// The line that is read next; reading by rows begins with the first one again.
     virtual void SetStartLine(const std::uint32_t& line) = 0;
+    /// How many lines there are.
     [[nodiscard]] virtual std::uint32_t GetLineCount() const = 0;
 
     /// Takes the index, which becomes the default one when `makeDefault` is true.
     virtual void AddIndex(LogIndex* index, bool makeDefault);
+    /// Only what passes counts from now on; nothing here.
     virtual void SetFilter(OV::UniString) {}
+    /// Everything counts again; nothing here.
     virtual void ResetFilter() {}
     /// Releases all indexes.
     virtual void DropIndices();
@@ -35,6 +38,7 @@ public:
 
 protected:
     LogParser() = default;
+    /// In the order in which they were added.
     [[nodiscard]] const OV::Array<OV::Ref<LogIndex>>& Indices() const noexcept { return indices_; }
 
 private:

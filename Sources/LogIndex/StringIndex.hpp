@@ -7,6 +7,7 @@
 /// The rows of a log in the order of the texts of a column, code unit by code unit.
 class SYC_API StringIndex : public LogIndex {
 public:
+    /// `field` is the number of the column, from 0.
     explicit StringIndex(std::uint32_t field) noexcept : LogIndex(field) {}
 
     /// `value` is an OV::UniStringObject; any other one counts as an empty text.
@@ -30,15 +31,19 @@ public:
     [[nodiscard]] OV::Array<OV::UniString> GetUniqueKeys() const;
 
 protected:
+    /// For derived classes: `type` goes into the stream.
     StringIndex(std::uint32_t field, IndexType type) noexcept : LogIndex(field, type) {}
 
     /// Whether the item of a position matches.
     using Matches = std::function<bool(OV::UniStringView value)>;
+    /// The first position that matches, from where the search for `start` ends.
     [[nodiscard]] std::uint32_t FindFirst(OV::UniString start, const Matches& matches) const;
+    /// The last position that matches, likewise.
     [[nodiscard]] std::uint32_t FindLast(OV::UniString start, const Matches& matches) const;
     /// Fills the empty index with items of the texts that `makeKey` appends to `key` for the texts
     /// of a row's columns, in UTF-8, as adding the rows one by one would.
     using MakeKey = void (*)(const OV::Array<OV::StringView>& parts, OV::String& key);
+    /// See MakeKey. Throws OV::InterruptedException when the calling thread is interrupted.
     void Fill(std::uint32_t count, const RowTexts& texts, MakeKey makeKey);
 
 private:

@@ -8,10 +8,10 @@
 
 /// Where a log is fetched from.
 struct SYC_API LogSource {
-    OV::UniString host;
-    std::uint16_t port = 0;  ///< of the model service
-    OV::UniString userName;
-    OV::Secret password;
+    OV::UniString host;       ///< of the server, as users write it
+    std::uint16_t port = 0;   ///< of the model service
+    OV::UniString userName;   ///< login name
+    OV::Secret password;      ///< in clear text; wiped with this
     OV::UniString projectId;  ///< empty for the log of the server
 
     /// The name under which the server's logs are cached: a folder's.
@@ -28,6 +28,7 @@ enum class LogType : std::int32_t {
 /// separators.
 class SYC_API TextParser : public LogParser {
 public:
+    /// Fetches nothing before GetLatestEvents.
     TextParser(LogSource source, LogType type) : source_(std::move(source)), type_(type) {}
 
     /// Fetches the lines of the time from `from` to `to`, in seconds since 1970-01-01 UTC, both
@@ -43,9 +44,11 @@ public:
     int ParseLine(OV::Array<OV::Ref<OV::Object>>& fields,
                   const OV::StableArray<std::uint32_t>* rows) override;
     void SetStartLine(const std::uint32_t& line) override;
+    /// Of the text that was fetched or set last.
     [[nodiscard]] std::uint32_t GetLineCount() const override { return text_.GetLineCount(); }
     /// Only rows whose line holds this text count for the indexes; an empty one is no filter.
     void SetFilter(OV::UniString filter) override;
+    /// All rows count again for the indexes.
     void ResetFilter() override;
     /// The filter is laid upon the indexes.
     void FilterChangedNotification();

@@ -25,6 +25,8 @@ public:
     class Keeper {
     public:
         Keeper() noexcept = default;
+        /// Whoever has one keeps the block.
+        /// @{
         Keeper(const Keeper& other) noexcept : block_(other.block_)
         {
             if (block_ != nullptr)
@@ -36,12 +38,15 @@ public:
             std::swap(block_, other.block_);
             return *this;
         }
+        /// @}
         ~Keeper()
         {
             if (block_ != nullptr)
                 LetGo(block_, 1);
         }
+        /// Whether there is a block.
         [[nodiscard]] explicit operator bool() const noexcept { return block_ != nullptr; }
+        /// The block; there must be one.
         [[nodiscard]] const LogBlock* operator->() const noexcept { return block_; }
 
     private:
@@ -54,8 +59,8 @@ public:
 
     /// Where the texts of a line stand.
     struct Texts {
-        Keeper block;
-        std::uint32_t place;
+        Keeper block;         ///< that they stand in
+        std::uint32_t place;  ///< where the line begins in it
     };
     /// The texts of the line at `place`, without its numbers.
     [[nodiscard]] LogRecord TextsAt(std::uint32_t place) const noexcept;

@@ -14,6 +14,7 @@ public:
     /// A text of 4 GiB and more throws OV::IllegalArgumentException.
     explicit LogText(OV::String text);
 
+    /// Empty ones are not counted.
     [[nodiscard]] std::uint32_t GetLineCount() const noexcept
     {
         return static_cast<std::uint32_t>(lines_.size());

@@ -52,7 +52,9 @@ public:
 
     /// The flags may be read on any thread.
     [[nodiscard]] bool IsPending() const noexcept { return isPending_; }
+    /// Whether the reaction is left out.
     [[nodiscard]] bool IsCancelled() const noexcept { return isCancelled_; }
+    /// Whether the task succeeded; false while it is pending.
     [[nodiscard]] bool HasSucceeded() const noexcept { return hasSucceeded_; }
 
     /// On the main thread, after the task has finished; one that was cancelled before is not even
@@ -64,6 +66,7 @@ protected:
     virtual void RunResponse() = 0;
     /// For the constructor of a response that has no reaction.
     void CancelReaction() noexcept { isCancelled_ = true; }
+    /// For the task, before it notifies.
     void SetResult(bool hasSucceeded) noexcept { hasSucceeded_ = hasSucceeded; }
 
 private:

@@ -30,7 +30,7 @@ class TaskMaker;
 struct FailureManner {
     /// Named in the alert.
     ObjectType object = ObjectType::None;
-    const OV::UniString* name = nullptr;
+    const OV::UniString* name = nullptr;  ///< of the object, for the alert; null when it has none
     /// An object that is gone is what the operation was to bring about.
     bool succeedsWhenGone = false;
     /// That nothing was found is an answer of its own, not told.
@@ -80,7 +80,9 @@ public:
     [[nodiscard]] RequestFailure GetLastFailure() const;
 
 protected:
+    /// Makes the task of one attempt.
     using MakeTask = TaskMaker<Repository>;
+    /// The records of one kind in this repository.
     template <class Record>
     using Kind = RecordKind<Repository, Record>;
 
@@ -90,14 +92,19 @@ protected:
     /// The operations on the records of a kind.
     template <class Record>
     bool List(const Kind<Record>& kind, OV::Array<Record>& records);
+    /// The one of that identifier.
     template <class Record>
     bool Get(const Kind<Record>& kind, const OV::UniString& id, Record& record);
+    /// The one of that name.
     template <class Record>
     bool Find(const Kind<Record>& kind, const OV::UniString& name, Record& record);
+    /// Adds it; `record` becomes as the server keeps it.
     template <class Record>
     bool Insert(const Kind<Record>& kind, Record& record);
+    /// Replaces it; `record` becomes as the server keeps it.
     template <class Record>
     bool Update(const Kind<Record>& kind, Record& record);
+    /// Deletes the one of its identifier.
     template <class Record>
     bool Delete(const Kind<Record>& kind, const Record& record);
 
@@ -113,7 +120,9 @@ protected:
     /// One attempt, which tells nothing; how it failed, or nothing after a success.
     std::optional<RequestFailure> Attempt(const MakeTask& make);
 
+    /// The repository that requests go to from now on; empty for none. Safe on any thread.
     void Hold(OV::Ref<Repository> repository);
+    /// The repository that requests go to; empty when there is none. Safe on any thread.
     [[nodiscard]] OV::Ref<Repository> Held() const;
 
 private:

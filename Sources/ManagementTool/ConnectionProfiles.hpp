@@ -11,11 +11,11 @@ namespace Syncra::Server::ManagementTool::GUI {
 /// Where a user works: a server, his login there and a project, under a name of his own. Empty
 /// texts and port 0 are what was not remembered.
 struct SYC_API ConnectionProfile {
-    OV::UniString name;
-    OV::UniString serverName;
-    std::uint16_t port = 0;
-    OV::UniString userName;
-    OV::UniString projectName;
+    OV::UniString name;         ///< by which the user picks it
+    OV::UniString serverName;   ///< as he writes it
+    std::uint16_t port = 0;     ///< of the model service
+    OV::UniString userName;     ///< login name
+    OV::UniString projectName;  ///< that he works in
 
     friend bool operator==(const ConnectionProfile&, const ConnectionProfile&) = default;
 };
@@ -53,6 +53,7 @@ public:
     /// False when there is none of that name.
     [[nodiscard]] bool SetCurrent(const OV::UniString& name);
 
+    /// Where the file stands, or would.
     [[nodiscard]] const IO::Location& GetFileLocation() const noexcept { return fileLocation_; }
 
 private:

@@ -11,8 +11,10 @@ namespace Syncra::Server::ManagementTool::Core {
 template <class Channel>
 class DisposeChannelTask final : public OV::Runnable {
 public:
+    /// Takes the channel over.
     explicit DisposeChannelTask(std::unique_ptr<Channel> channel) : channel_(std::move(channel)) {}
 
+    /// Releases it; nothing when it has gone already.
     void Run() override { channel_.reset(); }
     /// Throws OV::NullReferenceException once it has run.
     [[nodiscard]] Channel& GetChannel() const
@@ -26,7 +28,9 @@ private:
     std::unique_ptr<Channel> channel_;
 };
 
+/// For an import.
 using DisposeXMLIChannelTask = DisposeChannelTask<OV::XMLIChannel>;
+/// For an export.
 using DisposeXMLOChannelTask = DisposeChannelTask<OV::XMLOChannel>;
 
 }  // namespace Syncra::Server::ManagementTool::Core

@@ -9,10 +9,10 @@ namespace Syncra::Server::ManagementTool::Core {
 
 /// How a request to a repository failed: what an alert tells, and what it leaves out.
 struct RequestFailure : SYC::Failure {
-    ErrorType type = ErrorType::NoError;
+    ErrorType type = ErrorType::NoError;  ///< which alert tells it
     /// Where it was thrown, for the debug output.
     OV::String sourceName;
-    int line = 0;
+    int line = 0;  ///< of that source
 };
 
 /// Called in a handler: what the exception that is being handled means.

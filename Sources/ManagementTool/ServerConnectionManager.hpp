@@ -31,8 +31,11 @@ class UserRepositoryManager;
 class SYC_API ServerConnectionManager final : public SYCB::PresenceServiceObserver,
                                               public OV::EventSource<ServerConnectionObserver> {
 public:
+    /// The names that callers know them by.
+    /// @{
     using ErrorType = Core::ErrorType;
     using ObjectType = Core::ObjectType;
+    /// @}
 
     /// Made on first use. When the process ends, work that was given up ends first and then what
     /// this one's destructor ends; observers of static duration may still detach themselves.
@@ -61,25 +64,35 @@ public:
     /// Reconnects both repositories whenever the service comes online; null is ignored. The service
     /// may go before this object or after it.
     void AttachConnection(SYCB::PresenceService* presence);
+    /// Not told any more when it returns; unknown ones and null are ignored.
     void DetachConnection(SYCB::PresenceService* presence);
 
+    /// The current server, as it was given to SetConnection; empty when there is none.
     [[nodiscard]] OV::UniString GetServerName() const;
     /// The name under which the server was reached; its own when none is known.
     [[nodiscard]] OV::UniString GetValidatedServerName() const;
+    /// Of the current server, 0 when it is not known.
     [[nodiscard]] short GetManagementPort() const;
+    /// Of the current server.
     [[nodiscard]] short GetModelPort() const;
+    /// What SetConnection connected.
     [[nodiscard]] ConnectionType GetConnectionType() const;
+    /// The login name that is used on the server.
     [[nodiscard]] OV::UniString GetUserName() const;
     /// Clear text; the caller wipes his copy.
     [[nodiscard]] OV::UniString GetPassword() const;
+    /// For the next SetConnection or ReConnect.
+    /// @{
     void SetUserName(const OV::UniString& name);
     void SetPassword(const OV::Secret& password);
+    /// @}
 
     /// Not to be used after this object is gone.
     [[nodiscard]] const OV::Ref<UserRepositoryManager>& GetUserManager() const noexcept
     {
         return userManager_;
     }
+    /// See GetUserManager.
     [[nodiscard]] const OV::Ref<ProjectRepositoryManager>& GetProjectManager() const noexcept
     {
         return projectManager_;
@@ -92,8 +105,11 @@ public:
     void StopExecutor();
 
     // Attach and Detach are the event source's.
+    /// What the observers of that name are told; the library itself tells only of changes.
+    /// @{
     void SendServerChangedNotification();
     void SendServerLostNotification();
+    /// @}
 
 private:
     struct Connection {

@@ -11,6 +11,7 @@ public:
     /// There is another current server, or a new connection to the same one. The repository
     /// managers are connected after this, not yet.
     virtual void ServerChanged() {}
+    /// The host said that the server is out of reach (SendServerLostNotification).
     virtual void ServerLost() {}
 };
 

@@ -13,7 +13,9 @@ public:
     ServerFilter(std::uint32_t version, std::uint32_t second) : version_(version), second_(second)
     {}
 
+    /// Major * 100 + minor.
     [[nodiscard]] std::uint32_t GetVersion() const noexcept { return version_; }
+    /// The list's own.
     [[nodiscard]] std::uint32_t GetSecond() const noexcept { return second_; }
 
     friend bool operator==(const ServerFilter&, const ServerFilter&) = default;

@@ -23,6 +23,7 @@ public:
     /// the object's, or null.
     virtual short ShowAlert(ErrorType error, ObjectType object, const OV::UniString* name);
 
+    /// The answer that repeats the request.
     static constexpr short TryAgain = 1;
     /// The delay of all operations of the management tool.
     static constexpr std::uint32_t UsualDelayMilliseconds = 2000;

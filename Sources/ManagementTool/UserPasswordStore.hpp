@@ -30,6 +30,7 @@ public:
     /// three is empty.
     void AddUser(const OV::UniString& user, const OV::UniString& server,
                  const OV::Secret& password);
+    /// As AddUser.
     void SetUserPassword(const OV::UniString& user, const OV::UniString& server,
                          const OV::Secret& password)
     {
@@ -46,16 +47,20 @@ public:
     /// is not written to files.
     void SetUserDefaultPassword(const OV::UniString& user, const OV::Secret& password);
 
+    /// Whether a password of the user is stored for any server.
     [[nodiscard]] bool IsUserInList(const OV::UniString& user) const;
+    /// Whether he has a default password.
     [[nodiscard]] bool IsUserInDefaultList(const OV::UniString& user) const;
     /// Whether GetUserPassword has an answer.
     [[nodiscard]] bool IsUserInServerList(const OV::UniString& user,
                                           const OV::UniString& server) const;
     /// All users but those who have nothing but a default password, sorted by name.
     [[nodiscard]] OV::Array<OV::UniString> GetUserList() const;
+    /// How many users have any password.
     [[nodiscard]] std::size_t GetUserNumber() const noexcept { return userTable_.size(); }
     /// The servers for which the user has a password, in the order in which they were added.
     [[nodiscard]] OV::Array<OV::UniString> GetServerList(const OV::UniString& user) const;
+    /// Forgets everybody.
     void Clear();
 
     /// Throws SYCB::PasswordCodingException.

@@ -37,6 +37,8 @@ class SYC_API UserRepositoryManager
     using Text = OV::UniString;
 
 public:
+    /// The task of the operation of that name.
+    /// @{
     using GetUsersTask = RecordTask<RecordOperation::List, User>;
     using GetUserTask = RecordTask<RecordOperation::Get, User>;
     using FindUserTask = RecordTask<RecordOperation::Find, User>;
@@ -80,6 +82,7 @@ public:
     using InsertCustomPropertyTask = RecordTask<RecordOperation::Insert, CustomProperty>;
     using UpdateCustomPropertyTask = RecordTask<RecordOperation::Update, CustomProperty>;
     using DeleteCustomPropertyTask = RecordTask<RecordOperation::Delete, CustomProperty>;
+    /// @}
     class MergeTask;
 
     /// The executor must outlive the manager and run one task at a time.
@@ -89,7 +92,9 @@ public:
     /// whether there is one now.
     bool SetRepository(OV::Ref<Repository> repository);
 
+    /// Those that the signed-in user may see, by full name.
     bool GetUsers(OV::Array<User>& users);
+    /// By his identifier.
     bool GetUser(const Text& id, User& user);
     /// By the full name; the first one when several have it.
     bool FindUser(const Text& name, User& user);
@@ -97,53 +102,74 @@ public:
     bool FindUserByLoginName(const Text& loginName, User& user);
     /// Without a password the new user cannot sign in yet.
     bool InsertUser(User& user);
+    /// He can sign in with the password at once.
     bool InsertUser(User& user, const OV::Secret& password);
+    /// The operation on the user of that identifier.
+    /// @{
     bool UpdateUser(User& user);
     bool DeleteUser(const User& user);
+    /// @}
+    /// For the user himself and administrators. Signs him out everywhere else.
     bool SetUserPassword(const Text& user, const OV::Secret& password);
     /// Empty when the user has none.
     bool GetUserPhoto(const Text& user, Photo& photo);
     /// An empty photo takes the present one away.
     bool SetUserPhoto(const Text& user, const Photo& photo);
 
+    /// The operation on roles.
+    /// @{
     bool GetRoles(OV::Array<Role>& roles);
     bool GetRole(const Text& id, Role& role);
     bool FindRole(const Text& name, Role& role);
     bool InsertRole(Role& role);
     bool UpdateRole(Role& role);
     bool DeleteRole(const Role& role);
+    /// @}
     /// A role with the permissions of another one; never built in.
     bool DuplicateRole(const Text& id, const Text& newName, Role& duplicate);
 
+    /// The operation on groups. The users of a group are not changed by it.
+    /// @{
     bool GetGroups(OV::Array<Group>& groups);
     bool GetGroup(const Text& id, Group& group);
     bool FindGroup(const Text& name, Group& group);
     bool InsertGroup(Group& group);
     bool UpdateGroup(Group& group);
     bool DeleteGroup(const Group& group);
+    /// @}
+    /// Nothing happens when he is in it already.
     bool AddToGroup(const Text& groupId, const Text& user);
     /// True as well for who is not in it.
     bool RemoveFromGroup(const Text& groupId, const Text& user);
 
+    /// The operation on permissions.
+    /// @{
     bool GetPermissions(OV::Array<Permission>& permissions);
     bool GetPermission(const Text& id, Permission& permission);
     bool FindPermission(const Text& name, Permission& permission);
     bool InsertPermission(Permission& permission);
     bool UpdatePermission(Permission& permission);
     bool DeletePermission(const Permission& permission);
+    /// @}
 
+    /// The operation on permission sets.
+    /// @{
     bool GetPermissionSets(OV::Array<PermissionSet>& sets);
     bool GetPermissionSet(const Text& id, PermissionSet& set);
     bool FindPermissionSet(const Text& name, PermissionSet& set);
     bool InsertPermissionSet(PermissionSet& set);
     bool UpdatePermissionSet(PermissionSet& set);
     bool DeletePermissionSet(const PermissionSet& set);
+    /// @}
 
+    /// The operation on the definitions of custom properties.
+    /// @{
     bool GetCustomPropertyDefinitions(OV::Array<CustomProperty>& definitions);
     bool FindCustomPropertyDefinition(const Text& name, CustomProperty& definition);
     bool InsertCustomPropertyDefinition(CustomProperty& definition);
     bool UpdateCustomPropertyDefinition(CustomProperty& definition);
     bool DeleteCustomPropertyDefinition(const CustomProperty& definition);
+    /// @}
 
     /// Takes over what another server holds, as its Get operations bring it: what has a name that
     /// is here becomes like the other's, the rest is added, together or not at all.
@@ -151,11 +177,14 @@ public:
 
     /// Whether the user is one. False as well when the server did not say; see GetLastFailure.
     bool IsServerAdministrator(const Text& user);
+    /// The same for that group of the server, or a change of who is in it.
+    /// @{
     bool IsProjectAdministrator(const Text& user);
     bool AddToServerAdministrators(const Text& user);
     bool AddToProjectAdministrators(const Text& user);
     bool RemoveFromServerAdministrators(const Text& user);
     bool RemoveFromProjectAdministrators(const Text& user);
+    /// @}
 
 private:
     bool IsInGroup(const Text& groupId, const Text& user);

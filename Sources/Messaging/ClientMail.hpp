@@ -19,9 +19,12 @@ namespace SYC {
 /// meanwhile.
 class SYC_API ClientMail {
 public:
+    /// Login names.
     using NameList = OV::Array<OV::UniString>;
+    /// What the mail carries; copies of the mail share the list.
     using ActionList = OV::Array<OV::Ref<MailAction>>;
 
+    /// Under which records stand in files.
     static constexpr OV::ClassInfo ClassInformation{u"Mail", 1, 0};
 
     ClientMail() = default;
@@ -39,9 +42,11 @@ public:
     /// are then set. An action that this process cannot read is such an error here, since a record
     /// does not say where it ends; MailFile reads past it.
     [[nodiscard]] OV::ChannelStatus Read(OV::IChannel& channel);
+    /// 0, or the error at which writing stopped.
     [[nodiscard]] OV::ChannelStatus Write(OV::OChannel& channel) const;
     /// The same without the class frame.
     [[nodiscard]] OV::ChannelStatus ReadVersion1(OV::IChannel& channel);
+    /// See ReadVersion1.
     [[nodiscard]] OV::ChannelStatus WriteVersion1(OV::OChannel& channel) const;
 
     /// Writes the compact form. Marks the mail historical first when it is the sender's copy of
@@ -69,38 +74,56 @@ public:
 
     /// The server's identifier of the mail; of one in the outbox the client's own.
     [[nodiscard]] const OV::UniString& GetId() const noexcept { return id_; }
+    /// See GetId.
     void SetId(OV::UniString id) { id_ = std::move(id); }
     /// The mail that this one answers; empty for a first mail.
     [[nodiscard]] const OV::UniString& GetParentMailId() const noexcept { return parentMailId_; }
+    /// See GetParentMailId.
     void SetParentMailId(OV::UniString id) { parentMailId_ = std::move(id); }
+    /// As the sender chose it.
+    /// @{
     [[nodiscard]] Importance GetImportance() const noexcept { return importance_; }
     void SetImportance(Importance importance) noexcept { importance_ = importance; }
+    /// @}
+    /// What kind of mail it is.
+    /// @{
     [[nodiscard]] MailType GetType() const noexcept { return type_; }
     void SetType(MailType type) noexcept { type_ = type; }
+    /// @}
+    /// Whether the user has read it; not taken back.
+    /// @{
     [[nodiscard]] bool IsRead() const noexcept { return read_; }
     void SetRead() noexcept { read_ = true; }
+    /// @}
     /// Login name.
     [[nodiscard]] const OV::UniString& GetSender() const noexcept { return sender_; }
+    /// A login name.
     void SetSender(OV::UniString name) { sender_ = std::move(name); }
+    /// Of the sender, for people.
+    /// @{
     [[nodiscard]] const OV::UniString& GetSenderFullName() const noexcept
     {
         return senderFullName_;
     }
     void SetSenderFullName(OV::UniString name) { senderFullName_ = std::move(name); }
+    /// @}
     /// A comma in a login name does not survive the compact form and the way over the server.
     [[nodiscard]] const NameList& GetRecipientsLoginName() const noexcept
     {
         return recipientsLoginName_;
     }
+    /// Login names, in the order in which they are shown.
     void SetRecipientsLoginName(NameList names) { recipientsLoginName_ = std::move(names); }
     /// One text that shows all recipients.
     [[nodiscard]] const OV::UniString& GetRecipientsFullName() const noexcept
     {
         return recipientsFullName_;
     }
+    /// See GetRecipientsFullName.
     void SetRecipientsFullName(OV::UniString names) { recipientsFullName_ = std::move(names); }
     /// By the sender's clock.
     [[nodiscard]] std::int32_t GetSendingTime() const noexcept { return sendingTime_; }
+    /// Seconds since 1970-01-01 UTC.
     void SetSendingTime(std::int32_t time) noexcept { sendingTime_ = time; }
     /// By the server's clock.
     [[nodiscard]] std::int32_t GetRepositoryTime() const noexcept { return repositoryTime_; }
@@ -110,8 +133,11 @@ public:
     {
         return repositoryTime_ != 0 ? repositoryTime_ : sendingTime_;
     }
+    /// All of the text, lines parted by line feeds.
+    /// @{
     [[nodiscard]] const OV::UniString& GetBodyText() const noexcept { return bodyText_; }
     void SetBodyText(OV::UniString text) { bodyText_ = std::move(text); }
+    /// @}
     /// The first line of the text that says something, without blanks around it. Into this mail.
     [[nodiscard]] OV::UniStringView GetSubject() const noexcept;
     /// May be an empty holder, and is one when the mail has unknown actions.
@@ -119,6 +145,7 @@ public:
     {
         return actions_.known;
     }
+    /// In place of all actions, the unknown ones too.
     void SetActionList(OV::Ref<ActionList> actions) { actions_ = {std::move(actions), {}}; }
     /// Whether the mail carries actions that this process cannot read: of a kind that nobody
     /// registered before the mail was read, or of a newer form. They stay with the mail, byte for
@@ -128,11 +155,16 @@ public:
     [[nodiscard]] bool IsCopy() const noexcept { return copy_; }
     /// Whether the mail waits in the outbox.
     [[nodiscard]] bool IsOut() const noexcept { return out_; }
+    /// See IsOut.
     void SetOut(bool out) noexcept { out_ = out; }
+    /// Whether the user is done with it; not taken back.
+    /// @{
     [[nodiscard]] bool IsHistorical() const noexcept { return historical_; }
     void SetHistorical() noexcept { historical_ = true; }
+    /// @}
     /// Whether the server has not heard of a change of this record yet.
     [[nodiscard]] bool IsModify() const noexcept { return modify_; }
+    /// See IsModify.
     void SetModify(bool modify) noexcept { modify_ = modify; }
 
 private:

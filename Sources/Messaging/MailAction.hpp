@@ -18,10 +18,12 @@ public:
 
     /// The compact form. Failures throw OV::ChannelException.
     virtual void Serialize(OV::OChannelX& channel) = 0;
+    /// Fills this from what Serialize wrote. Throws OV::ChannelException.
     virtual void Deserialize(OV::IChannelX& channel) = 0;
     /// The form of files and of server messages. Two actions of one kind count as equal when this
     /// form of them is.
     [[nodiscard]] virtual OV::ChannelStatus Write(OV::OChannel& channel) const = 0;
+    /// Fills this from what Write wrote; 0, or the error at which reading stopped.
     [[nodiscard]] virtual OV::ChannelStatus Read(OV::IChannel& channel) = 0;
 
     /// A label to show and the task to run when the user picks it.
@@ -29,9 +31,11 @@ public:
     /// Appends what the user can choose for this action of `mail`; nothing when there is no choice.
     virtual void GetActionItems(ClientMail& mail, OV::Array<Item>& items) = 0;
 
+    /// Of the kind.
     [[nodiscard]] const OV::UniString& GetId() const noexcept { return id_; }
 
 protected:
+    /// `id` is that of the kind.
     explicit MailAction(OV::UniString id) : id_(std::move(id)) {}
     MailAction(const MailAction&) = default;
     MailAction& operator=(const MailAction&) = default;

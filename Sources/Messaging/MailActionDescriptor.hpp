@@ -10,6 +10,7 @@ namespace SYC {
 /// see that the linker has a reason to take the object file with the descriptor.
 class SYC_API MailActionDescriptor {
 public:
+    /// Makes an empty action of the kind.
     using Factory = OV::Ref<MailAction> (*)();
 
     /// Throws OV::IllegalArgumentException when `factory` is null or `id` is empty. When another
@@ -19,6 +20,7 @@ public:
     MailActionDescriptor(const MailActionDescriptor&) = delete;
     MailActionDescriptor& operator=(const MailActionDescriptor&) = delete;
 
+    /// Of the kind.
     [[nodiscard]] const OV::UniString& GetId() const noexcept { return id_; }
     /// A new, empty action.
     [[nodiscard]] OV::Ref<MailAction> GetAction() const { return factory_(); }

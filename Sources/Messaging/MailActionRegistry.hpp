@@ -12,6 +12,7 @@ class SYC_API MailActionRegistry {
 public:
     /// The one registry, made by the first call.
     [[nodiscard]] static OV::Ref<MailActionRegistry> GetInstance();
+    /// The same without a holder.
     [[nodiscard]] static MailActionRegistry& GetRegistry();
 
     /// A second descriptor of the same id is ignored; the first stays.

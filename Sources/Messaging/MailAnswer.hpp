@@ -16,8 +16,8 @@ enum class MailAnswer : std::int32_t {
 
 /// What an answer or a forwarded mail says of itself.
 struct MailContent {
-    OV::UniString text{};
-    Importance importance = Importance::Low;
+    OV::UniString text{};                     ///< what the user wrote
+    Importance importance = Importance::Low;  ///< as the user chose it
     /// May be an empty holder.
     OV::Ref<ClientMail::ActionList> actions{};
 };

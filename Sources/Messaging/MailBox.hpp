@@ -21,7 +21,9 @@ struct MailNews;
 /// he cannot read. One thread at a time; a large box is made on another one than it is used on.
 class SYC_API MailBox {
 public:
+    /// Mails in shared ownership: a mark shows in all lists that hold them.
     using MailList = MailFile::MailList;
+    /// The clock of WasHereAt.
     using Clock = std::chrono::steady_clock;
 
     /// Reads the file in `folder`. A damaged one is kept under another name. Throws
@@ -39,6 +41,7 @@ public:
     /// For what is written and followed soon; without it that happens at once.
     void SetBackground(Background background, Ended ended);
 
+    /// In the order received. Holds until the box changes.
     [[nodiscard]] const MailList& GetMails() const noexcept { return mails_; }
     /// Empty when there is none; the first when several have the id.
     [[nodiscard]] OV::Ref<ClientMail> Find(const OV::UniString& id) const;
@@ -55,6 +58,7 @@ public:
     /// For mails that are deleted on the server; they do not come back. Whether any of them was
     /// there.
     bool Remove(const OV::PagedArray<OV::UniString>& ids);
+    /// Empties the list, not the file.
     void Clear();
 
     /// Tells TakeChanges of a mark. Nothing for a mail that is not of the box.

@@ -34,7 +34,9 @@ class SYC_API MailClient final : public MailClientActionResultObserverOverExecut
                                  private SYCB::PresenceServiceObserver,
                                  private ProjectMembersObserver {
 public:
+    /// Mails in shared ownership: a mark shows in all lists that hold them.
     using MailList = MailFile::MailList;
+    /// Ids of mails.
     using IdList = OV::PagedArray<OV::UniString>;
 
     /// The one that exists, or null. For its own thread.
@@ -61,9 +63,13 @@ public:
     [[nodiscard]] const MailList& GetMails() const noexcept { return box_->GetMails(); }
     /// False when there is none with that id; `mail` then stays.
     [[nodiscard]] bool GetMail(const OV::UniString& id, OV::Ref<ClientMail>& mail) const;
+    /// Those that wait for delivery, the oldest first.
     [[nodiscard]] MailList GetOutboxMails() const;
+    /// The members that were given.
     [[nodiscard]] ProjectMembers& GetProjectMembers() const noexcept { return members_; }
+    /// Whether the server can be worked with now.
     [[nodiscard]] bool IsOnline() const;
+    /// Whether SynchronizeLogOut ended fetching and sending.
     [[nodiscard]] bool IsLogOut() const noexcept { return loggedOut_; }
 
     /// Puts the mail into the outbox for these login names, and delivers it as soon as the project
@@ -84,6 +90,7 @@ public:
     /// OV::IllegalArgumentException for an original that may not be answered so.
     ClientMail Answer(ClientMail& original, MailAnswer answer, MailContent content,
                       MailClientActionResultObserver* observer);
+    /// Whether Answer would take that answer of the user to that mail.
     [[nodiscard]] static bool MayAnswer(const ClientMail& original, MailAnswer answer);
     /// The login names that an answer goes to.
     [[nodiscard]] static OV::Array<OV::UniString> GetAnswerRecipients(const ClientMail& original);
@@ -95,14 +102,18 @@ public:
     /// Delete mails on the server, then here. `observer` may be null. A failure is also shown as an
     /// alert.
     void DeleteMails(const IdList& ids, MailClientActionResultObserver* observer);
+    /// As DeleteMails.
     void DeleteMail(const OV::UniString& id, MailClientActionResultObserver* observer);
 
     /// Tell the server, then mark here. A mark that is set is never taken back here. A failure is
     /// shown as an alert.
     void SetMailsRead(const IdList& ids, bool read);
+    /// As SetMailsRead, for one mail or for the mark of history.
+    /// @{
     void SetMailRead(const OV::UniString& id, bool read);
     void SetMailsHistorical(const IdList& ids, bool historical);
     void SetMailHistorical(const OV::UniString& id, bool historical);
+    /// @}
     /// Whether a deletion or a mark is on its way to the server. When it is not, all ends are told
     /// or wait in the executor; one that found no memory is lost.
     [[nodiscard]] bool IsChanging() const noexcept { return changesUnderWay_.use_count() > 1; }
@@ -111,6 +122,7 @@ public:
     /// the file begins to be written: the marks between are few, and a crash may cost them. When it
     /// cannot be written, MailClientObserver::MailsNotWritten tells, and the mark stays.
     void SetMailReadMessage(ClientMail& mail);
+    /// As SetMailReadMessage, for the mark of history.
     void SetMailHistoricalMessage(ClientMail& mail);
 
     /// Begins to deliver what the outbox holds, unless the client does so already; a pause before
@@ -127,6 +139,7 @@ public:
     [[nodiscard]] bool HasUnwrittenOutbox() const;
     /// Throw IO::IOException; then nothing changed. A mail that is being sent may still arrive.
     void DeleteOutboxMails(const OV::Array<OV::UniString>& ids);
+    /// As DeleteOutboxMails throws; a mark that is set is never taken back.
     void SetOutboxMailsHistorical(const OV::Array<OV::UniString>& ids);
 
     /// Sends the local marks to the server, waits at most five seconds for that, and ends fetching
@@ -158,14 +171,20 @@ public:
     /// An observer detaches before it is destroyed, or is attached only as long as the answer of
     /// Subscribe lives (see OVRoot/EventSource.hpp). It may outlive this object.
     void Attach(MailClientObserver& observer) { observers_.Attach(observer); }
+    /// See Attach.
+    /// @{
     void Detach(MailClientObserver& observer) { observers_.Detach(observer); }
     [[nodiscard]] OV::Subscription Subscribe(MailClientObserver& observer)
     {
         return observers_.Subscribe(observer);
     }
+    /// @}
+    /// The same for who hears of the outbox.
+    /// @{
     void AttachOutbox(OutboxObserver& observer);
     void DetachOutbox(OutboxObserver& observer);
     [[nodiscard]] OV::Subscription SubscribeOutbox(OutboxObserver& observer);
+    /// @}
 
 private:
     using FlagTable = OV::HashTable<OV::UniString, bool>;

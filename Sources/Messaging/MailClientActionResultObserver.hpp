@@ -10,6 +10,7 @@ namespace SYC {
 /// How a request about mails ended: 0, the server's own error code (Syncra::Protocol::ErrorCode),
 /// or one of these.
 namespace MailResult {
+/// The server has done what it was asked.
 inline constexpr int Succeeded = 0;
 /// The server could not be asked or did not answer.
 inline constexpr int NotReached = -1;
@@ -23,11 +24,14 @@ inline constexpr int TakenByOther = -3;
 /// OverExecutor is told on the mail client's own executor and outlives what it waits for.
 class SYC_API MailClientActionResultObserver {
 public:
+    /// Login names.
     using NameList = OV::PagedArray<OV::UniString>;
 
     virtual ~MailClientActionResultObserver() = default;
+    /// One attempt to deliver `mail` has ended; `result` is a MailResult.
     virtual void SendMailCompleted(const ClientMail& mail, const NameList& recipients,
                                    int result) = 0;
+    /// The server was asked to delete these mails; `result` is a MailResult.
     virtual void DeleteMailCompleted(const OV::PagedArray<OV::UniString>& ids, int result) = 0;
 };
 
@@ -35,20 +39,27 @@ public:
 class SYC_API MailClientActionResultObserverOverExecutor : public MailClientActionResultObserver,
                                                            public OverExecutor {
 public:
+    /// See OverExecutor; null: nothing is told.
     explicit MailClientActionResultObserverOverExecutor(OV::Executor* executor)
         : OverExecutor(executor)
     {}
     ~MailClientActionResultObserverOverExecutor() override { ToDestroy(); }
 
+    /// Hand the end over to the executor.
+    /// @{
     void SendMailCompleted(const ClientMail& mail, const NameList& recipients, int result) final;
     void DeleteMailCompleted(const OV::PagedArray<OV::UniString>& ids, int result) final;
+    /// @}
 
 protected:
     friend class ActionResultTarget;
+    /// As the functions above, on that executor.
+    /// @{
     virtual void _SendMailCompletedFromExecutor(const ClientMail& mail, const NameList& recipients,
                                                 int result) = 0;
     virtual void _DeleteMailCompletedFromExecutor(const OV::PagedArray<OV::UniString>& ids,
                                                   int result) = 0;
+    /// @}
 };
 
 }  // namespace SYC

@@ -13,6 +13,7 @@ class MailClient;
 /// Told on the mail client's own executor.
 class SYC_API MailClientObserver : public OV::ObserverBase {
 public:
+    /// Mails in shared ownership.
     using MailList = OV::Array<OV::Ref<ClientMail>>;
 
     virtual ~MailClientObserver() = default;
@@ -41,6 +42,7 @@ public:
 /// The same, told on an executor of the observer's choice.
 class SYC_API MailClientObserverOverExecutor : public MailClientObserver, public OverExecutor {
 public:
+    /// See OverExecutor; null: nothing is told.
     explicit MailClientObserverOverExecutor(OV::Executor* executor) : OverExecutor(executor) {}
     ~MailClientObserverOverExecutor() override { ToDestroy(); }
 
@@ -52,6 +54,8 @@ public:
                        const OV::UniString& serverId) final;
 
 protected:
+    /// As the functions above, on that executor.
+    /// @{
     virtual void _MailListChanged(MailClient& client) = 0;
     virtual void _NewMailExists(MailClient& client, OV::Ref<MailList> newMails,
                                 RefreshMailListReason::Value reason) = 0;
@@ -59,6 +63,7 @@ protected:
     virtual void _MailDelivered(MailClient& /*client*/, const OV::UniString& /*localId*/,
                                 const OV::UniString& /*serverId*/)
     {}
+    /// @}
 };
 
 }  // namespace SYC

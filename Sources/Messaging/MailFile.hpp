@@ -9,11 +9,15 @@
 /// "Mails.dat" and "Outbox.dat": a count and that many mails.
 namespace SYC::MailFile {
 
+/// The file of the box, in the cache folder.
 inline constexpr OV::UniStringView MailsName = u"Mails.dat";
+/// The file of the outbox, in the cache folder.
 inline constexpr OV::UniStringView OutboxName = u"Outbox.dat";
 
+/// Mails in shared ownership.
 using MailList = OV::Array<OV::Ref<ClientMail>>;
 
+/// What became of the reading.
 enum class Outcome {
     Complete,
     Absent,
@@ -28,14 +32,17 @@ enum class Outcome {
 /// Mails that this process cannot read at all, as they stand in the file: of a newer version, or
 /// behind something whose end cannot be told. Who writes the file keeps them.
 struct UnknownRecords {
-    std::uint32_t count = 0;
-    OV::String bytes;
+    std::uint32_t count = 0;  ///< of mails
+    OV::String bytes;         ///< of all of them
 };
 
+/// What a file held.
 struct Content {
     /// Those whose actions cannot be read are among them, see ClientMail::HasUnknownActions.
     MailList mails;
+    /// What nobody here can read.
     UnknownRecords unknown;
+    /// How the reading ended.
     Outcome outcome = Outcome::Complete;
     /// The error that ended the reading of a damaged file, otherwise 0.
     OV::ChannelStatus status = OV::ChannelOk;
@@ -50,6 +57,7 @@ struct Content {
 /// IO::IOException when there is a file and the system does not give it, or it is no regular file
 /// within the limit of its kind.
 [[nodiscard]] SYC_API Content Read(const IO::Location& file);
+/// The same of what stands in memory.
 [[nodiscard]] SYC_API Content Decode(OV::StringView bytes);
 
 /// As Read, for who holds the file's lock; when the file is damaged or something follows its mails,
@@ -64,6 +72,7 @@ SYC_API void LogNotice(const OV::UniString& notice);
 /// cannot be written; the file then stays as it was.
 SYC_API IO::ChangeStamp Write(const IO::Location& file, const MailList& mails,
                               const UnknownRecords& unknown = {});
+/// What Write would write.
 [[nodiscard]] SYC_API OV::String Encode(const MailList& mails, const UnknownRecords& unknown = {});
 
 }  // namespace SYC::MailFile

@@ -18,7 +18,7 @@ struct MailSender {
     std::uint32_t color = 0;
     /// May be empty.
     NewDisplay::NativeImage photo;
-    bool isMember = false;
+    bool isMember = false;  ///< of the project, as it is known now
 };
 
 /// The rows of a list of mails for a window that shows them: one view of the mail client's box or
@@ -34,6 +34,7 @@ class SYC_API MailListModel final : public OverExecutor,
                                     private OutboxObserver,
                                     private ProjectMembersObserver {
 public:
+    /// Mails in shared ownership.
     using MailList = MailFile::MailList;
 
     /// The newest mails of the inbox first. `client` outlives the model, and `executor`, which runs
@@ -43,11 +44,15 @@ public:
 
     /// Shows at once, whatever is sorted or searched meanwhile.
     void SetView(MailView view);
+    /// As it was set last.
     [[nodiscard]] MailView GetView() const noexcept;
     /// Begins to sort.
     void SetSort(MailSort sort, bool isDescending);
+    /// As it was set last; what is shown while IsBusy is sorted otherwise.
+    /// @{
     [[nodiscard]] MailSort GetSort() const noexcept;
     [[nodiscard]] bool IsDescending() const noexcept;
+    /// @}
     /// Begins to search for the mails that have each of the words, in upper or lower case, anywhere
     /// in the names of sender and recipients or in the text. A search under way ends. Without a
     /// word all mails are there again at once.
@@ -55,6 +60,7 @@ public:
     /// Whether the rows are not yet those that were asked for.
     [[nodiscard]] bool IsBusy() const noexcept;
 
+    /// Of the view, those that the search leaves.
     [[nodiscard]] std::size_t GetRowCount() const noexcept;
     /// In constant time. `row` is below the count.
     [[nodiscard]] const OV::Ref<ClientMail>& GetMail(std::size_t row) const;
@@ -63,6 +69,7 @@ public:
     /// Of a view, whatever is searched.
     [[nodiscard]] MailCounts GetCounts(MailView view) const noexcept;
 
+    /// How the list shows the sender of that mail.
     [[nodiscard]] MailSender GetSender(const ClientMail& mail) const;
     /// Of a mail of the outbox view; a change of it is told as one of its row.
     [[nodiscard]] OutboxStatus GetOutboxStatus(std::size_t row) const
@@ -73,15 +80,19 @@ public:
     /// of them, in the order of their times; those of the outbox as well. Empty for an unknown id.
     [[nodiscard]] MailList GetThread(const OV::UniString& id) const;
 
+    /// The one that was given.
     [[nodiscard]] MailClient& GetClient() const noexcept { return client_; }
 
     /// As MailClient::Attach and its like.
     void Attach(MailListModelObserver& observer) { observers_.Attach(observer); }
+    /// As MailClient::Detach and Subscribe.
+    /// @{
     void Detach(MailListModelObserver& observer) { observers_.Detach(observer); }
     [[nodiscard]] OV::Subscription Subscribe(MailListModelObserver& observer)
     {
         return observers_.Subscribe(observer);
     }
+    /// @}
 
 private:
     struct State;

@@ -11,6 +11,7 @@ namespace SYC {
 /// own thread.
 class SYC_API MemberCompletion final : private ProjectMembersObserver {
 public:
+    /// The short id of a member.
     using MemberId = ProjectMembers::MemberId;
 
     /// Follows the members while both live.

@@ -21,6 +21,7 @@ namespace SYC {
 /// process does not know stays in the file for one that does. Safe on any thread.
 class SYC_API Outbox {
 public:
+    /// Mails in shared ownership.
     using MailList = MailFile::MailList;
 
     /// Reads the file in `folder`. A damaged one is kept under another name. Throws
@@ -31,6 +32,7 @@ public:
     Outbox(const Outbox&) = delete;
     Outbox& operator=(const Outbox&) = delete;
 
+    /// In the order in which they were added, by whichever process.
     [[nodiscard]] MailList GetMails() const;
     /// The first mail that this process can send and that is not among `passed`; empty when there
     /// is none.
@@ -42,6 +44,7 @@ public:
     void Delivered(const OV::UniString& id);
     /// Throw IO::IOException; then nothing changed.
     void Remove(const OV::Array<OV::UniString>& ids);
+    /// Marks mails as history; as Remove throws.
     void SetHistorical(const OV::Array<OV::UniString>& ids);
     /// Writes what is outstanding. A disk that refuses is logged and tried again with the next
     /// change.
@@ -49,8 +52,11 @@ public:
     /// Whether the file still holds mails that the server has, because the disk did not take it.
     [[nodiscard]] bool IsFileBehind() const;
 
+    /// The observer is not owned; it detaches before it is destroyed, or outlives the outbox.
+    /// @{
     void Attach(OutboxObserver& observer) { observers_.Attach(observer); }
     void Detach(OutboxObserver& observer) { observers_.Detach(observer); }
+    /// @}
     /// Attached for as long as the answer lives (see OVRoot/EventSource.hpp).
     [[nodiscard]] OV::Subscription Subscribe(OutboxObserver& observer)
     {
@@ -58,6 +64,7 @@ public:
     }
     /// For the mail client, on its executor.
     void TellObservers();
+    /// As TellObservers, of the status alone.
     void TellStatusObservers();
 
 private:

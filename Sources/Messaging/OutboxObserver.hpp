@@ -4,6 +4,7 @@
 #include "OVRoot/Export.hpp"
 namespace SYC {
 
+/// Hears of the mails that wait for delivery.
 class SYC_API OutboxObserver : public OV::ObserverBase {
 public:
     virtual ~OutboxObserver() = default;

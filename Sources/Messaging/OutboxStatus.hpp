@@ -19,8 +19,9 @@ enum class OutboxReason : std::int32_t {
     UnknownActions,  ///< the process that wrote it sends it
 };
 
+/// How a mail of the outbox stands.
 struct OutboxStatus {
-    OutboxReason reason = OutboxReason::Queued;
+    OutboxReason reason = OutboxReason::Queued;  ///< why it waits
     /// Of the last attempt, when that is why it waits.
     Failure failure;
     /// When it is tried again without anybody's help; for Offline, when the server is. Nothing when

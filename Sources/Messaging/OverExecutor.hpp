@@ -32,9 +32,11 @@ public:
         OV::Executor* executor_;
         Identity identity_;
     };
+    /// For a notification that is made now; safe on any thread while the observer lives.
     [[nodiscard]] Target GetTarget() const { return {executor_, GetIdentity()}; }
 
 protected:
+    /// Null drops the notifications.
     explicit OverExecutor(OV::Executor* executor) noexcept : executor_(executor) {}
     ~OverExecutor() = default;
 

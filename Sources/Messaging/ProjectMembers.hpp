@@ -22,6 +22,7 @@ class ProjectMembers;
 struct KnownMembers;
 struct MemberNews;
 
+/// Hears of the members of the opened project.
 class SYC_API ProjectMembersObserver : public OV::ObserverBase {
 public:
     virtual ~ProjectMembersObserver() = default;
@@ -35,9 +36,9 @@ public:
 
 /// One member as a refresh found him.
 struct ProjectMember {
-    std::int16_t id = 0;
-    UserData data;
-    SYCB::UserAttributes attributes;
+    std::int16_t id = 0;              ///< short number of the user in this project, 1 to 32767
+    UserData data;                    ///< who he is
+    SYCB::UserAttributes attributes;  ///< what he may do
 };
 
 /// The members of the opened project: who they are, what they may do, who works in it now.
@@ -47,11 +48,16 @@ struct ProjectMember {
 /// Short ids are the server's numbers of the users in this project.
 class SYC_API ProjectMembers final : public OverExecutor, private SYCB::PKSignalClientObserver {
 public:
+    /// Under which the tables stand in files.
     static constexpr OV::ClassInfo ClassInformation{u"ProjectMembers", 1, 0};
 
+    /// The short number of a user in this project, 1 to 32767.
     using MemberId = std::int16_t;
+    /// The name that callers know it by.
     using UserData = SYC::UserData;
+    /// The members by their short ids.
     using UserDataTable = OV::HashTable<MemberId, UserData>;
+    /// Short ids by login names.
     using LoginNameTable = OV::HashTable<OV::UniString, MemberId>;
 
     /// Everything given outlives the members.
@@ -65,8 +71,11 @@ public:
     void Init();
     /// Forgets everything; a refresh under way is not applied.
     void Clear();
+    /// Forget that table alone, and tell nobody.
+    /// @{
     void ClearUserDataTable();
     void ClearPermissionTable();
+    /// @}
     /// Asks the server what changed. Nothing before Init.
     void Refresh() { StartRefresh(); }
     /// Whether photos are asked for, which they are unless somebody says otherwise before Init.
@@ -80,25 +89,33 @@ public:
     /// When the tables were true: whoever joined later may be missing. Nothing when nobody knows,
     /// as after a Read.
     using Clock = std::chrono::steady_clock;
+    /// See Clock.
     [[nodiscard]] const std::optional<Clock::time_point>& GetAsOf() const noexcept { return asOf_; }
 
+    /// Exactly that login name.
     [[nodiscard]] bool IsMember(const OV::UniString& loginName) const;
     /// Each gives false for an unknown key and then leaves the result as it is.
     [[nodiscard]] bool GetFullNameFromId(MemberId id, OV::UniString& fullName) const;
+    /// See GetFullNameFromId.
+    /// @{
     [[nodiscard]] bool GetLoginNameFromId(MemberId id, OV::UniString& loginName) const;
     [[nodiscard]] bool GetUserGuidFromId(MemberId id, OV::Guid& guid) const;
     [[nodiscard]] bool GetUserIdFromGuid(const OV::Guid& guid, MemberId& id) const;
     [[nodiscard]] bool GetUserIdFromLoginName(const OV::UniString& loginName, MemberId& id) const;
     [[nodiscard]] bool GetFullNameFromLoginName(const OV::UniString& loginName,
                                                 OV::UniString& fullName) const;
+    /// @}
     /// The attributes belong to the members and go with the next refresh.
     [[nodiscard]] bool GetUserAttributesFromId(MemberId id,
                                                const SYCB::UserAttributes*& attributes) const;
     /// The photo, or an empty image.
     [[nodiscard]] NewDisplay::NativeImage GetImageFromId(MemberId id) const;
 
+    /// Hold until the next refresh.
+    /// @{
     [[nodiscard]] const UserDataTable& GetUserDataTable() const noexcept { return users_; }
     [[nodiscard]] const LoginNameTable& GetLoginNameTable() const noexcept { return loginNames_; }
+    /// @}
 
     /// Puts `members`, true at `asOf`, in the place of what is known and tells the observers. A
     /// short id or a login name that stands twice counts once, the first time. Whatever this
@@ -109,18 +126,24 @@ public:
     /// The tables without the photos, and the photos of the members that are known, by short id.
     /// Return 0 or an error of the channel; after a failed Read everything is as before.
     [[nodiscard]] OV::ChannelStatus Read(OV::IChannel& channel);
+    /// See Read.
+    /// @{
     [[nodiscard]] OV::ChannelStatus Write(OV::OChannel& channel) const;
     [[nodiscard]] OV::ChannelStatus ReadPhotos(OV::IChannel& channel);
     [[nodiscard]] OV::ChannelStatus WritePhotos(OV::OChannel& channel) const;
+    /// @}
 
     /// An observer detaches before it is destroyed, or is attached only as long as the answer of
     /// Subscribe lives (see OVRoot/EventSource.hpp). It may outlive this object.
     void Attach(ProjectMembersObserver& observer) { observers_.Attach(observer); }
+    /// See Attach.
+    /// @{
     void Detach(ProjectMembersObserver& observer) { observers_.Detach(observer); }
     [[nodiscard]] OV::Subscription Subscribe(ProjectMembersObserver& observer)
     {
         return observers_.Subscribe(observer);
     }
+    /// @}
 
 private:
     bool _CheckSignalType(Syncra::Protocol::SignalId id) const override;

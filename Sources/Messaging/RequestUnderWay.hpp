@@ -32,12 +32,14 @@ public:
         std::shared_ptr<std::atomic<bool>> isEnded_ = std::make_shared<std::atomic<bool>>(false);
     };
 
+    /// What was under way before is forgotten.
     [[nodiscard]] Token Begin()
     {
         Token token;
         isEnded_ = token.isEnded_;
         return token;
     }
+    /// Whether one is under way.
     explicit operator bool() const noexcept
     {
         const auto isEnded = isEnded_.lock();

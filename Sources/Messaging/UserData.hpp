@@ -10,6 +10,7 @@ namespace SYC {
 /// A member of the opened project, as its dialogs show him.
 class SYC_API UserData {
 public:
+    /// Under which it stands in files.
     static constexpr OV::ClassInfo ClassInformation{u"UserData", 1, 0};
 
     UserData() = default;
@@ -20,20 +21,28 @@ public:
           image_(std::move(image)), color_(color)
     {}
 
+    /// What he signs in with.
     [[nodiscard]] const OV::UniString& GetLoginName() const noexcept { return loginName_; }
+    /// For people.
     [[nodiscard]] const OV::UniString& GetFullName() const noexcept { return fullName_; }
+    /// By which the server knows him.
     [[nodiscard]] const OV::Guid& GetUserGuid() const noexcept { return guid_; }
     /// The photo; may be empty.
     [[nodiscard]] const NewDisplay::NativeImage& GetImage() const noexcept { return image_; }
+    /// An empty one takes the photo away.
     void SetImage(NewDisplay::NativeImage image) { image_ = std::move(image); }
+    /// 0xRRGGBB.
     [[nodiscard]] std::uint32_t GetUserColor() const noexcept { return color_; }
     /// Whether he has a normal working session open.
     [[nodiscard]] bool HasNormalSession() const noexcept { return normalSession_; }
+    /// See HasNormalSession.
     void SetNormalSession(bool normal) noexcept { normalSession_ = normal; }
     /// Since when he has a session, in seconds since 1970-01-01 UTC, and on which computer, as far
     /// as a server told it: 0 and empty for who has none, and after a Read.
     [[nodiscard]] std::int32_t GetWorkingSince() const noexcept { return workingSince_; }
+    /// See GetWorkingSince.
     [[nodiscard]] const OV::UniString& GetComputer() const noexcept { return computer_; }
+    /// What the two above tell.
     void SetWork(std::int32_t since, OV::UniString computer)
     {
         workingSince_ = since;
@@ -42,9 +51,11 @@ public:
 
     /// Everything but the photo. Return 0 or the channel's error.
     [[nodiscard]] OV::ChannelStatus Read(OV::IChannel& channel);
+    /// See Read.
     [[nodiscard]] OV::ChannelStatus Write(OV::OChannel& channel) const;
     /// The photo alone, see PhotoStream.hpp. Always return 0.
     OV::ChannelStatus ReadPhoto(OV::IChannel& channel);
+    /// See ReadPhoto.
     OV::ChannelStatus WritePhoto(OV::OChannel& channel) const;
 
 private:

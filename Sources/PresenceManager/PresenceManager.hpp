@@ -18,6 +18,7 @@ namespace SYC {
 /// safe on any thread.
 class SYC_API PresenceManager {
 public:
+    /// Login names.
     using PresenceIds = OV::HashSet<OV::UniString>;
 
     /// Made on first use.
@@ -55,6 +56,7 @@ protected:
 
     /// Null while there is no connection.
     [[nodiscard]] std::shared_ptr<Syncra::Messaging::MessagingClient> GetMessagingClient() const;
+    /// What GetActivePresenceIds gives from now on.
     void SetActivePresenceIds(PresenceIds ids);
 
 private:

@@ -8,6 +8,7 @@ namespace SYC {
 
 /// One cache folder as RegisteredProjects knows it. A value: what it points to never changes.
 struct CacheInfoRecord {
+    /// Where the cache stands.
     IO::Location folder;
     /// What its "CacheInfo.xml" held when it was last read or written, without the password; null
     /// when it cannot be read.

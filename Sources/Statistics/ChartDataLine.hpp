@@ -8,9 +8,9 @@
 
 /// A line of a chart: what it shows, in which unit, and its samples.
 struct ChartDataLine {
-    ChartType type{};
-    OV::UniString name;
-    OV::UniString unit;
+    ChartType type{};    ///< which chart it is of
+    OV::UniString name;  ///< what the line shows, for people
+    OV::UniString unit;  ///< of its values, for people
     /// The first: the scale ends at a fixed highest value. The others are not used.
     std::array<std::uint8_t, 4> flags{};
     /// Lowest and highest of the scale, then of all samples the smallest, the largest, the last and

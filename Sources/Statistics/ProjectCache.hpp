@@ -7,7 +7,7 @@
 
 /// What a server's statistics say of one project.
 struct ProjectCache {
-    OV::UniString title;
+    OV::UniString title;      ///< its name
     OV::UniString key;        ///< tells the project from all others
     std::uint8_t flag = 0;    ///< 1: the project may be worked on
     std::int16_t countA = 0;  ///< members

@@ -12,6 +12,7 @@ namespace Syncra::Server::ManagementTool::GUI {
 /// Closes a dialog when the task has finished: as accepted when it succeeded, else as cancelled.
 class SYC_API AsyncDialogResponse final : public Core::AsyncTaskExecuting::Response {
 public:
+    /// The dialog outlives the response, or SetDialog takes it away.
     explicit AsyncDialogResponse(Dlg::ModalDialog* dialog) : dialog_(dialog) {}
 
     /// Null: a late result closes nothing. On the main thread.

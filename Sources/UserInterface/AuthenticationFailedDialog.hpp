@@ -17,6 +17,7 @@ class SYC_API AuthenticationFailedDialog final : public Dlg::ModalDialog,
 public:
     /// The dialog and its items in the resources, for who answers it without a window.
     static constexpr int Number = 32433;
+    /// Its items.
     enum Item {
         OkButton = 1,
         CancelButton,

@@ -22,6 +22,8 @@ class SYC_API BrowseProjectDialog final : public Dlg::ModalDialog,
                                           private Dlg::EditItemObserver,
                                           private FlowObserver {
 public:
+    /// The dialog and its items in the resources, for who answers it without a window.
+    /// @{
     static constexpr int Number = 32450;
     enum Item {
         MainButton = 1,
@@ -32,11 +34,14 @@ public:
         SearchEdit,
         StatusText = 9
     };
+    /// @}
+    /// What the user chooses for.
     enum class Purpose {
         OpenOrJoin,  ///< only what the user may open, here or on the server, can be chosen
         Select,
     };
 
+    /// The server is asked as that user; the caches are those of BrowseProject.
     BrowseProjectDialog(Syncra::Client::SignInData login, IO::Location dataFolder,
                         Purpose purpose = Purpose::OpenOrJoin);
 

@@ -15,12 +15,17 @@ class SYC_API CloseProjectDialog final : public Dlg::ModalDialog,
                                          private Dlg::ButtonItemObserver,
                                          private Dlg::PopUpItemObserver {
 public:
+    /// The dialog and its items in the resources, for who answers it without a window.
+    /// @{
     static constexpr int Number = 31040;
     enum Item { MainButton = 1, CancelButton, DiscardButton, Icon, QuestionText, OtherChoices };
+    /// @}
     /// Of the other choices; each is there while they are enabled.
     enum PopUpEntry { OtherRelease = 1, Separator, SaveLocallyEntry };
 
+    /// What is to become of the changes.
     struct Result {
+        /// The numbers are those that hosts know.
         enum Value : std::int32_t {
             Cancelled = 0,  ///< keep the project open
             SaveLocally = 2,
@@ -31,6 +36,10 @@ public:
     };
 
     /// `online`: the server can be reached. `second` is kept for the host and changes nothing here.
+    /// `discardNeedsWarning`: who discards is asked once more. `saveOnly`: nothing may be sent, as
+    /// by a user who may only read. `offlineWork`: the user chose to work offline.
+    /// `releaseAllDefault`: the main button releases what the user holds, and the menu offers not
+    /// to.
     CloseProjectDialog(bool online, bool second, bool discardNeedsWarning, bool saveOnly,
                        bool offlineWork, bool releaseAllDefault, const OV::UniString& projectName);
 

@@ -24,6 +24,8 @@ class SYC_API ConnectDialog final : public Dlg::ModalDialog,
                                     private Dlg::EditItemObserver,
                                     private FlowObserver {
 public:
+    /// The dialog and its items in the resources, for who answers it without a window.
+    /// @{
     static constexpr int Number = 32455;
     enum Item {
         ConnectButton = 1,
@@ -38,10 +40,13 @@ public:
         StorePopUp = 15,
         StatusText
     };
+    /// @}
+    /// Entries of StorePopUp.
     enum StoreEntry { DoNotStore = 1, StorePassword };
 
     /// Server, port and user of `proposed` are filled in, as far as it has them; the usual port,
-    /// where nobody knows another one.
+    /// where nobody knows another one. The caches that tell of servers are those below
+    /// `dataFolder`, the main project folder when it is empty.
     explicit ConnectDialog(IO::Location dataFolder = {}, Syncra::Client::SignInData proposed = {});
 
     /// Who signed in where; after an Invoke that was true.

@@ -12,8 +12,11 @@ namespace SYC {
 class SYC_API DiscardWarningDialog final : public Dlg::ModalDialog,
                                            private Dlg::ButtonItemObserver {
 public:
+    /// The dialog and its items in the resources, for who answers it without a window.
+    /// @{
     static constexpr int Number = 31041;
     enum Item { DiscardButton = 1, CancelButton, Icon, WarningText };
+    /// @}
 
     DiscardWarningDialog();
 

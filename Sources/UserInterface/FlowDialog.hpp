@@ -15,9 +15,13 @@ class SYC_API FlowDialog final : public Dlg::ModalDialog,
                                  private Dlg::ButtonItemObserver,
                                  private FlowObserver {
 public:
+    /// The dialog and its items in the resources, for who answers it without a window.
+    /// @{
     static constexpr int Number = 32451;
     enum Item { ProgressText = 1, CancelButton };
+    /// @}
 
+    /// The flow outlives the dialog.
     FlowDialog(Flow& flow, const OV::UniString& title);
 
     /// Whether the flow succeeded. Shows no window for one that does not run.

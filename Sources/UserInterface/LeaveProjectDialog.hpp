@@ -11,9 +11,13 @@ namespace SYC {
 /// Asks how a project is to be left; what was not sent is asked about once more before it is lost.
 class SYC_API LeaveProjectDialog final : public Dlg::ModalDialog, private Dlg::ButtonItemObserver {
 public:
+    /// The dialog and its items in the resources, for who answers it without a window.
+    /// @{
     static constexpr int Number = 32452;
     enum Item { RemoveButton = 1, CancelButton, KeepButton, QuestionText = 5, UnsentText };
+    /// @}
 
+    /// `found` is what LeaveProject::Look found.
     LeaveProjectDialog(const OV::UniString& projectName, const LeaveProject::Found& found);
 
     /// After an Invoke that was true.

@@ -15,6 +15,7 @@ public:
     }
 };
 
+/// The one there is.
 [[nodiscard]] inline const LibResModule& GetLibResModule() noexcept
 {
     static constexpr LibResModule module;

@@ -27,6 +27,8 @@ class SYC_API ProjectLogViewerDlg_14 final : public Dlg::ModalDialog,
                                              private Dlg::DateItemObserver,
                                              private Dlg::ListBoxObserver {
 public:
+    /// The dialog and its items in the resources, for who answers it without a window.
+    /// @{
     static constexpr int Number = 32160;
     enum Item {
         CloseButton = 1,
@@ -40,9 +42,11 @@ public:
         Progress,
         CountText,
     };
+    /// @}
     /// So many lines and more are warned about.
     static constexpr std::size_t ManyLines = 1000;
 
+    /// Lines of other projects are left out.
     ProjectLogViewerDlg_14(OV::UniString projectId, OV::UniString projectName);
     ~ProjectLogViewerDlg_14() override;
 

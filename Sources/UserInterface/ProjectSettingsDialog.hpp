@@ -24,6 +24,8 @@ class SYC_API ProjectSettingsDialog final : public Dlg::ModalDialog,
                                             private Dlg::EditItemObserver,
                                             private FlowObserver {
 public:
+    /// The dialog and its items in the resources, for who answers it without a window.
+    /// @{
     static constexpr int Number = 32453;
     enum Item {
         MainButton = 1,
@@ -40,9 +42,13 @@ public:
         TakeOutButton,
         StatusText
     };
+    /// @}
 
+    /// For a new project, and for one on the server.
+    /// @{
     ProjectSettingsDialog(const ShareableServer& server, CreateNewSyncraProject& create);
     ProjectSettingsDialog(const ShareableServer& server, UpdateProjectSettings& update);
+    /// @}
 
 private:
     using Project = UpdateProjectSettings::Project;

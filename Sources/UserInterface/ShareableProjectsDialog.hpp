@@ -18,6 +18,8 @@ class SYC_API ShareableProjectsDialog final : public Dlg::ModalDialog,
                                               private Dlg::ListBoxObserver,
                                               private FlowObserver {
 public:
+    /// The dialog and its items in the resources, for who answers it without a window.
+    /// @{
     static constexpr int Number = 32454;
     enum Item {
         CloseButton = 1,
@@ -28,7 +30,9 @@ public:
         ProjectList,
         StatusText
     };
+    /// @}
 
+    /// The server is asked as that user.
     explicit ShareableProjectsDialog(Syncra::Client::SignInData login);
 
 private:

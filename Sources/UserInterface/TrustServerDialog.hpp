@@ -12,6 +12,8 @@ namespace Syncra::Server::ManagementTool::GUI {
 /// trusted for that host and port. Whatever closes the dialog but the two buttons refuses.
 class SYC_API TrustServerDialog final : public Dlg::ModalDialog, private Dlg::ButtonItemObserver {
 public:
+    /// The dialog and its items in the resources, for who answers it without a window.
+    /// @{
     static constexpr int Number = 32440;
     enum Item {
         AlwaysButton = 1,
@@ -22,7 +24,9 @@ public:
         ValidText = 9,
         FingerprintText = 11
     };
+    /// @}
 
+    /// Shows what it showed.
     explicit TrustServerDialog(const Communication::UntrustedServer& server);
 
     /// After Invoke.
@@ -42,9 +46,13 @@ private:
 class SYC_API CertificateChangedDialog final : public Dlg::ModalDialog,
                                                private Dlg::ButtonItemObserver {
 public:
+    /// The dialog and its items in the resources, for who answers it without a window.
+    /// @{
     static constexpr int Number = 32441;
     enum Item { ForgetButton = 1, RefuseButton, Introduction = 4, TrustedText = 6, ShownText = 8 };
+    /// @}
 
+    /// Shows what it showed, and what is trusted.
     explicit CertificateChangedDialog(const Communication::UntrustedServer& server);
 
 private:

@@ -7,7 +7,9 @@ namespace SYC {
 
 /// Pictures of the library, by the numbers of its resources.
 namespace Picture {
+/// For who has no photo.
 inline constexpr int StandInPhoto = 1001;
+/// Laid over the photo of who is not at work.
 inline constexpr int DimmedBadge = 1002;
 }  // namespace Picture
 

@@ -18,41 +18,51 @@ class HeadlessToolkit;
 /// Invoke.
 class SYC_API HeadlessDialog final : public DialogWindow {
 public:
+    /// The toolkit makes it. All three outlive it.
     HeadlessDialog(HeadlessToolkit& toolkit, const DialogDescription& description,
                    WindowEvents& events);
     ~HeadlessDialog() override;
 
     /// What the user does.
     void Press(int button);
+    /// The same for the other items. Entries, rows and columns count from 1.
+    /// @{
     void Choose(int popUp, int entry);
     void Type(int edit, const OV::UniString& text);
     void SelectRow(int listBox, int row);
     void PressHeader(int listBox, int column);
     void PickDate(int item, Date date);
+    /// @}
     /// Escape, or the close box.
     void Leave() { events_._LeaveRequested(); }
     /// What the window does.
     void SendIdle();
+    /// The window got another size.
     void SendResize() { events_._Resized(); }
 
     /// What the user sees.
     [[nodiscard]] const OV::UniString& GetTitle() const noexcept { return title_; }
+    /// Whether the user could use the item.
     [[nodiscard]] bool IsEnabled(int item) const { return At(item).isEnabled; }
     /// A separator is "-".
     [[nodiscard]] const OV::Array<OV::UniString>& GetEntries(int popUp) const
     {
         return At(popUp).entries;
     }
+    /// Those that were set last; valid until the next are.
     [[nodiscard]] const ListRows& GetRows(int listBox) const;
     /// The column that is marked as sorted by, negative when descending; 0: none.
     [[nodiscard]] int GetSortMark(int listBox) const { return At(listBox).sortMark; }
     /// Nothing when it is hidden.
     using Progress = std::pair<std::uint64_t, std::uint64_t>;
+    /// How much of how much the bar shows.
     [[nodiscard]] const std::optional<Progress>& GetProgress(int item) const
     {
         return At(item).progress;
     }
 
+    /// What the program sets is kept for the script to look at, and given back.
+    /// @{
     void SetTitle(const OV::UniString& title) override { title_ = title; }
     void SetEnabled(int item, bool enabled) override { At(item).isEnabled = enabled; }
     void SetText(int item, const OV::UniString& text) override;
@@ -75,6 +85,7 @@ public:
     [[nodiscard]] int GetSelection(int item) const override { return At(item).selection; }
     void SetDate(int item, Date date) override { At(item).date = date; }
     [[nodiscard]] Date GetDate(int item) const override { return At(item).date; }
+    /// @}
     void EnableIdleEvents() override { isIdleEnabled_ = true; }
     void RunModal() override;
     void EndModal() noexcept override { isRunning_ = false; }

@@ -14,6 +14,7 @@ namespace Dlg {
 /// needs a script; what is shown is recorded, passwords excepted.
 class SYC_API HeadlessToolkit final : public Toolkit, public OV::AlertPresenter {
 public:
+    /// What a user does with an open dialog; gets the dialog, which lives as long as the call.
     using Script = std::function<void(HeadlessDialog&)>;
 
     HeadlessToolkit();
@@ -27,12 +28,15 @@ public:
     /// The button for the next alert `number` that has no answer yet. An alert without an answer
     /// gets its last button, the one that changes nothing.
     void AddAnswer(int number, int button);
+    /// What the next question for a file to save to is answered with; nothing: the user cancels. An
+    /// unexpected question is cancelled.
     void AddSaveFile(std::optional<IO::Location> file) { saveFiles_.push_back(std::move(file)); }
 
     /// The numbers of all dialogs that were opened, in their order.
     [[nodiscard]] const OV::Array<int>& GetOpenedDialogs() const noexcept { return opened_; }
     /// Every text, label or entry that the item ever showed, in its order.
     [[nodiscard]] OV::Array<OV::UniString> GetTextsShown(int dialog, int item) const;
+    /// Every alert that was shown, with its placeholders filled in, in their order.
     [[nodiscard]] OV::Array<OV::AlertResource> GetAlertsShown() const;
 
     std::unique_ptr<DialogWindow> MakeWindow(const DialogDescription& description,

@@ -9,11 +9,11 @@ namespace Syncra::Server::Management {
 struct SYC_API ConnectedModule {
     /// The server's identifier; empty for a module that the server has not seen yet.
     OV::UniString id;
-    OV::UniString name;
-    OV::UniString version;
+    OV::UniString name;     ///< for people; unique on the server
+    OV::UniString version;  ///< as the module tells it; may be empty
     /// Where it listens, as "host:port"; empty when it does not.
     OV::UniString address;
-    bool enabled = true;
+    bool enabled = true;  ///< whether the server works with it
 
     friend bool operator==(const ConnectedModule&, const ConnectedModule&) = default;
 };

@@ -18,9 +18,9 @@ struct SYC_API CustomPropertyDefinition {
 
     /// The server's identifier; empty for a definition that the server has not seen yet.
     OV::UniString id;
-    OV::UniString name;
-    OV::UniString description;
-    Type type = Type::Text;
+    OV::UniString name;         ///< unique on the server
+    OV::UniString description;  ///< for people; may be empty
+    Type type = Type::Text;     ///< what the values must look like
     /// In the order of display; empty but for Type::Choice.
     OV::Array<OV::UniString> choices;
 

@@ -9,8 +9,8 @@ namespace Syncra::Server::Management {
 struct SYC_API Permission {
     /// The server's identifier; empty for a permission that the server has not seen yet.
     OV::UniString id;
-    OV::UniString name;
-    OV::UniString description;
+    OV::UniString name;         ///< unique on the server
+    OV::UniString description;  ///< for people; may be empty
     /// The server's: such a permission can be neither renamed nor deleted.
     bool builtIn = false;
 

@@ -9,7 +9,7 @@ namespace Syncra::Server::Management {
 struct SYC_API ProjectCategory {
     /// The server's identifier; empty for a category that the server has not seen yet.
     OV::UniString id;
-    OV::UniString name;
+    OV::UniString name;  ///< unique on the server
 
     friend bool operator==(const ProjectCategory&, const ProjectCategory&) = default;
 };

@@ -10,8 +10,8 @@ namespace Syncra::Server::Management {
 struct SYC_API Role {
     /// The server's identifier; empty for a role that the server has not seen yet.
     OV::UniString id;
-    OV::UniString name;
-    OV::UniString description;
+    OV::UniString name;         ///< unique on the server
+    OV::UniString description;  ///< for people; may be empty
     /// Identifiers.
     OV::HashSet<OV::UniString> permissions;
     /// Identifier; empty for none.

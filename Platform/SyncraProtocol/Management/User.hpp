@@ -12,10 +12,11 @@ struct SYC_API User {
     OV::UniString id;
     /// What he signs in with; unique in any ASCII letter case, without commas.
     OV::UniString loginName;
+    /// For people; 1 to 128 characters.
     OV::UniString fullName;
     /// Empty for none.
     OV::UniString email;
-    bool enabled = true;
+    bool enabled = true;      ///< whether he may sign in
     std::uint32_t color = 0;  ///< 0xRRGGBB
     /// Texts of his custom properties, by the identifier of the definition; those without a value
     /// are absent.

@@ -9,14 +9,15 @@ namespace Syncra::Server::Management::V1 {
 
 /// When the server backs a project up by itself.
 struct SYC_API ProjectBackupSchedule {
+    /// How often; the numbers are those of the protocol.
     enum class Frequency : std::int32_t { Once = 0, Daily = 1, Weekly = 2, Monthly = 3 };
 
     /// The server's identifier; empty for a schedule that the server has not seen yet.
     OV::UniString id;
-    Frequency frequency = Frequency::Daily;
+    Frequency frequency = Frequency::Daily;  ///< counted from startTime
     /// The first run, seconds since 1970-01-01 UTC; the later ones follow at the same time of day.
     std::int32_t startTime = 0;
-    bool enabled = true;
+    bool enabled = true;  ///< whether the server runs it
 
     friend bool operator==(const ProjectBackupSchedule&, const ProjectBackupSchedule&) = default;
     /// Equal apart from the identifier.

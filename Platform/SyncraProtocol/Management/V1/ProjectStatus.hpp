@@ -13,7 +13,7 @@ struct SYC_API ProjectStatus {
 
     /// Name of the category; empty for a project without one.
     OV::UniString category;
-    std::int32_t state = Active;
+    std::int32_t state = Active;  ///< one of State, or a newer server's
 
     friend bool operator==(const ProjectStatus&, const ProjectStatus&) = default;
     /// The same: no identifier is in it.

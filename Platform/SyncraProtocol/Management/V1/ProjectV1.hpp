@@ -12,13 +12,17 @@ namespace Syncra::Server::Management::V1 {
 struct SYC_API Project {
     /// The server's identifier; empty for a project that the server has not seen yet.
     OV::UniString id;
-    OV::UniString name;
-    OV::UniString description;
+    OV::UniString name;         ///< unique on the server
+    OV::UniString description;  ///< for people; may be empty
     /// Clear text in memory only.
     OV::UniString password;
+    /// Where it stands on its server.
     ProjectStatus status;
+    /// One element each, by its identifier.
+    /// @{
     OV::HashSet<ProjectMember> members;
     OV::HashSet<ProjectBackupSchedule> backupSchedules;
+    /// @}
     /// How many automatic backups the server keeps.
     std::uint32_t maxBackupCounter = 0;
     /// Server-side location of the project's data.

@@ -8,7 +8,7 @@ namespace Syncra::Server::Management::V2 {
 /// A project as servers of the second generation administer it: they also tell the version of its
 /// data format. Members and backup schedules are those of the first generation.
 struct SYC_API Project : V1::Project {
-    OV::UniString version;
+    OV::UniString version;  ///< of its data format; empty when the server does not know
 
     friend bool operator==(const Project&, const Project&) = default;
     /// As V1::Project::IsContentEqual, and the same version.
