@@ -45,9 +45,10 @@ public:
     void SetChartLines(const OV::PagedArray<ChartDataLine>& lines);
 
     /// Asks the server for its projects and their members, and stores project by project what it
-    /// tells. False when the calling thread was interrupted; what was stored until then stays, as
-    /// it does when a request fails, which throws as the requests of SyncraClient do. `port`
-    /// is that of the model service, above 32767 a negative number.
+    /// tells. Blocks for a request or two for each project, each at most as long as HttpOptions
+    /// allow. False, within 100 ms, when the calling thread was interrupted; what was stored until
+    /// then stays, as it does when a request fails, which throws as the requests of SyncraClient
+    /// do. `port` is that of the model service, above 32767 a negative number.
     bool UpdateProjectCache(const OV::UniString& host, std::int16_t port, const OV::UniString& user,
                             const OV::Secret& password);
     /// Asks for the record's members anew, on the connection of the last UpdateProjectCache of this

@@ -1,8 +1,11 @@
 #include "OVRoot/NetworkProbe.hpp"
 
+#include "OVRoot/Thread.hpp"
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <cstring>
 #include <memory>
 #include <netdb.h>
@@ -47,6 +50,21 @@ private:
     int file_;
 };
 
+/// Whether the socket has something to tell in time.
+bool AwaitAnswer(int connection, std::uint32_t milliseconds)
+{
+    // poll cannot be woken by the flag of the thread, so it is asked between short waits.
+    constexpr int slice = 50;
+    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(milliseconds);
+    pollfd wait{connection, POLLOUT, 0};
+    while (poll(&wait, 1, slice) <= 0) {
+        Thread::ThrowIfInterrupted();
+        if (std::chrono::steady_clock::now() >= end)
+            return false;
+    }
+    return true;
+}
+
 }  // namespace
 
 std::vector<String> LookUp(const String& host, String& problem)
@@ -77,8 +95,7 @@ String Connect(const String& address, std::uint16_t port, std::uint32_t millisec
         return {};
     if (errno != EINPROGRESS)
         return std::strerror(errno);
-    pollfd wait{connection.Get(), POLLOUT, 0};
-    if (poll(&wait, 1, static_cast<int>(milliseconds)) == 0)
+    if (!AwaitAnswer(connection.Get(), milliseconds))
         return "no answer within " + std::to_string(milliseconds / 1000) + " s";
     int failure = 0;
     socklen_t size = sizeof failure;

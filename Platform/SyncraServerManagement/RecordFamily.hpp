@@ -12,8 +12,8 @@ class RepositoryRequests;
 }
 
 /// The records of one kind on a server, as part of a repository. Every call is a request and blocks
-/// for its answer; one thread at a time. Failures are those of UserRepositoryExceptions.hpp, and
-/// OV::InterruptedException.
+/// for its answer, as long and ended as those of Syncra::Client::SyncraClient; one thread at a
+/// time. Failures are those of UserRepositoryExceptions.hpp, and OV::InterruptedException.
 template <class Record>
 class SYC_API RecordFamily {
 public:

@@ -23,7 +23,8 @@ struct SignInData;
 namespace Syncra::Server::Management {
 
 /// The users of a server and what they may do, for the user who signed in. Every call is a request
-/// and blocks for its answer; one thread at a time. Failures, but of the photo calls, are those of
+/// and blocks for its answer, as long and ended as those of Syncra::Client::SyncraClient, or by
+/// Close; one thread at a time. Failures, but of the photo calls, are those of
 /// UserRepositoryExceptions.hpp, and OV::InterruptedException. Where a user is named, his
 /// identifier and his login name are both good.
 class SYC_API UserRepository {

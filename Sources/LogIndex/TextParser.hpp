@@ -34,8 +34,9 @@ public:
     /// Fetches the lines of the time from `from` to `to`, in seconds since 1970-01-01 UTC, both
     /// included, in place of those there were. `withoutVersionCheck` takes a server of another
     /// version of the protocol. 0; otherwise the code with which the server refused, or
-    /// OV::ChannelFailed, and the lines stay as they were. Ends early, as failed, when the calling
-    /// thread is interrupted.
+    /// OV::ChannelFailed, and the lines stay as they were. Blocks for a sign-in and a request a
+    /// page, each at most as long as HttpOptions allow. Ends within 100 ms, as failed, when the
+    /// calling thread is interrupted.
     int GetLatestEvents(std::int32_t from, std::int32_t to, bool withoutVersionCheck);
     /// The same with a text that is there already.
     void SetText(OV::String text, OV::String separator);

@@ -144,7 +144,9 @@ public:
 
     /// Sends the local marks to the server, waits at most five seconds for that, and ends fetching
     /// and sending; what "Mails.dat" then lacks is written before it returns. Whether the server
-    /// has them; those that it has not go with the next log-out, and an alert tells of it.
+    /// has them; those that it has not go with the next log-out, and an alert tells of it. An
+    /// interruption of the calling thread ends the wait within 100 ms, with
+    /// OV::InterruptedException; the marks then go with the next log-out as well.
     bool SynchronizeLogOut();
     /// In place of the one in the project's location, for later requests.
     void SetPassword(const OV::Secret& password);
