@@ -1,8 +1,11 @@
 #include "CleanUp.hpp"
 
 #include "Cache/Detail/CacheHold.hpp"
+#include "Cache/Detail/UnsentWork.hpp"
+#include "Files/FileErrors.hpp"
 #include "IO/IOException.hpp"
 #include "Messaging/MailFile.hpp"
+#include "OVRoot/Format.hpp"
 #include "RegisteredProjects.hpp"
 
 namespace SYC {
@@ -28,6 +31,20 @@ bool HasUnsentWork(const CachedProjectInfo& cache)
 {
     return cache.IsChanges() ||
            MayHoldMails(cache.GetCacheFolderLocation().Appended(MailFile::OutboxName));
+}
+
+void RefuseUnsentWork(const IO::Location& folder)
+{
+    bool isUnsent = true;
+    try {
+        isUnsent = HasUnsentWork(CachedProjectInfo(folder));
+    } catch (const Syncra::Server::ManagementTool::Core::FileError&) {
+        // Nobody knows what it holds.
+    }
+    if (isUnsent)
+        throw UnsentWorkException(OV::FormatText(
+            u"Cannot remove the cache \"%\": it holds changes or mails that were not sent.",
+            {folder.ToDisplayText()}));
 }
 
 bool IsCacheInUse(const IO::Location& folder)

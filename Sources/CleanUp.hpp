@@ -2,6 +2,7 @@
 
 #include "IO/Location.hpp"
 #include "OVRoot/Array.hpp"
+#include "OVRoot/Exception.hpp"
 #include "OVRoot/Export.hpp"
 #include "RegisteredProject.hpp"
 
@@ -12,6 +13,13 @@ namespace SYC {
 /// Whether something of the project waits to be sent: changes, or mails in the outbox, those
 /// included that this process does not know. What cannot be read may hold some and counts as well.
 [[nodiscard]] SYC_API bool HasUnsentWork(const CachedProjectInfo& cache);
+
+/// A cache is not removed, for it holds what was not sent. The message names its folder.
+class SYC_API UnsentWorkException : public OV::Exception {
+public:
+    using Exception::Exception;
+    OV_EXCEPTION_IDENTITY(UnsentWorkException)
+};
 
 /// Whether a ClientProjectConnectionManager of this or another process, on this machine, works with
 /// the cache in that folder. Throws IO::IOException when the folder cannot be looked into.
@@ -31,8 +39,9 @@ struct CacheToClean {
 /// The caches directly below `dataFolder` (the main project folder when it is empty) that were
 /// opened last more than GetLastUsedDays() days before `now`, seconds since 1970-01-01 UTC; none
 /// when the option is 0 or less. A cache that was never opened is due. Removes nothing:
-/// RegisteredProjects::RemoveProject does, and refuses one that is in use, even when somebody began
-/// to use it meanwhile. Looks at the disk alone; throws as RegisteredProjects::RefreshCaches.
+/// RegisteredProjects::RemoveProject does, and refuses one that is in use or holds unsent work,
+/// even when that came about meanwhile. Looks at the disk alone; throws as
+/// RegisteredProjects::RefreshCaches.
 [[nodiscard]] SYC_API OV::Array<CacheToClean>
 FindCachesToClean(std::int32_t now, const IO::Location& dataFolder = {});
 

@@ -1,6 +1,7 @@
 #include "Failure.hpp"
 
 #include "CheckResult.hpp"
+#include "CleanUp.hpp"
 #include "Files/FileErrors.hpp"
 #include "Files/ResourceNumbers.hpp"
 #include "IO/IOException.hpp"
@@ -66,6 +67,7 @@ constexpr struct {
     {Is<Syncra::Client::ServerVersionException>, FailureKind::IncompatibleVersion},
     {Is<Communication::MalformedResponseException>, FailureKind::NotUnderstood},
     {Is<Communication::CommunicationException>, FailureKind::NotReached},
+    {Is<UnsentWorkException>, FailureKind::UnsentWork},
     {Is<IO::IOException>, FailureKind::ThisComputer},
     {Is<Syncra::Server::ManagementTool::Core::FileError>, FailureKind::ThisComputer},
     {Is<OV::XMLChannelException>, FailureKind::ThisComputer},

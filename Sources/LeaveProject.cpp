@@ -84,7 +84,8 @@ void LeaveProject::Leave(const Options& options)
         }
         if (options.removeCache) {
             report(GetText(FlowText::RemoveCache));
-            registeredProjects().RemoveProject(cache->GetCacheFolderLocation());
+            registeredProjects().RemoveProject(cache->GetCacheFolderLocation(),
+                                               options.discardUnsent);
         }
         return {};
     });

@@ -1,5 +1,7 @@
 #include "RegisteredProjects.hpp"
 
+#include "Cache/Detail/CacheFolders.hpp"
+#include "Cache/Detail/UnsentWork.hpp"
 #include "Files/FileErrors.hpp"
 #include "Files/RoamingProfile.hpp"
 #include "IO/IOException.hpp"
@@ -27,6 +29,16 @@ std::shared_ptr<DataOptionsFile> MakeOptionsFile()
     return std::make_shared<DataOptionsFile>(Core::GetRoamingProfileFolderLocation()
                                                  .Appended(CompanyFolder)
                                                  .Appended(DataOptionsFormat::FileName));
+}
+
+/// What an earlier removal left was agreed to go.
+bool IsLeftOfRemoval(const CacheInfoRecord& record)
+{
+    if (!record.info)
+        return false;
+    Inner::ProjectConnectionInfo connection;
+    record.info->GetProjectConnectionInfo(connection);
+    return CacheFolders::IsRemains(record.folder, connection);
 }
 
 void CheckDataFolder(const IO::Location& folder)
@@ -342,7 +354,7 @@ RegisteredProjects::CreateCachedProjectInfo(const IO::Location& projectUrl,
                                       ProjectFolder(dataFolder));
 }
 
-bool RegisteredProjects::RemoveProject(const IO::Location& project)
+bool RegisteredProjects::RemoveProject(const IO::Location& project, bool force)
 {
     std::size_t index = 0;
     if (!GetCacheIndex(project, index, true))
@@ -351,8 +363,9 @@ bool RegisteredProjects::RemoveProject(const IO::Location& project)
     if (!record)
         return false;
     try {
-        CacheFolders::Remove(record->folder);
-    } catch (const IO::IOException&) {
+        CacheFolders::Remove(record->folder,
+                             force || IsLeftOfRemoval(*record) ? nullptr : &RefuseUnsentWork);
+    } catch (const OV::Exception&) {
         // It may stand under another name by now.
         try {
             mCacheInforegister->Look(record->folder);

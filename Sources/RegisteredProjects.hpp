@@ -131,11 +131,13 @@ public:
     [[nodiscard]] std::shared_ptr<CachedProjectInfo>
     CreateCachedProjectInfo(const IO::Location& projectUrl, const IO::Location& dataFolder = {});
     /// Deletes the cache with all that the host keeps in it; false when there is none. Of a cache
-    /// folder that is a link only the link goes. Throws FileOpenningError when that cannot be found
-    /// out, otherwise IO::IOException; with IO::ErrorCode::HeldByOther when a program has the
-    /// project open (see CleanUp.hpp); what is left is listed as a cache of its own, called
+    /// folder that is a link only the link goes. Throws UnsentWorkException, unless `force`, when
+    /// changes or mails wait to be sent, or what cannot be read may hold some (see CleanUp.hpp);
+    /// what is left of an earlier removal goes without. Throws FileOpenningError when that cannot
+    /// be found out, otherwise IO::IOException; with IO::ErrorCode::HeldByOther when a program has
+    /// the project open (see CleanUp.hpp); what is left is listed as a cache of its own, called
     /// "... .removed", and can be removed again.
-    bool RemoveProject(const IO::Location& project);
+    bool RemoveProject(const IO::Location& project, bool force = false);
 
     /// How many records there are.
     [[nodiscard]] std::size_t GetCacheDataFolderNum() const;

@@ -346,7 +346,9 @@ TEST_F(RegisteredProjectsTest, DueCachesGoOnlyWhenNobodyHasThemOpenAndNothingWai
     };
     const auto idle = make(u"Idle", now - 31 * day).GetCacheFolderLocation();
     (void)make(u"New", now - 30 * day);
-    make(u"Changed", now - 31 * day).SetUnsentChanges(true);
+    auto withChanges = make(u"Changed", now - 31 * day);
+    withChanges.SetUnsentChanges(true);
+    const auto changed = withChanges.GetCacheFolderLocation();
     const auto mailed = make(u"Mailed", now - 31 * day).GetCacheFolderLocation();
     WriteBytes(mailed.Appended(u"Outbox.dat").ToNativePath(), "not an outbox");
     const auto open = make(u"Open", now - 31 * day).GetCacheFolderLocation();
@@ -371,6 +373,11 @@ TEST_F(RegisteredProjectsTest, DueCachesGoOnlyWhenNobodyHasThemOpenAndNothingWai
     EXPECT_FALSE(SYC::IsCacheInUse(open)) << "a dead process holds nothing";
     EXPECT_TRUE(registry.RemoveProject(open));
     EXPECT_TRUE(registry.RemoveProject(idle));
+    for (const auto& each : {changed, mailed}) {
+        EXPECT_THROW(registry.RemoveProject(each), SYC::UnsentWorkException);
+        EXPECT_NE(registry.GetCachedProjectInfo(each), nullptr) << "as it was";
+        EXPECT_TRUE(registry.RemoveProject(each, true));
+    }
 }
 
 TEST_F(RegisteredProjectsTest, ARemovalThatEndsEarlyLeavesACacheToBeRemovedAgain)
@@ -402,6 +409,7 @@ TEST_F(RegisteredProjectsTest, ARemovalThatEndsEarlyLeavesACacheToBeRemovedAgain
         EXPECT_EQ(Names(), ::Names{}) << "somebody is at it";
     }
     fs::permissions(left.ToNativePath() + "/closed", fs::perms::all);
+    WriteBytes(left.Appended(u"Outbox.dat").ToNativePath(), "was to go");
     EXPECT_TRUE(registry.RemoveProject(left));
     EXPECT_TRUE(fs::is_empty(host));
 }

@@ -165,7 +165,7 @@ void Forget(const ForgetArguments& arguments, Context& context)
     if (!arguments.yes)
         Question::Require("Remove the cache of " + project + " with all that is in \"" + path +
                           "\"?");
-    SYC::registeredProjects().RemoveProject(folder);
+    SYC::registeredProjects().RemoveProject(folder, arguments.force);
     if (context.output.json)
         context.output.PrintJson(
             {{"forgotten", true}, {"folder", ForJson(folder.ToPath())}, {"hadUnsent", unsent}});

@@ -143,7 +143,7 @@ bool IsNameOf(OV::UniStringView name, const Inner::ProjectConnectionInfo& info)
     return isWanted(name) || isWanted(WithoutNumber(name));
 }
 
-void Remove(const IO::Location& folder)
+void Remove(const IO::Location& folder, void (*refuse)(const IO::Location& folder))
 {
     auto hold = IO::ExclusiveFile::TryOpen(folder.Appended(HoldFileName));
     if (!hold)
@@ -151,14 +151,21 @@ void Remove(const IO::Location& folder)
                               "another program is setting it up or removing it");
     RefuseWhenHeld(folder, folder);
     // What a link leads to stays, so the hold there ends like any other.
-    if (IO::Folder::IsLink(folder))
+    if (IO::Folder::IsLink(folder)) {
         hold->DeleteAndClose();
+        refuse = nullptr;
+    }
+    if (refuse != nullptr)
+        refuse(folder);
     // Last of all what makes it a cache: if this ends in the middle, the rest is listed and can be
     // removed again.
     constexpr OV::UniStringView last[] = {CacheInfoFormat::FileName, HoldFileName};
     const IO::Location removed = Rename(folder);
     try {
         RefuseWhenHeld(removed, folder);
+        // Somebody may have opened, changed and closed it before it got another name.
+        if (refuse != nullptr)
+            refuse(removed);
     } catch (...) {
         IO::File::Rename(removed, folder);
         throw;

@@ -29,8 +29,10 @@ struct Found {
 /// Deletes a cache folder with all that it holds, of one that is a link only the link. It goes at
 /// once under its name, for which a new cache may be made meanwhile. What is left of it when this
 /// ends early is a cache called "... .removed". Throws IO::IOException, with HeldByOther while it
-/// is being set up or somebody holds it (CacheHold).
-void Remove(const IO::Location& folder);
+/// is being set up or somebody holds it (CacheHold). `refuse`, which may be null, throws when the
+/// content of the folder must stay; it is asked when nobody can change that any more, and not for a
+/// link.
+void Remove(const IO::Location& folder, void (*refuse)(const IO::Location& folder) = nullptr);
 
 /// Whether the folder is what an unfinished Remove left of a cache of that connection.
 [[nodiscard]] bool IsRemains(const IO::Location& folder, const Inner::ProjectConnectionInfo& info);
