@@ -19,12 +19,18 @@ template <class Char>
     return c >= '0' && c <= '9';
 }
 
-/// Marks that nobody sees and that turn the direction of what follows: with one of them a name reads
-/// as another.
+/// Marks that nobody sees and that turn the direction of what follows: with one of them a name
+/// reads as another.
 [[nodiscard]] constexpr bool IsDirectionMark(char16_t c) noexcept
 {
     return c == 0x061C || c == 0x200E || c == 0x200F || (c >= 0x202A && c <= 0x202E) ||
            (c >= 0x2066 && c <= 0x2069);
+}
+
+/// Marks without a width: a name that holds one looks like another name.
+[[nodiscard]] constexpr bool IsInvisibleMark(char16_t c) noexcept
+{
+    return c == 0x200B || c == 0x2060 || c == 0xFEFF;
 }
 
 /// The letters A to Z in small ones, everything else as it is.

@@ -24,7 +24,7 @@ constexpr std::size_t MaximumDigits = 18;
 
 bool IsControl(char16_t c)
 {
-    return c < u' ' || (c >= 0x7F && c < 0xA0) || OV::IsDirectionMark(c);
+    return c < u' ' || (c >= 0x7F && c < 0xA0) || OV::IsDirectionMark(c) || OV::IsInvisibleMark(c);
 }
 
 bool IsLetterOrDigit(char16_t c)

@@ -130,6 +130,7 @@ TEST_F(AdminCommandTest, SpecialActionsDoTheirWork)
               Shown({"roles", "show", "Engineer"}).at("permissionSet"));
     EXPECT_EQ(Shown({"projects", "show", "Harbour Bridge"}).at("category"), "Housing");
     EXPECT_FALSE(Shown({"modules", "list"}).at("modules").empty());
+    EXPECT_EQ(Admin({"projects", "add", "Pier", "--category", "Nope"}).code, 3);
     ASSERT_EQ(Run(On("anna.novak", "Harbour Bridge", {"open"})).code, 0);
     for (const Strings& words : std::vector<Strings>{
              {"projects", "members", "add", "harbour bridge", "nora.lind", "Viewer"},

@@ -27,6 +27,8 @@ TEST_F(CommandTest, EachCheckResultHasItsExitCodeAndJson)
         EXPECT_EQ(json.at("result"), each.result);
         EXPECT_EQ(json.at("meaning"), each.meaning);
     }
+    const auto cached = nlohmann::json::parse(Run({"projects", "--json"}).output).at("projects");
+    EXPECT_EQ(cached.size(), 2u) << "only what has a session was joined: " << cached;
     server.Kill();
     EXPECT_EQ(Run(On("anna.novak", "Harbour Bridge", {"open"})).code, 11);
 }

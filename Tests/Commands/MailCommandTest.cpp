@@ -132,6 +132,8 @@ TEST_F(MailCommandTest, ARequestIsGrantedOnceAndEndsWithItsAnswer)
     EXPECT_EQ(mails[1].at("kind"), "accepted");
     EXPECT_EQ(mails[1].at("parent"), mails[0].at("id"));
     EXPECT_EQ(mails[0].at("history"), false);
+    EXPECT_EQ(As("anna.novak", {"mail", "revoke", "--id", mails[0].at("id")}).code, 2)
+        << "too late";
     const std::string answer = mails[1].at("id");
     EXPECT_EQ(As("anna.novak", {"mail", "read", "--id", answer}).code, 0);
     EXPECT_EQ(Mails("anna.novak")[0].at("history"), true);

@@ -35,6 +35,7 @@ TEST_F(ProfileCommandTest, OneLoginIsEnoughForEveryCommand)
                                                     {"members"},
                                                     {"log", "update"},
                                                     {"log", "show"},
+                                                    {"whoami"},
                                                     {"users", "list"},
                                                     {"server", "connect"},
                                                     {"projects", "show", "Harbour Bridge"},
@@ -49,6 +50,18 @@ TEST_F(ProfileCommandTest, OneLoginIsEnoughForEveryCommand)
     std::ofstream(PasswordFile()) << "another\n";
     EXPECT_EQ(Run({"status", "--password-file", PasswordFile()}).code, 12)
         << "the stored one does not stand in for a wrong one";
+}
+
+TEST_F(ProfileCommandTest, APasswordThatTheUserChangesIsTheStoredOneFromThenOn)
+{
+    ASSERT_EQ(Login("work", "anna.novak", {"--store-password"}).code, 0);
+    const auto file = folder.Path() / "new";
+    std::ofstream(file) << "another-sample\n";
+    EXPECT_EQ(Run({"password", "change", "--new-password-file", file}).code, 0);
+    const auto self = json::parse(Run({"whoami", "--json"}).output);
+    EXPECT_EQ(self.at("fullName"), "Anna Nov\u00e1k");
+    EXPECT_EQ(self.at("groups"), json({"ProjectManagers"}));
+    EXPECT_EQ(Run({"whoami", "--password-file", PasswordFile()}).code, 12);
 }
 
 TEST_F(ProfileCommandTest, WhatIsNearerHolds)

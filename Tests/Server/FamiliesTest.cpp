@@ -195,6 +195,7 @@ TEST_F(FamiliesTest, NoRecordThatBreaksARuleIsTaken)
         {"roles", {{"permissionSet", "none"}}},
         {"groups", {{"name", "two\nlines"}}},
         {"permissions", {{"name", "txt.\u202Eexe"}}},
+        {"permissions", {{"name", "Re\u200Bad"}}},
         {"permissions", {{"name", "blank "}}},
         {"permission-sets", {{"permissions", {""}}}},
         {"custom-properties", {{"choices", json::array()}}},

@@ -14,6 +14,8 @@ using Family = AdminFamily<ProjectRepositoryManager, Record>;
 template <class Record>
 using Actions = AdminFamilyActions<ProjectRepositoryManager, Record>;
 
+Family<ProjectCategory> Categories();
+
 AdminField<V2::Project> Category()
 {
     return {.name = "category",
@@ -22,8 +24,12 @@ AdminField<V2::Project> Category()
             .help = "The category that lists show it under; empty for none",
             .read = [](const V2::Project& project,
                        AdminSession&) { return ForJson(project.status.category); },
-            .write = [](V2::Project& project, const Values& values,
-                        AdminSession&) { project.status.category = OV::FromUtf8(values.back()); }};
+            .write =
+                [](V2::Project& project, const Values& values, AdminSession& session) {
+                    const auto& name = values.back();
+                    project.status.category =
+                        name.empty() ? OV::UniString() : Categories().Find(session, name).name;
+                }};
 }
 
 AdminField<V2::Project> Backups()

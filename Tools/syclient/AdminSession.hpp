@@ -85,18 +85,27 @@ private:
     std::uint16_t managementPort_;
 };
 
-/// Adds an action on a server, which the options name beside what the action itself is told.
+/// Makes a command an action on a server, which the options name beside what the action itself is
+/// told.
 template <class Arguments>
-void AddAdminAction(CLI::App& parent, Context& context, const std::string& name,
-                    const std::string& description, void (*run)(AdminSession&, const Arguments&),
-                    Arguments initial = {})
+void DefineAdminAction(CLI::App& command, Context& context,
+                       void (*run)(AdminSession&, const Arguments&), Arguments initial = {})
 {
     using OnServer = ArgumentsAt<ServerArguments, Arguments>;
     DefineCommand(
-        AddSubcommand(parent, name, description), context,
+        command, context,
         [run](const OnServer& arguments, Context& shared) {
             AdminSession session(shared, arguments.place);
             run(session, arguments.own);
         },
         OnServer{{}, std::move(initial)});
+}
+
+/// Adds such a command.
+template <class Arguments>
+void AddAdminAction(CLI::App& parent, Context& context, const std::string& name,
+                    const std::string& description, void (*run)(AdminSession&, const Arguments&),
+                    Arguments initial = {})
+{
+    DefineAdminAction(AddSubcommand(parent, name, description), context, run, std::move(initial));
 }

@@ -248,18 +248,6 @@ void Tell(const AdminSession& session, const std::string& done, const User& user
         output.PrintLine(done);
 }
 
-/// Asked for twice where it is typed unseen.
-OV::Secret ReadNewPassword(const PasswordSource& source, const std::string& user)
-{
-    OV::Secret password = source.Read(user + " (new)");
-    if (source.IsGiven())
-        return password;
-    if (password != source.Read(user + " (new, again)"))
-        throw OV::IllegalArgumentException(
-            OV::StringView("Nothing is changed: the two passwords differ."));
-    return password;
-}
-
 struct PasswordArguments {
     std::string user;
     PasswordSource source;
@@ -275,7 +263,7 @@ void SetPassword(AdminSession& session, const PasswordArguments& arguments)
 {
     const User user = Users().Find(session, arguments.user);
     const std::string name = ForDisplay(user.loginName);
-    const OV::Secret password = ReadNewPassword(arguments.source, name);
+    const OV::Secret password = arguments.source.ReadNew(name);
     session.Do(session.Users(), &UserRepositoryManager::SetUserPassword, user.id, password);
     Tell(session, "Changed the password of " + name + ", who is signed out.", user);
 }

@@ -24,6 +24,7 @@ struct CheckReport {
     OV::UniString serverLocation;
     OV::UniString sessionId;
     std::shared_ptr<SYC::CachedProjectInfo> cache;
+    bool isCacheNew = false;  ///< none was there before
 
     void Print(const Output& output) const;
     /// What happened and what the user can do about it.

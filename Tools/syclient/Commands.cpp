@@ -15,6 +15,8 @@ constexpr Command Commands[] = {
      "Sign in once: this computer remembers server, login and project, and on wish the password",
      &DeclareLogin},
     {"profile", "What was remembered of servers, logins and projects", &DeclareProfile},
+    {"whoami", "Who you are on the server: your name there, and the groups that you are in",
+     &DeclareWhoAmI},
     {"browse",
      "The projects of a server that you may see: how each stands there and here, who works in it",
      &DeclareBrowse},
@@ -40,7 +42,9 @@ constexpr Command Commands[] = {
     {"mail", "Mails and ownership requests between the members of a project", &DeclareMail},
     {"log", "What users did in the projects of a server, and its load", &DeclareLog},
     {"server", "The servers and users of this machine", &DeclareServer},
-    {"password", "The passwords that this machine keeps; \"server list\" tells for whom",
+    {"password",
+     "Your password on the server, and those that this machine keeps; \"server list\" tells for "
+     "whom",
      &DeclarePassword},
     {"authenticate",
      "Hold the password of a cached project against the stored one, as a host does before it "

@@ -18,6 +18,7 @@ void DeclareManual(CLI::App& command, Context& context);
 void DeclareDiagnose(CLI::App& command, Context& context);
 void DeclareLogin(CLI::App& command, Context& context);
 void DeclareProfile(CLI::App& command, Context& context);
+void DeclareWhoAmI(CLI::App& command, Context& context);
 void DeclareOpen(CLI::App& command, Context& context);
 void DeclareClose(CLI::App& command, Context& context);
 void DeclareCloseProject(CLI::App& command, Context& context);

@@ -93,12 +93,19 @@ void Update(const ServerArguments& server, Context& context)
     PieChartUpdater statistics(source, cache);
     if (!RunUpdate(statistics, view, context))
         return;
-    if (context.output.json)
+    PerformanceData performance;
+    cache.GetPerformanceData(performance);
+    const bool hasLoad = performance.HasChartLine(ChartType::Cpu);
+    if (context.output.json) {
         context.output.PrintJson(
-            {{"lines", lines}, {"folder", ForJson(cache.GetFolder().ToPath())}});
-    else
-        context.output.PrintLine(std::to_string(lines) + " lines of the log are cached in \"" +
-                                 ForDisplay(cache.GetFolder().ToPath()) + "\".");
+            {{"lines", lines}, {"load", hasLoad}, {"folder", ForJson(cache.GetFolder().ToPath())}});
+        return;
+    }
+    context.output.PrintLine(std::to_string(lines) + " lines of the log are cached in \"" +
+                             ForDisplay(cache.GetFolder().ToPath()) + "\".");
+    if (!hasLoad)
+        context.output.PrintLine("The load of the server is not among them: it is told to "
+                                 "administrators alone.");
 }
 
 struct ShowArguments {
@@ -370,7 +377,8 @@ void DeclareLog(CLI::App& command, Context& context)
     AddCommand(command, context, "show", "The last lines of the log", &Show);
     AddCommand(command, context, "export", "Write the lines to a file, as the log viewer does",
                &Export);
-    AddCommand(command, context, "chart", "Draw the statistics into a PNG file, or write them as CSV", &Chart);
+    AddCommand(command, context, "chart",
+               "Draw the statistics into a PNG file, or write them as CSV", &Chart);
     AddCommand(command, context, "stats", "Shares of actions, users and projects, and the load",
                &Stats);
 }

@@ -185,12 +185,26 @@ void SendNew(ProjectHost& host, Context& context, const NewArguments& arguments)
     });
 }
 
-bool Fits(const ClientMail& mail, SYC::MailAnswer answer, Context& context)
+/// Whether somebody accepted or refused that request, as far as the server told.
+bool HasDecision(ProjectHost& host, const OV::UniString& request)
 {
-    if (SYC::MailClient::MayAnswer(mail, answer))
+    const auto& mails = host.Mails().GetMails();
+    return std::any_of(mails.begin(), mails.end(), [&](const auto& mail) {
+        return mail->GetParentMailId() == request && !mail->IsCopy() &&
+               (mail->GetType() == SYC::MailType::RequestAccepted ||
+                mail->GetType() == SYC::MailType::RequestDenied);
+    });
+}
+
+bool Fits(ProjectHost& host, const ClientMail& mail, SYC::MailAnswer answer, Context& context)
+{
+    // The copy stays an open request until the user reads the answer to it.
+    const bool isAnswered = answer == SYC::MailAnswer::Revoke && HasDecision(host, mail.GetId());
+    if (SYC::MailClient::MayAnswer(mail, answer) && !isAnswered)
         return true;
     context.exitCode = ExitCode::Usage;
-    context.output.Error(answer == SYC::MailAnswer::Revoke
+    context.output.Error(isAnswered ? "The request was answered already."
+                         : answer == SYC::MailAnswer::Revoke
                              ? "The mail is no open request of yours."
                              : "The mail is no open request to you; it may have been answered.");
     return false;
@@ -200,7 +214,7 @@ void SendAnswer(ProjectHost& host, Context& context, const AnswerArguments& answ
 {
     (void)host.RefreshMails();
     const auto original = FindMail(host, context, answer.id);
-    if (!original || !Fits(*original, answer.kind, context))
+    if (!original || !Fits(host, *original, answer.kind, context))
         return;
     SYC::MailContent content;
     content.importance = answer.letter.importance;

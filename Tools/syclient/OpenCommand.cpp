@@ -4,11 +4,13 @@
 #include "CacheView.hpp"
 #include "CheckReport.hpp"
 #include "ClientProjectConnectionManager.hpp"
+#include "Files/FileErrors.hpp"
 #include "InterruptNote.hpp"
 #include "OVRoot/Clock.hpp"
 #include "OVRoot/PooledExecutor.hpp"
 #include "ProjectArguments.hpp"
 #include "ReadProjectConnection.hpp"
+#include "RegisteredProjects.hpp"
 #include "SYClientBase/MessageLoop.hpp"
 #include "SYClientBase/MessageLoopExecutor.hpp"
 #include "StartCheck.hpp"
@@ -70,15 +72,25 @@ void Check(std::shared_ptr<SYC::ProjectConnectionBase> connection, SYC::CheckOpt
     }
 }
 
-void RunOpen(const OpenArguments& arguments, Context& context)
+/// One that cannot be read is there.
+bool HasCache(const SYC::ClientProjectConnectionManager& manager)
 {
-    CheckReport report;
+    try {
+        return manager.FindCache() != nullptr;
+    } catch (const Syncra::Server::ManagementTool::Core::FileError&) {
+        return true;
+    }
+}
+
+void CheckProject(const OpenArguments& arguments, CheckReport& report, Context& context)
+{
     report.connection = arguments.project.Read();
     SYC::ClientProjectConnectionManager manager(SYC::ToSyncraLocation(report.connection),
                                                 context.DataFolder(),
                                                 [&](std::int32_t code, const OV::UniString& text) {
                                                     report.events.push_back({code, text});
                                                 });
+    report.isCacheNew = !HasCache(manager);
     std::shared_ptr<SYC::ProjectConnectionBase> connection;
     if (arguments.forWriting)
         connection = std::make_shared<SYC::WriteProjectConnection>(&manager);
@@ -109,6 +121,16 @@ void RunOpen(const OpenArguments& arguments, Context& context)
     context.exitCode = ExitCodeOf(report.result);
     if (report.result == SYC::CheckResult::Passed)
         ReportUnwritten(*report.cache, context);
+}
+
+void RunOpen(const OpenArguments& arguments, Context& context)
+{
+    CheckReport report;
+    CheckProject(arguments, report, context);
+    // A project that could not be joined is not to be listed as one that was.
+    if (report.isCacheNew && report.cache && report.cache->GetSessionId().empty())
+        SYC::registeredProjects().RemoveProject(
+            std::exchange(report.cache, nullptr)->GetCacheFolderLocation());
 }
 
 }  // namespace

@@ -286,7 +286,7 @@ std::string ForDisplay(OV::UniStringView text)
         whole.begin(), whole.end(),
         [](char16_t unit) {
             return unit < 0x20 || (unit >= 0x7F && unit < 0xA0) || OV::IsDirectionMark(unit) ||
-                   unit == 0x200B || unit == 0x2060 || unit == 0xFEFF;
+                   OV::IsInvisibleMark(unit);
         },
         u'?');
     return OV::ToUtf8(whole);

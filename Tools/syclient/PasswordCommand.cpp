@@ -1,3 +1,4 @@
+#include "AdminSession.hpp"
 #include "Command.hpp"
 #include "Commands.hpp"
 
@@ -64,6 +65,27 @@ void Set(const SetArguments& arguments, Context& context)
            {{"stored", true}, {"user", ForJson(user)}, {"server", ForJson(server)}});
 }
 
+struct ChangeArguments {
+    PasswordSource source;
+
+    void AddOptions(CLI::App& command) { source.AddOptions(command, "new-"); }
+};
+
+/// What this computer keeps for that server is the new password from then on.
+void Change(AdminSession& session, const ChangeArguments& arguments)
+{
+    const auto user = OV::FromUtf8(session.Server().user);
+    const auto server = OV::FromUtf8(session.Server().server);
+    const OV::Secret password = arguments.source.ReadNew(ForDisplay(user));
+    session.Do(session.Users(), &ManagementCore::UserRepositoryManager::SetUserPassword, user,
+               password);
+    if (SyncraInfo().IsUserInServerList(user, server))
+        SyncraInfo().Update([&](SyncraInfo& info) { info.AddUser(user, server, password); });
+    Finish(session.GetContext(),
+           "Changed the password of " + ForDisplay(user) + " on " + ForDisplay(server) + ".",
+           {{"changed", true}, {"user", ForJson(user)}, {"server", ForJson(server)}});
+}
+
 void Forget(const ForgetArguments& arguments, Context& context)
 {
     const auto user = OV::FromUtf8(arguments.user);
@@ -88,5 +110,8 @@ void DeclarePassword(CLI::App& command, Context& context)
                "Store, or replace, the password of a user on a server; coded, for you on this "
                "machine only",
                &Set);
+    AddAdminAction(command, context, "change",
+                   "Change your own password on the server, which signs you out everywhere else",
+                   &Change);
     AddCommand(command, context, "forget", "Forget all passwords of a user", &Forget);
 }

@@ -55,3 +55,12 @@ OV::Secret PasswordSource::Read(const std::string& promptFor) const
                            "--password-stdin."));
     return FirstLine(*typed);
 }
+
+OV::Secret PasswordSource::ReadNew(const std::string& promptFor) const
+{
+    OV::Secret password = Read(promptFor + " (new)");
+    if (!IsGiven() && password != Read(promptFor + " (new, again)"))
+        throw OV::IllegalArgumentException(
+            OV::StringView("Nothing is changed: the two passwords differ."));
+    return password;
+}

@@ -22,4 +22,7 @@ struct PasswordSource {
     /// `promptFor` is shown to a person ("anna.novak on nexar.example:19001"). Throws
     /// OV::IllegalArgumentException when there is no way to ask.
     [[nodiscard]] OV::Secret Read(const std::string& promptFor) const;
+    /// A password to be set, asked for twice where it is typed unseen; throws as well when the two
+    /// differ.
+    [[nodiscard]] OV::Secret ReadNew(const std::string& promptFor) const;
 };

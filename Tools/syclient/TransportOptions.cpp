@@ -27,8 +27,26 @@ void TransportOptions::AddOptions(CLI::App& app)
         if (OV::StringView(text.kind) == "FILE")
             option->check(CLI::ExistingFile);
     }
+    group
+        .add_option(
+            "--timeout", seconds_,
+            "How long a server may be silent, and a connection take to come about, in seconds "
+            "(default: 30, and 10 for the connection)")
+        ->option_text("N")
+        ->check(CLI::Range(1, 3600));
     group.add_flag("--allow-plain-http", options_.allowPlainHttp,
                    "Plain HTTP to other computers, which shows passwords on the way");
+}
+
+void TransportOptions::Apply() const
+{
+    auto options = options_;
+    if (seconds_ != 0) {
+        constexpr std::uint32_t milliseconds = 1000;
+        options.requestTimeoutMilliseconds = seconds_ * milliseconds;
+        options.connectTimeoutMilliseconds = seconds_ * milliseconds;
+    }
+    Communication::SetDefaultHttpOptions(std::move(options));
 }
 
 TrustNotice::TrustNotice(const Output& output) : output_(output)

@@ -13,10 +13,11 @@ class TransportOptions {
 public:
     void AddOptions(CLI::App& app);
     /// Makes them those of the process.
-    void Apply() const { Communication::SetDefaultHttpOptions(options_); }
+    void Apply() const;
 
 private:
     Communication::HttpOptions options_ = Communication::DefaultHttpOptions();
+    std::uint32_t seconds_ = 0;
 };
 
 /// Tells of a server that is not trusted, as soon as a request meets it, and of the command that
