@@ -19,6 +19,7 @@
 #include "SYClient/Version.hpp"
 #include "SYClientBase/SyncraClientFactory.hpp"
 #include "SYCommunication/HttpClient.hpp"
+#include "SYCommunication/Proxy.hpp"
 #include "SyncraProtocol/ProductVersion.hpp"
 
 #include <algorithm>
@@ -32,7 +33,7 @@ using Step = Diagnosis::Step;
 
 using Steps = OV::Array<Step>;
 
-enum class Hint : int { Name = 1, Port, NoProjects };
+enum class Hint : int { Name = 1, Port, NoProjects, Proxy };
 
 const OV::UniString& GetHint(Hint hint)
 {
@@ -63,14 +64,31 @@ bool Take(Steps& steps, OV::UniStringView name, const OV::UniString& address, Wo
     return steps.back().succeeded;
 }
 
-std::vector<OV::String> LookUp(Steps& steps, const OV::UniString& host)
+/// Where requests go first: to the server, or to a proxy on the way to it.
+struct Station {
+    Communication::ServerAddress address;
+    OV::UniStringView lookUp = u"name look-up";
+    OV::UniStringView connect = u"connect";
+    Hint nameHint = Hint::Name;
+    Hint portHint = Hint::Port;
+};
+
+Station FirstStation(const Communication::ServerAddress& server)
+{
+    const auto proxy = Communication::FindProxy(server, Communication::DefaultHttpOptions());
+    if (!proxy)
+        return {server};
+    return {*proxy, u"proxy look-up", u"proxy", Hint::Proxy, Hint::Proxy};
+}
+
+std::vector<OV::String> LookUp(Steps& steps, const Station& station)
 {
     std::vector<OV::String> addresses;
     (void)Take(
-        steps, u"name look-up", host,
+        steps, station.lookUp, station.address.host,
         [&] {
             OV::String problem;
-            addresses = OV::NetworkProbe::LookUp(OV::ToUtf8(host), problem);
+            addresses = OV::NetworkProbe::LookUp(OV::ToUtf8(station.address.host), problem);
             if (addresses.empty())
                 throw OV::Exception(OV::FromUtf8(problem));
             OV::UniString found;
@@ -78,7 +96,7 @@ std::vector<OV::String> LookUp(Steps& steps, const OV::UniString& host)
                 found += (found.empty() ? u"" : u", ") + OV::FromUtf8(each);
             return found;
         },
-        GetHint(Hint::Name));
+        GetHint(station.nameHint));
     return addresses;
 }
 
@@ -91,20 +109,20 @@ OV::UniString DescribeCertificate(const Communication::UntrustedServer& server)
 }
 
 /// Each address, one that does not answer among them.
-void ConnectToEach(Steps& steps, const std::vector<OV::String>& addresses, std::uint16_t port,
-                   std::uint32_t milliseconds)
+void ConnectToEach(Steps& steps, const Station& station, std::uint32_t milliseconds)
 {
-    for (const auto& each : addresses) {
+    const std::uint16_t port = station.address.port;
+    for (const auto& each : LookUp(steps, station)) {
         OV::Thread::ThrowIfInterrupted();
         (void)Take(
-            steps, u"connect", OV::FromUtf8(each + " port " + std::to_string(port)),
+            steps, station.connect, OV::FromUtf8(each + " port " + std::to_string(port)),
             [&] {
                 const auto problem = OV::NetworkProbe::Connect(each, port, milliseconds);
                 if (!problem.empty())
                     throw OV::Exception(OV::FromUtf8(problem));
                 return OV::UniString(u"connected");
             },
-            GetHint(Hint::Port));
+            GetHint(station.portHint));
     }
 }
 
@@ -235,7 +253,7 @@ OV::Array<Step> WalkToServer(const DiagnosisRequest::Login& login,
     Steps steps;
     const auto address = Communication::ServerAddress::FromServerName(login.serverName, login.port);
     const OV::UniString place = OV::FromUtf8(address.BaseUrl());
-    ConnectToEach(steps, LookUp(steps, address.host), login.port, connectMilliseconds);
+    ConnectToEach(steps, FirstStation(address), connectMilliseconds);
     if (address.secure)
         (void)Take(steps, u"TLS", place, [&] {
             return DescribeCertificate(
@@ -253,15 +271,16 @@ OV::Array<Step> WalkToServer(const DiagnosisRequest::Login& login,
 
 const Step* FindHindrance(const OV::Array<Step>& steps) noexcept
 {
-    const auto isOnTheWay = [](const Step& step) {
-        return step.name == u"name look-up" || step.name == u"connect";
+    const auto isOneOf = [](const Step& step, std::initializer_list<OV::UniStringView> names) {
+        return std::find(names.begin(), names.end(), step.name) != names.end();
     };
-    // By one of its addresses, or through a proxy that knows its name.
+    // The server, or the proxy on the way to it, by one of its addresses.
     const bool isReached = std::any_of(steps.begin(), steps.end(), [&](const Step& step) {
-        return step.succeeded && step.name != u"name look-up";
+        return step.succeeded && !isOneOf(step, {u"name look-up", u"proxy look-up"});
     });
     const auto found = std::find_if(steps.begin(), steps.end(), [&](const Step& step) {
-        return !step.succeeded && !(isReached && isOnTheWay(step));
+        return !step.succeeded && !(isReached && isOneOf(step, {u"name look-up", u"connect",
+                                                                u"proxy look-up", u"proxy"}));
     });
     return found == steps.end() ? nullptr : &*found;
 }

@@ -14,7 +14,9 @@ namespace SYC {
 struct SYC_API Diagnosis {
     /// One part of the way to a server, and how it ended.
     struct Step {
-        OV::UniString name;  ///< "name look-up", "connect", "TLS", "version", "sign-in", "projects"
+        /// "name look-up", "connect", "TLS", "version", "sign-in", "projects"; where requests go
+        /// through a proxy, "proxy look-up" and "proxy" instead of the first two.
+        OV::UniString name;
         OV::UniString address;           ///< what was tried
         std::uint32_t milliseconds = 0;  ///< that it took
         bool succeeded = false;          ///< whether the way goes on
@@ -74,8 +76,10 @@ struct SYC_API DiagnosisRequest {
 };
 
 /// The way to a server, step by step until one fails: its name, each of its addresses, TLS, the
-/// version of its protocol, the sign-in, and what the user may see. On the calling thread, as long
-/// as the server needs to answer; throws nothing but OV::InterruptedException.
+/// version of its protocol, the sign-in, and what the user may see. On the calling thread: a
+/// look-up as long as the name servers take, `connectMilliseconds` for each address, and four
+/// requests, each at most as long as HttpOptions allow. All but the look-up end within 100 ms when
+/// the thread is interrupted. Throws nothing but OV::InterruptedException.
 [[nodiscard]] SYC_API OV::Array<Diagnosis::Step>
 WalkToServer(const DiagnosisRequest::Login& login, std::uint32_t connectMilliseconds = 5000);
 /// The step that keeps the user from the server; null when none does. An address that does not
@@ -83,8 +87,9 @@ WalkToServer(const DiagnosisRequest::Login& login, std::uint32_t connectMillisec
 [[nodiscard]] SYC_API const Diagnosis::Step*
 FindHindrance(const OV::Array<Diagnosis::Step>& steps) noexcept;
 
-/// Looks at everything, on the calling thread; with a server it takes as long as its addresses need
-/// to answer. What goes wrong is part of the answer; throws nothing but OV::InterruptedException.
+/// Looks at everything, on the calling thread; with a server it takes as long as WalkToServer, and
+/// is ended as that is. What goes wrong is part of the answer; throws nothing but
+/// OV::InterruptedException.
 [[nodiscard]] SYC_API Diagnosis Diagnose(const DiagnosisRequest& request);
 
 }  // namespace SYC
