@@ -2,6 +2,7 @@
 #pragma once
 
 #include "ClientProjectConnectionManager.hpp"
+#include "Flow/Flow.hpp"
 #include "ReadProjectConnection.hpp"
 #include "RegisteredProjects.hpp"
 #include "SYClientBase/MessageLoop.hpp"
@@ -41,6 +42,14 @@ inline void RunUntil(const std::function<bool()>& done, const char* what)
     for (int looks = 0; !SYCB::MessageLoop::RunUntil(done, 20); ++looks)
         if (looks == 3000)
             throw OV::Exception(OV::StringView(what));
+}
+
+/// Waits for the end of a flow; throws what kept it from its aim.
+inline void Await(const SYC::Flow& flow)
+{
+    RunUntil([&] { return !flow.IsRunning(); }, "the flow does not end");
+    if (const auto& failure = flow.GetFailure())
+        throw OV::Exception(failure.sentence + u" " + failure.advice);
 }
 
 /// The body of main: everything that leaves the library is an OV::Exception.
