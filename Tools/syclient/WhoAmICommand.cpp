@@ -32,12 +32,12 @@ void Tell(AdminSession& session, const NoArguments&)
                           {"server", session.Server().server},
                           {"port", session.Server().port}});
     else
-        output.PrintFields({{"user", ForDisplay(user.loginName)},
-                            {"name", ForDisplay(user.fullName)},
-                            {"email", ForDisplay(user.email)},
-                            {"groups", names},
-                            {"server", session.Server().server + ":" +
-                                           std::to_string(session.Server().port)}});
+        output.PrintFields(
+            {{"user", ForDisplay(user.loginName)},
+             {"name", ForDisplay(user.fullName)},
+             {"email", ForDisplay(user.email)},
+             {"groups", names},
+             {"server", session.Server().server + ":" + std::to_string(session.Server().port)}});
 }
 
 }  // namespace
