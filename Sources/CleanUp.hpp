@@ -1,8 +1,8 @@
 #pragma once
 
+#include "Cache/UnsentWorkException.hpp"
 #include "IO/Location.hpp"
 #include "OVRoot/Array.hpp"
-#include "OVRoot/Exception.hpp"
 #include "OVRoot/Export.hpp"
 #include "RegisteredProject.hpp"
 
@@ -13,13 +13,6 @@ namespace SYC {
 /// Whether something of the project waits to be sent: changes, or mails in the outbox, those
 /// included that this process does not know. What cannot be read may hold some and counts as well.
 [[nodiscard]] SYC_API bool HasUnsentWork(const CachedProjectInfo& cache);
-
-/// A cache is not removed, for it holds what was not sent. The message names its folder.
-class SYC_API UnsentWorkException : public OV::Exception {
-public:
-    using Exception::Exception;
-    OV_EXCEPTION_IDENTITY(UnsentWorkException)
-};
 
 /// Whether a ClientProjectConnectionManager of this or another process, on this machine, works with
 /// the cache in that folder. Throws IO::IOException when the folder cannot be looked into.

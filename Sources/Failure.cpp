@@ -1,7 +1,7 @@
 #include "Failure.hpp"
 
+#include "Cache/UnsentWorkException.hpp"
 #include "CheckResult.hpp"
-#include "CleanUp.hpp"
 #include "Files/FileErrors.hpp"
 #include "Files/ResourceNumbers.hpp"
 #include "IO/IOException.hpp"

@@ -14,11 +14,13 @@ namespace SYC {
 /// project manager. What was changed the members of the project hear by their signals.
 class SYC_API ManageMembers final : public Flow {
 public:
+    /// In the project of that id, as the user who signs in. Asks nothing yet.
     ManageMembers(Syncra::Client::SignInData login, OV::UniString projectId,
                   const FlowExecutors& executors)
         : Flow(executors), login_(std::move(login)), projectId_(std::move(projectId))
     {}
 
+    /// What the user may.
     struct Rights {
         /// In every project, whatever his role is in this one.
         bool managesAll = false;
@@ -34,6 +36,7 @@ public:
         return permissions.contains(u"ManageMembers");
     }
 
+    /// Gives a member another role, which the server refuses when it may more than the user.
     void SetRole(const OV::UniString& loginName, const OV::UniString& role);
     /// Ends his session, and deletes his mails. One who is none any more counts as taken out.
     void TakeOut(const OV::UniString& loginName);

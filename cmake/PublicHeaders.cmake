@@ -7,6 +7,7 @@ set(headers
   Sources/BrowseProject.hpp
   Sources/BrowseShareableProject.hpp
   Sources/Cache/CacheInfoValues.hpp
+  Sources/Cache/UnsentWorkException.hpp
   Sources/CachedProjectInfo.hpp
   Sources/CachedProjectInfoObserver.hpp
   Sources/CheckOptions.hpp

@@ -2,8 +2,8 @@
 
 /// SYC_API marks what a host may use of the library, SYC_QT_API of the one with the windows: all
 /// else is hidden in them. Under Windows the build of each library defines SYC_BUILDS_LIBRARY or
-/// SYC_BUILDS_QT_LIBRARY, and who links the static one SYC_STATIC_LIBRARY. SYC_LOCAL hides a part of
-/// what is marked.
+/// SYC_BUILDS_QT_LIBRARY, and who links the static one SYC_STATIC_LIBRARY. SYC_LOCAL hides a part
+/// of what is marked.
 #if !defined(_WIN32)
 #define SYC_API __attribute__((visibility("default")))
 #define SYC_QT_API SYC_API

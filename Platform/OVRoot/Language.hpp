@@ -5,8 +5,8 @@
 
 namespace OV {
 
-/// The language of the texts, alerts and dialogs of the library: "de", or anything else for English. For the
-/// start of the process: what was asked for before stays as it is.
+/// The language of the texts, alerts and dialogs of the library: "de", or anything else for
+/// English. For the start of the process: what was asked for before stays as it is.
 SYC_API void SetLanguage(StringView language);
 
 }  // namespace OV

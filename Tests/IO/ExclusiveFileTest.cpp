@@ -49,7 +49,9 @@ TEST_F(ExclusiveFileTest, IsHeldByOneAndFreeWhenItIsLetGo)
         ASSERT_TRUE(held);
         EXPECT_FALSE(IsFree()) << "not even for this process";
         EXPECT_FALSE(IsFreeForOthers());
-        EXPECT_EQ(CodeOf([&] { (void)ExclusiveFile::Open(Lock(), {1, 2}); }),
+        EXPECT_EQ(CodeOf([&] {
+                      (void)ExclusiveFile::Open(Lock(), {1, 2});
+                  }),
                   ErrorCode::HeldByOther);
         EXPECT_EQ(CodeOf([&] { IO::File::Delete(Lock()); }), ErrorCode::HeldByOther);
         const ExclusiveFile moved = std::move(*held);

@@ -161,7 +161,7 @@ TEST(LayersTest, ServerAndToolsStayOnTheirSide)
         if (!include.angled && FirstFolder(include.header) != "") {
             EXPECT_TRUE(fs::exists(root / "Server" / include.header) ||
                         std::set<std::string>({"OVRoot", "IO", "SyncraProtocol"})
-                                .count(FirstFolder(include.header)) ||
+                            .count(FirstFolder(include.header)) ||
                         include.header == "SYCommunication/LocalServices.hpp")
                 << include.file << ": " << include.header;
         }

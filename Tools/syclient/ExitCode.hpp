@@ -1,8 +1,8 @@
 #pragma once
 
 #include "CheckResult.hpp"
-#include "OVRoot/Exception.hpp"
 #include "Failure.hpp"
+#include "OVRoot/Exception.hpp"
 
 #include <cstdint>
 #include <exception>

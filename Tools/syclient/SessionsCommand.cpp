@@ -109,7 +109,8 @@ void Confirm(const Session& chosen)
                       "\", who has worked since " + TimeForDisplay(chosen.startTime) +
                       (chosen.computer.empty() ? "" : " on " + ForDisplay(chosen.computer)) +
                       "? What is not sent yet stays on that computer.");
-    if (Question::Ask("To end the session, type the login name of its user", "") != OV::ToUtf8(chosen.loginName))
+    if (Question::Ask("To end the session, type the login name of its user", "") !=
+        OV::ToUtf8(chosen.loginName))
         throw CommandFailure(ExitCode::Failure, u"That is another name; nothing was ended.");
 }
 
