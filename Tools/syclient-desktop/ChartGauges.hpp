@@ -4,6 +4,7 @@
 #include "Statistics/ChartDataLine.hpp"
 
 #include <QChart>
+#include <QCoreApplication>
 #include <QFontMetricsF>
 #include <QGraphicsItem>
 #include <QGuiApplication>
@@ -17,6 +18,11 @@
 
 /// What the charts draw themselves.
 namespace Charts {
+
+/// What charts say to people.
+struct Said {
+    Q_DECLARE_TR_FUNCTIONS(Charts)
+};
 
 inline QColor TextColor(const QChart& chart)
 {
@@ -60,9 +66,9 @@ public:
     static const std::array<Zone, 3>& Zones()
     {
         static const std::array<Zone, 3> zones{
-            {{0.6, QColor(40, 150, 100), "normal"},
-             {0.85, QColor(220, 150, 40), "above 60 %: busy"},
-             {1, QColor(200, 60, 50), "above 85 %: at its limit"}}};
+            {{0.6, QColor(40, 150, 100), QT_TRANSLATE_NOOP("Charts", "normal")},
+             {0.85, QColor(220, 150, 40), QT_TRANSLATE_NOOP("Charts", "above 60 %: busy")},
+             {1, QColor(200, 60, 50), QT_TRANSLATE_NOOP("Charts", "above 85 %: at its limit")}}};
         return zones;
     }
 
@@ -182,7 +188,8 @@ private:
         const double square = metrics.height() * 0.6;
         double length = -metrics.height();
         for (const auto& zone : Gauge::Zones())
-            length += square * 1.5 + metrics.horizontalAdvance(zone.meaning) + metrics.height();
+            length +=
+                square * 1.5 + metrics.horizontalAdvance(Said::tr(zone.meaning)) + metrics.height();
         double x = room.center().x() - length / 2;
         const double top = room.bottom() - metrics.height();
         for (const auto& zone : Gauge::Zones()) {
@@ -190,9 +197,9 @@ private:
                              zone.color);
             x += square * 1.5;
             painter.setPen(TextColor(chart_));
-            const double width = metrics.horizontalAdvance(zone.meaning) + 2;
+            const double width = metrics.horizontalAdvance(Said::tr(zone.meaning)) + 2;
             painter.drawText(QRectF(x, top, width, metrics.height()), Qt::AlignVCenter,
-                             zone.meaning);
+                             Said::tr(zone.meaning));
             x += width - 2 + metrics.height();
         }
     }

@@ -42,17 +42,21 @@ struct Kind {
 };
 
 constexpr Kind AllKinds[] = {
-    {"cpu", "CPU", ChartType::Cpu, "Load of the processor (%)"},
-    {"memory", "Memory", ChartType::Memory, "Memory that the server uses (MB)"},
-    {"actions", "Server actions", ChartType::ServerActions, "Requests in each minute"},
-    {"transferred", "Data transferred", ChartType::DataTransferred, "Data in each minute (KB)"},
-    {"longest", "Longest transaction", ChartType::LongestTransaction,
-     "Longest request in a minute (s)"},
-    {"gauges", "Now"},
-    {"activity", "Activity", {}, "Lines"},
-    {"by-action", "Shares of actions"},
-    {"by-user", "Shares of users"},
-    {"sizes", "Data by project"},
+    {"cpu", QT_TRANSLATE_NOOP("Charts", "CPU"), ChartType::Cpu,
+     QT_TRANSLATE_NOOP("Charts", "Load of the processor (%)")},
+    {"memory", QT_TRANSLATE_NOOP("Charts", "Memory"), ChartType::Memory,
+     QT_TRANSLATE_NOOP("Charts", "Memory that the server uses (MB)")},
+    {"actions", QT_TRANSLATE_NOOP("Charts", "Server actions"), ChartType::ServerActions,
+     QT_TRANSLATE_NOOP("Charts", "Requests in each minute")},
+    {"transferred", QT_TRANSLATE_NOOP("Charts", "Data transferred"), ChartType::DataTransferred,
+     QT_TRANSLATE_NOOP("Charts", "Data in each minute (KB)")},
+    {"longest", QT_TRANSLATE_NOOP("Charts", "Longest transaction"), ChartType::LongestTransaction,
+     QT_TRANSLATE_NOOP("Charts", "Longest request in a minute (s)")},
+    {"gauges", QT_TRANSLATE_NOOP("Charts", "Now")},
+    {"activity", QT_TRANSLATE_NOOP("Charts", "Activity"), {}, QT_TRANSLATE_NOOP("Charts", "Lines")},
+    {"by-action", QT_TRANSLATE_NOOP("Charts", "Shares of actions")},
+    {"by-user", QT_TRANSLATE_NOOP("Charts", "Shares of users")},
+    {"sizes", QT_TRANSLATE_NOOP("Charts", "Data by project")},
 };
 
 const Kind* Find(const QString& name)
@@ -132,7 +136,7 @@ void AddTimeAxis(QChart& chart, QXYSeries& series, const QDateTime& first, const
     labels->setRange(static_cast<double>(begin.toMSecsSinceEpoch()),
                      static_cast<double>(tick.toMSecsSinceEpoch()));
     const QString day = step.unit == TickStep::Unit::Seconds ? "d MMM yyyy hh:mm" : "d MMM yyyy";
-    labels->setTitleText(QString("%1 to %2, time of this computer")
+    labels->setTitleText(Said::tr("%1 to %2, time of this computer")
                              .arg(QLocale().toString(first, day), QLocale().toString(last, day)));
     // Whoever reads the points knows by this one that they are times.
     auto* time = new QDateTimeAxis;
@@ -182,10 +186,11 @@ bool AddLoad(QChart& chart, const Kind& kind, const PerformanceData& data)
         most = std::max(most, static_cast<double>(value));
     }
     AddLine(chart, points,
-            QString("last %1, mean %2, highest %3")
+            Said::tr("last %1, mean %2, highest %3")
                 .arg(Number(points.back().y()), Number(sum / static_cast<double>(points.size())),
                      Number(most)),
-            kind.axis, static_cast<double>(line.values[0]), static_cast<double>(line.values[1]));
+            Said::tr(kind.axis), static_cast<double>(line.values[0]),
+            static_cast<double>(line.values[1]));
     return true;
 }
 
@@ -196,7 +201,7 @@ bool AddGauges(QChart& chart, const PerformanceData& data)
         const Kind& kind = *Find(name);
         if (!data.HasChartLine(kind.load))
             return false;
-        gauges.emplace_back(data.GetChartLine(kind.load), kind.title);
+        gauges.emplace_back(data.GetChartLine(kind.load), Said::tr(kind.title));
     }
     // What is drawn, for who reads the chart.
     auto* values = new QPieSeries;
@@ -221,11 +226,12 @@ bool AddActivity(QChart& chart, const Kind& kind, const LogDigest& log)
         highest = std::max(highest, span.lines);
     }
     AddLine(chart, points,
-            QString(log.isByWeeks ? "%1 lines in %2 weeks, at most %3 in one"
-                                  : "%1 lines in %2 days, at most %3 in one")
+            (log.isByWeeks ? Said::tr("%1 lines in %2 weeks, at most %3 in one")
+                           : Said::tr("%1 lines in %2 days, at most %3 in one"))
                 .arg(QLocale().toString(static_cast<qulonglong>(log.lines)),
                      QLocale().toString(points.size()), QLocale().toString(highest)),
-            QString(kind.axis) + (log.isByWeeks ? " in each week" : " in each day"), 0, highest);
+            log.isByWeeks ? Said::tr("Lines in each week") : Said::tr("Lines in each day"), 0,
+            highest);
     return true;
 }
 
@@ -289,7 +295,7 @@ bool AddSizes(QChart& chart, const Amounts& amounts)
     value->setRange(0, std::max(1.0, amounts.front().second / Megabyte * 1.15));
     value->applyNiceNumbers();
     value->setLabelFormat(value->max() < 5 ? "%.1f" : "%.0f");
-    value->setTitleText("Data that members sent and fetched (MB)");
+    value->setTitleText(Said::tr("Data that members sent and fetched (MB)"));
     chart.addAxis(value, Qt::AlignBottom);
     bars->attachAxis(value);
     chart.legend()->hide();
@@ -353,8 +359,10 @@ std::unique_ptr<QChart> Make(const QString& kind, const Data& data)
     title.setBold(true);
     chart->setTitleFont(title);
     const bool hasData = Fill(*chart, *found, data);
-    chart->setTitle(QString(found->title) +
-                    (hasData ? "" : ": nothing is known yet; fetch the log of a server first"));
+    const QString said = Said::tr(found->title);
+    chart->setTitle(
+        hasData ? said
+                : Said::tr("%1: nothing is known yet; fetch the log of a server first").arg(said));
     // Room for the label of the last tick.
     chart->setMargins({16, 12, 28, 12});
     QColor grid = TextColor(*chart);
@@ -391,7 +399,7 @@ bool WriteTable(const QString& kind, const Data& data, const QString& file)
     QTextStream text(&out);
     text << "series,at,value\n";
     const Kind& shown = *Find(kind);
-    const QString lineName = *shown.axis == 0 ? shown.title : shown.axis;
+    const QString lineName = Said::tr(*shown.axis == 0 ? shown.title : shown.axis);
     const auto write = [&text](const QString& series, const QString& at, double value) {
         // A spreadsheet takes what begins like a formula for one; members choose their names.
         const auto quoted = [](QString cell) {
@@ -414,15 +422,15 @@ bool WriteTable(const QString& kind, const Data& data, const QString& file)
                       point.y());
         } else if (auto* pie = qobject_cast<QPieSeries*>(series)) {
             for (const auto* slice : pie->slices())
-                write(shown.title, slice->label(), slice->value());
+                write(Said::tr(shown.title), slice->label(), slice->value());
         } else if (auto* bars = qobject_cast<QAbstractBarSeries*>(series)) {
-            QStringList names;
-            for (auto* axis : bars->attachedAxes())
-                if (auto* categories = qobject_cast<QBarCategoryAxis*>(axis))
-                    names = categories->categories();
+            // Whole names, which the axis has no room for.
+            const auto& amounts = data.log.sizes;
             for (const auto* set : bars->barSets())
                 for (int at = 0; at < set->count(); ++at)
-                    write(set->label(), names.value(at), set->at(at));
+                    write(set->label(),
+                          amounts[amounts.size() - 1 - static_cast<std::size_t>(at)].first,
+                          set->at(at));
         }
     }
     text.flush();
@@ -432,7 +440,7 @@ bool WriteTable(const QString& kind, const Data& data, const QString& file)
 QString TitleOf(const QString& kind)
 {
     const Kind* const found = Find(kind);
-    return found == nullptr ? QString() : QString(found->title);
+    return found == nullptr ? QString() : Said::tr(found->title);
 }
 
 }  // namespace Charts

@@ -3,6 +3,8 @@
 #include "DesktopText.hpp"
 #include "OVRoot/Thread.hpp"
 
+#include <QCoreApplication>
+
 #include <algorithm>
 #include <map>
 #include <unordered_map>
@@ -58,7 +60,7 @@ LogDigest::Amounts Largest(const Sums& sums, Name&& name)
         for (auto at = amounts.begin() + MostShares; at != amounts.end(); ++at)
             others += at->second;
         amounts.resize(MostShares);
-        amounts.emplace_back("Others", others);
+        amounts.emplace_back(QCoreApplication::translate("Charts", "Others"), others);
     }
     return amounts;
 }

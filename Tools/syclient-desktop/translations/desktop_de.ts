@@ -53,6 +53,121 @@
     </message>
 </context>
 <context>
+    <name>Charts</name>
+    <message>
+        <source>normal</source>
+        <translation>üblich</translation>
+    </message>
+    <message>
+        <source>above 60 %: busy</source>
+        <translation>über 60 %: beschäftigt</translation>
+    </message>
+    <message>
+        <source>above 85 %: at its limit</source>
+        <translation>über 85 %: am Rand</translation>
+    </message>
+    <message>
+        <source>CPU</source>
+        <translation>Prozessor</translation>
+    </message>
+    <message>
+        <source>Load of the processor (%)</source>
+        <translation>Auslastung des Prozessors (%)</translation>
+    </message>
+    <message>
+        <source>Memory</source>
+        <translation>Speicher</translation>
+    </message>
+    <message>
+        <source>Memory that the server uses (MB)</source>
+        <translation>Speicher, den der Server braucht (MB)</translation>
+    </message>
+    <message>
+        <source>Server actions</source>
+        <translation>Anfragen an den Server</translation>
+    </message>
+    <message>
+        <source>Requests in each minute</source>
+        <translation>Anfragen je Minute</translation>
+    </message>
+    <message>
+        <source>Data transferred</source>
+        <translation>Übertragene Daten</translation>
+    </message>
+    <message>
+        <source>Data in each minute (KB)</source>
+        <translation>Daten je Minute (KB)</translation>
+    </message>
+    <message>
+        <source>Longest transaction</source>
+        <translation>Längste Anfrage</translation>
+    </message>
+    <message>
+        <source>Longest request in a minute (s)</source>
+        <translation>Längste Anfrage einer Minute (s)</translation>
+    </message>
+    <message>
+        <source>Now</source>
+        <translation>Jetzt</translation>
+    </message>
+    <message>
+        <source>Activity</source>
+        <translation>Aktivität</translation>
+    </message>
+    <message>
+        <source>Lines</source>
+        <translation>Zeilen</translation>
+    </message>
+    <message>
+        <source>Shares of actions</source>
+        <translation>Anteile der Vorgänge</translation>
+    </message>
+    <message>
+        <source>Shares of users</source>
+        <translation>Anteile der Benutzer</translation>
+    </message>
+    <message>
+        <source>Data by project</source>
+        <translation>Daten je Projekt</translation>
+    </message>
+    <message>
+        <source>%1 to %2, time of this computer</source>
+        <translation>%1 bis %2, Zeit dieses Rechners</translation>
+    </message>
+    <message>
+        <source>last %1, mean %2, highest %3</source>
+        <translation>zuletzt %1, im Mittel %2, höchstens %3</translation>
+    </message>
+    <message>
+        <source>%1 lines in %2 weeks, at most %3 in one</source>
+        <translation>%1 Zeilen in %2 Wochen, höchstens %3 in einer</translation>
+    </message>
+    <message>
+        <source>%1 lines in %2 days, at most %3 in one</source>
+        <translation>%1 Zeilen in %2 Tagen, höchstens %3 an einem</translation>
+    </message>
+    <message>
+        <source>Lines in each week</source>
+        <translation>Zeilen je Woche</translation>
+    </message>
+    <message>
+        <source>Lines in each day</source>
+        <translation>Zeilen je Tag</translation>
+    </message>
+    <message>
+        <source>Data that members sent and fetched (MB)</source>
+        <translation>Daten, die Mitglieder sandten und holten (MB)</translation>
+    </message>
+    <message>
+        <source>%1: nothing is known yet; fetch the log of a server first</source>
+        <translation>%1: noch nichts bekannt; holen Sie erst das Protokoll eines Servers</translation>
+    </message>
+    <message>
+        <source>Others</source>
+        <translation>Andere</translation>
+    </message>
+</context>
+<context>
     <name>ComposeWindow</name>
     <message>
         <source>New Mail</source>
