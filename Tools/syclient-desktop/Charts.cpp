@@ -214,7 +214,7 @@ bool AddGauges(QChart& chart, const PerformanceData& data)
     return true;
 }
 
-bool AddActivity(QChart& chart, const Kind& kind, const LogDigest& log)
+bool AddActivity(QChart& chart, const LogDigest& log)
 {
     if (log.spans.empty())
         return false;
@@ -308,7 +308,7 @@ bool Fill(QChart& chart, const Kind& kind, const Data& data)
     if (name == "gauges")
         return AddGauges(chart, data.performance);
     if (name == "activity")
-        return AddActivity(chart, kind, data.log);
+        return AddActivity(chart, data.log);
     if (name == "by-action")
         return AddShares(chart, data.log.byAction);
     if (name == "by-user")
