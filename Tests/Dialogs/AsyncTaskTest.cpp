@@ -9,6 +9,7 @@
 #include "OVRoot/ThreadedExecutor.hpp"
 #include "SYClientBase/MessageLoop.hpp"
 #include "SYClientBase/MessageLoopExecutor.hpp"
+#include "Support/Eventually.hpp"
 #include "Support/ManualClock.hpp"
 #include "UserInterface/AsyncTaskDialog.hpp"
 #include "UserInterface/AsyncTaskDialogExecutingImplementation.hpp"
@@ -62,12 +63,11 @@ struct HeldTask {
     void Release()
     {
         released.Notify();
-        EXPECT_TRUE(SYCB::MessageLoop::RunUntil(
-            [] {
-                std::this_thread::sleep_for(std::chrono::milliseconds(1));
-                return Core::BackgroundExecutors::GetInstance().Collect() == 0;
-            },
-            Patience));
+        // The end of a worker wakes no message loop.
+        EXPECT_TRUE(Eventually([] {
+            SYCB::MessageLoop::RunPending();
+            return Core::BackgroundExecutors::GetInstance().Collect() == 0;
+        }));
         SYCB::MessageLoop::RunPending();
     }
 };
