@@ -19,8 +19,8 @@ constexpr int WriteSoonShare = 20;
 
 /// The file is written when there are more marks than these.
 constexpr int MaximumUnsavedMarks = 5;
-/// Observers of a mark find it in the file when so many mails are there, for which nobody holds up
-/// the write and a disk takes not longer.
+/// A box of at most so many mails is written before observers hear of the sixth mark, unless that
+/// takes longer than this.
 constexpr std::size_t MailsWrittenAtOnce = 2'000;
 constexpr std::uint32_t MillisecondsAtOnce = 40;
 

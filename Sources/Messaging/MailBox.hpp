@@ -64,7 +64,7 @@ public:
     /// Tells TakeChanges of a mark. Nothing for a mail that is not of the box.
     void NoteMarked(const ClientMail& mail);
     /// Notes that a mail was marked here alone, and begins to write the box with the sixth mark
-    /// since it was last written.
+    /// since it was last written; for a usual box it waits up to 40 ms for the end of that.
     void NoteMark() noexcept;
     /// Takes over what others wrote, then writes the box whole, unless what it waited for just did.
     /// Throws IO::IOException; the file then stays as it was.
