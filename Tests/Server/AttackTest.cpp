@@ -202,8 +202,7 @@ TEST_F(AttackTest, WhoIsSwitchedOffIsLetGo)
     auto admin = Manager("admin");
     auto jonas = SignedIn("jonas.berg");
     ASSERT_EQ(jonas.Ask("POST", Bridge("sessions"), "{}").status, 200);
-    const auto next = jonas.Ask("GET", BridgeSignals(0, 0)).json.at("next");
-    jonas.Begin("GET", BridgeSignals(next, 60'000));
+    Hold(jonas, "jonas.berg", jonas.Ask("GET", BridgeSignals(0, 0)).json.at("next"));
     auto record = admin.Ask("GET", "/root/syncrav2/users/jonas.berg").json;
     record["enabled"] = false;
     ASSERT_EQ(admin.Ask("PUT", "/root/syncrav2/users/jonas.berg", record.dump()).Code(), 0);
@@ -333,7 +332,7 @@ TEST_F(AttackTest, UsersWhoAreAddedToANewStoreAtOnceAreAllThere)
                                       "/dev/null", server.LogPath());
         }));
     for (const auto& each : adding)
-        EXPECT_EQ(each->Wait(), 0);
+        EXPECT_EQ(each->Wait(), 0) << server.Log();
     const ServerProcess other(place, {});
     int administrators = 0;
     for (int number = 0; number < 4; ++number) {

@@ -87,7 +87,11 @@ private:
     /// 0 of an empty database.
     [[nodiscard]] std::int64_t Version()
     {
-        if (!Prepare("SELECT 1 WHERE to_regclass('store') IS NOT NULL").Step())
+        // Asked of the table of tables: a name that was not there once is remembered as missing
+        // within a transaction, also when another process has made it meanwhile.
+        if (!Prepare("SELECT 1 FROM pg_class WHERE relname = 'store' "
+                     "AND relnamespace = current_schema()::regnamespace")
+                 .Step())
             return 0;
         Statement query = Prepare("SELECT version FROM store");
         return query.Step() ? query.Number(0) : 0;
