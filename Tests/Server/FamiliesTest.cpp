@@ -327,7 +327,7 @@ TEST_F(FamiliesTest, AUserLivesFromHisFirstPasswordToHisDeletion)
     EXPECT_EQ(next(), place + 1);
     EXPECT_EQ(own.Ask("GET", Root + "users/eva.sol").Code(), 0);
 
-    working.Begin("GET", BridgeSignals(place + 1, 60'000));
+    Hold(working, "eva.sol", place + 1);
     ASSERT_EQ(admin.Ask("DELETE", Root + "users/eva.sol").Code(), 0);
     EXPECT_EQ(working.End().json.at("signals").at(0).at("id"), 3);
     EXPECT_EQ(working.Ask("GET", "/syncra/v1/projects").Code(), 15);
@@ -367,9 +367,7 @@ TEST_F(FamiliesTest, AProjectIsMadeChangedAndDeletedUnderTheEyesOfItsMembers)
         signals.push_back(signal.at("id"));
     EXPECT_EQ(signals, (std::vector<int>{1, 3, 2}));
 
-    jonas.Begin("GET", SignalPath(id, batch.at("next"), 60'000));
-    // What is answered on another connection was sent later: the server has the held request.
-    EXPECT_EQ(SignedIn("jonas.berg").Ask("GET", "/syncra/v1/ports").status, 200);
+    Hold(jonas, "jonas.berg", batch.at("next"), id);
     ASSERT_EQ(anna.Ask("DELETE", path).Code(), 0);
     EXPECT_EQ(jonas.End().json.at("signals").at(0).at("id"), 1);
     EXPECT_EQ(jonas.Ask("GET", SignalPath(id, batch.at("next"), 60'000)).Code(), 12);
@@ -383,7 +381,7 @@ TEST_F(FamiliesTest, MembersGetThePermissionsOfASetWithTheirRoleAndHearOfItsChan
     const auto set = Root + "permission-sets/" + IdOf(admin, "permission-sets", "Design%20Work");
     auto record = admin.Ask("GET", set).json;
     record["permissions"] = {"Read", "ManageMembers"};
-    lena.Begin("GET", BridgeSignals(place, 60'000));
+    Hold(lena, "lena.fischer", place);
     ASSERT_EQ(admin.Ask("PUT", set, record.dump()).Code(), 0);
     EXPECT_EQ(lena.End().json.at("signals").at(0).at("id"), 3);
     // An engineer now manages the members of her project, and of no other.

@@ -21,25 +21,10 @@ protected:
         other.emplace(folder.Path(),
                       std::vector<std::string>{"--lease", "1", "--presence-grace", "1"});
     }
-    /// Waits until these are present in the bridge, as a server tells.
     static void AwaitPresent(const ServerProcess& at, const std::set<std::string>& logins)
     {
-        Client lookout(at.MessagingPort(), "lookout", "lookout");
-        const std::string subscription =
-            lookout
-                .Ask("POST", "/syncra/v1/presence/subscriptions",
-                     json{{"projects", {Sample::HarbourBridge}}}.dump())
-                .json.at("subscription");
-        std::uint64_t after = 0;
-        for (json present; present != json(logins);) {
-            const auto answer =
-                lookout
-                    .Ask("GET", "/syncra/v1/presence?wait=60000&after=" + std::to_string(after) +
-                                    "&subscription=" + subscription)
-                    .json;
-            present = answer.at("present");
-            after = answer.at("next");
-        }
+        ServerTest::AwaitPresent(at, Sample::HarbourBridge,
+                                 [&](const auto& present) { return present == logins; });
     }
 
     std::optional<ServerProcess> other;

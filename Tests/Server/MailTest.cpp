@@ -154,17 +154,18 @@ TEST_F(MailTest, ARefusedMailReachesNobody)
 TEST_F(MailTest, ItsSignalReachesRecipientsAndSenderAlone)
 {
     auto marco = SignedIn("marco.rossi");
-    const auto held = BridgeSignals(0, 60'000);
-    for (auto* listener : {&anna, &lena})
-        listener->Begin("GET", held);
-    marco.Begin("GET", BridgeSignals(0, 500));
+    Hold(anna, "anna.novak", 0);
+    Hold(lena, "lena.fischer", 0);
+    Hold(marco, "marco.rossi", 0);
     auto sender = SignedIn("anna.novak");
     ASSERT_NE(Send(sender, Mail("k", {"lena.fischer"})), "");
     for (auto* listener : {&anna, &lena})
         EXPECT_EQ(listener->End().json.at("signals").at(0).at("id"), 4);
-    EXPECT_EQ(marco.End().json, json::parse(R"({"signals":[],"next":1})"));
-    // Neither does who asks later hear of it.
-    EXPECT_EQ(marco.Ask("GET", BridgeSignals(0, 1)).json.at("signals"), json::array());
+    // Whoever goes on waiting hears of what comes next alone, and so does who asks later.
+    ASSERT_EQ(sender.Ask("POST", Bridge("sessions"), "{}").status, 200);
+    const json next{{{"sequence", 2}, {"id", 2}, {"projectId", Sample::HarbourBridge}}};
+    EXPECT_EQ(marco.End().json, (json{{"signals", next}, {"next", 2}}));
+    EXPECT_EQ(marco.Ask("GET", BridgeSignals(0, 1)).json.at("signals"), next);
 }
 
 TEST_F(MailTest, PagesHoldEveryMailOnceWhateverIsDeletedOrArrivesInBetween)

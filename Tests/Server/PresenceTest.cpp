@@ -31,15 +31,7 @@ protected:
     Client Holding(const std::string& user, const std::string& project)
     {
         auto client = SignedIn(user);
-        client.Begin("GET", SignalPath(project, 0, 60'000));
-        auto lookout = Lookout();
-        const auto path = Path(Subscribe(lookout, {project}), 0, 0);
-        const auto isPresent = [&] {
-            const auto present = lookout.Ask("GET", path).json.at("present");
-            return std::find(present.begin(), present.end(), user) != present.end();
-        };
-        while (!isPresent())
-            std::this_thread::yield();
+        Hold(client, user, 0, project);
         return client;
     }
     static json Present(const std::vector<std::string>& logins, std::uint64_t next)

@@ -8,6 +8,8 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include <functional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -131,6 +133,33 @@ protected:
     static std::string BridgeSignals(std::uint64_t after, int wait)
     {
         return SignalPath(Sample::HarbourBridge, after, wait);
+    }
+    /// Waits until those who are present in a project, as a server tells, are right.
+    static void AwaitPresent(const ServerProcess& at, const std::string& project,
+                             const std::function<bool(const std::set<std::string>&)>& areRight)
+    {
+        Client lookout(at.MessagingPort(), "lookout", "lookout");
+        const nlohmann::json projects{{"projects", {project}}};
+        const std::string subscription =
+            lookout.Ask("POST", "/syncra/v1/presence/subscriptions", projects.dump())
+                .json.at("subscription");
+        std::uint64_t after = 0;
+        for (bool isWaiting = true; isWaiting;) {
+            const auto answer =
+                lookout
+                    .Ask("GET", "/syncra/v1/presence?wait=60000&after=" + std::to_string(after) +
+                                    "&subscription=" + subscription)
+                    .json;
+            isWaiting = !areRight(answer.at("present"));
+            after = answer.at("next");
+        }
+    }
+    /// Begins a request that the server holds until a signal comes, and returns once it has it.
+    void Hold(Client& client, const std::string& user, std::uint64_t after,
+              const std::string& project = Sample::HarbourBridge) const
+    {
+        client.Begin("GET", SignalPath(project, after, 60'000));
+        AwaitPresent(server, project, [&](const auto& present) { return present.contains(user); });
     }
     void Sql(const std::string& sql) const { EditStore(server.StorePath(), sql); }
 

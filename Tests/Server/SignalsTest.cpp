@@ -151,15 +151,9 @@ TEST_F(SignalsTest, WhatOneServerRaisesReachesARequestThatAnotherOneHolds)
     }
     // The database goes while somebody holds, and he does not miss what is raised after that.
     Client marco(other.ModelPort(), "marco.rossi", ServerProcess::Password);
-    Client lookout(other.MessagingPort(), "lookout", "lookout");
-    const nlohmann::json projects{{"projects", {Sample::HarbourBridge}}};
-    const std::string subscription =
-        lookout.Ask("POST", "/syncra/v1/presence/subscriptions", projects.dump())
-            .json.at("subscription");
-    const auto present = "/syncra/v1/presence?wait=0&after=0&subscription=" + subscription;
     marco.Begin("GET", Held(next));
-    while (lookout.Ask("GET", present).json.at("present").size() < 2)
-        std::this_thread::yield();
+    AwaitPresent(other, Sample::HarbourBridge,
+                 [](const auto& present) { return present.contains("marco.rossi"); });
     PostgresCluster::Get().Crash();
     PostgresCluster::Get().Start();
     while (actor.Ask("GET", "/syncra/v1/projects").status != 200)

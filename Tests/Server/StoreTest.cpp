@@ -253,7 +253,7 @@ TEST_F(StoreTest, ADatabaseThatGoesTakesNoAnsweredMailWithItAndLetsNoHeldRequest
         GTEST_SKIP() << "is about a store that another process keeps";
     auto listener = SignedIn("jonas.berg");
     auto actor = SignedIn("lena.fischer");
-    listener.Begin("GET", BridgeSignals(0, 60'000));
+    Hold(listener, "jonas.berg", 0);
     std::atomic<int> answered = 0, refused = 0;
     std::atomic<bool> ends = false;
     std::thread sending([&] {
