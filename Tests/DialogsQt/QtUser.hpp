@@ -9,6 +9,7 @@
 #include <QComboBox>
 #include <QLabel>
 #include <QTest>
+#include <QTextDocumentFragment>
 #include <QTimer>
 #include <QWheelEvent>
 #include <gtest/gtest.h>
@@ -128,6 +129,27 @@ private:
             EXPECT_FALSE(node.text(QAccessible::Name).isEmpty()) << what << " has no name";
             EXPECT_TRUE(widget == nullptr || (widget->focusPolicy() & Qt::TabFocus) != 0)
                 << "Tab passes " << what << " by";
+        }
+        // What is chosen in it is read out; what for, its label or its tool tip says.
+        if (node.role() == QAccessible::ComboBox) {
+            EXPECT_FALSE(node.relations(QAccessible::Label).isEmpty() &&
+                         node.text(QAccessible::Description).isEmpty())
+                << node.object()->objectName().toStdString() << " does not say what it chooses";
+        }
+        if (const auto* label = qobject_cast<const QLabel*>(widget);
+            label != nullptr && isOurs && node.textInterface() == nullptr) {
+            const auto lettersOf = [](QString text) {
+                return text.remove(QRegularExpression("\\W"));
+            };
+            const bool isRich =
+                label->textFormat() == Qt::RichText ||
+                (label->textFormat() == Qt::AutoText && Qt::mightBeRichText(label->text()));
+            const auto shown = isRich ? QTextDocumentFragment::fromHtml(label->text()).toPlainText()
+                                      : label->text();
+            EXPECT_TRUE(lettersOf(node.text(QAccessible::Name)).contains(lettersOf(shown)))
+                << label->objectName().toStdString() << " says "
+                << node.text(QAccessible::Name).toStdString() << ", and shows "
+                << shown.toStdString();
         }
         constexpr int most = 50;  // rows of a list
         for (int child = 0; child < std::min(most, node.childCount()); ++child)

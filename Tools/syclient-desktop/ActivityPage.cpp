@@ -93,7 +93,7 @@ ActivityPage::ActivityPage(ProjectSession& session, Kind kind, QWidget* parent)
     if (kind == Kind::Statistics) {
         charts_ = new QComboBox(this);
         charts_->setObjectName("charts");
-        charts_->setAccessibleName(tr("Chart"));
+        charts_->setToolTip(tr("Chart"));
         for (const QString& name : Charts::Kinds())
             if (name != "activity")
                 charts_->addItem(Charts::TitleOf(name), name);

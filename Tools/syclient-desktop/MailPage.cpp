@@ -73,7 +73,7 @@ MailPage::MailPage(ProjectSession& session, OV::Executor& home, QWidget* parent)
     search_->setAccessibleName(tr("Search"));
     search_->setClearButtonEnabled(true);
     order_->setObjectName("order");
-    order_->setAccessibleName(tr("Order of the mails"));
+    order_->setToolTip(tr("Order of the mails"));
     for (const Order& order : Orders)
         order_->addItem(tr(order.name));
     auto* row = new QHBoxLayout;
@@ -168,6 +168,9 @@ void MailPage::ShowEmpty()
                     : search_->text().isEmpty() ? tr("Nothing is here.")
                                                 : tr("No mail has these words."));
     empty_->setVisible(isEmpty);
+    // Else the keyboard would go on at whatever stands behind the list.
+    if (isEmpty && list_->hasFocus())
+        views_->setFocus();
     list_->setVisible(!isEmpty);
     if (!isEmpty && !list_->currentIndex().isValid())
         list_->setCurrentIndex(rows_.index(0, 0));

@@ -169,7 +169,6 @@ QWidget* ProjectPage::MakeFooter()
     };
     outbox_ = add(new QLabel(footer), "outbox", 0);
     outbox_->setTextInteractionFlags(Qt::LinksAccessibleByMouse | Qt::LinksAccessibleByKeyboard);
-    outbox_->setAccessibleName(tr("Outbox"));
     news_ = add(new LineLabel({}, footer), "news", 1);
     news_->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
     message_.setSingleShot(true);
@@ -268,11 +267,15 @@ void ProjectPage::ShowCounts()
 
 void ProjectPage::ShowOutbox()
 {
+    // A screen reader does not take the link out of the text.
+    const auto show = [this](const QString& text, const QString& link) {
+        outbox_->setText(text.toHtmlEscaped() +
+                         (link.isEmpty() ? QString() : " · <a href=\"send\">" + link + "</a>"));
+        outbox_->setAccessibleName(link.isEmpty() ? text : text + ", " + link);
+    };
     const auto waiting = static_cast<int>(session_.Mails().GetOutboxMails().size());
-    if (waiting == 0) {
-        outbox_->setText(tr("Outbox empty"));
-        return;
-    }
+    if (waiting == 0)
+        return show(tr("Outbox empty"), {});
     QString text = tr("Outbox: %n mail(s) wait", nullptr, waiting);
     const bool isByChoice = session_.GetState() == ProjectSession::State::OfflineByChoice;
     if (isByChoice)
@@ -281,8 +284,7 @@ void ProjectPage::ShowOutbox()
         text += ", " + tr("next try in %1 s").arg(*seconds);
     else if (session_.Mails().IsSending())
         text += ", " + tr("sending");
-    outbox_->setText(text.toHtmlEscaped() +
-                     (isByChoice ? QString() : " · <a href=\"send\">" + tr("Send now") + "</a>"));
+    show(text, isByChoice ? QString() : tr("Send now"));
 }
 
 QWidget* ProjectPage::MakePage(int page)

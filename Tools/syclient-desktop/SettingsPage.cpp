@@ -61,7 +61,6 @@ SettingsPage::SettingsPage(ProjectSession& session, QWidget* parent)
     languages->setFieldGrowthPolicy(QFormLayout::FieldsStayAtSizeHint);
     auto* language = new QComboBox(this);
     language->setObjectName("language");
-    language->setAccessibleName(tr("Language"));
     language->addItem(tr("Language of the system"), QString());
     language->addItem("English", "en");
     language->addItem("Deutsch", "de");

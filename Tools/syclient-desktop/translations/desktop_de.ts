@@ -786,10 +786,6 @@ Gemeinsame Entwurfsprojekte in einem Fenster.</translation>
         <translation>Nachrichten</translation>
     </message>
     <message>
-        <source>Outbox</source>
-        <translation>Ausgang</translation>
-    </message>
-    <message>
         <source>Online</source>
         <translation>Online</translation>
     </message>
@@ -935,10 +931,6 @@ Gemeinsame Entwurfsprojekte in einem Fenster.</translation>
     <message>
         <source>%1 MiB</source>
         <translation>%1 MiB</translation>
-    </message>
-    <message>
-        <source>Language</source>
-        <translation>Sprache</translation>
     </message>
     <message>
         <source>Settings on the &amp;Server ...</source>

@@ -112,8 +112,13 @@ void QtDialogWindow::AddItem(const ItemDescription& item)
                        Scaled(item.place.width, unit_), Scaled(item.place.height, unit_)};
     place.resize = item.resize;
     place.widget = MakeItemWidget(item, *this, unit_);
-    if (item.type != ItemType::Text && item.type != ItemType::Button)
-        place.widget->setAccessibleName(ToQt(NameOf(item, description_)));
+    if (item.type != ItemType::Text && item.type != ItemType::Button) {
+        const auto name = ToQt(NameOf(item, description_));
+        place.widget->setAccessibleName(name);
+        // Some screen readers say of a pop-up what is chosen in place of its name.
+        if (item.type == ItemType::PopUp)
+            place.widget->setAccessibleDescription(name);
+    }
     place.text = item.label;
     Connect(item, *place.widget);
 }
