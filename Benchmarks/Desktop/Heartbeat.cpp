@@ -23,12 +23,12 @@
 #include <QTimer>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <ctime>
 #include <fstream>
 #include <functional>
 #include <map>
-#include <tuple>
 
 namespace {
 
@@ -63,44 +63,66 @@ public:
     [[nodiscard]] bool IsSmooth() const
     {
         return std::all_of(phases_.begin(), phases_.end(), [](const auto& phase) {
-            return phase.first == Start ||
-                   std::get<2>(Summary(phase.second, &BeatTimes::work)) == 0;
+            return phase.first == Start || phase.second.work.Over(FrameMilliseconds) == 0;
         });
     }
     void Print() const
     {
-        for (const auto& [name, beats] : phases_) {
-            const auto [of100, longest, over] = Summary(beats, &BeatTimes::late);
-            const auto [workOf100, mostWork, overWork] = Summary(beats, &BeatTimes::work);
+        for (const auto& [name, beats] : phases_)
             std::printf("%-28s %7zu beats: late, 99 of 100 %6.1f ms, longest %6.1f ms, over %.0f "
-                        "ms: %td; at work, 99 of 100 %6.1f ms, longest %6.1f ms, over: %td\n",
-                        name.toUtf8().constData(), beats.size(), of100, longest, FrameMilliseconds,
-                        over, workOf100, mostWork, overWork);
-        }
+                        "ms: %zu; at work, 99 of 100 %6.1f ms, longest %6.1f ms, over: %zu\n",
+                        name.toUtf8().constData(), beats.late.Count(), beats.late.Of100(99),
+                        beats.late.Of100(100), FrameMilliseconds,
+                        beats.late.Over(FrameMilliseconds), beats.work.Of100(99),
+                        beats.work.Of100(100), beats.work.Over(FrameMilliseconds));
     }
 
 private:
-    struct BeatTimes {
-        double late;
-        double work;
+    /// Times, rounded up to a tenth of a millisecond: the memory of the program is looked at for
+    /// hours, and a list of all beats would be what grows.
+    class Times {
+    public:
+        void Add(double milliseconds)
+        {
+            ++counts_[static_cast<int>(std::ceil(milliseconds * Parts))];
+            ++count_;
+        }
+        [[nodiscard]] std::size_t Count() const { return count_; }
+        /// The least time that so many of 100 did not exceed.
+        [[nodiscard]] double Of100(std::size_t many) const
+        {
+            std::size_t seen = 0;
+            for (const auto& [tenths, count] : counts_)
+                if ((seen += count) * 100 >= count_ * many)
+                    return static_cast<double>(tenths) / Parts;
+            return 0;
+        }
+        [[nodiscard]] std::size_t Over(double milliseconds) const
+        {
+            std::size_t over = 0;
+            for (auto each = counts_.upper_bound(static_cast<int>(milliseconds * Parts));
+                 each != counts_.end(); ++each)
+                over += each->second;
+            return over;
+        }
+
+    private:
+        static constexpr int Parts = 10;
+        std::map<int, std::size_t> counts_;
+        std::size_t count_ = 0;
     };
-    static std::tuple<double, double, std::ptrdiff_t> Summary(const std::vector<BeatTimes>& beats,
-                                                              double BeatTimes::*member)
-    {
-        std::vector<double> sorted;
-        for (const auto& beat : beats)
-            sorted.push_back(beat.*member);
-        std::sort(sorted.begin(), sorted.end());
-        return {sorted[sorted.size() * 99 / 100], sorted.back(),
-                std::count_if(sorted.begin(), sorted.end(),
-                              [](double each) { return each > FrameMilliseconds; })};
-    }
+    struct Beats {
+        Times late, work;
+    };
+
     void Beat()
     {
         constexpr double nanoseconds = 1e6;
         const double now = static_cast<double>(clock_.nsecsElapsed()) / nanoseconds;
         const double work = ProcessorMilliseconds();
-        phases_[phase_].push_back({std::max(0.0, now - last_ - BeatMilliseconds), work - worked_});
+        Beats& beats = phases_[phase_];
+        beats.late.Add(std::max(0.0, now - last_ - BeatMilliseconds));
+        beats.work.Add(work - worked_);
         last_ = now;
         worked_ = work;
     }
@@ -108,7 +130,7 @@ private:
     QTimer timer_;
     QElapsedTimer clock_;
     QString phase_ = Start;
-    std::map<QString, std::vector<BeatTimes>> phases_;
+    std::map<QString, Beats> phases_;
     double last_ = 0;
     double worked_ = 0;
 };

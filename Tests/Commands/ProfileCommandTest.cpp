@@ -91,13 +91,14 @@ TEST_F(ProfileCommandTest, WhatIsNearerHolds)
     }
     const auto elsewhere = Shown({"--server", "elsewhere.example"});
     EXPECT_TRUE(elsewhere.at("user").is_null()) << "a profile says nothing of another server";
-    EXPECT_TRUE(elsewhere.at("port").is_null());
+    EXPECT_EQ(elsewhere.at("port"), (json{{"value", "19001"}, {"from", "the usual one"}}));
     EXPECT_EQ(RunIn(folder.Path(), {"status"}, "", "SYCLIENT_PORT=99999 ").code, 2);
 
     EXPECT_EQ(Run({"profile", "use", "work"}).code, 0);
     EXPECT_EQ(Shown().at("user").at("value"), "anna.novak");
     EXPECT_EQ(Run({"profile", "remove", "work"}).code, 0);
     EXPECT_TRUE(Shown().at("server").is_null());
+    EXPECT_TRUE(Shown().at("port").is_null());
     for (const char* verb : {"use", "remove"})
         EXPECT_EQ(Run({"profile", verb, "work"}).code, 3);
     EXPECT_EQ(json::parse(Run({"profile", "list", "--json"}).output).at("profiles").size(), 1u);

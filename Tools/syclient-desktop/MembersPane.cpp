@@ -97,7 +97,7 @@ void MembersPane::Show()
     });
     const auto selected = LoginOf(list_->currentIndex());
     const QString headings[] = {tr("Working now"), tr("Present"), tr("Away"),
-                                tr("Who is here is not known now")};
+                                tr("Presence not known")};
     model_.clear();
     int group = -1;
     for (const Member& row : rows) {

@@ -17,6 +17,7 @@
 #include <QStackedWidget>
 #include <QStyle>
 #include <QToolButton>
+#include <utility>
 
 namespace {
 
@@ -274,8 +275,15 @@ void ProjectPage::ShowOutbox()
         outbox_->setAccessibleName(link.isEmpty() ? text : text + ", " + link);
     };
     const auto waiting = static_cast<int>(session_.Mails().GetOutboxMails().size());
-    if (waiting == 0)
+    if (waiting == 0) {
+        // What was said of a mail in the outbox is no longer so.
+        if (std::exchange(isWaiting_, false)) {
+            message_.stop();
+            ShowNews();
+        }
         return show(tr("Outbox empty"), {});
+    }
+    isWaiting_ = true;
     QString text = tr("Outbox: %n mail(s) wait", nullptr, waiting);
     const bool isByChoice = session_.GetState() == ProjectSession::State::OfflineByChoice;
     if (isByChoice)

@@ -61,5 +61,6 @@ private:
     MembersPane* members_;
     QSplitter* splitter_;
     QTimer message_;
+    bool isWaiting_ = false;  ///< something was in the outbox when it was shown last
     std::array<bool, PageCount> isMade_{true};
 };

@@ -1,5 +1,6 @@
 #include "Connection.hpp"
 
+#include "ConnectToServer.hpp"
 #include "Context.hpp"
 #include "ManagementTool/ConnectionProfiles.hpp"
 #include "OVRoot/Ascii.hpp"
@@ -112,13 +113,13 @@ bool LooksLikeProjectUrl(const std::string& text)
 void ConnectionValues::FillFromUrl(const std::string& url)
 {
     // The scheme counts in any letter case; the library takes it in small letters.
-    const auto colon = LooksLikeProjectUrl(url) ? url.find(':') : std::string::npos;
-    const auto location = IO::Location::FromUrlText(
-        colon == std::string::npos ? OV::FromUtf8(url)
-                                   : SYC::GetSyncraURLScheme() + OV::FromUtf8(url.substr(colon)));
+    const auto location = LooksLikeProjectUrl(url)
+                              ? IO::Location::FromUrlText(SYC::GetSyncraURLScheme() +
+                                                          OV::FromUtf8(url.substr(url.find(':'))))
+                              : IO::Location();
     if (!SYC::IsSyncraURL(location))
         throw OV::IllegalArgumentException(
-            u"\"" + location.ToDisplayText() +
+            u"\"" + OV::FromUtf8(url) +
             u"\" is no project URL. One looks like syncra://user@server:port/project.");
     const auto info = SYC::ToConnectionInfo(location);
     server = OV::ToUtf8(info.serverName);
@@ -139,17 +140,25 @@ Connection Connection::Resolve(const Context& context, ConnectionValues options,
     }
     AddLayer(connection, EnvironmentLayer());
     connection.passwordFile = FromEnvironment("password_file");
-    if (!context.profile.empty())
-        return connection;
-    if (const auto named = FromEnvironment("profile"); !named.empty()) {
-        connection.profile = named;
-        AddLayer(connection, ProfileLayer(named, "SYCLIENT_PROFILE"));
-    } else if (!connection.Missing(needs).empty()) {
-        connection.profile = OV::ToUtf8(ConnectionProfiles().GetCurrentName());
-        if (!connection.profile.empty())
-            AddLayer(connection, ProfileLayer(connection.profile, "the list of profiles"));
+    if (context.profile.empty())
+        connection.AddProfile(needs);
+    if (!connection.values.server.empty() && connection.values.port.empty()) {
+        connection.values.port = std::to_string(SYC::UsualPort);
+        connection.origins.port = "the usual one";
     }
     return connection;
+}
+
+void Connection::AddProfile(Needs needs)
+{
+    if (const auto named = FromEnvironment("profile"); !named.empty()) {
+        profile = named;
+        AddLayer(*this, ProfileLayer(named, "SYCLIENT_PROFILE"));
+    } else if (!Missing(needs).empty()) {
+        profile = OV::ToUtf8(ConnectionProfiles().GetCurrentName());
+        if (!profile.empty())
+            AddLayer(*this, ProfileLayer(profile, "the list of profiles"));
+    }
 }
 
 std::string Connection::Missing(Needs needs) const

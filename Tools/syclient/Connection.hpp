@@ -36,8 +36,9 @@ struct ConnectionValues {
 
 /// The values that hold for a command, each with where it comes from: options and a project URL
 /// before the profile that --profile names, this before the environment, and last the profile of
-/// SYCLIENT_PROFILE or the current one. What names another server than the one that holds says
-/// nothing about it and is passed over as a whole.
+/// SYCLIENT_PROFILE or the current one; a server whose port nobody names has the usual one. What
+/// names another server than the one that holds says nothing about it and is passed over as a
+/// whole.
 struct Connection {
     ConnectionValues values;
     /// "--server", "SYCLIENT_PORT", "profile home"; empty for what nobody named.
@@ -57,9 +58,11 @@ struct Connection {
     /// Throws OV::IllegalArgumentException when something is missing, with the ways to name it.
     void Require(Needs needs) const;
 
-    /// 0 when it is not named. Throws OV::IllegalArgumentException for what is no port.
+    /// 0 when not even a server is named. Throws OV::IllegalArgumentException for what is no port.
     [[nodiscard]] std::uint16_t Port() const;
 
 private:
+    /// Takes what is not named yet from the profile that no option names.
+    void AddProfile(Needs needs);
     [[nodiscard]] std::string Missing(Needs needs) const;
 };

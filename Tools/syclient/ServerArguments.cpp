@@ -11,7 +11,8 @@ void AddressArguments::AddOptions(CLI::App& command)
 {
     command.add_option("-s,--server", server, "Server: host name or address; https://HOST for TLS")
         ->option_text("HOST");
-    command.add_option("-p,--port", port, "Model port of the server")->option_text("N");
+    command.add_option("-p,--port", port, "Model port of the server (default: 19001)")
+        ->option_text("N");
 }
 
 ConnectionValues AddressArguments::Options(const std::string* named) const

@@ -629,8 +629,8 @@ Gemeinsame Entwurfsprojekte in einem Fenster.</translation>
         <translation>Um &amp;Besitz bitten ...</translation>
     </message>
     <message>
-        <source>Who is here is not known now</source>
-        <translation>Wer da ist, ist jetzt unbekannt</translation>
+        <source>Presence not known</source>
+        <translation>Anwesenheit unbekannt</translation>
     </message>
     <message>
         <source>&amp;Role</source>
