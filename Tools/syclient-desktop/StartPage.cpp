@@ -23,10 +23,15 @@ namespace {
 
 constexpr int NumberRole = CardRole + 1;
 
+bool IsSamePlace(const StartPage::Login& a, const StartPage::Login& b)
+{
+    return a.port == b.port &&
+           ToQt(a.serverName).compare(ToQt(b.serverName), Qt::CaseInsensitive) == 0;
+}
+
 bool IsSameServer(const StartPage::Login& a, const StartPage::Login& b)
 {
-    return a.port == b.port && a.userName == b.userName &&
-           ToQt(a.serverName).compare(ToQt(b.serverName), Qt::CaseInsensitive) == 0;
+    return a.userName == b.userName && IsSamePlace(a, b);
 }
 
 QString NameOf(const StartPage::Login& login)
@@ -248,9 +253,14 @@ void StartPage::ServersChanged()
 
 void StartPage::AddKnownServer(const Login& login, bool isFound)
 {
-    if (std::any_of(knownServers_.begin(), knownServers_.end(),
-                    [&](const Login& each) { return IsSameServer(each, login); }))
+    // One without a user stands for all who may sign in there.
+    if (std::any_of(knownServers_.begin(), knownServers_.end(), [&](const Login& each) {
+            return login.userName.empty() ? IsSamePlace(each, login) : IsSameServer(each, login);
+        }))
         return;
+    std::erase_if(knownServers_, [&](const Login& each) {
+        return each.userName.empty() && IsSamePlace(each, login);
+    });
     Login& server = knownServers_.emplace_back(login);
     server.projectName.clear();
     server.password = {};
