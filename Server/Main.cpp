@@ -313,7 +313,7 @@ void Serve(const Options& options)
         std::cerr << "nexar-server: sample team ready; every password is \"" << SamplePassword
                   << "\"\n";
     else if (options.sample)
-        std::cerr << "nexar-server: the store is in use already; no sample team was added\n";
+        std::cerr << "nexar-server: the store is not empty; no sample team was added\n";
 
     Services services(database, hash, options);
     const std::uint16_t port = services.Listen(options);

@@ -34,9 +34,12 @@ struct CheckOptions {
     /// Take the session over from another computer.
     bool allowTakeover = false;
     /// Called before each step, on the checking thread (with StartCheck on the host's executor).
-    /// What it throws is logged.
+    /// What it throws is logged; there, steps that were under way when it was stopped may still be
+    /// told.
     std::function<void(CheckStep)> progress;
-    /// Ends the check within 100 ms: result 1, and GetLastFailure says that it was cancelled.
+    /// Ends the check within 100 ms: result 1, and GetLastFailure says that it was cancelled; a
+    /// check in its last step may have passed by then. A cache that it made stays, and is what the
+    /// next check finds.
     std::stop_token stop;
 };
 

@@ -12,6 +12,8 @@ namespace SYC {
 
 /// Whether something of the project waits to be sent: changes, or mails in the outbox, those
 /// included that this process does not know. What cannot be read may hold some and counts as well.
+/// It looks at the disk: a mail client that has just delivered the last mail writes that a moment
+/// later (MailClient::HasUnwrittenOutbox).
 [[nodiscard]] SYC_API bool HasUnsentWork(const CachedProjectInfo& cache);
 
 /// Whether a ClientProjectConnectionManager of this or another process, on this machine, works with

@@ -56,6 +56,13 @@ bool Is(const OV::Exception& exception)
     return dynamic_cast<const Thrown*>(&exception) != nullptr;
 }
 
+/// A file or a cache that another program has open.
+bool IsHeldByOther(const OV::Exception& exception)
+{
+    const auto* error = dynamic_cast<const IO::IOException*>(&exception);
+    return error != nullptr && error->GetCode() == IO::ErrorCode::HeldByOther;
+}
+
 /// The first row that fits counts: some exceptions are the bases of those before them.
 constexpr struct {
     bool (*fits)(const OV::Exception&);
@@ -68,6 +75,7 @@ constexpr struct {
     {Is<Communication::MalformedResponseException>, FailureKind::NotUnderstood},
     {Is<Communication::CommunicationException>, FailureKind::NotReached},
     {Is<UnsentWorkException>, FailureKind::UnsentWork},
+    {IsHeldByOther, FailureKind::ObjectInUse},
     {Is<IO::IOException>, FailureKind::ThisComputer},
     {Is<Syncra::Server::ManagementTool::Core::FileError>, FailureKind::ThisComputer},
     {Is<OV::XMLChannelException>, FailureKind::ThisComputer},

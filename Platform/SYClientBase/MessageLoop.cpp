@@ -4,6 +4,7 @@
 #include "OVRoot/Lock.hpp"
 #include "OVRoot/Thread.hpp"
 
+#include <algorithm>
 #include <chrono>
 #include <condition_variable>
 #include <deque>
@@ -11,6 +12,9 @@
 namespace SYCB {
 
 namespace {
+
+/// What is waited for may come about on another thread, which posts nothing.
+constexpr std::chrono::milliseconds LookInterval{50};
 
 /// The queue of a process whose host has no message loop of its own.
 struct Queue {
@@ -112,7 +116,8 @@ bool MessageLoop::RunUntil(const std::function<bool()>& done, std::uint32_t mill
             throw OV::InterruptedException();
         if (const OV::RunnableTask task = TakeFirst())
             RunOne(task);
-        else if (!WaitForTask(until) && std::chrono::steady_clock::now() >= until)
+        else if (!WaitForTask(std::min(until, std::chrono::steady_clock::now() + LookInterval)) &&
+                 std::chrono::steady_clock::now() >= until)
             return done();
     }
     return true;

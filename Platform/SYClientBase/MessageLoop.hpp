@@ -27,9 +27,9 @@ public:
     /// Runs the tasks that wait in the queue now, not those that they post. Returns their number.
     /// For the main thread; a task may call it again. A task that throws is logged and ends there.
     static std::size_t RunPending();
-    /// Runs tasks as they come until `done` holds, which is looked at after each of them, or
-    /// `milliseconds` have passed; returns whether it holds. Throws OV::InterruptedException when
-    /// the calling thread is asked to stop.
+    /// Runs tasks as they come until `done` holds, which is looked at after each of them and every
+    /// 50 ms, or `milliseconds` have passed; returns whether it holds. Throws
+    /// OV::InterruptedException when the calling thread is asked to stop.
     [[nodiscard]] static bool RunUntil(const std::function<bool()>& done,
                                        std::uint32_t milliseconds);
 };

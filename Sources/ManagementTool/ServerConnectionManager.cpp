@@ -36,16 +36,6 @@ void PrintFailure(OV::UniStringView operation, const OV::UniString& message,
         {operation, message, sourceName, line});
 }
 
-template <class Work>
-void RunPrintingFailures(OV::UniStringView operation, Work&& work)
-{
-    try {
-        work();
-    } catch (const OV::Exception& error) {
-        PrintFailure(operation, error.GetMessage(), error.GetSourceName(), error.GetLine());
-    }
-}
-
 }  // namespace
 
 /// Asks the model service where the management service listens.
@@ -132,6 +122,30 @@ void ServerConnectionManager::End()
     SetPassword({});
 }
 
+template <class Work>
+void ServerConnectionManager::NoteFailures(OV::UniStringView operation, Work&& work)
+{
+    SetFailure({});
+    try {
+        work();
+    } catch (const OV::Exception& error) {
+        PrintFailure(operation, error.GetMessage(), error.GetSourceName(), error.GetLine());
+        SetFailure(SYC::DescribeException());
+    }
+}
+
+void ServerConnectionManager::SetFailure(const SYC::Failure& failure)
+{
+    const OV::LockGuard guard(lock_);
+    lastFailure_ = failure;
+}
+
+SYC::Failure ServerConnectionManager::GetLastFailure() const
+{
+    const OV::LockGuard guard(lock_);
+    return lastFailure_;
+}
+
 void ServerConnectionManager::SetConnection(const OV::UniString& serverName, short port,
                                             ConnectionType type)
 {
@@ -148,7 +162,7 @@ void ServerConnectionManager::SetConnection(const OV::UniString& serverName, sho
         connection_.managementPort = 0;
         connection_.mainThread = std::this_thread::get_id();
     }
-    RunPrintingFailures(u"SetConnection", [&] {
+    NoteFailures(u"SetConnection", [&] {
         if (isAnother)
             DisconnectAllBut(type);
         FindManagementPort();
@@ -160,7 +174,7 @@ void ServerConnectionManager::ReConnect(ConnectionType type)
 {
     if (GetServerName().empty())
         return;
-    RunPrintingFailures(u"ReConnect", [&] {
+    NoteFailures(u"ReConnect", [&] {
         if (GetManagementPort() == 0)
             FindManagementPort();
         Connect(u"ReConnect", type == ConnectionType::NoConnection ? GetConnectionType() : type);
@@ -212,13 +226,18 @@ auto ServerConnectionManager::ConnectManagers(OV::UniStringView operation, Conne
     -> Outcome
 {
     const Connection current = Current();
+    SetFailure({});
     const auto connect = [&](const auto& manager) {
         if (manager->SetConnection(current.serverName, current.managementPort, current.userName,
                                    current.password, false))
             return Outcome::Connected;
         const RequestFailure failure = manager->GetLastFailure();
-        if (failure.type == ErrorType::NoError)
+        if (failure.type == ErrorType::NoError) {
+            SetFailure(SYC::MakeFailure(SYC::FailureKind::Cancelled));
             return Outcome::GivenUp;
+        }
+        if (!GetLastFailure())
+            SetFailure(failure);
         PrintFailure(operation, failure.sentence, failure.sourceName, failure.line);
         return failure.type == ErrorType::CannotConnect ? Outcome::Unreachable : Outcome::Failed;
     };

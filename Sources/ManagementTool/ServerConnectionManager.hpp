@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Failure.hpp"
 #include "ManagementTool/ConnectionType.hpp"
 #include "ManagementTool/ErrorType.hpp"
 #include "ManagementTool/ObjectType.hpp"
@@ -23,7 +24,7 @@ class UserRepositoryManager;
 
 /// The server that the management tool works against, the credentials used on it, and the two
 /// repository managers that talk to it. Failures to connect are not thrown: they go to the debug
-/// output, and the repository managers' requests tell the user.
+/// output, GetLastFailure tells them, and the repository managers' requests tell the user.
 ///
 /// For the main thread, which waits by the strategy of the process; but the presence of an attached
 /// service reconnects on the thread that tells it, and shows nothing there. Every single operation
@@ -61,6 +62,10 @@ public:
     /// Connects to the current server again; NoConnection stands for the type of SetConnection.
     /// Nothing happens when there is no current server.
     void ReConnect(ConnectionType type);
+    /// How the newest SetConnection or ReConnect ended, that of an attached service among them: no
+    /// failure when it connected what it was to connect. A repository that is held from before
+    /// stays when a ReConnect fails.
+    [[nodiscard]] SYC::Failure GetLastFailure() const;
     /// Reconnects both repositories whenever the service comes online; null is ignored. The service
     /// may go before this object or after it.
     void AttachConnection(SYCB::PresenceService* presence);
@@ -133,6 +138,9 @@ private:
 
     void _ServiceStateChanged(SYCB::PresenceService&, SYCB::PresenceState state) override;
     void End();
+    template <class Work>
+    void NoteFailures(OV::UniStringView operation, Work&& work);
+    void SetFailure(const SYC::Failure& failure);
     [[nodiscard]] Connection Current() const;
     void DisconnectAllBut(ConnectionType type);
     void FindManagementPort();
@@ -146,6 +154,7 @@ private:
     const OV::Ref<ProjectRepositoryManager> projectManager_;
     mutable OV::Lock lock_;
     Connection connection_ OV_GUARDED_BY(lock_);
+    SYC::Failure lastFailure_ OV_GUARDED_BY(lock_);
     Subscriptions subscriptions_ OV_GUARDED_BY(lock_);
     std::stop_source ending_;
 };

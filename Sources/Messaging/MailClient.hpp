@@ -134,8 +134,9 @@ public:
     /// Whether mails are being delivered. What the outbox then still holds waits for something: the
     /// server, a recipient, or a process that knows its actions.
     [[nodiscard]] bool IsSending() const;
-    /// Whether "Outbox.dat" still holds mails that were delivered, because the disk did not take
-    /// it. They leave it with the next write; the server recognises what is sent again.
+    /// Whether "Outbox.dat" still holds mails that were delivered: it is written after a mail left
+    /// the list, a moment later, or again later when the disk did not take it. The server
+    /// recognises what is sent again.
     [[nodiscard]] bool HasUnwrittenOutbox() const;
     /// Throw IO::IOException; then nothing changed. A mail that is being sent may still arrive.
     void DeleteOutboxMails(const OV::Array<OV::UniString>& ids);

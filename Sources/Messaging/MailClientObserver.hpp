@@ -27,7 +27,8 @@ public:
     virtual void MailsChanged(MailClient& /*client*/, const MailChanges& /*changes*/) {}
     /// The server has a mail of the outbox, whichever run of the host put it there: `localId` is
     /// the one that SendMail gave it, `serverId` the one of its copy and in the parent id of
-    /// answers.
+    /// answers. Its copy may be told of before or after that; a process that was killed before it
+    /// wrote the outbox tells the same pair again in its next run.
     virtual void MailDelivered(MailClient& /*client*/, const OV::UniString& /*localId*/,
                                const OV::UniString& /*serverId*/)
     {}

@@ -14,8 +14,10 @@
 
 namespace SYC {
 
-/// Follows which users are present on one target server, for views that show it. One a process;
-/// safe on any thread.
+/// Follows which users are present on one target server, for views that ask when they draw; it
+/// tells nobody of changes. Present is whose client waits for signals of a project (PKSignalClient)
+/// and, for the server's grace after it, whose client did; a session alone makes nobody present.
+/// One a process; safe on any thread.
 class SYC_API PresenceManager {
 public:
     /// Login names.
@@ -26,6 +28,8 @@ public:
     PresenceManager(const PresenceManager&) = delete;
     PresenceManager& operator=(const PresenceManager&) = delete;
 
+    /// `port` is that of the model service, as in a project URL.
+    ///
     /// Follows the presence on that server from now on and returns once its first check went well;
     /// blocks for as long as the server takes (some five requests, each as
     /// HttpOptions allow), or until the calling OV::Thread is interrupted. Throws

@@ -9,7 +9,9 @@
 namespace SYC {
 
 /// Asks what becomes of the local changes when a shared project is closed. It touches neither the
-/// server nor the cache: the host reads the result after Invoke, and acts.
+/// server nor the cache: the host reads the result after Invoke, and acts. Its words are about
+/// changes; mails in the outbox need no question: they are safe on the disk and go out the next
+/// time.
 class SYC_API CloseProjectDialog final : public Dlg::ModalDialog,
                                          private Dlg::PanelObserver,
                                          private Dlg::ButtonItemObserver,
@@ -36,10 +38,11 @@ public:
     };
 
     /// `online`: the server can be reached. `second` is kept for the host and changes nothing here.
-    /// `discardNeedsWarning`: who discards is asked once more. `saveOnly`: nothing may be sent, as
-    /// by a user who may only read. `offlineWork`: the user chose to work offline.
-    /// `releaseAllDefault`: the main button releases what the user holds, and the menu offers not
-    /// to.
+    /// `discardNeedsWarning`: who discards is asked once more, online by
+    /// the alert 32040, otherwise by the dialog 31041; "no" leaves the dialog open. `saveOnly`:
+    /// nothing may be sent, as by a user who may only read. `offlineWork`: the user chose to work
+    /// offline. `releaseAllDefault`: the main button releases what the user holds, and the menu
+    /// offers not to.
     CloseProjectDialog(bool online, bool second, bool discardNeedsWarning, bool saveOnly,
                        bool offlineWork, bool releaseAllDefault, const OV::UniString& projectName);
 

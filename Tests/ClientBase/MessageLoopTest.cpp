@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <chrono>
 #include <thread>
 #include <vector>
 
@@ -70,6 +72,19 @@ TEST(MessageLoopTest, AWaitEndsByTimeByItsConditionAndByInterruption)
 {
     EXPECT_FALSE(MessageLoop::RunUntil([] { return false; }, 20));
     EXPECT_TRUE(MessageLoop::RunUntil([] { return true; }, 0));
+    // What comes about on another thread need not be posted.
+    std::jthread other;
+    std::atomic<bool> isDone = false;
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_TRUE(MessageLoop::RunUntil(
+        [&] {
+            if (other.joinable())
+                return isDone.load();
+            other = std::jthread([&] { isDone = true; });
+            return false;
+        },
+        60'000));
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(30));
     bool interrupted = false;
     OV::Thread thread("Waiting", [&] {
         const Thrown thrown([] { (void)MessageLoop::RunUntil([] { return false; }, 60'000); });

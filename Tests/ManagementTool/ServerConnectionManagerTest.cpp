@@ -183,9 +183,11 @@ TEST(ManagementServiceTest, IsFoundWhereverItIsAndItsFailuresAreToldByTheNextReq
     EXPECT_TRUE(log.Mentions("ServerConnectionManager::SetConnection: "));
     EXPECT_FALSE(hasRoles());
     EXPECT_EQ(manager.GetUserManager()->GetLastFailure().type, ErrorType::CannotConnect);
+    EXPECT_TRUE(manager.GetLastFailure());
     model.listed = first->server.Port();
     manager.ReConnect(ConnectionType::NoConnection);
     EXPECT_TRUE(hasRoles()) << "not listed at first";
+    EXPECT_FALSE(manager.GetLastFailure());
 
     model.listed = second.server.Port();
     first.reset();
@@ -210,6 +212,7 @@ TEST(ManagementServiceTest, IsFoundWhereverItIsAndItsFailuresAreToldByTheNextReq
 
     manager.SetConnection(u"127.0.0.1", 1, ConnectionType::FullConnection);
     EXPECT_EQ(manager.GetManagementPort(), 0) << "not the former server's";
+    EXPECT_EQ(manager.GetLastFailure().kind, SYC::FailureKind::NotReached);
     manager.DetachConnection(&presence);
     strategy.tasks = 0;
     presence.SetState(SYCB::PresenceState::Offline);
@@ -231,6 +234,7 @@ TEST(ManagementServiceTest, TheUserMayGiveUpOneThatIsSilent)
     manager.SetConnection(u"127.0.0.1", static_cast<short>(model.server.Port()),
                           ConnectionType::FullConnection);
     EXPECT_EQ(toolkit.GetOpenedDialogs().size(), 1u);
+    EXPECT_EQ(manager.GetLastFailure().kind, SYC::FailureKind::Cancelled);
     SetUserAsyncTaskExecutingImplementation(nullptr);
 }
 

@@ -1,4 +1,5 @@
 #include "DataOptionsTest.hpp"
+#include "Failure.hpp"
 
 #include "Cache/Detail/CacheFolders.hpp"
 #include "CleanUp.hpp"
@@ -367,7 +368,12 @@ TEST_F(RegisteredProjectsTest, DueCachesGoOnlyWhenNobodyHasThemOpenAndNothingWai
     EXPECT_EQ(due,
               (std::map<OV::UniString, bool>{
                   {u"Changed", false}, {u"Idle", true}, {u"Mailed", false}, {u"Open", false}}));
-    EXPECT_THROW(registry.RemoveProject(open), IO::IOException);
+    try {
+        (void)registry.RemoveProject(open);
+        ADD_FAILURE() << "a program has it open";
+    } catch (const IO::IOException&) {
+        EXPECT_EQ(SYC::DescribeException().kind, SYC::FailureKind::ObjectInUse);
+    }
     EXPECT_EQ(Names().size(), 5u);
     other.Kill();
     EXPECT_FALSE(SYC::IsCacheInUse(open)) << "a dead process holds nothing";
