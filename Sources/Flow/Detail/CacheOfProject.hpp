@@ -4,10 +4,14 @@
 
 namespace SYC {
 
-/// Where caches stand: the folder that was named, or else the main project folder.
+/// Where caches stand: the folder that was named, or else the main project folder; where the host
+/// set none, the one that hosts usually have.
 [[nodiscard]] inline IO::Location CacheFolderOr(const IO::Location& folder)
 {
-    return folder.IsEmpty() ? registeredProjects().GetMainProjectCacheFolderLocation() : folder;
+    if (!folder.IsEmpty())
+        return folder;
+    auto main = registeredProjects().GetMainProjectCacheFolderLocation();
+    return main.IsEmpty() ? RegisteredProjects::GetDefaultDataFolder() : main;
 }
 
 /// What is known of the project's cache there; null when there is none. Looks at the disk.
