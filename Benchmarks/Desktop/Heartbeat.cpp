@@ -153,8 +153,8 @@ bool RunUntil(Done done, int seconds)
     while (!done()) {
         if (clock.elapsed() > seconds * 1000)
             return false;
-        QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents,
-                                        BeatMilliseconds);
+        // Without a time to take at most: with one it would not wait, and work a processor full.
+        QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents);
     }
     return true;
 }

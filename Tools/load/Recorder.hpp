@@ -12,9 +12,14 @@ namespace Load {
 
 using Clock = std::chrono::steady_clock;
 
+inline double MillisecondsBetween(Clock::time_point begin, Clock::time_point end)
+{
+    return std::chrono::duration<double, std::milli>(end - begin).count();
+}
+
 inline double MillisecondsSince(Clock::time_point begin)
 {
-    return std::chrono::duration<double, std::milli>(Clock::now() - begin).count();
+    return MillisecondsBetween(begin, Clock::now());
 }
 
 /// What all members saw. On the thread of the loop.
@@ -25,7 +30,8 @@ public:
         std::map<int, std::int64_t> failed;  ///< how often by status, 0 where the connection ended
     };
     std::map<std::string, Kind> kinds;
-    /// From the first failure of a request to its answer, when it failed.
+    /// From the beginning of a request that failed to its answer; of one that is held from its
+    /// failure until it is held again.
     std::vector<double> outages;
     /// An answered mail, and who was to get it.
     std::map<std::string, std::vector<int>> mails;

@@ -7,6 +7,8 @@ using nlohmann::json;
 namespace {
 
 constexpr int MailSignal = 4;
+/// A held request that fails later than so was held; who has no server is told so at once.
+constexpr double HeldMilliseconds = 1000;
 /// More than any request is held.
 constexpr std::chrono::seconds LongestAnswer{80};
 
@@ -62,6 +64,9 @@ Task<Response> User::Ask(Line& line, const Question& question)
 {
     Clock::time_point failing{};
     Response response;
+    // Whom the server lets wait is served, until the connection breaks and from the next request
+    // on.
+    const bool isHeld = question.kind == "held";
     for (double pause = 0.2;; pause = std::min(2.0, 2 * pause)) {
         const auto begin = Clock::now();
         const std::string text =
@@ -71,7 +76,8 @@ Task<Response> User::Ask(Line& line, const Question& question)
         if (response.status == 200) {
             its.milliseconds.push_back(MillisecondsSince(begin));
             if (failing != Clock::time_point{})
-                recorder_.outages.push_back(MillisecondsSince(failing));
+                recorder_.outages.push_back(isHeld ? MillisecondsBetween(failing, begin)
+                                                   : MillisecondsSince(failing));
             co_return response;
         }
         ++its.failed[response.status];
@@ -79,8 +85,11 @@ Task<Response> User::Ask(Line& line, const Question& question)
             ++recorder_.errors;
             co_return response;
         }
+        if (isHeld && failing != Clock::time_point{} && MillisecondsSince(begin) > HeldMilliseconds)
+            recorder_.outages.push_back(
+                MillisecondsBetween(std::exchange(failing, Clock::time_point{}), begin));
         if (failing == Clock::time_point{})
-            failing = begin;
+            failing = isHeld ? Clock::now() : begin;
         if (response.status == 401 && question.kind != "sign-in") {
             co_await SignIn(line);
             continue;
