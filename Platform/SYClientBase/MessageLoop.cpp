@@ -1,6 +1,7 @@
 #include "SYClientBase/MessageLoop.hpp"
 
 #include "OVRoot/Detail/RunLogged.hpp"
+#include "OVRoot/Exception.hpp"
 #include "OVRoot/Lock.hpp"
 #include "OVRoot/Thread.hpp"
 
@@ -23,6 +24,7 @@ struct Queue {
     std::deque<OV::RunnableTask> tasks OV_GUARDED_BY(lock);
     /// Shared, so that nothing of the host is copied or destroyed under the lock. Null for none.
     std::shared_ptr<const MessageLoop::Poster> poster OV_GUARDED_BY(lock);
+    std::shared_ptr<const MessageLoop::Runner> runner OV_GUARDED_BY(lock);
 };
 
 /// Never destroyed: a thread may still post while the process ends.
@@ -50,12 +52,34 @@ void RunOne(const OV::RunnableTask& task)
 }
 
 /// The analysis does not follow a lock into the condition variable.
-bool WaitForTask(std::chrono::steady_clock::time_point until) OV_NO_ANALYSIS
+void WaitInQueue(std::chrono::steady_clock::time_point until) OV_NO_ANALYSIS
 {
     Queue& queue = TheQueue();
     std::unique_lock guard(queue.lock);
-    return queue.posted.wait_until(guard, OV::Thread::CurrentToken(), until,
-                                   [&queue]() OV_NO_ANALYSIS { return !queue.tasks.empty(); });
+    (void)queue.posted.wait_until(guard, OV::Thread::CurrentToken(), until,
+                                  [&queue]() OV_NO_ANALYSIS { return !queue.tasks.empty(); });
+}
+
+/// Waits for the next task, or runs the host's loop, which alone runs them where it is installed.
+void WaitForTask(std::chrono::steady_clock::time_point until)
+{
+    std::shared_ptr<const MessageLoop::Runner> runner;
+    {
+        Queue& queue = TheQueue();
+        const OV::LockGuard guard(queue.lock);
+        runner = queue.runner;
+        if (!runner && queue.poster)
+            throw OV::IllegalArgumentException(
+                "The host's own message loop runs the tasks. Give MessageLoop::SetRunner what runs "
+                "it, or wait there.");
+    }
+    const auto now = std::chrono::steady_clock::now();
+    const auto soon = std::min(until, now + LookInterval);
+    if (!runner)
+        WaitInQueue(soon);
+    else if (soon > now)
+        (*runner)(static_cast<std::uint32_t>(
+            std::chrono::ceil<std::chrono::milliseconds>(soon - now).count()));
 }
 
 }  // namespace
@@ -90,6 +114,17 @@ MessageLoop::Poster MessageLoop::SetPoster(Poster poster)
     return next ? *next : Poster();
 }
 
+MessageLoop::Runner MessageLoop::SetRunner(Runner runner)
+{
+    auto next = runner ? std::make_shared<const Runner>(std::move(runner)) : nullptr;
+    Queue& queue = TheQueue();
+    {
+        const OV::LockGuard guard(queue.lock);
+        next.swap(queue.runner);
+    }
+    return next ? *next : Runner();
+}
+
 std::size_t MessageLoop::RunPending()
 {
     std::size_t waiting = 0;
@@ -116,9 +151,10 @@ bool MessageLoop::RunUntil(const std::function<bool()>& done, std::uint32_t mill
             throw OV::InterruptedException();
         if (const OV::RunnableTask task = TakeFirst())
             RunOne(task);
-        else if (!WaitForTask(std::min(until, std::chrono::steady_clock::now() + LookInterval)) &&
-                 std::chrono::steady_clock::now() >= until)
+        else if (std::chrono::steady_clock::now() >= until)
             return done();
+        else
+            WaitForTask(until);
     }
     return true;
 }

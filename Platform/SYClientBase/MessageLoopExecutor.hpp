@@ -24,7 +24,7 @@ public:
     [[nodiscard]] bool IsCanceled() const override;
     /// @}
     [[nodiscard]] bool IsTerminated() const override;
-    /// On the main thread these run the loop while they wait.
+    /// On the main thread these run the loop while they wait; see MessageLoop::RunUntil.
     bool AwaitTermination(std::uint32_t milliseconds) override;
     /// As long as it takes.
     void AwaitTermination() override;

@@ -85,6 +85,11 @@ TEST(MessageLoopTest, AWaitEndsByTimeByItsConditionAndByInterruption)
         },
         60'000));
     EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(30));
+    // Only the host's loop runs the tasks of a host that has one.
+    const auto former = MessageLoop::SetPoster([](OV::RunnableTask) {});
+    EXPECT_EQ(Thrown([] { (void)MessageLoop::RunUntil([] { return false; }, 60'000); }).name,
+              "IllegalArgumentException");
+    MessageLoop::SetPoster(former);
     bool interrupted = false;
     OV::Thread thread("Waiting", [&] {
         const Thrown thrown([] { (void)MessageLoop::RunUntil([] { return false; }, 60'000); });

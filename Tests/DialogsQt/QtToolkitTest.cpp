@@ -1,5 +1,8 @@
 #include "DialogsQt/QtUser.hpp"
+#include "Dlg/Headless/HeadlessDialog.hpp"
+#include "Dlg/Headless/HeadlessToolkit.hpp"
 #include "SYClientBase/MessageLoop.hpp"
+#include "SYClientBase/MessageLoopExecutor.hpp"
 #include "Support/AllItemsDialog.hpp"
 #include "UserInterface/AsyncTaskDialog.hpp"
 
@@ -91,6 +94,21 @@ TEST_F(QtToolkitTest, KeysPressTheDefaultButtonAndLeave)
     AllItemsDialog dialog;
     dialog.onOpened = [] { throw std::runtime_error("expected by the test"); };
     EXPECT_THROW(dialog.Invoke(), std::runtime_error);
+}
+
+TEST_F(QtToolkitTest, WhoWaitsForTheMainThreadOnItRunsItsLoop)
+{
+    SYCB::MessageLoopExecutor executor;
+    bool hasRun = false;
+    (void)executor.Execute(OV::MakeTask([&] { hasRun = true; }));
+    executor.Shutdown();
+    EXPECT_TRUE(executor.AwaitTermination(60'000));
+    EXPECT_TRUE(hasRun);
+    EXPECT_FALSE(SYCB::MessageLoop::RunUntil([] { return false; }, 20));
+    // And so does a dialog without a window, of a toolkit that was made on top.
+    Dlg::HeadlessToolkit scripted;
+    scripted.AddScript(AllItemsDialog::Number, [](Dlg::HeadlessDialog& user) { user.Leave(); });
+    EXPECT_FALSE(AllItemsDialog().Invoke());
 }
 
 TEST_F(QtToolkitTest, AlertsGiveTheirButtonAndShowNoMarkUp)

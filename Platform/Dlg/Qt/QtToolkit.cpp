@@ -8,11 +8,13 @@
 #include "SYClientBase/MessageLoop.hpp"
 
 #include <QApplication>
+#include <QEventLoop>
 #include <QFileDialog>
 #include <QLabel>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QThread>
+#include <QTimer>
 
 #include <algorithm>
 
@@ -27,6 +29,7 @@ struct QtToolkit::Loop {
     OV::Lock lock;
     bool isOpen OV_GUARDED_BY(lock) = true;
     SYCB::MessageLoop::Poster formerPoster;
+    SYCB::MessageLoop::Runner formerRunner;
 
     void Close()
     {
@@ -50,6 +53,16 @@ struct QtToolkit::Loop {
 };
 
 namespace {
+
+/// For who waits on the main thread; on another one nothing runs, and he waits alone.
+void RunLoop(std::uint32_t milliseconds)
+{
+    if (QThread::currentThread() != qApp->thread())
+        return QThread::msleep(milliseconds);
+    QEventLoop loop;
+    QTimer::singleShot(static_cast<int>(milliseconds), &loop, &QEventLoop::quit);
+    loop.processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents);
+}
 
 int LastButton(const OV::AlertResource& alert)
 {
@@ -90,6 +103,7 @@ QtToolkit::QtToolkit() : loop_(std::make_shared<Loop>())
         throw OV::IllegalArgumentException("Dialogs in windows need the host's QApplication.");
     loop_->formerPoster = SYCB::MessageLoop::SetPoster(
         [loop = loop_](OV::RunnableTask task) { loop->Post(std::move(task)); });
+    loop_->formerRunner = SYCB::MessageLoop::SetRunner(RunLoop);
     // What was posted before would wait in a queue that nobody runs any more.
     QMetaObject::invokeMethod(
         qApp, [] { SYCB::MessageLoop::RunPending(); }, Qt::QueuedConnection);
@@ -101,6 +115,7 @@ QtToolkit::~QtToolkit()
 {
     OV::AlertPresenter::SetCurrent(formerPresenter_);
     Toolkit::SetCurrent(formerToolkit_);
+    SYCB::MessageLoop::SetRunner(loop_->formerRunner);
     SYCB::MessageLoop::SetPoster(loop_->formerPoster);
     loop_->Close();
 }
