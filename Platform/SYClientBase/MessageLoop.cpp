@@ -75,11 +75,27 @@ void WaitForTask(std::chrono::steady_clock::time_point until)
     }
     const auto now = std::chrono::steady_clock::now();
     const auto soon = std::min(until, now + LookInterval);
-    if (!runner)
+    if (!runner) {
         WaitInQueue(soon);
-    else if (soon > now)
+    } else if (soon > now) {
+        OV::AssertNoLockHeld("MessageLoop::Runner");
         (*runner)(static_cast<std::uint32_t>(
             std::chrono::ceil<std::chrono::milliseconds>(soon - now).count()));
+    }
+}
+
+/// Installs a function of the host, an empty one as none, and returns the former one. The analysis
+/// does not follow a member that is named by a pointer.
+template <class Function>
+Function Exchange(std::shared_ptr<const Function> Queue::*place, Function function) OV_NO_ANALYSIS
+{
+    auto next = function ? std::make_shared<const Function>(std::move(function)) : nullptr;
+    Queue& queue = TheQueue();
+    {
+        const OV::LockGuard guard(queue.lock);
+        next.swap(queue.*place);
+    }
+    return next ? *next : Function();
 }
 
 }  // namespace
@@ -105,24 +121,12 @@ void MessageLoop::Post(OV::RunnableTask task)
 
 MessageLoop::Poster MessageLoop::SetPoster(Poster poster)
 {
-    auto next = poster ? std::make_shared<const Poster>(std::move(poster)) : nullptr;
-    Queue& queue = TheQueue();
-    {
-        const OV::LockGuard guard(queue.lock);
-        next.swap(queue.poster);
-    }
-    return next ? *next : Poster();
+    return Exchange(&Queue::poster, std::move(poster));
 }
 
 MessageLoop::Runner MessageLoop::SetRunner(Runner runner)
 {
-    auto next = runner ? std::make_shared<const Runner>(std::move(runner)) : nullptr;
-    Queue& queue = TheQueue();
-    {
-        const OV::LockGuard guard(queue.lock);
-        next.swap(queue.runner);
-    }
-    return next ? *next : Runner();
+    return Exchange(&Queue::runner, std::move(runner));
 }
 
 std::size_t MessageLoop::RunPending()

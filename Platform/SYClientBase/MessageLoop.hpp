@@ -26,8 +26,9 @@ public:
     /// what it throws goes to who posts, and the task is lost.
     static Poster SetPoster(Poster poster);
     /// Installs what runs the host's own loop while RunUntil waits, and returns the former one: a
-    /// function of the main thread that runs what waits there and returns after the milliseconds it
-    /// is given, or before. A host that installs a poster and waits by RunUntil needs one.
+    /// function of the main thread that waits for what comes there and runs it, and returns after
+    /// the milliseconds it is given, or before; what it throws goes to who waits. A host that
+    /// installs a poster and waits by RunUntil needs one.
     static Runner SetRunner(Runner runner);
 
     /// Runs the tasks that wait in the queue now, not those that they post. Returns their number.
