@@ -200,19 +200,20 @@ std::string MailStore::PageJson(const MailBox& box, const MailPlace& from)
         "WHERE e.user_id = $1 AND e.project_id = $2 AND (e.time_stamp, e.mail) >= ($3, $4) "
         "ORDER BY e.time_stamp, e.mail /* by parts */");
     query.Bind(1, box.userId).Bind(2, box.projectId).Bind(3, from.time).Bind(4, from.number);
-    std::string page = "{\"mails\":[";
+    std::string mails;
     std::string cursor;
     for (std::size_t count = 0; query.Step(); ++count) {
         const auto size = query.View(6).size() + query.View(7).size() + BytesAroundMail;
         // The first goes out whatever its size, or nobody would get past it.
-        if (count == MaximumPageMails || (count > 0 && page.size() + size > MaximumPageBytes)) {
+        if (count == MaximumPageMails || (count > 0 && mails.size() + size > MaximumPageBytes)) {
             cursor = query.Text(2) + '-' + query.Text(0);
             break;
         }
-        page += count > 0 ? "," : "";
-        page += Syncra::Protocol::WriteJson(ReadMail(query), size);
+        mails += count > 0 ? "," : "";
+        mails += Syncra::Protocol::WriteJson(ReadMail(query), size);
     }
-    return page + "],\"cursor\":\"" + cursor + "\",\"change\":" + change + "}";
+    // First what a client asks for the next page with, while it reads this one.
+    return "{\"cursor\":\"" + cursor + "\",\"change\":" + change + ",\"mails\":[" + mails + "]}";
 }
 
 FlagPage MailStore::Flags(const MailBox& box, MailFlag flag, std::uint64_t after)

@@ -39,8 +39,25 @@ macro(syc_package name)
     DESTINATION "${CMAKE_INSTALL_DATADIR}/doc/${name}" COMPONENT ${name} EXCLUDE_FROM_ALL)
 endmacro()
 
+# syc_late_packages(<variable> <target>...): the packages of what the targets load when they first use it, which
+# nothing else finds.
+function(syc_late_packages variable)
+  set(packages "")
+  foreach(target IN LISTS ARGN)
+    get_target_property(libraries ${target} LATE_LIBRARIES)
+    foreach(library IN LISTS libraries)
+      execute_process(COMMAND dpkg-query --search "${library}" OUTPUT_VARIABLE owner ERROR_QUIET)
+      string(REGEX REPLACE ":.*" "" owner "${owner}")
+      list(APPEND packages ${owner})
+    endforeach()
+  endforeach()
+  set(${variable} ${packages} PARENT_SCOPE)
+endfunction()
+syc_late_packages(late_of_library Display SYCommunication)
+syc_late_packages(late_of_server nexar-server)
+
 set(same "= ${PROJECT_VERSION}")
-syc_package(libsyclient1 SECTION libs
+syc_package(libsyclient1 SECTION libs DEPENDS ${late_of_library}
   SUMMARY "Client library for shared design projects"
   DESCRIPTION "A host application loads it to open, join and leave projects on a project\nserver, to keep a cache of each, and to exchange mail and requests with\ntheir members.")
 syc_package(libsyclient-qt1 SECTION libs DEPENDS "libsyclient1 (${same})"
@@ -55,7 +72,7 @@ syc_package(syclient SECTION net DEPENDS "libsyclient1 (${same})"
 syc_package(syclient-desktop SECTION net DEPENDS "libsyclient1 (${same})" "libsyclient-qt1 (${same})" fonts-dejavu-core
   SUMMARY "Shared design projects in a window"
   DESCRIPTION "The projects of a project server in a window: their members, activity log\nand charts.")
-syc_package(nexar-server SECTION net
+syc_package(nexar-server SECTION net DEPENDS ${late_of_server}
   SUMMARY "Project server for small teams"
   DESCRIPTION "Serves shared design projects over HTTP from one file. The systemd unit is\nthere and switched off: who runs a server enables it after it was\nconfigured.")
 syc_package(syclient-doc SECTION doc ALL

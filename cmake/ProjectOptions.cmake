@@ -91,6 +91,18 @@ function(syc_layer name)
   syc_few_compilations(${name})
 endfunction()
 
+# syc_late_library(<target> <macro> <file>): <macro> is to the target's code the name by which the system loads the
+# library of <file>, for an OV::LateLibrary; it is not linked. The packages look for it in LATE_LIBRARIES.
+function(syc_late_library target macro file)
+  file(REAL_PATH "${file}" file)
+  execute_process(COMMAND "${CMAKE_OBJDUMP}" -p "${file}" OUTPUT_VARIABLE head COMMAND_ERROR_IS_FATAL ANY)
+  if(NOT head MATCHES "SONAME +([^ \n]+)")
+    message(FATAL_ERROR "${file} is no shared library.")
+  endif()
+  target_compile_definitions(${target} PRIVATE "${macro}=\"${CMAKE_MATCH_1}\"")
+  set_property(TARGET ${target} APPEND PROPERTY LATE_LIBRARIES "${file}")
+endfunction()
+
 # syc_output_of(<program> <file> <argument>...): what the built program prints, as a file of the build.
 function(syc_output_of program file)
   if(CMAKE_CROSSCOMPILING)

@@ -1,6 +1,9 @@
 #include "SYCommunication/LocalServices.hpp"
 
-#ifdef SYC_HAS_AVAHI
+#ifdef SYC_AVAHI_LIBRARY
+
+#include "OVRoot/Exception.hpp"
+#include "OVRoot/LateLibrary.hpp"
 
 #include <avahi-client/client.h>
 #include <avahi-client/lookup.h>
@@ -18,12 +21,39 @@ namespace Communication {
 
 namespace {
 
+/// Most processes look for no server, and it brings the message bus of the desktop.
+constinit const OV::LateLibrary Avahi{SYC_AVAHI_LIBRARY,
+                                      [](OV::StringView message) { throw OV::Exception(message); }};
+SYC_LATE_FUNCTION(Avahi, avahi_address_snprint);
+SYC_LATE_FUNCTION(Avahi, avahi_alternative_service_name);
+SYC_LATE_FUNCTION(Avahi, avahi_client_free);
+SYC_LATE_FUNCTION(Avahi, avahi_client_new);
+SYC_LATE_FUNCTION(Avahi, avahi_entry_group_add_service_strlst);
+SYC_LATE_FUNCTION(Avahi, avahi_entry_group_commit);
+SYC_LATE_FUNCTION(Avahi, avahi_entry_group_free);
+SYC_LATE_FUNCTION(Avahi, avahi_entry_group_new);
+SYC_LATE_FUNCTION(Avahi, avahi_entry_group_reset);
+SYC_LATE_FUNCTION(Avahi, avahi_free);
+SYC_LATE_FUNCTION(Avahi, avahi_service_browser_free);
+SYC_LATE_FUNCTION(Avahi, avahi_service_browser_get_client);
+SYC_LATE_FUNCTION(Avahi, avahi_service_browser_new);
+SYC_LATE_FUNCTION(Avahi, avahi_service_resolver_free);
+SYC_LATE_FUNCTION(Avahi, avahi_service_resolver_new);
+SYC_LATE_FUNCTION(Avahi, avahi_simple_poll_free);
+SYC_LATE_FUNCTION(Avahi, avahi_simple_poll_get);
+SYC_LATE_FUNCTION(Avahi, avahi_simple_poll_iterate);
+SYC_LATE_FUNCTION(Avahi, avahi_simple_poll_new);
+SYC_LATE_FUNCTION(Avahi, avahi_simple_poll_wakeup);
+SYC_LATE_FUNCTION(Avahi, avahi_string_list_find);
+SYC_LATE_FUNCTION(Avahi, avahi_string_list_free);
+SYC_LATE_FUNCTION(Avahi, avahi_string_list_add);
+
 constexpr const char* ServiceKind = "_nexar-server._tcp";
 constexpr const char* SecureKey = "tls";
 /// Between two looks for a daemon that is not there.
 constexpr std::uint32_t PauseMilliseconds = 10'000;
 
-template <auto Free>
+template <const auto& Free>
 struct Freeing {
     template <class Thing>
     void operator()(Thing* thing) const
@@ -31,8 +61,8 @@ struct Freeing {
         Free(thing);
     }
 };
-using Poll = std::unique_ptr<AvahiSimplePoll, Freeing<&avahi_simple_poll_free>>;
-using Client = std::unique_ptr<AvahiClient, Freeing<&avahi_client_free>>;
+using Poll = std::unique_ptr<AvahiSimplePoll, Freeing<avahi_simple_poll_free>>;
+using Client = std::unique_ptr<AvahiClient, Freeing<avahi_client_free>>;
 
 /// A conversation with the daemon, on one thread: until the daemon goes, or the thread is asked to
 /// stop. What a derived class holds of the client goes before the client does.
@@ -164,14 +194,14 @@ private:
 
     LocalServerBrowser::Heard heard_;
     std::map<OV::String, LocalServer> servers_;
-    std::unique_ptr<AvahiServiceBrowser, Freeing<&avahi_service_browser_free>> browser_;
+    std::unique_ptr<AvahiServiceBrowser, Freeing<avahi_service_browser_free>> browser_;
 };
 
 class Announcing final : public Talk {
 public:
     Announcing(OV::String title, std::uint16_t port, bool isSecure)
         : title_(std::move(title)), port_(port),
-          texts_(isSecure ? avahi_string_list_new(SecureKey, nullptr) : nullptr)
+          texts_(isSecure ? avahi_string_list_add(nullptr, SecureKey) : nullptr)
     {}
     ~Announcing() override { group_.reset(); }
 
@@ -215,8 +245,8 @@ private:
 
     OV::String title_;
     std::uint16_t port_;
-    std::unique_ptr<AvahiStringList, Freeing<&avahi_string_list_free>> texts_;
-    std::unique_ptr<AvahiEntryGroup, Freeing<&avahi_entry_group_free>> group_;
+    std::unique_ptr<AvahiStringList, Freeing<avahi_string_list_free>> texts_;
+    std::unique_ptr<AvahiEntryGroup, Freeing<avahi_entry_group_free>> group_;
 };
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include "SyncraProtocol/ErrorCode.hpp"
 
 #include <algorithm>
+#include <future>
 #include <iterator>
 #include <optional>
 
@@ -12,6 +13,7 @@ namespace Syncra::Client {
 
 namespace {
 
+using Detail::JsonRequests;
 using Detail::MakePath;
 
 void ThrowMalformed(OV::UniStringView what)
@@ -157,21 +159,39 @@ public:
                            const TakePage& take) override
     {
         Communication::PagedReading reading(u"the mails", MailBoxLimits);
-        OV::UniString cursor;
         std::optional<std::uint64_t> change;
+        // Two pages are read while the next one travels, and handed over in their order.
+        const auto readPage = [&](JsonRequests::Unread answer, std::shared_future<void> former) {
+            auto page = answer.Read<Protocol::MailPage>();
+            if (former.valid())
+                former.get();
+            reading.TakePage(answer.GetBytes(), page.mails.size(), !page.cursor.empty());
+            // Later pages show later changes as well.
+            change = change.value_or(page.change);
+            take(std::move(page.mails), page.cursor.empty());
+        };
+        std::shared_future<void> former;
+        std::shared_future<void> last;
+        OV::UniString cursor;
         do {
-            auto page = requests_.Get<Protocol::MailPage>(
+            auto answer = requests_.GetUnread(
                 cursor.empty() ? MakePath("/projects/{}/mails?since={}", {projectId, sinceTime})
                                : MakePath("/projects/{}/mails?since={}&cursor={}",
                                           {projectId, sinceTime, cursor}));
-            if (!page.cursor.empty() && page.cursor == cursor)
+            auto next = answer.ReadHead<Protocol::MailPageCursor>().value;
+            if (!next.empty() && next == cursor)
                 ThrowMalformed(u"pages of mails");
-            reading.TakePage(requests_.GetAnswerBytes(), page.mails.size(), !page.cursor.empty());
-            // Later pages show later changes as well.
-            change = change.value_or(page.change);
-            cursor = std::move(page.cursor);
-            take(std::move(page.mails), cursor.empty());
+            if (former.valid())
+                former.get();
+            former = last;
+            // What a task was given goes with its work, not with the last who waits for it.
+            last = std::async(next.empty() ? std::launch::deferred : std::launch::async,
+                              [&readPage, answer = std::move(answer), former]() mutable {
+                                  readPage(std::move(answer), std::move(former));
+                              });
+            cursor = std::move(next);
         } while (!cursor.empty());
+        last.get();
         return *change;
     }
 
@@ -283,7 +303,7 @@ private:
         return page;
     }
 
-    Detail::JsonRequests requests_;
+    JsonRequests requests_;
 };
 
 }  // namespace

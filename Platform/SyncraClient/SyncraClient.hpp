@@ -69,9 +69,9 @@ public:
     GetAllSessions(const OV::UniString& projectId) = 0;
 
     /// Hands over the user's mails with a time stamp of `sinceTime` or later, oldest first, page by
-    /// page. Mails of that very second come again: the caller knows their ids. Returns the change
-    /// of flags that all of them show; what changed behind it, GetMailStatus and GetMailHistorical
-    /// tell.
+    /// page and before it returns, each on some thread while the next one travels. Mails of that
+    /// very second come again: the caller knows their ids. Returns the change of flags that all of
+    /// them show; what changed behind it, GetMailStatus and GetMailHistorical tell.
     using TakePage = std::function<void(OV::Array<Protocol::Message> page, bool isLast)>;
     /// See TakePage.
     virtual std::uint64_t GetMails(const OV::UniString& projectId, std::int32_t sinceTime,

@@ -4,7 +4,6 @@
 #include "OVRoot/ExceptionText.hpp"
 #include "OVRoot/Logger.hpp"
 
-#include <future>
 #include <new>
 
 /// The work of the mail client on its worker threads.
@@ -41,15 +40,6 @@ OV::Ref<ClientMail> ToMail(const Message& message)
     return {};
 }
 
-MailClient::MailList ToMails(const OV::Array<Message>& page)
-{
-    MailClient::MailList mails;
-    for (const Message& message : page)
-        if (auto mail = ToMail(message))
-            mails.push_back(std::move(mail));
-    return mails;
-}
-
 /// Leaves what the mails do not show themselves.
 void DropKnown(OV::HashTable<OV::UniString, bool>& flags,
                bool (ClientMail::*isSet)() const noexcept, const MailClient::MailList& mails)
@@ -69,20 +59,12 @@ MailClient::Refreshed MailClient::FetchMails(std::int32_t sinceTime, FlagChanges
     refreshed.changes = known;
     project_->Ask([&](SyncraClient& client) {
         const auto& projectId = project_->GetProjectId();
-        // A page becomes mails while the next one travels.
-        std::future<MailList> converted;
-        const auto takeOver = [&] {
-            if (converted.valid())
-                for (auto& mail : converted.get())
-                    refreshed.mails.push_back(std::move(mail));
-        };
         const auto change =
-            client.GetMails(projectId, sinceTime, [&](OV::Array<Message> page, bool isLast) {
-                takeOver();
-                converted = std::async(isLast ? std::launch::deferred : std::launch::async, ToMails,
-                                       std::move(page));
+            client.GetMails(projectId, sinceTime, [&](const OV::Array<Message>& page, bool) {
+                for (const Message& message : page)
+                    if (auto mail = ToMail(message))
+                        refreshed.mails.push_back(std::move(mail));
             });
-        takeOver();
         // Mails of a list that had none show their flags as they are.
         if (known.read == 0 && kept.empty())
             refreshed.changes = {change, change};

@@ -7,11 +7,11 @@
 
 #include <algorithm>
 #include <limits>
+#include <optional>
 
 namespace Syncra::Client::Detail {
 
 using Communication::HttpRequest;
-using Communication::HttpResponse;
 
 namespace {
 
@@ -72,12 +72,10 @@ std::uint32_t JsonRequests::AskVersion(const Communication::ServerAddress& addre
     Communication::HttpClient http(address, options);
     HttpRequest request;
     request.target = "/syncra/version";
-    const HttpResponse response = http.Perform(request);
-    ThrowIfRefused(address, request, response);
-    if (Read<Protocol::SpokenProtocol>(address, request, response).value !=
-        Protocol::ProtocolVersion)
+    const Unread answer = Perform(http, request);
+    if (answer.Read<Protocol::SpokenProtocol>().value != Protocol::ProtocolVersion)
         ThrowIncompatible(address);
-    return Read<Protocol::ServerVersion>(address, request, response).serverVersion;
+    return answer.Read<Protocol::ServerVersion>().serverVersion;
 }
 
 JsonRequests::~JsonRequests()
@@ -101,27 +99,36 @@ void JsonRequests::SignIn()
     request.target = "/syncra/v1/sign-in";
     request.body = signInBody_;
     const OV::SecureWipeGuard<char> wipe(request.body);
-    const HttpResponse response = http_.Perform(request);
+    std::optional<Unread> answer;
     try {
-        ThrowIfRefused(http_.GetAddress(), request, response);
+        answer = Perform(http_, request);
     } catch (const Communication::ResponseContentException& refusal) {
         if (Is(refusal, Protocol::ErrorCode::IncompatibleVersion))
             ThrowIncompatible(http_.GetAddress());
         throw;
     }
     // First, since the rest of the record may look different in another version.
-    if (const auto spoken =
-            Read<Protocol::SpokenProtocol>(http_.GetAddress(), request, response).value;
+    if (const auto spoken = answer->Read<Protocol::SpokenProtocol>().value;
         !withoutVersionCheck_ && spoken != Protocol::ProtocolVersion)
         ThrowIncompatible(http_.GetAddress());
-    auto token = Read<Protocol::SignInAnswer>(http_.GetAddress(), request, response).token;
+    auto token = answer->Read<Protocol::SignInAnswer>().token;
     if (!IsToken(token))
-        ThrowMalformed(http_.GetAddress(), request, response,
+        ThrowMalformed(http_.GetAddress(), answer->target_, answer->response_.status,
                        Protocol::MalformedRecordException("the token is not usable"));
     token_ = std::move(token);
 }
 
-HttpResponse JsonRequests::Send(HttpRequest& request, std::uint32_t wait)
+JsonRequests::Unread JsonRequests::Ask(Communication::HttpMethod method, const OV::String& path,
+                                       OV::String body, std::uint32_t wait)
+{
+    HttpRequest request;
+    request.method = method;
+    request.target = root_ + path;
+    request.body = std::move(body);
+    return Send(request, wait);
+}
+
+JsonRequests::Unread JsonRequests::Send(HttpRequest& request, std::uint32_t wait)
 {
     const OV::SecureWipeGuard<char> wipe(request.body);
     // The server may hold the request for as long as it was asked to, and then needs its time.
@@ -129,43 +136,38 @@ HttpResponse JsonRequests::Send(HttpRequest& request, std::uint32_t wait)
     request.timeoutMilliseconds =
         static_cast<std::uint32_t>(std::min(std::uint64_t{wait} + requestTimeout_, longest));
     request.token = token_;
-    HttpResponse response = http_.Perform(request);
-    answerBytes_ = response.body.size();
     try {
-        ThrowIfRefused(http_.GetAddress(), request, response);
-        return response;
+        return Perform(http_, request);
     } catch (const Communication::ResponseContentException& refusal) {
         if (!Is(refusal, Protocol::ErrorCode::TokenExpired))
             throw;
     }
     SignIn();
     request.token = token_;
-    response = http_.Perform(request);
-    answerBytes_ = response.body.size();
-    ThrowIfRefused(http_.GetAddress(), request, response);
-    return response;
+    return Perform(http_, request);
 }
 
-void JsonRequests::ThrowIfRefused(const Communication::ServerAddress& address,
-                                  const HttpRequest& request, const HttpResponse& response)
+JsonRequests::Unread JsonRequests::Perform(Communication::HttpClient& http,
+                                           const HttpRequest& request)
 {
-    if (response.status >= 200 && response.status < 300)
-        return;
-    const auto refusal = Read<Protocol::RefusalBody>(address, request, response);
+    Unread answer(http.GetAddress(), request.target, http.Perform(request));
+    const int status = answer.response_.status;
+    if (status >= 200 && status < 300)
+        return answer;
+    const auto refusal = answer.Read<Protocol::RefusalBody>();
     throw Communication::ResponseContentException(refusal.code,
                                                   refusal.message.substr(0, MaximumMessageLength));
 }
 
 void JsonRequests::ThrowMalformed(const Communication::ServerAddress& address,
-                                  const HttpRequest& request, const HttpResponse& response,
-                                  const OV::Exception& reason)
+                                  const OV::String& target, int status, const OV::Exception& reason)
 {
-    const OV::String path = request.target.substr(0, request.target.find('?'));
+    const OV::String path = target.substr(0, target.find('?'));
     throw Communication::MalformedResponseException(
         OV::FormatText(u"Server %:% answered % with HTTP status % and something that is no answer "
                        u"of the protocol: "
                        u"%. Check that the port is the model service's.",
-                       {address.host, address.port, path, response.status, reason.GetMessage()}));
+                       {address.host, address.port, path, status, reason.GetMessage()}));
 }
 
 }  // namespace Syncra::Client::Detail

@@ -34,6 +34,45 @@ private:
 /// at a time, except Cancel.
 class JsonRequests {
 public:
+    /// An answer as it came, to be read on any thread.
+    class Unread {
+    public:
+        /// The whole record.
+        template <class Answer>
+        [[nodiscard]] Answer Read() const
+        {
+            return Try([&] { return Protocol::ReadAnswer<Answer>(response_.body); });
+        }
+        /// One field, without a look at what follows it.
+        template <class Answer>
+        [[nodiscard]] Answer ReadHead() const
+        {
+            return Try([&] { return Protocol::ReadHead<Answer>(response_.body); });
+        }
+        [[nodiscard]] std::size_t GetBytes() const noexcept { return response_.body.size(); }
+
+    private:
+        friend JsonRequests;
+        Unread(const Communication::ServerAddress& address, OV::String target,
+               Communication::HttpResponse response)
+            : address_(&address), target_(std::move(target)), response_(std::move(response))
+        {}
+        template <class Reading>
+        auto Try(Reading&& reading) const
+        {
+            try {
+                return reading();
+            } catch (const Protocol::MalformedRecordException& malformed) {
+                ThrowMalformed(*address_, target_, response_.status, malformed);
+            }
+        }
+
+        /// Of the requests, which live longer.
+        const Communication::ServerAddress* address_;
+        OV::String target_;
+        Communication::HttpResponse response_;
+    };
+
     /// Signs in; throws as Connect does. Paths begin behind `root`.
     JsonRequests(const SignInData& data, const Communication::HttpOptions& options,
                  OV::String root = "/syncra/v1");
@@ -51,72 +90,55 @@ public:
     template <class Answer>
     [[nodiscard]] Answer Get(const OV::String& path)
     {
-        return Ask<Answer>(Communication::HttpMethod::Get, path, {}, 0);
+        return GetUnread(path).template Read<Answer>();
+    }
+    /// To be read while the next request is under way.
+    [[nodiscard]] Unread GetUnread(const OV::String& path)
+    {
+        return Ask(Communication::HttpMethod::Get, path, {}, 0);
     }
     /// Of a request that the server may hold for so many milliseconds before it answers.
     template <class Answer>
     [[nodiscard]] Answer GetHeld(const OV::String& path, std::uint32_t wait)
     {
-        return Ask<Answer>(Communication::HttpMethod::Get, path, {}, wait);
+        return Ask(Communication::HttpMethod::Get, path, {}, wait).template Read<Answer>();
     }
     template <class Answer = Protocol::Empty, class Body>
     Answer Post(const OV::String& path, const Body& body)
     {
-        return Ask<Answer>(Communication::HttpMethod::Post, path, Protocol::WriteJson(body), 0);
+        return Ask(Communication::HttpMethod::Post, path, Protocol::WriteJson(body), 0)
+            .template Read<Answer>();
     }
     template <class Answer = Protocol::Empty, class Body>
     Answer Put(const OV::String& path, const Body& body)
     {
-        return Ask<Answer>(Communication::HttpMethod::Put, path, Protocol::WriteJson(body), 0);
+        return Ask(Communication::HttpMethod::Put, path, Protocol::WriteJson(body), 0)
+            .template Read<Answer>();
     }
     void Delete(const OV::String& path)
     {
-        (void)Ask<Protocol::Empty>(Communication::HttpMethod::Delete, path, {}, 0);
+        (void)Ask(Communication::HttpMethod::Delete, path, {}, 0).Read<Protocol::Empty>();
     }
 
     [[nodiscard]] const Communication::ServerAddress& GetAddress() const noexcept
     {
         return http_.GetAddress();
     }
-    /// The size of the last answer, for who adds answers up.
-    [[nodiscard]] std::size_t GetAnswerBytes() const noexcept { return answerBytes_; }
-
     /// Ends the request under way and every later one. Safe on any thread.
     void Cancel() { http_.Cancel(); }
 
 private:
-    template <class Answer>
-    Answer Ask(Communication::HttpMethod method, const OV::String& path, OV::String body,
-               std::uint32_t wait)
-    {
-        Communication::HttpRequest request;
-        request.method = method;
-        request.target = root_ + path;
-        request.body = std::move(body);
-        const auto response = Send(request, wait);
-        return Read<Answer>(http_.GetAddress(), request, response);
-    }
-    template <class Answer>
-    static Answer Read(const Communication::ServerAddress& address,
-                       const Communication::HttpRequest& request,
-                       const Communication::HttpResponse& response)
-    {
-        try {
-            return Protocol::ReadAnswer<Answer>(response.body);
-        } catch (const Protocol::MalformedRecordException& malformed) {
-            ThrowMalformed(address, request, response, malformed);
-        }
-    }
+    Unread Ask(Communication::HttpMethod method, const OV::String& path, OV::String body,
+               std::uint32_t wait);
 
     void SignIn();
     /// Wipes the body: some carry a password.
-    Communication::HttpResponse Send(Communication::HttpRequest& request, std::uint32_t wait);
-    static void ThrowIfRefused(const Communication::ServerAddress& address,
-                               const Communication::HttpRequest& request,
-                               const Communication::HttpResponse& response);
+    [[nodiscard]] Unread Send(Communication::HttpRequest& request, std::uint32_t wait);
+    /// Throws what a refusal says.
+    [[nodiscard]] static Unread Perform(Communication::HttpClient& http,
+                                        const Communication::HttpRequest& request);
     [[noreturn]] static void ThrowMalformed(const Communication::ServerAddress& address,
-                                            const Communication::HttpRequest& request,
-                                            const Communication::HttpResponse& response,
+                                            const OV::String& target, int status,
                                             const OV::Exception& reason);
 
     Communication::HttpClient http_;
@@ -126,7 +148,6 @@ private:
     OV::String signInBody_;
     OV::SecureWipeGuard<char> signInBodyWipe_{signInBody_};
     OV::String token_;
-    std::size_t answerBytes_ = 0;
     bool withoutVersionCheck_;
 };
 

@@ -13,6 +13,13 @@ template <class Record>
     return RecordReader(body, RecordReader::Sender::Server).Read<Record>();
 }
 
+/// One field of an answer, without what follows it: Single<"cursor", OV::UniString>.
+template <class Record>
+[[nodiscard]] Record ReadHead(OV::StringView body)
+{
+    return RecordReader(body, RecordReader::Sender::Server).ReadHead<Record>();
+}
+
 /// What a client asks: as ReadAnswer, without the fields that the server gives, and with at most
 /// so many values.
 template <class Record>

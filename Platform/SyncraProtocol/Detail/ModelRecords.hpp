@@ -288,6 +288,8 @@ struct MailPage {
     OV::UniString cursor;      ///< of the next page; empty behind the last one
     std::uint64_t change = 0;  ///< the newest change of flags that the page shows
 };
+/// The server writes it first, so that the next page can be asked for before this one is read.
+using MailPageCursor = Single<"cursor", OV::UniString>;
 
 template <class Visitor>
 void Describe(Visitor& v, MailPage& page)

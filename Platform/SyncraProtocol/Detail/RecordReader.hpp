@@ -38,20 +38,38 @@ public:
         return record;
     }
 
+    /// A record of one field, which the outermost object holds; nothing is looked at behind it.
+    template <class Record>
+    [[nodiscard]] Record ReadHead()
+    {
+        Record record{};
+        Begin({}, Kind::BeginObject, "an object");
+        Fields(record, [](std::uint32_t seen) { return seen != 0; });
+        return record;
+    }
+
 private:
     using Kind = JsonReader::Token::Kind;
 
-    /// The field of a record that a key names.
+    /// Reads the fields that the next keys name. One pass over a description takes all keys that
+    /// stand in its order, as the other end writes them.
     class Member {
     public:
-        Member(RecordReader& reader, OV::StringView key, std::uint32_t& seen)
-            : reader_(reader), key_(key), seen_(seen)
-        {}
+        Member(RecordReader& reader, std::uint32_t& seen) : reader_(reader), seen_(seen)
+        {
+            FindKey();
+        }
         template <class Field, class... Rule>
         void operator()(OV::StringView name, Field& field, const Rule&... rule)
         {
-            if (IsNamed(name))
-                reader_.Value(name, field, rule...);
+            const auto bit = 1u << index_++;
+            if (!key_ || *key_ != name)
+                return;
+            seen_ |= bit;
+            isFound_ = true;
+            (void)reader_.json_.Take();
+            reader_.Value(name, field, rule...);
+            FindKey();
         }
         template <class Field, class... Rule>
         void ByServer(OV::StringView name, Field& field, const Rule&... rule)
@@ -64,18 +82,15 @@ private:
         [[nodiscard]] bool IsFound() const { return isFound_; }
 
     private:
-        bool IsNamed(OV::StringView name)
+        void FindKey()
         {
-            const auto bit = 1u << index_++;
-            // The key is gone once its value was read.
-            if (isFound_ || name != key_)
-                return false;
-            seen_ |= bit;
-            return isFound_ = true;
+            const auto& next = reader_.json_.Peek();
+            key_ = next.kind == Kind::Key ? std::optional(next.text) : std::nullopt;
         }
 
         RecordReader& reader_;
-        OV::StringView key_;
+        /// The next one.
+        std::optional<OV::StringView> key_;
         std::uint32_t& seen_;
         unsigned index_ = 0;
         bool isFound_ = false;
@@ -187,9 +202,13 @@ private:
     {
         Begin(name, Kind::BeginArray, "an array");
         for (items.clear(); json_.Peek().kind != Kind::EndArray;) {
-            Item item{};
-            Value(name, item);
-            items.insert(items.end(), std::move(item));
+            if constexpr (requires { items.emplace_back(); }) {
+                Value(name, items.emplace_back());
+            } else {
+                Item item{};
+                Value(name, item);
+                items.insert(items.end(), std::move(item));
+            }
         }
         (void)json_.Take();
     }
@@ -200,14 +219,22 @@ private:
     }
     {
         Begin(name, Kind::BeginObject, "an object");
-        std::uint32_t seen = 0;
-        while (json_.Peek().kind == Kind::Key) {
-            Member member(*this, json_.Take().text, seen);
-            Describe(member, record);
-            if (!member.IsFound())
-                json_.Skip();
-        }
+        Fields(record, [](std::uint32_t) { return false; });
         (void)json_.Take();
+    }
+    /// Up to the end of the object, or until what was seen is enough.
+    template <class Record, class IsEnough>
+    void Fields(Record& record, IsEnough&& isEnough)
+    {
+        std::uint32_t seen = 0;
+        while (!isEnough(seen) && json_.Peek().kind == Kind::Key) {
+            Member member(*this, seen);
+            Describe(member, record);
+            if (!member.IsFound()) {
+                (void)json_.Take();
+                json_.Skip();
+            }
+        }
         Presence presence(*this, seen);
         Describe(presence, record);
     }
