@@ -32,6 +32,7 @@ public:
         AddHeader("Authorization: Bearer " + token);
         return token;
     }
+    void SignOut() { Post("/syncra/v1/sign-out", "{}"); }
     const std::string& Get(const std::string& target)
     {
         curl_easy_setopt(handle_.get(), CURLOPT_HTTPGET, 1L);

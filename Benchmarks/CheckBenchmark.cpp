@@ -40,7 +40,8 @@ struct Scene {
 void CheckWithSignIn(benchmark::State& state)
 {
     Scene scene;
-    Beside(state, "a check of a project, with sign-in", "its five requests by curl", 1.1)
+    Beside(state, "a check of a project, with sign-in",
+           "its six requests by curl, sign-out included", 1.1)
         .Run(
             [&] {
                 SYC::ReadProjectConnection connection(scene.manager.get());
@@ -52,6 +53,7 @@ void CheckWithSignIn(benchmark::State& state)
                 client.SignIn();
                 for (const auto& target : scene.targets)
                     client.Get(target);
+                client.SignOut();
             });
 }
 BENCHMARK(CheckWithSignIn)->UseManualTime()->Unit(benchmark::kMicrosecond);

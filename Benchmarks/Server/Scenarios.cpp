@@ -396,6 +396,7 @@ std::vector<Scenario> AllScenarios()
     return {{"Everybody at once", EverybodyAtOnce},
             {"A small request beside", SmallRequestBeside},
             {"A large store beside a small one", LargeStoreBesideSmall},
+            {"A member change", MemberChange},
             {"A sign-in during a flood", SignInDuringFlood},
             {"Unfinished bodies", UnfinishedBodies},
             {"Stop", StopDuringDeletion},

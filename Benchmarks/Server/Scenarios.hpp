@@ -35,6 +35,9 @@ struct Scenario {
 /// Tools/large-store/make made for this version; no figures without it.
 [[nodiscard]] Figures LargeStoreBesideSmall(const Stage& stage);
 
+/// A change of one of 10,000 members until 500 clients of theirs have it; the store as above.
+[[nodiscard]] Figures MemberChange(const Stage& stage);
+
 /// All of them, those that measure a busy server first.
 [[nodiscard]] std::vector<Scenario> AllScenarios();
 

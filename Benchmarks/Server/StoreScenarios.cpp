@@ -77,6 +77,34 @@ struct Request {
     bool isOfManagement = false;
 };
 
+/// The text of a field, which holds nothing that JSON escapes.
+std::string TextBehind(const std::string& body, const std::string& field)
+{
+    const std::string key = '"' + field + "\":\"";
+    const auto at = body.find(key);
+    if (at == std::string::npos)
+        throw std::runtime_error("No \"" + field + "\" in " + body.substr(0, 200));
+    const auto begin = at + key.size();
+    return body.substr(begin, body.find('"', begin) - begin);
+}
+
+/// Waits for a signal of the project and asks what became of its members.
+Task<> FollowMembers(Link& link, const std::string& signals, const std::string& changes, int& told)
+{
+    std::string body;
+    do {
+        const auto answer = co_await link.Ask(signals);
+        if (answer.status != 200)
+            co_return;
+        body = answer.body;
+    } while (body.find("\"signals\":[]") != std::string::npos);
+    const auto answer = co_await link.Ask(changes);
+    told += answer.status == 200 && answer.body.find("\"members\":[{") != std::string::npos &&
+                    answer.body.find("\"whole\":true") == std::string::npos
+                ? 1
+                : 0;
+}
+
 /// The median of each on a connection of its own, one after the other.
 std::vector<double> Medians(const Program& program, const std::filesystem::path& store,
                             const std::vector<Request>& requests)
@@ -168,6 +196,71 @@ Figures LargeStoreBesideSmall(const Stage& stage)
         figures.push_back({name + ", small, ms", ofSmall[i]});
         figures.push_back({name + ", large, ms", ofLarge[i]});
     }
+    return figures;
+}
+
+Figures MemberChange(const Stage& stage)
+{
+    constexpr int clients = 500;
+    const auto large = stage.program.KnowsTls() ? LargeStore() : std::string();
+    if (large.empty())
+        return {};
+    Figures figures = {{"of 10,000 members, ms until 500 clients have it"}, {"all members, ms"}};
+    MeasuredServer server(
+        stage.program, large,
+        {"--connections=1000", "--connections-per-address=1000", "--requests-per-user=1000"});
+    const Place model{server.Port()};
+    Run([&](asio::io_context& context) -> Task<> {
+        const Place management = co_await ManagementOf(context, model);
+        Link manager(context);
+        co_await manager.Open(management);
+        const auto managerToken = co_await Token(manager, "admin");
+        const auto find = RequestText("GET", "/root/syncrav2/projects?name=Large-0", managerToken);
+        const auto found = co_await manager.Ask(find);
+        const auto project = TextBehind(found.body, "id");
+        const auto setRole = [&](std::string role) -> Task<> {
+            const auto text =
+                RequestText("PUT", "/root/syncrav2/projects/" + project + "/members/user-1",
+                            managerToken, "{\"role\":\"" + role + "\"}");
+            const auto answer = co_await manager.Ask(text);
+            if (answer.status != 200)
+                throw std::runtime_error("The role cannot be changed: " + answer.body);
+        };
+        co_await setRole("Engineer");
+        Link actor(context);
+        co_await actor.Open(model);
+        const auto token = co_await Token(actor, "user-0");
+        const auto path = "/syncra/v1/projects/" + project + "/members/changes?after=";
+        const auto all = RequestText("GET", path, token);
+        const auto beginOfAll = Clock::now();
+        const auto whole = co_await actor.Ask(all);
+        figures[1].value = 1000 * SecondsSince(beginOfAll);
+        const auto changes = RequestText("GET", path + TextBehind(whole.body, "place"), token);
+        const auto signalPath = "/syncra/v1/signals?project=" + project;
+        const auto look = RequestText("GET", signalPath + "&after=0&wait=0", token);
+        const auto now = co_await actor.Ask(look);
+        const auto next = now.body.substr(now.body.find("\"next\":") + 7);
+        const auto signals = RequestText(
+            "GET",
+            signalPath + "&after=" + next.substr(0, next.find_first_of(",}")) + "&wait=60000",
+            token);
+        std::list<Link> links;
+        int told = 0, open = 0;
+        for (int i = 0; i < clients; ++i) {
+            const bool isOpen = co_await links.emplace_back(context).Open(model);
+            if (isOpen)
+                asio::co_spawn(context, FollowMembers(links.back(), signals, changes, told),
+                               [&open](const std::exception_ptr&) { --open; });
+            open += isOpen ? 1 : 0;
+        }
+        co_await Pause(context, 1s);
+        const auto begin = Clock::now();
+        co_await setRole("Architect");
+        while (open > 0)
+            co_await Pause(context, 1ms);
+        if (told == clients)
+            figures[0].value = 1000 * SecondsSince(begin);
+    });
     return figures;
 }
 

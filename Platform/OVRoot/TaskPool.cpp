@@ -10,11 +10,12 @@ namespace OV::Detail {
 TaskPool::~TaskPool()
 {
     Shutdown();
-    Threads finished;
+    Threads left;
     const LockGuard guard(lock_);
-    ended_.wait(lock_, [this]() OV_REQUIRES(lock_) { return threads_.empty(); });
-    finished.swap(finished_);
-    // The guard lets go before `finished` joins: a thread needs the lock to leave Take.
+    isEnding_ = true;
+    left.swap(threads_);
+    left.splice(left.end(), finished_);
+    // The guard lets go before `left` joins: a thread needs the lock to leave Take.
 }
 
 bool TaskPool::Execute(RunnableTask task)
@@ -35,8 +36,9 @@ bool TaskPool::Enqueue(RunnableTask task, std::exception_ptr& missingThread)
     if (shutdown_)
         return false;
     finished.swap(finished_);
-    if (idle_ <= queue_.size() && threads_.size() < maximumThreads_)
-        missingThread = StartThread();
+    if (idle_ <= queue_.size() && threads_.size() < maximumThreads_ &&
+        !(missingThread = StartThread(task)))
+        return true;
     if (threads_.empty())
         return false;
     queue_.push_back(std::move(task));
@@ -44,11 +46,14 @@ bool TaskPool::Enqueue(RunnableTask task, std::exception_ptr& missingThread)
     return true;
 }
 
-std::exception_ptr TaskPool::StartThread()
+std::exception_ptr TaskPool::StartThread(RunnableTask& first)
 {
     const auto self = threads_.emplace(threads_.end());
     try {
-        *self = std::jthread([this, self] { Serve(self); });
+        *self = std::jthread([this, self, first]() mutable { Serve(self, std::move(first)); });
+        ++running_;
+        // Held by the thread alone before it can be done.
+        first.Reset();
         return nullptr;
     } catch (...) {
         // An entry without a thread would be waited for until the end of time.
@@ -57,42 +62,37 @@ std::exception_ptr TaskPool::StartThread()
     }
 }
 
-void TaskPool::Serve(Threads::iterator self)
+void TaskPool::Serve(Threads::iterator self, RunnableTask task)
 {
     const InterruptionScope interruption(stop_.get_token());
-    while (RunnableTask task = Take(self)) {
+    for (; task; task = TakeNext(self)) {
         RunLogged("Executor", [&] { task->Run(); });
         // Released before the executor counts as terminated: its owner may rely on that.
         task.Reset();
-        CountDone();
     }
 }
 
-RunnableTask TaskPool::Take(Threads::iterator self)
+RunnableTask TaskPool::TakeNext(Threads::iterator self)
 {
     const LockGuard guard(lock_);
-    ++idle_;
-    const auto patience = threads_.size() > coreThreads_ ? decltype(keepAlive_)(0) : keepAlive_;
-    work_.wait_for(lock_, patience,
-                   [this]() OV_REQUIRES(lock_) { return shutdown_ || !queue_.empty(); });
-    --idle_;
-    if (queue_.empty()) {
-        finished_.splice(finished_.end(), threads_, self);
+    --running_;
+    if (Terminated())
         ended_.notify_all();
+    if (queue_.empty() && !shutdown_ && threads_.size() <= coreThreads_) {
+        ++idle_;
+        work_.wait_for(lock_, keepAlive_,
+                       [this]() OV_REQUIRES(lock_) { return shutdown_ || !queue_.empty(); });
+        --idle_;
+    }
+    if (queue_.empty()) {
+        if (!isEnding_)
+            finished_.splice(finished_.end(), threads_, self);
         return {};
     }
     RunnableTask task = std::move(queue_.front());
     queue_.pop_front();
     ++running_;
     return task;
-}
-
-void TaskPool::CountDone()
-{
-    const LockGuard guard(lock_);
-    --running_;
-    if (Terminated())
-        ended_.notify_all();
 }
 
 void TaskPool::Shutdown()

@@ -38,15 +38,14 @@ private:
     using Threads = std::list<std::jthread>;
 
     /// Body of the thread `self`.
-    void Serve(Threads::iterator self);
-    /// The next task; empty when `self` has to go, and then it is among the finished already, so
-    /// that Execute never counts on a thread that will not look at the queue again.
-    RunnableTask Take(Threads::iterator self);
-    void CountDone();
+    void Serve(Threads::iterator self, RunnableTask task);
+    /// Behind a task the next one; empty when `self` has to go, and then it is among the finished
+    /// already, so that Execute never counts on a thread that will not look at the queue again.
+    RunnableTask TakeNext(Threads::iterator self);
     [[nodiscard]] bool Enqueue(RunnableTask task, std::exception_ptr& missingThread)
         OV_EXCLUDES(lock_);
-    /// Why there is no further thread, or null.
-    [[nodiscard]] std::exception_ptr StartThread() OV_REQUIRES(lock_);
+    /// One more thread, which begins with that task and takes it; or why there is none.
+    [[nodiscard]] std::exception_ptr StartThread(RunnableTask& first) OV_REQUIRES(lock_);
     [[nodiscard]] bool Terminated() const OV_REQUIRES(lock_)
     {
         return shutdown_ && queue_.empty() && running_ == 0;
@@ -64,6 +63,7 @@ private:
     std::size_t idle_ OV_GUARDED_BY(lock_) = 0;
     std::size_t running_ OV_GUARDED_BY(lock_) = 0;
     bool shutdown_ OV_GUARDED_BY(lock_) = false;
+    bool isEnding_ OV_GUARDED_BY(lock_) = false;  ///< the threads are joined where they stand
     std::stop_source stop_;
 };
 

@@ -114,7 +114,7 @@ void JsonRequests::SignIn()
     auto token = answer->Read<Protocol::SignInAnswer>().token;
     if (!IsToken(token))
         ThrowMalformed(http_.GetAddress(), answer->target_, answer->response_.status,
-                       Protocol::MalformedRecordException("the token is not usable"));
+                       Protocol::MalformedRecordException("The token is not usable."));
     token_ = std::move(token);
 }
 
@@ -166,7 +166,8 @@ void JsonRequests::ThrowMalformed(const Communication::ServerAddress& address,
     throw Communication::MalformedResponseException(
         OV::FormatText(u"Server %:% answered % with HTTP status % and something that is no answer "
                        u"of the protocol: "
-                       u"%. Check that the port is the model service's.",
+                       u"% Check that the port is the model service's, and that the server is not "
+                       u"older than this program.",
                        {address.host, address.port, path, status, reason.GetMessage()}));
 }
 
