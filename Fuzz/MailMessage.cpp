@@ -34,11 +34,29 @@ std::optional<Message> ToMessage(OV::StringView body)
     }
 }
 
+/// Whether a page of mails that is accepted is so without its mails as well.
+bool HasHead(OV::StringView body)
+{
+    using namespace Syncra::Protocol;
+    try {
+        (void)ReadAnswer<MailPage>(body);
+    } catch (const MalformedRecordException&) {
+        return true;
+    }
+    try {
+        (void)ReadHead<MailPageCursor>(body);
+    } catch (const MalformedRecordException&) {
+        return false;
+    }
+    return true;
+}
+
 }  // namespace
 
-// The bytes are a message as a server sends it.
+// The bytes are a message as a server sends it, or a page of them.
 void Fuzz::MailMessage(OV::StringView bytes)
 {
+    Promise(HasHead(bytes), "what is read whole can be read in part");
     const auto message = ToMessage(bytes);
     if (!message)
         return;

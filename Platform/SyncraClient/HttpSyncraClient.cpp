@@ -161,14 +161,15 @@ public:
         Communication::PagedReading reading(u"the mails", MailBoxLimits);
         std::optional<std::uint64_t> change;
         // Two pages are read while the next one travels, and handed over in their order.
-        const auto readPage = [&](JsonRequests::Unread answer, std::shared_future<void> former) {
+        const auto readPage = [&](JsonRequests::Unread answer, bool isLast,
+                                  std::shared_future<void> former) {
             auto page = answer.Read<Protocol::MailPage>();
             if (former.valid())
                 former.get();
-            reading.TakePage(answer.GetBytes(), page.mails.size(), !page.cursor.empty());
+            reading.TakePage(answer.GetBytes(), page.mails.size(), !isLast);
             // Later pages show later changes as well.
             change = change.value_or(page.change);
-            take(std::move(page.mails), page.cursor.empty());
+            take(std::move(page.mails), isLast);
         };
         std::shared_future<void> former;
         std::shared_future<void> last;
@@ -185,9 +186,10 @@ public:
                 former.get();
             former = last;
             // What a task was given goes with its work, not with the last who waits for it.
-            last = std::async(next.empty() ? std::launch::deferred : std::launch::async,
-                              [&readPage, answer = std::move(answer), former]() mutable {
-                                  readPage(std::move(answer), std::move(former));
+            const bool isLast = next.empty();
+            last = std::async(isLast ? std::launch::deferred : std::launch::async,
+                              [&readPage, answer = std::move(answer), isLast, former]() mutable {
+                                  readPage(std::move(answer), isLast, std::move(former));
                               });
             cursor = std::move(next);
         } while (!cursor.empty());
