@@ -115,10 +115,8 @@ struct Refreshed final : SYC::MailClientObserver {
     std::size_t count = 0;
 };
 
-/// A box of 100,000 mails into an empty client, marks and file included.
-void RefreshBox(benchmark::State& state)
+void FillBox(const Scene& scene)
 {
-    Scene scene;
     BareClient sender(scene.server.ModelPort());
     sender.SignIn();
     sender.Post(MailsPath, BodyOf(*MakeMail(u"anna.novak", u"yuki.tanaka")));
@@ -132,6 +130,13 @@ void RefreshBox(benchmark::State& state)
             "INSERT INTO mail_entries SELECT e.user_id, e.project_id, e.time_stamp, m.number, "
             "e.is_copy, e.is_read, e.is_historical, e.read_change, e.historical_change "
             "FROM mail_entries e JOIN mails m ON m.number != e.mail WHERE e.is_copy = 0");
+}
+
+/// A box of 100,000 mails into an empty client, marks and file included.
+void RefreshBox(benchmark::State& state)
+{
+    Scene scene;
+    FillBox(scene);
     BareClient bare(scene.server.ModelPort());
     bare.SignIn("yuki.tanaka");
     double heldBytes = 0;
@@ -157,5 +162,36 @@ void RefreshBox(benchmark::State& state)
     state.counters["bytes_a_mail"] = heldBytes;
 }
 BENCHMARK(RefreshBox)->UseManualTime()->Iterations(3)->Unit(benchmark::kMillisecond);
+
+/// Nothing new in that box: what each signal of another member's mail costs.
+void RefreshNothing(benchmark::State& state)
+{
+    Scene scene;
+    FillBox(scene);
+    BareClient bare(scene.server.ModelPort());
+    bare.SignIn("yuki.tanaka");
+    const auto manager = scene.Open(u"yuki.tanaka");
+    SYC::ProjectMembers members(manager->GetSignalClient(), *manager, scene.executor);
+    const TemporaryFolder folder(TemporaryFolder::UserFolders::Leave);
+    Refreshed refreshed;
+    MailClient client(manager->GetSignalClient(), *manager, members, folder.GetLocation(),
+                      scene.executor);
+    client.Attach(refreshed);
+    const auto await = [&] {
+        (void)SYCB::MessageLoop::RunUntil([&] { return refreshed.isDone; }, 300'000);
+    };
+    await();
+    const auto last = std::to_string(client.GetMails()[FetchedMails - 1]->GetRepositoryTime());
+    Beside(state, "a refresh of them with nothing new", "one bare request", 1.5)
+        .Run(
+            [&] {
+                refreshed.isDone = false;
+                client.RefreshMails(SYC::RefreshMailListReason::ServerSignal);
+                await();
+            },
+            [&] { bare.Get(MailsPath + ("?since=" + last)); });
+    client.Detach(refreshed);
+}
+BENCHMARK(RefreshNothing)->UseManualTime()->Unit(benchmark::kMicrosecond);
 
 }  // namespace

@@ -107,8 +107,9 @@ void MailService::AddRoutes(Router& router)
 {
     router.Add(
         "POST", MailsPath, [this](const Call& call) { return Send(call); }, Router::Body::Large);
-    router.Add("GET", MailsPath,
-               [this](const Call& call) { return mails_.PageJson(BoxOf(call), ReadPlace(call)); });
+    router.Add("GET", MailsPath, [this](const Call& call) {
+        return mails_.PageJson(BoxOf(call), ReadPlace(call), call.QueryNumber("after", 0));
+    });
     AddFlagRoutes(router, "/status", MailFlag::Read);
     AddFlagRoutes(router, "/historical", MailFlag::Historical);
     router.Add("POST", MailsPath + "/delete", [this](const Call& call) {

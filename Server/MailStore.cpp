@@ -191,9 +191,11 @@ void MailStore::AddEntry(const MailBox& box, const MailPlace& place, bool isCopy
         .Run();
 }
 
-std::string MailStore::PageJson(const MailBox& box, const MailPlace& from)
+std::string MailStore::PageJson(const MailBox& box, const MailPlace& from, std::uint64_t after)
 {
-    const auto change = std::to_string(LastChange(box.projectId));
+    // Read first: who compares it with the mails he has then finds too few of them, never too many.
+    const auto total = CountMails(box);
+    const auto change = LastChange(box.projectId);
     auto query = database_.Prepare(
         "SELECT e.mail, m.id, e.time_stamp, e.is_copy, e.is_read, e.is_historical, m.header, "
         "m.body FROM mail_entries e JOIN mails m ON m.number = e.mail "
@@ -213,7 +215,32 @@ std::string MailStore::PageJson(const MailBox& box, const MailPlace& from)
         mails += Syncra::Protocol::WriteJson(ReadMail(query), size);
     }
     // First what a client asks for the next page with, while it reads this one.
-    return "{\"cursor\":\"" + cursor + "\",\"change\":" + change + ",\"mails\":[" + mails + "]}";
+    const bool isFlagged =
+        cursor.empty() && after > 0 && after <= static_cast<std::uint64_t>(change);
+    return "{\"cursor\":\"" + cursor + "\",\"change\":" + std::to_string(change) +
+           ",\"count\":" + std::to_string(total) +
+           (isFlagged ? ",\"flags\":{\"read\":[" + IdsWith(box, MailFlag::Read, after) +
+                            "],\"historical\":[" + IdsWith(box, MailFlag::Historical, after) + "]}"
+                      : "") +
+           ",\"mails\":[" + mails + "]}";
+}
+
+std::string MailStore::IdsWith(const MailBox& box, MailFlag flag, std::uint64_t after)
+{
+    auto query = database_.Prepare(StatementsOf(flag).changed);
+    query.Bind(1, box.userId).Bind(2, box.projectId).Bind(3, static_cast<std::int64_t>(after));
+    std::string ids;
+    while (query.Step())
+        if (query.Number(1) != 0)
+            ids.append(ids.empty() ? "\"" : ",\"").append(query.View(0)).append("\"");
+    return ids;
+}
+
+std::int64_t MailStore::CountMails(const MailBox& box)
+{
+    auto query =
+        database_.Prepare("SELECT mails FROM members WHERE project_id = $1 AND user_id = $2");
+    return query.Bind(1, box.projectId).Bind(2, box.userId).Step() ? query.Number(0) : 0;
 }
 
 FlagPage MailStore::Flags(const MailBox& box, MailFlag flag, std::uint64_t after)

@@ -57,7 +57,10 @@ public:
 
     /// A page of the box from a place on, oldest first, as JSON: at most 1000 mails, and of more
     /// than one at most 8 MiB. Its cursor is the place of the next page, "time-number".
-    [[nodiscard]] std::string PageJson(const MailBox& box, const MailPlace& from);
+    /// The last page names which mails got a flag behind the change `after`, when the server knows
+    /// that one; and each how many mails the box had before.
+    [[nodiscard]] std::string PageJson(const MailBox& box, const MailPlace& from,
+                                       std::uint64_t after);
 
     /// Flags that changed after a change number, with the newest number. All of them for 0 and for
     /// a number that was never given.
@@ -71,6 +74,9 @@ public:
                                                    const OV::Array<OV::UniString>& ids);
 
 private:
+    /// The ids of the mails that got the flag behind that change, as JSON texts with commas.
+    [[nodiscard]] std::string IdsWith(const MailBox& box, MailFlag flag, std::uint64_t after);
+    [[nodiscard]] std::int64_t CountMails(const MailBox& box);
     /// What a change of a project's mail gets: a time that is never before the last one's, and the
     /// next change number.
     struct Stamp {

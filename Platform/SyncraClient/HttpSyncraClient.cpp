@@ -155,11 +155,11 @@ public:
             .value;
     }
 
-    std::uint64_t GetMails(const OV::UniString& projectId, std::int32_t sinceTime,
-                           const TakePage& take) override
+    MailBoxState GetMails(const OV::UniString& projectId, std::int32_t sinceTime,
+                          std::uint64_t after, const TakePage& take) override
     {
         Communication::PagedReading reading(u"the mails", MailBoxLimits);
-        std::optional<std::uint64_t> change;
+        std::optional<MailBoxState> state;
         // Two pages are read while the next one travels, and handed over in their order.
         const auto readPage = [&](JsonRequests::Unread answer, bool isLast,
                                   std::shared_future<void> former) {
@@ -168,7 +168,10 @@ public:
                 former.get();
             reading.TakePage(answer.GetBytes(), page.mails.size(), !isLast);
             // Later pages show later changes as well.
-            change = change.value_or(page.change);
+            if (!state)
+                state = {page.change, page.count, {}};
+            if (isLast && page.flags)
+                state->flags = {std::move(page.flags->read), std::move(page.flags->historical)};
             take(std::move(page.mails), isLast);
         };
         std::shared_future<void> former;
@@ -176,9 +179,10 @@ public:
         OV::UniString cursor;
         do {
             auto answer = requests_.GetUnread(
-                cursor.empty() ? MakePath("/projects/{}/mails?since={}", {projectId, sinceTime})
-                               : MakePath("/projects/{}/mails?since={}&cursor={}",
-                                          {projectId, sinceTime, cursor}));
+                cursor.empty() ? MakePath("/projects/{}/mails?since={}&after={}",
+                                          {projectId, sinceTime, after})
+                               : MakePath("/projects/{}/mails?since={}&after={}&cursor={}",
+                                          {projectId, sinceTime, after, cursor}));
             auto next = answer.ReadHead<Protocol::MailPageCursor>().value;
             if (!next.empty() && next == cursor)
                 ThrowMalformed(u"pages of mails");
@@ -194,7 +198,7 @@ public:
             cursor = std::move(next);
         } while (!cursor.empty());
         last.get();
-        return *change;
+        return *std::move(state);
     }
 
     OV::UniString SendMail(const OV::UniString& projectId,

@@ -23,6 +23,22 @@ namespace Syncra::Client {
 /// when the server refuses, the other exceptions of Communication when it cannot be asked,
 /// OV::InterruptedException within 100 ms of Cancel or an interruption of the calling thread. A
 /// request takes at most as long as HttpOptions allow: 10 s to connect, 30 s of silence.
+/// What the server tells of a user's box besides its mails.
+struct MailBoxState {
+    /// The change of flags that all of the mails show; what changed behind it, GetMailStatus and
+    /// GetMailHistorical tell, or the next answer.
+    std::uint64_t change = 0;
+    /// How many mails the box had before they were handed over; older servers do not tell.
+    std::optional<std::uint64_t> count;
+    /// Ids of mails.
+    struct Flags {
+        OV::Array<OV::UniString> read;        ///< that became so
+        OV::Array<OV::UniString> historical;  ///< the same
+    };
+    /// What was asked for; nothing when the server does not know that change.
+    std::optional<Flags> flags;
+};
+
 class SYC_API SyncraClient {
 public:
     virtual ~SyncraClient() = default;
@@ -70,12 +86,12 @@ public:
 
     /// Hands over the user's mails with a time stamp of `sinceTime` or later, oldest first, page by
     /// page and before it returns, each on some thread while the next one travels. Mails of that
-    /// very second come again: the caller knows their ids. Returns the change of flags that all of
-    /// them show; what changed behind it, GetMailStatus and GetMailHistorical tell.
+    /// very second come again: the caller knows their ids. With the change of a former answer the
+    /// new one names the flags that were set behind it; 0 asks for none.
     using TakePage = std::function<void(OV::Array<Protocol::Message> page, bool isLast)>;
     /// See TakePage.
-    virtual std::uint64_t GetMails(const OV::UniString& projectId, std::int32_t sinceTime,
-                                   const TakePage& take) = 0;
+    virtual MailBoxState GetMails(const OV::UniString& projectId, std::int32_t sinceTime,
+                                  std::uint64_t after, const TakePage& take) = 0;
     /// Delivers a mail to its recipients' login names and returns its id. `key` is 1 to 64
     /// characters, one for each mail: who does not know whether his request arrived repeats it with
     /// the same key, and the mail arrives once.

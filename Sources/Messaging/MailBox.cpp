@@ -121,6 +121,7 @@ MailBox::MailBox(const IO::Location& folder)
     : file_(std::make_shared<MailBoxFile>(folder)), mails_(*file_->Open()),
       index_(std::make_unique<Index>())
 {
+    knownChange_ = file_->GetChange();
     // All of them stay in the list, also those that share an id.
     index_->entries.reserve(mails_.size());
     for (const auto& mail : mails_)
@@ -202,6 +203,7 @@ void MailBox::Clear()
     mails_.clear();
     arrivals_.clear();
     index_->entries.clear();
+    knownChange_ = 0;
 }
 
 // What others wrote
@@ -307,9 +309,9 @@ void MailBox::Write()
     const auto start = Clock::now();
     std::optional<MailSnapshot> merged;
     isChanged_ = true;
-    file_->Write(MailSnapshot(mails_), [&](const MailNews& news) {
+    file_->Write(MailSnapshot(mails_, knownChange_), [&](const MailNews& news) {
         TakeOver(news);
-        return &merged.emplace(mails_);
+        return &merged.emplace(mails_, knownChange_);
     });
     (void)file_->TakeRetired();
     index_->cleared.clear();
@@ -335,7 +337,7 @@ void MailBox::Start(bool isWriting) noexcept
         const auto work = std::make_shared<Work>();
         work->file = file_;
         if (isWriting) {
-            work->mails.emplace(mails_);
+            work->mails.emplace(mails_, knownChange_);
             work->cleared = index_->cleared;
             work->marks = std::exchange(unsavedMarks_, 0);
             isChanged_ = false;

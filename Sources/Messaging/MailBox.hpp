@@ -58,8 +58,17 @@ public:
     /// For mails that are deleted on the server; they do not come back. Whether any of them was
     /// there.
     bool Remove(const OV::PagedArray<OV::UniString>& ids);
-    /// Empties the list, not the file.
+    /// Empties the list, not the file, and knows no change.
     void Clear();
+
+    /// Of the server's changes of flags the last that all mails of the box show, as the file or who
+    /// set it says; 0 when nobody knows.
+    [[nodiscard]] std::uint64_t GetKnownChange() const noexcept { return knownChange_; }
+    /// What goes beside the file with the next write. True when the file has none yet.
+    bool SetKnownChange(std::uint64_t change) noexcept
+    {
+        return std::exchange(knownChange_, change) == 0 && change != 0;
+    }
 
     /// Tells TakeChanges of a mark. Nothing for a mail that is not of the box.
     void NoteMarked(const ClientMail& mail);
@@ -120,6 +129,7 @@ private:
     MailChanges changes_;
     std::unique_ptr<Index> index_;
     std::uint64_t removed_ = 0;
+    std::uint64_t knownChange_ = 0;
     bool hasNews_ = false;
     bool isChanged_ = false;
     int unsavedMarks_ = 0;

@@ -56,6 +56,7 @@ MailClient::MailClient(SYCB::PKSignalClient& signalClient,
         throw OV::IllegalArgumentException(
             "A mail client exists already; a process has one at a time.");
     m_instance = this;
+    flagChanges_ = {box_->GetKnownChange(), box_->GetKnownChange()};
     box_->SetBackground(
         [this](std::function<void()> work, const std::function<void()>& end) {
             return fileWorker_.Execute(

@@ -241,6 +241,8 @@ private:
     const std::unique_ptr<MailDelivery> delivery_;
     OV::EventSource<MailClientObserver> observers_;
     FlagChanges flagChanges_;
+    /// Since the start a refresh found out what was deleted elsewhere.
+    bool isListChecked_ = false;
     RequestUnderWay refresh_;
     bool isRefreshWanted_ = false;
     /// The last refresh failed, and nobody fetched since.

@@ -34,7 +34,7 @@ void MailClient::RefreshMails(RefreshMailListReason::Value reason)
     box_->BeginRefresh();
     // Emptied here in the end, so that no mail is destroyed elsewhere.
     const auto kept = std::make_shared<MailList>();
-    if (flagChanges_.read == 0)
+    if (!isListChecked_)
         *kept = box_->GetMails();
     const auto token = refresh_.Begin();
     const auto fail = [this, target = GetTarget(), token, kept](const Failure& failure) {
@@ -128,13 +128,16 @@ void MailClient::EndRefresh(Refreshed& refreshed, RefreshMailListReason::Value r
     isMarkChanged = ApplyFlags(refreshed.historical, Mark::Historical) || isMarkChanged;
     const bool isOldChanged = box_->Remove(refreshed.deleted) || isMarkChanged;
     flagChanges_ = refreshed.changes;
+    isListChecked_ = true;
+    const bool isChangeNew =
+        box_->SetKnownChange(std::min(flagChanges_.read, flagChanges_.historical));
     const auto& newMails = refreshed.added;
     if (box_->CountRemoved() != refreshed.removedBefore)
         std::erase_if(*newMails,
                       [&](const auto& mail) { return box_->Find(mail->GetId()) != mail; });
     const auto arrivals = box_->TakeArrivals();
     newMails->insert(newMails->begin(), arrivals.begin(), arrivals.end());
-    if (!newMails->empty() || isOldChanged)
+    if (!newMails->empty() || isOldChanged || isChangeNew)
         box_->WriteSoon();
     else
         box_->FollowOthersSoon();

@@ -4,7 +4,9 @@
 #include "OVRoot/ExceptionText.hpp"
 #include "OVRoot/Logger.hpp"
 
+#include <algorithm>
 #include <new>
+#include <unordered_set>
 
 /// The work of the mail client on its worker threads.
 namespace SYC {
@@ -40,6 +42,18 @@ OV::Ref<ClientMail> ToMail(const Message& message)
     return {};
 }
 
+/// How many mails both lists have, each id once.
+std::size_t CountTogether(const MailClient::MailList& kept, const MailClient::MailList& fetched)
+{
+    std::unordered_set<OV::UniStringView> ids;
+    ids.reserve(kept.size() + fetched.size());
+    for (const auto* list : {&kept, &fetched})
+        for (const auto& mail : *list)
+            if (!mail->GetId().empty())
+                ids.insert(mail->GetId());
+    return ids.size();
+}
+
 /// Leaves what the mails do not show themselves.
 void DropKnown(OV::HashTable<OV::UniString, bool>& flags,
                bool (ClientMail::*isSet)() const noexcept, const MailClient::MailList& mails)
@@ -59,22 +73,37 @@ MailClient::Refreshed MailClient::FetchMails(std::int32_t sinceTime, FlagChanges
     refreshed.changes = known;
     project_->Ask([&](SyncraClient& client) {
         const auto& projectId = project_->GetProjectId();
-        const auto change =
-            client.GetMails(projectId, sinceTime, [&](const OV::Array<Message>& page, bool) {
+        const auto after = std::min(known.read, known.historical);
+        const auto box =
+            client.GetMails(projectId, sinceTime, after, [&](const OV::Array<Message>& page, bool) {
                 for (const Message& message : page)
                     if (auto mail = ToMail(message))
                         refreshed.mails.push_back(std::move(mail));
             });
         // Mails of a list that had none show their flags as they are.
-        if (known.read == 0 && kept.empty())
-            refreshed.changes = {change, change};
-        refreshed.read = client.GetMailStatus(projectId, refreshed.changes.read);
-        refreshed.historical = client.GetMailHistorical(projectId, refreshed.changes.historical);
+        if (after == 0 && kept.empty())
+            refreshed.changes = {box.change, box.change};
+        // Whatever the server has is among these: as many are the same ones.
+        else if (!kept.empty() && box.count != CountTogether(kept, refreshed.mails))
+            refreshed.changes = {};
+        const bool areAllAsked = refreshed.changes.read == 0;
+        if (!areAllAsked && box.flags) {
+            for (const auto& id : box.flags->read)
+                refreshed.read.emplace(id, true);
+            for (const auto& id : box.flags->historical)
+                refreshed.historical.emplace(id, true);
+            refreshed.changes = {box.change, box.change};
+        } else {
+            refreshed.read = client.GetMailStatus(projectId, refreshed.changes.read);
+            refreshed.historical =
+                client.GetMailHistorical(projectId, refreshed.changes.historical);
+        }
         // What the server has no more was deleted, or is lost to a server that was restored from an
         // older copy: then this list may be the last to have it.
         OV::Array<OV::UniString> missing;
         for (const auto& mail : kept)
-            if (const auto& id = mail->GetId(); !id.empty() && !refreshed.read.contains(id))
+            if (const auto& id = mail->GetId();
+                areAllAsked && !id.empty() && !refreshed.read.contains(id))
                 missing.push_back(id);
         if (!missing.empty())
             for (const auto& id : client.GetDeletedMails(projectId, missing))

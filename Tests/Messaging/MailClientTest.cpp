@@ -334,6 +334,60 @@ TEST_F(MailClientTest, TakesOverTheFlagsOfTheServerAndFetchesEachMailOnce)
     }
 }
 
+/// What the mails of the file are known to show spares the next start the rest, and misleads it
+/// never.
+TEST_F(MailClientTest, AStartGoesByTheChangeBesideTheFileWhereItBelongsToIt)
+{
+    const auto yuki = MakeHost("yuki.tanaka");
+    const auto changeFile = yuki->Folder().Appended(u"Mails.dat.change");
+    const auto keep = [](const OV::String& text) { return text; };
+    const std::function<OV::String(const OV::String&)> tampers[] = {
+        keep,
+        [](const OV::String& text) { return "999999999" + text.substr(text.find(' ')); },
+        [](const OV::String& text) { return text + "1"; },
+        [](const OV::String&) { return OV::String(200, '7'); },
+        {},
+    };
+    std::size_t count = 0;
+    for (const auto& tamper : tampers) {
+        std::vector<OV::UniString> ids;
+        for (const char16_t* text : {u"read", u"done", u"deleted", u"left"})
+            ids.push_back(Deliver("anna.novak", {u"yuki.tanaka"}, text));
+        yuki->refreshes = 0;
+        yuki->Open();
+        ASSERT_EQ(yuki->client->GetMails().size(), count + 4);
+        yuki->client.reset();
+        const auto text = IO::File::ReadAll(changeFile);
+        if (tamper)
+            (void)IO::File::Replace(changeFile, tamper(text));
+        else
+            IO::File::Delete(changeFile);
+        const auto other = Connect("yuki.tanaka");
+        other->SetMailStatus(ProjectId(), {{ids[0], true}});
+        other->SetMailHistorical(ProjectId(), {{ids[1], true}});
+        // Once without a deletion, so that the count agrees.
+        for (const bool isDeleted : {false, true}) {
+            if (isDeleted)
+                other->DeleteMails(ProjectId(), {ids[2]});
+            const auto fresh = Deliver("anna.novak", {u"yuki.tanaka"}, u"new");
+            yuki->refreshes = 0;
+            yuki->Open();
+            const auto has = [&](const OV::UniString& id, auto isSo) {
+                OV::Ref<ClientMail> mail;
+                return yuki->client->GetMail(id, mail) && isSo(*mail);
+            };
+            const auto isThere = [](const ClientMail&) { return true; };
+            EXPECT_TRUE(has(ids[0], [](const auto& mail) { return mail.IsRead(); }));
+            EXPECT_TRUE(has(ids[1], [](const auto& mail) { return mail.IsHistorical(); }));
+            EXPECT_FALSE(has(ids[3], [](const auto& mail) { return mail.IsRead(); }));
+            EXPECT_EQ(has(ids[2], isThere), !isDeleted);
+            EXPECT_TRUE(has(fresh, isThere));
+            count = yuki->client->GetMails().size();
+            yuki->client.reset();
+        }
+    }
+}
+
 TEST_F(MailClientTest, RequestsOfFormerMembersBecomeHistory)
 {
     const auto request = Deliver("omar.haddad", {u"anna.novak"}, u"r", MailType::Request);

@@ -149,7 +149,7 @@ protected:
     std::map<OV::UniString, int> TextsOf(const std::string& user)
     {
         std::map<OV::UniString, int> texts;
-        Connect(user)->GetMails(ProjectId(), 0, [&](const auto& page, bool) {
+        Connect(user)->GetMails(ProjectId(), 0, 0, [&](const auto& page, bool) {
             for (const auto& message : page)
                 ++texts[message.header.at(u"TextBody")];
         });

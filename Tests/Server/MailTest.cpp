@@ -235,7 +235,16 @@ TEST_F(MailTest, FlagsAreToldByChangeAndBelongToTheirUser)
         const auto told = flags(lena, before);
         EXPECT_EQ(told.at("entries"), json::array({Flag(b, true)})) << route;
         EXPECT_GT(told.at("change").get<std::uint64_t>(), before);
+        // The last page tells the same of those that are set.
+        const auto page = [&](std::uint64_t after) {
+            return Ask(lena, "GET", "?since=4000000000&after=" + std::to_string(after)).json;
+        };
+        const bool isRead = route == "/status";
+        EXPECT_EQ(page(before).at("flags"), (json{{"read", isRead ? json{b} : NoMails},
+                                                  {"historical", isRead ? NoMails : json{b}}}));
+        EXPECT_EQ(page(before).at("count"), 2);
         for (const auto after : {std::uint64_t{0}, ~std::uint64_t{0}, before + 1000}) {
+            EXPECT_FALSE(page(after).contains("flags")) << after;
             const auto all = flags(lena, after).at("entries").get<std::set<json>>();
             EXPECT_EQ(all, (std::set<json>{Flag(a, false), Flag(b, true)})) << route << after;
         }

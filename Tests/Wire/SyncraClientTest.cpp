@@ -258,16 +258,16 @@ TEST(SyncraClientTest, PagesOfMailsComeInTheirOrder)
     const auto take = [&](const auto& page, bool isLast) {
         pages += std::to_string(page.size()) + (isLast ? '.' : ' ');
     };
-    EXPECT_EQ(SignedIn(server)->GetMails(u"p", 0, take), 5u);
+    EXPECT_EQ(SignedIn(server)->GetMails(u"p", 0, 0, take).change, 5u);
     EXPECT_EQ(pages, "5000 2 3 4 5 6.");
     pages.clear();
     damaged = 4;
-    EXPECT_EQ(Outcome([&] { SignedIn(server)->GetMails(u"p", 0, take); }),
+    EXPECT_EQ(Outcome([&] { SignedIn(server)->GetMails(u"p", 0, 0, take); }),
               "MalformedResponseException");
     EXPECT_EQ(pages, "5000 2 3 ");
     damaged = 0;
     EXPECT_EQ(Outcome([&] {
-                  SignedIn(server)->GetMails(u"p", 0, [](const auto& page, bool) {
+                  SignedIn(server)->GetMails(u"p", 0, 0, [](const auto& page, bool) {
                       if (page.size() == 2)
                           throw OV::IllegalArgumentException(OV::StringView("full"));
                   });
@@ -283,7 +283,7 @@ TEST(SyncraClientTest, PagesThatBringNothingOrNeverEndAreRefused)
                                              : R"({"mails":[],"change":0,"cursor":")" +
                                                    std::to_string(++number) + R"("})");
     });
-    EXPECT_EQ(Outcome([&] { SignedIn(server)->GetMails(u"p", 0, [](const auto&, bool) {}); }),
+    EXPECT_EQ(Outcome([&] { SignedIn(server)->GetMails(u"p", 0, 0, [](const auto&, bool) {}); }),
               "MalformedResponseException");
 
     const std::pair<std::uint64_t, std::uint64_t> beyond[] = {

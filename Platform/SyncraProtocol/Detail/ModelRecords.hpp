@@ -283,10 +283,27 @@ void Describe(Visitor& v, StateOfProject& body)
     v("state", body.state, Between{1, 3});
 }
 
+struct FlaggedMails {
+    OV::Array<OV::UniString> read;
+    OV::Array<OV::UniString> historical;
+};
+
+template <class Visitor>
+void Describe(Visitor& v, FlaggedMails& mails)
+{
+    v("read", mails.read);
+    v("historical", mails.historical);
+}
+
 struct MailPage {
-    OV::Array<Message> mails;
     OV::UniString cursor;      ///< of the next page; empty behind the last one
     std::uint64_t change = 0;  ///< the newest change of flags that the page shows
+    std::optional<std::uint64_t>
+        count;  ///< how many mails the box had before; older servers tell none
+    /// In the last page, which got a flag behind the change that was asked for; nothing when the
+    /// server does not know that one.
+    std::optional<FlaggedMails> flags;
+    OV::Array<Message> mails;
 };
 /// The server writes it first, so that the next page can be asked for before this one is read.
 using MailPageCursor = Single<"cursor", OV::UniString>;
@@ -294,9 +311,11 @@ using MailPageCursor = Single<"cursor", OV::UniString>;
 template <class Visitor>
 void Describe(Visitor& v, MailPage& page)
 {
-    v("mails", page.mails);
     v("cursor", page.cursor);
     v("change", page.change);
+    v("count", page.count);
+    v("flags", page.flags);
+    v("mails", page.mails);
 }
 
 template <class Mail>

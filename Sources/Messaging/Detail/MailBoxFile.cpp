@@ -1,12 +1,20 @@
 #include "Messaging/Detail/MailBoxFile.hpp"
 
 #include "IO/ExclusiveFile.hpp"
+#include "IO/IOException.hpp"
 
+#include <charconv>
 #include <unordered_map>
 
 namespace SYC {
 
 namespace {
+
+OV::String TextOf(const IO::ChangeStamp& stamp)
+{
+    return ' ' + std::to_string(stamp.modificationNanoseconds) + ' ' + std::to_string(stamp.size) +
+           ' ' + std::to_string(stamp.identity) + '\n';
+}
 
 bool HasMarkBeyond(const ClientMail& theirs, const ClientMail& ours)
 {
@@ -18,7 +26,8 @@ bool HasMarkBeyond(const ClientMail& theirs, const ClientMail& ours)
 
 MailBoxFile::MailBoxFile(const IO::Location& folder)
     : file_(folder.Appended(MailFile::MailsName)),
-      lockFile_(folder.Appended(OV::UniString(MailFile::MailsName) + u".lock"))
+      lockFile_(folder.Appended(OV::UniString(MailFile::MailsName) + u".lock")),
+      changeFile_(folder.Appended(OV::UniString(MailFile::MailsName) + u".change"))
 {}
 
 MailSnapshot::List MailBoxFile::Open()
@@ -31,6 +40,7 @@ MailSnapshot::List MailBoxFile::Open()
         known_ = std::make_shared<const MailFile::MailList>(std::move(content.mails));
         unknown_ = std::move(content.unknown);
         notice = std::move(content.notice);
+        change_ = ReadChange();
     }
     MailFile::LogNotice(notice);
     return known_;
@@ -62,11 +72,36 @@ bool MailBoxFile::Write(const MailSnapshot& mails, const Merge& merge)
         if (merged != nullptr) {
             stamp_ = IO::File::Replace(file_, merged->Encode(unknown_), true);
             SetKnown(merged->GetList());
+            WriteChange(merged->GetChange());
             isWritten = true;
         }
     }
     MailFile::LogNotice(notice);
     return isWritten;
+}
+
+/// It counts for the file that it was written for and for no other: who does not know of it may
+/// have replaced that one, or a crash come between the two.
+std::uint64_t MailBoxFile::ReadChange() const
+try {
+    constexpr std::uint64_t most = 100;
+    std::uint64_t change = 0;
+    const OV::String text = IO::File::ReadAll(changeFile_, most);
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), change);
+    return error == std::errc() && stamp_ &&
+                   text.substr(static_cast<std::size_t>(end - text.data())) == TextOf(*stamp_)
+               ? change
+               : 0;
+} catch (const IO::IOException&) {
+    return 0;
+}
+
+void MailBoxFile::WriteChange(std::uint64_t change) const noexcept
+try {
+    if (change != 0)
+        (void)IO::File::Replace(changeFile_, std::to_string(change) + TextOf(*stamp_), true);
+} catch (...) {
+    // The next start asks for all flags, as it does without the file.
 }
 
 void MailBoxFile::SetKnown(MailSnapshot::List list)

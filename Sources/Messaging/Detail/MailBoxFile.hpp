@@ -22,6 +22,8 @@ public:
 
     /// All that the file holds; a damaged one is kept under another name. Throws IO::IOException.
     [[nodiscard]] MailSnapshot::List Open();
+    /// Of the server's changes of flags the last that the mails of Open show; 0 when nobody knows.
+    [[nodiscard]] std::uint64_t GetChange() const noexcept { return change_; }
     /// What others changed; nothing when the file is as it was. A damaged one is left to the next
     /// Write. Throws IO::IOException.
     [[nodiscard]] std::optional<MailNews> Follow();
@@ -29,7 +31,8 @@ public:
     /// Given what others changed, tells what to write then; null for nothing yet. It runs while the
     /// file is held against other processes.
     using Merge = std::function<const MailSnapshot*(MailNews news)>;
-    /// Puts the mails in place of the file, which keeps what nobody here can read. `merge` is asked
+    /// Puts the mails in place of the file, which keeps what nobody here can read, and their change
+    /// beside it. `merge` is asked
     /// only when others changed it. False when nothing was written. Throws IO::IOException; the
     /// file then stays as it was.
     bool Write(const MailSnapshot& mails, const Merge& merge);
@@ -43,9 +46,13 @@ public:
 private:
     [[nodiscard]] MailNews TakeOver(MailFile::Content content);
     void SetKnown(MailSnapshot::List list);
+    [[nodiscard]] std::uint64_t ReadChange() const;
+    void WriteChange(std::uint64_t change) const noexcept;
 
     const IO::Location file_;
     const IO::Location lockFile_;
+    const IO::Location changeFile_;
+    std::uint64_t change_ = 0;
     /// The mails that the file is known to have.
     MailSnapshot::List known_ = std::make_shared<const MailFile::MailList>();
     std::vector<MailSnapshot::List> retired_;

@@ -30,8 +30,8 @@ private:
 
 }  // namespace
 
-MailSnapshot::MailSnapshot(const MailFile::MailList& mails)
-    : mails_(std::make_shared<const MailFile::MailList>(mails))
+MailSnapshot::MailSnapshot(const MailFile::MailList& mails, std::uint64_t change)
+    : mails_(std::make_shared<const MailFile::MailList>(mails)), change_(change)
 {
     for (std::size_t place = 0; place < mails.size(); ++place)
         if (const auto& actions = mails[place]->actions_; MailActions::Count(actions) != 0)

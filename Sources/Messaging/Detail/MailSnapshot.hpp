@@ -17,9 +17,11 @@ public:
 
     /// On the thread of the mails: actions are the host's own code. Throws OV::ChannelException for
     /// one that cannot be written.
-    explicit MailSnapshot(const MailFile::MailList& mails);
+    /// `change`: of the server's changes of flags the last that the mails show; 0 for none.
+    explicit MailSnapshot(const MailFile::MailList& mails, std::uint64_t change = 0);
 
     [[nodiscard]] const List& GetList() const noexcept { return mails_; }
+    [[nodiscard]] std::uint64_t GetChange() const noexcept { return change_; }
     /// A mail file: the mails, and behind them what is unknown. Throws OV::ChannelException.
     [[nodiscard]] OV::String Encode(const MailFile::UnknownRecords& unknown) const;
 
@@ -31,6 +33,7 @@ private:
     void Write(const MailFile::UnknownRecords& unknown, OV::OChannel& channel) const;
 
     List mails_;
+    std::uint64_t change_;
     std::vector<Actions> actions_;  ///< of those mails that carry some, in their order
 };
 
