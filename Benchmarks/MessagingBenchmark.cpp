@@ -126,8 +126,8 @@ void FillBox(const Scene& scene)
         "WITH RECURSIVE copies(i) AS (SELECT 2 UNION ALL SELECT i + 1 FROM copies WHERE i < " +
             std::to_string(FetchedMails) +
             ") INSERT INTO mails (id, project_id, time_stamp, header, body) "
-            "SELECT id || i, project_id, time_stamp, header, body FROM mails, copies;"
-            "INSERT INTO mail_entries SELECT e.user_id, e.project_id, e.time_stamp, m.number, "
+            "SELECT id || i, project_id, time_stamp - i, header, body FROM mails, copies;"
+            "INSERT INTO mail_entries SELECT e.user_id, e.project_id, m.time_stamp, m.number, "
             "e.is_copy, e.is_read, e.is_historical, e.read_change, e.historical_change "
             "FROM mail_entries e JOIN mails m ON m.number != e.mail WHERE e.is_copy = 0");
 }

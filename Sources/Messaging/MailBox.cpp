@@ -180,6 +180,8 @@ std::size_t MailBox::RemoveFromList(Chosen isChosen)
 
 bool MailBox::Remove(const OV::PagedArray<OV::UniString>& ids)
 {
+    if (ids.empty())
+        return false;
     const OV::HashSet<OV::UniString> chosen(ids.begin(), ids.end());
     const auto removed =
         RemoveFromList([&](const auto& mail) { return chosen.contains(mail->GetId()); });
