@@ -18,11 +18,6 @@
 
 namespace Syncra::Client {
 
-/// The project server as one signed-in user sees it. Every call is a request and blocks for its
-/// answer; one thread at a time, except Cancel. Failures: Communication::ResponseContentException
-/// when the server refuses, the other exceptions of Communication when it cannot be asked,
-/// OV::InterruptedException within 100 ms of Cancel or an interruption of the calling thread. A
-/// request takes at most as long as HttpOptions allow: 10 s to connect, 30 s of silence.
 /// What the server tells of a user's box besides its mails.
 struct MailBoxState {
     /// The change of flags that all of the mails show; what changed behind it, GetMailStatus and
@@ -39,6 +34,11 @@ struct MailBoxState {
     std::optional<Flags> flags;
 };
 
+/// The project server as one signed-in user sees it. Every call is a request and blocks for its
+/// answer; one thread at a time, except Cancel. Failures: Communication::ResponseContentException
+/// when the server refuses, the other exceptions of Communication when it cannot be asked,
+/// OV::InterruptedException within 100 ms of Cancel or an interruption of the calling thread. A
+/// request takes at most as long as HttpOptions allow: 10 s to connect, 30 s of silence.
 class SYC_API SyncraClient {
 public:
     virtual ~SyncraClient() = default;
