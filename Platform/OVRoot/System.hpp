@@ -26,6 +26,9 @@ namespace OV::System {
 [[nodiscard]] SYC_API String HomeFolder();
 /// Bytes of memory that this process has in use; 0 when the system does not tell.
 [[nodiscard]] SYC_API std::uint64_t ProcessMemory();
+/// Fills a few bytes, at most 256, that nobody can foretell. Throws std::runtime_error when the
+/// system has none.
+void FillRandom(std::span<std::byte> bytes);
 /// Name, version and processor of the operating system.
 [[nodiscard]] String Description();
 /// The folder of the running program in UTF-8; empty when the system does not tell.

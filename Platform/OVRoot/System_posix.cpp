@@ -13,6 +13,7 @@
 #include <pthread.h>
 #include <pwd.h>
 #include <spawn.h>
+#include <stdexcept>
 #include <sys/resource.h>
 #include <sys/utsname.h>
 #include <sys/wait.h>
@@ -126,6 +127,12 @@ std::tm ToLocalTime(std::time_t time)
     std::tm parts{};
     localtime_r(&time, &parts);
     return parts;
+}
+
+void FillRandom(std::span<std::byte> bytes)
+{
+    if (getentropy(bytes.data(), bytes.size()) != 0)
+        throw std::runtime_error("The system gives no random numbers.");
 }
 
 void IgnoreBrokenPipes()
