@@ -40,7 +40,8 @@ StoreWorkers::StoreWorkers(HttpServer& server, Database& database, std::size_t r
 {
     const std::size_t count = std::max<std::size_t>(2, readers);
     for (std::size_t i = 0; i < count; ++i)
-        threads_.emplace_back([this, i](const std::stop_token& token) { ReadAll(token, i != 0); });
+        threads_.emplace_back([this, &self = readers_.emplace_back(i != 0)](
+                                  const std::stop_token& token) { ReadAll(token, self); });
     for (std::size_t i = 0; i < database.Writers(); ++i)
         threads_.emplace_back([this](const std::stop_token& token) { WriteAll(token); });
 }
@@ -55,8 +56,28 @@ StoreWorkers::~StoreWorkers()
 void StoreWorkers::Read(const std::string& owner, Work work, Then then, Cost cost)
 {
     Add(cost == Cost::Much ? costlyReads_ : reads_, owner, std::move(work), std::move(then), {});
-    // Not every reader takes everything.
-    hasReads_.notify_all();
+    // Once for all that came with one look at the connections: waking costs more than most reads.
+    if (std::exchange(isWakingPosted_, true))
+        return;
+    server_.Post([this] {
+        isWakingPosted_ = false;
+        const std::lock_guard guard(lock_);
+        WakeReader();
+    });
+}
+
+void StoreWorkers::WakeReader()
+{
+    const bool isForAny = reads_.Size() != 0;
+    if (!isForAny && costlyReads_.Size() == 0)
+        return;
+    const auto found = std::find_if(readers_.begin(), readers_.end(), [&](const Sleeper& each) {
+        return each.isAsleep && (isForAny || each.takesCostly);
+    });
+    if (found == readers_.end())
+        return;
+    found->isAsleep = false;
+    found->wake.notify_one();
 }
 
 void StoreWorkers::Write(const std::string& owner, Work work, Then then, Order order)
@@ -102,17 +123,22 @@ std::optional<StoreWorkers::Job> StoreWorkers::TakeRead(bool takesCostly)
     return job;
 }
 
-void StoreWorkers::ReadAll(const std::stop_token& token, bool takesCostly)
+void StoreWorkers::ReadAll(const std::stop_token& token, Sleeper& self)
 {
     OV::System::NameCurrentThread("store reader");
     std::optional<Database::Reader> reader;
     for (;;) {
         std::unique_lock guard(lock_);
         std::optional<Job> job;
-        hasReads_.wait(guard, token, [&] { return (job = TakeRead(takesCostly)).has_value(); });
+        while (!(job = TakeRead(self.takesCostly))) {
+            if (token.stop_requested())
+                return;
+            self.isAsleep = true;
+            (void)self.wake.wait(guard, token, [&] { return !self.isAsleep; });
+            self.isAsleep = false;
+        }
+        WakeReader();
         guard.unlock();
-        if (!job)
-            return;
         const auto begin = Clock::now();
         try {
             RunRead(reader, *job);
@@ -122,9 +148,9 @@ void StoreWorkers::ReadAll(const std::stop_token& token, bool takesCostly)
         job->time = Since(begin);
         guard.lock();
         job->queue->Done(job->owner);
-        guard.unlock();
         // His next one may have waited for this one.
-        hasReads_.notify_all();
+        WakeReader();
+        guard.unlock();
         Jobs done;
         WithMemory([&] { done.reserve(1); });
         done.push_back(*std::move(job));

@@ -5,6 +5,7 @@
 #include "Store/Database.hpp"
 
 #include <condition_variable>
+#include <deque>
 #include <exception>
 #include <functional>
 #include <mutex>
@@ -75,8 +76,17 @@ private:
     using Jobs = std::vector<Job>;
 
     void Add(FairQueue<Job>& queue, const std::string& owner, Work work, Then then, Order order);
+    /// A thread that reads. Each sleeps by itself, so that work wakes one and not all.
+    struct Sleeper {
+        explicit Sleeper(bool takesCostlyOnes) : takesCostly(takesCostlyOnes) {}
+        const bool takesCostly;
+        bool isAsleep = false;
+        std::condition_variable_any wake;
+    };
     /// Alternates between the two kinds of reads, or leaves the costly ones to others.
-    void ReadAll(const std::stop_token& token, bool takesCostly);
+    void ReadAll(const std::stop_token& token, Sleeper& self);
+    /// Under the lock: wakes one for what waits, who then wakes the next.
+    void WakeReader();
     [[nodiscard]] std::optional<Job> TakeRead(bool takesCostly);
     void WriteAll(const std::stop_token& token);
     void RunRead(std::optional<Database::Reader>& reader, Job& job);
@@ -93,7 +103,8 @@ private:
     HttpServer& server_;
     Database& database_;
     mutable std::mutex lock_;
-    std::condition_variable_any hasReads_;
+    std::deque<Sleeper> readers_;
+    bool isWakingPosted_ = false;  ///< of the server's thread
     std::condition_variable_any hasWrites_;
     FairQueue<Job> reads_;
     FairQueue<Job> costlyReads_;
