@@ -5,6 +5,7 @@
 #include "Support/ScriptedServer.hpp"
 #include "Support/Thrown.hpp"
 
+#include <atomic>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
@@ -236,7 +237,7 @@ TEST(SyncraClientTest, AnExpiredTokenIsRenewedOnceARequest)
 TEST(SyncraClientTest, PagesOfMailsComeInTheirOrder)
 {
     constexpr int last = 6;
-    int damaged = 0;
+    std::atomic<int> damaged = 0;
     const ScriptedServer server([&](Peer& peer, const Asked& request) {
         const auto place = request.target.find("cursor=");
         const int page =
