@@ -2,7 +2,7 @@
 
 #include "SYCommunication/HttpClient.hpp"
 
-#include <curl/curl.h>
+#include "SYCommunication/Detail/Curl.hpp"
 
 namespace Communication::Detail {
 
