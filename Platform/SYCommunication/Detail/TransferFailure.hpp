@@ -1,8 +1,7 @@
 #pragma once
 
-#include "SYCommunication/HttpClient.hpp"
-
 #include "SYCommunication/Detail/Curl.hpp"
+#include "SYCommunication/HttpClient.hpp"
 
 namespace Communication::Detail {
 
