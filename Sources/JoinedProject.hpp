@@ -4,6 +4,8 @@
 #include "Messaging/MailClient.hpp"
 #include "OVRoot/Export.hpp"
 
+#include <memory>
+
 namespace SYC {
 
 /// A project that is open in this process: its manager, with the signals of the server, its members
@@ -24,6 +26,9 @@ public:
     JoinedProject(const JoinedProject&) = delete;
     JoinedProject& operator=(const JoinedProject&) = delete;
 
+    /// Keeps what it works with, the executor above all, until it is gone itself.
+    void Keep(std::shared_ptr<const void> owned) noexcept { kept_ = std::move(owned); }
+
     /// Live as long as this object.
     /// @{
     [[nodiscard]] ClientProjectConnectionManager& GetManager() const noexcept { return *manager_; }
@@ -39,6 +44,7 @@ public:
     [[nodiscard]] MailClient* GetMails() const noexcept { return mails_.get(); }
 
 private:
+    std::shared_ptr<const void> kept_;
     std::shared_ptr<ClientProjectConnectionManager> manager_;
     ProjectMembers members_;
     std::unique_ptr<MailClient> mails_;

@@ -323,10 +323,8 @@ Figures HeldRequests(const Stage& stage, int count, bool isProtected,
         const auto token = co_await Token(actor, isProtected ? "lena.fischer" : "anna.novak");
         const std::string path = "/syncra/v1/signals?project=" + Project;
         const auto now = co_await actor.Ask(RequestText("GET", path + "&after=0&wait=0", token));
-        const auto next = now.body.substr(now.body.find("\"next\":") + 7);
-        const auto text = RequestText(
-            "GET", path + "&after=" + next.substr(0, next.find_first_of(",}")) + "&wait=60000",
-            token);
+        const auto text =
+            RequestText("GET", path + "&after=" + NextOf(now.body) + "&wait=60000", token);
         const double before = server.MebibytesOfMemory();
         std::list<Link> links;
         int heard = 0, open = 0;

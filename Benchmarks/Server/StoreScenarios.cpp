@@ -239,11 +239,8 @@ Figures MemberChange(const Stage& stage)
         const auto signalPath = "/syncra/v1/signals?project=" + project;
         const auto look = RequestText("GET", signalPath + "&after=0&wait=0", token);
         const auto now = co_await actor.Ask(look);
-        const auto next = now.body.substr(now.body.find("\"next\":") + 7);
-        const auto signals = RequestText(
-            "GET",
-            signalPath + "&after=" + next.substr(0, next.find_first_of(",}")) + "&wait=60000",
-            token);
+        const auto signals =
+            RequestText("GET", signalPath + "&after=" + NextOf(now.body) + "&wait=60000", token);
         std::list<Link> links;
         int told = 0, open = 0;
         for (int i = 0; i < clients; ++i) {

@@ -28,6 +28,13 @@ inline double SecondsSince(Clock::time_point begin)
     return std::chrono::duration<double>(Clock::now() - begin).count();
 }
 
+/// Where the next request for signals begins, as the answer to the last one says.
+inline std::string NextOf(const std::string& body)
+{
+    const auto next = body.substr(body.find("\"next\":") + 7);
+    return next.substr(0, next.find_first_of(",}"));
+}
+
 /// The latencies of many requests in milliseconds.
 class Latencies {
 public:

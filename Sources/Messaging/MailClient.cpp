@@ -56,7 +56,6 @@ MailClient::MailClient(SYCB::PKSignalClient& signalClient,
         throw OV::IllegalArgumentException(
             "A mail client exists already; a process has one at a time.");
     m_instance = this;
-    flagChanges_ = {box_->GetKnownChange(), box_->GetKnownChange()};
     box_->SetBackground(
         [this](std::function<void()> work, const std::function<void()>& end) {
             return fileWorker_.Execute(
@@ -122,7 +121,6 @@ void MailClient::Clear()
 {
     box_->Clear();
     ++generation_;
-    flagChanges_ = {};
     TellListChanged();
 }
 

@@ -195,11 +195,6 @@ private:
     struct Mark;
     /// What a refresh brings to the list.
     struct Refreshed;
-    /// How far the flag tables of the server are known.
-    struct FlagChanges {
-        std::uint64_t read = 0;
-        std::uint64_t historical = 0;
-    };
 
     bool _CheckSignalType(Syncra::Protocol::SignalId id) const override;
     void _SignalReceived(const Syncra::Protocol::Signal& signal) override;
@@ -231,7 +226,7 @@ private:
     [[nodiscard]] bool IsOfFormerMember(const ClientMail& mail) const;
 
     /// On a worker thread.
-    [[nodiscard]] Refreshed FetchMails(std::int32_t sinceTime, FlagChanges known,
+    [[nodiscard]] Refreshed FetchMails(std::int32_t sinceTime, std::uint64_t knownChange,
                                        const MailList& kept);
 
     SYCB::PKSignalClient& signalClient_;
@@ -240,7 +235,6 @@ private:
     const std::unique_ptr<MailBox> box_;
     const std::unique_ptr<MailDelivery> delivery_;
     OV::EventSource<MailClientObserver> observers_;
-    FlagChanges flagChanges_;
     /// Since the start a refresh found out what was deleted elsewhere.
     bool isListChecked_ = false;
     RequestUnderWay refresh_;

@@ -46,8 +46,9 @@ void MailClient::RefreshMails(RefreshMailListReason::Value reason)
             RefreshFailed(failure);
         });
     };
-    const auto fetch = [this, reason, sinceTime = box_->LastRepositoryTime(), known = flagChanges_,
-                        kept, generation = generation_, target = GetTarget(), token, fail] {
+    const auto fetch = [this, reason, sinceTime = box_->LastRepositoryTime(),
+                        known = box_->GetKnownChange(), kept, generation = generation_,
+                        target = GetTarget(), token, fail] {
         try {
             const auto refreshed = std::make_shared<Refreshed>(FetchMails(sinceTime, known, *kept));
             refreshed->generation = generation;
@@ -127,10 +128,8 @@ void MailClient::EndRefresh(Refreshed& refreshed, RefreshMailListReason::Value r
     isMarkChanged = ApplyFlags(refreshed.read, Mark::Read) || isMarkChanged;
     isMarkChanged = ApplyFlags(refreshed.historical, Mark::Historical) || isMarkChanged;
     const bool isOldChanged = box_->Remove(refreshed.deleted) || isMarkChanged;
-    flagChanges_ = refreshed.changes;
     isListChecked_ = true;
-    const bool isChangeNew =
-        box_->SetKnownChange(std::min(flagChanges_.read, flagChanges_.historical));
+    const bool isChangeNew = box_->SetKnownChange(refreshed.change);
     const auto& newMails = refreshed.added;
     if (box_->CountRemoved() != refreshed.removedBefore)
         std::erase_if(*newMails,

@@ -66,37 +66,37 @@ void DropKnown(OV::HashTable<OV::UniString, bool>& flags,
 
 }  // namespace
 
-MailClient::Refreshed MailClient::FetchMails(std::int32_t sinceTime, FlagChanges known,
+MailClient::Refreshed MailClient::FetchMails(std::int32_t sinceTime, std::uint64_t knownChange,
                                              const MailList& kept)
 {
     Refreshed refreshed;
-    refreshed.changes = known;
     project_->Ask([&](SyncraClient& client) {
         const auto& projectId = project_->GetProjectId();
-        const auto after = std::min(known.read, known.historical);
-        const auto box =
-            client.GetMails(projectId, sinceTime, after, [&](const OV::Array<Message>& page, bool) {
-                for (const Message& message : page)
-                    if (auto mail = ToMail(message))
-                        refreshed.mails.push_back(std::move(mail));
-            });
+        const auto box = client.GetMails(projectId, sinceTime, knownChange,
+                                         [&](const OV::Array<Message>& page, bool) {
+                                             for (const Message& message : page)
+                                                 if (auto mail = ToMail(message))
+                                                     refreshed.mails.push_back(std::move(mail));
+                                         });
+        auto after = knownChange;
         // Mails of a list that had none show their flags as they are.
-        if (after == 0 && kept.empty())
-            refreshed.changes = {box.change, box.change};
+        if (knownChange == 0 && kept.empty())
+            after = box.change;
         // Whatever the server has is among these: as many are the same ones.
         else if (!kept.empty() && box.count != CountTogether(kept, refreshed.mails))
-            refreshed.changes = {};
-        const bool areAllAsked = refreshed.changes.read == 0;
+            after = 0;
+        const bool areAllAsked = after == 0;
         if (!areAllAsked && box.flags) {
             for (const auto& id : box.flags->read)
                 refreshed.read.emplace(id, true);
             for (const auto& id : box.flags->historical)
                 refreshed.historical.emplace(id, true);
-            refreshed.changes = {box.change, box.change};
+            refreshed.change = box.change;
         } else {
-            refreshed.read = client.GetMailStatus(projectId, refreshed.changes.read);
-            refreshed.historical =
-                client.GetMailHistorical(projectId, refreshed.changes.historical);
+            auto change = after;
+            refreshed.read = client.GetMailStatus(projectId, after);
+            refreshed.historical = client.GetMailHistorical(projectId, change);
+            refreshed.change = std::min(after, change);
         }
         // What the server has no more was deleted, or is lost to a server that was restored from an
         // older copy: then this list may be the last to have it.

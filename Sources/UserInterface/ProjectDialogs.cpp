@@ -71,14 +71,17 @@ const Syncra::Server::Management::V2::Project* FindById(const BrowseShareablePro
 std::unique_ptr<JoinedProject> JoinProjectWithDialogs(const IO::Location& project,
                                                       const IO::Location& dataFolder)
 {
-    OwnExecutors executors;
-    JoinProject join(project, dataFolder, executors);
+    // The project goes on telling on one of them.
+    const auto executors = std::make_shared<OwnExecutors>();
+    JoinProject join(project, dataFolder, *executors);
     JoinOptions options;
     do {
         join.Join(options);
         if (FlowDialog(join, GetText(FlowText::JoinTitle)).Invoke()) {
             (void)ShowFailure(join.GetRefreshFailure());
-            return join.TakeProject();
+            auto joined = join.TakeProject();
+            joined->Keep(executors);
+            return joined;
         }
     } while (Agrees(join, project, dataFolder, options));
     return nullptr;

@@ -118,7 +118,11 @@ TEST_F(ProjectDialogsTest, BrowsesJoinsAndLeaves)
 
     EXPECT_FALSE(SYC::JoinProjectWithDialogs(url, DataFolder())) << "held on another computer";
     toolkit.AddAnswer(SYC::Alerts::TakeSessionOver, 1);
-    EXPECT_TRUE(SYC::JoinProjectWithDialogs(url, DataFolder()));
+    auto joined = SYC::JoinProjectWithDialogs(url, DataFolder());
+    ASSERT_TRUE(joined && joined->GetMails());
+    joined->GetMails()->RefreshMails(SYC::RefreshMailListReason::ServerSignal);
+    WaitFor([&] { return !joined->GetMails()->IsRefreshing(); });
+    joined.reset();
 
     SYC::registeredProjects().GetCachedProjectInfo(url, DataFolder())->SetUnsentChanges(true);
     const auto isCached = [&] {

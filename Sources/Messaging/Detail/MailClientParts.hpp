@@ -51,7 +51,7 @@ struct MailClient::Refreshed {
     FlagTable read;
     FlagTable historical;
     IdList deleted;
-    FlagChanges changes;
+    std::uint64_t change = 0;  ///< that the mails show then
 };
 
 }  // namespace SYC
