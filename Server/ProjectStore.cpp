@@ -17,14 +17,20 @@ void ReadInto(Syncra::Protocol::Project& project, const Statement& row)
     project.build = static_cast<std::int32_t>(row.Number(6));
 }
 
+// His own, and the public ones that are not: two lists without a project in common take no table to
+// find those in both.
+#define NEXAR_VISIBLE_PROJECTS                                                                     \
+    "FROM (SELECT project_id AS id, 1 AS is_member FROM members WHERE user_id = $1 "               \
+    "UNION ALL SELECT id, 0 FROM projects q WHERE is_public = 1 AND NOT EXISTS (SELECT 1 FROM "    \
+    "members m WHERE m.project_id = q.id AND m.user_id = $1)) v CROSS JOIN projects p "            \
+    "WHERE p.id = v.id ORDER BY number /* all */"
+
 }  // namespace
 
 std::vector<Syncra::Protocol::Project> ProjectStore::VisibleTo(const std::string& userId)
 {
     auto query = database_.Prepare(
-        "SELECT id, name, location, category, state, version, build FROM projects "
-        "WHERE id IN (SELECT project_id FROM members WHERE user_id = $1 "
-        "UNION SELECT id FROM projects WHERE is_public = 1) ORDER BY number /* all */");
+        "SELECT p.id, name, location, category, state, version, build " NEXAR_VISIBLE_PROJECTS);
     query.Bind(1, userId);
     std::vector<Syncra::Protocol::Project> projects;
     while (query.Step())
@@ -34,12 +40,9 @@ std::vector<Syncra::Protocol::Project> ProjectStore::VisibleTo(const std::string
 
 std::vector<Syncra::Protocol::ProjectOverview> ProjectStore::OverviewFor(const std::string& userId)
 {
-    auto query = database_.Prepare(
-        "SELECT id, name, location, category, state, version, build, "
-        "(SELECT COUNT(*) FROM members WHERE project_id = projects.id), "
-        "(SELECT COUNT(*) FROM members WHERE project_id = projects.id AND user_id = $1) "
-        "FROM projects WHERE id IN (SELECT project_id FROM members WHERE user_id = $1 "
-        "UNION SELECT id FROM projects WHERE is_public = 1) ORDER BY number /* all */");
+    auto query = database_.Prepare("SELECT p.id, name, location, category, state, version, build, "
+                                   "(SELECT COUNT(*) FROM members WHERE project_id = p.id), "
+                                   "is_member " NEXAR_VISIBLE_PROJECTS);
     query.Bind(1, userId);
     std::vector<Syncra::Protocol::ProjectOverview> projects;
     while (query.Step()) {
