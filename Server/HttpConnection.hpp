@@ -71,6 +71,8 @@ struct Shared {
 };
 
 inline constexpr std::size_t ReadBytes = 4096;
+/// At a time, so that a large answer keeps nobody waiting while the system takes it.
+inline constexpr std::size_t WriteBytes = 256u << 10;
 /// Of what a client sends while it waits for an answer, and of a body that is being received.
 inline constexpr std::size_t MostBuffered = 16u << 20;
 /// For the last words of a protected connection.
@@ -189,33 +191,38 @@ public:
 
     asio::awaitable<Outcome> Run(const HttpHandler& handler, HttpRequest request)
     {
-        std::optional<Reply> made([self = this->shared_from_this()](HttpResponse response) {
-            self->Finish(std::move(response));
-        });
-        // Not a temporary of the call below: the compiler would end it too early.
-        auto begin = [this, &handler, &request, &made](auto completion) {
-            auto shared = std::make_shared<decltype(completion)>(std::move(completion));
-            resume_ = [shared](Outcome outcome) { (*shared)(std::move(outcome)); };
-            const Reply reply = *std::exchange(made, std::nullopt);
-            try {
-                // More requests have come already: his going is noticed behind them.
-                if (buffer_.size() == 0)
-                    Watch(reply.MakeAbandon());
-                handler(std::move(request), reply);
-            } catch (...) {
-                // Must not leave here while the reply may still resume the coroutine. Dropping the
-                // reply answers with an internal error.
-            }
-        };
         // A reply that outlives the connection has nobody to resume.
         const std::shared_ptr<void> end(nullptr, [this](void*) { hasFinished_ = true; });
-        Outcome outcome =
-            co_await asio::async_initiate<const asio::use_awaitable_t<>&, void(Outcome)>(
-                std::move(begin), asio::use_awaitable);
-        co_return outcome;
+        Begin(handler, std::move(request));
+        if (!hasFinished_ || isReading_) {
+            auto wait = [this](auto completion) {
+                auto shared = std::make_shared<decltype(completion)>(std::move(completion));
+                resume_ = [shared] { (*shared)(); };
+            };
+            co_await asio::async_initiate<const asio::use_awaitable_t<>&, void()>(
+                std::move(wait), asio::use_awaitable);
+        }
+        co_return std::move(outcome_);
     }
 
 private:
+    /// Most handlers have answered when it returns.
+    void Begin(const HttpHandler& handler, HttpRequest request)
+    {
+        const Reply reply([self = this->shared_from_this()](HttpResponse response) {
+            self->Finish(std::move(response));
+        });
+        try {
+            handler(std::move(request), reply);
+            // More requests may have come already: his going is noticed behind them.
+            if (!hasFinished_ && buffer_.size() == 0)
+                Watch(reply.MakeAbandon());
+        } catch (...) {
+            // Must not leave here while the reply may still come. Dropping it answers with an
+            // internal error.
+        }
+    }
+
     void Finish(HttpResponse response)
     {
         if (hasFinished_)
@@ -235,15 +242,11 @@ private:
         }
     }
 
-    /// Posted: a handler that answers at once must not resume inside itself.
+    /// Posted: a handler must not resume what it is a part of.
     void Resume()
     {
-        if (!resume_)
-            return;
-        asio::post(stream_.get_executor(),
-                   [resume = std::exchange(resume_, nullptr), outcome = outcome_]() mutable {
-                       resume(std::move(outcome));
-                   });
+        if (resume_)
+            asio::post(stream_.get_executor(), std::exchange(resume_, nullptr));
     }
 
     void Watch(std::function<void()> abandon)
@@ -268,7 +271,7 @@ private:
     bool isReading_ = false;
     bool hasFinished_ = false;
     Outcome outcome_;
-    std::function<void(Outcome)> resume_;
+    std::function<void()> resume_;
 };
 
 struct Listener {
@@ -497,8 +500,10 @@ private:
     asio::awaitable<bool> Write(http::response<http::string_body> message)
     {
         Lowest().expires_after(seconds(shared_.limits.deliverySeconds));
+        http::response_serializer<http::string_body> serializer(message);
+        serializer.limit(WriteBytes);
         auto [error, size] =
-            co_await http::async_write(stream_, message, asio::as_tuple(asio::use_awaitable));
+            co_await http::async_write(stream_, serializer, asio::as_tuple(asio::use_awaitable));
         shared_.traffic.bytes += size;
         co_return !error;
     }

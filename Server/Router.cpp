@@ -91,22 +91,34 @@ bool Fits(const std::vector<std::string>& pattern, const std::vector<std::string
 
 /// From then on a request is one that others should not wait for.
 constexpr std::int64_t CostlyMicroseconds = 2'000;
+/// After one that was not done at once, so many are left to other threads.
+constexpr int AttemptsSaved = 16;
 
 StoreWorkers::Cost CostOf(const Call& call)
 {
-    return call.usualTime && *call.usualTime >= CostlyMicroseconds ? StoreWorkers::Cost::Much
+    return call.pace && call.pace->usualTime >= CostlyMicroseconds ? StoreWorkers::Cost::Much
                                                                    : StoreWorkers::Cost::Little;
+}
+
+bool MayBeDoneAtOnce(const Call& call)
+{
+    if (!call.pace || CostOf(call) == StoreWorkers::Cost::Much)
+        return false;
+    if (call.pace->notAtOnce == 0)
+        return true;
+    --call.pace->notAtOnce;
+    return false;
 }
 
 /// What one request took counts an eighth.
 void NoteTime(const Call& call, std::chrono::steady_clock::time_point begin)
 {
-    if (!call.usualTime)
+    if (!call.pace)
         return;
     const auto time = std::chrono::duration_cast<std::chrono::microseconds>(
         std::chrono::steady_clock::now() - begin);
-    const std::int64_t usual = *call.usualTime;
-    *call.usualTime = usual + (time.count() - usual) / 8;
+    const std::int64_t usual = call.pace->usualTime;
+    call.pace->usualTime = usual + (time.count() - usual) / 8;
 }
 
 HttpResponse AnswerOfCurrentException()
@@ -181,7 +193,7 @@ void Router::Insert(const std::string& method, const std::string& pattern, Async
                     bool open, Body size)
 {
     routes_.push_back({method, method + " " + pattern, SplitPattern(pattern), std::move(handler),
-                       open, allowBuiltIn_, size, std::make_shared<std::atomic<std::int64_t>>(0)});
+                       open, allowBuiltIn_, size, std::make_shared<Call::Pace>()});
 }
 
 void Router::operator()(HttpRequest request, const Reply& reply) const
@@ -341,6 +353,11 @@ void Router::RunOnStore(Access access, Call call, const Reply& reply, TextHandle
         }
     };
     try {
+        if (access == Access::Reads && MayBeDoneAtOnce(job->call)) {
+            if (workers_.ReadAtOnce(run, then))
+                return;
+            job->call.pace->notAtOnce = AttemptsSaved;
+        }
         if (access == Access::Reads)
             workers_.Read(owner, std::move(run), std::move(then), CostOf(job->call));
         else
@@ -369,7 +386,7 @@ const Router::Route& Router::Match(Call& call) const
 void Router::Admit(const Route& route, Call& call) const
 {
     call.mostValues = watch_.limits.jsonValues;
-    call.usualTime = route.usualTime;
+    call.pace = route.pace;
     if (route.open)
         return;
     auto login = tokens_.Find(call.request.token);

@@ -26,9 +26,12 @@ struct Call {
     Tokens::Login user;
     std::vector<std::string> findings = {};  ///< what a check looked up for its handler
     std::size_t mostValues = 0;              ///< of the body
-    /// How long the work of its route took lately, in microseconds; none for what was asked by no
-    /// request of its own.
-    std::shared_ptr<std::atomic<std::int64_t>> usualTime = nullptr;
+    /// How the work of its route went lately; none for what was asked by no request of its own.
+    struct Pace {
+        std::atomic<std::int64_t> usualTime = 0;  ///< in microseconds
+        int notAtOnce = 0;                        ///< so many of the next are not tried at once
+    };
+    std::shared_ptr<Pace> pace = nullptr;
 
     /// The record of the body. Throws MalformedRecordException.
     template <class Record>
@@ -135,7 +138,7 @@ private:
         bool open;
         bool builtIn;
         Body size;
-        std::shared_ptr<std::atomic<std::int64_t>> usualTime;
+        std::shared_ptr<Call::Pace> pace;
     };
     [[nodiscard]] std::size_t LimitOf(Body size) const;
     void Insert(const std::string& method, const std::string& pattern, AsyncHandler handler,

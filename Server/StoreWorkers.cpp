@@ -19,6 +19,8 @@ constexpr std::size_t Shares = 4;
 constexpr std::size_t MaximumOfCommit = 64;
 /// From then on a commit takes nothing more in: those who wait for it should not wait for long.
 constexpr std::chrono::milliseconds LongestGathering{20};
+/// For others wait meanwhile.
+constexpr std::chrono::microseconds LongestAtOnce{200};
 /// Of work that the store undid.
 constexpr int MostAttempts = 10;
 
@@ -64,6 +66,33 @@ void StoreWorkers::Read(const std::string& owner, Work work, Then then, Cost cos
         const std::lock_guard guard(lock_);
         WakeReader();
     });
+}
+
+bool StoreWorkers::ReadAtOnce(const Work& work, const Then& then)
+{
+    if (database_.IsShared())
+        return false;
+    const auto begin = Clock::now();
+    std::exception_ptr error;
+    try {
+        if (!ownReader_)
+            ownReader_.emplace(database_);
+        if (!turn_) {
+            turn_.emplace(database_);
+            // Whoever hears of a later change asks behind this.
+            server_.Post([this] { turn_.reset(); });
+        }
+        ownReader_->ReadUntil(begin + LongestAtOnce);
+        work();
+    } catch (const DatabaseError&) {
+        // Too long, or the store is held: a reader can wait for it.
+        return false;
+    } catch (...) {
+        error = std::current_exception();
+    }
+    server_.NoteWork(Since(begin));
+    then(error);
+    return true;
 }
 
 void StoreWorkers::WakeReader()

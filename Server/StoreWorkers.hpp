@@ -20,10 +20,11 @@ namespace Nexar {
 /// Work on the store, so that the server's thread never waits for it: a few threads that read, each
 /// with a connection of its own, beside one or more that write. Whoever asks takes turns with the
 /// others, and has at most half of the readers for what takes much time, and for what takes little;
-/// one reader is kept for the latter. What is written waits, where the store has one writer, for a
-/// commit together with what others write meanwhile; it is answered when the commit is on the disk.
-/// Work may run more than once: what the store undid, since another one was quicker or the
-/// connection was lost, is tried again.
+/// one reader is kept for the latter. What takes less than the way to another thread and back may
+/// be read at once, from a store in this process. What is written waits, where the store has one
+/// writer, for a commit together with what others write meanwhile; it is answered when the commit
+/// is on the disk. Work may run more than once: what the store undid, since another one was quicker
+/// or the connection was lost, is tried again.
 class StoreWorkers {
 public:
     using Work = std::function<void()>;
@@ -46,6 +47,9 @@ public:
         Beside,    ///< other writers may work at the same time
         OneByOne,  ///< not beside others of this order: rules look at more than they change
     };
+    /// The same on this thread, unless that takes more than a moment: then false, nothing came of
+    /// it, and it is to be read again.
+    [[nodiscard]] bool ReadAtOnce(const Work& work, const Then& then);
     /// The same for work that changes the store: all of it happens or nothing.
     void Write(const std::string& owner, Work work, Then then, Order order = Order::Beside);
 
@@ -104,7 +108,11 @@ private:
     Database& database_;
     mutable std::mutex lock_;
     std::deque<Sleeper> readers_;
-    bool isWakingPosted_ = false;  ///< of the server's thread
+    // Of the server's thread.
+    std::optional<Database::Reader> ownReader_;
+    /// One state for all that is read at once between two looks at the connections.
+    std::optional<Database::Snapshot> turn_;
+    bool isWakingPosted_ = false;
     std::condition_variable_any hasWrites_;
     FairQueue<Job> reads_;
     FairQueue<Job> costlyReads_;

@@ -2,6 +2,7 @@
 
 #include "Store/News.hpp"
 
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <stdexcept>
@@ -97,6 +98,9 @@ public:
     virtual void Execute(const char* sql) = 0;
     virtual void BeginReading() = 0;
     virtual void EndReading() noexcept = 0;
+    /// What is still being read then fails, until EndReading. One that asks another process reads
+    /// on.
+    virtual void ReadUntil(std::chrono::steady_clock::time_point) {}
     virtual void BeginWriting() = 0;
     virtual void CommitWriting() = 0;
     [[nodiscard]] virtual bool IsInTransaction() const = 0;
@@ -129,13 +133,15 @@ public:
     protected:
         explicit OwnConnection(std::unique_ptr<Connection> connection);
 
-    private:
         std::unique_ptr<Connection> connection_;
     };
     /// One that only reads.
     class Reader : public OwnConnection {
     public:
         explicit Reader(Database& database) : OwnConnection(database.ConnectReader()) {}
+        /// From then on what it reads fails, while the Snapshot lives; not of a store in another
+        /// process.
+        void ReadUntil(std::chrono::steady_clock::time_point end) { connection_->ReadUntil(end); }
     };
     class Writer : public OwnConnection {
     public:

@@ -117,6 +117,41 @@ TEST_F(AttackTest, WhoeverReadsDoesNotWaitForThoseWhoWrite)
     EXPECT_GT(read, 2);
 }
 
+TEST_F(AttackTest, WhatTurnsOutToBeMuchKeepsNobodyWaitingAndIsReadAllTheSame)
+{
+    constexpr std::size_t added = 5'000;
+    Sql("WITH RECURSIVE numbers(n) AS (SELECT 1 UNION ALL SELECT n + 1 FROM numbers WHERE n < " +
+        std::to_string(added) +
+        ") INSERT INTO users (id, login, full_name, password_hash, color) "
+        "SELECT '00000000-0000-4000-8000-' || substr(CAST(1000000000000 + n AS TEXT), 2), 'many.' "
+        "|| n, 'One Of Many', '', 0 FROM numbers");
+    Sql("INSERT INTO members (project_id, user_id, role, logon_id) SELECT '" +
+        Sample::HarbourBridge +
+        "', id, 'Viewer', 1000 + row_number() OVER (ORDER BY id) "
+        "FROM users WHERE login LIKE 'many.%'");
+    auto anna = SignedIn("anna.novak");
+    auto jonas = SignedIn("jonas.berg");
+    std::atomic<bool> isAnswered = false;
+    int read = 0;
+    std::size_t members = 0;
+    // As far as the server knows, this takes little.
+    jonas.Begin("GET", Bridge("members"));
+    std::thread waiting([&] {
+        const auto answer = jonas.End();
+        EXPECT_EQ(answer.Code(), 0) << answer.json;
+        members = answer.json.value("members", json::array()).size();
+        isAnswered = true;
+    });
+    while (!isAnswered && anna.Ask("GET", Bridge("membership")).json.at("member") == true)
+        ++read;
+    waiting.join();
+    EXPECT_GT(members, added);
+    EXPECT_GT(read, 2);
+    // What was read at once has not kept the state of that moment.
+    Sql("DELETE FROM members WHERE user_id = '00000000-0000-4000-8000-000000000001'");
+    EXPECT_EQ(jonas.Ask("GET", Bridge("members")).json.at("members").size(), members - 1);
+}
+
 TEST_F(AttackTest, WhatIsWrittenTogetherStandsOrFallsEachByItself)
 {
     constexpr int clients = 6, each = 20;

@@ -13,6 +13,7 @@
 #include <iterator>
 #include <map>
 #include <set>
+#include <utility>
 
 namespace Nexar {
 
@@ -64,6 +65,8 @@ int SleepWhileAllowed(sqlite3_vfs*, int microseconds)
 const char* FilesWithShortSleep()
 {
     static sqlite3_vfs files = [] {
+        // Nobody asks how much memory it has, and each piece would be counted under one lock.
+        (void)sqlite3_config(SQLITE_CONFIG_MEMSTATUS, 0);
         sqlite3_vfs copy = *sqlite3_vfs_find(nullptr);
         copy.zName = "nexar";
         copy.xSleep = SleepWhileAllowed;
@@ -200,8 +203,10 @@ class SqliteConnection final : public Connection {
 public:
     SqliteConnection(const std::string& path, int waitMilliseconds)
     {
+        // One thread at a time uses it, so that it needs no lock.
         const int result =
-            sqlite3_open_v2(path.c_str(), &handle_, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE,
+            sqlite3_open_v2(path.c_str(), &handle_,
+                            SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX,
                             FilesWithShortSleep());
         try {
             if (result != SQLITE_OK)
@@ -238,8 +243,12 @@ public:
     {
         BeginWaiting(wait_);
         auto& statement = statements_[sql];
-        if (!statement)
+        if (!statement) {
+            // Once, so it may take its time: cut short, it would have to be done again.
+            const auto end = std::exchange(end_, NoEnd);
             statement = std::make_unique<SqliteStatement>(handle_, sql);
+            end_ = end;
+        }
         return *statement;
     }
     void Execute(const char* sql) override
@@ -251,11 +260,17 @@ public:
     void BeginReading() override { Statement(Prepare(BeginSnapshotSql)).Run(); }
     void EndReading() noexcept override
     {
+        end_ = NoEnd;
         try {
             Statement(Prepare(EndSnapshotSql)).Run();
         } catch (...) {
             // What only read has nothing to lose.
         }
+    }
+    void ReadUntil(std::chrono::steady_clock::time_point end) override
+    {
+        sqlite3_progress_handler(handle_, StepsBetweenLooks, IsLate, this);
+        end_ = end;
     }
     void BeginWriting() override { Execute("BEGIN IMMEDIATE"); }
     void CommitWriting() override { Execute("COMMIT"); }
@@ -265,8 +280,19 @@ public:
     }
 
 private:
+    using Clock = std::chrono::steady_clock;
+    static constexpr auto NoEnd = Clock::time_point::max();
+    /// Of its machine; some twenty of them take a microsecond.
+    static constexpr int StepsBetweenLooks = 500;
+
+    static int IsLate(void* self)
+    {
+        return Clock::now() >= static_cast<SqliteConnection*>(self)->end_ ? 1 : 0;
+    }
+
     sqlite3* handle_ = nullptr;
     int wait_ = 0;
+    Clock::time_point end_ = NoEnd;
     std::map<const char*, std::unique_ptr<SqliteStatement>> statements_;
 };
 
