@@ -142,6 +142,13 @@ void JsonWriter::Key(OV::UniStringView text)
     needsComma_ = false;
 }
 
+void JsonWriter::PlainKey(OV::StringView text)
+{
+    Quote(text);
+    Append(':');
+    needsComma_ = false;
+}
+
 void JsonWriter::Integer(std::int64_t number)
 {
     Separate();

@@ -17,6 +17,8 @@ public:
     void EndArray() { End(']'); }
     void Key(OV::StringView utf8);
     void Key(OV::UniStringView text);
+    /// In which nothing needs an escape.
+    void PlainKey(OV::StringView text);
 
     void Bool(bool value) { Raw(value ? "true" : "false"); }
     void Integer(std::int64_t number);

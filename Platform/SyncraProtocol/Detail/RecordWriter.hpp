@@ -31,7 +31,7 @@ public:
     template <class Field, class... Rule>
     void operator()(OV::StringView name, const Field& field, const Rule&... rule)
     {
-        json_.Key(name);
+        json_.PlainKey(name);
         Value(field, rule...);
     }
     template <class Field>
