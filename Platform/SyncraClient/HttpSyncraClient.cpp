@@ -1,11 +1,11 @@
 #include "SYCommunication/PagedReading.hpp"
 #include "SYCommunication/ServerTrust.hpp"
 #include "SyncraClient/Detail/JsonRequests.hpp"
+#include "SyncraClient/Detail/PageReading.hpp"
 #include "SyncraProtocol/Detail/ModelRecords.hpp"
 #include "SyncraProtocol/ErrorCode.hpp"
 
 #include <algorithm>
-#include <future>
 #include <iterator>
 #include <optional>
 
@@ -160,44 +160,23 @@ public:
     {
         Communication::PagedReading reading(u"the mails", MailBoxLimits);
         std::optional<MailBoxState> state;
-        // Two pages are read while the next one travels, and handed over in their order.
-        const auto readPage = [&](JsonRequests::Unread answer, bool isLast,
-                                  std::shared_future<void> former) {
-            auto page = answer.Read<Protocol::MailPage>();
-            if (former.valid())
-                former.get();
-            reading.TakePage(answer.GetBytes(), page.mails.size(), !isLast);
-            // Later pages show later changes as well.
-            if (!state)
-                state = {page.change, page.count, {}};
-            if (isLast && page.flags)
-                state->flags = {std::move(page.flags->read), std::move(page.flags->historical)};
-            take(std::move(page.mails), isLast);
-        };
-        std::shared_future<void> former;
-        std::shared_future<void> last;
-        OV::UniString cursor;
-        do {
-            auto answer = requests_.GetUnread(
-                cursor.empty() ? MakePath("/projects/{}/mails?since={}&after={}",
-                                          {projectId, sinceTime, after})
-                               : MakePath("/projects/{}/mails?since={}&after={}&cursor={}",
-                                          {projectId, sinceTime, after, cursor}));
-            auto next = answer.ReadHead<Protocol::MailPageCursor>().value;
-            if (!next.empty() && next == cursor)
-                ThrowMalformed(u"pages of mails");
-            if (former.valid())
-                former.get();
-            former = last;
-            // What a task was given goes with its work, not with the last who waits for it.
-            const bool isLast = next.empty();
-            last = std::async(isLast ? std::launch::deferred : std::launch::async,
-                              [&readPage, answer = std::move(answer), isLast, former]() mutable {
-                                  readPage(std::move(answer), isLast, std::move(former));
-                              });
-            cursor = std::move(next);
-        } while (!cursor.empty());
-        last.get();
+        Detail::ReadPages<Protocol::MailPage>(
+            [&](const OV::UniString& cursor) {
+                return requests_.GetUnread(
+                    cursor.empty() ? MakePath("/projects/{}/mails?since={}&after={}",
+                                              {projectId, sinceTime, after})
+                                   : MakePath("/projects/{}/mails?since={}&after={}&cursor={}",
+                                              {projectId, sinceTime, after, cursor}));
+            },
+            [&](Protocol::MailPage page, std::size_t bytes, bool isLast) {
+                reading.TakePage(bytes, page.mails.size(), !isLast);
+                // Later pages show later changes as well.
+                if (!state)
+                    state = {page.change, page.count, {}};
+                if (isLast && page.flags)
+                    state->flags = {std::move(page.flags->read), std::move(page.flags->historical)};
+                take(std::move(page.mails), isLast);
+            });
         return *std::move(state);
     }
 

@@ -68,6 +68,11 @@ protected:
         return call.request.query.contains("name") ? store_.Named(call.QueryText("name"))
                                                    : store_.List();
     }
+    /// The part of the list that the call is about; nothing when that is all of it.
+    [[nodiscard]] virtual std::optional<Records::ItemPage<Record>> Part(const Call&)
+    {
+        return std::nullopt;
+    }
     /// Which records the user may read.
     [[nodiscard]] virtual Chooser Readable(const Call& call)
     {
@@ -133,11 +138,13 @@ protected:
     const ManagementContext& context_;
 
 private:
-    [[nodiscard]] Records::Items<Record> List(const Call& call)
+    [[nodiscard]] Records::ItemPage<Record> List(const Call& call)
     {
+        if (auto part = Part(call))
+            return *std::move(part);
         auto records = Chosen(call);
         std::erase_if(records, std::not_fn(Readable(call)));
-        return {std::move(records)};
+        return {std::nullopt, std::move(records)};
     }
     [[nodiscard]] Record Get(const Call& call)
     {

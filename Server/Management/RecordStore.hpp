@@ -30,6 +30,14 @@ public:
         static const std::string all = Family<Record>::select + InOrder() + " /* all */";
         return Read(database_.Prepare(all.c_str()));
     }
+    /// So many whose ids follow one.
+    [[nodiscard]] std::vector<Record> Part(const std::string& after, std::int64_t count)
+    {
+        static const std::string part =
+            std::string(Family<Record>::select) + " WHERE id > $1 ORDER BY id LIMIT $2";
+        auto query = database_.Prepare(part.c_str());
+        return Read(query.Bind(1, after).Bind(2, count));
+    }
     [[nodiscard]] std::vector<Record> Named(const std::string& name)
     {
         static const std::string named = std::string(Family<Record>::select) + " WHERE lower(" +

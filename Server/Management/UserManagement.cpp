@@ -4,6 +4,8 @@
 
 #include "OVRoot/SecureWipe.hpp"
 
+#include <algorithm>
+
 namespace Nexar {
 
 using namespace Syncra::Protocol;
@@ -82,6 +84,21 @@ std::vector<Records::User> UserManagement::Chosen(const Call& call)
         return RecordRoutes::Chosen(call);
     const auto user = Store().Find(users_.FindIdByLogin(call.QueryText("loginName")));
     return user ? std::vector{*user} : std::vector<Records::User>();
+}
+
+/// Who may not read all users has no list that needs parts.
+std::optional<Records::ItemPage<Records::User>> UserManagement::Part(const Call& call)
+{
+    constexpr std::uint64_t most = 1000;
+    const auto& query = call.request.query;
+    if (!query.contains("count") || query.contains("name") || query.contains("loginName") ||
+        !context_.rights.IsAnyManager(call))
+        return std::nullopt;
+    const auto count = std::clamp<std::uint64_t>(call.QueryNumber("count", most), 1, most);
+    const auto after = query.contains("after") ? call.QueryText("after") : std::string();
+    auto users = Store().Part(after, static_cast<std::int64_t>(count));
+    auto cursor = users.size() == count ? users.back().id : OV::UniString();
+    return Records::ItemPage<Records::User>{std::move(cursor), std::move(users)};
 }
 
 UserManagement::Chooser UserManagement::Readable(const Call& call)

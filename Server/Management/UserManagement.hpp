@@ -23,6 +23,7 @@ public:
 private:
     void AddInsertRoute(Router& router) override;
     [[nodiscard]] std::vector<Records::User> Chosen(const Call& call) override;
+    [[nodiscard]] std::optional<Records::ItemPage<Records::User>> Part(const Call& call) override;
     [[nodiscard]] Chooser Readable(const Call& call) override;
     [[nodiscard]] std::string IdOf(const Call& call) override;
     void CheckUpdate(const Call& call, const Records::User& before,

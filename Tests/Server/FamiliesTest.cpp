@@ -2,7 +2,10 @@
 
 #include "../../Server/Store/Sqlite/Schema.hpp"
 #include "OVRoot/PercentCoding.hpp"
+#include "SyncraClient/SyncraClient.hpp"
+#include "SyncraServerManagement/UserRepository.hpp"
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <map>
@@ -112,6 +115,49 @@ TEST_F(FamiliesTest, EveryFamilyListsInsertsFindsUpdatesAndDeletes)
         }
         EXPECT_EQ(Count(admin, family), count);
     }
+}
+
+TEST_F(FamiliesTest, UsersInPartsAreAllUsersOnceWhoeverIsRenamedMeanwhile)
+{
+    Sql("WITH RECURSIVE numbers(n) AS (SELECT 1 UNION ALL SELECT n + 1 FROM numbers WHERE n < "
+        "2500) INSERT INTO users (id, login, full_name, password_hash, color) "
+        "SELECT 'many-' || n, 'user.' || (9999 - n), 'One Of Many', '', 0 FROM numbers");
+    auto admin = Manager("admin");
+    const auto named = [](const auto& users, const char* field) {
+        std::vector<std::string> names;
+        for (const auto& user : users)
+            names.push_back(user.at(field));
+        return names;
+    };
+    auto all = admin.Ask("GET", Root + "users").json.at("items");
+    ASSERT_GT(all.size(), 2500U);
+    Syncra::Client::SignInData data{u"127.0.0.1", server.ManagementPort(), u"admin",
+                                    OV::FromUtf8(ServerProcess::Password)};
+    Syncra::Server::Management::UserRepository repository(data);
+    std::vector<std::string> listed;
+    for (const auto& user : repository.Users().List())
+        listed.push_back(OV::ToUtf8(user.loginName));
+    EXPECT_EQ(listed, named(all, "loginName"));
+
+    std::vector<std::string> ids;
+    std::string cursor;
+    do {
+        const auto part = admin.Ask("GET", Root + "users?count=700&after=" + cursor).json;
+        for (const auto& id : named(part.at("items"), "id"))
+            ids.push_back(id);
+        cursor = part.at("cursor");
+        // To the front and to the end.
+        Sql("UPDATE users SET login = 'zz.' || login WHERE id IN ('many-1', 'many-999'); "
+            "UPDATE users SET login = '00.' || login WHERE id IN ('many-2', 'many-998')");
+    } while (!cursor.empty());
+    auto expected = named(all, "id");
+    std::sort(expected.begin(), expected.end());
+    std::sort(ids.begin(), ids.end());
+    EXPECT_EQ(ids, expected);
+    auto jonas = Manager("jonas.berg");
+    const auto own = jonas.Ask("GET", Root + "users?count=1&after=").json;
+    EXPECT_EQ(named(own.at("items"), "loginName"), std::vector<std::string>{"jonas.berg"});
+    EXPECT_FALSE(own.contains("cursor"));
 }
 
 TEST_F(FamiliesTest, RightsFollowTheGroupsOfTheUserAtEachRequest)

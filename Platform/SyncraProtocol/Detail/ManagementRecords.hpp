@@ -168,6 +168,22 @@ void Describe(Visitor& v, Project& project)
 
 template <class Record>
 using Items = Single<"items", OV::Array<Record>>;
+
+/// A list, or a part of it when the request asked for so many and the server has parts of it.
+template <class Record>
+struct ItemPage {
+    /// Of a part: what the next one is asked for with; empty in the last.
+    std::optional<OV::UniString> cursor;
+    OV::Array<Record> items;
+};
+
+template <class Visitor, class Record>
+void Describe(Visitor& v, ItemPage<Record>& page)
+{
+    v("cursor", page.cursor);
+    v("items", page.items);
+}
+
 using GroupNames = Single<"groups", OV::Array<OV::UniString>>;
 using NewPassword = Single<"password", OV::Secret>;
 using NewName = Single<"name", OV::UniString>;

@@ -305,8 +305,9 @@ struct MailPage {
     std::optional<FlaggedMails> flags;
     OV::Array<Message> mails;
 };
-/// The server writes it first, so that the next page can be asked for before this one is read.
-using MailPageCursor = Single<"cursor", OV::UniString>;
+/// Of any page. The server writes it first, so that the next page can be asked for before this one
+/// is read; absent from a list that has no pages.
+using PageCursor = Single<"cursor", std::optional<OV::UniString>>;
 
 template <class Visitor>
 void Describe(Visitor& v, MailPage& page)

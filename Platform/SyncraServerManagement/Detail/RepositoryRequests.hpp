@@ -1,11 +1,13 @@
 #pragma once
 
 #include "SyncraClient/Detail/JsonRequests.hpp"
+#include "SyncraClient/Detail/PageReading.hpp"
 #include "SyncraProtocol/Detail/ManagementRecords.hpp"
 #include "SyncraServerManagement/Detail/SignInProperties.hpp"
 #include "SyncraServerManagement/UserRepositoryExceptions.hpp"
 
 #include <atomic>
+#include <functional>
 
 namespace Syncra::Server::Management::Detail {
 
@@ -23,6 +25,17 @@ public:
     [[nodiscard]] Answer Get(const OV::String& path)
     {
         return Translated([&](auto& requests) { return requests.template Get<Answer>(path); });
+    }
+    /// See Client::Detail::ReadPages; `pathOf` makes the path of the request with a cursor.
+    template <class Page>
+    void ReadPages(const std::function<OV::String(const OV::UniString& cursor)>& pathOf,
+                   const std::function<void(Page, std::size_t bytes, bool isLast)>& take)
+    {
+        Translated([&](auto& requests) {
+            Client::Detail::ReadPages<Page>(
+                [&](const OV::UniString& cursor) { return requests.GetUnread(pathOf(cursor)); },
+                take);
+        });
     }
     template <class Answer = Empty, class Body>
     Answer Post(const OV::String& path, const Body& body)
