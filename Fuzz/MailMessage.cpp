@@ -34,21 +34,21 @@ std::optional<Message> ToMessage(OV::StringView body)
     }
 }
 
-/// Whether a page of mails that is accepted is so without its mails as well.
+/// Whether a page of mails that is accepted has its cursor without its mails as well.
 bool HasHead(OV::StringView body)
 {
     using namespace Syncra::Protocol;
+    MailPage page;
     try {
-        (void)ReadAnswer<MailPage>(body);
+        page = ReadAnswer<MailPage>(body);
     } catch (const MalformedRecordException&) {
         return true;
     }
     try {
-        (void)ReadHead<MailPageCursor>(body);
+        return ReadHead<PageCursor>(body).value == page.cursor;
     } catch (const MalformedRecordException&) {
         return false;
     }
-    return true;
 }
 
 }  // namespace

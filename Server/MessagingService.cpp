@@ -48,7 +48,7 @@ void MessagingService::FindProjects(Call& call)
     if (asked.size() > MaximumProjects)
         throw Refusal(ErrorCode::TooLarge, "A subscription takes at most 10000 projects.");
     for (const auto& project : asked)
-        if (auto id = OV::ToUtf8(project); projects_.Find(id))
+        if (auto id = OV::ToUtf8(project); projects_.FindState(id))
             call.findings.push_back(std::move(id));
 }
 

@@ -54,7 +54,7 @@ void ModelService::AddProjectRoutes(Router& router)
         return ProjectMembership{projects_.IsMember(call.parameters[0], call.user.userId)};
     });
     router.Add("GET", "/syncra/v1/projects/{}/state", [this](const Call& call) {
-        return StateOfProject{RequireMembership(projects_, call, call.parameters[0]).state};
+        return StateOfProject{RequireMembership(projects_, call, call.parameters[0])};
     });
 }
 
@@ -145,8 +145,8 @@ std::vector<Session> ModelService::ListSessions(const Call& call)
 Session ModelService::StartSession(const Call& call)
 {
     const auto& projectId = call.parameters[0];
-    const auto project = RequireMembership(projects_, call, projectId);
-    if (project.state == ProjectState::Maintenance)
+    const auto state = RequireMembership(projects_, call, projectId);
+    if (state == ProjectState::Maintenance)
         throw Refusal(ErrorCode::ProjectUnavailable,
                       "The project is under maintenance. Try again when it is over.");
     auto session = sessions_.Start(projectId, call.user.userId);

@@ -3,23 +3,24 @@
 namespace Nexar {
 
 using Syncra::Protocol::ErrorCode;
-using Syncra::Protocol::Project;
+using Syncra::Protocol::ProjectState;
 
-Project RequireProject(ProjectStore& projects, const std::string& projectId)
+ProjectState RequireProject(ProjectStore& projects, const std::string& projectId)
 {
-    auto project = projects.Find(projectId);
-    if (!project)
+    const auto state = projects.FindState(projectId);
+    if (!state)
         throw Refusal(ErrorCode::NotFound, "There is no such project; it may have been deleted.");
-    return *std::move(project);
+    return *state;
 }
 
-Project RequireMembership(ProjectStore& projects, const Call& call, const std::string& projectId)
+ProjectState RequireMembership(ProjectStore& projects, const Call& call,
+                               const std::string& projectId)
 {
-    auto project = RequireProject(projects, projectId);
+    const auto state = RequireProject(projects, projectId);
     if (!projects.IsMember(projectId, call.user.userId))
         throw Refusal(ErrorCode::AccessDenied,
                       "You are no member of this project. Ask its manager to add you.");
-    return project;
+    return state;
 }
 
 }  // namespace Nexar

@@ -5,11 +5,11 @@
 
 namespace Nexar {
 
-/// The project, or a refusal that says why not.
-[[nodiscard]] Syncra::Protocol::Project RequireProject(ProjectStore& projects,
-                                                       const std::string& projectId);
+/// The state of the project, or a refusal that says why not.
+[[nodiscard]] Syncra::Protocol::ProjectState RequireProject(ProjectStore& projects,
+                                                            const std::string& projectId);
 /// The same for its members alone.
-Syncra::Protocol::Project RequireMembership(ProjectStore& projects, const Call& call,
-                                            const std::string& projectId);
+Syncra::Protocol::ProjectState RequireMembership(ProjectStore& projects, const Call& call,
+                                                 const std::string& projectId);
 
 }  // namespace Nexar

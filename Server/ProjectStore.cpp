@@ -61,15 +61,12 @@ bool ProjectStore::NameExists(const std::string& name)
         .Step();
 }
 
-std::optional<Syncra::Protocol::Project> ProjectStore::Find(const std::string& projectId)
+std::optional<Syncra::Protocol::ProjectState> ProjectStore::FindState(const std::string& projectId)
 {
-    auto query = database_.Prepare("SELECT id, name, location, category, state, version, build "
-                                   "FROM projects p WHERE id = $1 /* hold p */");
+    auto query = database_.Prepare("SELECT state FROM projects p WHERE id = $1 /* hold p */");
     if (!query.Bind(1, projectId).Step())
         return std::nullopt;
-    std::optional<Syncra::Protocol::Project> project(std::in_place);
-    ReadInto(*project, query);
-    return project;
+    return static_cast<Syncra::Protocol::ProjectState>(query.Number(0));
 }
 
 bool ProjectStore::IsMember(const std::string& projectId, const std::string& userId)

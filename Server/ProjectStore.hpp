@@ -26,7 +26,8 @@ public:
     OverviewFor(const std::string& userId);
     [[nodiscard]] bool NameExists(const std::string& name);
     /// Who writes holds the project from here on: one after the other changes what is in it.
-    [[nodiscard]] std::optional<Syncra::Protocol::Project> Find(const std::string& projectId);
+    [[nodiscard]] std::optional<Syncra::Protocol::ProjectState>
+    FindState(const std::string& projectId);
     [[nodiscard]] bool IsMember(const std::string& projectId, const std::string& userId);
 
     void Add(const StoredProject& project);

@@ -79,13 +79,13 @@ bool Fits(const std::vector<std::string>& pattern, const std::vector<std::string
 {
     if (pattern.size() != path.size())
         return false;
+    for (std::size_t i = 0; i < path.size(); ++i)
+        if (pattern[i] != path[i] && pattern[i] != "{}")
+            return false;
     parameters.clear();
-    for (std::size_t i = 0; i < path.size(); ++i) {
+    for (std::size_t i = 0; i < path.size(); ++i)
         if (pattern[i] == "{}")
             parameters.push_back(OV::ToUtf8(OV::UnescapeFromCarrier(OV::FromUtf8(path[i]))));
-        else if (pattern[i] != path[i])
-            return false;
-    }
     return true;
 }
 

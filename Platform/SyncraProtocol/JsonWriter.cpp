@@ -91,21 +91,15 @@ OV::StringView Digits(Number number, std::array<char, 24>& room)
 
 }  // namespace
 
-void JsonWriter::MakeRoom(std::size_t bytes)
+void JsonWriter::MakeSecretRoom(std::size_t bytes)
 {
-    if (!holdsSecret_ || text_.capacity() - text_.size() >= bytes)
+    if (text_.capacity() - text_.size() >= bytes)
         return;
     OV::String larger;
     larger.reserve(2 * (text_.size() + bytes));
     larger += text_;
     OV::SecureWipe(text_);
     text_ = std::move(larger);
-}
-
-void JsonWriter::Append(OV::StringView json)
-{
-    MakeRoom(json.size());
-    text_ += json;
 }
 
 void JsonWriter::Separate()

@@ -4,6 +4,7 @@
 #include "SyncraServerManagement/Detail/RepositoryRequests.hpp"
 
 #include <algorithm>
+#include <concepts>
 #include <list>
 #include <vector>
 
@@ -13,46 +14,32 @@ using Detail::MakePath;
 
 namespace {
 
-/// What lists are sorted by.
-template <class Record>
-const OV::UniString& NameOf(const Record& record)
-{
-    if constexpr (requires { record.loginName; })
-        return record.loginName;
-    else
-        return record.name;
-}
-
 /// Parts come in the order of what never changes, so that none is missed who is renamed meanwhile.
 /// Done for each of them while the next one travels.
-template <class Record>
-void MergeByName(std::vector<Record*>& inOrder, OV::Array<Record>& part)
+void MergeByName(std::vector<User*>& inOrder, OV::Array<User>& part)
 {
-    const auto byName = [](const Record* left, const Record* right) {
-        return NameOf(*left) < NameOf(*right);
+    const auto byName = [](const User* left, const User* right) {
+        return left->loginName < right->loginName;
     };
     const auto former = static_cast<std::ptrdiff_t>(inOrder.size());
-    for (Record& record : part)
-        inOrder.push_back(&record);
+    for (User& user : part)
+        inOrder.push_back(&user);
     std::sort(inOrder.begin() + former, inOrder.end(), byName);
     std::inplace_merge(inOrder.begin(), inOrder.begin() + former, inOrder.end(), byName);
 }
 
-}  // namespace
-
-template <class Record>
-OV::Array<Record> RecordFamily<Record>::List()
+/// A server that has no parts of this list answers with all of it, in its order.
+OV::Array<User> ReadInParts(Detail::RepositoryRequests& requests, const OV::String& path)
 {
-    // A server that has no parts of this list answers with all of it, in its order.
-    constexpr int itemsOfPart = 1000;
-    Communication::PagedReading reading(u"the list");
-    std::list<OV::Array<Record>> parts;
-    std::vector<Record*> inOrder;
-    requests_.ReadPages<ItemPage<Record>>(
+    constexpr int usersOfPart = 1000;
+    Communication::PagedReading reading(u"the users");
+    std::list<OV::Array<User>> parts;
+    std::vector<User*> inOrder;
+    requests.ReadPages<ItemPage<User>>(
         [&](const OV::UniString& cursor) {
-            return path_ + MakePath("?count={}&after={}", {itemsOfPart, cursor});
+            return path + MakePath("?count={}&after={}", {usersOfPart, cursor});
         },
-        [&](ItemPage<Record> page, std::size_t bytes, bool isLast) {
+        [&](ItemPage<User> page, std::size_t bytes, bool isLast) {
             reading.TakePage(bytes, page.items.size(), !isLast);
             parts.push_back(std::move(page.items));
             if (page.cursor)
@@ -60,11 +47,22 @@ OV::Array<Record> RecordFamily<Record>::List()
         });
     if (inOrder.empty())
         return std::move(parts.front());
-    OV::Array<Record> records;
-    records.reserve(inOrder.size());
-    for (Record* record : inOrder)
-        records.push_back(std::move(*record));
-    return records;
+    OV::Array<User> users;
+    users.reserve(inOrder.size());
+    for (User* user : inOrder)
+        users.push_back(std::move(*user));
+    return users;
+}
+
+}  // namespace
+
+template <class Record>
+OV::Array<Record> RecordFamily<Record>::List()
+{
+    if constexpr (std::same_as<Record, User>)
+        return ReadInParts(requests_, path_);
+    else
+        return requests_.Get<Items<Record>>(path_).value;
 }
 
 template <class Record>

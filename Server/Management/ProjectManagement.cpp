@@ -107,10 +107,10 @@ void ProjectManagement::RemoveMember(const Call& call)
 void ProjectManagement::SetState(const Call& call)
 {
     const auto& projectId = call.parameters[0];
-    const auto project = RequireProject(projects_, projectId);
+    const auto former = RequireProject(projects_, projectId);
     context_.rights.RequireProjectManager(call);
     const auto state = call.Read<Syncra::Protocol::StateOfProject>().state;
-    if (state == project.state)
+    if (state == former)
         return;
     projects_.SetState(projectId, state);
     context_.signals.Raise(projectId, SignalId::ProjectStateChanged);

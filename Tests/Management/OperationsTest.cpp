@@ -100,7 +100,7 @@ TEST_F(OperationsTest, EachSendsItsRequestAndNamesItsObject)
         std::string request, alert;
         std::function<bool()> call;
     } rows[] = {
-        {"GET /users", "3 4", [&] { return users.GetUsers(userList); }},
+        {"GET /users?count=1000&after=", "3 4", [&] { return users.GetUsers(userList); }},
         {"GET /users?loginName=lo", "3 4", [&] { return users.FindUserByLoginName(login, user); }},
         // Each kind of record tells its own number, and its name where the text wants it.
         {"POST /custom-properties", "3 1 N 1",

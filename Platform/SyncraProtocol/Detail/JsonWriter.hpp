@@ -48,9 +48,22 @@ private:
 
     /// Makes room for so many more bytes. Once there is a secret in the text, what it leaves as it
     /// grows is wiped.
-    void MakeRoom(std::size_t bytes);
-    void Append(OV::StringView json);
-    void Append(char byte) { Append({&byte, 1}); }
+    void MakeRoom(std::size_t bytes)
+    {
+        if (holdsSecret_)
+            MakeSecretRoom(bytes);
+    }
+    void MakeSecretRoom(std::size_t bytes);
+    void Append(OV::StringView json)
+    {
+        MakeRoom(json.size());
+        text_ += json;
+    }
+    void Append(char byte)
+    {
+        MakeRoom(1);
+        text_ += byte;
+    }
 
     OV::String text_;
     bool holdsSecret_ = false;
