@@ -48,10 +48,11 @@ void SignalState::SetForcedOffline(bool forced)
     {
         const OV::LockGuard guard(lock_);
         ++changes_;
-        client = client_;
+        if (forced)
+            client.swap(client_);
         changed_.notify_all();
     }
-    if (forced && client) {
+    if (client) {
         OV::AssertNoLockHeld("SyncraClient::Cancel");
         client->Cancel();
     }
@@ -218,7 +219,7 @@ void SignalListener::DeliverEveryKind()
 
 void SignalListener::SetOnline()
 {
-    if (OV::Thread::IsInterrupted() || state_.IsForcedOffline())
+    if (OV::Thread::IsInterrupted() || state_.IsForcedOffline() || !state_.HasClient())
         throw OV::InterruptedException();
     lossWasLogged_ = false;
     state_.SetFailure(nullptr);

@@ -36,6 +36,13 @@ public:
 
     /// The client whose request SetForcedOffline ends; null for none.
     void SetClient(std::shared_ptr<Syncra::Client::SyncraClient> client);
+    /// Whether it has not been ended, however soon that was lifted: what it still brings is told
+    /// by the next one.
+    [[nodiscard]] bool HasClient()
+    {
+        const OV::LockGuard guard(lock_);
+        return client_ != nullptr;
+    }
 
     /// Of the last attempt to listen; null while there is none.
     void SetFailure(std::exception_ptr failure)
