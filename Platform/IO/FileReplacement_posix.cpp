@@ -2,6 +2,7 @@
 
 #include "IO/Detail/Descriptor_posix.hpp"
 
+#include <algorithm>
 #include <climits>
 #include <cstdio>
 #include <fcntl.h>
@@ -16,7 +17,9 @@ using Posix::Retry;
 
 namespace {
 
-constexpr off_t BytesBetweenFlushes = 4 << 20;
+/// The disk begins early with a small file, and is seldom disturbed in a large one.
+constexpr off_t LeastBetweenFlushes = 256 << 10;
+constexpr off_t MostBetweenFlushes = 4 << 20;
 constexpr mode_t PrivateMode = S_IRUSR | S_IWUSR;
 constexpr mode_t OrdinaryMode = PrivateMode | S_IRGRP | S_IROTH | S_IWGRP | S_IWOTH;  // less umask
 
@@ -101,7 +104,7 @@ public:
             unflushed_ += written;
         }
         // The disk begins while the caller makes the next piece; Commit waits for what is left.
-        if (unflushed_ >= BytesBetweenFlushes)
+        if (unflushed_ >= std::clamp(flushed_, LeastBetweenFlushes, MostBetweenFlushes))
             StartFlush();
     }
 

@@ -30,7 +30,7 @@ void StringIndex::AddRows(std::uint32_t count, const RowTexts& texts)
 /// All items stand in one block with their texts, and rows of one text share it.
 void StringIndex::Fill(std::uint32_t count, const RowTexts& texts, MakeKey makeKey)
 {
-    SYC::Detail::IndexOrder order;
+    SYC::Detail::IndexOrder order(count);
     OV::Array<OV::StringView> parts;
     for (std::uint32_t row = 0; row < count; ++row) {
         OV::Thread::ThrowIfInterrupted();

@@ -10,10 +10,12 @@ namespace SYC::Detail::LogCacheLines {
 
 using Lines = OV::PagedArray<LogDataLine>;
 
-/// A file as it was when it was read or written last, and how many lines of its own it had.
+/// A file as it was when it was read or written last.
 struct KnownFile {
     IO::ChangeStamp stamp;
-    std::size_t lines;
+    std::size_t lines;  ///< of its own that it had
+    /// Whether those lines were there; a file stays when its project has none any more.
+    bool isOfLines;
 };
 struct Files {
     OV::HashTable<OV::UniString, KnownFile> byName;

@@ -204,7 +204,8 @@ Loaded Load(const IO::Location& folder, const OV::Array<OV::UniString>& names,
             [&] { return std::make_unique<IO::FileSource>(file.place, IO::File::MostOfLogFile); });
         const auto lines = source ? loader.Load(file.name, **source) : std::nullopt;
         if (lines)
-            known.byName.insert_or_assign(file.name, KnownFile{(*source)->GetStamp(), *lines});
+            known.byName.insert_or_assign(file.name,
+                                          KnownFile{(*source)->GetStamp(), *lines, true});
     }
     return {loader.TakeLines(), std::move(known), loader.IsAllOfFiles()};
 }

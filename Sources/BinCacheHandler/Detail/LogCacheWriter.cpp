@@ -24,11 +24,24 @@ struct Project {
     std::size_t lines = 0;
 };
 
-/// The ids of projects whose files may not hold their lines.
-OV::HashSet<OV::UniString> ChangedProjects(const IO::Location& folder, const Lines& lines,
-                                           const Lines& kept, const Files& files)
+/// The id of the project whose file has that name.
+OV::UniString ProjectOf(const OV::UniString& name)
 {
-    OV::HashSet<OV::UniString> changed;
+    return name.substr(0, name.size() - LogCacheFiles::Extension.size());
+}
+
+struct Changes {
+    /// The ids of projects whose files may not hold their lines.
+    OV::HashSet<OV::UniString> projects;
+    /// Whether nothing happened to the lines that were kept but that others follow them.
+    bool areLinesAdded = true;
+};
+
+Changes FindChanges(const IO::Location& folder, const Lines& lines, const Lines& kept,
+                    const Files& files)
+{
+    Changes changes;
+    auto& changed = changes.projects;
     OV::StringView last;
     const auto add = [&](const LogDataLine& line) {
         if (const OV::StringView id = line.ProjectId(); id != last || changed.empty())
@@ -40,6 +53,7 @@ OV::HashSet<OV::UniString> ChangedProjects(const IO::Location& folder, const Lin
         // A page of which one array got another line is copied; its other lines are the same.
         if (line != nullptr && former != nullptr && line->Record() == former->Record())
             continue;
+        changes.areLinesAdded = changes.areLinesAdded && former == nullptr;
         for (const LogDataLine* each : {line, former})
             if (each != nullptr)
                 add(*each);
@@ -47,17 +61,18 @@ OV::HashSet<OV::UniString> ChangedProjects(const IO::Location& folder, const Lin
     for (const auto& [name, file] : files.byName)
         try {
             if (!IO::File::GetChangeStamp(folder.Appended(name)))
-                changed.insert(name.substr(0, name.size() - LogCacheFiles::Extension.size()));
+                changed.insert(ProjectOf(name));
         } catch (const IO::IOException&) {
             // Writing it tells what is wrong.
-            changed.insert(name.substr(0, name.size() - LogCacheFiles::Extension.size()));
+            changed.insert(ProjectOf(name));
         }
-    return changed;
+    return changes;
 }
 
-/// Those among `wanted`, or all when it is null, in the order in which they appear. Lines without a
-/// project become `failure`.
-OV::Array<Project> SortByProject(const Lines& lines, const OV::HashSet<OV::UniString>* wanted,
+/// Those among `wanted`, or all when it is null, in the order in which they appear, with their
+/// lines from `first` on. Lines without a project become `failure`.
+OV::Array<Project> SortByProject(const Lines& lines, std::size_t first,
+                                 const OV::HashSet<OV::UniString>* wanted,
                                  std::exception_ptr& failure)
 {
     constexpr std::size_t nowhere = std::numeric_limits<std::size_t>::max();
@@ -65,7 +80,7 @@ OV::Array<Project> SortByProject(const Lines& lines, const OV::HashSet<OV::UniSt
     OV::HashTable<OV::UniString, std::size_t> places;
     OV::StringView last;
     std::size_t place = nowhere;
-    for (std::size_t at = 0; at < lines.size(); ++at) {
+    for (std::size_t at = first; at < lines.size(); ++at) {
         const OV::StringView id = lines[at].ProjectId();
         if (id.empty()) {
             if (!failure)
@@ -161,6 +176,49 @@ IO::ChangeStamp Replace(const IO::Location& file, const Lines& lines, const Proj
     return replacement.Commit();
 }
 
+/// False when the file ends before the size that it had when it was opened.
+bool Copy(IO::FileSource& source, IO::FileReplacement& replacement)
+{
+    constexpr std::size_t mostOfPiece = std::size_t{128} << 10;
+    OV::String piece(mostOfPiece, '\0');
+    for (std::uint64_t left = source.GetStamp().size; left > 0; left -= piece.size()) {
+        piece.resize(std::min<std::uint64_t>(left, mostOfPiece));
+        if (source.Read(piece.data(), piece.size()) < piece.size())
+            return false;
+        replacement.Write(piece);
+    }
+    return true;
+}
+
+/// Writes the file of a project to which lines were added: behind what it holds, whose copy takes
+/// less time than making those records anew. False, and nothing is done, unless it is as it was
+/// read or written last and holds the other lines of the project.
+bool Extend(const IO::Location& folder, const Lines& lines, const Project& added, Files& files)
+{
+    const auto name = added.id + OV::UniString(LogCacheFiles::Extension);
+    const auto known = files.byName.find(name);
+    if (known == files.byName.end() || !known->second.isOfLines)
+        return false;
+    try {
+        const auto file = folder.Appended(name);
+        IO::FileSource source(file, IO::File::MostOfLogFile);
+        if (source.GetStamp() != known->second.stamp)
+            return false;
+        IO::FileReplacement replacement(file);
+        if (!Copy(source, replacement))
+            return false;
+        (void)TakePieces(lines, added, [&](OV::StringView piece) {
+            replacement.Write(piece);
+            return true;
+        });
+        known->second.stamp = replacement.Commit();
+        known->second.lines += added.lines;
+        return true;
+    } catch (const IO::IOException&) {
+        return false;  // writing it anew tells what is wrong, if that fails too
+    }
+}
+
 void WriteProject(const IO::Location& folder, const Lines& lines, const Project& project,
                   Written& written)
 {
@@ -176,11 +234,13 @@ void WriteProject(const IO::Location& folder, const Lines& lines, const Project&
             const auto stamp = IO::File::GetChangeStamp(file);
             const bool isAsKnown = stamp && known != files.end() && known->second.stamp == *stamp;
             if (isAsKnown && known->second.lines == project.lines &&
-                Holds(file, *stamp, lines, project))
+                Holds(file, *stamp, lines, project)) {
+                known->second.isOfLines = true;
                 return;
+            }
             const Lines others = stamp && !isAsKnown ? FindOthers(file, lines, project) : Lines();
             files.insert_or_assign(name, KnownFile{Replace(file, lines, project, others),
-                                                   project.lines + others.size()});
+                                                   project.lines + others.size(), true});
             written.found.append(others.cbegin(), others.cend());
         });
 }
@@ -190,14 +250,23 @@ void WriteProject(const IO::Location& folder, const Lines& lines, const Project&
 Written Write(const IO::Location& folder, const Lines& lines, const Lines* kept, const Files& files)
 {
     Written written{files, {}, nullptr};
-    OV::HashSet<OV::UniString> changed;
+    Changes changes;
     if (kept != nullptr) {
-        changed = ChangedProjects(folder, lines, *kept, files);
-        if (changed.empty())
+        changes = FindChanges(folder, lines, *kept, files);
+        if (changes.areLinesAdded)
+            for (const auto& added :
+                 SortByProject(lines, kept->size(), &changes.projects, written.failure))
+                if (Extend(folder, lines, added, written.files))
+                    changes.projects.erase(added.id);
+        if (changes.projects.empty())
             return written;
     }
-    for (const auto& project :
-         SortByProject(lines, kept == nullptr ? nullptr : &changed, written.failure))
+    const auto* const wanted = kept == nullptr ? nullptr : &changes.projects;
+    // Those that are written say otherwise; of the lines of the others none are left.
+    for (auto& [name, file] : written.files.byName)
+        if (wanted == nullptr || wanted->contains(ProjectOf(name)))
+            file.isOfLines = false;
+    for (const auto& project : SortByProject(lines, 0, wanted, written.failure))
         try {
             WriteProject(folder, lines, project, written);
         } catch (const BinCacheHandlerException&) {

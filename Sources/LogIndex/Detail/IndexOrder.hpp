@@ -3,6 +3,7 @@
 #include "OVRoot/Array.hpp"
 #include "OVRoot/UniString.hpp"
 
+#include <algorithm>
 #include <cstdint>
 
 namespace SYC::Detail {
@@ -29,16 +30,34 @@ public:
         OV::Array<char16_t> texts;  ///< of the runs
     };
 
+    /// So many rows will come.
+    explicit IndexOrder(std::uint32_t rows) : rows_(rows)
+    {
+        ends_.reserve(std::size_t{rows} + 1);
+        ends_.push_back(0);
+    }
     /// Where the text of the next row is appended, in UTF-8.
     [[nodiscard]] OV::String& Bytes() noexcept { return bytes_; }
     /// The text is complete.
-    void EndRow() { ends_.push_back(bytes_.size()); }
+    void EndRow()
+    {
+        ends_.push_back(bytes_.size());
+        if (ends_.size() == SampleRows)
+            bytes_.reserve(
+                std::min(bytes_.size() / SampleRows * (rows_ + rows_ / 8), MostReserved));
+    }
     /// Throws OV::InterruptedException when the calling thread is interrupted.
     [[nodiscard]] Sorted Sort() const;
 
 private:
+    /// Rows whose texts tell how long those of all will be, about; they may be wrong, so that no
+    /// more than some memory is taken by it.
+    static constexpr std::size_t SampleRows = 1024;
+    static constexpr std::size_t MostReserved = std::size_t{64} << 20;
+
+    std::size_t rows_;
     OV::String bytes_;
-    OV::Array<std::size_t> ends_{0};
+    OV::Array<std::size_t> ends_;
 };
 
 }  // namespace SYC::Detail

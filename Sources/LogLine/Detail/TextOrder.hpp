@@ -29,10 +29,20 @@ inline constexpr std::size_t KeyBytes = 7;
     return key | std::min(left, KeyBytes + 1);
 }
 
+/// How many bytes two texts begin with in common, of which one mostly begins with the other.
+[[nodiscard]] inline std::size_t CommonBytes(OV::StringView text, OV::StringView other) noexcept
+{
+    if (other.starts_with(text))
+        return text.size();
+    const auto end = text.begin() + std::min(text.size(), other.size());
+    return static_cast<std::size_t>(std::mismatch(text.begin(), end, other.begin()).first -
+                                    text.begin());
+}
+
 /// Sorts the numbers 0 to `count` - 1 by their texts, which `textOf` gives; those of one text stay
 /// in their order. Texts are not compared with one another again and again: a key of their bytes
-/// is, and the next bytes count among equal ones only. Throws OV::InterruptedException when the
-/// calling thread is interrupted.
+/// is, and the bytes behind those that they have in common count among equal ones only. Throws
+/// OV::InterruptedException when the calling thread is interrupted.
 template <class TextOf>
 [[nodiscard]] OV::Array<Place> Sort(std::uint32_t count, TextOf&& textOf)
 {
@@ -61,11 +71,17 @@ template <class TextOf>
             const std::uint64_t key = places[at].key;
             const OV::StringView text = textOf(places[at].number);
             std::size_t next = at + 1;
+            // What a key holds whole needs no look at the texts.
+            std::size_t common = text.size();
             bool isOneText = true;
             for (; next < end && places[next].key == key; ++next)
-                isOneText = isOneText && textOf(places[next].number) == text;
+                if (common > from + KeyBytes) {
+                    const OV::StringView other = textOf(places[next].number);
+                    common = CommonBytes(text.substr(0, common), other);
+                    isOneText = isOneText && common == text.size() && common == other.size();
+                }
             if (!isOneText)
-                open.push_back({at, next, from + KeyBytes});
+                open.push_back({at, next, common});
             else
                 for (std::size_t each = at; each < next; ++each)
                     places[each].key = at;
