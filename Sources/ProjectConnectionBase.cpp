@@ -382,9 +382,8 @@ CheckResult ProjectConnectionBase::FillCache(const Syncra::Protocol::Session& se
     if (result_ != CheckResult::Passed)
         return result_;
     CachedProjectInfo& cache = Cache();
-    const Inner::ProjectConnectionInfo info = ToConnectionInfo(projectLocation_);
     CacheUpdate update(cache);
-    cache.SetProjectConnectionInfo(info);
+    cache.SetProjectConnectionInfo(connection_);
     cache.SetProjectId(project_.id);
     cache.SetCategoryName(project_.category);
     cache.SetProjectVersion(project_.version);

@@ -6,10 +6,11 @@ find_package(Boost 1.81 REQUIRED)
 pkg_check_modules(pugixml REQUIRED IMPORTED_TARGET pugixml)
 pkg_check_modules(sodium REQUIRED IMPORTED_TARGET libsodium)
 pkg_check_modules(cairo REQUIRED cairo-png)
-pkg_check_modules(jpeg REQUIRED IMPORTED_TARGET libjpeg)
+pkg_check_modules(jpeg REQUIRED libjpeg)
 # Servers that tell of themselves in the local network; without it nobody hears of them.
 pkg_check_modules(avahi avahi-client)
 # What is loaded when it is first used.
 find_library(curl_library curl REQUIRED)
 find_library(cairo_library cairo REQUIRED HINTS ${cairo_LIBRARY_DIRS})
+find_library(jpeg_library jpeg REQUIRED HINTS ${jpeg_LIBRARY_DIRS})
 find_library(avahi_library avahi-client HINTS ${avahi_LIBRARY_DIRS})

@@ -22,7 +22,7 @@ install(FILES "${PROJECT_BINARY_DIR}/SYClientConfig.cmake"
 # Found from where the file lies: what is installed may be moved, or be installed elsewhere than was configured.
 file(RELATIVE_PATH way_to_prefix "${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig" "${CMAKE_INSTALL_PREFIX}")
 # Named one by one: of packages in Requires.private pkg-config wants to know also where none of them is needed.
-set(private_libraries ${pugixml_LDFLAGS} ${sodium_LDFLAGS} ${jpeg_LDFLAGS})
+set(private_libraries ${pugixml_LDFLAGS} ${sodium_LDFLAGS})
 list(REMOVE_DUPLICATES private_libraries)
 list(JOIN private_libraries " " private_libraries)
 configure_file("${PROJECT_SOURCE_DIR}/cmake/SYClient.pc.in" "${PROJECT_BINARY_DIR}/SYClient.pc" @ONLY)

@@ -5,8 +5,8 @@
 
 namespace OV {
 
-/// Calls `end` when the process ends, those that were registered last first. Returns true, so that
-/// a static variable can see to its being registered once.
+/// Calls `end` when the process ends (std::exit or std::quick_exit), those that were registered
+/// last first. Returns true, so that a static variable can see to its being registered once.
 ///
 /// Nobody knows the order in which static objects of several files go, and threads may be at work
 /// while they do. So no static object of ours is ever destroyed (`static auto& it = *new It;`,
@@ -14,7 +14,7 @@ namespace OV {
 /// that goes on until then finds everything it needs.
 inline bool AtProcessEnd(void (*end)())
 {
-    if (std::atexit(end) != 0)
+    if (std::atexit(end) != 0 || std::at_quick_exit(end) != 0)
         throw std::bad_alloc();
     return true;
 }

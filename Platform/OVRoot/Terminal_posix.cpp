@@ -138,6 +138,9 @@ std::size_t Columns(Stream stream) noexcept
 
 std::size_t Width(StringView text)
 {
+    // Most texts need no tables of the system, and a command that prints none else loads none.
+    if (std::all_of(text.begin(), text.end(), [](char byte) { return byte >= ' ' && byte <= '~'; }))
+        return text.size();
     std::size_t width = 0;
     ForEachCharacter(text, [&](StringView, std::size_t columns) {
         width += columns;

@@ -25,7 +25,7 @@ using Kind = std::variant<VersionOfFile, Member<OV::UniString>, EightBitText, Me
                           Member<std::int16_t>, Member<std::int32_t>, PermissionCount, Permissions>;
 
 struct Value {
-    const char* name;
+    OV::StringView name;
     Kind kind;
     /// The first data version that has the value.
     std::uint16_t since;
@@ -75,7 +75,7 @@ constexpr std::uint32_t MostPermissionsForeseen = 64;
 struct Reader {
     OV::XMLIChannel& channel;
     Content& content;
-    const char* name = nullptr;
+    OV::StringView name = {};
     std::uint32_t permissionCount = 0;
 
     void operator()(VersionOfFile) { content.dataVersion = channel.ReadUInt16(name); }
@@ -101,9 +101,15 @@ struct Reader {
     {
         // The count is not trusted for an allocation: a false one ends at the first missing
         // element.
-        content.values.permissions.reserve(std::min(permissionCount, MostPermissionsForeseen));
-        for (std::uint32_t i = 0; i < permissionCount; ++i)
-            content.values.permissions.insert(channel.ReadString(name));
+        auto& permissions = content.values.permissions;
+        permissions.reserve(std::min(permissionCount, MostPermissionsForeseen));
+        // By way of a set of its own each: to one that has few the standard library adds a text
+        // after a comparison with all of them, and by its hash what another one made.
+        OV::HashSet<OV::UniString> made;
+        for (std::uint32_t i = 0; i < permissionCount; ++i) {
+            made.insert(channel.ReadString(name));
+            permissions.insert(made.extract(made.begin()));
+        }
     }
 };
 
@@ -111,7 +117,7 @@ struct Writer {
     OV::XMLOChannel& channel;
     const CacheInfoValues& values;
     std::uint16_t version;
-    const char* name = nullptr;
+    OV::StringView name = {};
 
     void operator()(VersionOfFile) { channel.WriteUInt16(name, version); }
     void operator()(Member<OV::UniString> member) { channel.WriteString(name, values.*member); }

@@ -13,6 +13,8 @@
 #include "RegisteredProjects.hpp"
 #include "SYClientBase/MessageLoop.hpp"
 #include "SYClientBase/MessageLoopExecutor.hpp"
+#include "SYCommunication/CommunicationException.hpp"
+#include "SYCommunication/HttpClient.hpp"
 #include "StartCheck.hpp"
 #include "SyncraURL.hpp"
 #include "WriteProjectConnection.hpp"
@@ -42,6 +44,17 @@ struct OpenArguments {
     }
 };
 
+/// What the check would do first, on its thread: the system loads libraries faster while there is
+/// one thread.
+void PrepareTransport()
+{
+    try {
+        Communication::PrepareTransport();
+    } catch (const Communication::ConnectionException&) {
+        // The check meets the same and tells it.
+    }
+}
+
 /// Runs the check beside the message loop: shows its steps once it takes long, ends with Ctrl-C.
 void Check(std::shared_ptr<SYC::ProjectConnectionBase> connection, SYC::CheckOptions options,
            CheckReport& report, const Output& output)
@@ -49,6 +62,7 @@ void Check(std::shared_ptr<SYC::ProjectConnectionBase> connection, SYC::CheckOpt
     constexpr std::uint32_t LookMilliseconds = 50;
     constexpr std::uint32_t PatienceMilliseconds = 2000;
     const InterruptNote note;
+    PrepareTransport();
     SYCB::MessageLoopExecutor home;
     OV::PooledExecutor worker(0, 1, 0);
     std::stop_source stop;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Display/ImageException.hpp"
+#include "OVRoot/LateLibrary.hpp"
 
 #include <array>
 #include <bit>
@@ -12,6 +13,25 @@
 #include <jpeglib.h>
 
 namespace NewDisplay::Detail {
+
+/// Most processes show no photo.
+inline constinit const OV::LateLibrary Jpeg{
+    SYC_JPEG_LIBRARY, [](OV::StringView message) { throw ImageException(message); }};
+SYC_LATE_FUNCTION(Jpeg, jpeg_CreateCompress);
+SYC_LATE_FUNCTION(Jpeg, jpeg_CreateDecompress);
+SYC_LATE_FUNCTION(Jpeg, jpeg_destroy_compress);
+SYC_LATE_FUNCTION(Jpeg, jpeg_destroy_decompress);
+SYC_LATE_FUNCTION(Jpeg, jpeg_finish_compress);
+SYC_LATE_FUNCTION(Jpeg, jpeg_finish_decompress);
+SYC_LATE_FUNCTION(Jpeg, jpeg_mem_src);
+SYC_LATE_FUNCTION(Jpeg, jpeg_read_header);
+SYC_LATE_FUNCTION(Jpeg, jpeg_read_scanlines);
+SYC_LATE_FUNCTION(Jpeg, jpeg_set_defaults);
+SYC_LATE_FUNCTION(Jpeg, jpeg_set_quality);
+SYC_LATE_FUNCTION(Jpeg, jpeg_start_compress);
+SYC_LATE_FUNCTION(Jpeg, jpeg_start_decompress);
+SYC_LATE_FUNCTION(Jpeg, jpeg_std_error);
+SYC_LATE_FUNCTION(Jpeg, jpeg_write_scanlines);
 
 /// The order of bytes in which libjpeg's pixels are those of NativeImage.
 inline constexpr J_COLOR_SPACE PixelOrder =
