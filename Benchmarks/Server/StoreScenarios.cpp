@@ -45,15 +45,31 @@ Task<> PostMails(asio::io_context& context, Place place, int number, const Ends&
     }
 }
 
-Task<> ListUsers(asio::io_context& context, Place model, const Ends& ends)
+/// The text of a field, which holds nothing that JSON escapes.
+std::string TextBehind(const std::string& body, const std::string& field)
+{
+    const std::string key = '"' + field + "\":\"";
+    const auto at = body.find(key);
+    if (at == std::string::npos)
+        throw std::runtime_error("No \"" + field + "\" in " + body.substr(0, 200));
+    const auto begin = at + key.size();
+    return body.substr(begin, body.find('"', begin) - begin);
+}
+
+Task<> ListUsers(asio::io_context& context, Place model, const Ends& ends, bool isInParts)
 {
     const Place management = co_await ManagementOf(context, model);
     Link link(context);
     co_await link.Open(management);
     const auto token = co_await Token(link, "admin");
-    const auto text = RequestText("GET", "/root/syncrav2/users", token);
-    while (!ends)
-        co_await link.Ask(text);
+    std::string cursor;
+    while (!ends) {
+        const std::string part = isInParts ? "?count=1000&after=" + cursor : "";
+        const auto text = RequestText("GET", "/root/syncrav2/users" + part, token);
+        const auto answer = co_await link.Ask(text);
+        if (isInParts)
+            cursor = TextBehind(answer.body, "cursor");
+    }
 }
 
 Latencies Probed(Place place)
@@ -76,17 +92,6 @@ struct Request {
     std::string path;
     bool isOfManagement = false;
 };
-
-/// The text of a field, which holds nothing that JSON escapes.
-std::string TextBehind(const std::string& body, const std::string& field)
-{
-    const std::string key = '"' + field + "\":\"";
-    const auto at = body.find(key);
-    if (at == std::string::npos)
-        throw std::runtime_error("No \"" + field + "\" in " + body.substr(0, 200));
-    const auto begin = at + key.size();
-    return body.substr(begin, body.find('"', begin) - begin);
-}
 
 /// Waits for a signal of the project and asks what became of its members.
 Task<> FollowMembers(Link& link, const std::string& signals, const std::string& changes, int& told)
@@ -165,10 +170,14 @@ Figures SmallRequestBeside(const Stage& stage)
         return figures;
     MeasuredServer server(stage.program, large);
     const Place place{server.Port()};
-    const Beside listing([=](asio::io_context& context, const Ends& ends) {
-        return ListUsers(context, place, ends);
-    });
-    Add(figures, "the list of all users of the large store", Probed(place));
+    for (const bool isInParts : {false, true}) {
+        const Beside listing([=](asio::io_context& context, const Ends& ends) {
+            return ListUsers(context, place, ends, isInParts);
+        });
+        Add(figures,
+            std::string("all users of the large store ") + (isInParts ? "in parts" : "at once"),
+            Probed(place));
+    }
     return figures;
 }
 
