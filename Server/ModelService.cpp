@@ -30,9 +30,8 @@ void ModelService::AddRoutes(Router& router)
 void ModelService::AddProjectRoutes(Router& router)
 {
     router.Add("GET", "/syncra/v1/ports", [this](const Call&) { return PortList{ports_}; });
-    router.Add("GET", "/syncra/v1/projects", [this](const Call& call) {
-        return ProjectList{projects_.VisibleTo(call.user.userId)};
-    });
+    router.Add("GET", "/syncra/v1/projects",
+               [this](const Call& call) { return projects_.VisibleJson(call.user.userId); });
     router.AddAsync("GET", "/syncra/v1/projects/overview", nullptr,
                     [this, &router](Call call, const Reply& reply) {
                         router.AnswerReading(

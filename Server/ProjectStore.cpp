@@ -1,10 +1,28 @@
 #include "ProjectStore.hpp"
 
 #include "OVRoot/UniString.hpp"
+#include "SyncraProtocol/Detail/ModelRecords.hpp"
 
 namespace Nexar {
 
 namespace {
+
+using Syncra::Protocol::ProjectState;
+using Syncra::Protocol::Utf8Text;
+
+/// A project as a row has it, until the next one.
+struct ProjectRow {
+    Utf8Text id, name, location, category;
+    ProjectState state;
+    Utf8Text version;
+    std::int32_t build;
+};
+
+template <class Visitor>
+void Describe(Visitor& v, ProjectRow& row)
+{
+    Syncra::Protocol::DescribeProject(v, row);
+}
 
 void ReadInto(Syncra::Protocol::Project& project, const Statement& row)
 {
@@ -27,15 +45,25 @@ void ReadInto(Syncra::Protocol::Project& project, const Statement& row)
 
 }  // namespace
 
-std::vector<Syncra::Protocol::Project> ProjectStore::VisibleTo(const std::string& userId)
+std::string ProjectStore::VisibleJson(const std::string& userId)
 {
     auto query = database_.Prepare(
         "SELECT p.id, name, location, category, state, version, build " NEXAR_VISIBLE_PROJECTS);
     query.Bind(1, userId);
-    std::vector<Syncra::Protocol::Project> projects;
-    while (query.Step())
-        ReadInto(projects.emplace_back(), query);
-    return projects;
+    std::string projects;
+    while (query.Step()) {
+        projects += projects.empty() ? "" : ",";
+        projects += Syncra::Protocol::WriteJson(ProjectRow{
+            {query.View(0)},
+            {query.View(1)},
+            {query.View(2)},
+            {query.View(3)},
+            static_cast<ProjectState>(query.Number(4)),
+            {query.View(5)},
+            static_cast<std::int32_t>(query.Number(6)),
+        });
+    }
+    return "{\"projects\":[" + projects + "]}";
 }
 
 std::vector<Syncra::Protocol::ProjectOverview> ProjectStore::OverviewFor(const std::string& userId)

@@ -19,9 +19,9 @@ class ProjectStore {
 public:
     explicit ProjectStore(Database& database) : database_(database) {}
 
-    /// In order of creation: those the user is a member of, and the public ones.
-    [[nodiscard]] std::vector<Syncra::Protocol::Project> VisibleTo(const std::string& userId);
-    /// The same with their members counted; who is at work there, the store does not know.
+    /// The ProjectList of those the user is a member of, and the public ones, in order of creation.
+    [[nodiscard]] std::string VisibleJson(const std::string& userId);
+    /// The same projects with their members counted; who is at work there, the store does not know.
     [[nodiscard]] std::vector<Syncra::Protocol::ProjectOverview>
     OverviewFor(const std::string& userId);
     [[nodiscard]] bool NameExists(const std::string& name);

@@ -177,6 +177,17 @@ void JsonWriter::Text(OV::UniStringView text)
     Quoted(text);
 }
 
+void JsonWriter::Text(OV::StringView utf8)
+{
+    const bool isPlain = std::all_of(utf8.begin(), utf8.end(), [](char byte) {
+        return IsPlain(static_cast<unsigned char>(byte));
+    });
+    if (isPlain)
+        Quote(utf8);
+    else
+        Text(OV::FromUtf8(utf8));
+}
+
 void JsonWriter::Secret(OV::UniStringView text)
 {
     holdsSecret_ = true;

@@ -9,6 +9,9 @@ namespace Nexar {
 template <class Value>
 [[nodiscard]] Value ReadColumn(std::string_view column)
 {
+    // Most are, and a parser takes longer to make than all the rest of a row.
+    if (column == "[]")
+        return {};
     return Syncra::Protocol::ReadAnswer<Value>(column);
 }
 

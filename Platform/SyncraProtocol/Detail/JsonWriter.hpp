@@ -26,6 +26,8 @@ public:
     /// Text of the wire: UTF-8 with OV::EscapeForCarrier applied, so that any string of ours
     /// survives.
     void Text(OV::UniStringView text);
+    /// The same from UTF-8.
+    void Text(OV::StringView utf8);
     /// A text that leaves no copy behind in memory but the one in the result, however long that
     /// becomes.
     void Secret(OV::UniStringView text);

@@ -16,8 +16,9 @@ namespace Syncra::Protocol {
 
 // Records
 
-template <class Visitor>
-void DescribeProject(Visitor& v, Project& project)
+/// Of whatever type the texts are.
+template <class Visitor, class AnyProject>
+void DescribeProject(Visitor& v, AnyProject& project)
 {
     v("id", project.id);
     v("name", project.name);

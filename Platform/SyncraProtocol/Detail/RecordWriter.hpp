@@ -23,6 +23,11 @@ struct PlainJsonText {
     OV::StringView text;
 };
 
+/// A text of ours in UTF-8, such as a column of a store.
+struct Utf8Text {
+    OV::StringView utf8;
+};
+
 /// Writes records as JSON by their descriptions. Equal records make equal texts.
 class RecordWriter {
 public:
@@ -57,6 +62,7 @@ public:
     void Value(const OV::String& utf8) { json_.PlainText(utf8); }
     void Value(const OV::String& utf8, NotEmpty) { json_.PlainText(utf8); }
     void Value(const OV::String& bytes, AsBase64);
+    void Value(Utf8Text text) { json_.Text(text.utf8); }
     void Value(RawJson json) { json_.Raw(json.text); }
     void Value(PlainJsonText text) { json_.Quote(text.text); }
     void Value(PlainJsonText base64, AsBase64) { Value(base64); }
