@@ -7,7 +7,7 @@
 
 #include <functional>
 #include <future>
-#include <optional>
+#include <utility>
 
 namespace Syncra::Client::Detail {
 
