@@ -187,6 +187,7 @@ public:
         events_.AddRoutes(modelRouter_);
         management_.AddRoutes(managementRouter_);
         messaging_.AddRoutes(messagingRouter_);
+        workers_.ReadOnThisThread();
         server_.SetBeforeStop([this] {
             TellServiceManager("STOPPING=1");
             passwords_.RefuseWaiting();

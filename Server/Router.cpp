@@ -353,7 +353,7 @@ void Router::RunOnStore(Access access, Call call, const Reply& reply, TextHandle
         }
     };
     try {
-        if (access == Access::Reads && MayBeDoneAtOnce(job->call)) {
+        if (access == Access::Reads && !workers_.IsBehind(owner) && MayBeDoneAtOnce(job->call)) {
             if (workers_.ReadAtOnce(run, then))
                 return;
             job->call.pace->notAtOnce = AttemptsSaved;

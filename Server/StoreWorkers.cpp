@@ -5,6 +5,7 @@
 #include "OVRoot/System.hpp"
 
 #include <algorithm>
+#include <future>
 #include <optional>
 #include <utility>
 
@@ -42,10 +43,35 @@ StoreWorkers::StoreWorkers(HttpServer& server, Database& database, std::size_t r
 {
     const std::size_t count = std::max<std::size_t>(2, readers);
     for (std::size_t i = 0; i < count; ++i)
-        threads_.emplace_back([this, &self = readers_.emplace_back(i != 0)](
-                                  const std::stop_token& token) { ReadAll(token, self); });
+        Start<Database::Reader>([this, &self = readers_.emplace_back(i != 0)](
+                                    const std::stop_token& token) { ReadAll(token, self); });
     for (std::size_t i = 0; i < database.Writers(); ++i)
-        threads_.emplace_back([this](const std::stop_token& token) { WriteAll(token); });
+        Start<Database::Writer>([this](const std::stop_token& token) { WriteAll(token); });
+}
+
+template <typename OwnConnection>
+void StoreWorkers::Start(std::function<void(const std::stop_token&)> work)
+{
+    std::promise<void> isConnected;
+    std::future<void> connected = isConnected.get_future();
+    threads_.emplace_back([this, work = std::move(work), isConnected = std::move(isConnected)](
+                              const std::stop_token& token) mutable {
+        std::optional<OwnConnection> connection;
+        try {
+            connection.emplace(database_);
+            isConnected.set_value();
+        } catch (...) {
+            return isConnected.set_exception(std::current_exception());
+        }
+        work(token);
+    });
+    connected.get();
+}
+
+void StoreWorkers::ReadOnThisThread()
+{
+    if (!database_.IsShared())
+        ownReader_.emplace(database_);
 }
 
 StoreWorkers::~StoreWorkers()
@@ -57,7 +83,23 @@ StoreWorkers::~StoreWorkers()
 
 void StoreWorkers::Read(const std::string& owner, Work work, Then then, Cost cost)
 {
-    Add(cost == Cost::Much ? costlyReads_ : reads_, owner, std::move(work), std::move(then), {});
+    if (!IsBehind(owner))
+        return AddReading(owner, std::move(work), std::move(then), cost);
+    Unwritten& unwritten = unwritten_.at(owner);
+    unwritten.readings.push_back(
+        {lastNumber_, unwritten.writes, [=, this, open = server_.HoldOpen()] {
+             try {
+                 AddReading(owner, work, then, cost);
+             } catch (...) {
+                 then(std::current_exception());
+             }
+         }});
+}
+
+void StoreWorkers::AddReading(const std::string& owner, Work work, Then then, Cost cost)
+{
+    Add(cost == Cost::Much ? costlyReads_ : reads_,
+        {owner, std::move(work), std::move(then), server_.HoldOpen()});
     // Once for all that came with one look at the connections: waking costs more than most reads.
     if (std::exchange(isWakingPosted_, true))
         return;
@@ -68,15 +110,30 @@ void StoreWorkers::Read(const std::string& owner, Work work, Then then, Cost cos
     });
 }
 
+void StoreWorkers::Written(const Job& job)
+{
+    if (job.number == 0)
+        return;
+    Unwritten& unwritten = unwritten_.at(job.owner);
+    --unwritten.writes;
+    for (Reading& reading : unwritten.readings)
+        reading.left -= job.number <= reading.number ? 1 : 0;
+    // Who came first waited for nothing that those behind him did not wait for.
+    while (!unwritten.readings.empty() && unwritten.readings.front().left == 0) {
+        RunGuarded(unwritten.readings.front().begin);
+        unwritten.readings.pop_front();
+    }
+    if (unwritten.writes == 0)
+        unwritten_.erase(job.owner);
+}
+
 bool StoreWorkers::ReadAtOnce(const Work& work, const Then& then)
 {
-    if (database_.IsShared())
+    if (!ownReader_)
         return false;
     const auto begin = Clock::now();
     std::exception_ptr error;
     try {
-        if (!ownReader_)
-            ownReader_.emplace(database_);
         if (!turn_) {
             turn_.emplace(database_);
             // Whoever hears of a later change asks behind this.
@@ -111,14 +168,27 @@ void StoreWorkers::WakeReader()
 
 void StoreWorkers::Write(const std::string& owner, Work work, Then then, Order order)
 {
-    Add(writes_, owner, std::move(work), std::move(then), order);
+    Job job{owner, std::move(work), std::move(then), server_.HoldOpen(), order};
+    if (owner.empty()) {
+        Add(writes_, std::move(job));
+    } else {
+        job.number = ++lastNumber_;
+        Unwritten& unwritten = unwritten_[owner];
+        ++unwritten.writes;
+        try {
+            Add(writes_, std::move(job));
+        } catch (...) {
+            if (--unwritten.writes == 0)
+                unwritten_.erase(owner);
+            throw;
+        }
+    }
     hasWrites_.notify_one();
 }
 
-void StoreWorkers::Add(FairQueue<Job>& queue, const std::string& owner, Work work, Then then,
-                       Order order)
+void StoreWorkers::Add(FairQueue<Job>& queue, Job job)
 {
-    Job job{owner, std::move(work), std::move(then), server_.HoldOpen(), order};
+    const std::string owner = job.owner;
     job.queue = &queue;
     const std::lock_guard guard(lock_);
     if (queue.Size() >= mostWaiting_ ||
@@ -155,7 +225,6 @@ std::optional<StoreWorkers::Job> StoreWorkers::TakeRead(bool takesCostly)
 void StoreWorkers::ReadAll(const std::stop_token& token, Sleeper& self)
 {
     OV::System::NameCurrentThread("store reader");
-    std::optional<Database::Reader> reader;
     for (;;) {
         std::unique_lock guard(lock_);
         std::optional<Job> job;
@@ -170,7 +239,7 @@ void StoreWorkers::ReadAll(const std::stop_token& token, Sleeper& self)
         guard.unlock();
         const auto begin = Clock::now();
         try {
-            RunRead(reader, *job);
+            RunRead(*job);
         } catch (...) {
             job->error = std::current_exception();
         }
@@ -187,10 +256,8 @@ void StoreWorkers::ReadAll(const std::stop_token& token, Sleeper& self)
     }
 }
 
-void StoreWorkers::RunRead(std::optional<Database::Reader>& reader, Job& job)
+void StoreWorkers::RunRead(Job& job)
 {
-    if (!reader)
-        reader.emplace(database_);
     for (int left = MostAttempts;; --left) {
         try {
             const Database::Snapshot snapshot(database_);
@@ -205,8 +272,6 @@ void StoreWorkers::RunRead(std::optional<Database::Reader>& reader, Job& job)
 void StoreWorkers::WriteAll(const std::stop_token& token)
 {
     OV::System::NameCurrentThread("store writer");
-    std::optional<Database::Writer> writer;
-    WithMemory([&] { writer.emplace(database_); });
     for (;;) {
         Jobs jobs;
         WithMemory([&] { jobs.reserve(MaximumOfCommit); });
@@ -325,6 +390,7 @@ void StoreWorkers::Answer(Jobs jobs)
                 for (const auto& news : job.news)
                     RunGuarded([&] { WithMemory(news, FewAttempts); });
             RunGuarded([&] { job.then(job.error); });
+            Written(job);
         }
         owned->clear();
     });

@@ -13,6 +13,7 @@
 #include <stop_token>
 #include <string>
 #include <thread>
+#include <unordered_map>
 #include <vector>
 
 namespace Nexar {
@@ -31,6 +32,8 @@ public:
     /// On the server's thread, with what the work threw. The work is destroyed there, too.
     using Then = std::function<void(std::exception_ptr)>;
 
+    /// All connect before it returns: one that is opened later may fail halfway, and what is then
+    /// closed of a file takes the locks of the whole process on it along. Throws DatabaseError.
     StoreWorkers(HttpServer& server, Database& database, std::size_t readers,
                  std::size_t mostWaiting);
     /// Does what still waits, and waits for it.
@@ -43,14 +46,23 @@ public:
     /// On the server's thread. Runs `work` on one state of the store, which it cannot change.
     /// Throws Refusal when too much waits already, of him or of all.
     void Read(const std::string& owner, Work work, Then then, Cost cost = Cost::Little);
+    /// Before the server runs, on its thread, which from then on only reads: the connection for
+    /// ReadAtOnce, if it is a store for that. Throws DatabaseError.
+    void ReadOnThisThread();
+    /// The same as Read on this thread, unless that takes more than a moment: then false, nothing
+    /// came of it, and it is to be read again. Not for whom IsBehind.
+    [[nodiscard]] bool ReadAtOnce(const Work& work, const Then& then);
+    /// On the server's thread: whether something of his is still to be written.
+    [[nodiscard]] bool IsBehind(const std::string& owner) const
+    {
+        return unwritten_.contains(owner);
+    }
     enum class Order {
         Beside,    ///< other writers may work at the same time
         OneByOne,  ///< not beside others of this order: rules look at more than they change
     };
-    /// The same on this thread, unless that takes more than a moment: then false, nothing came of
-    /// it, and it is to be read again.
-    [[nodiscard]] bool ReadAtOnce(const Work& work, const Then& then);
-    /// The same for work that changes the store: all of it happens or nothing.
+    /// The same as Read for work that changes the store: all of it happens or nothing. What an
+    /// empty owner writes is behind nobody's reading.
     void Write(const std::string& owner, Work work, Then then, Order order = Order::Beside);
 
     /// Of a thread that writes: runs `news` on the server's thread once what is being written is
@@ -76,10 +88,26 @@ private:
         std::vector<std::function<void()>> news = {};
         std::chrono::microseconds time{0};
         FairQueue<Job>* queue = nullptr;
+        std::uint64_t number = 0;  ///< of what is written for somebody
     };
     using Jobs = std::vector<Job>;
+    /// What is to be read when all that its owner changed before is written.
+    struct Reading {
+        std::uint64_t number;  ///< of the last write before it
+        std::size_t left;      ///< of his writes before it
+        std::function<void()> begin;
+    };
+    struct Unwritten {
+        std::size_t writes = 0;
+        std::deque<Reading> readings = {};
+    };
 
-    void Add(FairQueue<Job>& queue, const std::string& owner, Work work, Then then, Order order);
+    void Written(const Job& job);
+    /// A thread that has connected.
+    template <typename OwnConnection>
+    void Start(std::function<void(const std::stop_token&)> work);
+    void AddReading(const std::string& owner, Work work, Then then, Cost cost);
+    void Add(FairQueue<Job>& queue, Job job);
     /// A thread that reads. Each sleeps by itself, so that work wakes one and not all.
     struct Sleeper {
         explicit Sleeper(bool takesCostlyOnes) : takesCostly(takesCostlyOnes) {}
@@ -93,7 +121,7 @@ private:
     void WakeReader();
     [[nodiscard]] std::optional<Job> TakeRead(bool takesCostly);
     void WriteAll(const std::stop_token& token);
-    void RunRead(std::optional<Database::Reader>& reader, Job& job);
+    void RunRead(Job& job);
     void Commit(Jobs& jobs);
     /// All that waits, of a store with one writer.
     void CommitTogether(Jobs& jobs);
@@ -113,6 +141,8 @@ private:
     /// One state for all that is read at once between two looks at the connections.
     std::optional<Database::Snapshot> turn_;
     bool isWakingPosted_ = false;
+    std::unordered_map<std::string, Unwritten> unwritten_;
+    std::uint64_t lastNumber_ = 0;
     std::condition_variable_any hasWrites_;
     FairQueue<Job> reads_;
     FairQueue<Job> costlyReads_;

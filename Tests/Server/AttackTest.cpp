@@ -117,6 +117,24 @@ TEST_F(AttackTest, WhoeverReadsDoesNotWaitForThoseWhoWrite)
     EXPECT_GT(read, 2);
 }
 
+/// Who cancels a request asks next what became of it, so as to take it back.
+TEST_F(AttackTest, WhoAsksWhileHisChangeIsStillToBeWrittenIsAnsweredBehindIt)
+{
+    auto changing = SignedIn("jonas.berg");
+    Client asking(server.ModelPort(), changing.Token());
+    ASSERT_EQ(asking.Ask("GET", Bridge("sessions")).json.at("sessions").size(), 0U);
+    std::optional<StoreLock> lock(std::in_place, server.StorePath());
+    changing.Begin("POST", Bridge("sessions"), "{}");
+    std::thread release([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        lock.reset();
+    });
+    // Both may have come with one look at the connections, and a body takes another one.
+    EXPECT_EQ(asking.Ask("GET", "/syncra/v1/ports").status, 200);
+    EXPECT_EQ(asking.Ask("GET", Bridge("sessions")).json.at("sessions").size(), 1U);
+    release.join();
+}
+
 TEST_F(AttackTest, WhatTurnsOutToBeMuchKeepsNobodyWaitingAndIsReadAllTheSame)
 {
     constexpr std::size_t added = 5'000;

@@ -235,6 +235,8 @@ public:
     void ReadOnly()
     {
         Execute("PRAGMA query_only = ON");
+        // Opens the log beside the file, too, and reads the schema.
+        Execute("PRAGMA user_version; SELECT 1 FROM sqlite_schema LIMIT 1");
         // The end of a snapshot must not be the first to need memory for its statement.
         (void)Prepare(EndSnapshotSql);
     }
