@@ -1,6 +1,7 @@
 #include "Beside.hpp"
 #include "IO/File.hpp"
 #include "Messaging/DummyAction.hpp"
+#include "Messaging/MailBox.hpp"
 #include "Messaging/MailFile.hpp"
 #include "OVRoot/MemoryChannels.hpp"
 #include "Support/TemporaryFolder.hpp"
@@ -162,6 +163,35 @@ void SaveBox(benchmark::State& state)
              [&] { IO::File::Replace(folder.GetLocation().Appended(u"bare"), bytes); });
 }
 BENCHMARK(SaveBox)->UseManualTime()->Unit(benchmark::kMillisecond);
+
+/// A mark and a mail more, as a refresh leaves them.
+void SaveChange(benchmark::State& state)
+{
+    const TemporaryFolder folder;
+    SYC::MailBox box(folder.GetLocation());
+    for (const auto& mail : Mails())
+        box.Add(OV::MakeRef<ClientMail>(*mail));
+    std::size_t number = MailCount;
+    box.SetKnownChange(number);
+    box.Write();
+    const OV::String bytes(512, 'x');
+    Beside(state, "saving a mark and a new mail in a box of 100,000",
+           "writing two files of 512 bytes as safely")
+        .Run(
+            [&] {
+                box.GetMails()[number % 1000]->SetRead();
+                box.Add(MakeMail(number));
+                box.SetKnownChange(++number);
+                box.Write();
+            },
+            [&] {
+                for (const auto* name : {u"one", u"two"})
+                    IO::File::Replace(folder.GetLocation().Appended(name), bytes);
+            });
+    Require(IO::File::ReadAll(folder.GetLocation().Appended(u"Mails.dat"),
+                              IO::File::MostOfMailFile) == SYC::MailFile::Encode(box.GetMails()));
+}
+BENCHMARK(SaveChange)->UseManualTime()->Unit(benchmark::kMillisecond);
 
 void LoadBox(benchmark::State& state)
 {

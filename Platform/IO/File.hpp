@@ -5,6 +5,7 @@
 
 #include <compare>
 #include <optional>
+#include <span>
 
 /// Whole files and their attributes. Every failure throws IOException with the place.
 namespace IO {
@@ -64,6 +65,22 @@ struct Content {
 /// user may not write to stays as it is. Returns the stamp of the new file. A failure tells by
 /// IOException::GetStep whether anything was opened.
 SYC_API ChangeStamp Replace(const Location& file, OV::StringView bytes, bool isPrivate = false);
+
+/// Bytes that take the place of as many others.
+struct Patch {
+    std::uint64_t at;  ///< of the first one in the file
+    OV::String bytes;  ///< the new ones
+};
+/// Changes the file where it stands, as long as it has that stamp: puts `added` behind what it
+/// holds, and when that is on the disk, makes the patches, of which each should be right without
+/// the others. Whoever reads meanwhile or after a crash may meet only a part of what was added, or
+/// all of that and some of the patches. Returns the new stamp, which no state of the file had
+/// before; nothing when the file has another stamp than that, or its file system cannot tell such
+/// changes apart: it is then to be replaced. After a failure nobody knows what was done.
+[[nodiscard]] SYC_API std::optional<ChangeStamp> Amend(const Location& file,
+                                                       const ChangeStamp& stamp,
+                                                       OV::StringView added,
+                                                       std::span<const Patch> patches);
 
 /// Adds bytes to the end of the file, in one piece even when other processes add to it at once; a
 /// new one is readable by its user alone. One of `most` bytes or more is renamed to "NAME.1" first.

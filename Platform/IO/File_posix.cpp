@@ -50,6 +50,33 @@ void ReadTo(OV::String& bytes, const Descriptor& opened, const Location& file, s
     bytes.resize(filled);
 }
 
+void WriteAt(const Descriptor& opened, const Location& file, std::uint64_t at, OV::StringView bytes)
+{
+    while (!bytes.empty()) {
+        const auto written = Retry([&] {
+            return pwrite(opened.Number(), bytes.data(), bytes.size(), static_cast<off_t>(at));
+        });
+        if (written < 0)
+            Posix::Fail(u"Cannot write", file);
+        at += static_cast<std::uint64_t>(written);
+        bytes.remove_prefix(static_cast<std::size_t>(written));
+    }
+}
+
+void Flush(const Descriptor& opened, const Location& file)
+{
+    if (Retry([&] { return fsync(opened.Number()); }) != 0)
+        Posix::Fail(u"Cannot flush", file);
+}
+
+ChangeStamp StampOf(const Descriptor& opened, const Location& file)
+{
+    struct stat status {};
+    if (fstat(opened.Number(), &status) != 0)
+        Posix::Fail(u"Cannot look at", file);
+    return Posix::StampOf(status);
+}
+
 }  // namespace
 
 bool Exists(const Location& file)
@@ -115,6 +142,42 @@ ChangeStamp Replace(const Location& file, OV::StringView bytes, bool isPrivate)
     FileReplacement replacement(file, isPrivate);
     replacement.Write(bytes);
     return replacement.Commit();
+}
+
+std::optional<ChangeStamp> Amend(const Location& file, const ChangeStamp& stamp,
+                                 OV::StringView added, std::span<const Patch> patches)
+{
+    constexpr int flags = O_WRONLY | O_CLOEXEC | O_NONBLOCK;
+    const Descriptor opened(Retry([&] { return open(file.ToNativePath().c_str(), flags); }));
+    if (!opened && Posix::IsNotThere(errno))
+        return std::nullopt;
+    if (!opened)
+        Posix::FailToOpen(u"Cannot open for writing", file);
+    if (StampOf(opened, file) != stamp)
+        return std::nullopt;
+    try {
+        WriteAt(opened, file, stamp.size, added);
+        if (!added.empty())
+            Flush(opened, file);
+    } catch (const IOException&) {
+        // Best of all nothing stands behind what the file held; else its next reader finds it.
+        (void)!ftruncate(opened.Number(), static_cast<off_t>(stamp.size));
+        throw;
+    }
+    for (const Patch& patch : patches)
+        WriteAt(opened, file, patch.at, patch.bytes);
+    // The system's clock stands still for some milliseconds, in which a file may change twice and
+    // be read in between.
+    const auto time =
+        std::max(StampOf(opened, file).modificationNanoseconds, stamp.modificationNanoseconds) + 1;
+    constexpr std::int64_t second = 1'000'000'000;
+    const timespec times[] = {{0, UTIME_OMIT}, {time / second, time % second}};
+    // Only its owner may give a file a time.
+    if (futimens(opened.Number(), times) != 0)
+        return std::nullopt;
+    Flush(opened, file);
+    const ChangeStamp now = StampOf(opened, file);
+    return now.modificationNanoseconds == time ? std::optional(now) : std::nullopt;
 }
 
 void Append(const Location& file, OV::StringView bytes, std::uint64_t most)

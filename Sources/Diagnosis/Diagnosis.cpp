@@ -9,7 +9,7 @@
 #include "IO/LockHolder.hpp"
 #include "IO/SpecialFolder.hpp"
 #include "ManagementTool/SyncraInfo.hpp"
-#include "Messaging/MailFile.hpp"
+#include "Messaging/Detail/MailChangeFile.hpp"
 #include "OVRoot/ExceptionText.hpp"
 #include "OVRoot/NetworkProbe.hpp"
 #include "OVRoot/Resources.hpp"
@@ -145,12 +145,13 @@ void SignInTo(Steps& steps, const DiagnosisRequest::Login& login, const OV::UniS
 void LookAtMails(const IO::Location& file, Diagnosis::Cache& cache, std::uint32_t* count)
 {
     try {
-        const auto content = MailFile::Read(file);
+        const auto content = ReadMailFile(file);
         if (count != nullptr)
             *count = static_cast<std::uint32_t>(content.mails.size()) + content.unknown.count;
         if (content.outcome == MailFile::Outcome::Damaged)
             cache.damage.push_back(u"A mail in \"" + file.LastComponent() + u"\" cannot be read.");
-        if (content.outcome == MailFile::Outcome::LeftOver)
+        if (content.outcome == MailFile::Outcome::LeftOver &&
+            !MailChangeFile(file).IsUnfinished(content))
             cache.damage.push_back(u"Something follows the mails in \"" + file.LastComponent() +
                                    u"\".");
     } catch (const OV::Exception& problem) {

@@ -1,13 +1,12 @@
 #include "Messaging/MailFile.hpp"
 
 #include "Messaging/Detail/MailFileReader.hpp"
-#include "Messaging/Detail/MailSnapshot.hpp"
 
 #include "IO/File.hpp"
 #include "IO/IOException.hpp"
 #include "OVRoot/Logger.hpp"
 
-namespace SYC::MailFile {
+namespace SYC {
 
 namespace {
 
@@ -24,6 +23,40 @@ IO::Location FreeNameBeside(const IO::Location& file)
 
 }  // namespace
 
+MailFileContent ReadMailFile(const IO::Location& file)
+{
+    try {
+        const IO::File::Content read = IO::File::Read(file, IO::File::MostOfMailFile);
+        MailFileContent content = MailFileReader(read.bytes).Read();
+        content.stamp = read.stamp;
+        return content;
+    } catch (const IO::IOException& error) {
+        if (error.GetCode() != IO::ErrorCode::NotFound)
+            throw;
+        MailFileContent absent;
+        absent.outcome = MailFile::Outcome::Absent;
+        return absent;
+    }
+}
+
+void KeepDamage(const IO::Location& file, MailFile::Content& content)
+{
+    if (content.outcome != MailFile::Outcome::Damaged &&
+        content.outcome != MailFile::Outcome::LeftOver)
+        return;
+    const IO::Location kept = FreeNameBeside(file);
+    IO::File::Replace(kept, IO::File::ReadAll(file, IO::File::MostOfMailFile), true);
+    content.stamp = MailFile::Write(file, content.mails, content.unknown);
+    content.notice = OV::FormatText(
+        u"The mail file % is damaged (status %). % mails of it could be read and are "
+        u"used; the whole file is kept as %.",
+        {file.ToDisplayText(), content.status, content.mails.size(), kept.ToDisplayText()});
+}
+
+}  // namespace SYC
+
+namespace SYC::MailFile {
+
 Content Decode(OV::StringView bytes)
 {
     return MailFileReader(bytes).Read();
@@ -31,32 +64,13 @@ Content Decode(OV::StringView bytes)
 
 Content Read(const IO::Location& file)
 {
-    try {
-        const IO::File::Content read = IO::File::Read(file, IO::File::MostOfMailFile);
-        Content content = Decode(read.bytes);
-        content.stamp = read.stamp;
-        return content;
-    } catch (const IO::IOException& error) {
-        if (error.GetCode() != IO::ErrorCode::NotFound)
-            throw;
-        Content absent;
-        absent.outcome = Outcome::Absent;
-        return absent;
-    }
+    return ReadMailFile(file);
 }
 
 Content ReadKeepingDamage(const IO::Location& file)
 {
     Content content = Read(file);
-    if (content.outcome != Outcome::Damaged && content.outcome != Outcome::LeftOver)
-        return content;
-    const IO::Location kept = FreeNameBeside(file);
-    IO::File::Replace(kept, IO::File::ReadAll(file, IO::File::MostOfMailFile), true);
-    content.stamp = Write(file, content.mails, content.unknown);
-    content.notice = OV::FormatText(
-        u"The mail file % is damaged (status %). % mails of it could be read and are "
-        u"used; the whole file is kept as %.",
-        {file.ToDisplayText(), content.status, content.mails.size(), kept.ToDisplayText()});
+    KeepDamage(file, content);
     return content;
 }
 
@@ -68,7 +82,8 @@ void LogNotice(const OV::UniString& notice)
 
 OV::String Encode(const MailList& mails, const UnknownRecords& unknown)
 {
-    return MailSnapshot(mails).Encode(unknown);
+    MailPlaces unneeded;
+    return MailSnapshot(mails).Encode(unknown, unneeded);
 }
 
 IO::ChangeStamp Write(const IO::Location& file, const MailList& mails,

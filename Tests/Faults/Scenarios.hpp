@@ -34,8 +34,10 @@ inline const Strings Open{"open", "%anna"}, Fetch{"log", "update", "%login"}, Pr
     Outbox{"mail", "outbox", "%anna"}, Mails{"mail", "list", "%anna"},
     Log{"log", "show", "%server"},
     Send{"mail", "send", "%anna", "--to", "yuki.tanaka", "-t", "%text"};
-inline const std::vector<Strings> AnnaHasAMail{
-    Open, {"open", "%yuki"}, {"mail", "send", "%yuki", "--to", "anna.novak", "-t", "hello"}};
+inline const Strings Hello{"mail", "send", "%yuki", "--to", "anna.novak", "-t", "hello"},
+    Much{"mail", "send", "%yuki", "--to", "anna.novak", "-t", std::string(100'000, 'x')};
+inline const std::vector<Strings> AnnaHasAMail{Open, {"open", "%yuki"}, Hello},
+    AnnaHasMuch{Open, {"open", "%yuki"}, Much, Much, Mails, Hello};
 
 inline const Scenario Scenarios[] = {
     {.name = "OpenAProject", .command = Open, .look = {Projects}},
@@ -64,6 +66,10 @@ inline const Scenario Scenarios[] = {
      .look = {Outbox}},
     {.name = "ReadAMail",
      .before = AnnaHasAMail,
+     .command = {"mail", "read", "%anna", "-i", "%mail"},
+     .look = {Mails}},
+    {.name = "ReadAMailOfALargeBox",
+     .before = AnnaHasMuch,
      .command = {"mail", "read", "%anna", "-i", "%mail"},
      .look = {Mails}},
     {.name = "DeleteAMail",

@@ -4,6 +4,8 @@
 #include "Support/TemporaryFolder.hpp"
 
 #include <deque>
+#include <fstream>
+#include <random>
 
 using SYC::ClientMail;
 using SYC::MailBox;
@@ -24,6 +26,59 @@ std::string IdsOf(const MailBox::MailList& mails)
         ids += OV::ToUtf8(mail->GetId());
     return ids;
 }
+
+/// A box on a file that is large enough to be changed where it stands.
+class LargeMailBoxTest : public testing::Test {
+protected:
+    LargeMailBoxTest()
+    {
+        for (int i = 0; i < 300; ++i)
+            Add(*ours);
+        ours->SetKnownChange(1);
+        ours->Write();
+    }
+
+    void Add(MailBox& box)
+    {
+        ++made;
+        const auto mail = MakeMail(OV::ToText(made), made);
+        mail->SetBodyText(OV::UniString(400 + random() % 200, u'x'));
+        if (random() % 5 == 0)
+            mail->SetActionList(MailTest::MakeActions({MailTest::MakeDummy(OV::ToText(made))}));
+        mail->SetParentMailId(OV::UniString(random() % 3, u'p'));
+        box.Add(mail);
+    }
+    void Mark(MailBox& box)
+    {
+        const auto& mail = box.GetMails()[random() % box.GetMails().size()];
+        switch (random() % 4) {
+        case 0:
+            return mail->SetRead();
+        case 1:
+            return mail->SetHistorical();
+        default:
+            return mail->SetModify(random() % 2 == 0);
+        }
+    }
+    [[nodiscard]] std::uint64_t Identity() const
+    {
+        return IO::File::GetChangeStamp(file)->identity;
+    }
+    [[nodiscard]] std::unique_ptr<MailBox> Open() const
+    {
+        return std::make_unique<MailBox>(folder.GetLocation());
+    }
+    [[nodiscard]] bool IsDamageKept() const
+    {
+        return std::filesystem::exists(folder.Path() / "Mails.dat.damaged-1");
+    }
+
+    const TemporaryFolder folder;
+    const IO::Location file = folder.GetLocation().Appended(SYC::MailFile::MailsName);
+    std::mt19937 random{7};
+    int made = 0;
+    std::unique_ptr<MailBox> ours = Open();
+};
 
 }  // namespace
 
@@ -157,4 +212,80 @@ TEST(MailBoxTest, KeepsEveryMailOfItsFileAndWhatIsNoneYet)
     const auto content = SYC::MailFile::Read(place.Appended(SYC::MailFile::MailsName));
     EXPECT_EQ(content.mails.size(), 4u);
     EXPECT_EQ(content.unknown.bytes, newer);
+}
+
+// However it came about, the file is what writing all of it would make.
+TEST_F(LargeMailBoxTest, ItsFileIsChangedWhereItStandsAndTheSameAsIfItWereReplaced)
+{
+    auto theirs = Open();
+    std::size_t inPlace = 0;
+    constexpr int rounds = 200;
+    for (int round = 0; round < rounds; ++round) {
+        MailBox& box = round % 3 == 0 ? *theirs : *ours;
+        box.FollowOthers();
+        const auto before = Identity();
+        const int what = static_cast<int>(random() % 10);
+        for (auto count = what == 0 ? 0 : random() % 8; count > 0; --count)
+            what < 5 ? Mark(box) : Add(box);
+        if (what == 8)
+            (void)box.Remove({box.GetMails()[random() % box.GetMails().size()]->GetId()});
+        if (what == 9)
+            for (const auto& mail : box.GetMails())
+                mail->SetModify(round % 2 == 0);
+        box.SetKnownChange(static_cast<std::uint64_t>(2 + round));
+        box.Write();
+        inPlace += Identity() == before ? 1 : 0;
+        ASSERT_EQ(IO::File::ReadAll(file), SYC::MailFile::Encode(box.GetMails())) << round;
+        if (round % 20 == 0)
+            (round % 40 == 0 ? ours : theirs) = Open();
+    }
+    EXPECT_GT(inPlace, rounds * 7 / 10);
+    EXPECT_LT(inPlace, rounds * 9 / 10) << "what was deleted is not in the middle of a file";
+    EXPECT_EQ(Open()->GetKnownChange(), static_cast<std::uint64_t>(1 + rounds));
+
+    // Each state is told from the one before, also when nothing but a mark has changed within one
+    // tick of the clock.
+    for (int i = 0; i < 20; ++i) {
+        ours->FollowOthers();
+        theirs->FollowOthers();
+        const auto& mail = ours->GetMails()[static_cast<std::size_t>(i)];
+        mail->SetModify(!mail->IsModify());
+        const auto stamp = IO::File::GetChangeStamp(file);
+        ours->Write();
+        EXPECT_NE(IO::File::GetChangeStamp(file), stamp);
+    }
+}
+
+TEST_F(LargeMailBoxTest, WhatACrashKeptFromBeingCountedIsNoDamage)
+{
+    const auto before = IO::File::ReadAll(file);
+    const auto change = IO::File::ReadAll(folder.GetLocation().Appended(u"Mails.dat.change"));
+    Add(*ours);
+    Add(*ours);
+    ours->Write();
+    const auto after = IO::File::ReadAll(file);
+    ours->Remove({OV::ToText(made)});
+    ours->Write();  // under another identity, so that what follows is nobody's state
+    for (const auto added : {std::size_t{1}, after.size() - before.size()}) {
+        // Where it stands, as the crashed one did it.
+        std::fstream(folder.Path() / "Mails.dat", std::ios::in | std::ios::out)
+            << before + after.substr(before.size(), added);
+        std::filesystem::resize_file(folder.Path() / "Mails.dat", before.size() + added);
+        const auto stamp = IO::File::GetChangeStamp(file);
+        std::ofstream(folder.Path() / "Mails.dat.change")
+            << change.substr(0, change.find(' ')) << " 1 " << before.size() << ' '
+            << stamp->identity << '\n';
+        const auto box = Open();
+        EXPECT_EQ(SYC::MailFile::Encode(box->GetMails()), before);
+        EXPECT_EQ(box->GetKnownChange(), 0U);
+        EXPECT_FALSE(IsDamageKept());
+        Add(*box);
+        box->Write();
+        EXPECT_EQ(IO::File::ReadAll(file), SYC::MailFile::Encode(box->GetMails()));
+    }
+    // Without a word of it beside the file, it is anything.
+    std::filesystem::remove(folder.Path() / "Mails.dat.change");
+    std::ofstream(folder.Path() / "Mails.dat", std::ios::app) << "x";
+    (void)Open();
+    EXPECT_TRUE(IsDamageKept());
 }

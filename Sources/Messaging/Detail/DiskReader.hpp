@@ -29,6 +29,8 @@ public:
             if (memory_ != nullptr)
                 restAtActions_ = memory_->Rest();
             actions_ = MailActions::Read(actions, actionCount_, channel);
+            if (memory_ != nullptr)
+                restBehindActions_ = memory_->Rest();
             return actions_.status;
         });
     }
@@ -41,13 +43,17 @@ public:
 
     [[nodiscard]] std::uint32_t ActionCount() const noexcept { return actionCount_; }
     [[nodiscard]] const MailActions::Reading& Actions() const noexcept { return actions_; }
-    /// What stood behind the count of actions when they were read.
+    /// What stood behind the count of actions when they were read, and behind them.
+    /// @{
     [[nodiscard]] OV::StringView RestAtActions() const noexcept { return restAtActions_; }
+    [[nodiscard]] OV::StringView RestBehindActions() const noexcept { return restBehindActions_; }
+    /// @}
 
 private:
     const OV::MemoryIChannel* memory_ = nullptr;
     std::uint32_t actionCount_ = 0;
     OV::StringView restAtActions_;
+    OV::StringView restBehindActions_;
     MailActions::Reading actions_;
 };
 

@@ -1,20 +1,15 @@
 #include "Messaging/Detail/MailBoxFile.hpp"
 
 #include "IO/ExclusiveFile.hpp"
-#include "IO/IOException.hpp"
 
-#include <charconv>
 #include <unordered_map>
 
 namespace SYC {
 
 namespace {
 
-OV::String TextOf(const IO::ChangeStamp& stamp)
-{
-    return ' ' + std::to_string(stamp.modificationNanoseconds) + ' ' + std::to_string(stamp.size) +
-           ' ' + std::to_string(stamp.identity) + '\n';
-}
+/// A smaller one is replaced in no more time, and then nobody ever meets a part of a change.
+constexpr std::uint64_t LeastAmended = 256 << 10;
 
 bool HasMarkBeyond(const ClientMail& theirs, const ClientMail& ours)
 {
@@ -26,8 +21,7 @@ bool HasMarkBeyond(const ClientMail& theirs, const ClientMail& ours)
 
 MailBoxFile::MailBoxFile(const IO::Location& folder)
     : file_(folder.Appended(MailFile::MailsName)),
-      lockFile_(folder.Appended(OV::UniString(MailFile::MailsName) + u".lock")),
-      changeFile_(folder.Appended(OV::UniString(MailFile::MailsName) + u".change"))
+      lockFile_(folder.Appended(OV::UniString(MailFile::MailsName) + u".lock")), changeFile_(file_)
 {}
 
 MailSnapshot::List MailBoxFile::Open()
@@ -35,22 +29,38 @@ MailSnapshot::List MailBoxFile::Open()
     OV::UniString notice;
     {
         const auto hold = IO::ExclusiveFile::Open(lockFile_);
-        MailFile::Content content = MailFile::ReadKeepingDamage(file_);
+        MailFileContent content = Read();
         stamp_ = content.stamp;
+        change_ = stamp_ ? changeFile_.Read(*stamp_) : 0;
+        // Without its size beside it, nobody could tell an addition that a crash cut off from
+        // damage.
+        places_ = change_ != 0 ? std::move(content.places) : nullptr;
         known_ = std::make_shared<const MailFile::MailList>(std::move(content.mails));
         unknown_ = std::move(content.unknown);
         notice = std::move(content.notice);
-        change_ = ReadChange();
     }
     MailFile::LogNotice(notice);
     return known_;
+}
+
+/// What a crash kept from being counted is no damage: the server has it, and the next write takes
+/// its place.
+MailFileContent MailBoxFile::Read() const
+{
+    MailFileContent content = ReadMailFile(file_);
+    if (changeFile_.IsUnfinished(content)) {
+        content.outcome = MailFile::Outcome::Complete;
+        content.places = nullptr;
+    }
+    KeepDamage(file_, content);
+    return content;
 }
 
 std::optional<MailNews> MailBoxFile::Follow()
 {
     if (IO::File::GetChangeStamp(file_) == stamp_)
         return std::nullopt;
-    MailFile::Content content = MailFile::Read(file_);
+    MailFileContent content = ReadMailFile(file_);
     if (content.outcome != MailFile::Outcome::Complete)
         return std::nullopt;
     return TakeOver(std::move(content));
@@ -64,15 +74,13 @@ bool MailBoxFile::Write(const MailSnapshot& mails, const Merge& merge)
         const auto hold = IO::ExclusiveFile::Open(lockFile_);
         const MailSnapshot* merged = &mails;
         if (IO::File::GetChangeStamp(file_) != stamp_) {
-            MailFile::Content content = MailFile::ReadKeepingDamage(file_);
+            MailFileContent content = Read();
             notice = std::move(content.notice);
             if (auto news = TakeOver(std::move(content)); !news.IsEmpty())
                 merged = merge(std::move(news));
         }
         if (merged != nullptr) {
-            stamp_ = IO::File::Replace(file_, merged->Encode(unknown_), true);
-            SetKnown(merged->GetList());
-            WriteChange(merged->GetChange());
+            Put(*merged);
             isWritten = true;
         }
     }
@@ -80,28 +88,39 @@ bool MailBoxFile::Write(const MailSnapshot& mails, const Merge& merge)
     return isWritten;
 }
 
-/// It counts for the file that it was written for and for no other: who does not know of it may
-/// have replaced that one, or a crash come between the two.
-std::uint64_t MailBoxFile::ReadChange() const
-try {
-    constexpr std::uint64_t most = 100;
-    std::uint64_t change = 0;
-    const OV::String text = IO::File::ReadAll(changeFile_, most);
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), change);
-    return error == std::errc() && stamp_ &&
-                   text.substr(static_cast<std::size_t>(end - text.data())) == TextOf(*stamp_)
-               ? change
-               : 0;
-} catch (const IO::IOException&) {
-    return 0;
+void MailBoxFile::Put(const MailSnapshot& mails)
+{
+    const auto former = stamp_;
+    if (!Amend(mails)) {
+        auto places = std::make_shared<MailPlaces>();
+        stamp_ = IO::File::Replace(file_, mails.Encode(unknown_, *places), true);
+        places_ = std::move(places);
+    }
+    SetKnown(mails.GetList());
+    if (stamp_ == former && mails.GetChange() == change_)
+        return;
+    change_ = mails.GetChange();
+    if (!changeFile_.Write(change_, *stamp_))
+        places_ = nullptr;
 }
 
-void MailBoxFile::WriteChange(std::uint64_t change) const noexcept
-try {
-    if (change != 0)
-        (void)IO::File::Replace(changeFile_, std::to_string(change) + TextOf(*stamp_), true);
-} catch (...) {
-    // The next start asks for all flags, as it does without the file.
+bool MailBoxFile::Amend(const MailSnapshot& mails)
+{
+    // They are worth nothing any more whenever this fails.
+    const auto places = std::exchange(places_, nullptr);
+    if (!places || unknown_.count != 0 || stamp_->size < LeastAmended)
+        return false;
+    const auto change = places->Turn(*known_, mails);
+    if (!change)
+        return false;
+    if (!change->patches.empty()) {
+        const auto stamp = IO::File::Amend(file_, *stamp_, change->added, change->patches);
+        if (!stamp)
+            return false;
+        stamp_ = stamp;
+    }
+    places_ = places;
+    return true;
 }
 
 void MailBoxFile::SetKnown(MailSnapshot::List list)
@@ -109,7 +128,7 @@ void MailBoxFile::SetKnown(MailSnapshot::List list)
     retired_.push_back(std::exchange(known_, std::move(list)));
 }
 
-MailNews MailBoxFile::TakeOver(MailFile::Content content)
+MailNews MailBoxFile::TakeOver(MailFileContent content)
 {
     struct Known {
         const OV::Ref<ClientMail>* mail;
@@ -143,6 +162,10 @@ MailNews MailBoxFile::TakeOver(MailFile::Content content)
     if (content.outcome != MailFile::Outcome::Absent)
         unknown_ = std::move(content.unknown);
     stamp_ = content.stamp;
+    // The list is that of the file, but for a mail without an id.
+    const bool isSame = isWhole && now.size() == content.mails.size();
+    change_ = stamp_ ? changeFile_.Read(*stamp_) : 0;
+    places_ = isSame && change_ != 0 ? std::move(content.places) : nullptr;
     SetKnown(std::make_shared<const MailFile::MailList>(std::move(now)));
     return news;
 }

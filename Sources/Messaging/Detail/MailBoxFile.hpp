@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Messaging/Detail/MailSnapshot.hpp"
+#include "Messaging/Detail/MailChangeFile.hpp"
 
 #include <functional>
 #include <optional>
@@ -32,9 +32,9 @@ public:
     /// file is held against other processes.
     using Merge = std::function<const MailSnapshot*(MailNews news)>;
     /// Puts the mails in place of the file, which keeps what nobody here can read, and their change
-    /// beside it. `merge` is asked
-    /// only when others changed it. False when nothing was written. Throws IO::IOException; the
-    /// file then stays as it was.
+    /// beside it; of a large file only what has changed is written, where it stands. `merge` is
+    /// asked only when others changed it. False when nothing was written. Throws IO::IOException;
+    /// the file is then as it was, or has some of what is new.
     bool Write(const MailSnapshot& mails, const Merge& merge);
 
     /// Lists that are not needed here any more, with which mails may be destroyed.
@@ -44,20 +44,25 @@ public:
     }
 
 private:
-    [[nodiscard]] MailNews TakeOver(MailFile::Content content);
+    /// For who holds the lock.
+    [[nodiscard]] MailFileContent Read() const;
+    [[nodiscard]] MailNews TakeOver(MailFileContent content);
+    void Put(const MailSnapshot& mails);
+    /// False when the file is to be replaced.
+    [[nodiscard]] bool Amend(const MailSnapshot& mails);
     void SetKnown(MailSnapshot::List list);
-    [[nodiscard]] std::uint64_t ReadChange() const;
-    void WriteChange(std::uint64_t change) const noexcept;
 
     const IO::Location file_;
     const IO::Location lockFile_;
-    const IO::Location changeFile_;
+    const MailChangeFile changeFile_;
     std::uint64_t change_ = 0;
     /// The mails that the file is known to have.
     MailSnapshot::List known_ = std::make_shared<const MailFile::MailList>();
     std::vector<MailSnapshot::List> retired_;
     MailFile::UnknownRecords unknown_;
     std::optional<IO::ChangeStamp> stamp_;
+    /// Those of the mails that are known, in a file that may be changed where it stands.
+    std::shared_ptr<MailPlaces> places_;
 };
 
 }  // namespace SYC

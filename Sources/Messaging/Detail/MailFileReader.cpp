@@ -17,9 +17,10 @@ constexpr std::size_t MaximumGuesses = std::size_t{1} << 26;
 
 }  // namespace
 
-MailFile::Content MailFileReader::Read()
+MailFileContent MailFileReader::Read()
 {
     OV::MemoryIChannel channel(bytes_);
+    auto places = std::make_shared<MailPlaces>();
     content_.status = channel.Read(remaining_);
     at_ = bytes_.size() - channel.Rest().size();
     for (; remaining_ > 0 && content_.status == OV::ChannelOk; --remaining_) {
@@ -28,6 +29,9 @@ MailFile::Content MailFileReader::Read()
             ReadRest(std::move(record));
             return std::move(content_);
         }
+        const OV::StringView bytes = bytes_.substr(at_, record.size);
+        places->Add(*record.mail, bytes,
+                    bytes.substr(record.actionsAt, record.actionsEnd - record.actionsAt));
         at_ += record.size;
         content_.mails.push_back(std::move(record.mail));
     }
@@ -35,6 +39,8 @@ MailFile::Content MailFileReader::Read()
         content_.outcome = MailFile::Outcome::Damaged;
     else if (at_ < bytes_.size())
         content_.outcome = MailFile::Outcome::LeftOver;
+    if (content_.status == OV::ChannelOk)
+        content_.places = std::move(places);
     return std::move(content_);
 }
 

@@ -1,9 +1,20 @@
 #pragma once
 
+#include "Messaging/Detail/MailPlaces.hpp"
 #include "Messaging/Detail/MailRecord.hpp"
-#include "Messaging/MailFile.hpp"
 
 namespace SYC {
+
+/// What a file held, and where.
+struct MailFileContent : MailFile::Content {
+    /// None when not all mails could be read.
+    std::shared_ptr<MailPlaces> places;
+};
+
+/// As MailFile::Read.
+[[nodiscard]] MailFileContent ReadMailFile(const IO::Location& file);
+/// What MailFile::ReadKeepingDamage does with a damaged file.
+void KeepDamage(const IO::Location& file, MailFile::Content& content);
 
 /// Reads a mail file past what this process does not know.
 ///
@@ -14,7 +25,7 @@ namespace SYC {
 class MailFileReader {
 public:
     explicit MailFileReader(OV::StringView bytes) : bytes_(bytes) {}
-    [[nodiscard]] MailFile::Content Read();
+    [[nodiscard]] MailFileContent Read();
 
 private:
     /// The rest of the file from one place on, for one number of places that are no mails.
@@ -42,7 +53,7 @@ private:
     /// How many of the places are no mails.
     std::size_t spare_ = 0;
     OV::Array<Parting> partings_;
-    MailFile::Content content_;
+    MailFileContent content_;
 };
 
 }  // namespace SYC

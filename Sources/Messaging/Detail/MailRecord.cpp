@@ -50,6 +50,7 @@ MailRecord MailRecord::Read(OV::StringView bytes)
         record.mail = OV::MakeRef<ClientMail>();
         MailFields::Transfer(*record.mail, reader);
         record.actionsAt = bytes.size() - reader.RestAtActions().size();
+        record.actionsEnd = bytes.size() - reader.RestBehindActions().size();
         record.actionCount = reader.ActionCount();
         record.isCutOff = !reader.Actions().isUnknown;
         if (reader.IsGood())

@@ -24,8 +24,10 @@ struct MailRecord {
     OV::ChannelStatus status = OV::ChannelOk;  ///< the error of what is not complete
     OV::Ref<ClientMail> mail;
     std::size_t size = 0;  ///< how many bytes were read
-    /// The rest concerns unread actions.
+    /// Where the actions stand; the end is that of actions that were read.
     std::size_t actionsAt = 0;
+    std::size_t actionsEnd = 0;
+    /// The rest concerns unread actions.
     std::uint32_t actionCount = 0;
     /// The data ended before the actions did. That is damage unless there is more behind it.
     bool isCutOff = false;

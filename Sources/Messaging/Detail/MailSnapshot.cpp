@@ -1,6 +1,6 @@
 #include "Messaging/Detail/MailSnapshot.hpp"
 
-#include "OVRoot/MemoryChannels.hpp"
+#include "Messaging/Detail/MailPlaces.hpp"
 
 #include <limits>
 
@@ -38,29 +38,52 @@ MailSnapshot::MailSnapshot(const MailFile::MailList& mails, std::uint64_t change
             actions_.push_back({place, MailActions::Sealed(actions)});
 }
 
-OV::String MailSnapshot::Encode(const MailFile::UnknownRecords& unknown) const
+OV::String MailSnapshot::Encode(const MailFile::UnknownRecords& unknown, MailPlaces& places) const
 {
     if (mails_->size() > std::numeric_limits<std::uint32_t>::max() - unknown.count)
         throw OV::ChannelException("The mails are too many for one file.");
     // A box of many megabytes that grows by doubling is copied and held twice on the way.
     ByteCounter counter;
-    Write(unknown, counter);
+    Write(0, counter, [](const ClientMail&, const MailActions::Carried&) {});
     OV::MemoryOChannel channel;
-    channel.Reserve(counter.Count());
-    Write(unknown, channel);
+    channel.Reserve(sizeof(std::uint32_t) + counter.Count() + unknown.bytes.size());
+    RequireOk(channel.Write(static_cast<std::uint32_t>(mails_->size() + unknown.count)));
+    places = MailPlaces();
+    Write(0, channel, places);
+    RequireOk(channel.WriteBytes(std::as_bytes(std::span(unknown.bytes))));
     return channel.TakeBytes();
 }
 
-void MailSnapshot::Write(const MailFile::UnknownRecords& unknown, OV::OChannel& channel) const
+OV::String MailSnapshot::EncodeFrom(std::size_t first, MailPlaces& places) const
+{
+    OV::MemoryOChannel channel;
+    Write(first, channel, places);
+    return channel.TakeBytes();
+}
+
+void MailSnapshot::Write(std::size_t first, OV::MemoryOChannel& channel, MailPlaces& places) const
+{
+    std::size_t begin = channel.Bytes().size();
+    Write(first, channel, [&](const ClientMail& mail, const MailActions::Carried& actions) {
+        places.Add(mail, OV::StringView(channel.Bytes()).substr(begin),
+                   actions.unknown ? OV::StringView(actions.unknown->bytes) : OV::StringView());
+        begin = channel.Bytes().size();
+    });
+}
+
+template <class Channel, class Written>
+void MailSnapshot::Write(std::size_t first, Channel& channel, Written written) const
 {
     static const auto& none = *new MailActions::Carried;
-    RequireOk(channel.Write(static_cast<std::uint32_t>(mails_->size() + unknown.count)));
     auto carried = actions_.begin();
-    for (std::size_t place = 0; place < mails_->size(); ++place) {
+    while (carried != actions_.end() && carried->place < first)
+        ++carried;
+    for (std::size_t place = first; place < mails_->size(); ++place) {
         const bool isCarrier = carried != actions_.end() && carried->place == place;
-        RequireOk((*mails_)[place]->WriteWith(isCarrier ? carried++->sealed : none, channel));
+        const auto& actions = isCarrier ? carried++->sealed : none;
+        RequireOk((*mails_)[place]->WriteWith(actions, channel));
+        written(*(*mails_)[place], actions);
     }
-    RequireOk(channel.WriteBytes(std::as_bytes(std::span(unknown.bytes))));
 }
 
 }  // namespace SYC
