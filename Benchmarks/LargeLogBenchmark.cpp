@@ -76,12 +76,6 @@ private:
     bool isRead_ = false;  ///< stepped on, the statement would begin again
 };
 
-std::size_t Held()
-{
-    const auto info = mallinfo2();
-    return info.uordblks + info.hblkhd;
-}
-
 /// In bytes, of this process: "VmHWM" is the most since ForgetPeak, "VmRSS" what is there now.
 std::size_t Resident(const std::string& name)
 {
@@ -90,6 +84,11 @@ std::size_t Resident(const std::string& name)
         if (std::size_t kilobytes = 0; word == name + ':' && status >> kilobytes)
             return kilobytes * 1024;
     return 0;
+}
+std::size_t Held()
+{
+    malloc_trim(0);
+    return Resident("VmRSS");
 }
 void ForgetPeak()
 {
@@ -181,10 +180,9 @@ void LogOfTenMillion(benchmark::State& state)
         }
         report("load_ms", Beside::Median(ours));
         report("load_ratio", Beside::Median(ours) / Beside::Median(others));
-        malloc_trim(0);
-        const std::size_t held = Held(), resident = Resident("VmRSS");
+        const std::size_t held = Held();
         SYC::BinCacheHandler loaded(u"bench");
-        report("load_peak", PeakOf(resident, [&] { loaded.GetCacheLines(); }));
+        report("load_peak", PeakOf(held, [&] { loaded.GetCacheLines(); }));
         report("bytes_per_line", static_cast<double>(Held() - held) / count);
         const SYC::LogLines lines = loaded.GetLines();
 
@@ -213,7 +211,7 @@ void LogOfTenMillion(benchmark::State& state)
                        for (int column = 1; column <= SYC::LogTable::ColumnCount; ++column)
                            benchmark::DoNotOptimize(all.GetText(row, column));
                }));
-        report("sort_peak", PeakOf(resident, [&] { sort(all, SYC::LogTable::Size); }));
+        report("sort_peak", PeakOf(held, [&] { sort(all, SYC::LogTable::Size); }));
     }
 }
 

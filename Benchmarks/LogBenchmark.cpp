@@ -7,6 +7,7 @@
 #include "LogIndex/CompositeStringIndex.hpp"
 #include "LogLine/LogText.hpp"
 #include "OVRoot/Collation.hpp"
+#include "OVRoot/System.hpp"
 #include "SampleLog.hpp"
 #include "Support/TemporaryFolder.hpp"
 
@@ -331,15 +332,12 @@ void LogMemory(benchmark::State& state)
     }
     for (auto _ : state) {
         malloc_trim(0);
-        const auto used = [] {
-            const auto info = mallinfo2();
-            return info.uordblks + info.hblkhd;
-        };
-        const std::size_t before = used();
+        const std::uint64_t before = OV::System::ProcessMemory();
         SYC::BinCacheHandler cache(u"bench");
         cache.GetCacheData();
         state.counters["bytes_per_line"] =
-            static_cast<double>(used() - before) / static_cast<double>(state.range(0));
+            static_cast<double>(OV::System::ProcessMemory() - before) /
+            static_cast<double>(state.range(0));
     }
 }
 

@@ -1,6 +1,7 @@
 #include "LogLine/LogBlock.hpp"
 
 #include "LogLine/Detail/PackedText.hpp"
+#include "OVRoot/LargeMemory.hpp"
 
 #include <new>
 
@@ -10,13 +11,22 @@ namespace PackedText = Detail::PackedText;
 
 LogBlock* LogBlock::Make(std::size_t bytes, std::size_t keepers)
 {
-    return new (::operator new(sizeof(LogBlock) + bytes)) LogBlock(keepers);
+    return new (::operator new(sizeof(LogBlock) + bytes)) LogBlock(keepers, false);
+}
+
+LogBlock* LogBlock::MakeLarge(std::size_t keepers)
+{
+    return new (OV::LargeMemory::Take()) LogBlock(keepers, true);
 }
 
 void LogBlock::Destroy(LogBlock* block) noexcept
 {
+    const bool isLarge = block->isLarge_;
     block->~LogBlock();
-    ::operator delete(block);
+    if (isLarge)
+        OV::LargeMemory::GiveBack(block);
+    else
+        ::operator delete(block);
 }
 
 LogRecord LogBlock::TextsAt(std::uint32_t place) const noexcept

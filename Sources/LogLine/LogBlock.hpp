@@ -71,9 +71,11 @@ public:
 
 private:
     friend class Detail::LogBlockWriter;
-    explicit LogBlock(std::size_t keepers) noexcept : keepers_(keepers) {}
+    LogBlock(std::size_t keepers, bool isLarge) noexcept : keepers_(keepers), isLarge_(isLarge) {}
     ~LogBlock() = default;
     [[nodiscard]] static LogBlock* Make(std::size_t bytes, std::size_t keepers);
+    /// One that takes all that a piece of large memory has room for.
+    [[nodiscard]] static LogBlock* MakeLarge(std::size_t keepers);
     /// The block is gone when nobody else keeps it.
     static void LetGo(LogBlock* block, std::size_t keepers) noexcept
     {
@@ -88,6 +90,7 @@ private:
     }
 
     std::atomic<std::size_t> keepers_;
+    const bool isLarge_;
 };
 
 }  // namespace SYC

@@ -232,35 +232,39 @@ TEST(LogDataLineTest, TheRecordHoldsExactlyItsBytesAndComesBack)
 TEST(LogDataLineTest, LinesThatShareABlockAreThoseThatWerePutThere)
 {
     std::mt19937 random(5);
-    SYC::Detail::LogBlockWriter writer(300'000);
-    std::vector<std::pair<LogDataLine, OV::String>> lines;
-    OV::String text(200'000, '\xE4');
-    for (int i = 0; i < 3000; ++i) {
-        const auto any = [&](std::size_t most) {
-            return OV::StringView(text).substr(0,
-                                               random() % 20 > 0 ? random() % 20 : random() % most);
-        };
-        const SYC::LogRecord record{any(300),
-                                    any(20'000),
-                                    any(200),
-                                    any(200),
-                                    any(i % 100 < 9 ? 300 : 2),
-                                    any(i % 100 < 9 ? 300 : 2),
-                                    static_cast<std::uint32_t>(random()),
-                                    static_cast<std::int32_t>(random()),
-                                    any(i % 500 == 0 ? text.size() : 40),
-                                    static_cast<std::int16_t>(random())};
-        const OV::StringView time = any(30);
-        const bool hasOwnTime = i % 7 == 0;
-        const LogDataLine line(writer.Add(record, hasOwnTime ? &time : nullptr), record,
-                               hasOwnTime);
-        ASSERT_EQ(line.GetTime(), hasOwnTime ? OV::FromUtf8(time) : OV::ToText(record.timeVal));
-        ASSERT_TRUE(lines.empty() || lines.back().first.GetId() < line.GetId());
-        record.AppendTo(lines.emplace_back(line, OV::String()).second);
-    }
-    for (const auto& [line, bytes] : lines) {
-        OV::String again;
-        line.AppendRecord(again);
-        ASSERT_EQ(again, bytes);
+    // The second puts them into large pieces of memory, of which one line takes more than a whole.
+    const std::size_t expected[] = {300'000, 8'000'000};
+    for (const std::size_t bytes : expected) {
+        SYC::Detail::LogBlockWriter writer(bytes);
+        std::vector<std::pair<LogDataLine, OV::String>> lines;
+        const OV::String text(3'000'000, '\xE4');
+        for (int i = 0; i < 3000; ++i) {
+            const auto any = [&](std::size_t most) {
+                return OV::StringView(text).substr(0, random() % 20 > 0 ? random() % 20
+                                                                        : random() % most);
+            };
+            const SYC::LogRecord record{any(300),
+                                        any(60'000),
+                                        any(200),
+                                        any(200),
+                                        any(i % 100 < 9 ? 300 : 2),
+                                        any(i % 100 < 9 ? 300 : 2),
+                                        static_cast<std::uint32_t>(random()),
+                                        static_cast<std::int32_t>(random()),
+                                        i == 1000 ? OV::StringView(text) : any(40),
+                                        static_cast<std::int16_t>(random())};
+            const OV::StringView time = any(30);
+            const bool hasOwnTime = i % 7 == 0;
+            const LogDataLine line(writer.Add(record, hasOwnTime ? &time : nullptr), record,
+                                   hasOwnTime);
+            ASSERT_EQ(line.GetTime(), hasOwnTime ? OV::FromUtf8(time) : OV::ToText(record.timeVal));
+            ASSERT_TRUE(lines.empty() || lines.back().first.GetId() < line.GetId());
+            record.AppendTo(lines.emplace_back(line, OV::String()).second);
+        }
+        for (const auto& [line, written] : lines) {
+            OV::String again;
+            line.AppendRecord(again);
+            ASSERT_EQ(again, written);
+        }
     }
 }

@@ -2,6 +2,7 @@
 
 #include "LogLine/Detail/PackedText.hpp"
 #include "OVRoot/Exception.hpp"
+#include "OVRoot/LargeMemory.hpp"
 
 #include <algorithm>
 
@@ -11,6 +12,7 @@ namespace {
 
 /// A block that is begun before it is known how much it will hold wastes little of so few bytes.
 constexpr std::size_t UsualBytes = std::size_t{64} << 10;
+constexpr std::size_t LargeBytes = OV::LargeMemory::Piece - sizeof(LogBlock);
 constexpr std::size_t MostBytesOfCount = 5;
 
 }  // namespace
@@ -20,10 +22,13 @@ void LogBlockWriter::Open(std::size_t least)
     Close();
     // Of lines that come although none were expected, more are to be expected.
     expected_ = std::max(expected_, capacity_ / 8);
-    const std::size_t capacity = std::max(least, std::min(expected_, UsualBytes));
+    // More texts are seldom expected than come by a half.
+    const bool isLarge = expected_ >= OV::LargeMemory::Piece && least <= LargeBytes;
+    const std::size_t capacity =
+        isLarge ? LargeBytes : std::max(least, std::min(expected_, UsualBytes));
     // Each line takes a byte and more, and the writer keeps the block while it fills it.
     const std::size_t keepers = capacity + 1;
-    block_ = LogBlock::Make(capacity, keepers);
+    block_ = isLarge ? LogBlock::MakeLarge(keepers) : LogBlock::Make(capacity, keepers);
     spareKeepers_ = keepers;
     capacity_ = capacity;
     used_ = 0;
