@@ -24,6 +24,8 @@ public:
     AuditLog(const AuditLog&) = delete;
     AuditLog& operator=(const AuditLog&) = delete;
 
+    /// Whether anything is kept: who prepares what Add takes may spare it.
+    [[nodiscard]] bool IsOn() const noexcept { return writer_ != nullptr; }
     void Add(const HttpRequest& request, const std::string& user, const HttpResponse& response);
 
 private:

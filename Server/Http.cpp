@@ -27,10 +27,10 @@ bool ParseQuery(std::string_view query, HttpRequest& request)
     while (!query.empty()) {
         std::string_view value = TakeUntil(query, '&');
         const auto key = OV::PercentDecode(TakeUntil(value, '='));
-        const auto decoded = OV::PercentDecode(value);
+        auto decoded = OV::PercentDecode(value);
         if (!key || !decoded)
             return false;
-        request.query[*key] = *decoded;
+        request.query[*key] = *std::move(decoded);
     }
     return true;
 }
@@ -94,11 +94,13 @@ bool ParseTarget(std::string_view target, HttpRequest& request)
     if (path.empty() || path.front() != '/')
         return false;
     path.remove_prefix(1);
+    constexpr std::size_t usualDepth = 8;
+    request.path.reserve(usualDepth);
     while (!path.empty()) {
-        const auto component = OV::PercentDecode(TakeUntil(path, '/'));
+        auto component = OV::PercentDecode(TakeUntil(path, '/'));
         if (!component || component->empty())
             return false;
-        request.path.push_back(*component);
+        request.path.push_back(*std::move(component));
     }
     return ParseQuery(target, request);
 }

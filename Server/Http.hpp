@@ -57,7 +57,7 @@ private:
     std::shared_ptr<State> state_;
 };
 
-using HttpHandler = std::function<void(HttpRequest, Reply)>;
+using HttpHandler = std::function<void(HttpRequest&&, const Reply&)>;
 
 /// What is to become of a request whose head has come: its body may have at most so many bytes, or
 /// it is answered without one.

@@ -144,17 +144,32 @@ inline bool IsGone(const beast::error_code& error)
            error.category() != http::make_error_code(http::error::bad_value).category();
 }
 
-inline http::response<http::string_body> ToBeast(HttpResponse response, unsigned version,
-                                                 bool keepAlive)
+/// All that stands before the body.
+inline std::string HeadOf(const HttpResponse& response, unsigned version, bool keepAlive)
 {
-    http::response<http::string_body> message{static_cast<http::status>(response.status), version};
-    message.set(http::field::content_type, "application/json");
-    for (const auto& [name, value] : response.headers)
-        message.set(name, value);
-    message.keep_alive(keepAlive);
-    message.body() = std::move(response.body);
-    message.prepare_payload();
-    return message;
+    constexpr unsigned version10 = 10;
+    const beast::string_view reason =
+        http::obsolete_reason(static_cast<http::status>(response.status));
+    constexpr std::size_t usualBytes = 256;
+    std::string head;
+    head.reserve(usualBytes);
+    head += version == version10 ? "HTTP/1.0 " : "HTTP/1.1 ";
+    head.append(std::to_string(response.status)).append(" ");
+    head.append(reason.data(), reason.size());
+    head += "\r\n";
+    bool hasType = false;
+    for (const auto& [name, value] : response.headers) {
+        head.append(name).append(": ").append(value).append("\r\n");
+        hasType = hasType || name == "Content-Type";
+    }
+    if (!hasType)
+        head += "Content-Type: application/json\r\n";
+    if (!keepAlive)
+        head += "Connection: close\r\n";
+    else if (version == version10)
+        head += "Connection: keep-alive\r\n";
+    head.append("Content-Length: ").append(std::to_string(response.body.size()));
+    return head.append("\r\n\r\n");
 }
 
 inline std::string BearerToken(beast::string_view header)
@@ -207,7 +222,7 @@ public:
 
 private:
     /// Most handlers have answered when it returns.
-    void Begin(const HttpHandler& handler, HttpRequest request)
+    void Begin(const HttpHandler& handler, HttpRequest&& request)
     {
         const Reply reply([self = this->shared_from_this()](HttpResponse response) {
             self->Finish(std::move(response));
@@ -394,8 +409,7 @@ private:
         if (isHead)
             response->body.clear();
         const bool goOn = keepAlive && !shared_.draining && !shared_.stopping;
-        auto message = ToBeast(std::move(*response), version, goOn);
-        const bool isWritten = co_await Write(std::move(message));
+        const bool isWritten = co_await Write(*response, version, goOn);
         co_return isWritten&& goOn;
     }
 
@@ -497,14 +511,24 @@ private:
         co_return outcome;
     }
 
-    asio::awaitable<bool> Write(http::response<http::string_body> message)
+    asio::awaitable<bool> Write(const HttpResponse& response, unsigned version, bool keepAlive)
     {
         Lowest().expires_after(seconds(shared_.limits.deliverySeconds));
-        http::response_serializer<http::string_body> serializer(message);
-        serializer.limit(WriteBytes);
-        auto [error, size] =
-            co_await http::async_write(stream_, serializer, asio::as_tuple(asio::use_awaitable));
+        // A small answer goes in one piece.
+        std::string text = HeadOf(response, version, keepAlive);
+        std::string_view rest = response.body;
+        text += rest.substr(0, WriteBytes);
+        rest.remove_prefix(std::min(rest.size(), WriteBytes));
+        auto [error, size] = co_await asio::async_write(stream_, asio::buffer(text),
+                                                        asio::as_tuple(asio::use_awaitable));
         shared_.traffic.bytes += size;
+        while (!error && !rest.empty()) {
+            std::tie(error, size) =
+                co_await asio::async_write(stream_, asio::buffer(rest.substr(0, WriteBytes)),
+                                           asio::as_tuple(asio::use_awaitable));
+            shared_.traffic.bytes += size;
+            rest.remove_prefix(std::min(rest.size(), WriteBytes));
+        }
         co_return !error;
     }
 
@@ -512,8 +536,7 @@ private:
     /// the client would never see the answer.
     asio::awaitable<void> Refuse(HttpResponse response)
     {
-        auto message = ToBeast(std::move(response), 11, false);
-        const bool isWritten = co_await Write(std::move(message));
+        const bool isWritten = co_await Write(response, 11, false);
         if (!isWritten)
             co_return;
         co_await EndSending(shared_, stream_);

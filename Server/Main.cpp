@@ -207,7 +207,7 @@ public:
         const auto listen = [&](Router& router, std::uint16_t port) {
             return server_.Listen(
                 options.address, port, HttpServer::Audience::Clients,
-                [&router](HttpRequest request, const Reply& reply) {
+                [&router](HttpRequest&& request, const Reply& reply) {
                     router(std::move(request), reply);
                 },
                 [&router](const HttpRequest& head) { return router.CheckHead(head); });

@@ -50,10 +50,11 @@ std::string ProjectStore::VisibleJson(const std::string& userId)
     auto query = database_.Prepare(
         "SELECT p.id, name, location, category, state, version, build " NEXAR_VISIBLE_PROJECTS);
     query.Bind(1, userId);
-    std::string projects;
-    while (query.Step()) {
-        projects += projects.empty() ? "" : ",";
-        projects += Syncra::Protocol::WriteJson(ProjectRow{
+    constexpr std::size_t usualBytes = 4096, usualBytesOfOne = 256;
+    std::string json = "{\"projects\":[";
+    json.reserve(usualBytes);
+    for (const char* separator = ""; query.Step(); separator = ",") {
+        const ProjectRow row{
             {query.View(0)},
             {query.View(1)},
             {query.View(2)},
@@ -61,9 +62,10 @@ std::string ProjectStore::VisibleJson(const std::string& userId)
             static_cast<ProjectState>(query.Number(4)),
             {query.View(5)},
             static_cast<std::int32_t>(query.Number(6)),
-        });
+        };
+        json.append(separator).append(Syncra::Protocol::WriteJson(row, usualBytesOfOne));
     }
-    return "{\"projects\":[" + projects + "]}";
+    return json + "]}";
 }
 
 std::vector<Syncra::Protocol::ProjectOverview> ProjectStore::OverviewFor(const std::string& userId)

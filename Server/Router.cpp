@@ -3,6 +3,7 @@
 #include "OVRoot/Logger.hpp"
 #include "Store/Database.hpp"
 
+#include <algorithm>
 #include <atomic>
 #include <memory>
 #include <utility>
@@ -10,6 +11,19 @@
 namespace Nexar {
 
 using Syncra::Protocol::ErrorCode;
+
+namespace {
+
+/// What a client means with a part of a path or query, in which it escapes what none can have.
+std::string TextOf(const std::string& part)
+{
+    const bool isPlain = std::all_of(part.begin(), part.end(), [](char byte) {
+        return static_cast<unsigned char>(byte) < 0x80 && byte != '\\';
+    });
+    return isPlain ? part : OV::ToUtf8(OV::UnescapeFromCarrier(OV::FromUtf8(part)));
+}
+
+}  // namespace
 
 int Refusal::StatusOf(ErrorCode code) noexcept
 {
@@ -62,7 +76,7 @@ std::string Call::QueryText(const std::string& name) const
     const auto found = request.query.find(name);
     if (found == request.query.end())
         throw Refusal(ErrorCode::BadRequest, "\"" + name + "\" is missing in the query.");
-    return OV::ToUtf8(OV::UnescapeFromCarrier(OV::FromUtf8(found->second)));
+    return TextOf(found->second);
 }
 
 namespace {
@@ -85,7 +99,7 @@ bool Fits(const std::vector<std::string>& pattern, const std::vector<std::string
     parameters.clear();
     for (std::size_t i = 0; i < path.size(); ++i)
         if (pattern[i] == "{}")
-            parameters.push_back(OV::ToUtf8(OV::UnescapeFromCarrier(OV::FromUtf8(path[i]))));
+            parameters.push_back(TextOf(path[i]));
     return true;
 }
 
@@ -160,7 +174,7 @@ void Router::AddText(const std::string& method, const std::string& pattern, Text
     const auto access = method == "GET" ? Access::Reads : Access::Writes;
     Insert(
         method, pattern,
-        [this, access, handler = std::move(handler)](Call call, const Reply& reply) {
+        [this, access, handler = std::move(handler)](Call&& call, const Reply& reply) {
             RunOnStore(access, std::move(call), reply, handler, nullptr);
         },
         false, size);
@@ -171,7 +185,7 @@ void Router::AddAsync(const std::string& method, const std::string& pattern, Che
 {
     Insert(
         method, pattern,
-        [this, check = std::move(check), handler = std::move(handler)](Call call,
+        [this, check = std::move(check), handler = std::move(handler)](Call&& call,
                                                                        const Reply& reply) {
             TextHandler work;
             if (check)
@@ -196,7 +210,7 @@ void Router::Insert(const std::string& method, const std::string& pattern, Async
                        open, allowBuiltIn_, size, std::make_shared<Call::Pace>()});
 }
 
-void Router::operator()(HttpRequest request, const Reply& reply) const
+void Router::operator()(HttpRequest&& request, const Reply& reply) const
 {
     Call call{std::move(request), {}, {}};
     Reply answer = reply;
@@ -241,9 +255,11 @@ Reply Router::Watched(const Route& route, const Call& call, const Reply& reply) 
     ++count;
     const std::shared_ptr<void> place(nullptr, std::move(leave));
     HttpRequest head;
-    head.method = call.request.method;
-    head.path = call.request.path;
-    head.address = call.request.address;
+    if (watch_.audit.IsOn()) {
+        head.method = call.request.method;
+        head.path = call.request.path;
+        head.address = call.request.address;
+    }
     const Reply watched([this, &route, reply, place, head = std::move(head),
                          user = call.user.userLogin,
                          begin = std::chrono::steady_clock::now()](HttpResponse response) {
@@ -306,7 +322,7 @@ void Router::AnswerWriting(Call call, const Reply& reply, TextHandler work) cons
 }
 
 /// Answers with the text of the work, when there is work, or goes on with `next` when there is one.
-void Router::RunOnStore(Access access, Call call, const Reply& reply, TextHandler work,
+void Router::RunOnStore(Access access, Call&& call, const Reply& reply, TextHandler work,
                         AsyncHandler next) const
 {
     struct Job {

@@ -61,7 +61,7 @@ public:
     /// Looks at the store for a handler that cannot: on a thread that reads it. May throw.
     using Check = std::function<void(Call&)>;
     /// Answers through `reply`, later if need be, on the server's thread.
-    using AsyncHandler = std::function<void(Call, Reply)>;
+    using AsyncHandler = std::function<void(Call&&, const Reply&)>;
 
     /// `order` is that of all that its routes write.
     Router(Tokens& tokens, StoreWorkers& workers, Watch& watch,
@@ -96,7 +96,7 @@ public:
     /// Lets the built-in presence account use the routes added from here on.
     void AllowBuiltIn(bool allow) { allowBuiltIn_ = allow; }
 
-    void operator()(HttpRequest request, const Reply& reply) const;
+    void operator()(HttpRequest&& request, const Reply& reply) const;
     /// Whether the request will be let in, and how large its body may be.
     [[nodiscard]] HeadVerdict CheckHead(const HttpRequest& head) const;
     /// Answers with what `work` returns, as a handler of Add does: for one that answers later.
@@ -113,7 +113,7 @@ private:
     enum class Access { Reads, Writes };
     void AddText(const std::string& method, const std::string& pattern, TextHandler handler,
                  Body size);
-    void RunOnStore(Access access, Call call, const Reply& reply, TextHandler work,
+    void RunOnStore(Access access, Call&& call, const Reply& reply, TextHandler work,
                     AsyncHandler next) const;
     static void AnswerText(const Reply& reply, const std::function<std::string()>& makeText);
     template <class Work>

@@ -2,6 +2,8 @@
 
 #include "OVRoot/Ascii.hpp"
 
+#include <algorithm>
+
 namespace OV {
 
 namespace {
@@ -31,9 +33,12 @@ String PercentEncode(StringView bytes)
 
 std::optional<String> PercentDecode(StringView text)
 {
+    // Most texts have none.
+    const std::size_t first = std::min(text.find('%'), text.size());
     String bytes;
     bytes.reserve(text.size());
-    for (std::size_t i = 0; i < text.size(); ++i) {
+    bytes += text.substr(0, first);
+    for (std::size_t i = first; i < text.size(); ++i) {
         if (text[i] != '%') {
             bytes.push_back(text[i]);
             continue;
