@@ -254,6 +254,22 @@ TEST_F(LargeMailBoxTest, ItsFileIsChangedWhereItStandsAndTheSameAsIfItWereReplac
         ours->Write();
         EXPECT_NE(IO::File::GetChangeStamp(file), stamp);
     }
+
+    // The same mails in records of another length, with which a mark would stand elsewhere.
+    theirs->FollowOthers();
+    theirs->Clear();
+    for (const auto& mail : ours->GetMails()) {
+        const auto longer = OV::MakeRef<ClientMail>(*mail);
+        longer->SetParentMailId(mail->GetParentMailId() + u"longer");
+        theirs->Add(longer);
+    }
+    theirs->SetKnownChange(1000);
+    theirs->Write();
+    ours->FollowOthers();
+    for (std::size_t i = 0; i < 20; ++i)
+        ours->GetMails()[i]->SetModify(!ours->GetMails()[i]->IsModify());
+    ours->Write();
+    EXPECT_EQ(IO::File::ReadAll(file), SYC::MailFile::Encode(ours->GetMails()));
 }
 
 TEST_F(LargeMailBoxTest, WhatACrashKeptFromBeingCountedIsNoDamage)

@@ -142,6 +142,7 @@ MailNews MailBoxFile::TakeOver(MailFileContent content)
         if (!mail->GetId().empty())
             known.try_emplace(mail->GetId(), Known{&mail});
     MailFile::MailList now;
+    bool areInPlace = true;
     for (const auto& theirs : content.mails) {
         if (theirs->GetId().empty())
             continue;
@@ -149,8 +150,10 @@ MailNews MailBoxFile::TakeOver(MailFileContent content)
         const bool isKnown = found != known.end();
         if (!isKnown || HasMarkBeyond(*theirs, **found->second.mail))
             news.mails.push_back(theirs);
-        if (isKnown)
+        if (isKnown) {
             found->second.isStillThere = true;
+            areInPlace = areInPlace && MailPlaces::AreAlike(*theirs, **found->second.mail);
+        }
         now.push_back(isKnown ? *found->second.mail : theirs);
     }
     // Of a file that cannot be read to its end, nobody can say what is missing.
@@ -163,9 +166,9 @@ MailNews MailBoxFile::TakeOver(MailFileContent content)
         unknown_ = std::move(content.unknown);
     stamp_ = content.stamp;
     // The list is that of the file, but for a mail without an id.
-    const bool isSame = isWhole && now.size() == content.mails.size();
+    areInPlace = areInPlace && isWhole && now.size() == content.mails.size();
     change_ = stamp_ ? changeFile_.Read(*stamp_) : 0;
-    places_ = isSame && change_ != 0 ? std::move(content.places) : nullptr;
+    places_ = areInPlace && change_ != 0 ? std::move(content.places) : nullptr;
     SetKnown(std::make_shared<const MailFile::MailList>(std::move(now)));
     return news;
 }

@@ -75,6 +75,12 @@ void MailPlaces::Add(const ClientMail& mail, OV::StringView record, OV::StringVi
     end_ += record.size();
 }
 
+bool MailPlaces::AreAlike(const ClientMail& one, const ClientMail& other)
+{
+    return BytesOf(one.GetId()) == BytesOf(other.GetId()) &&
+           BytesOf(one.GetParentMailId()) == BytesOf(other.GetParentMailId());
+}
+
 std::optional<MailPlaces::Change> MailPlaces::Turn(const MailFile::MailList& before,
                                                    const MailSnapshot& now)
 {

@@ -16,6 +16,9 @@ public:
     /// The next mail of the file. `record` are its bytes there, `actions` those of its actions.
     void Add(const ClientMail& mail, OV::StringView record, OV::StringView actions);
 
+    /// Whether marks stand at the same places in the records of both.
+    [[nodiscard]] static bool AreAlike(const ClientMail& one, const ClientMail& other);
+
     /// What makes the file one with other mails.
     struct Change {
         OV::String added;  ///< behind all that the file holds
