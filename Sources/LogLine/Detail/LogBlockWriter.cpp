@@ -22,7 +22,7 @@ void LogBlockWriter::Open(std::size_t least)
     Close();
     // Of lines that come although none were expected, more are to be expected.
     expected_ = std::max(expected_, capacity_ / 8);
-    // More texts are seldom expected than come by a half.
+    // What is expected is the size of a file or page, most of which are texts.
     const bool isLarge = expected_ >= OV::LargeMemory::Piece && least <= LargeBytes;
     const std::size_t capacity =
         isLarge ? LargeBytes : std::max(least, std::min(expected_, UsualBytes));
