@@ -71,6 +71,8 @@ struct Shared {
 };
 
 inline constexpr std::size_t ReadBytes = 4096;
+/// Of a client that waits for an answer, from whom nothing is expected.
+inline constexpr std::size_t WatchBytes = 64;
 /// At a time, so that a large answer keeps nobody waiting while the system takes it.
 inline constexpr std::size_t WriteBytes = 256u << 10;
 /// Of what a client sends while it waits for an answer, and of a body that is being received.
@@ -266,7 +268,9 @@ private:
 
     void Watch(std::function<void()> abandon)
     {
-        stream_.async_read_some(buffer_.prepare(ReadBytes),
+        // Thousands of requests are held at once.
+        buffer_.shrink_to_fit();
+        stream_.async_read_some(buffer_.prepare(WatchBytes),
                                 [self = this->shared_from_this(), abandon = std::move(abandon)](
                                     const beast::error_code& error, std::size_t size) {
                                     self->isReading_ = false;
@@ -384,6 +388,13 @@ public:
     }
 
 private:
+    /// How a request is to be answered.
+    struct Manner {
+        bool isHead;
+        bool keepAlive;
+        unsigned version;
+    };
+
     [[nodiscard]] Plain& Lowest() { return beast::get_lowest_layer(stream_); }
 
     /// Whether another request may follow.
@@ -394,22 +405,19 @@ private:
             goesOn = co_await WaitForRequest();
         if (!goesOn)
             co_return false;
-        Parser parser;
+        buffer_.reserve(ReadBytes);
         HttpRequest request;
-        if (!co_await Receive(parser, request))
+        const auto manner = co_await Receive(request);
+        if (!manner)
             co_return false;
-        const bool isHead = parser.get().method() == http::verb::head;
-        const bool keepAlive = parser.get().keep_alive() && !isHead;
-        const unsigned version = parser.get().version();
-        request.body = std::move(parser.get().body());
         auto response = co_await Answer(std::move(request));
         if (!response)
             co_return false;
         // An answer to HEAD carries no body, or the client takes it for the next answer.
-        if (isHead)
+        if (manner->isHead)
             response->body.clear();
-        const bool goOn = keepAlive && !shared_.draining && !shared_.stopping;
-        const bool isWritten = co_await Write(*response, version, goOn);
+        const bool goOn = manner->keepAlive && !shared_.draining && !shared_.stopping;
+        const bool isWritten = co_await Write(*response, manner->version, goOn);
         co_return isWritten&& goOn;
     }
 
@@ -424,7 +432,19 @@ private:
         co_return !error && size > 0;
     }
 
-    /// Head and body; false when there is nothing to answer any more.
+    /// Head and body; none when there is nothing to answer any more. What it was parsed with is
+    /// gone when the request is answered, which may take a minute.
+    asio::awaitable<std::optional<Manner>> Receive(HttpRequest& request)
+    {
+        Parser parser;
+        const bool isWhole = co_await Receive(parser, request);
+        if (!isWhole)
+            co_return std::nullopt;
+        request.body = std::move(parser.get().body());
+        const bool isHead = parser.get().method() == http::verb::head;
+        co_return Manner{isHead, parser.get().keep_alive() && !isHead, parser.get().version()};
+    }
+
     asio::awaitable<bool> Receive(Parser& parser, HttpRequest& request)
     {
         // What the body may be the head's check says.
