@@ -21,14 +21,6 @@ constexpr std::uint32_t LogOutMilliseconds = 5000;
 
 }  // namespace
 
-const MailClient::Mark MailClient::Mark::Read{&ClientMail::IsRead, &ClientMail::SetRead,
-                                              &Syncra::Client::SyncraClient::SetMailStatus};
-const MailClient::Mark MailClient::Mark::Historical{
-    &ClientMail::IsHistorical, &ClientMail::SetHistorical,
-    &Syncra::Client::SyncraClient::SetMailHistorical};
-
-MailClient* MailClient::m_instance = nullptr;
-
 MailClient::MailClient(SYCB::PKSignalClient& signalClient,
                        SYCB::ProjectConnectionManagerInterface& manager, ProjectMembers& members,
                        const IO::Location& dataFolder, OV::Executor& executor)

@@ -40,7 +40,7 @@ public:
     using IdList = OV::PagedArray<OV::UniString>;
 
     /// The one that exists, or null. For its own thread.
-    static MailClient* m_instance;
+    static inline MailClient* m_instance = nullptr;
 
     /// Loads "Mails.dat" and "Outbox.dat" from `dataFolder`, begins to deliver what the outbox
     /// holds when the project is online, and fetches the mails. Everything given outlives the

@@ -24,6 +24,12 @@ struct MailClient::Mark {
     static const Mark Historical;
 };
 
+inline const MailClient::Mark MailClient::Mark::Read{&ClientMail::IsRead, &ClientMail::SetRead,
+                                                     &Syncra::Client::SyncraClient::SetMailStatus};
+inline const MailClient::Mark MailClient::Mark::Historical{
+    &ClientMail::IsHistorical, &ClientMail::SetHistorical,
+    &Syncra::Client::SyncraClient::SetMailHistorical};
+
 /// Runs on the client's own thread.
 class MailClient::RefreshEnd {
 public:
