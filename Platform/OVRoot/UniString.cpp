@@ -147,11 +147,20 @@ String ToUtf8(UniStringView text)
 
 UniString FromUtf8(StringView bytes)
 {
+    UniString out;
+    AssignUtf8(out, bytes);
+    return out;
+}
+
+void AssignUtf8(UniString& out, StringView bytes)
+{
     const std::size_t ascii = AsciiLength(bytes);
-    if (ascii == bytes.size())
-        return {bytes.begin(), bytes.end()};
-    // Never grows, as in ToUtf8.
-    UniString out(bytes.size(), u'\0');
+    if (ascii == bytes.size() && ascii > out.capacity()) {
+        out = UniString(bytes.begin(), bytes.end());
+        return;
+    }
+    // Never grows behind this, as in ToUtf8.
+    out.resize(bytes.size());
     std::transform(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(ascii), out.begin(),
                    [](char byte) { return static_cast<char16_t>(byte); });
     out.resize(ascii);
@@ -167,7 +176,6 @@ UniString FromUtf8(StringView bytes)
         }
         bytes.remove_prefix(std::max<std::size_t>(decoded.length, 1));
     }
-    return out;
 }
 
 bool IsWellFormedUtf8(StringView bytes) noexcept

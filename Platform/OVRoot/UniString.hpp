@@ -25,6 +25,9 @@ using StringView = std::string_view;
 /// becomes one U+FFFD, so the call never fails and never reads past the end.
 [[nodiscard]] SYC_API UniString FromUtf8(StringView bytes);
 
+/// The same into a text that may have room for it already.
+SYC_API void AssignUtf8(UniString& text, StringView bytes);
+
 /// Whether FromUtf8(bytes) would lose nothing.
 [[nodiscard]] SYC_API bool IsWellFormedUtf8(StringView bytes) noexcept;
 

@@ -156,11 +156,14 @@ public:
     }
 
     MailBoxState GetMails(const OV::UniString& projectId, std::int32_t sinceTime,
-                          std::uint64_t after, const TakePage& take) override
+                          std::uint64_t after, const BeginMailPage& begin) override
     {
         Communication::PagedReading reading(u"the mails", MailBoxLimits);
         std::optional<MailBoxState> state;
-        Detail::ReadPages<Protocol::MailPage>(
+        struct Page : Protocol::MailPage {
+            std::function<void(bool isLast)> end;
+        };
+        Detail::ReadPages<Page>(
             [&](const OV::UniString& cursor) {
                 return requests_.GetUnread(
                     cursor.empty() ? MakePath("/projects/{}/mails?since={}&after={}",
@@ -168,14 +171,21 @@ public:
                                    : MakePath("/projects/{}/mails?since={}&after={}&cursor={}",
                                               {projectId, sinceTime, after, cursor}));
             },
-            [&](Protocol::MailPage page, std::size_t bytes, bool isLast) {
-                reading.TakePage(bytes, page.mails.size(), !isLast);
+            [&](Page page, std::size_t bytes, bool isLast) {
+                reading.TakePage(bytes, page.mails.count.value(), !isLast);
                 // Later pages show later changes as well.
                 if (!state)
                     state = {page.change, page.count, {}};
                 if (isLast && page.flags)
                     state->flags = {std::move(page.flags->read), std::move(page.flags->historical)};
-                take(std::move(page.mails), isLast);
+                page.end(isLast);
+            },
+            [&] {
+                auto [take, end] = begin();
+                Page page;
+                page.mails.take = std::move(take);
+                page.end = std::move(end);
+                return page;
             });
         return *std::move(state);
     }

@@ -84,14 +84,22 @@ public:
     [[nodiscard]] virtual OV::Array<Protocol::Session>
     GetAllSessions(const OV::UniString& projectId) = 0;
 
-    /// Hands over the user's mails with a time stamp of `sinceTime` or later, oldest first, page by
-    /// page and before it returns, each on some thread while the next one travels. Mails of that
-    /// very second come again: the caller knows their ids. With the change of a former answer the
-    /// new one names the flags that were set behind it; 0 asks for none.
-    using TakePage = std::function<void(OV::Array<Protocol::Message> page, bool isLast)>;
-    /// See TakePage.
+    /// What becomes of a page of mails. Both are called on some thread.
+    struct MailPage {
+        /// Gets the mails of the page, oldest first, each gone when it returns. Two pages are read
+        /// at once, and one that is damaged may end anywhere.
+        std::function<void(const Protocol::Message& mail)> take;
+        /// Is called when the page was whole: for one page after the other, in their order.
+        std::function<void(bool isLast)> end;
+    };
+    /// Is called for each page, on its thread.
+    using BeginMailPage = std::function<MailPage()>;
+    /// Hands over the user's mails with a time stamp of `sinceTime` or later, page by page and
+    /// before it returns, each while the next one travels. Mails of that very second come again:
+    /// the caller knows their ids. With the change of a former answer the new one names the flags
+    /// that were set behind it; 0 asks for none.
     virtual MailBoxState GetMails(const OV::UniString& projectId, std::int32_t sinceTime,
-                                  std::uint64_t after, const TakePage& take) = 0;
+                                  std::uint64_t after, const BeginMailPage& begin) = 0;
     /// Delivers a mail to its recipients' login names and returns its id. `key` is 1 to 64
     /// characters, one for each mail: who does not know whether his request arrived repeats it with
     /// the same key, and the mail arrives once.

@@ -6,7 +6,7 @@ namespace Syncra::Protocol {
 
 void RecordReader::Assign(OV::UniString& text, OV::StringView utf8)
 {
-    text = OV::FromUtf8(utf8);
+    OV::AssignUtf8(text, utf8);
     // Nearly every text of the wire holds no escape; looking is cheaper than a second copy.
     if (utf8.find('\\') != utf8.npos)
         text = OV::UnescapeFromCarrier(text);

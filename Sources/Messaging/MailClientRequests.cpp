@@ -72,12 +72,17 @@ MailClient::Refreshed MailClient::FetchMails(std::int32_t sinceTime, std::uint64
     Refreshed refreshed;
     project_->Ask([&](SyncraClient& client) {
         const auto& projectId = project_->GetProjectId();
-        const auto box = client.GetMails(projectId, sinceTime, knownChange,
-                                         [&](const OV::Array<Message>& page, bool) {
-                                             for (const Message& message : page)
-                                                 if (auto mail = ToMail(message))
-                                                     refreshed.mails.push_back(std::move(mail));
-                                         });
+        const auto box = client.GetMails(projectId, sinceTime, knownChange, [&refreshed] {
+            const auto mails = std::make_shared<MailList>();
+            const auto take = [mails](const Message& message) {
+                if (auto mail = ToMail(message))
+                    mails->push_back(std::move(mail));
+            };
+            const auto end = [mails, &refreshed](bool) {
+                std::move(mails->begin(), mails->end(), std::back_inserter(refreshed.mails));
+            };
+            return SyncraClient::MailPage{take, end};
+        });
         auto after = knownChange;
         // Mails of a list that had none show their flags as they are.
         if (knownChange == 0 && kept.empty())

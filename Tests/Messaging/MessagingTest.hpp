@@ -149,9 +149,14 @@ protected:
     std::map<OV::UniString, int> TextsOf(const std::string& user)
     {
         std::map<OV::UniString, int> texts;
-        Connect(user)->GetMails(ProjectId(), 0, 0, [&](const auto& page, bool) {
-            for (const auto& message : page)
-                ++texts[message.header.at(u"TextBody")];
+        Connect(user)->GetMails(ProjectId(), 0, 0, [&] {
+            const auto page = std::make_shared<std::vector<OV::UniString>>();
+            return Syncra::Client::SyncraClient::MailPage{
+                [page](const auto& mail) { page->push_back(mail.header.at(u"TextBody")); },
+                [page, &texts](bool) {
+                    for (const auto& text : *page)
+                        ++texts[text];
+                }};
         });
         return texts;
     }

@@ -243,11 +243,17 @@ TEST(SyncraClientTest, PagesOfMailsComeInTheirOrder)
         const int page =
             place == std::string::npos ? 1 : std::stoi(request.target.substr(place + 7));
         const std::string cursor = page == last ? "" : std::to_string(page + 1);
-        const std::string mail = R"({"id":"m","read":false,"copy":false,"historical":false,)"
-                                 R"("timeStamp":0,"header":{},"body":""})";
-        std::string mails = mail;
-        for (int more = page == 1 ? 5000 : page; more > 1; --more)
-            mails += ',' + mail;
+        // Keys that come again, and one that another mail had; the last of two of one name counts.
+        const auto mail = [](int number) {
+            const std::string key = '"' + std::to_string(number % 3) + R"(":")";
+            return R"({"id":"m","read":false,"copy":false,"historical":false,"timeStamp":0,)"
+                   R"("header":{)" +
+                   key + R"(a",)" + key + std::to_string(number) + R"("},"body":""})";
+        };
+        std::string mails = mail(0);
+        const int size = page == 1 ? 5000 : page;
+        for (int number = 1; number < size; ++number)
+            mails += ',' + mail(number);
         const std::string head =
             R"("change":)" + std::to_string(page + 4) + R"(,"cursor":")" + cursor + '"';
         mails = R"("mails":[)" + mails + (page == damaged ? "" : "]");
@@ -256,23 +262,31 @@ TEST(SyncraClientTest, PagesOfMailsComeInTheirOrder)
                                                                 : '{' + mails + ',' + head + '}');
     });
     std::string pages;
-    const auto take = [&](const auto& page, bool isLast) {
-        pages += std::to_string(page.size()) + (isLast ? '.' : ' ');
+    bool isTooMuch = false;
+    const auto begin = [&] {
+        const auto size = std::make_shared<int>();
+        return Syncra::Client::SyncraClient::MailPage{
+            [size](const auto& mail) {
+                EXPECT_EQ(mail.header, (OV::HashTable<OV::UniString, OV::UniString>{
+                                           {OV::ToText(*size % 3), OV::ToText(*size)}}));
+                ++*size;
+            },
+            [size, &pages, &isTooMuch](bool isLast) {
+                pages += std::to_string(*size) + (isLast ? '.' : ' ');
+                if (*size == 2 && isTooMuch)
+                    throw OV::IllegalArgumentException(OV::StringView("full"));
+            }};
     };
-    EXPECT_EQ(SignedIn(server)->GetMails(u"p", 0, 0, take).change, 5u);
+    EXPECT_EQ(SignedIn(server)->GetMails(u"p", 0, 0, begin).change, 5u);
     EXPECT_EQ(pages, "5000 2 3 4 5 6.");
     pages.clear();
     damaged = 4;
-    EXPECT_EQ(Outcome([&] { SignedIn(server)->GetMails(u"p", 0, 0, take); }),
+    EXPECT_EQ(Outcome([&] { SignedIn(server)->GetMails(u"p", 0, 0, begin); }),
               "MalformedResponseException");
     EXPECT_EQ(pages, "5000 2 3 ");
     damaged = 0;
-    EXPECT_EQ(Outcome([&] {
-                  SignedIn(server)->GetMails(u"p", 0, 0, [](const auto& page, bool) {
-                      if (page.size() == 2)
-                          throw OV::IllegalArgumentException(OV::StringView("full"));
-                  });
-              }),
+    isTooMuch = true;
+    EXPECT_EQ(Outcome([&] { SignedIn(server)->GetMails(u"p", 0, 0, begin); }),
               "IllegalArgumentException");
 }
 
@@ -284,7 +298,10 @@ TEST(SyncraClientTest, PagesThatBringNothingOrNeverEndAreRefused)
                                              : R"({"mails":[],"change":0,"cursor":")" +
                                                    std::to_string(++number) + R"("})");
     });
-    EXPECT_EQ(Outcome([&] { SignedIn(server)->GetMails(u"p", 0, 0, [](const auto&, bool) {}); }),
+    const auto begin = [] {
+        return Syncra::Client::SyncraClient::MailPage{[](const auto&) {}, [](bool) {}};
+    };
+    EXPECT_EQ(Outcome([&] { SignedIn(server)->GetMails(u"p", 0, 0, begin); }),
               "MalformedResponseException");
 
     const std::pair<std::uint64_t, std::uint64_t> beyond[] = {

@@ -43,6 +43,12 @@ public:
         {
             return Try([&] { return Protocol::ReadAnswer<Answer>(response_.body); });
         }
+        /// See Protocol::ReadAnswer.
+        template <class Answer>
+        void Read(Answer& answer) const
+        {
+            Try([&] { Protocol::ReadAnswer(response_.body, answer); });
+        }
         /// One field, without a look at what follows it.
         template <class Answer>
         [[nodiscard]] Answer ReadHead() const

@@ -12,16 +12,19 @@
 namespace Syncra::Client::Detail {
 
 /// Reads a list that travels in pages. `ask` gets the answer to the request with a cursor, the
-/// first one's being empty; each answer is read as a Page on a thread of its own while the next one
-/// travels, two at most at once; `take` gets the pages in their order, one at a time, with their
-/// bytes and whether it is the last, on those threads or the calling one.
+/// first one's being empty; each answer is read into what `begin` makes, on a thread of its own
+/// while the next one travels, two at most at once; `take` gets the pages in their order, one at a
+/// time, with their bytes and whether it is the last, on those threads or the calling one.
 template <class Page>
-void ReadPages(const std::function<JsonRequests::Unread(const OV::UniString& cursor)>& ask,
-               const std::function<void(Page, std::size_t bytes, bool isLast)>& take)
+void ReadPages(
+    const std::function<JsonRequests::Unread(const OV::UniString& cursor)>& ask,
+    const std::function<void(Page, std::size_t bytes, bool isLast)>& take,
+    const std::function<Page()>& begin = [] { return Page{}; })
 {
     const auto readPage = [&](const JsonRequests::Unread& answer, bool isLast,
                               const std::shared_future<void>& former) {
-        auto page = answer.Read<Page>();
+        auto page = begin();
+        answer.Read(page);
         if (former.valid())
             former.get();
         take(std::move(page), answer.GetBytes(), isLast);

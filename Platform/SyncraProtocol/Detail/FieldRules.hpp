@@ -3,6 +3,8 @@
 #include "OVRoot/UniString.hpp"
 
 #include <algorithm>
+#include <functional>
+#include <optional>
 
 /// What the description of a record says of a field beside its name and place. A description is
 ///
@@ -15,10 +17,10 @@
 ///
 /// beside the record's class, and is all there is to reading and writing it: a field of a class, of
 /// an enumeration, a number, a text (UniString with every string of ours in it, String as plain
-/// UTF-8), a list or set, a table of texts (an object), a pair (an array of two), or an optional
-/// (left out when empty). A number is refused when its type cannot hold it. Fields that no
-/// description names are ignored; of several of one name the last counts. `ByServer` is for those
-/// that the server gives: in requests they may be left out, and are not looked at.
+/// UTF-8), a list or set, Each of a list, a table of texts (an object), a pair (an array of two),
+/// or an optional (left out when empty). A number is refused when its type cannot hold it. Fields
+/// that no description names are ignored; of several of one name the last counts. `ByServer` is for
+/// those that the server gives: in requests they may be left out, and are not looked at.
 namespace Syncra::Protocol {
 
 /// A number from `least` to `most`.
@@ -37,6 +39,15 @@ struct AsBase64 {
 
 /// A text that may not be empty.
 struct NotEmpty {};
+
+/// A list of which `take` gets each item as it is read, and which keeps none; a second list of its
+/// name is refused. One item takes them all, so that its texts have their place already.
+template <class Item>
+struct Each {
+    std::function<void(const Item&)> take = [](const Item&) {};
+    std::optional<std::size_t> count;  ///< when the list was read
+    Item item{};
+};
 
 /// A key in a type.
 template <std::size_t Size>

@@ -13,6 +13,14 @@ template <class Record>
     return RecordReader(body, RecordReader::Sender::Server).Read<Record>();
 }
 
+/// The same into a record that says what becomes of its items; they are taken of a damaged text
+/// too, as far as it goes.
+template <class Record>
+void ReadAnswer(OV::StringView body, Record& record)
+{
+    RecordReader(body, RecordReader::Sender::Server).ReadInto(record);
+}
+
 /// One field of an answer, without what follows it: Single<"cursor", OV::UniString>.
 template <class Record>
 [[nodiscard]] Record ReadHead(OV::StringView body)

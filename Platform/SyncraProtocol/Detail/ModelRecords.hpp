@@ -304,7 +304,7 @@ struct MailPage {
     /// In the last page, which got a flag behind the change that was asked for; nothing when the
     /// server does not know that one.
     std::optional<FlaggedMails> flags;
-    OV::Array<Message> mails;
+    Each<Message> mails;
 };
 /// Of any page. The server writes it first, so that the next page can be asked for before this one
 /// is read; absent from a list that has no pages.

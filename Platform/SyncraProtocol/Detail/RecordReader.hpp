@@ -6,10 +6,13 @@
 #include "SyncraProtocol/Detail/FieldRules.hpp"
 #include "SyncraProtocol/Detail/JsonReader.hpp"
 
+#include <algorithm>
 #include <concepts>
+#include <functional>
 #include <limits>
 #include <optional>
 #include <type_traits>
+#include <vector>
 
 namespace Syncra::Protocol {
 
@@ -32,10 +35,16 @@ public:
     [[nodiscard]] Record Read()
     {
         Record record{};
+        ReadInto(record);
+        return record;
+    }
+    /// The same of a record that says what becomes of its items.
+    template <class Record>
+    void ReadInto(Record& record)
+    {
         Value({}, record);
         if (json_.Take().kind != Kind::End)
             Fail({}, "one value");
-        return record;
     }
 
     /// A record of one field, which the outermost object holds; nothing is looked at behind it.
@@ -187,10 +196,36 @@ private:
     void Value(OV::StringView name, OV::HashTable<Text, Text>& texts)
     {
         Begin(name, Kind::BeginObject, "an object");
-        for (texts.clear(); json_.Peek().kind == Kind::Key;) {
-            Text key;
+        // A former record's texts under the same keys are written over.
+        const bool hasFormer = !texts.empty();
+        read_.clear();
+        for (Text key; json_.Peek().kind == Kind::Key;) {
             Assign(key, json_.Take().text);
-            Assign(texts[std::move(key)], TakeText(name));
+            Text& text = texts[key];
+            Assign(text, TakeText(name));
+            if (hasFormer)
+                read_.push_back(&text);
+        }
+        (void)json_.Take();
+        if (!hasFormer)
+            return;
+        std::sort(read_.begin(), read_.end());
+        read_.erase(std::unique(read_.begin(), read_.end()), read_.end());
+        if (read_.size() < texts.size())
+            std::erase_if(texts, [&](const auto& entry) {
+                const void* const place = &entry.second;
+                return !std::binary_search(read_.begin(), read_.end(), place);
+            });
+    }
+    template <class Item>
+    void Value(OV::StringView name, Each<Item>& items)
+    {
+        Begin(name, Kind::BeginArray, "an array");
+        if (items.count)
+            Fail(name, "one list");
+        for (items.count = 0; json_.Peek().kind != Kind::EndArray; ++*items.count) {
+            Value(name, items.item);
+            items.take(items.item);
         }
         (void)json_.Take();
     }
@@ -250,6 +285,8 @@ private:
 
     JsonReader json_;
     bool isRequest_;
+    /// The texts of a table that this record has.
+    std::vector<const void*> read_;
 };
 
 }  // namespace Syncra::Protocol
