@@ -147,6 +147,8 @@ String ToUtf8(UniStringView text)
 
 UniString FromUtf8(StringView bytes)
 {
+    if (AsciiLength(bytes) == bytes.size())
+        return {bytes.begin(), bytes.end()};
     UniString out;
     AssignUtf8(out, bytes);
     return out;
