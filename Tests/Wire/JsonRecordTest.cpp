@@ -208,6 +208,20 @@ TEST(JsonRecordTest, EveryMissingOrMistypedFieldIsNamed)
               OV::Array<OV::UniString>{u"c"});
 }
 
+TEST(JsonRecordTest, ItemsReadIntoOneRecordHaveNothingOfEachOther)
+{
+    Single<"list", Each<PageCursor>> body;
+    std::vector<std::optional<OV::UniString>> taken;
+    body.value.take = [&](const PageCursor& item) { taken.push_back(item.value); };
+    ReadAnswer(R"({"list":[{"cursor":"a long text"},{"cursor":"b"},{}]})", body);
+    EXPECT_EQ(taken, (std::vector<std::optional<OV::UniString>>{u"a long text", u"b", {}}));
+    EXPECT_EQ(body.value.count, 3u);
+
+    body.value.count.reset();
+    EXPECT_EQ(RefusalOf([&] { ReadAnswer(R"({"list":[],"list":[]})", body); }),
+              "Field \"list\": one list is expected.");
+}
+
 TEST(JsonRecordTest, NumbersOutOfRangeAreRefused)
 {
     using Limits = std::numeric_limits<std::int64_t>;

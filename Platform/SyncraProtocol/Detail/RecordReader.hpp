@@ -105,7 +105,7 @@ private:
         bool isFound_ = false;
     };
 
-    /// Refuses a record that lacks a field.
+    /// Refuses a record that lacks a field, and empties what may be missing and was another one's.
     class Presence {
     public:
         Presence(const RecordReader& reader, std::uint32_t seen) : reader_(reader), seen_(seen) {}
@@ -116,9 +116,10 @@ private:
                 FailMissing(name);
         }
         template <class Field>
-        void operator()(OV::StringView, std::optional<Field>&)
+        void operator()(OV::StringView, std::optional<Field>& field)
         {
-            ++index_;
+            if ((seen_ >> index_++ & 1) == 0)
+                field.reset();
         }
         template <class Field, class... Rule>
         void ByServer(OV::StringView name, Field& field, const Rule&... rule)
